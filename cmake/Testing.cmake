@@ -1,0 +1,18 @@
+# GoogleTest: the distribution's library, or built from its source package where the standard library is libc++.
+if(CMAKE_CXX_FLAGS MATCHES "-stdlib=libc\\+\\+")
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  add_library(GTest::gtest_main ALIAS gmock_main)
+else()
+  find_package(GTest REQUIRED)
+endif()
+
+# One test program: tilvanego_test(name SOURCES a.cpp b.cpp [LIBRARIES extra...])
+function(tilvanego_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE TilvaneGo::SDK ${arg_LIBRARIES} GTest::gtest_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(${name} PRIVATE TILVANEGO_TEST_DATA="${TILVANEGO_TEST_DATA}")
+  tilvanego_compile_options(${name})
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST)
+endfunction()
