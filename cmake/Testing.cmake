@@ -1,7 +1,8 @@
 # GoogleTest: the distribution's library, or built from its source package where the standard library is libc++.
 if(CMAKE_CXX_FLAGS MATCHES "-stdlib=libc\\+\\+")
+  set(INSTALL_GTEST OFF)
+  set(BUILD_GMOCK OFF)
   add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
-  add_library(GTest::gtest_main ALIAS gmock_main)
 else()
   find_package(GTest REQUIRED)
 endif()
