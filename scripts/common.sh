@@ -1,0 +1,53 @@
+# Sourced by the scripts beside it: where the tree is, and steps that are quiet unless they fail.
+# shellcheck shell=bash
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+jobs=$(nproc 2>/dev/null || echo 2)
+mkdir -p build
+
+# step LABEL COMMAND...: one line of progress; what the command writes is shown only if it fails.
+step() {
+  local label=$1 log started=$SECONDS
+  shift
+  log=build/log-${label//[^a-z0-9]/-}.txt
+  printf '%s ... ' "$label" >&2
+  if "$@" >"$log" 2>&1 </dev/null; then
+    printf 'done (%ds)\n' $((SECONDS - started)) >&2
+  else
+    printf 'failed\n\n' >&2
+    cat "$log" >&2
+    return 1
+  fi
+}
+
+# build PRESET [CMAKE ARGUMENT...]: configures and builds one preset. On a terminal the build shows how far it is.
+build() {
+  local preset=$1
+  shift
+  step "configure $preset" cmake --preset "$preset" "$@"
+  if [ -t 2 ]; then
+    NINJA_STATUS="build $preset [%f/%t] " cmake --build --preset "$preset" -j "$jobs" >&2
+  else
+    step "build $preset" cmake --build --preset "$preset" -j "$jobs"
+  fi
+}
+
+# run_tests PRESET [CTEST ARGUMENT...]: ctest, with its verdict as the last line.
+run_tests() {
+  local preset=$1 runner=()
+  shift
+  # g++ 12's thread sanitizer can't start where the kernel randomises more than 28 bits of an address.
+  if [ "$preset" = tsan ] && [ "$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || echo 28)" -gt 28 ]; then
+    runner=(setarch -R)
+  fi
+  "${runner[@]}" ctest --preset "$preset" -j "$jobs" "$@" | {
+    verdict=
+    while IFS= read -r line; do
+      case $line in
+        *" tests failed out of "*) verdict=$line ;;
+        *) printf '%s\n' "$line" ;;
+      esac
+    done
+    printf '%s\n' "$verdict"
+  }
+}
