@@ -1,0 +1,84 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+/// Which bytes may stand in which part of a URL, after the grammar of RFC 3986. "%" is in no class: an escape
+/// is three bytes, and whoever walks a text looks at them together.
+namespace tilvanego::detail {
+
+/// A bit mask: a byte can be in many classes.
+enum class CharacterClass : std::uint8_t {
+  schemeTail = 1,
+  user = 2,
+  password = 4,
+  host = 8,
+  ipLiteral = 16,
+  path = 32,
+  query = 64,      // the fragment too
+  queryItem = 128  // an item's name or value: query without the separators "&" and "="
+};
+
+namespace characterTables {
+
+inline constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+inline constexpr std::string_view digits = "0123456789";
+
+consteval std::array<std::uint8_t, 256> makeClasses() {
+  std::array<std::uint8_t, 256> classes{};
+  const auto admit = [&](std::string_view characters, auto... members) {
+    for (const char character : characters) {
+      const auto index = static_cast<std::uint8_t>(character);
+      ((classes[index] = static_cast<std::uint8_t>(classes[index] | static_cast<std::uint8_t>(members))),
+       ...);
+    }
+  };
+  using enum CharacterClass;
+  admit(letters, schemeTail, user, password, host, ipLiteral, path, query, queryItem);
+  admit(digits, schemeTail, user, password, host, ipLiteral, path, query, queryItem);
+  admit("-._~", user, password, host, ipLiteral, path, query, queryItem);
+  admit("!$'()*+,;", user, password, host, ipLiteral, path, query, queryItem);
+  admit("&=", user, password, host, ipLiteral, path, query);
+  admit("+-.", schemeTail);
+  admit(":", password, ipLiteral, path, query, queryItem);
+  admit("@/", path, query, queryItem);
+  admit("?", query, queryItem);
+  return classes;
+}
+
+consteval std::array<std::int8_t, 256> makeHexValues() {
+  std::array<std::int8_t, 256> values{};
+  values.fill(-1);
+  for (int digit = 0; digit < 10; ++digit)
+    values[static_cast<std::uint8_t>('0' + digit)] = static_cast<std::int8_t>(digit);
+  for (int digit = 10; digit < 16; ++digit) {
+    values[static_cast<std::uint8_t>('A' + digit - 10)] = static_cast<std::int8_t>(digit);
+    values[static_cast<std::uint8_t>('a' + digit - 10)] = static_cast<std::int8_t>(digit);
+  }
+  return values;
+}
+
+inline constexpr std::array<std::uint8_t, 256> classes = makeClasses();
+inline constexpr std::array<std::int8_t, 256> hexValues = makeHexValues();
+
+}  // namespace characterTables
+
+constexpr bool belongs(char character, CharacterClass wanted) {
+  return (characterTables::classes[static_cast<std::uint8_t>(character)] &
+          static_cast<std::uint8_t>(wanted)) != 0;
+}
+
+/// The value of a hexadecimal digit in either case, or -1.
+constexpr int hexValue(char character) {
+  return characterTables::hexValues[static_cast<std::uint8_t>(character)];
+}
+
+/// Whether "%" and two hexadecimal digits stand at `index`.
+constexpr bool escapeStandsAt(std::string_view text, std::size_t index) {
+  return text.size() - index >= 3 && text[index] == '%' && hexValue(text[index + 1]) >= 0 &&
+         hexValue(text[index + 2]) >= 0;
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,110 @@
+#include <tilvanego/values/PercentEncoding.h>
+
+#include <unicode/ustring.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace tilvanego::detail {
+namespace {
+
+constexpr std::string_view hexDigits = "0123456789ABCDEF";
+
+/// Runs of kept bytes are copied whole; links consist of little else.
+template <typename Keeps>
+void appendEscapedUnless(std::string& target, std::string_view text, Keeps keeps) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    const char* const run = at;
+    while (at != end && keeps(*at)) ++at;
+    target.append(run, at);
+    if (at == end) return;
+    const auto byte = static_cast<std::uint8_t>(*at++);
+    const char escape[] = {'%', hexDigits[byte >> 4], hexDigits[byte & 15]};
+    target.append(escape, sizeof escape);
+  }
+}
+
+bool isUTF8(std::string_view bytes) {
+  if (bytes.size() > std::numeric_limits<std::int32_t>::max()) return false;
+  std::int32_t length = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_strFromUTF8(nullptr, 0, &length, bytes.data(), static_cast<std::int32_t>(bytes.size()), &status);
+  return status == U_BUFFER_OVERFLOW_ERROR || U_SUCCESS(status);
+}
+
+bool isASCII(std::string_view bytes) {
+  std::uint8_t seen = 0;
+  for (const char byte : bytes) seen = static_cast<std::uint8_t>(seen | static_cast<std::uint8_t>(byte));
+  return seen < 0x80;
+}
+
+/// Writes at most text.size() bytes; gives the end of what was written, or null at an escape without two
+/// digits.
+char* decodeEscapes(std::string_view text, char* out) {
+  for (std::size_t index = 0; index < text.size();) {
+    if (text[index] != '%') {
+      *out++ = text[index++];
+    } else if (escapeStandsAt(text, index)) {
+      *out++ = static_cast<char>(hexValue(text[index + 1]) << 4 | hexValue(text[index + 2]));
+      index += 3;
+    } else {
+      return nullptr;
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+void appendPercentEncoded(std::string& target, std::string_view text, CharacterClass allowed) {
+  appendEscapedUnless(target, text, [allowed](char character) { return belongs(character, allowed); });
+}
+
+std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed) {
+  std::size_t escapes = 0;
+  for (const char character : text) escapes += belongs(character, allowed) ? 0U : 1U;
+  return text.size() + 2 * escapes;
+}
+
+std::string queryItemEncoded(std::string_view text) {
+  std::string encoded;
+  encoded.reserve(percentEncodedSize(text, CharacterClass::queryItem));
+  appendPercentEncoded(encoded, text, CharacterClass::queryItem);
+  return encoded;
+}
+
+std::string alphanumericEncoded(std::string_view text) {
+  std::string encoded;
+  appendEscapedUnless(encoded, text, [](char character) {
+    return belongs(character, CharacterClass::schemeTail) && character != '+' && character != '-' &&
+           character != '.';
+  });
+  return encoded;
+}
+
+bool appendPercentDecoded(std::string& target, std::string_view text) {
+  const std::size_t before = target.size();
+  if (text.find('%') == std::string_view::npos) {
+    target += text;
+  } else {
+    target.resize(before + text.size());
+    const char* const end = decodeEscapes(text, target.data() + before);
+    target.resize(end == nullptr ? before : static_cast<std::size_t>(end - target.data()));
+    if (end == nullptr) return false;
+  }
+  const std::string_view added = std::string_view(target).substr(before);
+  if (isASCII(added) || isUTF8(added)) return true;
+  target.resize(before);
+  return false;
+}
+
+std::optional<std::string> percentDecoded(std::string_view text) {
+  std::string decoded;
+  if (!appendPercentDecoded(decoded, text)) return std::nullopt;
+  return decoded;
+}
+
+}  // namespace tilvanego::detail
