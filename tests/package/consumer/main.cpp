@@ -1,12 +1,10 @@
-#include <tilvanego/values/RawText.h>
+#include <tilvanego/values/URL.h>
 
 #include <iostream>
 
 // Stands for a host: it knows the install tree alone.
-enum class Answer { yes, no };
-template <>
-struct tilvanego::RawTexts<Answer> {
-  static constexpr std::array table{std::pair{Answer::yes, std::string_view("yes")}};
-};
-
-int main() { std::cout << tilvanego::rawText(Answer::yes) << '\n'; }
+int main() {
+  const auto url = tilvanego::URL::parse("myshop://payment-done?request_id=A-1001");
+  if (!url) return 1;
+  std::cout << url->absoluteString() << '\n';
+}
