@@ -1,0 +1,22 @@
+#pragma once
+
+#include <functional>
+
+namespace tilvanego {
+
+class URL;
+
+/// What opens links for the host: the system it runs on. The main thread's.
+class Application {
+ public:
+  virtual ~Application() = default;
+
+  /// Asks the system to hand `url` to the application that is registered for its scheme.
+  ///
+  /// `completionHandler` is called once, on the main thread, after this call has returned, with true if the
+  /// link was handed over. Its not being called is no failure: a caller waits as long as it has to. It is
+  /// owned by the application until then, and dropped uncalled with it. It isn't empty.
+  virtual void openURL(const URL& url, std::function<void(bool opened)> completionHandler) = 0;
+};
+
+}  // namespace tilvanego

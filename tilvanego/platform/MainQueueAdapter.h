@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <utility>
+
+#include <tilvanego/platform/MainQueue.h>
+
+namespace tilvanego {
+
+/// The main queue of a host that has an event loop of its own.
+class MainQueueAdapter final : public MainQueue {
+ public:
+  using Post = std::function<void(std::function<void()>)>;
+  using IsCurrent = std::function<bool()>;
+
+  /// `post` hands a block to the host's loop and keeps the promises of `MainQueue::post`; `isCurrent` tells
+  /// whether the calling thread is the one that runs that loop. Both are called from any thread, and neither
+  /// is empty.
+  MainQueueAdapter(Post post, IsCurrent isCurrent)
+      : post_(std::move(post)), isCurrent_(std::move(isCurrent)) {}
+
+  void post(std::function<void()> block) override { post_(std::move(block)); }
+  [[nodiscard]] bool isCurrent() const override { return isCurrent_(); }
+
+ private:
+  Post post_;
+  IsCurrent isCurrent_;
+};
+
+}  // namespace tilvanego

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <tilvanego/platform/RandomSource.h>
+
+namespace tilvanego {
+
+/// OpenSSL's random generator, seeded by the system.
+class OpenSSLRandomSource final : public RandomSource {
+ public:
+  [[nodiscard]] bool fill(std::span<std::uint8_t> bytes) override;
+};
+
+}  // namespace tilvanego

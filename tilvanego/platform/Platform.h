@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+
+#include <tilvanego/platform/Application.h>
+#include <tilvanego/platform/Clock.h>
+#include <tilvanego/platform/DebugOutput.h>
+#include <tilvanego/platform/MainQueue.h>
+#include <tilvanego/platform/Pasteboard.h>
+#include <tilvanego/platform/RandomSource.h>
+#include <tilvanego/platform/RunLoop.h>
+
+namespace tilvanego {
+
+/// Everything that the library asks of the system it runs on. None of the members is null.
+///
+/// A host may replace any member before it gives the platform to the library. One with an event loop of its
+/// own gives its main queue to `standard()`, so that the adapters report there.
+struct Platform {
+  /// Not owned; outlives the platform.
+  MainQueue* mainQueue;
+  /// Shared, since an expiring pasteboard may read the same clock.
+  std::shared_ptr<const Clock> clock;
+  std::unique_ptr<RandomSource> randomSource;
+  std::unique_ptr<DebugOutput> debugOutput;
+  std::unique_ptr<Pasteboard> pasteboard;
+  std::unique_ptr<Application> application;
+
+  /// What works on a Linux desktop or till with no configuration: links are opened by `xdg-open`, the
+  /// pasteboard is the user's `PasteboardStore`, time is the system's, random bytes are OpenSSL's, debug
+  /// lines go to standard output.
+  static Platform standard(MainQueue& mainQueue = RunLoop::main());
+};
+
+}  // namespace tilvanego

@@ -1,0 +1,94 @@
+#include <tilvanego/platform/RunLoop.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+namespace tilvanego {
+
+// Makes the calling thread the main thread, and counts nested drains. Made and ended without the loop's mutex
+// held.
+class RunLoop::Drain {
+ public:
+  explicit Drain(RunLoop& loop) : loop_(loop) {
+    const auto self = std::this_thread::get_id();
+    const std::scoped_lock lock(loop.mutex_);
+    if (loop.drains_ > 0 && loop.mainThread_.load() != self) {
+      std::fputs(
+          "TilvaneGo: a RunLoop is drained by two threads at once. Drain it on the main thread alone.\n",
+          stderr);
+      std::abort();
+    }
+    loop.mainThread_.store(self);
+    ++loop.drains_;
+  }
+  Drain(const Drain&) = delete;
+  Drain& operator=(const Drain&) = delete;
+  ~Drain() {
+    const std::scoped_lock lock(loop_.mutex_);
+    --loop_.drains_;
+  }
+
+ private:
+  RunLoop& loop_;
+};
+
+RunLoop::RunLoop() : mainThread_(std::this_thread::get_id()) {}
+
+RunLoop& RunLoop::main() {
+  // Never destroyed: threads that outlive the program's main function may still post to it.
+  static RunLoop& loop = *new RunLoop;
+  return loop;
+}
+
+void RunLoop::post(std::function<void()> block) {
+  const std::scoped_lock lock(mutex_);
+  blocks_.push_back(std::move(block));
+  if (wakeUp_) wakeUp_();
+  changed_.notify_all();
+}
+
+bool RunLoop::isCurrent() const { return mainThread_.load() == std::this_thread::get_id(); }
+
+void RunLoop::run() {
+  const Drain drain(*this);
+  while (const auto block = nextUntilStopped()) block();
+}
+
+std::size_t RunLoop::runPending() {
+  const Drain drain(*this);
+  std::size_t count = 0;
+  for (; const auto block = nextIfAny(); ++count) block();
+  return count;
+}
+
+void RunLoop::stop() {
+  const std::scoped_lock lock(mutex_);
+  stopped_ = true;
+  changed_.notify_all();
+}
+
+void RunLoop::setWakeUp(std::function<void()> wakeUp) {
+  const std::scoped_lock lock(mutex_);
+  wakeUp_.swap(wakeUp);
+  if (wakeUp_ && !blocks_.empty()) wakeUp_();
+}
+
+std::function<void()> RunLoop::nextUntilStopped() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return stopped_ || !blocks_.empty(); });
+  return std::exchange(stopped_, false) ? nullptr : takeFront();
+}
+
+std::function<void()> RunLoop::nextIfAny() {
+  const std::scoped_lock lock(mutex_);
+  return blocks_.empty() ? nullptr : takeFront();
+}
+
+std::function<void()> RunLoop::takeFront() {
+  auto block = std::move(blocks_.front());
+  blocks_.pop_front();
+  return block;
+}
+
+}  // namespace tilvanego

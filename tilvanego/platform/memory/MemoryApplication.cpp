@@ -1,0 +1,27 @@
+#include <tilvanego/platform/memory/MemoryApplication.h>
+
+#include <utility>
+
+namespace tilvanego {
+
+void MemoryApplication::openURL(const URL& url, std::function<void(bool opened)> completionHandler) {
+  openedURLs_.push_back(url);
+  if (automaticAnswer_) {
+    mainQueue_.post(
+        [handler = std::move(completionHandler), opened = *automaticAnswer_] { handler(opened); });
+  } else {
+    handlers_.push_back(std::move(completionHandler));
+  }
+  // Copies: the function may open another link, or set another function.
+  if (const auto onOpen = onOpen_) onOpen(URL(url));
+}
+
+bool MemoryApplication::answerOldest(bool opened) {
+  if (handlers_.empty()) return false;
+  const auto handler = std::move(handlers_.front());
+  handlers_.pop_front();
+  handler(opened);
+  return true;
+}
+
+}  // namespace tilvanego

@@ -1,0 +1,15 @@
+#include <tilvanego/platform/memory/ScriptedRandomSource.h>
+
+#include <algorithm>
+
+namespace tilvanego {
+
+bool ScriptedRandomSource::fill(std::span<std::uint8_t> bytes) {
+  const auto left = std::span(script_).subspan(given_);
+  if (left.size() < bytes.size()) return false;
+  std::ranges::copy(left.first(bytes.size()), bytes.begin());
+  given_ += bytes.size();
+  return true;
+}
+
+}  // namespace tilvanego
