@@ -1,0 +1,79 @@
+#include <tilvanego/values/DebugLiteral.h>
+#include <tilvanego/values/UTF8.h>
+#include <unicode/uchar.h>
+
+namespace tilvanego {
+namespace {
+
+// Whether the scalar joins the character before it, given that this one is printable ASCII.
+bool attaches(char32_t scalar) {
+  if (scalar < 0x300) return false;
+  switch (u_getIntPropertyValue(static_cast<UChar32>(scalar), UCHAR_GRAPHEME_CLUSTER_BREAK)) {
+    case U_GCB_EXTEND:
+    case U_GCB_SPACING_MARK:
+    case U_GCB_ZWJ:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Two digits for ASCII, four for the rest of the first plane, else eight.
+void appendHexEscape(std::string& literal, char32_t scalar) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  literal += "\\u{";
+  for (int shift = scalar < 0x80 ? 4 : scalar < 0x10000 ? 12 : 28; shift >= 0; shift -= 4) {
+    literal += digits[(scalar >> shift) & 0xF];
+  }
+  literal += '}';
+}
+
+// What stands after the backslash, or 0 if the scalar has no short escape.
+constexpr char shortEscape(char32_t scalar) {
+  switch (scalar) {
+    case U'\0':
+      return '0';
+    case U'\t':
+      return 't';
+    case U'\n':
+      return 'n';
+    case U'\r':
+      return 'r';
+    case U'"':
+      return '"';
+    case U'\'':
+      return '\'';
+    case U'\\':
+      return '\\';
+    default:
+      return 0;
+  }
+}
+
+}  // namespace
+
+std::string debugLiteral(std::string_view text) {
+  std::string literal;
+  literal.reserve(text.size() + 2);
+  literal += '"';
+  bool afterSyntax = true;
+  for (std::size_t at = 0; at < text.size();) {
+    const auto [scalar, length, wellFormed] = detail::decodeScalar(text, at);
+    at += length;
+    const char escape = shortEscape(scalar);
+    const bool hex = scalar < 0x20 || scalar == 0x7F || (afterSyntax && attaches(scalar));
+    if (escape != 0) {
+      literal += '\\';
+      literal += escape;
+    } else if (hex) {
+      appendHexEscape(literal, scalar);
+    } else {
+      detail::appendScalar(literal, scalar);
+    }
+    afterSyntax = escape != 0 || hex;
+  }
+  literal += '"';
+  return literal;
+}
+
+}  // namespace tilvanego
