@@ -1,0 +1,342 @@
+#include <tilvanego/values/Decimal.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <utility>
+
+namespace tilvanego {
+namespace {
+
+__extension__ using Mantissa = unsigned __int128;
+
+constexpr Mantissa largestMantissa = ~Mantissa{0};
+constexpr int smallestExponent = -128;
+constexpr int largestExponent = 127;
+constexpr std::size_t mantissaDigits = 39;
+
+// 10^0 to 10^38, the powers that fit.
+constexpr auto powersOfTen = [] {
+  std::array<Mantissa, mantissaDigits> powers{1};
+  for (std::size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+  return powers;
+}();
+constexpr std::uint64_t tenTo19 = 10'000'000'000'000'000'000U;
+
+constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// The mantissa's digits without leading zeros; none for zero. `digits` must outlive the result.
+std::string_view digitsOf(Mantissa mantissa, std::array<char, mantissaDigits>& digits) {
+  char* const end = digits.data() + digits.size();
+  char* first = end;
+  while (mantissa > std::numeric_limits<std::uint64_t>::max()) {
+    auto low = static_cast<std::uint64_t>(mantissa % tenTo19);
+    mantissa /= tenTo19;
+    for (int i = 0; i < 19; ++i, low /= 10) *--first = static_cast<char>('0' + low % 10);
+  }
+  for (auto low = static_cast<std::uint64_t>(mantissa); low != 0; low /= 10) {
+    *--first = static_cast<char>('0' + low % 10);
+  }
+  return {first, end};
+}
+
+constexpr bool roundsUp(bool odd, std::strong_ordering remainderToHalf) {
+  return remainderToHalf > 0 || (remainderToHalf == 0 && odd);
+}
+
+}  // namespace
+
+// A number on its way in or out of the canonical form.
+struct DecimalParts {
+  bool negative = false;
+  Mantissa mantissa = 0;
+  int exponent = 0;
+
+  static DecimalParts of(const Decimal& d) {
+    return {d.negative_, (Mantissa{d.high_} << 64) | d.low_, d.exponent_};
+  }
+
+  // Nothing if the exponent is out of range. Zero is in range with any.
+  std::optional<Decimal> decimal() const {
+    if (mantissa == 0) return Decimal();
+    if (exponent < smallestExponent || exponent > largestExponent) return std::nullopt;
+    DecimalParts canonical = *this;
+    canonical.stripZeros();
+    Decimal result;
+    result.high_ = static_cast<std::uint64_t>(canonical.mantissa >> 64);
+    result.low_ = static_cast<std::uint64_t>(canonical.mantissa);
+    result.exponent_ = static_cast<std::int8_t>(canonical.exponent);
+    result.negative_ = negative;
+    return result;
+  }
+
+ private:
+  void stripZeros() {
+    while (mantissa > std::numeric_limits<std::uint64_t>::max() && exponent < largestExponent) {
+      if (mantissa % 10 != 0) return;
+      mantissa /= 10;
+      ++exponent;
+    }
+    auto low = static_cast<std::uint64_t>(mantissa);
+    if ((mantissa >> 64) != 0) return;
+    for (; low % 10 == 0 && exponent < largestExponent; low /= 10) ++exponent;
+    mantissa = low;
+  }
+};
+
+namespace {
+
+// Takes digits from the most significant on, and rounds off, half to even, those that the mantissa can't
+// hold.
+class DigitCollector {
+ public:
+  void take(char digit) {
+    const auto value = static_cast<unsigned>(digit - '0');
+    Mantissa longer = 0;
+    if (dropped_ == 0 && !__builtin_mul_overflow(mantissa_, Mantissa{10}, &longer) &&
+        !__builtin_add_overflow(longer, Mantissa{value}, &longer)) {
+      mantissa_ = longer;
+    } else if (dropped_++ == 0) {
+      firstDropped_ = value;
+    } else if (value != 0) {
+      restIsZero_ = false;
+    }
+  }
+
+  bool isExact() const { return firstDropped_ == 0 && restIsZero_; }
+
+  // What was taken, as an integer times ten to the `exponent`.
+  DecimalParts parts(bool negative, std::int64_t exponent) const {
+    DecimalParts result{negative, mantissa_, 0};
+    std::int64_t power = exponent + dropped_;
+    const auto toHalf =
+        firstDropped_ == 5 && !restIsZero_ ? std::strong_ordering::greater : firstDropped_ <=> 5U;
+    if (roundsUp((mantissa_ & 1) != 0, toHalf)) {
+      if (mantissa_ == largestMantissa) {
+        // 2^128 itself doesn't fit: one digit fewer, rounded up since it ends in 6.
+        result.mantissa = largestMantissa / 10 + 1;
+        ++power;
+      } else {
+        ++result.mantissa;
+      }
+    }
+    result.exponent =
+        static_cast<int>(std::clamp<std::int64_t>(power, smallestExponent - 1, largestExponent + 1));
+    return result;
+  }
+
+ private:
+  Mantissa mantissa_ = 0;
+  std::int64_t dropped_ = 0;
+  unsigned firstDropped_ = 0;
+  bool restIsZero_ = true;
+};
+
+// A cursor over the text; every step takes what is there and says whether anything was.
+class NumberScanner {
+ public:
+  explicit NumberScanner(std::string_view text) : text_(text) {}
+
+  bool atEnd() const { return at_ == text_.size(); }
+  void skipBlanks() {
+    while (peek() == ' ' || (peek() >= '\t' && peek() <= '\r')) ++at_;
+  }
+  bool takeSign() {
+    const bool negative = peek() == '-';
+    if (negative || peek() == '+') ++at_;
+    return negative;
+  }
+  bool takePoint() { return takeIf('.'); }
+  std::size_t takeDigits(DigitCollector& digits) {
+    const std::size_t start = at_;
+    for (; isDigit(peek()); ++at_) digits.take(text_[at_]);
+    return at_ - start;
+  }
+  // Nothing, and no step, unless an exponent with a digit stands here. Its size saturates far outside any
+  // range.
+  std::optional<std::int64_t> takeExponent() {
+    const std::size_t start = at_;
+    if (!takeIf('e') && !takeIf('E')) return std::nullopt;
+    const bool negative = takeSign();
+    if (!isDigit(peek())) {
+      at_ = start;
+      return std::nullopt;
+    }
+    std::int64_t exponent = 0;
+    constexpr std::int64_t enough = std::int64_t{1} << 48;
+    for (; isDigit(peek()); ++at_) exponent = std::min(exponent * 10 + (peek() - '0'), enough);
+    return negative ? -exponent : exponent;
+  }
+
+ private:
+  char peek() const { return atEnd() ? '\0' : text_[at_]; }
+  bool takeIf(char wanted) {
+    if (peek() != wanted) return false;
+    ++at_;
+    return true;
+  }
+
+  std::string_view text_;
+  std::size_t at_ = 0;
+};
+
+std::strong_ordering comparedMagnitudes(const DecimalParts& a, const DecimalParts& b) {
+  if (a.exponent < b.exponent) return 0 <=> comparedMagnitudes(b, a);
+  if (a.mantissa == 0 || b.mantissa == 0) return a.mantissa <=> b.mantissa;
+  const auto shift = static_cast<std::size_t>(a.exponent - b.exponent);
+  Mantissa scaled = 0;
+  const bool beyond =
+      shift >= powersOfTen.size() || __builtin_mul_overflow(a.mantissa, powersOfTen[shift], &scaled);
+  return beyond ? std::strong_ordering::greater : scaled <=> b.mantissa;
+}
+
+// The digits of a number from 10^highest down to 10^lowest.
+std::string digitRow(const DecimalParts& parts, int lowest, int highest) {
+  std::array<char, mantissaDigits> buffer{};
+  const std::string_view digits = digitsOf(parts.mantissa, buffer);
+  std::string row(static_cast<std::size_t>(highest - lowest + 1), '0');
+  const auto end = row.size() - static_cast<std::size_t>(parts.exponent - lowest);
+  row.replace(end - digits.size(), digits.size(), digits);
+  return row;
+}
+
+// Addition by hand, digit by digit, for sums that 128 bits can't hold. `a` has the greater magnitude.
+DecimalParts addedDigitByDigit(const DecimalParts& a, const DecimalParts& b) {
+  const int lowest = std::min(a.exponent, b.exponent);
+  const int highest = std::max(a.exponent, b.exponent) + static_cast<int>(mantissaDigits);
+  std::string sum = digitRow(a, lowest, highest);
+  const std::string other = digitRow(b, lowest, highest);
+  const int sign = a.negative == b.negative ? 1 : -1;
+  int carry = 0;
+  for (std::size_t i = sum.size(); i-- > 0;) {
+    const int digit = (sum[i] - '0') + sign * (other[i] - '0') + carry;
+    carry = digit < 0 ? -1 : digit / 10;
+    sum[i] = static_cast<char>('0' + digit - 10 * carry);
+  }
+  DigitCollector digits;
+  for (const char digit : sum) digits.take(digit);
+  return digits.parts(a.negative, lowest);
+}
+
+// The common case: both fit one scale and the sum fits too. `a` has the greater magnitude.
+std::optional<DecimalParts> addedExactly(const DecimalParts& a, const DecimalParts& b) {
+  const int exponent = std::min(a.exponent, b.exponent);
+  const auto scaled = [&](const DecimalParts& parts, Mantissa& result) {
+    const auto shift = static_cast<std::size_t>(parts.exponent - exponent);
+    return shift < powersOfTen.size() && !__builtin_mul_overflow(parts.mantissa, powersOfTen[shift], &result);
+  };
+  Mantissa left = 0;
+  Mantissa right = 0;
+  if (!scaled(a, left) || !scaled(b, right)) return std::nullopt;
+  if (a.negative != b.negative) return DecimalParts{a.negative, left - right, exponent};
+  Mantissa sum = 0;
+  if (__builtin_add_overflow(left, right, &sum)) return std::nullopt;
+  return DecimalParts{a.negative, sum, exponent};
+}
+
+}  // namespace
+
+Decimal::Decimal(bool negative, std::uint64_t magnitude)
+    : Decimal(*DecimalParts{negative, magnitude, 0}.decimal()) {}
+
+std::optional<Decimal> Decimal::parse(std::string_view text) {
+  NumberScanner scanner(text);
+  scanner.skipBlanks();
+  const bool negative = scanner.takeSign();
+  DigitCollector digits;
+  const std::size_t whole = scanner.takeDigits(digits);
+  const std::size_t fraction = scanner.takePoint() ? scanner.takeDigits(digits) : 0;
+  if (whole + fraction == 0) return std::nullopt;
+  const std::int64_t exponent = scanner.takeExponent().value_or(0);
+  return digits.parts(negative, exponent - static_cast<std::int64_t>(fraction)).decimal();
+}
+
+std::optional<Decimal> Decimal::parseExact(std::string_view text) {
+  NumberScanner scanner(text);
+  const bool negative = scanner.takeSign();
+  DigitCollector digits;
+  if (scanner.takeDigits(digits) == 0) return std::nullopt;
+  std::size_t fraction = 0;
+  if (scanner.takePoint()) {
+    fraction = scanner.takeDigits(digits);
+    if (fraction == 0) return std::nullopt;
+  }
+  const std::int64_t exponent = scanner.takeExponent().value_or(0);
+  if (!scanner.atEnd() || !digits.isExact()) return std::nullopt;
+  return digits.parts(negative, exponent - static_cast<std::int64_t>(fraction)).decimal();
+}
+
+std::optional<Decimal> Decimal::fromDouble(double value) {
+  if (!std::isfinite(value)) return std::nullopt;
+  std::array<char, 32> digits{};
+  const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+  return parse(std::string_view(digits.data(), end));
+}
+
+std::string Decimal::text() const {
+  if (isZero()) return "0";
+  const DecimalParts parts = DecimalParts::of(*this);
+  std::array<char, mantissaDigits> buffer{};
+  const std::string_view digits = digitsOf(parts.mantissa, buffer);
+  std::string result;
+  if (parts.negative) result += '-';
+  if (parts.exponent >= 0) {
+    result += digits;
+    result.append(static_cast<std::size_t>(parts.exponent), '0');
+    return result;
+  }
+  const auto fraction = static_cast<std::size_t>(-parts.exponent);
+  if (fraction < digits.size()) {
+    result += digits.substr(0, digits.size() - fraction);
+    result += '.';
+    result += digits.substr(digits.size() - fraction);
+  } else {
+    result += "0.";
+    result.append(fraction - digits.size(), '0');
+    result += digits;
+  }
+  return result;
+}
+
+Decimal Decimal::rounded(unsigned fractionDigits) const {
+  DecimalParts parts = DecimalParts::of(*this);
+  const int excess = -parts.exponent - static_cast<int>(std::min(fractionDigits, 128U));
+  if (excess <= 0) return *this;
+  // From 10^39 on, the mantissa is less than half of one unit.
+  if (static_cast<std::size_t>(excess) >= powersOfTen.size()) return {};
+  const Mantissa unit = powersOfTen[static_cast<std::size_t>(excess)];
+  const Mantissa remainder = parts.mantissa % unit;
+  parts.mantissa /= unit;
+  if (roundsUp((parts.mantissa & 1) != 0, remainder <=> unit / 2)) ++parts.mantissa;
+  parts.exponent += excess;
+  return parts.decimal().value_or(Decimal());
+}
+
+Decimal Decimal::operator-() const {
+  Decimal result = *this;
+  result.negative_ = !negative_ && !isZero();
+  return result;
+}
+
+std::strong_ordering operator<=>(const Decimal& a, const Decimal& b) {
+  if (a.negative_ != b.negative_)
+    return a.negative_ ? std::strong_ordering::less : std::strong_ordering::greater;
+  const auto magnitudes = comparedMagnitudes(DecimalParts::of(a), DecimalParts::of(b));
+  return a.negative_ ? 0 <=> magnitudes : magnitudes;
+}
+
+Decimal operator+(const Decimal& a, const Decimal& b) {
+  if (a.isZero()) return b;
+  if (b.isZero()) return a;
+  DecimalParts greater = DecimalParts::of(a);
+  DecimalParts lesser = DecimalParts::of(b);
+  if (comparedMagnitudes(greater, lesser) < 0) std::swap(greater, lesser);
+  const auto exact = addedExactly(greater, lesser);
+  const DecimalParts sum = exact ? *exact : addedDigitByDigit(greater, lesser);
+  return sum.decimal().value_or(*DecimalParts{sum.negative, largestMantissa, largestExponent}.decimal());
+}
+
+}  // namespace tilvanego
