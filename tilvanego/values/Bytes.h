@@ -1,0 +1,11 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace tilvanego {
+
+/// Binary data that its holder owns.
+using Bytes = std::vector<std::uint8_t>;
+
+}  // namespace tilvanego
