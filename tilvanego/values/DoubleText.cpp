@@ -1,0 +1,35 @@
+#include <tilvanego/values/DoubleText.h>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace tilvanego {
+namespace {
+
+std::string shortestText(double value) {
+  const double magnitude = std::fabs(value);
+  const bool plain = magnitude == 0 || (magnitude >= 1e-4 && magnitude <= 0x1p54);
+  // The longest: sign, 17 digits, point, and "0.000" before them or an exponent of five characters after.
+  std::array<char, 32> text{};
+  const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value,
+                                          plain ? std::chars_format::fixed : std::chars_format::scientific);
+  return {text.data(), end};
+}
+
+}  // namespace
+
+std::string doubleText(double value) {
+  if (std::isnan(value)) return "nan";
+  if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
+  std::string text = shortestText(value);
+  if (text.find_first_of(".e") == text.npos) text += ".0";
+  return text;
+}
+
+std::optional<std::string> doubleJSONText(double value) {
+  if (!std::isfinite(value)) return std::nullopt;
+  return shortestText(value);
+}
+
+}  // namespace tilvanego
