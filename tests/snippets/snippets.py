@@ -13,6 +13,7 @@ import re
 import subprocess
 import sys
 
+CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
 LINK = re.compile(r"\]\((?![a-z]+:|#)([^)#]+)")
 FENCE = re.compile(r"^```(\S*)\s*$")
 MARK = re.compile(r"^<!-- snippet: (compile|continues) -->\s*$")
@@ -114,7 +115,8 @@ def run(expected, command):
 
 
 def check_links(pages):
-    dead = [f"{page}: {link}" for page in pages for link in LINK.findall(page.read_text(encoding="utf-8"))
+    dead = [f"{page}: {link}" for page in pages
+            for link in LINK.findall(CODE.sub("", page.read_text(encoding="utf-8")))
             if not (page.parent / link).exists()]
     if dead:
         sys.exit("\n".join(["dead links:"] + dead))
