@@ -64,9 +64,9 @@ void appendPercentEncoded(std::string& target, std::string_view text, CharacterC
 }
 
 std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed) {
-  std::size_t escapes = 0;
-  for (const char character : text) escapes += belongs(character, allowed) ? 0U : 1U;
-  return text.size() + 2 * escapes;
+  std::size_t kept = 0;
+  for (const char character : text) kept += static_cast<std::size_t>(belongs(character, allowed));
+  return 3 * text.size() - 2 * kept;
 }
 
 std::string queryItemEncoded(std::string_view text) {

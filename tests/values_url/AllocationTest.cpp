@@ -1,0 +1,79 @@
+#include <tilvanego/facade/CallbackURLs.h>
+#include <tilvanego/values/LinkWriter.h>
+#include <tilvanego/values/URL.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <utility>
+
+namespace {
+
+std::atomic<std::size_t> allocations = 0;
+
+}  // namespace
+
+// Counting versions for this test program; the array forms end up here too.
+void* operator new(std::size_t size) {
+  ++allocations;
+  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace tilvanego {
+namespace {
+
+/// How often `action` allocated.
+template <typename Action>
+std::size_t allocationsOf(Action action) {
+  const std::size_t before = allocations;
+  action();
+  return allocations - before;
+}
+
+const std::string callback =
+    "myshop://done/callback?status=approved&message=Thank%20you&transaction_id=tx-0123456789";
+
+TEST(Allocations, ParsingAURLAllocatesItsTextAlone) {
+  EXPECT_EQ(allocationsOf([] { EXPECT_TRUE(URL::parse(callback).has_value()); }), 1U);
+  std::string given = callback;
+  const char* const buffer = given.data();
+  EXPECT_EQ(allocationsOf([&] {
+              const auto url = URL::parse(std::move(given));
+              EXPECT_EQ(url->absoluteString().data(), buffer);
+            }),
+            0U);
+}
+
+TEST(Allocations, WalkingRawItemsAndMatchingPlainURLsAllocateNothing) {
+  const auto url = URL::parse(callback);
+  const auto place = URL::parse("MyShop://DONE/callback");
+  std::size_t items = 0;
+  EXPECT_EQ(allocationsOf([&] {
+              for (const RawQueryItem& item : url->rawQueryItems()) items += item.value ? 1U : 0U;
+              EXPECT_TRUE(detail::callbackURLsMatch(*url, *place));
+            }),
+            0U);
+  EXPECT_EQ(items, 3U);
+}
+
+TEST(Allocations, ALinkWhoseSizeIsKnownIsOneAllocation) {
+  const std::string notes(300, '&');
+  EXPECT_EQ(allocationsOf([&] {
+              LinkWriter writer(LinkTarget("tilvanego", "payment", "/v1/start"),
+                                LinkWriter::itemSize("notes", notes));
+              writer.item("notes", notes);
+              const URL link = std::move(writer).finish();
+              EXPECT_EQ(link.absoluteString().size(), 28 + LinkWriter::itemSize("notes", notes));
+            }),
+            1U);
+}
+
+}  // namespace
+}  // namespace tilvanego
