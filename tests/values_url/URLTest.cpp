@@ -81,11 +81,11 @@ TEST(URL, HasNoPortBeyond32Bits) {
   EXPECT_EQ(parsed("a://h:" + std::string(4000, '9')).port(), std::nullopt);
 }
 
-TEST(URL, ReadsAMegabyteOfAnyCharacter) {
+TEST(URL, ReadsLongRunsOfOneCharacter) {
   for (const char* const start : {"", "a://", "a://b/"}) {
     for (const char character : {':', '%', '@', '\0', '\xC3'}) {
       SCOPED_TRACE(start + std::string(1, character));
-      const auto url = URL::parse(start + std::string(std::size_t{1} << 20U, character));
+      const auto url = URL::parse(start + std::string(std::size_t{1} << 17U, character));
       EXPECT_TRUE(!url || URL::parse(url->absoluteString()) == *url);
     }
   }

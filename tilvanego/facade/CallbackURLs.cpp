@@ -1,8 +1,11 @@
 #include <tilvanego/facade/CallbackURLs.h>
 
+#include <tilvanego/values/URL.h>
+
 #include <unicode/ucasemap.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace tilvanego::detail {
 namespace {

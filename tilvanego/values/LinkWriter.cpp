@@ -1,8 +1,13 @@
 #include <tilvanego/values/LinkWriter.h>
 
+#include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/URL.h>
+#include <tilvanego/values/URLParts.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 namespace tilvanego {

@@ -1,10 +1,15 @@
 #include <tilvanego/values/PercentEncoding.h>
 
+#include <tilvanego/values/CharacterTables.h>
+
 #include <unicode/ustring.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace tilvanego::detail {
 namespace {

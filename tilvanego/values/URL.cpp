@@ -78,7 +78,8 @@ std::optional<std::string> URL::user() const {
 
 std::optional<std::string> URL::password() const {
   const auto information = userInformation();
-  const std::size_t colon = information ? information->find(':') : std::string_view::npos;
+  if (!information) return std::nullopt;
+  const std::size_t colon = information->find(':');
   if (colon == std::string_view::npos) return std::nullopt;
   return decodedOrAsItStands(information->substr(colon + 1));
 }

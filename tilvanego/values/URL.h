@@ -53,7 +53,7 @@ class URL {
   /// ambiguous.
   template <std::same_as<std::string> Text>
   [[nodiscard]] static std::expected<URL, URLError> parse(Text&& text) {
-    return parseOwned(std::move(text));
+    return parseOwned(std::forward<Text>(text));
   }
 
   /// The whole text.
