@@ -1,15 +1,10 @@
 #include <tilvanego/facade/CallbackURLs.h>
 
+#include <tilvanego/values/Text.h>
 #include <tilvanego/values/URL.h>
 
-#include <unicode/ucasemap.h>
-
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace tilvanego::detail {
@@ -21,19 +16,6 @@ constexpr char lowered(char character) {
 
 bool sameInAnyCase(std::string_view a, std::string_view b) {
   return std::ranges::equal(a, b, {}, lowered, lowered);
-}
-
-std::string lowercased(const std::string& text) {
-  UErrorCode status = U_ZERO_ERROR;
-  const std::unique_ptr<UCaseMap, decltype(&ucasemap_close)> map(ucasemap_open("", 0, &status),
-                                                                 ucasemap_close);
-  std::string result(3 * text.size() + 1, '\0');
-  const std::int32_t length =
-      ucasemap_utf8ToLower(map.get(), result.data(), static_cast<std::int32_t>(result.size()), text.data(),
-                           static_cast<std::int32_t>(text.size()), &status);
-  if (U_FAILURE(status)) return text;
-  result.resize(static_cast<std::size_t>(length));
-  return result;
 }
 
 bool sameSchemes(const URL& a, const URL& b) {

@@ -1,12 +1,10 @@
 #include <tilvanego/values/PercentEncoding.h>
 
 #include <tilvanego/values/CharacterTables.h>
-
-#include <unicode/ustring.h>
+#include <tilvanego/values/Text.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,20 +28,6 @@ void appendEscapedUnless(std::string& target, std::string_view text, Keeps keeps
     const char escape[] = {'%', hexDigits[byte >> 4], hexDigits[byte & 15]};
     target.append(escape, sizeof escape);
   }
-}
-
-bool isUTF8(std::string_view bytes) {
-  if (bytes.size() > std::numeric_limits<std::int32_t>::max()) return false;
-  std::int32_t length = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strFromUTF8(nullptr, 0, &length, bytes.data(), static_cast<std::int32_t>(bytes.size()), &status);
-  return status == U_BUFFER_OVERFLOW_ERROR || U_SUCCESS(status);
-}
-
-bool isASCII(std::string_view bytes) {
-  std::uint8_t seen = 0;
-  for (const char byte : bytes) seen = static_cast<std::uint8_t>(seen | static_cast<std::uint8_t>(byte));
-  return seen < 0x80;
 }
 
 /// Writes at most text.size() bytes; gives the end of what was written, or null at an escape without two
@@ -100,8 +84,7 @@ bool appendPercentDecoded(std::string& target, std::string_view text) {
     target.resize(end == nullptr ? before : static_cast<std::size_t>(end - target.data()));
     if (end == nullptr) return false;
   }
-  const std::string_view added = std::string_view(target).substr(before);
-  if (isASCII(added) || isUTF8(added)) return true;
+  if (isValidUTF8(std::string_view(target).substr(before))) return true;
   target.resize(before);
   return false;
 }
