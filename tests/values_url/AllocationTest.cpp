@@ -4,38 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <utility>
 
-namespace {
-
-std::atomic<std::size_t> allocations = 0;
-
-}  // namespace
-
-// Counting versions for this test program; the array forms end up here too.
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#include "tests/support/AllocationCount.h"
 
 namespace tilvanego {
 namespace {
 
-/// How often `action` allocated.
-template <typename Action>
-std::size_t allocationsOf(Action action) {
-  const std::size_t before = allocations;
-  action();
-  return allocations - before;
-}
+using test::allocationsOf;
 
 const std::string callback =
     "myshop://done/callback?status=approved&message=Thank%20you&transaction_id=tx-0123456789";

@@ -1,0 +1,25 @@
+#include "tests/support/AllocationCount.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<std::size_t> allocations = 0;
+
+}  // namespace
+
+std::size_t tilvanego::test::allocationCount() { return allocations; }
+
+// The array forms call these. They stand apart from the tests, or g++ would inline one of a pair and warn of
+// a mismatch.
+void* operator new(std::size_t size) {
+  ++allocations;
+  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept { std::free(memory); }
+
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }

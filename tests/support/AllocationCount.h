@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+
+namespace tilvanego::test {
+
+/// How often this test program has called operator new so far, on any thread. Counts only in programs that
+/// are built with AllocationCount.cpp, which replaces the global operators.
+std::size_t allocationCount();
+
+/// How often `action` allocates.
+template <typename Action>
+std::size_t allocationsOf(Action action) {
+  const std::size_t before = allocationCount();
+  action();
+  return allocationCount() - before;
+}
+
+}  // namespace tilvanego::test
