@@ -15,6 +15,10 @@ function(tilvanego_compile_options target)
   target_compile_options(
     ${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
                       -Woverloaded-virtual -Wold-style-cast -Wcast-align)
+  # g++ 13 takes a function that returns a reference for dangling as soon as an argument is a temporary.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    target_compile_options(${target} PRIVATE -Wno-dangling-reference)
+  endif()
   if(TILVANEGO_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
