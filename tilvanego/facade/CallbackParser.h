@@ -1,0 +1,64 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <tilvanego/facade/CallbackKeys.h>
+#include <tilvanego/facade/CallbackURLs.h>
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/values/Text.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego::detail {
+
+/// A word that a callback's status may be, and the result that it gives.
+template <class Result>
+struct StatusWord {
+  std::string_view word;
+  Result (*result)(typename Result::Response response);
+};
+
+/// The word gives `Case` with the response.
+template <class Result, class Case>
+[[nodiscard]] consteval StatusWord<Result> statusWord(std::string_view word) {
+  return {word, [](typename Result::Response response) -> Result { return Case{std::move(response)}; }};
+}
+
+/// What the status of a callback decides by: trimmed and in lower case. Empty if there is none.
+[[nodiscard]] inline std::string normalStatus(const std::optional<std::string>& status) {
+  return status ? lowercased(trimmed(*status)) : std::string();
+}
+
+/// Turns a callback URL into the result of `Operation`: the steps that all operations share, over its tables
+/// `callbackKeys` and `statusWords`. Expectations may be null.
+///
+/// Nothing means that the URL isn't for this operation. Everything else that is wrong with it is a failure.
+template <class Operation>
+[[nodiscard]] std::optional<typename Operation::Result> parseCallback(URL url, const std::string* expectedRequestId,
+                                                                      const URL* expectedCallbackURL) {
+  using Result = typename Operation::Result;
+  using Response = typename Operation::Response;
+  using Error = typename Operation::Error;
+  if (expectedCallbackURL != nullptr && !callbackURLsMatch(url, *expectedCallbackURL)) return std::nullopt;
+
+  typename Response::Fields fields{.callbackURL = std::move(url)};
+  readCallback<Operation::callbackKeys, Operation::callbackKeyIndex>(fields.callbackURL, fields);
+  const auto failure = [](Error error, Response response) -> Result {
+    return typename Result::Failure{std::move(error), std::move(response)};
+  };
+
+  if (expectedRequestId != nullptr && fields.requestId && *fields.requestId != *expectedRequestId) {
+    auto mismatch = typename Error::RequestIdMismatch{*expectedRequestId, fields.requestId};
+    return failure(std::move(mismatch), Response(std::move(fields)));
+  }
+  const std::string status = normalStatus(fields.status);
+  if (status.empty()) return failure(typename Error::MissingStatus{}, Response(std::move(fields)));
+  for (const auto& [word, result] : Operation::statusWords) {
+    if (word == status) return result(Response(std::move(fields)));
+  }
+  return failure(Operation::failed(fields), Response(std::move(fields)));
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,143 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+/// What the result and error unions of all operations are made of.
+///
+/// A union is a `std::variant` under a name of its own: a host asks with `std::get_if<PaymentResult::Success>(&result)`
+/// or visits it with `std::visit`. Each case is a small struct with its `name` and its payload.
+namespace tilvanego::cases {
+
+/// A text that can be a template argument.
+template <std::size_t Size>
+struct Text {
+  // NOLINTNEXTLINE(google-explicit-constructor): a literal is the argument.
+  consteval Text(const char (&literal)[Size]) { std::copy_n(literal, Size, characters); }
+  constexpr operator std::string_view() const { return {characters, Size - 1}; }
+  char characters[Size]{};
+};
+
+/// An error case without payload: its name, and the text that describes it.
+template <Text Name, Text Description>
+struct Plain {
+  static constexpr std::string_view name = Name;
+  [[nodiscard]] std::string description() const { return std::string(std::string_view(Description)); }
+  bool operator==(const Plain&) const = default;
+};
+
+/// The description that all operations have for a link that wasn't opened.
+inline constexpr Text appNotInstalled = "Tilvane payment app is not installed or cannot be opened.";
+
+/// The request can't be sent as it is; `message` says what to mend.
+struct InvalidRequest {
+  static constexpr std::string_view name = "invalidRequest";
+  std::string message;
+  [[nodiscard]] const std::string& description() const { return message; }
+  bool operator==(const InvalidRequest&) const = default;
+};
+
+/// The callback answers another request than the pending one. `Subject` opens its description.
+template <Text Subject>
+struct RequestIdMismatch {
+  static constexpr std::string_view name = "requestIdMismatch";
+  std::string expected;
+  std::optional<std::string> received;
+  [[nodiscard]] std::string description() const {
+    return std::string(std::string_view(Subject)) + " callback request ID mismatch. Expected " + expected +
+           ", received " + received.value_or("none") + ".";
+  }
+  bool operator==(const RequestIdMismatch&) const = default;
+};
+
+/// The callback's status is no word of the operation; `status` is its raw text. `Subject` opens the description.
+template <Text Name, Text Subject>
+struct FailedWithStatus {
+  static constexpr std::string_view name = Name;
+  std::optional<std::string> status;
+  [[nodiscard]] std::string description() const {
+    return std::string(std::string_view(Subject)) + " failed with status " + status.value_or("unknown") + ".";
+  }
+  bool operator==(const FailedWithStatus&) const = default;
+};
+
+/// An error union: a `std::variant` of an operation's cases, which `Cases` lists as its `Variant`.
+template <class Cases>
+class ErrorUnion : public Cases, public Cases::Variant {
+ public:
+  using Variant = typename Cases::Variant;
+  using Variant::Variant;
+
+  /// The name of the case, as in "invalidRequest".
+  [[nodiscard]] std::string_view name() const {
+    return std::visit([](const auto& one) { return one.name; }, variant());
+  }
+
+  /// What went wrong, as an English sentence for the host's developer.
+  [[nodiscard]] std::string errorDescription() const {
+    return std::visit([](const auto& one) -> std::string { return one.description(); }, variant());
+  }
+
+ private:
+  [[nodiscard]] const Variant& variant() const { return *this; }
+};
+
+template <class Response>
+struct Success {
+  static constexpr std::string_view name = "success";
+  Response response;
+  bool operator==(const Success&) const = default;
+};
+
+template <class Response>
+struct Cancelled {
+  static constexpr std::string_view name = "cancelled";
+  Response response;
+  bool operator==(const Cancelled&) const = default;
+};
+
+template <class Response>
+struct Declined {
+  static constexpr std::string_view name = "declined";
+  Response response;
+  bool operator==(const Declined&) const = default;
+};
+
+/// The operation failed. Failures before a callback have no response; those read from a callback have what it said.
+template <class Response, class Error>
+struct Failure {
+  static constexpr std::string_view name = "failure";
+  Error error;
+  std::optional<Response> response;
+  bool operator==(const Failure&) const = default;
+};
+
+/// The result of an operation: one of `Cases` with a response, or `Failure`.
+template <class ResponseType, class ErrorType, template <class> class... Cases>
+class ResultUnion : public std::variant<Cases<ResponseType>..., Failure<ResponseType, ErrorType>> {
+ public:
+  using Variant = std::variant<Cases<ResponseType>..., cases::Failure<ResponseType, ErrorType>>;
+  using Variant::Variant;
+  using Response = ResponseType;
+  using Error = ErrorType;
+  using Failure = cases::Failure<ResponseType, ErrorType>;
+
+  /// The name of the case, as in "success".
+  [[nodiscard]] std::string_view name() const {
+    return std::visit([](const auto& one) { return one.name; }, variant());
+  }
+
+  /// What the callback said; nothing in a failure that no callback caused.
+  [[nodiscard]] std::optional<Response> response() const {
+    return std::visit([](const auto& one) -> std::optional<Response> { return one.response; }, variant());
+  }
+
+ private:
+  [[nodiscard]] const Variant& variant() const { return *this; }
+};
+
+}  // namespace tilvanego::cases

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <string_view>
+#include <utility>
+
+#include <tilvanego/values/RawText.h>
+
+namespace tilvanego {
+
+/// How much a message of the library matters, in ascending order.
+enum class TilvaneLogLevel { debug, info, warning, error };
+
+template <>
+struct RawTexts<TilvaneLogLevel> {
+  static constexpr std::array table{
+      std::pair{TilvaneLogLevel::debug, std::string_view("debug")},
+      std::pair{TilvaneLogLevel::info, std::string_view("info")},
+      std::pair{TilvaneLogLevel::warning, std::string_view("warning")},
+      std::pair{TilvaneLogLevel::error, std::string_view("error")},
+  };
+};
+
+/// Hears the library's messages, on the main thread, from within the operation that causes them. The text is valid
+/// during the call. No message holds a credential, a payload or card data.
+using TilvaneLogger = std::function<void(TilvaneLogLevel level, std::string_view message)>;
+
+}  // namespace tilvanego

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <variant>
+
+namespace tilvanego {
+
+/// How a payment request travels to the payment application.
+class PaymentLaunchTransport {
+ public:
+  /// Inline while the link has at most `maxInlineURLLength` bytes, else the best form that fits.
+  struct Automatic {
+    std::int64_t maxInlineURLLength;
+    bool operator==(const Automatic&) const = default;
+  };
+  /// Every field in the link's query, whatever its length.
+  struct UrlScheme {
+    bool operator==(const UrlScheme&) const = default;
+  };
+  /// One compressed envelope in the link's query. Compressed, not encrypted.
+  struct Gzip {
+    bool operator==(const Gzip&) const = default;
+  };
+  /// An encrypted envelope on the pasteboard, named by the link.
+  struct Pasteboard {
+    bool operator==(const Pasteboard&) const = default;
+  };
+  using Variant = std::variant<Automatic, UrlScheme, Gzip, Pasteboard>;
+
+  /// `maxInlineURLLength` counts the bytes of the whole link; with 0 or less the inline form is never used.
+  [[nodiscard]] static PaymentLaunchTransport automatic(std::int64_t maxInlineURLLength) {
+    return PaymentLaunchTransport(Automatic{maxInlineURLLength});
+  }
+  [[nodiscard]] static PaymentLaunchTransport urlScheme() { return PaymentLaunchTransport(UrlScheme{}); }
+  [[nodiscard]] static PaymentLaunchTransport gzip() { return PaymentLaunchTransport(Gzip{}); }
+  [[nodiscard]] static PaymentLaunchTransport pasteboard() { return PaymentLaunchTransport(Pasteboard{}); }
+
+  [[nodiscard]] const Variant& variant() const { return variant_; }
+
+  /// The case as debug lines show it: "gzip", "automatic(maxInlineURLLength: 2000)".
+  [[nodiscard]] std::string text() const;
+
+  bool operator==(const PaymentLaunchTransport&) const = default;
+
+ private:
+  explicit PaymentLaunchTransport(Variant variant) : variant_(variant) {}
+
+  Variant variant_;
+};
+
+}  // namespace tilvanego

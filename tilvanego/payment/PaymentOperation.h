@@ -1,0 +1,69 @@
+#pragma once
+
+#include <array>
+#include <expected>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <tilvanego/facade/CallbackKeys.h>
+#include <tilvanego/facade/CallbackParser.h>
+#include <tilvanego/facade/Link.h>
+#include <tilvanego/facade/Operation.h>
+#include <tilvanego/payment/PaymentLaunchTransport.h>
+#include <tilvanego/payment/PaymentRequest.h>
+#include <tilvanego/payment/PaymentResult.h>
+
+namespace tilvanego::detail {
+
+/// The payment, as the frame, the parser and the router see it.
+struct PaymentOperation {
+  using Request = PaymentRequest;
+  using Response = PaymentResponse;
+  using Error = PaymentError;
+  using Result = PaymentResult;
+  using Fields = PaymentResponse::Fields;
+
+  static constexpr OperationTexts texts{
+      .sending = "Sending Request - [",
+      .buildFailure = "Unable to build Tilvane payment URL.",
+      .opening = "Opening Tilvane payment app.",
+      .urlLabel = "InlinePaymentUrl: ",
+      .target = launchTarget("/v1/start"),
+      .unmatchedCallback = "Ignored callback that did not match the active payment return URL.",
+  };
+  using InProgress = PaymentError::PaymentInProgress;
+  using AppNotInstalled = PaymentError::PaymentAppNotInstalled;
+
+  [[nodiscard]] static std::string describe(const PaymentRequest& request);
+  [[nodiscard]] static std::optional<std::string_view> validate(const PaymentRequest& request);
+  static void addItems(const PaymentRequest& request, LinkItems& items);
+
+  static constexpr std::array callbackKeys{
+      textKey<Fields, &Fields::requestId>("request_id", "requestId", "session_id", "sessionId"),
+      textKey<Fields, &Fields::status>("status", "result"),
+      textKey<Fields, &Fields::processorMessage>("processor_message", "processorMessage", "message"),
+      textKey<Fields, &Fields::approvalCode>("approval_code", "approvalCode"),
+      textKey<Fields, &Fields::transactionId>("transaction_id", "transactionId", "txn_id"),
+      textKey<Fields, &Fields::customId>("custom_id", "customId"),
+  };
+  static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
+
+  static constexpr std::array statusWords{
+      statusWord<PaymentResult, PaymentResult::Success>("approved"),
+      statusWord<PaymentResult, PaymentResult::Success>("success"),
+      statusWord<PaymentResult, PaymentResult::Success>("succeeded"),
+      statusWord<PaymentResult, PaymentResult::Success>("completed"),
+      statusWord<PaymentResult, PaymentResult::Cancelled>("cancelled"),
+      statusWord<PaymentResult, PaymentResult::Cancelled>("canceled"),
+      statusWord<PaymentResult, PaymentResult::Cancelled>("cancel"),
+      statusWord<PaymentResult, PaymentResult::Declined>("declined"),
+      statusWord<PaymentResult, PaymentResult::Declined>("decline"),
+      statusWord<PaymentResult, PaymentResult::Declined>("rejected"),
+  };
+  [[nodiscard]] static PaymentError failed(const Fields& callback) {
+    return PaymentError::PaymentFailed{callback.status};
+  }
+};
+
+}  // namespace tilvanego::detail

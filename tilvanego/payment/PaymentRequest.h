@@ -1,0 +1,64 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <tilvanego/payment/PaymentCredentials.h>
+#include <tilvanego/payment/PaymentTransactionType.h>
+#include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// A payment that a host asks for. An immutable value; nothing is checked before it is started.
+///
+///     PaymentRequest request({.requestId = "A-1001",
+///                             .amount = *Decimal::parse("12.50"),
+///                             .transactionType = PaymentTransactionType::sale,
+///                             .currency = "EUR",
+///                             .callbackURL = *URL::parse("myshop://payment-done")});
+class PaymentRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this payment; the callback is compared with it. Sent as it is, blanks included.
+    std::string requestId;
+    /// In the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than zero.
+    Decimal amount;
+    /// In the same unit, on top of the amount. Must not be negative.
+    std::optional<Decimal> tip = std::nullopt;
+    PaymentTransactionType transactionType = PaymentTransactionType::sale;
+    /// ISO 4217, three letters; whitespace around it and lower-case letters are mended.
+    std::string currency;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    /// The merchant's own reference.
+    std::optional<std::string> customId = std::nullopt;
+    std::optional<std::string> notes = std::nullopt;
+    std::optional<PaymentCredentials> credentials = std::nullopt;
+    /// Whether the payment application is to have its card reader ready before it starts.
+    bool requiresReaderReady = true;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the fields as they are, but for the currency, trimmed and in capitals, and for a type of `save`, which has
+  /// the amount 0 and the tip 0 whatever was given.
+  explicit PaymentRequest(Fields fields);
+
+  [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const Decimal& amount() const { return fields_.amount; }
+  [[nodiscard]] const std::optional<Decimal>& tip() const { return fields_.tip; }
+  [[nodiscard]] PaymentTransactionType transactionType() const { return fields_.transactionType; }
+  [[nodiscard]] const std::string& currency() const { return fields_.currency; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& customId() const { return fields_.customId; }
+  [[nodiscard]] const std::optional<std::string>& notes() const { return fields_.notes; }
+  [[nodiscard]] const std::optional<PaymentCredentials>& credentials() const { return fields_.credentials; }
+  [[nodiscard]] bool requiresReaderReady() const { return fields_.requiresReaderReady; }
+
+  bool operator==(const PaymentRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+}  // namespace tilvanego

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/payment/PaymentError.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// What a payment's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+class PaymentResponse {
+ public:
+  struct Fields {
+    /// The URL that was read.
+    URL callbackURL;
+    std::optional<std::string> requestId = std::nullopt;
+    std::optional<std::string> status = std::nullopt;
+    std::optional<std::string> processorMessage = std::nullopt;
+    std::optional<std::string> approvalCode = std::nullopt;
+    std::optional<std::string> transactionId = std::nullopt;
+    std::optional<std::string> customId = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  explicit PaymentResponse(Fields fields) : fields_(std::move(fields)) {}
+
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
+  [[nodiscard]] const std::optional<std::string>& processorMessage() const { return fields_.processorMessage; }
+  [[nodiscard]] const std::optional<std::string>& approvalCode() const { return fields_.approvalCode; }
+  [[nodiscard]] const std::optional<std::string>& transactionId() const { return fields_.transactionId; }
+  [[nodiscard]] const std::optional<std::string>& customId() const { return fields_.customId; }
+
+  bool operator==(const PaymentResponse&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// How a payment ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or `Failure`
+/// with an `error` and, if a callback came, its `response`.
+///
+///     if (const auto* paid = std::get_if<PaymentResult::Success>(&result)) print(*paid->response.approvalCode());
+class PaymentResult
+    : public cases::ResultUnion<PaymentResponse, PaymentError, cases::Success, cases::Cancelled, cases::Declined> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Success = cases::Success<PaymentResponse>;
+  using Cancelled = cases::Cancelled<PaymentResponse>;
+  using Declined = cases::Declined<PaymentResponse>;
+};
+
+}  // namespace tilvanego

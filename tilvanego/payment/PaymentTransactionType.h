@@ -1,0 +1,28 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include <tilvanego/values/RawText.h>
+
+namespace tilvanego {
+
+/// What a payment is to do.
+enum class PaymentTransactionType {
+  sale,  ///< authorise and capture
+  auth,  ///< authorise only, to be captured later
+  /// Store a card. A payment request of this type has no amount and is refused; `TilvaneGo::save` stores cards.
+  save,
+};
+
+template <>
+struct RawTexts<PaymentTransactionType> {
+  static constexpr std::array table{
+      std::pair{PaymentTransactionType::sale, std::string_view("sale")},
+      std::pair{PaymentTransactionType::auth, std::string_view("auth")},
+      std::pair{PaymentTransactionType::save, std::string_view("save")},
+  };
+};
+
+}  // namespace tilvanego
