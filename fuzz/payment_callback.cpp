@@ -1,0 +1,46 @@
+// Any bytes as a callback: a result or "not mine", and the same answer through a running payment and on its own.
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <tests/support/TestHost.h>
+
+namespace {
+
+using namespace tilvanego;
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const URL expected = URL::parse("myshop://done").value();
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const auto url = URL::parse(text);
+  if (!url) {
+    require(url.error().offset <= size && !url.error().message.empty());
+    return 0;
+  }
+  const auto mine = TilvaneGo::parsePaymentResult(*url, "A-1", expected);
+  const auto anyones = TilvaneGo::parsePaymentResult(*url);
+  require(anyones.has_value());
+  if (mine && mine->response()) require(mine->response() == anyones->response());
+
+  test::TestHost host;
+  int completions = 0;
+  host.sdk->startPayment(
+      PaymentRequest({.requestId = "A-1", .amount = 1, .currency = "EUR", .callbackURL = expected}),
+      [&](const PaymentResult& result) {
+        ++completions;
+        require(result == *mine);
+      });
+  require(host.sdk->handleCallback(*url) == mine.has_value());
+  require(completions == (mine ? 1 : 0));
+  return 0;
+}

@@ -1,0 +1,92 @@
+// Any record: a link that reads back as the record's own texts, or a message; never the token in what is shown.
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <tests/support/TestHost.h>
+
+namespace {
+
+using namespace tilvanego;
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+/// Takes texts off the input, each up to the next 0xFF, which stands in no UTF-8.
+class Input {
+ public:
+  explicit Input(std::string_view rest) : rest_(rest) {}
+
+  std::string text() {
+    const std::size_t end = rest_.find('\xFF');
+    std::string taken(rest_.substr(0, end));
+    rest_ = end == std::string_view::npos ? std::string_view() : rest_.substr(end + 1);
+    return taken;
+  }
+
+  std::optional<std::string> optionalText() {
+    std::string taken = text();
+    if (taken.starts_with('-')) return std::nullopt;
+    return taken;
+  }
+
+ private:
+  std::string_view rest_;
+};
+
+void requireItem(const URL& link, std::string_view name, const std::optional<std::string>& value) {
+  if (value && !isValidUTF8(*value)) return;
+  for (const auto& item : link.queryItems().value()) {
+    if (item.name != name) continue;
+    require(item.value == value);
+    return;
+  }
+  require(!value);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Input input(std::string_view(reinterpret_cast<const char*>(data), size));
+  const std::string requestId = input.text();
+  const auto amount = Decimal::parse(input.text());
+  const auto tip = input.optionalText();
+  const auto callbackURL = URL::parse(input.text());
+  if (!amount || !callbackURL) return 0;
+  const PaymentRequest request({.requestId = requestId,
+                                .amount = *amount,
+                                .tip = tip ? Decimal::parse(*tip) : std::nullopt,
+                                .currency = input.text(),
+                                .callbackURL = *callbackURL,
+                                .customId = input.optionalText(),
+                                .notes = input.optionalText(),
+                                .credentials = PaymentCredentials(
+                                    {.basicToken = "QsecretQ", .accountId = input.text(), .environment = "cert"})});
+
+  test::TestHost host;
+  bool refused = false;
+  host.sdk->startPayment(request, [&](const PaymentResult&) { refused = true; });
+  require(refused != host.sdk->isPaymentInProgress());
+  if (!refused) {
+    const URL& link = host.application->openedURLs().back();
+    require(URL::parse(link.absoluteString()).value() == link);
+    requireItem(link, "request_id", request.requestId());
+    requireItem(link, "amount", request.amount().text());
+    requireItem(link, "return_url", request.callbackURL().absoluteString());
+    requireItem(link, "custom_id", request.customId());
+    requireItem(link, "notes", request.notes());
+    requireItem(link, "basic_token", "QsecretQ");
+    host.sdk->cancelPendingPayment();
+  }
+  if (size < 4096 && std::string_view(reinterpret_cast<const char*>(data), size).find("QsecretQ") == std::string_view::npos) {
+    for (const std::string& event : host.events) {
+      require(event.starts_with("open ") || event.find("QsecretQ") == std::string::npos);
+    }
+  }
+  return 0;
+}
