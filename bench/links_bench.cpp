@@ -1,27 +1,14 @@
+#include <cstdio>
 #include <cstdlib>
-#include <new>
 
 #include <benchmark/benchmark.h>
 
+#include "allocations.h"
 #include "links.h"
 
 #include <tilvanego/facade/Link.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/payment/PaymentOperation.h>
-
-namespace {
-
-std::size_t allocations = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace tilvanego::bench {
 namespace {
@@ -29,10 +16,10 @@ namespace {
 /// Counts what one turn allocates, on top of its time.
 template <class Work>
 void measure(benchmark::State& state, std::size_t bytes, Work work) {
-  const std::size_t before = allocations;
+  const std::size_t before = allocations();
   for (auto _ : state) benchmark::DoNotOptimize(work());
   state.counters["allocations"] =
-      static_cast<double>(allocations - before) / static_cast<double>(state.iterations());
+      static_cast<double>(allocations() - before) / static_cast<double>(state.iterations());
   state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * static_cast<std::int64_t>(state.iterations()));
 }
 
