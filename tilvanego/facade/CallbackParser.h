@@ -17,13 +17,15 @@ namespace tilvanego::detail {
 template <class Result>
 struct StatusWord {
   std::string_view word;
-  Result (*result)(typename Result::Response response);
+  Result (*result)(typename Result::Response::Fields&& fields);
 };
 
 /// The word gives `Case` with the response.
 template <class Result, class Case>
 [[nodiscard]] consteval StatusWord<Result> statusWord(std::string_view word) {
-  return {word, [](typename Result::Response response) -> Result { return Case{std::move(response)}; }};
+  return {word, [](typename Result::Response::Fields&& fields) {
+            return Result(Case{typename Result::Response(std::move(fields))});
+          }};
 }
 
 /// What the status of a callback decides by: trimmed and in lower case. Empty if there is none.
@@ -45,20 +47,19 @@ template <class Operation>
 
   typename Response::Fields fields{.callbackURL = std::move(url)};
   readCallback<Operation::callbackKeys, Operation::callbackKeyIndex>(fields.callbackURL, fields);
-  const auto failure = [](Error error, Response response) -> Result {
-    return typename Result::Failure{std::move(error), std::move(response)};
+  const auto failure = [&fields](Error error) -> Result {
+    return typename Result::Failure{std::move(error), Response(std::move(fields))};
   };
 
   if (expectedRequestId != nullptr && fields.requestId && *fields.requestId != *expectedRequestId) {
-    auto mismatch = typename Error::RequestIdMismatch{*expectedRequestId, fields.requestId};
-    return failure(std::move(mismatch), Response(std::move(fields)));
+    return failure(typename Error::RequestIdMismatch{*expectedRequestId, fields.requestId});
   }
   const std::string status = normalStatus(fields.status);
-  if (status.empty()) return failure(typename Error::MissingStatus{}, Response(std::move(fields)));
+  if (status.empty()) return failure(typename Error::MissingStatus{});
   for (const auto& [word, result] : Operation::statusWords) {
-    if (word == status) return result(Response(std::move(fields)));
+    if (word == status) return result(std::move(fields));
   }
-  return failure(Operation::failed(fields), Response(std::move(fields)));
+  return failure(Operation::failed(fields));
 }
 
 }  // namespace tilvanego::detail
