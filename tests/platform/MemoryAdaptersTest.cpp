@@ -1,0 +1,159 @@
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/SystemClock.h>
+#include <tilvanego/platform/memory/ManualClock.h>
+#include <tilvanego/platform/memory/MemoryApplication.h>
+#include <tilvanego/platform/memory/MemoryPasteboard.h>
+#include <tilvanego/platform/memory/RecordingDebugOutput.h>
+#include <tilvanego/platform/memory/ScriptedRandomSource.h>
+
+using namespace tilvanego;
+
+namespace {
+
+URL link(const std::string& text) { return URL::parse(text).value(); }
+Date seconds(double value) { return Date::fromSecondsSince1970(value); }
+
+}  // namespace
+
+TEST(MemoryApplication, AnswersTheOldestRequestFirstAndEachOnce) {
+  RunLoop loop;
+  MemoryApplication application(loop);
+  std::vector<std::string> answers;
+  application.openURL(link("a:1"),
+                      [&](bool opened) { answers.push_back(opened ? "first yes" : "first no"); });
+  application.openURL(link("a:2"),
+                      [&](bool opened) { answers.push_back(opened ? "second yes" : "second no"); });
+  EXPECT_EQ(loop.runPending(), 0U);
+  EXPECT_EQ(application.unanswered(), 2U);
+  EXPECT_TRUE(application.answerOldest(false));
+  EXPECT_TRUE(application.answerOldest(true));
+  EXPECT_FALSE(application.answerOldest(true));
+  EXPECT_EQ(answers, (std::vector<std::string>{"first no", "second yes"}));
+  EXPECT_EQ(application.openedURLs(), (std::vector{link("a:1"), link("a:2")}));
+}
+
+TEST(MemoryApplication, AnswersOfItsOwnComeThroughTheMainQueueAndLeaveEarlierRequestsWaiting) {
+  RunLoop loop;
+  MemoryApplication application(loop);
+  std::vector<bool> answers;
+  const auto answered = [&](bool opened) { answers.push_back(opened); };
+  application.openURL(link("a:1"), answered);
+  application.answerAutomatically(true);
+  application.openURL(link("a:2"), answered);
+  EXPECT_TRUE(answers.empty());
+  loop.runPending();
+  EXPECT_EQ(answers, std::vector{true});
+  EXPECT_EQ(application.unanswered(), 1U);
+  application.answerAutomatically(std::nullopt);
+  application.openURL(link("a:3"), answered);
+  loop.runPending();
+  EXPECT_EQ(application.unanswered(), 2U);
+}
+
+TEST(MemoryApplication, TheHookSeesEachLinkAndMayOpenAnother) {
+  RunLoop loop;
+  MemoryApplication application(loop);
+  std::vector<std::string> seen;
+  application.setOnOpen([&](const URL& url) {
+    seen.push_back(url.absoluteString());
+    if (seen.size() < 100) application.openURL(link("a:" + std::to_string(seen.size())), [](bool) {});
+    EXPECT_EQ(url.absoluteString().substr(0, 2), "a:") << "the link lives through the call";
+  });
+  application.openURL(link("a:0"), [](bool) {});
+  EXPECT_EQ(seen.size(), 100U);
+  EXPECT_EQ(seen[99], "a:99");
+}
+
+TEST(MemoryApplication, AnAnswerMayOpenTheNextLink) {
+  RunLoop loop;
+  MemoryApplication application(loop);
+  application.openURL(link("a:1"), [&](bool) { application.openURL(link("a:2"), [](bool) {}); });
+  application.answerOldest(true);
+  EXPECT_EQ(application.unanswered(), 1U);
+}
+
+TEST(PasteboardString, IsTheFirstItemsTextUnderTheFirstTextTypeThatHasOne) {
+  struct Case {
+    std::vector<PasteboardItem> items;
+    std::optional<std::string> string;
+  };
+  const Bytes bytes{'b'};
+  for (const auto& [items, string] : std::vector<Case>{
+           {{}, std::nullopt},
+           {{{}}, std::nullopt},
+           {{{{"public.plain-text", "p"}, {"public.text", "t"}, {"public.utf8-plain-text", "u"}}}, "u"},
+           {{{{"public.plain-text", "p"}, {"public.text", "t"}}}, "t"},
+           {{{{"public.plain-text", "p"}}}, "p"},
+           {{{{"public.utf8-plain-text", bytes}, {"public.plain-text", "p"}}}, "p"},
+           {{{{"public.utf8-plain-text", bytes}}}, std::nullopt},
+           {{{{"public.utf8-plain-text", ""}, {"public.text", "t"}}}, ""},
+           {{{{"public.url", "x"}}, {{"public.utf8-plain-text", "second item"}}}, std::nullopt},
+       }) {
+    EXPECT_EQ(pasteboardString(items), string);
+  }
+}
+
+TEST(MemoryPasteboard, IsEmptyOnceTheClockIsPastTheExpirationDate) {
+  const auto clock = std::make_shared<ManualClock>(seconds(100));
+  MemoryPasteboard pasteboard(clock);
+  const std::vector<PasteboardItem> items{{{"public.text", "sealed"}}};
+  pasteboard.setItems(items, {.localOnly = true, .expirationDate = seconds(200)});
+  EXPECT_EQ(pasteboard.contents(), (PasteboardContents{items, {true, seconds(200)}}));
+  clock->stopAt(seconds(200));
+  EXPECT_EQ(pasteboard.string(), "sealed") << "at the instant itself it is still there";
+  clock->stopAt(seconds(200.001));
+  EXPECT_EQ(pasteboard.contents(), PasteboardContents{});
+  EXPECT_EQ(pasteboard.string(), std::nullopt);
+}
+
+TEST(MemoryPasteboard, AnotherApplicationsTextOutranksTheItemsUntilTheNextWrite) {
+  MemoryPasteboard pasteboard(std::make_shared<ManualClock>(seconds(0)));
+  pasteboard.setItems({{{"public.text", "mine"}}}, {.localOnly = true, .expirationDate = seconds(9)});
+  pasteboard.place({{{"public.text", "theirs"}}}, "said otherwise");
+  EXPECT_EQ(pasteboard.string(), "said otherwise");
+  EXPECT_EQ(pasteboard.contents().options, PasteboardOptions{});
+  pasteboard.place({{{"public.text", "theirs"}}});
+  EXPECT_EQ(pasteboard.string(), "theirs");
+  pasteboard.place({}, "text alone");
+  pasteboard.setItems({});
+  EXPECT_EQ(pasteboard.string(), std::nullopt);
+}
+
+TEST(ManualClock, StandsStillUntilItFollowsTheSystemAgain) {
+  ManualClock clock(seconds(5));
+  EXPECT_EQ(clock.now(), seconds(5));
+  clock.stopAt(seconds(-1.5));
+  EXPECT_EQ(clock.now(), seconds(-1.5));
+  clock.followSystem();
+  const auto before = SystemClock().now();
+  const auto now = clock.now();
+  EXPECT_TRUE(before <= now && now <= SystemClock().now());
+}
+
+TEST(ScriptedRandomSource, GivesItsBytesInOrderAndThenFailsWithoutTouchingTheRest) {
+  ScriptedRandomSource source({1, 2, 3});
+  std::array<std::uint8_t, 2> bytes{};
+  EXPECT_TRUE(source.fill(bytes));
+  EXPECT_EQ(bytes, (std::array<std::uint8_t, 2>{1, 2}));
+  EXPECT_FALSE(source.fill(bytes));
+  EXPECT_TRUE(source.fill(std::span(bytes).first(1)));
+  EXPECT_EQ(bytes[0], 3);
+}
+
+TEST(RecordingDebugOutput, KeepsLinesUnquotedUntilTaken) {
+  RecordingDebugOutput output;
+  output.writeLine("a \"b\"");
+  output.writeLine("");
+  EXPECT_EQ(output.take(), (std::vector<std::string>{"a \"b\"", ""}));
+  EXPECT_TRUE(output.lines().empty());
+}

@@ -1,0 +1,102 @@
+#include <tilvanego/platform/Platform.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <tilvanego/platform/StandardOutput.h>
+#include <tilvanego/platform/desktop/PasteboardStore.h>
+
+#include "TemporaryDirectory.h"
+
+using namespace tilvanego;
+
+namespace {
+
+// Sets XDG_RUNTIME_DIR for as long as it lives; nullptr unsets it.
+class RuntimeDirectory {
+ public:
+  explicit RuntimeDirectory(const char* path) {
+    if (const char* before = std::getenv(name)) before_ = before;
+    set(path);
+  }
+  RuntimeDirectory(const RuntimeDirectory&) = delete;
+  RuntimeDirectory& operator=(const RuntimeDirectory&) = delete;
+  ~RuntimeDirectory() { set(before_ ? before_->c_str() : nullptr); }
+
+ private:
+  static void set(const char* path) {
+    if (path) {
+      setenv(name, path, 1);
+    } else {
+      unsetenv(name);
+    }
+  }
+  static constexpr const char* name = "XDG_RUNTIME_DIR";
+  std::optional<std::string> before_;
+};
+
+std::filesystem::path chosenDirectory(const char* runtimeDirectory) {
+  const RuntimeDirectory environment(runtimeDirectory);
+  return PasteboardStore(nullptr).directory();
+}
+
+}  // namespace
+
+TEST(StandardPlatform, WorksWithoutConfiguration) {
+  const TemporaryDirectory runtime;
+  const RuntimeDirectory environment(runtime.path().c_str());
+  RunLoop loop;
+  const auto platform = Platform::standard(loop);
+  EXPECT_EQ(platform.mainQueue, &loop);
+  EXPECT_EQ(Platform::standard().mainQueue, &RunLoop::main());
+
+  platform.pasteboard->setItems({{{"public.text", "shared"}}});
+  EXPECT_EQ(Platform::standard(loop).pasteboard->string(), "shared");
+
+  std::array<std::uint8_t, 32> first{};
+  std::array<std::uint8_t, 32> second{};
+  EXPECT_TRUE(platform.randomSource->fill(first));
+  EXPECT_TRUE(platform.randomSource->fill(second));
+  EXPECT_NE(first, second);
+  EXPECT_TRUE(platform.randomSource->fill({}));
+}
+
+TEST(StandardPlatform, ReplacingTheClockLeavesThePasteboardItsOwn) {
+  const TemporaryDirectory runtime;
+  const RuntimeDirectory environment(runtime.path().c_str());
+  auto platform = Platform::standard();
+  const auto later = Date::fromSecondsSince1970(platform.clock->now().secondsSince1970() + 1e6);
+  platform.clock.reset();
+  platform.pasteboard->setItems({{{"public.text", "x"}}}, {.localOnly = true, .expirationDate = later});
+  EXPECT_EQ(platform.pasteboard->string(), "x");
+}
+
+TEST(StandardOutput, WritesEachLineAsOneLiteral) {
+  StandardOutput output;
+  testing::internal::CaptureStdout();
+  output.writeLine("a \"quoted\"\nsecond");
+  output.writeLine("");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "\"a \\\"quoted\\\"\\nsecond\"\n\"\"\n");
+}
+
+TEST(PasteboardLocation, IsTheConfiguredRuntimeDirectoryIfItIsTheUsersOwn) {
+  const TemporaryDirectory runtime;
+  EXPECT_EQ(chosenDirectory(runtime.path().c_str()), runtime.path() / "tilvanego");
+
+  const auto fallback = chosenDirectory(nullptr);
+  EXPECT_TRUE(fallback == "/tmp/tilvanego-" + std::to_string(geteuid()) ||
+              fallback == "/run/user/" + std::to_string(geteuid()) + "/tilvanego");
+  const auto linked = runtime.path() / "link";
+  std::filesystem::create_symlink(runtime.path(), linked);
+  const auto missing = runtime.path() / "missing";
+  for (const char* refused : {"", "relative/directory", linked.c_str(), missing.c_str(), "/dev/null"}) {
+    EXPECT_EQ(chosenDirectory(refused), fallback) << refused;
+  }
+}

@@ -1,0 +1,205 @@
+#include <tilvanego/platform/RunLoop.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/platform/MainQueueAdapter.h>
+#include <tilvanego/platform/MainThread.h>
+
+using tilvanego::MainQueueAdapter;
+using tilvanego::RunLoop;
+
+TEST(RunLoop, RunsBlocksLaterInTheOrderOfPosting) {
+  RunLoop loop;
+  std::vector<int> ran;
+  for (int number : {1, 2, 3}) loop.post([&ran, number] { ran.push_back(number); });
+  EXPECT_TRUE(ran.empty());
+  EXPECT_EQ(loop.runPending(), 3U);
+  EXPECT_EQ(ran, (std::vector{1, 2, 3}));
+  EXPECT_EQ(loop.runPending(), 0U);
+}
+
+TEST(RunLoop, PostingInABlockRunsAfterwardsInTheSameDrain) {
+  RunLoop loop;
+  std::vector<int> ran;
+  loop.post([&] {
+    loop.post([&] { ran.push_back(3); });
+    ran.push_back(1);
+  });
+  loop.post([&] { ran.push_back(2); });
+  EXPECT_EQ(loop.runPending(), 3U);
+  EXPECT_EQ(ran, (std::vector{1, 2, 3}));
+}
+
+TEST(RunLoop, KeepsTheOrderOfEachPostingThreadAndLosesNothing) {
+  constexpr int threads = 4;
+  constexpr int posts = 500;
+  RunLoop loop;
+  std::vector<int> next(threads, 0);
+  bool inOrder = true;
+  int left = threads * posts;
+  std::vector<std::thread> posting;
+  for (std::size_t thread = 0; thread < threads; ++thread) {
+    posting.emplace_back([&, thread] {
+      for (int number = 0; number < posts; ++number) {
+        loop.post([&, thread, number] {
+          inOrder = inOrder && next[thread]++ == number;
+          if (--left == 0) loop.stop();
+        });
+      }
+    });
+  }
+  loop.run();
+  for (auto& thread : posting) thread.join();
+  EXPECT_TRUE(inOrder);
+  EXPECT_EQ(left, 0);
+}
+
+TEST(RunLoop, AStopFromAnotherThreadEndsARunThatWaits) {
+  RunLoop loop;
+  bool ran = false;
+  std::thread other([&] {
+    loop.post([&] { ran = true; });
+    loop.post([&] { std::thread([&] { loop.stop(); }).join(); });
+  });
+  loop.run();
+  other.join();
+  EXPECT_TRUE(ran);
+}
+
+TEST(RunLoop, AStopLeavesTheRestQueuedAndCountsForOneRun) {
+  RunLoop loop;
+  int ran = 0;
+  loop.post([&] {
+    ++ran;
+    loop.stop();
+  });
+  loop.post([&] { ++ran; });
+  loop.run();
+  EXPECT_EQ(ran, 1);
+  loop.stop();
+  loop.run();
+  EXPECT_EQ(ran, 1) << "a stop without a run ends the next one at once";
+  EXPECT_EQ(loop.runPending(), 1U);
+  EXPECT_EQ(ran, 2);
+}
+
+TEST(RunLoop, AnInnerRunGoesOnWithTheNextBlockAndStopsAlone) {
+  RunLoop loop;
+  std::vector<int> ran;
+  loop.post([&] {
+    loop.run();
+    ran.push_back(2);
+  });
+  loop.post([&] {
+    ran.push_back(1);
+    loop.stop();
+  });
+  loop.post([&] {
+    ran.push_back(3);
+    loop.stop();
+  });
+  loop.run();
+  EXPECT_EQ(ran, (std::vector{1, 2, 3}));
+}
+
+TEST(RunLoop, WhatABlockThrowsLeavesTheDrainAndTheLoopGoesOn) {
+  RunLoop loop;
+  int ran = 0;
+  loop.post([] { throw std::runtime_error("from a block"); });
+  loop.post([&] {
+    ++ran;
+    loop.stop();
+  });
+  EXPECT_THROW(loop.run(), std::runtime_error);
+  loop.run();
+  EXPECT_EQ(ran, 1);
+  loop.post([] { throw std::runtime_error("from a block"); });
+  EXPECT_THROW(loop.runPending(), std::runtime_error);
+  EXPECT_EQ(loop.runPending(), 0U);
+}
+
+TEST(RunLoop, ReleasesABlockBeforeTheNextOneRuns) {
+  RunLoop loop;
+  auto held = std::make_shared<int>(0);
+  const std::weak_ptr<int> watched = held;
+  bool releasedInTime = false;
+  loop.post([held = std::move(held)] {});
+  loop.post([&] { releasedInTime = watched.expired(); });
+  loop.runPending();
+  EXPECT_TRUE(releasedInTime);
+}
+
+TEST(RunLoop, TheMainThreadIsTheMakerUntilAnotherThreadDrains) {
+  RunLoop loop;
+  EXPECT_TRUE(loop.isCurrent());
+  bool currentBeforeDrain = true;
+  bool currentInBlock = false;
+  std::thread([&] {
+    currentBeforeDrain = loop.isCurrent();
+    loop.post([&] { currentInBlock = loop.isCurrent(); });
+    loop.runPending();
+  }).join();
+  EXPECT_FALSE(currentBeforeDrain);
+  EXPECT_TRUE(currentInBlock);
+  EXPECT_FALSE(loop.isCurrent());
+}
+
+TEST(RunLoop, TheWakeUpToldOfEachPostAndOfWhatWaitsAlready) {
+  RunLoop loop;
+  int calls = 0;
+  loop.post([] {});
+  loop.setWakeUp([&] { ++calls; });
+  EXPECT_EQ(calls, 1);
+  loop.post([] {});
+  EXPECT_EQ(calls, 2);
+  loop.runPending();
+  loop.setWakeUp([&] { calls = -1; });
+  EXPECT_EQ(calls, 2) << "nothing waits";
+  loop.setWakeUp(nullptr);
+  loop.post([] {});
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(RunLoop, TheDefaultLoopIsOne) { EXPECT_EQ(&RunLoop::main(), &RunLoop::main()); }
+
+TEST(RunLoopDeathTest, TwoThreadsThatDrainAtOnceEndTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        RunLoop loop;
+        loop.post([&] { std::thread([&] { loop.runPending(); }).join(); });
+        loop.runPending();
+      },
+      "drained by two threads");
+}
+
+TEST(MainQueueAdapter, HandsBlocksToTheHostsLoop) {
+  std::vector<std::function<void()>> posted;
+  bool current = false;
+  MainQueueAdapter queue([&](std::function<void()> block) { posted.push_back(std::move(block)); },
+                         [&] { return current; });
+  bool ran = false;
+  queue.post([&] { ran = true; });
+  ASSERT_EQ(posted.size(), 1U);
+  EXPECT_FALSE(ran);
+  posted.front()();
+  EXPECT_TRUE(ran);
+  EXPECT_FALSE(queue.isCurrent());
+  current = true;
+  EXPECT_TRUE(queue.isCurrent());
+}
+
+TEST(MainThreadDeathTest, ACallFromAnotherThreadEndsTheProcessAndNamesTheOperation) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  RunLoop loop;
+  tilvanego::detail::requireMainThread(loop, "startPayment");
+  EXPECT_DEATH(std::thread([&] { tilvanego::detail::requireMainThread(loop, "startPayment"); }).join(),
+               "startPayment was called from another thread than the main thread");
+}

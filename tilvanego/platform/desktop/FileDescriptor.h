@@ -1,0 +1,30 @@
+#pragma once
+
+#include <utility>
+
+#include <unistd.h>
+
+namespace tilvanego::detail {
+
+/// Owns a descriptor of the system's, or none, which is negative.
+class FileDescriptor {
+ public:
+  FileDescriptor() = default;
+  explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+  FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  FileDescriptor& operator=(FileDescriptor other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
+  ~FileDescriptor() {
+    if (descriptor_ >= 0) close(descriptor_);
+  }
+
+  explicit operator bool() const { return descriptor_ >= 0; }
+  [[nodiscard]] int get() const { return descriptor_; }
+
+ private:
+  int descriptor_ = -1;
+};
+
+}  // namespace tilvanego::detail
