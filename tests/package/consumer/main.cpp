@@ -1,10 +1,11 @@
-#include <tilvanego/values/URL.h>
+#include <tilvanego/facade/TilvaneGoSDK.h>
 
 #include <iostream>
 
 // Stands for a host: it knows the install tree alone.
 int main() {
-  const auto url = tilvanego::URL::parse("myshop://payment-done?request_id=A-1001");
-  if (!url) return 1;
-  std::cout << url->absoluteString() << '\n';
+  const auto callback = tilvanego::URL::parse("myshop://payment-done?request_id=A-1001&status=approved");
+  const auto result = tilvanego::TilvaneGo::parsePaymentResult(callback.value(), "A-1001");
+  std::cout << (result ? "understood\n" : "not understood\n");
+  return result ? 0 : 1;
 }
