@@ -1,0 +1,240 @@
+#include <gtest/gtest.h>
+
+#include <tilvanego/json/JSON.h>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tilvanego {
+namespace test {
+
+enum class Mode { chip, swipe, unknown };
+enum class Direction { request, result };
+
+/// A length read from a number and written as a text, as some peers want it.
+struct LengthInMetres {
+  static bool read(json::Reader& reader, double& metres) {
+    if (!json::Codec<double>::read(reader, metres)) return false;
+    return metres >= 0 || reader.fail(JSONFailure::invalidValue, "a length can't be negative");
+  }
+  static bool write(json::Writer& writer, const double& metres) {
+    return writer.text(std::to_string(static_cast<int>(metres)) + " m");
+  }
+};
+
+struct Step {
+  std::string name;
+  std::optional<double> length;
+  bool operator==(const Step&) const = default;
+  static constexpr auto jsonFields() {
+    return json::fields(json::field("name", &Step::name),
+                        json::field<LengthInMetres>("length", &Step::length));
+  }
+};
+
+struct Journey {
+  std::string zebra;
+  std::optional<std::string> notes;
+  std::int64_t count = 0;
+  std::optional<bool> isOpen;
+  std::optional<int> small;
+  Mode mode = Mode::chip;
+  std::optional<Direction> direction;
+  std::vector<Step> steps;
+  std::optional<std::map<std::string, std::string>> items;
+  std::optional<Step> last;
+  std::optional<std::vector<bool>> flags;
+  bool operator==(const Journey&) const = default;
+
+  static constexpr auto jsonFields() {
+    return json::fields(json::field("zebra", &Journey::zebra), json::field("notes", &Journey::notes),
+                        json::field("Count", &Journey::count), json::field("is_open", &Journey::isOpen),
+                        json::field("small", &Journey::small), json::field("mode", &Journey::mode),
+                        json::field("direction", &Journey::direction), json::field("steps", &Journey::steps),
+                        json::field("a fairly long key, longer than any block", &Journey::items),
+                        json::field("last", &Journey::last), json::field("flags", &Journey::flags));
+  }
+};
+
+/// Read-only to its users.
+class Badge {
+ public:
+  const std::string& owner() const { return owner_; }
+
+ private:
+  friend struct json::RecordAccess;
+  Badge() = default;
+  static constexpr auto jsonFields() { return json::fields(json::field("owner", &Badge::owner_)); }
+  std::string owner_;
+};
+
+struct Badges {
+  std::vector<Badge> all;
+  std::optional<Badge> best;
+  static constexpr auto jsonFields() {
+    return json::fields(json::field("all", &Badges::all), json::field("best", &Badges::best));
+  }
+};
+
+/// A record that holds its own kind.
+struct Branch {
+  std::vector<Branch> branches;
+  static constexpr auto jsonFields() { return json::fields(json::field("b", &Branch::branches)); }
+};
+
+}  // namespace test
+
+template <>
+struct RawTexts<test::Mode> {
+  static constexpr std::array table{std::pair{test::Mode::chip, std::string_view("CHIP")},
+                                    std::pair{test::Mode::swipe, std::string_view("")},
+                                    std::pair{test::Mode::unknown, std::string_view("unknown")}};
+  static constexpr auto fallback = test::Mode::unknown;
+};
+template <>
+struct RawTexts<test::Direction> {
+  static constexpr std::array table{std::pair{test::Direction::request, std::string_view("request")},
+                                    std::pair{test::Direction::result, std::string_view("result")}};
+};
+
+namespace {
+
+using test::Branch;
+using test::Direction;
+using test::Journey;
+using test::Mode;
+using test::Step;
+
+const Journey full{.zebra = "z/1",
+                   .notes = "\u00e9",
+                   .count = -3,
+                   .isOpen = false,
+                   .small = 7,
+                   .mode = Mode::swipe,
+                   .direction = Direction::result,
+                   .steps = {{"one", 2.5}, {"two", {}}},
+                   .items = std::map<std::string, std::string>{{"b", "2"}, {"a", "1"}},
+                   .last = Step{"end", 4.0},
+                   .flags = std::vector{true, false}};
+
+constexpr std::string_view smallest = R"({"zebra":"z","Count":1,"mode":"CHIP","steps":[]})";
+
+TEST(JSONRecord, FieldsAreWrittenInTheOrderOfTheTable) {
+  EXPECT_EQ(
+      json::encode(full),
+      R"({"zebra":"z\/1","notes":"é","Count":-3,"is_open":false,"small":7,"mode":"","direction":"result",)"
+      R"("steps":[{"name":"one","length":"2 m"},{"name":"two"}],)"
+      R"("a fairly long key, longer than any block":{"a":"1","b":"2"},"last":{"name":"end","length":"4 m"},)"
+      R"("flags":[true,false]})");
+}
+
+TEST(JSONRecord, SortedKeysAreInByteOrderAtEveryLevel) {
+  EXPECT_EQ(
+      json::encode(full, {.sortedKeys = true}),
+      R"({"Count":-3,"a fairly long key, longer than any block":{"a":"1","b":"2"},"direction":"result",)"
+      R"("flags":[true,false],"is_open":false,"last":{"length":"4 m","name":"end"},"mode":"","notes":"é",)"
+      R"("small":7,"steps":[{"length":"2 m","name":"one"},{"name":"two"}],"zebra":"z\/1"})");
+}
+
+TEST(JSONRecord, AbsentFieldsAreLeftOutAndReadFromMissingOrNull) {
+  Journey bare;
+  bare.zebra = "z";
+  bare.count = 1;
+  EXPECT_EQ(json::encode(bare), smallest);
+  EXPECT_EQ(json::encode(bare, {.pretty = true}),
+            "{\n  \"zebra\" : \"z\",\n  \"Count\" : 1,\n  \"mode\" : \"CHIP\",\n  \"steps\" : [\n\n  ]\n}");
+  EXPECT_EQ(json::decode<Journey>(smallest), bare);
+  EXPECT_EQ(
+      json::decode<Journey>(R"({"zebra":"z","notes":null,"Count":1,"is_open":null,"small":null,"mode":"CHIP",
+      "direction":null,"steps":[],"last":null,"flags":null})"),
+      bare);
+}
+
+TEST(JSONRecord, FieldsAreReadInAnyOrderWithAnyWhiteSpaceAndEscapedKeys) {
+  const auto read = json::decode<Journey>(R"(
+    { "unknown" : { "zebra" : [ 1 ] } , "flags":[true , false],"last":{"length":4,"name":"end"},
+      "a fairly long key, longer than any block" : { "b" : "2" , "a" : "1" }, "direction" : "result","mode":"",
+      "Count" : -3.0 , "zebr\u0061":"z\/1","notes":"\u00e9","small":7,
+      "steps" : [ { "length" : 2.5 , "name":"one" } , {"name" : "two"} ], "is_open" : false , "":0 } )");
+  ASSERT_TRUE(read.has_value()) << read.error().description();
+  EXPECT_EQ(*read, full);
+}
+
+TEST(JSONRecord, TheFirstOfEqualKeysCounts) {
+  EXPECT_EQ(json::decode<Step>(R"({"name":"a","name":"b","length":null,"length":3})"),
+            (Step{"a", std::nullopt}));
+  EXPECT_EQ(json::decode<Step>(R"({"name":"a","name":5})"), (Step{"a", std::nullopt}));
+  EXPECT_FALSE(json::decode<Step>(R"({"name":5,"name":"a"})").has_value());
+}
+
+TEST(JSONRecord, EveryKeyIsFoundFromEveryPredecessor) {
+  for (const std::string_view first : json::recordKeys<Journey>()) {
+    for (const std::string_view second : json::recordKeys<Journey>()) {
+      // A value of a kind that no field takes shows that the key was known.
+      const std::string text = "{\"" + std::string(first) + "\":null,\"" + std::string(second) + "\":-1e999}";
+      EXPECT_FALSE(json::decode<Journey>(text).has_value()) << text;
+    }
+  }
+  EXPECT_EQ(json::recordKeys<Step>(), (std::array<std::string_view, 2>{"name", "length"}));
+}
+
+TEST(JSONRecord, AFailureNamesItsPath) {
+  struct Case {
+    std::string_view replaced;
+    std::string_view by;
+    std::string_view description;
+  };
+  static constexpr Case cases[] = {
+      {R"("zebra":"z",)", "", "zebra is missing (byte 35)"},
+      {R"("z")", "null", "expected a text, found null at zebra (byte 9)"},
+      {R"("z")", "1", "expected a text, found a number at zebra (byte 9)"},
+      {R"("CHIP")", "5", "expected a text, found a number at mode (byte 30)"},
+      {"1", "1.5", "the number is not a whole number of 64 bits at Count (byte 21)"},
+      {"1", R"(1,"small":2147483648)", "the number does not fit at small (byte 31)"},
+      {"1", R"(1,"direction":"Result")", "unknown text at direction (byte 35)"},
+      {"[]", R"([{"name":"a"},{}])", "name is missing at steps[1] (byte 60)"},
+      {"[]", R"([{"name":"a","length":-1}])", "a length can't be negative at steps[0].length (byte 67)"},
+      {"[]", R"([],"last":[])", "expected an object, found a list at last (byte 55)"},
+      {"[]", R"([],"notes":"\x")", "invalid escape in a text at notes (byte 57)"},
+  };
+  for (const auto& [replaced, by, description] : cases) {
+    std::string text(smallest);
+    text.replace(text.find(replaced), replaced.size(), by);
+    const auto read = json::decode<Journey>(text);
+    ASSERT_FALSE(read.has_value()) << text;
+    EXPECT_EQ(read.error().description(), description) << text;
+  }
+}
+
+TEST(JSONRecord, UnknownTextsBecomeTheFallbackCase) {
+  EXPECT_EQ(json::decode<Mode>(R"("chip")"), Mode::unknown);
+  EXPECT_EQ(json::decode<Mode>(R"("CHIP")"), Mode::chip);
+  EXPECT_EQ(json::decode<Mode>(R"("")"), Mode::swipe);
+  EXPECT_EQ(json::encode(Mode::unknown), R"("unknown")");
+  EXPECT_FALSE(json::decode<Mode>("1").has_value());
+}
+
+TEST(JSONRecord, ReadOnlyRecordsAreReadThroughTheirFriend) {
+  constexpr std::string_view text = R"({"all":[{"owner":"me"},{"owner":"you"}],"best":{"owner":"me"}})";
+  const auto badges = json::decode<test::Badges>(text);
+  ASSERT_TRUE(badges.has_value());
+  EXPECT_EQ(badges->all.at(1).owner(), "you");
+  EXPECT_EQ(json::encode(*badges), text);
+}
+
+TEST(JSONRecord, ARecordOfItsOwnKindStopsAtTheDepthLimit) {
+  const auto nested = [](std::size_t depth) {
+    std::string text;
+    for (std::size_t i = 0; i < depth; ++i) text += R"({"b":[)";
+    for (std::size_t i = 0; i < depth; ++i) text += "]}";
+    return text;
+  };
+  EXPECT_TRUE(json::decode<Branch>(nested(jsonDepthLimit / 2)).has_value());
+  const auto beyond = json::decode<Branch>(nested(jsonDepthLimit / 2 + 1));
+  ASSERT_FALSE(beyond.has_value());
+  EXPECT_EQ(beyond.error().failure, JSONFailure::tooDeep);
+}
+
+}  // namespace
+}  // namespace tilvanego

@@ -1,0 +1,66 @@
+#include <gtest/gtest.h>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
+#include <limits>
+#include <string>
+
+namespace tilvanego {
+namespace {
+
+TEST(JSONWriter, TextsOfEveryLengthAndPlaceOfAnEscapeAreWrittenWhole) {
+  for (std::size_t length = 0; length < 70; ++length) {
+    EXPECT_EQ(json::encode(std::string(length, 'x')), '"' + std::string(length, 'x') + '"');
+    for (std::size_t at = 0; at <= length; ++at) {
+      const std::string before(at, 'a');
+      const std::string after(length - at, 'b');
+      EXPECT_EQ(json::encode(before + '/' + after), '"' + before + "\\/" + after + '"');
+      EXPECT_EQ(json::encode(before + '\x1f' + after), '"' + before + "\\u001f" + after + '"');
+      EXPECT_EQ(json::encode(before + "\U0001F355" + after), '"' + before + "\U0001F355" + after + '"');
+      EXPECT_EQ(json::encode(before + '\xff' + after).error().failure, JSONFailure::invalidUTF8);
+    }
+  }
+}
+
+TEST(JSONWriter, TextsThatAreAllEscapesFitAtEverySize) {
+  for (std::size_t count = 0; count < 5000; count = count * 5 / 4 + 1) {
+    const std::string zeros(count, '\0');
+    const auto text = json::encode(std::vector<std::string>{zeros, zeros});
+    ASSERT_TRUE(text.has_value());
+    EXPECT_EQ(text->size(), 2 * (6 * count + 2) + 3);
+    EXPECT_EQ(json::decode<std::vector<std::string>>(*text), (std::vector<std::string>{zeros, zeros}));
+  }
+}
+
+TEST(JSONWriter, WhatHasNoJSONFormIsRefusedWithItsPlace) {
+  const JSONValue infinite =
+      JSONValue::dictionary({{"a", JSONValue::array({1, 1.5, std::numeric_limits<double>::infinity()})}});
+  const auto text = json::encode(infinite);
+  ASSERT_FALSE(text.has_value());
+  EXPECT_EQ(text.error().failure, JSONFailure::notFinite);
+  EXPECT_EQ(text.error().description(), "the number is not finite at a[2]");
+  EXPECT_EQ(json::encode(std::numeric_limits<double>::quiet_NaN()).error().failure, JSONFailure::notFinite);
+  EXPECT_EQ(json::encode(JSONValue::dictionary({{"\xff", 1}})).error().description(),
+            "text that is not UTF-8 at [?]");
+}
+
+TEST(JSONWriter, NestingIsRefusedBeyondTheLimit) {
+  JSONValue value = 1;
+  for (std::size_t i = 0; i < jsonDepthLimit; ++i) value = JSONValue(JSONValue::Array{value});
+  const auto pretty = json::encode(value, {.pretty = true});
+  ASSERT_TRUE(pretty.has_value());
+  EXPECT_EQ(json::decode<JSONValue>(*pretty), value);
+  EXPECT_EQ(json::encode(JSONValue(JSONValue::Array{value})).error().failure, JSONFailure::tooDeep);
+}
+
+TEST(JSONWriter, DoublesSwitchToAnExponentOutsideTheirPlainRange) {
+  EXPECT_EQ(json::encode(-0.0), "-0");
+  EXPECT_EQ(json::encode(0.0001), "0.0001");
+  EXPECT_EQ(json::encode(0.00009999), "9.999e-05");
+  EXPECT_EQ(json::encode(0x1p54), "18014398509481984");
+  EXPECT_EQ(json::encode(-0x1.0000000000001p54), "-1.8014398509481988e+16");
+  EXPECT_EQ(json::encode(std::numeric_limits<double>::denorm_min()), "5e-324");
+}
+
+}  // namespace
+}  // namespace tilvanego

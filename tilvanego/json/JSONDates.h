@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tilvanego {
+
+class Date;
+
+/// How dates cross the wire as JSON texts. One object may serve several threads at once.
+class JSONDates {
+ public:
+  virtual ~JSONDates() = default;
+  /// The date that a text means, nothing if it means none.
+  virtual std::optional<Date> read(std::string_view text) const = 0;
+  virtual std::string write(const Date& date) const = 0;
+
+  /// Internet date-time in UTC with whole seconds and a trailing Z (ISO 8601, RFC 3339): the default
+  /// everywhere.
+  static const JSONDates& internetDateTime();
+};
+
+}  // namespace tilvanego

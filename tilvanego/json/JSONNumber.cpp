@@ -1,0 +1,137 @@
+#include <tilvanego/json/JSONNumber.h>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <version>
+
+#ifndef __cpp_lib_to_chars
+#include <clocale>
+#include <cstdlib>
+#ifdef __APPLE__
+#include <xlocale.h>
+#endif
+#endif
+
+namespace tilvanego::json::detail {
+namespace {
+
+// Powers of ten that a double holds exactly, and the integers it does: with both, one multiplication or
+// division rounds once and is therefore the nearest double (W. D. Clinger, "How to read floating point
+// numbers accurately").
+constexpr std::array<double, 23> exactPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                     1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                                     1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr std::uint64_t largestExactInteger = std::uint64_t{1} << 53;
+constexpr std::int64_t mostMantissaDigits = 19;
+// More than the digits of any text in memory can make up for.
+constexpr std::int64_t exponentCeiling = 1'000'000'000'000'000;
+
+constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Smaller than 1 in size; tells a number too small for a double from one too large.
+bool isBelowOne(const JSONNumber& number) { return number.digits + number.exponent <= 0; }
+
+// The nearest double, however long the digits; beyond the range an infinity or 0.
+double nearestDouble(const JSONNumber& number) {
+#ifdef __cpp_lib_to_chars
+  double value = 0;
+  const char* end = number.text.data() + number.text.size();
+  if (std::from_chars(number.text.data(), end, value).ec != std::errc::result_out_of_range) return value;
+  return isBelowOne(number) ? 0 : HUGE_VAL;
+#else
+  static const locale_t plainLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+  return strtod_l(std::string(number.text).c_str(), nullptr, plainLocale);
+#endif
+}
+
+}  // namespace
+
+JSONNumber scanJSONNumber(std::string_view text) {
+  JSONNumber number;
+  const char* cursor = text.data();
+  const char* const end = cursor + text.size();
+  const auto takeDigits = [&]() -> std::int64_t {
+    const char* const first = cursor;
+    for (; cursor != end && isDigit(*cursor); ++cursor) {
+      if (number.digits < mostMantissaDigits) {
+        number.mantissa = number.mantissa * 10 + static_cast<unsigned>(*cursor - '0');
+      }
+      if (number.mantissa != 0) ++number.digits;
+    }
+    return cursor - first;
+  };
+
+  if (cursor != end && *cursor == '-') number.negative = true, ++cursor;
+  if (cursor != end && *cursor == '0') {
+    ++cursor;
+  } else if (takeDigits() == 0) {
+    return {};
+  }
+  if (cursor != end && *cursor == '.') {
+    ++cursor;
+    number.plain = false;
+    number.exponent = -takeDigits();
+    if (number.exponent == 0) return {};
+  }
+  if (cursor != end && (*cursor == 'e' || *cursor == 'E')) {
+    ++cursor;
+    number.plain = false;
+    bool shrinks = false;
+    if (cursor != end && (*cursor == '+' || *cursor == '-')) shrinks = *cursor++ == '-';
+    if (cursor == end || !isDigit(*cursor)) return {};
+    std::int64_t written = 0;
+    for (; cursor != end && isDigit(*cursor); ++cursor) {
+      if (written < exponentCeiling) written = written * 10 + (*cursor - '0');
+    }
+    number.exponent += shrinks ? -written : written;
+  }
+  number.text = std::string_view(text.data(), static_cast<std::size_t>(cursor - text.data()));
+  return number;
+}
+
+std::optional<double> JSONNumber::asDouble() const {
+  if (mantissa == 0) return negative ? -0.0 : 0.0;
+  double value = 0;
+  if (digits <= mostMantissaDigits && mantissa <= largestExactInteger && exponent >= -22 && exponent <= 22) {
+    value = static_cast<double>(mantissa);
+    if (exponent < 0) {
+      value /= exactPowersOfTen[static_cast<std::size_t>(-exponent)];
+    } else {
+      value *= exactPowersOfTen[static_cast<std::size_t>(exponent)];
+    }
+    return negative ? -value : value;
+  }
+  value = nearestDouble(*this);
+  if (value == 0 || !std::isfinite(value)) return std::nullopt;
+  return value;
+}
+
+std::optional<std::int64_t> JSONNumber::asInteger() const {
+  constexpr std::uint64_t largest = INT64_MAX;
+  if (plain) {
+    if (digits > mostMantissaDigits || mantissa > largest + (negative ? 1 : 0)) return std::nullopt;
+    return static_cast<std::int64_t>(negative ? 0 - mantissa : mantissa);
+  }
+  const std::optional<double> value = asDouble();
+  if (!value) {
+    if (isBelowOne(*this)) return 0;
+    return std::nullopt;
+  }
+  constexpr double beyond = 0x1p63;
+  if (*value < -beyond || *value >= beyond || std::trunc(*value) != *value) return std::nullopt;
+  return static_cast<std::int64_t>(*value);
+}
+
+std::size_t writeJSONDouble(double value, std::span<char, longestJSONDouble> out) {
+  // Up to here neighbouring doubles are at most 2 apart, so that the written digits tell no more than was
+  // there.
+  constexpr double largestWithoutExponent = 0x1p54;
+  const double magnitude = std::abs(value);
+  const bool fixed = magnitude == 0 || (magnitude >= 1e-4 && magnitude <= largestWithoutExponent);
+  const auto written = std::to_chars(out.data(), out.data() + out.size(), value,
+                                     fixed ? std::chars_format::fixed : std::chars_format::scientific);
+  return static_cast<std::size_t>(written.ptr - out.data());
+}
+
+}  // namespace tilvanego::json::detail

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace tilvanego::json::detail {
+
+/// A number of the JSON grammar, taken apart: (-1)^negative * mantissa * 10^exponent.
+struct JSONNumber {
+  std::string_view text;
+  std::uint64_t mantissa = 0;
+  std::int64_t exponent = 0;
+  /// Digits from the first that isn't 0 to the last; beyond 19 `mantissa` lacks the rest.
+  std::int64_t digits = 0;
+  bool negative = false;
+  /// Neither a fraction nor an exponent was written.
+  bool plain = true;
+
+  /// The nearest double; no value beyond the finite range, and none where a number other than 0 would become
+  /// 0.
+  std::optional<double> asDouble() const;
+  /// Whole numbers of 64 bits: exactly where no fraction or exponent is written (`-0` is 0), otherwise by way
+  /// of the nearest double, so that `1.0` and `1e2` are whole, and `1e-400` is 0.
+  std::optional<std::int64_t> asInteger() const;
+};
+
+/// Scans the number that starts at the front of `text`; what follows it is left to the caller. An empty
+/// `text` in the result says that the grammar was broken.
+JSONNumber scanJSONNumber(std::string_view text);
+
+/// Longest text that `writeJSONDouble` writes.
+inline constexpr std::size_t longestJSONDouble = 32;
+
+/// Writes the shortest text that reads back as `value`, which must be finite: digits without a fraction for
+/// whole numbers, an exponent below 1e-4 and above 2^54 (`1e-05`, `1e+17`). Returns how many bytes were
+/// written.
+std::size_t writeJSONDouble(double value, std::span<char, longestJSONDouble> out);
+
+}  // namespace tilvanego::json::detail

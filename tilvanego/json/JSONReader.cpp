@@ -1,0 +1,409 @@
+#include <tilvanego/json/JSONReader.h>
+#include <tilvanego/json/RecordTable.h>
+#include <tilvanego/json/TextScan.h>
+#include <array>
+#include <bitset>
+#include <cstring>
+#include <utility>
+
+namespace tilvanego::json {
+namespace {
+
+using detail::TextEnds;
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+constexpr bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+constexpr bool startsNumber(char c) { return c == '-' || (c >= '0' && c <= '9'); }
+
+bool kindFrom(char first, JSONKind& kind) {
+  switch (first) {
+    case '"':
+      kind = JSONKind::text;
+      return true;
+    case '{':
+      kind = JSONKind::object;
+      return true;
+    case '[':
+      kind = JSONKind::list;
+      return true;
+    case 't':
+    case 'f':
+      kind = JSONKind::boolean;
+      return true;
+    case 'n':
+      kind = JSONKind::null;
+      return true;
+    default:
+      kind = JSONKind::number;
+      return startsNumber(first);
+  }
+}
+
+constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
+constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
+
+void appendUTF8(std::string& text, char32_t scalar) {
+  const auto append = [&](char32_t byte) { text += static_cast<char>(byte); };
+  const auto appendTail = [&](unsigned shift) { append(0x80 | ((scalar >> shift) & 0x3F)); };
+  if (scalar < 0x80) return append(scalar);
+  if (scalar < 0x800) {
+    append(0xC0 | (scalar >> 6));
+  } else if (scalar < 0x10000) {
+    append(0xE0 | (scalar >> 12));
+    appendTail(6);
+  } else {
+    append(0xF0 | (scalar >> 18));
+    appendTail(12);
+    appendTail(6);
+  }
+  appendTail(0);
+}
+
+}  // namespace
+
+Reader::Reader(std::string_view text, const JSONDates* dates)
+    : begin_(text.data()), cursor_(begin_), end_(begin_ + text.size()), value_(begin_), dates_(dates) {
+  if (text.starts_with(byteOrderMark)) cursor_ += byteOrderMark.size();
+}
+
+// Failures
+
+bool Reader::failAt(const char* where, JSONFailure failure) {
+  error_.failure = failure;
+  error_.offset = static_cast<std::size_t>(where - begin_);
+  return false;
+}
+
+bool Reader::fail(JSONFailure failure, std::string detail) {
+  error_.detail = std::move(detail);
+  return failAt(value_, failure);
+}
+
+bool Reader::failInside(JSONPathStep step) {
+  error_.stepsOutward.push_back(std::move(step));
+  return false;
+}
+
+bool Reader::failKind(JSONKind expected) {
+  if (cursor_ == end_) return failAt(cursor_, JSONFailure::unexpectedEnd);
+  if (!kindFrom(*cursor_, error_.found)) return failAt(cursor_, JSONFailure::unexpectedCharacter);
+  error_.expected = expected;
+  return failAt(cursor_, JSONFailure::wrongKind);
+}
+
+// Scalars
+
+inline void Reader::skipBlanks() {
+  while (cursor_ != end_ && isBlank(*cursor_)) ++cursor_;
+}
+
+inline bool Reader::startValue(JSONKind expected, char first) {
+  skipBlanks();
+  value_ = cursor_;
+  return (cursor_ != end_ && *cursor_ == first) || failKind(expected);
+}
+
+bool Reader::peek(JSONKind& kind) {
+  skipBlanks();
+  value_ = cursor_;
+  if (cursor_ == end_) return failAt(cursor_, JSONFailure::unexpectedEnd);
+  return kindFrom(*cursor_, kind) || failAt(cursor_, JSONFailure::unexpectedCharacter);
+}
+
+bool Reader::takeWord(std::string_view word) {
+  const std::string_view rest(cursor_, static_cast<std::size_t>(end_ - cursor_));
+  if (!rest.starts_with(word)) return false;
+  cursor_ += word.size();
+  return true;
+}
+
+bool Reader::takeNull() {
+  skipBlanks();
+  value_ = cursor_;
+  return takeWord("null");
+}
+
+bool Reader::readBoolean(bool& value) {
+  skipBlanks();
+  value_ = cursor_;
+  value = takeWord("true");
+  if (value || takeWord("false")) return true;
+  JSONKind found{};
+  if (!peek(found)) return false;
+  return found == JSONKind::boolean ? failAt(cursor_, JSONFailure::unexpectedCharacter)
+                                    : failKind(JSONKind::boolean);
+}
+
+bool Reader::readNumber(detail::JSONNumber& number) {
+  skipBlanks();
+  value_ = cursor_;
+  if (cursor_ == end_ || !startsNumber(*cursor_)) return failKind(JSONKind::number);
+  number = detail::scanJSONNumber({cursor_, static_cast<std::size_t>(end_ - cursor_)});
+  cursor_ += number.text.size();
+  return !number.text.empty() || failAt(value_, JSONFailure::invalidNumber);
+}
+
+bool Reader::readInteger(std::int64_t& value) {
+  detail::JSONNumber number;
+  if (!readNumber(number)) return false;
+  const std::optional<std::int64_t> whole = number.asInteger();
+  value = whole.value_or(0);
+  return whole || fail(JSONFailure::numberOutOfRange, "the number is not a whole number of 64 bits");
+}
+
+bool Reader::readDouble(double& value) {
+  detail::JSONNumber number;
+  if (!readNumber(number)) return false;
+  const std::optional<double> nearest = number.asDouble();
+  value = nearest.value_or(0);
+  return nearest || fail(JSONFailure::numberOutOfRange);
+}
+
+// Texts
+
+bool Reader::readText(std::string& value) {
+  std::string_view view;
+  if (!readText(view)) return false;
+  value.assign(view);
+  return true;
+}
+
+bool Reader::readText(std::string_view& value) {
+  return startValue(JSONKind::text, '"') && readTextFrom(cursor_ + 1, value);
+}
+
+bool Reader::readTextFrom(const char* start, std::string_view& value) {
+  for (const char* cursor = start;;) {
+    cursor = detail::endOfPlainText<TextEnds::reading>(cursor, end_);
+    if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
+    if (*cursor == '"') {
+      value = {start, static_cast<std::size_t>(cursor - start)};
+      cursor_ = cursor + 1;
+      return true;
+    }
+    if (*cursor == '\\') return readEscapes(start, cursor, value);
+    if (static_cast<unsigned char>(*cursor) < 0x20) return failAt(cursor, JSONFailure::controlCharacter);
+    const std::size_t length = detail::sequenceLength(cursor, end_);
+    if (length == 0) return failAt(cursor, JSONFailure::invalidUTF8);
+    cursor += length;
+  }
+}
+
+// A text with escapes, the first of which is at `cursor`, goes into `scratch_` run by run.
+bool Reader::readEscapes(const char* start, const char* cursor, std::string_view& value) {
+  scratch_.assign(start, cursor);
+  while (*cursor == '\\') {
+    if (!readEscape(cursor)) return false;
+    const char* const run = cursor;
+    for (;;) {
+      cursor = detail::endOfPlainText<TextEnds::reading>(cursor, end_);
+      if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
+      if (static_cast<unsigned char>(*cursor) < 0x80) break;
+      const std::size_t length = detail::sequenceLength(cursor, end_);
+      if (length == 0) return failAt(cursor, JSONFailure::invalidUTF8);
+      cursor += length;
+    }
+    scratch_.append(run, cursor);
+  }
+  if (*cursor != '"') return failAt(cursor, JSONFailure::controlCharacter);
+  cursor_ = cursor + 1;
+  value = scratch_;
+  return true;
+}
+
+// One escape, appended to `scratch_`.
+bool Reader::readEscape(const char*& cursor) {
+  const char* const escape = cursor++;
+  if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
+  constexpr std::string_view letters = "\"\\/bfnrt";
+  constexpr std::string_view meanings = "\"\\/\b\f\n\r\t";
+  const char letter = *cursor++;
+  if (const std::size_t at = letters.find(letter); at != letters.npos) {
+    scratch_ += meanings[at];
+    return true;
+  }
+  char32_t scalar = 0;
+  if (letter != 'u' || !takeUnit(cursor, scalar)) return failAt(escape, JSONFailure::invalidEscape);
+  if (isHighSurrogate(scalar)) {
+    char32_t low = 0;
+    const bool pairs = end_ - cursor >= 2 && cursor[0] == '\\' && cursor[1] == 'u';
+    if (pairs) cursor += 2;
+    if (!pairs || !takeUnit(cursor, low) || !isLowSurrogate(low))
+      return failAt(escape, JSONFailure::invalidEscape);
+    scalar = 0x10000 + ((scalar - 0xD800) << 10) + (low - 0xDC00);
+  } else if (isLowSurrogate(scalar)) {
+    return failAt(escape, JSONFailure::invalidEscape);
+  }
+  appendUTF8(scratch_, scalar);
+  return true;
+}
+
+// The four hexadecimal digits of an escape.
+bool Reader::takeUnit(const char*& cursor, char32_t& unit) {
+  if (end_ - cursor < 4) return false;
+  for (int i = 0; i < 4; ++i, ++cursor) {
+    const char c = *cursor;
+    if (c >= '0' && c <= '9') {
+      unit = unit * 16 + static_cast<char32_t>(c - '0');
+    } else if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F')) {
+      unit = unit * 16 + static_cast<char32_t>((c | 0x20) - 'a' + 10);
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Lists and objects
+
+bool Reader::open(char first) {
+  if (!startValue(first == '{' ? JSONKind::object : JSONKind::list, first)) return false;
+  if (depth_ == jsonDepthLimit) return failAt(cursor_, JSONFailure::tooDeep);
+  ++cursor_;
+  ++depth_;
+  atStart_ = true;
+  return true;
+}
+
+bool Reader::beginList() { return open('['); }
+bool Reader::beginObject() { return open('{'); }
+
+inline Reader::Next Reader::nextItem(char closing) {
+  skipBlanks();
+  if (cursor_ != end_ && *cursor_ == closing) {
+    ++cursor_;
+    --depth_;
+    atStart_ = false;
+    return Next::end;
+  }
+  if (atStart_) {
+    atStart_ = false;
+    return Next::item;
+  }
+  if (cursor_ == end_ || *cursor_ != ',') {
+    failAt(cursor_, cursor_ == end_ ? JSONFailure::unexpectedEnd : JSONFailure::unexpectedCharacter);
+    return Next::failure;
+  }
+  ++cursor_;
+  return Next::item;
+}
+
+Reader::Next Reader::nextElement() { return nextItem(']'); }
+
+inline bool Reader::takeColon() {
+  skipBlanks();
+  if (cursor_ == end_) return failAt(cursor_, JSONFailure::unexpectedEnd);
+  if (*cursor_ != ':') return failAt(cursor_, JSONFailure::unexpectedCharacter);
+  ++cursor_;
+  return true;
+}
+
+Reader::Next Reader::nextKey(std::string_view& key) {
+  const Next next = nextItem('}');
+  if (next != Next::item) return next;
+  skipBlanks();
+  if (cursor_ != end_ && *cursor_ == '"') return readText(key) && takeColon() ? Next::item : Next::failure;
+  failAt(cursor_, cursor_ == end_ ? JSONFailure::unexpectedEnd : JSONFailure::unexpectedCharacter);
+  return Next::failure;
+}
+
+bool Reader::skipScalar() {
+  JSONKind kind{};
+  if (!peek(kind)) return false;
+  switch (kind) {
+    case JSONKind::null:
+      return takeWord("null") || failAt(cursor_, JSONFailure::unexpectedCharacter);
+    case JSONKind::boolean: {
+      bool value = false;
+      return readBoolean(value);
+    }
+    case JSONKind::number: {
+      detail::JSONNumber number;
+      return readNumber(number);
+    }
+    default: {
+      std::string_view text;
+      return readText(text);
+    }
+  }
+}
+
+bool Reader::skip() {
+  std::bitset<jsonDepthLimit + 1> isObject;
+  const std::size_t outside = depth_;
+  do {
+    skipBlanks();
+    const char first = cursor_ == end_ ? '\0' : *cursor_;
+    if (first == '{' || first == '[') {
+      if (!open(first)) return false;
+      isObject[depth_] = first == '{';
+    } else if (!skipScalar()) {
+      return false;
+    }
+    // On to the next value, out of everything that ends here.
+    Next next = Next::end;
+    while (depth_ > outside && next == Next::end) {
+      std::string_view key;
+      next = isObject[depth_] ? nextKey(key) : nextElement();
+    }
+    if (next == Next::failure) return false;
+  } while (depth_ > outside);
+  return true;
+}
+
+bool Reader::finish() {
+  skipBlanks();
+  return cursor_ == end_ || failAt(cursor_, JSONFailure::trailingContent);
+}
+
+// Records
+
+// Takes a key with its colon and finds its field, the number of fields if there is none. Keys mostly come in
+// the order of the table, so the field after the last one is looked at first.
+bool Reader::matchField(const RecordTable& table, std::size_t expected, std::size_t& field) {
+  skipBlanks();
+  if (expected < table.fields.size()) {
+    const std::string_view quoted = table.fields[expected].quoted;
+    if (static_cast<std::size_t>(end_ - cursor_) >= quoted.size() &&
+        std::memcmp(cursor_, quoted.data(), quoted.size()) == 0) {
+      cursor_ += quoted.size();
+      field = expected;
+      return takeColon();
+    }
+  }
+  std::string_view key;
+  if (cursor_ == end_ || *cursor_ != '"') {
+    return failAt(cursor_, cursor_ == end_ ? JSONFailure::unexpectedEnd : JSONFailure::unexpectedCharacter);
+  }
+  if (!readTextFrom(cursor_ + 1, key)) return false;
+  field = table.find(key);
+  return takeColon();
+}
+
+bool Reader::readRecord(const RecordTable& table, void* record) {
+  if (!open('{')) return false;
+  std::uint64_t seen = 0;
+  std::size_t expected = 0;
+  for (;;) {
+    const Next next = nextItem('}');
+    if (next == Next::failure) return false;
+    if (next == Next::end) break;
+    std::size_t field = 0;
+    if (!matchField(table, expected, field)) return false;
+    const std::uint64_t bit = field < table.fields.size() ? std::uint64_t{1} << field : 0;
+    if (bit == 0 || (seen & bit) != 0) {
+      if (!skip()) return false;
+      continue;
+    }
+    seen |= bit;
+    expected = field + 1;
+    if (!table.fields[field].read(*this, record)) return failInside(std::string(table.fields[field].key()));
+  }
+  const std::uint64_t missing = table.required & ~seen;
+  if (missing == 0) return true;
+  error_.detail = table.fields[static_cast<std::size_t>(std::countr_zero(missing))].key();
+  return failAt(cursor_ - 1, JSONFailure::missingKey);
+}
+
+}  // namespace tilvanego::json

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <tilvanego/json/JSONDates.h>
+#include <tilvanego/json/JSONError.h>
+#include <tilvanego/json/JSONNumber.h>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tilvanego::json {
+
+struct RecordTable;
+
+/// Reads one JSON text (RFC 8259, UTF-8, with or without a byte order mark) value by value: the caller says
+/// what it expects next. Every read skips the white space before its value. A read that fails returns false
+/// and leaves the reason in `error()`; the reader is of no use afterwards. Views that it gives die with the
+/// text or at the next read.
+class Reader {
+ public:
+  /// Neither the text nor the dates' form is copied; both must outlive the reader. No form means
+  /// `JSONDates::internetDateTime()`.
+  explicit Reader(std::string_view text, const JSONDates* dates = nullptr);
+
+  /// The kind of the next value by its first character. Fails where none can start.
+  bool peek(JSONKind& kind);
+  /// True if the next value is null, which is then taken.
+  bool takeNull();
+
+  bool readBoolean(bool& value);
+  /// A whole number of 64 bits; `1.0` and `1e2` are whole.
+  bool readInteger(std::int64_t& value);
+  bool readDouble(double& value);
+  /// A number's parts and its text as written.
+  bool readNumber(detail::JSONNumber& number);
+  bool readText(std::string& value);
+  /// The text with its escapes resolved; a view into the input where there were none.
+  bool readText(std::string_view& value);
+  /// Passes over one value of any kind, which is checked in full.
+  bool skip();
+
+  /// What `nextElement` and `nextKey` came upon.
+  enum class Next { item, end, failure };
+
+  /// After `beginList`, `nextElement` gives `item` before each element and then, once, `end`.
+  bool beginList();
+  Next nextElement();
+  /// After `beginObject`, `nextKey` gives `item` and the key before each value and then, once, `end`.
+  bool beginObject();
+  Next nextKey(std::string_view& key);
+
+  /// Nothing but white space may be left.
+  bool finish();
+
+  const JSONDates* dates() const { return dates_; }
+
+  /// For codecs: fails for the value that was read last. Always false.
+  bool fail(JSONFailure failure, std::string detail = {});
+  /// For codecs: the failure happened inside the value under this key or index. Always false.
+  bool failInside(JSONPathStep step);
+  JSONError& error() { return error_; }
+
+  /// Reads an object into the record at `record`, whose type `table` describes. The first of equal keys
+  /// counts.
+  bool readRecord(const RecordTable& table, void* record);
+
+ private:
+  bool failAt(const char* where, JSONFailure failure);
+  bool failKind(JSONKind expected);
+  void skipBlanks();
+  bool startValue(JSONKind expected, char first);
+  bool readTextFrom(const char* start, std::string_view& value);
+  bool readEscapes(const char* start, const char* cursor, std::string_view& value);
+  bool readEscape(const char*& cursor);
+  bool takeWord(std::string_view word);
+  bool takeUnit(const char*& cursor, char32_t& unit);
+  bool takeColon();
+  Next nextItem(char closing);
+  bool skipScalar();
+  bool open(char first);
+  bool matchField(const RecordTable& table, std::size_t expected, std::size_t& field);
+
+  const char* begin_;
+  const char* cursor_;
+  const char* end_;
+  const char* value_;
+  const JSONDates* dates_;
+  std::size_t depth_ = 0;
+  bool atStart_ = false;
+  std::string scratch_;
+  JSONError error_;
+};
+
+}  // namespace tilvanego::json

@@ -1,0 +1,216 @@
+#include <openssl/crypto.h>
+
+#include <tilvanego/json/JSONNumber.h>
+#include <tilvanego/json/JSONWriter.h>
+#include <tilvanego/json/RecordTable.h>
+#include <tilvanego/json/TextScan.h>
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <span>
+#include <utility>
+
+namespace tilvanego::json {
+namespace {
+
+using detail::TextEnds;
+
+constexpr std::size_t firstSize = 1024;
+// Room that `ensure` keeps beyond what was asked for: a comma, a colon, quotes and the longest escape.
+constexpr std::size_t slack = 32;
+constexpr std::size_t longestInteger = 20;
+
+}  // namespace
+
+Writer::Writer(const JSONFormat& format) : format_(format) { grow(firstSize); }
+
+Writer::~Writer() { OPENSSL_cleanse(out_.data(), out_.size()); }
+
+inline void Writer::ensure(std::size_t count) {
+  if (static_cast<std::size_t>(limit_ - cursor_) < count + slack) grow(count + slack);
+}
+
+void Writer::grow(std::size_t count) {
+  const auto used = static_cast<std::size_t>(cursor_ - out_.data());
+  std::string larger;
+  larger.resize_and_overwrite(std::max(out_.size() * 2, used + count), [&](char* data, std::size_t size) {
+    if (used != 0) std::memcpy(data, out_.data(), used);
+    return size;
+  });
+  OPENSSL_cleanse(out_.data(), out_.size());
+  out_ = std::move(larger);
+  cursor_ = out_.data() + used;
+  limit_ = out_.data() + out_.size();
+}
+
+std::string Writer::take() {
+  out_.resize(static_cast<std::size_t>(cursor_ - out_.data()));
+  return std::move(out_);
+}
+
+bool Writer::fail(JSONFailure failure, std::string detail) {
+  error_.failure = failure;
+  error_.detail = std::move(detail);
+  return false;
+}
+
+bool Writer::failInside(JSONPathStep step) {
+  error_.stepsOutward.push_back(std::move(step));
+  return false;
+}
+
+// Scalars
+
+inline void Writer::put(std::string_view text) {
+  std::memcpy(cursor_, text.data(), text.size());
+  cursor_ += text.size();
+}
+
+bool Writer::null() {
+  ensure(0);
+  put("null");
+  return true;
+}
+
+bool Writer::boolean(bool value) {
+  ensure(0);
+  put(value ? std::string_view("true") : std::string_view("false"));
+  return true;
+}
+
+bool Writer::integer(std::int64_t value) {
+  ensure(longestInteger);
+  cursor_ = std::to_chars(cursor_, limit_, value).ptr;
+  return true;
+}
+
+bool Writer::number(double value) {
+  if (!std::isfinite(value)) return fail(JSONFailure::notFinite);
+  ensure(detail::longestJSONDouble);
+  cursor_ += detail::writeJSONDouble(
+      value, std::span<char, detail::longestJSONDouble>(cursor_, detail::longestJSONDouble));
+  return true;
+}
+
+// Texts
+
+bool Writer::text(std::string_view value) {
+  ensure(value.size());
+  put('"');
+  if (!putText(value)) return false;
+  put('"');
+  return true;
+}
+
+// Room for all of `text`, if nothing in it needs an escape, has been made; each escape makes room for what
+// follows.
+bool Writer::putText(std::string_view text) {
+  const char* cursor = text.data();
+  const char* const end = cursor + text.size();
+  for (;;) {
+    const char* const run = cursor;
+    cursor = detail::endOfPlainText<TextEnds::writing>(cursor, end);
+    if (cursor != run) put({run, static_cast<std::size_t>(cursor - run)});
+    if (cursor == end) return true;
+    if (static_cast<unsigned char>(*cursor) < 0x80) {
+      putEscaped(*cursor++);
+      ensure(static_cast<std::size_t>(end - cursor));
+      continue;
+    }
+    const std::size_t length = detail::sequenceLength(cursor, end);
+    if (length == 0) return fail(JSONFailure::invalidUTF8);
+    put({cursor, length});
+    cursor += length;
+  }
+}
+
+void Writer::putEscaped(char c) {
+  constexpr std::string_view letters = "\"\\/\b\f\n\r\t";
+  constexpr std::string_view escapes = "\"\\/bfnrt";
+  put('\\');
+  if (const std::size_t at = letters.find(c); at != letters.npos) return put(escapes[at]);
+  constexpr std::string_view digits = "0123456789abcdef";
+  put("u00");
+  put(digits[static_cast<unsigned char>(c) >> 4]);
+  put(digits[static_cast<unsigned char>(c) & 0xF]);
+}
+
+// Lists and objects
+
+inline void Writer::putIndent() {
+  std::memset(cursor_, ' ', 2 * depth_);
+  cursor_ += 2 * depth_;
+}
+
+inline void Writer::putColon() {
+  if (format_.pretty) return put(" : ");
+  put(':');
+}
+
+bool Writer::begin(char opening) {
+  if (depth_ == jsonDepthLimit) return fail(JSONFailure::tooDeep);
+  ensure(0);
+  put(opening);
+  if (format_.pretty) put('\n');
+  ++depth_;
+  atStart_ = true;
+  return true;
+}
+
+void Writer::end(char closing) {
+  --depth_;
+  atStart_ = false;
+  ensure(2 * depth_);
+  if (format_.pretty) {
+    put('\n');
+    putIndent();
+  }
+  put(closing);
+}
+
+// What stands before a key or an element, and room for what follows.
+inline void Writer::separate(std::size_t room) {
+  ensure(room + 2 * depth_);
+  if (!std::exchange(atStart_, false)) {
+    put(',');
+    if (format_.pretty) put('\n');
+  }
+  if (format_.pretty) putIndent();
+}
+
+bool Writer::beginList() { return begin('['); }
+void Writer::endList() { end(']'); }
+bool Writer::beginObject() { return begin('{'); }
+void Writer::endObject() { end('}'); }
+
+void Writer::element() { separate(0); }
+
+bool Writer::key(std::string_view key) {
+  element();
+  if (!text(key)) return false;
+  ensure(0);
+  putColon();
+  return true;
+}
+
+// Records
+
+void Writer::fieldKey(const RecordField& field) {
+  separate(field.quoted.size());
+  put(field.quoted);
+  putColon();
+}
+
+bool Writer::writeRecord(const RecordTable& table, const void* record) {
+  if (!beginObject()) return false;
+  for (std::size_t i = 0; i < table.fields.size(); ++i) {
+    const RecordField& field = table.fields[format_.sortedKeys ? table.sorted[i] : i];
+    if (!field.write(*this, field, record)) return failInside(std::string(field.key()));
+  }
+  endObject();
+  return true;
+}
+
+}  // namespace tilvanego::json

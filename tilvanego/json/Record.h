@@ -1,0 +1,223 @@
+#pragma once
+
+#include <tilvanego/json/Codec.h>
+#include <tilvanego/json/RecordTable.h>
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+/// Records say their fields once, in a static function beside the members, and are read and written from
+/// that:
+///
+///     struct Trace {
+///       std::optional<std::string> cashier;
+///       Decimal amount;
+///       std::vector<std::string> tags;
+///
+///       static constexpr auto jsonFields() {
+///         return json::fields(json::field("cashier", &Trace::cashier),
+///                             json::field<AmountAsNumber>("amount", &Trace::amount),
+///                             json::field("tags", &Trace::tags));
+///       }
+///     };
+///
+/// A field of type `std::optional` may be missing or null when read, and is left out when absent; every other
+/// field is required. Keys that the table doesn't know are checked for good JSON and passed over. The first
+/// of equal keys counts. A record is default-constructible; one with private members makes
+/// `json::RecordAccess` its friend.
+namespace tilvanego::json {
+
+/// One field of a record: its key, its member, and the codec of the member's value.
+template <typename Record, typename Member, typename FieldCodec>
+struct Field {
+  using Owner = Record;
+  using Type = Member;
+  using Coding = FieldCodec;
+  std::string_view key;
+  Member Record::* member;
+};
+
+/// `void` stands for the codec of the member's type.
+template <typename FieldCodec = void, typename Record, typename Member>
+constexpr Field<Record, Member, FieldCodec> field(std::string_view key, Member Record::* member) {
+  return {key, member};
+}
+
+template <typename... Fields>
+constexpr std::tuple<Fields...> fields(Fields... all) {
+  return {all...};
+}
+
+template <typename T>
+concept IsRecord = requires { RecordAccess::fields<T>(); };
+
+template <IsRecord Record>
+inline constexpr auto recordFields = RecordAccess::fields<Record>();
+
+template <IsRecord Record>
+inline constexpr std::size_t fieldCount = std::tuple_size_v<decltype(RecordAccess::fields<Record>())>;
+
+/// The keys of a record in the order of its table.
+template <IsRecord Record>
+constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
+  return std::apply(
+      [](const auto&... all) { return std::array<std::string_view, fieldCount<Record>>{all.key...}; },
+      recordFields<Record>);
+}
+
+namespace detail {
+
+template <typename T>
+struct OptionalTraits : std::false_type {
+  using Value = T;
+};
+template <typename T>
+struct OptionalTraits<std::optional<T>> : std::true_type {
+  using Value = T;
+};
+
+template <typename Record, std::size_t index>
+using FieldAt = std::tuple_element_t<index, decltype(RecordAccess::fields<Record>())>;
+
+template <typename OneField>
+using CodingOf =
+    std::conditional_t<std::is_void_v<typename OneField::Coding>,
+                       std::type_identity<Codec<typename OptionalTraits<typename OneField::Type>::Value>>,
+                       std::type_identity<typename OneField::Coding>>::type;
+
+template <typename Record, std::size_t index>
+bool readField(Reader& reader, void* record) {
+  using OneField = FieldAt<Record, index>;
+  auto& member = static_cast<Record*>(record)->*std::get<index>(recordFields<Record>).member;
+  if constexpr (OptionalTraits<typename OneField::Type>::value) {
+    if (reader.takeNull()) return true;
+    return CodingOf<OneField>::read(reader, RecordAccess::emplaceIn(member));
+  } else {
+    return CodingOf<OneField>::read(reader, member);
+  }
+}
+
+template <typename Record, std::size_t index>
+bool writeField(Writer& writer, const RecordField& field, const void* record) {
+  using OneField = FieldAt<Record, index>;
+  const auto& member = static_cast<const Record*>(record)->*std::get<index>(recordFields<Record>).member;
+  if constexpr (OptionalTraits<typename OneField::Type>::value) {
+    if (!member) return true;
+    writer.fieldKey(field);
+    return CodingOf<OneField>::write(writer, *member);
+  } else {
+    writer.fieldKey(field);
+    return CodingOf<OneField>::write(writer, member);
+  }
+}
+
+/// Keys go into the table as they are written, so they must need no escape.
+constexpr bool isPlainKey(std::string_view key) {
+  return std::ranges::all_of(
+      key, [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\' && c != '/'; });
+}
+
+/// The keys of a record in their quotes, end to end.
+template <typename Record>
+consteval auto quoteKeys() {
+  constexpr std::size_t size = [] {
+    std::size_t sum = 0;
+    for (const std::string_view key : recordKeys<Record>()) sum += key.size() + 2;
+    return sum;
+  }();
+  std::array<char, size> text{};
+  auto at = text.begin();
+  for (const std::string_view key : recordKeys<Record>()) {
+    *at++ = '"';
+    at = std::ranges::copy(key, at).out;
+    *at++ = '"';
+  }
+  return text;
+}
+
+template <typename Record>
+inline constexpr auto quotedKeys = quoteKeys<Record>();
+
+template <typename Record>
+consteval auto describeFields() {
+  std::array<RecordField, fieldCount<Record>> all{};
+  const auto describe = [&]<std::size_t... index>(std::index_sequence<index...>) {
+    ((all[index].read = &readField<Record, index>, all[index].write = &writeField<Record, index>), ...);
+  };
+  describe(std::make_index_sequence<fieldCount<Record>>());
+  std::size_t start = 0;
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const std::size_t size = recordKeys<Record>()[i].size() + 2;
+    all[i].quoted = std::string_view(quotedKeys<Record>.data() + start, size);
+    std::ranges::copy(all[i].quoted.substr(0, all[i].lead.size()), all[i].lead.begin());
+    start += size;
+  }
+  return all;
+}
+
+template <typename Record>
+consteval auto sortFields() {
+  std::array<std::uint8_t, fieldCount<Record>> order{};
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<std::uint8_t>(i);
+  std::ranges::sort(order, {}, [](std::uint8_t i) { return recordKeys<Record>()[i]; });
+  return order;
+}
+
+template <typename Record>
+consteval auto hashFields() {
+  std::array<std::uint8_t, 4 * std::bit_ceil(fieldCount<Record> + 1)> slots{};
+  slots.fill(RecordTable::freeSlot);
+  for (std::size_t i = 0; i < fieldCount<Record>; ++i) {
+    std::size_t slot = keyHash(recordKeys<Record>()[i]) % slots.size();
+    while (slots[slot] != RecordTable::freeSlot) slot = (slot + 1) % slots.size();
+    slots[slot] = static_cast<std::uint8_t>(i);
+  }
+  return slots;
+}
+
+template <typename Record>
+consteval std::uint64_t requiredFields() {
+  return []<std::size_t... index>(std::index_sequence<index...>) {
+    return (std::uint64_t{0} | ... |
+            (OptionalTraits<typename FieldAt<Record, index>::Type>::value ? 0 : std::uint64_t{1} << index));
+  }(std::make_index_sequence<fieldCount<Record>>());
+}
+
+template <typename Record>
+consteval bool keysAreSound() {
+  auto keys = recordKeys<Record>();
+  if (!std::ranges::all_of(keys, isPlainKey)) return false;
+  std::ranges::sort(keys);
+  return std::ranges::adjacent_find(keys) == keys.end();
+}
+
+template <typename Record>
+struct Description {
+  static_assert(fieldCount<Record> <= RecordTable::mostFields);
+  static_assert(keysAreSound<Record>(),
+                "a record's keys are printable ASCII without quotes or slashes, each said once");
+  static constexpr auto fields = describeFields<Record>();
+  static constexpr auto sorted = sortFields<Record>();
+  static constexpr auto slots = hashFields<Record>();
+  static constexpr RecordTable table{fields, sorted.data(), slots, requiredFields<Record>()};
+};
+
+}  // namespace detail
+
+template <IsRecord Record>
+struct Codec<Record> {
+  static bool read(Reader& reader, Record& record) {
+    return reader.readRecord(detail::Description<Record>::table, &record);
+  }
+  static bool write(Writer& writer, const Record& record) {
+    return writer.writeRecord(detail::Description<Record>::table, &record);
+  }
+};
+
+}  // namespace tilvanego::json
