@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <tilvanego/json/JSON.h>
+#include <tilvanego/json/ValueCodecs.h>
 #include <map>
 #include <optional>
 #include <string>
@@ -57,6 +58,33 @@ struct Journey {
   }
 };
 
+struct Receipt {
+  Decimal amount;
+  std::optional<Decimal> tip;
+  std::optional<Date> when;
+  std::optional<UUID> id;
+  bool operator==(const Receipt&) const = default;
+  static constexpr auto jsonFields() {
+    return json::fields(json::field<json::AmountFromNumber>("amount", &Receipt::amount),
+                        json::field<json::AmountFromText>("tip", &Receipt::tip),
+                        json::field("when", &Receipt::when), json::field("id", &Receipt::id));
+  }
+};
+
+/// Dates as whole years.
+class Years final : public JSONDates {
+ public:
+  std::optional<Date> read(std::string_view text) const override {
+    return Date::fromSecondsSince1970((std::stod(std::string(text)) - 1970) * secondsPerYear);
+  }
+  std::string write(const Date& date) const override {
+    return std::to_string(static_cast<int>(1970 + date.secondsSince1970() / secondsPerYear));
+  }
+
+ private:
+  static constexpr double secondsPerYear = 31'556'952;
+};
+
 /// Read-only to its users.
 class Badge {
  public:
@@ -104,6 +132,7 @@ using test::Branch;
 using test::Direction;
 using test::Journey;
 using test::Mode;
+using test::Receipt;
 using test::Step;
 
 const Journey full{.zebra = "z/1",
@@ -213,6 +242,35 @@ TEST(JSONRecord, UnknownTextsBecomeTheFallbackCase) {
   EXPECT_EQ(json::decode<Mode>(R"("")"), Mode::swipe);
   EXPECT_EQ(json::encode(Mode::unknown), R"("unknown")");
   EXPECT_FALSE(json::decode<Mode>("1").has_value());
+}
+
+TEST(JSONRecord, AmountsAreReadAsTheirFieldSaysAndWrittenAsTexts) {
+  const auto receipt = json::decode<Receipt>(R"({"amount":12.1,"tip":"0.50"})");
+  ASSERT_TRUE(receipt.has_value()) << receipt.error().description();
+  EXPECT_EQ(receipt->amount.text(), "12.1");
+  EXPECT_EQ(json::encode(*receipt), R"({"amount":"12.1","tip":"0.5"})");
+  EXPECT_EQ(json::decode<Receipt>(R"({"amount":"12.1"})").error().description(),
+            "expected a number, found a text at amount (byte 10)");
+  EXPECT_EQ(json::decode<Receipt>(R"({"amount":1,"tip":2})").error().failure, JSONFailure::wrongKind);
+  EXPECT_EQ(json::decode<Receipt>(R"({"amount":1,"tip":"much"})").error().description(),
+            "the text is not a decimal number at tip (byte 18)");
+  EXPECT_EQ(json::decode<Receipt>(R"({"amount":1e300})").error().description(),
+            "the number is no amount at amount (byte 10)");
+}
+
+TEST(JSONRecord, DatesHaveTheFormThatTheCallerChooses) {
+  const Receipt receipt{
+      1, {}, Date::fromSecondsSince1970(1'709'634'030), UUID::parse("00000000-0000-4000-8000-0000000000ab")};
+  const std::string text =
+      R"({"amount":"1","when":"2024-03-05T10:20:30Z","id":"00000000-0000-4000-8000-0000000000AB"})";
+  EXPECT_EQ(json::encode(receipt), text);
+  EXPECT_EQ(json::decode<Receipt>(R"({"amount":1,)" + text.substr(text.find("\"when"))), receipt);
+  const test::Years years;
+  EXPECT_EQ(json::encode(*receipt.when, {.dates = &years}), R"("2024")");
+  EXPECT_EQ(json::decode<Date>(R"("1970")", &years), Date());
+  EXPECT_EQ(json::decode<Receipt>(R"({"amount":1,"when":"2024-13-05T10:20:30Z"})").error().description(),
+            "the text is not a date of the expected form at when (byte 19)");
+  EXPECT_FALSE(json::decode<Receipt>(R"({"amount":1,"id":"00"})").has_value());
 }
 
 TEST(JSONRecord, ReadOnlyRecordsAreReadThroughTheirFriend) {

@@ -1,12 +1,11 @@
 #pragma once
 
+#include <tilvanego/values/Date.h>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace tilvanego {
-
-class Date;
 
 /// How dates cross the wire as JSON texts. One object may serve several threads at once.
 class JSONDates {

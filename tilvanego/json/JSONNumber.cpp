@@ -123,15 +123,4 @@ std::optional<std::int64_t> JSONNumber::asInteger() const {
   return static_cast<std::int64_t>(*value);
 }
 
-std::size_t writeJSONDouble(double value, std::span<char, longestJSONDouble> out) {
-  // Up to here neighbouring doubles are at most 2 apart, so that the written digits tell no more than was
-  // there.
-  constexpr double largestWithoutExponent = 0x1p54;
-  const double magnitude = std::abs(value);
-  const bool fixed = magnitude == 0 || (magnitude >= 1e-4 && magnitude <= largestWithoutExponent);
-  const auto written = std::to_chars(out.data(), out.data() + out.size(), value,
-                                     fixed ? std::chars_format::fixed : std::chars_format::scientific);
-  return static_cast<std::size_t>(written.ptr - out.data());
-}
-
 }  // namespace tilvanego::json::detail

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string_view>
 
 namespace tilvanego::json::detail {
@@ -30,13 +28,5 @@ struct JSONNumber {
 /// Scans the number that starts at the front of `text`; what follows it is left to the caller. An empty
 /// `text` in the result says that the grammar was broken.
 JSONNumber scanJSONNumber(std::string_view text);
-
-/// Longest text that `writeJSONDouble` writes.
-inline constexpr std::size_t longestJSONDouble = 32;
-
-/// Writes the shortest text that reads back as `value`, which must be finite: digits without a fraction for
-/// whole numbers, an exponent below 1e-4 and above 2^54 (`1e-05`, `1e+17`). Returns how many bytes were
-/// written.
-std::size_t writeJSONDouble(double value, std::span<char, longestJSONDouble> out);
 
 }  // namespace tilvanego::json::detail

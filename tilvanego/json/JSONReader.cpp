@@ -1,6 +1,7 @@
 #include <tilvanego/json/JSONReader.h>
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
+#include <tilvanego/values/UTF8.h>
 #include <array>
 #include <bitset>
 #include <cstring>
@@ -10,6 +11,10 @@ namespace tilvanego::json {
 namespace {
 
 using detail::TextEnds;
+using tilvanego::detail::appendScalar;
+using tilvanego::detail::DecodedScalar;
+using tilvanego::detail::decodeScalar;
+using tilvanego::detail::isASCII;
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
@@ -42,23 +47,6 @@ bool kindFrom(char first, JSONKind& kind) {
 
 constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
 constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
-
-void appendUTF8(std::string& text, char32_t scalar) {
-  const auto append = [&](char32_t byte) { text += static_cast<char>(byte); };
-  const auto appendTail = [&](unsigned shift) { append(0x80 | ((scalar >> shift) & 0x3F)); };
-  if (scalar < 0x80) return append(scalar);
-  if (scalar < 0x800) {
-    append(0xC0 | (scalar >> 6));
-  } else if (scalar < 0x10000) {
-    append(0xE0 | (scalar >> 12));
-    appendTail(6);
-  } else {
-    append(0xF0 | (scalar >> 18));
-    appendTail(12);
-    appendTail(6);
-  }
-  appendTail(0);
-}
 
 }  // namespace
 
@@ -173,21 +161,26 @@ bool Reader::readText(std::string_view& value) {
   return startValue(JSONKind::text, '"') && readTextFrom(cursor_ + 1, value);
 }
 
-bool Reader::readTextFrom(const char* start, std::string_view& value) {
-  for (const char* cursor = start;;) {
+// Passes over what stands for itself, up to a quote or a backslash.
+inline bool Reader::takeRun(const char*& cursor) {
+  for (;;) {
     cursor = detail::endOfPlainText<TextEnds::reading>(cursor, end_);
     if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
-    if (*cursor == '"') {
-      value = {start, static_cast<std::size_t>(cursor - start)};
-      cursor_ = cursor + 1;
-      return true;
-    }
-    if (*cursor == '\\') return readEscapes(start, cursor, value);
-    if (static_cast<unsigned char>(*cursor) < 0x20) return failAt(cursor, JSONFailure::controlCharacter);
-    const std::size_t length = detail::sequenceLength(cursor, end_);
-    if (length == 0) return failAt(cursor, JSONFailure::invalidUTF8);
-    cursor += length;
+    if (*cursor == '"' || *cursor == '\\') return true;
+    if (isASCII(*cursor)) return failAt(cursor, JSONFailure::controlCharacter);
+    const DecodedScalar scalar = decodeScalar({cursor, static_cast<std::size_t>(end_ - cursor)}, 0);
+    if (!scalar.wellFormed) return failAt(cursor, JSONFailure::invalidUTF8);
+    cursor += scalar.length;
   }
+}
+
+bool Reader::readTextFrom(const char* start, std::string_view& value) {
+  const char* cursor = start;
+  if (!takeRun(cursor)) return false;
+  if (*cursor == '\\') return readEscapes(start, cursor, value);
+  value = {start, static_cast<std::size_t>(cursor - start)};
+  cursor_ = cursor + 1;
+  return true;
 }
 
 // A text with escapes, the first of which is at `cursor`, goes into `scratch_` run by run.
@@ -196,17 +189,9 @@ bool Reader::readEscapes(const char* start, const char* cursor, std::string_view
   while (*cursor == '\\') {
     if (!readEscape(cursor)) return false;
     const char* const run = cursor;
-    for (;;) {
-      cursor = detail::endOfPlainText<TextEnds::reading>(cursor, end_);
-      if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
-      if (static_cast<unsigned char>(*cursor) < 0x80) break;
-      const std::size_t length = detail::sequenceLength(cursor, end_);
-      if (length == 0) return failAt(cursor, JSONFailure::invalidUTF8);
-      cursor += length;
-    }
+    if (!takeRun(cursor)) return false;
     scratch_.append(run, cursor);
   }
-  if (*cursor != '"') return failAt(cursor, JSONFailure::controlCharacter);
   cursor_ = cursor + 1;
   value = scratch_;
   return true;
@@ -235,7 +220,7 @@ bool Reader::readEscape(const char*& cursor) {
   } else if (isLowSurrogate(scalar)) {
     return failAt(escape, JSONFailure::invalidEscape);
   }
-  appendUTF8(scratch_, scalar);
+  appendScalar(scratch_, scalar);
   return true;
 }
 

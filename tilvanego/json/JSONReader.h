@@ -70,6 +70,7 @@ class Reader {
   void skipBlanks();
   bool startValue(JSONKind expected, char first);
   bool readTextFrom(const char* start, std::string_view& value);
+  bool takeRun(const char*& cursor);
   bool readEscapes(const char* start, const char* cursor, std::string_view& value);
   bool readEscape(const char*& cursor);
   bool takeWord(std::string_view word);

@@ -1,21 +1,23 @@
 #include <openssl/crypto.h>
 
-#include <tilvanego/json/JSONNumber.h>
 #include <tilvanego/json/JSONWriter.h>
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
+#include <tilvanego/values/DoubleText.h>
+#include <tilvanego/values/UTF8.h>
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <cstring>
-#include <span>
 #include <utility>
 
 namespace tilvanego::json {
 namespace {
 
 using detail::TextEnds;
+using tilvanego::detail::DecodedScalar;
+using tilvanego::detail::decodeScalar;
+using tilvanego::detail::isASCII;
 
 constexpr std::size_t firstSize = 1024;
 // Room that `ensure` keeps beyond what was asked for: a comma, a colon, quotes and the longest escape.
@@ -87,10 +89,10 @@ bool Writer::integer(std::int64_t value) {
 }
 
 bool Writer::number(double value) {
-  if (!std::isfinite(value)) return fail(JSONFailure::notFinite);
-  ensure(detail::longestJSONDouble);
-  cursor_ += detail::writeJSONDouble(
-      value, std::span<char, detail::longestJSONDouble>(cursor_, detail::longestJSONDouble));
+  const std::optional<std::string> text = doubleJSONText(value);
+  if (!text) return fail(JSONFailure::notFinite);
+  ensure(text->size());
+  put(*text);
   return true;
 }
 
@@ -114,15 +116,15 @@ bool Writer::putText(std::string_view text) {
     cursor = detail::endOfPlainText<TextEnds::writing>(cursor, end);
     if (cursor != run) put({run, static_cast<std::size_t>(cursor - run)});
     if (cursor == end) return true;
-    if (static_cast<unsigned char>(*cursor) < 0x80) {
+    if (isASCII(*cursor)) {
       putEscaped(*cursor++);
       ensure(static_cast<std::size_t>(end - cursor));
       continue;
     }
-    const std::size_t length = detail::sequenceLength(cursor, end);
-    if (length == 0) return fail(JSONFailure::invalidUTF8);
-    put({cursor, length});
-    cursor += length;
+    const DecodedScalar scalar = decodeScalar({cursor, static_cast<std::size_t>(end - cursor)}, 0);
+    if (!scalar.wellFormed) return fail(JSONFailure::invalidUTF8);
+    put({cursor, scalar.length});
+    cursor += scalar.length;
   }
 }
 

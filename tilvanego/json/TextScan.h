@@ -57,22 +57,4 @@ const char* endOfPlainText(const char* cursor, const char* end) {
   return cursor;
 }
 
-/// The length of the well-formed UTF-8 sequence (RFC 3629) of two bytes or more that starts at `cursor`, 0 if
-/// there is none.
-inline std::size_t sequenceLength(const char* cursor, const char* end) {
-  const auto byteAt = [&](std::ptrdiff_t i) { return static_cast<unsigned char>(cursor[i]); };
-  const auto continues = [&](std::ptrdiff_t i) { return end - cursor > i && (byteAt(i) & 0xC0) == 0x80; };
-  const unsigned char lead = byteAt(0);
-  if (lead < 0xC2 || lead > 0xF4 || !continues(1)) return 0;
-  if (lead < 0xE0) return 2;
-  const unsigned char second = byteAt(1);
-  if (lead < 0xF0) {
-    // Neither overlong forms nor surrogates.
-    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F)) return 0;
-    return continues(2) ? 3 : 0;
-  }
-  if ((lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) return 0;
-  return continues(2) && continues(3) ? 4 : 0;
-}
-
 }  // namespace tilvanego::json::detail

@@ -1,0 +1,76 @@
+#include <tilvanego/json/ValueCodecs.h>
+#include <tilvanego/values/DateFormats.h>
+#include <tilvanego/values/DecimalFormatter.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tilvanego {
+namespace {
+
+class InternetDateTime final : public JSONDates {
+ public:
+  std::optional<Date> read(std::string_view text) const override { return readInternetDate(text); }
+  std::string write(const Date& date) const override { return internetDateText(date); }
+};
+
+}  // namespace
+
+const JSONDates& JSONDates::internetDateTime() {
+  static const InternetDateTime form;
+  return form;
+}
+
+namespace json {
+namespace {
+
+// What a text means, or the failure that it means nothing.
+template <typename T>
+bool accept(Reader& reader, T& value, const std::optional<T>& meaning, const char* complaint) {
+  if (!meaning) return reader.fail(JSONFailure::invalidValue, complaint);
+  value = *meaning;
+  return true;
+}
+
+const JSONDates& orDefault(const JSONDates* dates) {
+  return dates != nullptr ? *dates : JSONDates::internetDateTime();
+}
+
+}  // namespace
+
+bool Codec<Date>::read(Reader& reader, Date& date) {
+  std::string_view text;
+  return reader.readText(text) && accept(reader, date, orDefault(reader.dates()).read(text),
+                                         "the text is not a date of the expected form");
+}
+
+bool Codec<Date>::write(Writer& writer, const Date& date) {
+  return writer.text(orDefault(writer.format().dates).write(date));
+}
+
+bool Codec<UUID>::read(Reader& reader, UUID& uuid) {
+  std::string_view text;
+  return reader.readText(text) && accept(reader, uuid, UUID::parse(text), "the text is not a UUID");
+}
+
+bool Codec<UUID>::write(Writer& writer, const UUID& uuid) { return writer.text(uuid.text()); }
+
+bool AmountFromText::read(Reader& reader, Decimal& amount) {
+  std::string_view text;
+  return reader.readText(text) &&
+         accept(reader, amount, Decimal::parse(text), "the text is not a decimal number");
+}
+
+bool AmountFromText::write(Writer& writer, const Decimal& amount) {
+  return writer.text(formattedDecimal(amount));
+}
+
+bool AmountFromNumber::read(Reader& reader, Decimal& amount) {
+  double number = 0;
+  return reader.readDouble(number) &&
+         accept(reader, amount, Decimal::fromDouble(number), "the number is no amount");
+}
+
+}  // namespace json
+}  // namespace tilvanego

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <tilvanego/json/Codec.h>
+#include <tilvanego/values/Date.h>
+#include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/UUID.h>
+
+namespace tilvanego::json {
+
+/// A text in the form that the reader's or the writer's `JSONDates` say.
+template <>
+struct Codec<Date> {
+  static bool read(Reader& reader, Date& date);
+  static bool write(Writer& writer, const Date& date);
+};
+
+/// Its canonical text.
+template <>
+struct Codec<UUID> {
+  static bool read(Reader& reader, UUID& uuid);
+  static bool write(Writer& writer, const UUID& uuid);
+};
+
+/// Amounts have no form of their own: each field says which of these two it has. Both are written alike, as a
+/// text with at most three fraction digits (`formattedDecimal`), never as a number.
+///
+/// A text that `Decimal::parse` takes.
+struct AmountFromText {
+  static bool read(Reader& reader, Decimal& amount);
+  static bool write(Writer& writer, const Decimal& amount);
+};
+
+/// A number, read as the shortest decimal of its nearest double, so that 12.1 stays 12.1. A text is refused,
+/// also the one that was written.
+struct AmountFromNumber {
+  static bool read(Reader& reader, Decimal& amount);
+  static bool write(Writer& writer, const Decimal& amount) { return AmountFromText::write(writer, amount); }
+};
+
+}  // namespace tilvanego::json
