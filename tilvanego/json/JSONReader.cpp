@@ -3,6 +3,7 @@
 #include <tilvanego/json/TextScan.h>
 #include <tilvanego/values/UTF8.h>
 #include <array>
+#include <bit>
 #include <bitset>
 #include <cstring>
 #include <utility>

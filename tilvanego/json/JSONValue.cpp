@@ -33,6 +33,8 @@ const JSONValue* JSONValue::operator[](std::ptrdiff_t index) const {
   return &(*elements)[static_cast<std::size_t>(index)];
 }
 
+bool operator==(const JSONValue& a, const JSONValue& b) { return a.value_ == b.value_; }
+
 std::size_t JSONValue::hash() const {
   const auto ofPayload = Overloaded{
       [](std::monostate) -> std::size_t { return 0; },
@@ -83,10 +85,14 @@ bool json::Codec<JSONValue>::read(Reader& reader, JSONValue& value) {
 }
 
 bool json::Codec<JSONValue>::write(Writer& writer, const JSONValue& value) {
-  return std::visit(
-      Overloaded{[&](std::monostate) { return writer.null(); },
-                 [&]<typename T>(const T& payload) { return Codec<T>::write(writer, payload); }},
-      value.value_);
+  if (const auto* text = value.stringValue()) return writer.text(*text);
+  if (const auto whole = value.intValue()) return writer.integer(*whole);
+  if (const auto real = value.doubleValue()) return writer.number(*real);
+  if (const auto truth = value.boolValue()) return writer.boolean(*truth);
+  if (const auto* elements = value.arrayValue()) return Codec<JSONValue::Array>::write(writer, *elements);
+  if (const auto* entries = value.dictionaryValue())
+    return Codec<JSONValue::Dictionary>::write(writer, *entries);
+  return writer.null();
 }
 
 }  // namespace tilvanego

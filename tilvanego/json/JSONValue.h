@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -66,7 +67,9 @@ class JSONValue {
   const JSONValue* operator[](std::ptrdiff_t index) const;
   const JSONValue* operator[](int index) const { return (*this)[std::ptrdiff_t{index}]; }
 
-  friend bool operator==(const JSONValue&, const JSONValue&) = default;
+  // Not defaulted: deciding on that here, where the type isn't complete, makes libc++ 19 move the elements of
+  // an `Array` as plain bytes.
+  friend bool operator==(const JSONValue& a, const JSONValue& b);
   /// Equal values have equal hashes.
   std::size_t hash() const;
 

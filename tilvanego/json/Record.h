@@ -4,6 +4,7 @@
 #include <tilvanego/json/RecordTable.h>
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
