@@ -10,36 +10,32 @@
 namespace tilvanego::detail {
 
 /// A bit mask: a byte can be in many classes.
-enum class CharacterClass : std::uint8_t {
+enum class CharacterClass : std::uint16_t {
   schemeTail = 1,
   user = 2,
   password = 4,
   host = 8,
   ipLiteral = 16,
   path = 32,
-  query = 64,      // the fragment too
-  queryItem = 128  // an item's name or value: query without the separators "&" and "="
+  query = 64,       // the fragment too
+  queryItem = 128,  // an item's name or value: query without the separators "&" and "="
+  alphanumeric = 256
 };
 
 namespace characterTables {
 
-inline constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-inline constexpr std::string_view digits = "0123456789";
-
-consteval std::array<std::uint8_t, 256> makeClasses() {
-  std::array<std::uint8_t, 256> classes{};
-  const auto admit = [&](std::string_view characters, auto... members) {
+consteval std::array<std::uint16_t, 256> makeClasses() {
+  std::array<std::uint16_t, 256> classes{};
+  const auto admit = [&](std::string_view characters, auto... wanted) {
     for (const char character : characters) {
-      const auto index = static_cast<std::uint8_t>(character);
-      ((classes[index] = static_cast<std::uint8_t>(classes[index] | static_cast<std::uint8_t>(members))),
-       ...);
+      auto& mask = classes[static_cast<std::uint8_t>(character)];
+      ((mask = static_cast<std::uint16_t>(mask | static_cast<std::uint16_t>(wanted))), ...);
     }
   };
   using enum CharacterClass;
-  admit(letters, schemeTail, user, password, host, ipLiteral, path, query, queryItem);
-  admit(digits, schemeTail, user, password, host, ipLiteral, path, query, queryItem);
-  admit("-._~", user, password, host, ipLiteral, path, query, queryItem);
-  admit("!$'()*+,;", user, password, host, ipLiteral, path, query, queryItem);
+  admit("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789", schemeTail, user, password, host,
+        ipLiteral, path, query, queryItem, alphanumeric);
+  admit("-._~!$'()*+,;", user, password, host, ipLiteral, path, query, queryItem);
   admit("&=", user, password, host, ipLiteral, path, query);
   admit("+-.", schemeTail);
   admit(":", password, ipLiteral, path, query, queryItem);
@@ -60,14 +56,30 @@ consteval std::array<std::int8_t, 256> makeHexValues() {
   return values;
 }
 
-inline constexpr std::array<std::uint8_t, 256> classes = makeClasses();
+inline constexpr std::array<std::uint16_t, 256> classes = makeClasses();
 inline constexpr std::array<std::int8_t, 256> hexValues = makeHexValues();
 
 }  // namespace characterTables
 
+/// The classes of a byte, as a bit mask.
+constexpr unsigned classesOf(char character) {
+  return characterTables::classes[static_cast<std::uint8_t>(character)];
+}
+
 constexpr bool belongs(char character, CharacterClass wanted) {
-  return (characterTables::classes[static_cast<std::uint8_t>(character)] &
-          static_cast<std::uint8_t>(wanted)) != 0;
+  return (classesOf(character) & static_cast<unsigned>(wanted)) != 0;
+}
+
+/// The end of the run of `wanted` characters that begins at `at`. Four at a time: what is read are mostly
+/// long runs.
+constexpr const char* endOfRun(const char* at, const char* end, CharacterClass wanted) {
+  const auto mask = static_cast<unsigned>(wanted);
+  while (end - at >= 4 &&
+         (classesOf(at[0]) & classesOf(at[1]) & classesOf(at[2]) & classesOf(at[3]) & mask) != 0) {
+    at += 4;
+  }
+  while (at != end && belongs(*at, wanted)) ++at;
+  return at;
 }
 
 /// The value of a hexadecimal digit in either case, or -1.

