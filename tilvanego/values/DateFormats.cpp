@@ -1,7 +1,6 @@
 #include <tilvanego/values/DateFormats.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstddef>
