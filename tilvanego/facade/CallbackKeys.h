@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/Integer.h>
 #include <tilvanego/values/RawQueryItems.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/URL.h>
@@ -29,6 +30,14 @@ template <class Fields, auto Member>
                                                     std::string_view third = {}, std::string_view fourth = {}) {
   return {{first, second, third, fourth},
           [](Fields& fields, const RawQueryItem& item) { fields.*Member = item.decodedValue(); }};
+}
+
+/// The key of an integer field: absent unless the decoded value is one, which fails nothing.
+template <class Fields, auto Member>
+[[nodiscard]] consteval CallbackKey<Fields> integerKey(std::string_view first, std::string_view second) {
+  return {{first, second, {}, {}}, [](Fields& fields, const RawQueryItem& item) {
+            fields.*Member = item.decodedValue().and_then([](const std::string& text) { return parseInteger(text); });
+          }};
 }
 
 [[nodiscard]] constexpr char asciiLower(char c) {

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <concepts>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,17 +17,19 @@
 
 namespace tilvanego::detail {
 
-/// A word that a callback's status may be, and the result that it gives.
+/// Words that a callback's status may be, and the result that each of them gives.
 template <class Result>
-struct StatusWord {
-  std::string_view word;
+struct StatusWords {
+  static constexpr std::size_t maxWords = 5;
+
+  std::array<std::string_view, maxWords> words;
   Result (*result)(typename Result::Response::Fields&& fields);
 };
 
-/// The word gives `Case` with the response.
+/// Each of the words gives `Case` with the response.
 template <class Result, class Case>
-[[nodiscard]] consteval StatusWord<Result> statusWord(std::string_view word) {
-  return {word, [](typename Result::Response::Fields&& fields) {
+[[nodiscard]] consteval StatusWords<Result> wordsFor(std::convertible_to<std::string_view> auto... words) {
+  return {{words...}, [](typename Result::Response::Fields&& fields) {
             return Result(Case{typename Result::Response(std::move(fields))});
           }};
 }
@@ -56,8 +62,8 @@ template <class Operation>
   }
   const std::string status = normalStatus(fields.status);
   if (status.empty()) return failure(typename Error::MissingStatus{});
-  for (const auto& [word, result] : Operation::statusWords) {
-    if (word == status) return result(std::move(fields));
+  for (const auto& [words, result] : Operation::statusWords) {
+    if (std::ranges::find(words, status) != words.end()) return result(std::move(fields));
   }
   return failure(Operation::failed(fields));
 }

@@ -65,6 +65,22 @@ struct FailedWithStatus {
   bool operator==(const FailedWithStatus&) const = default;
 };
 
+/// The callback's status is no word of the operation; code and message are what the callback said beside it. `Subject`
+/// opens the description where there is no message.
+template <Text Name, Text Subject>
+struct FailedWithCode {
+  static constexpr std::string_view name = Name;
+  std::optional<std::string> code;
+  std::optional<std::string> message;
+  [[nodiscard]] std::string description() const {
+    if (!message) {
+      return std::string(std::string_view(Subject)) + " failed with code " + code.value_or("unknown") + ".";
+    }
+    return code ? *message + " (" + *code + ")" : *message;
+  }
+  bool operator==(const FailedWithCode&) const = default;
+};
+
 /// An error union: a `std::variant` of an operation's cases, which `Cases` lists as its `Variant`.
 template <class Cases>
 class ErrorUnion : public Cases, public Cases::Variant {
@@ -105,6 +121,20 @@ struct Declined {
   static constexpr std::string_view name = "declined";
   Response response;
   bool operator==(const Declined&) const = default;
+};
+
+template <class Response>
+struct Initialized {
+  static constexpr std::string_view name = "initialized";
+  Response response;
+  bool operator==(const Initialized&) const = default;
+};
+
+template <class Response>
+struct Masked {
+  static constexpr std::string_view name = "masked";
+  Response response;
+  bool operator==(const Masked&) const = default;
 };
 
 /// The operation failed. Failures before a callback have no response; those read from a callback have what it said.

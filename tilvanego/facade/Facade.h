@@ -81,9 +81,9 @@ class Facade : public std::enable_shared_from_this<Facade> {
     return std::get<Slot<Operation>>(slots_);
   }
 
-  template <class Operation>
-  [[nodiscard]] bool isBlocked() const {
-    return isInProgress<Operation>();
+  template <class... Blockers>
+  [[nodiscard]] bool isAnyInProgress(OperationList<Blockers...>) const {
+    return (isInProgress<Blockers>() || ...);
   }
 
   /// The link that carries every field in its query.
@@ -112,6 +112,10 @@ class Facade : public std::enable_shared_from_this<Facade> {
   Ranks::Tuple<Slot> slots_;
 };
 
+/// An id that a request may leave out is then not expected either.
+[[nodiscard]] inline const std::string* pointerTo(const std::string& id) { return &id; }
+[[nodiscard]] inline const std::string* pointerTo(const std::optional<std::string>& id) { return id ? &*id : nullptr; }
+
 /// A failure that no callback caused.
 template <class Operation>
 [[nodiscard]] typename Operation::Result failureWithoutResponse(typename Operation::Error error) {
@@ -125,7 +129,7 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
   };
   debugLine(std::string(Operation::texts.sending) + Operation::describe(request) + "]");
   (debugLine("Sending Transport - [" + launch.text() + "]"), ...);
-  if (isBlocked<Operation>()) return refuse(typename Operation::InProgress{});
+  if (isAnyInProgress(typename BlockersOf<Operation>::List{})) return refuse(typename Operation::InProgress{});
   if (const auto message = Operation::validate(request)) {
     return refuse(cases::InvalidRequest{std::string(*message)});
   }
@@ -178,7 +182,7 @@ template <class Operation>
 std::optional<typename Operation::Result> Facade::result(const URL& url) const {
   const auto& pending = slot<Operation>();
   if (!pending) return std::nullopt;
-  return parseCallback<Operation>(url, &pending->request.requestId(), &pending->request.callbackURL());
+  return parseCallback<Operation>(url, pointerTo(pending->request.requestId()), &pending->request.callbackURL());
 }
 
 template <class Operation>
@@ -189,7 +193,7 @@ Facade::Routed Facade::route(const URL& url) {
     return Routed::finished;
   }
   log(TilvaneLogLevel::warning, Operation::texts.unmatchedCallback);
-  return Routed::refused;
+  return passesOnUnmatched<Operation> ? Routed::goOn : Routed::refused;
 }
 
 template <class... Operations>

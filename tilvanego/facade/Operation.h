@@ -8,11 +8,22 @@
 
 namespace tilvanego::detail {
 
-/// The texts of one operation.
+/// The record types of one operation.
 ///
-/// An operation is a struct of data: its `Request`, `Response`, `Error` and `Result`; its `texts`; the error cases
-/// `InProgress` and `AppNotInstalled`; `describe`, `validate` and `addItems` for the way out; `callbackKeys`,
-/// `statusWords` and `failed` for the way back. `Facade` gives all operations their behaviour.
+/// An operation is a struct of data over these: its `texts`; the error cases `InProgress` and `AppNotInstalled`;
+/// `describe`, `validate` and `addItems` for the way out; `callbackKeys`, `statusWords` and `failed` for the way back.
+/// `Facade` gives all operations their behaviour. What only some of them say is told at `BlockersOf` and
+/// `passesOnUnmatched`.
+template <class RequestType, class ResultType>
+struct OperationTypes {
+  using Request = RequestType;
+  using Result = ResultType;
+  using Response = typename Result::Response;
+  using Error = typename Result::Error;
+  using Fields = typename Response::Fields;
+};
+
+/// The texts of one operation.
 struct OperationTexts {
   /// Opens the debug line that shows the request.
   std::string_view sending;
@@ -32,6 +43,23 @@ struct OperationList {
   template <template <class> class Each>
   using Tuple = std::tuple<Each<Operations>...>;
 };
+
+/// The operations that keep `Operation` from starting while they are pending: itself, or those that its `BlockedBy`
+/// lists.
+template <class Operation>
+struct BlockersOf {
+  using List = OperationList<Operation>;
+};
+template <class Operation>
+  requires requires { typename Operation::BlockedBy; }
+struct BlockersOf<Operation> {
+  using List = typename Operation::BlockedBy;
+};
+
+/// Whether a callback that isn't the pending `Operation`'s is still offered to the ranks behind it; it isn't, unless the
+/// operation says `passesOnUnmatched`.
+template <class Operation>
+inline constexpr bool passesOnUnmatched = requires { requires Operation::passesOnUnmatched; };
 
 template <class Operation>
 using Completion = std::function<void(const typename Operation::Result& result)>;

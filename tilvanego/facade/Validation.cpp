@@ -13,6 +13,11 @@ std::optional<std::string_view> checkRequestId(std::string_view requestId) {
   return std::nullopt;
 }
 
+std::optional<std::string_view> checkTransactionId(std::string_view transactionId) {
+  if (isBlank(transactionId)) return "Transaction ID is required.";
+  return std::nullopt;
+}
+
 std::optional<std::string_view> checkCallbackURL(const URL& url) {
   if (url.scheme().value_or("").empty()) return "Callback URL must include a URL scheme.";
   return std::nullopt;
@@ -30,14 +35,26 @@ bool isKnownEnvironment(std::string_view environment) {
   return environment == "STAGING" || environment == "CERT" || environment == "PROD";
 }
 
+namespace {
+
+std::optional<std::string_view> checkCredentialEnvironment(const PaymentCredentials& credentials) {
+  if (isKnownEnvironment(credentials.environment())) return std::nullopt;
+  return "Credential environment must be STAGING, CERT, or PROD.";
+}
+
+}  // namespace
+
+std::optional<std::string_view> checkRequiredCredentials(const PaymentCredentials& credentials) {
+  if (isBlank(credentials.basicToken())) return "Credential basic token is required.";
+  if (isBlank(credentials.accountId())) return "Credential account ID is required.";
+  return checkCredentialEnvironment(credentials);
+}
+
 std::optional<std::string_view> checkOptionalCredentials(const std::optional<PaymentCredentials>& credentials) {
   if (!credentials) return std::nullopt;
   if (isBlank(credentials->basicToken())) return "Credential basic token is required when credentials are provided.";
   if (isBlank(credentials->accountId())) return "Credential account ID is required when credentials are provided.";
-  if (!isKnownEnvironment(credentials->environment())) {
-    return "Credential environment must be STAGING, CERT, or PROD.";
-  }
-  return std::nullopt;
+  return checkCredentialEnvironment(*credentials);
 }
 
 }  // namespace tilvanego::detail

@@ -13,11 +13,15 @@ namespace tilvanego::detail {
 [[nodiscard]] bool isBlank(std::string_view text);
 
 [[nodiscard]] std::optional<std::string_view> checkRequestId(std::string_view requestId);
+[[nodiscard]] std::optional<std::string_view> checkTransactionId(std::string_view transactionId);
 [[nodiscard]] std::optional<std::string_view> checkCallbackURL(const URL& url);
 [[nodiscard]] std::optional<std::string_view> checkCurrency(std::string_view currency);
 
 /// Whether an environment is exactly one that the payment application knows.
 [[nodiscard]] bool isKnownEnvironment(std::string_view environment);
+
+/// Credentials that a request must have.
+[[nodiscard]] std::optional<std::string_view> checkRequiredCredentials(const PaymentCredentials& credentials);
 
 /// Credentials that a request may leave out.
 [[nodiscard]] std::optional<std::string_view> checkOptionalCredentials(

@@ -1,27 +1,24 @@
 #include <tilvanego/payment/PaymentOperation.h>
 
+#include <tilvanego/facade/RequestDescription.h>
 #include <tilvanego/facade/Validation.h>
+#include <tilvanego/payment/CredentialItems.h>
 
 namespace tilvanego::detail {
 
 std::string PaymentOperation::describe(const PaymentRequest& request) {
-  const auto yesOrNo = [](bool value) { return value ? "true" : "false"; };
-  std::string text = "PaymentRequest(requestId: " + request.requestId();
-  text += ", amount: " + request.amount().text();
-  text += ", tip: " + (request.tip() ? request.tip()->text() : "nil");
-  text += ", transactionType: ";
-  text += rawText(request.transactionType());
-  text += ", currency: " + request.currency();
-  text += ", callbackURL: " + request.callbackURL().absoluteString();
-  text += ", customId: " + request.customId().value_or("nil");
-  text += ", notes: ";
-  text += request.notes() ? "present" : "nil";
-  text += ", credentials: ";
-  text += yesOrNo(request.credentials().has_value());
-  text += ", requiresReaderReady: ";
-  text += yesOrNo(request.requiresReaderReady());
-  text += ")";
-  return text;
+  return RequestDescription("PaymentRequest")
+      .field("requestId", request.requestId())
+      .field("amount", request.amount().text())
+      .field("tip", orNil(request.tip()))
+      .field("transactionType", rawText(request.transactionType()))
+      .field("currency", request.currency())
+      .field("callbackURL", request.callbackURL().absoluteString())
+      .field("customId", orNil(request.customId()))
+      .field("notes", request.notes() ? "present" : "nil")
+      .flag("credentials", request.credentials().has_value())
+      .flag("requiresReaderReady", request.requiresReaderReady())
+      .text();
 }
 
 std::optional<std::string_view> PaymentOperation::validate(const PaymentRequest& request) {
@@ -42,11 +39,7 @@ void PaymentOperation::addItems(const PaymentRequest& request, LinkItems& items)
   if (request.tip()) items.addText("tip", request.tip()->text());
   items.addIfPresent("custom_id", request.customId());
   items.addIfPresent("notes", request.notes());
-  if (const auto& credentials = request.credentials()) {
-    items.add("basic_token", credentials->basicToken());
-    items.add("account_id", credentials->accountId());
-    items.add("environment", credentials->environment());
-  }
+  if (request.credentials()) addCredentials(items, *request.credentials());
   items.add("require_reader_ready", request.requiresReaderReady() ? "true" : "false");
 }
 

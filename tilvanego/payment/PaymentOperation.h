@@ -6,8 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include <tilvanego/facade/CallbackKeys.h>
-#include <tilvanego/facade/CallbackParser.h>
+#include <tilvanego/facade/CommonTables.h>
 #include <tilvanego/facade/Link.h>
 #include <tilvanego/facade/Operation.h>
 #include <tilvanego/payment/PaymentLaunchTransport.h>
@@ -17,13 +16,7 @@
 namespace tilvanego::detail {
 
 /// The payment, as the frame, the parser and the router see it.
-struct PaymentOperation {
-  using Request = PaymentRequest;
-  using Response = PaymentResponse;
-  using Error = PaymentError;
-  using Result = PaymentResult;
-  using Fields = PaymentResponse::Fields;
-
+struct PaymentOperation : OperationTypes<PaymentRequest, PaymentResult> {
   static constexpr OperationTexts texts{
       .sending = "Sending Request - [",
       .buildFailure = "Unable to build Tilvane payment URL.",
@@ -40,26 +33,19 @@ struct PaymentOperation {
   static void addItems(const PaymentRequest& request, LinkItems& items);
 
   static constexpr std::array callbackKeys{
-      textKey<Fields, &Fields::requestId>("request_id", "requestId", "session_id", "sessionId"),
-      textKey<Fields, &Fields::status>("status", "result"),
+      requestIdKey<Fields>,
+      statusKey<Fields>,
       textKey<Fields, &Fields::processorMessage>("processor_message", "processorMessage", "message"),
       textKey<Fields, &Fields::approvalCode>("approval_code", "approvalCode"),
-      textKey<Fields, &Fields::transactionId>("transaction_id", "transactionId", "txn_id"),
+      transactionIdKey<Fields>,
       textKey<Fields, &Fields::customId>("custom_id", "customId"),
   };
   static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
 
   static constexpr std::array statusWords{
-      statusWord<PaymentResult, PaymentResult::Success>("approved"),
-      statusWord<PaymentResult, PaymentResult::Success>("success"),
-      statusWord<PaymentResult, PaymentResult::Success>("succeeded"),
-      statusWord<PaymentResult, PaymentResult::Success>("completed"),
-      statusWord<PaymentResult, PaymentResult::Cancelled>("cancelled"),
-      statusWord<PaymentResult, PaymentResult::Cancelled>("canceled"),
-      statusWord<PaymentResult, PaymentResult::Cancelled>("cancel"),
-      statusWord<PaymentResult, PaymentResult::Declined>("declined"),
-      statusWord<PaymentResult, PaymentResult::Declined>("decline"),
-      statusWord<PaymentResult, PaymentResult::Declined>("rejected"),
+      wordsFor<Result, Result::Success>("approved", "success", "succeeded", "completed"),
+      cancelledWords<Result>,
+      declinedWords<Result>,
   };
   [[nodiscard]] static PaymentError failed(const Fields& callback) {
     return PaymentError::PaymentFailed{callback.status};
