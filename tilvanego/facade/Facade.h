@@ -14,6 +14,14 @@
 #include <tilvanego/facade/Link.h>
 #include <tilvanego/facade/LogLevel.h>
 #include <tilvanego/facade/Operation.h>
+#include <tilvanego/operations/CaptureOperation.h>
+#include <tilvanego/operations/ClearDataOperation.h>
+#include <tilvanego/operations/FullRefundOperation.h>
+#include <tilvanego/operations/InitializationOperation.h>
+#include <tilvanego/operations/PartialRefundOperation.h>
+#include <tilvanego/operations/RebootOperation.h>
+#include <tilvanego/operations/SaveOperation.h>
+#include <tilvanego/operations/TransactionListOperation.h>
 #include <tilvanego/payment/PaymentOperation.h>
 #include <tilvanego/platform/MainThread.h>
 #include <tilvanego/platform/Platform.h>
@@ -21,7 +29,8 @@
 namespace tilvanego::detail {
 
 /// The operations in the order in which a callback is offered to them.
-using Ranks = OperationList<PaymentOperation>;
+using Ranks = OperationList<InitializationOperation, TransactionListOperation, FullRefundOperation, PartialRefundOperation,
+                            CaptureOperation, ClearDataOperation, RebootOperation, SaveOperation, PaymentOperation>;
 
 /// The behaviour that all operations share: one pending slot each, one launch frame, one router. Bound to the main
 /// thread; there is no lock. Kept alive by `TilvaneGo` alone, and held weakly by what the platform calls back.

@@ -9,8 +9,8 @@
 
 namespace tilvanego::detail {
 
-/// Builds the text by which a debug line shows a request: `SaveRequest(requestId: A-1, customId: nil)`. Which fields are
-/// shown, and which only by whether they are there, is the operation's to say.
+/// Builds the text by which a debug line shows a request: `SaveRequest(requestId: A-1, customId: nil)`. Which
+/// fields are shown, and which only by whether they are there, is the operation's to say.
 class RequestDescription {
  public:
   explicit RequestDescription(std::string_view record) : text_(record) {}
@@ -20,7 +20,9 @@ class RequestDescription {
     separator_ = ", ";
     return *this;
   }
-  RequestDescription& flag(std::string_view name, bool value) { return field(name, value ? "true" : "false"); }
+  RequestDescription& flag(std::string_view name, bool value) {
+    return field(name, value ? "true" : "false");
+  }
 
   [[nodiscard]] std::string text() const { return text_ + ")"; }
 
@@ -33,7 +35,9 @@ class RequestDescription {
 [[nodiscard]] inline std::string_view orNil(const std::optional<std::string>& value) {
   return value ? std::string_view(*value) : "nil";
 }
-[[nodiscard]] inline std::string orNil(const std::optional<Decimal>& value) { return value ? value->text() : "nil"; }
+[[nodiscard]] inline std::string orNil(const std::optional<Decimal>& value) {
+  return value ? value->text() : "nil";
+}
 [[nodiscard]] inline std::string orNil(const std::optional<std::int64_t>& value) {
   return value ? std::to_string(*value) : "nil";
 }

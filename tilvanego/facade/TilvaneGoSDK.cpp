@@ -10,8 +10,15 @@ namespace tilvanego {
 
 namespace {
 
-using detail::parseCallback;
+using detail::CaptureOperation;
+using detail::ClearDataOperation;
+using detail::FullRefundOperation;
+using detail::InitializationOperation;
+using detail::PartialRefundOperation;
 using detail::PaymentOperation;
+using detail::RebootOperation;
+using detail::SaveOperation;
+using detail::TransactionListOperation;
 
 /// What `usePlatform` gave, until `shared` takes it.
 struct SharedPlatform {
@@ -29,9 +36,11 @@ struct SharedPlatform {
   }
 };
 
-template <class Value>
-const Value* pointerTo(const std::optional<Value>& value) {
-  return value ? &*value : nullptr;
+template <class Operation>
+std::optional<typename Operation::Result> parse(URL url, const std::optional<std::string>& expectedRequestId,
+                                                const std::optional<URL>& expectedCallbackURL) {
+  return detail::parseCallback<Operation>(std::move(url), expectedRequestId ? &*expectedRequestId : nullptr,
+                                          expectedCallbackURL ? &*expectedCallbackURL : nullptr);
 }
 
 }  // namespace
@@ -79,7 +88,151 @@ std::optional<PaymentResult> TilvaneGo::paymentResult(const URL& url) const {
 }
 std::optional<PaymentResult> TilvaneGo::parsePaymentResult(URL url, const std::optional<std::string>& expectedRequestId,
                                                            const std::optional<URL>& expectedCallbackURL) {
-  return parseCallback<PaymentOperation>(std::move(url), pointerTo(expectedRequestId), pointerTo(expectedCallbackURL));
+  return parse<PaymentOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+}
+
+void TilvaneGo::initialize(InitializationRequest request, InitializationCompletion completion) {
+  on("initialize").start<InitializationOperation>(std::move(request), std::move(completion));
+}
+bool TilvaneGo::isInitializationInProgress() const {
+  return on("isInitializationInProgress").isInProgress<InitializationOperation>();
+}
+void TilvaneGo::cancelPendingInitialization() { on("cancelPendingInitialization").cancel<InitializationOperation>(); }
+bool TilvaneGo::isInitializationCallback(const URL& url) const {
+  return on("isInitializationCallback").isCallback<InitializationOperation>(url);
+}
+std::optional<InitializationResult> TilvaneGo::initializationResult(const URL& url) const {
+  return on("initializationResult").result<InitializationOperation>(url);
+}
+std::optional<InitializationResult> TilvaneGo::parseInitializationResult(
+    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+  return parse<InitializationOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+}
+
+void TilvaneGo::getTransactionList(TransactionListRequest request, TransactionListCompletion completion) {
+  on("getTransactionList").start<TransactionListOperation>(std::move(request), std::move(completion));
+}
+bool TilvaneGo::isTransactionListInProgress() const {
+  return on("isTransactionListInProgress").isInProgress<TransactionListOperation>();
+}
+void TilvaneGo::cancelPendingTransactionList() { on("cancelPendingTransactionList").cancel<TransactionListOperation>(); }
+bool TilvaneGo::isTransactionListCallback(const URL& url) const {
+  return on("isTransactionListCallback").isCallback<TransactionListOperation>(url);
+}
+std::optional<TransactionListResult> TilvaneGo::transactionListResult(const URL& url) const {
+  return on("transactionListResult").result<TransactionListOperation>(url);
+}
+std::optional<TransactionListResult> TilvaneGo::parseTransactionListResult(
+    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+  return parse<TransactionListOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+}
+
+void TilvaneGo::fullRefund(FullRefundRequest request, FullRefundCompletion completion) {
+  on("fullRefund").start<FullRefundOperation>(std::move(request), std::move(completion));
+}
+bool TilvaneGo::isFullRefundInProgress() const {
+  return on("isFullRefundInProgress").isInProgress<FullRefundOperation>();
+}
+void TilvaneGo::cancelPendingFullRefund() { on("cancelPendingFullRefund").cancel<FullRefundOperation>(); }
+bool TilvaneGo::isFullRefundCallback(const URL& url) const {
+  return on("isFullRefundCallback").isCallback<FullRefundOperation>(url);
+}
+std::optional<FullRefundResult> TilvaneGo::fullRefundResult(const URL& url) const {
+  return on("fullRefundResult").result<FullRefundOperation>(url);
+}
+std::optional<FullRefundResult> TilvaneGo::parseFullRefundResult(
+    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+  return parse<FullRefundOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+}
+
+void TilvaneGo::partialRefund(PartialRefundRequest request, PartialRefundCompletion completion) {
+  on("partialRefund").start<PartialRefundOperation>(std::move(request), std::move(completion));
+}
+bool TilvaneGo::isPartialRefundInProgress() const {
+  return on("isPartialRefundInProgress").isInProgress<PartialRefundOperation>();
+}
+void TilvaneGo::cancelPendingPartialRefund() { on("cancelPendingPartialRefund").cancel<PartialRefundOperation>(); }
+bool TilvaneGo::isPartialRefundCallback(const URL& url) const {
+  return on("isPartialRefundCallback").isCallback<PartialRefundOperation>(url);
+}
+std::optional<PartialRefundResult> TilvaneGo::partialRefundResult(const URL& url) const {
+  return on("partialRefundResult").result<PartialRefundOperation>(url);
+}
+std::optional<PartialRefundResult> TilvaneGo::parsePartialRefundResult(
+    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+  return parse<PartialRefundOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+}
+
+void TilvaneGo::capture(CaptureRequest request, CaptureCompletion completion) {
+  on("capture").start<CaptureOperation>(std::move(request), std::move(completion));
+}
+bool TilvaneGo::isCaptureInProgress() const {
+  return on("isCaptureInProgress").isInProgress<CaptureOperation>();
+}
+void TilvaneGo::cancelPendingCapture() { on("cancelPendingCapture").cancel<CaptureOperation>(); }
+bool TilvaneGo::isCaptureCallback(const URL& url) const {
+  return on("isCaptureCallback").isCallback<CaptureOperation>(url);
+}
+std::optional<CaptureResult> TilvaneGo::captureResult(const URL& url) const {
+  return on("captureResult").result<CaptureOperation>(url);
+}
+std::optional<CaptureResult> TilvaneGo::parseCaptureResult(
+    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+  return parse<CaptureOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+}
+
+void TilvaneGo::clearData(ClearDataRequest request, ClearDataCompletion completion) {
+  on("clearData").start<ClearDataOperation>(std::move(request), std::move(completion));
+}
+bool TilvaneGo::isClearDataInProgress() const {
+  return on("isClearDataInProgress").isInProgress<ClearDataOperation>();
+}
+void TilvaneGo::cancelPendingClearData() { on("cancelPendingClearData").cancel<ClearDataOperation>(); }
+bool TilvaneGo::isClearDataCallback(const URL& url) const {
+  return on("isClearDataCallback").isCallback<ClearDataOperation>(url);
+}
+std::optional<ClearDataResult> TilvaneGo::clearDataResult(const URL& url) const {
+  return on("clearDataResult").result<ClearDataOperation>(url);
+}
+std::optional<ClearDataResult> TilvaneGo::parseClearDataResult(
+    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+  return parse<ClearDataOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+}
+
+void TilvaneGo::reboot(RebootRequest request, RebootCompletion completion) {
+  on("reboot").start<RebootOperation>(std::move(request), std::move(completion));
+}
+bool TilvaneGo::isRebootInProgress() const {
+  return on("isRebootInProgress").isInProgress<RebootOperation>();
+}
+void TilvaneGo::cancelPendingReboot() { on("cancelPendingReboot").cancel<RebootOperation>(); }
+bool TilvaneGo::isRebootCallback(const URL& url) const {
+  return on("isRebootCallback").isCallback<RebootOperation>(url);
+}
+std::optional<RebootResult> TilvaneGo::rebootResult(const URL& url) const {
+  return on("rebootResult").result<RebootOperation>(url);
+}
+std::optional<RebootResult> TilvaneGo::parseRebootResult(
+    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+  return parse<RebootOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+}
+
+void TilvaneGo::save(SaveRequest request, SaveCompletion completion) {
+  on("save").start<SaveOperation>(std::move(request), std::move(completion));
+}
+bool TilvaneGo::isSaveInProgress() const {
+  return on("isSaveInProgress").isInProgress<SaveOperation>();
+}
+void TilvaneGo::cancelPendingSave() { on("cancelPendingSave").cancel<SaveOperation>(); }
+bool TilvaneGo::isSaveCallback(const URL& url) const {
+  return on("isSaveCallback").isCallback<SaveOperation>(url);
+}
+std::optional<SaveResult> TilvaneGo::saveResult(const URL& url) const {
+  return on("saveResult").result<SaveOperation>(url);
+}
+std::optional<SaveResult> TilvaneGo::parseSaveResult(
+    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+  return parse<SaveOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 }  // namespace tilvanego

@@ -7,6 +7,14 @@
 #include <string_view>
 
 #include <tilvanego/facade/LogLevel.h>
+#include <tilvanego/operations/Capture.h>
+#include <tilvanego/operations/ClearData.h>
+#include <tilvanego/operations/FullRefund.h>
+#include <tilvanego/operations/Initialization.h>
+#include <tilvanego/operations/PartialRefund.h>
+#include <tilvanego/operations/Reboot.h>
+#include <tilvanego/operations/Save.h>
+#include <tilvanego/operations/TransactionList.h>
 #include <tilvanego/payment/PaymentRequest.h>
 #include <tilvanego/payment/PaymentResult.h>
 #include <tilvanego/platform/Platform.h>
@@ -66,6 +74,104 @@ class TilvaneGo {
   /// Reads a payment's callback. Nothing if it differs from `expectedCallbackURL` in scheme, host or path. Takes any
   /// URL, on any thread.
   [[nodiscard]] static std::optional<PaymentResult> parsePaymentResult(
+      URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
+      const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  // The eight other operations have the same six functions each, which say and do what the payment's do.
+
+  using InitializationCompletion = std::function<void(const InitializationResult& result)>;
+
+  /// Asks the payment application to prepare itself for this host.
+  void initialize(InitializationRequest request, InitializationCompletion completion);
+  [[nodiscard]] bool isInitializationInProgress() const;
+  void cancelPendingInitialization();
+  [[nodiscard]] bool isInitializationCallback(const URL& url) const;
+  [[nodiscard]] std::optional<InitializationResult> initializationResult(const URL& url) const;
+  [[nodiscard]] static std::optional<InitializationResult> parseInitializationResult(
+      URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
+      const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  using TransactionListCompletion = std::function<void(const TransactionListResult& result)>;
+
+  /// Asks for the stored transactions.
+  void getTransactionList(TransactionListRequest request, TransactionListCompletion completion);
+  [[nodiscard]] bool isTransactionListInProgress() const;
+  void cancelPendingTransactionList();
+  [[nodiscard]] bool isTransactionListCallback(const URL& url) const;
+  [[nodiscard]] std::optional<TransactionListResult> transactionListResult(const URL& url) const;
+  [[nodiscard]] static std::optional<TransactionListResult> parseTransactionListResult(
+      URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
+      const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  using FullRefundCompletion = std::function<void(const FullRefundResult& result)>;
+
+  /// Asks for the whole of a transaction back. Refused while a refund of either kind is pending.
+  void fullRefund(FullRefundRequest request, FullRefundCompletion completion);
+  [[nodiscard]] bool isFullRefundInProgress() const;
+  void cancelPendingFullRefund();
+  [[nodiscard]] bool isFullRefundCallback(const URL& url) const;
+  [[nodiscard]] std::optional<FullRefundResult> fullRefundResult(const URL& url) const;
+  [[nodiscard]] static std::optional<FullRefundResult> parseFullRefundResult(
+      URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
+      const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  using PartialRefundCompletion = std::function<void(const PartialRefundResult& result)>;
+
+  /// Asks for a part of a transaction back. Refused while a refund of either kind is pending.
+  void partialRefund(PartialRefundRequest request, PartialRefundCompletion completion);
+  [[nodiscard]] bool isPartialRefundInProgress() const;
+  void cancelPendingPartialRefund();
+  [[nodiscard]] bool isPartialRefundCallback(const URL& url) const;
+  [[nodiscard]] std::optional<PartialRefundResult> partialRefundResult(const URL& url) const;
+  [[nodiscard]] static std::optional<PartialRefundResult> parsePartialRefundResult(
+      URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
+      const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  using CaptureCompletion = std::function<void(const CaptureResult& result)>;
+
+  /// Settles an earlier authorization.
+  void capture(CaptureRequest request, CaptureCompletion completion);
+  [[nodiscard]] bool isCaptureInProgress() const;
+  void cancelPendingCapture();
+  [[nodiscard]] bool isCaptureCallback(const URL& url) const;
+  [[nodiscard]] std::optional<CaptureResult> captureResult(const URL& url) const;
+  [[nodiscard]] static std::optional<CaptureResult> parseCaptureResult(
+      URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
+      const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  using ClearDataCompletion = std::function<void(const ClearDataResult& result)>;
+
+  /// Asks for a card's clear data.
+  void clearData(ClearDataRequest request, ClearDataCompletion completion);
+  [[nodiscard]] bool isClearDataInProgress() const;
+  void cancelPendingClearData();
+  [[nodiscard]] bool isClearDataCallback(const URL& url) const;
+  [[nodiscard]] std::optional<ClearDataResult> clearDataResult(const URL& url) const;
+  [[nodiscard]] static std::optional<ClearDataResult> parseClearDataResult(
+      URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
+      const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  using RebootCompletion = std::function<void(const RebootResult& result)>;
+
+  /// Asks for a restart of the card reader.
+  void reboot(RebootRequest request, RebootCompletion completion);
+  [[nodiscard]] bool isRebootInProgress() const;
+  void cancelPendingReboot();
+  [[nodiscard]] bool isRebootCallback(const URL& url) const;
+  [[nodiscard]] std::optional<RebootResult> rebootResult(const URL& url) const;
+  [[nodiscard]] static std::optional<RebootResult> parseRebootResult(
+      URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
+      const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  using SaveCompletion = std::function<void(const SaveResult& result)>;
+
+  /// Stores a card with the payment application.
+  void save(SaveRequest request, SaveCompletion completion);
+  [[nodiscard]] bool isSaveInProgress() const;
+  void cancelPendingSave();
+  [[nodiscard]] bool isSaveCallback(const URL& url) const;
+  [[nodiscard]] std::optional<SaveResult> saveResult(const URL& url) const;
+  [[nodiscard]] static std::optional<SaveResult> parseSaveResult(
       URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
       const std::optional<URL>& expectedCallbackURL = std::nullopt);
 

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// Settles an earlier authorization. An immutable value; nothing is checked before it is started.
+class CaptureRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+    std::string requestId;
+    /// The authorization to capture. Stored trimmed.
+    std::string transactionId;
+    /// In the currency's main unit, with a "." before the fraction, as in "12.50". Must begin with a number
+    /// greater than zero. Stored trimmed, and sent so, trailing zeros included.
+    std::string amount;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the URL as it is, the texts trimmed.
+  explicit CaptureRequest(Fields fields);
+
+  [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::string& transactionId() const { return fields_.transactionId; }
+  [[nodiscard]] const std::string& amount() const { return fields_.amount; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+
+  bool operator==(const CaptureRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// What a capture's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+class CaptureResponse {
+ public:
+  struct Fields {
+    /// The URL that was read.
+    URL callbackURL;
+    std::optional<std::string> requestId = std::nullopt;
+    std::optional<std::string> status = std::nullopt;
+    std::optional<std::string> type = std::nullopt;
+    std::optional<std::string> transactionId = std::nullopt;
+    std::optional<std::string> approvedAmount = std::nullopt;
+    std::optional<std::string> originalTransactionId = std::nullopt;
+    std::optional<std::string> errorCode = std::nullopt;
+    std::optional<std::string> errorMessage = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  explicit CaptureResponse(Fields fields) : fields_(std::move(fields)) {}
+
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
+  [[nodiscard]] const std::optional<std::string>& type() const { return fields_.type; }
+  [[nodiscard]] const std::optional<std::string>& transactionId() const { return fields_.transactionId; }
+  [[nodiscard]] const std::optional<std::string>& approvedAmount() const { return fields_.approvedAmount; }
+  [[nodiscard]] const std::optional<std::string>& originalTransactionId() const {
+    return fields_.originalTransactionId;
+  }
+  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
+  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
+
+  bool operator==(const CaptureResponse&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// The cases of `CaptureError`, reached as `CaptureError::InvalidRequest` and so on.
+struct CaptureErrorCases {
+  using InvalidRequest = cases::InvalidRequest;
+  using RequestIdMismatch = cases::RequestIdMismatch<"Capture">;
+  using CaptureFailed = cases::FailedWithCode<"captureFailed", "Capture">;
+  using CaptureAppNotInstalled = cases::Plain<"captureAppNotInstalled", cases::appNotInstalled>;
+  using CaptureInProgress = cases::Plain<"captureInProgress", "A capture request is already in progress.">;
+  using InvalidCallback = cases::Plain<"invalidCallback", "The capture callback could not be parsed.">;
+  using MissingStatus = cases::Plain<"missingStatus", "Capture callback is missing a status.">;
+
+  using Variant = std::variant<InvalidRequest, RequestIdMismatch, CaptureFailed, CaptureAppNotInstalled,
+                               CaptureInProgress, InvalidCallback, MissingStatus>;
+};
+
+/// Why a capture failed: one of the cases above.
+class CaptureError : public cases::ErrorUnion<CaptureErrorCases> {
+ public:
+  using ErrorUnion::ErrorUnion;
+};
+
+/// How a capture ended: `Success` with the `response` of the callback, or `Failure` with an `error` and, if a
+/// callback came, its `response`.
+class CaptureResult : public cases::ResultUnion<CaptureResponse, CaptureError, cases::Success> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Success = cases::Success<CaptureResponse>;
+};
+
+}  // namespace tilvanego

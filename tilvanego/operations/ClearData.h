@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// Asks for a card's clear data. An immutable value; nothing is checked before it is started.
+class ClearDataRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+    std::string requestId;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    /// In the currency's main unit. Must be greater than zero if present.
+    std::optional<Decimal> amount = std::nullopt;
+    /// Passed on to the payment application, which gives it its unit. Must be greater than zero if present.
+    std::optional<std::int64_t> timeout = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the fields as they are, but for the id, trimmed.
+  explicit ClearDataRequest(Fields fields);
+
+  [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<Decimal>& amount() const { return fields_.amount; }
+  [[nodiscard]] std::optional<std::int64_t> timeout() const { return fields_.timeout; }
+
+  bool operator==(const ClearDataRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// What a clear data callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+///
+/// It holds card data in clear: `clearPan`, `clearTrack2` and the `callbackURL` that brought them. The
+/// library shows them in no log line, debug line or error; a host that logs the URL shows them itself.
+class ClearDataResponse {
+ public:
+  struct Fields {
+    /// The URL that was read.
+    URL callbackURL;
+    std::optional<std::string> requestId = std::nullopt;
+    std::optional<std::string> status = std::nullopt;
+    std::optional<std::string> clearPan = std::nullopt;
+    std::optional<std::string> clearTrack2 = std::nullopt;
+    std::optional<std::string> errorCode = std::nullopt;
+    std::optional<std::string> errorMessage = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  explicit ClearDataResponse(Fields fields) : fields_(std::move(fields)) {}
+
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
+  [[nodiscard]] const std::optional<std::string>& clearPan() const { return fields_.clearPan; }
+  [[nodiscard]] const std::optional<std::string>& clearTrack2() const { return fields_.clearTrack2; }
+  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
+  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
+
+  bool operator==(const ClearDataResponse&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// The cases of `ClearDataError`, reached as `ClearDataError::InvalidRequest` and so on.
+struct ClearDataErrorCases {
+  using InvalidRequest = cases::InvalidRequest;
+  using RequestIdMismatch = cases::RequestIdMismatch<"Clear data">;
+  using ClearDataFailed = cases::FailedWithCode<"clearDataFailed", "Clear data">;
+  using ClearDataAppNotInstalled = cases::Plain<"clearDataAppNotInstalled", cases::appNotInstalled>;
+  using ClearDataInProgress =
+      cases::Plain<"clearDataInProgress", "A clear data request is already in progress.">;
+  using InvalidCallback = cases::Plain<"invalidCallback", "The clear data callback could not be parsed.">;
+  using MissingStatus = cases::Plain<"missingStatus", "Clear data callback is missing a status.">;
+
+  using Variant = std::variant<InvalidRequest, RequestIdMismatch, ClearDataFailed, ClearDataAppNotInstalled,
+                               ClearDataInProgress, InvalidCallback, MissingStatus>;
+};
+
+/// Why clear data failed: one of the cases above.
+class ClearDataError : public cases::ErrorUnion<ClearDataErrorCases> {
+ public:
+  using ErrorUnion::ErrorUnion;
+};
+
+/// How clear data ended: `Success`, `Masked` (the card was read, its data is not in clear) or `Cancelled`,
+/// each with the `response` of the callback, or `Failure` with an `error` and, if a callback came, its
+/// `response`. The status alone tells them apart, whatever card data came with it.
+class ClearDataResult : public cases::ResultUnion<ClearDataResponse, ClearDataError, cases::Success,
+                                                  cases::Masked, cases::Cancelled> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Success = cases::Success<ClearDataResponse>;
+  using Masked = cases::Masked<ClearDataResponse>;
+  using Cancelled = cases::Cancelled<ClearDataResponse>;
+};
+
+}  // namespace tilvanego

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <variant>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/operations/RefundResponse.h>
+#include <tilvanego/payment/PaymentCredentials.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// Asks for the whole of an earlier transaction back. An immutable value; nothing is checked before it is
+/// started.
+class FullRefundRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+    std::string requestId;
+    /// The transaction to refund. Stored trimmed.
+    std::string transactionId;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    PaymentCredentials credentials;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the fields as they are, but for the two ids, trimmed.
+  explicit FullRefundRequest(Fields fields);
+
+  [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::string& transactionId() const { return fields_.transactionId; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const PaymentCredentials& credentials() const { return fields_.credentials; }
+
+  bool operator==(const FullRefundRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// What a full refund's callback said.
+class FullRefundResponse : public RefundResponse {
+ public:
+  using RefundResponse::RefundResponse;
+  bool operator==(const FullRefundResponse&) const = default;
+};
+
+/// The cases of `FullRefundError`, reached as `FullRefundError::InvalidRequest` and so on.
+struct FullRefundErrorCases {
+  using InvalidRequest = cases::InvalidRequest;
+  using RequestIdMismatch = cases::RequestIdMismatch<"Full refund">;
+  using FullRefundFailed = cases::FailedWithCode<"fullRefundFailed", "Full refund">;
+  using FullRefundAppNotInstalled = cases::Plain<"fullRefundAppNotInstalled", cases::appNotInstalled>;
+  using FullRefundInProgress =
+      cases::Plain<"fullRefundInProgress", "A full refund request is already in progress.">;
+  using InvalidCallback = cases::Plain<"invalidCallback", "The full refund callback could not be parsed.">;
+  using MissingStatus = cases::Plain<"missingStatus", "Full refund callback is missing a status.">;
+
+  using Variant = std::variant<InvalidRequest, RequestIdMismatch, FullRefundFailed, FullRefundAppNotInstalled,
+                               FullRefundInProgress, InvalidCallback, MissingStatus>;
+};
+
+/// Why a full refund failed: one of the cases above.
+class FullRefundError : public cases::ErrorUnion<FullRefundErrorCases> {
+ public:
+  using ErrorUnion::ErrorUnion;
+};
+
+/// How a full refund ended: `Success` with the `response` of the callback, or `Failure` with an `error` and,
+/// if a callback came, its `response`.
+class FullRefundResult : public cases::ResultUnion<FullRefundResponse, FullRefundError, cases::Success> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Success = cases::Success<FullRefundResponse>;
+};
+
+}  // namespace tilvanego

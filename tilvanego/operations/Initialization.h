@@ -1,0 +1,107 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// Asks the payment application to prepare itself for this host. An immutable value; nothing is checked
+/// before it is started.
+class InitializationRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this request; the callback is compared with it. Sent as it is, blanks included.
+    std::string requestId;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    /// The name of the host, sent as it is.
+    std::string sourceApplication;
+    /// A secret: no log line, debug line or description shows it.
+    std::optional<std::string> basicToken = std::nullopt;
+    std::optional<std::string> accountId = std::nullopt;
+    /// "STAGING", "CERT" or "PROD"; whitespace around it and lower-case letters are mended.
+    std::optional<std::string> environment = std::nullopt;
+    std::optional<std::string> basePath = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the fields as they are, but for the environment, trimmed and in capitals.
+  explicit InitializationRequest(Fields fields);
+
+  [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::string& sourceApplication() const { return fields_.sourceApplication; }
+  [[nodiscard]] const std::optional<std::string>& basicToken() const { return fields_.basicToken; }
+  [[nodiscard]] const std::optional<std::string>& accountId() const { return fields_.accountId; }
+  [[nodiscard]] const std::optional<std::string>& environment() const { return fields_.environment; }
+  [[nodiscard]] const std::optional<std::string>& basePath() const { return fields_.basePath; }
+
+  bool operator==(const InitializationRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// What an initialization's callback said, as raw text: nothing is trimmed or interpreted. An immutable
+/// value.
+class InitializationResponse {
+ public:
+  struct Fields {
+    /// The URL that was read.
+    URL callbackURL;
+    std::optional<std::string> requestId = std::nullopt;
+    std::optional<std::string> status = std::nullopt;
+    std::optional<std::string> message = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  explicit InitializationResponse(Fields fields) : fields_(std::move(fields)) {}
+
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
+  [[nodiscard]] const std::optional<std::string>& message() const { return fields_.message; }
+
+  bool operator==(const InitializationResponse&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// The cases of `InitializationError`, reached as `InitializationError::InvalidRequest` and so on.
+struct InitializationErrorCases {
+  using InvalidRequest = cases::InvalidRequest;
+  using RequestIdMismatch = cases::RequestIdMismatch<"Initialization">;
+  using InitializationFailed = cases::FailedWithStatus<"initializationFailed", "Initialization">;
+  using InitializationAppNotInstalled = cases::Plain<"initializationAppNotInstalled", cases::appNotInstalled>;
+  using InitializationInProgress =
+      cases::Plain<"initializationInProgress", "An initialization is already in progress.">;
+  using InvalidCallback = cases::Plain<"invalidCallback", "The initialization callback could not be parsed.">;
+  using MissingStatus = cases::Plain<"missingStatus", "Initialization callback is missing a status.">;
+
+  using Variant =
+      std::variant<InvalidRequest, RequestIdMismatch, InitializationFailed, InitializationAppNotInstalled,
+                   InitializationInProgress, InvalidCallback, MissingStatus>;
+};
+
+/// Why an initialization failed: one of the cases above.
+class InitializationError : public cases::ErrorUnion<InitializationErrorCases> {
+ public:
+  using ErrorUnion::ErrorUnion;
+};
+
+/// How an initialization ended: `Initialized` with the `response` of the callback, or `Failure` with an
+/// `error` and, if a callback came, its `response`.
+class InitializationResult
+    : public cases::ResultUnion<InitializationResponse, InitializationError, cases::Initialized> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Initialized = cases::Initialized<InitializationResponse>;
+};
+
+}  // namespace tilvanego

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <variant>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/operations/RefundResponse.h>
+#include <tilvanego/payment/PaymentCredentials.h>
+#include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// Asks for a part of an earlier transaction back. An immutable value; nothing is checked before it is
+/// started.
+class PartialRefundRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+    std::string requestId;
+    /// The transaction to refund. Stored trimmed.
+    std::string transactionId;
+    /// How much of it, in the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than
+    /// zero.
+    Decimal amount;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    PaymentCredentials credentials;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the fields as they are, but for the two ids, trimmed.
+  explicit PartialRefundRequest(Fields fields);
+
+  [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::string& transactionId() const { return fields_.transactionId; }
+  [[nodiscard]] const Decimal& amount() const { return fields_.amount; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const PaymentCredentials& credentials() const { return fields_.credentials; }
+
+  bool operator==(const PartialRefundRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// What a partial refund's callback said.
+class PartialRefundResponse : public RefundResponse {
+ public:
+  using RefundResponse::RefundResponse;
+  bool operator==(const PartialRefundResponse&) const = default;
+};
+
+/// The cases of `PartialRefundError`, reached as `PartialRefundError::InvalidRequest` and so on.
+struct PartialRefundErrorCases {
+  using InvalidRequest = cases::InvalidRequest;
+  using RequestIdMismatch = cases::RequestIdMismatch<"Partial refund">;
+  using PartialRefundFailed = cases::FailedWithCode<"partialRefundFailed", "Partial refund">;
+  using PartialRefundAppNotInstalled = cases::Plain<"partialRefundAppNotInstalled", cases::appNotInstalled>;
+  using PartialRefundInProgress =
+      cases::Plain<"partialRefundInProgress", "A partial refund request is already in progress.">;
+  using InvalidCallback = cases::Plain<"invalidCallback", "The partial refund callback could not be parsed.">;
+  using MissingStatus = cases::Plain<"missingStatus", "Partial refund callback is missing a status.">;
+
+  using Variant =
+      std::variant<InvalidRequest, RequestIdMismatch, PartialRefundFailed, PartialRefundAppNotInstalled,
+                   PartialRefundInProgress, InvalidCallback, MissingStatus>;
+};
+
+/// Why a partial refund failed: one of the cases above.
+class PartialRefundError : public cases::ErrorUnion<PartialRefundErrorCases> {
+ public:
+  using ErrorUnion::ErrorUnion;
+};
+
+/// How a partial refund ended: `Success` with the `response` of the callback, or `Failure` with an `error`
+/// and, if a callback came, its `response`.
+class PartialRefundResult
+    : public cases::ResultUnion<PartialRefundResponse, PartialRefundError, cases::Success> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Success = cases::Success<PartialRefundResponse>;
+};
+
+}  // namespace tilvanego

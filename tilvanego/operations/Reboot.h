@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// Asks for a restart of the card reader. An immutable value; nothing is checked before it is started.
+class RebootRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+    std::string requestId;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the URL as it is, the id trimmed.
+  explicit RebootRequest(Fields fields);
+
+  [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+
+  bool operator==(const RebootRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// What a reboot's callback said, as raw text but for `responseCode`: nothing is trimmed or interpreted. An
+/// immutable value.
+class RebootResponse {
+ public:
+  struct Fields {
+    /// The URL that was read.
+    URL callbackURL;
+    std::optional<std::string> requestId = std::nullopt;
+    std::optional<std::string> status = std::nullopt;
+    /// Absent also where the callback gave no integer of 64 bits.
+    std::optional<std::int64_t> responseCode = std::nullopt;
+    std::optional<std::string> readerSerial = std::nullopt;
+    std::optional<std::string> errorCode = std::nullopt;
+    std::optional<std::string> errorMessage = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  explicit RebootResponse(Fields fields) : fields_(std::move(fields)) {}
+
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
+  [[nodiscard]] std::optional<std::int64_t> responseCode() const { return fields_.responseCode; }
+  [[nodiscard]] const std::optional<std::string>& readerSerial() const { return fields_.readerSerial; }
+  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
+  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
+
+  bool operator==(const RebootResponse&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// The cases of `RebootError`, reached as `RebootError::InvalidRequest` and so on.
+struct RebootErrorCases {
+  using InvalidRequest = cases::InvalidRequest;
+  using RequestIdMismatch = cases::RequestIdMismatch<"Reboot">;
+  using RebootFailed = cases::FailedWithCode<"rebootFailed", "Reboot">;
+  using RebootAppNotInstalled = cases::Plain<"rebootAppNotInstalled", cases::appNotInstalled>;
+  using RebootInProgress = cases::Plain<"rebootInProgress", "A reboot request is already in progress.">;
+  using InvalidCallback = cases::Plain<"invalidCallback", "The reboot callback could not be parsed.">;
+  using MissingStatus = cases::Plain<"missingStatus", "Reboot callback is missing a status.">;
+
+  using Variant = std::variant<InvalidRequest, RequestIdMismatch, RebootFailed, RebootAppNotInstalled,
+                               RebootInProgress, InvalidCallback, MissingStatus>;
+};
+
+/// Why a reboot failed: one of the cases above.
+class RebootError : public cases::ErrorUnion<RebootErrorCases> {
+ public:
+  using ErrorUnion::ErrorUnion;
+};
+
+/// How a reboot ended: `Success` with the `response` of the callback, or `Failure` with an `error` and, if a
+/// callback came, its `response`. The status alone decides, whatever the response code.
+class RebootResult : public cases::ResultUnion<RebootResponse, RebootError, cases::Success> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Success = cases::Success<RebootResponse>;
+};
+
+}  // namespace tilvanego

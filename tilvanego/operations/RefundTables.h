@@ -1,0 +1,21 @@
+#pragma once
+
+#include <array>
+
+#include <tilvanego/facade/CommonTables.h>
+
+namespace tilvanego::detail {
+
+/// The way back of both refunds.
+template <class Fields>
+inline constexpr std::array refundCallbackKeys{
+    requestIdKey<Fields>, transactionIdKey<Fields>, statusKey<Fields>,
+    errorCodeKey<Fields>, errorMessageKey<Fields>,
+};
+
+template <class Result>
+inline constexpr std::array refundStatusWords{
+    wordsFor<Result, typename Result::Success>("success", "succeeded", "completed", "approved", "refunded"),
+};
+
+}  // namespace tilvanego::detail

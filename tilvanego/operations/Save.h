@@ -1,0 +1,120 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/payment/PaymentCredentials.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// Stores a card with the payment application. An immutable value; nothing is checked before it is started.
+class SaveRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+    std::string requestId;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    /// ISO 4217, three letters; whitespace around it and lower-case letters are mended.
+    std::string currency;
+    /// The merchant's own reference.
+    std::optional<std::string> customId = std::nullopt;
+    std::optional<std::string> notes = std::nullopt;
+    std::optional<PaymentCredentials> credentials = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the fields as they are, but for the id, trimmed, and the currency, trimmed and in capitals.
+  explicit SaveRequest(Fields fields);
+
+  [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::string& currency() const { return fields_.currency; }
+  [[nodiscard]] const std::optional<std::string>& customId() const { return fields_.customId; }
+  [[nodiscard]] const std::optional<std::string>& notes() const { return fields_.notes; }
+  [[nodiscard]] const std::optional<PaymentCredentials>& credentials() const { return fields_.credentials; }
+
+  bool operator==(const SaveRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// What a save's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+class SaveResponse {
+ public:
+  struct Fields {
+    /// The URL that was read.
+    URL callbackURL;
+    std::optional<std::string> requestId = std::nullopt;
+    std::optional<std::string> status = std::nullopt;
+    std::optional<std::string> transactionId = std::nullopt;
+    std::optional<std::string> approvalCode = std::nullopt;
+    /// Also what the callback calls just "message".
+    std::optional<std::string> processorMessage = std::nullopt;
+    std::optional<std::string> entryMode = std::nullopt;
+    std::optional<std::string> cardBrand = std::nullopt;
+    std::optional<std::string> cardLast4 = std::nullopt;
+    std::optional<std::string> errorCode = std::nullopt;
+    std::optional<std::string> errorMessage = std::nullopt;
+    bool operator==(const Fields&) const = default;
+  };
+
+  explicit SaveResponse(Fields fields) : fields_(std::move(fields)) {}
+
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
+  [[nodiscard]] const std::optional<std::string>& transactionId() const { return fields_.transactionId; }
+  [[nodiscard]] const std::optional<std::string>& approvalCode() const { return fields_.approvalCode; }
+  [[nodiscard]] const std::optional<std::string>& processorMessage() const {
+    return fields_.processorMessage;
+  }
+  [[nodiscard]] const std::optional<std::string>& entryMode() const { return fields_.entryMode; }
+  [[nodiscard]] const std::optional<std::string>& cardBrand() const { return fields_.cardBrand; }
+  [[nodiscard]] const std::optional<std::string>& cardLast4() const { return fields_.cardLast4; }
+  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
+  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
+
+  bool operator==(const SaveResponse&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// The cases of `SaveError`, reached as `SaveError::InvalidRequest` and so on.
+struct SaveErrorCases {
+  using InvalidRequest = cases::InvalidRequest;
+  using RequestIdMismatch = cases::RequestIdMismatch<"Save">;
+  using SaveFailed = cases::FailedWithCode<"saveFailed", "Save">;
+  using SaveAppNotInstalled = cases::Plain<"saveAppNotInstalled", cases::appNotInstalled>;
+  using SaveInProgress = cases::Plain<"saveInProgress", "A save request is already in progress.">;
+  using InvalidCallback = cases::Plain<"invalidCallback", "The save callback could not be parsed.">;
+  using MissingStatus = cases::Plain<"missingStatus", "Save callback is missing a status.">;
+
+  using Variant = std::variant<InvalidRequest, RequestIdMismatch, SaveFailed, SaveAppNotInstalled,
+                               SaveInProgress, InvalidCallback, MissingStatus>;
+};
+
+/// Why a save failed: one of the cases above.
+class SaveError : public cases::ErrorUnion<SaveErrorCases> {
+ public:
+  using ErrorUnion::ErrorUnion;
+};
+
+/// How a save ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or
+/// `Failure` with an `error` and, if a callback came, its `response`.
+class SaveResult
+    : public cases::ResultUnion<SaveResponse, SaveError, cases::Success, cases::Cancelled, cases::Declined> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Success = cases::Success<SaveResponse>;
+  using Cancelled = cases::Cancelled<SaveResponse>;
+  using Declined = cases::Declined<SaveResponse>;
+};
+
+}  // namespace tilvanego

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/ValueCodecs.h>
+#include <tilvanego/models/SharedEnumerations.h>
+#include <tilvanego/operations/TransactionType.h>
+#include <tilvanego/values/Decimal.h>
+
+namespace tilvanego {
+
+/// How a stored transaction went, as the payment application tells it. Texts are as they came; amounts and
+/// timestamp stay text. In JSON every field may be missing or null, and an absent one is left out.
+struct TilvaneGoTransactionDetails {
+  std::optional<models::Status> status = std::nullopt;
+  std::optional<std::string> description = std::nullopt;
+  std::optional<std::string> transactionId = std::nullopt;
+  std::optional<std::string> timestamp = std::nullopt;
+  std::optional<std::string> approvedAmount = std::nullopt;
+  std::optional<std::string> requestedAmount = std::nullopt;
+  std::optional<std::string> authCode = std::nullopt;
+  std::optional<std::string> processorMessage = std::nullopt;
+  std::optional<models::ResponseEntryMode> entryMode = std::nullopt;
+  std::optional<models::CardBrand> cardBrand = std::nullopt;
+  std::optional<std::string> cardLast4 = std::nullopt;
+
+  bool operator==(const TilvaneGoTransactionDetails&) const = default;
+
+  /// The card brand's raw text and the last four digits, with one blank between them: "VISA 4242". What is
+  /// absent is left out; empty if both are.
+  [[nodiscard]] std::string cardLabel() const;
+
+  static constexpr auto jsonFields() {
+    using Details = TilvaneGoTransactionDetails;
+    return json::fields(
+        json::field("status", &Details::status), json::field("description", &Details::description),
+        json::field("transactionId", &Details::transactionId), json::field("timestamp", &Details::timestamp),
+        json::field("approvedAmount", &Details::approvedAmount),
+        json::field("requestedAmount", &Details::requestedAmount),
+        json::field("authCode", &Details::authCode),
+        json::field("processorMessage", &Details::processorMessage),
+        json::field("entryMode", &Details::entryMode), json::field("cardBrand", &Details::cardBrand),
+        json::field("cardLast4", &Details::cardLast4));
+  }
+};
+
+namespace detail {
+
+/// Read by `transactionTypeFrom`, written by the raw text.
+struct TolerantTransactionType {
+  static bool read(json::Reader& reader, TilvaneGoTransactionType& type);
+  static bool write(json::Writer& writer, TilvaneGoTransactionType type);
+};
+
+}  // namespace detail
+
+/// A transaction that the payment application has stored.
+///
+/// Its JSON has two forms on purpose: `json::decode` reads amounts that are numbers, `json::encode` writes
+/// them as texts, so that what was written can't be read back as it is. A number is read as the shortest
+/// decimal that reads back as the same 64-bit float, and written with at most three fraction digits.
+struct TilvaneGoTransaction {
+  /// In the currency's main unit, as 12.50 for twelve euro fifty.
+  Decimal amount;
+  /// In the same unit, on top of the amount.
+  std::optional<Decimal> tip = std::nullopt;
+  std::optional<TilvaneGoTransactionType> type = std::nullopt;
+  /// Two fields by two JSON keys, both as they came.
+  std::optional<std::string> customId = std::nullopt;
+  std::optional<std::string> customID = std::nullopt;
+  std::optional<std::string> notes = std::nullopt;
+  TilvaneGoTransactionDetails transactionDetails = {};
+
+  bool operator==(const TilvaneGoTransaction&) const = default;
+
+  /// Amount and tip together.
+  [[nodiscard]] Decimal totalAmount() const;
+
+  /// A text to tell transactions apart: transaction id, both custom ids, timestamp and amount, those that are
+  /// there, joined by "-". Never empty.
+  [[nodiscard]] std::string id() const;
+
+  static constexpr auto jsonFields() {
+    using Transaction = TilvaneGoTransaction;
+    return json::fields(json::field<json::AmountFromNumber>("amount", &Transaction::amount),
+                        json::field<json::AmountFromNumber>("tip", &Transaction::tip),
+                        json::field<detail::TolerantTransactionType>("type", &Transaction::type),
+                        json::field("customId", &Transaction::customId),
+                        json::field("customID", &Transaction::customID),
+                        json::field("notes", &Transaction::notes),
+                        json::field("transactionDetails", &Transaction::transactionDetails));
+  }
+};
+
+}  // namespace tilvanego

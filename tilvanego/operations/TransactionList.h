@@ -1,0 +1,122 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include <tilvanego/facade/Cases.h>
+#include <tilvanego/operations/Transaction.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego {
+
+/// Asks for the transactions that the payment application has stored. An immutable value; nothing is checked
+/// before it is started.
+class TransactionListRequest {
+ public:
+  struct Fields {
+    /// The host's own id for this request, with which the callback is compared. Stored trimmed; an empty one
+    /// is absent, isn't sent, and any callback's id will do.
+    std::optional<std::string> requestId = std::nullopt;
+    /// What the payment application opens when it is done; it must have a scheme that the host handles.
+    URL callbackURL;
+    bool operator==(const Fields&) const = default;
+  };
+
+  /// Stores the URL as it is, the id trimmed.
+  explicit TransactionListRequest(Fields fields);
+
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+
+  bool operator==(const TransactionListRequest&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// What a transaction list's callback said. Texts are raw: nothing is trimmed or interpreted. An immutable
+/// value.
+class TransactionListResponse {
+ public:
+  struct Fields {
+    /// The URL that was read.
+    URL callbackURL;
+    std::optional<std::string> requestId = std::nullopt;
+    std::optional<std::string> status = std::nullopt;
+    std::optional<std::string> errorCode = std::nullopt;
+    std::optional<std::string> errorMessage = std::nullopt;
+    /// As the callback gave it, which needn't be the length of the list; absent unless it is an integer of 64
+    /// bits.
+    std::optional<std::int64_t> transactionCount = std::nullopt;
+    /// Empty but in a success.
+    std::vector<TilvaneGoTransaction> transactions = {};
+    bool operator==(const Fields&) const = default;
+  };
+
+  explicit TransactionListResponse(Fields fields) : fields_(std::move(fields)) {}
+
+  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
+  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
+  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
+  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
+  [[nodiscard]] std::optional<std::int64_t> transactionCount() const { return fields_.transactionCount; }
+  [[nodiscard]] const std::vector<TilvaneGoTransaction>& transactions() const { return fields_.transactions; }
+
+  bool operator==(const TransactionListResponse&) const = default;
+
+ private:
+  Fields fields_;
+};
+
+/// The cases of `TransactionListError`, reached as `TransactionListError::InvalidRequest` and so on.
+struct TransactionListErrorCases {
+  /// The list came, and is no JSON array of transactions. `reason` says where and why, and shows no values.
+  struct DecodingFailed {
+    static constexpr std::string_view name = "decodingFailed";
+    std::string reason;
+    [[nodiscard]] std::string description() const {
+      return "Transaction list could not be decoded: " + reason;
+    }
+    bool operator==(const DecodingFailed&) const = default;
+  };
+
+  using InvalidRequest = cases::InvalidRequest;
+  using RequestIdMismatch = cases::RequestIdMismatch<"Transaction list">;
+  using TransactionListFailed = cases::FailedWithCode<"transactionListFailed", "Transaction list">;
+  using TransactionListAppNotInstalled =
+      cases::Plain<"transactionListAppNotInstalled", cases::appNotInstalled>;
+  using TransactionListInProgress =
+      cases::Plain<"transactionListInProgress", "A transaction list request is already in progress.">;
+  using InvalidCallback =
+      cases::Plain<"invalidCallback", "The transaction list callback could not be parsed.">;
+  using MissingStatus = cases::Plain<"missingStatus", "Transaction list callback is missing a status.">;
+  using MissingTransactionList =
+      cases::Plain<"missingTransactionList", "Transaction list callback is missing transactionList.">;
+
+  using Variant = std::variant<InvalidRequest, RequestIdMismatch, TransactionListFailed, DecodingFailed,
+                               TransactionListAppNotInstalled, TransactionListInProgress, InvalidCallback,
+                               MissingStatus, MissingTransactionList>;
+};
+
+/// Why a transaction list failed: one of the cases above.
+class TransactionListError : public cases::ErrorUnion<TransactionListErrorCases> {
+ public:
+  using ErrorUnion::ErrorUnion;
+};
+
+/// How a transaction list ended: `Success` with the `response` of the callback and its transactions, or
+/// `Failure` with an `error` and, if a callback came, its `response`. One transaction that can't be read
+/// fails the whole list.
+class TransactionListResult
+    : public cases::ResultUnion<TransactionListResponse, TransactionListError, cases::Success> {
+ public:
+  using ResultUnion::ResultUnion;
+  using Success = cases::Success<TransactionListResponse>;
+};
+
+}  // namespace tilvanego

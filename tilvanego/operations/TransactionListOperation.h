@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <tilvanego/facade/CommonTables.h>
+#include <tilvanego/facade/Link.h>
+#include <tilvanego/facade/Operation.h>
+#include <tilvanego/operations/TransactionList.h>
+
+namespace tilvanego::detail {
+
+/// The transaction list, as the frame, the parser and the router see it.
+struct TransactionListOperation : OperationTypes<TransactionListRequest, TransactionListResult> {
+  static constexpr OperationTexts texts{
+      .sending = "Sending Transaction List Request - [",
+      .buildFailure = "Unable to build Tilvane transaction list URL.",
+      .opening = "Opening Tilvane payment app for transaction list.",
+      .urlLabel = "TransactionListURL: ",
+      .target = launchTarget("/v1/getTransactionList"),
+      .unmatchedCallback = "Ignored callback that did not match the active transaction list return URL.",
+  };
+  using InProgress = Error::TransactionListInProgress;
+  using AppNotInstalled = Error::TransactionListAppNotInstalled;
+
+  [[nodiscard]] static std::string describe(const Request& request);
+  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request);
+  static void addItems(const Request& request, LinkItems& items);
+
+  static constexpr std::array callbackKeys{
+      requestIdKey<Fields>,
+      integerKey<Fields, &Fields::transactionCount>("transaction_count", "transactionCount"),
+      statusKey<Fields>,
+      // Just "code" isn't known here.
+      textKey<Fields, &Fields::errorCode>("error_code", "errorCode"),
+      errorMessageKey<Fields>,
+  };
+  static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
+
+  /// Reads the list itself, which only a success has.
+  [[nodiscard]] static Result decodeList(Fields&& fields);
+
+  static constexpr std::array statusWords{
+      StatusWords<Result>{{"success", "succeeded", "completed"}, decodeList},
+  };
+  [[nodiscard]] static Error failed(const Fields& callback) {
+    return Error::TransactionListFailed{callback.errorCode, callback.errorMessage};
+  }
+};
+
+}  // namespace tilvanego::detail

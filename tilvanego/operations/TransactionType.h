@@ -1,0 +1,55 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include <tilvanego/values/RawText.h>
+
+namespace tilvanego {
+
+/// What a stored transaction was. Read from JSON by `transactionTypeFrom`, which knows more spellings than
+/// `fromRawText`; written by its raw text.
+enum class TilvaneGoTransactionType {
+  sale,
+  authorization,
+  refund,
+  capture,
+  credit,
+  debit,
+  store,
+  save,
+  force,
+  reversal,
+  balance,
+  void_,
+  initialization,         ///< "init"
+  unknownDefaultOpenApi,  ///< any text that this library doesn't know
+};
+
+template <>
+struct RawTexts<TilvaneGoTransactionType> {
+  static constexpr std::array table{
+      std::pair{TilvaneGoTransactionType::sale, std::string_view("sale")},
+      std::pair{TilvaneGoTransactionType::authorization, std::string_view("authorization")},
+      std::pair{TilvaneGoTransactionType::refund, std::string_view("refund")},
+      std::pair{TilvaneGoTransactionType::capture, std::string_view("capture")},
+      std::pair{TilvaneGoTransactionType::credit, std::string_view("credit")},
+      std::pair{TilvaneGoTransactionType::debit, std::string_view("debit")},
+      std::pair{TilvaneGoTransactionType::store, std::string_view("store")},
+      std::pair{TilvaneGoTransactionType::save, std::string_view("save")},
+      std::pair{TilvaneGoTransactionType::force, std::string_view("force")},
+      std::pair{TilvaneGoTransactionType::reversal, std::string_view("reversal")},
+      std::pair{TilvaneGoTransactionType::balance, std::string_view("balance")},
+      std::pair{TilvaneGoTransactionType::void_, std::string_view("void")},
+      std::pair{TilvaneGoTransactionType::initialization, std::string_view("init")},
+      std::pair{TilvaneGoTransactionType::unknownDefaultOpenApi,
+                std::string_view("unknown_default_open_api")},
+  };
+};
+
+/// The type that a text of any case names. "auth", "authorization", "_init" and "initialization" may have
+/// whitespace around them; any other raw text with whitespace around it is unknown, as is every other text.
+[[nodiscard]] TilvaneGoTransactionType transactionTypeFrom(std::string_view text);
+
+}  // namespace tilvanego
