@@ -1,0 +1,153 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include <tilvanego/json/JSONValue.h>
+#include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/RawText.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego::program {
+
+/// What a field of type `T` may hold: `wanted` ends the sentence "... must be"; `read` gives
+/// nothing for everything else; `blank` is any value at all.
+template <class T>
+struct FieldType;
+
+/// A text of a script as an error line quotes it: in double quotes, cut where it is long.
+[[nodiscard]] std::string quotation(std::string_view text);
+
+/// Reads the fields of one JSON object by name, and sees to it that each is there, of the right type, and
+/// known.
+///
+/// A field that is null counts as left out. Reading goes on behind a fault, with blank values, so that a
+/// record can be read in one expression; `finish` tells the fault. No value is quoted but that of an
+/// enumeration: it may be a secret.
+class FieldReader {
+ public:
+  /// `object` outlives this. `path` stands before a field's name in errors: "request.".
+  explicit FieldReader(const JSONValue::Dictionary& object, std::string path = {})
+      : object_(object), path_(std::move(path)) {}
+
+  /// The field's value; for an optional, nothing if it was left out.
+  template <class T>
+  [[nodiscard]] T get(std::string_view name);
+
+  /// A nested object, whose own reader's fault is to be given to `refuse`; empty if there is a fault.
+  [[nodiscard]] const JSONValue::Dictionary& object(std::string_view name);
+
+  /// Notes a fault. The first one counts.
+  void refuse(std::string fault);
+  void refuseIf(std::optional<std::string> fault) {
+    if (fault) refuse(*std::move(fault));
+  }
+
+  /// The field's value, if it is given. Counts the name as known.
+  [[nodiscard]] const JSONValue* find(std::string_view name);
+  [[nodiscard]] std::string pathTo(std::string_view name) const {
+    return quotation(path_ + std::string(name));
+  }
+
+  /// The fault, as one line that says what to mend; nothing if the object is as it should be. Every name that
+  /// hasn't been asked for is unknown.
+  [[nodiscard]] std::optional<std::string> finish() const;
+
+ private:
+  void refuseMissing(std::string_view name, std::string_view wanted);
+  void refuseType(std::string_view name, std::string_view wanted);
+
+  const JSONValue::Dictionary& object_;
+  std::string path_;
+  std::vector<std::string_view> known_;
+  std::optional<std::string> fault_;
+};
+
+template <class T>
+struct OptionalPayload {
+  using Type = T;
+  static constexpr bool isOptional = false;
+};
+template <class T>
+struct OptionalPayload<std::optional<T>> {
+  using Type = T;
+  static constexpr bool isOptional = true;
+};
+
+template <class T>
+T FieldReader::get(std::string_view name) {
+  using Payload = typename OptionalPayload<T>::Type;
+  using Type = FieldType<Payload>;
+  const JSONValue* value = find(name);
+  if (value == nullptr) {
+    if constexpr (OptionalPayload<T>::isOptional) {
+      return std::nullopt;
+    } else {
+      refuseMissing(name, Type::wanted());
+      return Type::blank();
+    }
+  }
+  if (std::optional<Payload> read = Type::read(*value)) return *std::move(read);
+  refuseType(name, Type::wanted());
+  return Type::blank();
+}
+
+template <>
+struct FieldType<std::string> {
+  static std::string wanted() { return "a text"; }
+  static std::optional<std::string> read(const JSONValue& value);
+  static std::string blank() { return {}; }
+};
+
+template <>
+struct FieldType<bool> {
+  static std::string wanted() { return "true or false"; }
+  static std::optional<bool> read(const JSONValue& value) { return value.boolValue(); }
+  static bool blank() { return false; }
+};
+
+template <>
+struct FieldType<std::int64_t> {
+  static std::string wanted() { return "a whole number of 64 bits"; }
+  static std::optional<std::int64_t> read(const JSONValue& value) { return value.intValue(); }
+  static std::int64_t blank() { return 0; }
+};
+
+template <>
+struct FieldType<Decimal> {
+  static std::string wanted() { return R"(a text with a number of at most 38 digits, such as "12.50")"; }
+  static std::optional<Decimal> read(const JSONValue& value);
+  static Decimal blank() { return 0; }
+};
+
+template <>
+struct FieldType<URL> {
+  static std::string wanted() { return R"(a text with a URL, such as "myshop://done")"; }
+  static std::optional<URL> read(const JSONValue& value);
+  static URL blank() { return *URL::parse("blank:"); }
+};
+
+/// The texts quoted and joined by commas, with `lastWord` ("or") before the last one.
+[[nodiscard]] std::string listed(const std::vector<std::string_view>& texts, std::string_view lastWord);
+
+template <HasRawText Enumeration>
+struct FieldType<Enumeration> {
+  static std::string wanted() {
+    std::vector<std::string_view> texts;
+    for (const auto one : allCases<Enumeration>()) texts.push_back(rawText(one));
+    return listed(texts, "or");
+  }
+  static std::optional<Enumeration> read(const JSONValue& value) {
+    const std::string* text = value.stringValue();
+    return text ? fromRawText<Enumeration>(*text) : std::nullopt;
+  }
+  static Enumeration blank() { return allCases<Enumeration>().front(); }
+};
+
+}  // namespace tilvanego::program

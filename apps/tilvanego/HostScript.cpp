@@ -1,0 +1,206 @@
+#include "HostScript.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include <tilvanego/facade/TilvaneGoSDK.h>
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONReader.h>
+#include <tilvanego/json/JSONValue.h>
+#include <tilvanego/platform/memory/ManualClock.h>
+#include <tilvanego/values/Date.h>
+#include <tilvanego/values/DateFormats.h>
+
+#include "EventWriter.h"
+#include "FieldReader.h"
+#include "HostSession.h"
+#include "PasteboardText.h"
+
+namespace tilvanego::program {
+
+template <>
+struct FieldType<Date> {
+  static std::string wanted() {
+    return R"(a text with an ISO 8601 instant, such as "2024-03-05T10:20:30Z", or null)";
+  }
+  static std::optional<Date> read(const JSONValue& value) {
+    const std::string* text = value.stringValue();
+    return text ? readInternetDate(*text) : std::nullopt;
+  }
+  static Date blank() { return {}; }
+};
+
+namespace {
+
+const Kind& readKind(FieldReader& line, std::string_view name) {
+  const Kind& kind = *line.get<const Kind*>(name);
+  if (!kind.isAvailable()) line.refuse("The operation " + quotation(kind.name) + " isn't available yet.");
+  return kind;
+}
+
+HostAction readStart(FieldReader& line) {
+  const Kind& kind = readKind(line, "start");
+  return kind.isAvailable() ? kind.readStart(line) : nullptr;
+}
+
+HostAction readCallback(FieldReader& line) {
+  return [url = line.get<URL>("callback")](HostSession& session) {
+    const bool handled = session.sdk().handleCallback(url);
+    session.events().write(JSONObject().add("handled", handled));
+  };
+}
+
+HostAction readOpened(FieldReader& line) {
+  return [opened = line.get<bool>("opened")](HostSession& session) { session.answerOldestOpen(opened); };
+}
+
+HostAction readCancel(FieldReader& line) {
+  return [&kind = readKind(line, "cancel")](HostSession& session) { kind.cancel(session.sdk()); };
+}
+
+HostAction readPending(FieldReader& line) {
+  return [&kind = readKind(line, "pending")](HostSession& session) {
+    session.events().write(
+        JSONObject().add("pending", kind.name).add("inProgress", kind.isInProgress(session.sdk())));
+  };
+}
+
+HostAction readIsCallback(FieldReader& line) {
+  const Kind& kind = readKind(line, "isCallback");
+  return [&kind, url = line.get<URL>("url")](HostSession& session) {
+    session.events().write(
+        JSONObject().add("isCallback", kind.name).add("matches", kind.isCallback(session.sdk(), url)));
+  };
+}
+
+HostAction readResult(FieldReader& line) {
+  const Kind& kind = readKind(line, "result");
+  return [&kind, url = line.get<URL>("url")](HostSession& session) {
+    session.events().write(
+        JSONObject().add("result", kind.name).addOrNull("value", kind.result(session.sdk(), url)));
+  };
+}
+
+HostAction readParse(FieldReader& line) {
+  const Kind& kind = readKind(line, "parse");
+  return [&kind, url = line.get<URL>("url"),
+          requestId = line.get<std::optional<std::string>>("expectedRequestId"),
+          callbackURL = line.get<std::optional<URL>>("expectedCallbackURL")](HostSession& session) {
+    session.events().write(
+        JSONObject().add("parse", kind.name).addOrNull("value", kind.parse(url, requestId, callbackURL)));
+  };
+}
+
+HostAction readSetPasteboard(FieldReader& line) {
+  return [items = line.get<std::vector<PasteboardItem>>("setPasteboard"),
+          string = line.get<std::optional<std::string>>("string")](HostSession& session) {
+    session.placeOnPasteboard(items, string);
+  };
+}
+
+HostAction readGetPasteboard(FieldReader& line) {
+  if (!line.get<bool>("getPasteboard")) line.refuse(R"("getPasteboard" must be true.)");
+  return [](HostSession& session) { session.events().write(pasteboardObject(session.pasteboardContents())); };
+}
+
+HostAction readNow(FieldReader& line) {
+  return [instant = line.get<std::optional<Date>>("now")](HostSession& session) {
+    if (instant) {
+      session.clock().stopAt(*instant);
+    } else {
+      session.clock().followSystem();
+    }
+  };
+}
+
+struct Command {
+  std::string_view name;
+  HostAction (*read)(FieldReader& line);
+  /// Null is a value for it, not a field left out.
+  bool takesNull = false;
+};
+
+constexpr std::array commands{
+    Command{"start", readStart},
+    Command{"sendRequest", readSendRequestAction},
+    Command{"callback", readCallback},
+    Command{"opened", readOpened},
+    Command{"cancel", readCancel},
+    Command{"pending", readPending},
+    Command{"isCallback", readIsCallback},
+    Command{"result", readResult},
+    Command{"parse", readParse},
+    Command{"setPasteboard", readSetPasteboard},
+    Command{"getPasteboard", readGetPasteboard},
+    Command{"now", readNow, true},
+};
+
+std::string commandNames() {
+  std::vector<std::string_view> names;
+  for (const Command& one : commands) names.push_back(one.name);
+  return listed(names, "or");
+}
+
+/// The one command that a line is to name.
+std::expected<const Command*, std::string> findCommand(const JSONValue::Dictionary& line) {
+  const Command* found = nullptr;
+  for (const Command& one : commands) {
+    const auto entry = line.find(one.name);
+    if (entry == line.end() || (entry->second.isNull() && !one.takesNull)) continue;
+    if (found != nullptr) {
+      return std::unexpected("More than one command in a line: " + quotation(found->name) + " and " +
+                             quotation(one.name) + "; give each a line of its own.");
+    }
+    found = &one;
+  }
+  if (found == nullptr)
+    return std::unexpected("No known command in the line; it must have " + commandNames() + ".");
+  return found;
+}
+
+/// A name that stands twice in one object, at any depth of a text that is known to be JSON.
+std::optional<std::string> repeatedName(json::Reader& reader) {
+  JSONKind kind{};
+  if (!reader.peek(kind)) return std::nullopt;
+  if (kind == JSONKind::object && reader.beginObject()) {
+    std::set<std::string, std::less<>> names;
+    for (std::string_view name; reader.nextKey(name) == json::Reader::Next::item;) {
+      if (!names.emplace(name).second) return std::string(name);
+      if (auto repeated = repeatedName(reader)) return repeated;
+    }
+  } else if (kind == JSONKind::list && reader.beginList()) {
+    while (reader.nextElement() == json::Reader::Next::item) {
+      if (auto repeated = repeatedName(reader)) return repeated;
+    }
+  } else {
+    static_cast<void>(reader.skip());
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::expected<HostAction, std::string> readScriptLine(std::string_view line) {
+  const auto value = json::decode<JSONValue>(line);
+  if (!value) return std::unexpected("The line isn't a JSON object: " + value.error().description() + ".");
+  const JSONValue::Dictionary* fields = value->dictionaryValue();
+  if (fields == nullptr)
+    return std::unexpected(R"(The line must be a JSON object, such as {"pending": "payment"}.)");
+  json::Reader again(line);
+  if (const auto name = repeatedName(again)) {
+    return std::unexpected(quotation(*name) + " is given twice in one object; give it once.");
+  }
+
+  const auto command = findCommand(*fields);
+  if (!command) return std::unexpected(command.error());
+  FieldReader reader(*fields);
+  HostAction action = (*command)->read(reader);
+  if (auto fault = reader.finish()) return std::unexpected(*std::move(fault));
+  return action;
+}
+
+}  // namespace tilvanego::program

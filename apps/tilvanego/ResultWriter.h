@@ -1,0 +1,48 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+#include <variant>
+
+#include "JSONText.h"
+#include "ResponseFields.h"
+
+/// How results are shown: the same for all kinds, over the members that their cases have.
+namespace tilvanego::program {
+
+template <class Response>
+[[nodiscard]] JSONObject responseObject(const Response& response) {
+  JSONObject object;
+  visitFields(response, [&object](std::string_view name, const auto& value) { object.add(name, value); });
+  return object;
+}
+
+/// An error case's payload by its names.
+template <class Case>
+[[nodiscard]] JSONObject payloadObject(const Case& one) {
+  JSONObject payload;
+  if constexpr (requires { one.expected; }) payload.add("expected", one.expected);
+  if constexpr (requires { one.received; }) payload.add("received", one.received);
+  if constexpr (requires { one.status; }) payload.add("status", one.status);
+  if constexpr (requires { one.code; }) payload.add("code", one.code);
+  if constexpr (requires { one.message; }) payload.add("message", one.message);
+  if constexpr (requires { one.text; }) payload.add("text", one.text);
+  return payload;
+}
+
+template <class Result>
+[[nodiscard]] JSONObject resultObject(const Result& result) {
+  JSONObject object;
+  object.add("case", result.name());
+  const auto response = result.response();
+  object.addOrNull("response", response ? std::optional(responseObject(*response)) : std::nullopt);
+  if (const auto* failure = std::get_if<typename Result::Failure>(&result)) {
+    const typename Result::Error::Variant& error = failure->error;
+    object.add("error", failure->error.name());
+    object.add("errorPayload", std::visit([](const auto& one) { return payloadObject(one); }, error));
+    object.add("description", failure->error.errorDescription());
+  }
+  return object;
+}
+
+}  // namespace tilvanego::program

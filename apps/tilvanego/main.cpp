@@ -1,0 +1,26 @@
+#include <CLI/CLI.hpp>
+
+#include "CallbackCommand.h"
+#include "ExitStatus.h"
+#include "HostCommand.h"
+
+int main(int argumentCount, char** arguments) {
+  using namespace tilvanego::program;
+  CLI::App program("A host that hands payments to a payment application: to watch, to rehearse, to script.");
+  program.name("tilvanego");
+  program.require_subcommand(1);
+  program.footer(
+      "Each command has a --help of its own.\n"
+      "Exit status: 0, 1 for a failed operation, 2 for wrong usage.");
+
+  addHostCommand(program);
+  addCallbackCommand(program);
+  try {
+    program.parse(argumentCount, arguments);
+  } catch (const CLI::RuntimeError& ended) {
+    return ended.get_exit_code();
+  } catch (const CLI::ParseError& error) {
+    return program.exit(error) == 0 ? exitDone : exitWrongUsage;
+  }
+  return exitDone;
+}

@@ -1,0 +1,55 @@
+"""Runs a script through `tilvanego host` and compares what it writes, line by line.
+
+  host_script.py PROGRAM SCRIPT
+
+In a script a line "> INPUT" is given to the host, and "< OUTPUT" is what it must write for it; in an output "…" stands
+for any text. "without NAME..." leaves events of these names out of the comparison, "options OPTION..." is given to the
+host. Other lines are comments.
+"""
+
+import json
+import pathlib
+import re
+import subprocess
+import sys
+
+
+def pattern(expected):
+    return ".*".join(re.escape(part) for part in expected.split("…"))
+
+
+class Script:
+    def __init__(self, path):
+        self.options, self.without, self.input, self.expected = [], set(), [], []
+        for line in path.read_text(encoding="utf-8").splitlines():
+            word, _, rest = line.partition(" ")
+            if word == ">":
+                self.input.append(rest)
+            elif word == "<":
+                self.expected.append(rest)
+            elif word == "without":
+                self.without = set(rest.split())
+            elif word == "options":
+                self.options = rest.split()
+
+    def compared(self, line):
+        return next(iter(json.loads(line))) not in self.without
+
+
+def main(program, path):
+    script = Script(pathlib.Path(path))
+    if not script.input or not script.expected:
+        sys.exit(f"{path}: nothing to compare")
+    done = subprocess.run([program, "host", *script.options], input="\n".join(script.input) + "\n", encoding="utf-8",
+                          stdout=subprocess.PIPE, timeout=60, check=True)
+    written = [line for line in done.stdout.splitlines() if script.compared(line)]
+    faults = [f"expected {want}\nwritten  {got}" for want, got in zip(script.expected, written)
+              if not re.fullmatch(pattern(want), got)]
+    if len(script.expected) != len(written):
+        faults.append(f"expected {len(script.expected)} lines, written {len(written)}:\n" + "\n".join(written))
+    if faults:
+        sys.exit(f"{path}:\n" + "\n".join(faults[:3]))
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])

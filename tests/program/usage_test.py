@@ -1,0 +1,33 @@
+"""The command line: help, and the exit status of wrong usage."""
+
+import unittest
+
+from running import run
+
+
+class Usage(unittest.TestCase):
+    def test_every_command_has_help(self):
+        for arguments in [[], ["host"], ["callback"]]:
+            done = run(*arguments, "--help")
+            self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
+            self.assertIn(b"Usage: tilvanego " + " ".join(arguments).encode(), done.stdout)
+
+    def test_wrong_usage_says_what_is_wrong_on_standard_error(self):
+        for arguments, named in [
+            ([], b"subcommand"),
+            (["pay"], b"subcommand"),
+            (["host", "--replay"], b"--replay"),
+            (["host", "--pasteboard", "none"], b"--pasteboard"),
+            (["host", "--open", ""], b"--open"),
+            (["host", "--open", "echo 'half"], b"--open"),
+            (["callback"], b"SOCKET"),
+            (["callback", "socket"], b"URL"),
+            (["callback", "socket", "a:b", "c:d"], b"c:d"),
+        ]:
+            done = run(*arguments)
+            self.assertEqual((done.returncode, done.stdout), (2, b""), arguments)
+            self.assertIn(named, done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
