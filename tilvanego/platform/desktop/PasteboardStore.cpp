@@ -35,7 +35,9 @@ void removeExpired(const detail::PrivateDirectory& directory, const Clock& clock
   const auto lock = directory.lock(lockName, false);
   if (!lock) return;
   const auto contents = readContents(directory);
-  if (contents && isExpired(contents->options, clock.now())) (void)directory.remove(fileName);
+  if (!contents || !isExpired(contents->options, clock.now())) return;
+  // One that can't be removed still reads as empty.
+  [[maybe_unused]] const auto failure = directory.remove(fileName);
 }
 
 }  // namespace
@@ -51,7 +53,8 @@ std::optional<std::string> PasteboardStore::string() const { return pasteboardSt
 std::vector<PasteboardItem> PasteboardStore::items() const { return contents().items; }
 
 void PasteboardStore::setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) {
-  replaceContents({std::move(items), options});
+  // The port has no way to tell a failure.
+  [[maybe_unused]] const auto failure = replaceContents({std::move(items), options});
 }
 
 PasteboardContents PasteboardStore::contents() const {

@@ -46,7 +46,7 @@ class PasteboardStore final : public Pasteboard {
   /// Replaces everything; no items remove the file. `invalid_argument` is the error for more than fits,
   /// text that isn't UTF-8 and a date that isn't finite; `permission_denied` for a directory that isn't
   /// private; else the system's. On an error nothing has changed.
-  std::error_code replaceContents(const PasteboardContents& contents);
+  [[nodiscard]] std::error_code replaceContents(const PasteboardContents& contents);
 
   [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
 

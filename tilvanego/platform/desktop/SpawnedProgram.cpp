@@ -64,6 +64,7 @@ std::optional<pid_t> spawnProgram(const std::vector<std::string>& words) {
 
   // posix_spawnp takes pointers to what it doesn't change.
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (const auto& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
 
