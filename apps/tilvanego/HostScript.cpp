@@ -36,15 +36,11 @@ struct FieldType<Date> {
 
 namespace {
 
-const Kind& readKind(FieldReader& line, std::string_view name) {
-  const Kind& kind = *line.get<const Kind*>(name);
-  if (!kind.isAvailable()) line.refuse("The operation " + quotation(kind.name) + " isn't available yet.");
-  return kind;
-}
+const Kind& readKind(FieldReader& line, std::string_view name) { return *line.get<const Kind*>(name); }
 
 HostAction readStart(FieldReader& line) {
   const Kind& kind = readKind(line, "start");
-  return kind.isAvailable() ? kind.readStart(line) : nullptr;
+  return kind.readStart(kind, line);
 }
 
 HostAction readCallback(FieldReader& line) {

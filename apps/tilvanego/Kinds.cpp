@@ -28,9 +28,38 @@ std::optional<JSONObject> optionalResultObject(const std::optional<Result>& resu
   return result ? std::optional(resultObject(*result)) : std::nullopt;
 }
 
+/// The types of an operation, from its start function.
+template <class Start>
+struct StartTypes;
+template <class RequestType, class ResultType>
+struct StartTypes<void (TilvaneGo::*)(RequestType, std::function<void(const ResultType&)>)> {
+  using Request = RequestType;
+  using Result = ResultType;
+};
+
+template <auto Start>
+HostAction readStart(const Kind& kind, FieldReader& line) {
+  using Types = StartTypes<decltype(Start)>;
+  auto request = readRequest<typename Types::Request>(line);
+  return [name = kind.name, request = std::move(request)](HostSession& session) {
+    (session.sdk().*Start)(request, shownCompletion<typename Types::Result>(session, name));
+  };
+}
+
+/// The payment alone has a choice of transports.
+HostAction readStartPayment(const Kind& kind, FieldReader& line) {
+  auto request = readRequest<PaymentRequest>(line);
+  const auto transport = readTransport(line);
+  if (transport && *transport != PaymentLaunchTransport::urlScheme()) {
+    line.refuse("The transport " + transport->text() + R"( isn't available yet; use "urlScheme".)");
+  }
+  return [name = kind.name, request = std::move(request)](HostSession& session) {
+    session.sdk().startPayment(request, shownCompletion<PaymentResult>(session, name));
+  };
+}
+
 /// The row of a kind, from its public functions.
-template <HostAction (*ReadStart)(FieldReader&), auto IsInProgress, auto Cancel, auto IsCallback,
-          auto ResultFrom, auto Parse>
+template <auto ReadStart, auto IsInProgress, auto Cancel, auto IsCallback, auto ResultFrom, auto Parse>
 constexpr Kind kind(std::string_view name) {
   return {
       .name = name,
@@ -48,33 +77,30 @@ constexpr Kind kind(std::string_view name) {
   };
 }
 
-/// The row of a kind whose operation the library doesn't have yet.
-constexpr Kind missingKind(std::string_view name) {
-  return {name, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
-}
-
-HostAction readStartPayment(FieldReader& line) {
-  auto request = readRequest<PaymentRequest>(line);
-  const auto transport = readTransport(line);
-  if (transport && *transport != PaymentLaunchTransport::urlScheme()) {
-    line.refuse("The transport " + transport->text() + R"( isn't available yet; use "urlScheme".)");
-  }
-  return [request = std::move(request)](HostSession& session) {
-    session.sdk().startPayment(request, shownCompletion<PaymentResult>(session, "payment"));
-  };
-}
+using Sdk = TilvaneGo;
 
 constexpr std::array table{
-    kind<&readStartPayment, &TilvaneGo::isPaymentInProgress, &TilvaneGo::cancelPendingPayment,
-         &TilvaneGo::isPaymentCallback, &TilvaneGo::paymentResult, &TilvaneGo::parsePaymentResult>("payment"),
-    missingKind("initialization"),
-    missingKind("transactionList"),
-    missingKind("fullRefund"),
-    missingKind("partialRefund"),
-    missingKind("capture"),
-    missingKind("clearData"),
-    missingKind("reboot"),
-    missingKind("save"),
+    kind<&readStartPayment, &Sdk::isPaymentInProgress, &Sdk::cancelPendingPayment, &Sdk::isPaymentCallback,
+         &Sdk::paymentResult, &Sdk::parsePaymentResult>("payment"),
+    kind<&readStart<&Sdk::initialize>, &Sdk::isInitializationInProgress, &Sdk::cancelPendingInitialization,
+         &Sdk::isInitializationCallback, &Sdk::initializationResult, &Sdk::parseInitializationResult>(
+        "initialization"),
+    kind<&readStart<&Sdk::getTransactionList>, &Sdk::isTransactionListInProgress,
+         &Sdk::cancelPendingTransactionList, &Sdk::isTransactionListCallback, &Sdk::transactionListResult,
+         &Sdk::parseTransactionListResult>("transactionList"),
+    kind<&readStart<&Sdk::fullRefund>, &Sdk::isFullRefundInProgress, &Sdk::cancelPendingFullRefund,
+         &Sdk::isFullRefundCallback, &Sdk::fullRefundResult, &Sdk::parseFullRefundResult>("fullRefund"),
+    kind<&readStart<&Sdk::partialRefund>, &Sdk::isPartialRefundInProgress, &Sdk::cancelPendingPartialRefund,
+         &Sdk::isPartialRefundCallback, &Sdk::partialRefundResult, &Sdk::parsePartialRefundResult>(
+        "partialRefund"),
+    kind<&readStart<&Sdk::capture>, &Sdk::isCaptureInProgress, &Sdk::cancelPendingCapture,
+         &Sdk::isCaptureCallback, &Sdk::captureResult, &Sdk::parseCaptureResult>("capture"),
+    kind<&readStart<&Sdk::clearData>, &Sdk::isClearDataInProgress, &Sdk::cancelPendingClearData,
+         &Sdk::isClearDataCallback, &Sdk::clearDataResult, &Sdk::parseClearDataResult>("clearData"),
+    kind<&readStart<&Sdk::reboot>, &Sdk::isRebootInProgress, &Sdk::cancelPendingReboot,
+         &Sdk::isRebootCallback, &Sdk::rebootResult, &Sdk::parseRebootResult>("reboot"),
+    kind<&readStart<&Sdk::save>, &Sdk::isSaveInProgress, &Sdk::cancelPendingSave, &Sdk::isSaveCallback,
+         &Sdk::saveResult, &Sdk::parseSaveResult>("save"),
 };
 
 }  // namespace

@@ -27,16 +27,13 @@ using HostAction = std::function<void(HostSession& session)>;
 struct Kind {
   std::string_view name;
   /// Reads what "start" needs beside the kind.
-  HostAction (*readStart)(FieldReader& line);
+  HostAction (*readStart)(const Kind& kind, FieldReader& line);
   bool (*isInProgress)(const TilvaneGo& sdk);
   void (*cancel)(TilvaneGo& sdk);
   bool (*isCallback)(const TilvaneGo& sdk, const URL& url);
   std::optional<JSONObject> (*result)(const TilvaneGo& sdk, const URL& url);
   std::optional<JSONObject> (*parse)(const URL& url, const std::optional<std::string>& expectedRequestId,
                                      const std::optional<URL>& expectedCallbackURL);
-
-  /// Whether this build of the library has the operation.
-  [[nodiscard]] bool isAvailable() const { return readStart != nullptr; }
 };
 
 [[nodiscard]] std::span<const Kind> kinds();

@@ -3,7 +3,14 @@
 #include <optional>
 #include <string>
 
-#include <tilvanego/payment/PaymentCredentials.h>
+#include <tilvanego/operations/Capture.h>
+#include <tilvanego/operations/ClearData.h>
+#include <tilvanego/operations/FullRefund.h>
+#include <tilvanego/operations/Initialization.h>
+#include <tilvanego/operations/PartialRefund.h>
+#include <tilvanego/operations/Reboot.h>
+#include <tilvanego/operations/Save.h>
+#include <tilvanego/operations/TransactionList.h>
 #include <tilvanego/payment/PaymentLaunchTransport.h>
 #include <tilvanego/payment/PaymentRequest.h>
 
@@ -20,6 +27,46 @@ struct RequestReader;
 template <>
 struct RequestReader<PaymentRequest> {
   static PaymentRequest read(FieldReader& fields);
+};
+
+template <>
+struct RequestReader<InitializationRequest> {
+  static InitializationRequest read(FieldReader& fields);
+};
+
+template <>
+struct RequestReader<TransactionListRequest> {
+  static TransactionListRequest read(FieldReader& fields);
+};
+
+template <>
+struct RequestReader<FullRefundRequest> {
+  static FullRefundRequest read(FieldReader& fields);
+};
+
+template <>
+struct RequestReader<PartialRefundRequest> {
+  static PartialRefundRequest read(FieldReader& fields);
+};
+
+template <>
+struct RequestReader<CaptureRequest> {
+  static CaptureRequest read(FieldReader& fields);
+};
+
+template <>
+struct RequestReader<ClearDataRequest> {
+  static ClearDataRequest read(FieldReader& fields);
+};
+
+template <>
+struct RequestReader<RebootRequest> {
+  static RebootRequest read(FieldReader& fields);
+};
+
+template <>
+struct RequestReader<SaveRequest> {
+  static SaveRequest read(FieldReader& fields);
 };
 
 /// Reads the request that `line` has under "request"; what is wrong with it is noted there.

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "JSONText.h"
 #include "ResponseFields.h"
@@ -10,10 +11,28 @@
 /// How results are shown: the same for all kinds, over the members that their cases have.
 namespace tilvanego::program {
 
-template <class Response>
-[[nodiscard]] JSONObject responseObject(const Response& response) {
+template <class Record>
+[[nodiscard]] JSONObject recordObject(const Record& record);
+
+/// A field's value as an object shows it.
+template <class Value>
+[[nodiscard]] const Value& fieldValue(const Value& value) {
+  return value;
+}
+[[nodiscard]] inline JSONObject fieldValue(const TilvaneGoTransactionDetails& details) {
+  return recordObject(details);
+}
+[[nodiscard]] inline JSONText fieldValue(const std::vector<TilvaneGoTransaction>& transactions) {
+  JSONList list;
+  for (const auto& one : transactions) list.add(recordObject(one));
+  return list.finish();
+}
+
+template <class Record>
+JSONObject recordObject(const Record& record) {
   JSONObject object;
-  visitFields(response, [&object](std::string_view name, const auto& value) { object.add(name, value); });
+  visitFields(record,
+              [&object](std::string_view name, const auto& value) { object.add(name, fieldValue(value)); });
   return object;
 }
 
@@ -26,7 +45,7 @@ template <class Case>
   if constexpr (requires { one.status; }) payload.add("status", one.status);
   if constexpr (requires { one.code; }) payload.add("code", one.code);
   if constexpr (requires { one.message; }) payload.add("message", one.message);
-  if constexpr (requires { one.text; }) payload.add("text", one.text);
+  if constexpr (requires { one.reason; }) payload.add("text", one.reason);
   return payload;
 }
 
@@ -35,7 +54,7 @@ template <class Result>
   JSONObject object;
   object.add("case", result.name());
   const auto response = result.response();
-  object.addOrNull("response", response ? std::optional(responseObject(*response)) : std::nullopt);
+  object.addOrNull("response", response ? std::optional(recordObject(*response)) : std::nullopt);
   if (const auto* failure = std::get_if<typename Result::Failure>(&result)) {
     const typename Result::Error::Variant& error = failure->error;
     object.add("error", failure->error.name());
