@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <tilvanego/facade/FacadeAccess.h>
+#include <tilvanego/platform/memory/RecordingDebugOutput.h>
+#include <tilvanego/sandbox/SandboxApplication.h>
+
+namespace tilvanego::sandbox {
+namespace {
+
+/// A host whose links are opened by a sandbox in its own process.
+struct Rehearsal {
+  Rehearsal() {
+    Platform platform = Platform::standard(loop);
+    platform.debugOutput = std::make_unique<RecordingDebugOutput>();
+    auto application = std::make_unique<SandboxApplication>(
+        loop, [this](const URL& url) { events.push_back(sdk->handleCallback(url) ? "handled" : "ignored"); });
+    sandbox = application.get();
+    sandbox->setObserver([this](const URL&, const auto& handled) {
+      events.push_back(handled ? std::string(rawText(handled->outcome)) : handled.error().message);
+    });
+    platform.application = std::move(application);
+    sdk = detail::FacadeAccess::make(std::move(platform));
+  }
+
+  void pay(std::string_view amount) {
+    sdk->startPayment(PaymentRequest({.requestId = "A-1",
+                                      .amount = *Decimal::parse(amount),
+                                      .currency = "EUR",
+                                      .callbackURL = *URL::parse("shop://done")}),
+                      [this](const PaymentResult& result) { events.emplace_back(result.name()); });
+    events.emplace_back("started");
+    loop.runPending();
+  }
+
+  RunLoop loop;
+  SandboxApplication* sandbox = nullptr;
+  std::unique_ptr<TilvaneGo> sdk;
+  std::vector<std::string> events;
+};
+
+using Events = std::vector<std::string>;
+
+TEST(SandboxApplication, AnswersOnTheMainQueueAsTheAmountDecides) {
+  Rehearsal rehearsal;
+  rehearsal.pay("12");
+  rehearsal.pay("12.01");
+  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "success", "handled",  //
+                                      "decline", "started", "declined", "handled"}));
+}
+
+TEST(SandboxApplication, DoesWhatTheHostSetInsteadOfTheAmount) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setOutcome(Outcome::cancel);
+  rehearsal.pay("12.01");
+  EXPECT_EQ(rehearsal.events, (Events{"cancel", "started", "cancelled", "handled"}));
+}
+
+TEST(SandboxApplication, LeavesAPaymentPendingThatItCantOrWontAnswer) {
+  for (const Outcome outcome : {Outcome::silent, Outcome::tampered}) {
+    Rehearsal rehearsal;
+    rehearsal.sandbox->setOutcome(outcome);
+    rehearsal.pay("12");
+    EXPECT_EQ(rehearsal.events.size(), 2U);
+    EXPECT_TRUE(rehearsal.sdk->isPaymentInProgress());
+  }
+}
+
+TEST(SandboxApplication, OpensNothingWhileItIsNotInstalled) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setInstalled(false);
+  rehearsal.pay("12");
+  EXPECT_EQ(rehearsal.events, (Events{"started", "failure"}));
+  EXPECT_FALSE(rehearsal.sdk->isPaymentInProgress());
+}
+
+TEST(SandboxApplication, OpensItsOwnSchemeEvenIfItCantReadTheLink) {
+  Rehearsal rehearsal;
+  std::vector<bool> opened;
+  for (const std::string_view link : {"tilvanego://payment/v2/start", "mailto:a"}) {
+    rehearsal.sandbox->openURL(*URL::parse(link), [&](bool wasOpened) { opened.push_back(wasOpened); });
+  }
+  EXPECT_TRUE(opened.empty());
+  rehearsal.loop.runPending();
+  EXPECT_EQ(opened, (std::vector{true, false}));
+  EXPECT_EQ(rehearsal.events, (Events{"the link's path is \"/v2/start\", which names no operation"}));
+}
+
+TEST(SandboxApplication, AnswersNobodyOnceItIsGone) {
+  RunLoop loop;
+  int calls = 0;
+  auto sandbox = std::make_unique<SandboxApplication>(loop, [&](const URL&) { ++calls; });
+  sandbox->openURL(*URL::parse("tilvanego://payment/v1/reboot?request_id=1&return_url=a:b"),
+                   [&](bool) { ++calls; });
+  sandbox.reset();
+  loop.runPending();
+  EXPECT_EQ(calls, 0);
+}
+
+}  // namespace
+}  // namespace tilvanego::sandbox

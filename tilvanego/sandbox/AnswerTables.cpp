@@ -1,0 +1,202 @@
+#include <tilvanego/sandbox/AnswerTables.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+namespace tilvanego::sandbox {
+namespace {
+
+using Value = std::optional<std::string>;
+
+/// A number that the request decides, so that a rehearsal can be replayed and two requests seldom share it
+/// (FNV-1a).
+std::uint64_t hash(const LaunchLink& link) {
+  std::uint64_t hash = 0xCBF2'9CE4'8422'2325;
+  const auto add = [&](std::string_view text) {
+    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100'0000'01B3;
+    hash = (hash ^ 0xFF) * 0x100'0000'01B3;
+  };
+  for (const auto& [name, value] : link.items()) {
+    add(name);
+    add(*value);
+  }
+  return hash;
+}
+
+std::string digits(std::uint64_t number, std::size_t count) {
+  std::string text(count, '0');
+  for (char& digit : text) {
+    digit = static_cast<char>('0' + number % 10);
+    number /= 10;
+  }
+  return text;
+}
+
+Value copied(const LaunchLink& link, std::string_view name) {
+  const auto value = link.item(name);
+  return value ? Value(*value) : std::nullopt;
+}
+
+/// A field that an approved operation alone has, with always the same text.
+template <const auto& Text>
+Value ifApproved(const LaunchLink& /*link*/, Verdict verdict) {
+  return verdict == Verdict::approved ? Value(Text) : std::nullopt;
+}
+
+Value transactionId(const LaunchLink& link, Verdict verdict) {
+  // Nothing that was cancelled or broke off has reached the processor.
+  const bool processed = verdict == Verdict::approved || verdict == Verdict::declined;
+  return processed ? Value(digits(hash(link), 12)) : std::nullopt;
+}
+
+Value approvalCode(const LaunchLink& link, Verdict verdict) {
+  return verdict == Verdict::approved ? Value(digits(hash(link) >> 20U, 6)) : std::nullopt;
+}
+
+Value customId(const LaunchLink& link, Verdict /*verdict*/) { return copied(link, "custom_id"); }
+
+Value message(const LaunchLink& /*link*/, Verdict verdict) {
+  switch (verdict) {
+    case Verdict::approved:
+      return "Approved";
+    case Verdict::declined:
+      return "Declined by the issuer";
+    case Verdict::cancelled:
+      return "Cancelled on the terminal";
+    case Verdict::failed:
+      return "The terminal reported a fault";
+  }
+  return std::nullopt;
+}
+
+Value errorMessage(const LaunchLink& link, Verdict verdict) {
+  return verdict == Verdict::approved ? std::nullopt : message(link, verdict);
+}
+
+/// A response code as card processors give it (ISO 8583, data element 39).
+Value errorCode(const LaunchLink& /*link*/, Verdict verdict) {
+  switch (verdict) {
+    case Verdict::approved:
+      return std::nullopt;
+    case Verdict::declined:
+      return "05";
+    case Verdict::cancelled:
+      return "17";
+    case Verdict::failed:
+      return "96";
+  }
+  return std::nullopt;
+}
+
+constexpr std::array paymentFields{
+    AnswerField{"processor_message", message},
+    AnswerField{"approval_code", approvalCode},
+    AnswerField{"transaction_id", transactionId},
+    AnswerField{"custom_id", customId},
+};
+
+constexpr std::array initializationFields{AnswerField{"message", message}};
+
+constexpr std::string_view transactionCount = "2";
+constexpr std::string_view transactions =
+    R"([{"amount":12.5,"tip":1.25,"type":"sale","customId":"till-1","transactionDetails":{"status":"APPROVED",)"
+    R"("transactionId":"100000000001","timestamp":"2025-03-01T10:15:00Z","approvedAmount":"13.75","authCode":"104217",)"
+    R"("entryMode":"CONTACTLESS","cardBrand":"VISA","cardLast4":"1111"}},)"
+    R"({"amount":7,"type":"refund","transactionDetails":{"status":"REFUNDED","transactionId":"100000000002",)"
+    R"("timestamp":"2025-03-01T10:20:00Z","cardBrand":"MASTERCARD","cardLast4":"4444"}}])";
+constexpr std::array transactionListFields{
+    AnswerField{"transaction_count", ifApproved<transactionCount>},
+    AnswerField{"transactionList", ifApproved<transactions>},
+    AnswerField{"error_code", errorCode},
+    AnswerField{"error_message", errorMessage},
+};
+
+constexpr std::array refundFields{
+    AnswerField{"transaction_id", transactionId},
+    AnswerField{"error_code", errorCode},
+    AnswerField{"error_message", errorMessage},
+};
+
+constexpr std::string_view captureType = "capture";
+constexpr std::array captureFields{
+    AnswerField{"type", ifApproved<captureType>},
+    AnswerField{"transaction_id", transactionId},
+    AnswerField{"approved_amount",
+                [](const LaunchLink& link, Verdict verdict) {
+                  return verdict == Verdict::approved ? copied(link, "amount") : std::nullopt;
+                }},
+    AnswerField{"original_transaction_id",
+                [](const LaunchLink& link, Verdict /*verdict*/) { return copied(link, "transaction_id"); }},
+    AnswerField{"error_code", errorCode},
+    AnswerField{"error_message", errorMessage},
+};
+
+/// A card's data, of a number that no issuer gives out; with its digits hidden where the application keeps
+/// them.
+template <const auto& Clear, const auto& Masked>
+Value cardData(const LaunchLink& /*link*/, Verdict verdict) {
+  if (verdict == Verdict::approved) return Value(Clear);
+  return verdict == Verdict::declined ? Value(Masked) : std::nullopt;
+}
+
+constexpr std::string_view pan = "4111111111111111";
+constexpr std::string_view maskedPan = "411111******1111";
+constexpr std::string_view track2 = ";4111111111111111=30121010000000000000?";
+constexpr std::string_view maskedTrack2 = ";411111******1111=************?";
+constexpr std::array clearDataFields{
+    AnswerField{"clear_pan", cardData<pan, maskedPan>},
+    AnswerField{"clear_track2", cardData<track2, maskedTrack2>},
+    AnswerField{"error_code",
+                [](const LaunchLink& link, Verdict verdict) {
+                  return verdict == Verdict::declined ? std::nullopt : errorCode(link, verdict);
+                }},
+    AnswerField{"error_message",
+                [](const LaunchLink& link, Verdict verdict) {
+                  return verdict == Verdict::declined ? std::nullopt : errorMessage(link, verdict);
+                }},
+};
+
+constexpr std::string_view readerSerial = "SANDBOX-0001";
+constexpr std::array rebootFields{
+    AnswerField{"response_code",
+                [](const LaunchLink& link, Verdict verdict) {
+                  return Value(errorCode(link, verdict).value_or("0"));
+                }},
+    AnswerField{"reader_serial", ifApproved<readerSerial>},
+    AnswerField{"error_code", errorCode},
+    AnswerField{"error_message", errorMessage},
+};
+
+constexpr std::string_view entryMode = "CONTACTLESS";
+constexpr std::string_view cardBrand = "VISA";
+constexpr std::string_view cardLast4 = "1111";
+constexpr std::array saveFields{
+    AnswerField{"transaction_id", transactionId},
+    AnswerField{"approval_code", approvalCode},
+    AnswerField{"processor_message", message},
+    AnswerField{"entry_mode", ifApproved<entryMode>},
+    AnswerField{"card_brand", ifApproved<cardBrand>},
+    AnswerField{"card_last4", ifApproved<cardLast4>},
+    AnswerField{"error_code", errorCode},
+    AnswerField{"error_message", errorMessage},
+};
+
+constexpr std::array tables{
+    AnswerTable{Operation::payment, "approved", "declined", paymentFields},
+    AnswerTable{Operation::initialization, "initialized", "declined", initializationFields},
+    AnswerTable{Operation::transactionList, "success", "declined", transactionListFields},
+    AnswerTable{Operation::fullRefund, "refunded", "declined", refundFields},
+    AnswerTable{Operation::partialRefund, "refunded", "declined", refundFields},
+    AnswerTable{Operation::capture, "captured", "declined", captureFields},
+    AnswerTable{Operation::clearData, "returned", "data_masked", clearDataFields},
+    AnswerTable{Operation::reboot, "rebooted", "declined", rebootFields},
+    AnswerTable{Operation::save, "saved", "declined", saveFields},
+};
+static_assert(std::ranges::equal(tables, allCases<Operation>(), {}, &AnswerTable::operation));
+
+}  // namespace
+
+const AnswerTable& answerTable(Operation operation) { return tables.at(static_cast<std::size_t>(operation)); }
+
+}  // namespace tilvanego::sandbox

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include <tilvanego/platform/Application.h>
+#include <tilvanego/platform/MainQueue.h>
+#include <tilvanego/sandbox/LaunchLink.h>
+#include <tilvanego/sandbox/Outcome.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego::sandbox {
+
+/// A payment application in the host's own process, to rehearse with: the host's library opens its links
+/// here, and the answers come back as callback URLs on the main queue, as the system would bring them. The
+/// main thread's.
+class SandboxApplication final : public Application {
+ public:
+  /// A link that was read and decided, and its callback URL unless the outcome is silence.
+  struct Handled {
+    LaunchLink request;
+    Outcome outcome;
+    std::optional<URL> callback;
+  };
+  /// Hears of each link within its open request, what became of it or why it can't be read or answered.
+  using Observer = std::function<void(const URL& link, const std::expected<Handled, SandboxError>& handled)>;
+
+  /// `openCallback` takes each callback URL, in a block of its own on `mainQueue`, which outlives this.
+  SandboxApplication(MainQueue& mainQueue, std::function<void(const URL& callback)> openCallback);
+
+  /// Opens links of the scheme "tilvanego" as long as the application is installed. One that can't be read,
+  /// or answered as decided, is opened and never answered.
+  void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
+
+  /// What happens to every request from now on; nothing, as at first: the amount decides, and what has none
+  /// is approved.
+  void setOutcome(std::optional<Outcome> outcome) { outcome_ = outcome; }
+
+  /// Whether the application is there at all, as it is at first.
+  void setInstalled(bool installed) { installed_ = installed; }
+
+  /// An empty observer means none.
+  void setObserver(Observer observer) { observer_ = std::move(observer); }
+
+ private:
+  [[nodiscard]] std::expected<Handled, SandboxError> handle(const URL& link) const;
+  void post(std::function<void()> block);
+
+  MainQueue& mainQueue_;
+  std::function<void(const URL&)> openCallback_;
+  std::optional<Outcome> outcome_;
+  bool installed_ = true;
+  Observer observer_;
+  /// Blocks that outlive this do nothing.
+  std::shared_ptr<const char> alive_ = std::make_shared<const char>();
+};
+
+}  // namespace tilvanego::sandbox
