@@ -1,0 +1,61 @@
+// Any URL as a launch link: refused with a reason, or it can be shown on a terminal, and each answer reaches
+// the host as what it was meant to be.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include <tilvanego/facade/CallbackURLs.h>
+#include <tilvanego/facade/TilvaneGoSDK.h>
+#include <tilvanego/sandbox/Answer.h>
+
+namespace {
+
+using namespace tilvanego;
+using namespace tilvanego::sandbox;
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+/// What a payment's completion gets for an outcome, if the host's URL says nothing itself.
+std::string_view resultName(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::approve:
+      return "success";
+    case Outcome::decline:
+      return "declined";
+    case Outcome::cancel:
+      return "cancelled";
+    default:
+      return "failure";
+  }
+}
+
+void checkAnswer(const LaunchLink& link, Outcome outcome) {
+  const auto callback = answer(link, outcome);
+  if (!callback || !*callback) return;
+  require(detail::callbackURLsMatch(**callback, link.callbackURL()));
+  if (link.operation() != Operation::payment || link.callbackURL().encodedQuery()) return;
+  const auto result = TilvaneGo::parsePaymentResult(**callback, link.requestId(), link.callbackURL());
+  require(result && result->name() == resultName(outcome));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const auto url = URL::parse(std::string_view(reinterpret_cast<const char*>(data), size));
+  if (!url) return 0;
+  const auto link = LaunchLink::read(*url);
+  if (!link) {
+    require(!link.error().message.empty());
+    return 0;
+  }
+  require(link->callbackURL().scheme().has_value());
+  for (const std::string& line : link->lines()) {
+    for (const char c : line) require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);
+  }
+  for (const Outcome outcome : allCases<Outcome>()) checkAnswer(*link, outcome);
+  return 0;
+}
