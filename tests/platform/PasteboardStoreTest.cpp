@@ -3,14 +3,18 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,6 +32,21 @@ Date seconds(double value) { return Date::fromSecondsSince1970(value); }
 PasteboardContents text(const std::string& value, std::optional<Date> expiration = std::nullopt) {
   return {{{{"public.text", value}}}, {.localOnly = true, .expirationDate = expiration}};
 }
+
+// Stands at second 2000, and lets a test act each time that it is asked.
+class HookedClock final : public Clock {
+ public:
+  explicit HookedClock(std::function<void(int call)> hook) : hook_(std::move(hook)) {}
+
+  Date now() const override {
+    hook_(++calls_);
+    return seconds(2000);
+  }
+
+ private:
+  std::function<void(int)> hook_;
+  mutable int calls_ = 0;
+};
 
 class PasteboardStoreTest : public testing::Test {
  protected:
@@ -155,22 +174,37 @@ TEST_F(PasteboardStoreTest, RemovesWhatHasExpiredAndNoSooner) {
   EXPECT_FALSE(fs::exists(file));
 }
 
-TEST_F(PasteboardStoreTest, RemovingTheExpiredNeverTakesANewerEntry) {
-  std::atomic<bool> done = false;
-  std::thread reader([this, &done] {
-    const auto other = makeStore();
-    while (!done) (void)other.contents();
-  });
-  int lost = 0;
-  for (int round = 0; round < 150; ++round) {
-    EXPECT_FALSE(store.replaceContents(text("old", seconds(1))));
-    EXPECT_FALSE(store.replaceContents(text("new")));
-    std::this_thread::yield();
-    lost += store.contents() == text("new") ? 0 : 1;
-  }
-  done = true;
-  reader.join();
-  EXPECT_EQ(lost, 0);
+// A store asks the clock once it has read the file, and once more with the writers locked out: the moments at
+// which another process could come between.
+TEST_F(PasteboardStoreTest, RemovingTheExpiredLooksAgainWithAllWritersLockedOut) {
+  ASSERT_FALSE(store.replaceContents(text("old", seconds(1))));
+  const auto newer = text("new", seconds(3000));
+  const PasteboardStore overtaken(directory, std::make_shared<HookedClock>([&](int call) {
+                                    if (call == 1) store.setItems(newer.items, newer.options);
+                                  }));
+  EXPECT_EQ(overtaken.contents(), PasteboardContents{});
+  EXPECT_EQ(store.contents(), newer);
+
+  ASSERT_FALSE(store.replaceContents(text("old", seconds(1))));
+  bool locked = false;
+  const PasteboardStore alone(directory, std::make_shared<HookedClock>([&](int call) {
+                                const int lock =
+                                    open((directory / "pasteboard.lock").c_str(), O_RDWR | O_CLOEXEC);
+                                if (call == 2) locked = flock(lock, LOCK_EX | LOCK_NB) != 0;
+                                close(lock);
+                              }));
+  EXPECT_EQ(alone.contents(), PasteboardContents{});
+  EXPECT_TRUE(locked);
+  EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(PasteboardStoreTest, AnExpiredEntryIsLeftToAWriterAtWork) {
+  ASSERT_FALSE(store.replaceContents(text("old", seconds(1))));
+  const int lock = open((directory / "pasteboard.lock").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(flock(lock, LOCK_EX), 0);
+  EXPECT_EQ(store.contents(), PasteboardContents{}) << "and the reader doesn't wait for the writer";
+  EXPECT_TRUE(fs::exists(file));
+  close(lock);
 }
 
 TEST_F(PasteboardStoreTest, AReaderAmongManyWritersFindsOneWholeWrite) {
