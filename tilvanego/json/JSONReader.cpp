@@ -2,6 +2,7 @@
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
 #include <tilvanego/values/UTF8.h>
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <bitset>
@@ -84,7 +85,7 @@ bool Reader::failKind(JSONKind expected) {
 // Scalars
 
 inline void Reader::skipBlanks() {
-  while (cursor_ != end_ && isBlank(*cursor_)) ++cursor_;
+  while (cursor_ != end_ && *cursor_ <= ' ' && isBlank(*cursor_)) ++cursor_;
 }
 
 inline bool Reader::startValue(JSONKind expected, char first) {
@@ -151,10 +152,29 @@ bool Reader::readDouble(double& value) {
 
 // Texts
 
+// The text that begins at `start`, after its quote. Most end at the first byte that isn't plain.
+inline bool Reader::readTextFrom(const char* start, std::string_view& value) {
+  const char* const cursor = detail::endOfPlainText<TextEnds::reading>(start, end_);
+  if (cursor == end_ || *cursor != '"') return readRestOfText(start, cursor, value);
+  value = {start, static_cast<std::size_t>(cursor - start)};
+  cursor_ = cursor + 1;
+  return true;
+}
+
 bool Reader::readText(std::string& value) {
   std::string_view view;
-  if (!readText(view)) return false;
+  if (!startValue(JSONKind::text, '"') || !readTextFrom(cursor_ + 1, view)) return false;
   value.assign(view);
+  return true;
+}
+
+bool Reader::readText(std::optional<std::string>& value) {
+  skipBlanks();
+  if (cursor_ != end_ && *cursor_ == 'n')
+    return takeWord("null") || failAt(cursor_, JSONFailure::unexpectedCharacter);
+  std::string_view view;
+  if (!startValue(JSONKind::text, '"') || !readTextFrom(cursor_ + 1, view)) return false;
+  value.emplace(view);
   return true;
 }
 
@@ -163,7 +183,7 @@ bool Reader::readText(std::string_view& value) {
 }
 
 // Passes over what stands for itself, up to a quote or a backslash.
-inline bool Reader::takeRun(const char*& cursor) {
+bool Reader::takeRun(const char*& cursor) {
   for (;;) {
     cursor = detail::endOfPlainText<TextEnds::reading>(cursor, end_);
     if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
@@ -175,8 +195,8 @@ inline bool Reader::takeRun(const char*& cursor) {
   }
 }
 
-bool Reader::readTextFrom(const char* start, std::string_view& value) {
-  const char* cursor = start;
+// The text that begins at `start`, from `cursor` on.
+bool Reader::readRestOfText(const char* start, const char* cursor, std::string_view& value) {
   if (!takeRun(cursor)) return false;
   if (*cursor == '\\') return readEscapes(start, cursor, value);
   value = {start, static_cast<std::size_t>(cursor - start)};
@@ -345,18 +365,39 @@ bool Reader::finish() {
 
 // Records
 
-// Takes a key with its colon and finds its field, the number of fields if there is none. Keys mostly come in
-// the order of the table, so the field after the last one is looked at first.
-bool Reader::matchField(const RecordTable& table, std::size_t expected, std::size_t& field) {
-  skipBlanks();
-  if (expected < table.fields.size()) {
-    const std::string_view quoted = table.fields[expected].quoted;
-    if (static_cast<std::size_t>(end_ - cursor_) >= quoted.size() &&
-        std::memcmp(cursor_, quoted.data(), quoted.size()) == 0) {
-      cursor_ += quoted.size();
-      field = expected;
-      return takeColon();
+// Takes the field's key if it stands here as it would be written.
+inline bool Reader::takeKey(const RecordField& field) {
+  const std::size_t size = field.quoted.size();
+  const auto left = static_cast<std::size_t>(end_ - cursor_);
+#ifdef __SSE2__
+  if (left >= 16) {
+    const __m128i same = _mm_cmpeq_epi8(detail::loadBlock(cursor_), detail::loadBlock(field.lead.data()));
+    const auto length =
+        static_cast<std::size_t>(std::countr_one(static_cast<unsigned>(_mm_movemask_epi8(same))));
+    if (length < std::min<std::size_t>(size, 16)) return false;
+    if (size <= 16) {
+      cursor_ += size;
+      return true;
     }
+  }
+#endif
+  if (left < size || std::memcmp(cursor_, field.quoted.data(), size) != 0) return false;
+  cursor_ += size;
+  return true;
+}
+
+// Takes a key with its colon and finds its field, the number of fields if there is none. Most texts have
+// their keys in the order of the table or in ascending order, so the two fields that would then follow
+// `previous` are tried first.
+inline bool Reader::matchField(const RecordTable& table, std::size_t previous, std::size_t& field) {
+  skipBlanks();
+  const std::size_t count = table.fields.size();
+  const bool isFirst = previous == count;
+  field = isFirst ? 0 : previous + 1;
+  if (field < count && takeKey(table.fields[field])) return takeColon();
+  if (count != 0) {
+    field = isFirst ? table.sorted[0] : table.fields[previous].afterInSorted;
+    if (takeKey(table.fields[field])) return takeColon();
   }
   std::string_view key;
   if (cursor_ == end_ || *cursor_ != '"') {
@@ -370,20 +411,20 @@ bool Reader::matchField(const RecordTable& table, std::size_t expected, std::siz
 bool Reader::readRecord(const RecordTable& table, void* record) {
   if (!open('{')) return false;
   std::uint64_t seen = 0;
-  std::size_t expected = 0;
+  std::size_t previous = table.fields.size();
   for (;;) {
     const Next next = nextItem('}');
     if (next == Next::failure) return false;
     if (next == Next::end) break;
     std::size_t field = 0;
-    if (!matchField(table, expected, field)) return false;
+    if (!matchField(table, previous, field)) return false;
     const std::uint64_t bit = field < table.fields.size() ? std::uint64_t{1} << field : 0;
     if (bit == 0 || (seen & bit) != 0) {
       if (!skip()) return false;
       continue;
     }
     seen |= bit;
-    expected = field + 1;
+    previous = field;
     if (!table.fields[field].read(*this, record)) return failInside(std::string(table.fields[field].key()));
   }
   const std::uint64_t missing = table.required & ~seen;

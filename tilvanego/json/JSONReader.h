@@ -5,11 +5,13 @@
 #include <tilvanego/json/JSONNumber.h>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace tilvanego::json {
 
+struct RecordField;
 struct RecordTable;
 
 /// Reads one JSON text (RFC 8259, UTF-8, with or without a byte order mark) value by value: the caller says
@@ -34,6 +36,8 @@ class Reader {
   /// A number's parts and its text as written.
   bool readNumber(detail::JSONNumber& number);
   bool readText(std::string& value);
+  /// Null gives no value.
+  bool readText(std::optional<std::string>& value);
   /// The text with its escapes resolved; a view into the input where there were none.
   bool readText(std::string_view& value);
   /// Passes over one value of any kind, which is checked in full.
@@ -71,6 +75,7 @@ class Reader {
   bool startValue(JSONKind expected, char first);
   bool readTextFrom(const char* start, std::string_view& value);
   bool takeRun(const char*& cursor);
+  bool readRestOfText(const char* start, const char* cursor, std::string_view& value);
   bool readEscapes(const char* start, const char* cursor, std::string_view& value);
   bool readEscape(const char*& cursor);
   bool takeWord(std::string_view word);
@@ -79,7 +84,8 @@ class Reader {
   Next nextItem(char closing);
   bool skipScalar();
   bool open(char first);
-  bool matchField(const RecordTable& table, std::size_t expected, std::size_t& field);
+  bool matchField(const RecordTable& table, std::size_t previous, std::size_t& field);
+  bool takeKey(const RecordField& field);
 
   const char* begin_;
   const char* cursor_;

@@ -98,17 +98,25 @@ bool Writer::number(double value) {
 
 // Texts
 
-bool Writer::text(std::string_view value) {
-  ensure(value.size());
+// Room for the text and its quotes, if nothing in it needs an escape, has been made.
+inline bool Writer::putText(std::string_view text) {
   put('"');
-  if (!putText(value)) return false;
+  if (detail::copyPlainText(text.data(), text.size(), cursor_)) {
+    cursor_ += text.size();
+  } else if (!putEscapedText(text)) {
+    return false;
+  }
   put('"');
   return true;
 }
 
-// Room for all of `text`, if nothing in it needs an escape, has been made; each escape makes room for what
-// follows.
-bool Writer::putText(std::string_view text) {
+bool Writer::text(std::string_view value) {
+  ensure(value.size());
+  return putText(value);
+}
+
+// Each escape makes room for what follows it.
+bool Writer::putEscapedText(std::string_view text) {
   const char* cursor = text.data();
   const char* const end = cursor + text.size();
   for (;;) {
@@ -199,10 +207,21 @@ bool Writer::key(std::string_view key) {
 
 // Records
 
-void Writer::fieldKey(const RecordField& field) {
-  separate(field.quoted.size());
-  put(field.quoted);
+// Room for the key, which is copied in one block if it is short, and for `room` bytes after it.
+inline void Writer::putFieldKey(const RecordField& field, std::size_t room) {
+  const std::size_t size = field.quoted.size();
+  separate(size + room);
+  std::memcpy(cursor_, field.lead.data(), field.lead.size());
+  if (size > field.lead.size()) std::memcpy(cursor_, field.quoted.data(), size);
+  cursor_ += size;
   putColon();
+}
+
+void Writer::fieldKey(const RecordField& field) { putFieldKey(field, 0); }
+
+bool Writer::fieldText(const RecordField& field, std::string_view value) {
+  putFieldKey(field, value.size());
+  return putText(value);
 }
 
 bool Writer::writeRecord(const RecordTable& table, const void* record) {

@@ -67,8 +67,9 @@ class Writer {
 
   /// Writes the record at `record`, whose type `table` describes, as an object.
   bool writeRecord(const RecordTable& table, const void* record);
-  /// For the field writers of a record: the key of the value that follows.
+  /// For the field writers of a record: the key of the value that follows, or key and text in one.
   void fieldKey(const RecordField& field);
+  bool fieldText(const RecordField& field, std::string_view value);
 
  private:
   void ensure(std::size_t count);
@@ -76,12 +77,14 @@ class Writer {
   void put(char c) { *cursor_++ = c; }
   void put(std::string_view text);
   bool putText(std::string_view text);
+  bool putEscapedText(std::string_view text);
   void putEscaped(char c);
   bool begin(char opening);
   void end(char closing);
   void separate(std::size_t room);
   void putIndent();
   void putColon();
+  void putFieldKey(const RecordField& field, std::size_t room);
 
   JSONFormat format_;
   std::string out_;

@@ -92,15 +92,31 @@ using CodingOf =
                        std::type_identity<Codec<typename OptionalTraits<typename OneField::Type>::Value>>,
                        std::type_identity<typename OneField::Coding>>::type;
 
+/// Texts are the bulk of every record: they have ways of their own through the reader and the writer.
+template <typename OneField>
+inline constexpr bool isTextField = std::is_same_v<CodingOf<OneField>, Codec<std::string>>;
+
 template <typename Record, std::size_t index>
 bool readField(Reader& reader, void* record) {
   using OneField = FieldAt<Record, index>;
   auto& member = static_cast<Record*>(record)->*std::get<index>(recordFields<Record>).member;
-  if constexpr (OptionalTraits<typename OneField::Type>::value) {
+  if constexpr (isTextField<OneField>) {
+    return reader.readText(member);
+  } else if constexpr (OptionalTraits<typename OneField::Type>::value) {
     if (reader.takeNull()) return true;
     return CodingOf<OneField>::read(reader, RecordAccess::emplaceIn(member));
   } else {
     return CodingOf<OneField>::read(reader, member);
+  }
+}
+
+template <typename Coding, typename T>
+bool writeValue(Writer& writer, const RecordField& field, const T& value) {
+  if constexpr (std::is_same_v<Coding, Codec<std::string>>) {
+    return writer.fieldText(field, value);
+  } else {
+    writer.fieldKey(field);
+    return Coding::write(writer, value);
   }
 }
 
@@ -109,12 +125,9 @@ bool writeField(Writer& writer, const RecordField& field, const void* record) {
   using OneField = FieldAt<Record, index>;
   const auto& member = static_cast<const Record*>(record)->*std::get<index>(recordFields<Record>).member;
   if constexpr (OptionalTraits<typename OneField::Type>::value) {
-    if (!member) return true;
-    writer.fieldKey(field);
-    return CodingOf<OneField>::write(writer, *member);
+    return !member || writeValue<CodingOf<OneField>>(writer, field, *member);
   } else {
-    writer.fieldKey(field);
-    return CodingOf<OneField>::write(writer, member);
+    return writeValue<CodingOf<OneField>>(writer, field, member);
   }
 }
 
@@ -146,6 +159,21 @@ template <typename Record>
 inline constexpr auto quotedKeys = quoteKeys<Record>();
 
 template <typename Record>
+consteval auto sortFields() {
+  std::array<std::uint8_t, fieldCount<Record>> order{};
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<std::uint8_t>(i);
+  std::ranges::sort(order, {}, [](std::uint8_t i) { return recordKeys<Record>()[i]; });
+  return order;
+}
+
+/// The field that follows field `index` in `order`, the first after the last.
+template <std::size_t count>
+constexpr std::uint8_t fieldAfter(const std::array<std::uint8_t, count>& order, std::size_t index) {
+  const auto place = std::ranges::find(order, index) + 1;
+  return place == order.end() ? order.front() : *place;
+}
+
+template <typename Record>
 consteval auto describeFields() {
   std::array<RecordField, fieldCount<Record>> all{};
   const auto describe = [&]<std::size_t... index>(std::index_sequence<index...>) {
@@ -155,19 +183,12 @@ consteval auto describeFields() {
   std::size_t start = 0;
   for (std::size_t i = 0; i < all.size(); ++i) {
     const std::size_t size = recordKeys<Record>()[i].size() + 2;
+    all[i].afterInSorted = fieldAfter(sortFields<Record>(), i);
     all[i].quoted = std::string_view(quotedKeys<Record>.data() + start, size);
     std::ranges::copy(all[i].quoted.substr(0, all[i].lead.size()), all[i].lead.begin());
     start += size;
   }
   return all;
-}
-
-template <typename Record>
-consteval auto sortFields() {
-  std::array<std::uint8_t, fieldCount<Record>> order{};
-  for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<std::uint8_t>(i);
-  std::ranges::sort(order, {}, [](std::uint8_t i) { return recordKeys<Record>()[i]; });
-  return order;
 }
 
 template <typename Record>

@@ -16,6 +16,8 @@ struct RecordField {
   /// The key in its quotes, and the first 16 bytes of that, filled up with zeros.
   std::string_view quoted;
   std::array<char, 16> lead;
+  /// The field whose key follows in ascending order.
+  std::uint8_t afterInSorted;
   bool (*read)(Reader&, void* record);
   /// Writes key and value, or nothing if the field is absent.
   bool (*write)(Writer&, const RecordField&, const void* record);

@@ -25,16 +25,22 @@ constexpr bool isPlainTextByte(char c) {
 }
 
 #ifdef __SSE2__
-/// One bit for each of the 16 bytes that ends a run.
+/// All bits of each of the 16 bytes that ends a run.
 template <TextEnds ends>
-unsigned endsOfRun(__m128i block) {
+__m128i markEndsOfRun(__m128i block) {
   // As signed bytes everything beyond ASCII lies below the blank, together with the control characters.
   __m128i found = _mm_cmplt_epi8(block, _mm_set1_epi8(0x20));
   found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8('"')));
   found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8('\\')));
   if constexpr (ends == TextEnds::writing)
     found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8('/')));
-  return static_cast<unsigned>(_mm_movemask_epi8(found));
+  return found;
+}
+
+/// One bit for each of the 16 bytes that ends a run.
+template <TextEnds ends>
+unsigned endsOfRun(__m128i block) {
+  return static_cast<unsigned>(_mm_movemask_epi8(markEndsOfRun<ends>(block)));
 }
 
 inline __m128i loadBlock(const char* at) {
@@ -55,6 +61,50 @@ const char* endOfPlainText(const char* cursor, const char* end) {
 #endif
   while (cursor != end && isPlainTextByte<ends>(*cursor)) ++cursor;
   return cursor;
+}
+
+/// Copies `size` bytes to `to` if none of them ends a run for writing; otherwise says false, and what stands
+/// at `to` means nothing. Short texts are read and written in two overlapping halves.
+inline bool copyPlainText(const char* from, std::size_t size, char* to) {
+#ifdef __SSE2__
+  constexpr long long blanks = 0x2020202020202020;
+  if (size >= 16) {
+    __m128i found = _mm_setzero_si128();
+    const auto copyBlock = [&](std::size_t at) {
+      const __m128i block = loadBlock(from + at);
+      found = _mm_or_si128(found, markEndsOfRun<TextEnds::writing>(block));
+      std::memcpy(to + at, &block, sizeof block);
+    };
+    for (std::size_t at = 0; at + 16 < size; at += 16) copyBlock(at);
+    copyBlock(size - 16);
+    return _mm_movemask_epi8(found) == 0;
+  }
+  if (size >= 8) {
+    long long first;
+    long long last;
+    std::memcpy(&first, from, 8);
+    std::memcpy(&last, from + size - 8, 8);
+    std::memcpy(to, &first, 8);
+    std::memcpy(to + size - 8, &last, 8);
+    return endsOfRun<TextEnds::writing>(_mm_set_epi64x(first, last)) == 0;
+  }
+  if (size >= 4) {
+    int first;
+    int last;
+    std::memcpy(&first, from, 4);
+    std::memcpy(&last, from + size - 4, 4);
+    std::memcpy(to, &first, 4);
+    std::memcpy(to + size - 4, &last, 4);
+    return endsOfRun<TextEnds::writing>(
+               _mm_unpacklo_epi64(_mm_set_epi32(0, 0, first, last), _mm_set1_epi64x(blanks))) == 0;
+  }
+#endif
+  bool plain = true;
+  for (std::size_t i = 0; i < size; ++i) {
+    to[i] = from[i];
+    plain &= isPlainTextByte<TextEnds::writing>(from[i]);
+  }
+  return plain;
 }
 
 }  // namespace tilvanego::json::detail
