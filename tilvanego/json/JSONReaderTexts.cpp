@@ -1,0 +1,99 @@
+#include <tilvanego/json/JSONReader.h>
+#include <tilvanego/json/TextScan.h>
+#include <tilvanego/values/UTF8.h>
+
+/// The reader's slower ways through a text: escapes and what lies beyond ASCII.
+namespace tilvanego::json {
+namespace {
+
+using detail::TextEnds;
+using tilvanego::detail::appendScalar;
+using tilvanego::detail::DecodedScalar;
+using tilvanego::detail::decodeScalar;
+using tilvanego::detail::isASCII;
+
+constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
+constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
+
+}  // namespace
+
+// Passes over what stands for itself, up to a quote or a backslash.
+bool Reader::takeRun(const char*& cursor) {
+  for (;;) {
+    cursor = detail::endOfPlainText<TextEnds::reading>(cursor, end_);
+    if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
+    if (*cursor == '"' || *cursor == '\\') return true;
+    if (isASCII(*cursor)) return failAt(cursor, JSONFailure::controlCharacter);
+    const DecodedScalar scalar = decodeScalar({cursor, static_cast<std::size_t>(end_ - cursor)}, 0);
+    if (!scalar.wellFormed) return failAt(cursor, JSONFailure::invalidUTF8);
+    cursor += scalar.length;
+  }
+}
+
+// The text that begins at `start`, from `cursor` on.
+bool Reader::readRestOfText(const char* start, const char* cursor, std::string_view& value) {
+  if (!takeRun(cursor)) return false;
+  if (*cursor == '\\') return readEscapes(start, cursor, value);
+  value = {start, static_cast<std::size_t>(cursor - start)};
+  cursor_ = cursor + 1;
+  return true;
+}
+
+// A text with escapes, the first of which is at `cursor`, goes into `scratch_` run by run.
+bool Reader::readEscapes(const char* start, const char* cursor, std::string_view& value) {
+  scratch_.assign(start, cursor);
+  while (*cursor == '\\') {
+    if (!readEscape(cursor)) return false;
+    const char* const run = cursor;
+    if (!takeRun(cursor)) return false;
+    scratch_.append(run, cursor);
+  }
+  cursor_ = cursor + 1;
+  value = scratch_;
+  return true;
+}
+
+// One escape, appended to `scratch_`.
+bool Reader::readEscape(const char*& cursor) {
+  const char* const escape = cursor++;
+  if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
+  constexpr std::string_view letters = "\"\\/bfnrt";
+  constexpr std::string_view meanings = "\"\\/\b\f\n\r\t";
+  const char letter = *cursor++;
+  if (const std::size_t at = letters.find(letter); at != letters.npos) {
+    scratch_ += meanings[at];
+    return true;
+  }
+  char32_t scalar = 0;
+  if (letter != 'u' || !takeUnit(cursor, scalar)) return failAt(escape, JSONFailure::invalidEscape);
+  if (isHighSurrogate(scalar)) {
+    char32_t low = 0;
+    const bool pairs = end_ - cursor >= 2 && cursor[0] == '\\' && cursor[1] == 'u';
+    if (pairs) cursor += 2;
+    if (!pairs || !takeUnit(cursor, low) || !isLowSurrogate(low))
+      return failAt(escape, JSONFailure::invalidEscape);
+    scalar = 0x10000 + ((scalar - 0xD800) << 10) + (low - 0xDC00);
+  } else if (isLowSurrogate(scalar)) {
+    return failAt(escape, JSONFailure::invalidEscape);
+  }
+  appendScalar(scratch_, scalar);
+  return true;
+}
+
+// The four hexadecimal digits of an escape.
+bool Reader::takeUnit(const char*& cursor, char32_t& unit) {
+  if (end_ - cursor < 4) return false;
+  for (int i = 0; i < 4; ++i, ++cursor) {
+    const char c = *cursor;
+    if (c >= '0' && c <= '9') {
+      unit = unit * 16 + static_cast<char32_t>(c - '0');
+    } else if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F')) {
+      unit = unit * 16 + static_cast<char32_t>((c | 0x20) - 'a' + 10);
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace tilvanego::json
