@@ -1,0 +1,2 @@
+find_package(simdjson REQUIRED)
+tilvanego_bench(transactions LIBRARIES simdjson::simdjson)
