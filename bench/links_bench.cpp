@@ -73,7 +73,7 @@ void buildLinkByLibrary(benchmark::State& state) {
   const auto build = [&record] {
     detail::LinkItems list;
     detail::PaymentOperation::addItems(record, list);
-    return detail::launchLink(detail::PaymentOperation::texts.target, list);
+    return writeLink(detail::PaymentOperation::texts.target, list.items());
   };
   const std::string text = build().value().absoluteString();
   require(text == hand::build(), "the library and the limit built different links");
@@ -86,7 +86,7 @@ void buildLinkByLibraryFromTexts(benchmark::State& state) {
   const auto build = [] {
     detail::LinkItems list;
     for (const auto& [name, value] : items) list.add(name, value);
-    return detail::launchLink(detail::PaymentOperation::texts.target, list);
+    return writeLink(detail::PaymentOperation::texts.target, list.items());
   };
   const std::string text = build().value().absoluteString();
   require(text == hand::build(), "the library and the limit built different links");

@@ -16,7 +16,7 @@ TEST(LaunchLink, KeepsTheOrderAndEscapesEachItem) {
   const std::optional<std::string> absent;
   items.addIfPresent("absent", absent);
   items.addText("a", "\u00fc#%=\"");
-  EXPECT_EQ(launchLink(launchTarget("/v1/x"), items).value().absoluteString(),
+  EXPECT_EQ(writeLink(launchTarget("/v1/x"), items.items()).value().absoluteString(),
             "tilvanego://payment/v1/x?b=a+b%20c%26d&empty=&a=%C3%BC%23%25%3D%22");
 }
 

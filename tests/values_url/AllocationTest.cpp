@@ -41,16 +41,16 @@ TEST(Allocations, WalkingRawItemsAndMatchingPlainURLsAllocateNothing) {
   EXPECT_EQ(items, 3U);
 }
 
-TEST(Allocations, ALinkWhoseSizeIsKnownIsOneAllocation) {
-  const std::string notes(300, '&');
-  EXPECT_EQ(allocationsOf([&] {
-              LinkWriter writer(LinkTarget("tilvanego", "payment", "/v1/start"),
-                                LinkWriter::itemSize("notes", notes));
-              writer.item("notes", notes);
-              const URL link = std::move(writer).finish();
-              EXPECT_EQ(link.absoluteString().size(), 28 + LinkWriter::itemSize("notes", notes));
-            }),
-            1U);
+TEST(Allocations, ALinkOfAnyLengthIsOneAllocation) {
+  for (const std::size_t length : {300U, 3'000U}) {
+    const std::string notes(length, '&');
+    EXPECT_EQ(allocationsOf([&] {
+                const LinkItem item{"notes", notes};
+                const auto link = writeLink(LinkTarget("tilvanego", "payment", "/v1/start"), {&item, 1});
+                EXPECT_EQ(link->absoluteString().size(), 28 + 7 + 3 * length);
+              }),
+              1U);
+  }
 }
 
 }  // namespace

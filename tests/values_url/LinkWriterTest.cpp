@@ -11,13 +11,12 @@ namespace {
 
 constexpr LinkTarget start("tilvanego", "payment", "/v1/start");
 
-TEST(LinkWriter, GivesTheURLThatItsTextIs) {
-  LinkWriter writer(start);
-  writer.item("value", "a+b c&d").item("empty", "").item("bare").item("return_url", "x://y?a=%1&b=\u00E9");
-  const URL link = std::move(writer).finish();
-  EXPECT_EQ(
-      link.absoluteString(),
-      "tilvanego://payment/v1/start?value=a+b%20c%26d&empty=&bare&return_url=x://y?a%3D%251%26b%3D%C3%A9");
+URL linkOf(const std::vector<LinkItem>& items) { return writeLink(start, items).value(); }
+
+TEST(WriteLink, GivesTheURLThatItsTextIs) {
+  const URL link = linkOf({{"value", "a+b c&d"}, {"empty", ""}, {"return_url", "x://y?a=%1&b=\u00E9"}});
+  EXPECT_EQ(link.absoluteString(),
+            "tilvanego://payment/v1/start?value=a+b%20c%26d&empty=&return_url=x://y?a%3D%251%26b%3D%C3%A9");
 
   const auto read = URL::parse(link.absoluteString());
   ASSERT_TRUE(read.has_value());
@@ -29,28 +28,46 @@ TEST(LinkWriter, GivesTheURLThatItsTextIs) {
   EXPECT_EQ(link.fragment(), std::nullopt);
   EXPECT_EQ(link.queryItems(), (std::vector<QueryItem>{{"value", "a+b c&d"},
                                                        {"empty", ""},
-                                                       {"bare", std::nullopt},
                                                        {"return_url", "x://y?a=%1&b=\u00E9"}}));
 }
 
-TEST(LinkWriter, WritesALinkWithoutItemsWithoutAQuestionMark) {
-  const URL link = LinkWriter(start).finish();
+TEST(WriteLink, WithoutItemsHasNoQuery) {
+  const URL link = linkOf({});
   EXPECT_EQ(link.absoluteString(), "tilvanego://payment/v1/start");
   EXPECT_EQ(link.queryItems(), std::nullopt);
 }
 
-TEST(LinkWriter, EscapesEachByteOutsideTheUnescapedSet) {
+std::string escaped(std::string_view text) {
   constexpr std::string_view kept =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~!$'()*+,;:@/?";
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string out;
+  for (const char character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (kept.contains(character)) {
+      out += character;
+    } else {
+      out += {'%', digits[byte / 16], digits[byte % 16]};
+    }
+  }
+  return out;
+}
+
+TEST(WriteLink, EscapesEachByteOutsideTheUnescapedSetWhereverItStands) {
   for (int byte = 0; byte < 256; ++byte) {
-    const std::string text(1, static_cast<char>(byte));
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    const auto value = static_cast<std::size_t>(byte);
-    const std::string escaped = {'%', digits[value / 16], digits[value % 16]};
-    LinkWriter writer(start);
-    writer.item("k", text);
-    EXPECT_EQ(std::move(writer).finish().absoluteString(),
-              "tilvanego://payment/v1/start?k=" + (kept.contains(text[0]) ? text : escaped));
+    for (std::size_t length = 1; length < 40; length += 3) {
+      std::string text(length, 'x');
+      text[byte % length] = static_cast<char>(byte);
+      EXPECT_EQ(linkOf({{"k", text}}).absoluteString(), "tilvanego://payment/v1/start?k=" + escaped(text));
+    }
+  }
+}
+
+TEST(WriteLink, IsTheSameBelowAndBeyondItsBuffer) {
+  for (std::size_t length = 600; length < 720; ++length) {
+    const std::string text = std::string(length, '&') + "tail";
+    EXPECT_EQ(linkOf({{"k", text}, {"l", "v"}}).absoluteString(),
+              "tilvanego://payment/v1/start?k=" + escaped(text) + "&l=v");
   }
 }
 

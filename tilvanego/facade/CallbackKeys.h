@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -21,7 +22,7 @@ struct CallbackKey {
 
   std::array<std::string_view, maxAliases> aliases;
   /// Stores an item's value, which may be absent.
-  void (*store)(Fields& fields, const RawQueryItem& item);
+  void (*store)(Fields& fields, URLTextView value);
 };
 
 /// The key of a text field: the value is decoded and stored as it is.
@@ -29,28 +30,64 @@ template <class Fields, auto Member>
 [[nodiscard]] consteval CallbackKey<Fields> textKey(std::string_view first, std::string_view second = {},
                                                     std::string_view third = {}, std::string_view fourth = {}) {
   return {{first, second, third, fourth},
-          [](Fields& fields, const RawQueryItem& item) { fields.*Member = item.decodedValue(); }};
+          [](Fields& fields, URLTextView value) { value.decodeInto(fields.*Member); }};
 }
 
 /// The key of an integer field: absent unless the decoded value is one, which fails nothing.
 template <class Fields, auto Member>
 [[nodiscard]] consteval CallbackKey<Fields> integerKey(std::string_view first, std::string_view second) {
-  return {{first, second, {}, {}}, [](Fields& fields, const RawQueryItem& item) {
-            fields.*Member = item.decodedValue().and_then([](const std::string& text) { return parseInteger(text); });
+  return {{first, second, {}, {}}, [](Fields& fields, URLTextView value) {
+            fields.*Member = value.decoded().and_then([](const std::string& text) { return parseInteger(text); });
           }};
 }
 
-[[nodiscard]] constexpr char asciiLower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
+/// A name of letters, digits and "_", kept so that another is compared with it eight bytes at a time, case ignored.
+class CallbackName {
+ public:
+  static constexpr std::size_t maxSize = 32;
 
-[[nodiscard]] constexpr bool equalIgnoringASCIICase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (asciiLower(a[i]) != asciiLower(b[i])) return false;
+  constexpr CallbackName() = default;
+  consteval explicit CallbackName(std::string_view name) {
+    for (const char c : name) {
+      const bool isUpper = c >= 'A' && c <= 'Z';
+      caseBits_[size_] = isUpper || (c >= 'a' && c <= 'z') ? 0x20 : 0;
+      lower_[size_++] = isUpper ? static_cast<char>(c + 0x20) : c;
+    }
   }
-  return true;
-}
+
+  [[nodiscard]] constexpr std::string_view lower() const { return {lower_.data(), size_}; }
+
+  /// `name` is as long as this one. The last step overlaps the one before it, so that no byte is left over.
+  [[nodiscard]] bool equals(std::string_view name) const {
+    if (size_ >= sizeof(std::uint64_t)) return equalsBy<std::uint64_t>(name);
+    if (size_ >= sizeof(std::uint32_t)) return equalsBy<std::uint32_t>(name);
+    return equalsBy<std::uint8_t>(name);
+  }
+
+ private:
+  template <class Chunk>
+  [[nodiscard]] bool equalsBy(std::string_view name) const {
+    for (std::size_t at = 0; at + sizeof(Chunk) < size_; at += sizeof(Chunk)) {
+      if (differs<Chunk>(name, at)) return false;
+    }
+    return !differs<Chunk>(name, size_ - sizeof(Chunk));
+  }
+
+  template <class Chunk>
+  [[nodiscard]] bool differs(std::string_view name, std::size_t at) const {
+    Chunk given;
+    Chunk caseBits;
+    Chunk lower;
+    std::memcpy(&given, name.data() + at, sizeof given);
+    std::memcpy(&caseBits, caseBits_.data() + at, sizeof caseBits);
+    std::memcpy(&lower, lower_.data() + at, sizeof lower);
+    return static_cast<Chunk>(given | caseBits) != lower;
+  }
+
+  std::array<char, maxSize> lower_{};
+  std::array<char, maxSize> caseBits_{};
+  std::uint8_t size_ = 0;
+};
 
 /// Finds the key that an item's name belongs to, case ignored. Built at compile time from an operation's keys; the
 /// names are grouped by their length, so that a name is compared with the one or two that could equal it.
@@ -61,35 +98,35 @@ class CallbackKeyIndex {
 
   template <class Fields>
   consteval explicit CallbackKeyIndex(const std::array<CallbackKey<Fields>, KeyCount>& keys) {
-    for (std::size_t length = 1; length <= maxLength; ++length) {
+    for (std::size_t length = 1; length <= CallbackName::maxSize; ++length) {
       firstOfLength_[length] = count_;
       for (std::size_t key = 0; key < KeyCount; ++key) {
         for (std::string_view alias : keys[key].aliases) {
-          if (alias.size() == length) entries_[count_++] = {alias, static_cast<std::uint8_t>(key)};
+          if (alias.size() == length) entries_[count_++] = {CallbackName(alias), static_cast<std::uint8_t>(key)};
         }
       }
       firstOfLength_[length + 1] = count_;
     }
   }
 
-  [[nodiscard]] std::size_t find(const RawQueryItem& item) const {
-    if (item.name.find('%') == std::string_view::npos) return findASCII(item.name);
-    return findDecoded(item.decodedName());
+  /// `encodedName` is the name as it stands in a URL.
+  [[nodiscard]] std::size_t find(std::string_view encodedName) const {
+    const std::size_t found = findASCII(encodedName);
+    if (found != notFound || !encodedName.contains('%')) return found;
+    return findDecoded(RawQueryItem{encodedName, {}}.decodedName());
   }
 
  private:
-  static constexpr std::size_t maxLength = 30;
-
   struct Entry {
-    std::string_view alias;
+    CallbackName name;
     std::uint8_t key = 0;
   };
 
   [[nodiscard]] std::size_t findASCII(std::string_view name) const {
-    if (name.empty() || name.size() > maxLength) return notFound;
+    if (name.empty() || name.size() > CallbackName::maxSize) return notFound;
     const std::size_t end = firstOfLength_[name.size() + 1];
     for (std::size_t i = firstOfLength_[name.size()]; i < end; ++i) {
-      if (equalIgnoringASCIICase(entries_[i].alias, name)) return entries_[i].key;
+      if (entries_[i].name.equals(name)) return entries_[i].key;
     }
     return notFound;
   }
@@ -98,13 +135,13 @@ class CallbackKeyIndex {
   [[nodiscard]] std::size_t findDecoded(std::string_view name) const {
     const std::string folded = caseFolded(name);
     for (std::size_t i = 0; i < count_; ++i) {
-      if (caseFolded(entries_[i].alias) == folded) return entries_[i].key;
+      if (caseFolded(entries_[i].name.lower()) == folded) return entries_[i].key;
     }
     return notFound;
   }
 
   std::array<Entry, KeyCount * CallbackKey<int>::maxAliases> entries_{};
-  std::array<std::uint8_t, maxLength + 2> firstOfLength_{};
+  std::array<std::uint8_t, CallbackName::maxSize + 2> firstOfLength_{};
   std::uint8_t count_ = 0;
 };
 
@@ -114,11 +151,11 @@ template <const auto& Keys, const auto& Index, class Fields>
 void readCallback(const URL& url, Fields& fields) {
   static_assert(Keys.size() <= 32);
   std::uint32_t decided = 0;
-  for (const RawQueryItem& item : url.rawQueryItems()) {
-    const std::size_t key = Index.find(item);
+  for (const auto& item : url.rawQueryItems()) {
+    const std::size_t key = Index.find(item.name);
     if (key == Index.notFound || (decided >> key & 1U) != 0) continue;
     decided |= 1U << key;
-    Keys[key].store(fields, item);
+    Keys[key].store(fields, item.value);
   }
 }
 

@@ -17,26 +17,38 @@
 
 namespace tilvanego::detail {
 
-/// Words that a callback's status may be, and the result that each of them gives.
+/// The fields of a response on their way into it: converts to the response where that is wanted, without a detour.
+template <class Response>
+struct Taken {
+  typename Response::Fields& fields;
+  operator Response() const { return Response(std::move(fields)); }
+};
+
+/// Words that a callback's status may be, and what makes the result that each of them gives.
 template <class Result>
 struct StatusWords {
   static constexpr std::size_t maxWords = 5;
 
   std::array<std::string_view, maxWords> words;
-  Result (*result)(typename Result::Response::Fields&& fields);
+  void (*makeResult)(std::optional<Result>& result, typename Result::Response::Fields& fields);
 };
 
 /// Each of the words gives `Case` with the response.
 template <class Result, class Case>
 [[nodiscard]] consteval StatusWords<Result> wordsFor(std::convertible_to<std::string_view> auto... words) {
-  return {{words...}, [](typename Result::Response::Fields&& fields) {
-            return Result(Case{typename Result::Response(std::move(fields))});
+  return {{words...}, [](std::optional<Result>& result, typename Result::Response::Fields& fields) {
+            result.emplace(std::in_place_type<Case>, Taken<typename Result::Response>{fields});
           }};
 }
 
-/// What the status of a callback decides by: trimmed and in lower case. Empty if there is none.
-[[nodiscard]] inline std::string normalStatus(const std::optional<std::string>& status) {
-  return status ? lowercased(trimmed(*status)) : std::string();
+/// What the status of a callback decides by: trimmed and in lower case. Empty if there is none. A status that is so
+/// already isn't copied: the view is of `status` or of `storage`.
+[[nodiscard]] inline std::string_view normalStatus(const std::optional<std::string>& status, std::string& storage) {
+  if (!status) return {};
+  const auto isPlain = [](char c) { return (c >= 'a' && c <= 'z') || c == '_'; };
+  if (std::ranges::all_of(*status, isPlain)) return *status;
+  storage = lowercased(trimmed(*status));
+  return storage;
 }
 
 /// Turns a callback URL into the result of `Operation`: the steps that all operations share, over its tables
@@ -53,19 +65,24 @@ template <class Operation>
 
   typename Response::Fields fields{.callbackURL = std::move(url)};
   readCallback<Operation::callbackKeys, Operation::callbackKeyIndex>(fields.callbackURL, fields);
-  const auto failure = [&fields](Error error) -> Result {
-    return typename Result::Failure{std::move(error), Response(std::move(fields))};
+  std::optional<Result> result;
+  const auto fail = [&](Error error) {
+    result.emplace(std::in_place_type<typename Result::Failure>, std::move(error), Response(std::move(fields)));
+    return std::move(result);
   };
 
   if (expectedRequestId != nullptr && fields.requestId && *fields.requestId != *expectedRequestId) {
-    return failure(typename Error::RequestIdMismatch{*expectedRequestId, fields.requestId});
+    return fail(typename Error::RequestIdMismatch{*expectedRequestId, fields.requestId});
   }
-  const std::string status = normalStatus(fields.status);
-  if (status.empty()) return failure(typename Error::MissingStatus{});
-  for (const auto& [words, result] : Operation::statusWords) {
-    if (std::ranges::find(words, status) != words.end()) return result(std::move(fields));
+  std::string storage;
+  const std::string_view status = normalStatus(fields.status, storage);
+  if (status.empty()) return fail(typename Error::MissingStatus{});
+  for (const auto& [words, makeResult] : Operation::statusWords) {
+    if (std::ranges::find(words, status) == words.end()) continue;
+    makeResult(result, fields);
+    return result;
   }
-  return failure(Operation::failed(fields));
+  return fail(Operation::failed(fields));
 }
 
 }  // namespace tilvanego::detail

@@ -154,7 +154,7 @@ template <class Operation>
 std::expected<URL, typename Operation::Error> Facade::link(const typename Operation::Request& request) {
   LinkItems items;
   Operation::addItems(request, items);
-  auto url = launchLink(Operation::texts.target, items);
+  auto url = writeLink(Operation::texts.target, items.items());
   debugLine(std::string(Operation::texts.urlLabel) + redactedURLText(url));
   if (!url) return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
   return *std::move(url);

@@ -5,17 +5,6 @@
 
 namespace tilvanego::detail {
 
-std::optional<URL> launchLink(const LinkTarget& target, const LinkItems& items) {
-  // Far beyond what any system opens, and inside of what a URL can be.
-  constexpr std::size_t maxItemBytes = 0xFFFF'0000;
-  std::size_t itemBytes = 0;
-  for (const auto& [name, value] : items.items()) itemBytes += LinkWriter::itemSize(name, value);
-  if (itemBytes > maxItemBytes) return std::nullopt;
-  LinkWriter writer(target, itemBytes);
-  for (const auto& [name, value] : items.items()) writer.item(name, value);
-  return std::move(writer).finish();
-}
-
 namespace {
 
 bool isSecret(std::string_view name) {

@@ -22,11 +22,6 @@ class LinkItems {
   /// No link has more items than this.
   static constexpr std::size_t capacity = 12;
 
-  struct Item {
-    std::string_view name;
-    std::string_view value;
-  };
-
   void add(std::string_view name, std::string_view value) { items_[count_++] = {name, value}; }
 
   /// An absent value leaves the item out; an empty one is sent as it is.
@@ -41,14 +36,14 @@ class LinkItems {
     add(name, kept);
   }
 
-  [[nodiscard]] std::span<const Item> items() const { return std::span(items_).first(count_); }
+  [[nodiscard]] std::span<const LinkItem> items() const { return std::span(items_).first(count_); }
 
   LinkItems() = default;
   LinkItems(const LinkItems&) = delete;
   LinkItems& operator=(const LinkItems&) = delete;
 
  private:
-  std::array<Item, capacity> items_;
+  std::array<LinkItem, capacity> items_;
   std::array<std::string, 2> texts_;
   std::uint8_t count_ = 0;
   std::uint8_t textCount_ = 0;
@@ -56,9 +51,6 @@ class LinkItems {
 
 /// Where the launch links of an operation go.
 [[nodiscard]] consteval LinkTarget launchTarget(std::string_view path) { return {"tilvanego", "payment", path}; }
-
-/// `target` with the items, percent-encoded, in one allocation. Nothing if it would be longer than a URL can be (4 GiB).
-[[nodiscard]] std::optional<URL> launchLink(const LinkTarget& target, const LinkItems& items);
 
 /// The URL's text for debug lines: query items named "basic_token", "basictoken" or "payload", whatever their case,
 /// have the value "<redacted>". Without a URL: "url is empty!".

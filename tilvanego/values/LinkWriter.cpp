@@ -1,54 +1,111 @@
 #include <tilvanego/values/LinkWriter.h>
 
-#include <tilvanego/values/CharacterTables.h>
+#include <tilvanego/values/CharacterRuns.h>
 #include <tilvanego/values/PercentEncoding.h>
-#include <tilvanego/values/URL.h>
 #include <tilvanego/values/URLParts.h>
 
-#include <cstddef>
+#include <algorithm>
+#include <array>
 #include <cstdint>
-#include <string_view>
+#include <cstring>
+#include <limits>
+#include <string>
 #include <utility>
 
 namespace tilvanego {
 
+using detail::CharacterBlock;
 using detail::CharacterClass;
+using detail::URLParts;
 
-LinkWriter::LinkWriter(const LinkTarget& target, std::size_t itemBytes) {
-  const auto offset = [this] { return static_cast<std::uint32_t>(text_.size()); };
-  text_.reserve(target.scheme().size() + 3 + target.host().size() + target.path().size() + itemBytes);
-  text_ += target.scheme();
-  parts_.scheme = offset();
-  text_ += "://";
-  parts_.authority = parts_.host = offset();
-  text_ += target.host();
-  parts_.hostEnd = parts_.path = offset();
-  text_ += target.path();
+namespace {
+
+/// Texts are copied by whole blocks, so that a target has this many bytes to spare behind what is written.
+constexpr std::size_t slack = CharacterBlock::size;
+
+char* write(char* out, std::string_view text) {
+  std::memcpy(out, text.data(), text.size());
+  return out + text.size();
 }
 
-std::size_t LinkWriter::itemSize(std::string_view name, std::string_view value) {
-  return 2 + detail::percentEncodedSize(name, CharacterClass::queryItem) +
-         detail::percentEncodedSize(value, CharacterClass::queryItem);
-}
-
-LinkWriter& LinkWriter::item(std::string_view name) {
-  if (parts_.query == detail::URLParts::none) {
-    parts_.query = static_cast<std::uint32_t>(text_.size());
-    text_ += '?';
-  } else {
-    text_ += '&';
+char* writeEncoded(char* out, std::string_view text) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  const auto writeOne = [&out](char character) {
+    if (detail::belongs(character, CharacterClass::queryItem)) {
+      *out++ = character;
+    } else {
+      out = detail::writeEscape(out, character);
+    }
+  };
+  while (static_cast<std::size_t>(end - at) >= CharacterBlock::size) {
+    const CharacterBlock block(at);
+    std::memcpy(out, &block.bytes, CharacterBlock::size);
+    const std::size_t kept = detail::leading(detail::membersOf<CharacterClass::queryItem>(block.bytes));
+    at += kept;
+    out += kept;
+    if (kept < CharacterBlock::size) writeOne(*at++);
   }
-  detail::appendPercentEncoded(text_, name, CharacterClass::queryItem);
-  return *this;
+  while (at != end) writeOne(*at++);
+  return out;
 }
 
-LinkWriter& LinkWriter::item(std::string_view name, std::string_view value) {
-  item(name);
-  text_ += '=';
-  detail::appendPercentEncoded(text_, value, CharacterClass::queryItem);
-  return *this;
+char* writeText(char* out, const LinkTarget& target, std::span<const LinkItem> items) {
+  out = write(out, target.scheme());
+  out = write(out, "://");
+  out = write(out, target.host());
+  out = write(out, target.path());
+  char separator = '?';
+  for (const auto& [name, value] : items) {
+    *out++ = std::exchange(separator, '&');
+    out = writeEncoded(out, name);
+    *out++ = '=';
+    out = writeEncoded(out, value);
+  }
+  return out;
 }
 
-URL LinkWriter::finish() && { return URL(std::move(text_), parts_); }
+std::size_t targetSize(const LinkTarget& target) {
+  return target.scheme().size() + 3 + target.host().size() + target.path().size();
+}
+
+std::size_t encodedSize(const LinkTarget& target, std::span<const LinkItem> items) {
+  std::size_t size = targetSize(target);
+  for (const auto& [name, value] : items) {
+    size += 2 + detail::percentEncodedSize(name, CharacterClass::queryItem) +
+            detail::percentEncodedSize(value, CharacterClass::queryItem);
+  }
+  return size;
+}
+
+URLParts partsOf(const LinkTarget& target, bool hasQuery) {
+  URLParts parts;
+  parts.scheme = static_cast<std::uint32_t>(target.scheme().size());
+  parts.authority = parts.host = parts.scheme + 3;
+  parts.hostEnd = parts.path = parts.host + static_cast<std::uint32_t>(target.host().size());
+  if (hasQuery) parts.query = parts.path + static_cast<std::uint32_t>(target.path().size());
+  return parts;
+}
+
+}  // namespace
+
+std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items) {
+  std::size_t longest = targetSize(target);
+  for (const auto& [name, value] : items) longest += 2 + 3 * (name.size() + value.size());
+
+  std::string text;
+  std::array<char, 2048> buffer;
+  if (longest + slack <= buffer.size()) {
+    text.assign(buffer.data(), writeText(buffer.data(), target, items));
+  } else {
+    const std::size_t size = encodedSize(target, items);
+    if (size >= URLParts::none) return std::nullopt;
+    text.resize_and_overwrite(size + slack, [&](char* out, std::size_t) {
+      writeText(out, target, items);
+      return size;
+    });
+  }
+  return URL(std::move(text), partsOf(target, !items.empty()));
+}
 
 }  // namespace tilvanego

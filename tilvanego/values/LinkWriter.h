@@ -2,10 +2,9 @@
 
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/URL.h>
-#include <tilvanego/values/URLParts.h>
 
-#include <cstddef>
-#include <string>
+#include <optional>
+#include <span>
 #include <string_view>
 
 namespace tilvanego {
@@ -39,28 +38,14 @@ class LinkTarget {
   std::string_view path_;
 };
 
-/// Writes scheme://host/path?name=value&… straight into one text. Names and values are given decoded, in
-/// UTF-8, and are percent-encoded as queryItemEncoded does. With the sizes of all items summed beforehand, a
-/// link is one allocation.
-class LinkWriter {
- public:
-  /// `itemBytes` is how many bytes of items to reserve, as itemSize gives them. More may follow.
-  explicit LinkWriter(const LinkTarget& target, std::size_t itemBytes = 0);
-
-  /// How many bytes the item adds, its separator included.
-  [[nodiscard]] static std::size_t itemSize(std::string_view name, std::string_view value);
-
-  /// Appends name=value.
-  LinkWriter& item(std::string_view name, std::string_view value);
-  /// Appends the name alone.
-  LinkWriter& item(std::string_view name);
-
-  /// The URL. The writer is spent.
-  [[nodiscard]] URL finish() &&;
-
- private:
-  std::string text_;
-  detail::URLParts parts_;
+/// One item of a link's query, decoded, in UTF-8.
+struct LinkItem {
+  std::string_view name;
+  std::string_view value;
 };
+
+/// scheme://host/path?name=value&… with each name and value percent-encoded as queryItemEncoded does, in one
+/// allocation. Without items there is no "?". Nothing if the text would reach the length that no URL has (4 GiB).
+[[nodiscard]] std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
 
 }  // namespace tilvanego

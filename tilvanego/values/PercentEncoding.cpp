@@ -8,24 +8,28 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tilvanego::detail {
 namespace {
 
-constexpr std::string_view hexDigits = "0123456789ABCDEF";
-
-/// Writes at most text.size() bytes; gives the end of what was written, or null at an escape without two
-/// digits.
-char* decodeEscapes(std::string_view text, char* out) {
-  for (std::size_t index = 0; index < text.size();) {
-    if (text[index] != '%') {
-      *out++ = text[index++];
-    } else if (escapeStandsAt(text, index)) {
-      *out++ = static_cast<char>(hexValue(text[index + 1]) << 4 | hexValue(text[index + 2]));
-      index += 3;
-    } else {
-      return nullptr;
+/// Writes at most text.size() bytes; gives the end of what was written, or null at an escape without two digits.
+/// `seen` gathers the bits of all bytes written.
+char* decodeEscapes(std::string_view text, char* out, std::uint8_t& seen) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    char byte = *at++;
+    if (byte == '%') {
+      if (end - at < 2) return nullptr;
+      const int high = hexValue(at[0]);
+      const int low = hexValue(at[1]);
+      if ((high | low) < 0) return nullptr;
+      byte = static_cast<char>(high << 4 | low);
+      at += 2;
     }
+    seen = static_cast<std::uint8_t>(seen | static_cast<std::uint8_t>(byte));
+    *out++ = byte;
   }
   return out;
 }
@@ -40,9 +44,8 @@ void appendPercentEncoded(std::string& target, std::string_view text, CharacterC
     at = endOfRun(at, end, allowed);
     target.append(run, at);
     if (at == end) return;
-    const auto byte = static_cast<std::uint8_t>(*at++);
-    const char escape[] = {'%', hexDigits[byte >> 4], hexDigits[byte & 15]};
-    target.append(escape, sizeof escape);
+    char escape[3];
+    target.append(escape, writeEscape(escape, *at++));
   }
 }
 
@@ -73,22 +76,22 @@ std::string alphanumericEncoded(std::string_view text) {
 
 bool appendPercentDecoded(std::string& target, std::string_view text) {
   const std::size_t before = target.size();
-  if (text.find('%') == std::string_view::npos) {
-    target += text;
-  } else {
-    target.resize(before + text.size());
-    const char* const end = decodeEscapes(text, target.data() + before);
-    target.resize(end == nullptr ? before : static_cast<std::size_t>(end - target.data()));
-    if (end == nullptr) return false;
-  }
-  if (isValidUTF8(std::string_view(target).substr(before))) return true;
+  std::uint8_t seen = 0;
+  bool whole = true;
+  target.resize_and_overwrite(before + text.size(), [&](char* out, std::size_t) {
+    const char* const decodedEnd = decodeEscapes(text, out + before, seen);
+    whole = decodedEnd != nullptr;
+    return whole ? static_cast<std::size_t>(decodedEnd - out) : before;
+  });
+  if (!whole) return false;
+  if (seen < 0x80 || isValidUTF8(std::string_view(target).substr(before))) return true;
   target.resize(before);
   return false;
 }
 
 std::optional<std::string> percentDecoded(std::string_view text) {
-  std::string decoded;
-  if (!appendPercentDecoded(decoded, text)) return std::nullopt;
+  std::optional<std::string> decoded(std::in_place);
+  if (!appendPercentDecoded(*decoded, text)) decoded.reset();
   return decoded;
 }
 

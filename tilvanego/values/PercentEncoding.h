@@ -3,6 +3,7 @@
 #include <tilvanego/values/CharacterTables.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +14,16 @@ namespace tilvanego::detail {
 
 /// Appends `text` with every byte outside `allowed` escaped, "%" included.
 void appendPercentEncoded(std::string& target, std::string_view text, CharacterClass allowed);
+
+/// Writes a byte's escape, three characters; gives the end of what was written.
+inline char* writeEscape(char* out, char byte) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  const auto value = static_cast<std::uint8_t>(byte);
+  *out++ = '%';
+  *out++ = digits[value >> 4];
+  *out++ = digits[value & 15];
+  return out;
+}
 
 /// How many bytes appendPercentEncoded adds.
 [[nodiscard]] std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed);

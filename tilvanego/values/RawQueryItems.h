@@ -1,23 +1,53 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/CharacterRuns.h>
+
 namespace tilvanego {
+
+/// A part of a URL's text, or none: an optional view that is as small as the view.
+class URLTextView {
+ public:
+  constexpr URLTextView() = default;
+  constexpr URLTextView(std::nullopt_t) {}
+  constexpr URLTextView(const char* begin, const char* end) : text_(begin, end) {}
+  constexpr explicit(false) URLTextView(std::string_view text) : text_(text) {}
+
+  [[nodiscard]] constexpr explicit operator bool() const { return text_.data() != nullptr; }
+  [[nodiscard]] constexpr std::string_view operator*() const { return text_; }
+  [[nodiscard]] constexpr const std::string_view* operator->() const { return &text_; }
+
+  /// The text with its escapes undone; nothing if there is none or if the escapes make no UTF-8. "+" stays a plus.
+  [[nodiscard]] std::optional<std::string> decoded() const {
+    std::optional<std::string> text;
+    decodeInto(text);
+    return text;
+  }
+  /// As decoded(), into what has no value yet.
+  void decodeInto(std::optional<std::string>& target) const;
+
+  friend constexpr bool operator==(URLTextView a, URLTextView b) {
+    return static_cast<bool>(a) == static_cast<bool>(b) && *a == *b;
+  }
+
+ private:
+  std::string_view text_;
+};
 
 /// One item of a query as it stands in the URL, percent-encoded. The views live as long as the URL's text.
 struct RawQueryItem {
   std::string_view name;
-  /// What stands behind the first "="; no value if there is none.
-  std::optional<std::string_view> value;
+  /// What stands behind the first "="; nothing if there is none.
+  URLTextView value;
 
   /// The name with its escapes undone; as it stands if they make no UTF-8. "+" stays a plus.
   [[nodiscard]] std::string decodedName() const;
-  /// The value with its escapes undone; no value if there is none or if the escapes make no UTF-8.
-  [[nodiscard]] std::optional<std::string> decodedValue() const;
 
   bool operator==(const RawQueryItem&) const = default;
 };
@@ -36,7 +66,7 @@ class RawQueryItems {
     RawQueryItem operator*() const { return item_; }
     const RawQueryItem* operator->() const { return &item_; }
     Iterator& operator++() {
-      take(rest_);
+      take(next_);
       return *this;
     }
     Iterator operator++(int) {
@@ -48,23 +78,26 @@ class RawQueryItems {
 
    private:
     friend class RawQueryItems;
-    explicit Iterator(std::optional<std::string_view> rest) { take(rest); }
+    explicit Iterator(std::string_view query) : end_(query.data() + query.size()) { take(query.data()); }
 
-    void take(std::optional<std::string_view> text) {
-      if (!text) {
+    /// The item that starts at `start`; past the last one, `start` is null.
+    void take(const char* start) {
+      if (start == nullptr) {
         *this = Iterator();
         return;
       }
-      const std::size_t end = text->find('&');
-      const std::string_view item = text->substr(0, end);
-      rest_ = end == std::string_view::npos ? std::nullopt : std::optional(text->substr(end + 1));
-      const std::size_t sign = item.find('=');
-      item_.name = item.substr(0, sign);
-      item_.value = sign == std::string_view::npos ? std::nullopt : std::optional(item.substr(sign + 1));
+      const auto* const separator =
+          static_cast<const char*>(std::memchr(start, '&', static_cast<std::size_t>(end_ - start)));
+      const char* const itemEnd = separator == nullptr ? end_ : separator;
+      next_ = separator == nullptr ? nullptr : separator + 1;
+      const char* const sign = detail::findNear<'='>(start, itemEnd);
+      item_.name = std::string_view(start, sign);
+      item_.value = sign == itemEnd ? URLTextView() : URLTextView(sign + 1, itemEnd);
     }
 
     RawQueryItem item_;  // its name's data is null only at the end
-    std::optional<std::string_view> rest_;
+    const char* next_ = nullptr;
+    const char* end_ = nullptr;
   };
 
   explicit RawQueryItems(std::string_view query) : query_(query) {}

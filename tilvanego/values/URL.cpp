@@ -25,8 +25,14 @@ std::string decodedOrAsItStands(std::string_view encoded) {
 
 std::string RawQueryItem::decodedName() const { return decodedOrAsItStands(name); }
 
-std::optional<std::string> RawQueryItem::decodedValue() const {
-  return value ? detail::percentDecoded(*value) : std::nullopt;
+void URLTextView::decodeInto(std::optional<std::string>& target) const {
+  if (!*this) return;
+  if (!text_.contains('%')) {
+    // Without an escape it is text of a URL, and so ASCII.
+    target.emplace(text_);
+  } else if (!detail::appendPercentDecoded(target.emplace(), text_)) {
+    target.reset();
+  }
 }
 
 URL URL::assembled(std::string text, const detail::SplitText& split) {
@@ -132,7 +138,7 @@ std::optional<std::vector<QueryItem>> URL::queryItems() const {
   const RawQueryItems raw = rawQueryItems();
   std::vector<QueryItem> items;
   items.reserve(static_cast<std::size_t>(std::ranges::distance(raw)));
-  for (const RawQueryItem& item : raw) items.push_back({item.decodedName(), item.decodedValue()});
+  for (const RawQueryItem& item : raw) items.push_back({item.decodedName(), item.value.decoded()});
   return items;
 }
 

@@ -17,7 +17,8 @@
 
 namespace tilvanego {
 
-class LinkWriter;
+class LinkTarget;
+struct LinkItem;
 
 namespace detail {
 struct SplitText;
@@ -102,7 +103,7 @@ class URL {
   bool operator==(const URL& other) const { return text_ == other.text_; }
 
  private:
-  friend class LinkWriter;
+  friend std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
 
   URL(std::string text, const detail::URLParts& parts) : text_(std::move(text)), parts_(parts) {}
   static URL assembled(std::string text, const detail::SplitText& split);

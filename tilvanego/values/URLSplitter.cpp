@@ -1,5 +1,6 @@
 #include <tilvanego/values/URLSplitter.h>
 
+#include <tilvanego/values/CharacterRuns.h>
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/IDNA.h>
 #include <tilvanego/values/PercentEncoding.h>
@@ -17,28 +18,31 @@ std::unexpected<URLError> refuse(std::size_t index, std::string_view message) {
 }
 
 constexpr bool isLetter(char character) {
-  return belongs(character, CharacterClass::alphanumeric) && (character & 0x40) != 0;
+  return belongs(character, CharacterClass::schemeTail) && (character & 0x40) != 0;
 }
 
 constexpr bool isBeyondASCII(char character) { return static_cast<std::uint8_t>(character) >= 0x80; }
 
-/// The first offset from `index` on where neither a member of `allowed` nor an escape stands.
-std::size_t endOfAllowed(std::string_view text, std::size_t index, CharacterClass allowed) {
-  while (true) {
-    const char* const end = endOfRun(text.data() + index, text.data() + text.size(), allowed);
-    index = static_cast<std::size_t>(end - text.data());
-    if (!escapeStandsAt(text, index)) return index;
-    index += 3;
+/// The first offset from `index` on where neither a member of `Allowed` nor an escape stands.
+template <CharacterClass Allowed>
+std::size_t endOfAllowed(std::string_view text, std::size_t index) {
+  return static_cast<std::size_t>(detail::endOfAllowed<Allowed>(text.data() + index, text.data() + text.size()) -
+                                  text.data());
+}
+
+template <CharacterClass Allowed>
+bool allAllowed(std::string_view text) {
+  return endOfAllowed<Allowed>(text, 0) == text.size();
+}
+
+/// The first of a few characters. Parts of a URL are short, so that a plain walk is quicker than a search.
+std::size_t findOr(std::string_view text, std::string_view characters, std::size_t from, std::size_t otherwise) {
+  for (std::size_t index = from; index < text.size(); ++index) {
+    for (const char character : characters) {
+      if (text[index] == character) return index;
+    }
   }
-}
-
-bool allAllowed(std::string_view text, CharacterClass allowed) {
-  return endOfAllowed(text, 0, allowed) == text.size();
-}
-
-std::size_t findOr(std::string_view text, std::string_view characters, std::size_t from,
-                   std::size_t otherwise) {
-  return std::min(text.find_first_of(characters, from), otherwise);
+  return otherwise;
 }
 
 /// Splits one text; each step starts where the one before ended.
@@ -83,6 +87,7 @@ class Splitter {
   Step takeAuthority() {
     at_ += 2;
     split_.parts.authority = offset(at_);
+    if (takePlainHost()) return {};
     const std::size_t end = findOr(text_, "/?#", at_, text_.size());
     const std::size_t sign = text_.substr(at_, end - at_).rfind('@');
     if (sign != std::string_view::npos) {
@@ -95,11 +100,23 @@ class Splitter {
     return takePort(end);
   }
 
+  /// An authority that is a host alone, as in nearly every callback.
+  bool takePlainHost() {
+    const char* const begin = text_.data() + at_;
+    const char* const end = text_.data() + text_.size();
+    const char* const hostEnd = endOfRun(begin, end, CharacterClass::host);
+    if (hostEnd != end && *hostEnd != '/' && *hostEnd != '?' && *hostEnd != '#') return false;
+    split_.parts.host = offset(at_);
+    at_ += static_cast<std::size_t>(hostEnd - begin);
+    split_.parts.hostEnd = offset(at_);
+    return true;
+  }
+
   void checkUserInformation(std::string_view text) {
     const std::size_t colon = std::min(text.find(':'), text.size());
-    split_.userNeedsEncoding = !allAllowed(text.substr(0, colon), CharacterClass::user);
+    split_.userNeedsEncoding = !allAllowed<CharacterClass::user>(text.substr(0, colon));
     split_.passwordNeedsEncoding =
-        colon < text.size() && !allAllowed(text.substr(colon + 1), CharacterClass::password);
+        colon < text.size() && !allAllowed<CharacterClass::password>(text.substr(colon + 1));
   }
 
   Step takeHost(std::size_t authorityEnd) {
@@ -108,7 +125,7 @@ class Splitter {
     const std::size_t end = std::min(upToEnd.find(':', at_), authorityEnd);
     const std::string_view host = text_.substr(at_, end - at_);
     split_.hostNeedsEncoding = std::ranges::any_of(host, isBeyondASCII);
-    const std::size_t allowed = endOfAllowed(host, 0, CharacterClass::host);
+    const std::size_t allowed = endOfAllowed<CharacterClass::host>(host, 0);
     if (!split_.hostNeedsEncoding && allowed != host.size()) {
       return refuse(at_ + allowed, "this character can't stand in a host");
     }
@@ -119,7 +136,7 @@ class Splitter {
   /// An address in brackets. What stands between them is checked for its characters only.
   Step takeAddress(std::size_t authorityEnd) {
     const std::string_view upToEnd = text_.substr(0, authorityEnd);
-    const std::size_t end = endOfAllowed(upToEnd, at_ + 1, CharacterClass::ipLiteral);
+    const std::size_t end = endOfAllowed<CharacterClass::ipLiteral>(upToEnd, at_ + 1);
     if (end == authorityEnd) return refuse(at_, "the bracket isn't closed");
     if (text_[end] != ']') return refuse(end, "this character can't stand in an address in brackets");
     at_ = end + 1;
@@ -139,20 +156,21 @@ class Splitter {
 
   void takePathQueryFragment() {
     split_.parts.path = offset(at_);
-    split_.pathNeedsEncoding = take(CharacterClass::path, "?#");
+    split_.pathNeedsEncoding = take<CharacterClass::path>("?#");
     if (at_ < text_.size() && text_[at_] == '?') {
       split_.parts.query = offset(at_++);
-      split_.queryNeedsEncoding = take(CharacterClass::query, "#");
+      split_.queryNeedsEncoding = take<CharacterClass::query>("#");
     }
     if (at_ < text_.size()) {
       split_.parts.fragment = offset(at_++);
-      split_.fragmentNeedsEncoding = take(CharacterClass::query, "");
+      split_.fragmentNeedsEncoding = take<CharacterClass::query>("");
     }
   }
 
   /// Goes to the next of `stops`. Whether something on the way can't stay as it is.
-  bool take(CharacterClass allowed, std::string_view stops) {
-    const std::size_t end = endOfAllowed(text_, at_, allowed);
+  template <CharacterClass Allowed>
+  bool take(std::string_view stops) {
+    const std::size_t end = endOfAllowed<Allowed>(text_, at_);
     at_ = findOr(text_, stops, end, text_.size());
     return at_ != end;
   }
