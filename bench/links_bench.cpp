@@ -36,7 +36,8 @@ void readCallbackByLibrary(benchmark::State& state) {
   const auto result = read();
   require(result && std::holds_alternative<PaymentResult::Success>(*result), "the library read no success");
   const auto limit = *hand::read(callback);
-  require(result->response()->processorMessage() == limit.fields[2] && result->response()->customId() == limit.fields[5],
+  require(result->response()->processorMessage() == limit.fields[2] &&
+              result->response()->customId() == limit.fields[5],
           "the library and the limit read different fields");
   measure(state, callback.size(), read);
 }

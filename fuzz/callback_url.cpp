@@ -13,13 +13,12 @@
 #include <string_view>
 #include <utility>
 #include <vector>
-#include <vector>
 
 // Any bytes as a callback URL. What parses must read back the same by every way there is.
 namespace {
 
-using tilvanego::LinkTarget;
 using tilvanego::LinkItem;
+using tilvanego::LinkTarget;
 using tilvanego::QueryItem;
 using tilvanego::RawQueryItem;
 using tilvanego::URL;
@@ -76,7 +75,8 @@ void checkWriting(const URL& url) {
 
   static constexpr LinkTarget target("tilvanego", "payment", "/v1/start");
   std::vector<LinkItem> linkItems;
-  for (const QueryItem& item : items) linkItems.push_back({item.name, item.value ? *item.value : std::string_view()});
+  for (const QueryItem& item : items)
+    linkItems.push_back({item.name, item.value ? *item.value : std::string_view()});
   const URL link = writeLink(target, linkItems).value();
   const auto read = URL::parse(link.absoluteString());
   require(read && sameComponents(link, *read), "a written link is the URL of its text");

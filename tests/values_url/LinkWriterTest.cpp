@@ -26,9 +26,9 @@ TEST(WriteLink, GivesTheURLThatItsTextIs) {
   EXPECT_EQ(link.encodedQuery(), read->encodedQuery());
   EXPECT_EQ(link.port(), std::nullopt);
   EXPECT_EQ(link.fragment(), std::nullopt);
-  EXPECT_EQ(link.queryItems(), (std::vector<QueryItem>{{"value", "a+b c&d"},
-                                                       {"empty", ""},
-                                                       {"return_url", "x://y?a=%1&b=\u00E9"}}));
+  EXPECT_EQ(
+      link.queryItems(),
+      (std::vector<QueryItem>{{"value", "a+b c&d"}, {"empty", ""}, {"return_url", "x://y?a=%1&b=\u00E9"}}));
 }
 
 TEST(WriteLink, WithoutItemsHasNoQuery) {
@@ -57,7 +57,7 @@ TEST(WriteLink, EscapesEachByteOutsideTheUnescapedSetWhereverItStands) {
   for (int byte = 0; byte < 256; ++byte) {
     for (std::size_t length = 1; length < 40; length += 3) {
       std::string text(length, 'x');
-      text[byte % length] = static_cast<char>(byte);
+      text[static_cast<std::size_t>(byte) % length] = static_cast<char>(byte);
       EXPECT_EQ(linkOf({{"k", text}}).absoluteString(), "tilvanego://payment/v1/start?k=" + escaped(text));
     }
   }

@@ -12,7 +12,8 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/URL.h>
 
-/// How a callback's query items fill the fields of a response: in one pass over the query, whatever the number of fields.
+/// How a callback's query items fill the fields of a response: in one pass over the query, whatever the
+/// number of fields.
 namespace tilvanego::detail {
 
 /// A field of `Fields` and the names under which a callback may give it.
@@ -28,7 +29,8 @@ struct CallbackKey {
 /// The key of a text field: the value is decoded and stored as it is.
 template <class Fields, auto Member>
 [[nodiscard]] consteval CallbackKey<Fields> textKey(std::string_view first, std::string_view second = {},
-                                                    std::string_view third = {}, std::string_view fourth = {}) {
+                                                    std::string_view third = {},
+                                                    std::string_view fourth = {}) {
   return {{first, second, third, fourth},
           [](Fields& fields, URLTextView value) { value.decodeInto(fields.*Member); }};
 }
@@ -37,11 +39,13 @@ template <class Fields, auto Member>
 template <class Fields, auto Member>
 [[nodiscard]] consteval CallbackKey<Fields> integerKey(std::string_view first, std::string_view second) {
   return {{first, second, {}, {}}, [](Fields& fields, URLTextView value) {
-            fields.*Member = value.decoded().and_then([](const std::string& text) { return parseInteger(text); });
+            fields.*Member =
+                value.decoded().and_then([](const std::string& text) { return parseInteger(text); });
           }};
 }
 
-/// A name of letters, digits and "_", kept so that another is compared with it eight bytes at a time, case ignored.
+/// A name of letters, digits and "_", kept so that another is compared with it eight bytes at a time, case
+/// ignored.
 class CallbackName {
  public:
   static constexpr std::size_t maxSize = 32;
@@ -89,8 +93,9 @@ class CallbackName {
   std::uint8_t size_ = 0;
 };
 
-/// Finds the key that an item's name belongs to, case ignored. Built at compile time from an operation's keys; the
-/// names are grouped by their length, so that a name is compared with the one or two that could equal it.
+/// Finds the key that an item's name belongs to, case ignored. Built at compile time from an operation's
+/// keys; the names are grouped by their length, so that a name is compared with the one or two that could
+/// equal it.
 template <std::size_t KeyCount>
 class CallbackKeyIndex {
  public:
@@ -102,7 +107,8 @@ class CallbackKeyIndex {
       firstOfLength_[length] = count_;
       for (std::size_t key = 0; key < KeyCount; ++key) {
         for (std::string_view alias : keys[key].aliases) {
-          if (alias.size() == length) entries_[count_++] = {CallbackName(alias), static_cast<std::uint8_t>(key)};
+          if (alias.size() == length)
+            entries_[count_++] = {CallbackName(alias), static_cast<std::uint8_t>(key)};
         }
       }
       firstOfLength_[length + 1] = count_;
@@ -145,8 +151,8 @@ class CallbackKeyIndex {
   std::uint8_t count_ = 0;
 };
 
-/// Fills `fields` from the query of `url`. Of the items whose names belong to one field the first decides, even if it
-/// has no value.
+/// Fills `fields` from the query of `url`. Of the items whose names belong to one field the first decides,
+/// even if it has no value.
 template <const auto& Keys, const auto& Index, class Fields>
 void readCallback(const URL& url, Fields& fields) {
   static_assert(Keys.size() <= 32);

@@ -17,7 +17,8 @@
 
 namespace tilvanego::detail {
 
-/// The fields of a response on their way into it: converts to the response where that is wanted, without a detour.
+/// The fields of a response on their way into it: converts to the response where that is wanted, without a
+/// detour.
 template <class Response>
 struct Taken {
   typename Response::Fields& fields;
@@ -41,9 +42,10 @@ template <class Result, class Case>
           }};
 }
 
-/// What the status of a callback decides by: trimmed and in lower case. Empty if there is none. A status that is so
-/// already isn't copied: the view is of `status` or of `storage`.
-[[nodiscard]] inline std::string_view normalStatus(const std::optional<std::string>& status, std::string& storage) {
+/// What the status of a callback decides by: trimmed and in lower case. Empty if there is none. A status that
+/// is so already isn't copied: the view is of `status` or of `storage`.
+[[nodiscard]] inline std::string_view normalStatus(const std::optional<std::string>& status,
+                                                   std::string& storage) {
   if (!status) return {};
   const auto isPlain = [](char c) { return (c >= 'a' && c <= 'z') || c == '_'; };
   if (std::ranges::all_of(*status, isPlain)) return *status;
@@ -56,7 +58,8 @@ template <class Result, class Case>
 ///
 /// Nothing means that the URL isn't for this operation. Everything else that is wrong with it is a failure.
 template <class Operation>
-[[nodiscard]] std::optional<typename Operation::Result> parseCallback(URL url, const std::string* expectedRequestId,
+[[nodiscard]] std::optional<typename Operation::Result> parseCallback(URL url,
+                                                                      const std::string* expectedRequestId,
                                                                       const URL* expectedCallbackURL) {
   using Result = typename Operation::Result;
   using Response = typename Operation::Response;
@@ -67,7 +70,8 @@ template <class Operation>
   readCallback<Operation::callbackKeys, Operation::callbackKeyIndex>(fields.callbackURL, fields);
   std::optional<Result> result;
   const auto fail = [&](Error error) {
-    result.emplace(std::in_place_type<typename Result::Failure>, std::move(error), Response(std::move(fields)));
+    result.emplace(std::in_place_type<typename Result::Failure>, std::move(error),
+                   Response(std::move(fields)));
     return std::move(result);
   };
 

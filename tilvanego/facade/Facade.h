@@ -29,11 +29,13 @@
 namespace tilvanego::detail {
 
 /// The operations in the order in which a callback is offered to them.
-using Ranks = OperationList<InitializationOperation, TransactionListOperation, FullRefundOperation, PartialRefundOperation,
-                            CaptureOperation, ClearDataOperation, RebootOperation, SaveOperation, PaymentOperation>;
+using Ranks = OperationList<InitializationOperation, TransactionListOperation, FullRefundOperation,
+                            PartialRefundOperation, CaptureOperation, ClearDataOperation, RebootOperation,
+                            SaveOperation, PaymentOperation>;
 
-/// The behaviour that all operations share: one pending slot each, one launch frame, one router. Bound to the main
-/// thread; there is no lock. Kept alive by `TilvaneGo` alone, and held weakly by what the platform calls back.
+/// The behaviour that all operations share: one pending slot each, one launch frame, one router. Bound to the
+/// main thread; there is no lock. Kept alive by `TilvaneGo` alone, and held weakly by what the platform calls
+/// back.
 class Facade : public std::enable_shared_from_this<Facade> {
  public:
   explicit Facade(Platform platform) : platform_(std::move(platform)) {}
@@ -46,8 +48,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// `operation` is named in the message with which a call from another thread ends the process.
   void requireMainThread(std::string_view operation) { detail::requireMainThread(mainQueue(), operation); }
 
-  /// Starts `Operation`; `launch` is what its link step takes beside the request. Tells the outcome by `completion`
-  /// alone, at once for a start that is refused.
+  /// Starts `Operation`; `launch` is what its link step takes beside the request. Tells the outcome by
+  /// `completion` alone, at once for a start that is refused.
   template <class Operation, class... Launch>
   void start(typename Operation::Request request, Completion<Operation> completion, const Launch&... launch);
 
@@ -97,7 +99,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
 
   /// The link that carries every field in its query.
   template <class Operation>
-  [[nodiscard]] std::expected<URL, typename Operation::Error> link(const typename Operation::Request& request);
+  [[nodiscard]] std::expected<URL, typename Operation::Error> link(
+      const typename Operation::Request& request);
   /// A payment's link, by any of its transports.
   template <class Operation>
   [[nodiscard]] std::expected<URL, PaymentError> link(const PaymentRequest& request,
@@ -123,7 +126,9 @@ class Facade : public std::enable_shared_from_this<Facade> {
 
 /// An id that a request may leave out is then not expected either.
 [[nodiscard]] inline const std::string* pointerTo(const std::string& id) { return &id; }
-[[nodiscard]] inline const std::string* pointerTo(const std::optional<std::string>& id) { return id ? &*id : nullptr; }
+[[nodiscard]] inline const std::string* pointerTo(const std::optional<std::string>& id) {
+  return id ? &*id : nullptr;
+}
 
 /// A failure that no callback caused.
 template <class Operation>
@@ -132,13 +137,15 @@ template <class Operation>
 }
 
 template <class Operation, class... Launch>
-void Facade::start(typename Operation::Request request, Completion<Operation> completion, const Launch&... launch) {
+void Facade::start(typename Operation::Request request, Completion<Operation> completion,
+                   const Launch&... launch) {
   const auto refuse = [&completion](typename Operation::Error error) {
     if (completion) completion(failureWithoutResponse<Operation>(std::move(error)));
   };
   debugLine(std::string(Operation::texts.sending) + Operation::describe(request) + "]");
   (debugLine("Sending Transport - [" + launch.text() + "]"), ...);
-  if (isAnyInProgress(typename BlockersOf<Operation>::List{})) return refuse(typename Operation::InProgress{});
+  if (isAnyInProgress(typename BlockersOf<Operation>::List{}))
+    return refuse(typename Operation::InProgress{});
   if (const auto message = Operation::validate(request)) {
     return refuse(cases::InvalidRequest{std::string(*message)});
   }
@@ -171,11 +178,13 @@ void Facade::openPaymentApp(const URL& url) {
     const auto self = weak.lock();
     if (!self) return;
     self->requireMainThread("The completion handler of openURL");
-    // The outcome is acted on in a later turn, after the start has returned, even if the handler ran inside of it.
+    // The outcome is acted on in a later turn, after the start has returned, even if the handler ran inside
+    // of it.
     self->mainQueue().post([weak, opened] {
       const auto facade = weak.lock();
       if (!facade || opened) return;
-      facade->finishPending<Operation>(failureWithoutResponse<Operation>(typename Operation::AppNotInstalled{}));
+      facade->finishPending<Operation>(
+          failureWithoutResponse<Operation>(typename Operation::AppNotInstalled{}));
     });
   });
 }
@@ -191,7 +200,8 @@ template <class Operation>
 std::optional<typename Operation::Result> Facade::result(const URL& url) const {
   const auto& pending = slot<Operation>();
   if (!pending) return std::nullopt;
-  return parseCallback<Operation>(url, pointerTo(pending->request.requestId()), &pending->request.callbackURL());
+  return parseCallback<Operation>(url, pointerTo(pending->request.requestId()),
+                                  &pending->request.callbackURL());
 }
 
 template <class Operation>
@@ -211,7 +221,8 @@ bool Facade::handleCallback(const URL& url, OperationList<Operations...>) {
   static_cast<void>((((routed = route<Operations>(url)) != Routed::goOn) || ...));
   if (routed == Routed::goOn) {
     log(TilvaneLogLevel::warning,
-        "Received callback with no active payment, initialization, transaction list, full refund, partial refund, "
+        "Received callback with no active payment, initialization, transaction list, full refund, partial "
+        "refund, "
         "capture, clear data, reboot, or save.");
   }
   return routed == Routed::finished;

@@ -12,11 +12,12 @@
 #include <tilvanego/values/LinkWriter.h>
 #include <tilvanego/values/URL.h>
 
-/// The rules that all launch links share: how a link is put together, and how its text is cleaned before it is shown.
+/// The rules that all launch links share: how a link is put together, and how its text is cleaned before it
+/// is shown.
 namespace tilvanego::detail {
 
-/// The query items of one launch link, in their order. Names and values are views: what they look at must live until
-/// the link is built. Texts made for the link alone are kept here.
+/// The query items of one launch link, in their order. Names and values are views: what they look at must
+/// live until the link is built. Texts made for the link alone are kept here.
 class LinkItems {
  public:
   /// No link has more items than this.
@@ -50,10 +51,12 @@ class LinkItems {
 };
 
 /// Where the launch links of an operation go.
-[[nodiscard]] consteval LinkTarget launchTarget(std::string_view path) { return {"tilvanego", "payment", path}; }
+[[nodiscard]] consteval LinkTarget launchTarget(std::string_view path) {
+  return {"tilvanego", "payment", path};
+}
 
-/// The URL's text for debug lines: query items named "basic_token", "basictoken" or "payload", whatever their case,
-/// have the value "<redacted>". Without a URL: "url is empty!".
+/// The URL's text for debug lines: query items named "basic_token", "basictoken" or "payload", whatever their
+/// case, have the value "<redacted>". Without a URL: "url is empty!".
 [[nodiscard]] std::string redactedURLText(const std::optional<URL>& url);
 
 }  // namespace tilvanego::detail

@@ -43,8 +43,9 @@ struct TransactionListOperation : OperationTypes<TransactionListRequest, Transac
   [[nodiscard]] static Result decodeList(Fields&& fields);
 
   static constexpr std::array statusWords{
-      StatusWords<Result>{{"success", "succeeded", "completed"},
-                          [](std::optional<Result>& result, Fields& fields) { result = decodeList(std::move(fields)); }},
+      StatusWords<Result>{
+          {"success", "succeeded", "completed"},
+          [](std::optional<Result>& result, Fields& fields) { result = decodeList(std::move(fields)); }},
   };
   [[nodiscard]] static Error failed(const Fields& callback) {
     return Error::TransactionListFailed{callback.errorCode, callback.errorMessage};

@@ -110,13 +110,14 @@ template <CharacterClass Class>
 /// The first byte from `at` on where neither a member of `Class` nor a whole escape stands, or `end`.
 template <CharacterClass Class>
 [[nodiscard]] inline const char* endOfAllowed(const char* at, const char* end) {
-  // Whole blocks, as long as nothing is wrong with them. Each byte is looked at with the two behind it, so that no step
-  // and no branch depends on where the escapes are.
+  // Whole blocks, as long as nothing is wrong with them. Each byte is looked at with the two behind it, so
+  // that no step and no branch depends on where the escapes are.
   constexpr std::size_t escapeTail = 2;
   while (static_cast<std::size_t>(end - at) >= CharacterBlock::size + escapeTail) {
     const CharacterBlock block(at);
     const auto escapes = marks(block.bytes == static_cast<std::uint8_t>('%')) &
-                         hexDigitsOf(CharacterBlock(at + 1).bytes) & hexDigitsOf(CharacterBlock(at + 2).bytes);
+                         hexDigitsOf(CharacterBlock(at + 1).bytes) &
+                         hexDigitsOf(CharacterBlock(at + 2).bytes);
     if (!all(membersOf<Class>(block.bytes) | escapes)) break;
     at += CharacterBlock::size;
   }

@@ -45,7 +45,8 @@ struct LinkItem {
 };
 
 /// scheme://host/path?name=value&… with each name and value percent-encoded as queryItemEncoded does, in one
-/// allocation. Without items there is no "?". Nothing if the text would reach the length that no URL has (4 GiB).
+/// allocation. Without items there is no "?". Nothing if the text would reach the length that no URL has (4
+/// GiB).
 [[nodiscard]] std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
 
 }  // namespace tilvanego

@@ -13,8 +13,8 @@
 namespace tilvanego::detail {
 namespace {
 
-/// Writes at most text.size() bytes; gives the end of what was written, or null at an escape without two digits.
-/// `seen` gathers the bits of all bytes written.
+/// Writes at most text.size() bytes; gives the end of what was written, or null at an escape without two
+/// digits. `seen` gathers the bits of all bytes written.
 char* decodeEscapes(std::string_view text, char* out, std::uint8_t& seen) {
   const char* at = text.data();
   const char* const end = at + text.size();

@@ -18,12 +18,14 @@ class URLTextView {
   constexpr URLTextView(std::nullopt_t) {}
   constexpr URLTextView(const char* begin, const char* end) : text_(begin, end) {}
   constexpr explicit(false) URLTextView(std::string_view text) : text_(text) {}
+  constexpr explicit(false) URLTextView(const char* text) : text_(text) {}
 
   [[nodiscard]] constexpr explicit operator bool() const { return text_.data() != nullptr; }
   [[nodiscard]] constexpr std::string_view operator*() const { return text_; }
   [[nodiscard]] constexpr const std::string_view* operator->() const { return &text_; }
 
-  /// The text with its escapes undone; nothing if there is none or if the escapes make no UTF-8. "+" stays a plus.
+  /// The text with its escapes undone; nothing if there is none or if the escapes make no UTF-8. "+" stays a
+  /// plus.
   [[nodiscard]] std::optional<std::string> decoded() const {
     std::optional<std::string> text;
     decodeInto(text);

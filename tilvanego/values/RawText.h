@@ -8,9 +8,9 @@
 
 namespace tilvanego {
 
-/// The texts that the cases of an enumeration have on every wire, each pair said once, in the order of the cases.
-/// An enumeration takes part by specialising this with
-/// `static constexpr std::array table{std::pair{Case, std::string_view("text")}, ...};`.
+/// The texts that the cases of an enumeration have on every wire, each pair said once, in the order of the
+/// cases. An enumeration takes part by specialising this with `static constexpr std::array
+/// table{std::pair{Case, std::string_view("text")}, ...};`.
 template <class Enumeration>
 struct RawTexts;
 

@@ -26,8 +26,8 @@ constexpr bool isBeyondASCII(char character) { return static_cast<std::uint8_t>(
 /// The first offset from `index` on where neither a member of `Allowed` nor an escape stands.
 template <CharacterClass Allowed>
 std::size_t endOfAllowed(std::string_view text, std::size_t index) {
-  return static_cast<std::size_t>(detail::endOfAllowed<Allowed>(text.data() + index, text.data() + text.size()) -
-                                  text.data());
+  return static_cast<std::size_t>(
+      detail::endOfAllowed<Allowed>(text.data() + index, text.data() + text.size()) - text.data());
 }
 
 template <CharacterClass Allowed>
@@ -36,7 +36,8 @@ bool allAllowed(std::string_view text) {
 }
 
 /// The first of a few characters. Parts of a URL are short, so that a plain walk is quicker than a search.
-std::size_t findOr(std::string_view text, std::string_view characters, std::size_t from, std::size_t otherwise) {
+std::size_t findOr(std::string_view text, std::string_view characters, std::size_t from,
+                   std::size_t otherwise) {
   for (std::size_t index = from; index < text.size(); ++index) {
     for (const char character : characters) {
       if (text[index] == character) return index;
