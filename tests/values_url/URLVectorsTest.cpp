@@ -93,9 +93,8 @@ TEST(URLCases, SchemeHostAndPathGoIntoFreshComponents) {
 }
 
 URL linkWith(std::string_view name, std::string_view value) {
-  LinkWriter writer(LinkTarget("x", "y", "/z"));
-  writer.item(name, value);
-  return std::move(writer).finish();
+  const LinkItem item{name, value};
+  return writeLink(LinkTarget("x", "y", "/z"), {&item, 1}).value();
 }
 
 TEST(URLCases, NamesAndValuesAreEncodedInLinks) {

@@ -87,7 +87,7 @@ std::expected<std::vector<QueryItem>, SandboxError> queryItems(const URL& link) 
   constexpr std::size_t maxItems = 64;
   std::vector<QueryItem> items;
   for (const RawQueryItem& raw : link.rawQueryItems()) {
-    QueryItem item{raw.decodedName(), raw.decodedValue()};
+    QueryItem item{raw.decodedName(), raw.value.decoded()};
     if (!item.value) {
       return wrong("the link's item " + quoted(item.name) +
                    (raw.value ? " has a value that is no percent-encoded UTF-8" : " has no value"));
