@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include <tests/support/TestHost.h>
+#include <tilvanego/values/Text.h>
 
 namespace {
 
