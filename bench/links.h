@@ -10,9 +10,12 @@ namespace tilvanego::bench {
 
 /// A callback of ten items, 399 bytes.
 inline constexpr std::string_view callback =
-    "myshop://payment-done/receipt?request_id=3f0e7c1a-58d2-4f6e-9d31-0a7b6c2e9f44&status=approved&processor_message="
-    "Approved%20and%20completed%20successfully&approval_code=0A71C9&transaction_id=TX-2026-11-21-000000018734&custom_id="
-    "till-07%2Forder-20261121-0042&card_brand=VISA&card_last4=4242&timestamp=2026-11-21T11%3A36%3A00Z&receipt_url=https%"
+    "myshop://payment-done/"
+    "receipt?request_id=3f0e7c1a-58d2-4f6e-9d31-0a7b6c2e9f44&status=approved&processor_message="
+    "Approved%20and%20completed%20successfully&approval_code=0A71C9&transaction_id=TX-2026-11-21-"
+    "000000018734&custom_id="
+    "till-07%2Forder-20261121-0042&card_brand=VISA&card_last4=4242&timestamp=2026-11-21T11%3A36%3A00Z&"
+    "receipt_url=https%"
     "3A%2F%2Freceipts.example.com%2F2026%2F11%2F21%2F18734%3Flang%3Den";
 inline constexpr std::string_view expectedRequestId = "3f0e7c1a-58d2-4f6e-9d31-0a7b6c2e9f44";
 inline constexpr std::string_view expectedCallback = "myshop://payment-done/receipt";

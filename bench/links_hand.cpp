@@ -50,7 +50,8 @@ bool decide(Read& read) {
   if (!read.fields[1]) return false;
   std::string status = *read.fields[1];
   for (char& c : status) c = lower(c);
-  read.approved = status == "approved" || status == "success" || status == "succeeded" || status == "completed";
+  read.approved =
+      status == "approved" || status == "success" || status == "succeeded" || status == "completed";
   return true;
 }
 

@@ -1,8 +1,8 @@
 #include "links.h"
 
+#include <uriparser/Uri.h>
 #include <boost/url.hpp>
 #include <boost/url/src.hpp>
-#include <uriparser/Uri.h>
 
 namespace tilvanego::bench {
 
@@ -12,7 +12,8 @@ std::optional<Read> read(std::string_view text) {
   const auto url = boost::urls::parse_uri({text.data(), text.size()});
   if (!url) return std::nullopt;
   const auto parts = *url;
-  if (parts.scheme() != "myshop" || parts.encoded_host() != "payment-done" || parts.encoded_path() != "/receipt") {
+  if (parts.scheme() != "myshop" || parts.encoded_host() != "payment-done" ||
+      parts.encoded_path() != "/receipt") {
     return std::nullopt;
   }
   Read result;
@@ -33,7 +34,8 @@ std::string build() {
   url.reserve(600);
   auto params = url.params();
   for (const auto& [name, value] : items) {
-    params.append({boost::urls::string_view(name.data(), name.size()), boost::urls::string_view(value.data(), value.size())});
+    params.append({boost::urls::string_view(name.data(), name.size()),
+                   boost::urls::string_view(value.data(), value.size())});
   }
   return std::string(url.buffer().data(), url.buffer().size());
 }
@@ -45,7 +47,8 @@ namespace uriparser {
 std::optional<Read> read(std::string_view text) {
   UriUriA uri;
   const char* error = nullptr;
-  if (uriParseSingleUriExA(&uri, text.data(), text.data() + text.size(), &error) != URI_SUCCESS) return std::nullopt;
+  if (uriParseSingleUriExA(&uri, text.data(), text.data() + text.size(), &error) != URI_SUCCESS)
+    return std::nullopt;
   const auto view = [](const UriTextRangeA& range) {
     return std::string_view(range.first, static_cast<std::size_t>(range.afterLast - range.first));
   };
@@ -53,8 +56,8 @@ std::optional<Read> read(std::string_view text) {
   int count = 0;
   std::optional<Read> result;
   if (view(uri.scheme) == "myshop" && view(uri.hostText) == "payment-done" &&
-      uriDissectQueryMallocExA(&list, &count, uri.query.first, uri.query.afterLast, URI_FALSE, URI_BR_DONT_TOUCH) ==
-          URI_SUCCESS) {
+      uriDissectQueryMallocExA(&list, &count, uri.query.first, uri.query.afterLast, URI_FALSE,
+                               URI_BR_DONT_TOUCH) == URI_SUCCESS) {
     result.emplace();
     result->callback = text;
     for (const UriQueryListA* item = list; item != nullptr; item = item->next) {

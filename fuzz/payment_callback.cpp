@@ -1,4 +1,5 @@
-// Any bytes as a callback: a result or "not mine", and the same answer through a running payment and on its own.
+// Any bytes as a callback: a result or "not mine", and the same answer through a running payment and on its
+// own.
 
 #include <cstdint>
 #include <cstdlib>

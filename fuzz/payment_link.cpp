@@ -1,4 +1,5 @@
-// Any record: a link that reads back as the record's own texts, or a message; never the token in what is shown.
+// Any record: a link that reads back as the record's own texts, or a message; never the token in what is
+// shown.
 
 #include <array>
 #include <cstdint>
@@ -59,15 +60,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto tip = input.optionalText();
   const auto callbackURL = URL::parse(input.text());
   if (!amount || !callbackURL) return 0;
-  const PaymentRequest request({.requestId = requestId,
-                                .amount = *amount,
-                                .tip = tip ? Decimal::parse(*tip) : std::nullopt,
-                                .currency = input.text(),
-                                .callbackURL = *callbackURL,
-                                .customId = input.optionalText(),
-                                .notes = input.optionalText(),
-                                .credentials = PaymentCredentials(
-                                    {.basicToken = "QsecretQ", .accountId = input.text(), .environment = "cert"})});
+  const PaymentRequest request(
+      {.requestId = requestId,
+       .amount = *amount,
+       .tip = tip ? Decimal::parse(*tip) : std::nullopt,
+       .currency = input.text(),
+       .callbackURL = *callbackURL,
+       .customId = input.optionalText(),
+       .notes = input.optionalText(),
+       .credentials =
+           PaymentCredentials({.basicToken = "QsecretQ", .accountId = input.text(), .environment = "cert"})});
 
   test::TestHost host;
   bool refused = false;
@@ -84,7 +86,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireItem(link, "basic_token", "QsecretQ");
     host.sdk->cancelPendingPayment();
   }
-  if (size < 4096 && std::string_view(reinterpret_cast<const char*>(data), size).find("QsecretQ") == std::string_view::npos) {
+  if (size < 4096 && std::string_view(reinterpret_cast<const char*>(data), size).find("QsecretQ") ==
+                         std::string_view::npos) {
     for (const std::string& event : host.events) {
       require(event.starts_with("open ") || event.find("QsecretQ") == std::string::npos);
     }

@@ -26,7 +26,8 @@ void startPayment(TestHost& host) {
 }
 
 constexpr auto nothingPending =
-    "log warning Received callback with no active payment, initialization, transaction list, full refund, partial "
+    "log warning Received callback with no active payment, initialization, transaction list, full refund, "
+    "partial "
     "refund, capture, clear data, reboot, or save.";
 
 TEST(CallbackRouting, WithNothingPendingWarnsAndRefuses) {
@@ -48,7 +49,8 @@ TEST(CallbackRouting, OfAnotherURLLeavesThePaymentPending) {
   TestHost host;
   startPayment(host);
   EXPECT_FALSE(host.sdk->handleCallback(elsewhere));
-  EXPECT_EQ(host.takeEvents(), Events{"log warning Ignored callback that did not match the active payment return URL."});
+  EXPECT_EQ(host.takeEvents(),
+            Events{"log warning Ignored callback that did not match the active payment return URL."});
   EXPECT_TRUE(host.sdk->handleCallback(approved));
 }
 

@@ -59,7 +59,8 @@ TEST(PaymentLaunchTransport, IsShownByItsCaseAndPayload) {
 
 TEST(PaymentError, DescribesEachCase) {
   const std::vector<std::pair<PaymentError, std::string_view>> texts{
-      {PaymentError::InvalidRequest{"Amount must be greater than zero."}, "Amount must be greater than zero."},
+      {PaymentError::InvalidRequest{"Amount must be greater than zero."},
+       "Amount must be greater than zero."},
       {PaymentError::RequestIdMismatch{"abc", std::nullopt},
        "Payment callback request ID mismatch. Expected abc, received none."},
       {PaymentError::PaymentFailed{}, "Payment failed with status unknown."},
@@ -70,7 +71,8 @@ TEST(PaymentError, DescribesEachCase) {
       {PaymentError::PasteboardHandoffMissing{}, "Pasteboard handoff payload is missing."},
       {PaymentError::PasteboardHandoffExpired{}, "Pasteboard handoff payload has expired."},
       {PaymentError::PasteboardHandoffInvalid{}, "Pasteboard handoff payload is invalid."},
-      {PaymentError::PasteboardHandoffDecryptionFailed{}, "Pasteboard handoff payload could not be decrypted."},
+      {PaymentError::PasteboardHandoffDecryptionFailed{},
+       "Pasteboard handoff payload could not be decrypted."},
       {PaymentError::UrlPayloadTooLarge{}, "Compressed URL payload is too large."},
       {PaymentError::UrlPayloadInvalid{}, "Compressed URL payload is invalid."},
       {PaymentError::UrlPayloadDecompressionFailed{}, "Compressed URL payload could not be decompressed."},

@@ -39,30 +39,33 @@ INSTANTIATE_TEST_SUITE_P(
     StatusWords, PaymentCallback,
     testing::Values(Case{"?status=approved", "success+"}, Case{"?status=success", "success+"},
                     Case{"?status=succeeded", "success+"}, Case{"?status=completed", "success+"},
-                    Case{"?status=%20%0AApProVed%E3%80%80", "success+"}, Case{"?status=cancelled", "cancelled+"},
-                    Case{"?status=canceled", "cancelled+"}, Case{"?status=CANCEL", "cancelled+"},
-                    Case{"?status=declined", "declined+"}, Case{"?status=decline", "declined+"},
-                    Case{"?status=rejected", "declined+"},
+                    Case{"?status=%20%0AApProVed%E3%80%80", "success+"},
+                    Case{"?status=cancelled", "cancelled+"}, Case{"?status=canceled", "cancelled+"},
+                    Case{"?status=CANCEL", "cancelled+"}, Case{"?status=declined", "declined+"},
+                    Case{"?status=decline", "declined+"}, Case{"?status=rejected", "declined+"},
                     Case{"?status=failed", "failure(paymentFailed: Payment failed with status failed.)+"},
                     Case{"?status=%20Error", "failure(paymentFailed: Payment failed with status  Error.)+"},
-                    Case{"?status=approved.", "failure(paymentFailed: Payment failed with status approved..)+"},
-                    Case{"", missing}, Case{"?", missing}, Case{"?status", missing}, Case{"?status=", missing},
-                    Case{"?status=%20%09%0A", missing}));
+                    Case{"?status=approved.",
+                         "failure(paymentFailed: Payment failed with status approved..)+"},
+                    Case{"", missing}, Case{"?", missing}, Case{"?status", missing},
+                    Case{"?status=", missing}, Case{"?status=%20%09%0A", missing}));
 
 INSTANTIATE_TEST_SUITE_P(
     Keys, PaymentCallback,
     testing::Values(
-        Case{"?result=approved&status=declined", "success+"}, Case{"?status=declined&result=approved", "declined+"},
-        Case{"?status&result=approved", missing}, Case{"?status=&result=approved", missing},
-        Case{"?STATUS=approved", "success+"}, Case{"?%53tatus=approved", "success+"},
-        Case{"?status=approved&request_id=abc", "success+"}, Case{"?status=approved&REQUESTID=abc", "success+"},
-        Case{"?status=approved&request_id", "success+"},
+        Case{"?result=approved&status=declined", "success+"},
+        Case{"?status=declined&result=approved", "declined+"}, Case{"?status&result=approved", missing},
+        Case{"?status=&result=approved", missing}, Case{"?STATUS=approved", "success+"},
+        Case{"?%53tatus=approved", "success+"}, Case{"?status=approved&request_id=abc", "success+"},
+        Case{"?status=approved&REQUESTID=abc", "success+"}, Case{"?status=approved&request_id", "success+"},
         Case{"?status=approved&session_id=x",
              "failure(requestIdMismatch: Payment callback request ID mismatch. Expected abc, received x.)+"},
-        Case{"?request_id=ABC",
-             "failure(requestIdMismatch: Payment callback request ID mismatch. Expected abc, received ABC.)+"},
+        Case{
+            "?request_id=ABC",
+            "failure(requestIdMismatch: Payment callback request ID mismatch. Expected abc, received ABC.)+"},
         Case{"?request_id=%20abc&status=approved",
-             "failure(requestIdMismatch: Payment callback request ID mismatch. Expected abc, received  abc.)+"},
+             "failure(requestIdMismatch: Payment callback request ID mismatch. Expected abc, received  "
+             "abc.)+"},
         Case{"?sessionId=abc&request_id=x&status=approved", "success+"},
         Case{"?request_id=&status=approved",
              "failure(requestIdMismatch: Payment callback request ID mismatch. Expected abc, received .)+"},
@@ -70,14 +73,16 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(PaymentCallback, AnyNameThatEqualsAKeyWithCaseIgnoredCounts) {
   // The Kelvin sign is a "k", the long s an "s".
-  EXPECT_EQ(summary(TilvaneGo::parsePaymentResult(URL::parse("a://b?%C5%BFtatus=approved").value())), "success+");
+  EXPECT_EQ(summary(TilvaneGo::parsePaymentResult(URL::parse("a://b?%C5%BFtatus=approved").value())),
+            "success+");
 }
 
 TEST(PaymentCallback, FillsEveryFieldWithTheRawText) {
-  const URL url = URL::parse(
-                      "myshop://done?request_id=%20A+1&status=Approved%20&message=Thank%20you&approvalCode=%00"
-                      "&txn_id=T%26&custom_id=&other=x&processor_message=late")
-                      .value();
+  const URL url =
+      URL::parse(
+          "myshop://done?request_id=%20A+1&status=Approved%20&message=Thank%20you&approvalCode=%00"
+          "&txn_id=T%26&custom_id=&other=x&processor_message=late")
+          .value();
   const auto result = TilvaneGo::parsePaymentResult(url);
   ASSERT_TRUE(result && result->response());
   using namespace std::string_literals;
@@ -98,7 +103,8 @@ TEST(PaymentCallback, WithoutExpectationsAnyURLIsRead) {
 
 TEST(PaymentCallback, OfAnotherURLIsNotThisPayments) {
   const URL expected = URL::parse("myshop://done/x").value();
-  for (const char* other : {"other://done/x", "myshop://elsewhere/x", "myshop://done/X", "myshop://done", "myshop:/x"}) {
+  for (const char* other :
+       {"other://done/x", "myshop://elsewhere/x", "myshop://done/X", "myshop://done", "myshop:/x"}) {
     const URL url = URL::parse(std::string(other) + "?status=approved").value();
     EXPECT_EQ(summary(TilvaneGo::parsePaymentResult(url, std::nullopt, expected)), "no value") << other;
   }
@@ -107,12 +113,15 @@ TEST(PaymentCallback, OfAnotherURLIsNotThisPayments) {
 TEST(PaymentCallback, OfAnySizeIsRead) {
   std::string items = "myshop://done?";
   for (int i = 0; i < 100'000; ++i) items += "%73tatu=" + std::to_string(i) + "&";
-  EXPECT_EQ(summary(TilvaneGo::parsePaymentResult(URL::parse(items + "status=approved").value())), "success+");
-  const std::string megabyte(1 << 20, 'x');
-  EXPECT_EQ(summary(TilvaneGo::parsePaymentResult(URL::parse("a://b?status=approved&notes=" + megabyte).value())),
+  EXPECT_EQ(summary(TilvaneGo::parsePaymentResult(URL::parse(items + "status=approved").value())),
             "success+");
-  EXPECT_EQ(summary(TilvaneGo::parsePaymentResult(URL::parse("a://b?" + megabyte + "=1&status=cancel").value())),
-            "cancelled+");
+  const std::string megabyte(1 << 20, 'x');
+  EXPECT_EQ(
+      summary(TilvaneGo::parsePaymentResult(URL::parse("a://b?status=approved&notes=" + megabyte).value())),
+      "success+");
+  EXPECT_EQ(
+      summary(TilvaneGo::parsePaymentResult(URL::parse("a://b?" + megabyte + "=1&status=cancel").value())),
+      "cancelled+");
 }
 
 }  // namespace

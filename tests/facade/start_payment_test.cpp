@@ -28,7 +28,8 @@ PaymentRequest::Fields fullFields() {
   fields.tip = Decimal::parse("0.10");
   fields.customId = "";
   fields.notes = "a+b c&d";
-  fields.credentials = PaymentCredentials({.basicToken = "s3cret", .accountId = "acc", .environment = "prod"});
+  fields.credentials =
+      PaymentCredentials({.basicToken = "s3cret", .accountId = "acc", .environment = "prod"});
   fields.requiresReaderReady = false;
   return fields;
 }
@@ -45,8 +46,10 @@ TilvaneGo::PaymentCompletion noting(TestHost& host) {
 }
 
 constexpr auto plainDescription =
-    "debug Sending Request - [PaymentRequest(requestId: A-1, amount: 12.5, tip: nil, transactionType: sale, currency: "
-    "EUR, callbackURL: myshop://done?a=1&b=2, customId: nil, notes: nil, credentials: false, requiresReaderReady: "
+    "debug Sending Request - [PaymentRequest(requestId: A-1, amount: 12.5, tip: nil, transactionType: sale, "
+    "currency: "
+    "EUR, callbackURL: myshop://done?a=1&b=2, customId: nil, notes: nil, credentials: false, "
+    "requiresReaderReady: "
     "true)]";
 constexpr auto transportLine = "debug Sending Transport - [urlScheme]";
 
@@ -54,7 +57,8 @@ TEST(StartPayment, ShowsBuildsLogsAndOpensInThisOrder) {
   TestHost host;
   host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
   const std::string link =
-      "tilvanego://payment/v1/start?request_id=A-1&amount=12.5&type=sale&currency=EUR&return_url=myshop://done?a%3D1%26b"
+      "tilvanego://payment/v1/start?request_id=A-1&amount=12.5&type=sale&currency=EUR&return_url=myshop://"
+      "done?a%3D1%26b"
       "%3D2&require_reader_ready=true";
   EXPECT_EQ(host.takeEvents(), (Events{plainDescription, transportLine, "debug InlinePaymentUrl: " + link,
                                        "log info Opening Tilvane payment app.", "open " + link}));
@@ -64,15 +68,18 @@ TEST(StartPayment, ShowsBuildsLogsAndOpensInThisOrder) {
 TEST(StartPayment, SendsTwelveItemsAndShowsNoSecret) {
   TestHost host;
   host.sdk->startPayment(PaymentRequest(fullFields()), noting(host));
-  const std::string opening = "tilvanego://payment/v1/start?request_id=A-1&amount=12.5&type=sale&currency=EUR&return_url="
-                              "myshop://done?a%3D1%26b%3D2&tip=0.1&custom_id=&notes=a+b%20c%26d&basic_token=";
+  const std::string opening =
+      "tilvanego://payment/v1/start?request_id=A-1&amount=12.5&type=sale&currency=EUR&return_url="
+      "myshop://done?a%3D1%26b%3D2&tip=0.1&custom_id=&notes=a+b%20c%26d&basic_token=";
   const std::string ending = "&account_id=acc&environment=PROD&require_reader_ready=false";
   const Events events = host.takeEvents();
   ASSERT_EQ(events.size(), 5U);
-  EXPECT_EQ(events[0],
-            "debug Sending Request - [PaymentRequest(requestId: A-1, amount: 12.5, tip: 0.1, transactionType: sale, "
-            "currency: EUR, callbackURL: myshop://done?a=1&b=2, customId: , notes: present, credentials: true, "
-            "requiresReaderReady: false)]");
+  EXPECT_EQ(
+      events[0],
+      "debug Sending Request - [PaymentRequest(requestId: A-1, amount: 12.5, tip: 0.1, transactionType: "
+      "sale, "
+      "currency: EUR, callbackURL: myshop://done?a=1&b=2, customId: , notes: present, credentials: true, "
+      "requiresReaderReady: false)]");
   EXPECT_EQ(events[2], "debug InlinePaymentUrl: " + opening + "%3Credacted%3E" + ending);
   EXPECT_EQ(events[4], "open " + opening + "s3cret" + ending);
 }
@@ -103,29 +110,52 @@ constexpr std::string_view amountMessage = "Amount must be greater than zero.";
 constexpr std::string_view currencyMessage = "Currency must be a three-letter ISO 4217 code.";
 
 void spoilCredentials(Fields& fields, std::string token, std::string account, std::string environment) {
-  fields.credentials = PaymentCredentials(
-      {.basicToken = std::move(token), .accountId = std::move(account), .environment = std::move(environment)});
+  fields.credentials = PaymentCredentials({.basicToken = std::move(token),
+                                           .accountId = std::move(account),
+                                           .environment = std::move(environment)});
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Rules, RefusedPayment,
     testing::Values(
-        Refusal{"id before amount", [](Fields& f) { f.requestId = " \n"; f.amount = 0; }, "Request ID is required."},
-        Refusal{"amount before tip", [](Fields& f) { f.amount = 0; f.tip = -1; }, amountMessage},
+        Refusal{"id before amount",
+                [](Fields& f) {
+                  f.requestId = " \n";
+                  f.amount = 0;
+                },
+                "Request ID is required."},
+        Refusal{"amount before tip",
+                [](Fields& f) {
+                  f.amount = 0;
+                  f.tip = -1;
+                },
+                amountMessage},
         Refusal{"negative amount", [](Fields& f) { f.amount = *Decimal::parse("-0.01"); }, amountMessage},
-        Refusal{"type save", [](Fields& f) { f.transactionType = PaymentTransactionType::save; }, amountMessage},
-        Refusal{"tip before currency", [](Fields& f) { f.tip = *Decimal::parse("-0.01"); f.currency = "E"; },
+        Refusal{"type save", [](Fields& f) { f.transactionType = PaymentTransactionType::save; },
+                amountMessage},
+        Refusal{"tip before currency",
+                [](Fields& f) {
+                  f.tip = *Decimal::parse("-0.01");
+                  f.currency = "E";
+                },
                 "Tip must be greater than or equal to zero."},
         Refusal{"short currency", [](Fields& f) { f.currency = "EU"; }, currencyMessage},
         Refusal{"long currency", [](Fields& f) { f.currency = "EURO"; }, currencyMessage},
         Refusal{"no letters", [](Fields& f) { f.currency = "E1R"; }, currencyMessage},
         Refusal{"letters that grow", [](Fields& f) { f.currency = "eu\u00df"; }, currencyMessage},
-        Refusal{"currency before URL", [](Fields& f) { f.currency = ""; f.callbackURL = *URL::parse("a/b"); },
+        Refusal{"currency before URL",
+                [](Fields& f) {
+                  f.currency = "";
+                  f.callbackURL = *URL::parse("a/b");
+                },
                 currencyMessage},
         Refusal{"no scheme", [](Fields& f) { f.callbackURL = *URL::parse("done/here"); },
                 "Callback URL must include a URL scheme."},
         Refusal{"URL before token",
-                [](Fields& f) { f.callbackURL = *URL::parse("//done"); spoilCredentials(f, "", "", ""); },
+                [](Fields& f) {
+                  f.callbackURL = *URL::parse("//done");
+                  spoilCredentials(f, "", "", "");
+                },
                 "Callback URL must include a URL scheme."},
         Refusal{"token before account", [](Fields& f) { spoilCredentials(f, "\t", "", "x"); },
                 "Credential basic token is required when credentials are provided."},

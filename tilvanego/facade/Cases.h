@@ -9,8 +9,9 @@
 
 /// What the result and error unions of all operations are made of.
 ///
-/// A union is a `std::variant` under a name of its own: a host asks with `std::get_if<PaymentResult::Success>(&result)`
-/// or visits it with `std::visit`. Each case is a small struct with its `name` and its payload.
+/// A union is a `std::variant` under a name of its own: a host asks with
+/// `std::get_if<PaymentResult::Success>(&result)` or visits it with `std::visit`. Each case is a small struct
+/// with its `name` and its payload.
 namespace tilvanego::cases {
 
 /// A text that can be a template argument.
@@ -54,7 +55,8 @@ struct RequestIdMismatch {
   bool operator==(const RequestIdMismatch&) const = default;
 };
 
-/// The callback's status is no word of the operation; `status` is its raw text. `Subject` opens the description.
+/// The callback's status is no word of the operation; `status` is its raw text. `Subject` opens the
+/// description.
 template <Text Name, Text Subject>
 struct FailedWithStatus {
   static constexpr std::string_view name = Name;
@@ -65,8 +67,8 @@ struct FailedWithStatus {
   bool operator==(const FailedWithStatus&) const = default;
 };
 
-/// The callback's status is no word of the operation; code and message are what the callback said beside it. `Subject`
-/// opens the description where there is no message.
+/// The callback's status is no word of the operation; code and message are what the callback said beside it.
+/// `Subject` opens the description where there is no message.
 template <Text Name, Text Subject>
 struct FailedWithCode {
   static constexpr std::string_view name = Name;
@@ -137,7 +139,8 @@ struct Masked {
   bool operator==(const Masked&) const = default;
 };
 
-/// The operation failed. Failures before a callback have no response; those read from a callback have what it said.
+/// The operation failed. Failures before a callback have no response; those read from a callback have what it
+/// said.
 template <class Response, class Error>
 struct Failure {
   static constexpr std::string_view name = "failure";

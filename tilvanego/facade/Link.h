@@ -23,7 +23,7 @@ class LinkItems {
   /// No link has more items than this.
   static constexpr std::size_t capacity = 12;
 
-  void add(std::string_view name, std::string_view value) { items_[count_++] = {name, value}; }
+  void add(std::string_view name, std::string_view value) { items_.at(count_++) = {name, value}; }
 
   /// An absent value leaves the item out; an empty one is sent as it is.
   void addIfPresent(std::string_view name, const std::optional<std::string>& value) {

@@ -22,8 +22,8 @@ struct RawTexts<TilvaneLogLevel> {
   };
 };
 
-/// Hears the library's messages, on the main thread, from within the operation that causes them. The text is valid
-/// during the call. No message holds a credential, a payload or card data.
+/// Hears the library's messages, on the main thread, from within the operation that causes them. The text is
+/// valid during the call. No message holds a credential, a payload or card data.
 using TilvaneLogger = std::function<void(TilvaneLogLevel level, std::string_view message)>;
 
 }  // namespace tilvanego

@@ -10,10 +10,10 @@ namespace tilvanego::detail {
 
 /// The record types of one operation.
 ///
-/// An operation is a struct of data over these: its `texts`; the error cases `InProgress` and `AppNotInstalled`;
-/// `describe`, `validate` and `addItems` for the way out; `callbackKeys`, `statusWords` and `failed` for the way back.
-/// `Facade` gives all operations their behaviour. What only some of them say is told at `BlockersOf` and
-/// `passesOnUnmatched`.
+/// An operation is a struct of data over these: its `texts`; the error cases `InProgress` and
+/// `AppNotInstalled`; `describe`, `validate` and `addItems` for the way out; `callbackKeys`, `statusWords`
+/// and `failed` for the way back. `Facade` gives all operations their behaviour. What only some of them say
+/// is told at `BlockersOf` and `passesOnUnmatched`.
 template <class RequestType, class ResultType>
 struct OperationTypes {
   using Request = RequestType;
@@ -44,8 +44,8 @@ struct OperationList {
   using Tuple = std::tuple<Each<Operations>...>;
 };
 
-/// The operations that keep `Operation` from starting while they are pending: itself, or those that its `BlockedBy`
-/// lists.
+/// The operations that keep `Operation` from starting while they are pending: itself, or those that its
+/// `BlockedBy` lists.
 template <class Operation>
 struct BlockersOf {
   using List = OperationList<Operation>;
@@ -56,8 +56,8 @@ struct BlockersOf<Operation> {
   using List = typename Operation::BlockedBy;
 };
 
-/// Whether a callback that isn't the pending `Operation`'s is still offered to the ranks behind it; it isn't, unless the
-/// operation says `passesOnUnmatched`.
+/// Whether a callback that isn't the pending `Operation`'s is still offered to the ranks behind it; it isn't,
+/// unless the operation says `passesOnUnmatched`.
 template <class Operation>
 inline constexpr bool passesOnUnmatched = requires { requires Operation::passesOnUnmatched; };
 

@@ -58,7 +58,8 @@ TilvaneGo& TilvaneGo::shared() {
 void TilvaneGo::usePlatform(Platform platform) {
   auto& shared = SharedPlatform::instance();
   if (shared.taken) {
-    std::fputs("TilvaneGo: usePlatform must be called before the first use of TilvaneGo::shared().\n", stderr);
+    std::fputs("TilvaneGo: usePlatform must be called before the first use of TilvaneGo::shared().\n",
+               stderr);
     std::abort();
   }
   shared.given = std::move(platform);
@@ -76,9 +77,12 @@ bool TilvaneGo::handleCallback(const URL& url) { return on("handleCallback").han
 
 void TilvaneGo::startPayment(PaymentRequest request, PaymentCompletion completion) {
   on("startPayment")
-      .start<PaymentOperation>(std::move(request), std::move(completion), PaymentLaunchTransport::urlScheme());
+      .start<PaymentOperation>(std::move(request), std::move(completion),
+                               PaymentLaunchTransport::urlScheme());
 }
-bool TilvaneGo::isPaymentInProgress() const { return on("isPaymentInProgress").isInProgress<PaymentOperation>(); }
+bool TilvaneGo::isPaymentInProgress() const {
+  return on("isPaymentInProgress").isInProgress<PaymentOperation>();
+}
 void TilvaneGo::cancelPendingPayment() { on("cancelPendingPayment").cancel<PaymentOperation>(); }
 bool TilvaneGo::isPaymentCallback(const URL& url) const {
   return on("isPaymentCallback").isCallback<PaymentOperation>(url);
@@ -86,8 +90,9 @@ bool TilvaneGo::isPaymentCallback(const URL& url) const {
 std::optional<PaymentResult> TilvaneGo::paymentResult(const URL& url) const {
   return on("paymentResult").result<PaymentOperation>(url);
 }
-std::optional<PaymentResult> TilvaneGo::parsePaymentResult(URL url, const std::optional<std::string>& expectedRequestId,
-                                                           const std::optional<URL>& expectedCallbackURL) {
+std::optional<PaymentResult> TilvaneGo::parsePaymentResult(
+    URL url, const std::optional<std::string>& expectedRequestId,
+    const std::optional<URL>& expectedCallbackURL) {
   return parse<PaymentOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
@@ -97,7 +102,9 @@ void TilvaneGo::initialize(InitializationRequest request, InitializationCompleti
 bool TilvaneGo::isInitializationInProgress() const {
   return on("isInitializationInProgress").isInProgress<InitializationOperation>();
 }
-void TilvaneGo::cancelPendingInitialization() { on("cancelPendingInitialization").cancel<InitializationOperation>(); }
+void TilvaneGo::cancelPendingInitialization() {
+  on("cancelPendingInitialization").cancel<InitializationOperation>();
+}
 bool TilvaneGo::isInitializationCallback(const URL& url) const {
   return on("isInitializationCallback").isCallback<InitializationOperation>(url);
 }
@@ -105,7 +112,8 @@ std::optional<InitializationResult> TilvaneGo::initializationResult(const URL& u
   return on("initializationResult").result<InitializationOperation>(url);
 }
 std::optional<InitializationResult> TilvaneGo::parseInitializationResult(
-    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+    URL url, const std::optional<std::string>& expectedRequestId,
+    const std::optional<URL>& expectedCallbackURL) {
   return parse<InitializationOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
@@ -115,7 +123,9 @@ void TilvaneGo::getTransactionList(TransactionListRequest request, TransactionLi
 bool TilvaneGo::isTransactionListInProgress() const {
   return on("isTransactionListInProgress").isInProgress<TransactionListOperation>();
 }
-void TilvaneGo::cancelPendingTransactionList() { on("cancelPendingTransactionList").cancel<TransactionListOperation>(); }
+void TilvaneGo::cancelPendingTransactionList() {
+  on("cancelPendingTransactionList").cancel<TransactionListOperation>();
+}
 bool TilvaneGo::isTransactionListCallback(const URL& url) const {
   return on("isTransactionListCallback").isCallback<TransactionListOperation>(url);
 }
@@ -123,7 +133,8 @@ std::optional<TransactionListResult> TilvaneGo::transactionListResult(const URL&
   return on("transactionListResult").result<TransactionListOperation>(url);
 }
 std::optional<TransactionListResult> TilvaneGo::parseTransactionListResult(
-    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+    URL url, const std::optional<std::string>& expectedRequestId,
+    const std::optional<URL>& expectedCallbackURL) {
   return parse<TransactionListOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
@@ -141,7 +152,8 @@ std::optional<FullRefundResult> TilvaneGo::fullRefundResult(const URL& url) cons
   return on("fullRefundResult").result<FullRefundOperation>(url);
 }
 std::optional<FullRefundResult> TilvaneGo::parseFullRefundResult(
-    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+    URL url, const std::optional<std::string>& expectedRequestId,
+    const std::optional<URL>& expectedCallbackURL) {
   return parse<FullRefundOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
@@ -151,7 +163,9 @@ void TilvaneGo::partialRefund(PartialRefundRequest request, PartialRefundComplet
 bool TilvaneGo::isPartialRefundInProgress() const {
   return on("isPartialRefundInProgress").isInProgress<PartialRefundOperation>();
 }
-void TilvaneGo::cancelPendingPartialRefund() { on("cancelPendingPartialRefund").cancel<PartialRefundOperation>(); }
+void TilvaneGo::cancelPendingPartialRefund() {
+  on("cancelPendingPartialRefund").cancel<PartialRefundOperation>();
+}
 bool TilvaneGo::isPartialRefundCallback(const URL& url) const {
   return on("isPartialRefundCallback").isCallback<PartialRefundOperation>(url);
 }
@@ -159,7 +173,8 @@ std::optional<PartialRefundResult> TilvaneGo::partialRefundResult(const URL& url
   return on("partialRefundResult").result<PartialRefundOperation>(url);
 }
 std::optional<PartialRefundResult> TilvaneGo::parsePartialRefundResult(
-    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+    URL url, const std::optional<std::string>& expectedRequestId,
+    const std::optional<URL>& expectedCallbackURL) {
   return parse<PartialRefundOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
@@ -177,7 +192,8 @@ std::optional<CaptureResult> TilvaneGo::captureResult(const URL& url) const {
   return on("captureResult").result<CaptureOperation>(url);
 }
 std::optional<CaptureResult> TilvaneGo::parseCaptureResult(
-    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+    URL url, const std::optional<std::string>& expectedRequestId,
+    const std::optional<URL>& expectedCallbackURL) {
   return parse<CaptureOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
@@ -195,7 +211,8 @@ std::optional<ClearDataResult> TilvaneGo::clearDataResult(const URL& url) const 
   return on("clearDataResult").result<ClearDataOperation>(url);
 }
 std::optional<ClearDataResult> TilvaneGo::parseClearDataResult(
-    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+    URL url, const std::optional<std::string>& expectedRequestId,
+    const std::optional<URL>& expectedCallbackURL) {
   return parse<ClearDataOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
@@ -212,17 +229,16 @@ bool TilvaneGo::isRebootCallback(const URL& url) const {
 std::optional<RebootResult> TilvaneGo::rebootResult(const URL& url) const {
   return on("rebootResult").result<RebootOperation>(url);
 }
-std::optional<RebootResult> TilvaneGo::parseRebootResult(
-    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+std::optional<RebootResult> TilvaneGo::parseRebootResult(URL url,
+                                                         const std::optional<std::string>& expectedRequestId,
+                                                         const std::optional<URL>& expectedCallbackURL) {
   return parse<RebootOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::save(SaveRequest request, SaveCompletion completion) {
   on("save").start<SaveOperation>(std::move(request), std::move(completion));
 }
-bool TilvaneGo::isSaveInProgress() const {
-  return on("isSaveInProgress").isInProgress<SaveOperation>();
-}
+bool TilvaneGo::isSaveInProgress() const { return on("isSaveInProgress").isInProgress<SaveOperation>(); }
 void TilvaneGo::cancelPendingSave() { on("cancelPendingSave").cancel<SaveOperation>(); }
 bool TilvaneGo::isSaveCallback(const URL& url) const {
   return on("isSaveCallback").isCallback<SaveOperation>(url);
@@ -230,8 +246,9 @@ bool TilvaneGo::isSaveCallback(const URL& url) const {
 std::optional<SaveResult> TilvaneGo::saveResult(const URL& url) const {
   return on("saveResult").result<SaveOperation>(url);
 }
-std::optional<SaveResult> TilvaneGo::parseSaveResult(
-    URL url, const std::optional<std::string>& expectedRequestId, const std::optional<URL>& expectedCallbackURL) {
+std::optional<SaveResult> TilvaneGo::parseSaveResult(URL url,
+                                                     const std::optional<std::string>& expectedRequestId,
+                                                     const std::optional<URL>& expectedCallbackURL) {
   return parse<SaveOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 

@@ -24,9 +24,10 @@ std::optional<std::string_view> checkCallbackURL(const URL& url) {
 }
 
 std::optional<std::string_view> checkCurrency(std::string_view currency) {
-  // The pattern ^[A-Z]{3}$, whose "$" also stands before one line end at the end of the text. A currency never ends in
-  // one, since records trim it.
-  const bool matches = currency.size() == 3 && std::ranges::all_of(currency, [](char c) { return c >= 'A' && c <= 'Z'; });
+  // The pattern ^[A-Z]{3}$, whose "$" also stands before one line end at the end of the text. A currency
+  // never ends in one, since records trim it.
+  const bool matches =
+      currency.size() == 3 && std::ranges::all_of(currency, [](char c) { return c >= 'A' && c <= 'Z'; });
   if (!matches) return "Currency must be a three-letter ISO 4217 code.";
   return std::nullopt;
 }
@@ -50,10 +51,13 @@ std::optional<std::string_view> checkRequiredCredentials(const PaymentCredential
   return checkCredentialEnvironment(credentials);
 }
 
-std::optional<std::string_view> checkOptionalCredentials(const std::optional<PaymentCredentials>& credentials) {
+std::optional<std::string_view> checkOptionalCredentials(
+    const std::optional<PaymentCredentials>& credentials) {
   if (!credentials) return std::nullopt;
-  if (isBlank(credentials->basicToken())) return "Credential basic token is required when credentials are provided.";
-  if (isBlank(credentials->accountId())) return "Credential account ID is required when credentials are provided.";
+  if (isBlank(credentials->basicToken()))
+    return "Credential basic token is required when credentials are provided.";
+  if (isBlank(credentials->accountId()))
+    return "Credential account ID is required when credentials are provided.";
   return checkCredentialEnvironment(*credentials);
 }
 

@@ -6,8 +6,8 @@ namespace tilvanego {
 
 /// The account that the payment application is to act for.
 ///
-/// The token is a secret: no log line, debug line or description shows it. It is kept as long as the record that holds
-/// it; see docs/payments.md for how each transport carries it.
+/// The token is a secret: no log line, debug line or description shows it. It is kept as long as the record
+/// that holds it; see docs/payments.md for how each transport carries it.
 class PaymentCredentials {
  public:
   struct Fields {

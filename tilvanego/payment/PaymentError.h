@@ -17,7 +17,8 @@ struct PaymentErrorCases {
   using MissingStatus = cases::Plain<"missingStatus", "Payment callback is missing a status.">;
   using PasteboardHandoffUnavailable =
       cases::Plain<"pasteboardHandoffUnavailable", "Pasteboard handoff is not available on this platform.">;
-  using PasteboardHandoffMissing = cases::Plain<"pasteboardHandoffMissing", "Pasteboard handoff payload is missing.">;
+  using PasteboardHandoffMissing =
+      cases::Plain<"pasteboardHandoffMissing", "Pasteboard handoff payload is missing.">;
   using PasteboardHandoffExpired =
       cases::Plain<"pasteboardHandoffExpired", "Pasteboard handoff payload has expired.">;
   using PasteboardHandoffInvalid =
@@ -29,11 +30,12 @@ struct PaymentErrorCases {
   using UrlPayloadDecompressionFailed =
       cases::Plain<"urlPayloadDecompressionFailed", "Compressed URL payload could not be decompressed.">;
 
-  using Variant = std::variant<InvalidRequest, RequestIdMismatch, PaymentFailed, PaymentAppNotInstalled,
-                               PaymentInProgress, InvalidCallback, MissingStatus, PasteboardHandoffUnavailable,
-                               PasteboardHandoffMissing, PasteboardHandoffExpired, PasteboardHandoffInvalid,
-                               PasteboardHandoffDecryptionFailed, UrlPayloadTooLarge, UrlPayloadInvalid,
-                               UrlPayloadDecompressionFailed>;
+  using Variant =
+      std::variant<InvalidRequest, RequestIdMismatch, PaymentFailed, PaymentAppNotInstalled,
+                   PaymentInProgress, InvalidCallback, MissingStatus, PasteboardHandoffUnavailable,
+                   PasteboardHandoffMissing, PasteboardHandoffExpired, PasteboardHandoffInvalid,
+                   PasteboardHandoffDecryptionFailed, UrlPayloadTooLarge, UrlPayloadInvalid,
+                   UrlPayloadDecompressionFailed>;
 };
 
 /// Why a payment failed: one of the cases above.

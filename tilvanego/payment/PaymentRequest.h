@@ -40,8 +40,8 @@ class PaymentRequest {
     bool operator==(const Fields&) const = default;
   };
 
-  /// Stores the fields as they are, but for the currency, trimmed and in capitals, and for a type of `save`, which has
-  /// the amount 0 and the tip 0 whatever was given.
+  /// Stores the fields as they are, but for the currency, trimmed and in capitals, and for a type of `save`,
+  /// which has the amount 0 and the tip 0 whatever was given.
   explicit PaymentRequest(Fields fields);
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }

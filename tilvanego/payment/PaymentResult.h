@@ -30,7 +30,9 @@ class PaymentResponse {
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
   [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
-  [[nodiscard]] const std::optional<std::string>& processorMessage() const { return fields_.processorMessage; }
+  [[nodiscard]] const std::optional<std::string>& processorMessage() const {
+    return fields_.processorMessage;
+  }
   [[nodiscard]] const std::optional<std::string>& approvalCode() const { return fields_.approvalCode; }
   [[nodiscard]] const std::optional<std::string>& transactionId() const { return fields_.transactionId; }
   [[nodiscard]] const std::optional<std::string>& customId() const { return fields_.customId; }
@@ -41,12 +43,13 @@ class PaymentResponse {
   Fields fields_;
 };
 
-/// How a payment ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or `Failure`
-/// with an `error` and, if a callback came, its `response`.
+/// How a payment ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or
+/// `Failure` with an `error` and, if a callback came, its `response`.
 ///
-///     if (const auto* paid = std::get_if<PaymentResult::Success>(&result)) print(*paid->response.approvalCode());
-class PaymentResult
-    : public cases::ResultUnion<PaymentResponse, PaymentError, cases::Success, cases::Cancelled, cases::Declined> {
+///     if (const auto* paid = std::get_if<PaymentResult::Success>(&result))
+///     print(*paid->response.approvalCode());
+class PaymentResult : public cases::ResultUnion<PaymentResponse, PaymentError, cases::Success,
+                                                cases::Cancelled, cases::Declined> {
  public:
   using ResultUnion::ResultUnion;
   using Success = cases::Success<PaymentResponse>;
