@@ -87,7 +87,7 @@ JSONNumber scanJSONNumber(std::string_view text) {
     }
     number.exponent += shrinks ? -written : written;
   }
-  number.text = std::string_view(text.data(), static_cast<std::size_t>(cursor - text.data()));
+  number.text = text.substr(0, static_cast<std::size_t>(cursor - text.data()));
   return number;
 }
 
