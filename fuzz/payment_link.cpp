@@ -43,7 +43,8 @@ class Input {
 
 void requireItem(const URL& link, std::string_view name, const std::optional<std::string>& value) {
   if (value && !isValidUTF8(*value)) return;
-  for (const auto& item : link.queryItems().value()) {
+  const auto items = link.queryItems().value();
+  for (const auto& item : items) {
     if (item.name != name) continue;
     require(item.value == value);
     return;
