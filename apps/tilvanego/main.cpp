@@ -3,6 +3,7 @@
 #include "CallbackCommand.h"
 #include "ExitStatus.h"
 #include "HostCommand.h"
+#include "SandboxCommand.h"
 
 int main(int argumentCount, char** arguments) {
   using namespace tilvanego::program;
@@ -15,6 +16,7 @@ int main(int argumentCount, char** arguments) {
 
   addHostCommand(program);
   addCallbackCommand(program);
+  addSandboxCommand(program);
   try {
     program.parse(argumentCount, arguments);
   } catch (const CLI::RuntimeError& ended) {

@@ -1,0 +1,141 @@
+#include "SandboxCommand.h"
+
+#include <expected>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <unistd.h>
+#include <CLI/CLI.hpp>
+
+#include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/desktop/CommandLine.h>
+#include <tilvanego/platform/desktop/SpawnedOpener.h>
+#include <tilvanego/sandbox/Answer.h>
+
+#include "ExitStatus.h"
+
+namespace tilvanego::program {
+namespace {
+
+using sandbox::LaunchLink;
+using sandbox::Outcome;
+using sandbox::SandboxError;
+
+struct SandboxOptions {
+  std::string link;
+  std::string outcome;
+  std::string answer = "same";
+  std::string open;
+};
+
+std::vector<std::string> outcomeNames() {
+  std::vector<std::string> names;
+  for (const Outcome outcome : allCases<Outcome>()) names.emplace_back(rawText(outcome));
+  return names;
+}
+
+std::string amountsHelp() {
+  std::string help =
+      "Without --outcome a person at a terminal is asked, and elsewhere the amount decides by the digits "
+      "after its point:\n ";
+  for (const auto& [fraction, outcome] : sandbox::decidingFractions) {
+    help += " ." + std::string(fraction) + " " + std::string(rawText(outcome)) + ",";
+  }
+  return help + " any other approve";
+}
+
+/// Asks the person until an outcome is named; `usual` if they only confirm, or go away.
+Outcome askedOutcome(Outcome usual) {
+  std::string line;
+  while (true) {
+    std::cerr << "outcome [" << rawText(usual) << "]: " << std::flush;
+    if (!std::getline(std::cin, line) || line.empty()) return usual;
+    if (const auto outcome = fromRawText<Outcome>(line)) return *outcome;
+    std::cerr << "one of";
+    for (const Outcome outcome : allCases<Outcome>()) std::cerr << ' ' << rawText(outcome);
+    std::cerr << '\n';
+  }
+}
+
+Outcome decide(const SandboxOptions& options, const LaunchLink& link) {
+  if (const auto outcome = fromRawText<Outcome>(options.outcome)) return *outcome;
+  const Outcome usual = usualOutcome(link);
+  return isatty(STDIN_FILENO) == 1 ? askedOutcome(usual) : usual;
+}
+
+std::expected<LaunchLink, SandboxError> read(const std::string& text) {
+  const auto url = URL::parse(text);
+  if (!url) return std::unexpected(SandboxError{"the link is no URL: " + std::string(url.error().message)});
+  return LaunchLink::read(*url);
+}
+
+/// Starts the command with the callback URL, and waits for what becomes of it.
+bool openCallback(const std::string& command, const URL& callback) {
+  RunLoop& loop = RunLoop::main();
+  SpawnedOpener opener(loop, *splitCommandLine(command));
+  bool wasOpened = false;
+  opener.openURL(callback, [&](bool opened) {
+    wasOpened = opened;
+    loop.stop();
+  });
+  loop.run();
+  return wasOpened;
+}
+
+int failed(std::string_view message) {
+  std::cerr << "tilvanego sandbox: " << message << '\n';
+  return exitFailed;
+}
+
+int runSandbox(const SandboxOptions& options) {
+  const auto link = read(options.link);
+  if (!link) return failed(link.error().message);
+  for (const std::string& line : link->lines()) std::cout << line << '\n';
+  std::cout << std::flush;
+  if (options.answer != "same" && options.answer != "url") {
+    return failed("this sandbox can't answer by " + options.answer + " yet; leave --answer out");
+  }
+
+  const Outcome outcome = decide(options, *link);
+  const auto callback = answer(*link, outcome);
+  if (!callback) return failed(callback.error().message);
+  std::cout << "outcome: " << rawText(outcome) << '\n' << std::flush;
+  if (!*callback) return exitDone;
+  if (options.open.empty()) {
+    std::cout << (*callback)->absoluteString() << '\n' << std::flush;
+  } else if (!openCallback(options.open, **callback)) {
+    return failed("the callback URL was not opened by: " + options.open);
+  }
+  return exitDone;
+}
+
+}  // namespace
+
+void addSandboxCommand(CLI::App& program) {
+  auto options = std::make_shared<SandboxOptions>();
+  CLI::App* command =
+      program.add_subcommand("sandbox", "Answers a launch link as the payment application would");
+  command->add_option("LINK", options->link, "The link that a host opened")->required();
+  command->add_option("--outcome", options->outcome, "What happens to the request")
+      ->check(CLI::IsMember(outcomeNames()));
+  command->add_option("--answer", options->answer, "How the answer travels; same is how the request came")
+      ->check(CLI::IsMember({"same", "url", "gzip", "pasteboard"}))
+      ->capture_default_str();
+  command
+      ->add_option(
+          "--open", options->open,
+          "A program, with arguments, that opens the callback URL, its last argument; without it the URL is "
+          "the last line of the output")
+      ->check([](const std::string& text) {
+        return splitCommandLine(text) ? std::string()
+                                      : "is no command line: a quote isn't closed, or it is empty";
+      });
+  command->footer(amountsHelp());
+  command->callback([options] { endWith(runSandbox(*options)); });
+}
+
+}  // namespace tilvanego::program

@@ -1,0 +1,92 @@
+"""Runs `tilvanego sandbox` as a process. Its one argument is the program."""
+
+import os
+import pty
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROGRAM = sys.argv.pop(1)
+PAYMENT = ("tilvanego://payment/v1/start?request_id=A-1&amount={}&type=sale&currency=EUR&return_url=shop://done"
+           "&basic_token=s3cret&account_id=acc&environment=CERT&require_reader_ready=true")
+
+
+def sandbox(*arguments, **options):
+    options.setdefault("stdin", subprocess.DEVNULL)
+    return subprocess.run([PROGRAM, "sandbox", *arguments], capture_output=True, encoding="utf-8", **options)
+
+
+class SandboxCommand(unittest.TestCase):
+    def test_shows_the_request_without_its_secret_and_the_callback_last(self):
+        done = sandbox(PAYMENT.format("12.5"))
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        lines = done.stdout.splitlines()
+        self.assertEqual(lines[:3], ["payment", "request_id: A-1", "amount: 12.5"])
+        self.assertIn("basic_token: hidden", lines)
+        self.assertNotIn("s3cret", done.stdout)
+        self.assertEqual(lines[-2], "outcome: approve")
+        self.assertTrue(lines[-1].startswith("shop://done?request_id=A-1&status=approved&"), lines[-1])
+        self.assertEqual(done.stdout, sandbox(PAYMENT.format("12.5")).stdout)
+
+    def test_the_amount_decides_unless_an_outcome_is_given(self):
+        self.assertIn("status=declined", sandbox(PAYMENT.format("12.01")).stdout)
+        self.assertIn("status=cancelled", sandbox("--outcome", "cancel", PAYMENT.format("12.01")).stdout)
+
+    def test_silence_is_no_callback_and_no_failure(self):
+        done = sandbox(PAYMENT.format("12.04"))
+        self.assertEqual((done.returncode, done.stdout.splitlines()[-1]), (0, "outcome: silent"))
+
+    def test_fails_with_one_clear_line_and_no_callback(self):
+        for arguments, error in [
+                ((PAYMENT.format("ten"),), "the link's amount is \"ten\", which is no number"),
+                (("",), "the link is no URL: "),
+                (("shop://done?status=approved",), "the link's scheme is \"shop\", not \"tilvanego\""),
+                (("--outcome", "tampered", PAYMENT.format("1")), "the outcome tampered needs an answer by gzip"),
+                (("--answer", "gzip", PAYMENT.format("1")), "this sandbox can't answer by gzip yet"),
+                (("--open", "false", PAYMENT.format("1")), "the callback URL was not opened by: false"),
+                (("--open", "/no/such/program", PAYMENT.format("1")), "the callback URL was not opened by: "),
+        ]:
+            with self.subTest(arguments):
+                done = sandbox(*arguments)
+                self.assertEqual(done.returncode, 1)
+                self.assertTrue(done.stderr.startswith("tilvanego sandbox: " + error), done.stderr)
+                self.assertEqual(len(done.stderr.splitlines()), 1)
+                self.assertNotIn("shop://done?request_id", done.stdout)
+
+    def test_wrong_usage_is_told_apart(self):
+        link = PAYMENT.format("1")
+        for arguments in [(), (link, link), ("--outcome", "perhaps", link), ("--answer", "fax", link),
+                          ("--open", "'", link), ("--open", "", link), ("--colour", link)]:
+            with self.subTest(arguments):
+                done = sandbox(*arguments)
+                self.assertEqual((done.returncode, done.stdout), (2, ""))
+
+    def test_help_shows_the_amounts_that_decide(self):
+        self.assertIn(".01 decline, .02 cancel, .03 fail, .04 silent, .05 wrong-id, .06 no-status, .07 unknown-status, "
+                      ".08 tampered, .09 expired, any other approve", sandbox("--help").stdout)
+
+    def test_opens_the_callback_with_the_given_command(self):
+        script = "printf %s \"$2\" > \"$1\""
+        with tempfile.NamedTemporaryFile("r", prefix="it's ", encoding="utf-8") as file:
+            done = sandbox("--open", f"sh -c '{script}' sh \"{file.name}\"", PAYMENT.format("1"))
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            self.assertTrue(file.read().startswith("shop://done?request_id=A-1&status=approved&"))
+        self.assertNotIn("shop://done?", done.stdout)
+
+    def test_asks_the_person_at_a_terminal(self):
+        for typed, status in [("\n", "declined"), ("maybe\ncancel\n", "cancelled"), ("\x04", "declined")]:
+            with self.subTest(typed):
+                controller, terminal = pty.openpty()
+                os.write(controller, typed.encode())
+                done = sandbox(PAYMENT.format("1.01"), stdin=terminal)
+                os.close(terminal)
+                os.close(controller)
+                self.assertEqual(done.returncode, 0)
+                self.assertIn("status=" + status, done.stdout)
+                self.assertTrue(done.stderr.startswith("outcome [decline]: "))
+                self.assertEqual("one of approve decline" in done.stderr, typed.startswith("maybe"))
+
+
+if __name__ == "__main__":
+    unittest.main()
