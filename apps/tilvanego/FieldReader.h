@@ -93,7 +93,13 @@ T FieldReader::get(std::string_view name) {
       return Type::blank();
     }
   }
-  if (std::optional<Payload> read = Type::read(*value)) return *std::move(read);
+  if (std::optional<Payload> read = Type::read(*value)) {
+    if constexpr (OptionalPayload<T>::isOptional) {
+      return read;
+    } else {
+      return *std::move(read);
+    }
+  }
   refuseType(name, Type::wanted());
   return Type::blank();
 }

@@ -137,6 +137,7 @@ constexpr std::array commands{
 
 std::string commandNames() {
   std::vector<std::string_view> names;
+  names.reserve(commands.size());
   for (const Command& one : commands) names.push_back(one.name);
   return listed(names, "or");
 }

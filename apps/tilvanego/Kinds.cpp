@@ -115,6 +115,7 @@ HostAction readSendRequestAction(FieldReader& line) {
 
 std::string FieldType<const Kind*>::wanted() {
   std::vector<std::string_view> names;
+  names.reserve(table.size());
   for (const Kind& one : table) names.push_back(one.name);
   return listed(names, "or");
 }

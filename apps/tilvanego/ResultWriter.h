@@ -14,15 +14,11 @@ namespace tilvanego::program {
 template <class Record>
 [[nodiscard]] JSONObject recordObject(const Record& record);
 
-/// A field's value as an object shows it.
-template <class Value>
-[[nodiscard]] const Value& fieldValue(const Value& value) {
-  return value;
-}
-[[nodiscard]] inline JSONObject fieldValue(const TilvaneGoTransactionDetails& details) {
+/// The values that are records themselves.
+[[nodiscard]] inline JSONObject recordsValue(const TilvaneGoTransactionDetails& details) {
   return recordObject(details);
 }
-[[nodiscard]] inline JSONText fieldValue(const std::vector<TilvaneGoTransaction>& transactions) {
+[[nodiscard]] inline JSONText recordsValue(const std::vector<TilvaneGoTransaction>& transactions) {
   JSONList list;
   for (const auto& one : transactions) list.add(recordObject(one));
   return list.finish();
@@ -31,8 +27,13 @@ template <class Value>
 template <class Record>
 JSONObject recordObject(const Record& record) {
   JSONObject object;
-  visitFields(record,
-              [&object](std::string_view name, const auto& value) { object.add(name, fieldValue(value)); });
+  visitFields(record, [&object](std::string_view name, const auto& value) {
+    if constexpr (requires { recordsValue(value); }) {
+      object.add(name, recordsValue(value));
+    } else {
+      object.add(name, value);
+    }
+  });
   return object;
 }
 

@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 
 #include "CallbackCommand.h"
+#include "DemoCommand.h"
 #include "ExitStatus.h"
 #include "HostCommand.h"
 #include "SandboxCommand.h"
@@ -14,6 +15,7 @@ int main(int argumentCount, char** arguments) {
       "Each command has a --help of its own.\n"
       "Exit status: 0, 1 for a failed operation, 2 for wrong usage.");
 
+  addDemoCommand(program);
   addHostCommand(program);
   addCallbackCommand(program);
   addSandboxCommand(program);

@@ -6,7 +6,7 @@ import socket
 import stat
 import unittest
 
-from running import InDirectory, RunningHost, payment, run
+from running import PROGRAM, InDirectory, RunningHost, payment, run
 
 
 class Opening(InDirectory):
@@ -36,7 +36,7 @@ class Opening(InDirectory):
             self.assertEqual(host.finish(), (0, [{"pending": "payment", "inProgress": True}]))
 
 
-class Callbacks(InDirectory):
+class SocketTest(InDirectory):
     def host(self, *options):
         return RunningHost("--callbacks", str(self.socket), *options)
 
@@ -47,6 +47,8 @@ class Callbacks(InDirectory):
     def callback(self, url):
         return run("callback", str(self.socket), url)
 
+
+class Callbacks(SocketTest):
     def test_a_callback_finishes_the_payment_before_its_sender_ends(self):
         with self.host() as host:
             host.ask(payment(), "open")
@@ -130,6 +132,27 @@ class Callbacks(InDirectory):
     def test_a_path_that_no_socket_can_have_is_an_error(self):
         for path in [str(self.directory / ("x" * 120)), str(self.directory / "missing" / "socket")]:
             self.assertEqual(run("host", "--callbacks", path).returncode, 1)
+
+
+class TwoProcesses(SocketTest):
+    """A host and a payment application, each a process, with nothing between them but commands."""
+
+    def paid(self, outcome, **fields):
+        answer = f"{PROGRAM} callback {self.socket}"
+        with self.host("--open", f"{PROGRAM} sandbox --outcome {outcome} --open '{answer}'") as host:
+            host.tell(payment(**fields))
+            return host.hear("completion")["value"]
+
+    def test_a_payment_goes_out_and_comes_back(self):
+        for outcome, case, error in [("approve", "success", None), ("decline", "declined", None),
+                                     ("cancel", "cancelled", None), ("wrong-id", "failure", "requestIdMismatch"),
+                                     ("no-status", "failure", "missingStatus")]:
+            result = self.paid(outcome, customId="table 7 ü+&")
+            self.assertEqual((result["case"], result.get("error")), (case, error))
+        self.assertEqual(self.paid("approve", customId="table 7 ü+&")["response"]["customId"], "table 7 ü+&")
+
+    def test_an_application_that_cant_answer_counts_as_not_opened(self):
+        self.assertEqual(self.paid("tampered")["error"], "paymentAppNotInstalled")
 
 
 if __name__ == "__main__":

@@ -7,7 +7,7 @@ from running import run
 
 class Usage(unittest.TestCase):
     def test_every_command_has_help(self):
-        for arguments in [[], ["host"], ["callback"]]:
+        for arguments in [[], ["demo"], ["host"], ["callback"], ["sandbox"]]:
             done = run(*arguments, "--help")
             self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
             self.assertIn(b"Usage: tilvanego " + " ".join(arguments).encode(), done.stdout)
@@ -20,6 +20,9 @@ class Usage(unittest.TestCase):
             (["host", "--pasteboard", "none"], b"--pasteboard"),
             (["host", "--open", ""], b"--open"),
             (["host", "--open", "echo 'half"], b"--open"),
+            (["demo", "--transport", "pigeon"], b"--transport"),
+            (["demo", "--outcome", "luck"], b"--outcome"),
+            (["demo", "--amount", "12,5"], b"--amount"),
             (["callback"], b"SOCKET"),
             (["callback", "socket"], b"URL"),
             (["callback", "socket", "a:b", "c:d"], b"c:d"),

@@ -1,0 +1,61 @@
+"""The demo: every operation out and back, readable, and without secrets."""
+
+import os
+import pty
+import subprocess
+import unittest
+
+from running import PROGRAM, run
+
+
+def results(*arguments):
+    done = run("demo", *arguments)
+    lines = done.stdout.decode().splitlines()
+    return done.returncode, [line.split(maxsplit=2)[2] for line in lines if line.startswith("  the result")]
+
+
+class Demo(unittest.TestCase):
+    def test_every_operation_is_shown_to_its_end(self):
+        self.assertEqual(results(), (0, ["success", "initialized"] + 7 * ["success"]))
+
+    def test_amount_outcome_and_transport_narrow_it(self):
+        only = ["--transport", "urlScheme"]
+        self.assertEqual(results(*only), (0, ["success"]))
+        self.assertEqual(results(*only, "--amount", "7.01"), (0, ["declined"]))
+        self.assertEqual(results(*only, "--amount", "7.01", "--outcome", "cancel"), (0, ["cancelled"]))
+        self.assertEqual(results(*only, "--amount", "-1"), (0, ["failure, invalidRequest"]))
+        status, [silence] = results(*only, "--outcome", "silent")
+        self.assertEqual((status, silence[:4]), (0, "none"))
+
+    def test_an_outcome_that_cant_be_had_is_a_failure(self):
+        self.assertEqual(results("--transport", "urlScheme", "--outcome", "expired")[0], 1)
+
+    def test_no_token_and_no_card_is_shown(self):
+        shown = run("demo").stdout
+        self.assertIn(b"basic_token=hidden", shown)
+        self.assertIn(b"clearPan: hidden", shown)
+        for secret in [b"a-secret", b"4111111111111111"]:
+            self.assertNotIn(secret, shown)
+
+    def test_colours_are_for_terminals_that_want_them(self):
+        def on_terminal(**environment):
+            controller, terminal = pty.openpty()
+            environment = {k: v for k, v in os.environ.items() if k != "NO_COLOR"} | environment
+            with subprocess.Popen([PROGRAM, "demo", "--transport", "urlScheme"], stdout=terminal, env=environment):
+                os.close(terminal)
+                shown = b""
+                try:
+                    while chunk := os.read(controller, 4096):
+                        shown += chunk
+                except OSError:
+                    pass  # what a terminal gives at its end
+            os.close(controller)
+            return shown
+
+        self.assertIn(b"\x1b[", on_terminal())
+        self.assertNotIn(b"\x1b[", on_terminal(NO_COLOR="1"))
+        self.assertNotIn(b"\x1b[", run("demo").stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
