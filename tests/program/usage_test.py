@@ -1,5 +1,8 @@
 """The command line: help, and the exit status of wrong usage."""
 
+import json
+import os
+import tempfile
 import unittest
 
 from running import run
@@ -30,6 +33,15 @@ class Usage(unittest.TestCase):
             done = run(*arguments)
             self.assertEqual((done.returncode, done.stdout), (2, b""), arguments)
             self.assertIn(named, done.stderr)
+
+    def test_the_users_pasteboard_is_read_and_left_to_others_to_write(self):
+        with tempfile.TemporaryDirectory() as directory:
+            done = run("host", "--pasteboard", "store", given=b'{"setPasteboard":[]}\n{"getPasteboard":true}\n',
+                       env=os.environ | {"XDG_RUNTIME_DIR": directory})
+            refused, empty = map(json.loads, done.stdout.splitlines())
+            self.assertIn("--pasteboard memory", refused["error"])
+            self.assertEqual(empty, {"pasteboard": [], "localOnly": False, "expirationDate": None})
+            self.assertEqual(os.listdir(directory), [])
 
 
 if __name__ == "__main__":
