@@ -23,6 +23,7 @@
 #include <tilvanego/operations/SaveOperation.h>
 #include <tilvanego/operations/TransactionListOperation.h>
 #include <tilvanego/payment/PaymentOperation.h>
+#include <tilvanego/payment/PaymentTransports.h>
 #include <tilvanego/platform/MainThread.h>
 #include <tilvanego/platform/Platform.h>
 
@@ -168,8 +169,9 @@ std::expected<URL, typename Operation::Error> Facade::link(const typename Operat
 }
 
 template <class Operation>
-std::expected<URL, PaymentError> Facade::link(const PaymentRequest& request, const PaymentLaunchTransport&) {
-  return link<Operation>(request);
+std::expected<URL, PaymentError> Facade::link(const PaymentRequest& request,
+                                              const PaymentLaunchTransport& transport) {
+  return paymentAppURL(link<Operation>(request), request, transport, platform_);
 }
 
 template <class Operation>
@@ -202,6 +204,14 @@ std::optional<typename Operation::Result> Facade::result(const URL& url) const {
   if (!pending) return std::nullopt;
   return parseCallback<Operation>(url, pointerTo(pending->request.requestId()),
                                   &pending->request.callbackURL());
+}
+
+/// A payment's answer comes by any of its transports.
+template <>
+inline std::optional<PaymentResult> Facade::result<PaymentOperation>(const URL& url) const {
+  const auto& pending = slot<PaymentOperation>();
+  if (!pending) return std::nullopt;
+  return paymentResult(url, pending->request, platform_);
 }
 
 template <class Operation>

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <tilvanego/facade/Facade.h>
+#include <tilvanego/payment/PaymentTexts.h>
 
 namespace tilvanego {
 
@@ -76,9 +77,24 @@ void TilvaneGo::setLogger(TilvaneLogger logger) { on("setLogger").logger = std::
 bool TilvaneGo::handleCallback(const URL& url) { return on("handleCallback").handleCallback(url); }
 
 void TilvaneGo::startPayment(PaymentRequest request, PaymentCompletion completion) {
-  on("startPayment")
-      .start<PaymentOperation>(std::move(request), std::move(completion),
-                               PaymentLaunchTransport::urlScheme());
+  startPayment(std::move(request), PaymentLaunchTransport::urlScheme(), std::move(completion));
+}
+void TilvaneGo::startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,
+                             PaymentCompletion completion) {
+  on("startPayment").start<PaymentOperation>(std::move(request), std::move(completion), transport);
+}
+void TilvaneGo::sendRequest(std::string requestId, const std::string& amount, const std::string& type,
+                            std::string currency, const std::string& returnUrl, std::string customId,
+                            std::string notes, PaymentCompletion completion) {
+  auto& facade = on("sendRequest");
+  auto request = detail::paymentRequestFromTexts(std::move(requestId), amount, type, std::move(currency),
+                                                 returnUrl, std::move(customId), std::move(notes));
+  if (!request) {
+    if (completion) completion(detail::failureWithoutResponse<PaymentOperation>(std::move(request).error()));
+    return;
+  }
+  facade.start<PaymentOperation>(*std::move(request), std::move(completion),
+                                 PaymentLaunchTransport::urlScheme());
 }
 bool TilvaneGo::isPaymentInProgress() const {
   return on("isPaymentInProgress").isInProgress<PaymentOperation>();

@@ -15,6 +15,7 @@
 #include <tilvanego/operations/Reboot.h>
 #include <tilvanego/operations/Save.h>
 #include <tilvanego/operations/TransactionList.h>
+#include <tilvanego/payment/PaymentLaunchTransport.h>
 #include <tilvanego/payment/PaymentRequest.h>
 #include <tilvanego/payment/PaymentResult.h>
 #include <tilvanego/platform/Platform.h>
@@ -64,15 +65,28 @@ class TilvaneGo {
 
   using PaymentCompletion = std::function<void(const PaymentResult& result)>;
 
-  /// Starts a payment by an inline link.
+  /// Starts a payment by an inline link, whatever its length.
   void startPayment(PaymentRequest request, PaymentCompletion completion);
+  /// Starts a payment by the given transport. A form that can't be built ends the payment at once, by
+  /// `urlPayloadTooLarge` if a compressed link would be too long, else by `invalidRequest`; `automatic` goes
+  /// on to the next form instead. The pasteboard transport replaces what lies on the pasteboard.
+  void startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,
+                    PaymentCompletion completion);
+  /// An older entry, of texts alone and by an inline link: a payment without tip and credentials, for which
+  /// the reader must be ready. `amount` is a decimal number with a point, as "12.50"; `type` is the text of a
+  /// `PaymentTransactionType` in any case. An empty `customId` and empty `notes` are left out. A text that
+  /// means nothing is told by `invalidRequest`, even while another payment is pending.
+  void sendRequest(std::string requestId, const std::string& amount, const std::string& type,
+                   std::string currency, const std::string& returnUrl, std::string customId,
+                   std::string notes, PaymentCompletion completion);
   [[nodiscard]] bool isPaymentInProgress() const;
   /// Forgets the pending payment; its completion is dropped without being called.
   void cancelPendingPayment();
   /// Whether `url` is the callback URL of the pending payment, whatever its query says.
   [[nodiscard]] bool isPaymentCallback(const URL& url) const;
   /// What `url` means for the pending payment, which stays pending. Nothing if none is pending or the URL
-  /// isn't its.
+  /// isn't its. A result that came by the pasteboard is consumed: asked a second time, the same URL means
+  /// that it is missing.
   [[nodiscard]] std::optional<PaymentResult> paymentResult(const URL& url) const;
   /// Reads a payment's callback. Nothing if it differs from `expectedCallbackURL` in scheme, host or path.
   /// Takes any URL, on any thread.

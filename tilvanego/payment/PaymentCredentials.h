@@ -2,12 +2,17 @@
 
 #include <string>
 
+#include <tilvanego/json/Record.h>
+
 namespace tilvanego {
 
 /// The account that the payment application is to act for.
 ///
-/// The token is a secret: no log line, debug line or description shows it. It is kept as long as the record
-/// that holds it; see docs/payments.md for how each transport carries it.
+/// The token is a secret: no log line, debug line or description shows it, and it is wiped from the memory of
+/// each record that ends; see docs/transports.md for how each transport carries it.
+///
+/// In JSON an object of the texts "basic_token", "account_id" and "environment", all required, read and
+/// written as they are: an environment that was read in small letters stays so.
 class PaymentCredentials {
  public:
   struct Fields {
@@ -21,14 +26,30 @@ class PaymentCredentials {
   /// Stores the token and the account as they are, the environment trimmed and in capitals.
   explicit PaymentCredentials(Fields fields);
 
-  [[nodiscard]] const std::string& basicToken() const { return fields_.basicToken; }
-  [[nodiscard]] const std::string& accountId() const { return fields_.accountId; }
-  [[nodiscard]] const std::string& environment() const { return fields_.environment; }
+  PaymentCredentials(const PaymentCredentials&) = default;
+  PaymentCredentials(PaymentCredentials&&) noexcept = default;
+  PaymentCredentials& operator=(PaymentCredentials other) noexcept;
+  ~PaymentCredentials();
+
+  [[nodiscard]] const std::string& basicToken() const { return basicToken_; }
+  [[nodiscard]] const std::string& accountId() const { return accountId_; }
+  [[nodiscard]] const std::string& environment() const { return environment_; }
 
   bool operator==(const PaymentCredentials&) const = default;
 
  private:
-  Fields fields_;
+  friend struct json::RecordAccess;
+  PaymentCredentials() = default;
+
+  static constexpr auto jsonFields() {
+    return json::fields(json::field("basic_token", &PaymentCredentials::basicToken_),
+                        json::field("account_id", &PaymentCredentials::accountId_),
+                        json::field("environment", &PaymentCredentials::environment_));
+  }
+
+  std::string basicToken_;
+  std::string accountId_;
+  std::string environment_;
 };
 
 }  // namespace tilvanego

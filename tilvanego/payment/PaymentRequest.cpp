@@ -3,12 +3,27 @@
 #include <utility>
 
 #include <tilvanego/values/Text.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego {
 
-PaymentCredentials::PaymentCredentials(Fields fields) : fields_(std::move(fields)) {
-  fields_.environment = uppercased(trimmed(fields_.environment));
+PaymentCredentials::PaymentCredentials(Fields fields)
+    : basicToken_(std::move(fields.basicToken)),
+      accountId_(std::move(fields.accountId)),
+      environment_(uppercased(trimmed(fields.environment))) {
+  // A short text leaves a copy behind when it is moved.
+  detail::wipe(fields.basicToken);
 }
+
+PaymentCredentials& PaymentCredentials::operator=(PaymentCredentials other) noexcept {
+  // The old token goes where it is wiped: into `other`.
+  std::swap(basicToken_, other.basicToken_);
+  std::swap(accountId_, other.accountId_);
+  std::swap(environment_, other.environment_);
+  return *this;
+}
+
+PaymentCredentials::~PaymentCredentials() { detail::wipe(basicToken_); }
 
 PaymentRequest::PaymentRequest(Fields fields) : fields_(std::move(fields)) {
   fields_.currency = uppercased(trimmed(fields_.currency));

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <expected>
+#include <optional>
+
+#include <tilvanego/payment/PaymentError.h>
+#include <tilvanego/payment/PaymentLaunchTransport.h>
+#include <tilvanego/payment/PaymentRequest.h>
+#include <tilvanego/payment/PaymentResult.h>
+#include <tilvanego/platform/Platform.h>
+#include <tilvanego/values/URL.h>
+
+/// The choice among the three ways in which a payment travels, out and back.
+namespace tilvanego::detail {
+
+/// The launch link by the chosen transport. `inlineURL` is the one with every field in its query, or why
+/// there is none; it has been shown already, whichever is chosen.
+[[nodiscard]] std::expected<URL, PaymentError> paymentAppURL(std::expected<URL, PaymentError> inlineURL,
+                                                             const PaymentRequest& request,
+                                                             const PaymentLaunchTransport& transport,
+                                                             const Platform& platform);
+
+/// What a callback means for a pending request. How the request went out doesn't matter: the callback itself
+/// says how the answer came. Nothing if it isn't the request's.
+[[nodiscard]] std::optional<PaymentResult> paymentResult(const URL& url, const PaymentRequest& request,
+                                                         const Platform& platform);
+
+}  // namespace tilvanego::detail

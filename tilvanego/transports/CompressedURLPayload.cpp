@@ -1,0 +1,139 @@
+#include <tilvanego/transports/CompressedURLPayload.h>
+
+#include <algorithm>
+#include <vector>
+
+#include <tilvanego/facade/CallbackParser.h>
+#include <tilvanego/facade/CallbackURLs.h>
+#include <tilvanego/facade/Link.h>
+#include <tilvanego/facade/QueryLookup.h>
+#include <tilvanego/payment/PaymentOperation.h>
+#include <tilvanego/transports/Gzip.h>
+#include <tilvanego/values/Base64.h>
+#include <tilvanego/values/Text.h>
+
+namespace tilvanego::detail {
+namespace {
+
+constexpr std::string_view gzipTransport = "gzip";
+
+std::unexpected<PaymentError> tooLarge() {
+  return std::unexpected<PaymentError>(PaymentError::UrlPayloadTooLarge{});
+}
+std::unexpected<PaymentError> invalid() {
+  return std::unexpected<PaymentError>(PaymentError::UrlPayloadInvalid{});
+}
+
+std::span<const std::uint8_t> bytesOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+/// The URL that the items inside of a result's envelope stand for.
+std::expected<URL, URLPayloadFailure> unpackedCallback(const URL& url, const URL& expectedCallbackURL,
+                                                       const std::string& expectedRequestId) {
+  const auto envelope = decodeURLPayload<PaymentURLResultPayload>(url);
+  if (!envelope) return std::unexpected(envelope.error());
+  if (!envelope->hasWantedForm() || envelope->direction != PaymentHandoffDirection::result ||
+      envelope->requestId != expectedRequestId) {
+    return invalid();
+  }
+  auto rebuilt = rebuiltCallback(expectedCallbackURL, envelope->payload.queryItems);
+  if (!rebuilt) return invalid();
+  return *std::move(rebuilt);
+}
+
+/// What a host hears: that a payload isn't the expected JSON shows only once it is decompressed.
+PaymentError reported(const URLPayloadFailure& failure) {
+  const auto* error = std::get_if<PaymentError>(&failure);
+  return error != nullptr ? *error : PaymentError::UrlPayloadDecompressionFailed{};
+}
+
+}  // namespace
+
+std::expected<CompressedPayload, PaymentError> compressPayloadJSON(std::string_view json) {
+  if (json.size() > maxPayloadJSON) return tooLarge();
+  auto compressed = gzipCompress(bytesOf(json));
+  if (!compressed) return std::unexpected(std::move(compressed).error());
+  if (compressed->size() > maxPayloadGzip) return tooLarge();
+  return CompressedPayload{
+      .text = base64URLEncode(*compressed), .jsonSize = json.size(), .compressedSize = compressed->size()};
+}
+
+std::expected<std::string, PaymentError> payloadJSON(const URL& url) {
+  if (queryValue(url, {"encoding"}) != payloadEncoding) return invalid();
+  const auto payload = queryValue(url, {"payload"});
+  const auto jsonSize = queryCount(url, {"payload_size", "payloadSize"});
+  const auto compressedSize = queryCount(url, {"compressed_size", "compressedSize"});
+  if (!payload || !jsonSize || !compressedSize) return invalid();
+  const auto compressed = base64URLDecode(*payload);
+  if (!compressed) return invalid();
+  // A compressed size that is merely wrong counts as too large as well.
+  if (*compressedSize > maxPayloadGzip || *compressedSize != compressed->size() ||
+      *jsonSize > maxPayloadJSON) {
+    return tooLarge();
+  }
+  auto json = gzipDecompress(*compressed, maxPayloadJSON);
+  if (json && json->size() != *jsonSize) return invalid();
+  return json;
+}
+
+std::expected<void, PaymentError> validatedCompressedURL(const URL& url) {
+  if (url.absoluteString().size() > maxCompressedURL) return tooLarge();
+  return {};
+}
+
+std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentRequest& request,
+                                                              const Platform& platform) {
+  const auto payload = encodeCompressedPayload(
+      makeURLPayloadEnvelope(PaymentHandoffDirection::request, request.requestId(), platform.clock->now(),
+                             PaymentHandoffRequestPayload::of(request)));
+  if (request.credentials()) wipeGzipMemory();
+  if (!payload) return std::unexpected(payload.error());
+
+  LinkItems items;
+  items.add("transport", gzipTransport);
+  items.add("encoding", payloadEncoding);
+  items.add("payload", payload->text);
+  items.addText("payload_size", std::to_string(payload->jsonSize));
+  items.addText("compressed_size", std::to_string(payload->compressedSize));
+  items.add("callbackUrl", request.callbackURL().absoluteString());
+  items.add("requestId", request.requestId());
+  items.add("sdkVersion", sdkVersion);
+  auto url = writeLink(PaymentOperation::texts.target, items.items());
+  if (!url) return invalid();
+  if (auto validated = validatedCompressedURL(*url); !validated) return std::unexpected(validated.error());
+  platform.debugOutput->writeLine("CompressedURL: " + redactedPayloadURL(url));
+  return *std::move(url);
+}
+
+bool isCompressed(const URL& url) {
+  return std::ranges::any_of(url.rawQueryItems(), [](const RawQueryItem& item) {
+    if (!isNamed(item, "transport")) return false;
+    const auto value = item.value.decoded();
+    return value && equalIgnoringCase(*value, gzipTransport);
+  });
+}
+
+std::optional<PaymentResult> compressedPaymentResult(const URL& url, const URL& expectedCallbackURL,
+                                                     const std::string& expectedRequestId) {
+  if (!callbackURLsMatch(url, expectedCallbackURL) || !isCompressed(url)) return std::nullopt;
+  auto callback = unpackedCallback(url, expectedCallbackURL, expectedRequestId);
+  if (!callback) return PaymentResult::Failure{reported(callback.error()), std::nullopt};
+  return parseCallback<PaymentOperation>(*std::move(callback), &expectedRequestId, &expectedCallbackURL);
+}
+
+std::string redactedPayloadURL(const std::optional<URL>& url) {
+  constexpr std::string_view noURL = "url is empty!";
+  if (!url) return std::string(noURL);
+  if (!url->encodedQuery()) return url->absoluteString();
+  std::vector<QueryItem> items;
+  for (const RawQueryItem& item : url->rawQueryItems()) {
+    const bool secret = isNamed(item, "payload");
+    items.push_back(
+        {item.decodedName(), secret ? std::optional<std::string>("<redacted>") : item.value.decoded()});
+  }
+  const auto redacted = url->replacingQueryItems(items);
+  return redacted ? redacted->absoluteString() : std::string(noURL);
+}
+
+}  // namespace tilvanego::detail

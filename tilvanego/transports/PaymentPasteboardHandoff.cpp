@@ -1,0 +1,163 @@
+#include <tilvanego/transports/PaymentPasteboardHandoff.h>
+
+#include <utility>
+#include <variant>
+
+#include <tilvanego/facade/CallbackParser.h>
+#include <tilvanego/facade/CallbackURLs.h>
+#include <tilvanego/facade/Link.h>
+#include <tilvanego/facade/QueryLookup.h>
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/payment/PaymentOperation.h>
+#include <tilvanego/values/Text.h>
+
+namespace tilvanego::detail {
+namespace {
+
+constexpr std::string_view pasteboardTransport = "pasteboard";
+
+/// The text that a value is, or that its bytes are in UTF-8; nothing if that is empty.
+std::optional<std::string> textOf(const PasteboardValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    return text->empty() ? std::nullopt : std::optional(*text);
+  }
+  const Bytes& bytes = std::get<Bytes>(value);
+  std::string text(bytes.begin(), bytes.end());
+  return text.empty() || !isValidUTF8(text) ? std::nullopt : std::optional(std::move(text));
+}
+
+std::optional<std::string> textOf(const PasteboardItem& item) {
+  for (const std::string_view type : handoffTextTypes) {
+    const auto found = item.find(type);
+    if (found == item.end()) continue;
+    if (auto text = textOf(found->second)) return text;
+  }
+  for (const auto& [type, value] : item) {
+    if (auto text = textOf(value)) return text;
+  }
+  return std::nullopt;
+}
+
+/// The URL that the items inside of a result's envelope stand for.
+std::expected<URL, HandoffFailure> unsealedCallback(const PaymentHandoffEnvelope& envelope,
+                                                    const URL& expectedCallbackURL,
+                                                    const std::string& expectedRequestId, const Date& now) {
+  const auto payload = openHandoffEnvelope<PaymentHandoffResultPayload>(
+      envelope, PaymentHandoffDirection::result, expectedRequestId, now);
+  if (!payload) return std::unexpected(payload.error());
+  auto rebuilt = rebuiltCallback(expectedCallbackURL, payload->queryItems);
+  if (!rebuilt) return std::unexpected(PaymentHandoffError::invalidPayload);
+  return *std::move(rebuilt);
+}
+
+/// What a host hears: the cipher's and the JSON reader's failures are one to it.
+PaymentError reported(const HandoffFailure& failure) {
+  const auto* error = std::get_if<PaymentHandoffError>(&failure);
+  if (error == nullptr) return PaymentError::PasteboardHandoffDecryptionFailed{};
+  switch (*error) {
+    case PaymentHandoffError::payloadMissing:
+      return PaymentError::PasteboardHandoffMissing{};
+    case PaymentHandoffError::payloadExpired:
+      return PaymentError::PasteboardHandoffExpired{};
+    case PaymentHandoffError::invalidPayload:
+      break;
+  }
+  return PaymentError::PasteboardHandoffInvalid{};
+}
+
+PaymentResult failed(const HandoffFailure& failure) {
+  return PaymentResult::Failure{reported(failure), std::nullopt};
+}
+
+}  // namespace
+
+std::expected<void, HandoffFailure> writeHandoffEnvelope(Pasteboard& pasteboard,
+                                                         const PaymentHandoffEnvelope& envelope) {
+  const auto text = json::encode(envelope, envelopeFormat);
+  if (!text) return std::unexpected(text.error());
+  PasteboardItem item;
+  for (const std::string_view type : handoffTextTypes) item.emplace(type, *text);
+  std::vector<PasteboardItem> items;
+  items.push_back(std::move(item));
+  pasteboard.setItems(std::move(items), {.localOnly = true, .expirationDate = envelope.expiresAt});
+  return {};
+}
+
+std::optional<std::string> pasteboardHandoffText(const Pasteboard& pasteboard) {
+  if (auto text = pasteboard.string(); text && !text->empty()) return text;
+  for (const PasteboardItem& item : pasteboard.items()) {
+    if (auto text = textOf(item)) return text;
+  }
+  return std::nullopt;
+}
+
+std::expected<PaymentHandoffEnvelope, HandoffFailure> readHandoffEnvelope(Pasteboard& pasteboard,
+                                                                          std::string_view handoffId,
+                                                                          const Date& now) {
+  const auto text = pasteboardHandoffText(pasteboard);
+  if (!text) return std::unexpected(PaymentHandoffError::payloadMissing);
+  auto envelope = json::decode<PaymentHandoffEnvelope>(*text);
+  if (!envelope) return std::unexpected(std::move(envelope).error());
+  if (!envelope->hasWantedForm() || envelope->handoffId != handoffId) {
+    return std::unexpected(PaymentHandoffError::payloadMissing);
+  }
+  if (envelope->expiresAt < now) {
+    clearHandoffEnvelope(pasteboard, handoffId);
+    return std::unexpected(PaymentHandoffError::payloadExpired);
+  }
+  return *std::move(envelope);
+}
+
+void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId) {
+  // Read anew: something else may have come to lie there since.
+  const auto text = pasteboardHandoffText(pasteboard);
+  if (!text) return;
+  const auto envelope = json::decode<PaymentHandoffEnvelope>(*text);
+  if (!envelope || envelope->namespace_ != PaymentHandoffEnvelope::wantedNamespace ||
+      envelope->handoffId != handoffId) {
+    return;
+  }
+  pasteboard.setItems({});
+}
+
+std::optional<URL> pasteboardPaymentAppURL(const PaymentRequest& request, const Platform& platform) {
+  const auto handoffId = makeHandoffId(*platform.randomSource);
+  if (!handoffId) return std::nullopt;
+  const auto envelope =
+      sealHandoffEnvelope(PaymentHandoffRequestPayload::of(request), PaymentHandoffDirection::request,
+                          *handoffId, request.requestId(), platform.clock->now(), *platform.randomSource);
+  if (!envelope || !writeHandoffEnvelope(*platform.pasteboard, *envelope)) return std::nullopt;
+
+  LinkItems items;
+  items.add("handoffId", *handoffId);
+  items.add("transport", pasteboardTransport);
+  items.add("callbackUrl", request.callbackURL().absoluteString());
+  items.add("sdkVersion", sdkVersion);
+  items.add("requestId", request.requestId());
+  auto url = writeLink(PaymentOperation::texts.target, items.items());
+  platform.debugOutput->writeLine("PasteboardPaymentAppURL: " + redactedURLText(url));
+  return url;
+}
+
+std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& expectedCallbackURL,
+                                                     const std::string& expectedRequestId,
+                                                     const Platform& platform) {
+  if (!callbackURLsMatch(url, expectedCallbackURL)) return std::nullopt;
+  // With case, unlike the compressed transport's name.
+  if (queryValue(url, {"transport"}) != pasteboardTransport) return std::nullopt;
+  const auto handoffId = queryValue(url, {"resultHandoffId", "result_handoff_id"});
+  if (!handoffId) return std::nullopt;
+
+  Pasteboard& pasteboard = *platform.pasteboard;
+  const Date now = platform.clock->now();
+  const auto envelope = readHandoffEnvelope(pasteboard, *handoffId, now);
+  if (!envelope) return failed(envelope.error());
+  auto callback = unsealedCallback(*envelope, expectedCallbackURL, expectedRequestId, now);
+  auto result = callback ? parseCallback<PaymentOperation>(*std::move(callback), &expectedRequestId,
+                                                           &expectedCallbackURL)
+                         : failed(callback.error());
+  clearHandoffEnvelope(pasteboard, *handoffId);
+  return result;
+}
+
+}  // namespace tilvanego::detail
