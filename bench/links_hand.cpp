@@ -128,7 +128,7 @@ std::string build() {
   std::size_t size = start.size();
   for (const auto& [name, value] : items) {
     size += name.size() + 2;
-    for (const char c : value) size += tables.unreserved[byte(c)] ? 1 : 3;
+    for (const char c : value) size += tables.unreserved[byte(c)] ? 1U : 3U;
   }
   std::string out;
   out.resize(size);

@@ -53,6 +53,16 @@ template <class Result, class Case>
   return storage;
 }
 
+/// The words among which `status` is; null if it is none that the operation knows.
+template <class Result, std::size_t Count>
+[[nodiscard]] const StatusWords<Result>* wordsWith(const std::array<StatusWords<Result>, Count>& all,
+                                                   std::string_view status) {
+  for (const StatusWords<Result>& words : all) {
+    if (std::ranges::find(words.words, status) != words.words.end()) return &words;
+  }
+  return nullptr;
+}
+
 /// Turns a callback URL into the result of `Operation`: the steps that all operations share, over its tables
 /// `callbackKeys` and `statusWords`. Expectations may be null.
 ///
@@ -64,29 +74,28 @@ template <class Operation>
   using Result = typename Operation::Result;
   using Response = typename Operation::Response;
   using Error = typename Operation::Error;
-  if (expectedCallbackURL != nullptr && !callbackURLsMatch(url, *expectedCallbackURL)) return std::nullopt;
+  // Every way out returns this one, so that a result is built where the caller wants it and never moved.
+  std::optional<Result> result;
+  if (expectedCallbackURL != nullptr && !callbackURLsMatch(url, *expectedCallbackURL)) return result;
 
   typename Response::Fields fields{.callbackURL = std::move(url)};
   readCallback<Operation::callbackKeys, Operation::callbackKeyIndex>(fields.callbackURL, fields);
-  std::optional<Result> result;
   const auto fail = [&](Error error) {
-    result.emplace(std::in_place_type<typename Result::Failure>, std::move(error),
-                   Response(std::move(fields)));
-    return std::move(result);
+    result.emplace(std::in_place_type<typename Result::Failure>, std::move(error), Taken<Response>{fields});
   };
 
-  if (expectedRequestId != nullptr && fields.requestId && *fields.requestId != *expectedRequestId) {
-    return fail(typename Error::RequestIdMismatch{*expectedRequestId, fields.requestId});
-  }
   std::string storage;
   const std::string_view status = normalStatus(fields.status, storage);
-  if (status.empty()) return fail(typename Error::MissingStatus{});
-  for (const auto& [words, makeResult] : Operation::statusWords) {
-    if (std::ranges::find(words, status) == words.end()) continue;
-    makeResult(result, fields);
-    return result;
+  if (expectedRequestId != nullptr && fields.requestId && *fields.requestId != *expectedRequestId) {
+    fail(typename Error::RequestIdMismatch{*expectedRequestId, fields.requestId});
+  } else if (status.empty()) {
+    fail(typename Error::MissingStatus{});
+  } else if (const auto* const words = wordsWith(Operation::statusWords, status)) {
+    words->makeResult(result, fields);
+  } else {
+    fail(Operation::failed(fields));
   }
-  return fail(Operation::failed(fields));
+  return result;
 }
 
 }  // namespace tilvanego::detail

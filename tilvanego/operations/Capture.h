@@ -57,7 +57,7 @@ class CaptureResponse {
     bool operator==(const Fields&) const = default;
   };
 
-  explicit CaptureResponse(Fields fields) : fields_(std::move(fields)) {}
+  explicit CaptureResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }

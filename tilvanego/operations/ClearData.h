@@ -59,7 +59,7 @@ class ClearDataResponse {
     bool operator==(const Fields&) const = default;
   };
 
-  explicit ClearDataResponse(Fields fields) : fields_(std::move(fields)) {}
+  explicit ClearDataResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }

@@ -60,7 +60,7 @@ class InitializationResponse {
     bool operator==(const Fields&) const = default;
   };
 
-  explicit InitializationResponse(Fields fields) : fields_(std::move(fields)) {}
+  explicit InitializationResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }

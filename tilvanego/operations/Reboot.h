@@ -51,7 +51,7 @@ class RebootResponse {
     bool operator==(const Fields&) const = default;
   };
 
-  explicit RebootResponse(Fields fields) : fields_(std::move(fields)) {}
+  explicit RebootResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }

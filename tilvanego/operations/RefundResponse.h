@@ -23,7 +23,7 @@ class RefundResponse {
     bool operator==(const Fields&) const = default;
   };
 
-  explicit RefundResponse(Fields fields) : fields_(std::move(fields)) {}
+  explicit RefundResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }

@@ -64,7 +64,7 @@ class SaveResponse {
     bool operator==(const Fields&) const = default;
   };
 
-  explicit SaveResponse(Fields fields) : fields_(std::move(fields)) {}
+  explicit SaveResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }

@@ -25,7 +25,7 @@ class PaymentResponse {
     bool operator==(const Fields&) const = default;
   };
 
-  explicit PaymentResponse(Fields fields) : fields_(std::move(fields)) {}
+  explicit PaymentResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
