@@ -18,6 +18,7 @@ constexpr std::size_t mostConnections = 16;
 std::string systemMessage(int code) { return std::generic_category().message(code); }
 
 int connectTo(const Descriptor& socket, const sockaddr_un& address) {
+  if (socket.get() < 0) return errno;
   return ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0
                                                                                                    : errno;
 }

@@ -17,6 +17,7 @@ namespace tilvanego {
   }
   std::int64_t value = 0;
   const char* const end = text.data() + text.size();
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): `end` is the size.
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (error != std::errc() || stop != end) return std::nullopt;
   return value;

@@ -80,7 +80,9 @@ class RawQueryItems {
 
    private:
     friend class RawQueryItems;
-    explicit Iterator(std::string_view query) : end_(query.data() + query.size()) { take(query.data()); }
+    explicit Iterator(std::string_view query) : end_(query.data() + query.size()) {
+      take(end_ - query.size());
+    }
 
     /// The item that starts at `start`; past the last one, `start` is null.
     void take(const char* start) {
