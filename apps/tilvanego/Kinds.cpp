@@ -15,6 +15,8 @@
 namespace tilvanego::program {
 namespace {
 
+constexpr std::string_view paymentName = "payment";
+
 /// A completion that shows its result.
 template <class Result>
 std::function<void(const Result&)> shownCompletion(HostSession& session, std::string_view kind) {
@@ -49,12 +51,14 @@ HostAction readStart(const Kind& kind, FieldReader& line) {
 /// The payment alone has a choice of transports.
 HostAction readStartPayment(const Kind& kind, FieldReader& line) {
   auto request = readRequest<PaymentRequest>(line);
-  const auto transport = readTransport(line);
-  if (transport && *transport != PaymentLaunchTransport::urlScheme()) {
-    line.refuse("The transport " + transport->text() + R"( isn't available yet; use "urlScheme".)");
-  }
-  return [name = kind.name, request = std::move(request)](HostSession& session) {
-    session.sdk().startPayment(request, shownCompletion<PaymentResult>(session, name));
+  return [name = kind.name, request = std::move(request),
+          transport = readTransport(line)](HostSession& session) {
+    auto completion = shownCompletion<PaymentResult>(session, name);
+    if (transport) {
+      session.sdk().startPayment(request, *transport, std::move(completion));
+    } else {
+      session.sdk().startPayment(request, std::move(completion));
+    }
   };
 }
 
@@ -81,7 +85,7 @@ using Sdk = TilvaneGo;
 
 constexpr std::array table{
     kind<&readStartPayment, &Sdk::isPaymentInProgress, &Sdk::cancelPendingPayment, &Sdk::isPaymentCallback,
-         &Sdk::paymentResult, &Sdk::parsePaymentResult>("payment"),
+         &Sdk::paymentResult, &Sdk::parsePaymentResult>(paymentName),
     kind<&readStart<&Sdk::initialize>, &Sdk::isInitializationInProgress, &Sdk::cancelPendingInitialization,
          &Sdk::isInitializationCallback, &Sdk::initializationResult, &Sdk::parseInitializationResult>(
         "initialization"),
@@ -108,9 +112,11 @@ constexpr std::array table{
 std::span<const Kind> kinds() { return table; }
 
 HostAction readSendRequestAction(FieldReader& line) {
-  static_cast<void>(readSendRequest(line));
-  line.refuse(R"("sendRequest" isn't available yet; use {"start": "payment", ...}.)");
-  return nullptr;
+  return [texts = readSendRequest(line)](HostSession& session) {
+    session.sdk().sendRequest(texts.requestId, texts.amount, texts.type, texts.currency, texts.returnUrl,
+                              texts.customId, texts.notes,
+                              shownCompletion<PaymentResult>(session, paymentName));
+  };
 }
 
 std::string FieldType<const Kind*>::wanted() {

@@ -25,9 +25,9 @@ def host(*lines):
 class RunningHost:
     """A host that a test talks to line by line. Reads wait for what the host writes: no test sleeps."""
 
-    def __init__(self, *options):
+    def __init__(self, *options, env=None):
         self.process = subprocess.Popen([PROGRAM, "host", *options], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        stderr=subprocess.PIPE, encoding="utf-8")
+                                        stderr=subprocess.PIPE, encoding="utf-8", env=env)
 
     def __enter__(self):
         return self
