@@ -12,7 +12,9 @@
 #include <CLI/CLI.hpp>
 
 #include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/SystemClock.h>
 #include <tilvanego/platform/desktop/CommandLine.h>
+#include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 #include <tilvanego/sandbox/Answer.h>
 
@@ -21,20 +23,27 @@
 namespace tilvanego::program {
 namespace {
 
+using sandbox::Decision;
+using sandbox::HandoffPorts;
 using sandbox::LaunchLink;
 using sandbox::Outcome;
 using sandbox::SandboxError;
+using sandbox::Transport;
+using sandbox::TransportFault;
 
 struct SandboxOptions {
   std::string link;
   std::string outcome;
   std::string answer = "same";
+  std::string fault;
+  std::string pasteboard = "none";
   std::string open;
 };
 
-std::vector<std::string> outcomeNames() {
+template <HasRawText Enumeration>
+std::vector<std::string> namesOf() {
   std::vector<std::string> names;
-  for (const Outcome outcome : allCases<Outcome>()) names.emplace_back(rawText(outcome));
+  for (const Enumeration one : allCases<Enumeration>()) names.emplace_back(rawText(one));
   return names;
 }
 
@@ -67,10 +76,10 @@ Outcome decide(const SandboxOptions& options, const LaunchLink& link) {
   return isatty(STDIN_FILENO) == 1 ? askedOutcome(usual) : usual;
 }
 
-std::expected<LaunchLink, SandboxError> read(const std::string& text) {
+std::expected<LaunchLink, SandboxError> read(const std::string& text, const HandoffPorts& ports) {
   const auto url = URL::parse(text);
   if (!url) return std::unexpected(SandboxError{"the link is no URL: " + std::string(url.error().message)});
-  return LaunchLink::read(*url);
+  return LaunchLink::read(*url, ports);
 }
 
 /// Starts the command with the callback URL, and waits for what becomes of it.
@@ -92,18 +101,21 @@ int failed(std::string_view message) {
 }
 
 int runSandbox(const SandboxOptions& options) {
-  const auto link = read(options.link);
+  PasteboardStore store(std::make_shared<SystemClock>());
+  const HandoffPorts ports{.pasteboard = options.pasteboard == "store" ? &store : nullptr};
+  const auto link = read(options.link, ports);
   if (!link) return failed(link.error().message);
   for (const std::string& line : link->lines()) std::cout << line << '\n';
   std::cout << std::flush;
-  if (options.answer != "same" && options.answer != "url") {
-    return failed("this sandbox can't answer by " + options.answer + " yet; leave --answer out");
-  }
 
-  const Outcome outcome = decide(options, *link);
-  const auto callback = answer(*link, outcome);
+  const Decision decision{
+      .outcome = decide(options, *link),
+      .transport = fromRawText<Transport>(options.answer),
+      .fault = fromRawText<TransportFault>(options.fault),
+  };
+  const auto callback = answer(*link, decision, ports);
   if (!callback) return failed(callback.error().message);
-  std::cout << "outcome: " << rawText(outcome) << '\n' << std::flush;
+  std::cout << "outcome: " << rawText(decision.outcome) << '\n' << std::flush;
   if (!*callback) return exitDone;
   if (options.open.empty()) {
     std::cout << (*callback)->absoluteString() << '\n' << std::flush;
@@ -121,9 +133,16 @@ void addSandboxCommand(CLI::App& program) {
       program.add_subcommand("sandbox", "Answers a launch link as the payment application would");
   command->add_option("LINK", options->link, "The link that a host opened")->required();
   command->add_option("--outcome", options->outcome, "What happens to the request")
-      ->check(CLI::IsMember(outcomeNames()));
+      ->check(CLI::IsMember(namesOf<Outcome>()));
   command->add_option("--answer", options->answer, "How the answer travels; same is how the request came")
       ->check(CLI::IsMember({"same", "url", "gzip", "pasteboard"}))
+      ->capture_default_str();
+  command->add_option("--fault", options->fault, "What goes wrong with an answer by gzip or pasteboard")
+      ->check(CLI::IsMember(namesOf<TransportFault>()));
+  command
+      ->add_option("--pasteboard", options->pasteboard,
+                   "store: read and answer on the pasteboard that the user's other processes see")
+      ->check(CLI::IsMember({"none", "store"}))
       ->capture_default_str();
   command
       ->add_option(

@@ -96,11 +96,12 @@ TEST(Answer, RefusesWhatTheRequestCantBeAnsweredWith) {
   const LaunchLink list = linkOf("getTransactionList?x=");
   EXPECT_EQ(answer(list, Outcome::wrongId).error().message,
             "the outcome wrong-id needs a request with an id");
-  for (const Outcome outcome : {Outcome::tampered, Outcome::expired}) {
-    EXPECT_EQ(answer(list, outcome).error().message,
-              "the outcome " + std::string(rawText(outcome)) +
-                  " needs an answer by gzip or pasteboard; this one travels in the URL's own items");
-  }
+  EXPECT_EQ(answer(list, Outcome::tampered).error().message,
+            "the outcome tampered needs an answer by gzip or pasteboard, and this one travels by url");
+  EXPECT_EQ(answer(list, Outcome::expired).error().message,
+            "the outcome expired needs an answer by pasteboard, and this one travels by url");
+  EXPECT_EQ(answer(list, Decision{.transport = Transport::gzip}).error().message,
+            "only a payment is answered by gzip");
 }
 
 TEST(Answer, WithoutAnAmountIsAnApproval) {

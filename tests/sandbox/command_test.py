@@ -43,7 +43,10 @@ class SandboxCommand(unittest.TestCase):
                 (("",), "the link is no URL: "),
                 (("shop://done?status=approved",), "the link's scheme is \"shop\", not \"tilvanego\""),
                 (("--outcome", "tampered", PAYMENT.format("1")), "the outcome tampered needs an answer by gzip"),
-                (("--answer", "gzip", PAYMENT.format("1")), "this sandbox can't answer by gzip yet"),
+                (("--answer", "pasteboard", PAYMENT.format("1")), "the answer needs a pasteboard"),
+                (("--outcome", "expired", "--answer", "gzip", PAYMENT.format("1")),
+                 "the outcome expired needs an answer by pasteboard, and this one travels by gzip"),
+                (("--fault", "not-json", PAYMENT.format("1")), "the fault not-json needs an answer by gzip or "),
                 (("--open", "false", PAYMENT.format("1")), "the callback URL was not opened by: false"),
                 (("--open", "/no/such/program", PAYMENT.format("1")), "the callback URL was not opened by: "),
         ]:

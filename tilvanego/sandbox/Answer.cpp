@@ -1,12 +1,21 @@
 #include <tilvanego/sandbox/Answer.h>
 
+#include <algorithm>
+#include <array>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <tilvanego/sandbox/AnswerTables.h>
+#include <tilvanego/sandbox/CarriedAnswer.h>
 
 namespace tilvanego::sandbox {
 namespace {
+
+constexpr std::array sealedOrCompressed{Transport::gzip, Transport::pasteboard};
+constexpr std::array sealedAlone{Transport::pasteboard};
+constexpr std::array compressedAlone{Transport::gzip};
 
 Verdict verdictOf(Outcome outcome) {
   switch (outcome) {
@@ -36,6 +45,77 @@ std::string_view statusOf(const AnswerTable& table, Outcome outcome) {
   }
 }
 
+std::unexpected<SandboxError> wrong(std::string message) {
+  return std::unexpected(SandboxError{std::move(message)});
+}
+
+/// The transports by which an outcome can be had.
+std::span<const Transport> transportsOf(Outcome outcome) {
+  static constexpr auto all = allCases<Transport>();
+  switch (outcome) {
+    case Outcome::tampered:
+      return sealedOrCompressed;
+    case Outcome::expired:
+      return sealedAlone;
+    default:
+      return all;
+  }
+}
+
+std::span<const Transport> transportsOf(TransportFault fault) {
+  switch (fault) {
+    case TransportFault::foreignHandoff:
+      return sealedAlone;
+    case TransportFault::wrongPayloadSize:
+    case TransportFault::wrongCompressedSize:
+      return compressedAlone;
+    default:
+      return sealedOrCompressed;
+  }
+}
+
+/// Whether an outcome or a fault, which `what` is, can be had by a transport.
+template <class What>
+std::expected<void, SandboxError> checkTransport(std::string_view kind, What what, Transport transport) {
+  const auto possible = transportsOf(what);
+  if (std::ranges::find(possible, transport) != possible.end()) return {};
+  std::string names;
+  for (const Transport one : possible) {
+    names.append(names.empty() ? "" : " or ").append(rawText(one));
+  }
+  return wrong("the " + std::string(kind) + " " + std::string(rawText(what)) + " needs an answer by " +
+               names + ", and this one travels by " + std::string(rawText(transport)));
+}
+
+std::expected<void, SandboxError> checkPossible(const LaunchLink& link, const Decision& decision,
+                                                Transport transport) {
+  if (transport != Transport::url && link.operation() != Operation::payment) {
+    return wrong("only a payment is answered by " + std::string(rawText(transport)));
+  }
+  if (decision.outcome == Outcome::wrongId && !link.requestId()) {
+    return wrong("the outcome wrong-id needs a request with an id");
+  }
+  if (auto checked = checkTransport("outcome", decision.outcome, transport); !checked) return checked;
+  if (decision.fault) return checkTransport("fault", *decision.fault, transport);
+  return {};
+}
+
+/// The items of the callback URL, which hold the answer, carry it or name it.
+std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLink& link,
+                                                                 const Decision& decision,
+                                                                 Transport transport,
+                                                                 const HandoffPorts& ports) {
+  switch (transport) {
+    case Transport::gzip:
+      return compressedAnswer(link, decision, ports);
+    case Transport::pasteboard:
+      return sealedAnswer(link, decision, ports);
+    case Transport::url:
+      break;
+  }
+  return answerItems(link, decision.outcome);
+}
+
 }  // namespace
 
 Outcome usualOutcome(const LaunchLink& link) {
@@ -56,22 +136,24 @@ std::vector<QueryItem> answerItems(const LaunchLink& link, Outcome outcome) {
   return items;
 }
 
-std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, Outcome outcome) {
-  const auto impossible = [&](std::string_view reason) {
-    return std::unexpected(
-        SandboxError{"the outcome " + std::string(rawText(outcome)) + " " + std::string(reason)});
-  };
-  if (outcome == Outcome::silent) return std::nullopt;
-  if (outcome == Outcome::tampered || outcome == Outcome::expired) {
-    return impossible("needs an answer by gzip or pasteboard; this one travels in the URL's own items");
+std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, const Decision& decision,
+                                                       const HandoffPorts& ports) {
+  const Transport transport = decision.transport.value_or(link.transport());
+  if (auto possible = checkPossible(link, decision, transport); !possible) {
+    return std::unexpected(std::move(possible).error());
   }
-  if (outcome == Outcome::wrongId && !link.requestId()) return impossible("needs a request with an id");
-
+  if (decision.outcome == Outcome::silent) return std::nullopt;
+  const auto answered = carriedItems(link, decision, transport, ports);
+  if (!answered) return std::unexpected(answered.error());
   auto items = link.callbackURL().queryItems().value_or(std::vector<QueryItem>());
-  for (QueryItem& item : answerItems(link, outcome)) items.push_back(std::move(item));
+  items.insert(items.end(), answered->begin(), answered->end());
   auto url = link.callbackURL().replacingQueryItems(items);
-  if (!url) return std::unexpected(SandboxError{"the answer is too long for a URL"});
+  if (!url) return wrong("the answer is too long for a URL");
   return url;
+}
+
+std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, Outcome outcome) {
+  return answer(link, Decision{.outcome = outcome, .transport = Transport::url});
 }
 
 }  // namespace tilvanego::sandbox

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <tilvanego/sandbox/CarriedRequest.h>
 #include <tilvanego/values/Text.h>
 
 namespace tilvanego::sandbox {
@@ -111,20 +112,6 @@ std::expected<Transport, SandboxError> transportOf(const LinkForm& form,
   return *transport;
 }
 
-/// The items of the request, unwrapped from what carries them.
-std::expected<std::vector<QueryItem>, SandboxError> requestItems(Transport transport,
-                                                                 std::vector<QueryItem> items) {
-  switch (transport) {
-    case Transport::url:
-      return items;
-    case Transport::gzip:
-    case Transport::pasteboard:
-      break;
-  }
-  return wrong("the link carries its request by " + std::string(rawText(transport)) +
-               ", which this sandbox can't read yet; start the payment without a transport");
-}
-
 std::expected<URL, SandboxError> callbackURL(const std::vector<QueryItem>& items) {
   const QueryItem* item = find(items, "return_url");
   if (item == nullptr) return wrong("the link has no return_url");
@@ -143,17 +130,17 @@ bool isSecret(std::string_view name) {
 
 }  // namespace
 
-std::expected<LaunchLink, SandboxError> LaunchLink::read(const URL& link) {
+std::expected<LaunchLink, SandboxError> LaunchLink::read(const URL& link, const HandoffPorts& ports) {
   if (link.absoluteString().size() > maxLength) {
     return wrong("the link is longer than " + std::to_string(maxLength) + " bytes");
   }
   const auto form = formOf(link);
   if (!form) return std::unexpected(form.error());
-  auto carrier = queryItems(link);
-  if (!carrier) return std::unexpected(std::move(carrier).error());
-  const auto transport = transportOf(**form, *carrier);
+  auto items = queryItems(link);
+  if (!items) return std::unexpected(std::move(items).error());
+  const auto transport = transportOf(**form, *items);
   if (!transport) return std::unexpected(transport.error());
-  auto items = requestItems(*transport, *std::move(carrier));
+  if (*transport != Transport::url) items = carriedRequest(link, *transport, *items, ports);
   if (!items) return std::unexpected(std::move(items).error());
 
   for (const std::string_view name : (*form)->required) {
@@ -182,6 +169,7 @@ std::optional<std::string_view> LaunchLink::item(std::string_view name) const {
 
 std::vector<std::string> LaunchLink::lines() const {
   std::vector<std::string> lines{std::string(rawText(operation_))};
+  if (transport_ != Transport::url) lines[0].append(" by ").append(rawText(transport_));
   for (const auto& [name, value] : items_) {
     lines.push_back(shown(name) + ": " + (isSecret(name) ? "hidden" : shown(*value)));
   }

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include <tilvanego/sandbox/HandoffPorts.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/RawText.h>
@@ -48,8 +49,11 @@ class LaunchLink {
   /// Bytes of the longest link that is read.
   static constexpr std::size_t maxLength = 1U << 20U;
 
-  /// Reads a link of any operation. Fails with the first thing that is wrong with it.
-  [[nodiscard]] static std::expected<LaunchLink, SandboxError> read(const URL& link);
+  /// Reads a link of any operation, and the request that it carries compressed or names on the pasteboard of
+  /// `ports`. Fails with the first thing that is wrong with it. A request on the pasteboard stays there, to
+  /// be read again, unless it has expired.
+  [[nodiscard]] static std::expected<LaunchLink, SandboxError> read(const URL& link,
+                                                                    const HandoffPorts& ports = {});
 
   [[nodiscard]] Operation operation() const { return operation_; }
   /// How the request came.
@@ -66,8 +70,8 @@ class LaunchLink {
   /// The value of an item, byte for byte by its name; nothing if there is none. Points into this object.
   [[nodiscard]] std::optional<std::string_view> item(std::string_view name) const;
 
-  /// What was asked, for people: the operation and one line for each item, "name: value". Control characters
-  /// are escaped, and tokens are shown as "hidden".
+  /// What was asked, for people: the operation, with its transport unless that is the URL, and one line for
+  /// each item, "name: value". Control characters are escaped, and tokens are shown as "hidden".
   [[nodiscard]] std::vector<std::string> lines() const;
 
   bool operator==(const LaunchLink&) const = default;

@@ -5,8 +5,9 @@
 
 namespace tilvanego::sandbox {
 
-SandboxApplication::SandboxApplication(MainQueue& mainQueue, std::function<void(const URL&)> openCallback)
-    : mainQueue_(mainQueue), openCallback_(std::move(openCallback)) {}
+SandboxApplication::SandboxApplication(MainQueue& mainQueue, std::function<void(const URL&)> openCallback,
+                                       const HandoffPorts& ports)
+    : mainQueue_(mainQueue), openCallback_(std::move(openCallback)), ports_(ports) {}
 
 void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)> completionHandler) {
   const bool opened = installed_ && equalIgnoringCase(url.scheme().value_or(""), "tilvanego");
@@ -22,12 +23,16 @@ void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)
 }
 
 std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::handle(const URL& link) const {
-  auto request = LaunchLink::read(link);
+  auto request = LaunchLink::read(link, ports_);
   if (!request) return std::unexpected(std::move(request).error());
-  const Outcome outcome = outcome_.value_or(usualOutcome(*request));
-  auto callback = answer(*request, outcome);
+  const Decision decision{
+      .outcome = outcome_.value_or(usualOutcome(*request)),
+      .transport = request->operation() == Operation::payment ? transport_ : std::nullopt,
+      .fault = fault_,
+  };
+  auto callback = answer(*request, decision, ports_);
   if (!callback) return std::unexpected(std::move(callback).error());
-  return Handled{*std::move(request), outcome, *std::move(callback)};
+  return Handled{*std::move(request), decision.outcome, *std::move(callback)};
 }
 
 void SandboxApplication::post(std::function<void()> block) {

@@ -8,8 +8,10 @@
 
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/MainQueue.h>
+#include <tilvanego/sandbox/HandoffPorts.h>
 #include <tilvanego/sandbox/LaunchLink.h>
 #include <tilvanego/sandbox/Outcome.h>
+#include <tilvanego/sandbox/TransportFault.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego::sandbox {
@@ -29,7 +31,9 @@ class SandboxApplication final : public Application {
   using Observer = std::function<void(const URL& link, const std::expected<Handled, SandboxError>& handled)>;
 
   /// `openCallback` takes each callback URL, in a block of its own on `mainQueue`, which outlives this.
-  SandboxApplication(MainQueue& mainQueue, std::function<void(const URL& callback)> openCallback);
+  /// `ports` hold the host's own pasteboard and clock; without them payments by pasteboard can't be read.
+  SandboxApplication(MainQueue& mainQueue, std::function<void(const URL& callback)> openCallback,
+                     const HandoffPorts& ports = {});
 
   /// Opens links of the scheme "tilvanego" as long as the application is installed. One that can't be read,
   /// or answered as decided, is opened and never answered.
@@ -38,6 +42,13 @@ class SandboxApplication final : public Application {
   /// What happens to every request from now on; nothing, as at first: the amount decides, and what has none
   /// is approved.
   void setOutcome(std::optional<Outcome> outcome) { outcome_ = outcome; }
+
+  /// How payments are answered from now on; nothing, as at first: each as its request came. All other
+  /// operations are answered in the URL's own items.
+  void setAnswer(std::optional<Transport> transport) { transport_ = transport; }
+
+  /// What goes wrong with each answer from now on; nothing, as at first.
+  void setFault(std::optional<TransportFault> fault) { fault_ = fault; }
 
   /// Whether the application is there at all, as it is at first.
   void setInstalled(bool installed) { installed_ = installed; }
@@ -51,7 +62,10 @@ class SandboxApplication final : public Application {
 
   MainQueue& mainQueue_;
   std::function<void(const URL&)> openCallback_;
+  HandoffPorts ports_;
   std::optional<Outcome> outcome_;
+  std::optional<Transport> transport_;
+  std::optional<TransportFault> fault_;
   bool installed_ = true;
   Observer observer_;
   /// Blocks that outlive this do nothing.

@@ -1,0 +1,184 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <tests/support/TestHost.h>
+#include <tilvanego/sandbox/Answer.h>
+
+namespace tilvanego::sandbox {
+namespace {
+
+constexpr std::string_view token = "s3cret";
+
+PaymentRequest request() {
+  return PaymentRequest({.requestId = "A|1",
+                         .amount = *Decimal::parse("12.50"),
+                         .tip = Decimal(1),
+                         .currency = "EUR",
+                         .callbackURL = *URL::parse("shop://done?till=1"),
+                         .customId = "c&1",
+                         .notes = "caf\u00e9 / \"7\"",
+                         .credentials = PaymentCredentials(
+                             {.basicToken = std::string(token), .accountId = "acc", .environment = "prod"})});
+}
+
+PaymentLaunchTransport launchBy(Transport transport) {
+  switch (transport) {
+    case Transport::url:
+      return PaymentLaunchTransport::urlScheme();
+    case Transport::gzip:
+      return PaymentLaunchTransport::gzip();
+    case Transport::pasteboard:
+      break;
+  }
+  return PaymentLaunchTransport::pasteboard();
+}
+
+/// A host that has started one payment, and the payment application beside it.
+struct Payment {
+  explicit Payment(Transport transport) {
+    host.clock->stopAt(Date::fromSecondsSince1970(1'700'000'000.75));
+    host.sdk->startPayment(request(), launchBy(transport),
+                           [this](const PaymentResult& payment) { result = payment; });
+    link = host.application->openedURLs().at(0);
+  }
+
+  [[nodiscard]] std::expected<LaunchLink, SandboxError> read() const {
+    return LaunchLink::read(*link, ports());
+  }
+  [[nodiscard]] HandoffPorts ports() const {
+    return {.pasteboard = host.pasteboard, .clock = host.clock.get()};
+  }
+
+  /// What the host's completion gets for an answer: the result's name, and its error's; empty without a
+  /// callback, else why there is none.
+  std::string answered(const Decision& decision) {
+    const auto asked = read();
+    if (!asked) return asked.error().message;
+    const auto callback = answer(*asked, decision, ports());
+    if (!callback) return callback.error().message;
+    if (!*callback) return "";
+    EXPECT_TRUE(host.sdk->handleCallback(**callback));
+    if (!result) return "no result";
+    const auto* failure = std::get_if<PaymentResult::Failure>(&*result);
+    return failure != nullptr ? std::string(failure->error.name()) : std::string(result->name());
+  }
+
+  test::TestHost host;
+  std::optional<URL> link;
+  std::optional<PaymentResult> result;
+};
+
+TEST(Transports, EachBringsTheWholeRequest) {
+  const auto inTheURL = Payment(Transport::url).read();
+  for (const Transport transport : allCases<Transport>()) {
+    const auto read = Payment(transport).read();
+    ASSERT_TRUE(read) << read.error().message;
+    EXPECT_EQ(read->transport(), transport);
+    EXPECT_EQ(read->items(), inTheURL->items());
+    EXPECT_EQ(read->item("basic_token"), token);
+    for (const std::string& line : read->lines()) {
+      EXPECT_EQ(line.find(token), std::string::npos) << line;
+    }
+  }
+  EXPECT_EQ(Payment(Transport::gzip).read()->lines().at(0), "payment by gzip");
+}
+
+TEST(Transports, EachAnswersARequestThatCameByAny) {
+  struct Case {
+    Outcome outcome;
+    std::string_view inTheURL;
+    std::string_view compressed;
+    std::string_view sealed;
+  };
+  constexpr std::string_view tamperedInTheURL =
+      "the outcome tampered needs an answer by gzip or pasteboard, and this one travels by url";
+  constexpr std::string_view expiredInTheURL =
+      "the outcome expired needs an answer by pasteboard, and this one travels by url";
+  constexpr std::string_view expiredCompressed =
+      "the outcome expired needs an answer by pasteboard, and this one travels by gzip";
+  const std::array cases{
+      Case{Outcome::approve, "success", "success", "success"},
+      Case{Outcome::decline, "declined", "declined", "declined"},
+      Case{Outcome::cancel, "cancelled", "cancelled", "cancelled"},
+      Case{Outcome::fail, "paymentFailed", "paymentFailed", "paymentFailed"},
+      Case{Outcome::silent, "", "", ""},
+      Case{Outcome::wrongId, "requestIdMismatch", "requestIdMismatch", "requestIdMismatch"},
+      Case{Outcome::noStatus, "missingStatus", "missingStatus", "missingStatus"},
+      Case{Outcome::unknownStatus, "paymentFailed", "paymentFailed", "paymentFailed"},
+      Case{Outcome::tampered, tamperedInTheURL, "urlPayloadDecompressionFailed",
+           "pasteboardHandoffDecryptionFailed"},
+      Case{Outcome::expired, expiredInTheURL, expiredCompressed, "pasteboardHandoffExpired"},
+  };
+  static_assert(cases.size() == allCases<Outcome>().size());
+  for (const Transport asked : allCases<Transport>()) {
+    for (const auto& [outcome, inTheURL, compressed, sealed] : cases) {
+      SCOPED_TRACE(std::string(rawText(asked)) + " " + std::string(rawText(outcome)));
+      EXPECT_EQ(Payment(asked).answered({.outcome = outcome, .transport = Transport::url}), inTheURL);
+      EXPECT_EQ(Payment(asked).answered({.outcome = outcome, .transport = Transport::gzip}), compressed);
+      EXPECT_EQ(Payment(asked).answered({.outcome = outcome, .transport = Transport::pasteboard}), sealed);
+      const std::array asItCame{inTheURL, compressed, sealed};
+      EXPECT_EQ(Payment(asked).answered({.outcome = outcome}), asItCame.at(static_cast<std::size_t>(asked)));
+    }
+  }
+}
+
+TEST(Transports, BringTheSameResponse) {
+  std::vector<PaymentResponse> responses;
+  for (const Transport transport : allCases<Transport>()) {
+    Payment payment(transport);
+    EXPECT_EQ(payment.answered({}), "success");
+    responses.push_back(payment.result->response().value());
+    EXPECT_EQ(responses.back().customId(), "c&1");
+    EXPECT_EQ(responses.back().transactionId(), responses.front().transactionId());
+    EXPECT_EQ(responses.back().approvalCode(), responses.front().approvalCode());
+  }
+}
+
+TEST(Transports, GiveTheHostTheErrorOfEachFault) {
+  struct Case {
+    TransportFault fault;
+    std::string_view compressed;
+    std::string_view sealed;
+  };
+  const std::array cases{
+      Case{TransportFault::foreignHandoff,
+           "the fault foreign-handoff needs an answer by pasteboard, and this one travels by gzip",
+           "pasteboardHandoffMissing"},
+      Case{TransportFault::wrongRequestId, "urlPayloadInvalid", "pasteboardHandoffInvalid"},
+      Case{TransportFault::wrongDirection, "urlPayloadInvalid", "pasteboardHandoffInvalid"},
+      Case{TransportFault::notJSON, "urlPayloadDecompressionFailed", "pasteboardHandoffDecryptionFailed"},
+      Case{TransportFault::wrongPayloadSize, "urlPayloadInvalid",
+           "the fault wrong-payload-size needs an answer by gzip, and this one travels by pasteboard"},
+      Case{TransportFault::wrongCompressedSize, "urlPayloadTooLarge",
+           "the fault wrong-compressed-size needs an answer by gzip, and this one travels by pasteboard"},
+  };
+  static_assert(cases.size() == allCases<TransportFault>().size());
+  for (const auto& [fault, compressed, sealed] : cases) {
+    SCOPED_TRACE(rawText(fault));
+    EXPECT_EQ(Payment(Transport::gzip).answered({.fault = fault}), compressed);
+    EXPECT_EQ(Payment(Transport::pasteboard).answered({.fault = fault}), sealed);
+    EXPECT_TRUE(Payment(Transport::url).answered({.fault = fault}).starts_with("the fault "));
+  }
+}
+
+TEST(Transports, LeaveTheRequestOnThePasteboardUntilTheAnswerReplacesIt) {
+  Payment payment(Transport::pasteboard);
+  const auto asked = payment.host.pasteboard->contents();
+  ASSERT_TRUE(payment.read());
+  EXPECT_EQ(payment.host.pasteboard->contents(), asked);
+  const auto callback = answer(*payment.read(), Decision{}, payment.ports());
+  const auto answered = payment.host.pasteboard->contents();
+  EXPECT_NE(answered, asked);
+  EXPECT_TRUE(answered.options.localOnly);
+  EXPECT_EQ(answered.options.expirationDate->secondsSince1970(), 1'700'000'300.75);
+  EXPECT_TRUE(payment.host.sdk->handleCallback(**callback));
+  EXPECT_TRUE(payment.host.pasteboard->items().empty());
+}
+
+}  // namespace
+}  // namespace tilvanego::sandbox

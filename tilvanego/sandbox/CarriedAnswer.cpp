@@ -1,0 +1,133 @@
+#include <tilvanego/sandbox/CarriedAnswer.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <tilvanego/transports/CompressedURLPayload.h>
+#include <tilvanego/transports/PaymentPasteboardHandoff.h>
+
+namespace tilvanego::sandbox {
+namespace {
+
+using detail::PaymentHandoffDirection;
+using detail::PaymentHandoffEnvelope;
+
+constexpr std::string_view plainText = "approved";
+
+std::unexpected<SandboxError> wrong(std::string_view message) {
+  return std::unexpected(SandboxError{std::string(message)});
+}
+
+/// What an envelope says of the answer in it.
+struct Label {
+  PaymentHandoffDirection direction;
+  std::string requestId;
+};
+
+Label labelOf(const LaunchLink& link, const Decision& decision) {
+  Label label{PaymentHandoffDirection::result, link.requestId().value_or("")};
+  if (decision.fault == TransportFault::wrongDirection) label.direction = PaymentHandoffDirection::request;
+  if (decision.fault == TransportFault::wrongRequestId) label.requestId += "-other";
+  return label;
+}
+
+detail::ResultQueryItems mapOf(std::vector<QueryItem> items) {
+  detail::ResultQueryItems map;
+  for (auto& [name, value] : items) map.emplace(std::move(name), *std::move(value));
+  return map;
+}
+
+/// Changes base64 text within its last eight bytes. In a gzip stream they are the checksum and the length, in
+/// a sealed box a part of the tag, so that the change can't go unnoticed.
+void tamper(std::string& text) {
+  char& letter = text.at(text.size() - 8);
+  letter = letter == 'A' ? 'B' : 'A';
+}
+
+std::expected<PaymentHandoffEnvelope, detail::HandoffFailure> sealed(const LaunchLink& link,
+                                                                     const Decision& decision,
+                                                                     std::string_view handoffId,
+                                                                     const Date& createdAt,
+                                                                     RandomSource& randomSource) {
+  const Label label = labelOf(link, decision);
+  if (decision.fault == TransportFault::notJSON) {
+    return detail::sealPlaintext(plainText, label.direction, handoffId, label.requestId, createdAt,
+                                 randomSource);
+  }
+  return detail::sealHandoffEnvelope(
+      detail::PaymentHandoffResultPayload{mapOf(answerItems(link, decision.outcome))}, label.direction,
+      handoffId, label.requestId, createdAt, randomSource);
+}
+
+/// Whether the pasteboard has taken the envelope. It keeps one that has expired as long as a fresh one: else
+/// the host would find none, and couldn't refuse it.
+bool place(Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope, const Date& now) {
+  const auto text = json::encode(envelope, detail::envelopeFormat);
+  if (!text) return false;
+  PasteboardItem item;
+  for (const std::string_view type : detail::handoffTextTypes) item.emplace(type, *text);
+  const Date keptUntil = Date::fromSecondsSince1970(now.secondsSince1970() + detail::handoffLifetime);
+  pasteboard.setItems({std::move(item)}, {.localOnly = true, .expirationDate = keptUntil});
+  return detail::pasteboardHandoffText(pasteboard) == text;
+}
+
+std::expected<detail::CompressedPayload, detail::URLPayloadFailure> compressed(const LaunchLink& link,
+                                                                               const Decision& decision,
+                                                                               const Date& now) {
+  if (decision.fault == TransportFault::notJSON) {
+    auto payload = detail::compressPayloadJSON(plainText);
+    if (!payload) return std::unexpected(std::move(payload).error());
+    return *std::move(payload);
+  }
+  Label label = labelOf(link, decision);
+  return detail::encodeCompressedPayload(detail::makeURLPayloadEnvelope(
+      label.direction, std::move(label.requestId), now,
+      detail::PaymentURLResultPayload{mapOf(answerItems(link, decision.outcome))}));
+}
+
+}  // namespace
+
+std::expected<std::vector<QueryItem>, SandboxError> compressedAnswer(const LaunchLink& link,
+                                                                     const Decision& decision,
+                                                                     const HandoffPorts& ports) {
+  auto payload = compressed(link, decision, ports.clock->now());
+  if (!payload) return wrong("the answer is too long to travel compressed");
+  if (decision.outcome == Outcome::tampered) tamper(payload->text);
+  if (decision.fault == TransportFault::wrongPayloadSize) ++payload->jsonSize;
+  if (decision.fault == TransportFault::wrongCompressedSize) ++payload->compressedSize;
+  return std::vector<QueryItem>{
+      {"transport", std::string(rawText(Transport::gzip))},
+      {"encoding", std::string(detail::payloadEncoding)},
+      {"payload", std::move(payload->text)},
+      {"payload_size", std::to_string(payload->jsonSize)},
+      {"compressed_size", std::to_string(payload->compressedSize)},
+  };
+}
+
+std::expected<std::vector<QueryItem>, SandboxError> sealedAnswer(const LaunchLink& link,
+                                                                 const Decision& decision,
+                                                                 const HandoffPorts& ports) {
+  if (ports.pasteboard == nullptr) {
+    return wrong("the answer needs a pasteboard, and this sandbox was given none");
+  }
+  const Date now = ports.clock->now();
+  const double age = decision.outcome == Outcome::expired ? detail::handoffLifetime + 1 : 0;
+  const Date createdAt = Date::fromSecondsSince1970(now.secondsSince1970() - age);
+
+  const auto sealedId = detail::makeHandoffId(*ports.randomSource);
+  const auto namedId = decision.fault == TransportFault::foreignHandoff
+                           ? detail::makeHandoffId(*ports.randomSource)
+                           : sealedId;
+  if (!sealedId || !namedId) return wrong("the random source gave no bytes for a handoff id");
+  auto envelope = sealed(link, decision, *sealedId, createdAt, *ports.randomSource);
+  if (!envelope) return wrong("the answer couldn't be sealed");
+  if (decision.outcome == Outcome::tampered) tamper(envelope->ciphertext);
+  if (!place(*ports.pasteboard, *envelope, now)) return wrong("the pasteboard didn't take the answer");
+  return std::vector<QueryItem>{
+      {"transport", std::string(rawText(Transport::pasteboard))},
+      {"resultHandoffId", *namedId},
+  };
+}
+
+}  // namespace tilvanego::sandbox

@@ -1,0 +1,18 @@
+#include <tilvanego/sandbox/HandoffPorts.h>
+
+#include <tilvanego/platform/OpenSSLRandomSource.h>
+#include <tilvanego/platform/SystemClock.h>
+
+namespace tilvanego::sandbox {
+
+const Clock& systemClock() {
+  static const SystemClock one;
+  return one;
+}
+
+RandomSource& systemRandomSource() {
+  static OpenSSLRandomSource one;
+  return one;
+}
+
+}  // namespace tilvanego::sandbox
