@@ -1,6 +1,7 @@
 // The payment application, once more: written from the wire forms alone, it shares no code with the library.
 //
-//     node payment_app.mjs --report FILE --pasteboard DIRECTORY --now SECONDS --answer FORM [--alter NAME=VALUE]... LINK
+//     node payment_app.mjs --report FILE --pasteboard DIRECTORY --now SECONDS --answer FORM
+//                          [--alter NAME=VALUE]... LINK
 //
 // Reads the link, holding it to every promise of its form, and writes three lines to FILE: the form that the request
 // came in, the request as JSON, the callback URL to be opened. The status is 0 only if all was as promised. FORM is
@@ -11,7 +12,8 @@ import { writeFileSync } from 'node:fs';
 import { parseArgs } from 'node:util';
 import { deflateSync, gunzipSync, gzipSync } from 'node:zlib';
 import { readPasteboard, writePasteboard } from './pasteboard_file.mjs';
-import { canonical, checkRequest, dateText, query, readBase64URL, readCanonical, readDate, readLink } from './wire.mjs';
+import { canonical, checkRequest, dateText, query, readBase64URL, readCanonical, readDate, readLink }
+  from './wire.mjs';
 
 const SDK_VERSION = '1.0.0';
 const TEXT_TYPES = ['public.utf8-plain-text', 'public.plain-text', 'public.text'];
@@ -41,8 +43,8 @@ function readInline(items) {
 }
 
 function readGzip(items) {
-  assert.deepEqual([...items.keys()], ['transport', 'encoding', 'payload', 'payload_size', 'compressed_size', 'callbackUrl',
-    'requestId', 'sdkVersion']);
+  assert.deepEqual([...items.keys()], ['transport', 'encoding', 'payload', 'payload_size', 'compressed_size',
+    'callbackUrl', 'requestId', 'sdkVersion']);
   assert.deepEqual([items.get('encoding'), items.get('sdkVersion')], ['gzip-json', SDK_VERSION]);
   const compressed = readBase64URL(items.get('payload'));
   assert.equal(items.get('compressed_size'), String(compressed.length));
