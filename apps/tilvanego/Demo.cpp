@@ -29,7 +29,6 @@ namespace {
 
 using sandbox::SandboxApplication;
 using sandbox::SandboxError;
-using StartPayment = void (TilvaneGo::*)(PaymentRequest, TilvaneGo::PaymentCompletion);
 
 constexpr std::array<std::string_view, 7> secretNames{
     "basic_token", "basicToken", "payload", "clear_pan", "clearPan", "clear_track2", "clearTrack2"};
@@ -51,30 +50,37 @@ std::string withoutSecrets(const URL& url) {
 class Demo {
  public:
   Demo(std::optional<sandbox::Outcome> outcome, Terminal& terminal) : terminal_(terminal) {
-    auto application = std::make_unique<SandboxApplication>(loop_, [this](const URL& url) { receive(url); });
+    const auto clock = std::make_shared<const SystemClock>();
+    auto randomSource = std::make_unique<OpenSSLRandomSource>();
+    auto pasteboard = std::make_unique<MemoryPasteboard>(clock);
+    // The platform keeps all of it as long as the process.
+    auto application = std::make_unique<SandboxApplication>(
+        loop_, [this](const URL& url) { receive(url); },
+        sandbox::HandoffPorts{
+            .pasteboard = pasteboard.get(), .clock = clock.get(), .randomSource = randomSource.get()});
     application->setOutcome(outcome);
     application->setObserver([this](const URL& link, const auto& handled) { showHandled(link, handled); });
-    const auto clock = std::make_shared<const SystemClock>();
     TilvaneGo::usePlatform({
         .mainQueue = &loop_,
         .clock = clock,
-        .randomSource = std::make_unique<OpenSSLRandomSource>(),
+        .randomSource = std::move(randomSource),
         .debugOutput = std::make_unique<RecordingDebugOutput>(),
-        .pasteboard = std::make_unique<MemoryPasteboard>(clock),
+        .pasteboard = std::move(pasteboard),
         .application = std::move(application),
     });
   }
 
-  /// Starts an operation by its public functions and shows how it ends. False if it can't be shown to its
-  /// end.
-  template <auto Start, auto Cancel, class Request>
-  [[nodiscard]] bool show(std::string_view title, std::string_view asks, const Request& request) {
+  /// Starts an operation by its public functions and shows how it ends. `choices` are what its start takes
+  /// beside the request. False if it can't be shown to its end.
+  template <auto Start, auto Cancel, class Request, class... Choices>
+  [[nodiscard]] bool show(std::string_view title, std::string_view asks, const Request& request,
+                          const Choices&... choices) {
     terminal_.heading(title);
     terminal_.line("the host asks", asks);
     shown_ = true;
     ended_ = false;
     TilvaneGo& sdk = TilvaneGo::shared();
-    (sdk.*Start)(request, [this](const auto& result) { this->showResult(result); });
+    (sdk.*Start)(request, choices..., [this](const auto& result) { this->showResult(result); });
     loop_.runPending();
     if (!ended_) {
       terminal_.bad("the result", "none: it is pending until a callback comes or the host cancels it");
@@ -152,8 +158,10 @@ bool showPayment(Demo& demo, const Decimal& amount, const PaymentLaunchTransport
                                 .callbackURL = callbackURL(),
                                 .customId = "table 7",
                                 .credentials = credentials()});
-  return demo.show<static_cast<StartPayment>(&TilvaneGo::startPayment), &TilvaneGo::cancelPendingPayment>(
-      "A payment by " + transport.text(), "to take " + amount.text() + " EUR", request);
+  constexpr void (TilvaneGo::*start)(PaymentRequest, const PaymentLaunchTransport&,
+                                     TilvaneGo::PaymentCompletion) = &TilvaneGo::startPayment;
+  return demo.show<start, &TilvaneGo::cancelPendingPayment>(
+      "A payment by " + transport.text(), "to take " + amount.text() + " EUR", request, transport);
 }
 
 /// Each operation but the payment, once.

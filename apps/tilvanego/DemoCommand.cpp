@@ -1,5 +1,6 @@
 #include "DemoCommand.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,11 +22,24 @@ struct DemoArguments {
   std::string outcome;
 };
 
-std::vector<PaymentLaunchTransport> allTransports() { return {PaymentLaunchTransport::urlScheme()}; }
+/// Fewer than the payment's inline link has, so that `automatic` is seen to choose.
+constexpr std::int64_t automaticLimit = 100;
+
+struct NamedTransport {
+  std::string name;
+  PaymentLaunchTransport transport;
+};
+
+std::vector<NamedTransport> allTransports() {
+  return {{"urlScheme", PaymentLaunchTransport::urlScheme()},
+          {"gzip", PaymentLaunchTransport::gzip()},
+          {"pasteboard", PaymentLaunchTransport::pasteboard()},
+          {"automatic", PaymentLaunchTransport::automatic(automaticLimit)}};
+}
 
 std::vector<std::string> transportNames() {
   std::vector<std::string> names;
-  for (const auto& one : allTransports()) names.push_back(one.text());
+  for (const auto& one : allTransports()) names.push_back(one.name);
   return names;
 }
 
@@ -45,8 +59,8 @@ int runDemoCommand(const DemoArguments& arguments) {
                       .amount = *Decimal::parseExact(arguments.amount),
                       .outcome = fromRawText<sandbox::Outcome>(arguments.outcome)};
   for (const auto& one : allTransports()) {
-    if (arguments.transports.empty() || one.text() == arguments.transports.front())
-      options.transports.push_back(one);
+    if (arguments.transports.empty() || one.name == arguments.transports.front())
+      options.transports.push_back(one.transport);
   }
   Terminal terminal;
   return runDemo(options, terminal) ? exitDone : exitFailed;

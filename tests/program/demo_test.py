@@ -15,8 +15,21 @@ def results(*arguments):
 
 
 class Demo(unittest.TestCase):
-    def test_every_operation_is_shown_to_its_end(self):
-        self.assertEqual(results(), (0, ["success", "initialized"] + 7 * ["success"]))
+    def test_every_transport_and_every_operation_is_shown_to_its_end(self):
+        self.assertEqual(results(), (0, 4 * ["success"] + ["initialized"] + 7 * ["success"]))
+
+    def test_each_transport_carries_a_payment_by_itself(self):
+        for transport, mark in [("urlScheme", b"?request_id="), ("gzip", b"payload=hidden"),
+                                ("pasteboard", b"handoffId="), ("automatic", b"payload=hidden")]:
+            shown = run("demo", "--transport", transport).stdout
+            self.assertEqual((shown.count(b"the result"), shown.count(b"success")), (1, 1), transport)
+            self.assertIn(mark, shown)
+
+    def test_an_answer_may_be_changed_on_its_way_or_come_too_late(self):
+        for transport, outcome, error in [("gzip", "tampered", "urlPayloadDecompressionFailed"),
+                                          ("pasteboard", "tampered", "pasteboardHandoffDecryptionFailed"),
+                                          ("pasteboard", "expired", "pasteboardHandoffExpired")]:
+            self.assertEqual(results("--transport", transport, "--outcome", outcome), (0, [f"failure, {error}"]))
 
     def test_amount_outcome_and_transport_narrow_it(self):
         only = ["--transport", "urlScheme"]

@@ -1,10 +1,11 @@
-"""Payments by each transport: what no script can show, since it depends on chance."""
+"""Payments by each transport: what no script can show, since it depends on chance or on another process."""
 
 import json
+import os
 import random
 import unittest
 
-from running import RunningHost, payment
+from running import PROGRAM, InDirectory, RunningHost, payment
 
 # More than a link can carry, and nothing to compress.
 LONG = "".join(random.Random(1).choices("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789", k=120_000))
@@ -54,6 +55,42 @@ class Leaving(unittest.TestCase):
         for start in [by("urlScheme", notes=LONG), payment(notes=LONG)]:
             self.assertIn(f"notes={LONG}&", self.host.ask(start, "open")["open"])
             self.host.tell({"cancel": "payment"})
+
+
+class ThroughTheStore(InDirectory):
+    """A host and a payment application, each a process, with the user's pasteboard between them."""
+
+    def host(self, *sandbox):
+        answer = f"{PROGRAM} callback {self.socket}"
+        application = f"{PROGRAM} sandbox --pasteboard store {' '.join(sandbox)} --open '{answer}'"
+        return RunningHost("--pasteboard", "store", "--open", application, "--callbacks", str(self.socket),
+                           env=os.environ | {"XDG_RUNTIME_DIR": str(self.directory)})
+
+    def test_a_sealed_payment_goes_out_and_comes_back_and_leaves_nothing(self):
+        for transport in ["pasteboard", "gzip"]:
+            with self.host("--answer", "same", "--outcome", "approve") as host:
+                paid = host.ask(by(transport, customId="table 7 ü+&"), "completion")["value"]
+                self.assertEqual((paid["case"], paid["response"]["customId"]), ("success", "table 7 ü+&"))
+                left = host.ask({"getPasteboard": True}, "pasteboard")
+                self.assertEqual(left, {"pasteboard": [], "localOnly": False, "expirationDate": None})
+
+    def test_a_payment_of_any_length_comes_through(self):
+        with self.host("--answer", "same", "--outcome", "decline") as host:
+            self.assertEqual(host.ask(by({"automatic": 2000}, notes=LONG), "completion")["value"]["case"], "declined")
+
+    def test_any_transport_may_be_answered_by_any_other(self):
+        for transport in ["urlScheme", "gzip", "pasteboard"]:
+            for answer in ["url", "gzip", "pasteboard"]:
+                with self.host("--answer", answer, "--outcome", "approve") as host:
+                    paid = host.ask(by(transport), "completion")["value"]
+                    self.assertEqual(paid["case"], "success", (transport, answer))
+
+    def test_an_answer_that_was_changed_or_came_too_late_is_refused(self):
+        for transport, outcome, error in [("gzip", "tampered", "urlPayloadDecompressionFailed"),
+                                          ("pasteboard", "tampered", "pasteboardHandoffDecryptionFailed"),
+                                          ("pasteboard", "expired", "pasteboardHandoffExpired")]:
+            with self.host("--answer", "same", "--outcome", outcome) as host:
+                self.assertEqual(host.ask(by(transport), "completion")["value"]["error"], error)
 
 
 if __name__ == "__main__":
