@@ -68,7 +68,6 @@ template <class Result, std::size_t Count>
 ///
 /// Nothing means that the URL isn't for this operation. Everything else that is wrong with it is a failure.
 template <class Operation>
-// NOLINTNEXTLINE(performance-unnecessary-value-param): moved into the response, which the check doesn't see.
 [[nodiscard]] std::optional<typename Operation::Result> parseCallback(URL url,
                                                                       const std::string* expectedRequestId,
                                                                       const URL* expectedCallbackURL) {

@@ -53,7 +53,6 @@ class TransactionListResponse {
     /// bits.
     std::optional<std::int64_t> transactionCount = std::nullopt;
     /// Empty but in a success.
-    // NOLINTNEXTLINE(readability-redundant-member-init): lets it be left out without a warning.
     std::vector<TilvaneGoTransaction> transactions = {};
     bool operator==(const Fields&) const = default;
   };
