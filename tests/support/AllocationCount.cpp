@@ -7,15 +7,19 @@
 namespace {
 
 std::atomic<std::size_t> allocations = 0;
+std::atomic<std::size_t> bytes = 0;
 
 }  // namespace
 
 std::size_t tilvanego::test::allocationCount() { return allocations; }
 
+std::size_t tilvanego::test::allocatedBytes() { return bytes; }
+
 // The array forms call these. They stand apart from the tests, or g++ would inline one of a pair and warn of
 // a mismatch.
 void* operator new(std::size_t size) {
   ++allocations;
+  bytes += size;
   if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }

@@ -8,6 +8,9 @@ namespace tilvanego::test {
 /// are built with AllocationCount.cpp, which replaces the global operators.
 std::size_t allocationCount();
 
+/// How many bytes it has asked for in all of these calls.
+std::size_t allocatedBytes();
+
 /// How often `action` allocates.
 template <typename Action>
 std::size_t allocationsOf(Action action) {

@@ -21,8 +21,10 @@ namespace tilvanego::test {
 /// Entries read "debug TEXT", "log LEVEL TEXT", "open URL"; tests add their completions by `note`.
 class TestHost {
  public:
-  TestHost() {
+  /// Random bytes are the system's, unless a source for them is given.
+  explicit TestHost(std::unique_ptr<RandomSource> randomSource = nullptr) {
     Platform platform = Platform::standard(loop);
+    if (randomSource) platform.randomSource = std::move(randomSource);
     auto memoryApplication = std::make_unique<MemoryApplication>(loop);
     application = memoryApplication.get();
     application->setOnOpen([this](const URL& url) { note("open " + url.absoluteString()); });
