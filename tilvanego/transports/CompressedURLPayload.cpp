@@ -72,8 +72,11 @@ std::expected<std::string, PaymentError> payloadJSON(const URL& url) {
       *jsonSize > maxPayloadJSON) {
     return tooLarge();
   }
-  auto json = gzipDecompress(*compressed, maxPayloadJSON);
-  if (json && json->size() != *jsonSize) return invalid();
+  std::string json;
+  json.reserve(*jsonSize + gzipChunk);
+  if (auto done = gzipDecompress(*compressed, maxPayloadJSON, json); !done)
+    return std::unexpected(done.error());
+  if (json.size() != *jsonSize) return invalid();
   return json;
 }
 

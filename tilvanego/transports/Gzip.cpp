@@ -1,7 +1,9 @@
 #include <tilvanego/transports/Gzip.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -15,15 +17,9 @@ constexpr int gzipWindowBits = 15 + 16;
 constexpr int gzipOrZlibWindowBits = 15 + 32;
 constexpr int memoryLevel = 8;
 
-/// zlib's memory, kept from one stream to the next: given back to the system and taken anew, its pages would
-/// cost more than compressing a short request does.
+/// zlib's memory, which is given back to the system at the end alone, and wiped before.
 class KeptMemory {
  public:
-  KeptMemory() = default;
-  KeptMemory(const KeptMemory&) = delete;
-  KeptMemory& operator=(const KeptMemory&) = delete;
-  ~KeptMemory() { wipe(); }
-
   void* take(std::size_t size) {
     auto found =
         std::ranges::find_if(blocks_, [&](const Block& one) { return !one.taken && one.size == size; });
@@ -41,11 +37,6 @@ class KeptMemory {
     for (const Block& block : blocks_) OPENSSL_cleanse(block.bytes.get(), block.size);
   }
 
-  static KeptMemory& ofThread() {
-    static thread_local KeptMemory one;
-    return one;
-  }
-
  private:
   struct Block {
     std::unique_ptr<std::uint8_t[]> bytes;
@@ -60,82 +51,113 @@ void* takeMemory(void* kept, unsigned count, unsigned size) {
 }
 void giveMemoryBack(void* kept, void* memory) { static_cast<KeptMemory*>(kept)->giveBack(memory); }
 
-/// A zlib stream that has all of its input, and ends by `end`.
-class Stream {
+/// One step of `work` into a chunk of room at `to`. Gives zlib's result and how many bytes it made.
+std::pair<int, std::size_t> step(z_stream& stream, int (*work)(z_stream*, int), int flush, std::uint8_t* to) {
+  stream.next_out = to;
+  stream.avail_out = gzipChunk;
+  const int result = work(&stream, flush);
+  return {result, gzipChunk - stream.avail_out};
+}
+
+struct Deflating {
+  static int init(z_stream& stream) {
+    return deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, gzipWindowBits, memoryLevel,
+                        Z_DEFAULT_STRATEGY);
+  }
+  static int reset(z_stream& stream) { return deflateReset(&stream); }
+  static void end(z_stream& stream) { deflateEnd(&stream); }
+};
+
+struct Inflating {
+  static int init(z_stream& stream) { return inflateInit2(&stream, gzipOrZlibWindowBits); }
+  static int reset(z_stream& stream) { return inflateReset(&stream); }
+  static void end(z_stream& stream) { inflateEnd(&stream); }
+};
+
+/// The thread's stream of a kind, kept from one text to the next: begun anew each time, its memory would cost
+/// more than the work on a short text does.
+template <class Kind>
+class KeptStream {
  public:
-  explicit Stream(std::span<const std::uint8_t> input, int (*end)(z_stream*)) : end_(end) {
+  KeptStream() {
+    zlib_.zalloc = takeMemory;
+    zlib_.zfree = giveMemoryBack;
+    zlib_.opaque = &memory_;
+  }
+  KeptStream(const KeptStream&) = delete;
+  KeptStream& operator=(const KeptStream&) = delete;
+  ~KeptStream() { wipe(); }
+
+  /// The stream at its beginning, with all of its input; null if zlib can't begin.
+  z_stream* begin(std::span<const std::uint8_t> input) {
+    // zlib counts its input in an `unsigned`.
+    if (!std::in_range<unsigned>(input.size())) return nullptr;
+    if (begun_ && Kind::reset(zlib_) != Z_OK) wipe();
+    if (!begun_) begun_ = Kind::init(zlib_) == Z_OK;
+    if (!begun_) return nullptr;
     // zlib doesn't write to its input; its pointer isn't const unless asked.
     zlib_.next_in = const_cast<std::uint8_t*>(input.data());
     zlib_.avail_in = static_cast<unsigned>(input.size());
+    return &zlib_;
   }
-  Stream(const Stream&) = delete;
-  Stream& operator=(const Stream&) = delete;
-  ~Stream() {
-    if (begun_) end_(&zlib_);
-  }
-
-  [[nodiscard]] bool beginDeflate() {
-    zlib_.zalloc = takeMemory;
-    zlib_.zfree = giveMemoryBack;
-    zlib_.opaque = &KeptMemory::ofThread();
-    begun_ = deflateInit2(&zlib_, Z_DEFAULT_COMPRESSION, Z_DEFLATED, gzipWindowBits, memoryLevel,
-                          Z_DEFAULT_STRATEGY) == Z_OK;
-    return begun_;
-  }
-  [[nodiscard]] bool beginInflate() {
-    begun_ = inflateInit2(&zlib_, gzipOrZlibWindowBits) == Z_OK;
-    return begun_;
+  void wipe() {
+    if (begun_) Kind::end(zlib_);
+    begun_ = false;
+    memory_.wipe();
   }
 
-  /// One step of `work` into a chunk of room behind `output`. Gives zlib's result.
-  template <class Output>
-  int step(Output& output, int (*work)(z_stream*, int), int flush) {
-    const std::size_t before = output.size();
-    output.resize(before + gzipChunk);
-    zlib_.next_out = reinterpret_cast<std::uint8_t*>(output.data()) + before;
-    zlib_.avail_out = gzipChunk;
-    const int result = work(&zlib_, flush);
-    output.resize(before + gzipChunk - zlib_.avail_out);
-    return result;
+  static KeptStream& ofThread() {
+    static thread_local KeptStream one;
+    return one;
   }
 
  private:
+  KeptMemory memory_;
   z_stream zlib_{};
-  int (*end_)(z_stream*);
   bool begun_ = false;
 };
-
-/// zlib counts its input in an `unsigned`.
-bool fits(std::span<const std::uint8_t> bytes) { return std::in_range<unsigned>(bytes.size()); }
 
 }  // namespace
 
 std::expected<Bytes, PaymentError> gzipCompress(std::span<const std::uint8_t> bytes) {
   const auto failure = [] { return std::unexpected(PaymentError::UrlPayloadInvalid{}); };
-  Stream stream(bytes, deflateEnd);
-  if (!fits(bytes) || !stream.beginDeflate()) return failure();
+  z_stream* const stream = KeptStream<Deflating>::ofThread().begin(bytes);
+  if (stream == nullptr) return failure();
   Bytes output;
+  std::array<std::uint8_t, gzipChunk> chunk;
   int result = Z_OK;
-  while (result == Z_OK) result = stream.step(output, deflate, Z_FINISH);
+  while (result == Z_OK) {
+    std::size_t made = 0;
+    std::tie(result, made) = step(*stream, deflate, Z_FINISH, chunk.data());
+    output.insert(output.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(made));
+  }
   if (result != Z_STREAM_END) return failure();
   return output;
 }
 
-void wipeGzipMemory() { KeptMemory::ofThread().wipe(); }
+void wipeGzipMemory() {
+  KeptStream<Deflating>::ofThread().wipe();
+  KeptStream<Inflating>::ofThread().wipe();
+}
 
-std::expected<std::string, PaymentError> gzipDecompress(std::span<const std::uint8_t> bytes,
-                                                        std::size_t limit) {
+std::expected<void, PaymentError> gzipDecompress(std::span<const std::uint8_t> bytes, std::size_t limit,
+                                                 std::string& output) {
   const auto failure = [] { return std::unexpected(PaymentError::UrlPayloadDecompressionFailed{}); };
-  Stream stream(bytes, inflateEnd);
-  if (!fits(bytes) || !stream.beginInflate()) return failure();
-  std::string output;
+  z_stream* const stream = KeptStream<Inflating>::ofThread().begin(bytes);
+  if (stream == nullptr) return failure();
   int result = Z_OK;
   while (result == Z_OK) {
-    result = stream.step(output, inflate, Z_NO_FLUSH);
+    const std::size_t before = output.size();
+    output.resize_and_overwrite(before + gzipChunk, [&](char* text, std::size_t) {
+      std::size_t made = 0;
+      std::tie(result, made) =
+          step(*stream, inflate, Z_NO_FLUSH, reinterpret_cast<std::uint8_t*>(text) + before);
+      return before + made;
+    });
     if (output.size() > limit) return std::unexpected(PaymentError::UrlPayloadTooLarge{});
   }
   if (result != Z_STREAM_END) return failure();
-  return output;
+  return {};
 }
 
 }  // namespace tilvanego::detail
