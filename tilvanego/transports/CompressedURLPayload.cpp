@@ -72,11 +72,8 @@ std::expected<std::string, PaymentError> payloadJSON(const URL& url) {
       *jsonSize > maxPayloadJSON) {
     return tooLarge();
   }
-  std::string json;
-  json.reserve(*jsonSize + gzipChunk);
-  if (auto done = gzipDecompress(*compressed, maxPayloadJSON, json); !done)
-    return std::unexpected(done.error());
-  if (json.size() != *jsonSize) return invalid();
+  auto json = gzipDecompress(*compressed, maxPayloadJSON, *jsonSize);
+  if (json && json->size() != *jsonSize) return invalid();
   return json;
 }
 

@@ -140,11 +140,13 @@ void wipeGzipMemory() {
   KeptStream<Inflating>::ofThread().wipe();
 }
 
-std::expected<void, PaymentError> gzipDecompress(std::span<const std::uint8_t> bytes, std::size_t limit,
-                                                 std::string& output) {
+std::expected<std::string, PaymentError> gzipDecompress(std::span<const std::uint8_t> bytes,
+                                                        std::size_t limit, std::size_t expectedSize) {
   const auto failure = [] { return std::unexpected(PaymentError::UrlPayloadDecompressionFailed{}); };
   z_stream* const stream = KeptStream<Inflating>::ofThread().begin(bytes);
   if (stream == nullptr) return failure();
+  std::string output;
+  output.reserve(std::min(expectedSize, limit) + gzipChunk);
   int result = Z_OK;
   while (result == Z_OK) {
     const std::size_t before = output.size();
@@ -157,7 +159,7 @@ std::expected<void, PaymentError> gzipDecompress(std::span<const std::uint8_t> b
     if (output.size() > limit) return std::unexpected(PaymentError::UrlPayloadTooLarge{});
   }
   if (result != Z_STREAM_END) return failure();
-  return {};
+  return output;
 }
 
 }  // namespace tilvanego::detail

@@ -23,11 +23,12 @@ inline constexpr std::size_t gzipChunk = 16'384;
 /// Wipes what the other two keep in this thread.
 void wipeGzipMemory();
 
-/// Appends what a gzip or zlib stream holds to `output`; bytes behind its end are ignored. Fails with
-/// `urlPayloadTooLarge` as soon as `output` has more than `limit` bytes, which are then at most `gzipChunk`
-/// too many; with `urlPayloadDecompressionFailed` for a stream that is damaged or cut off. What came before a
-/// failure stays in `output`. Room for what will come and `gzipChunk` more, reserved, saves moving it.
-[[nodiscard]] std::expected<void, PaymentError> gzipDecompress(std::span<const std::uint8_t> bytes,
-                                                               std::size_t limit, std::string& output);
+/// Reads a gzip or zlib stream; bytes behind its end are ignored. Fails with `urlPayloadTooLarge` as soon as
+/// there are more than `limit` bytes of output, of which at most `gzipChunk` more have then been made; with
+/// `urlPayloadDecompressionFailed` for a stream that is damaged or cut off. Room for `expectedSize` bytes, as
+/// far as the limit allows, is taken at once.
+[[nodiscard]] std::expected<std::string, PaymentError> gzipDecompress(std::span<const std::uint8_t> bytes,
+                                                                      std::size_t limit,
+                                                                      std::size_t expectedSize = 0);
 
 }  // namespace tilvanego::detail
