@@ -1,5 +1,6 @@
 """Runs `tilvanego sandbox` as a process. Its one argument is the program."""
 
+import json
 import os
 import pty
 import subprocess
@@ -60,6 +61,7 @@ class SandboxCommand(unittest.TestCase):
     def test_wrong_usage_is_told_apart(self):
         link = PAYMENT.format("1")
         for arguments in [(), (link, link), ("--outcome", "perhaps", link), ("--answer", "fax", link),
+                          ("--fault", "fax", link), ("--pasteboard", "fax", link),
                           ("--open", "'", link), ("--open", "", link), ("--colour", link)]:
             with self.subTest(arguments):
                 done = sandbox(*arguments)
@@ -68,6 +70,42 @@ class SandboxCommand(unittest.TestCase):
     def test_help_shows_the_amounts_that_decide(self):
         self.assertIn(".01 decline, .02 cancel, .03 fail, .04 silent, .05 wrong-id, .06 no-status, .07 unknown-status, "
                       ".08 tampered, .09 expired, any other approve", sandbox("--help").stdout)
+
+    def test_answers_by_the_transport_that_is_asked_for(self):
+        done = sandbox("--answer", "gzip", PAYMENT.format("1"))
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertTrue(done.stdout.splitlines()[-1].startswith("shop://done?transport=gzip&encoding=gzip-json&"))
+
+    def test_meets_a_host_on_the_users_pasteboard(self):
+        start = {"start": "payment", "transport": "pasteboard", "request": {
+            "requestId": "A-1", "amount": "12.5", "currency": "EUR", "transactionType": "sale", "requiresReaderReady": True,
+            "callbackURL": "shop://done",
+            "credentials": {"basicToken": "s3cret", "accountId": "acc", "environment": "CERT"}}}
+        with tempfile.TemporaryDirectory() as directory:
+            environment = os.environ | {"XDG_RUNTIME_DIR": directory}
+
+            def answered(*arguments):
+                host = subprocess.Popen([PROGRAM, "host", "--pasteboard", "store"], env=environment, encoding="utf-8",
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+                with host:
+                    print(json.dumps(start), file=host.stdin, flush=True)
+                    for event in map(json.loads, host.stdout):
+                        self.assertNotIn("error", event)
+                        if link := event.get("open"):
+                            break
+                    self.assertEqual(sandbox(link).returncode, 1)
+                    done = sandbox("--pasteboard", "store", *arguments, link, env=environment)
+                    self.assertEqual((done.returncode, done.stderr), (0, ""))
+                    self.assertEqual(done.stdout.splitlines()[:2], ["payment by pasteboard", "request_id: A-1"])
+                    self.assertNotIn("s3cret", done.stdout)
+                    print(json.dumps({"callback": done.stdout.splitlines()[-1]}), file=host.stdin, flush=True)
+                    events = list(map(json.loads, host.communicate()[0].splitlines()))
+                    return next(event["value"] for event in events if "completion" in event)
+
+            self.assertEqual(answered()["case"], "success")
+            self.assertEqual(answered("--answer", "gzip", "--outcome", "decline")["case"], "declined")
+            self.assertEqual(answered("--fault", "foreign-handoff")["error"], "pasteboardHandoffMissing")
+            self.assertEqual(answered("--outcome", "expired")["error"], "pasteboardHandoffExpired")
 
     def test_opens_the_callback_with_the_given_command(self):
         script = "printf %s \"$2\" > \"$1\""

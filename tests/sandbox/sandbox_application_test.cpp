@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <tilvanego/facade/FacadeAccess.h>
+#include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/sandbox/SandboxApplication.h>
 
@@ -18,8 +19,11 @@ struct Rehearsal {
   Rehearsal() {
     Platform platform = Platform::standard(loop);
     platform.debugOutput = std::make_unique<RecordingDebugOutput>();
+    auto pasteboard = std::make_unique<MemoryPasteboard>(platform.clock);
     auto application = std::make_unique<SandboxApplication>(
-        loop, [this](const URL& url) { events.push_back(sdk->handleCallback(url) ? "handled" : "ignored"); });
+        loop, [this](const URL& url) { events.push_back(sdk->handleCallback(url) ? "handled" : "ignored"); },
+        HandoffPorts{.pasteboard = pasteboard.get(), .clock = platform.clock.get()});
+    platform.pasteboard = std::move(pasteboard);
     sandbox = application.get();
     sandbox->setObserver([this](const URL&, const auto& handled) {
       events.push_back(handled ? std::string(rawText(handled->outcome)) : handled.error().message);
@@ -28,12 +32,13 @@ struct Rehearsal {
     sdk = detail::FacadeAccess::make(std::move(platform));
   }
 
-  void pay(std::string_view amount) {
+  void pay(std::string_view amount,
+           const PaymentLaunchTransport& transport = PaymentLaunchTransport::urlScheme()) {
     sdk->startPayment(PaymentRequest({.requestId = "A-1",
                                       .amount = *Decimal::parse(amount),
                                       .currency = "EUR",
                                       .callbackURL = *URL::parse("shop://done")}),
-                      [this](const PaymentResult& result) { events.emplace_back(result.name()); });
+                      transport, [this](const PaymentResult& result) { events.emplace_back(result.name()); });
     events.emplace_back("started");
     loop.runPending();
   }
@@ -59,6 +64,37 @@ TEST(SandboxApplication, DoesWhatTheHostSetInsteadOfTheAmount) {
   rehearsal.sandbox->setOutcome(Outcome::cancel);
   rehearsal.pay("12.01");
   EXPECT_EQ(rehearsal.events, (Events{"cancel", "started", "cancelled", "handled"}));
+}
+
+TEST(SandboxApplication, AnswersAsTheRequestCameUnlessTheHostSetATransport) {
+  Rehearsal rehearsal;
+  std::vector<std::string> callbacks;
+  rehearsal.sandbox->setObserver([&](const URL&, const auto& handled) {
+    callbacks.push_back(handled ? handled->callback->absoluteString().substr(0, 27)
+                                : handled.error().message);
+  });
+  rehearsal.pay("12", PaymentLaunchTransport::gzip());
+  rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
+  rehearsal.sandbox->setAnswer(Transport::gzip);
+  rehearsal.pay("12");
+  rehearsal.sdk->reboot(RebootRequest({.requestId = "A-2", .callbackURL = *URL::parse("shop://done")}),
+                        [&](const RebootResult& result) { rehearsal.events.emplace_back(result.name()); });
+  rehearsal.loop.runPending();
+  EXPECT_EQ(callbacks, (Events{"shop://done?transport=gzip&", "shop://done?transport=paste",
+                               "shop://done?transport=gzip&", "shop://done?request_id=A-2&"}));
+  EXPECT_EQ(rehearsal.events, (Events{"started", "success", "handled", "started", "success", "handled",
+                                      "started", "success", "handled", "success", "handled"}));
+}
+
+TEST(SandboxApplication, LetsTheSetFaultHappenToEachAnswer) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setFault(TransportFault::wrongDirection);
+  rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
+  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "failure", "handled"}));
+  rehearsal.pay("12");
+  EXPECT_EQ(rehearsal.events.at(4),
+            "the fault wrong-direction needs an answer by gzip or pasteboard, and this one travels by url");
+  EXPECT_TRUE(rehearsal.sdk->isPaymentInProgress());
 }
 
 TEST(SandboxApplication, LeavesAPaymentPendingThatItCantOrWontAnswer) {

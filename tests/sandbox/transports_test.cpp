@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -178,6 +180,112 @@ TEST(Transports, LeaveTheRequestOnThePasteboardUntilTheAnswerReplacesIt) {
   EXPECT_EQ(answered.options.expirationDate->secondsSince1970(), 1'700'000'300.75);
   EXPECT_TRUE(payment.host.sdk->handleCallback(**callback));
   EXPECT_TRUE(payment.host.pasteboard->items().empty());
+}
+
+/// Why a link that was changed can't be read.
+std::string errorOf(const Payment& payment, std::string_view part, std::string_view by) {
+  std::string text = payment.link->absoluteString();
+  const std::size_t at = text.find(part);
+  EXPECT_NE(at, std::string::npos) << part;
+  text.replace(at, part.size(), by);
+  const auto read = LaunchLink::read(*URL::parse(text), payment.ports());
+  return read ? "" : read.error().message;
+}
+
+TEST(Transports, SayWhyARequestCantBeRead) {
+  struct Case {
+    Transport transport;
+    std::string_view part;
+    std::string_view by;
+    std::string_view message;
+  };
+  const std::array cases{
+      Case{Transport::gzip, "sdkVersion", "x", "the link has no sdkVersion"},
+      Case{Transport::gzip, "&payload=", "&x=", "the link has no payload"},
+      Case{Transport::gzip, "gzip-json", "GZIP-JSON",
+           "the link's payload isn't gzip-json in URL-safe base64, or hasn't its payload_size"},
+      Case{Transport::gzip, "payload=", "payload=*",
+           "the link's payload isn't gzip-json in URL-safe base64, or hasn't its payload_size"},
+      Case{Transport::gzip, "payload_size=", "payload_size=1",
+           "the link's payload isn't gzip-json in URL-safe base64, or hasn't its payload_size"},
+      Case{Transport::gzip, "compressed_size=", "compressed_size=1",
+           "the link's payload is larger than it may be, or hasn't its compressed_size"},
+      Case{Transport::gzip, "payload=H4", "payload=A4", "the link's payload is no gzip stream"},
+      Case{Transport::gzip, "requestId=A", "requestId=B", "the link's payload is another request's"},
+      Case{Transport::gzip, "callbackUrl=shop", "callbackUrl=stop",
+           "the link's callbackUrl isn't its request's"},
+      Case{Transport::pasteboard, "callbackUrl=shop", "callbackUrl=stop",
+           "the link's callbackUrl isn't its request's"},
+      Case{Transport::pasteboard, "handoffId=", "x=", "the link has no handoffId"},
+      Case{Transport::pasteboard, "handoffId=", "handoffId=x",
+           "what lies on the pasteboard isn't this link's, or there is none"},
+      Case{Transport::pasteboard, "requestId=A", "requestId=B",
+           "what is sealed on the pasteboard is no request, or another one than the link's"},
+  };
+  for (const auto& [transport, part, by, message] : cases) {
+    EXPECT_EQ(errorOf(Payment(transport), part, by), message) << part;
+  }
+}
+
+TEST(Transports, SayWhatIsWrongOnThePasteboard) {
+  Payment late(Transport::pasteboard);
+  // What the library wrote stays as long as it can be opened.
+  late.host.clock->stopAt(Date::fromSecondsSince1970(1'700'000'300));
+  EXPECT_TRUE(late.read());
+  late.host.clock->stopAt(Date::fromSecondsSince1970(1'700'000'301));
+  EXPECT_EQ(late.read().error().message, "what lies on the pasteboard isn't this link's, or there is none");
+
+  Payment foreign(Transport::pasteboard);
+  foreign.host.pasteboard->place({{{"public.text", "hello"}}});
+  EXPECT_EQ(foreign.read().error().message, "what lies on the pasteboard isn't the expected JSON (byte 0)");
+
+  Payment changed(Transport::pasteboard);
+  std::string text = *changed.host.pasteboard->string();
+  char& letter = text.at(text.find("ciphertext") + 40);
+  letter = letter == 'A' ? 'B' : 'A';
+  changed.host.pasteboard->place({{{"public.text", text}}});
+  EXPECT_EQ(
+      changed.read().error().message,
+      "what is sealed on the pasteboard can't be decrypted: it was changed, or sealed for another link");
+  changed.host.clock->stopAt(Date::fromSecondsSince1970(1'700'000'301));
+  EXPECT_EQ(changed.read().error().message, "what lies on the pasteboard has expired");
+
+  const Payment none(Transport::pasteboard);
+  EXPECT_EQ(LaunchLink::read(*none.link).error().message,
+            "the link's request lies on the pasteboard, and this sandbox was given none");
+}
+
+/// A pasteboard that takes nothing, as one in a directory that can't be written.
+class FullPasteboard final : public Pasteboard {
+ public:
+  [[nodiscard]] std::optional<std::string> string() const override { return std::nullopt; }
+  [[nodiscard]] std::vector<PasteboardItem> items() const override { return {}; }
+  void setItems(std::vector<PasteboardItem> /*items*/, const PasteboardOptions& /*options*/) override {}
+};
+
+class NoRandomBytes final : public RandomSource {
+ public:
+  [[nodiscard]] bool fill(std::span<std::uint8_t> /*bytes*/) override { return false; }
+};
+
+TEST(Transports, NameNoAnswerThatCouldntBeLeft) {
+  const auto link = Payment(Transport::gzip).read();
+  const Decision decision{.transport = Transport::pasteboard};
+  FullPasteboard full;
+  EXPECT_EQ(answer(*link, decision, {.pasteboard = &full}).error().message,
+            "the pasteboard didn't take the answer");
+  NoRandomBytes none;
+  EXPECT_EQ(answer(*link, decision, {.pasteboard = &full, .randomSource = &none}).error().message,
+            "the random source gave no bytes for a handoff id");
+  EXPECT_EQ(answer(*link, decision).error().message,
+            "the answer needs a pasteboard, and this sandbox was given none");
+
+  const auto endless = LaunchLink::read(
+      *URL::parse("tilvanego://payment/v1/start?request_id=1&amount=1&type=sale&currency=EUR&return_url=a:b&"
+                  "require_reader_ready=true&custom_id=" +
+                  std::string(300'000, 'x')));
+  EXPECT_EQ(answer(*endless, {.transport = Transport::gzip}).error().message,
+            "the answer is too long to travel compressed");
 }
 
 }  // namespace
