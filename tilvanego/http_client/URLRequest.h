@@ -1,0 +1,27 @@
+#pragma once
+
+#include <tilvanego/http_client/HTTPHeaders.h>
+#include <tilvanego/values/Data.h>
+#include <tilvanego/values/URL.h>
+
+#include <optional>
+#include <string>
+
+namespace tilvanego {
+
+/// What is to be sent: a plain value that interceptors and encodings copy and change. The body is shared by
+/// the copies.
+struct URLRequest {
+  /// None only where a request was taken apart; a session refuses it.
+  std::optional<URL> url;
+  /// As it goes out, such as "GET".
+  std::string httpMethod = "GET";
+  HTTPHeaders headers;
+  std::optional<Data> httpBody;
+  /// Seconds without any byte before the request fails.
+  double timeoutInterval = 60;
+
+  bool operator==(const URLRequest&) const = default;
+};
+
+}  // namespace tilvanego

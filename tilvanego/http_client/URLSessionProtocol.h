@@ -1,0 +1,46 @@
+#pragma once
+
+#include <tilvanego/http_client/Failure.h>
+#include <tilvanego/http_client/Progress.h>
+#include <tilvanego/http_client/URLRequest.h>
+#include <tilvanego/http_client/URLResponse.h>
+#include <tilvanego/values/Data.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace tilvanego {
+
+/// One send: made suspended, started once, ended once. All operations may be called from any thread.
+class URLSessionDataTaskProtocol {
+ public:
+  virtual ~URLSessionDataTaskProtocol() = default;
+
+  /// Starts the send. A second call does nothing.
+  virtual void resume() = 0;
+  /// Unique among the tasks of the process's sessions.
+  [[nodiscard]] virtual int taskIdentifier() const = 0;
+  /// How far body and answer have come; cancelling it cancels the task.
+  [[nodiscard]] virtual std::shared_ptr<Progress> progress() const = 0;
+  /// Ends the send with the cancellation failure, unless it has ended. Never calls the completion handler
+  /// inside this call. A task that was never resumed ends too.
+  virtual void cancel() = 0;
+};
+
+/// Runs once for each resumed or cancelled task, on the session's own thread. Body and response may both be
+/// there beside a failure.
+using DataTaskCompletion =
+    std::function<void(std::optional<Data> data, URLResponsePointer response, std::optional<Failure> error)>;
+
+/// Where requests go: `URLSession` on libcurl, or a host's own.
+class URLSessionProtocol {
+ public:
+  virtual ~URLSessionProtocol() = default;
+
+  /// Makes a task that is sent when it is resumed. May be called from any thread.
+  virtual std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
+      const URLRequest& request, DataTaskCompletion completionHandler) = 0;
+};
+
+}  // namespace tilvanego

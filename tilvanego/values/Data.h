@@ -1,0 +1,40 @@
+#pragma once
+
+#include <tilvanego/values/Bytes.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace tilvanego {
+
+/// Binary data that is never changed once it is made, so that copies share it: a copy costs no more than a
+/// pointer's, however long the data. Different copies may be used on different threads.
+class Data {
+ public:
+  Data() = default;
+  explicit Data(Bytes bytes) : bytes_(std::make_shared<const Bytes>(std::move(bytes))) {}
+  explicit Data(std::string_view text) : Data(Bytes(text.begin(), text.end())) {}
+
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const {
+    return bytes_ ? std::span<const std::uint8_t>(*bytes_) : std::span<const std::uint8_t>();
+  }
+  /// The bytes as they are, whether or not they are UTF-8.
+  [[nodiscard]] std::string_view text() const {
+    const auto all = bytes();
+    return {reinterpret_cast<const char*>(all.data()), all.size()};
+  }
+  [[nodiscard]] std::size_t size() const { return bytes().size(); }
+  [[nodiscard]] bool empty() const { return bytes().empty(); }
+
+  bool operator==(const Data& other) const { return std::ranges::equal(bytes(), other.bytes()); }
+
+ private:
+  std::shared_ptr<const Bytes> bytes_;
+};
+
+}  // namespace tilvanego
