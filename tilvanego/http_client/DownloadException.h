@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace tilvanego {
+
+/// What is missing from a request or from a downloaded answer. A `FailureCause`.
+class DownloadException {
+ public:
+  enum Case : std::uint8_t {
+    responseDataMissing,
+    responseFailed,
+    requestMissing,
+    requestMissingPath,
+    requestMissingURL
+  };
+
+  constexpr DownloadException(Case value) : value_(value) {}
+
+  [[nodiscard]] constexpr Case value() const { return value_; }
+  /// One line for a developer.
+  [[nodiscard]] std::string description() const {
+    switch (value_) {
+      case responseDataMissing:
+        return "the answer to a download has no bytes";
+      case responseFailed:
+        return "a download failed on its way";
+      case requestMissing:
+        return "there is no request";
+      case requestMissingPath:
+        return "the request's URL has no path";
+      case requestMissingURL:
+        return "the request has no URL, or its text is none";
+    }
+    return "";
+  }
+
+  constexpr bool operator==(const DownloadException&) const = default;
+
+ private:
+  Case value_;
+};
+
+}  // namespace tilvanego
