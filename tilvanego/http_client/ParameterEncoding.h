@@ -1,0 +1,23 @@
+#pragma once
+
+#include <tilvanego/http_client/AnyValue.h>
+#include <tilvanego/http_client/Failure.h>
+#include <tilvanego/http_client/URLRequest.h>
+
+#include <expected>
+#include <optional>
+
+namespace tilvanego {
+
+/// A way to put a request's parameters into it, into its URL's query or into its body. Encodings hold no
+/// changing state: any thread may use one at any time.
+class ParameterEncoding {
+ public:
+  virtual ~ParameterEncoding() = default;
+
+  /// The request with the parameters in it, or why they can't be put there.
+  [[nodiscard]] virtual std::expected<URLRequest, Failure> encode(
+      URLRequest request, const std::optional<Parameters>& parameters) const = 0;
+};
+
+}  // namespace tilvanego
