@@ -23,8 +23,10 @@ FileDescriptor streamSocket() {
   return checked(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0), "socket");
 }
 
-FileDescriptor boundSocket() {
+FileDescriptor boundSocket(bool shared = false) {
   auto result = streamSocket();
+  const int reuse = shared ? 1 : 0;
+  setsockopt(result.get(), SOL_SOCKET, SO_REUSEPORT, &reuse, sizeof reuse);
   const auto address = loopbackAddress(0);
   if (bind(result.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     throw std::system_error(errno, std::generic_category(), "bind");
@@ -50,6 +52,8 @@ FileDescriptor loopbackListener(int backlog) {
   if (listen(listener.get(), backlog) != 0) throw std::system_error(errno, std::generic_category(), "listen");
   return listener;
 }
+
+FileDescriptor sharedPort() { return boundSocket(true); }
 
 std::uint16_t portOf(const FileDescriptor& socket) {
   sockaddr_in address{};

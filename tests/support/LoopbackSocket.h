@@ -15,6 +15,9 @@ FileDescriptor checked(int descriptor, const char* call);
 
 /// Listens on a free port of 127.0.0.1; accepting from it never waits.
 FileDescriptor loopbackListener(int backlog);
+/// Holds a free port of 127.0.0.1 for a listener of the same user that sets SO_REUSEPORT too; takes no
+/// connection itself.
+FileDescriptor sharedPort();
 std::uint16_t portOf(const FileDescriptor& socket);
 
 void sendWithoutDelay(const FileDescriptor& socket);
