@@ -1,0 +1,19 @@
+#include <tilvanego/http_client/PatternSearch.h>
+#include <tilvanego/http_client/Validator.h>
+#include <tilvanego/values/Text.h>
+
+namespace tilvanego {
+
+std::set<StringValidationErrorKind> Validator::check(std::string_view value, const StringRule& rule) {
+  using enum StringValidationErrorKind;
+  std::set<StringValidationErrorKind> broken;
+  if (rule.minLength || rule.maxLength) {
+    const std::size_t length = characterCount(value);
+    if (rule.minLength && length < *rule.minLength) broken.insert(minLength);
+    if (rule.maxLength && length > *rule.maxLength) broken.insert(maxLength);
+  }
+  if (rule.pattern && !detail::isPatternFound(*rule.pattern, value)) broken.insert(pattern);
+  return broken;
+}
+
+}  // namespace tilvanego
