@@ -10,16 +10,18 @@ namespace tilvanego {
 
 /// What can go into a `Failure`: a copyable value that says what went wrong in one line.
 template <typename Cause>
-concept FailureCause = std::copy_constructible<Cause> && requires(const Cause& cause) {
+concept FailureCause = requires(const Cause& cause) {
   { cause.description() } -> std::convertible_to<std::string>;
-};
+} && std::copy_constructible<Cause>;
 
 /// Any failure that the HTTP client runtime hands on unchanged: the session's, the JSON layer's, an
 /// interceptor's own. A host asks for the type that it expects with `as`.
 class Failure {
  public:
-  template <FailureCause Cause>
-    requires(!std::same_as<std::remove_cvref_t<Cause>, Failure>)
+  // Asked in this order, and by the concept for `description` first: whether a `Failure`, or an expected
+  // value with one, can be copied would ask for this constructor again.
+  template <typename Cause>
+    requires(!std::same_as<std::remove_cvref_t<Cause>, Failure>) && FailureCause<Cause>
   Failure(Cause cause)
       : cause_(std::move(cause)), describe_([](const std::any& held) {
           return std::string(std::any_cast<const Cause&>(held).description());
