@@ -1,0 +1,40 @@
+#pragma once
+
+#include <tilvanego/http_client/OpenAPIMutex.h>
+#include <tilvanego/http_client/URLCredential.h>
+#include <tilvanego/platform/network/URLAuthenticationChallenge.h>
+
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace tilvanego {
+
+/// One default credential for each protection space, in memory alone. Sessions may share a storage. All
+/// operations may be called from any thread.
+class URLCredentialStorage {
+ public:
+  [[nodiscard]] std::optional<URLCredential> defaultCredential(const URLProtectionSpace& space) const {
+    return credentials_.withValue([&](const auto& credentials) -> std::optional<URLCredential> {
+      const auto found = credentials.find(space);
+      if (found == credentials.end()) return std::nullopt;
+      return found->second;
+    });
+  }
+
+  /// Replaces the space's credential; none removes it.
+  void setDefaultCredential(std::optional<URLCredential> credential, const URLProtectionSpace& space) {
+    credentials_.withValue([&](auto& credentials) {
+      if (credential) {
+        credentials.insert_or_assign(space, *std::move(credential));
+      } else {
+        credentials.erase(space);
+      }
+    });
+  }
+
+ private:
+  OpenAPIMutex<std::map<URLProtectionSpace, URLCredential>> credentials_{{}};
+};
+
+}  // namespace tilvanego

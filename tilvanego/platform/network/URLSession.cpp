@@ -1,0 +1,25 @@
+#include <tilvanego/platform/network/URLSession.h>
+
+#include <tilvanego/platform/network/curl/SessionLoop.h>
+#include <tilvanego/platform/network/curl/SessionTask.h>
+
+#include <utility>
+
+namespace tilvanego {
+
+URLSession::URLSession(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate) {
+  auto proxies = detail::Proxies::from(configuration.proxy);
+  loop_ = std::make_shared<detail::SessionLoop>(
+      detail::TransferSettings{std::move(configuration), std::move(delegate), std::move(proxies)});
+}
+
+URLSession::~URLSession() { loop_->close(); }
+
+const URLSessionConfiguration& URLSession::configuration() const { return loop_->configuration(); }
+
+std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskFromProtocol(
+    const URLRequest& request, DataTaskCompletion completionHandler) {
+  return std::make_shared<detail::SessionTask>(loop_, request, std::move(completionHandler));
+}
+
+}  // namespace tilvanego

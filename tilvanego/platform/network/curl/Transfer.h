@@ -1,0 +1,154 @@
+#pragma once
+
+#include <tilvanego/http_client/Failure.h>
+#include <tilvanego/http_client/URLRequest.h>
+#include <tilvanego/http_client/URLResponse.h>
+#include <tilvanego/platform/network/TransportError.h>
+#include <tilvanego/platform/network/URLSession.h>
+#include <tilvanego/platform/network/curl/Body.h>
+#include <tilvanego/platform/network/curl/OutgoingHeaders.h>
+#include <tilvanego/platform/network/curl/Proxies.h>
+#include <tilvanego/platform/network/curl/ResponseHead.h>
+#include <tilvanego/platform/network/curl/SessionTask.h>
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <expected>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <curl/curl.h>
+
+namespace tilvanego::detail {
+
+/// What all transfers of a session have in common.
+struct TransferSettings {
+  URLSessionConfiguration configuration;
+  std::shared_ptr<URLSessionDelegate> delegate;
+  Proxies proxies;
+};
+
+/// What a completion is told.
+struct Outcome {
+  std::optional<Data> data{};
+  URLResponsePointer response{};
+  std::optional<Failure> error{};
+};
+
+/// One easy handle of libcurl and the task that it carries, redirects and challenges included. Belongs to the
+/// session's thread.
+class Transfer {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  /// Transfers that libcurl called back for, until the loop has looked at them. Each stands there once.
+  using Touched = std::vector<Transfer*>;
+
+  /// All three outlive the transfer. Throws std::bad_alloc if libcurl has no handle.
+  Transfer(const TransferSettings& settings, CURLSH* share, Touched& touched);
+  Transfer(const Transfer&) = delete;
+  Transfer& operator=(const Transfer&) = delete;
+  ~Transfer();
+
+  /// Takes the task on and makes the handle ready for its request, or says why it can't be sent.
+  [[nodiscard]] std::expected<void, TransportError> begin(std::shared_ptr<SessionTask> task);
+
+  /// After libcurl has ended with this code: what the task's completion is to be told, or nothing if the
+  /// handle has been made ready for a further request. May ask the delegate.
+  [[nodiscard]] std::optional<Outcome> conclude(CURLcode result);
+
+  /// What the completion is told if the transfer is given up.
+  [[nodiscard]] Outcome failed(TransportError error);
+
+  /// Lets go of the task; gives it.
+  std::shared_ptr<SessionTask> end();
+
+  /// Whether the handle may carry another task: not when it has credentials or a server's challenge in it.
+  [[nodiscard]] bool isReusable() const { return !challenged_; }
+
+  /// The loop's answer to being touched: bytes came or went at `now`.
+  void noteActivity(Clock::time_point now);
+  /// When the transfer is to be given up if nothing happens until then.
+  [[nodiscard]] Clock::time_point deadline() const { return lastActivity_ + limit_; }
+
+  [[nodiscard]] CURL* handle() const { return handle_.get(); }
+
+  /// Where the loop keeps this transfer.
+  std::size_t position = 0;
+
+ private:
+  struct Deleter {
+    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+  };
+
+  // Called by libcurl.
+  static std::size_t onHeader(char* line, std::size_t size, std::size_t count, void* self) noexcept;
+  static std::size_t onBody(char* bytes, std::size_t size, std::size_t count, void* self) noexcept;
+  static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) noexcept;
+  static int onSending(void* self, char*, char*, int, int) noexcept;
+
+  void setConstantOptions(CURLSH* share);
+  void prepare();
+  void setMethodAndBody();
+  void setTarget();
+  void setTimeout();
+  void touch();
+  void bodyBegins();
+  [[nodiscard]] std::int64_t totalUnits() const;
+
+  // What follows on an answer, if it isn't the last: true if the handle is ready for another request.
+  [[nodiscard]] std::expected<bool, TransportError> continues(int statusCode);
+  [[nodiscard]] std::expected<bool, TransportError> followsRedirect(int statusCode);
+  [[nodiscard]] bool answersChallenge(bool fromProxy);
+  [[nodiscard]] std::optional<URLAuthenticationChallenge> challengeFor(URLProtectionSpace space,
+                                                                       bool fromProxy);
+  [[nodiscard]] std::optional<URLCredential> proposedCredential(const URLProtectionSpace& space) const;
+  [[nodiscard]] URLResponsePointer takeResponse();
+  [[nodiscard]] TransportError failureOf(CURLcode result) const;
+
+  const TransferSettings& settings_;
+  Touched& touched_;
+  std::unique_ptr<CURL, Deleter> handle_;
+  OutgoingHeaders headers_;
+  std::array<char, CURL_ERROR_SIZE> errorText_{};
+
+  std::shared_ptr<SessionTask> task_;
+  /// The task's request, or the one that followed on a redirect.
+  const URLRequest* request_ = nullptr;
+  std::optional<URLRequest> redirected_;
+  int redirects_ = 0;
+  bool challenged_ = false;
+  std::optional<URLProtectionSpace> lastChallenge_;
+  int failures_ = 0;
+  int challenges_ = 0;
+
+  ResponseHead head_;
+  Body body_;
+  bool bodyBegun_ = false;
+  /// -1 while unknown.
+  std::int64_t answerLength_ = -1;
+  std::int64_t uploaded_ = 0;
+  /// Said by a callback that had to stop the transfer.
+  std::optional<TransportError> refusal_;
+  /// How often libcurl began to send since the last byte of an answer.
+  int unansweredSends_ = 0;
+
+  bool isTouched_ = false;
+  Clock::time_point lastActivity_;
+  Clock::duration limit_{};
+
+  // What the handle is set to, so that only what differs is set again.
+  std::string proxySet_;
+  long connectTimeoutSet_ = 0;
+  bool customMethodSet_ = false;
+  bool progressSet_ = false;
+  bool headersSet_ = false;
+  bool waitsForMultiplexing_ = false;
+};
+
+}  // namespace tilvanego::detail

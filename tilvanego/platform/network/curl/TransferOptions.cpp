@@ -1,0 +1,155 @@
+// How a transfer tells libcurl what to send. Options that no request changes are set once for a handle, and
+// of the others those that differ from the handle's last request.
+
+#include <tilvanego/platform/network/curl/Origins.h>
+#include <tilvanego/platform/network/curl/Transfer.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+#include <sys/socket.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+/// libcurl sends a body up to this length together with the head; how longer ones come on is worth following.
+constexpr std::size_t followedBodySize = 64 * 1024;
+
+template <typename Value>
+void set(CURL* handle, CURLoption option, Value value) {
+  // Options that this libcurl doesn't have, or takes no value for, leave it at its default.
+  static_cast<void>(curl_easy_setopt(handle, option, value));
+}
+
+// Programs that the host starts must not get the connections.
+curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
+#ifdef SOCK_CLOEXEC
+  return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+#else
+  return socket(address->family, address->socktype, address->protocol);
+#endif
+}
+
+}  // namespace
+
+void Transfer::setConstantOptions(CURLSH* share) {
+  CURL* const curl = handle();
+  set(curl, CURLOPT_PRIVATE, static_cast<void*>(this));
+  set(curl, CURLOPT_ERRORBUFFER, errorText_.data());
+  set(curl, CURLOPT_HEADERFUNCTION, &onHeader);
+  set(curl, CURLOPT_HEADERDATA, static_cast<void*>(this));
+  set(curl, CURLOPT_WRITEFUNCTION, &onBody);
+  set(curl, CURLOPT_WRITEDATA, static_cast<void*>(this));
+  set(curl, CURLOPT_XFERINFOFUNCTION, &onProgress);
+  set(curl, CURLOPT_XFERINFODATA, static_cast<void*>(this));
+  set(curl, CURLOPT_PREREQFUNCTION, &onSending);
+  set(curl, CURLOPT_PREREQDATA, static_cast<void*>(this));
+  set(curl, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+
+  set(curl, CURLOPT_NOSIGNAL, 1L);
+  set(curl, CURLOPT_PATH_AS_IS, 1L);
+  set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  set(curl, CURLOPT_ACCEPT_ENCODING, "");
+  set(curl, CURLOPT_SHARE, share);
+  // No file: this turns the cookies on.
+  set(curl, CURLOPT_COOKIEFILE, "");
+  set(curl, CURLOPT_PROXY, "");
+  set(curl, CURLOPT_NOPROXY, settings_.proxies.exceptions.c_str());
+#if LIBCURL_VERSION_NUM >= 0x075500
+  set(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+#else
+  set(curl, CURLOPT_PROTOCOLS, static_cast<long>(CURLPROTO_HTTP | CURLPROTO_HTTPS));
+#endif
+#if LIBCURL_VERSION_NUM >= 0x075700
+  // A look-up that hangs in the system's resolver doesn't hold up the thread when its task is given up.
+  set(curl, CURLOPT_QUICK_EXIT, 1L);
+#endif
+  // The system's directory of certificates stays beside it.
+  if (const auto& file = settings_.configuration.additionalCertificates; !file.empty()) {
+    set(curl, CURLOPT_CAINFO, file.c_str());
+  }
+}
+
+void Transfer::prepare() {
+  head_ = {};
+  body_ = {};
+  bodyBegun_ = false;
+  answerLength_ = -1;
+  uploaded_ = 0;
+  unansweredSends_ = 0;
+  refusal_.reset();
+  errorText_.front() = '\0';
+  lastActivity_ = Clock::now();
+  setTarget();
+  setMethodAndBody();
+  setTimeout();
+}
+
+void Transfer::setTarget() {
+  const auto& url = *request_->url;
+  // The user and password are for a challenge, and for no error text.
+  set(handle(), CURLOPT_URL, url.user() ? textWithoutUser(url).c_str() : url.absoluteString().c_str());
+  const bool secure = isSecure(url);
+  if (const auto& proxy = settings_.proxies.forScheme(secure); proxy != proxySet_) {
+    set(handle(), CURLOPT_PROXY, proxy.c_str());
+    proxySet_ = proxy;
+  }
+  // Only with TLS can a connection turn out to carry many requests at once; elsewhere the wait would be lost.
+  if (secure != waitsForMultiplexing_) {
+    set(handle(), CURLOPT_PIPEWAIT, secure ? 1L : 0L);
+    waitsForMultiplexing_ = secure;
+  }
+}
+
+void Transfer::setMethodAndBody() {
+  const auto& method = request_->httpMethod;
+  const auto size = request_->httpBody ? request_->httpBody->size() : 0;
+  // Servers want to be told that these have no body.
+  const bool announcesBody = size > 0 || method == "POST" || method == "PUT" || method == "PATCH";
+  std::string_view standard;
+  if (announcesBody) {
+    standard = "POST";
+    set(handle(), CURLOPT_POST, 1L);
+    set(handle(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(size));
+    // The bytes aren't copied: the task holds the body as long as the transfer.
+    set(handle(), CURLOPT_POSTFIELDS, size > 0 ? request_->httpBody->text().data() : "");
+  } else if (method == "HEAD") {
+    standard = "HEAD";
+    set(handle(), CURLOPT_NOBODY, 1L);
+  } else {
+    standard = "GET";
+    set(handle(), CURLOPT_HTTPGET, 1L);
+  }
+
+  const bool custom = method != standard;
+  if (custom || customMethodSet_) set(handle(), CURLOPT_CUSTOMREQUEST, custom ? method.c_str() : nullptr);
+  customMethodSet_ = custom;
+
+  headers_.set(request_->headers, announcesBody);
+  auto* const lines = headers_.list();
+  if (lines || headersSet_) set(handle(), CURLOPT_HTTPHEADER, lines);
+  headersSet_ = lines != nullptr;
+
+  const bool follows = size > followedBodySize;
+  if (follows != progressSet_) {
+    set(handle(), CURLOPT_NOPROGRESS, follows ? 0L : 1L);
+    progressSet_ = follows;
+  }
+}
+
+// The time to connect is given to libcurl too, which shares it out between the addresses of a host.
+void Transfer::setTimeout() {
+  static constexpr double longest = INT_MAX / 1000;
+  const double interval = request_->timeoutInterval;
+  const double seconds = interval > 0 ? std::min(interval, longest) : longest;
+  limit_ = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+  const auto milliseconds = static_cast<long>(std::ceil(seconds * 1000));
+  if (milliseconds != connectTimeoutSet_) {
+    set(handle(), CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
+    connectTimeoutSet_ = milliseconds;
+  }
+}
+
+}  // namespace tilvanego::detail
