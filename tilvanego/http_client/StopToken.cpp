@@ -1,0 +1,48 @@
+#include <tilvanego/http_client/StopToken.h>
+
+#include <algorithm>
+
+namespace tilvanego::detail {
+
+bool StopState::requested() const {
+  const std::lock_guard held(mutex_);
+  return requested_;
+}
+
+bool StopState::request() {
+  std::unique_lock held(mutex_);
+  if (std::exchange(requested_, true)) return false;
+  runner_ = std::this_thread::get_id();
+  while (!callbacks_.empty()) {
+    running_ = callbacks_.back();
+    callbacks_.pop_back();
+    // Taken out of the callback, which its own action may destroy.
+    const auto action = std::move(running_->action_);
+    held.unlock();
+    action();
+    held.lock();
+    running_ = nullptr;
+    ended_.notify_all();
+  }
+  return true;
+}
+
+void StopState::add(StopCallback& callback) {
+  {
+    const std::lock_guard held(mutex_);
+    if (!requested_) {
+      callbacks_.push_back(&callback);
+      return;
+    }
+  }
+  callback.action_();
+}
+
+void StopState::remove(StopCallback& callback) {
+  std::unique_lock held(mutex_);
+  if (std::erase(callbacks_, &callback) > 0) return;
+  if (runner_ == std::this_thread::get_id()) return;
+  ended_.wait(held, [&] { return running_ != &callback; });
+}
+
+}  // namespace tilvanego::detail
