@@ -8,11 +8,12 @@
 
 namespace tilvanego {
 
-/// What can go into a `Failure`: a copyable value that says what went wrong in one line.
+/// What can go into a `Failure`: a copyable value that says what went wrong in one line. That it is copyable
+/// isn't asked here, since a cause may hold a `Failure` itself.
 template <typename Cause>
 concept FailureCause = requires(const Cause& cause) {
   { cause.description() } -> std::convertible_to<std::string>;
-} && std::copy_constructible<Cause>;
+};
 
 /// Any failure that the HTTP client runtime hands on unchanged: the session's, the JSON layer's, an
 /// interceptor's own. A host asks for the type that it expects with `as`.

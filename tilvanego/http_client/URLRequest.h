@@ -13,11 +13,11 @@ namespace tilvanego {
 /// the copies.
 struct URLRequest {
   /// None only where a request was taken apart; a session refuses it.
-  std::optional<URL> url;
+  std::optional<URL> url{};
   /// As it goes out, such as "GET".
   std::string httpMethod = "GET";
-  HTTPHeaders headers;
-  std::optional<Data> httpBody;
+  HTTPHeaders headers{};
+  std::optional<Data> httpBody{};
   /// Seconds without any byte before the request fails.
   double timeoutInterval = 60;
 

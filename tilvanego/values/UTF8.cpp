@@ -14,6 +14,15 @@ std::size_t asciiPrefixLength(std::string_view text) {
   return at;
 }
 
+bool isUTF8(std::string_view text) {
+  for (std::size_t at = asciiPrefixLength(text); at < text.size();) {
+    const DecodedScalar scalar = decodeScalar(text, at);
+    if (!scalar.wellFormed) return false;
+    at += scalar.length;
+  }
+  return true;
+}
+
 void appendScalar(std::string& text, char32_t scalar) {
   const auto continuation = [&](int shift) { text += static_cast<char>(0x80 | ((scalar >> shift) & 0x3F)); };
   if (scalar < 0x80) {

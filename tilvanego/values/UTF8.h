@@ -56,6 +56,9 @@ constexpr DecodedScalar decodeScalar(std::string_view text, std::size_t at) {
 /// The number of bytes before the first that is not ASCII.
 std::size_t asciiPrefixLength(std::string_view text);
 
+/// Whether the whole text is well-formed UTF-8; the empty one is.
+bool isUTF8(std::string_view text);
+
 /// Appends the UTF-8 form of a Unicode scalar value.
 void appendScalar(std::string& text, char32_t scalar);
 

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <tilvanego/values/RawText.h>
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+namespace tilvanego {
+
+/// The methods that a request can be sent with (RFC 9110, section 9; RFC 5789). `fromRawText<HTTPMethod>`
+/// finds one by its exact text, in capitals.
+enum class HTTPMethod : std::uint8_t { options, get, head, post, put, patch, delete_, trace, connect };
+
+template <>
+struct RawTexts<HTTPMethod> {
+  using enum HTTPMethod;
+  static constexpr std::array table{
+      std::pair{options, std::string_view("OPTIONS")}, std::pair{get, std::string_view("GET")},
+      std::pair{head, std::string_view("HEAD")},       std::pair{post, std::string_view("POST")},
+      std::pair{put, std::string_view("PUT")},         std::pair{patch, std::string_view("PATCH")},
+      std::pair{delete_, std::string_view("DELETE")},  std::pair{trace, std::string_view("TRACE")},
+      std::pair{connect, std::string_view("CONNECT")}};
+};
+
+}  // namespace tilvanego

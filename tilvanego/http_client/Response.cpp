@@ -1,0 +1,15 @@
+#include <tilvanego/http_client/Response.h>
+
+#include <tilvanego/values/UTF8.h>
+
+namespace tilvanego::detail {
+
+std::map<std::string, std::string> headerTexts(const HTTPURLResponse& response) {
+  std::map<std::string, std::string> texts;
+  for (const auto& [name, value] : response.headers().fields()) {
+    if (isUTF8(name) && isUTF8(value)) texts.emplace(name, value);
+  }
+  return texts;
+}
+
+}  // namespace tilvanego::detail
