@@ -1,0 +1,140 @@
+#include <tilvanego/http_client/FileDownload.h>
+
+#include <tilvanego/platform/OpenSSLRandomSource.h>
+#include <tilvanego/platform/desktop/FileDescriptor.h>
+#include <tilvanego/values/CharacterTables.h>
+#include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/UUID.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tilvanego::detail {
+namespace {
+
+constexpr mode_t ownerDirectory = S_IRWXU;
+constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
+
+std::unexpected<FileWriteError> failure(const std::filesystem::path& path, int code = errno) {
+  return std::unexpected(FileWriteError{path.string(), std::generic_category().message(code)});
+}
+
+bool isPlainName(std::string_view name) {
+  return name != "." && name != ".." && name.find('/') == name.npos && name.find('\0') == name.npos;
+}
+
+bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const auto count = ::write(descriptor, bytes.data(), bytes.size());
+    if (count >= 0) {
+      bytes = bytes.subspan(static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// Opens the directory `name` in `parent`, and makes it if it isn't there. No link is followed.
+FileDescriptor openDirectory(const FileDescriptor& parent, const std::string& name) {
+  if (mkdirat(parent.get(), name.c_str(), ownerDirectory) != 0 && errno != EEXIST) return {};
+  return FileDescriptor(openat(parent.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// Puts the file into the directory under its name at once, by way of a file of the name `fresh`. False
+/// leaves the cause in `errno`.
+bool replaceFile(const FileDescriptor& directory, const std::string& name, const std::string& fresh,
+                 const Data& data) {
+  bool done = false;
+  {
+    const FileDescriptor file(openat(directory.get(), fresh.c_str(),
+                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerFile));
+    if (!file) return false;
+    done = writeFully(file.get(), data.bytes());
+  }
+  done = done && renameat(directory.get(), fresh.c_str(), directory.get(), name.c_str()) == 0;
+  if (done) return true;
+  const int cause = errno;
+  unlinkat(directory.get(), fresh.c_str(), 0);
+  errno = cause;
+  return false;
+}
+
+URL fileURL(const std::filesystem::path& path) {
+  std::string text = "file://";
+  appendPercentEncoded(text, path.string(), CharacterClass::path);
+  return *URL::parse(std::move(text));
+}
+
+}  // namespace
+
+std::expected<std::vector<std::string>, DownloadException> downloadNames(std::string_view path,
+                                                                         std::string_view fileName) {
+  if (!isPlainName(fileName)) return std::unexpected(DownloadException::responseFailed);
+  std::vector<std::string> names;
+  for (std::size_t start = 0; start < path.size();) {
+    const std::size_t end = std::min(path.find('/', start), path.size());
+    const std::string_view name = path.substr(start, end - start);
+    start = end + 1;
+    if (name.empty() || name == ".") continue;
+    if (!isPlainName(name)) return std::unexpected(DownloadException::requestMissingPath);
+    names.emplace_back(name);
+  }
+  if (!fileName.empty()) names.emplace_back(fileName);
+  if (names.empty()) return std::unexpected(DownloadException::requestMissingPath);
+  return names;
+}
+
+std::expected<std::string, FileWriteError> uniqueText() {
+  UUID::Octets octets{};
+  if (!OpenSSLRandomSource().fill(octets)) {
+    return std::unexpected(FileWriteError{"a file of a new name", "the system has no random bytes"});
+  }
+  return UUID::fromRandomBytes(octets).text();
+}
+
+std::expected<URL, FileWriteError> writeBelow(const std::filesystem::path& directory,
+                                              const std::vector<std::string>& names, const Data& data) {
+  if (!directory.is_absolute()) {
+    return std::unexpected(
+        FileWriteError{directory.string(), "no caches directory: XDG_CACHE_HOME and HOME aren't set"});
+  }
+  const auto unique = uniqueText();
+  if (!unique) return std::unexpected(unique.error());
+  std::error_code unmade;
+  std::filesystem::create_directories(directory, unmade);
+  if (unmade) return failure(directory, unmade.value());
+  std::filesystem::path path = directory;
+  FileDescriptor parent(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!parent) return failure(path);
+  for (const std::string& name : std::span(names).first(names.size() - 1)) {
+    path /= name;
+    parent = openDirectory(parent, name);
+    if (!parent) return failure(path);
+  }
+  path /= names.back();
+  if (!replaceFile(parent, names.back(), ".download-" + *unique, data)) return failure(path);
+  return fileURL(path);
+}
+
+std::filesystem::path userCachesDirectory() {
+  const char* configured = std::getenv("XDG_CACHE_HOME");
+  if (const std::filesystem::path path(configured != nullptr ? configured : ""); path.is_absolute())
+    return path;
+  const char* home = std::getenv("HOME");
+  if (const std::filesystem::path path(home != nullptr ? home : ""); path.is_absolute())
+    return path / ".cache";
+  return {};
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,179 @@
+#include <tilvanego/http_client/RequestBuilder.h>
+
+#include <atomic>
+#include <coroutine>
+#include <exception>
+
+namespace tilvanego {
+namespace {
+
+using Result = std::expected<AnyResponse, ErrorResponse>;
+
+/// Suspends a coroutine until a builder's completion runs.
+class Continuation {
+ public:
+  Continuation(std::shared_ptr<RequestBuilder> builder, StopToken stopToken)
+      : builder_(std::move(builder)), stopToken_(std::move(stopToken)) {}
+  Continuation(const Continuation&) = delete;
+  Continuation& operator=(const Continuation&) = delete;
+  // A coroutine that is dropped while it waits isn't resumed any more.
+  ~Continuation() { shot_->takeWaiting(); }
+
+  bool await_ready() const noexcept { return false; }
+
+  bool await_suspend(std::coroutine_handle<> waiting) {
+    if (stopToken_.stopRequested()) return false;
+    // From the call on, another thread may resume the coroutine and end this object: what is needed after
+    // that is held here.
+    const auto builder = builder_;
+    const auto shot = shot_;
+    shot->waiting = waiting.address();
+    try {
+      builder->execute([shot](Result result) {
+        if (const auto resumed = shot->takeWaiting()) {
+          shot->result = std::move(result);
+          resumed.resume();
+        }
+      });
+    } catch (...) {
+      if (shot->takeWaiting()) throw;
+    }
+    return true;
+  }
+
+  AnyResponse await_resume() {
+    if (!shot_->result) throw CancellationError();
+    if (!*shot_->result) throw shot_->result->error();
+    return std::move(**shot_->result);
+  }
+
+ private:
+  /// Whoever takes the waiting coroutine may resume it, so it is resumed at most once.
+  struct Shot {
+    std::coroutine_handle<> takeWaiting() {
+      return std::coroutine_handle<>::from_address(waiting.exchange(nullptr));
+    }
+    std::atomic<void*> waiting = nullptr;
+    std::optional<Result> result;
+  };
+
+  std::shared_ptr<RequestBuilder> builder_;
+  StopToken stopToken_;
+  std::shared_ptr<Shot> shot_ = std::make_shared<Shot>();
+};
+
+/// An exception of no type that the library knows.
+struct CaughtException {
+  std::exception_ptr exception;
+  std::string message;
+  [[nodiscard]] std::string description() const { return message; }
+};
+
+Failure currentFailure() {
+  try {
+    throw;
+  } catch (const CancellationError& cancelled) {
+    return cancelled;
+  } catch (const std::exception& caught) {
+    return CaughtException{std::current_exception(), caught.what()};
+  } catch (...) {
+    return CaughtException{std::current_exception(), "an exception of unknown type"};
+  }
+}
+
+// The builder is a parameter of both, so that the coroutine's frame holds it.
+
+Task<AnyResponse> send(std::shared_ptr<RequestBuilder> builder, StopToken stopToken) {
+  if (stopToken.stopRequested()) throw CancellationError();
+  Continuation continuation(std::move(builder), std::move(stopToken));
+  co_return co_await continuation;
+}
+
+Task<AnyResponse> sendWatched(std::shared_ptr<RequestBuilder> builder, StopToken stopToken) {
+  const StopCallback cancel(stopToken, [task = builder->requestTask] { task->cancel(); });
+  try {
+    auto sending = builder->_execute(stopToken);
+    co_return co_await std::move(sending);
+  } catch (const ErrorResponse&) {
+    throw;
+  } catch (...) {
+    throw ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, currentFailure());
+  }
+}
+
+}  // namespace
+
+RequestBuilder::RequestBuilder(Construction construction)
+    : parameters(std::move(construction.arguments.parameters)),
+      method(std::move(construction.arguments.method)),
+      URLString(std::move(construction.arguments.URLString)),
+      requestTask(std::make_shared<RequestTask>()),
+      requiresAuthentication(construction.arguments.requiresAuthentication),
+      apiConfiguration(std::move(construction.arguments.apiConfiguration)),
+      bodyType(construction.bodyType),
+      _state(MutableState{std::nullopt, std::move(construction.arguments.headers), nullptr}) {}
+
+// Not in the constructor, where a kind's own operations can't be reached yet.
+void RequestBuilder::takeFromConfiguration() {
+  addHeaders(apiConfiguration->customHeaders());
+  addCredential();
+}
+
+std::optional<URLCredential> RequestBuilder::credential() const {
+  return _state.withValue([](const MutableState& state) { return state.credential; });
+}
+void RequestBuilder::setCredential(std::optional<URLCredential> value) {
+  _state.withValue([&](MutableState& state) { state.credential = std::move(value); });
+}
+void RequestBuilder::updateCredential(const std::function<void(std::optional<URLCredential>&)>& body) {
+  _state.withValue([&](MutableState& state) { body(state.credential); });
+}
+
+RequestBuilder::Headers RequestBuilder::headers() const {
+  return _state.withValue([](const MutableState& state) { return state.headers; });
+}
+void RequestBuilder::setHeaders(Headers value) {
+  _state.withValue([&](MutableState& state) { state.headers = std::move(value); });
+}
+void RequestBuilder::updateHeaders(const std::function<void(Headers&)>& body) {
+  _state.withValue([&](MutableState& state) { body(state.headers); });
+}
+
+RequestBuilder::ProgressReady RequestBuilder::onProgressReady() const {
+  return _state.withValue([](const MutableState& state) { return state.onProgressReady; });
+}
+void RequestBuilder::setOnProgressReady(ProgressReady value) {
+  // Swapped, so that what the earlier one holds ends without the lock.
+  _state.withValue([&](MutableState& state) { state.onProgressReady.swap(value); });
+}
+void RequestBuilder::updateOnProgressReady(const std::function<void(ProgressReady&)>& body) {
+  _state.withValue([&](MutableState& state) { body(state.onProgressReady); });
+}
+
+void RequestBuilder::addHeaders(const Headers& fields) {
+  updateHeaders([&](Headers& headers) {
+    for (const auto& [name, value] : fields) headers.insert_or_assign(name, value);
+  });
+}
+
+std::shared_ptr<RequestTask> RequestBuilder::execute(Completion) { return requestTask; }
+
+Task<AnyResponse> RequestBuilder::execute(StopToken stopToken) {
+  return sendWatched(shared_from_this(), std::move(stopToken));
+}
+
+Task<AnyResponse> RequestBuilder::_execute(StopToken stopToken) {
+  return send(shared_from_this(), std::move(stopToken));
+}
+
+RequestBuilder& RequestBuilder::addHeader(const std::string& name, const std::string& value) {
+  if (!value.empty()) addHeaders({{name, value}});
+  return *this;
+}
+
+void RequestBuilder::addCredential() {
+  // The one place where two locks of the client nest: the builder's, then the configuration's.
+  _state.withValue([&](MutableState& state) { state.credential = apiConfiguration->credential(); });
+}
+
+}  // namespace tilvanego
