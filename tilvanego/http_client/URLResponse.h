@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace tilvanego {
@@ -25,16 +26,23 @@ class URLResponse {
 /// The status line and header fields of an HTTP answer, immutable.
 class HTTPURLResponse final : public URLResponse {
  public:
-  HTTPURLResponse(std::optional<URL> url, int statusCode, HTTPHeaders headers)
-      : URLResponse(std::move(url)), statusCode_(statusCode), headers_(std::move(headers)) {}
+  HTTPURLResponse(std::optional<URL> url, int statusCode, HTTPHeaders headers, std::string statusLine = {})
+      : URLResponse(std::move(url)),
+        statusCode_(statusCode),
+        headers_(std::move(headers)),
+        statusLine_(std::move(statusLine)) {}
 
   [[nodiscard]] int statusCode() const { return statusCode_; }
+  /// As the server sent it, such as "HTTP/1.1 404 Not Found" or "HTTP/2 200"; for people to read. Empty if
+  /// the session doesn't tell.
+  [[nodiscard]] const std::string& statusLine() const { return statusLine_; }
   /// Fields that came more than once stand once, their values joined by ", ".
   [[nodiscard]] const HTTPHeaders& headers() const { return headers_; }
 
  private:
   int statusCode_;
   HTTPHeaders headers_;
+  std::string statusLine_;
 };
 
 /// Responses are immutable and shared by everyone who looks at them; none where a request got no answer.

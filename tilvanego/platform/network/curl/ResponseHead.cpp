@@ -24,6 +24,8 @@ bool ResponseHead::addLine(std::string_view line) {
   if (line.starts_with("HTTP/") && (bytes_ == 0 || complete_)) {
     *this = ResponseHead();
     bytes_ = line.size();
+    if (bytes_ > maximumBytes) return false;
+    statusLine_ = fieldText(trimmedField(line));
     return true;
   }
   bytes_ += line.size();

@@ -23,13 +23,16 @@ class ResponseHead {
   /// Whether the empty line after the last field has come.
   [[nodiscard]] bool isComplete() const { return complete_; }
   [[nodiscard]] const HTTPHeaders& headers() const { return headers_; }
-  /// Lets go of the fields, for the next answer.
+  /// Without its line break.
+  [[nodiscard]] const std::string& statusLine() const { return statusLine_; }
+  /// Lets go of all of it, for the next answer.
   [[nodiscard]] HTTPHeaders take();
 
  private:
   void addField(std::string_view line);
   void continueField(std::string_view line);
 
+  std::string statusLine_;
   HTTPHeaders headers_;
   /// Of the last field, for lines that continue it.
   std::string lastName_;

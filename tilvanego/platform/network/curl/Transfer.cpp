@@ -72,7 +72,9 @@ URLResponsePointer Transfer::takeResponse() {
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
   // Nothing but a proxy has answered.
   if (statusCode == 0) return nullptr;
-  return std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode), head_.take());
+  auto statusLine = head_.statusLine();
+  return std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode), head_.take(),
+                                           std::move(statusLine));
 }
 
 TransportError Transfer::failureOf(CURLcode result) const {
