@@ -286,7 +286,7 @@ TEST(JSONRecord, AmountsAreReadAsTheirFieldSaysAndWrittenAsTexts) {
             "expected a number, found a text at amount (byte 10)");
   EXPECT_EQ(json::decode<Receipt>(R"({"amount":1,"tip":2})").error().failure, JSONFailure::wrongKind);
   EXPECT_EQ(json::decode<Receipt>(R"({"amount":1,"tip":"much"})").error().description(),
-            "the text is not a decimal number at tip (byte 18)");
+            "The key tip couldn't be converted to a Decimal value at tip (byte 18)");
   EXPECT_EQ(json::decode<Receipt>(R"({"amount":1e300})").error().description(),
             "the number is no amount at amount (byte 10)");
 }

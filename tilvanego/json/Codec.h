@@ -21,6 +21,10 @@ namespace tilvanego::json {
 /// writer's failure. A type takes part by specialising this, or by being a record (`Record.h`) or an
 /// enumeration with raw texts. Any other struct with these two functions can be named for a single field
 /// (`field<Codec>`), so that one type may have several forms.
+///
+/// A codec may do two things more for the fields of a record: `read` may take the field's key as a third
+/// argument, for its failures; and with `bool isAbsent(const T&)`, a field need not be there, and is left out
+/// when it says so.
 template <typename T>
 struct Codec;
 

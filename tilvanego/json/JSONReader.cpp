@@ -67,6 +67,12 @@ bool Reader::failInside(JSONPathStep step) {
   return false;
 }
 
+bool Reader::failIn(std::string_view piece, JSONError error) {
+  error_ = std::move(error);
+  error_.offset += static_cast<std::size_t>(piece.data() - begin_);
+  return false;
+}
+
 bool Reader::failKind(JSONKind expected) {
   if (cursor_ == end_) return failAt(cursor_, JSONFailure::unexpectedEnd);
   if (!kindFrom(*cursor_, error_.found)) return failAt(cursor_, JSONFailure::unexpectedCharacter);
@@ -268,6 +274,14 @@ bool Reader::skip() {
     }
     if (next == Next::failure) return false;
   } while (depth_ > outside);
+  return true;
+}
+
+bool Reader::skip(std::string_view& text) {
+  skipBlanks();
+  const char* const start = cursor_;
+  if (!skip()) return false;
+  text = {start, static_cast<std::size_t>(cursor_ - start)};
   return true;
 }
 

@@ -42,6 +42,9 @@ class Reader {
   bool readText(std::string_view& value);
   /// Passes over one value of any kind, which is checked in full.
   bool skip();
+  /// The same, and gives its text as it stands, without the blanks around it: a piece of the input, for a
+  /// reader of its own.
+  bool skip(std::string_view& text);
 
   /// What `nextElement` and `nextKey` came upon.
   enum class Next { item, end, failure };
@@ -62,6 +65,8 @@ class Reader {
   bool fail(JSONFailure failure, std::string detail = {});
   /// For codecs: the failure happened inside the value under this key or index. Always false.
   bool failInside(JSONPathStep step);
+  /// For codecs: takes over the failure of a reader of `piece`, which `skip` gave. Always false.
+  bool failIn(std::string_view piece, JSONError error);
   JSONError& error() { return error_; }
 
   /// Reads an object into the record at `record`, whose type `table` describes. The first of equal keys

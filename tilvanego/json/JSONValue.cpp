@@ -27,7 +27,7 @@ const JSONValue* JSONValue::operator[](std::string_view key) const {
   return entry == entries->end() ? nullptr : &entry->second;
 }
 
-const JSONValue* JSONValue::operator[](std::ptrdiff_t index) const {
+const JSONValue* JSONValue::element(std::ptrdiff_t index) const {
   const Array* elements = arrayValue();
   if (elements == nullptr || index < 0 || std::cmp_greater_equal(index, elements->size())) return nullptr;
   return &(*elements)[static_cast<std::size_t>(index)];
@@ -79,7 +79,7 @@ bool json::Codec<JSONValue>::read(Reader& reader, JSONValue& value) {
   } else if (const auto nearest = number.asDouble()) {
     value.value_ = *nearest;
   } else {
-    return reader.fail(JSONFailure::numberOutOfRange);
+    return reader.fail(JSONFailure::numberOutOfRange, "Unknown JSON value");
   }
   return true;
 }

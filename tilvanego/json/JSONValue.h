@@ -1,9 +1,10 @@
 #pragma once
 
-#include <tilvanego/json/Codec.h>
+#include <tilvanego/json/JSON.h>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <expected>
 #include <functional>
 #include <initializer_list>
 #include <map>
@@ -31,8 +32,16 @@ class JSONValue {
   JSONValue(std::string value) : value_(std::move(value)) {}
   JSONValue(std::string_view value) : value_(std::string(value)) {}
   JSONValue(const char* value) : value_(std::string(value)) {}
-  template <std::signed_integral Integer>
-  JSONValue(Integer value) : value_(std::int64_t{value}) {}
+  /// An `int`, or the nearest `double` of what 64 signed bits can't hold.
+  template <std::integral Integer>
+    requires(!std::same_as<Integer, bool>)
+  JSONValue(Integer value) {
+    if (std::in_range<std::int64_t>(value)) {
+      value_ = static_cast<std::int64_t>(value);
+    } else {
+      value_ = static_cast<double>(value);
+    }
+  }
   JSONValue(double value) : value_(value) {}
   template <std::same_as<bool> Bool>
   JSONValue(Bool value) : value_(value) {}
@@ -42,6 +51,15 @@ class JSONValue {
   /// A dictionary of these pairs; the last of equal keys counts.
   static JSONValue dictionary(std::initializer_list<std::pair<std::string_view, JSONValue>> pairs);
   static JSONValue array(std::initializer_list<JSONValue> elements) { return Array(elements); }
+
+  /// What a value becomes when it is written as JSON and read again: a record becomes a dictionary. Dates
+  /// take their default form.
+  template <typename T>
+  static std::expected<JSONValue, JSONError> encoding(const T& value) {
+    const auto text = json::encode(value);
+    if (!text) return std::unexpected(text.error());
+    return json::decode<JSONValue>(*text);
+  }
 
   bool isString() const { return holds<std::string>(); }
   bool isInt() const { return holds<std::int64_t>(); }
@@ -64,8 +82,10 @@ class JSONValue {
   const JSONValue* operator[](std::string_view key) const;
   const JSONValue* operator[](const char* key) const { return (*this)[std::string_view(key)]; }
   /// The element of an array; null if the index is negative or past the end, or the value is of another case.
-  const JSONValue* operator[](std::ptrdiff_t index) const;
-  const JSONValue* operator[](int index) const { return (*this)[std::ptrdiff_t{index}]; }
+  template <std::integral Index>
+  const JSONValue* operator[](Index index) const {
+    return std::in_range<std::ptrdiff_t>(index) ? element(static_cast<std::ptrdiff_t>(index)) : nullptr;
+  }
 
   // Not defaulted: deciding on that here, where the type isn't complete, makes libc++ 19 move the elements of
   // an `Array` as plain bytes.
@@ -74,6 +94,7 @@ class JSONValue {
   std::size_t hash() const;
 
  private:
+  const JSONValue* element(std::ptrdiff_t index) const;
   template <typename T>
   bool holds() const {
     return std::holds_alternative<T>(value_);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -96,17 +97,32 @@ using CodingOf =
 template <typename OneField>
 inline constexpr bool isTextField = std::is_same_v<CodingOf<OneField>, Codec<std::string>>;
 
+template <typename Coding, typename T>
+inline constexpr bool mayBeAbsent = requires(const T& value) {
+  { Coding::isAbsent(value) } -> std::convertible_to<bool>;
+};
+
+template <typename Coding, typename T>
+bool readKeyed(Reader& reader, T& value, std::string_view key) {
+  if constexpr (requires { Coding::read(reader, value, key); }) {
+    return Coding::read(reader, value, key);
+  } else {
+    return Coding::read(reader, value);
+  }
+}
+
 template <typename Record, std::size_t index>
 bool readField(Reader& reader, void* record) {
   using OneField = FieldAt<Record, index>;
-  auto& member = static_cast<Record*>(record)->*std::get<index>(recordFields<Record>).member;
+  constexpr const auto& field = std::get<index>(recordFields<Record>);
+  auto& member = static_cast<Record*>(record)->*field.member;
   if constexpr (isTextField<OneField>) {
     return reader.readText(member);
   } else if constexpr (OptionalTraits<typename OneField::Type>::value) {
     if (reader.takeNull()) return true;
-    return CodingOf<OneField>::read(reader, RecordAccess::emplaceIn(member));
+    return readKeyed<CodingOf<OneField>>(reader, RecordAccess::emplaceIn(member), field.key);
   } else {
-    return CodingOf<OneField>::read(reader, member);
+    return readKeyed<CodingOf<OneField>>(reader, member, field.key);
   }
 }
 
@@ -115,6 +131,9 @@ bool writeValue(Writer& writer, const RecordField& field, const T& value) {
   if constexpr (std::is_same_v<Coding, Codec<std::string>>) {
     return writer.fieldText(field, value);
   } else {
+    if constexpr (mayBeAbsent<Coding, T>) {
+      if (Coding::isAbsent(value)) return true;
+    }
     writer.fieldKey(field);
     return Coding::write(writer, value);
   }
@@ -203,11 +222,14 @@ consteval auto hashFields() {
   return slots;
 }
 
+template <typename OneField>
+inline constexpr bool isRequired = !OptionalTraits<typename OneField::Type>::value &&
+                                   !mayBeAbsent<CodingOf<OneField>, typename OneField::Type>;
+
 template <typename Record>
 consteval std::uint64_t requiredFields() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
-    return (std::uint64_t{0} | ... |
-            (OptionalTraits<typename FieldAt<Record, index>::Type>::value ? 0 : std::uint64_t{1} << index));
+    return (std::uint64_t{0} | ... | (isRequired<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
   }(std::make_index_sequence<fieldCount<Record>>());
 }
 

@@ -27,8 +27,8 @@ namespace {
 
 // What a text means, or the failure that it means nothing.
 template <typename T>
-bool accept(Reader& reader, T& value, const std::optional<T>& meaning, const char* complaint) {
-  if (!meaning) return reader.fail(JSONFailure::invalidValue, complaint);
+bool accept(Reader& reader, T& value, const std::optional<T>& meaning, std::string_view complaint) {
+  if (!meaning) return reader.fail(JSONFailure::invalidValue, std::string(complaint));
   value = *meaning;
   return true;
 }
@@ -56,10 +56,16 @@ bool Codec<UUID>::read(Reader& reader, UUID& uuid) {
 
 bool Codec<UUID>::write(Writer& writer, const UUID& uuid) { return writer.text(uuid.text()); }
 
-bool AmountFromText::read(Reader& reader, Decimal& amount) {
+bool AmountFromText::read(Reader& reader, Decimal& amount, std::string_view key) {
   std::string_view text;
-  return reader.readText(text) &&
-         accept(reader, amount, Decimal::parse(text), "the text is not a decimal number");
+  if (!reader.readText(text)) return false;
+  const auto number = Decimal::parse(text);
+  if (!number) {
+    return reader.fail(JSONFailure::invalidValue,
+                       "The key " + std::string(key) + " couldn't be converted to a Decimal value");
+  }
+  amount = *number;
+  return true;
 }
 
 bool AmountFromText::write(Writer& writer, const Decimal& amount) {

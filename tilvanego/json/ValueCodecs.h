@@ -4,6 +4,7 @@
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/UUID.h>
+#include <string_view>
 
 namespace tilvanego::json {
 
@@ -24,9 +25,10 @@ struct Codec<UUID> {
 /// Amounts have no form of their own: each field says which of these two it has. Both are written alike, as a
 /// text with at most three fraction digits (`formattedDecimal`), never as a number.
 ///
-/// A text that `Decimal::parse` takes.
+/// A text that `Decimal::parse` takes. Any other text fails with the words "The key K couldn't be converted
+/// to a Decimal value".
 struct AmountFromText {
-  static bool read(Reader& reader, Decimal& amount);
+  static bool read(Reader& reader, Decimal& amount, std::string_view key);
   static bool write(Writer& writer, const Decimal& amount);
 };
 
