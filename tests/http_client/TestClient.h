@@ -1,0 +1,160 @@
+#pragma once
+
+#include <tilvanego/http_client/CodableHelper.h>
+#include <tilvanego/http_client/OpenAPIInterceptor.h>
+#include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/platform/RunLoop.h>
+
+#include <deque>
+#include <expected>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tests/http_client/FakeSession.h"
+
+namespace tilvanego::test {
+
+/// A kind of the library's own with the fake session under it.
+template <typename Kind>
+class OverFakeSession : public Kind {
+ public:
+  OverFakeSession(RequestBuilder::Construction construction, std::shared_ptr<URLSessionProtocol> session)
+      : Kind(std::move(construction)), session_(std::move(session)) {}
+  std::shared_ptr<URLSessionProtocol> createURLSession() override { return session_; }
+
+ private:
+  std::shared_ptr<URLSessionProtocol> session_;
+};
+
+/// Makes `NonDecodable` and `Decodable` kinds over a session.
+template <typename NonDecodable = URLSessionRequestBuilder,
+          typename Decodable = URLSessionDecodableRequestBuilder>
+class FactoryOverSession : public RequestBuilderFactory {
+ public:
+  explicit FactoryOverSession(std::shared_ptr<URLSessionProtocol> session) : session_(std::move(session)) {}
+  [[nodiscard]] RequestBuilderKind getNonDecodableBuilder(const BodyType&) const override {
+    return kind<NonDecodable>();
+  }
+  [[nodiscard]] RequestBuilderKind getBuilder(const BodyType&) const override { return kind<Decodable>(); }
+
+ private:
+  template <typename Kind>
+  [[nodiscard]] RequestBuilderKind kind() const {
+    return [session = session_](const BodyType& bodyType, RequestBuilderArguments arguments) {
+      return RequestBuilder::make<OverFakeSession<Kind>>(bodyType, std::move(arguments), session);
+    };
+  }
+  std::shared_ptr<URLSessionProtocol> session_;
+};
+
+/// Notes what it hears of, with where it hears it: on the "main" thread, which made it, or on the
+/// "session's".
+class RecordingInterceptor : public DefaultOpenAPIInterceptor {
+ public:
+  void intercept(const URLRequest& urlRequest, const Session& urlSession, const Builder& requestBuilder,
+                 InterceptCompletion completion) override {
+    note("intercept " + urlRequest.httpMethod);
+    if (onIntercept) {
+      onIntercept(urlRequest, std::move(completion));
+    } else {
+      DefaultOpenAPIInterceptor::intercept(urlRequest, urlSession, requestBuilder, std::move(completion));
+    }
+  }
+  void retry(const URLRequest&, const Session&, const Builder&, const std::optional<Data>&,
+             const URLResponsePointer&, const Failure& error, RetryCompletion completion) override {
+    note("retry? " + error.description());
+    if (onRetry) {
+      onRetry(std::move(completion));
+    } else {
+      completion(OpenAPIInterceptorRetry::dontRetry);
+    }
+  }
+  void willSendRequest(const URLRequest& urlRequest, const Session&, const Builder& builder) override {
+    note("willSend " + urlRequest.httpMethod);
+    if (onWillSend) onWillSend(*builder);
+  }
+  void didReceiveResponse(const URLRequest&, const Session&, const Builder& builder,
+                          const std::optional<Data>& data, const URLResponsePointer&,
+                          const std::optional<Failure>& error) override {
+    note("didReceive " + (error ? error->description() : std::string(data ? data->text() : "nothing")));
+    if (onReceive) onReceive(*builder);
+  }
+  void didComplete(const URLRequest& urlRequest, const Session&, const Builder& builder,
+                   const std::optional<Data>& data, const URLResponsePointer&,
+                   const std::expected<std::any, Failure>& result) override {
+    note("didComplete " + (result ? std::string("well") : result.error().description()));
+    completedRequests.push_back(urlRequest);
+    completedData.push_back(data);
+    if (onComplete) onComplete(*builder);
+  }
+
+  void note(const std::string& event) {
+    events.push_back((std::this_thread::get_id() == main_ ? "main: " : "session: ") + event);
+  }
+  std::vector<std::string> takeEvents() { return std::exchange(events, {}); }
+
+  std::function<void(const URLRequest&, InterceptCompletion)> onIntercept;
+  std::function<void(RetryCompletion)> onRetry;
+  std::function<void(RequestBuilder&)> onWillSend, onReceive, onComplete;
+  std::vector<std::string> events;
+  std::vector<URLRequest> completedRequests;
+  std::vector<std::optional<Data>> completedData;
+
+ private:
+  const std::thread::id main_ = std::this_thread::get_id();
+};
+
+/// A client of its own over the fake session, whose main queue and interceptor the test has in its hands.
+struct TestClient {
+  explicit TestClient(std::deque<FakeAnswer> script)
+      : session(std::make_shared<FakeSession>(std::move(script))) {
+    configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session));
+  }
+
+  template <typename T>
+  RequestBuilderOf<T> builder(RequestBuilderArguments arguments = {.method = "GET",
+                                                                   .URLString = "https://host.example/a"}) {
+    arguments.apiConfiguration = configuration;
+    return makeRequestBuilder<T>(std::move(arguments));
+  }
+
+  /// Executes, delivers until nothing is under way, and gives the one result; the completion is noted too.
+  template <typename T>
+  typename RequestBuilderOf<T>::Result run(const RequestBuilderOf<T>& builder) {
+    std::optional<typename RequestBuilderOf<T>::Result> outcome;
+    builder.execute([&](typename RequestBuilderOf<T>::Result result) {
+      interceptor->note(outcome ? "completion again" : "completion");
+      outcome = std::move(result);
+    });
+    while (session->deliver() + queue.runPending() > 0) {
+    }
+    return *std::move(outcome);
+  }
+  template <typename T>
+  typename RequestBuilderOf<T>::Result run() {
+    return run(builder<T>());
+  }
+
+  RunLoop queue;
+  std::shared_ptr<FakeSession> session;
+  std::shared_ptr<RecordingInterceptor> interceptor = std::make_shared<RecordingInterceptor>();
+  std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration =
+      std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
+          "https://host.example", OstrelTilvanePoiModelsAPIConfiguration::Headers(), std::nullopt,
+          std::make_shared<URLSessionRequestBuilderFactory>(), queue, std::make_shared<CodableHelper>(),
+          StatusCodeRange(), interceptor);
+};
+
+/// The case of the failure, or none.
+template <typename Case>
+bool isBuilderError(const ErrorResponse& error) {
+  const auto* why = error.underlyingFailure().as<DecodableRequestBuilderError>();
+  return why != nullptr && why->is<Case>();
+}
+
+}  // namespace tilvanego::test

@@ -1,0 +1,55 @@
+#include <tilvanego/http_client/CodableHelper.h>
+#include <tilvanego/http_client/OpenAPIInterceptor.h>
+#include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/platform/RunLoop.h>
+
+#include <utility>
+
+namespace tilvanego {
+
+// Here and not beside the class, which knows nothing of how requests are sent.
+const std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration>&
+OstrelTilvanePoiModelsAPIConfiguration::shared() {
+  using Configuration = OstrelTilvanePoiModelsAPIConfiguration;
+  // Never destroyed: a send may end while the process does.
+  static const auto& instance = *new std::shared_ptr<Configuration>(std::make_shared<Configuration>(
+      "https://api.tilvane.ostrel.com", Headers(), std::nullopt,
+      std::make_shared<URLSessionRequestBuilderFactory>(), RunLoop::main(), std::make_shared<CodableHelper>(),
+      StatusCodeRange(), std::make_shared<DefaultOpenAPIInterceptor>()));
+  return instance;
+}
+
+URLAuthenticationAnswer SessionDelegate::didReceiveChallenge(const URLSessionConfiguration& configuration,
+                                                             const URLSessionDataTaskProtocol& task,
+                                                             const URLAuthenticationChallenge& challenge) {
+  using enum URLAuthenticationAnswer::Disposition;
+  if (challenge.previousFailureCount > 0) return {rejectProtectionSpace, std::nullopt};
+  auto credential =
+      URLSessionRequestBuilderConfiguration::shared().credentialStore->value(task.taskIdentifier());
+  if (!credential && configuration.credentialStorage) {
+    credential = configuration.credentialStorage->defaultCredential(challenge.protectionSpace);
+  }
+  if (!credential) return {performDefaultHandling, std::nullopt};
+  return {useCredential, std::move(credential)};
+}
+
+const URLSessionRequestBuilderConfiguration& URLSessionRequestBuilderConfiguration::shared() {
+  // Never destroyed: a send may end while the process does.
+  static const auto& instance = *new URLSessionRequestBuilderConfiguration;
+  return instance;
+}
+
+URLSessionRequestBuilderConfiguration::URLSessionRequestBuilderConfiguration()
+    : sessionDelegate(std::make_shared<SessionDelegate>()),
+      defaultURLSession(std::make_shared<URLSession>(URLSessionConfiguration(), sessionDelegate)),
+      credentialStore(std::make_shared<SynchronizedDictionary<int, URLCredential>>()) {}
+
+RequestBuilderKind URLSessionRequestBuilderFactory::getNonDecodableBuilder(const BodyType&) const {
+  return requestBuilderKind<URLSessionRequestBuilder>();
+}
+
+RequestBuilderKind URLSessionRequestBuilderFactory::getBuilder(const BodyType&) const {
+  return requestBuilderKind<URLSessionDecodableRequestBuilder>();
+}
+
+}  // namespace tilvanego
