@@ -50,6 +50,10 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) {
   curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
   if (result != CURLE_OK && tunnelStatus == 407 && answersChallenge(true)) return std::nullopt;
   if (result != CURLE_OK) return failed(failureOf(result));
+  // For libcurl, a head that breaks off is a whole answer without a body.
+  if (!head_.isComplete()) {
+    return failed({Code::networkConnectionLost, "the connection ended inside the answer's head"});
+  }
 
   long statusCode = 0;
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
@@ -70,8 +74,8 @@ Outcome Transfer::failed(TransportError error) {
 URLResponsePointer Transfer::takeResponse() {
   long statusCode = 0;
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
-  // Nothing but a proxy has answered.
-  if (statusCode == 0) return nullptr;
+  // Nothing but a proxy has answered, or an interim answer was the last.
+  if (statusCode < 200) return nullptr;
   auto statusLine = head_.statusLine();
   return std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode), head_.take(),
                                            std::move(statusLine));
