@@ -48,6 +48,11 @@ void Transfer::setConstantOptions(CURLSH* share) {
   set(curl, CURLOPT_PREREQDATA, static_cast<void*>(this));
   set(curl, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
 
+  // A user for no scheme: nothing of it is sent. Without any user, libcurl takes a server's first challenge for
+  // one that is still to be answered, and sends a digest that the server has refused a second time.
+  set(curl, CURLOPT_USERNAME, "nobody");
+  set(curl, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NONE));
+
   set(curl, CURLOPT_NOSIGNAL, 1L);
   set(curl, CURLOPT_PATH_AS_IS, 1L);
   set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
