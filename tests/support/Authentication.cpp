@@ -85,8 +85,9 @@ bool Authenticator::admitsDigest(const ReceivedRequest& request, std::string_vie
   const auto algorithm = scheme_ == Scheme::digestMD5 ? "MD5" : "SHA-256";
   auto parameters = parametersOf(credentials);
   return parameters["username"] == user && parameters["realm"] == realm && parameters["nonce"] == nonce &&
-         parameters["uri"] == request.target && parameters["qop"] == "auth" && parameters["nc"].size() == 8 &&
-         !parameters["cnonce"].empty() && parameters["algorithm"] == algorithm &&
+         (parameters["uri"] == request.target || (isProxy_ && request.target.ends_with(parameters["uri"]))) &&
+         parameters["qop"] == "auth" && parameters["nc"].size() == 8 && !parameters["cnonce"].empty() &&
+         parameters["algorithm"] == algorithm &&
          parameters["response"] ==
              digestResponse(algorithm, user, realm, password, request.method, parameters);
 }

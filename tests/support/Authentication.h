@@ -20,7 +20,8 @@ class Authenticator {
   /// As an origin server answers with 401, as a proxy with 407.
   explicit Authenticator(Scheme scheme, bool isProxy = false) : scheme_(scheme), isProxy_(isProxy) {}
 
-  /// True if the request proves that its sender knows the password (RFC 7617; RFC 7616 with qop=auth).
+  /// True if the request proves that its sender knows the password (RFC 7617; RFC 7616 with qop=auth). A
+  /// proxy takes a digest of the target's path alone too, as libcurl computes it.
   [[nodiscard]] bool admits(const ReceivedRequest& request) const;
   [[nodiscard]] Answer challenge() const;
 

@@ -30,8 +30,6 @@ bool saysLength(const HeaderFields& headers) {
   });
 }
 
-Answer sent(std::string bytes) { return Answer{{Answer::Send{std::move(bytes)}}}; }
-
 std::string promisedHead() { return headOf(200, {{"Content-Length", std::to_string(promised)}}); }
 std::string promisedStart() { return promisedHead() + std::string(kept, 'x'); }
 
@@ -43,6 +41,8 @@ std::optional<std::string> ReceivedRequest::header(std::string_view name) const 
   }
   return std::nullopt;
 }
+
+Answer sent(std::string bytes) { return Answer{{Answer::Send{std::move(bytes)}}}; }
 
 std::string headOf(int status, const HeaderFields& headers) {
   std::string head = "HTTP/1.1 " + std::to_string(status) + " Told\r\n";

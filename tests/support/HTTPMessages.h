@@ -57,6 +57,8 @@ struct Answer {
   }
 };
 
+/// The bytes and nothing more.
+Answer sent(std::string bytes);
 /// A whole answer with the length of its body, unless the headers say something of lengths themselves.
 Answer answer(int status, std::string_view body = {}, HeaderFields headers = {});
 /// The same for a HEAD request: headers as for the body, without the body.
