@@ -302,7 +302,7 @@ TEST(JSONRecord, DatesHaveTheFormThatTheCallerChooses) {
   EXPECT_EQ(json::encode(*receipt.when, {.dates = &years}), R"("2024")");
   EXPECT_EQ(json::decode<Date>(R"("1970")", &years), Date());
   EXPECT_EQ(json::decode<Receipt>(R"({"amount":1,"when":"2024-13-05T10:20:30Z"})").error().description(),
-            "the text is not a date of the expected form at when (byte 19)");
+            "expected a date at when (byte 19)");
   EXPECT_FALSE(json::decode<Receipt>(R"({"amount":1,"id":"00"})").has_value());
 }
 

@@ -18,6 +18,8 @@ class JSONDates {
   /// Internet date-time in UTC with whole seconds and a trailing Z (ISO 8601, RFC 3339): the default
   /// everywhere.
   static const JSONDates& internetDateTime();
+  /// The HTTP interface's: read by any of its three patterns, written in UTC with milliseconds.
+  static const JSONDates& api();
 };
 
 }  // namespace tilvanego

@@ -47,6 +47,9 @@ std::string_view wordsFor(JSONFailure failure) {
   return {};
 }
 
+// Of a text that is no JSON at all.
+bool isAboutGrammar(JSONFailure failure) { return failure <= JSONFailure::tooDeep; }
+
 bool readsAsName(std::string_view key) {
   return !key.empty() && std::ranges::all_of(key, [](char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
@@ -73,15 +76,24 @@ std::string JSONError::path() const {
   return text;
 }
 
-std::string JSONError::description() const {
-  std::string text;
+std::string JSONError::reason() const {
   if (failure == JSONFailure::wrongKind) {
-    text.append("expected ").append(nameOf(expected)).append(", found ").append(nameOf(found));
-  } else if (failure == JSONFailure::missingKey) {
-    text = detail + " is missing";
-  } else {
-    text = detail.empty() ? std::string(wordsFor(failure)) : detail;
+    std::string text("expected ");
+    return text.append(nameOf(expected)).append(", found ").append(nameOf(found));
   }
+  return detail.empty() || failure == JSONFailure::missingKey ? std::string(wordsFor(failure)) : detail;
+}
+
+std::string JSONError::report() const {
+  std::string where = path();
+  if (failure == JSONFailure::missingKey) where += (where.empty() ? "" : ".") + detail;
+  if (where.empty()) where = '$';
+  where += ": " + reason();
+  return isAboutGrammar(failure) ? where + " (byte " + std::to_string(offset) + ")" : where;
+}
+
+std::string JSONError::description() const {
+  std::string text = failure == JSONFailure::missingKey ? detail + " is missing" : reason();
   if (const std::string where = path(); !where.empty()) text += " at " + where;
   if (offset != 0) text += " (byte " + std::to_string(offset) + ")";
   return text;

@@ -52,6 +52,11 @@ struct JSONError {
 
   /// The way to the value, such as `trace.history[2].timestamp`; empty for the whole.
   std::string path() const;
+  /// What was wrong, without where: `expected a number, found a text`.
+  std::string reason() const;
+  /// Where and what, such as `trace.history[2].timestamp: expected a date`. A missing key ends its path; the
+  /// whole text is `$`.
+  std::string report() const;
   /// One line for a developer, such as `expected a number, found a text at [3].amount (byte 120)`. Shows
   /// keys, never values.
   std::string description() const;

@@ -335,8 +335,41 @@ inline bool Reader::matchField(const RecordTable& table, std::size_t previous, s
   return takeColon();
 }
 
+bool Reader::failForMissing(const RecordTable& table, std::size_t field) {
+  error_.detail = table.fields[field].key();
+  return failAt(cursor_ - 1, JSONFailure::missingKey);
+}
+
+// The object has been opened. Its values are found first and read afterwards.
+bool Reader::readFieldsInOrder(const RecordTable& table, void* record) {
+  std::array<const char*, RecordTable::mostFields> values{};
+  std::string_view key;
+  Next next{};
+  while ((next = nextKey(key)) == Next::item) {
+    const std::size_t field = table.find(key);
+    if (field < table.fields.size() && values[field] == nullptr) values[field] = cursor_;
+    if (!skip()) return false;
+  }
+  if (next == Next::failure) return false;
+  const char* const end = cursor_;
+  ++depth_;
+  for (std::size_t i = 0; i < table.fields.size(); ++i) {
+    cursor_ = end;
+    if (values[i] == nullptr) {
+      if ((table.required >> i & 1) != 0) return failForMissing(table, i);
+      continue;
+    }
+    cursor_ = values[i];
+    if (!table.fields[i].read(*this, record)) return failInside(std::string(table.fields[i].key()));
+  }
+  cursor_ = end;
+  --depth_;
+  return true;
+}
+
 bool Reader::readRecord(const RecordTable& table, void* record) {
   if (!open('{')) return false;
+  if (inFieldOrder_) return readFieldsInOrder(table, record);
   std::uint64_t seen = 0;
   std::size_t previous = table.fields.size();
   for (;;) {
@@ -356,8 +389,7 @@ bool Reader::readRecord(const RecordTable& table, void* record) {
   }
   const std::uint64_t missing = table.required & ~seen;
   if (missing == 0) return true;
-  error_.detail = table.fields[static_cast<std::size_t>(std::countr_zero(missing))].key();
-  return failAt(cursor_ - 1, JSONFailure::missingKey);
+  return failForMissing(table, static_cast<std::size_t>(std::countr_zero(missing)));
 }
 
 }  // namespace tilvanego::json

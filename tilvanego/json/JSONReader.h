@@ -61,6 +61,10 @@ class Reader {
 
   const JSONDates* dates() const { return dates_; }
 
+  /// From now on records are read in the order of their fields, however these stand in the text, so that the
+  /// failure is that of the first field. It takes a second pass over every object.
+  void readInFieldOrder() { inFieldOrder_ = true; }
+
   /// For codecs: fails for the value that was read last. Always false.
   bool fail(JSONFailure failure, std::string detail = {});
   /// For codecs: the failure happened inside the value under this key or index. Always false.
@@ -91,6 +95,8 @@ class Reader {
   bool open(char first);
   bool matchField(const RecordTable& table, std::size_t previous, std::size_t& field);
   bool takeKey(const RecordField& field);
+  bool readFieldsInOrder(const RecordTable& table, void* record);
+  bool failForMissing(const RecordTable& table, std::size_t field);
 
   const char* begin_;
   const char* cursor_;
@@ -99,6 +105,7 @@ class Reader {
   const JSONDates* dates_;
   std::size_t depth_ = 0;
   bool atStart_ = false;
+  bool inFieldOrder_ = false;
   std::string scratch_;
   JSONError error_;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tilvanego/json/Codec.h>
+#include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/json/RecordTable.h>
 #include <algorithm>
 #include <array>
@@ -29,6 +30,9 @@
 ///       }
 ///     };
 ///
+/// A plain aggregate whose fields have the codecs of their types and the keys of their names says only the
+/// keys (`CodingKeys.h`).
+///
 /// A field of type `std::optional` may be missing or null when read, and is left out when absent; every other
 /// field is required. Keys that the table doesn't know are checked for good JSON and passed over. The first
 /// of equal keys counts. A record is default-constructible; one with private members makes
@@ -56,22 +60,15 @@ constexpr std::tuple<Fields...> fields(Fields... all) {
   return {all...};
 }
 
+/// A record with a table.
 template <typename T>
-concept IsRecord = requires { RecordAccess::fields<T>(); };
+concept ListsItsFields = requires { RecordAccess::fields<T>(); };
 
-template <IsRecord Record>
+template <typename T>
+concept IsRecord = ListsItsFields<T> || NamesItsKeys<T>;
+
+template <ListsItsFields Record>
 inline constexpr auto recordFields = RecordAccess::fields<Record>();
-
-template <IsRecord Record>
-inline constexpr std::size_t fieldCount = std::tuple_size_v<decltype(RecordAccess::fields<Record>())>;
-
-/// The keys of a record in the order of its table.
-template <IsRecord Record>
-constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
-  return std::apply(
-      [](const auto&... all) { return std::array<std::string_view, fieldCount<Record>>{all.key...}; },
-      recordFields<Record>);
-}
 
 namespace detail {
 
@@ -84,14 +81,69 @@ struct OptionalTraits<std::optional<T>> : std::true_type {
   using Value = T;
 };
 
+/// The fields of a record, however it says them.
+template <typename Record>
+struct Layout;
+
+template <ListsItsFields Record>
+struct Layout<Record> {
+  static constexpr std::size_t count = std::tuple_size_v<decltype(RecordAccess::fields<Record>())>;
+  template <std::size_t index>
+  using At = std::tuple_element_t<index, decltype(RecordAccess::fields<Record>())>;
+
+  static constexpr auto keys() {
+    return std::apply([](const auto&... all) { return std::array<std::string_view, count>{all.key...}; },
+                      recordFields<Record>);
+  }
+  template <std::size_t index>
+  static auto& member(auto& record) {
+    return record.*std::get<index>(recordFields<Record>).member;
+  }
+};
+
+template <NamesItsKeys Record>
+struct Layout<Record> {
+  using Keys = RawTexts<typename Record::CodingKeys>;
+  static constexpr std::size_t count = Keys::table.size();
+  template <std::size_t index>
+  struct At {
+    using Type = std::remove_reference_t<
+        std::tuple_element_t<index, decltype(tieMembers<count>(std::declval<Record&>()))>>;
+    using Coding = void;
+  };
+
+  static constexpr auto keys() {
+    std::array<std::string_view, count> keys{};
+    for (std::size_t i = 0; i < count; ++i) keys[i] = Keys::table[i].second;
+    return keys;
+  }
+  template <std::size_t index>
+  static auto& member(auto& record) {
+    return std::get<index>(tieMembers<count>(record));
+  }
+};
+
 template <typename Record, std::size_t index>
-using FieldAt = std::tuple_element_t<index, decltype(RecordAccess::fields<Record>())>;
+using FieldAt = typename Layout<Record>::template At<index>;
 
 template <typename OneField>
 using CodingOf =
     std::conditional_t<std::is_void_v<typename OneField::Coding>,
                        std::type_identity<Codec<typename OptionalTraits<typename OneField::Type>::Value>>,
                        std::type_identity<typename OneField::Coding>>::type;
+
+}  // namespace detail
+
+template <IsRecord Record>
+inline constexpr std::size_t fieldCount = detail::Layout<Record>::count;
+
+/// The keys of a record in the order of its fields.
+template <IsRecord Record>
+constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
+  return detail::Layout<Record>::keys();
+}
+
+namespace detail {
 
 /// Texts are the bulk of every record: they have ways of their own through the reader and the writer.
 template <typename OneField>
@@ -114,15 +166,15 @@ bool readKeyed(Reader& reader, T& value, std::string_view key) {
 template <typename Record, std::size_t index>
 bool readField(Reader& reader, void* record) {
   using OneField = FieldAt<Record, index>;
-  constexpr const auto& field = std::get<index>(recordFields<Record>);
-  auto& member = static_cast<Record*>(record)->*field.member;
+  [[maybe_unused]] constexpr std::string_view key = recordKeys<Record>()[index];
+  auto& member = Layout<Record>::template member<index>(*static_cast<Record*>(record));
   if constexpr (isTextField<OneField>) {
     return reader.readText(member);
   } else if constexpr (OptionalTraits<typename OneField::Type>::value) {
     if (reader.takeNull()) return true;
-    return readKeyed<CodingOf<OneField>>(reader, RecordAccess::emplaceIn(member), field.key);
+    return readKeyed<CodingOf<OneField>>(reader, RecordAccess::emplaceIn(member), key);
   } else {
-    return readKeyed<CodingOf<OneField>>(reader, member, field.key);
+    return readKeyed<CodingOf<OneField>>(reader, member, key);
   }
 }
 
@@ -142,7 +194,7 @@ bool writeValue(Writer& writer, const RecordField& field, const T& value) {
 template <typename Record, std::size_t index>
 bool writeField(Writer& writer, const RecordField& field, const void* record) {
   using OneField = FieldAt<Record, index>;
-  const auto& member = static_cast<const Record*>(record)->*std::get<index>(recordFields<Record>).member;
+  const auto& member = Layout<Record>::template member<index>(*static_cast<const Record*>(record));
   if constexpr (OptionalTraits<typename OneField::Type>::value) {
     return !member || writeValue<CodingOf<OneField>>(writer, field, *member);
   } else {
@@ -255,12 +307,21 @@ struct Description {
 }  // namespace detail
 
 template <IsRecord Record>
+const RecordTable& recordTable() {
+  if constexpr (NamesItsKeys<Record>) {
+    return Described<Record>::table();
+  } else {
+    return detail::Description<Record>::table;
+  }
+}
+
+template <IsRecord Record>
 struct Codec<Record> {
   static bool read(Reader& reader, Record& record) {
-    return reader.readRecord(detail::Description<Record>::table, &record);
+    return reader.readRecord(recordTable<Record>(), &record);
   }
   static bool write(Writer& writer, const Record& record) {
-    return writer.writeRecord(detail::Description<Record>::table, &record);
+    return writer.writeRecord(recordTable<Record>(), &record);
   }
 };
 

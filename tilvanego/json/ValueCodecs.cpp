@@ -15,7 +15,18 @@ class InternetDateTime final : public JSONDates {
   std::string write(const Date& date) const override { return internetDateText(date); }
 };
 
+class APIDates final : public JSONDates {
+ public:
+  std::optional<Date> read(std::string_view text) const override { return readAPIDate(text); }
+  std::string write(const Date& date) const override { return apiDateText(date); }
+};
+
 }  // namespace
+
+const JSONDates& JSONDates::api() {
+  static const APIDates form;
+  return form;
+}
 
 const JSONDates& JSONDates::internetDateTime() {
   static const InternetDateTime form;
@@ -41,8 +52,8 @@ const JSONDates& orDefault(const JSONDates* dates) {
 
 bool Codec<Date>::read(Reader& reader, Date& date) {
   std::string_view text;
-  return reader.readText(text) && accept(reader, date, orDefault(reader.dates()).read(text),
-                                         "the text is not a date of the expected form");
+  return reader.readText(text) &&
+         accept(reader, date, orDefault(reader.dates()).read(text), "expected a date");
 }
 
 bool Codec<Date>::write(Writer& writer, const Date& date) {
@@ -51,7 +62,7 @@ bool Codec<Date>::write(Writer& writer, const Date& date) {
 
 bool Codec<UUID>::read(Reader& reader, UUID& uuid) {
   std::string_view text;
-  return reader.readText(text) && accept(reader, uuid, UUID::parse(text), "the text is not a UUID");
+  return reader.readText(text) && accept(reader, uuid, UUID::parse(text), "expected a UUID");
 }
 
 bool Codec<UUID>::write(Writer& writer, const UUID& uuid) { return writer.text(uuid.text()); }

@@ -12,12 +12,23 @@ namespace tilvanego::models {
 /// as the last case, `unknownDefaultOpenApi`, and no failure. The text that came in is lost: the case is
 /// written by its own.
 ///
-///     template <> struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> { ... };
+///     template <>
+///     struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> {
+///       using enum models::Status;
+///       static constexpr std::array table{row(approved, "APPROVED"), ..., fallbackRow};
+///     };
 template <class Enumeration>
 struct OpenRawTexts {
   static constexpr Enumeration fallback = Enumeration::unknownDefaultOpenApi;
   static constexpr std::pair<Enumeration, std::string_view> fallbackRow{fallback, "unknown_default_open_api"};
+
+  static constexpr std::pair<Enumeration, std::string_view> row(Enumeration value, std::string_view text) {
+    return {value, text};
+  }
 };
+
+template <typename Enumeration>
+concept HasUnknownCase = requires { Enumeration::unknownDefaultOpenApi; };
 
 /// How far a transaction has come.
 enum class Status {
@@ -63,45 +74,43 @@ namespace tilvanego {
 
 template <>
 struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> {
+  using enum models::Status;
   static constexpr std::array table{
-      std::pair{models::Status::approved, std::string_view("APPROVED")},
-      std::pair{models::Status::declined, std::string_view("DECLINED")},
-      std::pair{models::Status::failed, std::string_view("FAILED")},
-      std::pair{models::Status::pending, std::string_view("PENDING")},
-      std::pair{models::Status::initialized, std::string_view("INITIALIZED")},
-      std::pair{models::Status::authorized, std::string_view("AUTHORIZED")},
-      std::pair{models::Status::saved, std::string_view("SAVED")},
-      std::pair{models::Status::refunded, std::string_view("REFUNDED")},
-      std::pair{models::Status::voided, std::string_view("VOIDED")},
-      std::pair{models::Status::captured, std::string_view("CAPTURED")},
-      std::pair{models::Status::force, std::string_view("FORCE")},
-      std::pair{models::Status::credited, std::string_view("CREDITED")},
+      row(approved, "APPROVED"),
+      row(declined, "DECLINED"),
+      row(failed, "FAILED"),
+      row(pending, "PENDING"),
+      row(initialized, "INITIALIZED"),
+      row(authorized, "AUTHORIZED"),
+      row(saved, "SAVED"),
+      row(refunded, "REFUNDED"),
+      row(voided, "VOIDED"),
+      row(captured, "CAPTURED"),
+      row(force, "FORCE"),
+      row(credited, "CREDITED"),
       fallbackRow,
   };
 };
 
 template <>
 struct RawTexts<models::ResponseEntryMode> : models::OpenRawTexts<models::ResponseEntryMode> {
+  using enum models::ResponseEntryMode;
   static constexpr std::array table{
-      std::pair{models::ResponseEntryMode::contact, std::string_view("CONTACT")},
-      std::pair{models::ResponseEntryMode::contactless, std::string_view("CONTACTLESS")},
-      std::pair{models::ResponseEntryMode::nfc, std::string_view("NFC")},
-      std::pair{models::ResponseEntryMode::swipe, std::string_view("SWIPE")},
-      std::pair{models::ResponseEntryMode::keyed, std::string_view("KEYED")},
-      std::pair{models::ResponseEntryMode::fallbackSwipe, std::string_view("FALLBACK_SWIPE")},
-      fallbackRow,
+      row(contact, "CONTACT"), row(contactless, "CONTACTLESS"),      row(nfc, "NFC"), row(swipe, "SWIPE"),
+      row(keyed, "KEYED"),     row(fallbackSwipe, "FALLBACK_SWIPE"), fallbackRow,
   };
 };
 
 template <>
 struct RawTexts<models::CardBrand> : models::OpenRawTexts<models::CardBrand> {
+  using enum models::CardBrand;
   static constexpr std::array table{
-      std::pair{models::CardBrand::visa, std::string_view("VISA")},
-      std::pair{models::CardBrand::mastercard, std::string_view("MASTERCARD")},
-      std::pair{models::CardBrand::discover, std::string_view("DISCOVER")},
-      std::pair{models::CardBrand::americanExpress, std::string_view("AMERICAN EXPRESS")},
-      std::pair{models::CardBrand::jcb, std::string_view("JCB")},
-      std::pair{models::CardBrand::dinersClub, std::string_view("DINERS CLUB")},
+      row(visa, "VISA"),
+      row(mastercard, "MASTERCARD"),
+      row(discover, "DISCOVER"),
+      row(americanExpress, "AMERICAN EXPRESS"),
+      row(jcb, "JCB"),
+      row(dinersClub, "DINERS CLUB"),
       fallbackRow,
   };
 };

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <tilvanego/json/CodingKeys.h>
+#include <tilvanego/json/Record.h>
+#include <tilvanego/values/Date.h>
+#include <tilvanego/values/UUID.h>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+/// The definitions behind `Described`, for the one source file of each record that names its keys.
+namespace tilvanego::json {
+namespace detail {
+
+constexpr std::size_t mixHash(std::size_t seed, std::size_t hash) {
+  return seed ^ (hash + 0x9E3779B97F4A7C15 + (seed << 6) + (seed >> 2));
+}
+
+template <typename T>
+std::size_t hashOf(const T& value) {
+  return std::hash<T>()(value);
+}
+
+inline std::size_t hashOf(const Date& date) { return hashOf(date.secondsSince1970()); }
+
+inline std::size_t hashOf(const UUID& uuid) {
+  const auto& octets = uuid.octets();
+  // The bytes of any object may be looked at as characters.
+  return hashOf(std::string_view(reinterpret_cast<const char*>(octets.data()), octets.size()));
+}
+
+template <typename T>
+std::size_t hashOf(const std::vector<T>& list) {
+  std::size_t hash = list.size();
+  for (const T& element : list) hash = mixHash(hash, hashOf(element));
+  return hash;
+}
+
+template <typename T>
+std::size_t hashOf(const std::optional<T>& value) {
+  return value ? mixHash(1, hashOf(*value)) : 0;
+}
+
+template <typename Record>
+consteval bool casesNameTheMembers() {
+  return []<std::size_t... index>(std::index_sequence<index...>) {
+    return ((enumeratorName<static_cast<typename Record::CodingKeys>(index)> ==
+             memberName<Record, sizeof...(index), index>) &&
+            ...);
+  }(std::make_index_sequence<fieldCount<Record>>());
+}
+
+}  // namespace detail
+
+template <NamesItsKeys Record>
+const RecordTable& Described<Record>::table() {
+  static_assert(detail::casesNameTheMembers<Record>(),
+                "CodingKeys has a case for each member, of its name and in its place");
+  static_assert(detail::countEnumerators<typename Record::CodingKeys>() ==
+                    RawTexts<typename Record::CodingKeys>::table.size(),
+                "each case of CodingKeys has one raw text");
+  return detail::Description<Record>::table;
+}
+
+template <NamesItsKeys Record>
+std::size_t Described<Record>::hash(const Record& record) {
+  return std::apply(
+      [](const auto&... member) {
+        std::size_t hash = sizeof...(member);
+        ((hash = detail::mixHash(hash, detail::hashOf(member))), ...);
+        return hash;
+      },
+      detail::tieMembers<fieldCount<Record>>(record));
+}
+
+}  // namespace tilvanego::json

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <tilvanego/models/Enumerations.h>
+#include <tilvanego/models/Patterns.h>
+#include <tilvanego/models/Record.h>
+#include <optional>
+#include <string>
+
+namespace tilvanego::models {
+
+/// Money in its loosest form.
+struct Amounts {
+  std::optional<Currency> currency = {};
+  std::optional<std::string> total = {};
+
+  enum class CodingKeys { currency, total };
+
+  static constexpr StringRule totalRule{.pattern = detail::shortAmountPattern};
+  static constexpr FieldRule rules[] = {{CodingKeys::total, totalRule}};
+
+  bool containsUnknownDefaultOpenApiCase() const;
+  bool operator==(const Amounts&) const = default;
+};
+
+/// Money of a sale: the total, and what of it the customer adds or takes out in cash.
+struct AmountsExtended {
+  Currency currency = Currency::usd;
+  std::string total;
+  std::optional<std::string> gratuity = {};
+  std::optional<std::string> cashback = {};
+
+  enum class CodingKeys { currency, total, gratuity, cashback };
+
+  static constexpr StringRule totalRule{.pattern = detail::shortAmountPattern};
+  static constexpr StringRule gratuityRule{.pattern = detail::amountPattern};
+  static constexpr StringRule cashbackRule{.pattern = detail::shortAmountPattern};
+  static constexpr FieldRule rules[] = {{CodingKeys::total, totalRule},
+                                        {CodingKeys::gratuity, gratuityRule},
+                                        {CodingKeys::cashback, cashbackRule}};
+
+  bool containsUnknownDefaultOpenApiCase() const;
+  bool operator==(const AmountsExtended&) const = default;
+};
+
+/// Money as the interface answers it. Alone of all keys, the gratuity's is capitalised: "Gratuity".
+struct AmountsResponse {
+  Currency currency = Currency::usd;
+  std::string approved;
+  std::string requested;
+  std::optional<std::string> gratuity = {};
+  std::optional<std::string> cashback = {};
+  std::optional<std::string> surcharge = {};
+  std::optional<std::string> additionalFee = {};
+  std::optional<std::string> balance = {};
+
+  enum class CodingKeys {
+    currency,
+    approved,
+    requested,
+    gratuity,
+    cashback,
+    surcharge,
+    additionalFee,
+    balance
+  };
+
+  static constexpr StringRule approvedRule{.pattern = detail::amountPattern};
+  static constexpr StringRule requestedRule{.pattern = detail::amountPattern};
+  static constexpr StringRule gratuityRule{.pattern = detail::amountPattern};
+  static constexpr StringRule cashbackRule{.pattern = detail::amountPattern};
+  static constexpr StringRule surchargeRule{.pattern = detail::amountPattern};
+  static constexpr StringRule additionalFeeRule{.pattern = detail::amountPattern};
+  static constexpr StringRule balanceRule{.pattern = detail::amountPattern};
+  static constexpr FieldRule rules[] = {
+      {CodingKeys::approved, approvedRule},   {CodingKeys::requested, requestedRule},
+      {CodingKeys::gratuity, gratuityRule},   {CodingKeys::cashback, cashbackRule},
+      {CodingKeys::surcharge, surchargeRule}, {CodingKeys::additionalFee, additionalFeeRule},
+      {CodingKeys::balance, balanceRule}};
+
+  bool containsUnknownDefaultOpenApiCase() const;
+  bool operator==(const AmountsResponse&) const = default;
+};
+
+}  // namespace tilvanego::models
+
+namespace tilvanego {
+
+template <>
+struct RawTexts<models::AmountsResponse::CodingKeys> {
+  using enum models::AmountsResponse::CodingKeys;
+  static constexpr auto table = json::caseNamesBut(gratuity, "Gratuity");
+};
+
+}  // namespace tilvanego

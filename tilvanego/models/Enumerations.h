@@ -1,0 +1,156 @@
+#pragma once
+
+#include <tilvanego/models/SharedEnumerations.h>
+#include <array>
+
+namespace tilvanego::models {
+
+/// What is paid with.
+enum class TenderType {
+  credit,
+  debit,
+  ebt,
+  fsa,
+  unknownDefaultOpenApi,
+};
+
+/// The wire knows one currency.
+enum class Currency {
+  usd,
+  unknownDefaultOpenApi,
+};
+
+/// What the processor decided, in words.
+enum class AuthMessageEnum {
+  approved,
+  force,
+  partiallyApproved,
+  invalidCardNumber,
+  unknown,
+  declined,
+  ccvDeclined,
+  avsDeclined,
+  invalidTransaction,
+  processingException,
+  timeout,
+  invalidPin,
+  invalidExpiry,
+  suspectedFraud,
+  velocityCheckFailed,
+  captured,
+  pending,
+  unknownDefaultOpenApi,
+};
+
+/// What the check of the card's security code gave. No answer at all is a value of its own.
+enum class CVV2ResponseCode {
+  m,
+  n,
+  p,
+  s,
+  u,
+  questionMark,
+  empty,
+  unknownDefaultOpenApi,
+};
+
+/// What the check of the address gave. No answer at all is a value of its own.
+enum class AVSResponseCode {
+  d,
+  f,
+  j,
+  m,
+  q,
+  v,
+  x,
+  y,
+  l,
+  w,
+  z,
+  a,
+  b,
+  o,
+  p,
+  k,
+  n,
+  u,
+  r,
+  s,
+  e,
+  c,
+  i,
+  g,
+  questionMark,
+  empty,
+  unknownDefaultOpenApi,
+};
+
+}  // namespace tilvanego::models
+
+namespace tilvanego {
+
+template <>
+struct RawTexts<models::TenderType> : models::OpenRawTexts<models::TenderType> {
+  using enum models::TenderType;
+  static constexpr std::array table{
+      row(credit, "CREDIT"), row(debit, "DEBIT"), row(ebt, "EBT"), row(fsa, "FSA"), fallbackRow,
+  };
+};
+
+template <>
+struct RawTexts<models::Currency> : models::OpenRawTexts<models::Currency> {
+  using enum models::Currency;
+  static constexpr std::array table{
+      row(usd, "USD"),
+      fallbackRow,
+  };
+};
+
+template <>
+struct RawTexts<models::AuthMessageEnum> : models::OpenRawTexts<models::AuthMessageEnum> {
+  using enum models::AuthMessageEnum;
+  static constexpr std::array table{
+      row(approved, "APPROVED"),
+      row(force, "FORCE"),
+      row(partiallyApproved, "PARTIALLY APPROVED"),
+      row(invalidCardNumber, "INVALID CARD NUMBER"),
+      row(unknown, "UNKNOWN"),
+      row(declined, "DECLINED"),
+      row(ccvDeclined, "CCV DECLINED"),
+      row(avsDeclined, "AVS DECLINED"),
+      row(invalidTransaction, "INVALID TRANSACTION"),
+      row(processingException, "PROCESSING EXCEPTION"),
+      row(timeout, "TIMEOUT"),
+      row(invalidPin, "INVALID PIN"),
+      row(invalidExpiry, "INVALID EXPIRY"),
+      row(suspectedFraud, "SUSPECTED FRAUD"),
+      row(velocityCheckFailed, "VELOCITY CHECK FAILED"),
+      row(captured, "CAPTURED"),
+      row(pending, "PENDING"),
+      fallbackRow,
+  };
+};
+
+template <>
+struct RawTexts<models::CVV2ResponseCode> : models::OpenRawTexts<models::CVV2ResponseCode> {
+  using enum models::CVV2ResponseCode;
+  static constexpr std::array table{
+      row(m, "M"),    row(n, "N"), row(p, "P"), row(s, "S"), row(u, "U"), row(questionMark, "?"),
+      row(empty, ""), fallbackRow,
+  };
+};
+
+template <>
+struct RawTexts<models::AVSResponseCode> : models::OpenRawTexts<models::AVSResponseCode> {
+  using enum models::AVSResponseCode;
+  static constexpr std::array table{
+      row(d, "D"),    row(f, "F"), row(j, "J"), row(m, "M"), row(q, "Q"),
+      row(v, "V"),    row(x, "X"), row(y, "Y"), row(l, "L"), row(w, "W"),
+      row(z, "Z"),    row(a, "A"), row(b, "B"), row(o, "O"), row(p, "P"),
+      row(k, "K"),    row(n, "N"), row(u, "U"), row(r, "R"), row(s, "S"),
+      row(e, "E"),    row(c, "C"), row(i, "I"), row(g, "G"), row(questionMark, "?"),
+      row(empty, ""), fallbackRow,
+  };
+};
+
+}  // namespace tilvanego

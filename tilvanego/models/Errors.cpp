@@ -1,0 +1,11 @@
+#include <tilvanego/json/DescribedRecord.h>
+#include <tilvanego/json/ValueCodecs.h>
+#include <tilvanego/models/Errors.h>
+
+namespace tilvanego {
+
+template struct json::Described<models::ModelError>;
+template struct json::Described<models::ErrorDetail>;
+template struct json::Described<models::ApiViolation>;
+
+}  // namespace tilvanego

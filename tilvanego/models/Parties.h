@@ -1,0 +1,144 @@
+#pragma once
+
+#include <tilvanego/models/Patterns.h>
+#include <tilvanego/models/Record.h>
+#include <tilvanego/models/SharedEnumerations.h>
+#include <array>
+#include <optional>
+#include <string>
+
+namespace tilvanego::models {
+
+/// A postal address; the country may be left open.
+struct Address {
+  std::string address1;
+  std::optional<std::string> address2 = {};
+  std::string city;
+  std::string state;
+  std::string zip;
+  std::optional<std::string> country = {};
+  std::optional<std::string> company = {};
+
+  enum class CodingKeys { address1, address2, city, state, zip, country, company };
+
+  bool operator==(const Address&) const = default;
+};
+
+/// Where goods go: a country and a recipient are needed, unlike in an `Address`.
+struct ShippingAddress {
+  std::string address1;
+  std::optional<std::string> address2 = {};
+  std::string city;
+  std::string state;
+  std::string zip;
+  std::string country;
+  std::optional<std::string> company = {};
+  std::string recipient;
+  std::optional<std::string> recipientPhone = {};
+  std::optional<std::string> recipientEmail = {};
+
+  enum class CodingKeys {
+    address1,
+    address2,
+    city,
+    state,
+    zip,
+    country,
+    company,
+    recipient,
+    recipientPhone,
+    recipientEmail
+  };
+
+  bool operator==(const ShippingAddress&) const = default;
+};
+
+/// Who pays.
+struct Customer {
+  std::optional<std::string> name = {};
+  std::optional<std::string> email = {};
+  std::optional<std::string> phone = {};
+  std::optional<Address> billingAddress = {};
+
+  enum class CodingKeys { name, email, phone, billingAddress };
+
+  static constexpr StringRule nameRule{.maxLength = 100};
+  static constexpr StringRule phoneRule{.pattern = R"(/\+\d{6,16}$/)"};
+  static constexpr FieldRule rules[] = {{CodingKeys::name, nameRule}, {CodingKeys::phone, phoneRule}};
+
+  bool operator==(const Customer&) const = default;
+};
+
+/// A place, its coordinates as texts.
+struct GpsLocation {
+  std::string latitude;
+  std::string longitude;
+  std::optional<std::string> accuracy = {};
+
+  enum class CodingKeys { latitude, longitude, accuracy };
+
+  bool operator==(const GpsLocation&) const = default;
+};
+
+/// The part of a sale that a health benefit pays, in total and by category.
+struct Healthcare {
+  std::optional<std::string> totalAmount = {};
+  std::optional<std::string> prescription = {};
+  std::optional<std::string> vision = {};
+  std::optional<std::string> dental = {};
+  std::optional<std::string> clinical = {};
+  std::optional<std::string> copay = {};
+  std::optional<std::string> transit = {};
+
+  enum class CodingKeys { totalAmount, prescription, vision, dental, clinical, copay, transit };
+
+  static constexpr StringRule totalAmountRule{.pattern = detail::amountPattern};
+  static constexpr StringRule prescriptionRule{.pattern = detail::amountPattern};
+  static constexpr StringRule visionRule{.pattern = detail::amountPattern};
+  static constexpr StringRule dentalRule{.pattern = detail::amountPattern};
+  static constexpr StringRule clinicalRule{.pattern = detail::amountPattern};
+  static constexpr StringRule copayRule{.pattern = detail::amountPattern};
+  static constexpr StringRule transitRule{.pattern = detail::amountPattern};
+  static constexpr FieldRule rules[] = {
+      {CodingKeys::totalAmount, totalAmountRule}, {CodingKeys::prescription, prescriptionRule},
+      {CodingKeys::vision, visionRule},           {CodingKeys::dental, dentalRule},
+      {CodingKeys::clinical, clinicalRule},       {CodingKeys::copay, copayRule},
+      {CodingKeys::transit, transitRule}};
+
+  bool operator==(const Healthcare&) const = default;
+};
+
+/// An electronic benefit transfer. No rule ties the voucher's number to the type.
+struct EBT {
+  enum class ModelType {
+    cash,
+    voucher,
+    food,
+    unknownDefaultOpenApi,
+  };
+
+  ModelType type = ModelType::unknownDefaultOpenApi;
+  std::optional<std::string> voucherNumber = {};
+
+  enum class CodingKeys { type, voucherNumber };
+
+  bool containsUnknownDefaultOpenApiCase() const;
+  bool operator==(const EBT&) const = default;
+};
+
+}  // namespace tilvanego::models
+
+namespace tilvanego {
+
+template <>
+struct RawTexts<models::EBT::ModelType> : models::OpenRawTexts<models::EBT::ModelType> {
+  using enum models::EBT::ModelType;
+  static constexpr std::array table{
+      row(cash, "CASH"),
+      row(voucher, "VOUCHER"),
+      row(food, "FOOD"),
+      fallbackRow,
+  };
+};
+
+}  // namespace tilvanego

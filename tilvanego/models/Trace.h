@@ -1,0 +1,121 @@
+#pragma once
+
+#include <tilvanego/models/Parties.h>
+#include <tilvanego/models/Record.h>
+#include <tilvanego/values/Date.h>
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tilvanego::models {
+
+/// What a request says about its origin, to be found again in answers and listings.
+struct Trace {
+  std::optional<std::string> cashier = {};
+  std::optional<std::string> clientIp = {};
+  std::optional<std::string> customId = {};
+  std::optional<Date> timestamp = {};
+  std::optional<std::string> extTransactionId = {};
+  std::optional<std::vector<std::string>> tags = {};
+
+  enum class CodingKeys { cashier, clientIp, customId, timestamp, extTransactionId, tags };
+
+  static constexpr StringRule extTransactionIdRule{.minLength = 1, .maxLength = 50};
+  static constexpr ArrayRule tagsRule{.maxItems = 10};
+  static constexpr FieldRule rules[] = {{CodingKeys::extTransactionId, extTransactionIdRule},
+                                        {CodingKeys::tags, tagsRule}};
+
+  bool operator==(const Trace&) const = default;
+};
+
+/// The identifiers of a payment by click to pay.
+struct ClickToPayTraceData {
+  std::string merchantTransactionId;
+  std::string correlationId;
+  std::string srcFlowId;
+
+  enum class CodingKeys { merchantTransactionId, correlationId, srcFlowId };
+
+  bool operator==(const ClickToPayTraceData&) const = default;
+};
+
+/// One step in the life of a transaction.
+struct TransactionHistoryRecord {
+  enum class Action {
+    _init,
+    update,
+    authorization,
+    capture,
+    transaction,
+    refund,
+    unknownDefaultOpenApi,
+  };
+
+  std::optional<Action> action = {};
+  std::optional<std::string> requestId = {};
+  std::optional<std::string> correlationId = {};
+  std::optional<Date> timestamp = {};
+
+  enum class CodingKeys { action, requestId, correlationId, timestamp };
+
+  bool containsUnknownDefaultOpenApiCase() const;
+  bool operator==(const TransactionHistoryRecord&) const = default;
+};
+
+/// What the interface knows about a transaction's origin and its history.
+struct TraceResponse {
+  std::optional<std::string> cashier = {};
+  std::optional<std::string> clientIp = {};
+  std::optional<std::string> sourceIp = {};
+  std::optional<std::string> source = {};
+  std::optional<GpsLocation> gpsLocation = {};
+  std::optional<std::string> customId = {};
+  std::optional<Date> timestamp = {};
+  std::optional<std::string> extTransactionId = {};
+  std::optional<std::string> networkTransactionId = {};
+  std::optional<std::vector<std::string>> tags = {};
+  std::optional<std::vector<TransactionHistoryRecord>> history = {};
+  std::optional<ClickToPayTraceData> clickToPayTraceData = {};
+
+  enum class CodingKeys {
+    cashier,
+    clientIp,
+    sourceIp,
+    source,
+    gpsLocation,
+    customId,
+    timestamp,
+    extTransactionId,
+    networkTransactionId,
+    tags,
+    history,
+    clickToPayTraceData
+  };
+
+  static constexpr StringRule extTransactionIdRule{.minLength = 1, .maxLength = 50};
+  static constexpr FieldRule rules[] = {{CodingKeys::extTransactionId, extTransactionIdRule}};
+
+  bool operator==(const TraceResponse&) const = default;
+};
+
+}  // namespace tilvanego::models
+
+namespace tilvanego {
+
+template <>
+struct RawTexts<models::TransactionHistoryRecord::Action>
+    : models::OpenRawTexts<models::TransactionHistoryRecord::Action> {
+  using enum models::TransactionHistoryRecord::Action;
+  static constexpr std::array table{
+      row(_init, "init"),
+      row(update, "update"),
+      row(authorization, "authorization"),
+      row(capture, "capture"),
+      row(transaction, "transaction"),
+      row(refund, "refund"),
+      fallbackRow,
+  };
+};
+
+}  // namespace tilvanego

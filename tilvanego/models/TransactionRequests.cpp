@@ -1,0 +1,12 @@
+#include <tilvanego/json/DescribedRecord.h>
+#include <tilvanego/json/ValueCodecs.h>
+#include <tilvanego/models/TransactionRequests.h>
+
+namespace tilvanego {
+
+template struct json::Described<models::SaleAndAuthRequest>;
+template struct json::Described<models::RefundRequest>;
+template struct json::Described<models::CreditRequest>;
+template struct json::Described<models::ForceRequest>;
+
+}  // namespace tilvanego

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <tilvanego/json/CodingKeys.h>
+#include <tilvanego/models/SharedEnumerations.h>
+#include <cstddef>
+#include <optional>
+#include <tuple>
+
+namespace tilvanego::models::detail {
+
+template <typename Member>
+bool isUnknownCase(const Member&) {
+  return false;
+}
+
+template <HasUnknownCase Enumeration>
+bool isUnknownCase(const Enumeration& value) {
+  return value == Enumeration::unknownDefaultOpenApi;
+}
+
+template <HasUnknownCase Enumeration>
+bool isUnknownCase(const std::optional<Enumeration>& value) {
+  return value == Enumeration::unknownDefaultOpenApi;
+}
+
+/// Whether a member of the record, not one of a record inside it, has the unknown case.
+template <json::NamesItsKeys Record>
+bool holdsUnknownCase(const Record& record) {
+  return std::apply([](const auto&... member) { return (isUnknownCase(member) || ...); },
+                    json::detail::tieMembers<json::fieldCount<Record>>(record));
+}
+
+}  // namespace tilvanego::models::detail
