@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tilvanego/json/CodingKeys.h>
+#include <tilvanego/json/Record.h>
 #include <tilvanego/models/SharedEnumerations.h>
 #include <cstddef>
 #include <optional>

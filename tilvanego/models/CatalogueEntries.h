@@ -1,0 +1,206 @@
+#pragma once
+
+#include <tilvanego/json/Record.h>
+#include <tilvanego/models/Catalogue.h>
+#include <tilvanego/values/Date.h>
+#include <tilvanego/values/UUID.h>
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+/// How the catalogue's entries come out of the types themselves.
+namespace tilvanego::models::detail {
+
+/// The characters of a type's name, points for colons: "EBT.ModelType".
+template <typename T>
+inline constexpr auto dottedCharacters = [] {
+  constexpr std::string_view name =
+      json::detail::typeName<T>.substr(std::string_view("tilvanego::models::").size());
+  constexpr std::size_t nesting = static_cast<std::size_t>(std::ranges::count(name, ':')) / 2;
+  std::array<char, name.size() - nesting> dotted{};
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    if (name[i] == ':') ++i;
+    dotted[at++] = name[i] == ':' ? '.' : name[i];
+  }
+  return dotted;
+}();
+
+template <typename T>
+inline constexpr std::string_view typeWord{dottedCharacters<T>.data(), dottedCharacters<T>.size()};
+template <>
+inline constexpr std::string_view typeWord<std::string> = "String";
+template <>
+inline constexpr std::string_view typeWord<std::int64_t> = "Integer";
+template <>
+inline constexpr std::string_view typeWord<bool> = "Boolean";
+template <>
+inline constexpr std::string_view typeWord<Date> = "Date";
+template <>
+inline constexpr std::string_view typeWord<UUID> = "UUID";
+
+// Members
+
+template <typename T>
+struct ListTraits : std::false_type {
+  using Element = T;
+};
+template <typename T>
+struct ListTraits<std::vector<T>> : std::true_type {
+  using Element = T;
+};
+
+template <Record R, std::size_t index>
+using Member = json::detail::FieldAt<R, index>::Type;
+template <Record R, std::size_t index>
+using Value = json::detail::OptionalTraits<Member<R, index>>::Value;
+
+/// The kind of rule that a value can have.
+template <typename T>
+struct RuleOf {
+  using Type = void;
+};
+template <>
+struct RuleOf<std::string> {
+  using Type = StringRule;
+};
+template <>
+struct RuleOf<std::int64_t> {
+  using Type = NumericRule<std::int64_t>;
+};
+template <>
+struct RuleOf<std::vector<std::string>> {
+  using Type = ArrayRule;
+};
+
+/// Each field's rule, in the order of the fields.
+template <Record R>
+inline constexpr auto rulesByField = [] {
+  std::array<std::optional<FieldRule::Rule>, json::fieldCount<R>> all{};
+  if constexpr (requires { R::rules; }) {
+    for (const FieldRule& one : R::rules) all[one.field] = one.rule;
+  }
+  return all;
+}();
+
+template <Record R>
+constexpr auto describeFields() {
+  return []<std::size_t... index>(std::index_sequence<index...>) {
+    return std::array{
+        FieldDescription{.name = json::detail::enumeratorName<static_cast<typename R::CodingKeys>(index)>,
+                         .key = json::recordKeys<R>()[index],
+                         .type = typeWord<typename ListTraits<Value<R, index>>::Element>,
+                         .isArray = ListTraits<Value<R, index>>::value,
+                         .required = !json::detail::OptionalTraits<Member<R, index>>::value,
+                         .rule = rulesByField<R>[index]}...};
+  }(std::make_index_sequence<json::fieldCount<R>>());
+}
+
+template <Record R>
+inline constexpr auto fieldDescriptions = describeFields<R>();
+
+// Rules
+
+template <Record R>
+void visitRules(const R& record, const std::string& path, const RuleVisitor& visitor);
+
+template <typename T>
+void visitInside(const T&, const std::string&, const RuleVisitor&) {}
+
+template <Record R>
+void visitInside(const R& record, const std::string& path, const RuleVisitor& visitor) {
+  visitRules(record, path + '.', visitor);
+}
+
+template <Record R>
+void visitInside(const std::vector<R>& list, const std::string& path, const RuleVisitor& visitor) {
+  for (std::size_t i = 0; i < list.size(); ++i)
+    visitInside(list[i], path + '[' + std::to_string(i) + ']', visitor);
+}
+
+template <Record R, std::size_t index>
+void visitField(const Value<R, index>& value, const std::string& path, const RuleVisitor& visitor) {
+  if constexpr (rulesByField<R>[index].has_value()) {
+    using OneRule = RuleOf<Value<R, index>>::Type;
+    // A rule of another kind than its field doesn't compile.
+    constexpr const OneRule* rule = std::get<const OneRule*>(*rulesByField<R>[index]);
+    visitor(path, Ruled<Value<R, index>, OneRule>{value, *rule});
+  }
+  visitInside(value, path, visitor);
+}
+
+template <Record R, std::size_t index>
+void visitMember(const Member<R, index>& member, const std::string& prefix, const RuleVisitor& visitor) {
+  const std::string path = prefix + std::string(json::recordKeys<R>()[index]);
+  if constexpr (json::detail::OptionalTraits<Member<R, index>>::value) {
+    if (member) visitField<R, index>(*member, path, visitor);
+  } else {
+    visitField<R, index>(member, path, visitor);
+  }
+}
+
+/// `prefix` is what stands before the record's keys: nothing, or the record's path and a point.
+template <Record R>
+void visitRules(const R& record, const std::string& prefix, const RuleVisitor& visitor) {
+  [&]<std::size_t... index>(std::index_sequence<index...>) {
+    (visitMember<R, index>(json::detail::Layout<R>::template member<index>(record), prefix, visitor), ...);
+  }(std::make_index_sequence<json::fieldCount<R>>());
+}
+
+// Entries
+
+template <Record R>
+std::optional<bool> containsUnknownCase(const R& record) {
+  if constexpr (requires { record.containsUnknownDefaultOpenApiCase(); }) {
+    return record.containsUnknownDefaultOpenApiCase();
+  } else {
+    return std::nullopt;
+  }
+}
+
+template <Record R>
+const R& as(const void* record) {
+  return *static_cast<const R*>(record);
+}
+
+template <Record R>
+constexpr RecordType describe() {
+  return {.name = typeWord<R>,
+          .fields = fieldDescriptions<R>,
+          .operations = {
+              .table = &json::Described<R>::table,
+              .make = [] { return static_cast<void*>(new R()); },
+              .destroy = [](void* record) { delete static_cast<R*>(record); },
+              .equal = [](const void* a, const void* b) { return as<R>(a) == as<R>(b); },
+              .hash = [](const void* record) { return json::Described<R>::hash(as<R>(record)); },
+              .visitRules = [](const void* record,
+                               const RuleVisitor& visitor) { visitRules(as<R>(record), {}, visitor); },
+              .containsUnknownCase = [](const void* record) { return containsUnknownCase(as<R>(record)); },
+          }};
+}
+
+template <typename Enumeration>
+constexpr auto describeCases() {
+  constexpr auto& table = RawTexts<Enumeration>::table;
+  static_assert(json::detail::countEnumerators<Enumeration>() == table.size(), "each case has a text");
+  return []<std::size_t... index>(std::index_sequence<index...>) {
+    static_assert(((table[index].first == static_cast<Enumeration>(index)) && ...),
+                  "the texts stand in the order of the cases");
+    const auto name = [](std::string_view enumerator) {
+      return enumerator.ends_with('_') ? enumerator.substr(0, enumerator.size() - 1) : enumerator;
+    };
+    return std::array{CaseDescription{name(json::detail::enumeratorName<static_cast<Enumeration>(index)>),
+                                      table[index].second}...};
+  }(std::make_index_sequence<table.size()>());
+}
+
+template <typename Enumeration>
+inline constexpr auto caseDescriptions = describeCases<Enumeration>();
+
+}  // namespace tilvanego::models::detail
