@@ -40,6 +40,16 @@ struct Outcome {
   std::optional<Failure> error{};
 };
 
+/// The options of libcurl that say who is calling, whom.
+struct CredentialOptions {
+  CURLoption user;
+  CURLoption password;
+  CURLoption method;
+};
+inline constexpr CredentialOptions serverOptions = {CURLOPT_USERNAME, CURLOPT_PASSWORD, CURLOPT_HTTPAUTH};
+inline constexpr CredentialOptions proxyOptions = {CURLOPT_PROXYUSERNAME, CURLOPT_PROXYPASSWORD,
+                                                   CURLOPT_PROXYAUTH};
+
 /// One easy handle of libcurl and the task that it carries, redirects and challenges included. Belongs to the
 /// session's thread.
 class Transfer {
@@ -97,6 +107,8 @@ class Transfer {
   void setMethodAndBody();
   void setTarget();
   void setTimeout();
+  void withholdCredential(const CredentialOptions& options);
+  void sendCredential(const CredentialOptions& options, const URLCredential& credential, bool digest);
   void touch();
   void bodyBegins();
   [[nodiscard]] std::int64_t totalUnits() const;
@@ -143,7 +155,7 @@ class Transfer {
   Clock::duration limit_{};
 
   // What the handle is set to, so that only what differs is set again.
-  std::string proxySet_;
+  Proxy proxySet_;
   long connectTimeoutSet_ = 0;
   bool customMethodSet_ = false;
   bool progressSet_ = false;

@@ -16,15 +16,6 @@ constexpr int maximumRedirects = 20;
 /// A server that names a new realm each time must not be asked for ever.
 constexpr int maximumChallenges = 10;
 
-struct CredentialOptions {
-  CURLoption user;
-  CURLoption password;
-  CURLoption method;
-};
-
-constexpr CredentialOptions serverOptions = {CURLOPT_USERNAME, CURLOPT_PASSWORD, CURLOPT_HTTPAUTH};
-constexpr CredentialOptions proxyOptions = {CURLOPT_PROXYUSERNAME, CURLOPT_PROXYPASSWORD, CURLOPT_PROXYAUTH};
-
 }  // namespace
 
 std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
@@ -39,8 +30,7 @@ std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
   }
 
   if (challenged_ && originOf(*request_->url) != originOf(*(*next)->url)) {
-    curl_easy_setopt(handle(), CURLOPT_USERNAME, nullptr);
-    curl_easy_setopt(handle(), CURLOPT_PASSWORD, nullptr);
+    withholdCredential(serverOptions);
   }
   redirected_ = *std::move(next);
   request_ = &*redirected_;
@@ -66,12 +56,9 @@ bool Transfer::answersChallenge(bool fromProxy) {
   if (answer.disposition == performDefaultHandling) credential = challenge->proposedCredential;
   if (!credential) return false;
 
-  const auto& options = fromProxy ? proxyOptions : serverOptions;
   const bool digest =
       answerable->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
-  curl_easy_setopt(handle(), options.user, credential->user.c_str());
-  curl_easy_setopt(handle(), options.password, credential->password.c_str());
-  curl_easy_setopt(handle(), options.method, digest ? CURLAUTH_DIGEST : CURLAUTH_BASIC);
+  sendCredential(fromProxy ? proxyOptions : serverOptions, *credential, digest);
   prepare();
   return true;
 }
@@ -80,7 +67,7 @@ bool Transfer::answersChallenge(bool fromProxy) {
 std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSpace space, bool fromProxy) {
   if (fromProxy) {
     const auto& proxy = settings_.proxies.forScheme(isSecure(*request_->url));
-    if (proxy.empty()) return std::nullopt;
+    if (proxy.url.empty()) return std::nullopt;
     nameProxy(space, proxy);
   } else if (auto origin = originOf(*request_->url)) {
     space.protocol = std::move(origin->scheme);

@@ -48,11 +48,6 @@ void Transfer::setConstantOptions(CURLSH* share) {
   set(curl, CURLOPT_PREREQDATA, static_cast<void*>(this));
   set(curl, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
 
-  // A user for no scheme: nothing of it is sent. Without any user, libcurl takes a server's first challenge for
-  // one that is still to be answered, and sends a digest that the server has refused a second time.
-  set(curl, CURLOPT_USERNAME, "nobody");
-  set(curl, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NONE));
-
   set(curl, CURLOPT_NOSIGNAL, 1L);
   set(curl, CURLOPT_PATH_AS_IS, 1L);
   set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
@@ -60,6 +55,7 @@ void Transfer::setConstantOptions(CURLSH* share) {
   set(curl, CURLOPT_SHARE, share);
   // No file: this turns the cookies on.
   set(curl, CURLOPT_COOKIEFILE, "");
+  withholdCredential(serverOptions);
   set(curl, CURLOPT_PROXY, "");
   set(curl, CURLOPT_NOPROXY, settings_.proxies.exceptions.c_str());
 #if LIBCURL_VERSION_NUM >= 0x075500
@@ -75,6 +71,22 @@ void Transfer::setConstantOptions(CURLSH* share) {
   if (const auto& file = settings_.configuration.additionalCertificates; !file.empty()) {
     set(curl, CURLOPT_CAINFO, file.c_str());
   }
+}
+
+// An empty user and no method send nothing. Without any user libcurl would take the next challenge on this
+// handle for a repetition of the first: it would send a refused credential twice and not see that a nonce has
+// changed.
+void Transfer::withholdCredential(const CredentialOptions& options) {
+  set(handle(), options.user, "");
+  set(handle(), options.password, "");
+  set(handle(), options.method, CURLAUTH_NONE);
+}
+
+void Transfer::sendCredential(const CredentialOptions& options, const URLCredential& credential,
+                              bool digest) {
+  set(handle(), options.user, credential.user.c_str());
+  set(handle(), options.password, credential.password.c_str());
+  set(handle(), options.method, digest ? CURLAUTH_DIGEST : CURLAUTH_BASIC);
 }
 
 void Transfer::prepare() {
@@ -98,7 +110,12 @@ void Transfer::setTarget() {
   set(handle(), CURLOPT_URL, url.user() ? textWithoutUser(url).c_str() : url.absoluteString().c_str());
   const bool secure = isSecure(url);
   if (const auto& proxy = settings_.proxies.forScheme(secure); proxy != proxySet_) {
-    set(handle(), CURLOPT_PROXY, proxy.c_str());
+    set(handle(), CURLOPT_PROXY, proxy.url.c_str());
+    if (proxy.credential) {
+      sendCredential(proxyOptions, *proxy.credential, false);
+    } else {
+      withholdCredential(proxyOptions);
+    }
     proxySet_ = proxy;
   }
   // Only with TLS can a connection turn out to carry many requests at once; elsewhere the wait would be lost.
