@@ -54,10 +54,6 @@ TransportError::Code codeOf(CURLcode code) {
 
 TransportError transportError(int curlCode, std::string_view detail) {
   const auto code = static_cast<CURLcode>(curlCode);
-  // libcurl has no code of its own for chunks that break the protocol, on a connection that stands.
-  if (code == CURLE_RECV_ERROR && detail.find("chunk") != std::string_view::npos) {
-    return {TransportError::Code::badServerResponse, std::string(detail)};
-  }
   // A text with "@" may hold the URL of a proxy with its user and password.
   const bool mayBeShown = !detail.empty() && detail.find('@') == std::string_view::npos;
   return {codeOf(code), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};

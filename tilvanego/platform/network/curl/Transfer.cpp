@@ -50,13 +50,13 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) {
   curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
   if (result != CURLE_OK && tunnelStatus == 407 && answersChallenge(true)) return std::nullopt;
   if (result != CURLE_OK) return failed(failureOf(result));
-  // For libcurl, a head that breaks off is a whole answer without a body.
-  if (!head_.isComplete()) {
-    return failed({Code::networkConnectionLost, "the connection ended inside the answer's head"});
-  }
 
   long statusCode = 0;
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
+  // For libcurl, a head that breaks off is a whole answer without a body, and so is an interim answer alone.
+  if (!head_.isComplete() || statusCode < 200) {
+    return failed({Code::networkConnectionLost, "the connection ended inside the answer's head"});
+  }
   const auto goesOn = continues(static_cast<int>(statusCode));
   if (!goesOn) return failed(goesOn.error());
   if (*goesOn) return std::nullopt;
