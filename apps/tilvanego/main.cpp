@@ -4,6 +4,7 @@
 #include "DemoCommand.h"
 #include "ExitStatus.h"
 #include "HostCommand.h"
+#include "ModelCommand.h"
 #include "SandboxCommand.h"
 
 int main(int argumentCount, char** arguments) {
@@ -19,6 +20,7 @@ int main(int argumentCount, char** arguments) {
   addHostCommand(program);
   addCallbackCommand(program);
   addSandboxCommand(program);
+  addModelCommand(program);
   try {
     program.parse(argumentCount, arguments);
   } catch (const CLI::RuntimeError& ended) {

@@ -10,7 +10,8 @@ from running import run
 
 class Usage(unittest.TestCase):
     def test_every_command_has_help(self):
-        for arguments in [[], ["demo"], ["host"], ["callback"], ["sandbox"]]:
+        for arguments in [[], ["demo"], ["host"], ["callback"], ["sandbox"], ["model"], ["model", "list"],
+                          ["model", "describe"], ["model", "decode"], ["model", "check"]]:
             done = run(*arguments, "--help")
             self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
             self.assertIn(b"Usage: tilvanego " + " ".join(arguments).encode(), done.stdout)
@@ -27,6 +28,11 @@ class Usage(unittest.TestCase):
             (["demo", "--outcome", "luck"], b"--outcome"),
             (["demo", "--amount", "12,5"], b"--amount"),
             (["callback"], b"SOCKET"),
+            (["model"], b"subcommand"),
+            (["model", "describe", "amounts"], b"amounts"),
+            (["model", "decode"], b"NAME"),
+            (["model", "decode", "Status"], b"Status"),
+            (["model", "check", "EBT.ModelType"], b"EBT.ModelType"),
             (["callback", "socket"], b"URL"),
             (["callback", "socket", "a:b", "c:d"], b"c:d"),
         ]:
