@@ -150,11 +150,4 @@ struct TestClient {
           StatusCodeRange(), interceptor);
 };
 
-/// The case of the failure, or none.
-template <typename Case>
-bool isBuilderError(const ErrorResponse& error) {
-  const auto* why = error.underlyingFailure().as<DecodableRequestBuilderError>();
-  return why != nullptr && why->is<Case>();
-}
-
 }  // namespace tilvanego::test

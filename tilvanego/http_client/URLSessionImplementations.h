@@ -1,6 +1,9 @@
 #pragma once
 
+#include <tilvanego/http_client/DecodableRequestBuilderError.h>
+#include <tilvanego/http_client/DownloadException.h>
 #include <tilvanego/http_client/HTTPMethod.h>
+#include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/ParameterEncoding.h>
 #include <tilvanego/http_client/RequestBuilder.h>
 #include <tilvanego/http_client/RequestBuilderFactory.h>

@@ -1,0 +1,283 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <coroutine>
+#include <stdexcept>
+#include <thread>
+
+#include "tests/http_client/TestClient.h"
+
+namespace tilvanego::test {
+namespace {
+
+/// A coroutine of another make than the library's.
+struct Foreign {
+  struct promise_type {
+    Foreign get_return_object() { return {}; }
+    std::suspend_never initial_suspend() noexcept { return {}; }
+    std::suspend_never final_suspend() noexcept { return {}; }
+    void return_void() {}
+    void unhandled_exception() { std::terminate(); }
+  };
+};
+
+struct Outcome {
+  int ends = 0;
+  /// 0 for a success.
+  int code = 0;
+  std::string cause;
+  std::string body;
+};
+
+Foreign await(RequestBuilderOf<std::string> builder, StopToken token, Outcome& outcome) {
+  try {
+    auto sending = builder.execute(std::move(token));
+    const Response<std::string> response = co_await std::move(sending);
+    outcome.body = response.body;
+  } catch (const ErrorResponse& error) {
+    outcome.code = error.code();
+    outcome.cause = error.underlyingFailure().description();
+  }
+  ++outcome.ends;
+}
+
+void finish(TestClient& client) {
+  while (client.session->deliver() + client.queue.runPending() > 0) {
+  }
+}
+
+TEST(SuspendingExecute, GivesTheResponseOrThrowsTheErrorResponse) {
+  TestClient client({httpAnswer(200, Data("well")), httpAnswer(500)});
+  Outcome first, second;
+  await(client.builder<std::string>(), {}, first);
+  await(client.builder<std::string>(), {}, second);
+  EXPECT_EQ(first.ends, 0);
+  finish(client);
+  EXPECT_EQ(first.body, "well");
+  EXPECT_EQ(second.code, 500);
+  EXPECT_EQ(first.ends + second.ends, 2);
+}
+
+TEST(SuspendingExecute, StopsAtEveryMoment) {
+  struct Row {
+    std::string moment;
+    int code;
+    std::string cause;
+    std::size_t requests;
+  };
+  const std::vector<Row> rows{
+      {"before", -3, CancellationError().description(), 0},
+      // There is no task to cancel yet.
+      {"intercept", 0, "", 1},
+      {"willSend", -1, "cancelled", 1},
+      {"suspended", -1, "cancelled", 1},
+      {"received", 0, "", 1},
+      {"after", 0, "", 1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.moment);
+    TestClient client({httpAnswer(200, Data("well"))});
+    const StopSource source;
+    const auto stopAt = [&](const std::string& moment) {
+      if (moment == row.moment) source.requestStop();
+    };
+    client.interceptor->onIntercept = [&](const URLRequest& request, auto completion) {
+      stopAt("intercept");
+      completion(request);
+    };
+    client.interceptor->onWillSend = [&](RequestBuilder&) { stopAt("willSend"); };
+    client.interceptor->onReceive = [&](RequestBuilder&) { stopAt("received"); };
+    Outcome outcome;
+    stopAt("before");
+    await(client.builder<std::string>(), source.token(), outcome);
+    stopAt("suspended");
+    finish(client);
+    stopAt("after");
+    EXPECT_EQ(outcome.ends, 1);
+    EXPECT_EQ(outcome.code, row.code);
+    EXPECT_EQ(outcome.cause, row.cause);
+    EXPECT_EQ(outcome.body, row.code == 0 ? "well" : "");
+    EXPECT_EQ(client.session->requests().size(), row.requests);
+  }
+}
+
+// One thread stops while another delivers and a third one starts: whatever comes first, the call ends once.
+TEST(SuspendingExecute, EndsOnceWhateverThreadIsFirst) {
+  std::atomic<int> succeeded = 0, stopped = 0, unsent = 0;
+  constexpr int rounds = 300;
+  for (int round = 0; round < rounds; ++round) {
+    TestClient client({httpAnswer(200, Data("x"))});
+    client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
+    const StopSource source;
+    Outcome outcome;
+    std::atomic<int> ready = 0;
+    const auto meet = [&] {
+      ++ready;
+      while (ready < 3) std::this_thread::yield();
+    };
+    std::thread starter([&] {
+      meet();
+      await(client.builder<std::string>(), source.token(), outcome);
+    });
+    std::thread stopper([&] {
+      meet();
+      source.requestStop();
+    });
+    std::thread deliverer([&] {
+      meet();
+      for (int i = 0; i < 20; ++i) client.session->deliverHere();
+    });
+    starter.join();
+    stopper.join();
+    deliverer.join();
+    finish(client);
+    ASSERT_EQ(outcome.ends, 1);
+    ++(outcome.code == 0 ? succeeded : outcome.code == -1 ? stopped : unsent);
+    ASSERT_TRUE(outcome.code == 0 || outcome.code == -1 || outcome.code == -3) << outcome.code;
+  }
+  EXPECT_EQ(succeeded + stopped + unsent, rounds);
+}
+
+TEST(SuspendingExecute, OtherExceptionsArriveAsAnErrorResponse) {
+  TestClient client({httpAnswer(200)});
+  client.interceptor->onIntercept = [](const URLRequest&, const auto&) {
+    throw std::runtime_error("no signature");
+  };
+  Outcome outcome;
+  await(client.builder<std::string>(), {}, outcome);
+  EXPECT_EQ(outcome.code, ErrorResponse::notExecuted);
+  EXPECT_EQ(outcome.cause, "no signature");
+}
+
+TEST(SuspendingExecute, ADroppedCallIsNotResumed) {
+  TestClient client({httpAnswer(200)});
+  bool resumed = false;
+  {
+    auto call = [](RequestBuilderOf<std::string> builder, bool& flag) -> Task<void> {
+      auto sending = builder.execute();
+      (void)co_await std::move(sending);
+      flag = true;
+    }(client.builder<std::string>(), resumed);
+    // Begun by hand, as an awaiting coroutine would, which then goes away with its call.
+    auto awaiter = std::move(call).operator co_await();
+    awaiter.await_suspend(std::noop_coroutine()).resume();
+    EXPECT_EQ(client.session->requests().size(), 1);
+  }
+  finish(client);
+  EXPECT_FALSE(resumed);
+}
+
+TEST(SuspendingExecute, ATaskNobodyAwaitsSendsNothing) {
+  TestClient client({httpAnswer(200)});
+  {
+    const auto task = client.builder<std::string>().execute();
+  }
+  EXPECT_TRUE(client.session->requests().empty());
+}
+
+#ifdef __cpp_lib_jthread
+TEST(SuspendingExecute, TakesAStandardStopToken) {
+  TestClient client({httpAnswer(200)});
+  std::stop_source source;
+  Outcome outcome;
+  await(client.builder<std::string>(), source.get_token(), outcome);
+  source.request_stop();
+  finish(client);
+  EXPECT_EQ(outcome.code, ErrorResponse::transportFailed);
+  Outcome late;
+  await(client.builder<std::string>(), source.get_token(), late);
+  EXPECT_EQ(late.code, ErrorResponse::notExecuted);
+}
+#endif
+
+Task<int> twice(Task<int> task) {
+  const int value = co_await std::move(task);
+  co_return 2 * value;
+}
+
+Task<int> constant(int value) { co_return value; }
+
+Task<void> failing() {
+  throw std::runtime_error("expected");
+  co_return;
+}
+
+TEST(Task, WaitGivesTheResultOrThrows) {
+  EXPECT_EQ(twice(constant(21)).wait(), 42);
+  EXPECT_THROW(failing().wait(), std::runtime_error);
+}
+
+TEST(Task, WaitBlocksUntilAnotherThreadEndsTheWork) {
+  TestClient client({httpAnswer(200, Data("well"))});
+  std::atomic<bool> done = false;
+  std::thread session([&] {
+    while (!done) client.session->deliverHere();
+  });
+  EXPECT_EQ(client.builder<std::string>().execute().wait().body, "well");
+  done = true;
+  session.join();
+}
+
+TEST(Task, WaitOnALoopDrainsIt) {
+  TestClient client({httpAnswer(500)});
+  std::atomic<bool> done = false;
+  std::thread session([&] {
+    while (!done) client.session->deliverHere();
+  });
+  // The failure comes in on the loop itself.
+  EXPECT_THROW((void)client.builder<std::string>().execute().wait(client.queue), ErrorResponse);
+  done = true;
+  session.join();
+}
+
+TEST(StopToken, CallsBackOnceWhoeverCameFirst) {
+  const StopSource source;
+  int calls = 0;
+  const StopCallback early(source.token(), [&] { ++calls; });
+  {
+    const StopCallback gone(source.token(), [&] { calls += 100; });
+  }
+  EXPECT_FALSE(source.token().stopRequested());
+  EXPECT_TRUE(source.requestStop());
+  EXPECT_FALSE(source.requestStop());
+  EXPECT_EQ(calls, 1);
+  const StopCallback late(source.token(), [&] { calls += 10; });
+  EXPECT_EQ(calls, 11);
+  EXPECT_FALSE(StopToken().stopRequested());
+}
+
+TEST(StopToken, ACallbackMayEndItselfAndTheSource) {
+  std::optional<StopSource> source(std::in_place);
+  const StopToken token = source->token();
+  std::optional<StopCallback> callback;
+  bool called = false;
+  callback.emplace(token, [&] {
+    callback.reset();
+    source.reset();
+    called = true;
+  });
+  source->requestStop();
+  EXPECT_TRUE(called && !callback);
+}
+
+TEST(StopToken, TheEndOfACallbackWaitsForItsRunOnAnotherThread) {
+  const StopSource source;
+  std::atomic<bool> entered = false, goOn = false;
+  bool ran = false;
+  std::optional<StopCallback> callback;
+  callback.emplace(source.token(), [&] {
+    entered = true;
+    while (!goOn) std::this_thread::yield();
+    ran = true;
+  });
+  std::thread stopper([&] { source.requestStop(); });
+  while (!entered) std::this_thread::yield();
+  std::thread releaser([&] { goOn = true; });
+  callback.reset();
+  EXPECT_TRUE(ran);
+  stopper.join();
+  releaser.join();
+}
+
+}  // namespace
+}  // namespace tilvanego::test

@@ -1,0 +1,196 @@
+#include <gtest/gtest.h>
+#include <tilvanego/http_client/FileDownload.h>
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "tests/http_client/TestClient.h"
+#include "tests/platform/TemporaryDirectory.h"
+
+namespace tilvanego::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string contents(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// The regular files below a directory, by their relative paths.
+std::vector<std::string> filesIn(const fs::path& directory) {
+  std::vector<std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(directory)) {
+    if (!entry.is_directory()) files.push_back(entry.path().lexically_relative(directory).string());
+  }
+  std::ranges::sort(files);
+  return files;
+}
+
+class Download : public testing::Test {
+ protected:
+  Download() { setenv("XDG_CACHE_HOME", caches.c_str(), 1); }
+  ~Download() override { unsetenv("XDG_CACHE_HOME"); }
+
+  std::expected<Response<URL>, ErrorResponse> get(const std::string& path,
+                                                  std::optional<std::string> disposition,
+                                                  std::optional<Data> data = Data("body")) {
+    HTTPHeaders headers;
+    if (disposition) headers.setValue("content-disposition", *std::move(disposition));
+    TestClient client({httpAnswer(200, std::move(data), std::move(headers))});
+    auto result =
+        client.run(client.builder<URL>({.method = "GET", .URLString = "https://host.example" + path}));
+    EXPECT_EQ(client.interceptor->events.back(), "session: completion");
+    return result;
+  }
+
+  const TemporaryDirectory directory;
+  const fs::path caches = directory.path() / "caches";
+};
+
+TEST_F(Download, GoesUnderThePathOfTheURLWithTheNameOfTheAnswer) {
+  struct Row {
+    std::string path, disposition, file;
+  };
+  const std::array<Row, 13> rows{{
+      {"/a/b", "attachment; filename=c.txt", "a/b/c.txt"},
+      {"/a/b/", "attachment; filename=\"c d.txt\"", "a/b/c d.txt"},
+      {"", "filename=c", "c"},
+      {"/", "inline;filename=  \"c\"  ; size=3", "c"},
+      {"/a?q=1#f", "attachment; filename=\"100%.txt\"", "a/100%.txt"},
+      {"/a%20b/%C3%A9", "filename=c", "a b/\xC3\xA9/c"},
+      {"/a//./b", "filename=..c", "a/b/..c"},
+      {"/a%2Fb", "filename=c", "a/b/c"},
+      {"/a", "name=x; filename=one; filename=two", "a/one"},
+      {"/a", "x filename=c", "a/x c"},
+      {"/a", "attachment; FileName=other; filename=c", "a/c"},
+      {"/a/b", "attachment; filename=\"\"", "a/b"},
+      {"/a", "filename=filename=c", "a/filename=c"},
+  }};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.path + " " + row.disposition);
+    fs::remove_all(caches);
+    const auto result = get(row.path, row.disposition);
+    ASSERT_TRUE(result) << result.error().description();
+    EXPECT_EQ(filesIn(caches), std::vector{row.file});
+    EXPECT_EQ(result->body.path(), (caches / row.file).string());
+    EXPECT_EQ(result->body.scheme(), "file");
+    EXPECT_EQ(contents(caches / row.file), "body");
+    EXPECT_EQ(result->bodyData, Data("body"));
+  }
+}
+
+TEST_F(Download, WithoutANameTheFileGetsOneOfItsOwn) {
+  for (const std::optional<std::string>& disposition :
+       {std::optional<std::string>(), std::optional<std::string>("attachment"),
+        std::optional<std::string>("attachment; filename*=UTF-8''c.txt"),
+        std::optional<std::string>("a; Filename=c")}) {
+    const auto first = get("/a", disposition);
+    const auto second = get("/a", disposition);
+    ASSERT_TRUE(first && second);
+    const std::regex own(".*/a/tmp\\.OstrelTilvanePoiModels\\.[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}");
+    EXPECT_TRUE(std::regex_match(first->body.path(), own)) << first->body.path();
+    EXPECT_NE(first->body, second->body);
+  }
+}
+
+TEST_F(Download, NoNameLeadsOutOfTheCachesDirectory) {
+  using enum DownloadException::Case;
+  struct Row {
+    std::string path, disposition;
+    DownloadException::Case why;
+  };
+  const std::array<Row, 12> rows{{
+      {"/a", "filename=../../evil", responseFailed},
+      {"/a", "filename=\"..\"", responseFailed},
+      {"/a", "filename=.", responseFailed},
+      {"/a", "filename=/etc/evil", responseFailed},
+      {"/a", "filename=b/evil", responseFailed},
+      {"/a", "filename=\".\".", responseFailed},
+      {"/a", std::string("filename=e\0vil", 14), responseFailed},
+      {"/../evil", "filename=a", requestMissingPath},
+      {"/%2e%2e/evil", "filename=a", requestMissingPath},
+      {"/a%2F..%2F..%2Fevil", "filename=a", requestMissingPath},
+      {"/a%00b", "filename=a", requestMissingPath},
+      {"/", "filename=\"\"", requestMissingPath},
+  }};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.path + " " + row.disposition);
+    const auto result = get(row.path, row.disposition);
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), ErrorResponse::downloadFailed);
+    const auto* exception = result.error().underlyingFailure().as<DownloadException>();
+    ASSERT_NE(exception, nullptr);
+    EXPECT_EQ(exception->value(), row.why);
+    EXPECT_EQ(result.error().data(), Data("body"));
+    EXPECT_TRUE(filesIn(directory.path()).empty());
+  }
+}
+
+TEST_F(Download, ALinkThatLeadsOutIsNotFollowed) {
+  const fs::path outside = directory.path() / "outside";
+  fs::create_directories(outside);
+  fs::create_directories(caches / "a");
+  fs::create_directory_symlink(outside, caches / "a" / "linked");
+  std::ofstream(outside / "file") << "kept";
+  fs::create_symlink(outside / "file", caches / "a" / "file");
+
+  const auto through = get("/a/linked", "filename=c");
+  ASSERT_FALSE(through);
+  EXPECT_NE(through.error().underlyingFailure().as<FileWriteError>(), nullptr);
+  EXPECT_EQ(filesIn(outside), std::vector<std::string>{"file"});
+  // A link in the file's own place is replaced.
+  EXPECT_TRUE(get("/a", "filename=file"));
+  EXPECT_EQ(contents(outside / "file"), "kept");
+  EXPECT_FALSE(fs::is_symlink(caches / "a" / "file"));
+}
+
+TEST_F(Download, AFailedWriteLeavesWhatWasThere) {
+  ASSERT_TRUE(get("/a", "filename=b"));
+  ASSERT_TRUE(get("/a", "filename=b", Data("newer")));
+  EXPECT_EQ(contents(caches / "a" / "b"), "newer");
+  // A directory has the file's name; a file stands where a directory must be; a name is too long.
+  for (const auto& [path, name] :
+       {std::pair<std::string, std::string>{"", "a"}, {"/a/b", "c"}, {"/a", std::string(300, 'n')}}) {
+    const auto result = get(path, "filename=" + name);
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), ErrorResponse::downloadFailed);
+    const auto* failure = result.error().underlyingFailure().as<FileWriteError>();
+    ASSERT_NE(failure, nullptr);
+    EXPECT_TRUE(failure->path.starts_with(caches.string())) << failure->path;
+  }
+  EXPECT_EQ(filesIn(caches), std::vector<std::string>{"a/b"});
+}
+
+TEST_F(Download, NothingToWriteIsAFailure) {
+  const auto result = get("/a", "filename=b", std::nullopt);
+  ASSERT_FALSE(result);
+  EXPECT_EQ(result.error().code(), ErrorResponse::downloadFailed);
+  EXPECT_EQ(result.error().underlyingFailure().as<DownloadException>()->value(),
+            DownloadException::responseDataMissing);
+  EXPECT_TRUE(get("/a", "filename=b", Data()));
+}
+
+TEST_F(Download, GoesToTheCachesDirectoryOfTheHomeDirectoryOrFails) {
+  unsetenv("XDG_CACHE_HOME");
+  const char* home = std::getenv("HOME");
+  const std::string kept = home != nullptr ? home : "";
+  setenv("HOME", directory.path().c_str(), 1);
+  const auto result = get("/a", "filename=b");
+  setenv("XDG_CACHE_HOME", "relative", 1);
+  EXPECT_EQ(detail::userCachesDirectory(), directory.path() / ".cache");
+  unsetenv("HOME");
+  const auto nowhere = get("/a", "filename=b");
+  setenv("HOME", kept.c_str(), 1);
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->body.path(), (directory.path() / ".cache/a/b").string());
+  ASSERT_FALSE(nowhere);
+  EXPECT_EQ(nowhere.error().code(), ErrorResponse::downloadFailed);
+}
+
+}  // namespace
+}  // namespace tilvanego::test
