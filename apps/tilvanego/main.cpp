@@ -6,6 +6,7 @@
 #include "HostCommand.h"
 #include "ModelCommand.h"
 #include "SandboxCommand.h"
+#include "SendCommand.h"
 
 int main(int argumentCount, char** arguments) {
   using namespace tilvanego::program;
@@ -20,6 +21,7 @@ int main(int argumentCount, char** arguments) {
   addHostCommand(program);
   addCallbackCommand(program);
   addSandboxCommand(program);
+  addSendCommand(program);
   addModelCommand(program);
   try {
     program.parse(argumentCount, arguments);

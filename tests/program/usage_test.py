@@ -10,8 +10,8 @@ from running import run
 
 class Usage(unittest.TestCase):
     def test_every_command_has_help(self):
-        for arguments in [[], ["demo"], ["host"], ["callback"], ["sandbox"], ["model"], ["model", "list"],
-                          ["model", "describe"], ["model", "decode"], ["model", "check"]]:
+        for arguments in [[], ["demo"], ["host"], ["callback"], ["sandbox"], ["send"], ["model"],
+                          ["model", "list"], ["model", "describe"], ["model", "decode"], ["model", "check"]]:
             done = run(*arguments, "--help")
             self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
             self.assertIn(b"Usage: tilvanego " + " ".join(arguments).encode(), done.stdout)

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "SendBuilder.h"
+
+namespace tilvanego::models {
+struct RecordType;
+}
+
+namespace tilvanego::program {
+
+/// Whether the models have a record of this name.
+[[nodiscard]] bool isModel(std::string_view name);
+
+/// A builder whose body, a `std::string`, is the answer read as a record whose type only the command line
+/// tells, and written again: pretty, with its keys sorted.
+class ModelBuilder final : public SendBuilder {
+ public:
+  /// `isModel(name)` holds.
+  ModelBuilder(Construction construction, std::shared_ptr<URLSessionProtocol> session, std::string_view name);
+
+  void processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,
+                              const std::optional<Failure>& error, const Completion& completion) override;
+
+ private:
+  const models::RecordType& record_;
+};
+
+}  // namespace tilvanego::program

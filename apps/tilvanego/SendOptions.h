@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <tilvanego/http_client/HTTPHeaders.h>
+#include <tilvanego/http_client/HTTPMethod.h>
+#include <tilvanego/http_client/URLCredential.h>
+
+namespace tilvanego::program {
+
+/// NAME=VALUE.
+struct NamedValue {
+  std::string name;
+  std::string value;
+};
+
+/// The one body that a request may have.
+enum class SendBodyKind : std::uint8_t { none, json, form, multipart, octet };
+
+enum class AnswerForm : std::uint8_t { text, bytes, json, file, none, model };
+
+/// What `tilvanego send` is asked for.
+struct SendOptions {
+  HTTPMethod method = HTTPMethod::get;
+  std::string url;
+  HTTPHeaders headers;
+  std::vector<NamedValue> query;
+  SendBodyKind bodyKind = SendBodyKind::none;
+  /// Of `json` and `octet`; "-" is standard input.
+  std::string bodyFile;
+  /// Of `form` and `multipart`.
+  std::vector<NamedValue> bodyItems;
+  std::optional<URLCredential> user;
+  /// Sends after the first.
+  unsigned retries = 0;
+  AnswerForm answer = AnswerForm::text;
+  /// The record's name, for `AnswerForm::model`.
+  std::string model;
+  bool include = false;
+  /// Seconds without any byte.
+  std::optional<double> timeout;
+  std::string certificate;
+  std::optional<std::string> proxy;
+  bool progress = false;
+};
+
+}  // namespace tilvanego::program

@@ -1,0 +1,184 @@
+#include "Sending.h"
+
+#include <concepts>
+#include <cstdio>
+#include <expected>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <unistd.h>
+
+#include <tilvanego/http_client/URLEncoding.h>
+#include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
+#include <tilvanego/platform/RunLoop.h>
+
+#include "ExitStatus.h"
+#include "ModelBody.h"
+#include "ProgressBar.h"
+#include "SendBody.h"
+#include "SendBuilder.h"
+#include "SendInterceptor.h"
+
+namespace tilvanego::program {
+namespace {
+
+void write(std::FILE* stream, std::string_view text) { std::fwrite(text.data(), 1, text.size(), stream); }
+
+/// Some causes repeat what a server said, and the report is one line.
+std::string oneLine(std::string text) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+  }
+  return text;
+}
+
+int reportFailure(int code, const std::string& cause) {
+  write(stderr, "error: " + std::to_string(code) + ": " + oneLine(cause) + "\n");
+  return exitFailed;
+}
+
+/// The status line, the fields, and an empty line.
+std::string headText(const URLResponsePointer& response) {
+  const auto* answer = dynamic_cast<const HTTPURLResponse*>(response.get());
+  if (answer == nullptr) return {};
+  std::string text = answer->statusLine() + "\n";
+  for (const auto& [name, value] : answer->headers().fields()) text += name + ": " + value + "\n";
+  return text + "\n";
+}
+
+std::string outputOf(std::string body) { return body; }
+std::string outputOf(const Data& body) { return std::string(body.text()); }
+std::string outputOf(const URL& body) { return body.path() + "\n"; }
+std::string outputOf(Empty) { return {}; }
+std::string outputOf(const JSONValue& body) {
+  // What was read can be written.
+  return json::encode(body, {.sortedKeys = true, .pretty = true}).value() + "\n";
+}
+
+/// One request, from its options to its answer.
+class Sending {
+ public:
+  Sending(const SendOptions& options, RequestBuilderArguments arguments);
+
+  /// Sends, reads the answer's body as a T by a builder of the kind, and shows it.
+  template <std::copy_constructible T, std::derived_from<SendBuilder> Kind = SendBuilder, typename... Extra>
+  int run(Extra&&... extra) {
+    const RequestBuilderOf<T> builder(RequestBuilder::make<Kind>(bodyTypeOf<T>(), std::move(arguments_),
+                                                                 session_, std::forward<Extra>(extra)...));
+    const auto result = answerTo<T>(builder);
+    bar_.finish();
+    return result ? showAnswer(outputOf(result->body)) : showFailure(result.error());
+  }
+
+ private:
+  template <typename T>
+  std::expected<Response<T>, ErrorResponse> answerTo(const RequestBuilderOf<T>& builder);
+  [[nodiscard]] int showAnswer(const std::string& output) const;
+  [[nodiscard]] int showFailure(const ErrorResponse& error) const;
+
+  const SendOptions& options_;
+  RequestBuilderArguments arguments_;
+  ProgressBar bar_;
+  std::shared_ptr<SendInterceptor> interceptor_;
+  std::shared_ptr<URLSession> session_;
+};
+
+Sending::Sending(const SendOptions& options, RequestBuilderArguments arguments)
+    : options_(options),
+      arguments_(std::move(arguments)),
+      interceptor_(std::make_shared<SendInterceptor>(options)),
+      session_(std::make_shared<URLSession>(
+          URLSessionConfiguration{.proxy = options.proxy, .additionalCertificates = options.certificate},
+          URLSessionRequestBuilderConfiguration::shared().sessionDelegate)) {
+  arguments_.apiConfiguration->setCredential(options.user);
+  arguments_.apiConfiguration->setInterceptor(interceptor_);
+}
+
+template <typename T>
+std::expected<Response<T>, ErrorResponse> Sending::answerTo(const RequestBuilderOf<T>& builder) {
+  if (options_.progress && ::isatty(STDERR_FILENO) == 1) {
+    builder->setOnProgressReady([this](const std::shared_ptr<Progress>& progress) { bar_.watch(progress); });
+  }
+  RunLoop& loop = RunLoop::main();
+  std::optional<std::expected<Response<T>, ErrorResponse>> result;
+  builder.execute([&](std::expected<Response<T>, ErrorResponse> answer) {
+    loop.post([&, answer = std::move(answer)]() mutable {
+      result = std::move(answer);
+      loop.stop();
+    });
+  });
+  loop.run();
+  return *std::move(result);
+}
+
+int Sending::showAnswer(const std::string& output) const {
+  if (options_.include) write(stdout, headText(interceptor_->response()));
+  write(stdout, output);
+  if (std::fflush(stdout) == 0) return exitDone;
+  write(stderr, "tilvanego send: the answer couldn't be written to standard output\n");
+  return exitFailed;
+}
+
+int Sending::showFailure(const ErrorResponse& error) const {
+  const int status = reportFailure(error.code(), error.underlyingFailure().description());
+  if (options_.include) write(stderr, headText(error.response()));
+  if (error.data()) write(stderr, error.data()->text());
+  return status;
+}
+
+/// The content type tells the runtime how to encode the body, and ends the process if it knows no way. So it
+/// gets the one of the body's kind, and the interceptor puts the person's own in its place.
+std::map<std::string, std::string> headersOf(const SendOptions& options) {
+  HTTPHeaders fields = options.headers;
+  fields.remove("Content-Type");
+  std::map<std::string, std::string> headers;
+  for (const auto& [name, value] : fields.fields()) headers.emplace(name, value);
+  if (options.bodyKind != SendBodyKind::none)
+    headers.emplace("Content-Type", contentTypeOf(options.bodyKind));
+  return headers;
+}
+
+/// The URL with the query that was asked for; one that can't be read stays, for the runtime to refuse.
+std::string urlWithQuery(const SendOptions& options) {
+  const auto url = URL::parse(options.url);
+  if (!url || options.query.empty()) return options.url;
+  const auto request = URLEncoding().encode({.url = *url}, parametersOf(options.query));
+  return request && request->url ? request->url->absoluteString() : options.url;
+}
+
+}  // namespace
+
+int runSend(const SendOptions& options) {
+  auto parameters = bodyParameters(options);
+  if (!parameters) return reportFailure(ErrorResponse::requestRefused, parameters.error());
+  RequestBuilderArguments arguments{
+      .method = std::string(rawText(options.method)),
+      .URLString = urlWithQuery(options),
+      .parameters = *std::move(parameters),
+      .headers = headersOf(options),
+  };
+  Sending sending(options, std::move(arguments));
+  switch (options.answer) {
+    case AnswerForm::text:
+      return sending.run<std::string>();
+    case AnswerForm::bytes:
+      return sending.run<Data>();
+    case AnswerForm::json:
+      return sending.run<JSONValue>();
+    case AnswerForm::file:
+      return sending.run<URL>();
+    case AnswerForm::none:
+      return sending.run<Empty>();
+    case AnswerForm::model:
+      return sending.run<std::string, ModelBuilder>(options.model);
+  }
+  return exitFailed;
+}
+
+}  // namespace tilvanego::program
