@@ -63,9 +63,7 @@ using Value = json::detail::OptionalTraits<Member<R, index>>::Value;
 
 /// The kind of rule that a value can have.
 template <typename T>
-struct RuleOf {
-  using Type = void;
-};
+struct RuleOf;
 template <>
 struct RuleOf<std::string> {
   using Type = StringRule;
@@ -128,9 +126,9 @@ template <Record R, std::size_t index>
 void visitField(const Value<R, index>& value, const std::string& path, const RuleVisitor& visitor) {
   if constexpr (rulesByField<R>[index].has_value()) {
     using OneRule = RuleOf<Value<R, index>>::Type;
-    // A rule of another kind than its field doesn't compile.
-    constexpr const OneRule* rule = std::get<const OneRule*>(*rulesByField<R>[index]);
-    visitor(path, Ruled<Value<R, index>, OneRule>{value, *rule});
+    static constexpr const OneRule* const* rule = std::get_if<const OneRule*>(&*rulesByField<R>[index]);
+    static_assert(rule != nullptr, "a rule is of the kind that its field's type can have");
+    visitor(path, Ruled<Value<R, index>, OneRule>{value, **rule});
   }
   visitInside(value, path, visitor);
 }
