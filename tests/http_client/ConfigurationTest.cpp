@@ -100,7 +100,7 @@ TEST(RequestBuilder, TakesHeadersInOrderOfTheirWeight) {
   // What the configuration gets later reaches the request, but doesn't win over the builder's own.
   client.configuration->setCustomHeaders({{"B", "late"}, {"E", "late"}});
   ASSERT_TRUE(client.run(builder));
-  const HTTPHeaders sent = client.session->requests().at(0).headers;
+  const HTTPHeaders sent = client.session.session->requests().at(0).headers;
   EXPECT_EQ(sent.value("B"), "added");
   EXPECT_EQ(sent.value("E"), "late");
 }
@@ -189,7 +189,7 @@ TEST(SessionDelegate, AnswersAChallengeOnceWithTheNearestCredential) {
   const auto& shared = URLSessionRequestBuilderConfiguration::shared();
   for (const ChallengeRow& row : rows) {
     SCOPED_TRACE(row.name);
-    FakeSession session({});
+    MemoryURLSession session(nullptr);
     const auto task = session.dataTaskFromProtocol({}, nullptr);
     if (row.builderHasOne) shared.credentialStore->setValue(task->taskIdentifier(), own);
     URLSessionConfiguration configuration;

@@ -192,7 +192,7 @@ TEST(Execution, MethodAndContentTypeChooseTheEncoding) {
     TestClient client({httpAnswer(200)});
     ASSERT_TRUE(client.run(client.builder<Empty>(
         {.method = row.method, .URLString = url, .parameters = row.parameters, .headers = row.headers})));
-    const URLRequest sent = client.session->requests().at(0);
+    const URLRequest sent = client.session.session->requests().at(0);
     EXPECT_EQ(sent.httpMethod, row.method);
     EXPECT_EQ(sent.timeoutInterval, 60);
     EXPECT_EQ(sent.url->absoluteString(), row.sentURL);
@@ -214,14 +214,14 @@ class OwnSteps : public URLSessionDecodableRequestBuilder {
 TEST(Execution, AFactoryOfTheHostsHasItsOwnStepsTaken) {
   TestClient client({httpAnswer(200)});
   client.configuration->setRequestBuilderFactory(
-      std::make_shared<FactoryOverSession<URLSessionRequestBuilder, OwnSteps>>(client.session));
+      std::make_shared<FactoryOverSession<URLSessionRequestBuilder, OwnSteps>>(client.session.session));
   const auto file = URL::parse("file://" TILVANEGO_TEST_DATA "/uuids.json");
   ASSERT_TRUE(
       client.run(client.builder<std::string>({.method = "POST",
                                               .URLString = "https://host.example/a",
                                               .parameters = Parameters{{"file", *file}},
                                               .headers = {{"Content-Type", "multipart/form-data"}}})));
-  const URLRequest sent = client.session->requests().at(0);
+  const URLRequest sent = client.session.session->requests().at(0);
   EXPECT_EQ(sent.headers.value("Own"), "header");
   EXPECT_NE(sent.httpBody->text().find("Content-Type: image/own\r\n"), std::string_view::npos);
 }
@@ -239,7 +239,7 @@ TEST(Execution, AParameterThatCantBeReadFailsTheBuildAndSkipsTheInterceptor) {
   // The request that it hears of is a bare one.
   EXPECT_EQ(client.interceptor->completedRequests.at(0),
             (URLRequest{.url = URL::parse("https://host.example/a?b").value(), .httpMethod = "PUT"}));
-  EXPECT_TRUE(client.session->requests().empty());
+  EXPECT_TRUE(client.session.session->requests().empty());
 }
 
 TEST(Execution, ATextThatIsNoURLIsToldTheInterceptorAsABlankPage) {
@@ -256,7 +256,7 @@ TEST(Execution, TheInterceptorsRequestIsTheOneThatIsSent) {
     completion(request);
   };
   ASSERT_TRUE(client.run<Empty>());
-  EXPECT_EQ(client.session->requests().at(0).headers.value("Signed"), "yes");
+  EXPECT_EQ(client.session.session->requests().at(0).headers.value("Signed"), "yes");
   EXPECT_EQ(client.interceptor->completedRequests.at(0).headers.value("Signed"), "yes");
 }
 
@@ -272,7 +272,7 @@ TEST(Execution, AnInterceptorThatAnswersTwiceSendsAndCompletesOnce) {
     completion(OpenAPIInterceptorRetry::retry);
   };
   EXPECT_EQ(client.run<Empty>().error().code(), 500);
-  EXPECT_EQ(client.session->requests().size(), 1);
+  EXPECT_EQ(client.session.session->requests().size(), 1);
   EXPECT_EQ(std::ranges::count(client.interceptor->events, "main: completion"), 1);
 }
 
@@ -285,7 +285,7 @@ TEST(Execution, ARetryIsAFullNewPassWithWhatTheBuilderHasByThen) {
     client.interceptor->note("progress " + std::to_string(++ready));
   });
   client.interceptor->onRetry = [&](auto completion) {
-    builder->addHeader("Try", std::to_string(client.session->requests().size() + 1));
+    builder->addHeader("Try", std::to_string(client.session.session->requests().size() + 1));
     completion(OpenAPIInterceptorRetry::retry);
   };
   const auto result = client.run(builder);
@@ -298,8 +298,8 @@ TEST(Execution, ARetryIsAFullNewPassWithWhatTheBuilderHasByThen) {
                     "session: retry? the HTTP status says that the request didn't succeed",
                     "session: intercept GET", "session: progress 3", "session: willSend GET",
                     "session: didReceive third", "session: didComplete well", "session: completion"}));
-  EXPECT_EQ(client.session->requests().at(0).headers.value("Try"), std::nullopt);
-  EXPECT_EQ(client.session->requests().at(2).headers.value("Try"), "3");
+  EXPECT_EQ(client.session.session->requests().at(0).headers.value("Try"), std::nullopt);
+  EXPECT_EQ(client.session.session->requests().at(2).headers.value("Try"), "3");
 }
 
 TEST(Execution, TheInterceptorAloneBoundsTheRetries) {
@@ -309,7 +309,7 @@ TEST(Execution, TheInterceptorAloneBoundsTheRetries) {
     completion(left-- > 0 ? OpenAPIInterceptorRetry::retry : OpenAPIInterceptorRetry::dontRetry);
   };
   EXPECT_EQ(client.run<Empty>().error().code(), 500);
-  EXPECT_EQ(client.session->requests().size(), 101);
+  EXPECT_EQ(client.session.session->requests().size(), 101);
 }
 
 TEST(Execution, ARetryMayBeAnsweredLaterOnAnotherThread) {
@@ -318,10 +318,10 @@ TEST(Execution, ARetryMayBeAnsweredLaterOnAnotherThread) {
   client.interceptor->onRetry = [&](auto completion) { answer = std::move(completion); };
   std::optional<std::string> body;
   client.builder<std::string>().execute([&](auto result) { body = result->body; });
-  client.session->deliver();
-  EXPECT_EQ(client.session->deliver(), 0);
+  client.session.deliver();
+  EXPECT_EQ(client.session.deliver(), 0);
   std::thread([&] { answer(OpenAPIInterceptorRetry::retry); }).join();
-  client.session->deliver();
+  client.session.deliver();
   EXPECT_EQ(body, "well");
 }
 
@@ -355,7 +355,7 @@ TEST(Execution, ACancelledSendEndsWithTheSessionsFailure) {
   task->cancel();
   task->cancel();
   EXPECT_EQ(task->get(), nullptr);
-  client.session->deliver();
+  client.session.deliver();
   EXPECT_TRUE(codes.empty());
   client.queue.runPending();
   EXPECT_EQ(codes, std::vector{-1});
@@ -370,7 +370,7 @@ TEST(Execution, ABuilderLivesUntilItsSendHasEnded) {
     builder.execute([](auto) {});
   }
   EXPECT_FALSE(watched.expired());
-  client.session->deliver();
+  client.session.deliver();
   client.queue.runPending();
   EXPECT_TRUE(watched.expired());
 }
@@ -402,7 +402,7 @@ TEST(Execution, NoLockIsHeldWhileAHookRuns) {
   client.interceptor->onWillSend = client.interceptor->onReceive = client.interceptor->onComplete =
       useFromElsewhere;
   builder.execute([&](const auto&) { useFromElsewhere(*builder); });
-  while (client.session->deliver() > 0) {
+  while (client.session.deliver() > 0) {
   }
   EXPECT_EQ(hooks, 11);
   builder->setOnProgressReady(nullptr);
@@ -420,12 +420,12 @@ TEST(Execution, ManySendsAtOnceEachCompleteOnce) {
         builder->setCredential(URLCredential{"user", std::to_string(i)});
         const auto task = builder.execute([&](const auto&) { ++completions; });
         if (i % 3 == 0) task->cancel();
-        client.session->deliverHere();
+        client.session.session->deliver();
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  while (client.session->deliver() + client.queue.runPending() > 0) {
+  while (client.session.deliver() + client.queue.runPending() > 0) {
   }
   EXPECT_EQ(completions, 400);
 }

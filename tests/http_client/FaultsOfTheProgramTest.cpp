@@ -43,7 +43,7 @@ TEST(FaultsOfTheProgramDeathTest, ABodyTypeThatTheKindDoesntServeEndsTheProcess)
     TestClient client({httpAnswer(200)});
     client.configuration->setRequestBuilderFactory(
         std::make_shared<FactoryOverSession<URLSessionRequestBuilder, URLSessionRequestBuilder>>(
-            client.session));
+            client.session.session));
     (void)client.run<std::string>();
   };
   EXPECT_EXIT(mixUpKinds(), testing::KilledBySignal(SIGABRT),

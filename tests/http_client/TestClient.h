@@ -1,55 +1,59 @@
 #pragma once
 
 #include <tilvanego/http_client/CodableHelper.h>
-#include <tilvanego/http_client/OpenAPIInterceptor.h>
-#include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/http_client/MemoryURLSession.h>
+#include <tilvanego/http_client/OverSession.h>
 #include <tilvanego/platform/RunLoop.h>
 
+#include <cstddef>
 #include <deque>
 #include <expected>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "tests/http_client/FakeSession.h"
-
 namespace tilvanego::test {
 
-/// A kind of the library's own with the fake session under it.
-template <typename Kind>
-class OverFakeSession : public Kind {
- public:
-  OverFakeSession(RequestBuilder::Construction construction, std::shared_ptr<URLSessionProtocol> session)
-      : Kind(std::move(construction)), session_(std::move(session)) {}
-  std::shared_ptr<URLSessionProtocol> createURLSession() override { return session_; }
-
- private:
-  std::shared_ptr<URLSessionProtocol> session_;
+/// A failure of a text, for whoever needs one.
+struct TestFailure {
+  std::string text;
+  [[nodiscard]] std::string description() const { return text; }
 };
 
-/// Makes `NonDecodable` and `Decodable` kinds over a session.
-template <typename NonDecodable = URLSessionRequestBuilder,
-          typename Decodable = URLSessionDecodableRequestBuilder>
-class FactoryOverSession : public RequestBuilderFactory {
+using FakeAnswer = MemoryURLSession::Answer;
+
+inline FakeAnswer httpAnswer(int status, std::optional<Data> data = Data(), HTTPHeaders headers = {}) {
+  return FakeAnswer::http(status, std::move(data), std::move(headers));
+}
+
+/// A session that answers from a script, with the last answer again and again, on a thread of its own for
+/// each delivery.
+class FakeSession {
  public:
-  explicit FactoryOverSession(std::shared_ptr<URLSessionProtocol> session) : session_(std::move(session)) {}
-  [[nodiscard]] RequestBuilderKind getNonDecodableBuilder(const BodyType&) const override {
-    return kind<NonDecodable>();
+  explicit FakeSession(std::deque<FakeAnswer> script) : script_(std::move(script)) {}
+
+  std::size_t deliver() {
+    std::size_t count = 0;
+    std::thread([&] { count = session->deliver(); }).join();
+    return count;
   }
-  [[nodiscard]] RequestBuilderKind getBuilder(const BodyType&) const override { return kind<Decodable>(); }
+
+  const std::shared_ptr<MemoryURLSession> session =
+      std::make_shared<MemoryURLSession>([this](const URLRequest&) {
+        const std::lock_guard held(mutex_);
+        FakeAnswer answer = script_.front();
+        if (script_.size() > 1) script_.pop_front();
+        return answer;
+      });
 
  private:
-  template <typename Kind>
-  [[nodiscard]] RequestBuilderKind kind() const {
-    return [session = session_](const BodyType& bodyType, RequestBuilderArguments arguments) {
-      return RequestBuilder::make<OverFakeSession<Kind>>(bodyType, std::move(arguments), session);
-    };
-  }
-  std::shared_ptr<URLSessionProtocol> session_;
+  std::mutex mutex_;
+  std::deque<FakeAnswer> script_;
 };
 
 /// Notes what it hears of, with where it hears it: on the "main" thread, which made it, or on the
@@ -111,9 +115,8 @@ class RecordingInterceptor : public DefaultOpenAPIInterceptor {
 
 /// A client of its own over the fake session, whose main queue and interceptor the test has in its hands.
 struct TestClient {
-  explicit TestClient(std::deque<FakeAnswer> script)
-      : session(std::make_shared<FakeSession>(std::move(script))) {
-    configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session));
+  explicit TestClient(std::deque<FakeAnswer> script) : session(std::move(script)) {
+    configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session.session));
   }
 
   template <typename T>
@@ -131,7 +134,7 @@ struct TestClient {
       interceptor->note(outcome ? "completion again" : "completion");
       outcome = std::move(result);
     });
-    while (session->deliver() + queue.runPending() > 0) {
+    while (session.deliver() + queue.runPending() > 0) {
     }
     return *std::move(outcome);
   }
@@ -141,7 +144,7 @@ struct TestClient {
   }
 
   RunLoop queue;
-  std::shared_ptr<FakeSession> session;
+  FakeSession session;
   std::shared_ptr<RecordingInterceptor> interceptor = std::make_shared<RecordingInterceptor>();
   std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration =
       std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(

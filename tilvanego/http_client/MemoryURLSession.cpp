@@ -1,0 +1,99 @@
+#include <tilvanego/http_client/MemoryURLSession.h>
+#include <tilvanego/platform/network/TransportError.h>
+
+#include <atomic>
+#include <limits>
+#include <mutex>
+#include <utility>
+
+namespace tilvanego {
+
+struct MemoryURLSession::State {
+  explicit State(Answering function) : answering(std::move(function)) {}
+
+  const Answering answering;
+  mutable std::mutex mutex;
+  std::vector<std::shared_ptr<MemoryTask>> ending;
+  std::vector<URLRequest> requests;
+};
+
+class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
+                                           public std::enable_shared_from_this<MemoryTask> {
+ public:
+  MemoryTask(std::weak_ptr<State> state, URLRequest request, DataTaskCompletion completion)
+      : state_(std::move(state)), request_(std::move(request)), completion_(std::move(completion)) {}
+
+  void resume() override { end(false); }
+  void cancel() override { end(true); }
+  [[nodiscard]] int taskIdentifier() const override { return identifier_; }
+  [[nodiscard]] std::shared_ptr<Progress> progress() const override { return progress_; }
+
+  void deliver(State& state) {
+    DataTaskCompletion completion;
+    bool cancelled = false;
+    {
+      const std::lock_guard held(state.mutex);
+      completion = std::exchange(completion_, nullptr);
+      cancelled = cancelled_;
+    }
+    const Answer answer = cancelled
+                              ? Answer::failed(TransportError{TransportError::Code::cancelled, "cancelled"})
+                              : state.answering(request_);
+    completion(answer.data, answer.response, answer.error);
+  }
+
+ private:
+  void end(bool cancelled) {
+    const auto state = state_.lock();
+    if (!state) return;
+    const std::lock_guard held(state->mutex);
+    cancelled_ |= cancelled;
+    if (!std::exchange(ending_, true)) state->ending.push_back(shared_from_this());
+  }
+
+  // Counts down from the highest number, where no real session of the process comes.
+  static inline std::atomic<int> nextIdentifier = std::numeric_limits<int>::max();
+
+  // The session's own list may hold the task.
+  const std::weak_ptr<State> state_;
+  const URLRequest request_;
+  const int identifier_ = nextIdentifier--;
+  const std::shared_ptr<Progress> progress_ = std::make_shared<Progress>();
+  DataTaskCompletion completion_;
+  bool ending_ = false;
+  bool cancelled_ = false;
+};
+
+MemoryURLSession::Answer MemoryURLSession::Answer::http(int statusCode, std::optional<Data> body,
+                                                        HTTPHeaders headers) {
+  return {std::move(body), std::make_shared<HTTPURLResponse>(std::nullopt, statusCode, std::move(headers)),
+          std::nullopt};
+}
+
+MemoryURLSession::MemoryURLSession(Answering answering)
+    : state_(std::make_shared<State>(std::move(answering))) {}
+
+std::shared_ptr<URLSessionDataTaskProtocol> MemoryURLSession::dataTaskFromProtocol(
+    const URLRequest& request, DataTaskCompletion completionHandler) {
+  auto task = std::make_shared<MemoryTask>(state_, request, std::move(completionHandler));
+  const std::lock_guard held(state_->mutex);
+  state_->requests.push_back(request);
+  return task;
+}
+
+std::size_t MemoryURLSession::deliver() {
+  std::vector<std::shared_ptr<MemoryTask>> ending;
+  {
+    const std::lock_guard held(state_->mutex);
+    ending.swap(state_->ending);
+  }
+  for (const auto& task : ending) task->deliver(*state_);
+  return ending.size();
+}
+
+std::vector<URLRequest> MemoryURLSession::requests() const {
+  const std::lock_guard held(state_->mutex);
+  return state_->requests;
+}
+
+}  // namespace tilvanego

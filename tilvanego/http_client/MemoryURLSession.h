@@ -1,0 +1,54 @@
+#pragma once
+
+#include <tilvanego/http_client/HTTPHeaders.h>
+#include <tilvanego/http_client/URLSessionProtocol.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tilvanego {
+
+/// A session in memory, for rehearsals and tests: a function answers, and nothing happens until the host has
+/// the answers delivered.
+///
+/// All operations may be called from any thread. Tasks may outlive the session; the answers of those that it
+/// hasn't delivered never come.
+class MemoryURLSession final : public URLSessionProtocol {
+ public:
+  /// What a task ends with.
+  struct Answer {
+    std::optional<Data> data{};
+    URLResponsePointer response{};
+    std::optional<Failure> error{};
+
+    static Answer http(int statusCode, std::optional<Data> body = Data(), HTTPHeaders headers = {});
+    static Answer failed(Failure failure) { return {std::nullopt, nullptr, std::move(failure)}; }
+  };
+  using Answering = std::function<Answer(const URLRequest& request)>;
+
+  /// `answering` is called for each task that isn't cancelled, on a thread that delivers, without a lock
+  /// held.
+  explicit MemoryURLSession(Answering answering);
+
+  std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
+      const URLRequest& request, DataTaskCompletion completionHandler) override;
+
+  /// Ends the tasks that were resumed or cancelled since the last call, in that order, and gives their
+  /// number. The calling thread is the session's thread for them. Tasks that their completions make are left
+  /// to the next call. A cancelled task ends with the failure of a real session,
+  /// `TransportError::Code::cancelled`.
+  std::size_t deliver();
+
+  /// The requests of all tasks so far, in the order of their making.
+  [[nodiscard]] std::vector<URLRequest> requests() const;
+
+ private:
+  class MemoryTask;
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace tilvanego

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <tilvanego/http_client/URLSessionImplementations.h>
+
+#include <concepts>
+#include <memory>
+#include <utility>
+
+namespace tilvanego {
+
+/// A kind of builder, with another session under it than the process's default one.
+template <std::derived_from<URLSessionRequestBuilder> Kind>
+class OverSession : public Kind {
+ public:
+  OverSession(RequestBuilder::Construction construction, std::shared_ptr<URLSessionProtocol> session)
+      : Kind(std::move(construction)), session_(std::move(session)) {}
+
+  std::shared_ptr<URLSessionProtocol> createURLSession() override { return session_; }
+
+ private:
+  std::shared_ptr<URLSessionProtocol> session_;
+};
+
+/// The factory for a configuration whose requests go out by a session of the host's: one with a proxy or a
+/// certificate of its own, or one in memory.
+///
+///     configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session));
+template <std::derived_from<URLSessionRequestBuilder> NonDecodable = URLSessionRequestBuilder,
+          std::derived_from<URLSessionRequestBuilder> Decodable = URLSessionDecodableRequestBuilder>
+class FactoryOverSession : public RequestBuilderFactory {
+ public:
+  explicit FactoryOverSession(std::shared_ptr<URLSessionProtocol> session) : session_(std::move(session)) {}
+
+  [[nodiscard]] RequestBuilderKind getNonDecodableBuilder(const BodyType&) const override {
+    return kind<NonDecodable>();
+  }
+  [[nodiscard]] RequestBuilderKind getBuilder(const BodyType&) const override { return kind<Decodable>(); }
+
+ private:
+  template <typename Kind>
+  [[nodiscard]] RequestBuilderKind kind() const {
+    return [session = session_](const BodyType& bodyType, RequestBuilderArguments arguments) {
+      return RequestBuilder::make<OverSession<Kind>>(bodyType, std::move(arguments), session);
+    };
+  }
+
+  std::shared_ptr<URLSessionProtocol> session_;
+};
+
+}  // namespace tilvanego
