@@ -56,8 +56,10 @@ void ResponseHead::addField(std::string_view line) {
 // A value that goes on in a further line (RFC 9112, section 5.2): the break counts as one blank.
 void ResponseHead::continueField(std::string_view line) {
   const auto earlier = headers_.value(lastName_);
-  if (!earlier) return;
-  headers_.setValue(lastName_, std::string(*earlier).append(" ").append(fieldText(trimmedField(line))));
+  const auto more = trimmedField(line);
+  if (!earlier || more.empty()) return;
+  const std::string_view blank = earlier->empty() ? "" : " ";
+  headers_.setValue(lastName_, std::string(*earlier).append(blank).append(fieldText(more)));
 }
 
 HTTPHeaders ResponseHead::take() {

@@ -1,0 +1,77 @@
+// The challenges of a "WWW-Authenticate" field: what is read is written again, every value in quotes, and
+// must read as the same; and what can be answered has a realm and a method that the field named.
+
+#include <tilvanego/platform/network/curl/Challenges.h>
+#include <tilvanego/platform/network/curl/FieldSyntax.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using namespace tilvanego;
+using detail::Challenge;
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+std::string quoted(std::string_view value) {
+  std::string text = "\"";
+  for (const char c : value) {
+    if (c == '"' || c == '\\') text += '\\';
+    text += c;
+  }
+  return text + '"';
+}
+
+std::string written(const std::vector<Challenge>& challenges) {
+  std::string text;
+  for (const Challenge& challenge : challenges) {
+    if (!text.empty()) text += ", ";
+    text += challenge.scheme;
+    std::string_view separator = " ";
+    for (const auto& [name, value] : challenge.parameters) {
+      text.append(separator).append(name).append("=").append(quoted(value));
+      separator = ", ";
+    }
+  }
+  return text;
+}
+
+bool areEqual(const Challenge& a, const Challenge& b) {
+  return a.scheme == b.scheme && a.parameters == b.parameters;
+}
+
+void checkAnswer(const std::vector<Challenge>& challenges) {
+  const auto space = detail::answerableSpace(challenges);
+  if (!space) return;
+  const bool isDigest = space->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
+  require(std::ranges::any_of(challenges, [&](const Challenge& challenge) {
+    return detail::lowerCase(challenge.scheme) == (isDigest ? "digest" : "basic") &&
+           challenge.parameter("realm").value_or("") == space->realm &&
+           (!isDigest || challenge.parameter("nonce").has_value());
+  }));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string field(reinterpret_cast<const char*>(data), size);
+  const auto challenges = detail::parseChallenges(field);
+  for (const Challenge& challenge : challenges) {
+    require(detail::isToken(challenge.scheme));
+    for (const auto& [name, value] : challenge.parameters) {
+      require(detail::isToken(name) && name == detail::lowerCase(name));
+    }
+  }
+  const auto again = detail::parseChallenges(written(challenges));
+  require(std::ranges::equal(challenges, again, areEqual));
+  checkAnswer(challenges);
+  return 0;
+}

@@ -1,0 +1,68 @@
+// Where a download goes: the path of a URL in the first line, and what a server says in "Content-Disposition"
+// in the rest. The file name must be what a plain reading of the rule gives, and no path and no name may lead
+// out of the directory for downloads.
+
+#include <tilvanego/http_client/FileDownload.h>
+#include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/values/Text.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using namespace tilvanego;
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+std::optional<std::string> plainlyRead(std::string_view field) {
+  while (true) {
+    const std::size_t end = std::min(field.find(';'), field.size());
+    std::string piece(field.substr(0, end));
+    if (const std::size_t at = piece.find("filename="); at != std::string::npos) {
+      piece.erase(at, std::string_view("filename=").size());
+      piece.erase(std::ranges::remove(piece, '"').begin(), piece.end());
+      return std::string(trimmed(piece));
+    }
+    if (end == field.size()) return std::nullopt;
+    field.remove_prefix(end + 1);
+  }
+}
+
+void checkNames(std::string_view path, std::string_view fileName) {
+  const auto names = detail::downloadNames(path, fileName);
+  if (!names) return;
+  require(!names->empty());
+  std::filesystem::path file = "/caches";
+  for (const std::string& name : *names) {
+    require(!name.empty() && name != "." && name != ".." && !name.contains('/') && !name.contains('\0'));
+    file /= name;
+  }
+  require(file.lexically_normal() == file && file.string().starts_with("/caches/"));
+  if (!fileName.empty()) require(names->back() == fileName);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const auto builder = RequestBuilder::make<URLSessionRequestBuilder>(
+      bodyTypeOf<Empty>(), {.method = "GET", .URLString = "https://host/"});
+  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  const std::size_t lineEnd = std::min(input.find('\n'), input.size());
+  const std::string_view path = input.substr(0, lineEnd);
+  const std::string field(input.substr(std::min(lineEnd + 1, size)));
+
+  require(!builder->fileNameFrom(std::nullopt));
+  const auto fileName = builder->fileNameFrom(field);
+  require(fileName == plainlyRead(field));
+  checkNames(path, fileName.value_or("fresh"));
+  return 0;
+}

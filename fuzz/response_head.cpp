@@ -1,0 +1,55 @@
+// The lines of an answer's head as any server may send them: what is kept are tokens for names, UTF-8 without
+// line breaks for values, each name once, and no more than the limits allow.
+
+#include <tilvanego/platform/network/curl/FieldSyntax.h>
+#include <tilvanego/platform/network/curl/ResponseHead.h>
+#include <tilvanego/values/Text.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using namespace tilvanego;
+using detail::ResponseHead;
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+void check(const ResponseHead& head) {
+  require(isValidUTF8(head.statusLine()) && !head.statusLine().contains('\n'));
+  require(head.statusLine().empty() || head.statusLine().starts_with("HTTP/"));
+  const auto& fields = head.headers().fields();
+  require(fields.size() <= ResponseHead::maximumFields);
+  std::set<std::string> names;
+  for (const auto& [name, value] : fields) {
+    require(detail::isToken(name) && names.insert(detail::lowerCase(name)).second);
+    require(isValidUTF8(value) && !value.contains('\n'));
+    require(!value.starts_with(' ') && !value.starts_with('\t'));
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::string_view rest(reinterpret_cast<const char*>(data), size);
+  ResponseHead head;
+  while (!rest.empty()) {
+    const std::size_t length = std::min(rest.find('\n'), rest.size() - 1) + 1;
+    // A copy of its own size, so that a read past the end is seen.
+    const std::string line(rest.substr(0, length));
+    rest.remove_prefix(length);
+    if (!head.addLine(line)) break;
+    check(head);
+    if (line == "body\n") head.bodyBegins();
+  }
+  const HTTPHeaders kept = head.headers();
+  require(head.take() == kept && head.headers().empty());
+  return 0;
+}

@@ -1,0 +1,78 @@
+#include <gtest/gtest.h>
+
+#include <tilvanego/platform/network/curl/ResponseHead.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tilvanego {
+namespace {
+
+using detail::ResponseHead;
+using Fields = std::vector<HTTPHeaders::Field>;
+
+TEST(ResponseHead, FieldsAreReadLineByLine) {
+  struct Case {
+    std::vector<std::string> lines;
+    std::string statusLine;
+    Fields fields;
+  };
+  const Case cases[] = {
+      {{"HTTP/1.1 200 OK\r\n", "A: 1\r\n", "b:\t2 \r\n", "\r\n"},
+       "HTTP/1.1 200 OK",
+       {{"A", "1"}, {"b", "2"}}},
+      // HTTP/2 has no reason, and servers before it may give none.
+      {{"HTTP/2 204 \r\n", "\r\n"}, "HTTP/2 204", {}},
+      {{"HTTP/1.1 200 \xE9\r\n", "A: \xE9\r\n"}, "HTTP/1.1 200 \xC3\xA9", {{"A", "\xC3\xA9"}}},
+      {{"HTTP/1.1 200 OK\r\n", "A: 1\r\n", "B: x\r\n", "a: 2\r\n"},
+       "HTTP/1.1 200 OK",
+       {{"A", "1, 2"}, {"B", "x"}}},
+      // A value may go on in further lines; those without anything in them add nothing.
+      {{"HTTP/1.1 200 OK\r\n", "A: 1\r\n", " 2\r\n", "\t\r\n", "  3\r\n"},
+       "HTTP/1.1 200 OK",
+       {{"A", "1 2 3"}}},
+      {{"HTTP/1.1 200 OK\r\n", "A:\r\n", " 1\r\n"}, "HTTP/1.1 200 OK", {{"A", "1"}}},
+      {{"HTTP/1.1 200 OK\r\n", " 1\r\n", "no colon\r\n", "Bad Name: 1\r\n", ": 1\r\n", " 2\r\n"},
+       "HTTP/1.1 200 OK",
+       {}},
+      {{"HTTP/1.1 100 Continue\r\n", "A: 1\r\n", "\r\n", "HTTP/1.1 200 OK\r\n", "B: 2\r\n", "\r\n"},
+       "HTTP/1.1 200 OK",
+       {{"B", "2"}}},
+      {{"HTTP/1.1 200 OK\r\n", "HTTP/1.1: 1\r\n", "A: 1\r\n"}, "HTTP/1.1 200 OK", {{"A", "1"}}},
+  };
+  for (const Case& one : cases) {
+    ResponseHead head;
+    for (const std::string& line : one.lines) EXPECT_TRUE(head.addLine(line)) << line;
+    EXPECT_EQ(head.statusLine(), one.statusLine);
+    EXPECT_EQ(head.headers().fields(), one.fields) << one.lines.size();
+  }
+}
+
+TEST(ResponseHead, TrailersAreLeftOut) {
+  ResponseHead head;
+  for (const char* line : {"HTTP/1.1 200 OK\r\n", "A: 1\r\n", "\r\n"}) EXPECT_TRUE(head.addLine(line));
+  EXPECT_TRUE(head.isComplete());
+  head.bodyBegins();
+  EXPECT_TRUE(head.addLine("A: 2\r\n"));
+  EXPECT_EQ(head.take(), (HTTPHeaders{{"A", "1"}}));
+}
+
+TEST(ResponseHead, FieldsAndBytesHaveALimit) {
+  ResponseHead many;
+  EXPECT_TRUE(many.addLine("HTTP/1.1 200 OK\r\n"));
+  for (std::size_t i = 0; i < ResponseHead::maximumFields; ++i) EXPECT_TRUE(many.addLine("A: 1\r\n"));
+  EXPECT_FALSE(many.addLine("A: 1\r\n"));
+
+  const std::string start = "HTTP/1.1 200 OK\r\n";
+  const std::string field = "A: \r\n";
+  const std::string value(ResponseHead::maximumBytes - start.size() - field.size(), 'x');
+  ResponseHead full;
+  EXPECT_TRUE(full.addLine(start));
+  EXPECT_TRUE(full.addLine("A: " + value + "\r\n"));
+  EXPECT_FALSE(full.addLine("\r\n"));
+  EXPECT_FALSE(ResponseHead().addLine("HTTP/1.1 200 " + std::string(ResponseHead::maximumBytes, 'x')));
+}
+
+}  // namespace
+}  // namespace tilvanego
