@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstdint>
 #include <limits>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -45,9 +44,9 @@ TEST(ValidatorOfTexts, CountsCharactersAsTheCaseFileSays) {
     const auto count = static_cast<std::size_t>(one["count"].integer());
     const std::string& text = one["text"].text();
     EXPECT_TRUE(Validator::check(text, StringRule{.minLength = count, .maxLength = count}).empty()) << text;
-    EXPECT_EQ(Validator::check(text, StringRule{.minLength = count + 1}), std::set{Text::minLength}) << text;
+    EXPECT_EQ(Validator::check(text, StringRule{.minLength = count + 1}), KindSet{Text::minLength}) << text;
     if (count == 0) continue;
-    EXPECT_EQ(Validator::check(text, StringRule{.maxLength = count - 1}), std::set{Text::maxLength}) << text;
+    EXPECT_EQ(Validator::check(text, StringRule{.maxLength = count - 1}), KindSet{Text::maxLength}) << text;
   }
 }
 
@@ -55,7 +54,7 @@ TEST(ValidatorOfTexts, ReportsEverythingThatIsBroken) {
   struct Row {
     std::string text;
     StringRule rule;
-    std::set<Text> broken;
+    KindSet<Text> broken;
   };
   const Row rows[] = {
       {"", {}, {}},
@@ -83,7 +82,7 @@ TEST(ValidatorOfTexts, MatchesNoTextWithASlashedPatternOfTheModels) {
       "123456789012", "+123456", "/+123456"};
   for (const std::string& pattern : modelPatterns) {
     for (const std::string& text : texts) {
-      EXPECT_EQ(Validator::check(text, StringRule{.pattern = pattern}), std::set{Text::pattern})
+      EXPECT_EQ(Validator::check(text, StringRule{.pattern = pattern}), KindSet{Text::pattern})
           << pattern << " in " << text;
     }
   }
@@ -91,22 +90,22 @@ TEST(ValidatorOfTexts, MatchesNoTextWithASlashedPatternOfTheModels) {
 
 TEST(ValidatorOfTexts, GivesUpASearchThatWouldNotEnd) {
   const std::string letters(40, 'a');
-  const std::string many(200'000, 'a');
   const std::pair<std::string_view, std::string_view> rows[] = {
-      {"^(a+)+$", "b"},
-      {"(a|a)*b", ""},
-      {"(a*)*c", "b"},
-      {R"((\w+\s?)+\.$)", "!"},
-      {"^(([a-z])+.)+[A-Z0-9]+!$", "?"},
+      {"^(a+)+$", "b"}, {"^(a+)+$", "é"},          {"(?=a)(a|a)*b", ""},
+      {"(a*)*c", "b"},  {R"((\w+\s?)+\.$)", "ü!"}, {"^(([a-z])+.)+[A-Z0-9]+!$", "ß?"},
   };
   for (const auto& [pattern, end] : rows) {
     const std::string text = letters + std::string(end);
-    EXPECT_EQ(Validator::check(text, StringRule{.pattern = pattern}), std::set{Text::pattern}) << pattern;
+    EXPECT_EQ(Validator::check(text, StringRule{.pattern = pattern}), KindSet{Text::pattern}) << pattern;
   }
-  EXPECT_EQ(Validator::check(many, StringRule{.pattern = "a*b"}), std::set{Text::pattern});
-  EXPECT_TRUE(Validator::check(many, StringRule{.maxLength = 200'000, .pattern = "^[a-z]+$"}).empty());
-  EXPECT_TRUE(Validator::check(many.substr(0, 20'000), StringRule{.pattern = "^(a|b)+$"}).empty())
-      << "many steps aren't too many";
+  const std::string many = std::string(200'000, 'a') + "é";
+  EXPECT_EQ(Validator::check(many, StringRule{.pattern = "a*b"}), KindSet{Text::pattern});
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_TRUE(Validator::check(many, StringRule{.maxLength = 200'001, .pattern = "^[a-z]+é$"}).empty());
+    EXPECT_TRUE(Validator::check(many.substr(180'000), StringRule{.pattern = "^(a|é)+$"}).empty())
+        << "many steps aren't too many";
+  }
+  EXPECT_EQ(Validator::check(letters + "é", StringRule{.pattern = "^(a+)+$"}), KindSet{Text::pattern});
 }
 
 TEST(ValidatorOfTexts, KeepsToThePatternAmongMoreThanAThreadKeeps) {
@@ -126,7 +125,7 @@ TEST(ValidatorOfTexts, GivesTheValueBackOrThrowsWhatIsBroken) {
     Validator::validate(std::string("abcd"), rule);
     FAIL() << "nothing was thrown";
   } catch (const ValidationError<Text>& error) {
-    EXPECT_EQ(error.kinds, (std::set{Text::maxLength, Text::pattern}));
+    EXPECT_EQ(error.kinds, (KindSet{Text::maxLength, Text::pattern}));
     EXPECT_EQ(error.description(), "the value breaks maxLength, pattern");
   }
 }
@@ -135,7 +134,7 @@ TEST(ValidatorOfNumbers, ChecksLimitsAndDivisors) {
   struct Row {
     std::int64_t value;
     NumericRule<std::int64_t> rule;
-    std::set<Number> broken;
+    KindSet<Number> broken;
   };
   constexpr auto least = std::numeric_limits<std::int64_t>::min();
   const Row rows[] = {
@@ -161,7 +160,7 @@ TEST(ValidatorOfNumbers, ChecksLimitsAndDivisors) {
   for (const Row& row : rows) EXPECT_EQ(Validator::check(row.value, row.rule), row.broken) << row.value;
 
   EXPECT_EQ(Validator::check(std::uint8_t{255}, NumericRule<std::uint8_t>{.multipleOf = 5}),
-            std::set<Number>());
+            KindSet<Number>());
   EXPECT_EQ(Validator::validate(7, NumericRule<std::int64_t>{.maximum = 7}), 7);
   EXPECT_THROW(Validator::validate(8, NumericRule<std::int64_t>{.maximum = 7}), ValidationError<Number>);
 }
@@ -170,7 +169,7 @@ TEST(ValidatorOfNumbers, ChecksFloatsWithoutTolerance) {
   struct Row {
     double value;
     NumericRule<double> rule;
-    std::set<Number> broken;
+    KindSet<Number> broken;
   };
   const double infinity = std::numeric_limits<double>::infinity();
   const double nan = std::numeric_limits<double>::quiet_NaN();
@@ -199,7 +198,7 @@ TEST(ValidatorOfLists, ChecksCountsAndUniqueness) {
   struct Row {
     std::vector<std::string> values;
     ArrayRule rule;
-    std::set<List> broken;
+    KindSet<List> broken;
   };
   const Row rows[] = {
       {{}, {}, {}},
@@ -215,7 +214,7 @@ TEST(ValidatorOfLists, ChecksCountsAndUniqueness) {
   for (const Row& row : rows) EXPECT_EQ(Validator::check(row.values, row.rule), row.broken);
 
   EXPECT_EQ(Validator::check(std::vector{true, true}, ArrayRule{.uniqueItems = true}),
-            std::set{List::uniqueItems});
+            KindSet{List::uniqueItems});
   const double nan = std::numeric_limits<double>::quiet_NaN();
   EXPECT_TRUE(Validator::check(std::vector{nan, nan}, ArrayRule{.uniqueItems = true}).empty())
       << "what isn't equal to itself is never a repetition";

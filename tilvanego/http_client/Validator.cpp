@@ -4,9 +4,9 @@
 
 namespace tilvanego {
 
-std::set<StringValidationErrorKind> Validator::check(std::string_view value, const StringRule& rule) {
+KindSet<StringValidationErrorKind> Validator::check(std::string_view value, const StringRule& rule) {
   using enum StringValidationErrorKind;
-  std::set<StringValidationErrorKind> broken;
+  KindSet<StringValidationErrorKind> broken;
   if (rule.minLength || rule.maxLength) {
     const std::size_t length = characterCount(value);
     if (rule.minLength && length < *rule.minLength) broken.insert(minLength);

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <concepts>
 #include <functional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -80,15 +79,15 @@ class Validator {
   }
 
   /// The same without exceptions: what the value breaks, empty if it keeps to the rule.
-  [[nodiscard]] static std::set<StringValidationErrorKind> check(std::string_view value,
-                                                                 const StringRule& rule);
+  [[nodiscard]] static KindSet<StringValidationErrorKind> check(std::string_view value,
+                                                                const StringRule& rule);
 
   template <typename Number, detail::CheckedAs<Number> Value>
-  [[nodiscard]] static std::set<NumericValidationErrorKind> check(Value checked,
-                                                                  const NumericRule<Number>& rule) {
+  [[nodiscard]] static KindSet<NumericValidationErrorKind> check(Value checked,
+                                                                 const NumericRule<Number>& rule) {
     using enum NumericValidationErrorKind;
     const Number value{checked};
-    std::set<NumericValidationErrorKind> broken;
+    KindSet<NumericValidationErrorKind> broken;
     // Written so that NaN, which compares with nothing, keeps to every limit.
     if (rule.minimum && (rule.exclusiveMinimum ? *rule.minimum >= value : *rule.minimum > value)) {
       broken.insert(minimum);
@@ -101,10 +100,10 @@ class Validator {
   }
 
   template <detail::Hashable Element>
-  [[nodiscard]] static std::set<ArrayValidationErrorKind> check(const std::vector<Element>& values,
-                                                                const ArrayRule& rule) {
+  [[nodiscard]] static KindSet<ArrayValidationErrorKind> check(const std::vector<Element>& values,
+                                                               const ArrayRule& rule) {
     using enum ArrayValidationErrorKind;
-    std::set<ArrayValidationErrorKind> broken;
+    KindSet<ArrayValidationErrorKind> broken;
     if (rule.minItems && values.size() < *rule.minItems) broken.insert(minItems);
     if (rule.maxItems && values.size() > *rule.maxItems) broken.insert(maxItems);
     if (rule.uniqueItems &&
@@ -116,8 +115,8 @@ class Validator {
 
  private:
   template <typename Kind>
-  static void throwIfAny(std::set<Kind> broken) {
-    if (!broken.empty()) throw ValidationError<Kind>(std::move(broken));
+  static void throwIfAny(KindSet<Kind> broken) {
+    if (!broken.empty()) throw ValidationError<Kind>(broken);
   }
 };
 
