@@ -83,7 +83,6 @@ PatternAutomaton::State PatternAutomaton::startState(bool isAtEnd) {
 
 PatternAutomaton::State PatternAutomaton::stateAfter(State state, unsigned char character) {
   const std::size_t entry = static_cast<std::size_t>(state) + classes_[character];
-  if (table_[entry] != notYet) return table_[entry];
   // A match may begin behind any character.
   Places next = {graph_.start};
   for (const Index index : placesOf(state)) {
@@ -111,7 +110,9 @@ PatternAutomaton::State PatternAutomaton::run(State state, std::string_view text
     const State* const row = table_.data() + state;
     while (at != end && row[classes_[*at]] == state) ++at;
     if (at == end) break;
-    state = stateAfter(state, *at++);
+    const State next = row[classes_[*at]];
+    state = next != notYet ? next : stateAfter(state, *at);
+    ++at;
   }
   return state;
 }
