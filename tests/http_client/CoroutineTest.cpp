@@ -167,17 +167,6 @@ TEST(SuspendingExecute, ADroppedCallIsNotResumed) {
   EXPECT_FALSE(resumed);
 }
 
-TEST(MemoryURLSession, DropsTheTasksThatItNeverDelivered) {
-  bool completed = false;
-  auto client = std::make_unique<TestClient>(std::deque{httpAnswer(200)});
-  const auto builder = client->builder<std::string>();
-  const std::weak_ptr<RequestBuilder> kept = builder.pointer();
-  const auto task = builder.execute([&](const auto&) { completed = true; });
-  client.reset();
-  task->cancel();
-  EXPECT_FALSE(completed);
-}
-
 TEST(SuspendingExecute, ATaskNobodyAwaitsSendsNothing) {
   TestClient client({httpAnswer(200)});
   {

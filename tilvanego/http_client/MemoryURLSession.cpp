@@ -20,7 +20,7 @@ struct MemoryURLSession::State {
 class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
                                            public std::enable_shared_from_this<MemoryTask> {
  public:
-  MemoryTask(std::weak_ptr<State> state, URLRequest request, DataTaskCompletion completion)
+  MemoryTask(std::shared_ptr<State> state, URLRequest request, DataTaskCompletion completion)
       : state_(std::move(state)), request_(std::move(request)), completion_(std::move(completion)) {}
 
   void resume() override { end(false); }
@@ -28,34 +28,31 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
   [[nodiscard]] int taskIdentifier() const override { return identifier_; }
   [[nodiscard]] std::shared_ptr<Progress> progress() const override { return progress_; }
 
-  void deliver(State& state) {
+  void deliver() {
     DataTaskCompletion completion;
     bool cancelled = false;
     {
-      const std::lock_guard held(state.mutex);
+      const std::lock_guard held(state_->mutex);
       completion = std::exchange(completion_, nullptr);
       cancelled = cancelled_;
     }
     const Answer answer = cancelled
                               ? Answer::failed(TransportError{TransportError::Code::cancelled, "cancelled"})
-                              : state.answering(request_);
+                              : state_->answering(request_);
     completion(answer.data, answer.response, answer.error);
   }
 
  private:
   void end(bool cancelled) {
-    const auto state = state_.lock();
-    if (!state) return;
-    const std::lock_guard held(state->mutex);
+    const std::lock_guard held(state_->mutex);
     cancelled_ |= cancelled;
-    if (!std::exchange(ending_, true)) state->ending.push_back(shared_from_this());
+    if (!std::exchange(ending_, true)) state_->ending.push_back(shared_from_this());
   }
 
   // Counts down from the highest number, where no real session of the process comes.
   static inline std::atomic<int> nextIdentifier = std::numeric_limits<int>::max();
 
-  // The session's own list may hold the task.
-  const std::weak_ptr<State> state_;
+  const std::shared_ptr<State> state_;
   const URLRequest request_;
   const int identifier_ = nextIdentifier--;
   const std::shared_ptr<Progress> progress_ = std::make_shared<Progress>();
@@ -66,8 +63,8 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
 
 MemoryURLSession::Answer MemoryURLSession::Answer::http(int statusCode, std::optional<Data> body,
                                                         HTTPHeaders headers) {
-  return {std::move(body), std::make_shared<HTTPURLResponse>(std::nullopt, statusCode, std::move(headers)),
-          std::nullopt};
+  static const std::optional<URL> url;
+  return {std::move(body), std::make_shared<HTTPURLResponse>(url, statusCode, std::move(headers)), {}};
 }
 
 MemoryURLSession::MemoryURLSession(Answering answering)
@@ -87,7 +84,7 @@ std::size_t MemoryURLSession::deliver() {
     const std::lock_guard held(state_->mutex);
     ending.swap(state_->ending);
   }
-  for (const auto& task : ending) task->deliver(*state_);
+  for (const auto& task : ending) task->deliver();
   return ending.size();
 }
 

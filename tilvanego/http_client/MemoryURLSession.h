@@ -14,8 +14,8 @@ namespace tilvanego {
 /// A session in memory, for rehearsals and tests: a function answers, and nothing happens until the host has
 /// the answers delivered.
 ///
-/// All operations may be called from any thread. Tasks may outlive the session; the answers of those that it
-/// hasn't delivered never come.
+/// All operations may be called from any thread. Until its answer is delivered, a task keeps its builder and
+/// the session alive.
 class MemoryURLSession final : public URLSessionProtocol {
  public:
   /// What a task ends with.
