@@ -3,6 +3,7 @@
 #include <any>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 #include <tilvanego/models/Catalogue.h>
@@ -13,7 +14,7 @@ bool isModel(std::string_view name) { return models::findRecordType(name) != nul
 
 ModelBuilder::ModelBuilder(Construction construction, std::shared_ptr<URLSessionProtocol> session,
                            std::string_view name)
-    : SendBuilder(std::move(construction), std::move(session)), record_(*models::findRecordType(name)) {}
+    : OverSession(std::move(construction), std::move(session)), record_(*models::findRecordType(name)) {}
 
 void ModelBuilder::processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                           const std::optional<Failure>&, const Completion& completion) {

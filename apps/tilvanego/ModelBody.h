@@ -2,9 +2,8 @@
 
 #include <memory>
 #include <string_view>
-#include <utility>
 
-#include "SendBuilder.h"
+#include <tilvanego/http_client/OverSession.h>
 
 namespace tilvanego::models {
 struct RecordType;
@@ -17,7 +16,7 @@ namespace tilvanego::program {
 
 /// A builder whose body, a `std::string`, is the answer read as a record whose type only the command line
 /// tells, and written again: pretty, with its keys sorted.
-class ModelBuilder final : public SendBuilder {
+class ModelBuilder final : public OverSession<URLSessionDecodableRequestBuilder> {
  public:
   /// `isModel(name)` holds.
   ModelBuilder(Construction construction, std::shared_ptr<URLSessionProtocol> session, std::string_view name);

@@ -12,8 +12,8 @@
 
 #include <unistd.h>
 
+#include <tilvanego/http_client/OverSession.h>
 #include <tilvanego/http_client/URLEncoding.h>
-#include <tilvanego/http_client/URLSessionImplementations.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
 #include <tilvanego/platform/RunLoop.h>
@@ -22,7 +22,6 @@
 #include "ModelBody.h"
 #include "ProgressBar.h"
 #include "SendBody.h"
-#include "SendBuilder.h"
 #include "SendInterceptor.h"
 
 namespace tilvanego::program {
@@ -67,7 +66,8 @@ class Sending {
   Sending(const SendOptions& options, RequestBuilderArguments arguments);
 
   /// Sends, reads the answer's body as a T by a builder of the kind, and shows it.
-  template <std::copy_constructible T, std::derived_from<SendBuilder> Kind = SendBuilder, typename... Extra>
+  template <std::copy_constructible T, typename Kind = OverSession<URLSessionDecodableRequestBuilder>,
+            typename... Extra>
   int run(Extra&&... extra) {
     const RequestBuilderOf<T> builder(RequestBuilder::make<Kind>(bodyTypeOf<T>(), std::move(arguments_),
                                                                  session_, std::forward<Extra>(extra)...));
