@@ -1,5 +1,3 @@
-#include <tilvanego/http_client/PatternAutomaton.h>
-#include <tilvanego/http_client/PatternParser.h>
 #include <tilvanego/http_client/PatternSearch.h>
 
 #include <unicode/uregex.h>
@@ -11,7 +9,6 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,8 +21,8 @@ namespace {
 constexpr std::int32_t searchLimit = 500;
 /// Patterns for each thread; the models have ten.
 constexpr std::size_t keptPatterns = 32;
-/// In UTF-16 units.
-constexpr std::int32_t longText = 16 * 1024;
+/// In UTF-16 units. A matcher keeps the memory that a search needed, which goes with the text's length.
+constexpr std::size_t longText = 16 * 1024;
 
 /// Text in UTF-16, which doesn't allocate as long as the text is short.
 class WideText {
@@ -59,20 +56,19 @@ class Matcher {
     const WideText wide(pattern);
     if (wide.isTooLong()) return;
     UErrorCode status = U_ZERO_ERROR;
-    keep(uregex_open(wide.units(), wide.size(), UREGEX_CASE_INSENSITIVE, nullptr, &status));
-    if (!regex_) return;
-    if (auto graph = parsePattern(pattern)) automaton_.emplace(*std::move(graph));
+    regex_.reset(uregex_open(wide.units(), wide.size(), UREGEX_CASE_INSENSITIVE, nullptr, &status));
+    uregex_setTimeLimit(regex_.get(), searchLimit, &status);
+    if (U_FAILURE(status)) regex_.reset();
   }
 
   [[nodiscard]] const std::string& pattern() const { return pattern_; }
 
-  [[nodiscard]] bool isFoundIn(std::string_view text) {
+  [[nodiscard]] bool isFoundIn(const WideText& text) {
     if (!regex_) return false;
-    if (automaton_) {
-      const auto answer = automaton_->search(text);
-      if (answer != PatternAutomaton::Answer::unknown) return answer == PatternAutomaton::Answer::found;
-    }
-    return isFoundByICU(text);
+    UErrorCode status = U_ZERO_ERROR;
+    uregex_setText(regex_.get(), text.units(), text.size(), &status);
+    const bool isFound = uregex_find(regex_.get(), 0, &status) != 0;
+    return U_SUCCESS(status) && isFound;
   }
 
  private:
@@ -80,56 +76,39 @@ class Matcher {
     void operator()(URegularExpression* regex) const { uregex_close(regex); }
   };
 
-  [[nodiscard]] bool isFoundByICU(std::string_view text) {
-    const WideText wide(text);
-    if (wide.isTooLong()) return false;
-    UErrorCode status = U_ZERO_ERROR;
-    uregex_setText(regex_.get(), wide.units(), wide.size(), &status);
-    const bool isFound = uregex_find(regex_.get(), 0, &status) != 0 && U_SUCCESS(status);
-    // A matcher keeps the memory that a search needed, which goes with the text's length.
-    if (wide.size() > longText) {
-      status = U_ZERO_ERROR;
-      keep(uregex_clone(regex_.get(), &status));
-    }
-    return isFound;
-  }
-
-  void keep(URegularExpression* regex) {
-    regex_.reset(regex);
-    UErrorCode status = U_ZERO_ERROR;
-    if (regex_) uregex_setTimeLimit(regex, searchLimit, &status);
-  }
-
   std::string pattern_;
   /// Null if the pattern isn't valid.
   std::unique_ptr<URegularExpression, Close> regex_;
-  std::optional<PatternAutomaton> automaton_;
 };
 
 /// The patterns that a thread used last, the latest first.
 class RecentMatchers {
  public:
   Matcher& latest(std::string_view pattern) {
-    const auto found = std::ranges::find(matchers_, pattern,
-                                         [](const auto& one) -> std::string_view { return one->pattern(); });
+    const auto found = std::ranges::find(matchers_, pattern, &Matcher::pattern);
     if (found != matchers_.end()) {
       std::rotate(matchers_.begin(), found, found + 1);
     } else {
       if (matchers_.size() == keptPatterns) matchers_.pop_back();
-      matchers_.insert(matchers_.begin(), std::make_unique<Matcher>(pattern));
+      matchers_.emplace(matchers_.begin(), pattern);
     }
-    return *matchers_.front();
+    return matchers_.front();
   }
+  void dropLatest() { matchers_.erase(matchers_.begin()); }
 
  private:
-  std::vector<std::unique_ptr<Matcher>> matchers_;
+  std::vector<Matcher> matchers_;
 };
 
 }  // namespace
 
 bool isPatternFound(std::string_view pattern, std::string_view text) {
   thread_local RecentMatchers matchers;
-  return matchers.latest(pattern).isFoundIn(text);
+  const WideText wide(text);
+  if (wide.isTooLong()) return false;
+  const bool isFound = matchers.latest(pattern).isFoundIn(wide);
+  if (static_cast<std::size_t>(wide.size()) > longText) matchers.dropLatest();
+  return isFound;
 }
 
 }  // namespace tilvanego::detail
