@@ -95,6 +95,9 @@ class Transfer {
   struct Deleter {
     void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
   };
+  struct URLDeleter {
+    void operator()(CURLU* url) const { curl_url_cleanup(url); }
+  };
 
   // Called by libcurl.
   static std::size_t onHeader(char* line, std::size_t size, std::size_t count, void* self) noexcept;
@@ -106,6 +109,7 @@ class Transfer {
   void prepare();
   void setMethodAndBody();
   void setTarget();
+  void setURL(const std::string& text);
   void setTimeout();
   void withholdCredential(const CredentialOptions& options);
   void sendCredential(const CredentialOptions& options, const URLCredential& credential, bool digest);
@@ -125,6 +129,8 @@ class Transfer {
 
   const TransferSettings& settings_;
   Touched& touched_;
+  /// The URL of the request, taken apart; the handle uses it.
+  std::unique_ptr<CURLU, URLDeleter> url_{curl_url()};
   std::unique_ptr<CURL, Deleter> handle_;
   OutgoingHeaders headers_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
@@ -155,6 +161,7 @@ class Transfer {
   Clock::duration limit_{};
 
   // What the handle is set to, so that only what differs is set again.
+  std::string urlSet_;
   Proxy proxySet_;
   long connectTimeoutSet_ = 0;
   bool customMethodSet_ = false;

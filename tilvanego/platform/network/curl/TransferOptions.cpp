@@ -51,7 +51,8 @@ void Transfer::setConstantOptions(CURLSH* share) {
   set(curl, CURLOPT_NOSIGNAL, 1L);
   set(curl, CURLOPT_PATH_AS_IS, 1L);
   set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-  set(curl, CURLOPT_ACCEPT_ENCODING, "");
+  // Whoever compresses has it; others that libcurl knows would only make each request longer.
+  set(curl, CURLOPT_ACCEPT_ENCODING, "gzip");
   set(curl, CURLOPT_SHARE, share);
   // No file: this turns the cookies on.
   set(curl, CURLOPT_COOKIEFILE, "");
@@ -107,7 +108,7 @@ void Transfer::prepare() {
 void Transfer::setTarget() {
   const auto& url = *request_->url;
   // The user and password are for a challenge, and for no error text.
-  set(handle(), CURLOPT_URL, url.user() ? textWithoutUser(url).c_str() : url.absoluteString().c_str());
+  setURL(url.user() ? textWithoutUser(url) : url.absoluteString());
   const bool secure = isSecure(url);
   if (const auto& proxy = settings_.proxies.forScheme(secure); proxy != proxySet_) {
     set(handle(), CURLOPT_PROXY, proxy.url.c_str());
@@ -123,6 +124,17 @@ void Transfer::setTarget() {
     set(handle(), CURLOPT_PIPEWAIT, secure ? 1L : 0L);
     waitsForMultiplexing_ = secure;
   }
+}
+
+// Given the text alone, libcurl would take it apart and put it together again for each request.
+void Transfer::setURL(const std::string& text) {
+  if (urlSet_ == text) return;
+  urlSet_ = text;
+  const bool isRead =
+      url_ && curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK;
+  set(handle(), CURLOPT_CURLU, isRead ? url_.get() : nullptr);
+  // What can't be read libcurl is to refuse in its own words.
+  if (!isRead) set(handle(), CURLOPT_URL, text.c_str());
 }
 
 void Transfer::setMethodAndBody() {
