@@ -1,0 +1,127 @@
+// This library's HTTP client beside bare libcurl and cpp-httplib, all against one nginx on the same core.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <benchmark/benchmark.h>
+#include <sched.h>
+#include <tests/support/NginxServer.h>
+
+#include "http_clients.h"
+
+namespace http_bench {
+
+void AnswerCheck::operator()(const char* client, long status, const char* body, std::size_t size) {
+  const bool right = status == work_.status && size == work_.download.size() &&
+                     (seen_ || std::string_view(body, size) == work_.download);
+  if (!right) {
+    std::fprintf(stderr, "%s: status %ld with %zu bytes for %s\n", client, status, size, work_.url.c_str());
+    std::exit(1);
+  }
+  seen_ = true;
+}
+
+namespace {
+
+constexpr std::size_t megabyte = std::size_t{1} << 20U;
+
+// The core that this runs on now is everyone's: of nginx, of each client and its threads.
+void stayOnOneCore() {
+  cpu_set_t cores;
+  CPU_ZERO(&cores);
+  CPU_SET(static_cast<std::size_t>(sched_getcpu()), &cores);
+  (void)sched_setaffinity(0, sizeof cores, &cores);
+}
+
+std::string bytes(std::size_t size) {
+  std::string result(size, '\0');
+  unsigned state = 1;
+  for (char& byte : result) byte = static_cast<char>((state = state * 1664525U + 1013904223U) >> 24U);
+  return result;
+}
+
+// Kilobytes under this name in /proc/self/status.
+double memory(std::string_view name) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(name)) return std::strtod(line.c_str() + name.size(), nullptr);
+  }
+  return 0;
+}
+
+using MakeClient = std::unique_ptr<Client> (*)(const Work&);
+
+// Each client lives from its first run to the end, so its connections are there when the clock runs.
+struct Subject {
+  MakeClient make;
+  Work work;
+  std::size_t batch;
+  std::size_t inFlight;
+  std::shared_ptr<Client> client;
+};
+
+void run(benchmark::State& state, const std::shared_ptr<Subject>& subject) {
+  if (!subject->client) {
+    subject->client = subject->make(subject->work);
+    subject->client->send(2 * subject->inFlight, subject->inFlight);
+  }
+  std::ofstream("/proc/self/clear_refs") << "5";
+  const double before = memory("VmRSS:");
+  while (state.KeepRunningBatch(static_cast<benchmark::IterationCount>(subject->batch))) {
+    subject->client->send(subject->batch, subject->inFlight);
+  }
+  const auto size = subject->work.upload.size() + subject->work.download.size();
+  if (size >= megabyte) {
+    state.SetBytesProcessed(static_cast<std::int64_t>(size) * static_cast<std::int64_t>(state.iterations()));
+    state.counters["peak_MB"] = (memory("VmHWM:") - before) / 1024;
+  }
+}
+
+void add(const std::string& name, const Work& work, std::size_t batch, std::size_t inFlight) {
+  struct Named {
+    const char* name;
+    MakeClient make;
+  };
+  for (const auto& [client, make] : {Named{"library", library},
+                                     {"library_waiting", waitingLibrary},
+                                     {"libcurl", bareCurl},
+                                     {"cpp-httplib", cppHTTPLib}}) {
+    if (make == waitingLibrary && inFlight > 1) continue;
+    const auto subject = std::make_shared<Subject>(Subject{make, work, batch, inFlight, {}});
+    benchmark::RegisterBenchmark((name + "/" + client).c_str(),
+                                 [subject](benchmark::State& state) { run(state, subject); })
+        ->MeasureProcessCPUTime()
+        ->UseRealTime()
+        ->Unit(batch > 1 ? benchmark::kMicrosecond : benchmark::kMillisecond);
+  }
+}
+
+}  // namespace
+}  // namespace http_bench
+
+int main(int argumentCount, char** arguments) {
+  using namespace http_bench;
+  stayOnOneCore();
+  const tilvanego::test::NginxServer server;
+  const std::string small = bytes(2048);
+  const std::string large = bytes(100 * megabyte);
+  std::ofstream(server.files() / "small") << small;
+  std::ofstream(server.files() / "large") << large;
+
+  add("get_2KB/one_at_a_time", {"GET", server.url("/files/small"), {}, 200, small}, 4000, 1);
+  add("get_2KB/64_at_once", {"GET", server.url("/files/small"), {}, 200, small}, 8000, 64);
+  add("put_2KB/one_at_a_time", {"PUT", server.url("/sink"), small, 204, {}}, 4000, 1);
+  add("get_100MB", {"GET", server.url("/files/large"), {}, 200, large}, 1, 1);
+  add("put_100MB", {"PUT", server.url("/sink"), large, 204, {}}, 1, 1);
+
+  benchmark::Initialize(&argumentCount, arguments);
+  if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

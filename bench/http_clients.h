@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+/// The clients that http_bench measures, each doing the same work in its own way. Whatever isn't as it should
+/// be ends the program with a message.
+namespace http_bench {
+
+/// One request, to be sent again and again.
+struct Work {
+  std::string method;
+  std::string url;
+  /// Sent if it isn't empty.
+  std::string upload;
+  int status = 200;
+  /// What the answer's body must be.
+  std::string download;
+};
+
+class Client {
+ public:
+  virtual ~Client() = default;
+  /// Sends so many requests, at most `inFlight` of them at once, on connections that are kept from one call
+  /// to the next. Each answer's body is memory of its own.
+  virtual void send(std::size_t count, std::size_t inFlight) = 0;
+};
+
+/// The library's session; the next request is made where an answer arrives, on the session's thread.
+std::unique_ptr<Client> library(const Work& work);
+/// The same from a thread that waits for each answer before it sends on.
+std::unique_ptr<Client> waitingLibrary(const Work& work);
+/// libcurl's multi interface and one thread.
+std::unique_ptr<Client> bareCurl(const Work& work);
+/// cpp-httplib, with a thread for each request in flight and TCP_NODELAY, without which it waits.
+std::unique_ptr<Client> cppHTTPLib(const Work& work);
+
+/// Ends the program unless the answer is what the work expects. The length alone is compared once the bytes
+/// have been seen to be right.
+class AnswerCheck {
+ public:
+  explicit AnswerCheck(const Work& work) : work_(work) {}
+  void operator()(const char* client, long status, const char* body, std::size_t size);
+
+ private:
+  const Work& work_;
+  bool seen_ = false;
+};
+
+}  // namespace http_bench
