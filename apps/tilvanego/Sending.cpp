@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include <unistd.h>
@@ -64,6 +65,7 @@ std::string outputOf(const JSONValue& body) {
 class Sending {
  public:
   Sending(const SendOptions& options, RequestBuilderArguments arguments);
+  ~Sending();
 
   /// Sends, reads the answer's body as a T by a builder of the kind, and shows it.
   template <std::copy_constructible T, typename Kind = OverSession<URLSessionDecodableRequestBuilder>,
@@ -98,6 +100,12 @@ Sending::Sending(const SendOptions& options, RequestBuilderArguments arguments)
           URLSessionRequestBuilderConfiguration::shared().sessionDelegate)) {
   arguments_.apiConfiguration->setCredential(options.user);
   arguments_.apiConfiguration->setInterceptor(interceptor_);
+}
+
+// The session's thread lets go of the session once the completion has returned. Were it the last one to do
+// so, the thread would still be ending while the program does.
+Sending::~Sending() {
+  while (session_.use_count() > 1) std::this_thread::yield();
 }
 
 template <typename T>
