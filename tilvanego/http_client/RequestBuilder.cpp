@@ -104,14 +104,14 @@ Task<AnyResponse> sendWatched(std::shared_ptr<RequestBuilder> builder, StopToken
 }  // namespace
 
 RequestBuilder::RequestBuilder(Construction construction)
-    : parameters(std::move(construction.arguments.parameters)),
-      method(std::move(construction.arguments.method)),
-      URLString(std::move(construction.arguments.URLString)),
+    : parameters(std::move(construction.arguments_.parameters)),
+      method(std::move(construction.arguments_.method)),
+      URLString(std::move(construction.arguments_.URLString)),
       requestTask(std::make_shared<RequestTask>()),
-      requiresAuthentication(construction.arguments.requiresAuthentication),
-      apiConfiguration(std::move(construction.arguments.apiConfiguration)),
-      bodyType(construction.bodyType),
-      _state(MutableState{std::nullopt, std::move(construction.arguments.headers), nullptr}) {}
+      requiresAuthentication(construction.arguments_.requiresAuthentication),
+      apiConfiguration(std::move(construction.arguments_.apiConfiguration)),
+      bodyType(construction.bodyType_),
+      _state(MutableState{std::nullopt, std::move(construction.arguments_.headers), nullptr}) {}
 
 // Not in the constructor, where a kind's own operations can't be reached yet.
 void RequestBuilder::takeFromConfiguration() {

@@ -53,9 +53,9 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   class Construction {
     friend class RequestBuilder;
     Construction(const BodyType& type, RequestBuilderArguments given)
-        : bodyType(type), arguments(std::move(given)) {}
-    const BodyType& bodyType;
-    RequestBuilderArguments arguments;
+        : bodyType_(type), arguments_(std::move(given)) {}
+    const BodyType& bodyType_;
+    RequestBuilderArguments arguments_;
   };
 
   /// Makes a builder of a kind, whose constructor takes a `Construction` and then the extra arguments. It

@@ -167,7 +167,7 @@ T Task<T>::wait(RunLoop& loop) && {
     });
   };
   signalEnd(handle_, signal);
-  while (!ended) loop.run();
+  while (!ended) loop.run();  // NOLINT(bugprone-infinite-loop): a block that it runs sets the flag
   return handle_.promise().take();
 }
 

@@ -1,0 +1,1 @@
+tilvanego_bench(http_request SOURCES allocations.cpp LIBRARIES TilvaneGo::HTTPClient)
