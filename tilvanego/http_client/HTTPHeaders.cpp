@@ -1,6 +1,7 @@
 #include <tilvanego/http_client/HTTPHeaders.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace tilvanego {
 
@@ -31,6 +32,14 @@ std::optional<std::string_view> HTTPHeaders::value(std::string_view name) const 
 void HTTPHeaders::setValue(std::string_view name, std::string value) {
   if (const auto found = find(name); found != fields_.end()) {
     found->value = std::move(value);
+  } else {
+    fields_.push_back({std::string(name), std::move(value)});
+  }
+}
+
+void HTTPHeaders::addValue(std::string_view name, std::string value) {
+  if (const auto found = find(name); found != fields_.end()) {
+    found->value.append(", ").append(value);
   } else {
     fields_.push_back({std::string(name), std::move(value)});
   }

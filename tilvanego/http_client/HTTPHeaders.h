@@ -27,7 +27,11 @@ class HTTPHeaders {
   [[nodiscard]] std::optional<std::string_view> value(std::string_view name) const;
   /// Replaces the value under the name, or adds the field at the end.
   void setValue(std::string_view name, std::string value);
+  /// Puts ", " and the value behind the name's value, or adds the field at the end (RFC 9110, section 5.3).
+  void addValue(std::string_view name, std::string value);
   void remove(std::string_view name);
+  /// Takes room for so many fields at once.
+  void reserve(std::size_t count) { fields_.reserve(count); }
 
   /// In the order of their adding.
   [[nodiscard]] const std::vector<Field>& fields() const { return fields_; }

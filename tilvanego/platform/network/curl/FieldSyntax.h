@@ -1,16 +1,24 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <string_view>
 
 namespace tilvanego::detail {
 
+inline constexpr auto tokenCharacters = [] {
+  std::array<bool, 256> are{};
+  for (const char each : std::string_view("!#$%&'*+-.^_`|~0123456789"
+                                          "abcdefghijklmnopqrstuvwxyz"
+                                          "ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
+    are[static_cast<unsigned char>(each)] = true;
+  }
+  return are;
+}();
+
 /// What method and header names are made of (RFC 9110, section 5.6.2).
-constexpr bool isTokenCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-         std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
-}
+constexpr bool isTokenCharacter(char c) { return tokenCharacters[static_cast<unsigned char>(c)]; }
 
 constexpr bool isToken(std::string_view text) {
   return !text.empty() && std::ranges::all_of(text, isTokenCharacter);
@@ -29,11 +37,13 @@ constexpr bool equalsIgnoringCase(std::string_view left, std::string_view right)
   return std::ranges::equal(left, right, [](char a, char b) { return lowerCase(a) == lowerCase(b); });
 }
 
-/// Without the blanks at both ends that don't belong to a field's value (RFC 9110, section 5.5).
+/// Without the blanks and the line break at the ends, which don't belong to a field's value (RFC 9110,
+/// section 5.5).
 constexpr std::string_view trimmedField(std::string_view value) {
-  const auto begin = value.find_first_not_of(" \t\r\n");
-  if (begin == std::string_view::npos) return {};
-  return value.substr(begin, value.find_last_not_of(" \t\r\n") - begin + 1);
+  const auto isOutside = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  while (!value.empty() && isOutside(value.front())) value.remove_prefix(1);
+  while (!value.empty() && isOutside(value.back())) value.remove_suffix(1);
+  return value;
 }
 
 }  // namespace tilvanego::detail

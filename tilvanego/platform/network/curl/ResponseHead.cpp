@@ -4,11 +4,20 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/UTF8.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace tilvanego::detail {
 
 namespace {
+
+bool isContinuation(std::string_view line) { return line.starts_with(' ') || line.starts_with('\t'); }
+
+std::string_view takeLine(std::string_view& rest) {
+  const auto line = rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
+  rest.remove_prefix(line.size());
+  return line;
+}
 
 std::string fieldText(std::string_view bytes) {
   if (isValidUTF8(bytes)) return std::string(bytes);
@@ -21,51 +30,62 @@ std::string fieldText(std::string_view bytes) {
 
 bool ResponseHead::addLine(std::string_view line) {
   if (inBody_) return true;
-  if (line.starts_with("HTTP/") && (bytes_ == 0 || complete_)) {
-    *this = ResponseHead();
-    bytes_ = line.size();
-    if (bytes_ > maximumBytes) return false;
-    statusLine_ = fieldText(trimmedField(line));
-    return true;
-  }
-  bytes_ += line.size();
-  if (bytes_ > maximumBytes || complete_) return bytes_ <= maximumBytes;
+  if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) clear();
+  if (complete_) return (trailerBytes_ += line.size()) <= maximumBytes;
+  if (bytes_.size() + line.size() > maximumBytes) return false;
+  bytes_.append(line);
+  if (line != "\r\n" && line != "\n") return ++lines_ <= maximumFields + 1;
+  complete_ = true;
+  readFields();
+  return true;
+}
 
-  if (trimmedField(line).empty() && !line.starts_with(' ') && !line.starts_with('\t')) {
-    complete_ = true;
-  } else if (line.starts_with(' ') || line.starts_with('\t')) {
-    continueField(line);
-  } else {
-    addField(line);
+HTTPHeaders ResponseHead::take() {
+  auto headers = std::exchange(headers_, {});
+  clear();
+  return headers;
+}
+
+void ResponseHead::clear() {
+  bytes_.clear();
+  lines_ = 0;
+  trailerBytes_ = 0;
+  complete_ = false;
+  inBody_ = false;
+  statusLine_.clear();
+  headers_ = {};
+}
+
+// A line that begins with a blank goes on with the value before it (RFC 9112, section 5.2).
+void ResponseHead::readFields() {
+  headers_.reserve(lines_);
+  std::string_view rest = bytes_;
+  std::string unfolded;
+  while (!rest.empty()) {
+    auto line = takeLine(rest);
+    if (line.starts_with("HTTP/")) {
+      statusLine_ = fieldText(trimmedField(line));
+    } else if (!isContinuation(line)) {
+      if (isContinuation(rest)) {
+        unfolded = trimmedField(line);
+        while (isContinuation(rest)) {
+          if (const auto more = trimmedField(takeLine(rest)); !more.empty())
+            unfolded.append(" ").append(more);
+        }
+        line = unfolded;
+      }
+      addField(line);
+    }
   }
-  return ++fields_ <= maximumFields;
 }
 
 void ResponseHead::addField(std::string_view line) {
   const auto colon = line.find(':');
-  lastName_.clear();
   if (colon == std::string_view::npos) return;
   const auto name = trimmedField(line.substr(0, colon));
+  const auto value = trimmedField(line.substr(colon + 1));
   if (!isToken(name)) return;
-  auto value = fieldText(trimmedField(line.substr(colon + 1)));
-  if (const auto earlier = headers_.value(name)) value = std::string(*earlier).append(", ").append(value);
-  lastName_ = name;
-  headers_.setValue(name, std::move(value));
-}
-
-// A value that goes on in a further line (RFC 9112, section 5.2): the break counts as one blank.
-void ResponseHead::continueField(std::string_view line) {
-  const auto earlier = headers_.value(lastName_);
-  const auto more = trimmedField(line);
-  if (!earlier || more.empty()) return;
-  const std::string_view blank = earlier->empty() ? "" : " ";
-  headers_.setValue(lastName_, std::string(*earlier).append(blank).append(fieldText(more)));
-}
-
-HTTPHeaders ResponseHead::take() {
-  auto headers = std::move(headers_);
-  *this = ResponseHead();
-  return headers;
+  headers_.addValue(name, fieldText(value));
 }
 
 }  // namespace tilvanego::detail

@@ -19,27 +19,30 @@ class ResponseHead {
   [[nodiscard]] bool addLine(std::string_view line);
   /// Further lines are trailers.
   void bodyBegins() { inBody_ = true; }
+  /// Lets go of all of it, for the next answer; keeps the room.
+  void clear();
+  /// The same, and gives the fields.
+  [[nodiscard]] HTTPHeaders take();
 
-  /// Whether the empty line after the last field has come.
+  /// Whether the empty line after the last field has come. What follows is empty before.
   [[nodiscard]] bool isComplete() const { return complete_; }
   [[nodiscard]] const HTTPHeaders& headers() const { return headers_; }
   /// Without its line break.
   [[nodiscard]] const std::string& statusLine() const { return statusLine_; }
-  /// Lets go of all of it, for the next answer.
-  [[nodiscard]] HTTPHeaders take();
 
  private:
+  void readFields();
   void addField(std::string_view line);
-  void continueField(std::string_view line);
+
+  /// The head as it came.
+  std::string bytes_;
+  std::size_t lines_ = 0;
+  std::size_t trailerBytes_ = 0;
+  bool complete_ = false;
+  bool inBody_ = false;
 
   std::string statusLine_;
   HTTPHeaders headers_;
-  /// Of the last field, for lines that continue it.
-  std::string lastName_;
-  std::size_t bytes_ = 0;
-  std::size_t fields_ = 0;
-  bool complete_ = false;
-  bool inBody_ = false;
 };
 
 }  // namespace tilvanego::detail

@@ -91,7 +91,7 @@ void Transfer::sendCredential(const CredentialOptions& options, const URLCredent
 }
 
 void Transfer::prepare() {
-  head_ = {};
+  head_.clear();
   body_ = {};
   bodyBegun_ = false;
   answerLength_ = -1;
