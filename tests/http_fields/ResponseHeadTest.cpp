@@ -44,7 +44,9 @@ TEST(ResponseHead, FieldsAreReadLineByLine) {
   for (const Case& one : cases) {
     ResponseHead head;
     for (const std::string& line : one.lines) EXPECT_TRUE(head.addLine(line)) << line;
-    if (!head.isComplete()) EXPECT_TRUE(head.addLine("\r\n"));
+    if (!head.isComplete()) {
+      EXPECT_TRUE(head.addLine("\r\n"));
+    }
     EXPECT_EQ(head.statusLine(), one.statusLine);
     EXPECT_EQ(head.headers().fields(), one.fields) << one.lines.size();
   }

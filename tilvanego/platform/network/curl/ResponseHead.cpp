@@ -63,7 +63,7 @@ void ResponseHead::readFields() {
   std::string unfolded;
   while (!rest.empty()) {
     auto line = takeLine(rest);
-    if (line.starts_with("HTTP/")) {
+    if (statusLine_.empty() && line.starts_with("HTTP/")) {
       statusLine_ = fieldText(trimmedField(line));
     } else if (!isContinuation(line)) {
       if (isContinuation(rest)) {
