@@ -137,6 +137,8 @@ struct Codec<std::vector<T>> {
     Reader::Next next{};
     while ((next = reader.nextElement()) == Reader::Next::item) {
       const std::size_t index = list.size();
+      // Most lists are short: they take their room at once.
+      if (index == 0) list.reserve(shortList);
       if (!readElement(reader, list)) return reader.failInside(index);
     }
     return next == Reader::Next::end;
@@ -152,6 +154,8 @@ struct Codec<std::vector<T>> {
   }
 
  private:
+  static constexpr std::size_t shortList = 4;
+
   static bool readElement(Reader& reader, std::vector<T>& list) {
     if constexpr (std::same_as<T, bool>) {
       bool element = false;

@@ -135,8 +135,14 @@ void visitField(const Value<R, index>& value, const std::string& path, const Rul
   visitInside(value, path, visitor);
 }
 
+/// Has a rule, or may hold fields that have.
+template <Record R, std::size_t index>
+inline constexpr bool isOnTheWay =
+    rulesByField<R>[index].has_value() || Record<typename ListTraits<Value<R, index>>::Element>;
+
 template <Record R, std::size_t index>
 void visitMember(const Member<R, index>& member, const std::string& prefix, const RuleVisitor& visitor) {
+  if constexpr (!isOnTheWay<R, index>) return;
   const std::string path = prefix + std::string(json::recordKeys<R>()[index]);
   if constexpr (json::detail::OptionalTraits<Member<R, index>>::value) {
     if (member) visitField<R, index>(*member, path, visitor);

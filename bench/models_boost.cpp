@@ -1,0 +1,2 @@
+// Boost.JSON itself, for the benchmarks beside this file.
+#include <boost/json/src.hpp>

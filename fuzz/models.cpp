@@ -1,0 +1,51 @@
+// Any bytes as any record, which the first byte picks: refused with a fault that can be said in one line, or
+// read into a record whose JSON is read as an equal one.
+
+#include <tilvanego/models/Catalogue.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using namespace tilvanego;
+using models::AnyRecord;
+using models::RecordType;
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+void checkFault(const JSONError& error, std::size_t size) {
+  require(error.offset <= size);
+  const std::string report = error.report();
+  require(report.find(": ") != report.npos && report.find('\n') == report.npos);
+  require(report.starts_with("$: ") == (error.path().empty() && error.failure != JSONFailure::missingKey));
+}
+
+void checkRecord(const RecordType& type, const AnyRecord& record) {
+  for (const JSONFormat& format : {JSONFormat{}, JSONFormat{.sortedKeys = true, .pretty = true}}) {
+    const auto text = record.encode(format);
+    require(text.has_value());
+    const auto again = type.decode(*text);
+    require(again.has_value() && *again == record && again->hash() == record.hash());
+  }
+  record.visitRules([](const std::string& path, const models::RuledValue&) { require(!path.empty()); });
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  // A copy of exactly that size, so that a read past its end is caught.
+  const std::vector<char> bytes(data + 1, data + size);
+  const std::string_view text(bytes.data(), bytes.size());
+  const RecordType& type = models::recordTypes()[data[0] % models::recordTypes().size()];
+  const auto record = type.decode(text);
+  record ? checkRecord(type, *record) : checkFault(record.error(), text.size());
+  return 0;
+}
