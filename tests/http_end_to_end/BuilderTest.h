@@ -22,20 +22,29 @@
 
 namespace tilvanego::test {
 
-/// The library's own kind of builder with a session and a caches directory of the test's.
+/// The library's own kind of builder with a session of the test's.
 template <typename Base>
-class Through final : public Base {
+class Through : public Base {
  public:
-  Through(RequestBuilder::Construction construction, std::shared_ptr<URLSessionProtocol> session,
-          std::filesystem::path caches)
-      : Base(std::move(construction)), session_(std::move(session)), caches_(std::move(caches)) {}
+  Through(RequestBuilder::Construction construction, std::shared_ptr<URLSessionProtocol> session)
+      : Base(std::move(construction)), session_(std::move(session)) {}
 
   std::shared_ptr<URLSessionProtocol> createURLSession() override { return session_; }
-  // Replaces the operation of the kind that has it.
-  [[nodiscard]] virtual std::filesystem::path cachesDirectory() const { return caches_; }
 
  private:
   const std::shared_ptr<URLSessionProtocol> session_;
+};
+
+/// And with a caches directory of the test's.
+class ThroughDecodable final : public Through<URLSessionDecodableRequestBuilder> {
+ public:
+  ThroughDecodable(RequestBuilder::Construction construction, std::shared_ptr<URLSessionProtocol> session,
+                   std::filesystem::path caches)
+      : Through(std::move(construction), std::move(session)), caches_(std::move(caches)) {}
+
+  [[nodiscard]] std::filesystem::path cachesDirectory() const override { return caches_; }
+
+ private:
   const std::filesystem::path caches_;
 };
 
@@ -45,19 +54,17 @@ class ThroughFactory final : public RequestBuilderFactory {
       : session_(std::move(session)), caches_(std::move(caches)) {}
 
   [[nodiscard]] RequestBuilderKind getNonDecodableBuilder(const BodyType& /*type*/) const override {
-    return kind<URLSessionRequestBuilder>();
+    return [session = session_](const BodyType& type, RequestBuilderArguments arguments) {
+      return RequestBuilder::make<Through<URLSessionRequestBuilder>>(type, std::move(arguments), session);
+    };
   }
   [[nodiscard]] RequestBuilderKind getBuilder(const BodyType& /*type*/) const override {
-    return kind<URLSessionDecodableRequestBuilder>();
+    return [session = session_, caches = caches_](const BodyType& type, RequestBuilderArguments arguments) {
+      return RequestBuilder::make<ThroughDecodable>(type, std::move(arguments), session, caches);
+    };
   }
 
  private:
-  template <typename Base>
-  RequestBuilderKind kind() const {
-    return [session = session_, caches = caches_](const BodyType& type, RequestBuilderArguments arguments) {
-      return RequestBuilder::make<Through<Base>>(type, std::move(arguments), session, caches);
-    };
-  }
   const std::shared_ptr<URLSessionProtocol> session_;
   const std::filesystem::path caches_;
 };
