@@ -15,6 +15,9 @@ using Code = TransportError::Code;
 
 constexpr std::size_t maximumSpareTransfers = 64;
 constexpr long maximumKeptConnections = 64;
+/// In milliseconds. Under heavy load a transfer of libcurl 7.88 was seen to stand still, with nothing to wait
+/// for, until it was looked at again; programs that look once a second never notice.
+constexpr int longestWaitWithTransfers = 1000;
 
 void initializeCurl() {
   // Once for the process, and for good: the host, or another library in it, may use libcurl too.
@@ -122,10 +125,10 @@ void SessionLoop::waitForWork() {
     if (!inbox_.empty() || closed_) return;
     asleep_ = true;
   }
-  int milliseconds = INT_MAX;
+  int milliseconds = active_.empty() ? INT_MAX : longestWaitWithTransfers;
   if (nextDeadline_ != Clock::time_point::max()) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextDeadline_ - Clock::now()).count();
-    milliseconds = static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
+    milliseconds = static_cast<int>(std::clamp<decltype(left)>(left, 0, milliseconds));
   }
   curl_multi_poll(multi_.get(), nullptr, 0, milliseconds, nullptr);
 }
