@@ -5,10 +5,17 @@
 #include <tilvanego/models/Models.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <expected>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <vector>
+
+#include "../support/AllocationCount.h"
+#include "ModelTables.h"
 
 namespace tilvanego::models {
 namespace {
@@ -204,6 +211,19 @@ TEST(Records, ValuesUnderRulesAreShownWithTheirPaths) {
   });
   EXPECT_EQ(seen, (std::vector<std::string>{"amounts.approved=1", "amounts.requested=2", "amounts.Gratuity=3",
                                             "trace.extTransactionId=e", "card.last4=1"}));
+}
+
+// What is stored is allocated once, as a copy would.
+TEST(Records, AreReadWithTheAllocationsOfACopy) {
+  constexpr std::string_view longText = "a text of more than a few characters";
+  std::string text = test::ModelTables::shared().sample("TransactionResponse");
+  for (std::size_t at = 0; (at = text.find("12.50", at)) != text.npos; at += longText.size())
+    text.replace(at, 5, longText);
+  std::optional<TransactionResponse> copy;
+  std::optional<std::expected<TransactionResponse, JSONError>> read;
+  const std::size_t reading = test::allocationsOf([&] { read.emplace(decode<TransactionResponse>(text)); });
+  EXPECT_EQ(reading, test::allocationsOf([&] { copy.emplace(read->value()); }));
+  EXPECT_GT(reading, 50u);
 }
 
 // A record is a value like any other to the JSON layer; dates then have its default form.
