@@ -28,9 +28,9 @@ TEST(Interceptor, AnInterceptorThatAnswersTwiceSendsAndCompletesOnce) {
     completion(request);
     completion(std::unexpected(Failure(TestFailure{"too late"})));
   };
-  client.interceptor->onRetry = [](auto completion) {
+  client.interceptor->onRetry = [retries = 3](auto completion) mutable {
     completion(OpenAPIInterceptorRetry::dontRetry);
-    completion(OpenAPIInterceptorRetry::retry);
+    if (retries-- > 0) completion(OpenAPIInterceptorRetry::retry);
   };
   EXPECT_EQ(client.run<Empty>().error().code(), 500);
   EXPECT_EQ(client.session.session->requests().size(), 1);
