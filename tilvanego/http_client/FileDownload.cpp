@@ -33,18 +33,6 @@ bool isPlainName(std::string_view name) {
   return name != "." && name != ".." && name.find('/') == name.npos && name.find('\0') == name.npos;
 }
 
-bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
-  while (!bytes.empty()) {
-    const auto count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count >= 0) {
-      bytes = bytes.subspan(static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  return true;
-}
-
 /// Opens the directory `name` in `parent`, and makes it if it isn't there. No link is followed.
 FileDescriptor openDirectory(const FileDescriptor& parent, const std::string& name) {
   if (mkdirat(parent.get(), name.c_str(), ownerDirectory) != 0 && errno != EEXIST) return {};

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <utility>
 
 #include <unistd.h>
@@ -26,5 +30,18 @@ class FileDescriptor {
  private:
   int descriptor_ = -1;
 };
+
+/// False with the cause in `errno`; signals don't count.
+inline bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const auto count = ::write(descriptor, bytes.data(), bytes.size());
+    if (count >= 0) {
+      bytes = bytes.subspan(static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
 
 }  // namespace tilvanego::detail

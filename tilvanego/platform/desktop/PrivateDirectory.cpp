@@ -34,18 +34,6 @@ std::optional<std::size_t> readFully(int descriptor, std::span<std::uint8_t> byt
   return done;
 }
 
-bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
-  while (!bytes.empty()) {
-    const auto count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count >= 0) {
-      bytes = bytes.subspan(static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 std::expected<PrivateDirectory, std::error_code> PrivateDirectory::open(const std::filesystem::path& path,
