@@ -10,7 +10,7 @@ namespace {
 char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 bool isNamed(const HTTPHeaders::Field& field, std::string_view name) {
-  return std::ranges::equal(field.name, name, {}, lowered, lowered);
+  return field.name.size() == name.size() && std::ranges::equal(field.name, name, {}, lowered, lowered);
 }
 
 }  // namespace

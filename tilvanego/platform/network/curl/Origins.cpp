@@ -6,13 +6,16 @@
 
 namespace tilvanego::detail {
 
+bool hasOrigin(const URL& url) {
+  const auto scheme = url.scheme().value_or("");
+  if (!equalsIgnoringCase(scheme, "http") && !equalsIgnoringCase(scheme, "https")) return false;
+  return !url.writtenHost().value_or("").empty();
+}
+
 std::optional<Origin> originOf(const URL& url) {
-  auto scheme = lowerCase(url.scheme().value_or(""));
-  if (scheme != "http" && scheme != "https") return std::nullopt;
-  const auto host = url.writtenHost();
-  if (!host || host->empty()) return std::nullopt;
-  const auto port = url.port().value_or(scheme == "https" ? 443 : 80);
-  return Origin{std::move(scheme), lowerCase(*host), port};
+  if (!hasOrigin(url)) return std::nullopt;
+  const auto port = url.port().value_or(isSecure(url) ? 443 : 80);
+  return Origin{lowerCase(*url.scheme()), lowerCase(*url.writtenHost()), port};
 }
 
 bool isSecure(const URL& url) { return equalsIgnoringCase(url.scheme().value_or(""), "https"); }

@@ -58,7 +58,7 @@ bool turnsIntoGet(const std::string& method, int statusCode) {
 
 std::expected<void, TransportError> checkRequest(const URLRequest& request) {
   if (!request.url) return refused(Code::unsupportedURL, "the request has no URL");
-  if (!originOf(*request.url)) {
+  if (!hasOrigin(*request.url)) {
     return refused(Code::unsupportedURL, "only http and https URLs with a host can be sent to");
   }
   if (!isToken(request.httpMethod)) {

@@ -59,6 +59,7 @@ void ResponseHead::clear() {
 // A line that begins with a blank goes on with the value before it (RFC 9112, section 5.2).
 void ResponseHead::readFields() {
   headers_.reserve(lines_);
+  const bool isASCII = asciiPrefixLength(bytes_) == bytes_.size();
   std::string_view rest = bytes_;
   std::string unfolded;
   while (!rest.empty()) {
@@ -74,18 +75,18 @@ void ResponseHead::readFields() {
         }
         line = unfolded;
       }
-      addField(line);
+      addField(line, isASCII);
     }
   }
 }
 
-void ResponseHead::addField(std::string_view line) {
+void ResponseHead::addField(std::string_view line, bool isASCII) {
   const auto colon = line.find(':');
   if (colon == std::string_view::npos) return;
   const auto name = trimmedField(line.substr(0, colon));
   const auto value = trimmedField(line.substr(colon + 1));
   if (!isToken(name)) return;
-  headers_.addValue(name, fieldText(value));
+  headers_.addValue(name, isASCII ? std::string(value) : fieldText(value));
 }
 
 }  // namespace tilvanego::detail

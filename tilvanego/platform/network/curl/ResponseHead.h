@@ -32,7 +32,7 @@ class ResponseHead {
 
  private:
   void readFields();
-  void addField(std::string_view line);
+  void addField(std::string_view line, bool isASCII);
 
   /// The head as it came.
   std::string bytes_;

@@ -102,6 +102,7 @@ void SessionLoop::run() {
     while (closing_ && !active_.empty()) giveUp(*active_.back(), Code::cancelled, "the session has ended");
     int running = 0;
     curl_multi_perform(multi_.get(), &running);
+    now_ = Clock::now();
     noteActivity();
     finishEnded();
     giveUpIdle();
@@ -127,7 +128,7 @@ void SessionLoop::waitForWork() {
   }
   int milliseconds = active_.empty() ? INT_MAX : longestWaitWithTransfers;
   if (nextDeadline_ != Clock::time_point::max()) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextDeadline_ - Clock::now()).count();
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextDeadline_ - now_).count();
     milliseconds = static_cast<int>(std::clamp<decltype(left)>(left, 0, milliseconds));
   }
   curl_multi_poll(multi_.get(), nullptr, 0, milliseconds, nullptr);
@@ -170,9 +171,7 @@ void SessionLoop::send(Transfer& transfer) {
 // Observers of progress are called from here and not from within libcurl, and once for all that has come and
 // gone since the last time.
 void SessionLoop::noteActivity() {
-  if (touched_.empty()) return;
-  const auto now = Clock::now();
-  for (auto* transfer : touched_) transfer->noteActivity(now);
+  for (auto* transfer : touched_) transfer->noteActivity(now_);
   touched_.clear();
 }
 
@@ -196,13 +195,11 @@ void SessionLoop::finishEnded() {
 // The deadline of each transfer moves on with each of its bytes; this one only when it is reached, so that
 // bytes cost no look at all the transfers.
 void SessionLoop::giveUpIdle() {
-  if (nextDeadline_ == Clock::time_point::max()) return;
-  const auto now = Clock::now();
-  if (now < nextDeadline_) return;
+  if (now_ < nextDeadline_) return;
   nextDeadline_ = Clock::time_point::max();
   // From the end: giving up moves the last transfer into the gap.
   for (auto i = active_.size(); i-- > 0;) {
-    if (active_[i]->deadline() <= now) {
+    if (active_[i]->deadline() <= now_) {
       giveUp(*active_[i], Code::timedOut, "no byte came or went for the request's timeout interval");
     } else {
       nextDeadline_ = std::min(nextDeadline_, active_[i]->deadline());

@@ -78,6 +78,8 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   std::vector<std::unique_ptr<Transfer>> active_;
   /// Handles without a task, with what libcurl keeps in them from one request to the next.
   std::vector<std::unique_ptr<Transfer>> spare_;
+  /// When libcurl last had its turn: asking the clock costs more than what hangs on it.
+  Clock::time_point now_;
   /// No transfer is to be given up before.
   Clock::time_point nextDeadline_ = Clock::time_point::max();
 };

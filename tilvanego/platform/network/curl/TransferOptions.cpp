@@ -16,6 +16,9 @@ namespace {
 
 /// libcurl sends a body up to this length together with the head; how longer ones come on is worth following.
 constexpr std::size_t followedBodySize = 64 * 1024;
+/// What libcurl hands to the system at a time; libcurl's own choice is the first.
+constexpr long usualBuffer = 64 * 1024;
+constexpr long longBodyBuffer = 256 * 1024;
 
 template <typename Value>
 void set(CURL* handle, CURLoption option, Value value) {
@@ -169,6 +172,7 @@ void Transfer::setMethodAndBody() {
   const bool follows = size > followedBodySize;
   if (follows != progressSet_) {
     set(handle(), CURLOPT_NOPROGRESS, follows ? 0L : 1L);
+    set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, follows ? longBodyBuffer : usualBuffer);
     progressSet_ = follows;
   }
 }
