@@ -2,7 +2,7 @@
 // must read as the same; and what can be answered has a realm and a method that the field named.
 
 #include <tilvanego/platform/network/curl/Challenges.h>
-#include <tilvanego/platform/network/curl/FieldSyntax.h>
+#include <tilvanego/http_client/FieldSyntax.h>
 
 #include <algorithm>
 #include <cstddef>

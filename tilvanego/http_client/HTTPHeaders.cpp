@@ -1,5 +1,7 @@
 #include <tilvanego/http_client/HTTPHeaders.h>
 
+#include <tilvanego/http_client/FieldSyntax.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -7,10 +9,8 @@ namespace tilvanego {
 
 namespace {
 
-char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 bool isNamed(const HTTPHeaders::Field& field, std::string_view name) {
-  return field.name.size() == name.size() && std::ranges::equal(field.name, name, {}, lowered, lowered);
+  return field.name.size() == name.size() && detail::equalsIgnoringCase(field.name, name);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <tilvanego/http_client/HTTPHead.h>
 #include <tilvanego/http_client/HTTPHeaders.h>
 #include <tilvanego/values/URL.h>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -23,26 +25,40 @@ class URLResponse {
   std::optional<URL> url_;
 };
 
-/// The status line and header fields of an HTTP answer, immutable.
+namespace detail {
+
+/// A head as the server sent it, which `readHead` hasn't read yet.
+struct UnreadHead {
+  std::string lines;
+};
+
+}  // namespace detail
+
+/// The status line and header fields of an HTTP answer, immutable. May be used on several threads at once.
 class HTTPURLResponse final : public URLResponse {
  public:
   HTTPURLResponse(std::optional<URL> url, int statusCode, HTTPHeaders headers, std::string statusLine = {})
       : URLResponse(std::move(url)),
         statusCode_(statusCode),
-        headers_(std::move(headers)),
-        statusLine_(std::move(statusLine)) {}
+        head_{std::move(statusLine), std::move(headers)} {}
+  /// Reads the head when it is first asked for: many answers are never asked.
+  HTTPURLResponse(std::optional<URL> url, int statusCode, detail::UnreadHead head)
+      : URLResponse(std::move(url)), statusCode_(statusCode), unread_(std::move(head)) {}
 
   [[nodiscard]] int statusCode() const { return statusCode_; }
   /// As the server sent it, such as "HTTP/1.1 404 Not Found" or "HTTP/2 200"; for people to read. Empty if
   /// the session doesn't tell.
-  [[nodiscard]] const std::string& statusLine() const { return statusLine_; }
+  [[nodiscard]] const std::string& statusLine() const { return head().statusLine; }
   /// Fields that came more than once stand once, their values joined by ", ".
-  [[nodiscard]] const HTTPHeaders& headers() const { return headers_; }
+  [[nodiscard]] const HTTPHeaders& headers() const { return head().headers; }
 
  private:
+  const detail::HTTPHead& head() const;
+
   int statusCode_;
-  HTTPHeaders headers_;
-  std::string statusLine_;
+  const std::optional<detail::UnreadHead> unread_;
+  mutable std::once_flag read_;
+  mutable detail::HTTPHead head_;
 };
 
 /// Responses are immutable and shared by everyone who looks at them; none where a request got no answer.

@@ -1,6 +1,6 @@
 #include <tilvanego/platform/network/curl/Challenges.h>
 
-#include <tilvanego/platform/network/curl/FieldSyntax.h>
+#include <tilvanego/http_client/FieldSyntax.h>
 
 #include <algorithm>
 #include <array>

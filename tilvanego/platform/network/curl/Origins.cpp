@@ -1,6 +1,6 @@
 #include <tilvanego/platform/network/curl/Origins.h>
 
-#include <tilvanego/platform/network/curl/FieldSyntax.h>
+#include <tilvanego/http_client/FieldSyntax.h>
 
 #include <cstddef>
 

@@ -1,15 +1,13 @@
 #pragma once
 
-#include <tilvanego/http_client/HTTPHeaders.h>
-
 #include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace tilvanego::detail {
 
-/// Collects the header fields of an answer from the lines that libcurl hands over: heads of interim answers
-/// and of a proxy's are dropped for the next one, trailers are left out.
+/// Collects the head of an answer from the lines that libcurl hands over: heads of interim answers and of a
+/// proxy's are dropped for the next one, trailers are left out.
 class ResponseHead {
  public:
   static constexpr std::size_t maximumBytes = 256 * 1024;
@@ -21,28 +19,23 @@ class ResponseHead {
   void bodyBegins() { inBody_ = true; }
   /// Lets go of all of it, for the next answer; keeps the room.
   void clear();
-  /// The same, and gives the fields.
-  [[nodiscard]] HTTPHeaders take();
 
-  /// Whether the empty line after the last field has come. What follows is empty before.
+  /// Whether the empty line after the last field has come.
   [[nodiscard]] bool isComplete() const { return complete_; }
-  [[nodiscard]] const HTTPHeaders& headers() const { return headers_; }
-  /// Without its line break.
-  [[nodiscard]] const std::string& statusLine() const { return statusLine_; }
+  /// Whether a field says that the body is compressed.
+  [[nodiscard]] bool hasContentEncoding() const { return hasContentEncoding_; }
+  /// The head as it came, for `readHead`; empty until it is complete.
+  [[nodiscard]] std::string_view lines() const {
+    return complete_ ? std::string_view(bytes_) : std::string_view();
+  }
 
  private:
-  void readFields();
-  void addField(std::string_view line, bool isASCII);
-
-  /// The head as it came.
   std::string bytes_;
-  std::size_t lines_ = 0;
+  std::size_t lineCount_ = 0;
   std::size_t trailerBytes_ = 0;
   bool complete_ = false;
   bool inBody_ = false;
-
-  std::string statusLine_;
-  HTTPHeaders headers_;
+  bool hasContentEncoding_ = false;
 };
 
 }  // namespace tilvanego::detail

@@ -76,9 +76,10 @@ URLResponsePointer Transfer::takeResponse() {
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
   // Nothing but a proxy has answered, or an interim answer was the last.
   if (statusCode < 200) return nullptr;
-  auto statusLine = head_.statusLine();
-  return std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode), head_.take(),
-                                           std::move(statusLine));
+  auto response = std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode),
+                                                    UnreadHead{std::string(head_.lines())});
+  head_.clear();
+  return response;
 }
 
 TransportError Transfer::failureOf(CURLcode result) const {
@@ -125,7 +126,7 @@ void Transfer::bodyBegins() {
   curl_easy_getinfo(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
   if (announced < 0) return;
   body_.expect(static_cast<std::size_t>(announced));
-  if (!head_.headers().value("Content-Encoding")) answerLength_ = announced;
+  if (!head_.hasContentEncoding()) answerLength_ = announced;
 }
 
 std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, void* self) noexcept {

@@ -1,5 +1,6 @@
 // What follows on an answer that isn't the last: a redirect's target, or the same request with credentials.
 
+#include <tilvanego/http_client/HTTPHead.h>
 #include <tilvanego/platform/network/URLCredentialStorage.h>
 #include <tilvanego/platform/network/curl/Challenges.h>
 #include <tilvanego/platform/network/curl/Origins.h>
@@ -41,7 +42,8 @@ std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
 // libcurl has read the challenge too: with the credential set, it computes the answer for the next sending.
 bool Transfer::answersChallenge(bool fromProxy) {
   challenged_ = true;
-  const auto field = head_.headers().value(fromProxy ? "Proxy-Authenticate" : "WWW-Authenticate");
+  const auto head = readHead(head_.lines());
+  const auto field = head.headers.value(fromProxy ? "Proxy-Authenticate" : "WWW-Authenticate");
   const auto answerable = field ? answerableSpace(parseChallenges(*field)) : std::nullopt;
   if (!answerable || ++challenges_ > maximumChallenges) return false;
   auto challenge = challengeFor(*answerable, fromProxy);
