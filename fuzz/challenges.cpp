@@ -1,8 +1,8 @@
 // The challenges of a "WWW-Authenticate" field: what is read is written again, every value in quotes, and
 // must read as the same; and what can be answered has a realm and a method that the field named.
 
-#include <tilvanego/platform/network/curl/Challenges.h>
 #include <tilvanego/http_client/FieldSyntax.h>
+#include <tilvanego/platform/network/curl/Challenges.h>
 
 #include <algorithm>
 #include <cstddef>

@@ -21,7 +21,7 @@ std::string bytesText(std::int64_t count) {
 }
 
 std::string lineOf(const Progress& progress) {
-  const std::string bytes = bytesText(progress.completedUnitCount());
+  std::string bytes = bytesText(progress.completedUnitCount());
   if (progress.isIndeterminate()) return bytes;
   constexpr std::size_t width = 30;
   const double fraction = progress.fractionCompleted();

@@ -48,7 +48,8 @@ std::string headText(const URLResponsePointer& response) {
   const auto* answer = dynamic_cast<const HTTPURLResponse*>(response.get());
   if (answer == nullptr) return {};
   std::string text = answer->statusLine() + "\n";
-  for (const auto& [name, value] : answer->headers().fields()) text += name + ": " + value + "\n";
+  for (const auto& [name, value] : answer->headers().fields())
+    text.append(name).append(": ").append(value).append("\n");
   return text + "\n";
 }
 

@@ -83,16 +83,17 @@ class Multipart {
 void Multipart::reserveFor(const Parameters& parameters) {
   constexpr std::size_t mostAtOnce = std::size_t{1} << 30;
   std::size_t size = body_.size();
-  for (const auto& [name, value] : parameters) {
-    (void)forEachElement(value, [&](const AnyValue* element) -> Outcome {
+  for (const auto& parameter : parameters) {
+    const auto count = [&](const AnyValue* element) -> Outcome {
       constexpr std::size_t linesOfPart = 256;
-      size += linesOfPart + boundary_.size() + name.size();
+      size += linesOfPart + boundary_.size() + parameter.first.size();
       if (element == nullptr) return {};
       if (const auto* text = element->as<std::string>()) size += text->size();
       if (const auto* data = element->as<Data>()) size += data->size();
       if (const auto* url = element->as<URL>()) size += detail::sizeOfFile(*url);
       return {};
-    });
+    };
+    [[maybe_unused]] const Outcome counted = forEachElement(parameter.second, count);
   }
   body_.reserve(std::min(size, mostAtOnce));
 }
@@ -168,9 +169,9 @@ std::expected<URLRequest, Failure> FormDataEncoding::encode(
   const auto bodySoFar = request.httpBody ? request.httpBody->bytes() : std::span<const std::uint8_t>();
   Multipart body(*std::move(boundary), Bytes(bodySoFar.begin(), bodySoFar.end()), contentTypeForFormPart_);
   body.reserveFor(*parameters);
-  for (const auto& [name, value] : *parameters) {
-    const Outcome added =
-        forEachElement(value, [&](const AnyValue* element) { return body.add(name, element); });
+  for (const auto& parameter : *parameters) {
+    const auto add = [&](const AnyValue* element) { return body.add(parameter.first, element); };
+    const Outcome added = forEachElement(parameter.second, add);
     if (!added) return std::unexpected(added.error());
   }
   request.httpBody = Data(std::move(body).finish());

@@ -125,7 +125,7 @@ std::optional<int> weightOf(std::string_view text) {
 }
 
 std::optional<std::string> smallFile(const std::filesystem::path& path) {
-  constexpr std::uintmax_t limit = 16 * 1024 * 1024;
+  constexpr std::uintmax_t limit = std::uintmax_t{16} << 20;
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;
   const auto size = std::filesystem::file_size(path, error);

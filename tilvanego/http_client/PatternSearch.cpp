@@ -22,7 +22,7 @@ constexpr std::int32_t searchLimit = 500;
 /// Patterns for each thread; the models have ten.
 constexpr std::size_t keptPatterns = 32;
 /// In UTF-16 units. A matcher keeps the memory that a search needed, which goes with the text's length.
-constexpr std::size_t longText = 16 * 1024;
+constexpr std::size_t longText = std::size_t{16} * 1024;
 
 /// Text in UTF-16, which doesn't allocate as long as the text is short.
 class WideText {
@@ -33,6 +33,7 @@ class WideText {
     if (text.size() > short_.size()) long_ = std::make_unique_for_overwrite<UChar[]>(text.size());
     UErrorCode status = U_ZERO_ERROR;
     const auto bytes = static_cast<std::int32_t>(text.size());
+    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): its length is the argument after it
     u_strFromUTF8WithSub(long_ ? long_.get() : short_.data(), bytes, &size_, text.data(), bytes, 0xFFFD,
                          nullptr, &status);
   }

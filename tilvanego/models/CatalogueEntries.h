@@ -106,7 +106,7 @@ inline constexpr auto fieldDescriptions = describeFields<R>();
 // Rules
 
 template <Record R>
-void visitRules(const R& record, const std::string& path, const RuleVisitor& visitor);
+void visitRules(const R& record, const std::string& prefix, const RuleVisitor& visitor);
 
 template <typename T>
 void visitInside(const T&, const std::string&, const RuleVisitor&) {}

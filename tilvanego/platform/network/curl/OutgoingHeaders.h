@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-struct curl_slist;
+struct curl_slist;  // NOLINT(readability-identifier-naming): libcurl's
 
 namespace tilvanego::detail {
 

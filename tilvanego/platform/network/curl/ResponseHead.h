@@ -10,7 +10,7 @@ namespace tilvanego::detail {
 /// proxy's are dropped for the next one, trailers are left out.
 class ResponseHead {
  public:
-  static constexpr std::size_t maximumBytes = 256 * 1024;
+  static constexpr std::size_t maximumBytes = std::size_t{256} * 1024;
   static constexpr std::size_t maximumFields = 1000;
 
   /// Takes one line with its line break. False if the head is beyond the limits.

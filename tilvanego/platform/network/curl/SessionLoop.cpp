@@ -180,9 +180,9 @@ void SessionLoop::finishEnded() {
   while (const auto* message = curl_multi_info_read(multi_.get(), &left)) {
     if (message->msg != CURLMSG_DONE) continue;
     const auto result = message->data.result;
-    char* self = nullptr;
+    void* self = nullptr;
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &self);
-    auto& transfer = *static_cast<Transfer*>(static_cast<void*>(self));
+    auto& transfer = *static_cast<Transfer*>(self);
     curl_multi_remove_handle(multi_.get(), transfer.handle());
     if (auto outcome = transfer.conclude(result)) {
       finish(transfer, *std::move(outcome));

@@ -15,10 +15,10 @@ namespace tilvanego::detail {
 namespace {
 
 /// libcurl sends a body up to this length together with the head; how longer ones come on is worth following.
-constexpr std::size_t followedBodySize = 64 * 1024;
+constexpr std::size_t followedBodySize = std::size_t{64} * 1024;
 /// What libcurl hands to the system at a time; libcurl's own choice is the first.
-constexpr long usualBuffer = 64 * 1024;
-constexpr long longBodyBuffer = 256 * 1024;
+constexpr long usualBuffer = 64L * 1024;
+constexpr long longBodyBuffer = 256L * 1024;
 
 template <typename Value>
 void set(CURL* handle, CURLoption option, Value value) {
