@@ -192,17 +192,23 @@ TEST(SessionDelegate, AnswersAChallengeOnceWithTheNearestCredential) {
     MemoryURLSession session(nullptr);
     const auto task = session.dataTaskFromProtocol({}, nullptr);
     if (row.builderHasOne) shared.credentialStore->setValue(task->taskIdentifier(), own);
-    URLSessionConfiguration configuration;
-    if (row.storageHasOne) {
-      configuration.credentialStorage = std::make_shared<URLCredentialStorage>();
-      configuration.credentialStorage->setDefaultCredential(kept, space);
-    }
+    const URLSessionConfiguration& configuration = shared.defaultURLSession->configuration();
+    const auto& storage = *configuration.credentialStorage;
+    URLCredentialStorage::shared()->setDefaultCredential(
+        row.storageHasOne ? std::optional(kept) : std::nullopt, space);
+    EXPECT_EQ(storage.defaultCredential(space).has_value(), row.storageHasOne);
     const auto answer = shared.sessionDelegate->didReceiveChallenge(
         configuration, *task, {.protectionSpace = space, .previousFailureCount = row.previousFailures});
     EXPECT_EQ(answer.disposition, row.disposition);
     EXPECT_EQ(answer.credential, row.credential);
     shared.credentialStore->setValue(task->taskIdentifier(), std::nullopt);
   }
+  URLCredentialStorage::shared()->setDefaultCredential(std::nullopt, space);
+  const auto task = MemoryURLSession(nullptr).dataTaskFromProtocol({}, nullptr);
+  EXPECT_EQ(shared.sessionDelegate
+                ->didReceiveChallenge({.credentialStorage = nullptr}, *task, {.protectionSpace = space})
+                .disposition,
+            performDefaultHandling);
 }
 
 }  // namespace

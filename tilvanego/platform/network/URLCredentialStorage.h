@@ -5,6 +5,7 @@
 #include <tilvanego/platform/network/URLAuthenticationChallenge.h>
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -14,6 +15,13 @@ namespace tilvanego {
 /// operations may be called from any thread.
 class URLCredentialStorage {
  public:
+  /// The process's storage, which sessions use unless their configuration names another one.
+  static const std::shared_ptr<URLCredentialStorage>& shared() {
+    // Never destroyed: a session may outlive what is.
+    static const auto& storage = *new auto(std::make_shared<URLCredentialStorage>());
+    return storage;
+  }
+
   [[nodiscard]] std::optional<URLCredential> defaultCredential(const URLProtectionSpace& space) const {
     return credentials_.withValue([&](const auto& credentials) -> std::optional<URLCredential> {
       const auto found = credentials.find(space);
