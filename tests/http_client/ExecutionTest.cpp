@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/TestData.h"
 
 namespace tilvanego::test {
 namespace {
@@ -215,7 +216,7 @@ TEST(Execution, AFactoryOfTheHostsHasItsOwnStepsTaken) {
   TestClient client({httpAnswer(200)});
   client.configuration->setRequestBuilderFactory(
       std::make_shared<FactoryOverSession<URLSessionRequestBuilder, OwnSteps>>(client.session.session));
-  const auto file = URL::parse("file://" TILVANEGO_TEST_DATA "/uuids.json");
+  const auto file = URL::parse("file://" + testDataPath("uuids.json"));
   ASSERT_TRUE(
       client.run(client.builder<std::string>({.method = "POST",
                                               .URLString = "https://host.example/a",

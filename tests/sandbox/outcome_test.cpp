@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string>
 
+#include <tests/support/TestData.h>
 #include <tilvanego/sandbox/Outcome.h>
 
 namespace tilvanego::sandbox {
@@ -23,7 +24,7 @@ TEST(Outcome, TheFractionOfAnAmountDecides) {
 }
 
 TEST(Outcome, TheDocumentationShowsEachDecidingFraction) {
-  std::ifstream file(TILVANEGO_TEST_DATA "/../../docs/rehearsing.md");
+  std::ifstream file(test::testDataPath("../../docs/rehearsing.md"));
   const std::string page(std::istreambuf_iterator<char>(file), {});
   for (const auto& [fraction, outcome] : decidingFractions) {
     const std::string row = "| ." + std::string(fraction) + " | `" + std::string(rawText(outcome)) + "` |";

@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include <tests/support/TestData.h>
+
 /// Reads the case files under tests/data. Kept apart from the library's own JSON reader, so that neither can
 /// hide a fault of the other. Anything malformed throws std::runtime_error, which fails the test that asked.
 namespace tilvanego::test {
@@ -245,7 +247,7 @@ class VectorReader {
 
 /// The whole of tests/data/`fileName`.
 inline VectorValue vectorFile(const std::string& fileName) {
-  std::ifstream file(std::string(TILVANEGO_TEST_DATA) + "/" + fileName, std::ios::binary);
+  std::ifstream file(testDataPath(fileName), std::ios::binary);
   if (!file) throw std::runtime_error("can't open " + fileName);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   return VectorReader(text).document();
