@@ -1,0 +1,49 @@
+#include <tilvanego/platform/HostCode.h>
+
+#include <cxxabi.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <typeinfo>
+
+namespace tilvanego::detail {
+namespace {
+
+std::string currentExceptionType() {
+  const std::type_info* type = abi::__cxa_current_exception_type();
+  if (type == nullptr) return "something";
+  int status = 0;
+  const std::unique_ptr<char, void (*)(void*)> name(
+      abi::__cxa_demangle(type->name(), nullptr, nullptr, &status), std::free);
+  return name ? name.get() : type->name();
+}
+
+void writeLine(std::string_view callback, std::string_view consequence) {
+  std::string line = "TilvaneGo: ";
+  line.append(callback).append(" threw ").append(currentExceptionType()).append(consequence).append("\n");
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+}  // namespace
+
+void reportDroppedException(std::string_view callback) noexcept {
+  try {
+    writeLine(callback, "; the exception is dropped.");
+  } catch (...) {
+    // No memory is left even for the line.
+    std::fputs("TilvaneGo: a callback threw; the exception is dropped.\n", stderr);
+  }
+}
+
+void endForException(std::string_view callback) noexcept {
+  try {
+    writeLine(callback, " on a thread of the library, where nothing can catch it.");
+  } catch (...) {
+    std::fputs("TilvaneGo: a callback threw on a thread of the library.\n", stderr);
+  }
+  std::abort();
+}
+
+}  // namespace tilvanego::detail
