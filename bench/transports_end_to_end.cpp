@@ -48,7 +48,7 @@ struct Host {
 
   RunLoop loop;
   std::string link;
-  std::unique_ptr<TilvaneGo> sdk;
+  detail::FacadeAccess::Owned sdk;
 };
 
 /// `form` is in the links of the form that is to be chosen, and in no other's.

@@ -45,7 +45,7 @@ struct Rehearsal {
 
   RunLoop loop;
   SandboxApplication* sandbox = nullptr;
-  std::unique_ptr<TilvaneGo> sdk;
+  detail::FacadeAccess::Owned sdk;
   std::vector<std::string> events;
 };
 

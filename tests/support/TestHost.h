@@ -50,7 +50,7 @@ class TestHost {
   MemoryPasteboard* pasteboard = nullptr;
   std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
   std::vector<std::string> events;
-  std::unique_ptr<TilvaneGo> sdk;
+  detail::FacadeAccess::Owned sdk;
 
  private:
   class NotedDebugOutput : public DebugOutput {

@@ -66,9 +66,10 @@ template <class Result, std::size_t Count>
 /// Turns a callback URL into the result of `Operation`: the steps that all operations share, over its tables
 /// `callbackKeys` and `statusWords`. Expectations may be null.
 ///
-/// Nothing means that the URL isn't for this operation. Everything else that is wrong with it is a failure.
+/// Nothing means that the URL isn't for this operation, and `url` stays as it is. Everything else that is
+/// wrong with it is a failure.
 template <class Operation>
-[[nodiscard]] std::optional<typename Operation::Result> parseCallback(URL url,
+[[nodiscard]] std::optional<typename Operation::Result> parseCallback(URL&& url,
                                                                       const std::string* expectedRequestId,
                                                                       const URL* expectedCallbackURL) {
   using Result = typename Operation::Result;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -83,6 +84,12 @@ struct FailedWithCode {
   bool operator==(const FailedWithCode&) const = default;
 };
 
+/// Whether `Case` is one of a variant's.
+template <class Case, class Variant>
+inline constexpr bool isCaseOf = false;
+template <class Case, class... Cases>
+inline constexpr bool isCaseOf<Case, std::variant<Cases...>> = (std::same_as<Case, Cases> || ...);
+
 /// An error union: a `std::variant` of an operation's cases, which `Cases` lists as its `Variant`.
 template <class Cases>
 class ErrorUnion : public Cases, public Cases::Variant {
@@ -98,6 +105,14 @@ class ErrorUnion : public Cases, public Cases::Variant {
   /// What went wrong, as an English sentence for the host's developer.
   [[nodiscard]] std::string errorDescription() const {
     return std::visit([](const auto& one) -> std::string { return one.description(); }, variant());
+  }
+
+  /// Whether it is this case with this payload.
+  template <class Case>
+    requires isCaseOf<Case, Variant>
+  friend bool operator==(const ErrorUnion& error, const Case& other) {
+    const auto* held = std::get_if<Case>(&error.variant());
+    return held != nullptr && *held == other;
   }
 
  private:
@@ -167,6 +182,14 @@ class ResultUnion : public std::variant<Cases<ResponseType>..., Failure<Response
   /// What the callback said; nothing in a failure that no callback caused.
   [[nodiscard]] std::optional<Response> response() const {
     return std::visit([](const auto& one) -> std::optional<Response> { return one.response; }, variant());
+  }
+
+  /// Whether it is this case with this payload.
+  template <class Case>
+    requires isCaseOf<Case, Variant>
+  friend bool operator==(const ResultUnion& result, const Case& other) {
+    const auto* held = std::get_if<Case>(&result.variant());
+    return held != nullptr && *held == other;
   }
 
  private:

@@ -24,6 +24,7 @@
 #include <tilvanego/operations/TransactionListOperation.h>
 #include <tilvanego/payment/PaymentOperation.h>
 #include <tilvanego/payment/PaymentTransports.h>
+#include <tilvanego/platform/GuardedPlatform.h>
 #include <tilvanego/platform/MainThread.h>
 #include <tilvanego/platform/Platform.h>
 
@@ -35,14 +36,23 @@ using Ranks = OperationList<InitializationOperation, TransactionListOperation, F
                             SaveOperation, PaymentOperation>;
 
 /// The behaviour that all operations share: one pending slot each, one launch frame, one router. Bound to the
-/// main thread; there is no lock. Kept alive by `TilvaneGo` alone, and held weakly by what the platform calls
-/// back.
+/// main thread; there is no lock. Kept alive by `TilvaneGo` and by the calls that are under way, and held
+/// weakly by what the platform calls back.
+///
+/// Any call of a port, the logger or a completion, and the end of what they captured, is host code: it may
+/// call anything here, end operations and start others, or end the instance. So a slot is empty before host
+/// code hears of it, a frame owns what it uses across such a call, and what it tells afterwards goes to the
+/// very operation that it began with, or to none.
 class Facade : public std::enable_shared_from_this<Facade> {
  public:
-  explicit Facade(Platform platform) : platform_(std::move(platform)) {}
+  /// Ends the process if a port is missing.
+  explicit Facade(Platform platform) : platform_(guardedPlatform(std::move(platform))) {}
 
-  /// Read just before each message, so that a logger may replace itself.
-  TilvaneLogger logger;
+  /// Forgets all that is pending, and the logger; nothing starts any more.
+  void end();
+
+  [[nodiscard]] TilvaneLogger logger() const { return logger_ ? *logger_ : TilvaneLogger(); }
+  void setLogger(TilvaneLogger logger);
 
   [[nodiscard]] MainQueue& mainQueue() { return *platform_.mainQueue; }
 
@@ -52,17 +62,17 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Starts `Operation`; `launch` is what its link step takes beside the request. Tells the outcome by
   /// `completion` alone, at once for a start that is refused.
   template <class Operation, class... Launch>
-  void start(typename Operation::Request request, Completion<Operation> completion, const Launch&... launch);
+  void start(typename Operation::Request request, Completion<Operation> completion, Launch... launch);
 
   template <class Operation>
   [[nodiscard]] bool isInProgress() const {
-    return slot<Operation>().has_value();
+    return slot<Operation>() != nullptr;
   }
 
   /// Forgets the pending operation without calling its completion.
   template <class Operation>
   void cancel() {
-    slot<Operation>().reset();
+    static_cast<void>(take<Operation>());
   }
 
   template <class Operation>
@@ -73,14 +83,16 @@ class Facade : public std::enable_shared_from_this<Facade> {
 
   /// What `url` means for the pending operation, which stays pending.
   template <class Operation>
-  [[nodiscard]] std::optional<typename Operation::Result> result(const URL& url) const;
+  [[nodiscard]] std::optional<typename Operation::Result> result(URL url) const;
 
   /// Offers `url` to the pending operations in the order of their ranks; true if one was finished by it.
-  [[nodiscard]] bool handleCallback(const URL& url) { return handleCallback(url, Ranks{}); }
+  [[nodiscard]] bool handleCallback(URL url) { return handleCallback(std::move(url), Ranks{}); }
 
  private:
+  /// A pending operation's identity is its address: no other has it as long as a frame holds this.
   template <class Operation>
-  using Slot = std::optional<Pending<Operation>>;
+  using Slot = std::shared_ptr<Pending<Operation>>;
+  using OpenFailure = void (Facade::*)();
 
   enum class Routed { goOn, finished, refused };
 
@@ -98,31 +110,53 @@ class Facade : public std::enable_shared_from_this<Facade> {
     return (isInProgress<Blockers>() || ...);
   }
 
-  /// The link that carries every field in its query.
+  /// Empties the slot and gives the completion, which ends with whoever takes it.
   template <class Operation>
-  [[nodiscard]] std::expected<URL, typename Operation::Error> link(
-      const typename Operation::Request& request);
-  /// A payment's link, by any of its transports.
-  template <class Operation>
-  [[nodiscard]] std::expected<URL, PaymentError> link(const PaymentRequest& request,
-                                                      const PaymentLaunchTransport& transport);
-  template <class Operation>
-  void openPaymentApp(const URL& url);
-  template <class Operation>
-  void finishPending(const typename Operation::Result& result);
-
-  template <class Operation>
-  [[nodiscard]] Routed route(const URL& url);
+  [[nodiscard]] Completion<Operation> take();
   template <class... Operations>
-  [[nodiscard]] bool handleCallback(const URL& url, OperationList<Operations...> ranks);
-
-  void debugLine(const std::string& text) { platform_.debugOutput->writeLine(text); }
-  void log(TilvaneLogLevel level, std::string_view message) {
-    if (const TilvaneLogger current = logger) current(level, message);
+  void cancelAll(OperationList<Operations...>) {
+    (cancel<Operations>(), ...);
   }
 
+  /// Ends `pending` with a result. False, and nothing is told, if host code has ended it already.
+  template <class Operation>
+  bool finish(const Slot<Operation>& pending, const typename Operation::Result& result);
+
+  /// The link of a pending operation by its transport, with every failure to build it.
+  template <class Operation, class... Launch>
+  [[nodiscard]] std::expected<URL, typename Operation::Error> builtLink(const Slot<Operation>& pending,
+                                                                        const Launch&... launch);
+  /// The link that carries every field in its query.
+  template <class Operation>
+  [[nodiscard]] std::expected<URL, typename Operation::Error> link(const Slot<Operation>& pending);
+  /// A payment's link, by any of its transports.
+  template <class Operation>
+  [[nodiscard]] std::expected<URL, PaymentError> link(const Slot<Operation>& pending,
+                                                      const PaymentLaunchTransport& transport);
+  /// `failed` is called in a later turn of the main queue if the link isn't opened.
+  void openPaymentApp(const URL& url, OpenFailure failed);
+  /// Ends whatever operation of its kind is pending by now.
+  template <class Operation>
+  void notOpened();
+
+  /// What `url` means for a request; it is taken if that is anything.
+  template <class Operation>
+  [[nodiscard]] std::optional<typename Operation::Result> read(URL&& url,
+                                                               const Pending<Operation>& pending) const;
+  [[nodiscard]] std::optional<PaymentResult> read(URL&& url, const Pending<PaymentOperation>& pending) const;
+
+  template <class Operation>
+  [[nodiscard]] Routed route(URL& url);
+  template <class... Operations>
+  [[nodiscard]] bool handleCallback(URL url, OperationList<Operations...> ranks);
+
+  void debugLine(const std::string& text) { platform_.debugOutput->writeLine(text); }
+  void log(TilvaneLogLevel level, std::string_view message);
+
   Platform platform_;
+  std::shared_ptr<const TilvaneLogger> logger_;
   Ranks::Tuple<Slot> slots_;
+  bool ended_ = false;
 };
 
 /// An id that a request may leave out is then not expected either.
@@ -137,31 +171,61 @@ template <class Operation>
   return typename Operation::Result::Failure{std::move(error), std::nullopt};
 }
 
+template <class Operation>
+Completion<Operation> Facade::take() {
+  const Slot<Operation> taken = std::exchange(slot<Operation>(), nullptr);
+  return taken ? std::exchange(taken->completion, nullptr) : nullptr;
+}
+
+template <class Operation>
+bool Facade::finish(const Slot<Operation>& pending, const typename Operation::Result& result) {
+  if (slot<Operation>() != pending) return false;
+  // The slot is empty by now: the completion may start the same operation again.
+  if (const auto completion = take<Operation>()) completion(result);
+  return true;
+}
+
 template <class Operation, class... Launch>
-void Facade::start(typename Operation::Request request, Completion<Operation> completion,
-                   const Launch&... launch) {
+void Facade::start(typename Operation::Request request, Completion<Operation> completion, Launch... launch) {
   const auto refuse = [&completion](typename Operation::Error error) {
     if (completion) completion(failureWithoutResponse<Operation>(std::move(error)));
   };
   debugLine(std::string(Operation::texts.sending) + Operation::describe(request) + "]");
   (debugLine("Sending Transport - [" + launch.text() + "]"), ...);
+  if (ended_) return;
   if (isAnyInProgress(typename BlockersOf<Operation>::List{}))
     return refuse(typename Operation::InProgress{});
   if (const auto message = Operation::validate(request)) {
     return refuse(cases::InvalidRequest{std::string(*message)});
   }
-  auto& pending = slot<Operation>().emplace(std::move(request), std::move(completion));
+  const auto pending = std::make_shared<Pending<Operation>>(std::move(request), std::move(completion));
+  slot<Operation>() = pending;
 
-  const auto url = link<Operation>(pending.request, launch...);
-  if (!url) return finishPending<Operation>(failureWithoutResponse<Operation>(url.error()));
-  log(TilvaneLogLevel::info, Operation::texts.opening);
-  openPaymentApp<Operation>(*url);
+  const auto url = builtLink<Operation>(pending, launch...);
+  if (!url) {
+    finish<Operation>(pending, failureWithoutResponse<Operation>(url.error()));
+    return;
+  }
+  // Nothing is opened for an operation that host code has ended.
+  if (slot<Operation>() == pending) log(TilvaneLogLevel::info, Operation::texts.opening);
+  if (slot<Operation>() == pending) openPaymentApp(*url, &Facade::notOpened<Operation>);
+}
+
+template <class Operation, class... Launch>
+std::expected<URL, typename Operation::Error> Facade::builtLink(const Slot<Operation>& pending,
+                                                                const Launch&... launch) {
+  try {
+    return link<Operation>(pending, launch...);
+  } catch (...) {
+    // A port's exception, or no memory.
+    return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
+  }
 }
 
 template <class Operation>
-std::expected<URL, typename Operation::Error> Facade::link(const typename Operation::Request& request) {
+std::expected<URL, typename Operation::Error> Facade::link(const Slot<Operation>& pending) {
   LinkItems items;
-  Operation::addItems(request, items);
+  Operation::addItems(pending->request, items);
   auto url = writeLink(Operation::texts.target, items.items());
   debugLine(std::string(Operation::texts.urlLabel) + redactedURLText(url));
   if (!url) return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
@@ -169,56 +233,46 @@ std::expected<URL, typename Operation::Error> Facade::link(const typename Operat
 }
 
 template <class Operation>
-std::expected<URL, PaymentError> Facade::link(const PaymentRequest& request,
+std::expected<URL, PaymentError> Facade::link(const Slot<Operation>& pending,
                                               const PaymentLaunchTransport& transport) {
-  return paymentAppURL(link<Operation>(request), request, transport, platform_);
+  auto inlineURL = link<Operation>(pending);
+  // No other form is built, nor the pasteboard replaced, for a payment that host code has ended.
+  if (slot<Operation>() != pending) return inlineURL;
+  return paymentAppURL(std::move(inlineURL), pending->request, transport, platform_);
 }
 
 template <class Operation>
-void Facade::openPaymentApp(const URL& url) {
-  platform_.application->openURL(url, [weak = weak_from_this()](bool opened) {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->requireMainThread("The completion handler of openURL");
-    // The outcome is acted on in a later turn, after the start has returned, even if the handler ran inside
-    // of it.
-    self->mainQueue().post([weak, opened] {
-      const auto facade = weak.lock();
-      if (!facade || opened) return;
-      facade->finishPending<Operation>(
-          failureWithoutResponse<Operation>(typename Operation::AppNotInstalled{}));
-    });
-  });
+void Facade::notOpened() {
+  const auto pending = slot<Operation>();
+  if (!pending) return;
+  finish<Operation>(pending, failureWithoutResponse<Operation>(typename Operation::AppNotInstalled{}));
 }
 
 template <class Operation>
-void Facade::finishPending(const typename Operation::Result& result) {
-  auto finished = std::exchange(slot<Operation>(), std::nullopt);
-  // The slot is empty by now: the completion may start the same operation again.
-  if (finished && finished->completion) finished->completion(result);
-}
-
-template <class Operation>
-std::optional<typename Operation::Result> Facade::result(const URL& url) const {
-  const auto& pending = slot<Operation>();
-  if (!pending) return std::nullopt;
-  return parseCallback<Operation>(url, pointerTo(pending->request.requestId()),
-                                  &pending->request.callbackURL());
+std::optional<typename Operation::Result> Facade::read(URL&& url, const Pending<Operation>& pending) const {
+  return parseCallback<Operation>(std::move(url), pointerTo(pending.request.requestId()),
+                                  &pending.request.callbackURL());
 }
 
 /// A payment's answer comes by any of its transports.
-template <>
-inline std::optional<PaymentResult> Facade::result<PaymentOperation>(const URL& url) const {
-  const auto& pending = slot<PaymentOperation>();
-  if (!pending) return std::nullopt;
-  return paymentResult(url, pending->request, platform_);
+inline std::optional<PaymentResult> Facade::read(URL&& url, const Pending<PaymentOperation>& pending) const {
+  return paymentResult(std::move(url), pending.request, platform_);
 }
 
 template <class Operation>
-Facade::Routed Facade::route(const URL& url) {
-  if (!isInProgress<Operation>()) return Routed::goOn;
-  if (const auto found = result<Operation>(url)) {
-    finishPending<Operation>(*found);
+std::optional<typename Operation::Result> Facade::result(URL url) const {
+  const auto pending = slot<Operation>();
+  if (!pending) return std::nullopt;
+  auto found = read(std::move(url), *pending);
+  if (slot<Operation>() != pending) found.reset();
+  return found;
+}
+
+template <class Operation>
+Facade::Routed Facade::route(URL& url) {
+  const auto pending = slot<Operation>();
+  if (!pending) return Routed::goOn;
+  if (const auto found = read(std::move(url), *pending); found && finish<Operation>(pending, *found)) {
     return Routed::finished;
   }
   log(TilvaneLogLevel::warning, Operation::texts.unmatchedCallback);
@@ -226,7 +280,7 @@ Facade::Routed Facade::route(const URL& url) {
 }
 
 template <class... Operations>
-bool Facade::handleCallback(const URL& url, OperationList<Operations...>) {
+bool Facade::handleCallback(URL url, OperationList<Operations...>) {
   Routed routed = Routed::goOn;
   static_cast<void>((((routed = route<Operations>(url)) != Routed::goOn) || ...));
   if (routed == Routed::goOn) {

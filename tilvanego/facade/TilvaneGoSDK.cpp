@@ -48,7 +48,7 @@ std::optional<typename Operation::Result> parse(URL url, const std::optional<std
 
 TilvaneGo::TilvaneGo(Platform platform) : facade_(std::make_shared<detail::Facade>(std::move(platform))) {}
 
-TilvaneGo::~TilvaneGo() = default;
+TilvaneGo::~TilvaneGo() { facade_->end(); }
 
 TilvaneGo& TilvaneGo::shared() {
   // Never destroyed: the platform may call back until the process has ended.
@@ -63,48 +63,50 @@ void TilvaneGo::usePlatform(Platform platform) {
                stderr);
     std::abort();
   }
-  shared.given = std::move(platform);
+  detail::requireWholePlatform(platform);
+  // An earlier one ends when the new one is in its place: its ports may call back.
+  const std::optional<Platform> replaced = std::exchange(shared.given, std::move(platform));
 }
 
-detail::Facade& TilvaneGo::on(std::string_view operation) const {
+std::shared_ptr<detail::Facade> TilvaneGo::on(std::string_view operation) const {
   facade_->requireMainThread(operation);
-  return *facade_;
+  return facade_;
 }
 
-TilvaneLogger TilvaneGo::logger() const { return on("logger").logger; }
-void TilvaneGo::setLogger(TilvaneLogger logger) { on("setLogger").logger = std::move(logger); }
+TilvaneLogger TilvaneGo::logger() const { return on("logger")->logger(); }
+void TilvaneGo::setLogger(TilvaneLogger logger) { on("setLogger")->setLogger(std::move(logger)); }
 
-bool TilvaneGo::handleCallback(const URL& url) { return on("handleCallback").handleCallback(url); }
+bool TilvaneGo::handleCallback(const URL& url) { return on("handleCallback")->handleCallback(url); }
 
 void TilvaneGo::startPayment(PaymentRequest request, PaymentCompletion completion) {
   startPayment(std::move(request), PaymentLaunchTransport::urlScheme(), std::move(completion));
 }
 void TilvaneGo::startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,
                              PaymentCompletion completion) {
-  on("startPayment").start<PaymentOperation>(std::move(request), std::move(completion), transport);
+  on("startPayment")->start<PaymentOperation>(std::move(request), std::move(completion), transport);
 }
 void TilvaneGo::sendRequest(std::string requestId, const std::string& amount, const std::string& type,
                             std::string currency, const std::string& returnUrl, std::string customId,
                             std::string notes, PaymentCompletion completion) {
-  auto& facade = on("sendRequest");
+  const auto facade = on("sendRequest");
   auto request = detail::paymentRequestFromTexts(std::move(requestId), amount, type, std::move(currency),
                                                  returnUrl, std::move(customId), std::move(notes));
   if (!request) {
     if (completion) completion(detail::failureWithoutResponse<PaymentOperation>(std::move(request).error()));
     return;
   }
-  facade.start<PaymentOperation>(*std::move(request), std::move(completion),
-                                 PaymentLaunchTransport::urlScheme());
+  facade->start<PaymentOperation>(*std::move(request), std::move(completion),
+                                  PaymentLaunchTransport::urlScheme());
 }
 bool TilvaneGo::isPaymentInProgress() const {
-  return on("isPaymentInProgress").isInProgress<PaymentOperation>();
+  return on("isPaymentInProgress")->isInProgress<PaymentOperation>();
 }
-void TilvaneGo::cancelPendingPayment() { on("cancelPendingPayment").cancel<PaymentOperation>(); }
+void TilvaneGo::cancelPendingPayment() { on("cancelPendingPayment")->cancel<PaymentOperation>(); }
 bool TilvaneGo::isPaymentCallback(const URL& url) const {
-  return on("isPaymentCallback").isCallback<PaymentOperation>(url);
+  return on("isPaymentCallback")->isCallback<PaymentOperation>(url);
 }
 std::optional<PaymentResult> TilvaneGo::paymentResult(const URL& url) const {
-  return on("paymentResult").result<PaymentOperation>(url);
+  return on("paymentResult")->result<PaymentOperation>(url);
 }
 std::optional<PaymentResult> TilvaneGo::parsePaymentResult(
     URL url, const std::optional<std::string>& expectedRequestId,
@@ -113,19 +115,19 @@ std::optional<PaymentResult> TilvaneGo::parsePaymentResult(
 }
 
 void TilvaneGo::initialize(InitializationRequest request, InitializationCompletion completion) {
-  on("initialize").start<InitializationOperation>(std::move(request), std::move(completion));
+  on("initialize")->start<InitializationOperation>(std::move(request), std::move(completion));
 }
 bool TilvaneGo::isInitializationInProgress() const {
-  return on("isInitializationInProgress").isInProgress<InitializationOperation>();
+  return on("isInitializationInProgress")->isInProgress<InitializationOperation>();
 }
 void TilvaneGo::cancelPendingInitialization() {
-  on("cancelPendingInitialization").cancel<InitializationOperation>();
+  on("cancelPendingInitialization")->cancel<InitializationOperation>();
 }
 bool TilvaneGo::isInitializationCallback(const URL& url) const {
-  return on("isInitializationCallback").isCallback<InitializationOperation>(url);
+  return on("isInitializationCallback")->isCallback<InitializationOperation>(url);
 }
 std::optional<InitializationResult> TilvaneGo::initializationResult(const URL& url) const {
-  return on("initializationResult").result<InitializationOperation>(url);
+  return on("initializationResult")->result<InitializationOperation>(url);
 }
 std::optional<InitializationResult> TilvaneGo::parseInitializationResult(
     URL url, const std::optional<std::string>& expectedRequestId,
@@ -134,19 +136,19 @@ std::optional<InitializationResult> TilvaneGo::parseInitializationResult(
 }
 
 void TilvaneGo::getTransactionList(TransactionListRequest request, TransactionListCompletion completion) {
-  on("getTransactionList").start<TransactionListOperation>(std::move(request), std::move(completion));
+  on("getTransactionList")->start<TransactionListOperation>(std::move(request), std::move(completion));
 }
 bool TilvaneGo::isTransactionListInProgress() const {
-  return on("isTransactionListInProgress").isInProgress<TransactionListOperation>();
+  return on("isTransactionListInProgress")->isInProgress<TransactionListOperation>();
 }
 void TilvaneGo::cancelPendingTransactionList() {
-  on("cancelPendingTransactionList").cancel<TransactionListOperation>();
+  on("cancelPendingTransactionList")->cancel<TransactionListOperation>();
 }
 bool TilvaneGo::isTransactionListCallback(const URL& url) const {
-  return on("isTransactionListCallback").isCallback<TransactionListOperation>(url);
+  return on("isTransactionListCallback")->isCallback<TransactionListOperation>(url);
 }
 std::optional<TransactionListResult> TilvaneGo::transactionListResult(const URL& url) const {
-  return on("transactionListResult").result<TransactionListOperation>(url);
+  return on("transactionListResult")->result<TransactionListOperation>(url);
 }
 std::optional<TransactionListResult> TilvaneGo::parseTransactionListResult(
     URL url, const std::optional<std::string>& expectedRequestId,
@@ -155,17 +157,17 @@ std::optional<TransactionListResult> TilvaneGo::parseTransactionListResult(
 }
 
 void TilvaneGo::fullRefund(FullRefundRequest request, FullRefundCompletion completion) {
-  on("fullRefund").start<FullRefundOperation>(std::move(request), std::move(completion));
+  on("fullRefund")->start<FullRefundOperation>(std::move(request), std::move(completion));
 }
 bool TilvaneGo::isFullRefundInProgress() const {
-  return on("isFullRefundInProgress").isInProgress<FullRefundOperation>();
+  return on("isFullRefundInProgress")->isInProgress<FullRefundOperation>();
 }
-void TilvaneGo::cancelPendingFullRefund() { on("cancelPendingFullRefund").cancel<FullRefundOperation>(); }
+void TilvaneGo::cancelPendingFullRefund() { on("cancelPendingFullRefund")->cancel<FullRefundOperation>(); }
 bool TilvaneGo::isFullRefundCallback(const URL& url) const {
-  return on("isFullRefundCallback").isCallback<FullRefundOperation>(url);
+  return on("isFullRefundCallback")->isCallback<FullRefundOperation>(url);
 }
 std::optional<FullRefundResult> TilvaneGo::fullRefundResult(const URL& url) const {
-  return on("fullRefundResult").result<FullRefundOperation>(url);
+  return on("fullRefundResult")->result<FullRefundOperation>(url);
 }
 std::optional<FullRefundResult> TilvaneGo::parseFullRefundResult(
     URL url, const std::optional<std::string>& expectedRequestId,
@@ -174,19 +176,19 @@ std::optional<FullRefundResult> TilvaneGo::parseFullRefundResult(
 }
 
 void TilvaneGo::partialRefund(PartialRefundRequest request, PartialRefundCompletion completion) {
-  on("partialRefund").start<PartialRefundOperation>(std::move(request), std::move(completion));
+  on("partialRefund")->start<PartialRefundOperation>(std::move(request), std::move(completion));
 }
 bool TilvaneGo::isPartialRefundInProgress() const {
-  return on("isPartialRefundInProgress").isInProgress<PartialRefundOperation>();
+  return on("isPartialRefundInProgress")->isInProgress<PartialRefundOperation>();
 }
 void TilvaneGo::cancelPendingPartialRefund() {
-  on("cancelPendingPartialRefund").cancel<PartialRefundOperation>();
+  on("cancelPendingPartialRefund")->cancel<PartialRefundOperation>();
 }
 bool TilvaneGo::isPartialRefundCallback(const URL& url) const {
-  return on("isPartialRefundCallback").isCallback<PartialRefundOperation>(url);
+  return on("isPartialRefundCallback")->isCallback<PartialRefundOperation>(url);
 }
 std::optional<PartialRefundResult> TilvaneGo::partialRefundResult(const URL& url) const {
-  return on("partialRefundResult").result<PartialRefundOperation>(url);
+  return on("partialRefundResult")->result<PartialRefundOperation>(url);
 }
 std::optional<PartialRefundResult> TilvaneGo::parsePartialRefundResult(
     URL url, const std::optional<std::string>& expectedRequestId,
@@ -195,17 +197,17 @@ std::optional<PartialRefundResult> TilvaneGo::parsePartialRefundResult(
 }
 
 void TilvaneGo::capture(CaptureRequest request, CaptureCompletion completion) {
-  on("capture").start<CaptureOperation>(std::move(request), std::move(completion));
+  on("capture")->start<CaptureOperation>(std::move(request), std::move(completion));
 }
 bool TilvaneGo::isCaptureInProgress() const {
-  return on("isCaptureInProgress").isInProgress<CaptureOperation>();
+  return on("isCaptureInProgress")->isInProgress<CaptureOperation>();
 }
-void TilvaneGo::cancelPendingCapture() { on("cancelPendingCapture").cancel<CaptureOperation>(); }
+void TilvaneGo::cancelPendingCapture() { on("cancelPendingCapture")->cancel<CaptureOperation>(); }
 bool TilvaneGo::isCaptureCallback(const URL& url) const {
-  return on("isCaptureCallback").isCallback<CaptureOperation>(url);
+  return on("isCaptureCallback")->isCallback<CaptureOperation>(url);
 }
 std::optional<CaptureResult> TilvaneGo::captureResult(const URL& url) const {
-  return on("captureResult").result<CaptureOperation>(url);
+  return on("captureResult")->result<CaptureOperation>(url);
 }
 std::optional<CaptureResult> TilvaneGo::parseCaptureResult(
     URL url, const std::optional<std::string>& expectedRequestId,
@@ -214,17 +216,17 @@ std::optional<CaptureResult> TilvaneGo::parseCaptureResult(
 }
 
 void TilvaneGo::clearData(ClearDataRequest request, ClearDataCompletion completion) {
-  on("clearData").start<ClearDataOperation>(std::move(request), std::move(completion));
+  on("clearData")->start<ClearDataOperation>(std::move(request), std::move(completion));
 }
 bool TilvaneGo::isClearDataInProgress() const {
-  return on("isClearDataInProgress").isInProgress<ClearDataOperation>();
+  return on("isClearDataInProgress")->isInProgress<ClearDataOperation>();
 }
-void TilvaneGo::cancelPendingClearData() { on("cancelPendingClearData").cancel<ClearDataOperation>(); }
+void TilvaneGo::cancelPendingClearData() { on("cancelPendingClearData")->cancel<ClearDataOperation>(); }
 bool TilvaneGo::isClearDataCallback(const URL& url) const {
-  return on("isClearDataCallback").isCallback<ClearDataOperation>(url);
+  return on("isClearDataCallback")->isCallback<ClearDataOperation>(url);
 }
 std::optional<ClearDataResult> TilvaneGo::clearDataResult(const URL& url) const {
-  return on("clearDataResult").result<ClearDataOperation>(url);
+  return on("clearDataResult")->result<ClearDataOperation>(url);
 }
 std::optional<ClearDataResult> TilvaneGo::parseClearDataResult(
     URL url, const std::optional<std::string>& expectedRequestId,
@@ -233,17 +235,17 @@ std::optional<ClearDataResult> TilvaneGo::parseClearDataResult(
 }
 
 void TilvaneGo::reboot(RebootRequest request, RebootCompletion completion) {
-  on("reboot").start<RebootOperation>(std::move(request), std::move(completion));
+  on("reboot")->start<RebootOperation>(std::move(request), std::move(completion));
 }
 bool TilvaneGo::isRebootInProgress() const {
-  return on("isRebootInProgress").isInProgress<RebootOperation>();
+  return on("isRebootInProgress")->isInProgress<RebootOperation>();
 }
-void TilvaneGo::cancelPendingReboot() { on("cancelPendingReboot").cancel<RebootOperation>(); }
+void TilvaneGo::cancelPendingReboot() { on("cancelPendingReboot")->cancel<RebootOperation>(); }
 bool TilvaneGo::isRebootCallback(const URL& url) const {
-  return on("isRebootCallback").isCallback<RebootOperation>(url);
+  return on("isRebootCallback")->isCallback<RebootOperation>(url);
 }
 std::optional<RebootResult> TilvaneGo::rebootResult(const URL& url) const {
-  return on("rebootResult").result<RebootOperation>(url);
+  return on("rebootResult")->result<RebootOperation>(url);
 }
 std::optional<RebootResult> TilvaneGo::parseRebootResult(URL url,
                                                          const std::optional<std::string>& expectedRequestId,
@@ -252,15 +254,15 @@ std::optional<RebootResult> TilvaneGo::parseRebootResult(URL url,
 }
 
 void TilvaneGo::save(SaveRequest request, SaveCompletion completion) {
-  on("save").start<SaveOperation>(std::move(request), std::move(completion));
+  on("save")->start<SaveOperation>(std::move(request), std::move(completion));
 }
-bool TilvaneGo::isSaveInProgress() const { return on("isSaveInProgress").isInProgress<SaveOperation>(); }
-void TilvaneGo::cancelPendingSave() { on("cancelPendingSave").cancel<SaveOperation>(); }
+bool TilvaneGo::isSaveInProgress() const { return on("isSaveInProgress")->isInProgress<SaveOperation>(); }
+void TilvaneGo::cancelPendingSave() { on("cancelPendingSave")->cancel<SaveOperation>(); }
 bool TilvaneGo::isSaveCallback(const URL& url) const {
-  return on("isSaveCallback").isCallback<SaveOperation>(url);
+  return on("isSaveCallback")->isCallback<SaveOperation>(url);
 }
 std::optional<SaveResult> TilvaneGo::saveResult(const URL& url) const {
-  return on("saveResult").result<SaveOperation>(url);
+  return on("saveResult")->result<SaveOperation>(url);
 }
 std::optional<SaveResult> TilvaneGo::parseSaveResult(URL url,
                                                      const std::optional<std::string>& expectedRequestId,

@@ -41,7 +41,7 @@ struct FacadeAccess;
 ///
 /// *State.* At most one operation of each kind is pending, in memory alone. There is no time-out: it waits
 /// for its callback, a link that isn't opened, or a cancel. A completion runs once, or never after a cancel.
-class TilvaneGo {
+class TilvaneGo final {
  public:
   /// The instance, made on first use and kept as long as the process.
   [[nodiscard]] static TilvaneGo& shared();
@@ -52,7 +52,6 @@ class TilvaneGo {
 
   TilvaneGo(const TilvaneGo&) = delete;
   TilvaneGo& operator=(const TilvaneGo&) = delete;
-  ~TilvaneGo();
 
   /// Hears the messages at `info` and `warning`; none at first. A logger may replace itself from within a
   /// call.
@@ -195,10 +194,11 @@ class TilvaneGo {
  private:
   friend struct detail::FacadeAccess;
   explicit TilvaneGo(Platform platform);
+  ~TilvaneGo();
 
   /// The facade behind a public operation, which is named if it is called from another thread than the main
-  /// one.
-  [[nodiscard]] detail::Facade& on(std::string_view operation) const;
+  /// one. The caller keeps it: what the operation calls may end this.
+  [[nodiscard]] std::shared_ptr<detail::Facade> on(std::string_view operation) const;
 
   std::shared_ptr<detail::Facade> facade_;
 };

@@ -57,6 +57,7 @@ class CaptureResponse {
     bool operator==(const Fields&) const = default;
   };
 
+  explicit CaptureResponse(const Fields& fields) : fields_(fields) {}
   explicit CaptureResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

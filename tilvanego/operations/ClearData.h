@@ -59,6 +59,7 @@ class ClearDataResponse {
     bool operator==(const Fields&) const = default;
   };
 
+  explicit ClearDataResponse(const Fields& fields) : fields_(fields) {}
   explicit ClearDataResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

@@ -60,6 +60,7 @@ class InitializationResponse {
     bool operator==(const Fields&) const = default;
   };
 
+  explicit InitializationResponse(const Fields& fields) : fields_(fields) {}
   explicit InitializationResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

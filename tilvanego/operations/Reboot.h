@@ -51,6 +51,7 @@ class RebootResponse {
     bool operator==(const Fields&) const = default;
   };
 
+  explicit RebootResponse(const Fields& fields) : fields_(fields) {}
   explicit RebootResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

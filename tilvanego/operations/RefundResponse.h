@@ -23,6 +23,7 @@ class RefundResponse {
     bool operator==(const Fields&) const = default;
   };
 
+  explicit RefundResponse(const Fields& fields) : fields_(fields) {}
   explicit RefundResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

@@ -64,6 +64,7 @@ class SaveResponse {
     bool operator==(const Fields&) const = default;
   };
 
+  explicit SaveResponse(const Fields& fields) : fields_(fields) {}
   explicit SaveResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

@@ -57,6 +57,7 @@ class TransactionListResponse {
     bool operator==(const Fields&) const = default;
   };
 
+  explicit TransactionListResponse(const Fields& fields) : fields_(fields) {}
   explicit TransactionListResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

@@ -25,6 +25,7 @@ class PaymentResponse {
     bool operator==(const Fields&) const = default;
   };
 
+  explicit PaymentResponse(const Fields& fields) : fields_(fields) {}
   explicit PaymentResponse(Fields&& fields) : fields_(std::move(fields)) {}
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

@@ -6,6 +6,7 @@
 
 #include <tilvanego/facade/CallbackParser.h>
 #include <tilvanego/payment/PaymentOperation.h>
+#include <tilvanego/platform/GuardedPlatform.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
 
@@ -20,16 +21,24 @@ std::unexpected<PaymentError> notBuilt() {
 }
 
 Link compressedLink(const PaymentRequest& request, const Platform& platform) {
-  auto url = compressedPaymentAppURL(request, platform);
-  if (url) return *std::move(url);
-  if (auto* error = std::get_if<PaymentError>(&url.error())) return std::unexpected(std::move(*error));
+  try {
+    auto url = compressedPaymentAppURL(request, platform);
+    if (url) return *std::move(url);
+    if (auto* error = std::get_if<PaymentError>(&url.error())) return std::unexpected(std::move(*error));
+  } catch (...) {
+    // The clock's, which keeps only this form from being built.
+  }
   return notBuilt();
 }
 
 Link pasteboardLink(const PaymentRequest& request, const Platform& platform) {
-  auto url = pasteboardPaymentAppURL(request, platform);
-  if (!url) return notBuilt();
-  return *std::move(url);
+  try {
+    auto url = pasteboardPaymentAppURL(request, platform);
+    if (!url) return notBuilt();
+    return *std::move(url);
+  } catch (const PasteboardUnavailable&) {
+    return std::unexpected(PaymentError::PasteboardHandoffUnavailable{});
+  }
 }
 
 /// The first form that fits: inline, compressed, on the pasteboard.
@@ -58,13 +67,18 @@ std::expected<URL, PaymentError> paymentAppURL(std::expected<URL, PaymentError> 
   return inlineURL;
 }
 
-std::optional<PaymentResult> paymentResult(const URL& url, const PaymentRequest& request,
+std::optional<PaymentResult> paymentResult(URL&& url, const PaymentRequest& request,
                                            const Platform& platform) {
   const std::string& requestId = request.requestId();
   const URL& callbackURL = request.callbackURL();
-  if (auto result = pasteboardPaymentResult(url, callbackURL, requestId, platform)) return result;
+  try {
+    if (auto result = pasteboardPaymentResult(url, callbackURL, requestId, platform)) return result;
+  } catch (...) {
+    // The clock's: whether the answer came in time can't be told.
+    return PaymentResult::Failure{PaymentError::PasteboardHandoffDecryptionFailed{}, std::nullopt};
+  }
   if (auto result = compressedPaymentResult(url, callbackURL, requestId)) return result;
-  return parseCallback<PaymentOperation>(url, &requestId, &callbackURL);
+  return parseCallback<PaymentOperation>(std::move(url), &requestId, &callbackURL);
 }
 
 }  // namespace tilvanego::detail

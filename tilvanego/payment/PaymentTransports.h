@@ -21,8 +21,8 @@ namespace tilvanego::detail {
                                                              const Platform& platform);
 
 /// What a callback means for a pending request. How the request went out doesn't matter: the callback itself
-/// says how the answer came. Nothing if it isn't the request's.
-[[nodiscard]] std::optional<PaymentResult> paymentResult(const URL& url, const PaymentRequest& request,
+/// says how the answer came. Nothing if it isn't the request's, and `url` stays as it is then.
+[[nodiscard]] std::optional<PaymentResult> paymentResult(URL&& url, const PaymentRequest& request,
                                                          const Platform& platform);
 
 }  // namespace tilvanego::detail

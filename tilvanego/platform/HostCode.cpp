@@ -37,11 +37,11 @@ void reportDroppedException(std::string_view callback) noexcept {
   }
 }
 
-void endForException(std::string_view callback) noexcept {
+void endForException(std::string_view callback, std::string_view reason) noexcept {
   try {
-    writeLine(callback, " on a thread of the library, where nothing can catch it.");
+    writeLine(callback, reason);
   } catch (...) {
-    std::fputs("TilvaneGo: a callback threw on a thread of the library.\n", stderr);
+    std::fputs("TilvaneGo: a callback threw where nothing can catch it.\n", stderr);
   }
   std::abort();
 }

@@ -5,7 +5,8 @@
 
 /// What the library does when code of the host's throws. There is one rule for all callbacks:
 ///
-/// - A callback that answers the library (a port, a hook that decides) fails by throwing: the exception counts
+/// - A callback that answers the library (a port, a hook that decides) fails by throwing: the exception
+/// counts
 ///   as the failure that it could have returned.
 /// - A callback that only listens (logger, debug output, observers) can't fail anything: the exception is
 ///   dropped after one line on standard error.
@@ -16,12 +17,15 @@
 /// The lines name the callback and the exception's type. Its text isn't shown, since it may hold a link.
 namespace tilvanego::detail {
 
-/// Writes "TilvaneGo: CALLBACK threw TYPE; the exception is dropped." for the exception that is being handled.
+/// Writes "TilvaneGo: CALLBACK threw TYPE; the exception is dropped." for the exception that is being
+/// handled.
 void reportDroppedException(std::string_view callback) noexcept;
 
-/// Ends the process (SIGABRT) after "TilvaneGo: CALLBACK threw TYPE on a thread of the library, where nothing
-/// can catch it." for the exception that is being handled.
-[[noreturn]] void endForException(std::string_view callback) noexcept;
+/// Ends the process (SIGABRT) after "TilvaneGo: CALLBACK threw TYPE" and `reason` for the exception that is
+/// being handled.
+[[noreturn]] void endForException(
+    std::string_view callback,
+    std::string_view reason = " on a thread of the library, where nothing can catch it.") noexcept;
 
 /// Runs `call`, for callbacks that only listen. False if it threw.
 template <class Call>
@@ -42,6 +46,17 @@ void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
     std::forward<Call>(call)();
   } catch (...) {
     endForException(callback);
+  }
+}
+
+/// Posts to a main queue of the host's. What is told there is told nowhere else: the process ends if it
+/// throws.
+template <class Queue, class Block>
+void postOrEnd(Queue& queue, Block&& block) noexcept {
+  try {
+    queue.post(std::forward<Block>(block));
+  } catch (...) {
+    endForException("MainQueue::post", "; the library can't tell the host anything without it.");
   }
 }
 

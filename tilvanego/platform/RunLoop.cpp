@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include <tilvanego/platform/HostCode.h>
+
 namespace tilvanego {
 
 // Makes the calling thread the main thread, and counts nested drains. Made and ended without the loop's mutex
@@ -41,10 +43,25 @@ RunLoop& RunLoop::main() {
   return loop;
 }
 
-void RunLoop::post(std::function<void()> block) {
+RunLoop::~RunLoop() {
+  // They end after the lock is released: what they captured may post, which the loop drops by then.
+  std::deque<std::function<void()>> dropped;
+  std::function<void()> wakeUp;
   const std::scoped_lock lock(mutex_);
+  ended_ = true;
+  dropped.swap(blocks_);
+  wakeUp.swap(wakeUp_);
+}
+
+void RunLoop::post(std::function<void()> block) {
+  if (!block) {
+    std::fputs("TilvaneGo: RunLoop::post was given an empty block.\n", stderr);
+    std::abort();
+  }
+  const std::scoped_lock lock(mutex_);
+  if (ended_) return;
   blocks_.push_back(std::move(block));
-  if (wakeUp_) wakeUp_();
+  wake();
   changed_.notify_all();
 }
 
@@ -71,7 +88,11 @@ void RunLoop::stop() {
 void RunLoop::setWakeUp(std::function<void()> wakeUp) {
   const std::scoped_lock lock(mutex_);
   wakeUp_.swap(wakeUp);
-  if (wakeUp_ && !blocks_.empty()) wakeUp_();
+  if (!blocks_.empty()) wake();
+}
+
+void RunLoop::wake() const {
+  if (wakeUp_) detail::runListener("The wake-up function of RunLoop", wakeUp_);
 }
 
 std::function<void()> RunLoop::nextUntilStopped() {

@@ -24,6 +24,7 @@ class RunLoop final : public MainQueue {
   RunLoop();
   RunLoop(const RunLoop&) = delete;
   RunLoop& operator=(const RunLoop&) = delete;
+  ~RunLoop() override;
 
   /// The process's default loop. It is made on first use, by the thread that is taken for the main thread
   /// until another one drains it, and lives to the end of the process.
@@ -45,8 +46,9 @@ class RunLoop final : public MainQueue {
 
   /// Sets a function that tells a poll loop, by an eventfd say, that `runPending()` has something to do. It
   /// is called for each post, on the posting thread, and at once if blocks are waiting already. It is called
-  /// with the queue locked: it must be short, must not throw and must not call the loop. When this returns,
-  /// an earlier function isn't running and won't be called again. An empty function means none.
+  /// with the queue locked: it must be short and must not call the loop. It only listens: what it throws is
+  /// dropped after one line on standard error. When this returns, an earlier function isn't running and won't
+  /// be called again. An empty function means none.
   void setWakeUp(std::function<void()> wakeUp);
 
  private:
@@ -55,12 +57,15 @@ class RunLoop final : public MainQueue {
   std::function<void()> nextUntilStopped();
   std::function<void()> nextIfAny();
   std::function<void()> takeFront();
+  // Expects the mutex to be held.
+  void wake() const;
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<std::function<void()>> blocks_;
   std::function<void()> wakeUp_;
   bool stopped_ = false;
+  bool ended_ = false;
   std::size_t drains_ = 0;
   std::atomic<std::thread::id> mainThread_;
 };

@@ -54,7 +54,7 @@ class SandboxApplication final : public Application {
   void setInstalled(bool installed) { installed_ = installed; }
 
   /// An empty observer means none.
-  void setObserver(Observer observer) { observer_ = std::move(observer); }
+  void setObserver(Observer observer) { observer_.swap(observer); }
 
  private:
   [[nodiscard]] std::expected<Handled, SandboxError> handle(const URL& link) const;

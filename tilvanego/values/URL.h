@@ -38,10 +38,21 @@ struct URLError {
 /// is ASCII.
 ///
 /// Views that the accessors give point into the text and die with the object, or when it is assigned or moved
-/// from; a moved-from URL can only be assigned or destroyed. Different objects may be used on different
+/// from. A moved-from URL is empty: its text, its path, and no other component. Different objects may be used on different
 /// threads, and one object by any number of readers.
 class URL {
  public:
+  URL(const URL&) = default;
+  URL(URL&& other) noexcept
+      : text_(std::exchange(other.text_, {})), parts_(std::exchange(other.parts_, {})) {}
+  URL& operator=(const URL&) = default;
+  URL& operator=(URL&& other) noexcept {
+    text_ = std::exchange(other.text_, {});
+    parts_ = std::exchange(other.parts_, {});
+    return *this;
+  }
+  ~URL() = default;
+
   /// Makes a URL of any bytes. A component that holds a byte which can't stand in it is percent-encoded as a
   /// whole, "%" included ("a b%20" becomes "a%20b%2520"); one that holds none stays as it is. A host beyond
   /// ASCII takes its IDNA form (UTS #46). No URL is: the empty text, a scheme or host with other characters

@@ -34,7 +34,7 @@ class MemoryApplication final : public Application {
   void answerAutomatically(std::optional<bool> opened) { automaticAnswer_ = opened; }
 
   /// Sets a function that is called within each open request, once the link is kept; an empty one means none.
-  void setOnOpen(std::function<void(const URL&)> onOpen) { onOpen_ = std::move(onOpen); }
+  void setOnOpen(std::function<void(const URL&)> onOpen) { onOpen_.swap(onOpen); }
 
  private:
   MainQueue& mainQueue_;

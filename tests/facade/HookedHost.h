@@ -1,0 +1,109 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <tilvanego/facade/FacadeAccess.h>
+#include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/memory/ManualClock.h>
+#include <tilvanego/platform/memory/MemoryPasteboard.h>
+
+namespace tilvanego::test {
+
+/// What the library calls on a host.
+enum class Port { debugOutput, clock, randomSource, pasteboardRead, pasteboardWrite, application, logger };
+
+/// A host in memory, each of whose ports calls one function of the test before it does its work. That
+/// function may call the library, and throw.
+class HookedHost {
+ public:
+  using Hook = std::function<void(Port port, std::string_view text)>;
+
+  HookedHost() {
+    sdk = detail::FacadeAccess::make(platform());
+    sdk->setLogger([this](TilvaneLogLevel, std::string_view message) { call(Port::logger, message); });
+  }
+
+  [[nodiscard]] Platform platform() {
+    return {.mainQueue = &loop,
+            .clock = std::make_shared<const HookedClock>(*this),
+            .randomSource = std::make_unique<HookedRandomSource>(*this),
+            .debugOutput = std::make_unique<HookedDebugOutput>(*this),
+            .pasteboard = std::make_unique<HookedPasteboard>(*this),
+            .application = std::make_unique<HookedApplication>(*this)};
+  }
+
+  void call(Port port, std::string_view text = {}) {
+    if (const Hook current = hook) current(port, text);
+  }
+
+  RunLoop loop;
+  /// Not hooked themselves; what the ports go by.
+  std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>(Date::fromSecondsSince1970(1e9));
+  MemoryPasteboard pasteboard{clock};
+  /// The open requests, each kept before the hook hears of it.
+  std::vector<std::string> opened;
+  std::deque<std::function<void(bool)>> handlers;
+  Hook hook;
+  detail::FacadeAccess::Owned sdk;
+
+ private:
+  struct HookedDebugOutput final : DebugOutput {
+    explicit HookedDebugOutput(HookedHost& owner) : host(owner) {}
+    void writeLine(std::string_view text) override { host.call(Port::debugOutput, text); }
+    HookedHost& host;
+  };
+  struct HookedClock final : Clock {
+    explicit HookedClock(HookedHost& owner) : host(owner) {}
+    [[nodiscard]] Date now() const override {
+      host.call(Port::clock);
+      return host.clock->now();
+    }
+    HookedHost& host;
+  };
+  struct HookedRandomSource final : RandomSource {
+    explicit HookedRandomSource(HookedHost& owner) : host(owner) {}
+    [[nodiscard]] bool fill(std::span<std::uint8_t> bytes) override {
+      host.call(Port::randomSource);
+      std::ranges::generate(bytes, [this] { return host.nextByte_++; });
+      return true;
+    }
+    HookedHost& host;
+  };
+  struct HookedPasteboard final : Pasteboard {
+    explicit HookedPasteboard(HookedHost& owner) : host(owner) {}
+    [[nodiscard]] std::optional<std::string> string() const override {
+      host.call(Port::pasteboardRead);
+      return host.pasteboard.string();
+    }
+    [[nodiscard]] std::vector<PasteboardItem> items() const override {
+      host.call(Port::pasteboardRead);
+      return host.pasteboard.items();
+    }
+    void setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) override {
+      host.call(Port::pasteboardWrite);
+      host.pasteboard.setItems(std::move(items), options);
+    }
+    HookedHost& host;
+  };
+  struct HookedApplication final : Application {
+    explicit HookedApplication(HookedHost& owner) : host(owner) {}
+    void openURL(const URL& url, std::function<void(bool)> completionHandler) override {
+      host.opened.push_back(url.absoluteString());
+      host.handlers.push_back(std::move(completionHandler));
+      host.call(Port::application, url.absoluteString());
+    }
+    HookedHost& host;
+  };
+
+  std::uint8_t nextByte_ = 0;
+};
+
+}  // namespace tilvanego::test

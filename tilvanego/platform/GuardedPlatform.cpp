@@ -1,0 +1,100 @@
+#include <tilvanego/platform/GuardedPlatform.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include <tilvanego/platform/HostCode.h>
+
+namespace tilvanego::detail {
+namespace {
+
+class GuardedDebugOutput final : public DebugOutput {
+ public:
+  explicit GuardedDebugOutput(std::unique_ptr<DebugOutput> host) : host_(std::move(host)) {}
+
+  void writeLine(std::string_view text) override {
+    runListener("DebugOutput::writeLine", [&] { host_->writeLine(text); });
+  }
+
+ private:
+  std::unique_ptr<DebugOutput> host_;
+};
+
+class GuardedRandomSource final : public RandomSource {
+ public:
+  explicit GuardedRandomSource(std::unique_ptr<RandomSource> host) : host_(std::move(host)) {}
+
+  bool fill(std::span<std::uint8_t> bytes) override {
+    try {
+      return host_->fill(bytes);
+    } catch (...) {
+      return false;
+    }
+  }
+
+ private:
+  std::unique_ptr<RandomSource> host_;
+};
+
+class GuardedPasteboard final : public Pasteboard {
+ public:
+  explicit GuardedPasteboard(std::unique_ptr<Pasteboard> host) : host_(std::move(host)) {}
+
+  std::optional<std::string> string() const override {
+    try {
+      return host_ ? host_->string() : std::nullopt;
+    } catch (...) {
+      return std::nullopt;
+    }
+  }
+
+  std::vector<PasteboardItem> items() const override {
+    try {
+      return host_ ? host_->items() : std::vector<PasteboardItem>();
+    } catch (...) {
+      return {};
+    }
+  }
+
+  void setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) override {
+    const bool emptying = items.empty();
+    try {
+      if (host_) return host_->setItems(std::move(items), options);
+    } catch (...) {
+      // As if there were none.
+    }
+    if (!emptying) throw PasteboardUnavailable();
+  }
+
+ private:
+  std::unique_ptr<Pasteboard> host_;
+};
+
+}  // namespace
+
+void requireWholePlatform(const Platform& platform) {
+  const auto require = [](bool present, const char* name) {
+    if (present) return;
+    std::fputs(("TilvaneGo: Platform::" + std::string(name) + " is null. The library can't do without it.\n")
+                   .c_str(),
+               stderr);
+    std::abort();
+  };
+  require(platform.mainQueue != nullptr, "mainQueue");
+  require(platform.clock != nullptr, "clock");
+  require(platform.randomSource != nullptr, "randomSource");
+  require(platform.debugOutput != nullptr, "debugOutput");
+  require(platform.application != nullptr, "application");
+}
+
+Platform guardedPlatform(Platform platform) {
+  requireWholePlatform(platform);
+  platform.debugOutput = std::make_unique<GuardedDebugOutput>(std::move(platform.debugOutput));
+  platform.randomSource = std::make_unique<GuardedRandomSource>(std::move(platform.randomSource));
+  platform.pasteboard = std::make_unique<GuardedPasteboard>(std::move(platform.pasteboard));
+  return platform;
+}
+
+}  // namespace tilvanego::detail
