@@ -39,12 +39,12 @@ using Ranks = OperationList<InitializationOperation, TransactionListOperation, F
 /// back.
 class Facade : public std::enable_shared_from_this<Facade> {
  public:
-  explicit Facade(Platform platform) : platform_(std::move(platform)) {}
+  explicit Facade(Platform platform) : platform_(std::move(platform)), mainQueue_(*platform_.mainQueue) {}
 
   /// Read just before each message, so that a logger may replace itself.
   TilvaneLogger logger;
 
-  [[nodiscard]] MainQueue& mainQueue() { return *platform_.mainQueue; }
+  [[nodiscard]] const WeakMainQueue& mainQueue() const { return mainQueue_; }
 
   /// `operation` is named in the message with which a call from another thread ends the process.
   void requireMainThread(std::string_view operation) { detail::requireMainThread(mainQueue(), operation); }
@@ -122,6 +122,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   }
 
   Platform platform_;
+  /// The host's queue may live in `main`, and this doesn't end before the process.
+  WeakMainQueue mainQueue_;
   Ranks::Tuple<Slot> slots_;
 };
 
@@ -171,7 +173,10 @@ std::expected<URL, typename Operation::Error> Facade::link(const typename Operat
 template <class Operation>
 std::expected<URL, PaymentError> Facade::link(const PaymentRequest& request,
                                               const PaymentLaunchTransport& transport) {
-  return paymentAppURL(link<Operation>(request), request, transport, platform_);
+  auto url = paymentAppURL(link<Operation>(request), request, transport, platform_);
+  if (url) return *std::move(url);
+  if (!url.error().reason.empty()) log(TilvaneLogLevel::warning, url.error().reason);
+  return std::unexpected(std::move(url).error().error);
 }
 
 template <class Operation>
