@@ -10,6 +10,8 @@ const HEADER_SIZE = 20;
 const LOCAL_ONLY = 1;
 const EXPIRES = 2;
 const TEXT = 0;
+const REPEATED = 2;
+const VERSION = 2;
 
 // Older releases of Node.js have no CRC-32 of their own.
 function crc32(bytes) {
@@ -72,17 +74,22 @@ export function readPasteboard(directory) {
   const header = new Body(file.subarray(0, HEADER_SIZE));
   const bytes = file.subarray(HEADER_SIZE);
   assert.equal(header.take(MAGIC.length).toString('latin1'), MAGIC);
-  assert.deepEqual([header.u32(), header.u32(), header.u32()], [1, bytes.length, crc32(bytes)]);
+  assert.deepEqual([header.u32(), header.u32(), header.u32()], [VERSION, bytes.length, crc32(bytes)]);
 
   const body = new Body(bytes);
   const flags = body.u8();
   assert.equal(flags & ~(LOCAL_ONLY | EXPIRES), 0);
   const expires = flags & EXPIRES ? body.f64() : undefined;
   const items = Array.from({ length: body.u32() }, () => {
+    let before;
     const values = Array.from({ length: body.u32() }, () => {
       const type = body.text();
-      assert.equal(body.u8(), TEXT);
-      return [type, body.text()];
+      const kind = body.u8();
+      assert(kind === TEXT || (kind === REPEATED && before !== undefined), 'a text, or the one before');
+      const text = kind === TEXT ? body.text() : before;
+      assert(kind === REPEATED || text !== before, 'a text that is repeated is there once');
+      before = text;
+      return [type, text];
     });
     const types = values.map(([type]) => type);
     assert.deepEqual(types, [...new Set(types)].sort(), 'ascending by type name');
@@ -100,9 +107,10 @@ export function writePasteboard(directory, item, { expires, checksumOff = 0, mod
     Buffer.from([LOCAL_ONLY | (expires === undefined ? 0 : EXPIRES)]),
     ...(expires === undefined ? [] : [f64(expires)]),
     u32(1), u32(values.length),
-    ...values.flatMap(([type, text]) => [block(type), Buffer.from([TEXT]), block(text)]),
+    ...values.flatMap(([type, text], index) => (index > 0 && values[index - 1][1] === text
+      ? [block(type), Buffer.from([REPEATED])] : [block(type), Buffer.from([TEXT]), block(text)])),
   ]);
-  const header = Buffer.concat([Buffer.from(MAGIC, 'latin1'), u32(1), u32(body.length),
+  const header = Buffer.concat([Buffer.from(MAGIC, 'latin1'), u32(VERSION), u32(body.length),
     u32((crc32(body) ^ checksumOff) >>> 0)]);
   mkdirSync(directory, { recursive: true, mode: 0o700 });
   const temporary = join(directory, `pasteboard.${randomBytes(8).toString('hex')}`);

@@ -74,6 +74,17 @@ TEST(MemoryApplication, TheHookSeesEachLinkAndMayOpenAnother) {
   EXPECT_EQ(seen[99], "a:99");
 }
 
+TEST(MemoryApplication, ReportsWhatItIsToldAlsoForARequestThatWasOvertaken) {
+  RunLoop loop;
+  MemoryApplication application(loop);
+  std::vector<bool> answers;
+  const auto answered = [&](bool opened) { answers.push_back(opened); };
+  application.openURL(link("a://b/c?1"), answered);
+  application.openURL(link("a://b/c?2"), answered);
+  application.answerOldest(false);
+  EXPECT_EQ(answers, std::vector{false});
+}
+
 TEST(MemoryApplication, AnAnswerMayOpenTheNextLink) {
   RunLoop loop;
   MemoryApplication application(loop);
@@ -107,7 +118,7 @@ TEST(MemoryPasteboard, IsEmptyOnceTheClockIsPastTheExpirationDate) {
   const auto clock = std::make_shared<ManualClock>(seconds(100));
   MemoryPasteboard pasteboard(clock);
   const std::vector<PasteboardItem> items{{{"public.text", "sealed"}}};
-  pasteboard.setItems(items, {.localOnly = true, .expirationDate = seconds(200)});
+  EXPECT_TRUE(pasteboard.setItems(items, {.localOnly = true, .expirationDate = seconds(200)}));
   EXPECT_EQ(pasteboard.contents(), (PasteboardContents{items, {true, seconds(200)}}));
   clock->stopAt(seconds(200));
   EXPECT_EQ(pasteboard.string(), "sealed") << "at the instant itself it is still there";
@@ -118,14 +129,15 @@ TEST(MemoryPasteboard, IsEmptyOnceTheClockIsPastTheExpirationDate) {
 
 TEST(MemoryPasteboard, AnotherApplicationsTextOutranksTheItemsUntilTheNextWrite) {
   MemoryPasteboard pasteboard(std::make_shared<ManualClock>(seconds(0)));
-  pasteboard.setItems({{{"public.text", "mine"}}}, {.localOnly = true, .expirationDate = seconds(9)});
+  EXPECT_TRUE(
+      pasteboard.setItems({{{"public.text", "mine"}}}, {.localOnly = true, .expirationDate = seconds(9)}));
   pasteboard.place({{{"public.text", "theirs"}}}, "said otherwise");
   EXPECT_EQ(pasteboard.string(), "said otherwise");
   EXPECT_EQ(pasteboard.contents().options, PasteboardOptions{});
   pasteboard.place({{{"public.text", "theirs"}}});
   EXPECT_EQ(pasteboard.string(), "theirs");
   pasteboard.place({}, "text alone");
-  pasteboard.setItems({});
+  EXPECT_TRUE(pasteboard.setItems({}));
   EXPECT_EQ(pasteboard.string(), std::nullopt);
 }
 

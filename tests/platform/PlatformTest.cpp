@@ -12,6 +12,7 @@
 
 #include <tilvanego/platform/StandardOutput.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
+#include <tilvanego/platform/memory/ManualClock.h>
 
 #include "TemporaryDirectory.h"
 
@@ -57,7 +58,7 @@ TEST(StandardPlatform, WorksWithoutConfiguration) {
   EXPECT_EQ(platform.mainQueue, &loop);
   EXPECT_EQ(Platform::standard().mainQueue, &RunLoop::main());
 
-  platform.pasteboard->setItems({{{"public.text", "shared"}}});
+  EXPECT_TRUE(platform.pasteboard->setItems({{{"public.text", "shared"}}}));
   EXPECT_EQ(Platform::standard(loop).pasteboard->string(), "shared");
 
   std::array<std::uint8_t, 32> first{};
@@ -68,14 +69,19 @@ TEST(StandardPlatform, WorksWithoutConfiguration) {
   EXPECT_TRUE(platform.randomSource->fill({}));
 }
 
-TEST(StandardPlatform, ReplacingTheClockLeavesThePasteboardItsOwn) {
+TEST(StandardPlatform, OneCallGivesAClockOfTheHostsToThePasteboardToo) {
   const TemporaryDirectory runtime;
   const RuntimeDirectory environment(runtime.path().c_str());
-  auto platform = Platform::standard();
-  const auto later = Date::fromSecondsSince1970(platform.clock->now().secondsSince1970() + 1e6);
-  platform.clock.reset();
-  platform.pasteboard->setItems({{{"public.text", "x"}}}, {.localOnly = true, .expirationDate = later});
-  EXPECT_EQ(platform.pasteboard->string(), "x");
+  RunLoop loop;
+  const auto clock = std::make_shared<ManualClock>(Date::fromSecondsSince1970(1000));
+  auto platform = Platform::standard(loop, clock);
+  EXPECT_EQ(platform.clock, clock);
+  platform.clock.reset();  // The pasteboard shares it.
+  const PasteboardOptions options{.localOnly = true, .expirationDate = Date::fromSecondsSince1970(1300)};
+  EXPECT_TRUE(platform.pasteboard->setItems({{{"public.text", "x"}}}, options));
+  EXPECT_EQ(platform.pasteboard->string(), "x") << "by the system's clock it is long gone";
+  clock->stopAt(Date::fromSecondsSince1970(1301));
+  EXPECT_EQ(platform.pasteboard->string(), std::nullopt);
 }
 
 TEST(StandardOutput, WritesEachLineAsOneLiteral) {

@@ -1,10 +1,13 @@
 #include <tilvanego/platform/RunLoop.h>
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -14,6 +17,7 @@
 
 using tilvanego::MainQueueAdapter;
 using tilvanego::RunLoop;
+using tilvanego::WeakMainQueue;
 
 TEST(RunLoop, RunsBlocksLaterInTheOrderOfPosting) {
   RunLoop loop;
@@ -194,6 +198,43 @@ TEST(MainQueueAdapter, HandsBlocksToTheHostsLoop) {
   EXPECT_FALSE(queue.isCurrent());
   current = true;
   EXPECT_TRUE(queue.isCurrent());
+}
+
+TEST(MainQueueAdapter, LetsNobodyInByAWeakReferenceOnceItHasEnded) {
+  int posts = 0;
+  bool current = true;
+  std::optional<MainQueueAdapter> queue(
+      std::in_place, [&](const std::function<void()>&) { ++posts; }, [&] { return current; });
+  const WeakMainQueue weak(*queue);
+  EXPECT_TRUE(weak.post([] {}));
+  EXPECT_TRUE(weak.isCurrent());
+  current = false;
+  EXPECT_FALSE(weak.isCurrent());
+  queue.reset();
+  auto held = std::make_shared<int>(0);
+  const std::weak_ptr<int> watched = held;
+  EXPECT_FALSE(weak.post([held = std::move(held)] { FAIL(); }));
+  EXPECT_TRUE(watched.expired());
+  EXPECT_EQ(posts, 1);
+  EXPECT_TRUE(weak.isCurrent()) << "on the thread that ended it";
+  std::thread([&] { EXPECT_FALSE(weak.isCurrent()); }).join();
+}
+
+TEST(MainQueue, EndsOnlyOnceNobodyPostsAnyMore) {
+  // Each post takes as long as the other thread needs to find the end under way, or not yet.
+  for (int round = 0; round < 40; ++round) {
+    auto posted = std::make_unique<std::vector<int>>();
+    std::optional<MainQueueAdapter> queue(
+        std::in_place, [&](const std::function<void()>&) { posted->push_back(round); }, [] { return true; });
+    std::atomic<bool> inside = false;
+    std::thread poster([weak = WeakMainQueue(*queue), &inside] {
+      while (weak.post([] {})) inside = true;
+    });
+    while (!inside) std::this_thread::yield();
+    queue.reset();
+    posted.reset();
+    poster.join();
+  }
 }
 
 TEST(MainThreadDeathTest, ACallFromAnotherThreadEndsTheProcessAndNamesTheOperation) {

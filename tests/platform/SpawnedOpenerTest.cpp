@@ -1,24 +1,35 @@
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
+#include <new>
+#include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <tilvanego/facade/FacadeAccess.h>
+#include <tilvanego/platform/MainQueueAdapter.h>
 #include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/values/URL.h>
 
 #include "TemporaryDirectory.h"
@@ -33,6 +44,17 @@ URL link(const std::string& text) { return URL::parse(text).value(); }
 std::string contents(const fs::path& path) {
   std::ifstream file(path);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::ptrdiff_t threads() {
+  return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
+}
+// A sanitizer may have one of its own.
+const std::ptrdiff_t threadsAtStart = threads();
+
+// Returns once every thread that waited for a program has ended.
+void waitForThreads() {
+  while (threads() > threadsAtStart) std::this_thread::yield();
 }
 
 class SpawnedOpenerTest : public testing::Test {
@@ -203,4 +225,113 @@ TEST_F(SpawnedOpenerTest, AHandlerMayOpenAnotherLinkOrEndTheOpener) {
   });
   loop.run();
   EXPECT_EQ(opener, nullptr);
+}
+
+TEST_F(SpawnedOpenerTest, AnEarlierLinkOfTheSameTargetCountsAsOpenedOnceANewerOneIsOpened) {
+  const auto gate = temporary.path() / "gate";
+  ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
+  SpawnedOpener opener(
+      loop, {program("p", R"(case "$1" in *late*) read line < "$directory/gate";; esac; exit 1)")});
+  std::vector<std::string> answers;
+  const auto start = [&](const std::string& text) {
+    opener.openURL(link(text),
+                   [&answers, text](bool opened) { answers.push_back(text + (opened ? " yes" : " no")); });
+  };
+  for (const char* text :
+       {"t://p/start?late1", "t://p/start?late2", "t://p/other?late3", "T://P/start?last"}) {
+    start(text);
+  }
+  while (answers.empty()) loop.runPending();
+  EXPECT_EQ(answers, std::vector<std::string>{"T://P/start?last no"})
+      << "the newest is told what became of it";
+  for (int late = 0; late < 3; ++late) std::ofstream(gate) << "go on\n";
+  while (answers.size() < 4) loop.runPending();
+  std::ranges::sort(answers);
+  EXPECT_EQ(answers, (std::vector<std::string>{"T://P/start?last no", "t://p/other?late3 no",
+                                               "t://p/start?late1 yes", "t://p/start?late2 yes"}));
+}
+
+TEST_F(SpawnedOpenerTest, APaymentStartedAfterACancelKeepsItsResultThoughTheFirstOpenerFailsLate) {
+  const auto gate = temporary.path() / "gate";
+  ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
+  Platform platform = Platform::standard(loop);
+  platform.debugOutput = std::make_unique<RecordingDebugOutput>();
+  platform.application = std::make_unique<SpawnedOpener>(
+      loop,
+      std::vector{program("p", R"(case "$1" in *=first*) read line < "$directory/gate"; exit 1;; esac)")});
+  const auto sdk = detail::FacadeAccess::make(std::move(platform));
+  std::vector<std::string> told;
+  const auto pay = [&](const std::string& id) {
+    sdk->startPayment(
+        PaymentRequest({.requestId = id, .amount = 1, .currency = "EUR", .callbackURL = link("shop://done")}),
+        [&told, id](const PaymentResult& result) { told.push_back(id + " " + std::string(result.name())); });
+  };
+  pay("first");
+  sdk->cancelPendingPayment();
+  pay("second");
+  std::ofstream(gate) << "fail\n";
+  waitForThreads();
+  loop.runPending();
+  EXPECT_TRUE(sdk->handleCallback(link("shop://done?status=approved&request_id=second")));
+  EXPECT_EQ(told, std::vector<std::string>{"second success"});
+}
+
+TEST_F(SpawnedOpenerTest, OpensLinksForAHostThatHasUsedUpItsDescriptors) {
+  const auto path = program("p", "exit 0");
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit few{100, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &few);
+  std::vector<int> used;
+  for (int one = dup(0); one >= 0; one = dup(0)) used.push_back(one);
+  const bool opened = openWith({path});
+  for (const int one : used) close(one);
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_GT(used.size(), 50U);
+  EXPECT_TRUE(opened);
+}
+
+TEST_F(SpawnedOpenerTest, AMainQueueThatThrowsForAReportEndsTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto path = program("p", "exit 0");
+  for (const auto& command : {std::vector<std::string>{path}, std::vector<std::string>{}}) {
+    EXPECT_DEATH(
+        {
+          MainQueueAdapter queue([](const std::function<void()>&) { throw std::bad_alloc(); },
+                                 [] { return true; });
+          SpawnedOpener opener(queue, command);
+          opener.openURL(link("a:1"), [](bool) {});
+          waitForThreads();
+        },
+        "MainQueue::post threw std::bad_alloc");
+  }
+}
+
+TEST_F(SpawnedOpenerTest, WhatIsReportedAfterTheMainQueuesEndIsDropped) {
+  const auto gate = temporary.path() / "gate";
+  ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
+  int posts = 0;
+  std::optional<MainQueueAdapter> queue(
+      std::in_place, [&](const std::function<void()>&) { ++posts; }, [] { return true; });
+  // As the process's one instance of the library does, the opener lives on.
+  SpawnedOpener opener(*queue, {program("p", R"(read line < "$directory/gate")")});
+  opener.openURL(link("a:b"), [](bool) { ADD_FAILURE() << "called after the end"; });
+  queue.reset();
+  std::ofstream(gate) << "end\n";
+  waitForThreads();
+  EXPECT_EQ(posts, 0);
+}
+
+TEST(LeavingMain, IsCleanAtAnyMomentWithOpenersUnderWay) {
+  const auto path = fs::read_symlink("/proc/self/exe").parent_path() / "leaving_main";
+  for (int seed = 0; seed < 60; ++seed) {
+    std::vector<std::string> words{path, std::to_string(seed)};
+    std::vector<char*> arguments{words[0].data(), words[1].data(), nullptr};
+    pid_t process = 0;
+    ASSERT_EQ(posix_spawn(&process, words[0].c_str(), nullptr, nullptr, arguments.data(), environ), 0)
+        << path;
+    int status = -1;
+    ASSERT_EQ(waitpid(process, &status, 0), process);
+    ASSERT_EQ(status, 0) << "seed " << seed;
+  }
 }

@@ -127,6 +127,20 @@ TEST(SandboxApplication, OpensItsOwnSchemeEvenIfItCantReadTheLink) {
   EXPECT_EQ(rehearsal.events, (Events{"the link's path is \"/v2/start\", which names no operation"}));
 }
 
+TEST(SandboxApplication, ReportsARequestAsOpenedThatANewerOneHasOvertaken) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setInstalled(false);
+  std::vector<std::string> answers;
+  for (const std::string_view link : {"tilvanego://payment/v1/reboot?1", "tilvanego://payment/v1/save?1",
+                                      "Tilvanego://PAYMENT/v1/reboot?2"}) {
+    rehearsal.sandbox->openURL(*URL::parse(link), [&answers, link](bool opened) {
+      answers.push_back(std::string(link.substr(23)) + (opened ? " yes" : " no"));
+    });
+  }
+  rehearsal.loop.runPending();
+  EXPECT_EQ(answers, (Events{"reboot?1 yes", "save?1 no", "reboot?2 no"}));
+}
+
 TEST(SandboxApplication, AnswersNobodyOnceItIsGone) {
   RunLoop loop;
   int calls = 0;

@@ -260,7 +260,10 @@ class FullPasteboard final : public Pasteboard {
  public:
   [[nodiscard]] std::optional<std::string> string() const override { return std::nullopt; }
   [[nodiscard]] std::vector<PasteboardItem> items() const override { return {}; }
-  void setItems(std::vector<PasteboardItem> /*items*/, const PasteboardOptions& /*options*/) override {}
+  [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> /*items*/,
+                                                          const PasteboardOptions& /*options*/) override {
+    return std::unexpected("It is full.");
+  }
 };
 
 class NoRandomBytes final : public RandomSource {
@@ -273,7 +276,7 @@ TEST(Transports, NameNoAnswerThatCouldntBeLeft) {
   const Decision decision{.transport = Transport::pasteboard};
   FullPasteboard full;
   EXPECT_EQ(answer(*link, decision, {.pasteboard = &full}).error().message,
-            "the pasteboard didn't take the answer");
+            "the pasteboard didn't keep the answer: It is full.");
   NoRandomBytes none;
   EXPECT_EQ(answer(*link, decision, {.pasteboard = &full, .randomSource = &none}).error().message,
             "the random source gave no bytes for a handoff id");

@@ -157,8 +157,7 @@ TEST(PaymentTransport, CompressedLinkHasItsItemsInOrderAndOpensToTheRequest) {
 
 TEST(PaymentTransport, PasteboardHoldsTheSealedRequestAndNothingElse) {
   TestHost host;
-  host.pasteboard->setItems(
-      {{{"public.text", std::string("theirs")}}, {{"public.text", std::string("too")}}});
+  host.pasteboard->place({{{"public.text", std::string("theirs")}}, {{"public.text", std::string("too")}}});
   const Events events = launch(host, paymentFields(), Transport::pasteboard());
   const URL& link = host.application->openedURLs()[0];
   const std::string handoffId = itemOf(link, "handoffId");

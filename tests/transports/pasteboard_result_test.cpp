@@ -136,7 +136,7 @@ class PasteboardState : public testing::TestWithParam<State> {};
 TEST_P(PasteboardState, ComesTo) {
   SCOPED_TRACE(GetParam().rule);
   PendingPayment host;
-  host.pasteboard->setItems(GetParam().items());
+  host.pasteboard->place(GetParam().items());
   const auto before = host.pasteboard->items();
   EXPECT_EQ(host.handle(callback), GetParam().outcome);
   EXPECT_EQ(host.pasteboard->items(), GetParam().emptied ? std::vector<PasteboardItem>{} : before);
@@ -176,7 +176,7 @@ TEST(PasteboardResult, IsLookedForOnlyWhereTheCallbackNamesIt) {
   };
   for (const auto& [rule, text, outcome, read] : callbacks) {
     PendingPayment host;
-    host.pasteboard->setItems(asText(textOf(sealedItems())));
+    host.pasteboard->place(asText(textOf(sealedItems())));
     EXPECT_EQ(host.handle(text), outcome) << rule;
     EXPECT_EQ(host.pasteboard->items().empty(), read) << rule;
   }
@@ -184,7 +184,7 @@ TEST(PasteboardResult, IsLookedForOnlyWhereTheCallbackNamesIt) {
 
 TEST(PasteboardResult, IsConsumedByTheFirstReading) {
   PendingPayment host;
-  host.pasteboard->setItems(asText(textOf(sealedItems())));
+  host.pasteboard->place(asText(textOf(sealedItems())));
   const URL url = URL::parse(callback).value();
   EXPECT_EQ(host.sdk->paymentResult(url)->name(), "success");
   const auto second = host.sdk->paymentResult(url);
@@ -196,7 +196,7 @@ TEST(PasteboardResult, StillOpensAtItsLastInstantAndNoLater) {
   for (const auto& [now, outcome] : {std::pair{1'700'000'300.0, "success"},
                                      std::pair{1'700'000'300.5, "failure pasteboardHandoffExpired"}}) {
     PendingPayment host;
-    host.pasteboard->setItems(asText(textOf(sealedItems())));
+    host.pasteboard->place(asText(textOf(sealedItems())));
     host.clock->stopAt(Date::fromSecondsSince1970(now));
     EXPECT_EQ(host.handle(callback), outcome);
   }
@@ -206,7 +206,7 @@ TEST(PasteboardResult, ThatNoURLCanCarryIsInvalidAndCleared) {
   auto fields = paymentFields();
   fields.callbackURL = URL::parse("myshop://a%20b/done").value();
   PendingPayment host(fields);
-  host.pasteboard->setItems(asText(textOf(sealedItems())));
+  host.pasteboard->place(asText(textOf(sealedItems())));
   EXPECT_EQ(host.handle("myshop://a%20b/done?transport=pasteboard&resultHandoffId=h"),
             "failure pasteboardHandoffInvalid");
   EXPECT_TRUE(host.pasteboard->items().empty());
@@ -227,7 +227,7 @@ TEST(ClearHandoffEnvelope, LooksAtNeitherVersionNorDirection) {
   auto envelope = sealedItems();
   envelope.schemaVersion = 7;
   envelope.direction = Direction::request;
-  host.pasteboard->setItems(asText(textOf(envelope)));
+  host.pasteboard->place(asText(textOf(envelope)));
   detail::clearHandoffEnvelope(*host.pasteboard, "other");
   EXPECT_FALSE(host.pasteboard->items().empty());
   detail::clearHandoffEnvelope(*host.pasteboard, "h");

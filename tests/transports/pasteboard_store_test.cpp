@@ -1,11 +1,21 @@
+#include <cstddef>
+#include <expected>
+#include <filesystem>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include <tests/platform/TemporaryDirectory.h>
 #include <tests/transports/Payments.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
+#include <tilvanego/platform/memory/RecordingDebugOutput.h>
 
 namespace tilvanego::test {
 namespace {
@@ -13,19 +23,12 @@ namespace {
 // Two processes share the store; here its two sides are two objects on one directory.
 TEST(PasteboardStoreHandoff, CarriesARequestOutAndItsResultBack) {
   TemporaryDirectory directory;
-  auto store = std::make_unique<PasteboardStore>(directory.path() / "store",
-                                                 std::make_shared<ManualClock>(startOfTest));
-  const Platform platform = [&] {
-    RunLoop& loop = RunLoop::main();
-    Platform made = Platform::standard(loop);
-    made.clock = std::make_shared<ManualClock>(startOfTest);
-    made.pasteboard = std::move(store);
-    return made;
-  }();
+  Platform platform = Platform::standard(RunLoop::main(), std::make_shared<ManualClock>(startOfTest));
+  platform.pasteboard = std::make_unique<PasteboardStore>(directory.path() / "store", platform.clock);
   PasteboardStore theirs(directory.path() / "store", platform.clock);
 
   auto fields = paymentFields();
-  fields.notes = std::string(1'000'000, 'n');
+  fields.notes = std::string(12'000'000, 'n');
   const PaymentRequest request(fields);
   const auto link = detail::pasteboardPaymentAppURL(request, platform);
   ASSERT_TRUE(link);
@@ -46,6 +49,82 @@ TEST(PasteboardStoreHandoff, CarriesARequestOutAndItsResultBack) {
   ASSERT_TRUE(result);
   EXPECT_EQ(result->name(), "success");
   EXPECT_TRUE(theirs.items().empty());
+}
+
+class ThrowingPasteboard final : public Pasteboard {
+ public:
+  [[nodiscard]] std::optional<std::string> string() const override { throw std::runtime_error("string"); }
+  [[nodiscard]] std::vector<PasteboardItem> items() const override { throw std::runtime_error("items"); }
+  [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> /*items*/,
+                                                          const PasteboardOptions& /*options*/) override {
+    throw std::runtime_error("setItems");
+  }
+};
+
+TEST(PasteboardLaunch, ThatIsNotKeptEndsThePaymentAtOnceAndTheLoggerHearsWhy) {
+  TemporaryDirectory directory;
+  const auto store = [](const std::filesystem::path& path) -> std::unique_ptr<Pasteboard> {
+    return std::make_unique<PasteboardStore>(path, std::make_shared<ManualClock>(startOfTest));
+  };
+  const auto open = directory.path() / "open";
+  std::filesystem::create_directory(open);
+  std::filesystem::permissions(open, std::filesystem::perms::all);
+  std::string noise(13'000'000, 'n');
+  for (std::size_t index = 0; index < noise.size(); index += 61)
+    noise[index] = static_cast<char>('a' + index % 23);
+
+  struct Case {
+    std::function<std::unique_ptr<Pasteboard>()> pasteboard;
+    std::size_t notes;
+    std::string reason;
+  };
+  for (const auto& [pasteboard, notes, reason] : std::vector<Case>{
+           {[&] { return store(open); }, 300'000,
+            open.string() + " is open to other users; its mode must be 0700."},
+           {[&] { return store(directory.path() / "store"); }, noise.size(), "The file would have 1733"},
+           {[] { return std::make_unique<ThrowingPasteboard>(); }, 300'000, "Pasteboard::setItems threw"},
+           {[] { return nullptr; }, 300'000, "The platform has no pasteboard."}}) {
+    for (const auto& transport :
+         {PaymentLaunchTransport::pasteboard(), PaymentLaunchTransport::automatic(0)}) {
+      RunLoop loop;
+      Platform platform = Platform::standard(loop);
+      auto application = std::make_unique<MemoryApplication>(loop);
+      const auto& opened = application->openedURLs();
+      platform.application = std::move(application);
+      platform.debugOutput = std::make_unique<RecordingDebugOutput>();
+      platform.pasteboard = pasteboard();
+      const auto sdk = detail::FacadeAccess::make(std::move(platform));
+      std::vector<std::string> events;
+      sdk->setLogger([&](TilvaneLogLevel level, std::string_view message) {
+        events.push_back(std::string(rawText(level)) + " " + std::string(message));
+      });
+      auto fields = paymentFields();
+      fields.notes = noise.substr(0, notes);
+      sdk->startPayment(PaymentRequest(fields), transport, [&](const PaymentResult& result) {
+        events.emplace_back(std::get<PaymentResult::Failure>(result).error.name());
+      });
+      ASSERT_EQ(events.size(), 2U) << reason;
+      EXPECT_TRUE(events[0].starts_with("warning The payment can't be left on the pasteboard. " + reason))
+          << events[0];
+      EXPECT_EQ(events[1], "pasteboardHandoffUnavailable");
+      EXPECT_FALSE(sdk->isPaymentInProgress());
+      EXPECT_TRUE(opened.empty());
+    }
+  }
+}
+
+TEST(PasteboardResult, ThatThePasteboardThrowsForIsMissing) {
+  Platform platform = Platform::standard(RunLoop::main(), std::make_shared<ManualClock>(startOfTest));
+  const auto outcome = [&] {
+    const auto result = detail::pasteboardPaymentResult(
+        URL::parse("myshop://done?transport=pasteboard&resultHandoffId=r").value(),
+        URL::parse("myshop://done").value(), "A-1", platform);
+    return std::get<PaymentResult::Failure>(result.value()).error.name();
+  };
+  platform.pasteboard = std::make_unique<ThrowingPasteboard>();
+  EXPECT_EQ(outcome(), "pasteboardHandoffMissing");
+  platform.pasteboard.reset();
+  EXPECT_EQ(outcome(), "pasteboardHandoffUnavailable");
 }
 
 }  // namespace

@@ -46,7 +46,8 @@ using Ranks = OperationList<InitializationOperation, TransactionListOperation, F
 class Facade : public std::enable_shared_from_this<Facade> {
  public:
   /// Ends the process if a port is missing.
-  explicit Facade(Platform platform) : platform_(guardedPlatform(std::move(platform))) {}
+  explicit Facade(Platform platform)
+      : platform_(guardedPlatform(std::move(platform))), mainQueue_(*platform_.mainQueue) {}
 
   /// Forgets all that is pending, and the logger; nothing starts any more.
   void end();
@@ -54,7 +55,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] TilvaneLogger logger() const { return logger_ ? *logger_ : TilvaneLogger(); }
   void setLogger(TilvaneLogger logger);
 
-  [[nodiscard]] MainQueue& mainQueue() { return *platform_.mainQueue; }
+  [[nodiscard]] const WeakMainQueue& mainQueue() const { return mainQueue_; }
 
   /// `operation` is named in the message with which a call from another thread ends the process.
   void requireMainThread(std::string_view operation) { detail::requireMainThread(mainQueue(), operation); }
@@ -154,6 +155,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   void log(TilvaneLogLevel level, std::string_view message);
 
   Platform platform_;
+  /// The host's queue may live in `main`, and this doesn't end before the process.
+  WeakMainQueue mainQueue_;
   std::shared_ptr<const TilvaneLogger> logger_;
   Ranks::Tuple<Slot> slots_;
   bool ended_ = false;
@@ -238,7 +241,10 @@ std::expected<URL, PaymentError> Facade::link(const Slot<Operation>& pending,
   auto inlineURL = link<Operation>(pending);
   // No other form is built, nor the pasteboard replaced, for a payment that host code has ended.
   if (slot<Operation>() != pending) return inlineURL;
-  return paymentAppURL(std::move(inlineURL), pending->request, transport, platform_);
+  auto url = paymentAppURL(std::move(inlineURL), pending->request, transport, platform_);
+  if (url) return *std::move(url);
+  if (!url.error().reason.empty()) log(TilvaneLogLevel::warning, url.error().reason);
+  return std::unexpected(std::move(url).error().error);
 }
 
 template <class Operation>

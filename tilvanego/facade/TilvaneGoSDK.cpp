@@ -27,7 +27,8 @@ struct SharedPlatform {
   bool taken = false;
 
   static SharedPlatform& instance() {
-    static SharedPlatform one;
+    // Never destroyed: the host's ports may use what ended with `main`.
+    static SharedPlatform& one = *new SharedPlatform;
     return one;
   }
 

@@ -7,6 +7,10 @@ namespace tilvanego {
 class URL;
 
 /// What opens links for the host: the system it runs on. The main thread's.
+///
+/// The library has no way to tell which start a late answer belongs to: a false one ends whatever operation
+/// of that kind is pending by then, also one that was started after a cancel. An application that learns of a
+/// failure later keeps its requests in `OpenRequests`, which makes that harmless.
 class Application {
  public:
   virtual ~Application() = default;
@@ -16,6 +20,9 @@ class Application {
   /// `completionHandler` is called once, on the main thread, after this call has returned, with true if the
   /// link was handed over. Its not being called is no failure: a caller waits as long as it has to. It is
   /// owned by the application until then, and dropped uncalled with it. It isn't empty.
+  ///
+  /// May throw: the link counts as not opened. What `completionHandler` throws leaves the application's call
+  /// of it.
   virtual void openURL(const URL& url, std::function<void(bool opened)> completionHandler) = 0;
 };
 

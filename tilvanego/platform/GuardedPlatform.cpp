@@ -58,14 +58,14 @@ class GuardedPasteboard final : public Pasteboard {
     }
   }
 
-  void setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) override {
-    const bool emptying = items.empty();
+  std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
+                                            const PasteboardOptions& options) override {
+    if (!host_) return std::unexpected("The platform has no pasteboard.");
     try {
-      if (host_) return host_->setItems(std::move(items), options);
+      return host_->setItems(std::move(items), options);
     } catch (...) {
-      // As if there were none.
+      return std::unexpected("The platform's pasteboard threw an exception.");
     }
-    if (!emptying) throw PasteboardUnavailable();
   }
 
  private:

@@ -5,9 +5,6 @@
 /// How the ports of a host are taken into the library.
 namespace tilvanego::detail {
 
-/// What a guarded pasteboard throws for items that weren't kept.
-struct PasteboardUnavailable {};
-
 /// Ends the process, after one line on standard error that names the member, if one is null that may not be.
 void requireWholePlatform(const Platform& platform);
 

@@ -8,7 +8,7 @@
 
 namespace tilvanego::detail {
 
-void requireMainThread(const MainQueue& queue, std::string_view operation) {
+void requireMainThread(const WeakMainQueue& queue, std::string_view operation) {
   if (queue.isCurrent()) return;
   const std::string line =
       "TilvaneGo: " + std::string(operation) +

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <expected>
 #include <functional>
 #include <map>
 #include <optional>
@@ -38,6 +39,8 @@ struct PasteboardContents {
 };
 
 /// The general pasteboard of the system, which other applications read and write too. The main thread's.
+///
+/// May throw: a pasteboard that can't be read counts as empty, and items that were being set as not kept.
 class Pasteboard {
  public:
   virtual ~Pasteboard() = default;
@@ -47,11 +50,16 @@ class Pasteboard {
 
   [[nodiscard]] virtual std::vector<PasteboardItem> items() const = 0;
 
-  /// Replaces everything on the pasteboard; no items empty it. Nothing tells whether the system took them.
-  virtual void setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) = 0;
+  /// Replaces everything on the pasteboard; no items empty it. Where the system doesn't keep the items, what
+  /// lay there stays, and the error is one sentence for the host's developer that says why and shows nothing
+  /// of the items.
+  [[nodiscard]] virtual std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
+                                                                  const PasteboardOptions& options) = 0;
 
   /// The same, for items that may travel and don't expire.
-  void setItems(std::vector<PasteboardItem> items) { setItems(std::move(items), PasteboardOptions{}); }
+  [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> items) {
+    return setItems(std::move(items), PasteboardOptions{});
+  }
 };
 
 /// What `Pasteboard::string()` is for items whose writer said nothing else: the text of the first item under

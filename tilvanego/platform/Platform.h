@@ -9,6 +9,7 @@
 #include <tilvanego/platform/Pasteboard.h>
 #include <tilvanego/platform/RandomSource.h>
 #include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/SystemClock.h>
 
 namespace tilvanego {
 
@@ -17,9 +18,10 @@ namespace tilvanego {
 /// A host may replace any member before it gives the platform to the library. One with an event loop of its
 /// own gives its main queue to `standard()`, so that the adapters report there.
 struct Platform {
-  /// Not owned; outlives the platform.
+  /// Not owned. It may end before the platform and the library do: what they would post then is dropped.
   MainQueue* mainQueue;
-  /// Shared, since an expiring pasteboard may read the same clock.
+  /// Shared, since an expiring pasteboard reads the same clock: a host with a clock of its own gives it to
+  /// `standard()`, since replacing this member leaves the pasteboard on the earlier one.
   std::shared_ptr<const Clock> clock;
   std::unique_ptr<RandomSource> randomSource;
   std::unique_ptr<DebugOutput> debugOutput;
@@ -28,8 +30,9 @@ struct Platform {
 
   /// What works on a Linux desktop or till with no configuration: links are opened by `xdg-open`, the
   /// pasteboard is the user's `PasteboardStore`, time is the system's, random bytes are OpenSSL's, debug
-  /// lines go to standard output.
-  static Platform standard(MainQueue& mainQueue = RunLoop::main());
+  /// lines go to standard output. All of it goes by `clock`, which isn't null.
+  static Platform standard(MainQueue& mainQueue = RunLoop::main(),
+                           std::shared_ptr<const Clock> clock = std::make_shared<const SystemClock>());
 };
 
 }  // namespace tilvanego

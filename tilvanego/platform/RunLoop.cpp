@@ -37,6 +37,8 @@ class RunLoop::Drain {
 
 RunLoop::RunLoop() : mainThread_(std::this_thread::get_id()) {}
 
+RunLoop::~RunLoop() { end(); }
+
 RunLoop& RunLoop::main() {
   // Never destroyed: threads that outlive the program's main function may still post to it.
   static RunLoop& loop = *new RunLoop;

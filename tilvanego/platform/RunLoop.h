@@ -15,7 +15,8 @@ namespace tilvanego {
 /// The main queue of a host without an event loop of its own: a serial executor that the host drains.
 ///
 /// The main thread is the thread that drains the loop; before the first drain, the thread that made it.
-/// Draining from two threads at once terminates the process. Blocks that never ran are dropped with the loop.
+/// Draining from two threads at once terminates the process. Blocks that never ran are dropped with the loop,
+/// and so are those that the library's threads post later on: a loop may live in `main`.
 ///
 /// A block may drain the loop again; the inner drain goes on with the next block. What a block throws leaves
 /// the drain that ran it, the block is gone, and the loop can be drained further.
@@ -48,7 +49,7 @@ class RunLoop final : public MainQueue {
   /// is called for each post, on the posting thread, and at once if blocks are waiting already. It is called
   /// with the queue locked: it must be short and must not call the loop. It only listens: what it throws is
   /// dropped after one line on standard error. When this returns, an earlier function isn't running and won't
-  /// be called again. An empty function means none.
+  /// be called again. An empty function means none; one that uses what ends before the loop is taken away so.
   void setWakeUp(std::function<void()> wakeUp);
 
  private:

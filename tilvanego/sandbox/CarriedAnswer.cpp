@@ -60,16 +60,14 @@ std::expected<PaymentHandoffEnvelope, detail::HandoffFailure> sealed(const Launc
       handoffId, label.requestId, createdAt, randomSource);
 }
 
-/// Whether the pasteboard has taken the envelope. It keeps one that has expired as long as a fresh one: else
-/// the host would find none, and couldn't refuse it.
-bool place(Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope, const Date& now) {
+/// Leaves the envelope on the pasteboard, or tells why it couldn't. One that has expired is kept as long as a
+/// fresh one: else the host would find none, and couldn't refuse it.
+std::expected<void, std::string> place(Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope,
+                                       const Date& now) {
   const auto text = json::encode(envelope, detail::envelopeFormat);
-  if (!text) return false;
-  PasteboardItem item;
-  for (const std::string_view type : detail::handoffTextTypes) item.emplace(type, *text);
+  if (!text) return std::unexpected(text.error().description());
   const Date keptUntil = Date::fromSecondsSince1970(now.secondsSince1970() + detail::handoffLifetime);
-  pasteboard.setItems({std::move(item)}, {.localOnly = true, .expirationDate = keptUntil});
-  return detail::pasteboardHandoffText(pasteboard) == text;
+  return detail::placeHandoffText(pasteboard, *text, keptUntil);
 }
 
 std::expected<detail::CompressedPayload, detail::URLPayloadFailure> compressed(const LaunchLink& link,
@@ -123,7 +121,9 @@ std::expected<std::vector<QueryItem>, SandboxError> sealedAnswer(const LaunchLin
   auto envelope = sealed(link, decision, *sealedId, createdAt, *ports.randomSource);
   if (!envelope) return wrong("the answer couldn't be sealed");
   if (decision.outcome == Outcome::tampered) tamper(envelope->ciphertext);
-  if (!place(*ports.pasteboard, *envelope, now)) return wrong("the pasteboard didn't take the answer");
+  if (const auto placed = place(*ports.pasteboard, *envelope, now); !placed) {
+    return wrong("the pasteboard didn't keep the answer: " + placed.error());
+  }
   return std::vector<QueryItem>{
       {"transport", std::string(rawText(Transport::pasteboard))},
       {"resultHandoffId", *namedId},

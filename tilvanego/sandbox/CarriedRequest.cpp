@@ -43,6 +43,7 @@ std::string described(const HandoffFailure& failure) {
   if (std::holds_alternative<detail::HandoffCipherError>(failure)) {
     return "can't be decrypted: it was changed, or sealed for another link";
   }
+  if (const auto* pasteboard = std::get_if<detail::PasteboardFailure>(&failure)) return pasteboard->reason;
   switch (std::get<PaymentHandoffError>(failure)) {
     case PaymentHandoffError::payloadMissing:
       return "isn't this link's, or there is none";

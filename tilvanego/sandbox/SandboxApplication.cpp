@@ -11,12 +11,13 @@ SandboxApplication::SandboxApplication(MainQueue& mainQueue, std::function<void(
 
 void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)> completionHandler) {
   const bool opened = installed_ && equalIgnoringCase(url.scheme().value_or(""), "tilvanego");
-  post([handler = std::move(completionHandler), opened] { handler(opened); });
+  const auto request = requests_->add(url, std::move(completionHandler));
+  post([request, opened](OpenRequests& requests) { requests.answer(request, opened); });
   if (!opened) return;
 
   const auto handled = handle(url);
   if (handled && handled->callback) {
-    post([open = openCallback_, callback = *handled->callback] { open(callback); });
+    post([open = openCallback_, callback = *handled->callback](OpenRequests&) { open(callback); });
   }
   // A copy: the observer may set another one.
   if (const Observer observer = observer_) observer(URL(url), handled);
@@ -35,9 +36,9 @@ std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::han
   return Handled{*std::move(request), decision.outcome, *std::move(callback)};
 }
 
-void SandboxApplication::post(std::function<void()> block) {
-  mainQueue_.post([alive = std::weak_ptr(alive_), block = std::move(block)] {
-    if (!alive.expired()) block();
+void SandboxApplication::post(std::function<void(OpenRequests& requests)> block) {
+  mainQueue_.post([weak = std::weak_ptr(requests_), block = std::move(block)] {
+    if (const auto requests = weak.lock()) block(*requests);
   });
 }
 

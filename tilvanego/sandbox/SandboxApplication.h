@@ -8,6 +8,7 @@
 
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/MainQueue.h>
+#include <tilvanego/platform/OpenRequests.h>
 #include <tilvanego/sandbox/HandoffPorts.h>
 #include <tilvanego/sandbox/LaunchLink.h>
 #include <tilvanego/sandbox/Outcome.h>
@@ -30,13 +31,14 @@ class SandboxApplication final : public Application {
   /// Hears of each link within its open request, what became of it or why it can't be read or answered.
   using Observer = std::function<void(const URL& link, const std::expected<Handled, SandboxError>& handled)>;
 
-  /// `openCallback` takes each callback URL, in a block of its own on `mainQueue`, which outlives this.
+  /// `openCallback` takes each callback URL, in a block of its own on `mainQueue`.
   /// `ports` hold the host's own pasteboard and clock; without them payments by pasteboard can't be read.
   SandboxApplication(MainQueue& mainQueue, std::function<void(const URL& callback)> openCallback,
                      const HandoffPorts& ports = {});
 
   /// Opens links of the scheme "tilvanego" as long as the application is installed. One that can't be read,
-  /// or answered as decided, is opened and never answered.
+  /// or answered as decided, is opened and never answered. A request that a newer one has overtaken counts as
+  /// opened, as `OpenRequests` says.
   void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
 
   /// What happens to every request from now on; nothing, as at first: the amount decides, and what has none
@@ -58,9 +60,9 @@ class SandboxApplication final : public Application {
 
  private:
   [[nodiscard]] std::expected<Handled, SandboxError> handle(const URL& link) const;
-  void post(std::function<void()> block);
+  void post(std::function<void(OpenRequests& requests)> block);
 
-  MainQueue& mainQueue_;
+  WeakMainQueue mainQueue_;
   std::function<void(const URL&)> openCallback_;
   HandoffPorts ports_;
   std::optional<Outcome> outcome_;
@@ -68,8 +70,8 @@ class SandboxApplication final : public Application {
   std::optional<TransportFault> fault_;
   bool installed_ = true;
   Observer observer_;
-  /// Blocks that outlive this do nothing.
-  std::shared_ptr<const char> alive_ = std::make_shared<const char>();
+  /// Held weakly by blocks, so that those which outlive this do nothing.
+  std::shared_ptr<OpenRequests> requests_ = std::make_shared<OpenRequests>();
 };
 
 }  // namespace tilvanego::sandbox

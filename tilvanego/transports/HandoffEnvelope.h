@@ -22,9 +22,15 @@ namespace tilvanego::detail {
 /// The faults that the handoff itself knows.
 enum class PaymentHandoffError { payloadMissing, payloadExpired, invalidPayload };
 
-/// Why an envelope couldn't be sealed or opened: one of those, or the cipher's or the JSON coder's own
+/// The pasteboard is missing or didn't keep an envelope.
+struct PasteboardFailure {
+  /// One sentence for the host's developer, with nothing of the envelope.
+  std::string reason;
+};
+
+/// Why an envelope couldn't be sealed, left or opened: one of those, or the cipher's or the JSON coder's own
 /// failure.
-using HandoffFailure = std::variant<PaymentHandoffError, HandoffCipherError, JSONError>;
+using HandoffFailure = std::variant<PaymentHandoffError, HandoffCipherError, JSONError, PasteboardFailure>;
 
 /// How long an envelope can be opened, in seconds.
 inline constexpr double handoffLifetime = 300;

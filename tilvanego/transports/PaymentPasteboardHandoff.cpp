@@ -52,6 +52,7 @@ std::expected<URL, HandoffFailure> unsealedCallback(const PaymentHandoffEnvelope
 
 /// What a host hears: the cipher's and the JSON reader's failures are one to it.
 PaymentError reported(const HandoffFailure& failure) {
+  if (std::holds_alternative<PasteboardFailure>(failure)) return PaymentError::PasteboardHandoffUnavailable{};
   const auto* error = std::get_if<PaymentHandoffError>(&failure);
   if (error == nullptr) return PaymentError::PasteboardHandoffDecryptionFailed{};
   switch (*error) {
@@ -71,23 +72,36 @@ PaymentResult failed(const HandoffFailure& failure) {
 
 }  // namespace
 
+std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard, const std::string& text,
+                                                  const Date& expiration) {
+  PasteboardItem item;
+  for (const std::string_view type : handoffTextTypes) item.emplace(type, text);
+  std::vector<PasteboardItem> items;
+  items.push_back(std::move(item));
+  try {
+    return pasteboard.setItems(std::move(items), {.localOnly = true, .expirationDate = expiration});
+  } catch (...) {
+    return std::unexpected("Pasteboard::setItems threw an exception.");
+  }
+}
+
 std::expected<void, HandoffFailure> writeHandoffEnvelope(Pasteboard& pasteboard,
                                                          const PaymentHandoffEnvelope& envelope) {
   const auto text = json::encode(envelope, envelopeFormat);
   if (!text) return std::unexpected(text.error());
-  PasteboardItem item;
-  for (const std::string_view type : handoffTextTypes) item.emplace(type, *text);
-  std::vector<PasteboardItem> items;
-  items.push_back(std::move(item));
-  pasteboard.setItems(std::move(items), {.localOnly = true, .expirationDate = envelope.expiresAt});
+  auto kept = placeHandoffText(pasteboard, *text, envelope.expiresAt);
+  if (!kept) return std::unexpected(PasteboardFailure{std::move(kept).error()});
   return {};
 }
 
-std::optional<std::string> pasteboardHandoffText(const Pasteboard& pasteboard) {
+std::optional<std::string> pasteboardHandoffText(const Pasteboard& pasteboard) try {
   if (auto text = pasteboard.string(); text && !text->empty()) return text;
   for (const PasteboardItem& item : pasteboard.items()) {
     if (auto text = textOf(item)) return text;
   }
+  return std::nullopt;
+} catch (...) {
+  // One that can't be read counts as empty.
   return std::nullopt;
 }
 
@@ -117,16 +131,25 @@ void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId) {
       envelope->handoffId != handoffId) {
     return;
   }
-  pasteboard.setItems({});
+  try {
+    // One that stays is gone when it expires.
+    [[maybe_unused]] const auto emptied = pasteboard.setItems({});
+  } catch (...) {
+  }
 }
 
-std::optional<URL> pasteboardPaymentAppURL(const PaymentRequest& request, const Platform& platform) {
+std::expected<URL, HandoffFailure> pasteboardPaymentAppURL(const PaymentRequest& request,
+                                                           const Platform& platform) {
+  if (!platform.pasteboard) return std::unexpected(PasteboardFailure{"The platform has no pasteboard."});
   const auto handoffId = makeHandoffId(*platform.randomSource);
-  if (!handoffId) return std::nullopt;
+  if (!handoffId) return std::unexpected(handoffId.error());
   const auto envelope =
       sealHandoffEnvelope(PaymentHandoffRequestPayload::of(request), PaymentHandoffDirection::request,
                           *handoffId, request.requestId(), platform.clock->now(), *platform.randomSource);
-  if (!envelope || !writeHandoffEnvelope(*platform.pasteboard, *envelope)) return std::nullopt;
+  if (!envelope) return std::unexpected(envelope.error());
+  if (auto written = writeHandoffEnvelope(*platform.pasteboard, *envelope); !written) {
+    return std::unexpected(std::move(written).error());
+  }
 
   LinkItems items;
   items.add("handoffId", *handoffId);
@@ -136,7 +159,8 @@ std::optional<URL> pasteboardPaymentAppURL(const PaymentRequest& request, const 
   items.add("requestId", request.requestId());
   auto url = writeLink(PaymentOperation::texts.target, items.items());
   platform.debugOutput->writeLine("PasteboardPaymentAppURL: " + redactedURLText(url));
-  return url;
+  if (!url) return std::unexpected(PaymentHandoffError::invalidPayload);
+  return *std::move(url);
 }
 
 std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& expectedCallbackURL,
@@ -148,6 +172,7 @@ std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& 
   const auto handoffId = queryValue(url, {"resultHandoffId", "result_handoff_id"});
   if (!handoffId) return std::nullopt;
 
+  if (!platform.pasteboard) return failed(PasteboardFailure{"The platform has no pasteboard."});
   Pasteboard& pasteboard = *platform.pasteboard;
   const Date now = platform.clock->now();
   const auto envelope = readHandoffEnvelope(pasteboard, *handoffId, now);

@@ -26,8 +26,15 @@ namespace tilvanego::detail {
 inline constexpr std::array<std::string_view, 3> handoffTextTypes{"public.utf8-plain-text",
                                                                   "public.plain-text", "public.text"};
 
+/// Replaces everything on the pasteboard by an item with this text under the types above, which doesn't leave
+/// the device and expires then. Fails, by a sentence for the host's developer, where the pasteboard doesn't
+/// keep it.
+[[nodiscard]] std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard,
+                                                                const std::string& text,
+                                                                const Date& expiration);
+
 /// Replaces everything on the pasteboard by the envelope, as an item that doesn't leave the device and is
-/// gone when the envelope expires. Whether the system took it can't be known.
+/// gone when the envelope expires. Fails with `PasteboardFailure` where the pasteboard doesn't keep it.
 [[nodiscard]] std::expected<void, HandoffFailure> writeHandoffEnvelope(
     Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope);
 
@@ -45,9 +52,9 @@ inline constexpr std::array<std::string_view, 3> handoffTextTypes{"public.utf8-p
 void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId);
 
 /// Seals a request, puts it on the pasteboard and gives the launch link that names it, which a debug line
-/// shows. Nothing if any of that fails.
-[[nodiscard]] std::optional<URL> pasteboardPaymentAppURL(const PaymentRequest& request,
-                                                         const Platform& platform);
+/// shows. Fails with `PasteboardFailure` where there is no pasteboard, or it doesn't keep the request.
+[[nodiscard]] std::expected<URL, HandoffFailure> pasteboardPaymentAppURL(const PaymentRequest& request,
+                                                                         const Platform& platform);
 
 /// What a callback means that names an envelope on the pasteboard. Nothing if it names none, or is another
 /// request's. A result that was found is gone from the pasteboard afterwards, whatever it says.

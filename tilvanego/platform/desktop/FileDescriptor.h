@@ -35,9 +35,9 @@ class FileDescriptor {
 inline bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const auto count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count >= 0) {
+    if (count > 0) {
       bytes = bytes.subspan(static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
+    } else if (count == 0 || errno != EINTR) {
       return false;
     }
   }

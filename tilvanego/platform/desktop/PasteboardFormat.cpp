@@ -17,22 +17,29 @@ namespace tilvanego::detail {
 namespace {
 
 constexpr std::string_view magic = "TVGPASTE";
-constexpr std::uint32_t version = 1;
+constexpr std::uint32_t version = 2;
 constexpr std::size_t headerSize = magic.size() + 3 * sizeof(std::uint32_t);
 constexpr std::uint8_t localOnlyFlag = 1;
 constexpr std::uint8_t expirationFlag = 2;
 constexpr std::uint8_t textKind = 0;
 constexpr std::uint8_t bytesKind = 1;
+constexpr std::uint8_t repeatedKind = 2;
+
+std::size_t sizeOf(const PasteboardValue& value) {
+  return std::visit([](const auto& range) { return range.size(); }, value);
+}
 
 class Writer {
  public:
+  explicit Writer(std::size_t size) { bytes_.reserve(size); }
+
   template <std::unsigned_integral Integer>
   void integer(Integer value) {
     for (unsigned shift = 0; shift < 8 * sizeof value; shift += 8) {
       bytes_.push_back(static_cast<std::uint8_t>(value >> shift));
     }
   }
-  // Lengths are checked as a whole at the end: nothing near four gigabytes passes.
+  // Lengths were checked as a whole before: nothing near four gigabytes passes.
   void count(std::size_t value) { integer(static_cast<std::uint32_t>(value)); }
   void raw(const auto& range) { bytes_.insert(bytes_.end(), range.begin(), range.end()); }
   void block(const auto& range) {
@@ -68,6 +75,12 @@ class Reader {
     fail();
     return 0;
   }
+  // Takes memory for a value into account; false, and a fault, for more than all values may have.
+  bool claim(std::size_t size) {
+    if (size > bytesLeft_) fail();
+    if (!failed_) bytesLeft_ -= size;
+    return !failed_;
+  }
   void fail() {
     failed_ = true;
     rest_ = {};
@@ -87,26 +100,60 @@ class Reader {
   }
 
   std::span<const std::uint8_t> rest_;
+  std::size_t bytesLeft_ = maximumPasteboardValues;
   bool failed_ = false;
 };
 
-bool isWritable(const PasteboardContents& contents) {
-  if (contents.options.expirationDate &&
-      !std::isfinite(contents.options.expirationDate->secondsSince1970())) {
-    return false;
-  }
-  if (contents.items.size() > maximumPasteboardEntries) return false;
-  std::size_t entries = 0;
-  std::size_t size = 0;
+// The size of a file with these contents, whatever they are.
+std::size_t fileSize(const PasteboardContents& contents) {
+  constexpr std::size_t countSize = sizeof(std::uint32_t);
+  std::size_t size = headerSize + 1 + countSize;
+  if (contents.options.expirationDate) size += sizeof(double);
   for (const auto& item : contents.items) {
-    entries += item.size();
+    size += countSize;
+    const PasteboardValue* before = nullptr;
     for (const auto& [type, value] : item) {
-      const auto* text = std::get_if<std::string>(&value);
-      if (!isValidUTF8(type) || (text && !isValidUTF8(*text))) return false;
-      size += type.size() + std::visit([](const auto& range) { return range.size(); }, value);
+      size += countSize + type.size() + 1;
+      if (before == nullptr || *before != value) size += countSize + sizeOf(value);
+      before = &value;
     }
   }
-  return entries <= maximumPasteboardEntries && size <= maximumPasteboardFile;
+  return size;
+}
+
+std::string tooMuch(std::string_view what, std::size_t size, std::string_view unit, std::size_t limit) {
+  return std::string(what) + " " + std::to_string(size) + " " + std::string(unit) + ", and at most " +
+         std::to_string(limit) + " fit.";
+}
+
+// Why there is no file with these contents.
+std::optional<std::string> faultOf(const PasteboardContents& contents) {
+  const auto& [items, options] = contents;
+  if (options.expirationDate && !std::isfinite(options.expirationDate->secondsSince1970())) {
+    return "The expiration date isn't finite.";
+  }
+  std::size_t entries = 0;
+  std::size_t bytes = 0;
+  for (const auto& item : items) {
+    entries += item.size();
+    for (const auto& [type, value] : item) bytes += sizeOf(value);
+  }
+  if (const auto most = std::max(items.size(), entries); most > maximumPasteboardEntries) {
+    return tooMuch("There are", most, "items or values", maximumPasteboardEntries);
+  }
+  if (bytes > maximumPasteboardValues) {
+    return tooMuch("The values together have", bytes, "bytes", maximumPasteboardValues);
+  }
+  if (const auto size = fileSize(contents); size > maximumPasteboardFile) {
+    return tooMuch("The file would have", size, "bytes", maximumPasteboardFile);
+  }
+  for (const auto& item : items) {
+    for (const auto& [type, value] : item) {
+      const auto* text = std::get_if<std::string>(&value);
+      if (!isValidUTF8(type) || (text && !isValidUTF8(*text))) return "A text isn't UTF-8.";
+    }
+  }
+  return std::nullopt;
 }
 
 void writeBody(Writer& writer, const PasteboardContents& contents) {
@@ -119,10 +166,16 @@ void writeBody(Writer& writer, const PasteboardContents& contents) {
   writer.count(items.size());
   for (const auto& item : items) {
     writer.count(item.size());
+    const PasteboardValue* before = nullptr;
     for (const auto& [type, value] : item) {
       writer.block(type);
+      if (before != nullptr && *before == value) {
+        writer.integer(repeatedKind);
+        continue;
+      }
       writer.integer(std::holds_alternative<std::string>(value) ? textKind : bytesKind);
       std::visit([&writer](const auto& range) { writer.block(range); }, value);
+      before = &value;
     }
   }
 }
@@ -134,12 +187,23 @@ std::string text(Reader& reader) {
   return text;
 }
 
-PasteboardValue readValue(Reader& reader) {
+// `before` is the item's value before this one, null for its first.
+PasteboardValue readValue(Reader& reader, const PasteboardValue* before) {
   const auto kind = reader.integer<std::uint8_t>();
-  if (kind == textKind) return text(reader);
-  if (kind != bytesKind) reader.fail();
-  const auto bytes = reader.block();
-  return Bytes(bytes.begin(), bytes.end());
+  if (kind == repeatedKind && before != nullptr) {
+    return reader.claim(sizeOf(*before)) ? *before : PasteboardValue{};
+  }
+  PasteboardValue value;
+  if (kind == textKind) {
+    value = text(reader);
+  } else if (kind == bytesKind) {
+    const auto bytes = reader.block();
+    value = Bytes(bytes.begin(), bytes.end());
+  } else {
+    reader.fail();
+  }
+  if (!reader.claim(sizeOf(value)) || (before != nullptr && *before == value)) reader.fail();
+  return value;
 }
 
 PasteboardOptions readOptions(Reader& reader) {
@@ -158,7 +222,7 @@ PasteboardItem readItem(Reader& reader, std::size_t values) {
   for (std::size_t index = 0; index < values && !reader.failed(); ++index) {
     auto type = text(reader);
     if (!item.empty() && type <= item.rbegin()->first) reader.fail();
-    auto value = readValue(reader);
+    auto value = readValue(reader, item.empty() ? nullptr : &item.rbegin()->second);
     item.insert_or_assign(item.end(), std::move(type), std::move(value));
   }
   return item;
@@ -182,7 +246,7 @@ std::optional<PasteboardContents> readBody(std::span<const std::uint8_t> body) {
 }  // namespace
 
 Bytes pasteboardFileHeader(std::span<const std::uint8_t> body) {
-  Writer header;
+  Writer header(headerSize);
   header.raw(magic);
   header.integer(version);
   header.count(body.size());
@@ -190,14 +254,13 @@ Bytes pasteboardFileHeader(std::span<const std::uint8_t> body) {
   return std::move(header.bytes());
 }
 
-std::optional<Bytes> encodePasteboard(const PasteboardContents& contents) {
-  if (!isWritable(contents)) return std::nullopt;
-  Writer body;
-  writeBody(body, contents);
-  Writer file;
-  file.raw(pasteboardFileHeader(body.bytes()));
-  file.raw(body.bytes());
-  if (file.bytes().size() > maximumPasteboardFile) return std::nullopt;
+std::expected<Bytes, std::string> encodePasteboard(const PasteboardContents& contents) {
+  if (auto fault = faultOf(contents)) return std::unexpected(*std::move(fault));
+  // The header stands in front of what it is made of: its place is kept.
+  Writer file(fileSize(contents));
+  file.raw(Bytes(headerSize));
+  writeBody(file, contents);
+  std::ranges::copy(pasteboardFileHeader(std::span(file.bytes()).subspan(headerSize)), file.bytes().begin());
   return std::move(file.bytes());
 }
 

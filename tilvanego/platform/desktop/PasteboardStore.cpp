@@ -1,5 +1,6 @@
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <utility>
 
@@ -13,6 +14,8 @@ namespace {
 
 constexpr const char* fileName = "pasteboard";
 constexpr const char* lockName = "pasteboard.lock";
+// The main thread stands still so long: others write for milliseconds.
+constexpr std::chrono::seconds longestLockWait(1);
 
 std::filesystem::path defaultDirectory() {
   const std::string user = std::to_string(geteuid());
@@ -32,12 +35,12 @@ std::optional<PasteboardContents> readContents(const detail::PrivateDirectory& d
 // Another process may have written since the file was read: it is read again with all writers locked out.
 // Where a writer is at work, its own file takes the expired one's place.
 void removeExpired(const detail::PrivateDirectory& directory, const Clock& clock) {
-  const auto lock = directory.lock(lockName, false);
+  const auto lock = directory.lock(lockName, std::chrono::milliseconds(0));
   if (!lock) return;
   const auto contents = readContents(directory);
   if (!contents || !isExpired(contents->options, clock.now())) return;
   // One that can't be removed still reads as empty.
-  [[maybe_unused]] const auto failure = directory.remove(fileName);
+  [[maybe_unused]] const auto removed = directory.remove(fileName);
 }
 
 }  // namespace
@@ -52,9 +55,16 @@ std::optional<std::string> PasteboardStore::string() const { return pasteboardSt
 
 std::vector<PasteboardItem> PasteboardStore::items() const { return contents().items; }
 
-void PasteboardStore::setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) {
-  // The port has no way to tell a failure.
-  [[maybe_unused]] const auto failure = replaceContents({std::move(items), options});
+std::expected<void, std::string> PasteboardStore::setItems(std::vector<PasteboardItem> items,
+                                                           const PasteboardOptions& options) {
+  const bool empty = items.empty();
+  const auto file = detail::encodePasteboard({std::move(items), options});
+  if (!file) return std::unexpected(file.error());
+  const auto directory = detail::PrivateDirectory::open(directory_, true);
+  if (!directory) return std::unexpected(directory.error());
+  const auto lock = directory->lock(lockName, longestLockWait);
+  if (!lock) return std::unexpected(lock.error());
+  return empty ? directory->remove(fileName) : directory->replace(fileName, *file);
 }
 
 PasteboardContents PasteboardStore::contents() const {
@@ -65,16 +75,6 @@ PasteboardContents PasteboardStore::contents() const {
   if (!isExpired(contents->options, clock_->now())) return std::move(*contents);
   removeExpired(*directory, *clock_);
   return {};
-}
-
-std::error_code PasteboardStore::replaceContents(const PasteboardContents& contents) {
-  const auto file = detail::encodePasteboard(contents);
-  if (!file) return std::make_error_code(std::errc::invalid_argument);
-  const auto directory = detail::PrivateDirectory::open(directory_, true);
-  if (!directory) return directory.error();
-  const auto lock = directory->lock(lockName, true);
-  if (!lock) return lock.error();
-  return contents.items.empty() ? directory->remove(fileName) : directory->replace(fileName, *file);
 }
 
 }  // namespace tilvanego

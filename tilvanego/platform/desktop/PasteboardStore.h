@@ -1,10 +1,10 @@
 #pragma once
 
+#include <expected>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include <tilvanego/platform/Clock.h>
@@ -18,7 +18,10 @@ namespace tilvanego {
 ///
 /// Each write replaces the file at once, and a reader finds all of one write or all of another. A file that
 /// is torn, foreign, open to others or larger than 16 MiB reads as an empty pasteboard, and so does one past
-/// its expiration date, which is removed on the way. Up to 4096 items with up to 4096 values together fit.
+/// its expiration date, which is removed on the way. Up to 4096 items with up to 4096 values together fit; of
+/// values of an item that follow each other and are equal, as the texts of a payment are, the file has one.
+///
+/// Writers wait for each other, for a second at most.
 ///
 /// Objects may be used on any thread, one thread at a time each.
 class PasteboardStore final : public Pasteboard {
@@ -37,16 +40,14 @@ class PasteboardStore final : public Pasteboard {
   [[nodiscard]] std::optional<std::string> string() const override;
   [[nodiscard]] std::vector<PasteboardItem> items() const override;
 
-  /// Leaves the pasteboard as it is where `replaceContents` gives an error.
-  void setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) override;
+  /// Keeps nothing, and leaves the pasteboard as it is, where more is given than fits, a text that isn't
+  /// UTF-8 or a date that isn't finite; where the directory isn't private or can't be written; and where
+  /// another program holds the lock for more than a second.
+  [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
+                                                          const PasteboardOptions& options) override;
 
   /// What lies there, with its options; empty with default options if there is nothing.
   [[nodiscard]] PasteboardContents contents() const;
-
-  /// Replaces everything; no items remove the file. `invalid_argument` is the error for more than fits,
-  /// text that isn't UTF-8 and a date that isn't finite; `permission_denied` for a directory that isn't
-  /// private; else the system's. On an error nothing has changed.
-  [[nodiscard]] std::error_code replaceContents(const PasteboardContents& contents);
 
   [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
 

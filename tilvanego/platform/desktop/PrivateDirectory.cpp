@@ -1,6 +1,8 @@
 #include <tilvanego/platform/desktop/PrivateDirectory.h>
 
 #include <cerrno>
+#include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -13,7 +15,11 @@ constexpr mode_t ownerDirectory = S_IRWXU;
 constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
 constexpr mode_t rightsOfOthers = S_IRWXG | S_IRWXO;
 
-std::error_code lastError() { return {errno, std::generic_category()}; }
+// A sentence with the cause in `errno`.
+std::unexpected<std::string> failedAt(const std::filesystem::path& path, const char* what) {
+  const int cause = errno;
+  return std::unexpected(path.string() + " " + what + ": " + std::generic_category().message(cause) + ".");
+}
 
 bool isPrivate(const struct stat& status) {
   return status.st_uid == geteuid() && (status.st_mode & rightsOfOthers) == 0;
@@ -36,15 +42,26 @@ std::optional<std::size_t> readFully(int descriptor, std::span<std::uint8_t> byt
 
 }  // namespace
 
-std::expected<PrivateDirectory, std::error_code> PrivateDirectory::open(const std::filesystem::path& path,
-                                                                        bool create) {
-  if (create && mkdir(path.c_str(), ownerDirectory) != 0 && errno != EEXIST)
-    return std::unexpected(lastError());
+HeldLock::~HeldLock() {
+  // Closing alone would leave the lock to a child that was forked meanwhile.
+  if (file_) flock(file_.get(), LOCK_UN);
+}
+
+std::expected<PrivateDirectory, std::string> PrivateDirectory::open(const std::filesystem::path& path,
+                                                                    bool create) {
+  if (create && mkdir(path.c_str(), ownerDirectory) != 0 && errno != EEXIST) {
+    return failedAt(path, "can't be made");
+  }
   FileDescriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status{};
-  if (!directory || fstat(directory.get(), &status) != 0) return std::unexpected(lastError());
-  if (!isPrivate(status)) return std::unexpected(std::make_error_code(std::errc::permission_denied));
-  return PrivateDirectory(std::move(directory));
+  if (!directory || fstat(directory.get(), &status) != 0) {
+    return failedAt(path, "can't be opened as a directory");
+  }
+  if (status.st_uid != geteuid()) return std::unexpected(path.string() + " belongs to another user.");
+  if (!isPrivate(status)) {
+    return std::unexpected(path.string() + " is open to other users; its mode must be 0700.");
+  }
+  return PrivateDirectory(path, std::move(directory));
 }
 
 std::optional<Bytes> PrivateDirectory::read(const std::string& name, std::size_t limit) const {
@@ -62,42 +79,56 @@ std::optional<Bytes> PrivateDirectory::read(const std::string& name, std::size_t
   return bytes;
 }
 
-std::error_code PrivateDirectory::replace(const std::string& name,
-                                          std::span<const std::uint8_t> bytes) const {
+std::unexpected<std::string> PrivateDirectory::failed(const std::string& name, const char* what) const {
+  return failedAt(path_ / name, what);
+}
+
+std::expected<void, std::string> PrivateDirectory::replace(const std::string& name,
+                                                           std::span<const std::uint8_t> bytes) const {
   const std::string fresh = name + ".new";
   // One that a writer left behind as it was killed.
-  if (const auto failure = remove(fresh)) return failure;
+  if (auto removed = remove(fresh); !removed) return removed;
+  std::expected<void, std::string> replaced;
   {
     const FileDescriptor file(openat(directory_.get(), fresh.c_str(),
                                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerFile));
-    if (!file) return lastError();
+    if (!file) return failed(fresh, "can't be made");
     // The user's file creation mask may have taken a right away.
     if (fchmod(file.get(), ownerFile) != 0 || !writeFully(file.get(), bytes)) {
-      const auto failure = lastError();
-      unlinkat(directory_.get(), fresh.c_str(), 0);
-      return failure;
+      replaced = failed(fresh, "can't be written");
     }
   }
-  if (renameat(directory_.get(), fresh.c_str(), directory_.get(), name.c_str()) == 0) return {};
-  const auto failure = lastError();
-  unlinkat(directory_.get(), fresh.c_str(), 0);
-  return failure;
+  if (replaced && renameat(directory_.get(), fresh.c_str(), directory_.get(), name.c_str()) != 0) {
+    replaced = failed(name, "can't be replaced");
+  }
+  if (!replaced) unlinkat(directory_.get(), fresh.c_str(), 0);
+  return replaced;
 }
 
-std::error_code PrivateDirectory::remove(const std::string& name) const {
+std::expected<void, std::string> PrivateDirectory::remove(const std::string& name) const {
   if (unlinkat(directory_.get(), name.c_str(), 0) == 0 || errno == ENOENT) return {};
-  return lastError();
+  return failed(name, "can't be removed");
 }
 
-std::expected<FileDescriptor, std::error_code> PrivateDirectory::lock(const std::string& name,
-                                                                      bool wait) const {
+std::expected<HeldLock, std::string> PrivateDirectory::lock(const std::string& name,
+                                                            std::chrono::milliseconds longestWait) const {
+  // Shorter than a writer needs from one write to its next: with more, a busy one would keep all others out.
+  constexpr std::chrono::microseconds betweenTries(20);
   FileDescriptor file(openat(directory_.get(), name.c_str(),
                              O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, ownerFile));
-  if (!file) return std::unexpected(lastError());
-  while (flock(file.get(), wait ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EINTR) return std::unexpected(lastError());
+  if (!file) return failed(name, "can't be opened");
+  // The system has no lock with a time, so that this asks again and again.
+  const auto deadline = std::chrono::steady_clock::now() + longestWait;
+  while (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EINTR) continue;
+    if (errno != EWOULDBLOCK) return failed(name, "can't be locked");
+    if (std::chrono::steady_clock::now() >= deadline) {
+      return std::unexpected((path_ / name).string() + " is locked by another program, and still was after " +
+                             std::to_string(longestWait.count()) + " ms.");
+    }
+    std::this_thread::sleep_for(betweenTries);
   }
-  return file;
+  return HeldLock(std::move(file));
 }
 
 bool isOwnDirectory(const std::filesystem::path& path) {

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <new>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -20,10 +21,10 @@ class FileActions {
 
   // False if memory is short.
   bool set() {
-    return !failed_ &&
+    // Closing comes first: a host that has used up its descriptors leaves none to open anything.
+    return !failed_ && posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1) == 0 &&
            posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0) == 0 &&
-           posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0) == 0 &&
-           posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1) == 0;
+           posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0) == 0;
   }
   const posix_spawn_file_actions_t* get() const { return &actions_; }
 
@@ -57,7 +58,7 @@ class Attributes {
 
 }  // namespace
 
-std::optional<pid_t> spawnProgram(const std::vector<std::string>& words) {
+std::optional<pid_t> spawnProgram(const std::vector<std::string>& words) try {
   FileActions actions;
   Attributes attributes;
   if (words.empty() || !actions.set() || !attributes.set()) return std::nullopt;
@@ -73,6 +74,8 @@ std::optional<pid_t> spawnProgram(const std::vector<std::string>& words) {
       posix_spawnp(&process, arguments.front(), actions.get(), attributes.get(), arguments.data(), environ);
   if (failure != 0) return std::nullopt;
   return process;
+} catch (const std::bad_alloc&) {
+  return std::nullopt;
 }
 
 bool waitForSuccess(pid_t process) {

@@ -12,9 +12,11 @@ std::optional<std::string> MemoryPasteboard::string() const {
 
 std::vector<PasteboardItem> MemoryPasteboard::items() const { return contents().items; }
 
-void MemoryPasteboard::setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) {
+std::expected<void, std::string> MemoryPasteboard::setItems(std::vector<PasteboardItem> items,
+                                                            const PasteboardOptions& options) {
   contents_ = {std::move(items), options};
   string_.reset();
+  return {};
 }
 
 PasteboardContents MemoryPasteboard::contents() const {

@@ -17,7 +17,8 @@ class MemoryPasteboard final : public Pasteboard {
 
   [[nodiscard]] std::optional<std::string> string() const override;
   [[nodiscard]] std::vector<PasteboardItem> items() const override;
-  void setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) override;
+  [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
+                                                          const PasteboardOptions& options) override;
 
   /// What lies there, with its options; empty with default options once it has expired.
   [[nodiscard]] PasteboardContents contents() const;
