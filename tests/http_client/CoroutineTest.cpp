@@ -138,15 +138,28 @@ TEST(SuspendingExecute, EndsOnceWhateverThreadIsFirst) {
   EXPECT_EQ(succeeded + stopped + unsent, rounds);
 }
 
-TEST(SuspendingExecute, OtherExceptionsArriveAsAnErrorResponse) {
+/// A kind of a host's own that sends nothing.
+class Refusing : public URLSessionDecodableRequestBuilder {
+ public:
+  using URLSessionDecodableRequestBuilder::URLSessionDecodableRequestBuilder;
+  using RequestBuilder::execute;
+  std::shared_ptr<RequestTask> execute(Completion) override { throw std::range_error("no signature"); }
+};
+
+TEST(SuspendingExecute, AnotherExceptionIsWithinReachInTheErrorResponse) {
   TestClient client({httpAnswer(200)});
-  client.interceptor->onIntercept = [](const URLRequest&, const auto&) {
-    throw std::runtime_error("no signature");
-  };
-  Outcome outcome;
-  await(client.builder<std::string>(), {}, outcome);
-  EXPECT_EQ(outcome.code, ErrorResponse::notExecuted);
-  EXPECT_EQ(outcome.cause, "no signature");
+  client.configuration->setRequestBuilderFactory(
+      std::make_shared<FactoryOverSession<URLSessionRequestBuilder, Refusing>>(client.session.session));
+  try {
+    (void)client.builder<std::string>().execute().wait();
+    FAIL();
+  } catch (const ErrorResponse& error) {
+    EXPECT_EQ(error.code(), ErrorResponse::notExecuted);
+    EXPECT_EQ(error.underlyingFailure().description(), "no signature");
+    const auto* cause = error.underlyingFailure().as<ExceptionFailure>();
+    ASSERT_NE(cause, nullptr);
+    EXPECT_THROW(std::rethrow_exception(cause->exception()), std::range_error);
+  }
 }
 
 TEST(SuspendingExecute, ADroppedCallIsNotResumed) {

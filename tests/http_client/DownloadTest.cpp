@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
+#include <tilvanego/http_client/CachesDirectory.h>
 #include <tilvanego/http_client/FileDownload.h>
 #include <tilvanego/values/UUID.h>
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -34,7 +36,7 @@ std::vector<std::string> filesIn(const fs::path& directory) {
 
 class Download : public testing::Test {
  protected:
-  Download() { setenv("XDG_CACHE_HOME", caches.c_str(), 1); }
+  Download() { setenv("XDG_CACHE_HOME", (directory.path() / "all").c_str(), 1); }
   ~Download() override { unsetenv("XDG_CACHE_HOME"); }
 
   std::expected<Response<URL>, ErrorResponse> get(const std::string& path,
@@ -50,7 +52,8 @@ class Download : public testing::Test {
   }
 
   const TemporaryDirectory directory;
-  const fs::path caches = directory.path() / "caches";
+  /// The program's own directory, named after the program's file.
+  const fs::path caches = directory.path() / "all" / "http_client_test";
 };
 
 TEST_F(Download, GoesUnderThePathOfTheURLWithTheNameOfTheAnswer) {
@@ -178,21 +181,53 @@ TEST_F(Download, NothingToWriteIsAFailure) {
   EXPECT_TRUE(get("/a", "filename=b", Data()));
 }
 
-TEST_F(Download, GoesToTheCachesDirectoryOfTheHomeDirectoryOrFails) {
+TEST_F(Download, GoesToADirectoryOfTheProgramsOwnThatTheHostMayName) {
+  const auto permissions = [](const fs::path& path) { return fs::status(path).permissions(); };
+  const auto result = get("/", "filename=state.db");
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->body.path(), (caches / "state.db").string());
+  for (const fs::path& made : {directory.path() / "all", caches}) {
+    EXPECT_EQ(permissions(made), fs::perms::owner_all) << made;
+  }
+  // A link in the user's caches directory is the user's affair; whatever else stands there is left alone.
+  CachesDirectory::setName("com.example.till");
+  fs::create_directory(directory.path() / "elsewhere");
+  fs::create_directory_symlink(directory.path() / "elsewhere", directory.path() / "all" / "com.example.till");
+  EXPECT_TRUE(get("/a", "filename=b"));
+  CachesDirectory::setName("state.db");
+  std::ofstream(directory.path() / "all" / "state.db") << "another program's";
+  const auto taken = get("/", "filename=b");
+  CachesDirectory::setName("http_client_test");
+  EXPECT_EQ(contents(directory.path() / "elsewhere/a/b"), "body");
+  ASSERT_FALSE(taken);
+  EXPECT_EQ(taken.error().underlyingFailure().as<FileWriteError>()->path,
+            (directory.path() / "all/state.db").string());
+  EXPECT_EQ(contents(directory.path() / "all/state.db"), "another program's");
+}
+
+TEST_F(Download, GoesBelowTheHomeDirectoryOrFails) {
   unsetenv("XDG_CACHE_HOME");
   const char* home = std::getenv("HOME");
   const std::string kept = home != nullptr ? home : "";
   setenv("HOME", directory.path().c_str(), 1);
   const auto result = get("/a", "filename=b");
   setenv("XDG_CACHE_HOME", "relative", 1);
-  EXPECT_EQ(detail::userCachesDirectory(), directory.path() / ".cache");
+  EXPECT_EQ(CachesDirectory::path(), directory.path() / ".cache/http_client_test");
   unsetenv("HOME");
   const auto nowhere = get("/a", "filename=b");
   setenv("HOME", kept.c_str(), 1);
   ASSERT_TRUE(result);
-  EXPECT_EQ(result->body.path(), (directory.path() / ".cache/a/b").string());
+  EXPECT_EQ(result->body.path(), (directory.path() / ".cache/http_client_test/a/b").string());
   ASSERT_FALSE(nowhere);
   EXPECT_EQ(nowhere.error().code(), ErrorResponse::downloadFailed);
+}
+
+TEST(CachesDirectoryDeathTest, ANameIsOneName) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EQ(CachesDirectory::name(), "http_client_test");
+  for (const std::string name : {"", ".", "..", "a/b", "/etc"}) {
+    EXPECT_EXIT(CachesDirectory::setName(name), testing::KilledBySignal(SIGABRT), "takes one name");
+  }
 }
 
 }  // namespace

@@ -124,7 +124,7 @@ TEST(Execution, MakesABodyOfEachType) {
     auto result = client.run<T>();
     EXPECT_TRUE(result) << result.error().description();
     EXPECT_EQ(result->statusCode, 200);
-    EXPECT_EQ(result->header, (std::map<std::string, std::string>{{"X-Answer", "yes"}}));
+    EXPECT_EQ(result->header, (ResponseHeader{{"X-Answer", "yes"}}));
     EXPECT_EQ(
         client.interceptor->takeEvents(),
         (Events{"main: intercept GET", "main: willSend GET",
@@ -157,7 +157,18 @@ TEST(Execution, MakesABodyOfEachType) {
 
 TEST(Execution, AHeaderValueThatIsNoTextIsMissing) {
   TestClient client({httpAnswer(200, Data(), {{"Good", "yes"}, {"Bad", "\xFF"}})});
-  EXPECT_EQ(client.run<std::string>()->header, (std::map<std::string, std::string>{{"Good", "yes"}}));
+  EXPECT_EQ(client.run<std::string>()->header, (ResponseHeader{{"Good", "yes"}}));
+}
+
+TEST(Execution, AHeaderFieldIsFoundWhateverItsCase) {
+  for (const std::string_view written : {"Content-Type", "content-type", "CONTENT-TYPE"}) {
+    TestClient client({httpAnswer(200, Data(), {{"X_", "1"}, {written, "text/plain"}, {"x-Long", "2"}})});
+    const auto header = client.run<std::string>()->header;
+    ASSERT_EQ(header.size(), 3U);
+    EXPECT_EQ(header.at("Content-Type"), "text/plain");
+    EXPECT_EQ(header.find(std::string_view("cONTENT-tYPE"))->first, written) << "shown as it was written";
+    EXPECT_TRUE(header.contains("X-LONG") && header.contains("x_") && !header.contains("x-lon"));
+  }
 }
 
 TEST(Execution, MethodAndContentTypeChooseTheEncoding) {

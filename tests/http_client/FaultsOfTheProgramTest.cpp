@@ -5,10 +5,16 @@
 
 #include "tests/http_client/TestClient.h"
 
-namespace tilvanego::test {
-namespace {
-
+namespace tilvanego {
+namespace test {
 struct Opaque {};
+}  // namespace test
+
+template <>
+inline constexpr bool isMadeByOwnKind<test::Opaque> = true;
+
+namespace test {
+namespace {
 
 template <typename T>
 void run(RequestBuilderArguments arguments, std::optional<Data> data = Data()) {
@@ -61,5 +67,45 @@ TEST(FaultsOfTheProgramDeathTest, AKindThatMakesAnotherBodyEndsTheProcess) {
   EXPECT_EXIT(misuse(), testing::KilledBySignal(SIGABRT), "Unsupported Response Body Type - tilvanego::URL");
 }
 
+TEST(FaultsOfTheProgramDeathTest, ACallThatMakesNoSenseEndsTheProcessWithWhatToMend) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto dies = [](auto call, const char* words) {
+    EXPECT_EXIT(call(), testing::KilledBySignal(SIGABRT), words);
+  };
+  const auto constant = []() -> Task<int> { co_return 1; };
+  dies(
+      [] {
+        TestClient client({httpAnswer(200)});
+        client.builder<Empty>().execute(RequestBuilderOf<Empty>::Completion());
+      },
+      "TilvaneGo: execute was given an empty completion");
+  dies(
+      [] {
+        TestClient client({httpAnswer(200)});
+        client.builder<Empty>()->execute(RequestBuilder::Completion());
+      },
+      "TilvaneGo: execute was given an empty completion");
+  dies(
+      [&] {
+        auto task = constant();
+        (void)std::move(task).wait();
+        (void)std::move(task).wait();
+      },
+      "TilvaneGo: a Task is awaited once");
+  dies(
+      [&] {
+        auto task = constant();
+        const auto taken = std::move(task);
+        (void)std::move(task).wait();
+      },
+      "TilvaneGo: a Task is awaited once");
+  const auto deleted = []<typename Builder>(const Builder& builder) {
+    return !requires { builder.execute(nullptr); };
+  };
+  TestClient client({httpAnswer(200)});
+  EXPECT_TRUE(deleted(client.builder<Empty>()) && deleted(*client.builder<Empty>().pointer()));
+}
+
 }  // namespace
-}  // namespace tilvanego::test
+}  // namespace test
+}  // namespace tilvanego

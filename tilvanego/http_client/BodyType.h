@@ -13,11 +13,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <expected>
+#include <map>
 #include <optional>
 #include <string>
 #include <typeinfo>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace tilvanego {
 
@@ -48,6 +50,17 @@ struct BodyType {
   Body (*decode)(const CodableHelper& helper, const Data& data) = nullptr;
 };
 
+/// Says that bodies of type T are made by a kind of builder of the host's own, so that T needs no JSON form:
+///
+///     struct Picture { Data pixels; };
+///     template <>
+///     inline constexpr bool tilvanego::isMadeByOwnKind<Picture> = true;
+///
+/// The configuration's factory then names the kind in `getNonDecodableBuilder`; the library's own kinds end
+/// the process at such a body.
+template <typename T>
+inline constexpr bool isMadeByOwnKind = false;
+
 namespace detail {
 
 std::string typeName(const std::type_info& type);
@@ -59,6 +72,17 @@ template <typename T>
 concept JSONDecodable = requires(json::Reader& reader, T& value) {
   { json::Codec<T>::read(reader, value) } -> std::same_as<bool>;
 };
+
+/// Whether T can be read from JSON, and all that it holds: the codecs of collections don't ask their
+/// elements.
+template <typename T>
+inline constexpr bool isReadable = JSONDecodable<T>;
+template <typename T>
+inline constexpr bool isReadable<std::optional<T>> = isReadable<T>;
+template <typename T>
+inline constexpr bool isReadable<std::vector<T>> = isReadable<T>;
+template <typename T, typename Less>
+inline constexpr bool isReadable<std::map<std::string, T, Less>> = isReadable<T>;
 
 template <typename T>
 constexpr BodyKind bodyKindOf() {
@@ -91,7 +115,7 @@ BodyType describeBodyType() {
     } else if constexpr (std::convertible_to<std::nullptr_t, T>) {
       type.makeNil = [] { return std::any(std::in_place_type<T>, nullptr); };
     }
-    if constexpr (JSONDecodable<T>) {
+    if constexpr (isReadable<T>) {
       type.decode = [](const CodableHelper& helper, const Data& data) -> BodyType::Body {
         auto value = helper.decode<T>(data);
         if (!value) return std::unexpected(Failure(std::move(value.error())));
@@ -104,9 +128,13 @@ BodyType describeBodyType() {
 
 }  // namespace detail
 
-/// The description of T. T is copyable.
+/// The description of T. T is copyable, and one of the types of `BodyKind` or readable from JSON.
 template <std::copy_constructible T>
 [[nodiscard]] const BodyType& bodyTypeOf() {
+  static_assert(detail::bodyKindOf<T>() != BodyKind::other || detail::isReadable<T> || isMadeByOwnKind<T>,
+                "this body type can't be read from JSON: give it, or what it holds, a static jsonFields(), "
+                "CodingKeys or a specialisation of json::Codec, include the header that declares it, or set "
+                "tilvanego::isMadeByOwnKind for it if a kind of builder of your own makes such bodies");
   // Never destroyed: a send may end while the process does.
   static const BodyType& type = *new BodyType(detail::describeBodyType<T>());
   return type;

@@ -1,8 +1,29 @@
 #include <tilvanego/http_client/CodableHelper.h>
 
+#include <exception>
+#include <new>
 #include <utility>
 
 namespace tilvanego {
+
+JSONError CodableHelper::currentError() noexcept {
+  JSONError error;
+  error.failure = JSONFailure::invalidValue;
+  try {
+    try {
+      throw;
+    } catch (const std::bad_alloc&) {
+      error.detail = "out of memory";
+    } catch (const std::exception& thrown) {
+      error.detail = std::string("an exception: ") + thrown.what();
+    } catch (...) {
+      error.detail = "an exception of unknown type";
+    }
+  } catch (...) {
+    error.detail = "out of memory";
+  }
+  return error;
+}
 
 CodableHelper::DateFormatterPointer CodableHelper::State::dateFormatter() const {
   return customDateFormatter ? customDateFormatter : defaultDateFormatter;
@@ -26,12 +47,22 @@ CodableHelper::DateFormatterPointer CodableHelper::dateFormatter() const {
   return _state.withValue([](const State& state) { return state.dateFormatter(); });
 }
 
+void CodableHelper::change(const std::function<void(State&)>& body) {
+  // Kept, so that the host's formatters end without the lock.
+  State former;
+  _state.withValue([&](State& state) {
+    former = state;
+    body(state);
+  });
+}
+
 void CodableHelper::setDateFormatter(DateFormatterPointer formatter) {
-  _state.withValue([&](State& state) { state.setDateFormatter(std::move(formatter)); });
+  change([&](State& state) { state.setDateFormatter(std::move(formatter)); });
 }
 
 void CodableHelper::updateDateFormatter(const std::function<void(DateFormatterPointer&)>& body) {
-  _state.withValue([&](State& state) {
+  if (!body) return;
+  change([&](State& state) {
     DateFormatterPointer formatter = state.dateFormatter();
     body(formatter);
     state.setDateFormatter(std::move(formatter));
@@ -44,11 +75,12 @@ JSONDecoder CodableHelper::jsonDecoder() const {
 }
 
 void CodableHelper::setJsonDecoder(JSONDecoder decoder) {
-  _state.withValue([&](State& state) { state.customJSONDecoder = std::move(decoder); });
+  change([&](State& state) { state.customJSONDecoder = std::move(decoder); });
 }
 
 void CodableHelper::updateJsonDecoder(const std::function<void(JSONDecoder&)>& body) {
-  _state.withValue([&](State& state) {
+  if (!body) return;
+  change([&](State& state) {
     JSONDecoder decoder = state.customJSONDecoder.value_or(state.defaultJSONDecoder);
     body(decoder);
     state.customJSONDecoder = std::move(decoder);
@@ -61,11 +93,12 @@ JSONEncoder CodableHelper::jsonEncoder() const {
 }
 
 void CodableHelper::setJsonEncoder(JSONEncoder encoder) {
-  _state.withValue([&](State& state) { state.customJSONEncoder = std::move(encoder); });
+  change([&](State& state) { state.customJSONEncoder = std::move(encoder); });
 }
 
 void CodableHelper::updateJsonEncoder(const std::function<void(JSONEncoder&)>& body) {
-  _state.withValue([&](State& state) {
+  if (!body) return;
+  change([&](State& state) {
     JSONEncoder encoder = state.customJSONEncoder.value_or(state.defaultJSONEncoder);
     body(encoder);
     state.customJSONEncoder = std::move(encoder);

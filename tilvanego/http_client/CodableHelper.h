@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tilvanego {
 
@@ -31,7 +32,7 @@ class CodableHelper {
   CodableHelper& operator=(const CodableHelper&) = delete;
 
   // An update runs its body under the lock with the effective value and then sets what the body made of it.
-  // What the body throws passes through, and then nothing is set.
+  // What the body throws passes through, and then nothing is set. What is replaced ends without the lock.
 
   /// The formatter that was set, else the default one; never null.
   [[nodiscard]] virtual DateFormatterPointer dateFormatter() const;
@@ -50,20 +51,29 @@ class CodableHelper {
   virtual void setJsonEncoder(JSONEncoder encoder);
   virtual void updateJsonEncoder(const std::function<void(JSONEncoder&)>& body);
 
-  /// Reads a body as a T; a failure is the JSON layer's own, unchanged.
+  /// Reads a body as a T; a failure is the JSON layer's own, unchanged. Never throws: what a formatter, a
+  /// codec or a subclass throws, and a lack of memory, is an `invalidValue` with the exception's words.
   template <typename T>
   [[nodiscard]] std::expected<T, JSONError> decode(const Data& body) const {
-    std::expected<T, JSONError> result(json::RecordAccess::make<T>());
-    const auto done =
-        decodeBody(body, [&](json::Reader& reader) { return json::Codec<T>::read(reader, *result); });
-    if (!done) result = std::unexpected(done.error());
-    return result;
+    try {
+      std::expected<T, JSONError> result(json::RecordAccess::make<T>());
+      auto done =
+          decodeBody(body, [&](json::Reader& reader) { return json::Codec<T>::read(reader, *result); });
+      if (!done) result = std::unexpected(std::move(done.error()));
+      return result;
+    } catch (...) {
+      return std::unexpected(currentError());
+    }
   }
 
-  /// Writes a value as a body; a failure is the JSON layer's own, unchanged.
+  /// Writes a value as a body; a failure is the JSON layer's own, unchanged. Never throws, as `decode`.
   template <typename T>
   [[nodiscard]] std::expected<Data, JSONError> encode(const T& value) const {
-    return encodeBody([&](json::Writer& writer) { return json::Codec<T>::write(writer, value); });
+    try {
+      return encodeBody([&](json::Writer& writer) { return json::Codec<T>::write(writer, value); });
+    } catch (...) {
+      return std::unexpected(currentError());
+    }
   }
 
  protected:
@@ -86,6 +96,9 @@ class CodableHelper {
     [[nodiscard]] DateFormatterPointer dateFormatter() const;
     void setDateFormatter(DateFormatterPointer formatter);
   };
+  void change(const std::function<void(State&)>& body);
+  /// The exception that is being handled.
+  static JSONError currentError() noexcept;
 
   OpenAPIMutex<State> _state;
 };

@@ -28,7 +28,13 @@ void Configuration::write(Field State::* field, Field value) {
 
 template <typename Field>
 void Configuration::update(Field State::* field, const std::function<void(Field&)>& body) {
-  _state.withValue([&](State& state) { body(state.*field); });
+  if (!body) return;
+  // Kept, so that what the body replaces ends without the lock.
+  Field former{};
+  _state.withValue([&](State& state) {
+    former = state.*field;
+    body(state.*field);
+  });
 }
 
 std::string Configuration::basePath() const { return read(&State::basePath); }

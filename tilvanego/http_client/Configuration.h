@@ -32,7 +32,8 @@ struct StatusCodeRange {
 /// see the new value the next time they look; what they take when they are made stands in `RequestBuilder`.
 ///
 /// A read gives a copy. An update runs its body under the object's lock with the field in its hands: the body
-/// is short, and doesn't execute a builder. None of the pointers is null.
+/// is short, doesn't execute a builder, and may throw, which leaves by the update with the field as the body
+/// left it. What a write or an update replaces ends without the lock. None of the pointers is null.
 class OstrelTilvanePoiModelsAPIConfiguration {
  public:
   using Headers = std::map<std::string, std::string>;

@@ -41,8 +41,10 @@ struct DecodableRequestBuilderErrorCases {
 
 /// Why an answer gave no body: one of the cases above.
 ///
-///     const auto* why = error.underlyingFailure().as<DecodableRequestBuilderError>();
-///     if (why && why->is<DecodableRequestBuilderError::EmptyDataResponse>()) takeItForDone();
+///     bool hadNoBody(const Failure& failure) {
+///       const auto* why = failure.as<DecodableRequestBuilderError>();
+///       return why != nullptr && why->is<DecodableRequestBuilderError::EmptyDataResponse>();
+///     }
 class DecodableRequestBuilderError : public DecodableRequestBuilderErrorCases {
  public:
   // One constructor for each case: a variant's own would ask whether this type makes a `Failure`, and that

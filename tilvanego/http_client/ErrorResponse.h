@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace tilvanego {
 
@@ -21,21 +22,25 @@ class ErrorResponse final : public std::exception {
   static constexpr int transportFailed = -1;
   /// The session answered with something else than an HTTP response.
   static constexpr int noHTTPResponse = -2;
-  /// The suspending `execute()` ended by another failure: the call was cancelled before it was sent.
+  /// The suspending `execute()` ended by another failure: the call was cancelled before it was sent
+  /// (`CancellationError`), or a kind of builder of the host's own threw (`ExceptionFailure`).
   static constexpr int notExecuted = -3;
   /// A downloaded body couldn't be written to a file.
   static constexpr int downloadFailed = 400;
   /// The request couldn't be built, or the interceptor refused it.
   static constexpr int requestRefused = 415;
 
+  /// Never throws: without memory for all of it, the response has the code, and an `ExceptionFailure` of
+  /// that.
   [[nodiscard]] static ErrorResponse error(int code, std::optional<Data> data, URLResponsePointer response,
-                                           Failure underlyingFailure);
+                                           Failure underlyingFailure) noexcept;
 
-  [[nodiscard]] int code() const { return payload_->code; }
+  [[nodiscard]] int code() const { return code_; }
   /// The body of the answer, if one came.
   [[nodiscard]] const std::optional<Data>& data() const { return payload_->data; }
   /// The answer; null if none came.
   [[nodiscard]] const URLResponsePointer& response() const { return payload_->response; }
+  /// The cause: ask it for a type by `as`. What host code threw is in an `ExceptionFailure`.
   [[nodiscard]] const Failure& underlyingFailure() const { return payload_->underlyingFailure; }
 
   /// One line for a developer, such as "request failed with code 404: the status says no success".
@@ -44,14 +49,15 @@ class ErrorResponse final : public std::exception {
 
  private:
   struct Payload {
-    int code;
     std::optional<Data> data;
     URLResponsePointer response;
     Failure underlyingFailure;
     std::string description;
   };
-  explicit ErrorResponse(std::shared_ptr<const Payload> payload) : payload_(std::move(payload)) {}
+  ErrorResponse(int code, std::shared_ptr<const Payload> payload)
+      : code_(code), payload_(std::move(payload)) {}
 
+  int code_;
   std::shared_ptr<const Payload> payload_;
 };
 

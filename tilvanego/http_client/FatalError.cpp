@@ -5,11 +5,18 @@
 #include <string>
 
 namespace tilvanego::detail {
+namespace {
 
-void fatalError(std::string_view message) {
-  const std::string line = "URLSessionImplementations: Fatal error: " + std::string(message) + "\n";
+[[noreturn]] void end(std::string_view title, std::string_view message) {
+  const std::string line = std::string(title).append(message).append("\n");
   std::fwrite(line.data(), 1, line.size(), stderr);
   std::abort();
 }
+
+}  // namespace
+
+void fatalError(std::string_view message) { end("URLSessionImplementations: Fatal error: ", message); }
+
+void wrongUse(std::string_view message) { end("TilvaneGo: ", message); }
 
 }  // namespace tilvanego::detail

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -27,10 +26,6 @@ constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
 
 std::unexpected<FileWriteError> failure(const std::filesystem::path& path, int code = errno) {
   return std::unexpected(FileWriteError{path.string(), std::generic_category().message(code)});
-}
-
-bool isPlainName(std::string_view name) {
-  return name != "." && name != ".." && name.find('/') == name.npos && name.find('\0') == name.npos;
 }
 
 /// Opens the directory `name` in `parent`, and makes it if it isn't there. No link is followed.
@@ -64,11 +59,31 @@ URL fileURL(const std::filesystem::path& path) {
   return *URL::parse(std::move(text));
 }
 
+/// Makes the directory and those above it that aren't there. False leaves the cause in `errno`.
+bool makeDirectories(const std::filesystem::path& directory) {
+  std::filesystem::path made;
+  for (const auto& name : directory) {
+    made /= name;
+    if (mkdir(made.c_str(), ownerDirectory) == 0 || errno == EEXIST) continue;
+    // Not every system looks first whether it is there.
+    const int cause = errno;
+    if (access(made.c_str(), F_OK) == 0) continue;
+    errno = cause;
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
+
+bool isPlainName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." && name.find('/') == name.npos &&
+         name.find('\0') == name.npos;
+}
 
 std::expected<std::vector<std::string>, DownloadException> downloadNames(std::string_view path,
                                                                          std::string_view fileName) {
-  if (!isPlainName(fileName)) return std::unexpected(DownloadException::responseFailed);
+  if (!fileName.empty() && !isPlainName(fileName)) return std::unexpected(DownloadException::responseFailed);
   std::vector<std::string> names;
   for (std::size_t start = 0; start < path.size();) {
     const std::size_t end = std::min(path.find('/', start), path.size());
@@ -99,9 +114,7 @@ std::expected<URL, FileWriteError> writeBelow(const std::filesystem::path& direc
   }
   const auto unique = uniqueText();
   if (!unique) return std::unexpected(unique.error());
-  std::error_code unmade;
-  std::filesystem::create_directories(directory, unmade);
-  if (unmade) return failure(directory, unmade.value());
+  if (!makeDirectories(directory)) return failure(directory);
   std::filesystem::path path = directory;
   FileDescriptor parent(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!parent) return failure(path);
@@ -113,16 +126,6 @@ std::expected<URL, FileWriteError> writeBelow(const std::filesystem::path& direc
   path /= names.back();
   if (!replaceFile(parent, names.back(), ".download-" + *unique, data)) return failure(path);
   return fileURL(path);
-}
-
-std::filesystem::path userCachesDirectory() {
-  const char* configured = std::getenv("XDG_CACHE_HOME");
-  if (const std::filesystem::path path(configured != nullptr ? configured : ""); path.is_absolute())
-    return path;
-  const char* home = std::getenv("HOME");
-  if (const std::filesystem::path path(home != nullptr ? home : ""); path.is_absolute())
-    return path / ".cache";
-  return {};
 }
 
 }  // namespace tilvanego::detail

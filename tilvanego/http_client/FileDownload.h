@@ -25,6 +25,9 @@ struct FileWriteError {
 
 namespace detail {
 
+/// Whether the text names a file or a directory in the one at hand.
+[[nodiscard]] bool isPlainName(std::string_view name);
+
 /// The names on the way to a downloaded file, from the caches directory on; the last is the file's. `path` is
 /// a URL's, decoded; its empty and "." components count for nothing. An empty file name leaves the path's
 /// last component for the file.
@@ -38,14 +41,12 @@ namespace detail {
 [[nodiscard]] std::expected<std::string, FileWriteError> uniqueText();
 
 /// Writes a file below `directory`, at the end of the names, none of which leads out of it, and gives its
-/// URL. A reader finds the earlier file of that name or the whole new one. Directories on the way are made,
-/// for the user alone; a symbolic link among those below `directory` isn't followed but refused.
+/// URL. A reader finds the earlier file of that name or the whole new one. Directories on the way,
+/// `directory` and those above it included, are made for the user alone; a symbolic link among those below
+/// `directory` isn't followed but refused.
 [[nodiscard]] std::expected<URL, FileWriteError> writeBelow(const std::filesystem::path& directory,
                                                             const std::vector<std::string>& names,
                                                             const Data& data);
-
-/// `$XDG_CACHE_HOME` if it is an absolute path, else `.cache` in `$HOME`; empty if neither is set.
-[[nodiscard]] std::filesystem::path userCachesDirectory();
 
 }  // namespace detail
 }  // namespace tilvanego

@@ -16,12 +16,16 @@
 
 /// JSON objects written and read key by key, for the codecs of types that no table of fields describes:
 ///
+///     struct Ticket {
+///       double price = 0;
+///       std::map<std::string, std::string> notes;
+///     };
 ///     template <>
 ///     struct json::Codec<Ticket> {
 ///       static bool write(Writer& writer, const Ticket& ticket) {
 ///         KeyedEncodingContainer<> fields(writer);
 ///         return fields.open() && fields.encode(ticket.price, "price") &&
-///                fields.encodeMapIfPresent(ticket.notes) && fields.close();
+///                fields.encodeMap(ticket.notes) && fields.close();
 ///       }
 ///       static bool read(Reader& reader, Ticket& ticket) {
 ///         KeyedDecodingContainer<> fields(reader);

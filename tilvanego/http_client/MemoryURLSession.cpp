@@ -1,4 +1,6 @@
 #include <tilvanego/http_client/MemoryURLSession.h>
+
+#include <tilvanego/http_client/ExceptionFailure.h>
 #include <tilvanego/platform/network/TransportError.h>
 
 #include <atomic>
@@ -36,13 +38,19 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
       completion = std::exchange(completion_, nullptr);
       cancelled = cancelled_;
     }
-    const Answer answer = cancelled
-                              ? Answer::failed(TransportError{TransportError::Code::cancelled, "cancelled"})
-                              : state_->answering(request_);
-    completion(answer.data, answer.response, answer.error);
+    Answer answer =
+        cancelled ? Answer::failed(TransportError{TransportError::Code::cancelled, "cancelled"}) : ask();
+    completion(std::move(answer.data), std::move(answer.response), std::move(answer.error));
   }
 
  private:
+  Answer ask() {
+    try {
+      return state_->answering(request_);
+    } catch (...) {
+      return Answer::failed(detail::currentFailure());
+    }
+  }
   void end(bool cancelled) {
     const std::lock_guard held(state_->mutex);
     cancelled_ |= cancelled;
@@ -84,7 +92,15 @@ std::size_t MemoryURLSession::deliver() {
     const std::lock_guard held(state_->mutex);
     ending.swap(state_->ending);
   }
-  for (const auto& task : ending) task->deliver();
+  for (auto task = ending.begin(); task != ending.end(); ++task) {
+    try {
+      (*task)->deliver();
+    } catch (...) {
+      const std::lock_guard held(state_->mutex);
+      state_->ending.insert(state_->ending.begin(), task + 1, ending.end());
+      throw;
+    }
+  }
   return ending.size();
 }
 

@@ -30,7 +30,7 @@ class MemoryURLSession final : public URLSessionProtocol {
   using Answering = std::function<Answer(const URLRequest& request)>;
 
   /// `answering` is called for each task that isn't cancelled, on a thread that delivers, without a lock
-  /// held.
+  /// held. May throw: the task fails by the exception. An empty one fails each task.
   explicit MemoryURLSession(Answering answering);
 
   std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
@@ -39,7 +39,8 @@ class MemoryURLSession final : public URLSessionProtocol {
   /// Ends the tasks that were resumed or cancelled since the last call, in that order, and gives their
   /// number. The calling thread is the session's thread for them. Tasks that their completions make are left
   /// to the next call. A cancelled task ends with the failure of a real session,
-  /// `TransportError::Code::cancelled`.
+  /// `TransportError::Code::cancelled`. What a completion throws leaves here, and the tasks behind it are
+  /// left to the next call, too.
   std::size_t deliver();
 
   /// The requests of all tasks so far, in the order of their making.

@@ -24,6 +24,10 @@ enum class OpenAPIInterceptorRetry : std::uint8_t { retry, dontRetry };
 /// another try. One interceptor serves all builders of a configuration, on several threads at once; it is
 /// called without any lock held.
 ///
+/// Any hook may throw. From `intercept` that is a refusal, from `retry` the answer not to; from the others,
+/// which only listen, and after an answer was given, the exception is dropped after one line on standard
+/// error.
+///
 /// The session and the builder may be kept beyond the call. A request is sent as often as `retry` is
 /// answered: the bound and the pause between two tries are the interceptor's.
 class OpenAPIInterceptor {

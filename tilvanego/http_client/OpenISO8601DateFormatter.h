@@ -10,7 +10,7 @@
 namespace tilvanego {
 
 /// A form of dates as text, with which a host may replace the HTTP client's own. One object serves several
-/// threads at once.
+/// threads at once. May throw: the body then counts as one that can't be read or written.
 class DateFormatter : public JSONDates {
  public:
   /// The date that the text means, none if it means none.

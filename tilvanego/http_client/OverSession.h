@@ -24,7 +24,10 @@ class OverSession : public Kind {
 /// The factory for a configuration whose requests go out by a session of the host's: one with a proxy or a
 /// certificate of its own, or one in memory.
 ///
-///     configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session));
+///     const auto session = std::make_shared<URLSession>(URLSessionConfiguration{.proxy =
+///     "http://proxy.example:3128"});
+///     OstrelTilvanePoiModelsAPIConfiguration::shared()->setRequestBuilderFactory(
+///         std::make_shared<FactoryOverSession<>>(session));
 template <std::derived_from<URLSessionRequestBuilder> NonDecodable = URLSessionRequestBuilder,
           std::derived_from<URLSessionRequestBuilder> Decodable = URLSessionDecodableRequestBuilder>
 class FactoryOverSession : public RequestBuilderFactory {

@@ -15,7 +15,8 @@ class ParameterEncoding {
  public:
   virtual ~ParameterEncoding() = default;
 
-  /// The request with the parameters in it, or why they can't be put there.
+  /// The request with the parameters in it, or why they can't be put there. May throw, which is such a
+  /// failure too.
   [[nodiscard]] virtual std::expected<URLRequest, Failure> encode(
       URLRequest request, const std::optional<Parameters>& parameters) const = 0;
 };

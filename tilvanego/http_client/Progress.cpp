@@ -1,9 +1,18 @@
 #include <tilvanego/http_client/Progress.h>
 
+#include <tilvanego/platform/HostCode.h>
+
 #include <algorithm>
 #include <utility>
 
 namespace tilvanego {
+namespace {
+
+void runHandler(const std::function<void()>& handler) {
+  if (handler) detail::runListener("the cancellation handler of a Progress", handler);
+}
+
+}  // namespace
 
 std::int64_t Progress::totalUnitCount() const {
   const std::lock_guard held(mutex_);
@@ -36,36 +45,37 @@ void Progress::cancel() {
   {
     const std::lock_guard held(mutex_);
     if (std::exchange(cancelled_, true)) return;
-    handler = std::exchange(cancellationHandler_, nullptr);
+    handler.swap(cancellationHandler_);
   }
-  if (handler) handler();
+  runHandler(handler);
   notify();
 }
 
 int Progress::addObserver(std::function<void(const Progress&)> observer) {
+  auto shared = std::make_shared<const std::function<void(const Progress&)>>(std::move(observer));
+  std::shared_ptr<const Observers> former;  // ends after the lock
   const std::lock_guard held(mutex_);
   auto changed = std::make_shared<Observers>(*observers_);
-  changed->emplace(nextObserver_, std::move(observer));
-  observers_ = std::move(changed);
+  changed->emplace(nextObserver_, std::move(shared));
+  former = std::exchange(observers_, std::move(changed));
   return nextObserver_++;
 }
 
 void Progress::removeObserver(int number) {
+  std::shared_ptr<const Observers> former;  // ends after the lock
   const std::lock_guard held(mutex_);
   auto changed = std::make_shared<Observers>(*observers_);
   changed->erase(number);
-  observers_ = std::move(changed);
+  former = std::exchange(observers_, std::move(changed));
 }
 
 void Progress::setCancellationHandler(std::function<void()> handler) {
   {
     const std::lock_guard held(mutex_);
-    if (!cancelled_) {
-      cancellationHandler_ = std::move(handler);
-      return;
-    }
+    // Swapped, so that what the earlier one holds ends without the lock.
+    if (!cancelled_) return cancellationHandler_.swap(handler);
   }
-  if (handler) handler();
+  runHandler(handler);
 }
 
 void Progress::update(std::int64_t completedUnitCount, std::int64_t totalUnitCount) {
@@ -84,7 +94,9 @@ void Progress::notify() const {
     const std::lock_guard held(mutex_);
     observers = observers_;
   }
-  for (const auto& [number, observer] : *observers) observer(*this);
+  for (const auto& [number, observer] : *observers) {
+    if (*observer) detail::runListener("an observer of a Progress", [&] { (*observer)(*this); });
+  }
 }
 
 }  // namespace tilvanego

@@ -27,16 +27,21 @@ class Progress {
   void cancel();
 
   /// Calls `observer` after every change, on the thread that made it, without a lock held, until the returned
-  /// number is given to `removeObserver`. An observer that is just running may run on for that one call.
+  /// number is given to `removeObserver`. An observer that is just running may run on for that one call. An
+  /// empty one is nothing to call.
+  ///
+  /// May throw: an observer only listens, so that the exception is dropped after one line on standard error.
   int addObserver(std::function<void(const Progress&)> observer);
+  /// What the observer holds ends here, without a lock held, or with the call that it is running in.
   void removeObserver(int number);
 
-  /// For who does the work.
+  /// For who does the work. Called at once if the work was cancelled before. May throw, as an observer may.
   void setCancellationHandler(std::function<void()> handler);
   void update(std::int64_t completedUnitCount, std::int64_t totalUnitCount);
 
  private:
-  using Observers = std::map<int, std::function<void(const Progress&)>>;
+  /// Shared, so that a change of the list copies and ends nothing of a host's under the lock.
+  using Observers = std::map<int, std::shared_ptr<const std::function<void(const Progress&)>>>;
   void notify() const;
 
   mutable std::mutex mutex_;

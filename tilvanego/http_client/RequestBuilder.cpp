@@ -1,5 +1,7 @@
 #include <tilvanego/http_client/RequestBuilder.h>
 
+#include <tilvanego/http_client/ExceptionFailure.h>
+
 #include <atomic>
 #include <coroutine>
 #include <exception>
@@ -7,7 +9,7 @@
 namespace tilvanego {
 namespace {
 
-using Result = std::expected<AnyResponse, ErrorResponse>;
+using Result = RequestBuilder::Result;
 
 /// Suspends a coroutine until a builder's completion runs.
 class Continuation {
@@ -62,25 +64,6 @@ class Continuation {
   std::shared_ptr<Shot> shot_ = std::make_shared<Shot>();
 };
 
-/// An exception of no type that the library knows.
-struct CaughtException {
-  std::exception_ptr exception;
-  std::string message;
-  [[nodiscard]] std::string description() const { return message; }
-};
-
-Failure currentFailure() {
-  try {
-    throw;
-  } catch (const CancellationError& cancelled) {
-    return cancelled;
-  } catch (const std::exception& caught) {
-    return CaughtException{std::current_exception(), caught.what()};
-  } catch (...) {
-    return CaughtException{std::current_exception(), "an exception of unknown type"};
-  }
-}
-
 // The builder is a parameter of both, so that the coroutine's frame holds it.
 
 Task<AnyResponse> send(std::shared_ptr<RequestBuilder> builder, StopToken stopToken) {
@@ -97,7 +80,7 @@ Task<AnyResponse> sendWatched(std::shared_ptr<RequestBuilder> builder, StopToken
   } catch (const ErrorResponse&) {
     throw;
   } catch (...) {
-    throw ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, currentFailure());
+    throw ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, detail::currentFailure());
   }
 }
 
@@ -126,7 +109,7 @@ void RequestBuilder::setCredential(std::optional<URLCredential> value) {
   _state.withValue([&](MutableState& state) { state.credential = std::move(value); });
 }
 void RequestBuilder::updateCredential(const std::function<void(std::optional<URLCredential>&)>& body) {
-  _state.withValue([&](MutableState& state) { body(state.credential); });
+  if (body) _state.withValue([&](MutableState& state) { body(state.credential); });
 }
 
 RequestBuilder::Headers RequestBuilder::headers() const {
@@ -136,18 +119,27 @@ void RequestBuilder::setHeaders(Headers value) {
   _state.withValue([&](MutableState& state) { state.headers = std::move(value); });
 }
 void RequestBuilder::updateHeaders(const std::function<void(Headers&)>& body) {
-  _state.withValue([&](MutableState& state) { body(state.headers); });
+  if (body) _state.withValue([&](MutableState& state) { body(state.headers); });
 }
 
 RequestBuilder::ProgressReady RequestBuilder::onProgressReady() const {
-  return _state.withValue([](const MutableState& state) { return state.onProgressReady; });
+  const auto held = _state.withValue([](const MutableState& state) { return state.onProgressReady; });
+  return held ? *held : nullptr;
 }
 void RequestBuilder::setOnProgressReady(ProgressReady value) {
+  auto shared = std::make_shared<const ProgressReady>(std::move(value));
   // Swapped, so that what the earlier one holds ends without the lock.
-  _state.withValue([&](MutableState& state) { state.onProgressReady.swap(value); });
+  _state.withValue([&](MutableState& state) { state.onProgressReady.swap(shared); });
 }
 void RequestBuilder::updateOnProgressReady(const std::function<void(ProgressReady&)>& body) {
-  _state.withValue([&](MutableState& state) { body(state.onProgressReady); });
+  if (!body) return;
+  std::shared_ptr<const ProgressReady> former;
+  _state.withValue([&](MutableState& state) {
+    former = state.onProgressReady;
+    auto changed = former ? *former : nullptr;
+    body(changed);
+    state.onProgressReady = std::make_shared<const ProgressReady>(std::move(changed));
+  });
 }
 
 void RequestBuilder::addHeaders(const Headers& fields) {

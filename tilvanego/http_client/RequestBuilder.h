@@ -13,6 +13,7 @@
 #include <tilvanego/http_client/URLCredential.h>
 
 #include <concepts>
+#include <cstddef>
 #include <expected>
 #include <functional>
 #include <map>
@@ -46,8 +47,14 @@ struct RequestBuilderArguments {
 class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
  public:
   using Headers = std::map<std::string, std::string>;
+  /// May throw: it only listens, so that the exception is dropped after one line on standard error.
   using ProgressReady = std::function<void(std::shared_ptr<Progress>)>;
-  using Completion = std::function<void(std::expected<AnyResponse, ErrorResponse>)>;
+  using Result = std::expected<AnyResponse, ErrorResponse>;
+  /// May throw where it runs on a thread of the host's: the exception leaves by what drains
+  /// `apiResponseQueue`, or by what the host's own session or `MemoryURLSession::deliver` was called with. On
+  /// the thread of a `URLSession` nothing can catch it, and the process ends after one line on standard
+  /// error.
+  using Completion = std::function<void(Result)>;
 
   /// What constructors pass on to this base. Only `make` has one, so that every builder comes to life whole.
   class Construction {
@@ -94,6 +101,9 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   virtual void setHeaders(Headers value);
   virtual void updateHeaders(const std::function<void(Headers&)>& body);
 
+  // An update runs its body under the builder's lock: the body is short, and may throw, which leaves by the
+  // update.
+
   /// Gets the progress of each try before it starts, on the thread that starts it.
   [[nodiscard]] virtual ProgressReady onProgressReady() const;
   virtual void setOnProgressReady(ProgressReady value);
@@ -102,9 +112,10 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   /// Sets each of the fields, over one of the same name. Names are compared with their case.
   virtual void addHeaders(const Headers& fields);
 
-  /// Sends the request and gives `requestTask` at once. The completion runs once, as the kind says. This base
-  /// only gives the handle: its completion is never called.
+  /// Sends the request and gives `requestTask` at once. The completion, which isn't empty, runs once, as the
+  /// kind says. This base only gives the handle: its completion is never called.
   virtual std::shared_ptr<RequestTask> execute(Completion completion);
+  void execute(std::nullptr_t) = delete;
 
   /// As `execute(completion)`, for coroutines: sends the request when it is awaited, and gives the response
   /// or throws an `ErrorResponse`, and nothing else. A request to stop cancels `requestTask`, also while the
@@ -126,7 +137,8 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   struct MutableState {
     std::optional<URLCredential> credential;
     Headers headers;
-    ProgressReady onProgressReady;
+    /// Shared, so that nothing of the host's is copied under the lock.
+    std::shared_ptr<const ProgressReady> onProgressReady;
   };
   void takeFromConfiguration();
 

@@ -20,7 +20,8 @@ template <std::derived_from<RequestBuilder> Kind>
 }
 
 /// Says which kinds of builders a configuration's requests are made with. A host derives from it to have its
-/// own kinds made. Any thread may use one at any time.
+/// own kinds made. Any thread may use one at any time. May throw: the exception leaves by
+/// `makeRequestBuilder`.
 class RequestBuilderFactory {
  public:
   virtual ~RequestBuilderFactory() = default;

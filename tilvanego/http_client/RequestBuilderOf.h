@@ -1,19 +1,26 @@
 #pragma once
 
+#include <tilvanego/http_client/ExceptionFailure.h>
 #include <tilvanego/http_client/FatalError.h>
 #include <tilvanego/http_client/RequestBuilder.h>
 #include <tilvanego/http_client/RequestBuilderFactory.h>
 
 #include <any>
 #include <concepts>
+#include <cstddef>
 #include <expected>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace tilvanego {
 
 namespace detail {
+
+inline void requireCompletion(bool isThere) {
+  if (!isThere) wrongUse("execute was given an empty completion; give [](const auto&) {} to hear nothing");
+}
 
 template <typename T>
 Response<T> typedResponse(AnyResponse response) {
@@ -23,10 +30,25 @@ Response<T> typedResponse(AnyResponse response) {
   return {response.statusCode, std::move(response.header), std::move(*body), std::move(response.bodyData)};
 }
 
+/// A body that can't be moved or copied, for lack of memory say, is a failure.
+template <typename T>
+std::expected<Response<T>, ErrorResponse> typedResult(RequestBuilder::Result result) {
+  if (!result) return std::unexpected(std::move(result.error()));
+  const int status = result->statusCode;
+  const std::optional<Data> bytes = result->bodyData;
+  try {
+    return typedResponse<T>(*std::move(result));
+  } catch (...) {
+    return std::unexpected(ErrorResponse::error(status, bytes, nullptr, currentFailure()));
+  }
+}
+
 template <typename T>
 Task<Response<T>> typedTask(Task<AnyResponse> sending) {
   AnyResponse response = co_await std::move(sending);
-  co_return typedResponse<T>(std::move(response));
+  auto result = typedResult<T>(std::move(response));
+  if (!result) throw result.error();
+  co_return *std::move(result);
 }
 
 }  // namespace detail
@@ -35,15 +57,20 @@ Task<Response<T>> typedTask(Task<AnyResponse> sending) {
 /// `Bytes`, `URL` (the body goes to a file, of which this is the URL), `Empty`, or whatever can be read from
 /// JSON: a record, a list, a map, a `JSONValue`, an optional of these for an answer that may have no body.
 ///
-///     auto builder = makeRequestBuilder<Terminal>("GET", configuration->basePath() + "/terminals/4711");
-///     builder.addHeader("Accept-Language", "de").execute([](std::expected<Response<Terminal>, ErrorResponse>
-///     result) { ... });
+///     const auto configuration = OstrelTilvanePoiModelsAPIConfiguration::shared();
+///     auto builder = makeRequestBuilder<std::string>(
+///         {.method = "GET", .URLString = configuration->basePath() + "/terminals/4711"});
+///     builder.addHeader("Accept-Language", "de")
+///         .execute([](const std::expected<Response<std::string>, ErrorResponse>& result) {
+///           std::puts(result ? result->body.c_str() : result.error().what());
+///         });
 ///
 /// A copy is the same builder. See `RequestBuilder`, reached by `->`, for all operations.
 template <std::copy_constructible T>
 class RequestBuilderOf {
  public:
   using Result = std::expected<Response<T>, ErrorResponse>;
+  /// May throw, as `RequestBuilder::Completion` says.
   using Completion = std::function<void(Result)>;
 
   /// Takes a builder that was made for T.
@@ -59,17 +86,15 @@ class RequestBuilderOf {
   }
 
   /// Sends the request. The completion runs once, later, on the session's thread for a success and for an
-  /// answer that gave no body, and on the configuration's `apiResponseQueue` for any other failure.
+  /// answer that gave no body, and on the configuration's `apiResponseQueue` for any other failure. An empty
+  /// one ends the process; whoever wants no answer gives `[](const auto&) {}`.
   std::shared_ptr<RequestTask> execute(Completion completion) const {
-    return builder_->execute(
-        [completion = std::move(completion)](std::expected<AnyResponse, ErrorResponse> result) {
-          if (result) {
-            completion(detail::typedResponse<T>(*std::move(result)));
-          } else {
-            completion(std::unexpected(std::move(result.error())));
-          }
-        });
+    detail::requireCompletion(completion != nullptr);
+    return builder_->execute([completion = std::move(completion)](RequestBuilder::Result result) {
+      completion(detail::typedResult<T>(std::move(result)));
+    });
   }
+  void execute(std::nullptr_t) const = delete;
 
   /// Sends the request when it is awaited, gives the response or throws an `ErrorResponse` alone, and resumes
   /// the coroutine on the thread on which a completion would run.

@@ -1,5 +1,7 @@
 #include <tilvanego/http_client/RequestTask.h>
 
+#include <tilvanego/platform/HostCode.h>
+
 #include <utility>
 
 namespace tilvanego {
@@ -8,7 +10,7 @@ void RequestTask::cancel() {
   // What the session's task holds is let go without the lock: it may be the last hold on this object's owner.
   std::shared_ptr<URLSessionDataTaskProtocol> dropped;
   _state.withValue([&](auto& task) {
-    if (task) task->cancel();
+    if (task) detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
     dropped = std::exchange(task, nullptr);
   });
 }

@@ -4,8 +4,8 @@
 
 namespace tilvanego::detail {
 
-std::map<std::string, std::string> headerTexts(const HTTPURLResponse& response) {
-  std::map<std::string, std::string> texts;
+ResponseHeader headerTexts(const HTTPURLResponse& response) {
+  ResponseHeader texts;
   for (const auto& [name, value] : response.headers().fields()) {
     if (isUTF8(name) && isUTF8(value)) texts.emplace(name, value);
   }

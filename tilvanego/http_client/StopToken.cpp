@@ -1,8 +1,18 @@
 #include <tilvanego/http_client/StopToken.h>
 
+#include <tilvanego/platform/HostCode.h>
+
 #include <algorithm>
 
 namespace tilvanego::detail {
+namespace {
+
+/// Lets go of the action too.
+void run(std::function<void()> action) {
+  if (action) runListener("the action of a StopCallback", action);
+}
+
+}  // namespace
 
 bool StopState::requested() const {
   const std::lock_guard held(mutex_);
@@ -16,10 +26,11 @@ bool StopState::request() {
   while (!callbacks_.empty()) {
     running_ = callbacks_.back();
     callbacks_.pop_back();
-    // Taken out of the callback, which its own action may destroy.
-    const auto action = std::move(running_->action_);
+    // Taken out of the callback, which its own action may destroy. What the action holds ends without the
+    // lock, too: it may be another callback.
+    auto action = std::move(running_->action_);
     held.unlock();
-    action();
+    run(std::move(action));
     held.lock();
     running_ = nullptr;
     ended_.notify_all();
@@ -35,7 +46,7 @@ void StopState::add(StopCallback& callback) {
       return;
     }
   }
-  callback.action_();
+  run(std::move(callback.action_));
 }
 
 void StopState::remove(StopCallback& callback) {

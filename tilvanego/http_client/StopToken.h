@@ -93,7 +93,8 @@ class StopSource {
 
   [[nodiscard]] StopToken token() const { return StopToken(state_); }
   [[nodiscard]] bool stopRequested() const { return state_->requested(); }
-  /// Runs the callbacks of all tokens, on this thread. False if stopping was requested before.
+  /// Runs the callbacks of all tokens, on this thread, without a lock held. False if stopping was requested
+  /// before.
   bool requestStop() const {
     const auto state = state_;
     return state->request();
@@ -105,7 +106,10 @@ class StopSource {
 
 /// Calls a function once when stopping is requested, on the thread that requests it, or in the constructor if
 /// it was requested before. When the destructor returns, the function isn't running on another thread and
-/// won't be called any more.
+/// won't be called any more. An empty function is nothing to call.
+///
+/// The function may do anything, ending callbacks of the same token included, and may throw: it only listens,
+/// so that the exception is dropped after one line on standard error.
 class StopCallback {
  public:
   StopCallback(const StopToken& token, std::function<void()> action)

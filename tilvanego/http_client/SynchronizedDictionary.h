@@ -23,19 +23,24 @@ class SynchronizedDictionary {
     });
   }
 
-  /// Stores a value under the key; none removes the key.
+  /// Stores a value under the key; none removes the key. What was there before ends without the lock.
   void setValue(const Key& key, std::optional<Value> value) {
-    _state.withValue([&](auto& entries) {
-      if (value) {
-        entries.insert_or_assign(key, *std::move(value));
+    typename Entries::node_type former;
+    _state.withValue([&](Entries& entries) {
+      former = entries.extract(key);
+      if (!value) return;
+      if (former) {
+        std::swap(former.mapped(), *value);
+        entries.insert(std::move(former));
       } else {
-        entries.erase(key);
+        entries.emplace(key, *std::move(value));
       }
     });
   }
 
  private:
-  OpenAPIMutex<std::unordered_map<Key, Value>> _state;
+  using Entries = std::unordered_map<Key, Value>;
+  OpenAPIMutex<Entries> _state;
 };
 
 }  // namespace tilvanego

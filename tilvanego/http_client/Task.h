@@ -1,5 +1,7 @@
 #pragma once
 
+#include <tilvanego/http_client/FatalError.h>
+#include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/RunLoop.h>
 
 #include <condition_variable>
@@ -34,6 +36,7 @@ class TaskPromiseBase {
 
   std::coroutine_handle<> continuation = std::noop_coroutine();
   std::exception_ptr failure;
+  bool hasBegun = false;
 };
 
 template <typename T>
@@ -66,7 +69,9 @@ struct Detached {
     std::suspend_never initial_suspend() noexcept { return {}; }
     std::suspend_never final_suspend() noexcept { return {}; }
     void return_void() noexcept {}
-    void unhandled_exception() noexcept { std::terminate(); }
+    void unhandled_exception() noexcept {
+      endForException("the main queue's post, at the end of Task::wait,");
+    }
   };
 };
 
@@ -76,7 +81,7 @@ struct Detached {
 /// waited for; it goes on, and resumes who awaits it, on whatever thread its last suspension ended.
 ///
 /// Owns the coroutine: a task may be dropped before it began or while it is suspended, which drops what the
-/// coroutine holds, but not while it runs. Awaited once.
+/// coroutine holds, but not while it runs. Awaited or waited for once: a second time ends the process.
 template <typename T>
 class [[nodiscard]] Task {
  public:
@@ -91,17 +96,26 @@ class [[nodiscard]] Task {
     if (handle_) handle_.destroy();
   }
 
-  auto operator co_await() && noexcept { return Awaiter{{handle_}}; }
+  auto operator co_await() && noexcept { return Awaiter{{begin()}}; }
 
   /// Runs the task to its end with this thread blocked. Not for the thread of a main queue that the task
   /// needs, as a failing request needs `apiResponseQueue`: that would wait for itself.
   T wait() &&;
   /// As above, draining `loop` meanwhile; for the main thread of a program without an event loop of its own.
+  /// What a block of the loop throws leaves here too, once the task has ended; what further ones throw is
+  /// dropped after a line on standard error.
   T wait(RunLoop& loop) &&;
 
  private:
   friend promise_type;
   explicit Task(std::coroutine_handle<promise_type> handle) : handle_(handle) {}
+
+  std::coroutine_handle<promise_type> begin() const noexcept {
+    if (!handle_ || std::exchange(handle_.promise().hasBegun, true)) {
+      detail::wrongUse("a Task is awaited once, and not after it was moved from");
+    }
+    return handle_;
+  }
 
   /// Resumes whoever waits, without the result.
   struct Ended {
@@ -149,7 +163,7 @@ T Task<T>::wait() && {
     ended = true;
     changed.notify_one();
   };
-  signalEnd(handle_, signal);
+  signalEnd(begin(), signal);
   {
     std::unique_lock held(mutex);
     changed.wait(held, [&] { return ended; });
@@ -166,8 +180,18 @@ T Task<T>::wait(RunLoop& loop) && {
       loop.stop();
     });
   };
-  signalEnd(handle_, signal);
-  while (!ended) loop.run();  // NOLINT(bugprone-infinite-loop): a block that it runs sets the flag
+  signalEnd(begin(), signal);
+  // The task may use what is held here until it has ended, whatever is thrown meanwhile.
+  std::exception_ptr thrown;
+  while (!ended) {  // NOLINT(bugprone-infinite-loop): a block that the loop runs sets the flag
+    try {
+      loop.run();
+    } catch (...) {
+      if (thrown) detail::reportDroppedException("a block of the main queue");
+      if (!thrown) thrown = std::current_exception();
+    }
+  }
+  if (thrown) std::rethrow_exception(thrown);
   return handle_.promise().take();
 }
 

@@ -1,5 +1,6 @@
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 #include <tilvanego/http_client/DownloadException.h>
+#include <tilvanego/http_client/ExceptionFailure.h>
 #include <tilvanego/http_client/FatalError.h>
 #include <tilvanego/http_client/FileDownload.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
@@ -28,7 +29,7 @@ void URLSessionDecodableRequestBuilder::processRequestResponse(const URLSessionE
     case BodyKind::text:
       return succeed(exchange, response, textOf(exchange.data), completion);
     case BodyKind::url:
-      if (auto file = download(exchange, response, error)) {
+      if (auto file = tryDownload(exchange, response, error)) {
         return succeed(exchange, response, *std::move(file), completion);
       } else {
         return fail(exchange, ErrorResponse::downloadFailed, exchange.data, file.error(), completion);
@@ -40,6 +41,16 @@ void URLSessionDecodableRequestBuilder::processRequestResponse(const URLSessionE
       return succeed(exchange, response, bodyType.fromBytes(*exchange.data), completion);
     case BodyKind::other:
       return decode(exchange, response, completion);
+  }
+}
+
+std::expected<URL, Failure> URLSessionDecodableRequestBuilder::tryDownload(
+    const URLSessionExchange& exchange, const HTTPURLResponse& response,
+    const std::optional<Failure>& error) {
+  try {
+    return download(exchange, response, error);
+  } catch (...) {
+    return std::unexpected(detail::currentFailure());
   }
 }
 
@@ -83,7 +94,7 @@ void URLSessionDecodableRequestBuilder::decode(const URLSessionExchange& exchang
 }
 
 std::filesystem::path URLSessionDecodableRequestBuilder::cachesDirectory() const {
-  return detail::userCachesDirectory();
+  return CachesDirectory::path();
 }
 
 }  // namespace tilvanego

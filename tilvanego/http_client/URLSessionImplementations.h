@@ -1,7 +1,9 @@
 #pragma once
 
+#include <tilvanego/http_client/CachesDirectory.h>
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 #include <tilvanego/http_client/DownloadException.h>
+#include <tilvanego/http_client/ExceptionFailure.h>
 #include <tilvanego/http_client/HTTPMethod.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/ParameterEncoding.h>
@@ -60,13 +62,15 @@ struct URLSessionExchange {
 /// bodies.
 ///
 /// A send reads method, parameters and headers, encodes them on the calling thread, and hands the request to
-/// the configuration's interceptor; once that has answered, to the session. The completion runs once:
-/// - on the configuration's `apiResponseQueue` if the request couldn't be built (code 415), if the
-/// interceptor
-///   refused it (415), and, after the interceptor's answer not to retry, if the session failed (-1), if no
-///   HTTP response came (-2), or if the status is no success (the status);
-/// - on the session's thread for a success, and for an answer that gives no body (the status, or 400 if it
-///   couldn't be written to a file).
+/// the configuration's interceptor; once that has answered, to the session. The completion runs once. It runs
+/// on the configuration's `apiResponseQueue` if the request couldn't be built (code 415), if the interceptor
+/// refused it (415), and, after the interceptor's answer not to retry, if the session failed (-1), if no HTTP
+/// response came (-2), or if the status is no success (the status). It runs on the session's thread for a
+/// success, and for an answer that gives no body (the status, or 400 if it couldn't be written to a file).
+///
+/// What host code on the way throws is the cause of such a failure, an `ExceptionFailure`; so is a lack of
+/// memory. `execute` throws nothing, but `std::bad_alloc` before anything began. If the queue itself throws,
+/// the completion runs where the failure came.
 ///
 /// These are faults of the program and end the process: a method that is no `HTTPMethod`, a "Content-Type"
 /// that no encoding serves, a body type that the kind doesn't serve.
@@ -78,7 +82,9 @@ class URLSessionRequestBuilder : public RequestBuilder {
   std::shared_ptr<RequestTask> execute(Completion completion) override;
 
   // What follows are the steps of a send, for kinds of a host's own to replace. They are called without a
-  // lock held.
+  // lock held, and may throw: up to the session's task the request then counts as one that couldn't be built,
+  // from `processRequestResponse` on as an answer that gives no body. After the completion has run, and in
+  // `cleanUp`, the exception is dropped after one line on standard error.
 
   /// The session that the request goes out by; not null. Called for each try.
   virtual std::shared_ptr<URLSessionProtocol> createURLSession();
@@ -127,11 +133,21 @@ class URLSessionRequestBuilder : public RequestBuilder {
 
  private:
   std::shared_ptr<URLSessionRequestBuilder> self();
+  void start(const Completion& completion);
+  std::expected<URLRequest, Failure> build(std::shared_ptr<URLSessionProtocol>& urlSession);
   std::unique_ptr<ParameterEncoding> encodingFor(HTTPMethod httpMethod);
+  void intercept(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
+                 const Completion& completion);
+  void refuse(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
+              const Failure& failure, const Completion& completion);
   void send(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
             const Completion& completion);
   void finished(const URLSessionExchange& exchange, const std::optional<Failure>& error,
                 const Completion& completion);
+  std::optional<Failure> failureOf(const URLSessionExchange& exchange,
+                                   const std::optional<Failure>& error) const;
+  void executeAgain(const URLSessionExchange& exchange, const Completion& completion);
+  void didFail(const URLSessionExchange& exchange, const std::optional<Data>& data, const Failure& failure);
   void failLater(const URLSessionExchange& exchange, int code, const Failure& failure,
                  const Completion& completion);
 };
@@ -139,7 +155,7 @@ class URLSessionRequestBuilder : public RequestBuilder {
 /// Sends a request, and makes its answer a body of the builder's type: text, a file, nothing, bytes, or what
 /// the configuration's `codableHelper` reads from JSON.
 ///
-/// Text that is no UTF-8 is the empty text. A file lies in the user's caches directory, under the path of the
+/// Text that is no UTF-8 is the empty text. A file lies in `cachesDirectory()`, under the path of the
 /// request's URL, with the file name that "Content-Disposition" gives or one of its own; an answer or a URL
 /// whose names would lead elsewhere fails with code 400. An earlier file of the name is replaced at once.
 class URLSessionDecodableRequestBuilder : public URLSessionRequestBuilder {
@@ -149,10 +165,12 @@ class URLSessionDecodableRequestBuilder : public URLSessionRequestBuilder {
   void processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                               const std::optional<Failure>& error, const Completion& completion) override;
 
-  /// Where downloaded files go: `$XDG_CACHE_HOME`, or `~/.cache` without it.
+  /// Where downloaded files go: `CachesDirectory::path()`.
   [[nodiscard]] virtual std::filesystem::path cachesDirectory() const;
 
  private:
+  std::expected<URL, Failure> tryDownload(const URLSessionExchange& exchange, const HTTPURLResponse& response,
+                                          const std::optional<Failure>& error);
   std::expected<URL, Failure> download(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                        const std::optional<Failure>& error);
   void decode(const URLSessionExchange& exchange, const HTTPURLResponse& response,

@@ -12,7 +12,9 @@
 
 namespace tilvanego {
 
-/// One send: made suspended, started once, ended once. All operations may be called from any thread.
+/// One send: made suspended, started once, ended once. All operations may be called from any thread. May
+/// throw: from `resume` on the request counts as one that the session failed, before as one that couldn't be
+/// built; from `cancel` the exception is dropped after one line on standard error.
 class URLSessionDataTaskProtocol {
  public:
   virtual ~URLSessionDataTaskProtocol() = default;
@@ -38,7 +40,8 @@ class URLSessionProtocol {
  public:
   virtual ~URLSessionProtocol() = default;
 
-  /// Makes a task that is sent when it is resumed. May be called from any thread.
+  /// Makes a task that is sent when it is resumed. May be called from any thread. May throw: the request
+  /// counts as one that couldn't be built.
   virtual std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
       const URLRequest& request, DataTaskCompletion completionHandler) = 0;
 };

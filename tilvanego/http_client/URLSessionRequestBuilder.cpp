@@ -1,5 +1,6 @@
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 #include <tilvanego/http_client/DownloadException.h>
+#include <tilvanego/http_client/ExceptionFailure.h>
 #include <tilvanego/http_client/FatalError.h>
 #include <tilvanego/http_client/FormDataEncoding.h>
 #include <tilvanego/http_client/FormURLEncoding.h>
@@ -9,44 +10,131 @@
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLEncoding.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/values/Text.h>
 
 #include <algorithm>
+#include <exception>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 namespace tilvanego {
+
+namespace {
+
+using Told = detail::Once<RequestBuilder::Result>;
+
+/// A completion that runs once, whoever calls it. A retry passes on the one that it has.
+RequestBuilder::Completion runOnce(RequestBuilder::Completion completion) {
+  if (completion.target<Told>() != nullptr) return completion;
+  detail::requireCompletion(completion != nullptr);
+  return Told(std::move(completion));
+}
+
+/// The exception that is being handled came out of what may have called the completion. True if nobody told
+/// it yet, so that it has to hear of a failure. What the completion itself threw passes on.
+bool isUntold(const RequestBuilder::Completion& completion, std::string_view step) {
+  const Told& told = *completion.target<Told>();
+  if (told.hasThrown()) throw;
+  if (told.isUsed()) detail::reportDroppedException(step);
+  return !told.isUsed();
+}
+
+void tell(const RequestBuilder::Completion& completion, RequestBuilder::Result result) {
+  try {
+    completion(std::move(result));
+  } catch (...) {
+    if (detail::isOwnThread()) detail::endForException("the completion of RequestBuilder::execute");
+    throw;
+  }
+}
+
+/// Even where there is no memory to copy the cause.
+ErrorResponse errorOf(const URLSessionExchange& exchange, int code, const std::optional<Data>& data,
+                      const Failure& failure) {
+  try {
+    return ErrorResponse::error(code, data, exchange.response, failure);
+  } catch (...) {
+    return ErrorResponse::error(code, data, exchange.response, ExceptionFailure(std::current_exception()));
+  }
+}
+
+const HTTPURLResponse* httpResponse(const URLSessionExchange& exchange) {
+  return dynamic_cast<const HTTPURLResponse*>(exchange.response.get());
+}
+
+}  // namespace
 
 std::shared_ptr<URLSessionRequestBuilder> URLSessionRequestBuilder::self() {
   return std::static_pointer_cast<URLSessionRequestBuilder>(shared_from_this());
 }
 
-std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion completion) {
-  const auto urlSession = createURLSession();
-  const auto httpMethod = fromRawText<HTTPMethod>(method);
-  if (!httpMethod) detail::fatalError("Unsupported Http method - " + method);
-  const auto encoding = encodingFor(*httpMethod);
-  auto request = createURLRequest(urlSession, *httpMethod, *encoding, headers());
-  if (!request) {
-    const auto url = URL::parse(URLString);
-    const URLRequest fallback{.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method};
-    failLater({fallback, urlSession, std::nullopt, nullptr}, ErrorResponse::requestRefused, request.error(),
-              completion);
-    return requestTask;
+std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given) {
+  const Completion completion = runOnce(std::move(given));
+  try {
+    start(completion);
+  } catch (...) {
+    if (isUntold(completion, "RequestBuilder::execute")) {
+      failLater({}, ErrorResponse::requestRefused, detail::currentFailure(), completion);
+    }
   }
-  OpenAPIInterceptor::InterceptCompletion intercepted =
-      [builder = self(), built = *request, urlSession,
-       completion](std::expected<URLRequest, Failure> answer) {
-        if (answer) {
-          builder->send(*answer, urlSession, completion);
-        } else {
-          builder->failLater({built, urlSession, std::nullopt, nullptr}, ErrorResponse::requestRefused,
-                             answer.error(), completion);
-        }
-      };
-  apiConfiguration->interceptor()->intercept(*request, urlSession, self(),
-                                             detail::once(std::move(intercepted)));
   return requestTask;
+}
+
+void URLSessionRequestBuilder::start(const Completion& completion) {
+  std::shared_ptr<URLSessionProtocol> urlSession;
+  const auto request = build(urlSession);
+  if (request) return intercept(*request, urlSession, completion);
+  const auto url = URL::parse(URLString);
+  refuse({.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method}, urlSession, request.error(),
+         completion);
+}
+
+std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
+    std::shared_ptr<URLSessionProtocol>& urlSession) {
+  try {
+    urlSession = createURLSession();
+    const auto httpMethod = fromRawText<HTTPMethod>(method);
+    if (!httpMethod) detail::fatalError("Unsupported Http method - " + method);
+    const auto encoding = encodingFor(*httpMethod);
+    return createURLRequest(urlSession, *httpMethod, *encoding, headers());
+  } catch (...) {
+    return std::unexpected(detail::currentFailure());
+  }
+}
+
+void URLSessionRequestBuilder::intercept(const URLRequest& request,
+                                         const std::shared_ptr<URLSessionProtocol>& urlSession,
+                                         const Completion& completion) {
+  using Answer = std::expected<URLRequest, Failure>;
+  std::optional<detail::Once<Answer>> intercepted;
+  try {
+    intercepted.emplace([builder = self(), built = request, urlSession, completion](const Answer& answer) {
+      if (answer) {
+        builder->send(*answer, urlSession, completion);
+      } else {
+        builder->refuse(built, urlSession, answer.error(), completion);
+      }
+    });
+    apiConfiguration->interceptor()->intercept(request, urlSession, self(), *intercepted);
+  } catch (...) {
+    if (!isUntold(completion, "OpenAPIInterceptor::intercept")) return;
+    if (intercepted && intercepted->isUsed()) {
+      detail::reportDroppedException("OpenAPIInterceptor::intercept");
+    } else if (intercepted) {
+      (*intercepted)(std::unexpected(detail::currentFailure()));
+    } else {
+      refuse(request, urlSession, detail::currentFailure(), completion);
+    }
+  }
+}
+
+void URLSessionRequestBuilder::refuse(const URLRequest& request,
+                                      const std::shared_ptr<URLSessionProtocol>& urlSession,
+                                      const Failure& failure, const Completion& completion) {
+  failLater({request, urlSession, std::nullopt, nullptr}, ErrorResponse::requestRefused, failure, completion);
 }
 
 std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMethod httpMethod) {
@@ -72,49 +160,111 @@ std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMet
 void URLSessionRequestBuilder::send(const URLRequest& request,
                                     const std::shared_ptr<URLSessionProtocol>& urlSession,
                                     const Completion& completion) {
-  DataTaskCompletion completed = [builder = self(), request, urlSession, completion](
-                                     std::optional<Data> data, URLResponsePointer response,
-                                     std::optional<Failure> error) {
-    builder->finished({request, urlSession, std::move(data), std::move(response)}, error, completion);
-  };
-  const auto task = urlSession->dataTaskFromProtocol(request, detail::once(std::move(completed)));
-  if (const auto ready = onProgressReady()) ready(task->progress());
-  URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
-                                                                            credential());
+  using Completed = detail::Once<std::optional<Data>, URLResponsePointer, std::optional<Failure>>;
+  std::optional<Completed> completed;
+  std::shared_ptr<URLSessionDataTaskProtocol> task;
+  try {
+    completed.emplace([builder = self(), exchange = URLSessionExchange{request, urlSession, {}, nullptr},
+                       completion](std::optional<Data> data, URLResponsePointer response,
+                                   const std::optional<Failure>& error) mutable {
+      exchange.data = std::move(data);
+      exchange.response = std::move(response);
+      builder->finished(exchange, error, completion);
+    });
+    task = urlSession->dataTaskFromProtocol(request, *completed);
+    if (const auto ready = onProgressReady()) {
+      detail::runListener("the onProgressReady of a request builder", [&] { ready(task->progress()); });
+    }
+    URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
+                                                                              credential());
+  } catch (...) {
+    if (!isUntold(completion, "the making of a task")) return;
+    // Should the session go on with it all the same, nobody listens.
+    if (completed && !completed->use()) return detail::reportDroppedException("the making of a task");
+    return refuse(request, urlSession, detail::currentFailure(), completion);
+  }
   requestTask->set(task);
-  apiConfiguration->interceptor()->willSendRequest(request, urlSession, self());
-  task->resume();
+  detail::runListener("OpenAPIInterceptor::willSendRequest",
+                      [&] { apiConfiguration->interceptor()->willSendRequest(request, urlSession, self()); });
+  try {
+    task->resume();
+  } catch (...) {
+    if (!isUntold(completion, "URLSessionDataTaskProtocol::resume")) return;
+    if (!(*completed)(std::nullopt, nullptr, detail::currentFailure())) {
+      detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
+    }
+  }
 }
 
 void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
                                         const std::optional<Failure>& error, const Completion& completion) {
+  detail::runListener("URLSessionRequestBuilder::cleanUp", [&] { cleanUp(); });
+  detail::runListener("OpenAPIInterceptor::didReceiveResponse", [&] {
+    apiConfiguration->interceptor()->didReceiveResponse(exchange.request, exchange.session, self(),
+                                                        exchange.data, exchange.response, error);
+  });
+  const auto* response = httpResponse(exchange);
+  const int code = error      ? ErrorResponse::transportFailed
+                   : response ? response->statusCode()
+                              : ErrorResponse::noHTTPResponse;
+  std::optional<Failure> failure;
+  try {
+    failure = failureOf(exchange, error);
+    if (failure) {
+      retry(exchange, code, *failure, completion);
+    } else {
+      processRequestResponse(exchange, *response, error, completion);
+    }
+  } catch (...) {
+    if (!isUntold(completion, "a step of a request builder")) return;
+    if (failure) return failLater(exchange, code, *failure, completion);
+    fail(exchange, code, exchange.data, detail::currentFailure(), completion);
+  }
+}
+
+std::optional<Failure> URLSessionRequestBuilder::failureOf(const URLSessionExchange& exchange,
+                                                           const std::optional<Failure>& error) const {
   using Cases = DecodableRequestBuilderError;
-  cleanUp();
-  apiConfiguration->interceptor()->didReceiveResponse(exchange.request, exchange.session, self(),
-                                                      exchange.data, exchange.response, error);
-  if (error) return retry(exchange, ErrorResponse::transportFailed, *error, completion);
-  const auto* response = dynamic_cast<const HTTPURLResponse*>(exchange.response.get());
-  if (response == nullptr) {
-    return retry(exchange, ErrorResponse::noHTTPResponse, Cases(Cases::NilHTTPResponse()), completion);
-  }
-  if (apiConfiguration->successfulStatusCodeRange().contains(response->statusCode())) {
-    return processRequestResponse(exchange, *response, error, completion);
-  }
-  retry(exchange, response->statusCode(), Cases(Cases::UnsuccessfulHTTPStatusCode()), completion);
+  if (error) return error;
+  const auto* response = httpResponse(exchange);
+  if (response == nullptr) return Cases(Cases::NilHTTPResponse());
+  if (apiConfiguration->successfulStatusCodeRange().contains(response->statusCode())) return std::nullopt;
+  return Cases(Cases::UnsuccessfulHTTPStatusCode());
 }
 
 void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int code, const Failure& failure,
                                      const Completion& completion) {
-  OpenAPIInterceptor::RetryCompletion answered = [builder = self(), exchange, code, failure,
-                                                  completion](OpenAPIInterceptorRetry answer) {
-    if (answer == OpenAPIInterceptorRetry::retry) {
-      builder->execute(completion);
+  std::optional<detail::Once<OpenAPIInterceptorRetry>> answered;
+  try {
+    answered.emplace([builder = self(), exchange, code, failure, completion](OpenAPIInterceptorRetry answer) {
+      if (answer == OpenAPIInterceptorRetry::retry) {
+        builder->executeAgain(exchange, completion);
+      } else {
+        builder->failLater(exchange, code, failure, completion);
+      }
+    });
+    apiConfiguration->interceptor()->retry(exchange.request, exchange.session, self(), exchange.data,
+                                           exchange.response, failure, *answered);
+  } catch (...) {
+    if (!isUntold(completion, "OpenAPIInterceptor::retry")) return;
+    detail::reportDroppedException("OpenAPIInterceptor::retry");
+    if (answered) {
+      (*answered)(OpenAPIInterceptorRetry::dontRetry);
     } else {
-      builder->failLater(exchange, code, failure, completion);
+      failLater(exchange, code, failure, completion);
     }
-  };
-  apiConfiguration->interceptor()->retry(exchange.request, exchange.session, self(), exchange.data,
-                                         exchange.response, failure, detail::once(std::move(answered)));
+  }
+}
+
+void URLSessionRequestBuilder::executeAgain(const URLSessionExchange& exchange,
+                                            const Completion& completion) {
+  try {
+    execute(completion);
+  } catch (...) {
+    if (isUntold(completion, "RequestBuilder::execute")) {
+      refuse(exchange.request, exchange.session, detail::currentFailure(), completion);
+    }
+  }
 }
 
 void URLSessionRequestBuilder::processRequestResponse(const URLSessionExchange& exchange,
@@ -129,27 +279,44 @@ void URLSessionRequestBuilder::processRequestResponse(const URLSessionExchange& 
 
 void URLSessionRequestBuilder::succeed(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                        std::any body, const Completion& completion) {
-  apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), exchange.data,
-                                               exchange.response, body);
-  completion(AnyResponse(response, std::move(body), exchange.data));
+  // Whatever needs memory comes before anybody is told.
+  AnyResponse answer(response, std::any(), exchange.data);
+  std::expected<std::any, Failure> result(std::in_place, std::move(body));
+  detail::runListener("OpenAPIInterceptor::didComplete", [&] {
+    apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), exchange.data,
+                                                 exchange.response, result);
+  });
+  answer.body = *std::move(result);
+  tell(completion, std::move(answer));
 }
 
 void URLSessionRequestBuilder::fail(const URLSessionExchange& exchange, int code,
                                     const std::optional<Data>& data, const Failure& failure,
                                     const Completion& completion) {
-  apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), data,
-                                               exchange.response, std::unexpected(failure));
-  completion(std::unexpected(ErrorResponse::error(code, data, exchange.response, failure)));
+  auto error = errorOf(exchange, code, data, failure);
+  didFail(exchange, data, failure);
+  tell(completion, std::unexpected(std::move(error)));
 }
 
 void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int code, const Failure& failure,
                                          const Completion& completion) {
-  apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), exchange.data,
-                                               exchange.response, std::unexpected(failure));
-  apiConfiguration->apiResponseQueue().post(
-      [completion, error = ErrorResponse::error(code, exchange.data, exchange.response, failure)] {
-        completion(std::unexpected(error));
-      });
+  const auto error = errorOf(exchange, code, exchange.data, failure);
+  didFail(exchange, exchange.data, failure);
+  try {
+    apiConfiguration->apiResponseQueue().post([completion, error] { completion(std::unexpected(error)); });
+  } catch (...) {
+    if (!isUntold(completion, "MainQueue::post")) return;
+    detail::reportDroppedException("MainQueue::post");
+    tell(completion, std::unexpected(error));
+  }
+}
+
+void URLSessionRequestBuilder::didFail(const URLSessionExchange& exchange, const std::optional<Data>& data,
+                                       const Failure& failure) {
+  detail::runListener("OpenAPIInterceptor::didComplete", [&] {
+    apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), data,
+                                                 exchange.response, std::unexpected(failure));
+  });
 }
 
 std::shared_ptr<URLSessionProtocol> URLSessionRequestBuilder::createURLSession() {

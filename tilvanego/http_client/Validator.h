@@ -65,6 +65,12 @@ class Validator {
     throwIfAny(check(value, rule));
     return value;
   }
+  /// The same without a copy: the view that was given.
+  template <std::same_as<std::string_view> View>
+  static View validate(View value, const StringRule& rule) {
+    throwIfAny(check(value, rule));
+    return value;
+  }
   /// The value, unchanged. Throws `ValidationError<NumericValidationErrorKind>`.
   template <typename Number, detail::CheckedAs<Number> Value>
   static Value validate(Value value, const NumericRule<Number>& rule) {

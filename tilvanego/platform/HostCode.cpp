@@ -11,6 +11,8 @@
 namespace tilvanego::detail {
 namespace {
 
+thread_local bool ownThread = false;
+
 std::string currentExceptionType() {
   const std::type_info* type = abi::__cxa_current_exception_type();
   if (type == nullptr) return "something";
@@ -45,5 +47,11 @@ void endForException(std::string_view callback, std::string_view reason) noexcep
   }
   std::abort();
 }
+
+OwnThread::OwnThread() noexcept { ownThread = true; }
+
+OwnThread::~OwnThread() { ownThread = false; }
+
+bool isOwnThread() noexcept { return ownThread; }
 
 }  // namespace tilvanego::detail

@@ -60,4 +60,16 @@ void postOrEnd(Queue& queue, Block&& block) noexcept {
   }
 }
 
+/// Marks the calling thread as one of the library's own while it lives.
+class OwnThread {
+ public:
+  OwnThread() noexcept;
+  OwnThread(const OwnThread&) = delete;
+  OwnThread& operator=(const OwnThread&) = delete;
+  ~OwnThread();
+};
+
+/// Whether the calling thread is so marked. A completion that may run on either kind of thread asks.
+[[nodiscard]] bool isOwnThread() noexcept;
+
 }  // namespace tilvanego::detail
