@@ -41,7 +41,7 @@ void check(const ResponseHead& collected) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::string_view rest(reinterpret_cast<const char*>(data), size);
-  ResponseHead head;
+  ResponseHead head(std::size_t{64} * 1024);
   while (!rest.empty()) {
     const std::size_t length = std::min(rest.find('\n'), rest.size() - 1) + 1;
     // A copy of its own size, so that a read past the end is seen.

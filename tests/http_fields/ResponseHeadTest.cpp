@@ -13,6 +13,8 @@ namespace {
 using detail::ResponseHead;
 using Fields = std::vector<HTTPHeaders::Field>;
 
+constexpr std::size_t limit = std::size_t{64} * 1024;
+
 TEST(ResponseHead, FieldsAreReadLineByLine) {
   struct Case {
     std::vector<std::string> lines;
@@ -43,7 +45,7 @@ TEST(ResponseHead, FieldsAreReadLineByLine) {
       {{"HTTP/1.1 200 OK\r\n", "HTTP/1.1: 1\r\n", "A: 1\r\n"}, "HTTP/1.1 200 OK", {{"A", "1"}}},
   };
   for (const Case& one : cases) {
-    ResponseHead head;
+    ResponseHead head(limit);
     for (const std::string& line : one.lines) EXPECT_TRUE(head.addLine(line)) << line;
     if (!head.isComplete()) {
       EXPECT_TRUE(head.addLine("\r\n"));
@@ -55,7 +57,7 @@ TEST(ResponseHead, FieldsAreReadLineByLine) {
 }
 
 TEST(ResponseHead, TrailersAreLeftOut) {
-  ResponseHead head;
+  ResponseHead head(limit);
   for (const char* line : {"HTTP/1.1 200 OK\r\n", "A: 1\r\n", "\r\n"}) EXPECT_TRUE(head.addLine(line));
   EXPECT_TRUE(head.isComplete());
   head.bodyBegins();
@@ -64,19 +66,36 @@ TEST(ResponseHead, TrailersAreLeftOut) {
 }
 
 TEST(ResponseHead, FieldsAndBytesHaveALimit) {
-  ResponseHead many;
+  ResponseHead many(limit);
   EXPECT_TRUE(many.addLine("HTTP/1.1 200 OK\r\n"));
   for (std::size_t i = 0; i < ResponseHead::maximumFields; ++i) EXPECT_TRUE(many.addLine("A: 1\r\n"));
   EXPECT_FALSE(many.addLine("A: 1\r\n"));
 
   const std::string start = "HTTP/1.1 200 OK\r\n";
   const std::string field = "A: \r\n";
-  const std::string value(ResponseHead::maximumBytes - start.size() - field.size(), 'x');
-  ResponseHead full;
+  const std::string value(limit - start.size() - field.size(), 'x');
+  ResponseHead full(limit);
   EXPECT_TRUE(full.addLine(start));
   EXPECT_TRUE(full.addLine("A: " + value + "\r\n"));
   EXPECT_FALSE(full.addLine("\r\n"));
-  EXPECT_FALSE(ResponseHead().addLine("HTTP/1.1 200 " + std::string(ResponseHead::maximumBytes, 'x')));
+  EXPECT_FALSE(ResponseHead(limit).addLine("HTTP/1.1 200 " + std::string(limit, 'x')));
+}
+
+TEST(ResponseHead, InterimHeadsAndTrailersCountToo) {
+  const auto linesUntilRefused = [](const std::vector<std::string>& lines, bool inBody) {
+    ResponseHead head(limit);
+    std::size_t bytes = 0;
+    for (const char* line : {"HTTP/1.1 200 OK\r\n", "\r\n"}) {
+      EXPECT_TRUE(head.addLine(line));
+      bytes += std::string_view(line).size();
+    }
+    if (inBody) head.bodyBegins();
+    for (std::size_t i = 0; head.addLine(lines[i % lines.size()]); ++i)
+      bytes += lines[i % lines.size()].size();
+    return bytes;
+  };
+  EXPECT_LE(linesUntilRefused({"HTTP/1.1 103 Early\r\n", "A: 1\r\n", "\r\n"}, false), limit);
+  EXPECT_LE(linesUntilRefused({"A: 1\r\n"}, true), limit);
 }
 
 }  // namespace

@@ -145,8 +145,9 @@ MIMETypes::MIMETypes() {
 }
 
 const MIMETypes& MIMETypes::system() {
-  static const MIMETypes types = [] {
-    MIMETypes read;
+  // Never destroyed: a send may be under way while the process ends.
+  static const MIMETypes& types = [] -> MIMETypes& {
+    auto& read = *new MIMETypes;
     read.addDirectories(detail::dataDirectories(std::getenv("XDG_DATA_HOME"), std::getenv("HOME"),
                                                 std::getenv("XDG_DATA_DIRS")));
     return read;

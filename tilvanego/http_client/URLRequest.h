@@ -4,6 +4,7 @@
 #include <tilvanego/values/Data.h>
 #include <tilvanego/values/URL.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,8 @@ struct URLRequest {
   std::optional<Data> httpBody{};
   /// Seconds without any byte before the request fails.
   double timeoutInterval = 60;
+  /// Of the answer, in bytes after decompression; 0: no limit. None: the session's.
+  std::optional<std::uint64_t> maximumBodySize{};
 
   bool operator==(const URLRequest&) const = default;
 };

@@ -24,13 +24,21 @@ URLAuthenticationAnswer SessionDelegate::didReceiveChallenge(const URLSessionCon
                                                              const URLAuthenticationChallenge& challenge) {
   using enum URLAuthenticationAnswer::Disposition;
   if (challenge.previousFailureCount > 0) return {rejectProtectionSpace, std::nullopt};
-  auto credential =
-      URLSessionRequestBuilderConfiguration::shared().credentialStore->value(task.taskIdentifier());
+  std::optional<URLCredential> credential;
+  if (!challenge.protectionSpace.isProxy && !challenge.isElsewhere) {
+    credential =
+        URLSessionRequestBuilderConfiguration::shared().credentialStore->value(task.taskIdentifier());
+  }
   if (!credential && configuration.credentialStorage) {
     credential = configuration.credentialStorage->defaultCredential(challenge.protectionSpace);
   }
   if (!credential) return {performDefaultHandling, std::nullopt};
   return {useCredential, std::move(credential)};
+}
+
+void SessionDelegate::didEndTask(const URLSessionDataTaskProtocol& task) {
+  URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task.taskIdentifier(),
+                                                                            std::nullopt);
 }
 
 const URLSessionRequestBuilderConfiguration& URLSessionRequestBuilderConfiguration::shared() {

@@ -25,14 +25,17 @@
 
 namespace tilvanego {
 
-/// Answers a server's challenge with the credential of the builder whose task was challenged, else with the
-/// session's default credential for the protection space, else by default handling. A second challenge of
-/// the same task is rejected: the credential was wrong.
+/// Answers a challenge of the request's own server (scheme, host, port) with the credential of the builder
+/// whose task was challenged. Else, and for a proxy or a server that a redirect led to, answers with the
+/// storage's default credential for the protection space, else by default handling. A second challenge by the
+/// same server is rejected, also for another realm: the credential was wrong.
 class SessionDelegate : public URLSessionDelegate {
  public:
   URLAuthenticationAnswer didReceiveChallenge(const URLSessionConfiguration& configuration,
                                               const URLSessionDataTaskProtocol& task,
                                               const URLAuthenticationChallenge& challenge) override;
+  /// Lets the builder's credential go, also if the send was cancelled.
+  void didEndTask(const URLSessionDataTaskProtocol& task) override;
 };
 
 /// What all sends of the process share, made on first use. The members are never replaced.
@@ -43,7 +46,8 @@ class URLSessionRequestBuilderConfiguration {
   const std::shared_ptr<SessionDelegate> sessionDelegate;
   /// The session that requests go out by unless a builder brings its own.
   const std::shared_ptr<URLSession> defaultURLSession;
-  /// The credentials of the tasks in flight by their identifiers.
+  /// The credentials of the tasks in flight by their identifiers. An entry goes when its task
+  /// has ended, at the latest.
   const std::shared_ptr<SynchronizedDictionary<int, URLCredential>> credentialStore;
 
  private:

@@ -333,6 +333,8 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
   auto url = URL::parse(URLString);
   if (!url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
   URLRequest request{.url = *std::move(url), .httpMethod = std::string(rawText(httpMethod))};
+  // A file may be of any size.
+  if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
   for (auto& [name, value] : buildHeaders()) request.headers.setValue(name, value);
   return encoding.encode(std::move(request), parameters);
 }

@@ -24,12 +24,13 @@ class APIDates final : public JSONDates {
 }  // namespace
 
 const JSONDates& JSONDates::api() {
-  static const APIDates form;
+  // Neither of the two is ever destroyed: a session may read an answer while the process ends.
+  static const APIDates& form = *new APIDates;
   return form;
 }
 
 const JSONDates& JSONDates::internetDateTime() {
-  static const InternetDateTime form;
+  static const InternetDateTime& form = *new InternetDateTime;
   return form;
 }
 

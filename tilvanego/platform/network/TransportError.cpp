@@ -31,6 +31,8 @@ std::string_view nameOf(TransportError::Code code) {
       return "network connection lost";
     case badServerResponse:
       return "bad server response";
+    case bodyTooLarge:
+      return "body too large";
     case tooManyRedirects:
       return "too many redirects";
     case redirectRefused:

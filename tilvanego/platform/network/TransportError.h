@@ -10,10 +10,11 @@ struct TransportError {
   enum class Code : std::uint8_t {
     /// The task, its progress or its session was ended by the host.
     cancelled,
-    /// No byte came or went for the request's `timeoutInterval`.
+    /// No byte came or went for the request's `timeoutInterval`, or the whole request took longer than the
+    /// session's `maximumRequestTime`.
     timedOut,
     /// The request can't be sent as it is: a method or header name that is no token, a line break or NUL in a
-    /// header, a body for HEAD. Nothing was sent.
+    /// header, a body for HEAD, more than 1 MB of URL and header. Nothing was sent.
     invalidRequest,
     /// The URL, or one that the server redirected to, isn't http or https or has no host.
     unsupportedURL,
@@ -29,8 +30,10 @@ struct TransportError {
     serverCertificateUntrusted,
     /// The connection ended inside the request or the answer. The server may have acted on the request.
     networkConnectionLost,
-    /// The answer breaks the protocol or the session's limits.
+    /// The answer breaks the protocol, or its head is beyond the session's limits.
     badServerResponse,
+    /// The answer's body is larger than the session's or the request's `maximumBodySize`.
+    bodyTooLarge,
     /// More than 20 redirects.
     tooManyRedirects,
     /// A redirect from https to http, which isn't followed.

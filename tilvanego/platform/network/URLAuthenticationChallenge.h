@@ -37,11 +37,14 @@ struct URLProtectionSpace {
 /// A server, or a proxy, asks who is calling.
 struct URLAuthenticationChallenge {
   URLProtectionSpace protectionSpace;
-  /// How often this task was challenged for this space already; above 0, the last credential was refused.
+  /// How many credentials of this task this server or proxy (scheme, host, port) has refused already,
+  /// whatever realm it named for each.
   int previousFailureCount = 0;
-  /// What default handling would use: the user and password of the request's URL, else the default credential
-  /// of the session's storage. None after a failure.
+  /// What default handling would use: the user and password of the request's URL, if its own server asks,
+  /// else the storage's default credential for the space. None after a failure.
   std::optional<URLCredential> proposedCredential{};
+  /// A redirect led to this server: it has another scheme, host or port than the task's request.
+  bool isElsewhere = false;
 };
 
 /// What is to become of a challenge.
@@ -65,10 +68,19 @@ class URLSessionDelegate {
   virtual ~URLSessionDelegate() = default;
 
   /// Called on the session's thread, which waits for the answer; no lock is held. `task` is the task that was
-  /// challenged, `configuration` that of its session. Must not throw.
+  /// challenged, `configuration` that of its session. A credential goes to who asks: what the host means for
+  /// the request's own server goes neither to a proxy nor elsewhere.
+  ///
+  /// May throw: the exception counts as `rejectProtectionSpace`.
   virtual URLAuthenticationAnswer didReceiveChallenge(const URLSessionConfiguration& configuration,
                                                       const URLSessionDataTaskProtocol& task,
                                                       const URLAuthenticationChallenge& challenge) = 0;
+
+  /// The task has ended, or its session has, and is challenged no more: what was kept to answer for it can
+  /// go. Called on the session's thread, before the task's completion; no lock is held.
+  ///
+  /// May throw: the exception is dropped after one line on standard error.
+  virtual void didEndTask(const URLSessionDataTaskProtocol& /*task*/) {}
 };
 
 }  // namespace tilvanego

@@ -11,8 +11,8 @@
 
 namespace tilvanego {
 
-/// One default credential for each protection space, in memory alone. Sessions may share a storage. All
-/// operations may be called from any thread.
+/// One default credential for each protection space, in memory alone, until it is replaced or removed, or the
+/// storage goes. Sessions may share a storage. All operations may be called from any thread.
 class URLCredentialStorage {
  public:
   /// The process's storage, which sessions use unless their configuration names another one.
@@ -28,6 +28,13 @@ class URLCredentialStorage {
       if (found == credentials.end()) return std::nullopt;
       return found->second;
     });
+  }
+
+  /// Forgets all credentials. Requests that were challenged before may still carry one.
+  void clear() {
+    // Taken out first: nothing is destroyed under the lock.
+    std::map<URLProtectionSpace, URLCredential> forgotten;
+    credentials_.withValue([&](auto& credentials) { credentials.swap(forgotten); });
   }
 
   /// Replaces the space's credential; none removes it.

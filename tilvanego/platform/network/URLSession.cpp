@@ -17,6 +17,8 @@ URLSession::~URLSession() { loop_->close(); }
 
 const URLSessionConfiguration& URLSession::configuration() const { return loop_->configuration(); }
 
+void URLSession::clearCookies() { loop_->clearCookies(); }
+
 std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskFromProtocol(
     const URLRequest& request, DataTaskCompletion completionHandler) {
   return std::make_shared<detail::SessionTask>(loop_, request, std::move(completionHandler));

@@ -10,17 +10,17 @@
 namespace tilvanego::detail {
 
 /// The bytes of an answer as they come, in room that grows with what has come: an announced length is trusted
-/// to 16 times of that, or 1 MiB. So 100 MB take three allocations, and a server can't have more memory
-/// taken than it has sent bytes for.
+/// to 16 times of that, or 1 MiB, so that 100 MB take three allocations. Bytes that come decompressed can be
+/// a thousand times those that were sent; what bounds them is the limit, which the caller keeps.
 class Body {
  public:
-  /// Announced by the server.
+  /// Announced by the server, within the limit.
   void expect(std::size_t length) { expected_ = length; }
 
   /// Throws std::bad_alloc or std::length_error if memory is short.
   void append(const char* bytes, std::size_t count) {
     const auto needed = bytes_.size() + count;
-    // Beyond the announced length, as a compressed body is, the vector's own growth serves.
+    // Without an announced length, the vector's own growth serves.
     if (needed > bytes_.capacity() && needed <= expected_) {
       bytes_.reserve(std::min(expected_, std::max(needed * 16, std::size_t{1} << 20U)));
     }

@@ -8,9 +8,12 @@ namespace tilvanego::detail {
 
 namespace {
 
-TransportError::Code codeOf(CURLcode code) {
+TransportError::Code codeOf(CURLcode code, std::string_view detail) {
   using enum TransportError::Code;
   switch (code) {
+    // What breaks the framing of a body in chunks is told like a lost connection, but for its text.
+    case CURLE_RECV_ERROR:
+      return detail.contains("chunk") ? badServerResponse : networkConnectionLost;
     case CURLE_OPERATION_TIMEDOUT:
       return timedOut;
     case CURLE_URL_MALFORMAT:
@@ -34,7 +37,6 @@ TransportError::Code codeOf(CURLcode code) {
     case CURLE_SSL_INVALIDCERTSTATUS:
       return serverCertificateUntrusted;
     case CURLE_SEND_ERROR:
-    case CURLE_RECV_ERROR:
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
     case CURLE_HTTP2:
@@ -44,6 +46,7 @@ TransportError::Code codeOf(CURLcode code) {
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_BAD_CONTENT_ENCODING:
+    case CURLE_FILESIZE_EXCEEDED:
       return badServerResponse;
     default:
       return unknown;
@@ -56,7 +59,7 @@ TransportError transportError(int curlCode, std::string_view detail) {
   const auto code = static_cast<CURLcode>(curlCode);
   // A text with "@" may hold the URL of a proxy with its user and password.
   const bool mayBeShown = !detail.empty() && detail.find('@') == std::string_view::npos;
-  return {codeOf(code), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};
+  return {codeOf(code, detail), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};
 }
 
 }  // namespace tilvanego::detail

@@ -26,8 +26,13 @@ std::string shown(std::string_view name) {
   return text;
 }
 
-std::expected<void, TransportError> checkHeaders(const HTTPHeaders& headers) {
-  for (const auto& [name, value] : headers.fields()) {
+/// libcurl sends a head up to 1 MiB, and takes a longer one for a lack of memory.
+constexpr std::size_t maximumHeadSize = 1'000'000;
+
+std::expected<void, TransportError> checkHeaders(const URLRequest& request) {
+  std::size_t size = request.url->absoluteString().size();
+  for (const auto& [name, value] : request.headers.fields()) {
+    size += name.size() + value.size() + std::string_view(": \r\n").size();
     if (!isToken(name)) {
       return refused(Code::invalidRequest, "the header name \"" + shown(name) + "\" is no token of RFC 9110");
     }
@@ -36,6 +41,7 @@ std::expected<void, TransportError> checkHeaders(const HTTPHeaders& headers) {
                      "the value of the header \"" + name + "\" has a line break or NUL");
     }
   }
+  if (size > maximumHeadSize) return refused(Code::invalidRequest, "URL and header are longer than 1 MB");
   return {};
 }
 
@@ -68,7 +74,7 @@ std::expected<void, TransportError> checkRequest(const URLRequest& request) {
   if (request.httpMethod == "HEAD" && request.httpBody && !request.httpBody->empty()) {
     return refused(Code::invalidRequest, "a HEAD request can't have a body");
   }
-  return checkHeaders(request.headers);
+  return checkHeaders(request);
 }
 
 bool isIdempotent(const std::string& method) {

@@ -14,10 +14,11 @@ bool isContentEncoding(std::string_view line) {
 }  // namespace
 
 bool ResponseHead::addLine(std::string_view line) {
+  received_ += line.size();
+  if (received_ > maximumBytes_) return false;
   if (inBody_) return true;
-  if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) clear();
-  if (complete_) return (trailerBytes_ += line.size()) <= maximumBytes;
-  if (bytes_.size() + line.size() > maximumBytes) return false;
+  if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) startOver();
+  if (complete_) return true;
   bytes_.append(line);
   if (line == "\r\n" || line == "\n") {
     complete_ = true;
@@ -28,9 +29,13 @@ bool ResponseHead::addLine(std::string_view line) {
 }
 
 void ResponseHead::clear() {
+  startOver();
+  received_ = 0;
+}
+
+void ResponseHead::startOver() {
   bytes_.clear();
   lineCount_ = 0;
-  trailerBytes_ = 0;
   complete_ = false;
   inBody_ = false;
   hasContentEncoding_ = false;

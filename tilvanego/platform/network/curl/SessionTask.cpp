@@ -1,5 +1,6 @@
 #include <tilvanego/platform/network/curl/SessionTask.h>
 
+#include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/network/curl/SessionLoop.h>
 
 #include <utility>
@@ -23,11 +24,22 @@ SessionTask::SessionTask(std::shared_ptr<SessionLoop> loop, const URLRequest& re
       completion_(std::move(completion)) {}
 
 void SessionTask::resume() {
-  if ((state_.fetch_or(resumed) & (resumed | cancelled)) == 0) loop_->lookAt(shared_from_this());
+  if ((state_.load() & (resumed | cancelled)) == 0) enter(resumed);
 }
 
 void SessionTask::cancel() {
-  if ((state_.fetch_or(cancelled) & (cancelled | finished)) == 0) loop_->lookAt(shared_from_this());
+  if ((state_.load() & (cancelled | finished)) == 0) enter(cancelled);
+}
+
+// Where memory or threads are short, the task stays as it was, and the call may be made again.
+void SessionTask::enter(State state) {
+  if ((state_.fetch_or(state) & (state | cancelled | finished)) != 0) return;
+  try {
+    loop_->lookAt(shared_from_this());
+  } catch (...) {
+    state_.fetch_and(static_cast<std::uint8_t>(~state));
+    throw;
+  }
 }
 
 std::shared_ptr<Progress> SessionTask::progress() const {
@@ -44,16 +56,19 @@ std::shared_ptr<Progress> SessionTask::progress() const {
   return progress_;
 }
 
-void SessionTask::report(std::int64_t completedUnitCount, std::int64_t totalUnitCount) {
-  if (hasProgress_) progress()->update(completedUnitCount, totalUnitCount);
+void SessionTask::report(std::int64_t completedUnitCount, std::int64_t totalUnitCount) noexcept {
+  runListener("an observer of a URL session task's progress",
+              [&] { progress()->update(completedUnitCount, totalUnitCount); });
 }
 
 void SessionTask::finish(std::optional<Data> data, URLResponsePointer response,
-                         std::optional<Failure> error) {
+                         std::optional<Failure> error) noexcept {
   if ((state_.fetch_or(finished) & finished) != 0) return;
   request_ = URLRequest();
   const auto completion = std::exchange(completion_, nullptr);
-  if (completion) completion(std::move(data), std::move(response), std::move(error));
+  if (!completion) return;
+  runOnOwnThread("the completion of a URL session task",
+                 [&] { completion(std::move(data), std::move(response), std::move(error)); });
 }
 
 }  // namespace tilvanego::detail

@@ -29,16 +29,21 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   [[nodiscard]] bool isCancelled() const { return (state_.load() & cancelled) != 0; }
   [[nodiscard]] bool isFinished() const { return (state_.load() & finished) != 0; }
 
-  /// Tells the progress's observers, if anyone ever asked for the progress. Unknown total: -1.
-  void report(std::int64_t completedUnitCount, std::int64_t totalUnitCount);
-  /// Runs the completion, and lets go of it and of the request. Not a second time.
-  void finish(std::optional<Data> data, URLResponsePointer response, std::optional<Failure> error);
+  /// Whether anyone ever asked for the progress.
+  [[nodiscard]] bool hasProgress() const { return hasProgress_; }
+  /// Tells the progress's observers; what they throw is dropped. Unknown total: -1.
+  void report(std::int64_t completedUnitCount, std::int64_t totalUnitCount) noexcept;
+  /// Runs the completion, and lets go of it and of the request. Not a second time. What the completion throws
+  /// ends the process.
+  void finish(std::optional<Data> data, URLResponsePointer response, std::optional<Failure> error) noexcept;
 
   /// What carries the task at the moment, if anything does.
   Transfer* transfer = nullptr;
 
  private:
   enum State : std::uint8_t { resumed = 1, cancelled = 2, finished = 4 };
+
+  void enter(State state);
 
   const std::shared_ptr<SessionLoop> loop_;
   const int identifier_;

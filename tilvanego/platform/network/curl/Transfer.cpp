@@ -1,9 +1,12 @@
 #include <tilvanego/platform/network/curl/Transfer.h>
 
+#include <tilvanego/http_client/HTTPHead.h>
 #include <tilvanego/platform/network/curl/CurlErrors.h>
 #include <tilvanego/platform/network/curl/Origins.h>
 #include <tilvanego/platform/network/curl/RequestRules.h>
 
+#include <exception>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -13,25 +16,56 @@ namespace {
 
 using Code = TransportError::Code;
 
+constexpr const char* outOfMemory = "out of memory";
+/// How much of a compressed body is decompressed at a time.
+constexpr std::size_t decodedPiece = std::size_t{16} * 1024;
+
+#if LIBCURL_VERSION_NUM >= 0x080600
+constexpr CURLcode tooLarge = CURLE_TOO_LARGE;
+#else
+constexpr CURLcode tooLarge = CURLE_OUT_OF_MEMORY;
+#endif
+
 std::size_t bodySize(const URLRequest& request) { return request.httpBody ? request.httpBody->size() : 0; }
+
+std::uint64_t limitOf(std::uint64_t configured) {
+  return configured == 0 ? std::numeric_limits<std::uint64_t>::max() : configured;
+}
 
 }  // namespace
 
+Outcome Outcome::failed(TransportError::Code code, const char* message) {
+  try {
+    return {.error = TransportError{code, message}};
+  } catch (const std::bad_alloc&) {
+    return outOfMemory();
+  }
+}
+
 Transfer::Transfer(const TransferSettings& settings, CURLSH* share, Touched& touched)
-    : settings_(settings), touched_(touched), handle_(curl_easy_init()) {
+    : settings_(settings),
+      touched_(touched),
+      handle_(curl_easy_init()),
+      head_(limitOf(settings.configuration.maximumHeadSize)) {
   if (!handle_) throw std::bad_alloc();
   setConstantOptions(share);
 }
 
 Transfer::~Transfer() = default;
 
-std::expected<void, TransportError> Transfer::begin(std::shared_ptr<SessionTask> task) {
+std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
   task_ = std::move(task);
   task_->transfer = this;
   request_ = &task_->request();
-  if (auto checked = checkRequest(*request_); !checked) return checked;
-  prepare();
-  return {};
+  maximumBodySize_ = limitOf(request_->maximumBodySize.value_or(settings_.configuration.maximumBodySize));
+  try {
+    if (auto checked = checkRequest(*request_); !checked) return Outcome{.error = std::move(checked.error())};
+    prepare();
+    setEnd();
+    return std::nullopt;
+  } catch (const std::exception&) {
+    return Outcome::outOfMemory();
+  }
 }
 
 std::shared_ptr<SessionTask> Transfer::end() {
@@ -45,7 +79,15 @@ std::shared_ptr<SessionTask> Transfer::end() {
 }
 
 std::optional<Outcome> Transfer::conclude(CURLcode result) {
-  if (refusal_) return failed(*refusal_);
+  try {
+    return concludeAnswer(result);
+  } catch (const std::exception&) {
+    return Outcome::outOfMemory();
+  }
+}
+
+std::optional<Outcome> Transfer::concludeAnswer(CURLcode result) {
+  if (refusal_) return failed(refusal_->code, refusal_->message);
   long tunnelStatus = 0;
   curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
   if (result != CURLE_OK && tunnelStatus == 407 && answersChallenge(true)) return std::nullopt;
@@ -55,16 +97,27 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) {
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
   // For libcurl, a head that breaks off is a whole answer without a body, and so is an interim answer alone.
   if (!head_.isComplete() || statusCode < 200) {
-    return failed({Code::networkConnectionLost, "the connection ended inside the answer's head"});
+    return failed(Code::networkConnectionLost, "the connection ended inside the answer's head");
   }
   const auto goesOn = continues(static_cast<int>(statusCode));
   if (!goesOn) return failed(goesOn.error());
   if (*goesOn) return std::nullopt;
+  if (decoder_ && !decoder_->isAtEnd()) {
+    return failed(Code::badServerResponse, "the compressed body breaks off");
+  }
 
   const auto units = static_cast<std::int64_t>(bodySize(*request_) + body_.size());
-  task_->report(units, units);
+  report(units, units);
   auto response = takeResponse();
   return Outcome{.data = Data(body_.take()), .response = std::move(response)};
+}
+
+Outcome Transfer::failed(TransportError::Code code, const char* message) {
+  try {
+    return failed(TransportError{code, message});
+  } catch (const std::bad_alloc&) {
+    return Outcome::outOfMemory();
+  }
 }
 
 Outcome Transfer::failed(TransportError error) {
@@ -89,12 +142,18 @@ TransportError Transfer::failureOf(CURLcode result) const {
   if (tunnelStatus >= 300) {
     return {Code::cannotConnectToHost, "the proxy answered " + std::to_string(tunnelStatus)};
   }
+  long requestSize = 0;
+  curl_easy_getinfo(handle(), CURLINFO_REQUEST_SIZE, &requestSize);
+  if ((result == tooLarge || result == CURLE_OUT_OF_MEMORY) && requestSize > 0 && !head_.isComplete()) {
+    return {Code::badServerResponse, "the answer has too long a header field"};
+  }
   return transportError(result, errorText_.data());
 }
 
 std::expected<bool, TransportError> Transfer::continues(int statusCode) {
   if (statusCode == 401) return answersChallenge(false);
-  if (statusCode == 407) return answersChallenge(true);
+  // What comes through a tunnel is no proxy's.
+  if (statusCode == 407) return !isSecure(*request_->url) && answersChallenge(true);
   if (statusCode >= 300 && statusCode < 400) return followsRedirect(statusCode);
   return false;
 }
@@ -103,7 +162,17 @@ void Transfer::noteActivity(Clock::time_point now) {
   isTouched_ = false;
   lastActivity_ = now;
   const auto completed = uploaded_ + static_cast<std::int64_t>(body_.size());
-  task_->report(completed, totalUnits());
+  report(completed, totalUnits());
+}
+
+void Transfer::report(std::int64_t completed, std::int64_t total) {
+  if (!task_->hasProgress()) return;
+  settings_.gate->runHostCode([&] { task_->report(completed, total); });
+}
+
+const char* Transfer::whyLate(Clock::time_point now) const {
+  return end_ <= now ? "the whole request took longer than the session's maximum request time"
+                     : "no byte came or went for the request's timeout interval";
 }
 
 // Until a head has come, one unit stands for an answer of unknown length, so that an upload isn't taken for
@@ -114,7 +183,8 @@ std::int64_t Transfer::totalUnits() const {
   return outgoing > 0 && !head_.isComplete() ? outgoing + 1 : -1;
 }
 
-void Transfer::touch() {
+// The loop has made room.
+void Transfer::touch() noexcept {
   if (!std::exchange(isTouched_, true)) touched_.push_back(this);
 }
 
@@ -122,11 +192,45 @@ void Transfer::touch() {
 void Transfer::bodyBegins() {
   bodyBegun_ = true;
   head_.bodyBegins();
+  if (head_.hasContentEncoding()) {
+    const auto head = readHead(head_.lines());
+    if (const auto coding = contentCodingOf(head.headers.value("Content-Encoding").value_or(""))) {
+      decoder_.emplace(*coding);
+      return;
+    }
+  }
   curl_off_t announced = -1;
   curl_easy_getinfo(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
   if (announced < 0) return;
-  body_.expect(static_cast<std::size_t>(announced));
-  if (!head_.hasContentEncoding()) answerLength_ = announced;
+  answerLength_ = announced;
+  if (static_cast<std::uint64_t>(announced) <= maximumBodySize_) {
+    body_.expect(static_cast<std::size_t>(announced));
+  } else {
+    refuse(Code::bodyTooLarge, "the answer announces a larger body than is allowed");
+  }
+}
+
+bool Transfer::takeBody(std::string_view bytes) {
+  if (!bodyBegun_) bodyBegins();
+  if (refusal_) return false;
+  if (!decoder_) return appendToBody(bytes);
+  std::array<char, decodedPiece> room;
+  decoder_->feed(bytes);
+  while (const auto count = decoder_->read(room)) {
+    if (*count == 0) return true;
+    if (!appendToBody({room.data(), *count})) return false;
+  }
+  refuse(Code::badServerResponse, "the body isn't compressed as its head says");
+  return false;
+}
+
+bool Transfer::appendToBody(std::string_view bytes) {
+  if (bytes.size() > maximumBodySize_ - body_.size()) {
+    refuse(Code::bodyTooLarge, "the answer's body is larger than is allowed");
+    return false;
+  }
+  body_.append(bytes.data(), bytes.size());
+  return true;
 }
 
 std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, void* self) noexcept {
@@ -137,9 +241,9 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
     transfer.unansweredSends_ = 0;
     if (!transfer.progressSet_) transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
     if (transfer.head_.addLine({line, length})) return length;
-    transfer.refusal_ = {Code::badServerResponse, "the answer has too many header fields, or too long ones"};
+    transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
   } catch (const std::exception&) {
-    transfer.refusal_ = {Code::unknown, "out of memory"};
+    transfer.refuse(Code::unknown, outOfMemory);
   }
   return 0;
 }
@@ -149,13 +253,11 @@ std::size_t Transfer::onBody(char* bytes, std::size_t size, std::size_t count, v
   const auto length = size * count;
   try {
     transfer.touch();
-    if (!transfer.bodyBegun_) transfer.bodyBegins();
-    transfer.body_.append(bytes, length);
-    return length;
+    if (transfer.takeBody({bytes, length})) return length;
   } catch (const std::exception&) {
-    transfer.refusal_ = {Code::unknown, "not enough memory for the answer's body"};
-    return length == 0 ? 1 : 0;
+    transfer.refuse(Code::unknown, outOfMemory);
   }
+  return length == 0 ? 1 : 0;
 }
 
 int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) noexcept {
@@ -166,12 +268,14 @@ int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_of
   return 0;
 }
 
-// When a kept connection ends without an answer, libcurl sends the request again on a new one, whatever its
-// method. The server may have acted on it, so only what may be done twice is sent twice.
+// When a kept connection ends without an answer, or a stream of HTTP/2 is refused, libcurl sends the request
+// again and again, whatever its method. The server may have acted on it, so only what may be done twice is
+// sent twice.
 int Transfer::onSending(void* self, char*, char*, int, int) noexcept {
   auto& transfer = *static_cast<Transfer*>(self);
-  if (transfer.unansweredSends_++ > 0 && !isIdempotent(transfer.request_->httpMethod)) {
-    transfer.refusal_ = {Code::networkConnectionLost, "the connection ended before an answer came"};
+  const int allowed = isIdempotent(transfer.request_->httpMethod) ? 2 : 1;
+  if (transfer.unansweredSends_++ >= allowed) {
+    transfer.refuse(Code::networkConnectionLost, "the connection ended before an answer came");
     return CURL_PREREQFUNC_ABORT;
   }
   transfer.touch();

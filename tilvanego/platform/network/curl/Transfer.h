@@ -6,11 +6,15 @@
 #include <tilvanego/platform/network/TransportError.h>
 #include <tilvanego/platform/network/URLSession.h>
 #include <tilvanego/platform/network/curl/Body.h>
+#include <tilvanego/platform/network/curl/ContentDecoder.h>
+#include <tilvanego/platform/network/curl/ExitGate.h>
+#include <tilvanego/platform/network/curl/Origins.h>
 #include <tilvanego/platform/network/curl/OutgoingHeaders.h>
 #include <tilvanego/platform/network/curl/Proxies.h>
 #include <tilvanego/platform/network/curl/ResponseHead.h>
 #include <tilvanego/platform/network/curl/SessionTask.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -31,6 +35,7 @@ struct TransferSettings {
   URLSessionConfiguration configuration;
   std::shared_ptr<URLSessionDelegate> delegate;
   Proxies proxies;
+  ExitGate* gate = &ExitGate::ofProcess();
 };
 
 /// What a completion is told.
@@ -38,6 +43,12 @@ struct Outcome {
   std::optional<Data> data{};
   URLResponsePointer response{};
   std::optional<Failure> error{};
+
+  /// Where even the message finds no memory, the same as `outOfMemory`.
+  static Outcome failed(TransportError::Code code, const char* message);
+  static Outcome outOfMemory() {
+    return {.error = TransportError{TransportError::Code::unknown, "out of memory"}};
+  }
 };
 
 /// The options of libcurl that say who is calling, whom.
@@ -66,14 +77,14 @@ class Transfer {
   ~Transfer();
 
   /// Takes the task on and makes the handle ready for its request, or says why it can't be sent.
-  [[nodiscard]] std::expected<void, TransportError> begin(std::shared_ptr<SessionTask> task);
+  [[nodiscard]] std::optional<Outcome> begin(std::shared_ptr<SessionTask> task);
 
   /// After libcurl has ended with this code: what the task's completion is to be told, or nothing if the
   /// handle has been made ready for a further request. May ask the delegate.
   [[nodiscard]] std::optional<Outcome> conclude(CURLcode result);
 
   /// What the completion is told if the transfer is given up.
-  [[nodiscard]] Outcome failed(TransportError error);
+  [[nodiscard]] Outcome failed(TransportError::Code code, const char* message);
 
   /// Lets go of the task; gives it.
   std::shared_ptr<SessionTask> end();
@@ -84,7 +95,9 @@ class Transfer {
   /// The loop's answer to being touched: bytes came or went at `now`.
   void noteActivity(Clock::time_point now);
   /// When the transfer is to be given up if nothing happens until then.
-  [[nodiscard]] Clock::time_point deadline() const { return lastActivity_ + limit_; }
+  [[nodiscard]] Clock::time_point deadline() const { return std::min(lastActivity_ + limit_, end_); }
+  /// Says why, once that has come.
+  [[nodiscard]] const char* whyLate(Clock::time_point now) const;
 
   [[nodiscard]] CURL* handle() const { return handle_.get(); }
 
@@ -111,19 +124,29 @@ class Transfer {
   void setTarget();
   void setURL(const std::string& text);
   void setTimeout();
+  void setEnd();
   void withholdCredential(const CredentialOptions& options);
   void sendCredential(const CredentialOptions& options, const URLCredential& credential, bool digest);
-  void touch();
+  void touch() noexcept;
   void bodyBegins();
+  [[nodiscard]] bool takeBody(std::string_view bytes);
+  [[nodiscard]] bool appendToBody(std::string_view bytes);
+  void refuse(TransportError::Code code, const char* message) noexcept { refusal_ = {code, message}; }
   [[nodiscard]] std::int64_t totalUnits() const;
+  void report(std::int64_t completed, std::int64_t total);
+
+  [[nodiscard]] std::optional<Outcome> concludeAnswer(CURLcode result);
+  [[nodiscard]] Outcome failed(TransportError error);
 
   // What follows on an answer, if it isn't the last: true if the handle is ready for another request.
   [[nodiscard]] std::expected<bool, TransportError> continues(int statusCode);
   [[nodiscard]] std::expected<bool, TransportError> followsRedirect(int statusCode);
   [[nodiscard]] bool answersChallenge(bool fromProxy);
   [[nodiscard]] std::optional<URLAuthenticationChallenge> challengeFor(URLProtectionSpace space,
-                                                                       bool fromProxy);
-  [[nodiscard]] std::optional<URLCredential> proposedCredential(const URLProtectionSpace& space) const;
+                                                                       bool fromProxy) const;
+  [[nodiscard]] std::optional<URLCredential> credentialFor(const URLAuthenticationChallenge& challenge) const;
+  [[nodiscard]] std::optional<URLCredential> proposedCredential(
+      const URLAuthenticationChallenge& challenge) const;
   [[nodiscard]] URLResponsePointer takeResponse();
   [[nodiscard]] TransportError failureOf(CURLcode result) const;
 
@@ -140,25 +163,34 @@ class Transfer {
   const URLRequest* request_ = nullptr;
   std::optional<URLRequest> redirected_;
   int redirects_ = 0;
+  /// The handle has a server's challenge in it.
   bool challenged_ = false;
-  std::optional<URLProtectionSpace> lastChallenge_;
-  int failures_ = 0;
-  int challenges_ = 0;
+  /// Who got a credential of this task, and for which realm.
+  std::vector<URLProtectionSpace> answered_;
 
   ResponseHead head_;
   Body body_;
+  std::uint64_t maximumBodySize_ = 0;
+  /// For a body that comes compressed.
+  std::optional<ContentDecoder> decoder_;
   bool bodyBegun_ = false;
   /// -1 while unknown.
   std::int64_t answerLength_ = -1;
   std::int64_t uploaded_ = 0;
+  struct Refusal {
+    TransportError::Code code;
+    const char* message;
+  };
   /// Said by a callback that had to stop the transfer.
-  std::optional<TransportError> refusal_;
+  std::optional<Refusal> refusal_;
   /// How often libcurl began to send since the last byte of an answer.
   int unansweredSends_ = 0;
 
   bool isTouched_ = false;
   Clock::time_point lastActivity_;
   Clock::duration limit_{};
+  /// Of the whole request.
+  Clock::time_point end_ = Clock::time_point::max();
 
   // What the handle is set to, so that only what differs is set again.
   std::string urlSet_;

@@ -7,6 +7,8 @@
 #include <tilvanego/platform/network/curl/RequestRules.h>
 #include <tilvanego/platform/network/curl/Transfer.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace tilvanego::detail {
@@ -14,8 +16,14 @@ namespace tilvanego::detail {
 namespace {
 
 constexpr int maximumRedirects = 20;
-/// A server that names a new realm each time must not be asked for ever.
-constexpr int maximumChallenges = 10;
+/// A delegate that never rejects must not be asked for ever.
+constexpr std::size_t maximumAnswers = 10;
+
+/// Whatever the realm: a server can name another one each time.
+bool isOfSameServer(const URLProtectionSpace& left, const URLProtectionSpace& right) {
+  return left.protocol == right.protocol && left.host == right.host && left.port == right.port &&
+         left.isProxy == right.isProxy;
+}
 
 }  // namespace
 
@@ -45,53 +53,68 @@ bool Transfer::answersChallenge(bool fromProxy) {
   const auto head = readHead(head_.lines());
   const auto field = head.headers.value(fromProxy ? "Proxy-Authenticate" : "WWW-Authenticate");
   const auto answerable = field ? answerableSpace(parseChallenges(*field)) : std::nullopt;
-  if (!answerable || ++challenges_ > maximumChallenges) return false;
+  if (!answerable || answered_.size() >= maximumAnswers) return false;
   auto challenge = challengeFor(*answerable, fromProxy);
   if (!challenge) return false;
-
-  const auto answer = settings_.delegate ? settings_.delegate->didReceiveChallenge(settings_.configuration,
-                                                                                   *task_, *challenge)
-                                         : URLAuthenticationAnswer();
-  using enum URLAuthenticationAnswer::Disposition;
-  std::optional<URLCredential> credential;
-  if (answer.disposition == useCredential) credential = answer.credential;
-  if (answer.disposition == performDefaultHandling) credential = challenge->proposedCredential;
+  const auto credential = credentialFor(*challenge);
   if (!credential) return false;
 
   const bool digest =
       answerable->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
   sendCredential(fromProxy ? proxyOptions : serverOptions, *credential, digest);
+  answered_.push_back(std::move(challenge->protectionSpace));
   prepare();
   return true;
 }
 
+std::optional<URLCredential> Transfer::credentialFor(const URLAuthenticationChallenge& challenge) const {
+  using enum URLAuthenticationAnswer::Disposition;
+  URLAuthenticationAnswer answer;
+  if (settings_.delegate) {
+    settings_.gate->runHostCode([&] {
+      try {
+        answer = settings_.delegate->didReceiveChallenge(settings_.configuration, *task_, challenge);
+      } catch (...) {
+        answer.disposition = rejectProtectionSpace;
+      }
+    });
+  }
+  if (answer.disposition == useCredential) return std::move(answer.credential);
+  if (answer.disposition == performDefaultHandling) return challenge.proposedCredential;
+  return std::nullopt;
+}
+
 // None if a proxy's challenge came from something that can't be the proxy.
-std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSpace space, bool fromProxy) {
+std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSpace space,
+                                                                 bool fromProxy) const {
+  auto origin = originOf(*request_->url);
+  const bool isElsewhere = origin != originOf(*task_->request().url);
   if (fromProxy) {
     const auto& proxy = settings_.proxies.forScheme(isSecure(*request_->url));
     if (proxy.url.empty()) return std::nullopt;
     nameProxy(space, proxy);
-  } else if (auto origin = originOf(*request_->url)) {
+  } else if (origin) {
     space.protocol = std::move(origin->scheme);
     space.host = std::move(origin->host);
     space.port = origin->port;
   }
-  failures_ = lastChallenge_ == space ? failures_ + 1 : 0;
-  lastChallenge_ = space;
+  const auto failures = std::ranges::count_if(
+      answered_, [&](const URLProtectionSpace& each) { return isOfSameServer(each, space); });
 
   URLAuthenticationChallenge challenge{.protectionSpace = std::move(space),
-                                       .previousFailureCount = failures_};
-  if (failures_ == 0) challenge.proposedCredential = proposedCredential(challenge.protectionSpace);
+                                       .previousFailureCount = static_cast<int>(failures),
+                                       .isElsewhere = isElsewhere && !fromProxy};
+  if (failures == 0) challenge.proposedCredential = proposedCredential(challenge);
   return challenge;
 }
 
-std::optional<URLCredential> Transfer::proposedCredential(const URLProtectionSpace& space) const {
-  if (!space.isProxy && !redirected_) {
-    if (auto user = request_->url->user())
-      return URLCredential{*std::move(user), request_->url->password().value_or("")};
+std::optional<URLCredential> Transfer::proposedCredential(const URLAuthenticationChallenge& challenge) const {
+  const auto& url = *task_->request().url;
+  if (!challenge.protectionSpace.isProxy && !challenge.isElsewhere) {
+    if (auto user = url.user()) return URLCredential{*std::move(user), url.password().value_or("")};
   }
   const auto& storage = settings_.configuration.credentialStorage;
-  return storage ? storage->defaultCredential(space) : std::nullopt;
+  return storage ? storage->defaultCredential(challenge.protectionSpace) : std::nullopt;
 }
 
 }  // namespace tilvanego::detail

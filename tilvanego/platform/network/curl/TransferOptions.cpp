@@ -56,6 +56,8 @@ void Transfer::setConstantOptions(CURLSH* share) {
   set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
   // Whoever compresses has it; others that libcurl knows would only make each request longer.
   set(curl, CURLOPT_ACCEPT_ENCODING, "gzip");
+  // Bodies come as they are sent: for libcurl, a coding that it doesn't know is the end of the request.
+  set(curl, CURLOPT_HTTP_CONTENT_DECODING, 0L);
   set(curl, CURLOPT_SHARE, share);
   // No file: this turns the cookies on.
   set(curl, CURLOPT_COOKIEFILE, "");
@@ -96,6 +98,7 @@ void Transfer::sendCredential(const CredentialOptions& options, const URLCredent
 void Transfer::prepare() {
   head_.clear();
   body_ = {};
+  decoder_.reset();
   bodyBegun_ = false;
   answerLength_ = -1;
   uploaded_ = 0;
@@ -175,6 +178,16 @@ void Transfer::setMethodAndBody() {
     set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, follows ? longBodyBuffer : usualBuffer);
     progressSet_ = follows;
   }
+}
+
+// For the task as a whole, its redirects and challenges included.
+void Transfer::setEnd() {
+  static constexpr double longest = 1e9;
+  const double seconds = settings_.configuration.maximumRequestTime;
+  end_ = seconds > 0 && seconds < longest
+             ? lastActivity_ +
+                   std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds))
+             : Clock::time_point::max();
 }
 
 // The time to connect is given to libcurl too, which shares it out between the addresses of a host.
