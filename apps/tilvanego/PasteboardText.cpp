@@ -14,7 +14,7 @@ namespace {
 std::optional<PasteboardValue> readValue(const JSONValue& value) {
   if (const std::string* text = value.stringValue()) return *text;
   const JSONValue::Dictionary* fields = value.dictionaryValue();
-  const JSONValue* base64 = value["base64"];
+  const JSONLookup base64 = value["base64"];
   if (fields == nullptr || fields->size() != 1 || base64 == nullptr || !base64->isString())
     return std::nullopt;
   auto bytes = base64Decode(*base64->stringValue());

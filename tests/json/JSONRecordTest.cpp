@@ -77,7 +77,7 @@ class Years final : public JSONDates {
   std::optional<Date> read(std::string_view text) const override {
     return Date::fromSecondsSince1970((std::stod(std::string(text)) - 1970) * secondsPerYear);
   }
-  std::string write(const Date& date) const override {
+  std::optional<std::string> write(const Date& date) const override {
     return std::to_string(static_cast<int>(1970 + date.secondsSince1970() / secondsPerYear));
   }
 

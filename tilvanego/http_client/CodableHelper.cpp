@@ -108,7 +108,7 @@ void CodableHelper::updateJsonEncoder(const std::function<void(JSONEncoder&)>& b
 std::expected<void, JSONError> CodableHelper::decodeBody(
     const Data& body, const std::function<bool(json::Reader&)>& read) const {
   const JSONDecoder decoder = jsonDecoder();
-  json::Reader reader(body.text(), decoder.dateDecodingStrategy.get());
+  json::Reader reader(body.text(), decoder.dateDecodingStrategy.get(), decoder.limits);
   if (read(reader) && reader.finish()) return {};
   return std::unexpected(std::move(reader.error()));
 }

@@ -13,11 +13,13 @@ namespace tilvanego {
 struct JSONDecoder {
   /// None means internet date-time with whole seconds (`JSONDates::internetDateTime()`).
   std::shared_ptr<const JSONDates> dateDecodingStrategy{};
+  /// Bodies beyond these are refused.
+  JSONLimits limits{};
 
   /// Reads one JSON value (RFC 8259) in UTF-8, from end to end.
   template <typename T>
   [[nodiscard]] std::expected<T, JSONError> decode(std::string_view json) const {
-    return json::decode<T>(json, dateDecodingStrategy.get());
+    return json::decode<T>(json, dateDecodingStrategy.get(), limits);
   }
 };
 

@@ -35,17 +35,8 @@
 ///     };
 ///
 /// Every operation returns false after a failure, which it leaves in the writer or the reader. A `Decimal` is
-/// a text on the wire, never a number.
+/// a text on the wire, never a number, in lists and dictionaries too.
 namespace tilvanego {
-
-namespace detail {
-
-/// The codec of a value under a key.
-template <typename T>
-using KeyedCodec = std::conditional_t<std::is_same_v<T, Decimal>, std::type_identity<json::AmountFromText>,
-                                      std::type_identity<json::Codec<T>>>::type;
-
-}  // namespace detail
 
 /// Writes an object's keys in the order of the calls, also where the format wants them sorted. The writer
 /// must outlive it.
@@ -64,11 +55,15 @@ class KeyedEncodingContainer {
   /// absent, such as `NullEncodable`'s nothing, is left out.
   template <typename T>
   bool encode(const T& value, const Key& key) {
-    using Coding = detail::KeyedCodec<T>;
+    using Coding = json::Codec<T>;
     if constexpr (json::detail::mayBeAbsent<Coding, T>) {
       if (Coding::isAbsent(value)) return true;
     }
     const std::string_view text = CodingKey<Key>::stringValue(key);
+    if constexpr (HasRawText<Key>) {
+      if (fromRawText<Key>(text) != key)
+        return writer_.fail(JSONFailure::invalidValue, "a key that is no case of its enumeration");
+    }
     return (writer_.key(text) && Coding::write(writer_, value)) || writer_.failInside(std::string(text));
   }
   template <typename T>
@@ -115,7 +110,7 @@ class KeyedDecodingContainer {
       std::optional<Key> key = CodingKey<Key>::fromString(text);
       std::string step(text);
       std::string_view value;
-      if (!reader_.skip(value)) return reader_.failInside(std::move(step));
+      if (!reader_.takeMemory(entrySize) || !reader_.skip(value)) return reader_.failInside(std::move(step));
       if (key && values_.try_emplace(*key, value).second) keys_.push_back(*std::move(key));
     }
     return next == json::Reader::Next::end;
@@ -131,8 +126,8 @@ class KeyedDecodingContainer {
     const std::string_view text = CodingKey<Key>::stringValue(key);
     const auto entry = values_.find(key);
     if (entry == values_.end()) return reader_.fail(JSONFailure::missingKey, std::string(text));
-    json::Reader inner(entry->second, reader_.dates());
-    if (json::detail::readKeyed<detail::KeyedCodec<T>>(inner, value, text)) return true;
+    json::Reader inner(entry->second, reader_);
+    if (json::detail::readKeyed<json::Codec<T>>(inner, value, text)) return true;
     reader_.failIn(entry->second, std::move(inner.error()));
     return reader_.failInside(std::string(text));
   }
@@ -166,6 +161,9 @@ class KeyedDecodingContainer {
   }
 
  private:
+  /// What a key takes: its entry in the tree, and its place in the list as that grows.
+  static constexpr std::size_t entrySize = sizeof(Key) + sizeof(std::string_view) + 4 * sizeof(void*) + 3 * sizeof(Key);
+
   json::Reader& reader_;
   std::vector<Key> keys_;
   /// Each value's text, a piece of the reader's.

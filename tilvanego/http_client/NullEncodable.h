@@ -52,10 +52,12 @@ struct json::Codec<NullEncodable<T>> {
   static bool read(Reader& reader, NullEncodable<T>& value) {
     std::string_view text;
     if (!reader.skip(text)) return false;
-    Reader attempt(text, reader.dates());
+    Reader attempt(text, reader);
     T inner = RecordAccess::make<T>();
     if (Codec<T>::read(attempt, inner)) {
       value = NullEncodable<T>::encodeValue(std::move(inner));
+    } else if (attempt.error().failure == JSONFailure::beyondLimit) {
+      return reader.failIn(text, std::move(attempt.error()));
     } else {
       value = text == "null" ? NullEncodable<T>::encodeNull() : NullEncodable<T>::encodeNothing();
     }
@@ -68,6 +70,7 @@ struct json::Codec<NullEncodable<T>> {
                           : writer.fail(JSONFailure::invalidValue, "there is nothing to encode");
   }
   static bool isAbsent(const NullEncodable<T>& value) { return value.isNothing(); }
+  static void makeAbsent(NullEncodable<T>& value) { value = NullEncodable<T>(); }
 };
 
 }  // namespace tilvanego

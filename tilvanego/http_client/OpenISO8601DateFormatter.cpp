@@ -7,4 +7,8 @@ std::optional<Date> OpenISO8601DateFormatter::date(std::string_view text) const 
 
 std::string OpenISO8601DateFormatter::string(const Date& date) const { return apiDateText(date); }
 
+std::optional<std::string> OpenISO8601DateFormatter::write(const Date& date) const {
+  return hasDateText(date) ? std::optional(string(date)) : std::nullopt;
+}
+
 }  // namespace tilvanego

@@ -18,7 +18,7 @@ class DateFormatter : public JSONDates {
   [[nodiscard]] virtual std::string string(const Date& date) const = 0;
 
   std::optional<Date> read(std::string_view text) const final { return date(text); }
-  std::string write(const Date& date) const final { return string(date); }
+  std::optional<std::string> write(const Date& date) const override { return string(date); }
 };
 
 /// The dates of the HTTP interface (ISO 8601). Written in UTC with milliseconds, "2024-03-05T10:20:30.123Z";
@@ -27,7 +27,10 @@ class DateFormatter : public JSONDates {
 class OpenISO8601DateFormatter : public DateFormatter {
  public:
   [[nodiscard]] std::optional<Date> date(std::string_view text) const override;
+  /// A date that isn't a number, or of another year, as the nearest one that has a text.
   [[nodiscard]] std::string string(const Date& date) const override;
+  /// Nothing for such a date: JSON never says another one.
+  std::optional<std::string> write(const Date& date) const override;
 };
 
 }  // namespace tilvanego

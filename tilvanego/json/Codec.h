@@ -3,14 +3,16 @@
 #include <tilvanego/json/JSONReader.h>
 #include <tilvanego/json/JSONWriter.h>
 #include <tilvanego/values/RawText.h>
+#include <algorithm>
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -24,7 +26,8 @@ namespace tilvanego::json {
 ///
 /// A codec may do two things more for the fields of a record: `read` may take the field's key as a third
 /// argument, for its failures; and with `bool isAbsent(const T&)`, a field need not be there, and is left out
-/// when it says so.
+/// when it says so. Beside that, `void makeAbsent(T&)` is called for a field that isn't there. And for types
+/// that aren't default-constructible, `T make()` gives a value to read over.
 template <typename T>
 struct Codec;
 
@@ -36,7 +39,11 @@ struct RecordAccess {
   }
   template <typename T>
   static T make() {
-    return T();
+    if constexpr (requires { Codec<T>::make(); }) {
+      return Codec<T>::make();
+    } else {
+      return T();
+    }
   }
   /// A fresh value in an optional or at the end of a list.
   template <typename T>
@@ -53,6 +60,15 @@ struct RecordAccess {
       return list.emplace_back();
     } else {
       return list.emplace_back(make<T>());
+    }
+  }
+  /// The entry under a key, and whether it is new.
+  template <typename Map>
+  static auto emplaceIn(Map& map, std::string_view key) {
+    if constexpr (std::default_initializable<typename Map::mapped_type>) {
+      return map.try_emplace(std::string(key));
+    } else {
+      return map.try_emplace(std::string(key), make<typename Map::mapped_type>());
     }
   }
 };
@@ -75,17 +91,32 @@ struct Codec<double> {
   static bool write(Writer& writer, double value) { return writer.number(value); }
 };
 
-/// Signed integers of up to 64 bits; a number beyond the type's range is refused.
-template <std::signed_integral Integer>
+/// Written by the shortest text that reads back as the same float.
+template <>
+struct Codec<float> {
+  static bool read(Reader& reader, float& value) { return reader.readFloat(value); }
+  static bool write(Writer& writer, float value) { return writer.number(value); }
+};
+
+/// Characters and truth values aren't numbers.
+template <typename T>
+concept WholeNumber = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> &&
+                      !std::same_as<T, wchar_t> && !std::same_as<T, char8_t> && !std::same_as<T, char16_t> &&
+                      !std::same_as<T, char32_t>;
+
+/// Integers of up to 64 bits; a number beyond the type's range is refused.
+template <WholeNumber Integer>
 struct Codec<Integer> {
+  using Widest = std::conditional_t<std::signed_integral<Integer>, std::int64_t, std::uint64_t>;
+
   static bool read(Reader& reader, Integer& value) {
-    std::int64_t whole = 0;
+    Widest whole = 0;
     if (!reader.readInteger(whole)) return false;
     if (!std::in_range<Integer>(whole)) return reader.fail(JSONFailure::numberOutOfRange);
     value = static_cast<Integer>(whole);
     return true;
   }
-  static bool write(Writer& writer, Integer value) { return writer.integer(value); }
+  static bool write(Writer& writer, Integer value) { return writer.integer(Widest{value}); }
 };
 
 /// An enumeration that takes texts it doesn't know for its case `RawTexts<Enumeration>::fallback`.
@@ -94,10 +125,24 @@ concept HasFallbackCase = HasRawText<Enumeration> && requires {
   { RawTexts<Enumeration>::fallback } -> std::convertible_to<Enumeration>;
 };
 
+/// Whether each case and each text stands once among an enumeration's raw texts.
+template <HasRawText Enumeration>
+consteval bool rawTextsAreDistinct() {
+  constexpr auto& table = RawTexts<Enumeration>::table;
+  for (auto one = table.begin(); one != table.end(); ++one) {
+    for (auto other = table.begin(); other != one; ++other) {
+      if (one->first == other->first || one->second == other->second) return false;
+    }
+  }
+  return true;
+}
+
 /// Enumerations by their raw texts, matched byte for byte. An unknown text is refused, or read as the
-/// fallback case.
+/// fallback case. A value that is no case isn't written.
 template <HasRawText Enumeration>
 struct Codec<Enumeration> {
+  static_assert(rawTextsAreDistinct<Enumeration>(), "each case and each raw text is said once");
+
   static bool read(Reader& reader, Enumeration& value) {
     std::string_view text;
     if (!reader.readText(text)) return false;
@@ -111,7 +156,12 @@ struct Codec<Enumeration> {
       return true;
     }
   }
-  static bool write(Writer& writer, Enumeration value) { return writer.text(rawText(value)); }
+  static bool write(Writer& writer, Enumeration value) {
+    for (const auto& [one, text] : RawTexts<Enumeration>::table) {
+      if (one == value) return writer.text(text);
+    }
+    return writer.fail(JSONFailure::invalidValue, "a value that is no case of its enumeration");
+  }
 };
 
 /// Null reads as no value, and no value is written as null; a record leaves absent fields out instead.
@@ -129,33 +179,54 @@ struct Codec<std::optional<T>> {
   }
 };
 
+namespace detail {
+
+/// Elements in their order, for each kind of list.
+template <typename T>
+bool writeElements(Writer& writer, const auto& list) {
+  if (!writer.beginList()) return false;
+  std::size_t index = 0;
+  for (const T& element : list) {
+    writer.element();
+    if (!Codec<T>::write(writer, element)) return writer.failInside(index);
+    ++index;
+  }
+  writer.endList();
+  return true;
+}
+
+}  // namespace detail
+
 template <typename T>
 struct Codec<std::vector<T>> {
   static bool read(Reader& reader, std::vector<T>& list) {
     list.clear();
     if (!reader.beginList()) return false;
+    std::size_t taken = 0;
     Reader::Next next{};
     while ((next = reader.nextElement()) == Reader::Next::item) {
       const std::size_t index = list.size();
-      // Most lists are short: they take their room at once.
-      if (index == 0) list.reserve(shortList);
-      if (!readElement(reader, list)) return reader.failInside(index);
+      const bool hasRoom = index < list.capacity() || makeRoom(reader, list, taken);
+      if (!hasRoom || !readElement(reader, list)) return reader.failInside(index);
     }
     return next == Reader::Next::end;
   }
   static bool write(Writer& writer, const std::vector<T>& list) {
-    if (!writer.beginList()) return false;
-    for (std::size_t i = 0; i < list.size(); ++i) {
-      writer.element();
-      if (!Codec<T>::write(writer, list[i])) return writer.failInside(i);
-    }
-    writer.endList();
-    return true;
+    return detail::writeElements<T>(writer, list);
   }
 
  private:
+  // Most lists are short: they take their room at once.
   static constexpr std::size_t shortList = 4;
 
+  // For a moment there are both the old room and the new.
+  static bool makeRoom(Reader& reader, std::vector<T>& list, std::size_t& taken) {
+    const std::size_t room = std::max(2 * list.capacity(), shortList);
+    if (!reader.takeMemory(room * sizeof(T))) return false;
+    list.reserve(room);
+    reader.giveBackMemory(std::exchange(taken, room * sizeof(T)));
+    return true;
+  }
   static bool readElement(Reader& reader, std::vector<T>& list) {
     if constexpr (std::same_as<T, bool>) {
       bool element = false;
@@ -165,6 +236,32 @@ struct Codec<std::vector<T>> {
     } else {
       return Codec<T>::read(reader, RecordAccess::emplaceIn(list));
     }
+  }
+};
+
+/// A list of exactly so many elements.
+template <typename T, std::size_t count>
+struct Codec<std::array<T, count>> {
+  static bool read(Reader& reader, std::array<T, count>& list) {
+    if (!reader.beginList()) return false;
+    std::size_t index = 0;
+    Reader::Next next{};
+    while ((next = reader.nextElement()) == Reader::Next::item) {
+      if (index == count) return failForCount(reader, "more");
+      if (!Codec<T>::read(reader, list[index])) return reader.failInside(index);
+      ++index;
+    }
+    if (next == Reader::Next::end && index < count) return failForCount(reader, std::to_string(index));
+    return next == Reader::Next::end;
+  }
+  static bool write(Writer& writer, const std::array<T, count>& list) {
+    return detail::writeElements<T>(writer, list);
+  }
+
+ private:
+  static bool failForCount(Reader& reader, const std::string& found) {
+    return reader.fail(JSONFailure::invalidValue,
+                       "expected a list of " + std::to_string(count) + ", found " + found);
   }
 };
 
@@ -180,7 +277,9 @@ struct Codec<std::map<std::string, T, Less>> {
     std::string_view key;
     Reader::Next next{};
     while ((next = reader.nextKey(key)) == Reader::Next::item) {
-      const auto [entry, isNew] = map.try_emplace(std::string(key));
+      if (!reader.takeMemory(entrySize)) return reader.failInside(std::string(key));
+      const auto [entry, isNew] = RecordAccess::emplaceIn(map, key);
+      if (!isNew) reader.giveBackMemory(entrySize);
       if (!(isNew ? Codec<T>::read(reader, entry->second) : reader.skip()))
         return reader.failInside(entry->first);
     }
@@ -194,6 +293,9 @@ struct Codec<std::map<std::string, T, Less>> {
     writer.endObject();
     return true;
   }
+
+  /// What an entry takes in a tree: itself, three links and a colour.
+  static constexpr std::size_t entrySize = sizeof(typename Map::value_type) + 4 * sizeof(void*);
 };
 
 }  // namespace tilvanego::json

@@ -1,5 +1,6 @@
 #include <tilvanego/json/JSONError.h>
 #include <tilvanego/json/JSONWriter.h>
+#include <tilvanego/values/UTF8.h>
 #include <algorithm>
 #include <array>
 #include <ranges>
@@ -43,12 +44,46 @@ std::string_view wordsFor(JSONFailure failure) {
       return "invalid value";
     case JSONFailure::notFinite:
       return "the number is not finite";
+    case JSONFailure::beyondLimit:
+      return "beyond the limits of reading";
   }
   return {};
 }
 
-// Of a text that is no JSON at all.
-bool isAboutGrammar(JSONFailure failure) { return failure <= JSONFailure::tooDeep; }
+// Of a text that is no JSON at all, or more than its reader takes.
+bool isAboutText(JSONFailure failure) {
+  return failure <= JSONFailure::tooDeep || failure == JSONFailure::beyondLimit;
+}
+
+// Controls, line ends and marks of direction, which a terminal or a log would obey instead of showing them.
+bool isObeyed(char32_t scalar) {
+  return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0) || scalar == 0x61C ||
+         (scalar >= 0x200B && scalar <= 0x200F) || (scalar >= 0x2028 && scalar <= 0x202E) ||
+         (scalar >= 0x2060 && scalar <= 0x206F) || scalar == 0xFEFF;
+}
+
+void appendEscape(std::string& text, char32_t unit) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  text += "\\u";
+  for (int shift = 12; shift >= 0; shift -= 4) text += digits[unit >> shift & 0xF];
+}
+
+// The text as it may stand in a line; bytes that are no UTF-8 as U+FFFD.
+std::string shown(std::string_view text) {
+  std::string line;
+  for (std::size_t at = 0; at < text.size();) {
+    const auto [scalar, length, wellFormed] = tilvanego::detail::decodeScalar(text, at);
+    if (!wellFormed) {
+      line += "\uFFFD";
+    } else if (isObeyed(scalar)) {
+      appendEscape(line, scalar);
+    } else {
+      line += text.substr(at, length);
+    }
+    at += length;
+  }
+  return line;
+}
 
 bool readsAsName(std::string_view key) {
   return !key.empty() && std::ranges::all_of(key, [](char c) {
@@ -71,7 +106,7 @@ std::string JSONError::path() const {
       continue;
     }
     json::Writer quoted;
-    text += '[' + (quoted.text(key) ? quoted.take() : std::string("?")) + ']';
+    text += '[' + (quoted.text(key) ? shown(quoted.take()) : std::string("?")) + ']';
   }
   return text;
 }
@@ -81,19 +116,19 @@ std::string JSONError::reason() const {
     std::string text("expected ");
     return text.append(nameOf(expected)).append(", found ").append(nameOf(found));
   }
-  return detail.empty() || failure == JSONFailure::missingKey ? std::string(wordsFor(failure)) : detail;
+  return detail.empty() || failure == JSONFailure::missingKey ? std::string(wordsFor(failure)) : shown(detail);
 }
 
 std::string JSONError::report() const {
   std::string where = path();
-  if (failure == JSONFailure::missingKey) where += (where.empty() ? "" : ".") + detail;
+  if (failure == JSONFailure::missingKey) where += (where.empty() ? "" : ".") + shown(detail);
   if (where.empty()) where = '$';
   where += ": " + reason();
-  return isAboutGrammar(failure) ? where + " (byte " + std::to_string(offset) + ")" : where;
+  return isAboutText(failure) && !onWriting ? where + " (byte " + std::to_string(offset) + ")" : where;
 }
 
 std::string JSONError::description() const {
-  std::string text = failure == JSONFailure::missingKey ? detail + " is missing" : reason();
+  std::string text = failure == JSONFailure::missingKey ? shown(detail) + " is missing" : reason();
   if (const std::string where = path(); !where.empty()) text += " at " + where;
   if (offset != 0) text += " (byte " + std::to_string(offset) + ")";
   return text;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tilvanego/json/JSONLimits.h>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -21,18 +22,15 @@ enum class JSONFailure : std::uint8_t {
   invalidEscape,        ///< an unknown escape, or half of a surrogate pair
   controlCharacter,     ///< a character below U+0020 stands unescaped in a text
   invalidUTF8,          ///< a text isn't UTF-8; also raised on writing
-  tooDeep,              ///< lists and objects nest deeper than `jsonDepthLimit`; also raised on writing
+  tooDeep,              ///< lists and objects nest deeper than the limit; also raised on writing
   wrongKind,            ///< a value of another kind than the record wants, `null` included
   numberOutOfRange,     ///< a number that isn't whole or doesn't fit the wanted type
   missingKey,           ///< a required key isn't there
   unknownText,          ///< a text that isn't one of an enumeration's
   invalidValue,         ///< the right kind, but not what a codec takes, such as a text that is no date
   notFinite,            ///< writing: an infinity or a NaN, for which JSON has no form
+  beyondLimit,          ///< reading costs more than the reader's `JSONLimits` allow
 };
-
-/// How deeply lists and objects may nest, reading and writing; one level more is refused. It bounds the stack
-/// that a hostile text can make the library use.
-inline constexpr std::size_t jsonDepthLimit = 512;
 
 /// One step into a value: a key of an object or an index of a list.
 using JSONPathStep = std::variant<std::string, std::size_t>;
@@ -42,6 +40,8 @@ struct JSONError {
   JSONFailure failure = JSONFailure::unexpectedEnd;
   /// Where in the text, in bytes from its start; 0 on writing.
   std::size_t offset = 0;
+  /// It was a value that couldn't be written, so that there is no text to point into.
+  bool onWriting = false;
   /// `wrongKind`: what was wanted and what stood there.
   JSONKind expected = JSONKind::null;
   JSONKind found = JSONKind::null;
@@ -50,7 +50,9 @@ struct JSONError {
   /// The steps from the innermost value out to the whole.
   std::vector<JSONPathStep> stepsOutward;
 
-  /// The way to the value, such as `trace.history[2].timestamp`; empty for the whole.
+  /// The way to the value, such as `trace.history[2].timestamp`; empty for the whole. Keys that aren't plain
+  /// names stand in quotes, and everything in them that could move a cursor, end a line or turn the direction
+  /// of writing as `\u` escapes.
   std::string path() const;
   /// What was wrong, without where: `expected a number, found a text`.
   std::string reason() const;

@@ -3,7 +3,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <string>
+#include <type_traits>
 #include <version>
 
 #ifndef __cpp_lib_to_chars
@@ -33,17 +35,65 @@ constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 // Smaller than 1 in size; tells a number too small for a double from one too large.
 bool isBelowOne(const JSONNumber& number) { return number.digits + number.exponent <= 0; }
 
-// The nearest double, however long the digits; beyond the range an infinity or 0.
-double nearestDouble(const JSONNumber& number) {
+// The nearest value, however long the digits; beyond the range an infinity or 0.
+template <typename Real>
+Real nearest(const JSONNumber& number) {
 #ifdef __cpp_lib_to_chars
-  double value = 0;
+  Real value = 0;
   const char* end = number.text.data() + number.text.size();
   if (std::from_chars(number.text.data(), end, value).ec != std::errc::result_out_of_range) return value;
-  return isBelowOne(number) ? 0 : HUGE_VAL;
+  return isBelowOne(number) ? 0 : std::numeric_limits<Real>::infinity();
 #else
   static const locale_t plainLocale = newlocale(LC_ALL_MASK, "C", nullptr);
-  return strtod_l(std::string(number.text).c_str(), nullptr, plainLocale);
+  const std::string text(number.text);
+  if constexpr (std::is_same_v<Real, float>) return strtof_l(text.c_str(), nullptr, plainLocale);
+  return strtod_l(text.c_str(), nullptr, plainLocale);
 #endif
+}
+
+template <typename Real>
+std::optional<Real> nearestFinite(const JSONNumber& number) {
+  const Real value = nearest<Real>(number);
+  if (value == 0 || !std::isfinite(value)) return std::nullopt;
+  return value;
+}
+
+// significant * 10^exponent, with digits from the first to the last that isn't 0, if they fit.
+struct Digits {
+  std::uint64_t significant = 0;
+  std::int64_t exponent = 0;
+  bool fits = true;
+};
+
+// Of a number whose mantissa lacks digits.
+Digits digitsOfText(const JSONNumber& number) {
+  Digits digits{0, number.exponent, true};
+  std::int64_t zeros = 0;
+  const auto append = [&](std::uint64_t digit) {
+    constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
+    digits.fits &= digits.significant <= (largest - digit) / 10;
+    digits.significant = digits.significant * 10 + digit;
+  };
+  for (const char c : number.text) {
+    if (c == 'e' || c == 'E' || !digits.fits) break;
+    if (!isDigit(c)) continue;
+    if (c == '0') {
+      ++zeros;
+      continue;
+    }
+    for (; zeros > 0 && digits.significant != 0 && digits.fits; --zeros) append(0);
+    zeros = 0;
+    append(static_cast<std::uint64_t>(c - '0'));
+  }
+  digits.exponent += zeros;
+  return digits;
+}
+
+Digits digitsOf(const JSONNumber& number) {
+  if (number.digits > mostMantissaDigits) return digitsOfText(number);
+  Digits digits{number.mantissa, number.exponent, true};
+  for (; digits.exponent < 0 && digits.significant % 10 == 0; ++digits.exponent) digits.significant /= 10;
+  return digits;
 }
 
 }  // namespace
@@ -103,25 +153,39 @@ std::optional<double> JSONNumber::asDouble() const {
     }
     return negative ? -value : value;
   }
-  value = nearestDouble(*this);
-  if (value == 0 || !std::isfinite(value)) return std::nullopt;
+  return nearestFinite<double>(*this);
+}
+
+std::optional<float> JSONNumber::asFloat() const {
+  if (mantissa == 0) return negative ? -0.0F : 0.0F;
+  return nearestFinite<float>(*this);
+}
+
+// The number without its sign, if it is whole and fits.
+std::optional<std::uint64_t> JSONNumber::wholeMagnitude() const {
+  if (plain && digits <= mostMantissaDigits) return mantissa;
+  if (mantissa == 0) return 0;
+  const Digits whole = digitsOf(*this);
+  if (whole.exponent < 0 && isBelowOne(*this) && !asDouble()) return 0;
+  if (!whole.fits || whole.exponent < 0 || whole.exponent > mostMantissaDigits) return std::nullopt;
+  std::uint64_t value = whole.significant;
+  for (std::int64_t i = 0; i < whole.exponent; ++i) {
+    if (value > std::numeric_limits<std::uint64_t>::max() / 10) return std::nullopt;
+    value *= 10;
+  }
   return value;
 }
 
 std::optional<std::int64_t> JSONNumber::asInteger() const {
   constexpr std::uint64_t largest = INT64_MAX;
-  if (plain) {
-    if (digits > mostMantissaDigits || mantissa > largest + (negative ? 1 : 0)) return std::nullopt;
-    return static_cast<std::int64_t>(negative ? 0 - mantissa : mantissa);
-  }
-  const std::optional<double> value = asDouble();
-  if (!value) {
-    if (isBelowOne(*this)) return 0;
-    return std::nullopt;
-  }
-  constexpr double beyond = 0x1p63;
-  if (*value < -beyond || *value >= beyond || std::trunc(*value) != *value) return std::nullopt;
-  return static_cast<std::int64_t>(*value);
+  const std::optional<std::uint64_t> magnitude = wholeMagnitude();
+  if (!magnitude || *magnitude > largest + (negative ? 1 : 0)) return std::nullopt;
+  return static_cast<std::int64_t>(negative ? 0 - *magnitude : *magnitude);
+}
+
+std::optional<std::uint64_t> JSONNumber::asUnsigned() const {
+  const std::optional<std::uint64_t> magnitude = wholeMagnitude();
+  return negative && magnitude != 0 ? std::nullopt : magnitude;
 }
 
 }  // namespace tilvanego::json::detail

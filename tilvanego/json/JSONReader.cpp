@@ -6,6 +6,8 @@
 #include <bit>
 #include <bitset>
 #include <cstring>
+#include <limits>
+#include <string>
 #include <utility>
 
 namespace tilvanego::json {
@@ -13,6 +15,7 @@ namespace {
 
 using detail::TextEnds;
 
+constexpr std::size_t uncounted = std::numeric_limits<std::size_t>::max();
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 constexpr bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
@@ -44,15 +47,38 @@ bool kindFrom(char first, JSONKind& kind) {
 
 }  // namespace
 
-Reader::Reader(std::string_view text, const JSONDates* dates)
-    : begin_(text.data()), cursor_(begin_), end_(begin_ + text.size()), value_(begin_), dates_(dates) {
-  if (text.starts_with(byteOrderMark)) cursor_ += byteOrderMark.size();
+Reader::Reader(std::string_view text, const JSONDates* dates, const JSONLimits& limits)
+    : begin_(text.data()),
+      cursor_(begin_),
+      end_(begin_ + text.size()),
+      value_(begin_),
+      dates_(dates),
+      limits_(limits),
+      ownMemoryLeft_(limits.memory),
+      elementsLeft_(limits.elements) {
+  limits_.depth = std::min(limits.depth, jsonDepthLimit);
+  if (text.size() > limits.bytes) {
+    end_ = begin_;
+    isTooLong_ = true;
+  } else if (text.starts_with(byteOrderMark)) {
+    cursor_ += byteOrderMark.size();
+  }
+}
+
+// The piece's elements have been counted when it was passed over.
+Reader::Reader(std::string_view piece, Reader& whole) : Reader(piece, whole.dates_, whole.limits_) {
+  memoryLeft_ = whole.memoryLeft_;
+  elementsLeft_ = uncounted;
 }
 
 // Failures
 
 bool Reader::failAt(const char* where, JSONFailure failure) {
   error_.failure = failure;
+  if (isTooLong_) {
+    error_.failure = JSONFailure::beyondLimit;
+    error_.detail = "the text is longer than " + std::to_string(limits_.bytes) + " bytes";
+  }
   error_.offset = static_cast<std::size_t>(where - begin_);
   return false;
 }
@@ -60,6 +86,17 @@ bool Reader::failAt(const char* where, JSONFailure failure) {
 bool Reader::fail(JSONFailure failure, std::string detail) {
   error_.detail = std::move(detail);
   return failAt(value_, failure);
+}
+
+bool Reader::failBeyondMemory() {
+  return fail(JSONFailure::beyondLimit,
+              "what was read takes more than " + std::to_string(limits_.memory) + " bytes of memory");
+}
+
+Reader::Next Reader::failBeyondElements() {
+  value_ = cursor_;
+  fail(JSONFailure::beyondLimit, "more than " + std::to_string(limits_.elements) + " elements");
+  return Next::failure;
 }
 
 bool Reader::failInside(JSONPathStep step) {
@@ -140,10 +177,27 @@ bool Reader::readInteger(std::int64_t& value) {
   return whole || fail(JSONFailure::numberOutOfRange, "the number is not a whole number of 64 bits");
 }
 
+bool Reader::readInteger(std::uint64_t& value) {
+  detail::JSONNumber number;
+  if (!readNumber(number)) return false;
+  const std::optional<std::uint64_t> whole = number.asUnsigned();
+  value = whole.value_or(0);
+  return whole ||
+         fail(JSONFailure::numberOutOfRange, "the number is not a whole number of 64 bits without a sign");
+}
+
 bool Reader::readDouble(double& value) {
   detail::JSONNumber number;
   if (!readNumber(number)) return false;
   const std::optional<double> nearest = number.asDouble();
+  value = nearest.value_or(0);
+  return nearest || fail(JSONFailure::numberOutOfRange);
+}
+
+bool Reader::readFloat(float& value) {
+  detail::JSONNumber number;
+  if (!readNumber(number)) return false;
+  const std::optional<float> nearest = number.asFloat();
   value = nearest.value_or(0);
   return nearest || fail(JSONFailure::numberOutOfRange);
 }
@@ -168,8 +222,10 @@ bool Reader::readText(std::string& value) {
 
 bool Reader::readText(std::optional<std::string>& value) {
   skipBlanks();
-  if (cursor_ != end_ && *cursor_ == 'n')
+  if (cursor_ != end_ && *cursor_ == 'n') {
+    value.reset();
     return takeWord("null") || failAt(cursor_, JSONFailure::unexpectedCharacter);
+  }
   std::string_view view;
   if (!startValue(JSONKind::text, '"') || !readTextFrom(cursor_ + 1, view)) return false;
   value.emplace(view);
@@ -184,7 +240,7 @@ bool Reader::readText(std::string_view& value) {
 
 bool Reader::open(char first) {
   if (!startValue(first == '{' ? JSONKind::object : JSONKind::list, first)) return false;
-  if (depth_ == jsonDepthLimit) return failAt(cursor_, JSONFailure::tooDeep);
+  if (depth_ >= limits_.depth) return failAt(cursor_, JSONFailure::tooDeep);
   ++cursor_;
   ++depth_;
   atStart_ = true;
@@ -202,15 +258,16 @@ inline Reader::Next Reader::nextItem(char closing) {
     atStart_ = false;
     return Next::end;
   }
-  if (atStart_) {
-    atStart_ = false;
-    return Next::item;
+  if (!atStart_) {
+    if (cursor_ == end_ || *cursor_ != ',') {
+      failAt(cursor_, cursor_ == end_ ? JSONFailure::unexpectedEnd : JSONFailure::unexpectedCharacter);
+      return Next::failure;
+    }
+    ++cursor_;
   }
-  if (cursor_ == end_ || *cursor_ != ',') {
-    failAt(cursor_, cursor_ == end_ ? JSONFailure::unexpectedEnd : JSONFailure::unexpectedCharacter);
-    return Next::failure;
-  }
-  ++cursor_;
+  atStart_ = false;
+  if (elementsLeft_ == 0) return failBeyondElements();
+  --elementsLeft_;
   return Next::item;
 }
 
@@ -340,6 +397,11 @@ bool Reader::failForMissing(const RecordTable& table, std::size_t field) {
   return failAt(cursor_ - 1, JSONFailure::missingKey);
 }
 
+// A record that was used before keeps nothing of that.
+inline void Reader::clearAbsent(const RecordTable& table, std::uint64_t seen, void* record) {
+  if ((table.clearable & ~seen) != 0) table.clear(record, table.clearable & ~seen);
+}
+
 // The object has been opened. Its values are found first and read afterwards.
 bool Reader::readFieldsInOrder(const RecordTable& table, void* record) {
   std::array<const char*, RecordTable::mostFields> values{};
@@ -352,6 +414,9 @@ bool Reader::readFieldsInOrder(const RecordTable& table, void* record) {
   }
   if (next == Next::failure) return false;
   const char* const end = cursor_;
+  // Everything in here has been counted.
+  const std::size_t elementsLeft = std::exchange(elementsLeft_, uncounted);
+  std::uint64_t seen = 0;
   ++depth_;
   for (std::size_t i = 0; i < table.fields.size(); ++i) {
     cursor_ = end;
@@ -359,11 +424,14 @@ bool Reader::readFieldsInOrder(const RecordTable& table, void* record) {
       if ((table.required >> i & 1) != 0) return failForMissing(table, i);
       continue;
     }
+    seen |= std::uint64_t{1} << i;
     cursor_ = values[i];
     if (!table.fields[i].read(*this, record)) return failInside(std::string(table.fields[i].key()));
   }
   cursor_ = end;
   --depth_;
+  elementsLeft_ = elementsLeft;
+  clearAbsent(table, seen, record);
   return true;
 }
 
@@ -388,8 +456,9 @@ bool Reader::readRecord(const RecordTable& table, void* record) {
     if (!table.fields[field].read(*this, record)) return failInside(std::string(table.fields[field].key()));
   }
   const std::uint64_t missing = table.required & ~seen;
-  if (missing == 0) return true;
-  return failForMissing(table, static_cast<std::size_t>(std::countr_zero(missing)));
+  if (missing != 0) return failForMissing(table, static_cast<std::size_t>(std::countr_zero(missing)));
+  clearAbsent(table, seen, record);
+  return true;
 }
 
 }  // namespace tilvanego::json

@@ -2,6 +2,7 @@
 
 #include <tilvanego/json/JSONDates.h>
 #include <tilvanego/json/JSONError.h>
+#include <tilvanego/json/JSONLimits.h>
 #include <tilvanego/json/JSONNumber.h>
 #include <cstddef>
 #include <cstdint>
@@ -21,8 +22,13 @@ struct RecordTable;
 class Reader {
  public:
   /// Neither the text nor the dates' form is copied; both must outlive the reader. No form means
-  /// `JSONDates::internetDateTime()`.
-  explicit Reader(std::string_view text, const JSONDates* dates = nullptr);
+  /// `JSONDates::internetDateTime()`. Beyond one of the limits every read fails.
+  explicit Reader(std::string_view text, const JSONDates* dates = nullptr, const JSONLimits& limits = {});
+  /// Reads a piece that `skip` of another reader gave, with its dates and within what its limits leave. The
+  /// other must outlive it.
+  Reader(std::string_view piece, Reader& whole);
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
 
   /// The kind of the next value by its first character. Fails where none can start.
   bool peek(JSONKind& kind);
@@ -30,9 +36,12 @@ class Reader {
   bool takeNull();
 
   bool readBoolean(bool& value);
-  /// A whole number of 64 bits; `1.0` and `1e2` are whole.
+  /// A whole number of 64 bits, exactly; `1.0` and `1e2` are whole.
   bool readInteger(std::int64_t& value);
+  bool readInteger(std::uint64_t& value);
+  /// The nearest one. Numbers beyond the range are refused, and those that would silently become 0.
   bool readDouble(double& value);
+  bool readFloat(float& value);
   /// A number's parts and its text as written.
   bool readNumber(detail::JSONNumber& number);
   bool readText(std::string& value);
@@ -61,6 +70,16 @@ class Reader {
 
   const JSONDates* dates() const { return dates_; }
 
+  /// For codecs that make more than the text's own bytes: asks for `bytes` of memory before they are
+  /// allocated. Fails beyond `JSONLimits::memory`.
+  bool takeMemory(std::size_t bytes) {
+    if (bytes > *memoryLeft_) return failBeyondMemory();
+    *memoryLeft_ -= bytes;
+    return true;
+  }
+  /// Memory that was taken before, and is free again.
+  void giveBackMemory(std::size_t bytes) { *memoryLeft_ += bytes; }
+
   /// From now on records are read in the order of their fields, however these stand in the text, so that the
   /// failure is that of the first field. It takes a second pass over every object.
   void readInFieldOrder() { inFieldOrder_ = true; }
@@ -74,11 +93,13 @@ class Reader {
   JSONError& error() { return error_; }
 
   /// Reads an object into the record at `record`, whose type `table` describes. The first of equal keys
-  /// counts.
+  /// counts. Optional fields that are missing or null become absent, whatever they were.
   bool readRecord(const RecordTable& table, void* record);
 
  private:
   bool failAt(const char* where, JSONFailure failure);
+  bool failBeyondMemory();
+  Next failBeyondElements();
   bool failKind(JSONKind expected);
   void skipBlanks();
   bool startValue(JSONKind expected, char first);
@@ -97,13 +118,19 @@ class Reader {
   bool takeKey(const RecordField& field);
   bool readFieldsInOrder(const RecordTable& table, void* record);
   bool failForMissing(const RecordTable& table, std::size_t field);
+  static void clearAbsent(const RecordTable& table, std::uint64_t seen, void* record);
 
   const char* begin_;
   const char* cursor_;
   const char* end_;
   const char* value_;
   const JSONDates* dates_;
+  JSONLimits limits_;
+  std::size_t ownMemoryLeft_;
+  std::size_t* memoryLeft_ = &ownMemoryLeft_;
+  std::size_t elementsLeft_;
   std::size_t depth_ = 0;
+  bool isTooLong_ = false;
   bool atStart_ = false;
   bool inFieldOrder_ = false;
   std::string scratch_;

@@ -1,18 +1,26 @@
 #include <tilvanego/json/JSONValue.h>
+#include <tilvanego/json/JSONValueLevels.h>
+#include <cstdio>
+#include <cstdlib>
 
 namespace tilvanego {
 namespace {
+
+using json::detail::Levels;
 
 std::size_t mix(std::size_t seed, std::size_t hash) {
   return (seed ^ hash) * 0x9E3779B97F4A7C15u + (seed >> 17);
 }
 
-template <typename... Functions>
-struct Overloaded : Functions... {
-  using Functions::operator()...;
-};
-
 }  // namespace
+
+JSONValue::JSONValue(Array value) : value_(ArrayBox()) {
+  if (!value.empty()) value_ = ArrayBox(new BoxedArray{std::move(value)});
+}
+
+JSONValue::JSONValue(Dictionary value) : value_(DictionaryBox()) {
+  if (!value.empty()) value_ = DictionaryBox(new BoxedDictionary{std::move(value)});
+}
 
 JSONValue JSONValue::dictionary(std::initializer_list<std::pair<std::string_view, JSONValue>> pairs) {
   Dictionary entries;
@@ -20,7 +28,23 @@ JSONValue JSONValue::dictionary(std::initializer_list<std::pair<std::string_view
   return entries;
 }
 
-const JSONValue* JSONValue::operator[](std::string_view key) const {
+const JSONValue::Array* JSONValue::arrayValue() const {
+  const ArrayBox* box = std::get_if<ArrayBox>(&value_);
+  if (box == nullptr) return nullptr;
+  if (*box) return &(*box)->elements;
+  static const Array empty;
+  return &empty;
+}
+
+const JSONValue::Dictionary* JSONValue::dictionaryValue() const {
+  const DictionaryBox* box = std::get_if<DictionaryBox>(&value_);
+  if (box == nullptr) return nullptr;
+  if (*box) return &(*box)->entries;
+  static const Dictionary empty;
+  return &empty;
+}
+
+const JSONValue* JSONValue::find(std::string_view key) const {
   const Dictionary* entries = dictionaryValue();
   if (entries == nullptr) return nullptr;
   const auto entry = entries->find(key);
@@ -33,66 +57,144 @@ const JSONValue* JSONValue::element(std::ptrdiff_t index) const {
   return &(*elements)[static_cast<std::size_t>(index)];
 }
 
-bool operator==(const JSONValue& a, const JSONValue& b) { return a.value_ == b.value_; }
-
-std::size_t JSONValue::hash() const {
-  const auto ofPayload = Overloaded{
-      [](std::monostate) -> std::size_t { return 0; },
-      [](const Array& elements) {
-        std::size_t hash = elements.size();
-        for (const JSONValue& element : elements) hash = mix(hash, element.hash());
-        return hash;
-      },
-      [](const Dictionary& entries) {
-        std::size_t hash = entries.size();
-        for (const auto& [key, value] : entries)
-          hash = mix(mix(hash, std::hash<std::string>()(key)), value.hash());
-        return hash;
-      },
-      []<typename T>(const T& plain) { return std::hash<T>()(plain); },
-  };
-  return mix(value_.index(), std::visit(ofPayload, value_));
+void JSONLookup::endForAbsence() {
+  std::fputs("JSONLookup: there is no value here; ask before you use * or ->\n", stderr);
+  std::abort();
 }
 
-bool json::Codec<JSONValue>::read(Reader& reader, JSONValue& value) {
-  JSONKind kind{};
-  if (!reader.peek(kind)) return false;
-  switch (kind) {
-    case JSONKind::null:
-      value.value_.emplace<std::monostate>();
-      return reader.takeNull() || reader.fail(JSONFailure::unexpectedCharacter);
-    case JSONKind::boolean:
-      return reader.readBoolean(value.value_.emplace<bool>());
-    case JSONKind::text:
-      return reader.readText(value.value_.emplace<std::string>());
-    case JSONKind::list:
-      return Codec<JSONValue::Array>::read(reader, value.value_.emplace<JSONValue::Array>());
-    case JSONKind::object:
-      return Codec<JSONValue::Dictionary>::read(reader, value.value_.emplace<JSONValue::Dictionary>());
-    case JSONKind::number:
-      break;
+// Going through all levels
+
+// The boxes that wait for their end.
+class JSONValue::Doomed {
+ public:
+  void add(JSONValue& value) {
+    if (auto* array = std::get_if<ArrayBox>(&value.value_)) {
+      chain(arrays_, *array);
+    } else if (auto* dictionary = std::get_if<DictionaryBox>(&value.value_)) {
+      chain(dictionaries_, *dictionary);
+    }
   }
-  json::detail::JSONNumber number;
-  if (!reader.readNumber(number)) return false;
-  if (const auto whole = number.asInteger()) {
-    value.value_ = *whole;
-  } else if (const auto nearest = number.asDouble()) {
-    value.value_ = *nearest;
-  } else {
-    return reader.fail(JSONFailure::numberOutOfRange, "Unknown JSON value");
+
+  // A box gives its own boxes away before it ends, so that no end is inside another.
+  void endAll() {
+    while (arrays_ != nullptr || dictionaries_ != nullptr) {
+      if (arrays_ != nullptr) {
+        const ArrayBox one(std::exchange(arrays_, arrays_->next));
+        for (JSONValue& element : one->elements) add(element);
+      } else {
+        const DictionaryBox one(std::exchange(dictionaries_, dictionaries_->next));
+        for (auto& [key, value] : one->entries) add(value);
+      }
+    }
+  }
+
+ private:
+  template <typename Box>
+  static void chain(Box*& first, std::unique_ptr<Box>& one) {
+    if (!one) return;
+    one->next = first;
+    first = one.release();
+  }
+
+  BoxedArray* arrays_ = nullptr;
+  BoxedDictionary* dictionaries_ = nullptr;
+};
+
+void JSONValue::dismantle() noexcept {
+  Doomed doomed;
+  doomed.add(*this);
+  doomed.endAll();
+}
+
+// Boxes are made with all their places, in which those inside are null at first.
+void JSONValue::copyOneLevel(const JSONValue& other) {
+  if (const auto* array = std::get_if<ArrayBox>(&other.value_)) {
+    ArrayBox& box = value_.emplace<ArrayBox>();
+    if (!*array) return;
+    box = std::make_unique<BoxedArray>();
+    box->elements.resize((*array)->elements.size());
+  } else if (const auto* dictionary = std::get_if<DictionaryBox>(&other.value_)) {
+    DictionaryBox& box = value_.emplace<DictionaryBox>();
+    if (!*dictionary) return;
+    box = std::make_unique<BoxedDictionary>();
+    for (const auto& [key, value] : (*dictionary)->entries) box->entries.try_emplace(box->entries.end(), key);
+  } else if (const auto* text = other.stringValue()) {
+    value_ = *text;
+  } else if (const auto whole = other.intValue()) {
+    value_ = *whole;
+  } else if (const auto real = other.doubleValue()) {
+    value_ = *real;
+  } else if (const auto truth = other.boolValue()) {
+    value_ = *truth;
+  }
+}
+
+void JSONValue::copy(const JSONValue& other) {
+  Levels from;
+  Levels to;
+  JSONValue* copied = this;
+  for (const JSONValue* one = &other; one != nullptr; one = from.next()) {
+    copied->copyOneLevel(*one);
+    from.enter(*one);
+    to.enter(*copied);
+    // What the levels show is part of this value, which is no constant.
+    copied = const_cast<JSONValue*>(to.next());
+  }
+}
+
+namespace {
+
+// Of the same case, with the same payload, or as many elements.
+bool alike(const JSONValue& a, const JSONValue& b) {
+  if (const auto* text = a.stringValue()) return b.isString() && *text == *b.stringValue();
+  if (const auto* array = a.arrayValue()) return b.isArray() && array->size() == b.arrayValue()->size();
+  if (const auto* dictionary = a.dictionaryValue())
+    return b.isDictionary() && dictionary->size() == b.dictionaryValue()->size();
+  return a.isNull() == b.isNull() && a.intValue() == b.intValue() && a.doubleValue() == b.doubleValue() &&
+         a.boolValue() == b.boolValue() && b.isString() == a.isString() && !b.isArray() && !b.isDictionary();
+}
+
+bool sameKeys(const Levels& a, const Levels& b) { return a.key() == nullptr || *a.key() == *b.key(); }
+
+}  // namespace
+
+bool operator==(const JSONValue& a, const JSONValue& b) {
+  Levels inA;
+  Levels inB;
+  const JSONValue* oneOfA = &a;
+  const JSONValue* oneOfB = &b;
+  while (oneOfA != nullptr) {
+    if (!alike(*oneOfA, *oneOfB) || !sameKeys(inA, inB)) return false;
+    inA.enter(*oneOfA);
+    inB.enter(*oneOfB);
+    oneOfA = inA.next();
+    oneOfB = inB.next();
   }
   return true;
 }
 
-bool json::Codec<JSONValue>::write(Writer& writer, const JSONValue& value) {
-  if (const auto* text = value.stringValue()) return writer.text(*text);
-  if (const auto whole = value.intValue()) return writer.integer(*whole);
-  if (const auto real = value.doubleValue()) return writer.number(*real);
-  if (const auto truth = value.boolValue()) return writer.boolean(*truth);
-  if (const auto* elements = value.arrayValue()) return Codec<JSONValue::Array>::write(writer, *elements);
-  if (const auto* entries = value.dictionaryValue())
-    return Codec<JSONValue::Dictionary>::write(writer, *entries);
-  return writer.null();
+std::size_t JSONValue::hash() const {
+  std::size_t hash = 0;
+  Levels levels;
+  for (const JSONValue* one = this; one != nullptr; one = levels.next()) {
+    if (const std::string* key = levels.key()) hash = mix(hash, std::hash<std::string>()(*key));
+    hash = mix(hash, one->value_.index());
+    if (const auto* text = one->stringValue()) {
+      hash = mix(hash, std::hash<std::string>()(*text));
+    } else if (const auto* array = one->arrayValue()) {
+      hash = mix(hash, array->size());
+    } else if (const auto* dictionary = one->dictionaryValue()) {
+      hash = mix(hash, dictionary->size());
+    } else if (const auto whole = one->intValue()) {
+      hash = mix(hash, std::hash<std::int64_t>()(*whole));
+    } else if (const auto real = one->doubleValue()) {
+      hash = mix(hash, std::hash<double>()(*real));
+    } else if (const auto truth = one->boolValue()) {
+      hash = mix(hash, *truth ? 1 : 0);
+    }
+    levels.enter(*one);
+  }
+  return hash;
 }
 
 }  // namespace tilvanego

@@ -8,6 +8,7 @@
 #include <functional>
 #include <initializer_list>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,9 +18,14 @@
 
 namespace tilvanego {
 
+class JSONLookup;
+
 /// Any JSON value. Values are equal only if they are of the same case with equal payloads: the integer 1
 /// isn't the double 1.0. Reading makes a whole number that fits 64 bits an `int`, every other number a
 /// `double`, and keeps the first of equal keys.
+///
+/// However deeply values nest, reading, writing, copying, comparing and ending them takes no more stack than
+/// a flat one does.
 class JSONValue {
  public:
   using Array = std::vector<JSONValue>;
@@ -45,8 +51,25 @@ class JSONValue {
   JSONValue(double value) : value_(value) {}
   template <std::same_as<bool> Bool>
   JSONValue(Bool value) : value_(value) {}
-  JSONValue(Array value) : value_(std::move(value)) {}
-  JSONValue(Dictionary value) : value_(std::move(value)) {}
+  JSONValue(Array value);
+  JSONValue(Dictionary value);
+
+  JSONValue(const JSONValue& other) : JSONValue() { copy(other); }
+  /// Leaves a value of the same case; text, array or dictionary are empty then.
+  JSONValue(JSONValue&& other) noexcept = default;
+  JSONValue& operator=(const JSONValue& other) {
+    if (this != &other) *this = JSONValue(other);
+    return *this;
+  }
+  JSONValue& operator=(JSONValue&& other) noexcept {
+    // What was here ends with `former`, level by level; it may hold the other.
+    JSONValue former(std::move(*this));
+    value_ = std::move(other.value_);
+    return *this;
+  }
+  ~JSONValue() {
+    if (holds<ArrayBox>() || holds<DictionaryBox>()) dismantle();
+  }
 
   /// A dictionary of these pairs; the last of equal keys counts.
   static JSONValue dictionary(std::initializer_list<std::pair<std::string_view, JSONValue>> pairs);
@@ -65,8 +88,8 @@ class JSONValue {
   bool isInt() const { return holds<std::int64_t>(); }
   bool isDouble() const { return holds<double>(); }
   bool isBool() const { return holds<bool>(); }
-  bool isArray() const { return holds<Array>(); }
-  bool isDictionary() const { return holds<Dictionary>(); }
+  bool isArray() const { return holds<ArrayBox>(); }
+  bool isDictionary() const { return holds<DictionaryBox>(); }
   bool isNull() const { return holds<std::monostate>(); }
 
   /// The payload if the value is of exactly this case; there is no conversion.
@@ -75,17 +98,17 @@ class JSONValue {
   std::optional<bool> boolValue() const { return copied<bool>(); }
   /// Null if the value is of another case; otherwise valid as long as this value stays unchanged.
   const std::string* stringValue() const { return std::get_if<std::string>(&value_); }
-  const Array* arrayValue() const { return std::get_if<Array>(&value_); }
-  const Dictionary* dictionaryValue() const { return std::get_if<Dictionary>(&value_); }
+  const Array* arrayValue() const;
+  const Dictionary* dictionaryValue() const;
 
-  /// The entry of a dictionary; null if there is none, or the value is of another case.
-  const JSONValue* operator[](std::string_view key) const;
-  const JSONValue* operator[](const char* key) const { return (*this)[std::string_view(key)]; }
-  /// The element of an array; null if the index is negative or past the end, or the value is of another case.
+  /// The entry of a dictionary; absent if there is none, or the value is of another case.
+  JSONLookup operator[](std::string_view key) const;
+  JSONLookup operator[](const char* key) const;
+  JSONLookup operator[](std::nullptr_t) const = delete;
+  /// The element of an array; absent if the index is negative or past the end, or the value is of another
+  /// case.
   template <std::integral Index>
-  const JSONValue* operator[](Index index) const {
-    return std::in_range<std::ptrdiff_t>(index) ? element(static_cast<std::ptrdiff_t>(index)) : nullptr;
-  }
+  JSONLookup operator[](Index index) const;
 
   // Not defaulted: deciding on that here, where the type isn't complete, makes libc++ 19 move the elements of
   // an `Array` as plain bytes.
@@ -94,6 +117,25 @@ class JSONValue {
   std::size_t hash() const;
 
  private:
+  // Arrays and dictionaries lie in boxes, which keeps every value as small as a text; an empty one has no
+  // box. `next` chains those that are about to end.
+  struct BoxedArray {
+    Array elements;
+    BoxedArray* next = nullptr;
+  };
+  struct BoxedDictionary {
+    Dictionary entries;
+    BoxedDictionary* next = nullptr;
+  };
+  using ArrayBox = std::unique_ptr<BoxedArray>;
+  using DictionaryBox = std::unique_ptr<BoxedDictionary>;
+  class Reading;
+  class Doomed;
+
+  void copy(const JSONValue& other);
+  void copyOneLevel(const JSONValue& other);
+  void dismantle() noexcept;
+  const JSONValue* find(std::string_view key) const;
   const JSONValue* element(std::ptrdiff_t index) const;
   template <typename T>
   bool holds() const {
@@ -106,8 +148,70 @@ class JSONValue {
   }
 
   friend struct json::Codec<JSONValue>;
-  std::variant<std::monostate, std::string, std::int64_t, double, bool, Array, Dictionary> value_;
+  std::variant<std::monostate, std::string, std::int64_t, double, bool, ArrayBox, DictionaryBox> value_;
 };
+
+/// What a subscript of a `JSONValue` found: a value inside it, or nothing. Subscripts go on from there, and
+/// inside nothing find nothing:
+///
+///     if (const auto price = order["lines"][0]["price"].intValue()) charge(*price);
+///
+/// Valid as long as the value that was looked into stays unchanged.
+class JSONLookup {
+ public:
+  /// Nothing.
+  JSONLookup() = default;
+  explicit JSONLookup(const JSONValue* found) : found_(found) {}
+
+  explicit operator bool() const { return found_ != nullptr; }
+  friend bool operator==(JSONLookup lookup, std::nullptr_t) { return lookup.found_ == nullptr; }
+  /// The value that was found, null if none was.
+  const JSONValue* get() const { return found_; }
+  /// Only where something was found: the program ends otherwise.
+  const JSONValue& operator*() const {
+    if (found_ == nullptr) endForAbsence();
+    return *found_;
+  }
+  const JSONValue* operator->() const { return &**this; }
+
+  JSONLookup operator[](std::string_view key) const { return found_ ? (*found_)[key] : JSONLookup(); }
+  JSONLookup operator[](const char* key) const { return (*this)[std::string_view(key)]; }
+  JSONLookup operator[](std::nullptr_t) const = delete;
+  template <std::integral Index>
+  JSONLookup operator[](Index index) const {
+    return found_ ? (*found_)[index] : JSONLookup();
+  }
+
+  // As those of the value; none of them holds for nothing.
+  bool isString() const { return found_ && found_->isString(); }
+  bool isInt() const { return found_ && found_->isInt(); }
+  bool isDouble() const { return found_ && found_->isDouble(); }
+  bool isBool() const { return found_ && found_->isBool(); }
+  bool isArray() const { return found_ && found_->isArray(); }
+  bool isDictionary() const { return found_ && found_->isDictionary(); }
+  bool isNull() const { return found_ && found_->isNull(); }
+  std::optional<std::int64_t> intValue() const { return found_ ? found_->intValue() : std::nullopt; }
+  std::optional<double> doubleValue() const { return found_ ? found_->doubleValue() : std::nullopt; }
+  std::optional<bool> boolValue() const { return found_ ? found_->boolValue() : std::nullopt; }
+  const std::string* stringValue() const { return found_ ? found_->stringValue() : nullptr; }
+  const JSONValue::Array* arrayValue() const { return found_ ? found_->arrayValue() : nullptr; }
+  const JSONValue::Dictionary* dictionaryValue() const {
+    return found_ ? found_->dictionaryValue() : nullptr;
+  }
+
+ private:
+  [[noreturn]] static void endForAbsence();
+
+  const JSONValue* found_ = nullptr;
+};
+
+inline JSONLookup JSONValue::operator[](std::string_view key) const { return JSONLookup(find(key)); }
+inline JSONLookup JSONValue::operator[](const char* key) const { return JSONLookup(find(key)); }
+template <std::integral Index>
+JSONLookup JSONValue::operator[](Index index) const {
+  return std::in_range<std::ptrdiff_t>(index) ? JSONLookup(element(static_cast<std::ptrdiff_t>(index)))
+                                              : JSONLookup();
+}
 
 template <>
 struct json::Codec<JSONValue> {

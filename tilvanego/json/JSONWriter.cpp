@@ -55,6 +55,7 @@ std::string Writer::take() {
 bool Writer::fail(JSONFailure failure, std::string detail) {
   error_.failure = failure;
   error_.detail = std::move(detail);
+  error_.onWriting = true;
   return false;
 }
 
@@ -88,8 +89,16 @@ bool Writer::integer(std::int64_t value) {
   return true;
 }
 
-bool Writer::number(double value) {
-  const std::optional<std::string> text = doubleJSONText(value);
+bool Writer::integer(std::uint64_t value) {
+  ensure(longestInteger);
+  cursor_ = std::to_chars(cursor_, limit_, value).ptr;
+  return true;
+}
+
+bool Writer::number(double value) { return putNumber(doubleJSONText(value)); }
+bool Writer::number(float value) { return putNumber(floatJSONText(value)); }
+
+bool Writer::putNumber(const std::optional<std::string>& text) {
   if (!text) return fail(JSONFailure::notFinite);
   ensure(text->size());
   put(*text);

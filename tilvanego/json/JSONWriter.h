@@ -4,6 +4,7 @@
 #include <tilvanego/json/JSONError.h>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -40,8 +41,10 @@ class Writer {
   bool null();
   bool boolean(bool value);
   bool integer(std::int64_t value);
-  /// The shortest text that reads back as the same double. Fails for infinities and NaN.
+  bool integer(std::uint64_t value);
+  /// The shortest text that reads back as the same double, or the same float. Fails for infinities and NaN.
   bool number(double value);
+  bool number(float value);
   /// Fails unless `value` is UTF-8.
   bool text(std::string_view value);
 
@@ -76,6 +79,7 @@ class Writer {
   void grow(std::size_t count);
   void put(char c) { *cursor_++ = c; }
   void put(std::string_view text);
+  bool putNumber(const std::optional<std::string>& text);
   bool putText(std::string_view text);
   bool putEscapedText(std::string_view text);
   void putEscaped(char c);

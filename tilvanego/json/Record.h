@@ -18,15 +18,16 @@
 /// Records say their fields once, in a static function beside the members, and are read and written from
 /// that:
 ///
-///     struct Trace {
+///     struct Visit {
 ///       std::optional<std::string> cashier;
-///       Decimal amount;
+///       tilvanego::Decimal amount;
 ///       std::vector<std::string> tags;
 ///
 ///       static constexpr auto jsonFields() {
-///         return json::fields(json::field("cashier", &Trace::cashier),
-///                             json::field<AmountAsNumber>("amount", &Trace::amount),
-///                             json::field("tags", &Trace::tags));
+///         namespace json = tilvanego::json;
+///         return json::fields(json::field("cashier", &Visit::cashier),
+///                             json::field<json::AmountFromNumber>("amount", &Visit::amount),
+///                             json::field("tags", &Visit::tags));
 ///       }
 ///     };
 ///
@@ -171,7 +172,10 @@ bool readField(Reader& reader, void* record) {
   if constexpr (isTextField<OneField>) {
     return reader.readText(member);
   } else if constexpr (OptionalTraits<typename OneField::Type>::value) {
-    if (reader.takeNull()) return true;
+    if (reader.takeNull()) {
+      member.reset();
+      return true;
+    }
     return readKeyed<CodingOf<OneField>>(reader, RecordAccess::emplaceIn(member), key);
   } else {
     return readKeyed<CodingOf<OneField>>(reader, member, key);
@@ -285,6 +289,38 @@ consteval std::uint64_t requiredFields() {
   }(std::make_index_sequence<fieldCount<Record>>());
 }
 
+/// A codec whose values may be absent says with `makeAbsent` how they become so.
+template <typename OneField>
+inline constexpr bool isClearable =
+    OptionalTraits<typename OneField::Type>::value ||
+    requires(typename OneField::Type& value) { CodingOf<OneField>::makeAbsent(value); };
+
+template <typename Record>
+consteval std::uint64_t clearableFields() {
+  return []<std::size_t... index>(std::index_sequence<index...>) {
+    return (std::uint64_t{0} | ... | (isClearable<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
+  }(std::make_index_sequence<fieldCount<Record>>());
+}
+
+template <typename Record, std::size_t index>
+void clearField(Record& record) {
+  if constexpr (isClearable<FieldAt<Record, index>>) {
+    auto& member = Layout<Record>::template member<index>(record);
+    if constexpr (OptionalTraits<typename FieldAt<Record, index>::Type>::value) {
+      member.reset();
+    } else {
+      CodingOf<FieldAt<Record, index>>::makeAbsent(member);
+    }
+  }
+}
+
+template <typename Record>
+void clearFields([[maybe_unused]] void* record, [[maybe_unused]] std::uint64_t which) {
+  [&]<std::size_t... index>(std::index_sequence<index...>) {
+    ((which >> index & 1 ? clearField<Record, index>(*static_cast<Record*>(record)) : void()), ...);
+  }(std::make_index_sequence<fieldCount<Record>>());
+}
+
 template <typename Record>
 consteval bool keysAreSound() {
   auto keys = recordKeys<Record>();
@@ -295,13 +331,18 @@ consteval bool keysAreSound() {
 
 template <typename Record>
 struct Description {
-  static_assert(fieldCount<Record> <= RecordTable::mostFields);
+  static_assert(fieldCount<Record> <= RecordTable::mostFields, "a record has at most 64 fields");
   static_assert(keysAreSound<Record>(),
                 "a record's keys are printable ASCII without quotes or slashes, each said once");
   static constexpr auto fields = describeFields<Record>();
   static constexpr auto sorted = sortFields<Record>();
   static constexpr auto slots = hashFields<Record>();
-  static constexpr RecordTable table{fields, sorted.data(), slots, requiredFields<Record>()};
+  static constexpr RecordTable table{fields,
+                                     sorted.data(),
+                                     slots,
+                                     requiredFields<Record>(),
+                                     clearableFields<Record>(),
+                                     &clearFields<Record>};
 };
 
 }  // namespace detail

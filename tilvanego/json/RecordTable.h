@@ -32,8 +32,10 @@ struct RecordTable {
   const std::uint8_t* sorted;
   /// Open addressing by `keyHash`, a power of two long, with free slots: a field's index or `freeSlot`.
   std::span<const std::uint8_t> slots;
-  /// One bit for each field.
+  /// One bit for each field that must be there, and for each that `clear` can make absent.
   std::uint64_t required;
+  std::uint64_t clearable;
+  void (*clear)(void* record, std::uint64_t which);
 
   static constexpr std::size_t mostFields = 64;
   static constexpr std::uint8_t freeSlot = 0xFF;

@@ -12,13 +12,17 @@ namespace {
 class InternetDateTime final : public JSONDates {
  public:
   std::optional<Date> read(std::string_view text) const override { return readInternetDate(text); }
-  std::string write(const Date& date) const override { return internetDateText(date); }
+  std::optional<std::string> write(const Date& date) const override {
+    return hasDateText(date) ? std::optional(internetDateText(date)) : std::nullopt;
+  }
 };
 
 class APIDates final : public JSONDates {
  public:
   std::optional<Date> read(std::string_view text) const override { return readAPIDate(text); }
-  std::string write(const Date& date) const override { return apiDateText(date); }
+  std::optional<std::string> write(const Date& date) const override {
+    return hasDateText(date) ? std::optional(apiDateText(date)) : std::nullopt;
+  }
 };
 
 }  // namespace
@@ -58,7 +62,9 @@ bool Codec<Date>::read(Reader& reader, Date& date) {
 }
 
 bool Codec<Date>::write(Writer& writer, const Date& date) {
-  return writer.text(orDefault(writer.format().dates).write(date));
+  const std::optional<std::string> text = orDefault(writer.format().dates).write(date);
+  return text ? writer.text(*text)
+              : writer.fail(JSONFailure::invalidValue, "a date outside the years that can be written");
 }
 
 bool Codec<UUID>::read(Reader& reader, UUID& uuid) {
@@ -67,6 +73,19 @@ bool Codec<UUID>::read(Reader& reader, UUID& uuid) {
 }
 
 bool Codec<UUID>::write(Writer& writer, const UUID& uuid) { return writer.text(uuid.text()); }
+
+URL Codec<URL>::make() { return URL::parse("/").value(); }
+
+bool Codec<URL>::read(Reader& reader, URL& url) {
+  std::string_view text;
+  if (!reader.readText(text)) return false;
+  auto read = URL::parse(text);
+  if (!read) return reader.fail(JSONFailure::invalidValue, "expected a URL");
+  url = *std::move(read);
+  return true;
+}
+
+bool Codec<URL>::write(Writer& writer, const URL& url) { return writer.text(url.absoluteString()); }
 
 bool AmountFromText::read(Reader& reader, Decimal& amount, std::string_view key) {
   std::string_view text;
@@ -78,6 +97,11 @@ bool AmountFromText::read(Reader& reader, Decimal& amount, std::string_view key)
   }
   amount = *number;
   return true;
+}
+
+bool AmountFromText::read(Reader& reader, Decimal& amount) {
+  std::string_view text;
+  return reader.readText(text) && accept(reader, amount, Decimal::parse(text), "expected a Decimal value");
 }
 
 bool AmountFromText::write(Writer& writer, const Decimal& amount) {

@@ -3,12 +3,14 @@
 #include <tilvanego/json/Codec.h>
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
 #include <string_view>
 
 namespace tilvanego::json {
 
-/// A text in the form that the reader's or the writer's `JSONDates` say.
+/// A text in the form that the reader's or the writer's `JSONDates` say. A date that has none, such as one
+/// beyond the year 9999, isn't written.
 template <>
 struct Codec<Date> {
   static bool read(Reader& reader, Date& date);
@@ -22,13 +24,23 @@ struct Codec<UUID> {
   static bool write(Writer& writer, const UUID& uuid);
 };
 
-/// Amounts have no form of their own: each field says which of these two it has. Both are written alike, as a
-/// text with at most three fraction digits (`formattedDecimal`), never as a number.
+/// Its text, read as `URL::parse` does.
+template <>
+struct Codec<URL> {
+  static URL make();
+  static bool read(Reader& reader, URL& url);
+  static bool write(Writer& writer, const URL& url);
+};
+
+/// Amounts have two forms, of which a field may name one. Both are written alike, as a text with at most
+/// three fraction digits (`formattedDecimal`), never as a number.
 ///
 /// A text that `Decimal::parse` takes. Any other text fails with the words "The key K couldn't be converted
 /// to a Decimal value".
 struct AmountFromText {
   static bool read(Reader& reader, Decimal& amount, std::string_view key);
+  /// An element of a list has no key: "expected a Decimal value".
+  static bool read(Reader& reader, Decimal& amount);
   static bool write(Writer& writer, const Decimal& amount);
 };
 
@@ -38,5 +50,9 @@ struct AmountFromNumber {
   static bool read(Reader& reader, Decimal& amount);
   static bool write(Writer& writer, const Decimal& amount) { return AmountFromText::write(writer, amount); }
 };
+
+/// The form of amounts that have none named.
+template <>
+struct Codec<Decimal> : AmountFromText {};
 
 }  // namespace tilvanego::json

@@ -69,7 +69,7 @@ bool TolerantTransactionType::read(json::Reader& reader, TilvaneGoTransactionTyp
 }
 
 bool TolerantTransactionType::write(json::Writer& writer, TilvaneGoTransactionType type) {
-  return writer.text(rawText(type));
+  return json::Codec<TilvaneGoTransactionType>::write(writer, type);
 }
 
 }  // namespace detail

@@ -126,12 +126,13 @@ Date dateOf(const DateTime& dateTime, std::size_t fractionDigits) {
   return Date::fromSecondsSince1970(static_cast<double>(dateTime.seconds) + fraction);
 }
 
-// The seconds, held within the years that four digits can tell.
+// The years that four digits can tell, in seconds: from the first of them to before the end.
+constexpr double firstSecond = -62'167'219'200;
+constexpr double endOfSeconds = 253'402'300'800;
+
 double writableSeconds(const Date& date) {
-  constexpr double first = -62'167'219'200;
-  constexpr double last = 253'402'300'799.999;
   const double seconds = date.secondsSince1970();
-  return std::isnan(seconds) ? 0 : std::clamp(seconds, first, last);
+  return std::isnan(seconds) ? 0 : std::clamp(seconds, firstSecond, endOfSeconds - 0.001);
 }
 
 void appendNumber(std::string& text, std::int64_t number, std::size_t digits) {
@@ -164,6 +165,11 @@ std::string dateText(std::int64_t milliseconds, bool withFraction) {
 }
 
 }  // namespace
+
+bool hasDateText(const Date& date) {
+  const double seconds = date.secondsSince1970();
+  return seconds >= firstSecond && seconds < endOfSeconds;
+}
 
 std::optional<Date> readInternetDate(std::string_view text) {
   return readDateTime(text).transform(

@@ -12,8 +12,11 @@
 /// from end to end.
 ///
 /// Texts are written in UTC. A date outside the years 0000...9999 is written as the nearest one inside, and
-/// one that isn't a number as 1970.
+/// one that isn't a number as 1970; `hasDateText` tells before.
 namespace tilvanego {
+
+/// Whether a date is a number and lies in the years 0000...9999, so that its text is its own.
+[[nodiscard]] bool hasDateText(const Date& date);
 
 /// "2024-03-05T10:20:30Z", with an optional fraction of a second of any number of digits.
 [[nodiscard]] std::optional<Date> readInternetDate(std::string_view text);

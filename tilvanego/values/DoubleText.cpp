@@ -7,9 +7,13 @@
 namespace tilvanego {
 namespace {
 
-std::string shortestText(double value) {
-  const double magnitude = std::fabs(value);
-  const bool plain = magnitude == 0 || (magnitude >= 1e-4 && magnitude <= 0x1p54);
+constexpr double largestPlainDouble = 0x1p54;
+constexpr double largestPlainFloat = 0x1p24;
+
+template <typename Real>
+std::string shortestText(Real value, double largestPlain) {
+  const double magnitude = std::fabs(double{value});
+  const bool plain = magnitude == 0 || (magnitude >= 1e-4 && magnitude <= largestPlain);
   // The longest: sign, 17 digits, point, and "0.000" before them or an exponent of five characters after.
   std::array<char, 32> text{};
   const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value,
@@ -22,14 +26,19 @@ std::string shortestText(double value) {
 std::string doubleText(double value) {
   if (std::isnan(value)) return "nan";
   if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
-  std::string text = shortestText(value);
+  std::string text = shortestText(value, largestPlainDouble);
   if (text.find_first_of(".e") == text.npos) text += ".0";
   return text;
 }
 
 std::optional<std::string> doubleJSONText(double value) {
   if (!std::isfinite(value)) return std::nullopt;
-  return shortestText(value);
+  return shortestText(value, largestPlainDouble);
+}
+
+std::optional<std::string> floatJSONText(float value) {
+  if (!std::isfinite(value)) return std::nullopt;
+  return shortestText(value, largestPlainFloat);
 }
 
 }  // namespace tilvanego

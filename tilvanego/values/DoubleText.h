@@ -14,4 +14,7 @@ namespace tilvanego {
 /// which JSON can't say.
 [[nodiscard]] std::optional<std::string> doubleJSONText(double value);
 
+/// The same for a 32-bit float: the fewest digits that read back as the same float. Plain up to 2^24.
+[[nodiscard]] std::optional<std::string> floatJSONText(float value);
+
 }  // namespace tilvanego

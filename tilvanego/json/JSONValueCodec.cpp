@@ -1,0 +1,204 @@
+#include <tilvanego/json/JSONValue.h>
+#include <tilvanego/json/JSONValueLevels.h>
+#include <algorithm>
+#include <array>
+
+namespace tilvanego {
+namespace {
+
+using json::Reader;
+using json::Writer;
+using json::detail::Levels;
+
+bool readNumber(Reader& reader, JSONValue& value) {
+  json::detail::JSONNumber number;
+  if (!reader.readNumber(number)) return false;
+  if (const auto whole = number.asInteger()) {
+    value = *whole;
+  } else if (const auto nearest = number.asDouble()) {
+    value = *nearest;
+  } else {
+    return reader.fail(JSONFailure::numberOutOfRange, "Unknown JSON value");
+  }
+  return true;
+}
+
+}  // namespace
+
+/// Reads a value place by place. The places of the arrays and dictionaries that are open stand in a list of
+/// their own, so that depth costs no stack.
+class JSONValue::Reading {
+ public:
+  Reading(Reader& reader, JSONValue& whole) : reader_(reader), place_(&whole) {}
+
+  bool run() {
+    do {
+      if (!readPlace()) return failAtPlace();
+      Reader::Next next = Reader::Next::end;
+      while (depth_ > 0 && next == Reader::Next::end) {
+        next = open_[depth_ - 1]->isArray() ? nextElement() : nextEntry();
+        if (next == Reader::Next::end) --depth_;
+      }
+      if (next == Reader::Next::failure) return failAtPlace();
+    } while (depth_ > 0);
+    return true;
+  }
+
+ private:
+  bool readPlace() {
+    JSONKind kind{};
+    if (!reader_.peek(kind)) return false;
+    auto& value = place_->value_;
+    switch (kind) {
+      case JSONKind::null:
+        value.emplace<std::monostate>();
+        return reader_.takeNull() || reader_.fail(JSONFailure::unexpectedCharacter);
+      case JSONKind::boolean:
+        return reader_.readBoolean(value.emplace<bool>());
+      case JSONKind::text:
+        return reader_.readText(value.emplace<std::string>());
+      case JSONKind::number:
+        return readNumber(reader_, *place_);
+      case JSONKind::list:
+        if (!reader_.beginList()) return false;
+        value.emplace<ArrayBox>();
+        break;
+      case JSONKind::object:
+        if (!reader_.beginObject()) return false;
+        value.emplace<DictionaryBox>();
+        break;
+    }
+    open_[depth_++] = place_;
+    return true;
+  }
+
+  // The place that failed is that of the array itself until its next element has one.
+  Reader::Next nextElement() {
+    place_ = open_[depth_ - 1];
+    const Reader::Next next = reader_.nextElement();
+    if (next != Reader::Next::item) return next;
+    ArrayBox& box = *std::get_if<ArrayBox>(&place_->value_);
+    if (!box) {
+      if (!reader_.takeMemory(sizeof(BoxedArray))) return Reader::Next::failure;
+      box = std::make_unique<BoxedArray>();
+    }
+    Array& elements = box->elements;
+    if (elements.size() == elements.capacity() && !makeRoom(elements)) return Reader::Next::failure;
+    place_ = &elements.emplace_back();
+    return next;
+  }
+
+  // A short array takes little, so that many of them stay small beside their text.
+  bool makeRoom(Array& elements) {
+    constexpr std::size_t shortArray = 2;
+    const std::size_t former = elements.capacity();
+    const std::size_t room = std::max(2 * former, shortArray);
+    if (!reader_.takeMemory(room * sizeof(JSONValue))) return reader_.failInside(elements.size());
+    elements.reserve(room);
+    reader_.giveBackMemory(former * sizeof(JSONValue));
+    return true;
+  }
+
+  Reader::Next nextEntry() {
+    for (;;) {
+      place_ = open_[depth_ - 1];
+      std::string_view key;
+      const Reader::Next next = reader_.nextKey(key);
+      if (next != Reader::Next::item) return next;
+      DictionaryBox& box = *std::get_if<DictionaryBox>(&place_->value_);
+      constexpr std::size_t entrySize = json::Codec<Dictionary>::entrySize;
+      if (!reader_.takeMemory(box ? entrySize : entrySize + sizeof(BoxedDictionary))) {
+        reader_.failInside(std::string(key));
+        return Reader::Next::failure;
+      }
+      if (!box) box = std::make_unique<BoxedDictionary>();
+      const auto [entry, isNew] = box->entries.try_emplace(std::string(key));
+      place_ = &entry->second;
+      if (isNew) return next;
+      reader_.giveBackMemory(entrySize);
+      if (!reader_.skip()) return Reader::Next::failure;
+    }
+  }
+
+  // Names the steps from the place that failed outwards.
+  bool failAtPlace() {
+    if (depth_ > 0 && open_[depth_ - 1] == place_) --depth_;
+    for (; depth_ > 0; place_ = open_[--depth_]) {
+      const JSONValue& parent = *open_[depth_ - 1];
+      if (const Array* elements = parent.arrayValue()) {
+        reader_.failInside(static_cast<std::size_t>(place_ - elements->data()));
+      } else {
+        const auto isPlace = [&](const auto& entry) { return &entry.second == place_; };
+        reader_.failInside(std::ranges::find_if(*parent.dictionaryValue(), isPlace)->first);
+      }
+    }
+    return false;
+  }
+
+  Reader& reader_;
+  JSONValue* place_;
+  std::array<JSONValue*, jsonDepthLimit> open_;
+  std::size_t depth_ = 0;
+};
+
+bool json::Codec<JSONValue>::read(Reader& reader, JSONValue& value) {
+  value = JSONValue();
+  return JSONValue::Reading(reader, value).run();
+}
+
+namespace {
+
+bool beginValue(Writer& writer, const JSONValue& value) {
+  if (const auto* text = value.stringValue()) return writer.text(*text);
+  if (const auto whole = value.intValue()) return writer.integer(*whole);
+  if (const auto real = value.doubleValue()) return writer.number(*real);
+  if (const auto truth = value.boolValue()) return writer.boolean(*truth);
+  if (value.isArray()) return writer.beginList();
+  if (value.isDictionary()) return writer.beginObject();
+  return writer.null();
+}
+
+void endLevel(Writer& writer, bool isDictionary) {
+  if (isDictionary) {
+    writer.endObject();
+  } else {
+    writer.endList();
+  }
+}
+
+bool failInLevels(Writer& writer, Levels& levels) {
+  for (; !levels.empty(); levels.leave()) {
+    if (levels.isInDictionary()) {
+      writer.failInside(*levels.key());
+    } else {
+      writer.failInside(levels.index());
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+bool json::Codec<JSONValue>::write(Writer& writer, const JSONValue& value) {
+  Levels levels;
+  const JSONValue* one = &value;
+  for (;;) {
+    if (!beginValue(writer, *one)) return failInLevels(writer, levels);
+    const bool isEmpty = (one->isArray() && one->arrayValue()->empty()) ||
+                         (one->isDictionary() && one->dictionaryValue()->empty());
+    if (isEmpty) endLevel(writer, one->isDictionary());
+    levels.enter(*one);
+    while (!levels.empty() && (one = levels.nextInLevel()) == nullptr) {
+      endLevel(writer, levels.isInDictionary());
+      levels.leave();
+    }
+    if (levels.empty()) return true;
+    if (!levels.isInDictionary()) {
+      writer.element();
+    } else if (!writer.key(*levels.key())) {
+      return failInLevels(writer, levels);
+    }
+  }
+}
+
+}  // namespace tilvanego

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <tilvanego/json/JSONValue.h>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace tilvanego::json::detail {
+
+/// The arrays and dictionaries that a walk through a value is in, the innermost last, kept on the heap
+/// instead of the stack:
+///
+///     Levels levels;
+///     for (const JSONValue* one = &whole; one != nullptr; one = levels.next()) {
+///       visit(*one);
+///       levels.enter(*one);
+///     }
+///
+/// goes through a whole value, parents first.
+class Levels {
+ public:
+  /// From here on `next` gives what is in this value, which may be a scalar.
+  void enter(const JSONValue& value) {
+    const JSONValue::Array* array = value.arrayValue();
+    const JSONValue::Dictionary* dictionary = value.dictionaryValue();
+    if (array != nullptr && !array->empty()) {
+      levels_.push_back({.array = array});
+    } else if (dictionary != nullptr && !dictionary->empty()) {
+      levels_.push_back({.dictionary = dictionary, .entry = dictionary->begin()});
+    }
+  }
+
+  /// The next value of the innermost level; null at its end, which `leave` then closes.
+  const JSONValue* nextInLevel() {
+    Level& level = levels_.back();
+    if (level.array != nullptr) {
+      return level.index == level.array->size() ? nullptr : &(*level.array)[level.index++];
+    }
+    if (level.entry == level.dictionary->end()) return nullptr;
+    level.key = &level.entry->first;
+    return &level.entry++->second;
+  }
+
+  /// The next value at all, out of all levels that end here; null at the end of the whole.
+  const JSONValue* next() {
+    for (; !levels_.empty(); leave()) {
+      if (const JSONValue* one = nextInLevel()) return one;
+    }
+    return nullptr;
+  }
+
+  void leave() { levels_.pop_back(); }
+  bool empty() const { return levels_.empty(); }
+  bool isInDictionary() const { return levels_.back().dictionary != nullptr; }
+  /// Of the last value; null in an array and outside of all.
+  const std::string* key() const { return empty() ? nullptr : levels_.back().key; }
+  /// Of the last value of an array.
+  std::size_t index() const { return levels_.back().index - 1; }
+
+ private:
+  struct Level {
+    const JSONValue::Array* array = nullptr;
+    std::size_t index = 0;
+    const JSONValue::Dictionary* dictionary = nullptr;
+    JSONValue::Dictionary::const_iterator entry = {};
+    const std::string* key = nullptr;
+  };
+  std::vector<Level> levels_;
+};
+
+}  // namespace tilvanego::json::detail
