@@ -37,8 +37,6 @@ class RunLoop::Drain {
 
 RunLoop::RunLoop() : mainThread_(std::this_thread::get_id()) {}
 
-RunLoop::~RunLoop() { end(); }
-
 RunLoop& RunLoop::main() {
   // Never destroyed: threads that outlive the program's main function may still post to it.
   static RunLoop& loop = *new RunLoop;
@@ -46,6 +44,7 @@ RunLoop& RunLoop::main() {
 }
 
 RunLoop::~RunLoop() {
+  end();
   // They end after the lock is released: what they captured may post, which the loop drops by then.
   std::deque<std::function<void()>> dropped;
   std::function<void()> wakeUp;
