@@ -81,7 +81,8 @@ TEST(PaymentError, DescribesEachCase) {
 }
 
 TEST(PaymentResult, IsVisitedAndComparedAsAVariant) {
-  const PaymentResponse response({.callbackURL = callbackURL, .status = "ok"});
+  const PaymentResponse::Fields fields{.callbackURL = callbackURL, .status = "ok"};
+  const PaymentResponse response(fields);
   const PaymentResult success = PaymentResult::Success{response};
   const PaymentResult failure = PaymentResult::Failure{PaymentError::MissingStatus{}, std::nullopt};
   EXPECT_NE(success, failure);
@@ -90,6 +91,13 @@ TEST(PaymentResult, IsVisitedAndComparedAsAVariant) {
   EXPECT_EQ(success.response(), response);
   EXPECT_EQ(failure.response(), std::nullopt);
   EXPECT_EQ(std::visit([](const auto& one) { return one.name; }, failure), "failure");
+
+  EXPECT_TRUE(success == PaymentResult::Success{response} && PaymentResult::Success{response} == success);
+  EXPECT_TRUE(success != PaymentResult::Declined{response} && PaymentResult::Declined{response} != success);
+  const PaymentError error = PaymentError::PaymentFailed{"odd"};
+  EXPECT_TRUE(error == PaymentError::PaymentFailed{"odd"} && PaymentError::PaymentFailed{"odd"} == error);
+  EXPECT_TRUE(error != PaymentError::PaymentFailed{"even"} && PaymentError::MissingStatus{} != error);
+  EXPECT_EQ(std::get<PaymentResult::Failure>(failure).error, PaymentError::MissingStatus{});
 }
 
 }  // namespace

@@ -61,6 +61,9 @@ std::string refusal(const RebootRequest& request) {
 std::string refusal(const SaveRequest& request) {
   return refusal([&](TestHost& host, auto noted) { host.sdk->save(request, noted); });
 }
+std::string refusal(const PaymentRequest& request) {
+  return refusal([&](TestHost& host, auto noted) { host.sdk->startPayment(request, noted); });
+}
 
 constexpr auto requestIdMissing = "Request ID is required.";
 constexpr auto transactionIdMissing = "Transaction ID is required.";
@@ -186,6 +189,39 @@ TEST(RefusedSave, LooksAtTheURLBeforeTheCurrency) {
             "Credential account ID is required when credentials are provided.");
   EXPECT_EQ(of("A", good, "eur", credentials("t", "a", "")), environmentUnknown);
   EXPECT_EQ(of("A", good, "\neur ", std::nullopt), "");
+}
+
+template <class Request>
+void expectRefusedOnceMovedFrom(typename Request::Fields fields) {
+  Request request(fields);
+  const Request taken = std::move(request);
+  EXPECT_NE(refusal(request), "");
+  EXPECT_EQ(refusal(taken), "");
+  const URL url = std::move(fields.callbackURL);
+  EXPECT_EQ(refusal(Request(fields)), schemeMissing);
+}
+
+TEST(RefusedRequests, AreAllThatWereMovedFrom) {
+  const auto given = credentials("t", "a", "PROD");
+  const std::string id = "A-1";
+  expectRefusedOnceMovedFrom<InitializationRequest>({.requestId = id,
+                                                     .callbackURL = good,
+                                                     .sourceApplication = "shop",
+                                                     .basicToken = "t",
+                                                     .accountId = "a",
+                                                     .environment = "PROD"});
+  expectRefusedOnceMovedFrom<TransactionListRequest>({.requestId = id, .callbackURL = good});
+  expectRefusedOnceMovedFrom<FullRefundRequest>(
+      {.requestId = id, .transactionId = "T", .callbackURL = good, .credentials = given});
+  expectRefusedOnceMovedFrom<PartialRefundRequest>(
+      {.requestId = id, .transactionId = "T", .amount = 1, .callbackURL = good, .credentials = given});
+  expectRefusedOnceMovedFrom<CaptureRequest>(
+      {.requestId = id, .transactionId = "T", .amount = "1", .callbackURL = good});
+  expectRefusedOnceMovedFrom<ClearDataRequest>({.requestId = id, .callbackURL = good});
+  expectRefusedOnceMovedFrom<RebootRequest>({.requestId = id, .callbackURL = good});
+  expectRefusedOnceMovedFrom<SaveRequest>({.requestId = id, .callbackURL = good, .currency = "EUR"});
+  expectRefusedOnceMovedFrom<PaymentRequest>(
+      {.requestId = id, .amount = 1, .currency = "EUR", .callbackURL = good});
 }
 
 }  // namespace

@@ -160,6 +160,8 @@ TEST(ScriptedRandomSource, GivesItsBytesInOrderAndThenFailsWithoutTouchingTheRes
   EXPECT_FALSE(source.fill(bytes));
   EXPECT_TRUE(source.fill(std::span(bytes).first(1)));
   EXPECT_EQ(bytes[0], 3);
+  ScriptedRandomSource taken = std::move(source);
+  EXPECT_FALSE(source.fill(bytes)) << "one that was moved from has no bytes left";
 }
 
 TEST(RecordingDebugOutput, KeepsLinesUnquotedUntilTaken) {

@@ -140,6 +140,37 @@ TEST(RunLoop, ReleasesABlockBeforeTheNextOneRuns) {
   EXPECT_TRUE(releasedInTime);
 }
 
+TEST(RunLoop, WhatADroppedBlockOrWakeUpCapturedMayPostAsItEnds) {
+  int ended = 0;
+  {
+    RunLoop loop;
+    const auto postsAtItsEnd = [&] {
+      return std::shared_ptr<void>(nullptr, [&](void*) {
+        ++ended;
+        for (int blocks = 0; blocks < 100; ++blocks) loop.post([] { FAIL() << "the loop is ending"; });
+      });
+    };
+    for (int blocks = 0; blocks < 10; ++blocks) loop.post([held = postsAtItsEnd()] {});
+    loop.setWakeUp([held = postsAtItsEnd()] {});
+  }
+  EXPECT_EQ(ended, 11);
+  RunLoop loop;
+  loop.setWakeUp([held = std::shared_ptr<void>(nullptr, [&](void*) { loop.post([&] { ++ended; }); })] {});
+  loop.setWakeUp(nullptr);
+  EXPECT_EQ(loop.runPending(), 1U) << "posted by the end of a replaced function";
+}
+
+TEST(RunLoop, AWakeUpThatThrowsOnlyListened) {
+  RunLoop loop;
+  loop.setWakeUp([] { throw std::runtime_error("from a wake-up"); });
+  EXPECT_NO_THROW(loop.post([] {}));
+  EXPECT_EQ(loop.runPending(), 1U);
+}
+
+TEST(RunLoopDeathTest, AnEmptyBlockEndsTheProcessWithAMessage) {
+  EXPECT_DEATH(RunLoop().post(nullptr), "RunLoop::post was given an empty block");
+}
+
 TEST(RunLoop, TheMainThreadIsTheMakerUntilAnotherThreadDrains) {
   RunLoop loop;
   EXPECT_TRUE(loop.isCurrent());

@@ -124,6 +124,27 @@ TEST(URL, KeepsAllButTheQueryWhenItsItemsAreReplaced) {
   EXPECT_EQ(parsed("a:b").replacingQueryItems({{{"k", "v"}}})->queryItems(), (Items{{"k", "v"}}));
 }
 
+TEST(URL, IsEmptyOnceItIsMovedFrom) {
+  for (const std::string_view text :
+       {"a://u:p@h:1/x?y#z", "tilvanego://a-host-that-is-on-the-heap/path?q#f"}) {
+    URL from = parsed(text);
+    URL made = std::move(from);
+    EXPECT_EQ(made, parsed(text));
+    URL assigned = parsed("b:c");
+    assigned = std::move(made);
+    EXPECT_EQ(assigned.fragment(), parsed(text).fragment());
+    for (const URL& moved : {from, made}) {
+      EXPECT_EQ(moved.absoluteString(), "");
+      EXPECT_EQ(moved.path(), "");
+      EXPECT_FALSE(moved.scheme() || moved.host() || moved.user() || moved.port() || moved.queryItems() ||
+                   moved.fragment());
+    }
+    URL& same = assigned;
+    assigned = std::move(same);
+    EXPECT_EQ(assigned, parsed(text));
+  }
+}
+
 TEST(URLComponents, MakeNoURLOfPartsThatWouldReadOtherwise) {
   const URLComponents refused[] = {
       {},

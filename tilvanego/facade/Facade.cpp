@@ -5,10 +5,14 @@
 namespace tilvanego::detail {
 
 void Facade::end() {
-  // From now on, for what ends here may call back.
+  // All of it at once, for what ends here may call back.
   ended_ = true;
-  logger_ = nullptr;
-  cancelAll(Ranks{});
+  const auto logger = std::exchange(logger_, nullptr);
+  const auto slots = std::exchange(slots_, {});
+  const auto drop = [](const auto& pending) {
+    if (pending) pending->completion = nullptr;
+  };
+  std::apply([&](const auto&... pending) { (drop(pending), ...); }, slots);
 }
 
 void Facade::setLogger(TilvaneLogger logger) {

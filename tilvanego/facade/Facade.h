@@ -114,10 +114,6 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Empties the slot and gives the completion, which ends with whoever takes it.
   template <class Operation>
   [[nodiscard]] Completion<Operation> take();
-  template <class... Operations>
-  void cancelAll(OperationList<Operations...>) {
-    (cancel<Operations>(), ...);
-  }
 
   /// Ends `pending` with a result. False, and nothing is told, if host code has ended it already.
   template <class Operation>

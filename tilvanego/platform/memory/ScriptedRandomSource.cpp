@@ -5,7 +5,7 @@
 namespace tilvanego {
 
 bool ScriptedRandomSource::fill(std::span<std::uint8_t> bytes) {
-  const auto left = std::span(script_).subspan(given_);
+  const auto left = std::span(script_).subspan(std::min(given_, script_.size()));
   if (left.size() < bytes.size()) return false;
   std::ranges::copy(left.first(bytes.size()), bytes.begin());
   given_ += bytes.size();
