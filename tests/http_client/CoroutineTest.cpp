@@ -141,8 +141,8 @@ TEST(SuspendingExecute, EndsOnceWhateverThreadIsFirst) {
 /// A kind of a host's own that sends nothing.
 class Refusing : public URLSessionDecodableRequestBuilder {
  public:
-  using URLSessionDecodableRequestBuilder::URLSessionDecodableRequestBuilder;
   using RequestBuilder::execute;
+  using URLSessionDecodableRequestBuilder::URLSessionDecodableRequestBuilder;
   std::shared_ptr<RequestTask> execute(Completion) override { throw std::range_error("no signature"); }
 };
 
@@ -162,22 +162,44 @@ TEST(SuspendingExecute, AnotherExceptionIsWithinReachInTheErrorResponse) {
   }
 }
 
-TEST(SuspendingExecute, ADroppedCallIsNotResumed) {
-  TestClient client({httpAnswer(200)});
-  bool resumed = false;
-  {
-    auto call = [](RequestBuilderOf<std::string> builder, bool& flag) -> Task<void> {
-      auto sending = builder.execute();
-      (void)co_await std::move(sending);
-      flag = true;
-    }(client.builder<std::string>(), resumed);
+Task<void> note(RequestBuilderOf<std::string> builder, bool& resumed) {
+  auto sending = builder.execute();
+  try {
+    (void)co_await std::move(sending);
+  } catch (const ErrorResponse&) {
+  }
+  resumed = true;
+}
+
+TEST(SuspendingExecute, ACallThatIsDroppedAtAnyMomentIsNotResumed) {
+  for (const std::string moment : {"progressReady", "intercept", "willSend", "suspended", "received",
+                                   "completed", "delivered", "never"}) {
+    SCOPED_TRACE(moment);
+    TestClient client({httpAnswer(500)});
+    bool resumed = false;
+    const auto builder = client.builder<std::string>();
+    std::optional<Task<void>> call = note(builder, resumed);
+    const auto dropAt = [&](const std::string& here) {
+      if (here == moment) call.reset();
+    };
+    builder->setOnProgressReady([&](const auto&) { dropAt("progressReady"); });
+    client.interceptor->onIntercept = [&](const URLRequest& request, auto completion) {
+      dropAt("intercept");
+      completion(request);
+    };
+    client.interceptor->onWillSend = [&](RequestBuilder&) { dropAt("willSend"); };
+    client.interceptor->onReceive = [&](RequestBuilder&) { dropAt("received"); };
+    client.interceptor->onComplete = [&](RequestBuilder&) { dropAt("completed"); };
     // Begun by hand, as an awaiting coroutine would, which then goes away with its call.
-    auto awaiter = std::move(call).operator co_await();
+    auto awaiter = std::move(*call).operator co_await();
     awaiter.await_suspend(std::noop_coroutine()).resume();
     EXPECT_EQ(client.session.session->requests().size(), 1);
+    dropAt("suspended");
+    client.session.deliver();
+    dropAt("delivered");
+    finish(client);
+    EXPECT_EQ(resumed, moment == "never");
   }
-  finish(client);
-  EXPECT_FALSE(resumed);
 }
 
 TEST(SuspendingExecute, ATaskNobodyAwaitsSendsNothing) {

@@ -10,7 +10,9 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -105,6 +107,22 @@ TEST(CodableHelper, HandsOnTheJSONLayersOwnFailure) {
   ASSERT_FALSE(notFinite);
   EXPECT_EQ(notFinite.error().failure, JSONFailure::notFinite);
   EXPECT_EQ(notFinite.error().path(), "amount");
+}
+
+TEST(CodableHelper, AFormatterThatThrowsIsAFailure) {
+  class Throwing final : public DateFormatter {
+   public:
+    std::optional<Date> date(std::string_view) const override { throw std::runtime_error("no calendar"); }
+    std::string string(const Date&) const override { throw 1; }
+  };
+  CodableHelper helper;
+  helper.setDateFormatter(std::make_shared<const Throwing>());
+  const auto read = helper.decode<Visit>(Data(R"({"at": "2024-03-05"})"));
+  ASSERT_FALSE(read);
+  EXPECT_EQ(read.error().failure, JSONFailure::invalidValue);
+  const auto written = helper.encode(Visit{{}, moment, {}});
+  ASSERT_FALSE(written);
+  EXPECT_EQ(written.error().failure, JSONFailure::invalidValue);
 }
 
 TEST(CodableHelper, AppliesAFormatterAtOnceAndGoesBackToTheDefaultWithoutOne) {

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <concepts>
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -121,6 +123,11 @@ TEST(ValidatorOfTexts, KeepsToThePatternAmongMoreThanAThreadKeeps) {
 TEST(ValidatorOfTexts, GivesTheValueBackOrThrowsWhatIsBroken) {
   const StringRule rule{.maxLength = 3, .pattern = "^\\d+$"};
   EXPECT_EQ(Validator::validate("123", rule), "123");
+  const std::string digits = "123";
+  const auto view = std::string_view(digits).substr(1);
+  static_assert(std::same_as<decltype(Validator::validate(view, rule)), std::string_view>);
+  EXPECT_EQ(Validator::validate(view, rule).data(), view.data()) << "the view itself, not a copy";
+  EXPECT_THROW(Validator::validate(std::string_view("x"), rule), ValidationError<Text>);
   try {
     Validator::validate(std::string("abcd"), rule);
     FAIL() << "nothing was thrown";

@@ -1,6 +1,8 @@
 // Where each outcome of a request comes in, and as what.
+#include <csignal>
 #include <functional>
 #include <future>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -91,6 +93,19 @@ TEST_F(BuilderOutcomes, AStatusOutsideTheRangeIsTheCodeOnTheQueue) {
   configuration->setSuccessfulStatusCodeRange({404, 405});
   EXPECT_EQ(send<std::string>("GET", path(404)).code(), 0);
   EXPECT_EQ(send<std::string>("GET", path(200)).code(), 200);
+}
+
+TEST_F(BuilderOutcomes, ACompletionThatThrowsOnTheSessionsThreadEndsTheProcessByName) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto end = [this] {
+    const LoopbackServer server([](const ReceivedRequest&) { return answer(200); });
+    builder<std::string>("GET", server.url("/")).execute([](const auto&) {
+      throw std::runtime_error("a secret");
+    });
+    queue.run();
+  };
+  EXPECT_EXIT(end(), testing::KilledBySignal(SIGABRT),
+              "TilvaneGo: the completion of RequestBuilder::execute threw std::runtime_error on a thread of");
 }
 
 TEST_F(BuilderOutcomes, WhatABodyBecomesIsToldOnTheSessionsThread) {

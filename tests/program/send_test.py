@@ -162,7 +162,7 @@ class Answers(InDirectory):
             self.assertEqual(self.shown(answer(body=body), *form), (0, output, b""))
 
     def test_a_file_is_kept_and_its_path_is_shown(self):
-        kept = self.directory / "dir" / "name" / "a b.txt"
+        kept = self.directory / "tilvanego" / "dir" / "name" / "a b.txt"
         done = self.shown(answer("200 OK", b"\0content", 'Content-Disposition: attachment; filename="a b.txt"'),
                           "--as", "file")
         self.assertEqual(done, (0, f"{kept}\n".encode(), b""))

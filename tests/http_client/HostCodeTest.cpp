@@ -1,0 +1,446 @@
+#include <gtest/gtest.h>
+#include <tilvanego/http_client/SynchronizedDictionary.h>
+#include <tilvanego/platform/HostCode.h>
+
+#include <array>
+#include <csignal>
+#include <stdexcept>
+#include <thread>
+
+#include "tests/http_client/TestClient.h"
+
+namespace tilvanego::test {
+namespace {
+
+/// What host code throws here, and whether a failure holds it.
+struct Thrown : std::runtime_error {
+  Thrown() : std::runtime_error("of the host's") {}
+};
+[[noreturn]] void throwIt() { throw Thrown(); }
+
+bool holdsIt(const Failure& failure) {
+  const auto* cause = failure.as<ExceptionFailure>();
+  if (cause == nullptr) return false;
+  try {
+    std::rethrow_exception(cause->exception());
+  } catch (const Thrown&) {
+    return failure.description() == "of the host's";
+  } catch (...) {
+    return false;
+  }
+}
+
+/// A session of the host's, which throws at one step and else does what the one in memory does.
+class ThrowingSession final : public URLSessionProtocol {
+ public:
+  ThrowingSession(std::shared_ptr<URLSessionProtocol> session, std::string step)
+      : session_(std::move(session)), step_(std::move(step)) {}
+
+  std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(const URLRequest& request,
+                                                                   DataTaskCompletion completion) override {
+    if (step_ == "task") throwIt();
+    return std::make_shared<ThrowingTask>(session_->dataTaskFromProtocol(request, std::move(completion)),
+                                          step_);
+  }
+
+ private:
+  class ThrowingTask final : public URLSessionDataTaskProtocol {
+   public:
+    ThrowingTask(std::shared_ptr<URLSessionDataTaskProtocol> task, std::string step)
+        : task_(std::move(task)), step_(std::move(step)) {}
+    void resume() override {
+      if (step_ == "resume") throwIt();
+      task_->resume();
+      if (step_ == "resumed") throwIt();
+    }
+    [[nodiscard]] int taskIdentifier() const override {
+      if (step_ == "identifier") throwIt();
+      return task_->taskIdentifier();
+    }
+    [[nodiscard]] std::shared_ptr<Progress> progress() const override { return task_->progress(); }
+    void cancel() override {
+      task_->cancel();
+      if (step_ == "cancel") throwIt();
+    }
+
+   private:
+    std::shared_ptr<URLSessionDataTaskProtocol> task_;
+    std::string step_;
+  };
+
+  std::shared_ptr<URLSessionProtocol> session_;
+  std::string step_;
+};
+
+/// A kind of the host's, which throws at one step.
+class ThrowingKind final : public URLSessionDecodableRequestBuilder {
+ public:
+  ThrowingKind(Construction construction, std::shared_ptr<URLSessionProtocol> session, std::string step)
+      : URLSessionDecodableRequestBuilder(std::move(construction)),
+        session_(std::move(session)),
+        step_(std::move(step)) {}
+
+  std::shared_ptr<URLSessionProtocol> createURLSession() override {
+    at("session");
+    return std::make_shared<ThrowingSession>(session_, step_);
+  }
+  Headers buildHeaders() override {
+    at("headers");
+    return {};
+  }
+  std::optional<URLCredential> credential() const override {
+    at("credential");
+    return {};
+  }
+  void cleanUp() override { at("cleanUp"); }
+  void processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,
+                              const std::optional<Failure>& error, const Completion& completion) override {
+    at("process");
+    URLSessionDecodableRequestBuilder::processRequestResponse(exchange, response, error, completion);
+    at("processed");
+  }
+  void retry(const URLSessionExchange& exchange, int code, const Failure& failure,
+             const Completion& completion) override {
+    at("ask");
+    URLSessionDecodableRequestBuilder::retry(exchange, code, failure, completion);
+  }
+
+ private:
+  void at(const std::string& step) const {
+    if (step == step_) throwIt();
+  }
+  std::shared_ptr<URLSessionProtocol> session_;
+  std::string step_;
+};
+
+/// One send with host code that throws at the step.
+struct Sending {
+  explicit Sending(const std::string& step, FakeAnswer answer) : client({std::move(answer)}) {
+    const auto at = [step](const std::string& here) {
+      if (step == here) throwIt();
+    };
+    client.interceptor->onIntercept = [at](const URLRequest& request, const auto& completion) {
+      at("intercept");
+      completion(request);
+      at("intercepted");
+    };
+    client.interceptor->onRetry = [at](const auto& completion) {
+      at("retry");
+      completion(OpenAPIInterceptorRetry::dontRetry);
+      at("retried");
+    };
+    client.interceptor->onWillSend = [at](RequestBuilder&) { at("willSend"); };
+    client.interceptor->onReceive = [at](RequestBuilder&) { at("didReceive"); };
+    client.interceptor->onComplete = [at](RequestBuilder&) { at("didComplete"); };
+    const auto& type = bodyTypeOf<std::string>();
+    RequestBuilderArguments arguments{
+        .method = "GET", .URLString = "https://host.example/a", .apiConfiguration = client.configuration};
+    const RequestBuilderOf<std::string> builder(
+        RequestBuilder::make<ThrowingKind>(type, std::move(arguments), client.session.session, step));
+    builder->setOnProgressReady([at](const std::shared_ptr<Progress>& progress) {
+      at("progressReady");
+      progress->addObserver([at](const Progress&) { at("progress"); });
+      progress->update(1, 2);
+    });
+    testing::internal::CaptureStderr();
+    const auto result = client.run(builder);
+    lines = testing::internal::GetCapturedStderr();
+    code = result ? 0 : result.error().code();
+    isItsCause = !result && holdsIt(result.error().underlyingFailure());
+    completions = std::ranges::count_if(client.interceptor->events,
+                                        [](const auto& event) { return event.contains("completion"); });
+  }
+
+  TestClient client;
+  std::string lines;
+  int code = 0;
+  bool isItsCause = false;
+  std::ptrdiff_t completions = 0;
+};
+
+std::string droppedLine(const std::string& callback) {
+  return "TilvaneGo: " + callback +
+         " threw tilvanego::test::(anonymous namespace)::Thrown; the exception is dropped.\n";
+}
+
+TEST(HostCode, WhatItThrowsIsAFailureWhereItAnswersAndDroppedWhereItListens) {
+  struct Row {
+    std::string step;
+    bool succeedsElse;
+    int code;
+    bool isItsCause;
+    /// The callback of the one line on standard error; none if empty.
+    std::string dropped;
+  };
+  const std::string interceptor = "OpenAPIInterceptor::";
+  const std::array<Row, 21> rows{{
+      {"none", true, 0, false, ""},
+      {"session", true, 415, true, ""},
+      {"headers", true, 415, true, ""},
+      {"intercept", true, 415, true, ""},
+      {"intercepted", true, 0, false, interceptor + "intercept"},
+      {"task", true, 415, true, ""},
+      {"credential", true, 415, true, ""},
+      {"identifier", true, 415, true, ""},
+      {"progressReady", true, 0, false, "the onProgressReady of a request builder"},
+      {"progress", true, 0, false, "an observer of a Progress"},
+      {"willSend", true, 0, false, interceptor + "willSendRequest"},
+      {"resume", true, -1, true, ""},
+      {"resumed", true, -1, true, ""},
+      {"cleanUp", true, 0, false, "URLSessionRequestBuilder::cleanUp"},
+      {"didReceive", true, 0, false, interceptor + "didReceiveResponse"},
+      {"process", true, 200, true, ""},
+      {"processed", true, 0, false, "a step of a request builder"},
+      {"didComplete", true, 0, false, interceptor + "didComplete"},
+      {"ask", false, 500, false, ""},
+      {"retry", false, 500, false, interceptor + "retry"},
+      {"retried", false, 500, false, interceptor + "retry"},
+  }};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.step);
+    const Sending sending(row.step, httpAnswer(row.succeedsElse ? 200 : 500, Data("well")));
+    EXPECT_EQ(sending.code, row.code);
+    EXPECT_EQ(sending.isItsCause, row.isItsCause);
+    EXPECT_EQ(sending.completions, 1);
+    EXPECT_EQ(sending.lines, row.dropped.empty() ? "" : droppedLine(row.dropped));
+  }
+}
+
+TEST(HostCode, AQueueThatThrowsHasTheCompletionRunAtOnce) {
+  class ThrowingQueue final : public MainQueue {
+   public:
+    void post(std::function<void()>) override { throwIt(); }
+    [[nodiscard]] bool isCurrent() const override { return true; }
+  } queue;
+  TestClient client({httpAnswer(500)});
+  client.configuration->setApiResponseQueue(queue);
+  int code = 0;
+  client.builder<Empty>().execute([&](const auto& result) { code = result.error().code(); });
+  testing::internal::CaptureStderr();
+  client.session.session->deliver();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), droppedLine("MainQueue::post"));
+  EXPECT_EQ(code, 500);
+}
+
+TEST(HostCode, WhatACompletionThrowsLeavesByTheHostsOwnCall) {
+  TestClient client({httpAnswer(200), httpAnswer(200), httpAnswer(500)});
+  int completions = 0;
+  const auto send = [&](bool throws) {
+    client.builder<Empty>().execute([&, throws](const auto&) {
+      ++completions;
+      if (throws) throwIt();
+    });
+  };
+  send(true);
+  send(false);
+  send(true);
+  send(false);
+  EXPECT_THROW(client.session.session->deliver(), Thrown);
+  EXPECT_EQ(completions, 1);
+  EXPECT_EQ(client.session.session->deliver(), 3U) << "the tasks behind it are still there";
+  EXPECT_EQ(completions, 2);
+  EXPECT_THROW(client.queue.runPending(), Thrown);
+  EXPECT_EQ(client.queue.runPending(), 1U);
+  EXPECT_EQ(completions, 4);
+}
+
+TEST(HostCodeDeathTest, OnTheLibrarysThreadTheEndOfTheProcessNamesTheCompletion) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto end = [] {
+    const detail::OwnThread marked;
+    TestClient client({httpAnswer(200)});
+    client.builder<Empty>().execute([](const auto&) { throwIt(); });
+    client.session.session->deliver();
+  };
+  EXPECT_EXIT(
+      end(), testing::KilledBySignal(SIGABRT),
+      "TilvaneGo: the completion of RequestBuilder::execute threw .*Thrown on a thread of the library");
+}
+
+TEST(HostCode, AnAnswerInMemoryThatThrowsFailsItsTask) {
+  const auto session = std::make_shared<MemoryURLSession>([](const URLRequest&) -> FakeAnswer { throwIt(); });
+  TestClient client({});
+  client.configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session));
+  int code = 0;
+  client.builder<Empty>().execute([&](const auto& result) {
+    code = result.error().code();
+    EXPECT_TRUE(holdsIt(result.error().underlyingFailure()));
+  });
+  session->deliver();
+  client.queue.runPending();
+  EXPECT_EQ(code, ErrorResponse::transportFailed);
+}
+
+TEST(HostCode, EveryObserverAndActionRunsThoughOneThrows) {
+  testing::internal::CaptureStderr();
+  int calls = 0;
+  const auto throwing = [&] {
+    ++calls;
+    throwIt();
+  };
+  Progress progress;
+  progress.addObserver([&](const Progress&) { throwing(); });
+  progress.addObserver({});
+  progress.addObserver([&](const Progress&) { ++calls; });
+  progress.setCancellationHandler(throwing);
+  progress.update(1, 2);
+  progress.cancel();
+  progress.setCancellationHandler(throwing);
+  progress.setCancellationHandler({});
+  EXPECT_EQ(calls, 6);
+  const StopSource source;
+  const StopCallback first(source.token(), throwing), empty(source.token(), {}),
+      last(source.token(), throwing);
+  EXPECT_TRUE(source.requestStop());
+  const StopCallback late(source.token(), throwing);
+  EXPECT_EQ(calls, 9);
+  TestClient client({httpAnswer(200)});
+  ThrowingSession session(client.session.session, "cancel");
+  RequestTask task;
+  task.set(session.dataTaskFromProtocol({}, [](auto...) {}));
+  task.cancel();
+  EXPECT_EQ(task.get(), nullptr);
+  const std::string lines = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(std::ranges::count(lines, '\n'), 8);
+  EXPECT_TRUE(lines.ends_with(droppedLine("URLSessionDataTaskProtocol::cancel"))) << lines;
+}
+
+TEST(HostCode, AWaitEndsWithItsTaskThoughABlockOfTheLoopThrows) {
+  TestClient client({httpAnswer(500)});
+  auto task = client.builder<Empty>().execute();
+  client.queue.post(throwIt);
+  client.queue.post([&] { client.session.session->deliver(); });
+  client.queue.post(throwIt);
+  testing::internal::CaptureStderr();
+  EXPECT_THROW((void)std::move(task).wait(client.queue), Thrown);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), droppedLine("a block of the main queue"));
+}
+
+/// Runs an action on another thread, and waits for it, when its last copy ends: a lock that is held meanwhile
+/// holds it up for ever.
+class AtItsEnd {
+ public:
+  explicit AtItsEnd(std::function<void()> action)
+      : action_(new std::function<void()>(std::move(action)), [](std::function<void()>* last) {
+          std::thread(*last).join();
+          delete last;
+        }) {}
+
+ private:
+  std::shared_ptr<std::function<void()>> action_;
+};
+
+TEST(HostCode, NothingOfTheHostsEndsUnderALock) {
+  int ends = 0;
+  const auto holding = [&](std::function<void()> action) {
+    return AtItsEnd([&ends, action = std::move(action)] {
+      action();
+      ++ends;
+    });
+  };
+
+  Progress progress;
+  const auto useProgress = [&] { progress.update(progress.completedUnitCount() + 1, 100); };
+  const int observer = progress.addObserver([held = holding(useProgress)](const Progress&) {});
+  progress.removeObserver(observer);
+  progress.setCancellationHandler([held = holding(useProgress)] {});
+  progress.setCancellationHandler({});
+  EXPECT_EQ(ends, 2);
+
+  const StopSource source;
+  auto other = std::make_shared<StopCallback>(source.token(), [] {});
+  const StopCallback last(source.token(), [held = std::exchange(other, nullptr)] {});
+  const StopCallback elsewhere(source.token(), [held = holding([&] { (void)source.stopRequested(); })] {});
+  EXPECT_TRUE(source.requestStop());
+  EXPECT_EQ(ends, 3);
+
+  SynchronizedDictionary<int, AtItsEnd> dictionary;
+  const auto useDictionary = [&] { (void)dictionary.value(1); };
+  for (int i = 0; i < 3; ++i) dictionary.setValue(1, holding(useDictionary));
+  dictionary.setValue(1, std::nullopt);
+  dictionary.setValue(1, std::nullopt);
+  EXPECT_EQ(ends, 6);
+
+  TestClient client({httpAnswer(200)});
+  const auto builder = client.builder<Empty>();
+  const auto useBuilder = [&] { builder->addHeader("a", "b"); };
+  builder->setOnProgressReady([held = holding(useBuilder)](const auto&) {});
+  builder->setOnProgressReady([held = holding(useBuilder)](const auto&) {});
+  builder->updateOnProgressReady([](auto& ready) { ready = nullptr; });
+  EXPECT_EQ(builder->onProgressReady(), nullptr);
+  EXPECT_EQ(ends, 8);
+
+  struct HoldingInterceptor : DefaultOpenAPIInterceptor {
+    explicit HoldingInterceptor(AtItsEnd end) : held(std::move(end)) {}
+    AtItsEnd held;
+  };
+  const auto useConfiguration = [&] { (void)client.configuration->basePath(); };
+  for (int i = 0; i < 2; ++i) {
+    client.configuration->setInterceptor(std::make_shared<HoldingInterceptor>(holding(useConfiguration)));
+  }
+  client.configuration->updateInterceptor([&](auto& one) { one = client.interceptor; });
+  EXPECT_EQ(ends, 10);
+
+  struct HoldingFormatter : OpenISO8601DateFormatter {
+    explicit HoldingFormatter(AtItsEnd end) : held(std::move(end)) {}
+    AtItsEnd held;
+  };
+  CodableHelper helper;
+  const auto formatter = [&] {
+    return std::make_shared<HoldingFormatter>(holding([&] { (void)helper.jsonDecoder(); }));
+  };
+  helper.setDateFormatter(formatter());
+  helper.updateDateFormatter([](auto& one) { one = nullptr; });
+  helper.setJsonDecoder({formatter()});
+  helper.updateJsonDecoder([](JSONDecoder& decoder) { decoder.dateDecodingStrategy = nullptr; });
+  helper.setJsonEncoder({.dateEncodingStrategy = formatter()});
+  helper.setJsonEncoder({});
+  EXPECT_EQ(ends, 13);
+}
+
+TEST(HostCode, ABuilderMayBeUsedAndLetGoInEveryHook) {
+  for (const std::string moment :
+       {"progressReady", "intercept", "willSend", "didReceive", "retry", "didComplete", "completion"}) {
+    for (const std::string deed : {"let go", "cancel", "send again"}) {
+      SCOPED_TRACE(moment + ": " + deed);
+      TestClient client({httpAnswer(500), httpAnswer(200)});
+      std::optional<RequestBuilderOf<std::string>> builder = client.builder<std::string>();
+      int sends = 0, completions = 0;
+      bool isDone = false;
+      const auto count = [&](const auto&) { ++completions; };
+      const auto at = [&](const std::string& here) {
+        if (here != moment || std::exchange(isDone, true)) return;
+        if (deed == "cancel") (*builder)->requestTask->cancel();
+        if (deed == "send again") {
+          ++sends;
+          builder->execute(count);
+        }
+        if (deed == "let go") builder.reset();
+      };
+      (*builder)->setOnProgressReady([&](const auto&) { at("progressReady"); });
+      client.interceptor->onIntercept = [&](const URLRequest& request, const auto& completion) {
+        at("intercept");
+        completion(request);
+      };
+      client.interceptor->onRetry = [&](const auto& completion) {
+        at("retry");
+        completion(OpenAPIInterceptorRetry::dontRetry);
+      };
+      client.interceptor->onWillSend = [&](RequestBuilder&) { at("willSend"); };
+      client.interceptor->onReceive = [&](RequestBuilder&) { at("didReceive"); };
+      client.interceptor->onComplete = [&](RequestBuilder&) { at("didComplete"); };
+      ++sends;
+      (*builder).execute([&](const auto& result) {
+        count(result);
+        at("completion");
+      });
+      while (client.session.session->deliver() + client.queue.runPending() > 0) {
+      }
+      EXPECT_TRUE(isDone);
+      EXPECT_EQ(completions, sends);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tilvanego::test

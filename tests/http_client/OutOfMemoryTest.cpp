@@ -1,0 +1,102 @@
+#include <gtest/gtest.h>
+#include <tilvanego/json/JSONValue.h>
+
+#include <array>
+#include <cstdlib>
+#include <new>
+
+#include "tests/http_client/TestClient.h"
+#include "tests/platform/TemporaryDirectory.h"
+#include "tests/support/AllocationFailure.h"
+
+namespace tilvanego::test {
+namespace {
+
+enum class Step { send, answer };
+
+/// Sends with one failing allocation in a step. False if the step needs no more allocations than pass.
+template <typename T>
+bool endsOnce(const FakeAnswer& answer, Step failing, std::size_t passed) {
+  TestClient client({answer});
+  client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
+  const auto builder = client.builder<T>();
+  int completions = 0;
+  bool isOutOfMemory = false;
+  bool hasThrown = false;
+  bool hasCome = false;
+  const auto run = [&](Step step, const auto& action) {
+    if (step != failing) return action();
+    const AllocationFailure failure(passed);
+    try {
+      action();
+    } catch (const std::bad_alloc&) {
+      hasThrown = true;
+    }
+    hasCome = failure.hasCome();
+  };
+  run(Step::send, [&] {
+    builder.execute([&](const auto& result) {
+      ++completions;
+      isOutOfMemory = !result;
+    });
+  });
+  run(Step::answer, [&] { client.session.session->deliver(); });
+  while (client.session.session->deliver() + client.queue.runPending() > 0) {
+  }
+  // What throws out of the send or the delivery left nothing behind: nothing was sent.
+  const bool isUnsent = hasThrown && client.session.session->requests().empty();
+  EXPECT_EQ(completions, isUnsent ? 0 : 1) << passed;
+  EXPECT_EQ(hasThrown, isUnsent) << passed;
+  EXPECT_TRUE(hasCome || isOutOfMemory == (answer.error || !answer.response)) << passed;
+  return hasCome;
+}
+
+template <typename T>
+void endsOnceWhateverAllocationFails(const FakeAnswer& answer) {
+  for (const Step failing : {Step::send, Step::answer}) {
+    std::size_t passed = 0;
+    while (endsOnce<T>(answer, failing, passed) && !testing::Test::HasFailure()) ++passed;
+    EXPECT_GT(passed, 3U);
+  }
+}
+
+TEST(OutOfMemory, IsAFailureLikeAnyOtherAtEachAllocation) {
+  const TemporaryDirectory directory;
+  setenv("XDG_CACHE_HOME", directory.path().c_str(), 1);
+  testing::internal::CaptureStderr();  // hooks that had no memory are dropped, and named
+  const HTTPHeaders headers{{"Content-Type", "application/json; charset=utf-8; of-more-than-a-few=letters"},
+                            {"Content-Disposition", "attachment; filename=a-name-of-some-length.json"}};
+  const FakeAnswer json =
+      httpAnswer(200, Data(R"({"a name of some length":"a text of some length"})"), headers);
+  endsOnceWhateverAllocationFails<std::string>(json);
+  endsOnceWhateverAllocationFails<std::map<std::string, std::string>>(json);
+  endsOnceWhateverAllocationFails<JSONValue>(json);
+  endsOnceWhateverAllocationFails<Bytes>(json);
+  endsOnceWhateverAllocationFails<Empty>(json);
+  endsOnceWhateverAllocationFails<URL>(json);
+  endsOnceWhateverAllocationFails<std::string>({Data("part"), {}, TestFailure{std::string(40, 'x')}});
+  endsOnceWhateverAllocationFails<std::string>({});
+  testing::internal::GetCapturedStderr();
+  unsetenv("XDG_CACHE_HOME");
+}
+
+TEST(OutOfMemory, TheCauseIsWithinReachAndTheCodeSaysWhere) {
+  TestClient client({httpAnswer(200, Data(std::string(1000, 'x')))});
+  client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
+  std::array<int, 2> codes{};
+  for (std::size_t passed = 0; passed < 40; ++passed) {
+    client.builder<std::string>().execute([&](const auto& result) {
+      if (result) return;
+      EXPECT_NE(result.error().underlyingFailure().template as<ExceptionFailure>(), nullptr);
+      EXPECT_NE(std::string(result.error().what()), "");
+      ++codes.at(result.error().code() == 200 ? 0 : 1);
+    });
+    const AllocationFailure failure(passed);
+    client.session.session->deliver();
+    client.queue.runPending();
+  }
+  EXPECT_GT(codes[0], 0) << "while the body was made";
+}
+
+}  // namespace
+}  // namespace tilvanego::test
