@@ -26,6 +26,7 @@
 #include <tilvanego/payment/PaymentTransports.h>
 #include <tilvanego/platform/MainThread.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 
@@ -152,7 +153,8 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
   }
   auto& pending = slot<Operation>().emplace(std::move(request), std::move(completion));
 
-  const auto url = link<Operation>(pending.request, launch...);
+  auto url = link<Operation>(pending.request, launch...);
+  const WipedAtEnd wiped(url);
   if (!url) return finishPending<Operation>(failureWithoutResponse<Operation>(url.error()));
   log(TilvaneLogLevel::info, Operation::texts.opening);
   openPaymentApp<Operation>(*url);
@@ -163,6 +165,7 @@ std::expected<URL, typename Operation::Error> Facade::link(const typename Operat
   LinkItems items;
   Operation::addItems(request, items);
   auto url = writeLink(Operation::texts.target, items.items());
+  const WipedAtEnd wiped(url);
   debugLine(std::string(Operation::texts.urlLabel) + redactedURLText(url));
   if (!url) return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
   return *std::move(url);

@@ -8,6 +8,7 @@
 #include <tilvanego/payment/PaymentOperation.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -33,11 +34,11 @@ Link pasteboardLink(const PaymentRequest& request, const Platform& platform) {
 }
 
 /// The first form that fits: inline, compressed, on the pasteboard.
-Link fittingLink(Link inlineURL, std::int64_t maxInlineURLLength, const PaymentRequest& request,
+Link fittingLink(Link&& inlineURL, std::int64_t maxInlineURLLength, const PaymentRequest& request,
                  const Platform& platform) {
   // Where no inline link can be formed, no other is tried.
   if (!inlineURL || std::cmp_less_equal(inlineURL->absoluteString().size(), maxInlineURLLength))
-    return inlineURL;
+    return std::move(inlineURL);
   if (auto compressed = compressedLink(request, platform)) return compressed;
   return pasteboardLink(request, platform);
 }
@@ -48,6 +49,8 @@ std::expected<URL, PaymentError> paymentAppURL(std::expected<URL, PaymentError> 
                                                const PaymentRequest& request,
                                                const PaymentLaunchTransport& transport,
                                                const Platform& platform) {
+  // Another form leaves it unused, with the token in it.
+  const WipedAtEnd wiped(inlineURL);
   const auto& chosen = transport.variant();
   if (const auto* automatic = std::get_if<PaymentLaunchTransport::Automatic>(&chosen)) {
     return fittingLink(std::move(inlineURL), automatic->maxInlineURLLength, request, platform);

@@ -15,6 +15,7 @@
 
 #include <tilvanego/platform/desktop/SpawnedProgram.h>
 #include <tilvanego/values/URL.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego {
 
@@ -93,7 +94,8 @@ void SpawnedOpener::openURL(const URL& url, std::function<void(bool opened)> com
   // The thread that waits comes first: a program that nobody could wait for isn't started at all. The program
   // is started on this thread, the only one that may read an environment which the host changes here.
   auto words = command_;
-  words.push_back(url.absoluteString());
+  // The link may hold a token.
+  const detail::WipedAtEnd wiped(words.emplace_back(url.absoluteString()));
   std::promise<std::optional<pid_t>> started;
   try {
     const SignalsBlocked blocked;
