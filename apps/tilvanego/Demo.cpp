@@ -12,6 +12,7 @@
 #include <variant>
 #include <vector>
 
+#include <tilvanego/facade/SecretNames.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
@@ -30,17 +31,12 @@ namespace {
 using sandbox::SandboxApplication;
 using sandbox::SandboxError;
 
-constexpr std::array<std::string_view, 7> secretNames{
-    "basic_token", "basicToken", "payload", "clear_pan", "clearPan", "clear_track2", "clearTrack2"};
-
-bool isSecret(std::string_view name) { return std::ranges::find(secretNames, name) != secretNames.end(); }
-
 /// A URL without what a bystander at the terminal mustn't read.
 std::string withoutSecrets(const URL& url) {
   auto items = url.queryItems();
   if (!items) return url.absoluteString();
   for (QueryItem& item : *items) {
-    if (isSecret(item.name)) item.value = "hidden";
+    if (isSecretName(item.name)) item.value = "hidden";
   }
   const auto shown = url.replacingQueryItems(*items);
   return shown ? shown->absoluteString() : "(too long to show)";
@@ -122,7 +118,7 @@ class Demo {
   }
 
   void showField(std::string_view name, const std::optional<std::string>& value) {
-    if (value) terminal_.detail(std::string(name) + ": " + (isSecret(name) ? "hidden" : *value));
+    if (value) terminal_.detail(std::string(name) + ": " + (isSecretName(name) ? "hidden" : *value));
   }
   void showField(std::string_view name, const std::optional<std::int64_t>& value) {
     if (value) terminal_.detail(std::string(name) + ": " + std::to_string(*value));

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,8 @@ struct SandboxOptions {
   std::string outcome;
   std::string answer = "same";
   std::string fault;
+  std::string word;
+  std::string keys;
   std::string pasteboard = "none";
   std::string open;
 };
@@ -45,6 +48,17 @@ std::vector<std::string> namesOf() {
   std::vector<std::string> names;
   for (const Enumeration one : allCases<Enumeration>()) names.emplace_back(rawText(one));
   return names;
+}
+
+/// Every status word, of whatever operation and outcome, in alphabetical order.
+std::vector<std::string> allWords() {
+  std::set<std::string> words;
+  for (const auto operation : allCases<sandbox::Operation>()) {
+    for (const auto outcome : allCases<Outcome>()) {
+      for (const auto word : sandbox::statusWords(operation, outcome)) words.emplace(word);
+    }
+  }
+  return {words.begin(), words.end()};
 }
 
 std::string amountsHelp() {
@@ -112,6 +126,8 @@ int runSandbox(const SandboxOptions& options) {
       .outcome = decide(options, *link),
       .transport = fromRawText<Transport>(options.answer),
       .fault = fromRawText<TransportFault>(options.fault),
+      .word = options.word.empty() ? std::nullopt : std::optional(options.word),
+      .keys = fromRawText<sandbox::KeySpelling>(options.keys).value_or(sandbox::KeySpelling::first),
   };
   const auto callback = answer(*link, decision, ports);
   if (!callback) return failed(callback.error().message);
@@ -139,6 +155,16 @@ void addSandboxCommand(CLI::App& program) {
       ->capture_default_str();
   command->add_option("--fault", options->fault, "What goes wrong with an answer by gzip or pasteboard")
       ->check(CLI::IsMember(namesOf<TransportFault>()));
+  command
+      ->add_option("--word", options->word,
+                   "The status word, one that the request's operation knows for the outcome")
+      ->check(CLI::IsMember(allWords()));
+  command
+      ->add_option(
+          "--keys", options->keys,
+          "How each item of the callback is called: by the first spelling of its field, the second and so "
+          "on or else the last, or by the one in camel case where there is one")
+      ->check(CLI::IsMember(namesOf<sandbox::KeySpelling>()));
   command
       ->add_option("--pasteboard", options->pasteboard,
                    "store: read and answer on the pasteboard that the user's other processes see")

@@ -110,6 +110,7 @@ std::vector<Kind> makeKinds() {
                                                 .amount = 1,
                                                 .currency = "EUR",
                                                 .callbackURL = url,
+                                                .customId = "c",
                                                 .notes = std::string(secretNotes),
                                                 .credentials = credentials()}),
                                 noting(host, "payment"));

@@ -11,7 +11,8 @@
 
 namespace tilvanego::test {
 
-inline constexpr std::string_view secretToken = "t0ken";
+/// In every request that has one. A test may choose another.
+inline std::string_view secretToken = "t0ken";
 inline constexpr std::string_view secretNotes = "n0tes";
 
 inline URL parsedURL(std::string_view text) { return URL::parse(text).value(); }

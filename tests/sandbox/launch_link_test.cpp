@@ -111,7 +111,7 @@ TEST(LaunchLink, SaysWhyALinkCantBeRead) {
       {reboot + "?request_id=1&RETURN_URL=a:b", "the link has no return_url"},
       {reboot + "?request_id=1&return_url=", R"(the link's return_url is "", which is no URL: )"},
       {reboot + "?request_id=1&return_url=done", R"(the link's return_url is "done", which has no scheme)"},
-      {reboot + "?request_id=%20%0A&return_url=a:b", "the link's request id is blank"},
+      {reboot + "?request_id=%20%0A&return_url=a:b", "the link's request_id is blank"},
       {reboot + "?request_id&return_url=a:b", R"(the link's item "request_id" has no value)"},
       {reboot + "?request_id=%FF&return_url=a:b",
        R"(the link's item "request_id" has a value that is no percent-encoded UTF-8)"},
@@ -125,6 +125,84 @@ TEST(LaunchLink, SaysWhyALinkCantBeRead) {
     const std::string error = errorOf(text);
     EXPECT_TRUE(message.ends_with(": ") ? error.starts_with(message) && error != message : error == message)
         << text << "\n gives: " << error;
+  }
+}
+
+TEST(LaunchLink, RefusesEachValueThatNoHostsLibrarySends) {
+  struct Case {
+    /// A link that is read.
+    std::string_view link;
+    /// Its items that are then given in its place, and what is wrong with them.
+    std::vector<std::array<std::string_view, 3>> wrong;
+  };
+  using Wrong = std::vector<std::array<std::string_view, 3>>;
+  const Wrong credentials{{"basic_token=s3cret", "basic_token=%20", "basic_token is blank"},
+                          {"account_id=acc", "account_id=", "account_id is blank"},
+                          {"environment=CERT", "environment=cert",
+                           R"(environment is "cert", which is none of STAGING, CERT and PROD)"}};
+  const Wrong amounts{{"amount=1", "amount=0", R"(amount is "0", which isn't greater than zero)"},
+                      {"amount=1", "amount=-1", R"(amount is "-1", which isn't greater than zero)"},
+                      {"amount=1", "amount=1abc", R"(amount is "1abc", which is no number)"},
+                      {"amount=1", "amount=", "amount is no number"}};
+  const Wrong currencies{
+      {"currency=EUR", "currency=eur", R"(currency is "eur", which isn't three letters in capitals)"},
+      {"currency=EUR", "currency=EURO", R"(currency is "EURO", which isn't three letters in capitals)"}};
+  const Wrong transactionIds{{"transaction_id=2", "transaction_id=%09", "transaction_id is blank"}};
+  const auto joined = [](std::initializer_list<Wrong> lists) {
+    Wrong all;
+    for (const Wrong& list : lists) all.insert(all.end(), list.begin(), list.end());
+    return all;
+  };
+  const Wrong other{{"type=sale", "type=refund", R"(type is "refund", which is none of sale, auth and save)"},
+                    {"type=sale", "type=SALE", R"(type is "SALE", which is none of sale, auth and save)"},
+                    {"tip=0", "tip=-1", R"(tip is "-1", which is less than zero)"},
+                    {"tip=0", "tip=x", R"(tip is "x", which is no number)"},
+                    {"reader_ready=true", "reader_ready=1",
+                     R"(require_reader_ready is "1", which is neither true nor false)"}};
+  const std::array cases{
+      Case{"start?request_id=1&amount=1&type=sale&currency=EUR&tip=0&basic_token=s3cret&account_id=acc&"
+           "environment=CERT&require_reader_ready=true",
+           joined({amounts, currencies, credentials, other})},
+      Case{"initialize?requestId=1&sourceApplication=&transport=urlScheme&basicToken=s3cret&accountId=acc&"
+           "environment=CERT",
+           {{"requestId=1", "requestId=%20", "requestId is blank"},
+            {"transport=urlScheme", "transport=gzip", R"(transport is "gzip", which isn't urlScheme)"},
+            {"basicToken=s3cret", "basicToken=", "basicToken is blank"},
+            {"accountId=acc", "accountId=%20", "accountId is blank"},
+            credentials.back()}},
+      Case{"getTransactionList?request_id=1", {{"request_id=1", "request_id=", "request_id is blank"}}},
+      Case{"full_refund?request_id=1&transaction_id=2&basic_token=s3cret&account_id=acc&environment=CERT",
+           joined({transactionIds, credentials})},
+      Case{"refund?request_id=1&transaction_id=2&amount=1&basic_token=s3cret&account_id=acc&environment=CERT",
+           joined({transactionIds, amounts, credentials})},
+      Case{"capture?request_id=1&transaction_id=2&amount=1.00x",
+           {transactionIds.front(),
+            {"amount=1.00x", "amount=x1", R"(amount is "x1", which is no number)"},
+            {"amount=1.00x", "amount=0.0", R"(amount is "0.0", which isn't greater than zero)"}}},
+      Case{"clear_data?request_id=1&amount=1&timeout=30",
+           joined({amounts,
+                   {{"timeout=30", "timeout=0", R"(timeout is "0", which isn't greater than zero)"},
+                    {"timeout=30", "timeout=3.5", R"(timeout is "3.5", which is no whole number)"}}})},
+      Case{"save?request_id=1&currency=EUR&basic_token=s3cret&account_id=acc&environment=CERT",
+           joined({currencies, credentials})},
+  };
+  for (const auto& [text, wrong] : cases) {
+    const std::string link = "tilvanego://payment/v1/" + std::string(text) + "&return_url=a:b";
+    EXPECT_EQ(errorOf(link), "");
+    for (const auto& [item, by, message] : wrong) {
+      std::string changed = link;
+      changed.replace(changed.find(item), item.size(), by);
+      EXPECT_EQ(errorOf(changed), "the link's " + std::string(message)) << changed;
+      EXPECT_EQ(errorOf(changed).find("s3cret"), std::string::npos);
+    }
+  }
+  for (const std::string_view text :
+       {"start?request_id=1&amount=1&type=sale&currency=EUR&require_reader_ready=true",
+        "save?request_id=1&currency=EUR"}) {
+    const std::string link = "tilvanego://payment/v1/" + std::string(text) + "&return_url=a:b";
+    EXPECT_EQ(errorOf(link), "");
+    EXPECT_EQ(errorOf(link + "&account_id=acc"), "the link has no basic_token");
+    EXPECT_EQ(errorOf(link + "&basic_token=t&account_id=acc"), "the link has no environment");
   }
 }
 

@@ -27,6 +27,7 @@
 #include <tilvanego/platform/GuardedPlatform.h>
 #include <tilvanego/platform/MainThread.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 
@@ -200,7 +201,8 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
   const auto pending = std::make_shared<Pending<Operation>>(std::move(request), std::move(completion));
   slot<Operation>() = pending;
 
-  const auto url = builtLink<Operation>(pending, launch...);
+  auto url = builtLink<Operation>(pending, launch...);
+  const WipedAtEnd wiped(url);
   if (!url) {
     finish<Operation>(pending, failureWithoutResponse<Operation>(url.error()));
     return;
@@ -226,6 +228,7 @@ std::expected<URL, typename Operation::Error> Facade::link(const Slot<Operation>
   LinkItems items;
   Operation::addItems(pending->request, items);
   auto url = writeLink(Operation::texts.target, items.items());
+  const WipedAtEnd wiped(url);
   debugLine(std::string(Operation::texts.urlLabel) + redactedURLText(url));
   if (!url) return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
   return *std::move(url);

@@ -55,8 +55,11 @@ class LinkItems {
   return {"tilvanego", "payment", path};
 }
 
-/// The URL's text for debug lines: query items named "basic_token", "basictoken" or "payload", whatever their
-/// case, have the value "<redacted>". Without a URL: "url is empty!".
+/// The URL's text for debug lines: query items with the name of a token or a payload, whatever their case,
+/// have the value "<redacted>". Without a URL: "url is empty!". No secret is copied on the way.
 [[nodiscard]] std::string redactedURLText(const std::optional<URL>& url);
+
+/// The same, where payloads alone are hidden.
+[[nodiscard]] std::string redactedPayloadURL(const std::optional<URL>& url);
 
 }  // namespace tilvanego::detail

@@ -18,7 +18,7 @@ struct RecordTable;
 /// Reads one JSON text (RFC 8259, UTF-8, with or without a byte order mark) value by value: the caller says
 /// what it expects next. Every read skips the white space before its value. A read that fails returns false
 /// and leaves the reason in `error()`; the reader is of no use afterwards. Views that it gives die with the
-/// text or at the next read.
+/// text or at the next read. Nothing that was read stays behind in memory of the reader's own.
 class Reader {
  public:
   /// Neither the text nor the dates' form is copied; both must outlive the reader. No form means
@@ -27,6 +27,7 @@ class Reader {
   /// Reads a piece that `skip` of another reader gave, with its dates and within what its limits leave. The
   /// other must outlive it.
   Reader(std::string_view piece, Reader& whole);
+  ~Reader();
   Reader(const Reader&) = delete;
   Reader& operator=(const Reader&) = delete;
 
@@ -108,6 +109,7 @@ class Reader {
   bool readRestOfText(const char* start, const char* cursor, std::string_view& value);
   bool readEscapes(const char* start, const char* cursor, std::string_view& value);
   bool readEscape(const char*& cursor);
+  void takeIntoScratch(const char* from, const char* to);
   bool takeWord(std::string_view word);
   bool takeUnit(const char*& cursor, char32_t& unit);
   bool takeColon();

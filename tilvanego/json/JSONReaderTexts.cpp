@@ -1,6 +1,7 @@
 #include <tilvanego/json/JSONReader.h>
 #include <tilvanego/json/TextScan.h>
 #include <tilvanego/values/UTF8.h>
+#include <tilvanego/values/Wiping.h>
 
 /// The reader's slower ways through a text: escapes and what lies beyond ASCII.
 namespace tilvanego::json {
@@ -16,6 +17,8 @@ constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 
 constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
 }  // namespace
+
+Reader::~Reader() { tilvanego::detail::wipe(scratch_); }
 
 // Passes over what stands for itself, up to a quote or a backslash.
 bool Reader::takeRun(const char*& cursor) {
@@ -39,14 +42,22 @@ bool Reader::readRestOfText(const char* start, const char* cursor, std::string_v
   return true;
 }
 
+// Room for an escape, too.
+void Reader::takeIntoScratch(const char* from, const char* to) {
+  constexpr std::size_t longestEscape = 4;
+  tilvanego::detail::makeRoom(scratch_, static_cast<std::size_t>(to - from) + longestEscape);
+  scratch_.append(from, to);
+}
+
 // A text with escapes, the first of which is at `cursor`, goes into `scratch_` run by run.
 bool Reader::readEscapes(const char* start, const char* cursor, std::string_view& value) {
-  scratch_.assign(start, cursor);
+  scratch_.clear();
+  takeIntoScratch(start, cursor);
   while (*cursor == '\\') {
     if (!readEscape(cursor)) return false;
     const char* const run = cursor;
     if (!takeRun(cursor)) return false;
-    scratch_.append(run, cursor);
+    takeIntoScratch(run, cursor);
   }
   cursor_ = cursor + 1;
   value = scratch_;

@@ -21,7 +21,8 @@ class InitializationRequest {
     URL callbackURL;
     /// The name of the host, sent as it is.
     std::string sourceApplication;
-    /// A secret: no log line, debug line or description shows it.
+    /// A secret: no log line, debug line or description shows it, and it is wiped from the memory of each
+    /// request that ends.
     std::optional<std::string> basicToken = std::nullopt;
     std::optional<std::string> accountId = std::nullopt;
     /// "STAGING", "CERT" or "PROD"; whitespace around it and lower-case letters are mended.
@@ -32,6 +33,11 @@ class InitializationRequest {
 
   /// Stores the fields as they are, but for the environment, trimmed and in capitals.
   explicit InitializationRequest(Fields fields);
+
+  InitializationRequest(const InitializationRequest&) = default;
+  InitializationRequest(InitializationRequest&&) noexcept = default;
+  InitializationRequest& operator=(InitializationRequest other) noexcept;
+  ~InitializationRequest();
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }

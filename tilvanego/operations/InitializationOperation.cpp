@@ -3,12 +3,23 @@
 #include <tilvanego/facade/RequestDescription.h>
 #include <tilvanego/facade/Validation.h>
 #include <tilvanego/values/Text.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego {
 
 InitializationRequest::InitializationRequest(Fields fields) : fields_(std::move(fields)) {
+  // A short text leaves a copy behind when it is moved.
+  detail::wipe(fields.basicToken);
   if (auto& environment = fields_.environment) environment = uppercased(trimmed(*environment));
 }
+
+InitializationRequest& InitializationRequest::operator=(InitializationRequest other) noexcept {
+  detail::wipe(fields_.basicToken);
+  fields_ = std::move(other.fields_);
+  return *this;
+}
+
+InitializationRequest::~InitializationRequest() { detail::wipe(fields_.basicToken); }
 
 namespace detail {
 

@@ -40,7 +40,8 @@ namespace {
 struct ListText {
   std::optional<std::string> json;
 };
-constexpr std::array listKeys{textKey<ListText, &ListText::json>("transactionList", "transaction_list")};
+constexpr std::array listKeys{textKey<ListText, &ListText::json>(TransactionListOperation::listNames[0],
+                                                                 TransactionListOperation::listNames[1])};
 constexpr CallbackKeyIndex listKeyIndex{listKeys};
 
 }  // namespace

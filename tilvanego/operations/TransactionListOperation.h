@@ -39,7 +39,9 @@ struct TransactionListOperation : OperationTypes<TransactionListRequest, Transac
   };
   static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
 
-  /// Reads the list itself, which only a success has.
+  /// Under which names the list itself stands, which only a success has.
+  static constexpr std::array<std::string_view, 2> listNames{"transactionList", "transaction_list"};
+  /// Reads it.
   [[nodiscard]] static Result decodeList(Fields&& fields);
 
   static constexpr std::array statusWords{

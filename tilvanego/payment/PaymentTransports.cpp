@@ -8,6 +8,7 @@
 #include <tilvanego/payment/PaymentOperation.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -22,7 +23,7 @@ std::unexpected<PaymentLinkFailure> notBuilt() {
   return failed(cases::InvalidRequest{std::string(PaymentOperation::texts.buildFailure)});
 }
 
-Link inlineLink(std::expected<URL, PaymentError> url) {
+Link inlineLink(std::expected<URL, PaymentError>&& url) {
   if (!url) return failed(std::move(url).error());
   return *std::move(url);
 }
@@ -49,7 +50,7 @@ Link pasteboardLink(const PaymentRequest& request, const Platform& platform) {
 }
 
 /// The first form that fits: inline, compressed, on the pasteboard.
-Link fittingLink(std::expected<URL, PaymentError> inlineURL, std::int64_t maxInlineURLLength,
+Link fittingLink(std::expected<URL, PaymentError>&& inlineURL, std::int64_t maxInlineURLLength,
                  const PaymentRequest& request, const Platform& platform) {
   // Where no inline link can be formed, no other is tried.
   if (!inlineURL || std::cmp_less_equal(inlineURL->absoluteString().size(), maxInlineURLLength)) {
@@ -65,6 +66,8 @@ std::expected<URL, PaymentLinkFailure> paymentAppURL(std::expected<URL, PaymentE
                                                      const PaymentRequest& request,
                                                      const PaymentLaunchTransport& transport,
                                                      const Platform& platform) {
+  // Another form leaves it unused, with the token in it.
+  const WipedAtEnd wiped(inlineURL);
   const auto& chosen = transport.variant();
   if (const auto* automatic = std::get_if<PaymentLaunchTransport::Automatic>(&chosen)) {
     return fittingLink(std::move(inlineURL), automatic->maxInlineURLLength, request, platform);

@@ -17,6 +17,9 @@ class Application {
 
   /// Asks the system to hand `url` to the application that is registered for its scheme.
   ///
+  /// A payment's link may hold a token. The library wipes the link when this call has returned; what copies
+  /// of it the application makes are its own to wipe.
+  ///
   /// `completionHandler` is called once, on the main thread, after this call has returned, with true if the
   /// link was handed over. Its not being called is no failure: a caller waits as long as it has to. It is
   /// owned by the application until then, and dropped uncalled with it. It isn't empty.

@@ -9,6 +9,7 @@
 
 #include <tilvanego/sandbox/AnswerTables.h>
 #include <tilvanego/sandbox/CarriedAnswer.h>
+#include <tilvanego/sandbox/ShownText.h>
 
 namespace tilvanego::sandbox {
 namespace {
@@ -43,6 +44,17 @@ std::string_view statusOf(const AnswerTable& table, Outcome outcome) {
     default:
       return table.approved;
   }
+}
+
+std::span<const std::string_view> written(const StatusRow& row) {
+  return {row.begin(), std::ranges::find(row, std::string_view())};
+}
+
+/// The row of words that has this one; empty if there is none.
+std::span<const std::string_view> rowWith(const AnswerTable& table, std::string_view word) {
+  const auto found = std::ranges::find_if(
+      table.words, [&](const StatusRow& row) { return std::ranges::find(row, word) != row.end(); });
+  return found == table.words.end() ? std::span<const std::string_view>() : written(*found);
 }
 
 std::unexpected<SandboxError> wrong(std::string message) {
@@ -87,6 +99,17 @@ std::expected<void, SandboxError> checkTransport(std::string_view kind, What wha
                names + ", and this one travels by " + std::string(rawText(transport)));
 }
 
+std::expected<void, SandboxError> checkWord(Operation operation, Outcome outcome, std::string_view word) {
+  const auto words = statusWords(operation, outcome);
+  if (std::ranges::find(words, word) != words.end()) return {};
+  const std::string outcomeName = "the outcome " + std::string(rawText(outcome));
+  if (words.empty()) return wrong(outcomeName + " has no status word to choose");
+  std::string names;
+  for (const std::string_view one : words) names.append(names.empty() ? "" : ", ").append(one);
+  return wrong("the word " + quoted(word) + " isn't " + std::string(rawText(operation)) + "'s for " +
+               outcomeName + ": " + names);
+}
+
 std::expected<void, SandboxError> checkPossible(const LaunchLink& link, const Decision& decision,
                                                 Transport transport) {
   if (transport != Transport::url && link.operation() != Operation::payment) {
@@ -94,6 +117,10 @@ std::expected<void, SandboxError> checkPossible(const LaunchLink& link, const De
   }
   if (decision.outcome == Outcome::wrongId && !link.requestId()) {
     return wrong("the outcome wrong-id needs a request with an id");
+  }
+  if (decision.word) {
+    if (auto checked = checkWord(link.operation(), decision.outcome, *decision.word); !checked)
+      return checked;
   }
   if (auto checked = checkTransport("outcome", decision.outcome, transport); !checked) return checked;
   if (decision.fault) return checkTransport("fault", *decision.fault, transport);
@@ -113,7 +140,7 @@ std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLin
     case Transport::url:
       break;
   }
-  return answerItems(link, decision.outcome);
+  return answerItems(link, decision);
 }
 
 }  // namespace
@@ -122,18 +149,46 @@ Outcome usualOutcome(const LaunchLink& link) {
   return link.amount() ? outcomeForAmount(*link.amount()) : Outcome::approve;
 }
 
-std::vector<QueryItem> answerItems(const LaunchLink& link, Outcome outcome) {
+std::vector<std::string_view> statusWords(Operation operation, Outcome outcome) {
+  switch (outcome) {
+    case Outcome::silent:
+    case Outcome::noStatus:
+    case Outcome::unknownStatus:
+      return {};
+    case Outcome::fail:
+      return {"failed", "error", "failure"};
+    default:
+      break;
+  }
+  const AnswerTable& table = answerTable(operation);
+  const std::string_view usual = statusOf(table, outcome);
+  auto words = rowWith(table, usual);
+  // The words of a result that this operation doesn't know are a payment's.
+  if (words.empty()) words = rowWith(answerTable(Operation::payment), usual);
+  return {words.begin(), words.end()};
+}
+
+std::vector<QueryItem> answerItems(const LaunchLink& link, const Decision& decision) {
   std::vector<QueryItem> items;
+  const Outcome outcome = decision.outcome;
   if (outcome == Outcome::silent) return items;
   const AnswerTable& table = answerTable(link.operation());
-  if (const auto& id = link.requestId()) {
-    items.push_back({"request_id", outcome == Outcome::wrongId ? *id + "-other" : *id});
+  const auto add = [&](std::string_view name, std::string value) {
+    items.push_back({std::string(spelledKey(table, name, decision.keys)), std::move(value)});
+  };
+  if (const auto& id = link.requestId())
+    add("request_id", outcome == Outcome::wrongId ? *id + "-other" : *id);
+  if (outcome != Outcome::noStatus) {
+    add("status", decision.word.value_or(std::string(statusOf(table, outcome))));
   }
-  if (outcome != Outcome::noStatus) items.push_back({"status", std::string(statusOf(table, outcome))});
   for (const auto& [name, value] : table.fields) {
-    if (auto text = value(link, verdictOf(outcome))) items.push_back({std::string(name), std::move(text)});
+    if (auto text = value(link, verdictOf(outcome))) add(name, *std::move(text));
   }
   return items;
+}
+
+std::vector<QueryItem> answerItems(const LaunchLink& link, Outcome outcome) {
+  return answerItems(link, Decision{.outcome = outcome});
 }
 
 std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, const Decision& decision,

@@ -2,9 +2,12 @@
 
 #include <expected>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include <tilvanego/sandbox/HandoffPorts.h>
+#include <tilvanego/sandbox/KeySpelling.h>
 #include <tilvanego/sandbox/LaunchLink.h>
 #include <tilvanego/sandbox/Outcome.h>
 #include <tilvanego/sandbox/TransportFault.h>
@@ -20,6 +23,10 @@ struct Decision {
   std::optional<Transport> transport = std::nullopt;
   /// What goes wrong on its way.
   std::optional<TransportFault> fault = std::nullopt;
+  /// The status, one of the outcome's `statusWords`; nothing: the usual one.
+  std::optional<std::string> word = std::nullopt;
+  /// How the answer's items are called.
+  KeySpelling keys = KeySpelling::first;
 
   bool operator==(const Decision&) const = default;
 };
@@ -27,9 +34,16 @@ struct Decision {
 /// The outcome that the request itself stands for: its amount decides, and what has none is approved.
 [[nodiscard]] Outcome usualOutcome(const LaunchLink& link);
 
+/// The words by which an operation's status may say an outcome, as the library knows them; none for an
+/// outcome that has no status, or an unknown one. What an operation doesn't know, such as a declined refund,
+/// it reads as a failure by any word.
+[[nodiscard]] std::vector<std::string_view> statusWords(Operation operation, Outcome outcome);
+
 /// What the payment application has to say about a request: request id, status and the operation's own items,
 /// in this order. Transaction ids and approval codes follow from the request, so that the same link is always
 /// answered alike. `silent` says nothing, and `tampered` and `expired` say what `approve` does.
+/// The decision's word isn't checked.
+[[nodiscard]] std::vector<QueryItem> answerItems(const LaunchLink& link, const Decision& decision);
 [[nodiscard]] std::vector<QueryItem> answerItems(const LaunchLink& link, Outcome outcome);
 
 /// The callback URL with the answer: the host's own URL, its query and fragment included, and the answer's
@@ -37,7 +51,8 @@ struct Decision {
 /// the payment application stays silent.
 ///
 /// Fails if the decision can't be had: `tampered`, `expired` and the faults need an answer by a transport
-/// that knows them, `wrongId` a request with an id, and an answer by pasteboard a pasteboard in `ports`.
+/// that knows them, `wrongId` a request with an id, an answer by pasteboard a pasteboard in `ports`, and a
+/// `word` must be the outcome's.
 [[nodiscard]] std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link,
                                                                      const Decision& decision,
                                                                      const HandoffPorts& ports = {});

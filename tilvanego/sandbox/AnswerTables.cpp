@@ -4,6 +4,16 @@
 #include <array>
 #include <cstdint>
 
+#include <tilvanego/operations/CaptureOperation.h>
+#include <tilvanego/operations/ClearDataOperation.h>
+#include <tilvanego/operations/FullRefundOperation.h>
+#include <tilvanego/operations/InitializationOperation.h>
+#include <tilvanego/operations/PartialRefundOperation.h>
+#include <tilvanego/operations/RebootOperation.h>
+#include <tilvanego/operations/SaveOperation.h>
+#include <tilvanego/operations/TransactionListOperation.h>
+#include <tilvanego/payment/PaymentOperation.h>
+
 namespace tilvanego::sandbox {
 namespace {
 
@@ -182,21 +192,64 @@ constexpr std::array saveFields{
     AnswerField{"error_message", errorMessage},
 };
 
+/// What the host's library knows of an operation's callbacks.
+template <class One>
+constexpr auto keysOf = [] {
+  std::array<KeyNames, One::callbackKeys.size()> keys;
+  std::ranges::transform(One::callbackKeys, keys.begin(), [](const auto& key) { return key.aliases; });
+  return keys;
+}();
+template <>
+constexpr auto keysOf<detail::TransactionListOperation> = [] {
+  using One = detail::TransactionListOperation;
+  std::array<KeyNames, One::callbackKeys.size() + 1> keys;
+  std::ranges::transform(One::callbackKeys, keys.begin(), [](const auto& key) { return key.aliases; });
+  std::ranges::copy(One::listNames, keys.back().begin());
+  return keys;
+}();
+
+template <class One>
+constexpr auto wordsOf = [] {
+  std::array<StatusRow, One::statusWords.size()> rows;
+  std::ranges::transform(One::statusWords, rows.begin(), [](const auto& row) { return row.words; });
+  return rows;
+}();
+
+constexpr auto keyNamed(std::span<const KeyNames> keys, std::string_view first) {
+  return std::ranges::find(keys, first, [](const KeyNames& names) { return names.front(); });
+}
+
+template <class One>
+consteval AnswerTable table(Operation operation, std::string_view approved, std::string_view declined,
+                            std::span<const AnswerField> fields) {
+  const std::span<const KeyNames> keys = keysOf<One>;
+  for (const AnswerField& field : fields) {
+    if (keyNamed(keys, field.name) == keys.end()) throw "the library knows no field of this name";
+  }
+  return {operation, approved, declined, fields, keys, wordsOf<One>};
+}
+
 constexpr std::array tables{
-    AnswerTable{Operation::payment, "approved", "declined", paymentFields},
-    AnswerTable{Operation::initialization, "initialized", "declined", initializationFields},
-    AnswerTable{Operation::transactionList, "success", "declined", transactionListFields},
-    AnswerTable{Operation::fullRefund, "refunded", "declined", refundFields},
-    AnswerTable{Operation::partialRefund, "refunded", "declined", refundFields},
-    AnswerTable{Operation::capture, "captured", "declined", captureFields},
-    AnswerTable{Operation::clearData, "returned", "data_masked", clearDataFields},
-    AnswerTable{Operation::reboot, "rebooted", "declined", rebootFields},
-    AnswerTable{Operation::save, "saved", "declined", saveFields},
+    table<detail::PaymentOperation>(Operation::payment, "approved", "declined", paymentFields),
+    table<detail::InitializationOperation>(Operation::initialization, "initialized", "declined",
+                                           initializationFields),
+    table<detail::TransactionListOperation>(Operation::transactionList, "success", "declined",
+                                            transactionListFields),
+    table<detail::FullRefundOperation>(Operation::fullRefund, "refunded", "declined", refundFields),
+    table<detail::PartialRefundOperation>(Operation::partialRefund, "refunded", "declined", refundFields),
+    table<detail::CaptureOperation>(Operation::capture, "captured", "declined", captureFields),
+    table<detail::ClearDataOperation>(Operation::clearData, "returned", "data_masked", clearDataFields),
+    table<detail::RebootOperation>(Operation::reboot, "rebooted", "declined", rebootFields),
+    table<detail::SaveOperation>(Operation::save, "saved", "declined", saveFields),
 };
 static_assert(std::ranges::equal(tables, allCases<Operation>(), {}, &AnswerTable::operation));
 
 }  // namespace
 
 const AnswerTable& answerTable(Operation operation) { return tables.at(static_cast<std::size_t>(operation)); }
+
+std::string_view spelledKey(const AnswerTable& table, std::string_view name, KeySpelling spelling) {
+  return spelled(*keyNamed(table.keys, name), spelling);
+}
 
 }  // namespace tilvanego::sandbox

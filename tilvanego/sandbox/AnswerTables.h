@@ -1,10 +1,12 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include <tilvanego/sandbox/KeySpelling.h>
 #include <tilvanego/sandbox/LaunchLink.h>
 
 /// What the payment application answers, operation by operation.
@@ -15,10 +17,14 @@ enum class Verdict { approved, declined, cancelled, failed };
 
 /// An item of an answer.
 struct AnswerField {
+  /// Its first spelling.
   std::string_view name;
   /// What the item says; nothing leaves it out.
   std::optional<std::string> (*value)(const LaunchLink& link, Verdict verdict);
 };
+
+/// Status words that mean the same; those left over are empty.
+using StatusRow = std::array<std::string_view, 5>;
 
 /// The answers to one operation.
 struct AnswerTable {
@@ -30,8 +36,16 @@ struct AnswerTable {
   std::string_view declined;
   /// What follows request id and status, in order.
   std::span<const AnswerField> fields;
+  /// How the library lets a callback spell its fields, request id and status among them.
+  std::span<const KeyNames> keys;
+  /// The words that the library knows, those of one result in a row.
+  std::span<const StatusRow> words;
 };
 
 [[nodiscard]] const AnswerTable& answerTable(Operation operation);
+
+/// An item's name, given by its first spelling, as a callback spells it.
+[[nodiscard]] std::string_view spelledKey(const AnswerTable& table, std::string_view name,
+                                          KeySpelling spelling);
 
 }  // namespace tilvanego::sandbox

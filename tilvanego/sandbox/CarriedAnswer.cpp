@@ -15,6 +15,10 @@ using detail::PaymentHandoffEnvelope;
 
 constexpr std::string_view plainText = "approved";
 
+constexpr KeyNames payloadSizeNames{"payload_size", "payloadSize"};
+constexpr KeyNames compressedSizeNames{"compressed_size", "compressedSize"};
+constexpr KeyNames handoffIdNames{"resultHandoffId", "result_handoff_id"};
+
 std::unexpected<SandboxError> wrong(std::string_view message) {
   return std::unexpected(SandboxError{std::string(message)});
 }
@@ -55,9 +59,8 @@ std::expected<PaymentHandoffEnvelope, detail::HandoffFailure> sealed(const Launc
     return detail::sealPlaintext(plainText, label.direction, handoffId, label.requestId, createdAt,
                                  randomSource);
   }
-  return detail::sealHandoffEnvelope(
-      detail::PaymentHandoffResultPayload{mapOf(answerItems(link, decision.outcome))}, label.direction,
-      handoffId, label.requestId, createdAt, randomSource);
+  return detail::sealHandoffEnvelope(detail::PaymentHandoffResultPayload{mapOf(answerItems(link, decision))},
+                                     label.direction, handoffId, label.requestId, createdAt, randomSource);
 }
 
 /// Leaves the envelope on the pasteboard, or tells why it couldn't. One that has expired is kept as long as a
@@ -79,9 +82,9 @@ std::expected<detail::CompressedPayload, detail::URLPayloadFailure> compressed(c
     return *std::move(payload);
   }
   Label label = labelOf(link, decision);
-  return detail::encodeCompressedPayload(detail::makeURLPayloadEnvelope(
-      label.direction, std::move(label.requestId), now,
-      detail::PaymentURLResultPayload{mapOf(answerItems(link, decision.outcome))}));
+  return detail::encodeCompressedPayload(
+      detail::makeURLPayloadEnvelope(label.direction, std::move(label.requestId), now,
+                                     detail::PaymentURLResultPayload{mapOf(answerItems(link, decision))}));
 }
 
 }  // namespace
@@ -98,8 +101,8 @@ std::expected<std::vector<QueryItem>, SandboxError> compressedAnswer(const Launc
       {"transport", std::string(rawText(Transport::gzip))},
       {"encoding", std::string(detail::payloadEncoding)},
       {"payload", std::move(payload->text)},
-      {"payload_size", std::to_string(payload->jsonSize)},
-      {"compressed_size", std::to_string(payload->compressedSize)},
+      {std::string(spelled(payloadSizeNames, decision.keys)), std::to_string(payload->jsonSize)},
+      {std::string(spelled(compressedSizeNames, decision.keys)), std::to_string(payload->compressedSize)},
   };
 }
 
@@ -126,7 +129,7 @@ std::expected<std::vector<QueryItem>, SandboxError> sealedAnswer(const LaunchLin
   }
   return std::vector<QueryItem>{
       {"transport", std::string(rawText(Transport::pasteboard))},
-      {"resultHandoffId", *namedId},
+      {std::string(spelled(handoffIdNames, decision.keys)), *namedId},
   };
 }
 

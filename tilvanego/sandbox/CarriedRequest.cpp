@@ -110,6 +110,8 @@ std::expected<Payload, SandboxError> sealedRequest(const Carrier& carrier, const
 
 std::vector<QueryItem> itemsOf(Payload&& payload) {
   std::vector<QueryItem> items;
+  // A buffer that grew would leave a short token behind.
+  items.reserve(12);
   const auto add = [&](std::string_view name, std::optional<std::string>&& value) {
     if (value) items.push_back({std::string(name), std::move(value)});
   };

@@ -2,62 +2,15 @@
 
 #include <algorithm>
 
+#include <tilvanego/facade/SecretNames.h>
 #include <tilvanego/sandbox/CarriedRequest.h>
+#include <tilvanego/sandbox/LinkForms.h>
+#include <tilvanego/sandbox/ShownText.h>
 #include <tilvanego/values/Text.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::sandbox {
 namespace {
-
-/// What the link of an operation must hold, beside its return URL.
-struct LinkForm {
-  Operation operation;
-  std::string_view path;
-  std::array<std::string_view, 6> required;
-};
-
-// The initialization alone writes its request id in camel case, and a transaction list may do without one.
-constexpr std::array forms{
-    LinkForm{Operation::payment,
-             "/v1/start",
-             {"request_id", "amount", "type", "currency", "require_reader_ready"}},
-    LinkForm{Operation::initialization, "/v1/initialize", {"requestId", "sourceApplication", "transport"}},
-    LinkForm{Operation::transactionList, "/v1/getTransactionList", {}},
-    LinkForm{Operation::fullRefund,
-             "/v1/full_refund",
-             {"request_id", "transaction_id", "basic_token", "account_id", "environment"}},
-    LinkForm{Operation::partialRefund,
-             "/v1/refund",
-             {"request_id", "transaction_id", "amount", "basic_token", "account_id", "environment"}},
-    LinkForm{Operation::capture, "/v1/capture", {"request_id", "transaction_id", "amount"}},
-    LinkForm{Operation::clearData, "/v1/clear_data", {"request_id"}},
-    LinkForm{Operation::reboot, "/v1/reboot", {"request_id"}},
-    LinkForm{Operation::save, "/v1/save", {"request_id", "currency"}},
-};
-static_assert(forms.size() == allCases<Operation>().size());
-
-/// UTF-8 text for a terminal, which would obey the controls of both sets: they are escaped.
-std::string shown(std::string_view text) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string shown;
-  const auto escape = [&](unsigned char control) {
-    shown.append("\\u{").append({digits[control >> 4U], digits[control & 0xFU], '}'});
-  };
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
-    if (byte < 0x20 || byte == 0x7F) {
-      escape(byte);
-    } else if (byte == 0xC2 && next >= 0x80 && next <= 0x9F) {
-      escape(next);
-      ++i;
-    } else {
-      shown += text[i];
-    }
-  }
-  return shown;
-}
-
-std::string quoted(std::string_view text) { return '"' + shown(text) + '"'; }
 
 std::unexpected<SandboxError> wrong(std::string message) {
   return std::unexpected(SandboxError{std::move(message)});
@@ -73,8 +26,8 @@ std::expected<const LinkForm*, SandboxError> formOf(const URL& link) {
   const std::string host = link.host().value_or("");
   if (!equalIgnoringCase(host, "payment")) return wrong(said("host", host) + ", not \"payment\"");
   const std::string path = link.path();
-  const auto* form = std::ranges::find(forms, path, &LinkForm::path);
-  if (form == forms.end()) return wrong(said("path", path) + ", which names no operation");
+  const LinkForm* const form = formWithPath(path);
+  if (form == nullptr) return wrong(said("path", path) + ", which names no operation");
   return form;
 }
 
@@ -87,6 +40,9 @@ std::expected<std::vector<QueryItem>, SandboxError> queryItems(const URL& link) 
   // Far more than any link has, and few enough to be compared with each other.
   constexpr std::size_t maxItems = 64;
   std::vector<QueryItem> items;
+  const detail::WipedAtEnd wiped(items);
+  // A buffer that grew would leave short secrets behind.
+  items.reserve(maxItems);
   for (const RawQueryItem& raw : link.rawQueryItems()) {
     QueryItem item{raw.decodedName(), raw.value.decoded()};
     if (!item.value) {
@@ -123,11 +79,6 @@ std::expected<URL, SandboxError> callbackURL(const std::vector<QueryItem>& items
   return std::move(*url);
 }
 
-bool isSecret(std::string_view name) {
-  const std::string lower = lowercased(name);
-  return lower == "basic_token" || lower == "basictoken" || lower == "payload";
-}
-
 }  // namespace
 
 std::expected<LaunchLink, SandboxError> LaunchLink::read(const URL& link, const HandoffPorts& ports) {
@@ -136,30 +87,41 @@ std::expected<LaunchLink, SandboxError> LaunchLink::read(const URL& link, const 
   }
   const auto form = formOf(link);
   if (!form) return std::unexpected(form.error());
-  auto items = queryItems(link);
-  if (!items) return std::unexpected(std::move(items).error());
-  const auto transport = transportOf(**form, *items);
+  auto sent = queryItems(link);
+  const detail::WipedAtEnd wipedSent(sent);
+  if (!sent) return std::unexpected(std::move(sent).error());
+  const auto transport = transportOf(**form, *sent);
   if (!transport) return std::unexpected(transport.error());
-  if (*transport != Transport::url) items = carriedRequest(link, *transport, *items, ports);
+  auto items =
+      *transport == Transport::url ? std::move(sent) : carriedRequest(link, *transport, *sent, ports);
+  const detail::WipedAtEnd wipedItems(items);
   if (!items) return std::unexpected(std::move(items).error());
 
-  for (const std::string_view name : (*form)->required) {
-    if (!name.empty() && find(*items, name) == nullptr) return wrong("the link has no " + std::string(name));
-  }
+  if (auto complete = checkPresence(**form, *items); !complete) return std::unexpected(complete.error());
   auto callback = sandbox::callbackURL(*items);
   if (!callback) return std::unexpected(std::move(callback).error());
+  if (auto meant = checkValues(**form, *items); !meant) return std::unexpected(meant.error());
 
   LaunchLink read((*form)->operation, *transport, *std::move(callback));
   read.items_ = *std::move(items);
-  const auto id = read.item(read.operation_ == Operation::initialization ? "requestId" : "request_id");
-  if (id && trimmed(*id).empty()) return wrong("the link's request id is blank");
-  if (id) read.requestId_ = *id;
-  if (const auto amount = read.item("amount")) {
-    read.amount_ = Decimal::parse(*amount);
-    if (!read.amount_) return wrong(said("amount", *amount) + ", which is no number");
+  if (const auto id = read.item(read.operation_ == Operation::initialization ? "requestId" : "request_id")) {
+    read.requestId_ = *id;
   }
+  if (const auto amount = read.item("amount")) read.amount_ = Decimal::parse(*amount);
   return read;
 }
+
+LaunchLink& LaunchLink::operator=(LaunchLink other) noexcept {
+  std::swap(operation_, other.operation_);
+  std::swap(transport_, other.transport_);
+  std::swap(callbackURL_, other.callbackURL_);
+  std::swap(requestId_, other.requestId_);
+  std::swap(amount_, other.amount_);
+  std::swap(items_, other.items_);
+  return *this;
+}
+
+LaunchLink::~LaunchLink() { detail::wipe(items_); }
 
 std::optional<std::string_view> LaunchLink::item(std::string_view name) const {
   const QueryItem* found = find(items_, name);
@@ -171,7 +133,7 @@ std::vector<std::string> LaunchLink::lines() const {
   std::vector<std::string> lines{std::string(rawText(operation_))};
   if (transport_ != Transport::url) lines[0].append(" by ").append(rawText(transport_));
   for (const auto& [name, value] : items_) {
-    lines.push_back(shown(name) + ": " + (isSecret(name) ? "hidden" : shown(*value)));
+    lines.push_back(shown(name) + ": " + (isSecretName(name) ? "hidden" : shown(*value)));
   }
   return lines;
 }

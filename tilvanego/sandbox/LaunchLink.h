@@ -40,10 +40,11 @@ struct SandboxError {
   bool operator==(const SandboxError&) const = default;
 };
 
-/// A launch link as the payment application reads it. An immutable value.
+/// A launch link as the payment application reads it. An immutable value, whose items are wiped from the
+/// memory when it ends.
 ///
 /// It is strict about what a host's library must send: an operation's items have to be there, once each, and
-/// mean something. Items that it doesn't know are kept and shown.
+/// each value has to be one that the library lets through. Items that it doesn't know are kept and shown.
 class LaunchLink {
  public:
   /// Bytes of the longest link that is read.
@@ -54,6 +55,11 @@ class LaunchLink {
   /// be read again, unless it has expired.
   [[nodiscard]] static std::expected<LaunchLink, SandboxError> read(const URL& link,
                                                                     const HandoffPorts& ports = {});
+
+  LaunchLink(const LaunchLink&) = default;
+  LaunchLink(LaunchLink&&) noexcept = default;
+  LaunchLink& operator=(LaunchLink other) noexcept;
+  ~LaunchLink();
 
   [[nodiscard]] Operation operation() const { return operation_; }
   /// How the request came.
@@ -71,7 +77,7 @@ class LaunchLink {
   [[nodiscard]] std::optional<std::string_view> item(std::string_view name) const;
 
   /// What was asked, for people: the operation, with its transport unless that is the URL, and one line for
-  /// each item, "name: value". Control characters are escaped, and tokens are shown as "hidden".
+  /// each item, "name: value". Control characters are escaped, and secrets are shown as "hidden".
   [[nodiscard]] std::vector<std::string> lines() const;
 
   bool operator==(const LaunchLink&) const = default;

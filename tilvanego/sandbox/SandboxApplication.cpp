@@ -2,6 +2,7 @@
 
 #include <tilvanego/sandbox/Answer.h>
 #include <tilvanego/values/Text.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::sandbox {
 
@@ -19,8 +20,12 @@ void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)
   if (handled && handled->callback) {
     post([open = openCallback_, callback = *handled->callback](OpenRequests&) { open(callback); });
   }
-  // A copy: the observer may set another one.
-  if (const Observer observer = observer_) observer(URL(url), handled);
+  // Copies: the observer may set another one, and end what opened the link.
+  if (const Observer observer = observer_) {
+    URL link(url);
+    const detail::WipedAtEnd wiped(link);
+    observer(link, handled);
+  }
 }
 
 std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::handle(const URL& link) const {
@@ -30,6 +35,8 @@ std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::han
       .outcome = outcome_.value_or(usualOutcome(*request)),
       .transport = request->operation() == Operation::payment ? transport_ : std::nullopt,
       .fault = fault_,
+      .word = word_,
+      .keys = keys_,
   };
   auto callback = answer(*request, decision, ports_);
   if (!callback) return std::unexpected(std::move(callback).error());

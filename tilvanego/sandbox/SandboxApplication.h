@@ -4,12 +4,14 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/platform/OpenRequests.h>
 #include <tilvanego/sandbox/HandoffPorts.h>
+#include <tilvanego/sandbox/KeySpelling.h>
 #include <tilvanego/sandbox/LaunchLink.h>
 #include <tilvanego/sandbox/Outcome.h>
 #include <tilvanego/sandbox/TransportFault.h>
@@ -52,6 +54,13 @@ class SandboxApplication final : public Application {
   /// What goes wrong with each answer from now on; nothing, as at first.
   void setFault(std::optional<TransportFault> fault) { fault_ = fault; }
 
+  /// The status word of each answer from now on, one of the `statusWords` of the request's operation and
+  /// outcome; nothing, as at first: the usual one. A request to which the word is none isn't answered.
+  void setWord(std::optional<std::string> word) { word_ = std::move(word); }
+
+  /// How the items of each answer are called from now on; at first by their first spelling.
+  void setKeys(KeySpelling keys) { keys_ = keys; }
+
   /// Whether the application is there at all, as it is at first.
   void setInstalled(bool installed) { installed_ = installed; }
 
@@ -68,6 +77,8 @@ class SandboxApplication final : public Application {
   std::optional<Outcome> outcome_;
   std::optional<Transport> transport_;
   std::optional<TransportFault> fault_;
+  std::optional<std::string> word_;
+  KeySpelling keys_ = KeySpelling::first;
   bool installed_ = true;
   Observer observer_;
   /// Held weakly by blocks, so that those which outlive this do nothing.

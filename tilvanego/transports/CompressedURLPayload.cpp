@@ -1,7 +1,6 @@
 #include <tilvanego/transports/CompressedURLPayload.h>
 
 #include <algorithm>
-#include <vector>
 
 #include <tilvanego/facade/CallbackParser.h>
 #include <tilvanego/facade/CallbackURLs.h>
@@ -53,6 +52,7 @@ PaymentError reported(const URLPayloadFailure& failure) {
 std::expected<CompressedPayload, PaymentError> compressPayloadJSON(std::string_view json) {
   if (json.size() > maxPayloadJSON) return tooLarge();
   auto compressed = gzipCompress(bytesOf(json));
+  const WipedAtEnd wiped(compressed);
   if (!compressed) return std::unexpected(std::move(compressed).error());
   if (compressed->size() > maxPayloadGzip) return tooLarge();
   return CompressedPayload{
@@ -61,11 +61,13 @@ std::expected<CompressedPayload, PaymentError> compressPayloadJSON(std::string_v
 
 std::expected<std::string, PaymentError> payloadJSON(const URL& url) {
   if (queryValue(url, {"encoding"}) != payloadEncoding) return invalid();
-  const auto payload = queryValue(url, {"payload"});
+  auto payload = queryValue(url, {"payload"});
+  const WipedAtEnd wipedPayload(payload);
   const auto jsonSize = queryCount(url, {"payload_size", "payloadSize"});
   const auto compressedSize = queryCount(url, {"compressed_size", "compressedSize"});
   if (!payload || !jsonSize || !compressedSize) return invalid();
-  const auto compressed = base64URLDecode(*payload);
+  auto compressed = base64URLDecode(*payload);
+  const WipedAtEnd wipedCompressed(compressed);
   if (!compressed) return invalid();
   // A compressed size that is merely wrong counts as too large as well.
   if (*compressedSize > maxPayloadGzip || *compressedSize != compressed->size() ||
@@ -73,7 +75,10 @@ std::expected<std::string, PaymentError> payloadJSON(const URL& url) {
     return tooLarge();
   }
   auto json = gzipDecompress(*compressed, maxPayloadJSON, *jsonSize);
-  if (json && json->size() != *jsonSize) return invalid();
+  if (json && json->size() != *jsonSize) {
+    wipe(json);
+    return invalid();
+  }
   return json;
 }
 
@@ -84,11 +89,12 @@ std::expected<void, PaymentError> validatedCompressedURL(const URL& url) {
 
 std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentRequest& request,
                                                               const Platform& platform) {
-  const auto payload = encodeCompressedPayload(
-      makeURLPayloadEnvelope(PaymentHandoffDirection::request, request.requestId(), platform.clock->now(),
-                             PaymentHandoffRequestPayload::of(request)));
+  auto payload = encodeCompressedPayload(makeURLPayloadEnvelope(PaymentHandoffDirection::request,
+                                                                request.requestId(), platform.clock->now(),
+                                                                PaymentHandoffRequestPayload::of(request)));
   if (request.credentials()) wipeGzipMemory();
   if (!payload) return std::unexpected(payload.error());
+  const WipedAtEnd wipedPayload(payload->text);
 
   LinkItems items;
   items.add("transport", gzipTransport);
@@ -100,6 +106,7 @@ std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentReque
   items.add("requestId", request.requestId());
   items.add("sdkVersion", sdkVersion);
   auto url = writeLink(PaymentOperation::texts.target, items.items());
+  const WipedAtEnd wipedURL(url);
   if (!url) return invalid();
   if (auto validated = validatedCompressedURL(*url); !validated) return std::unexpected(validated.error());
   platform.debugOutput->writeLine("CompressedURL: " + redactedPayloadURL(url));
@@ -120,20 +127,6 @@ std::optional<PaymentResult> compressedPaymentResult(const URL& url, const URL& 
   auto callback = unpackedCallback(url, expectedCallbackURL, expectedRequestId);
   if (!callback) return PaymentResult::Failure{reported(callback.error()), std::nullopt};
   return parseCallback<PaymentOperation>(*std::move(callback), &expectedRequestId, &expectedCallbackURL);
-}
-
-std::string redactedPayloadURL(const std::optional<URL>& url) {
-  constexpr std::string_view noURL = "url is empty!";
-  if (!url) return std::string(noURL);
-  if (!url->encodedQuery()) return url->absoluteString();
-  std::vector<QueryItem> items;
-  for (const RawQueryItem& item : url->rawQueryItems()) {
-    const bool secret = isNamed(item, "payload");
-    items.push_back(
-        {item.decodedName(), secret ? std::optional<std::string>("<redacted>") : item.value.decoded()});
-  }
-  const auto redacted = url->replacingQueryItems(items);
-  return redacted ? redacted->absoluteString() : std::string(noURL);
 }
 
 }  // namespace tilvanego::detail

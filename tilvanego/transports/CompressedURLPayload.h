@@ -104,8 +104,4 @@ template <class Payload>
                                                                    const URL& expectedCallbackURL,
                                                                    const std::string& expectedRequestId);
 
-/// A compressed link's text for debug lines: items named "payload", whatever their case, have the value
-/// "<redacted>". Without a URL: "url is empty!".
-[[nodiscard]] std::string redactedPayloadURL(const std::optional<URL>& url);
-
 }  // namespace tilvanego::detail

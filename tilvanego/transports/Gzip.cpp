@@ -10,6 +10,8 @@
 #include <openssl/crypto.h>
 #include <zlib.h>
 
+#include <tilvanego/values/Wiping.h>
+
 namespace tilvanego::detail {
 namespace {
 
@@ -123,16 +125,20 @@ std::expected<Bytes, PaymentError> gzipCompress(std::span<const std::uint8_t> by
   const auto failure = [] { return std::unexpected(PaymentError::UrlPayloadInvalid{}); };
   z_stream* const stream = KeptStream<Deflating>::ofThread().begin(bytes);
   if (stream == nullptr) return failure();
+  // All of it at most: a buffer that grew would leave its former self behind.
   Bytes output;
+  output.reserve(deflateBound(stream, static_cast<uLong>(bytes.size())));
   std::array<std::uint8_t, gzipChunk> chunk;
   int result = Z_OK;
   while (result == Z_OK) {
     std::size_t made = 0;
     std::tie(result, made) = step(*stream, deflate, Z_FINISH, chunk.data());
     output.insert(output.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(made));
+    OPENSSL_cleanse(chunk.data(), made);
   }
-  if (result != Z_STREAM_END) return failure();
-  return output;
+  if (result == Z_STREAM_END) return output;
+  wipe(output);
+  return failure();
 }
 
 void wipeGzipMemory() {
@@ -149,6 +155,7 @@ std::expected<std::string, PaymentError> gzipDecompress(std::span<const std::uin
   output.reserve(std::min(expectedSize, limit) + gzipChunk);
   int result = Z_OK;
   while (result == Z_OK) {
+    makeRoom(output, gzipChunk);
     const std::size_t before = output.size();
     output.resize_and_overwrite(before + gzipChunk, [&](char* text, std::size_t) {
       std::size_t made = 0;
@@ -156,10 +163,14 @@ std::expected<std::string, PaymentError> gzipDecompress(std::span<const std::uin
           step(*stream, inflate, Z_NO_FLUSH, reinterpret_cast<std::uint8_t*>(text) + before);
       return before + made;
     });
-    if (output.size() > limit) return std::unexpected(PaymentError::UrlPayloadTooLarge{});
+    if (output.size() > limit) {
+      wipe(output);
+      return std::unexpected(PaymentError::UrlPayloadTooLarge{});
+    }
   }
-  if (result != Z_STREAM_END) return failure();
-  return output;
+  if (result == Z_STREAM_END) return output;
+  wipe(output);
+  return failure();
 }
 
 }  // namespace tilvanego::detail

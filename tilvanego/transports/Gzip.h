@@ -11,7 +11,7 @@
 
 /// Compression by gzip (RFC 1952). Any thread may call these. The memory that zlib needs, about 270 KB for
 /// compression and 40 KB for decompression, is kept by the thread for the next time, with parts of the last
-/// texts in it.
+/// texts in it. Nothing else that these make and don't give is left in freed memory.
 namespace tilvanego::detail {
 
 /// How much output each step makes room for.

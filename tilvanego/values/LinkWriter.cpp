@@ -5,7 +5,6 @@
 #include <tilvanego/values/URLParts.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -90,21 +89,18 @@ URLParts partsOf(const LinkTarget& target, bool hasQuery) {
 }  // namespace
 
 std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items) {
-  std::size_t longest = targetSize(target);
-  for (const auto& [name, value] : items) longest += 2 + 3 * (name.size() + value.size());
+  // A short link takes the room that it could need at most, since counting takes longer than writing. The
+  // text is written where it stays: it may hold a secret, of which no copy is to be left behind.
+  constexpr std::size_t shortLink = 2048;
+  std::size_t room = targetSize(target);
+  for (const auto& [name, value] : items) room += 2 + 3 * (name.size() + value.size());
+  if (room > shortLink) room = encodedSize(target, items);
+  if (room >= URLParts::none) return std::nullopt;
 
   std::string text;
-  std::array<char, 2048> buffer;
-  if (longest + slack <= buffer.size()) {
-    text.assign(buffer.data(), writeText(buffer.data(), target, items));
-  } else {
-    const std::size_t size = encodedSize(target, items);
-    if (size >= URLParts::none) return std::nullopt;
-    text.resize_and_overwrite(size + slack, [&](char* out, std::size_t) {
-      writeText(out, target, items);
-      return size;
-    });
-  }
+  text.resize_and_overwrite(room + slack, [&](char* out, std::size_t) {
+    return static_cast<std::size_t>(writeText(out, target, items) - out);
+  });
   return URL(std::move(text), partsOf(target, !items.empty()));
 }
 

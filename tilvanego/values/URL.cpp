@@ -4,6 +4,7 @@
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URLComponents.h>
 #include <tilvanego/values/URLSplitter.h>
+#include <tilvanego/values/Wiping.h>
 
 #include <algorithm>
 #include <charconv>
@@ -33,6 +34,11 @@ void URLTextView::decodeInto(std::optional<std::string>& target) const {
   } else if (!detail::appendPercentDecoded(target.emplace(), text_)) {
     target.reset();
   }
+}
+
+void detail::wipe(URL& url) noexcept {
+  wipe(url.text_);
+  url.parts_ = {};
 }
 
 URL URL::assembled(std::string text, const detail::SplitText& split) {

@@ -19,10 +19,12 @@ namespace tilvanego {
 
 class LinkTarget;
 struct LinkItem;
+class URL;
 
 namespace detail {
 struct SplitText;
-}
+void wipe(URL& url) noexcept;
+}  // namespace detail
 
 /// Why a text is no URL.
 struct URLError {
@@ -115,6 +117,7 @@ class URL {
 
  private:
   friend std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
+  friend void detail::wipe(URL& url) noexcept;
 
   URL(std::string text, const detail::URLParts& parts) : text_(std::move(text)), parts_(parts) {}
   static URL assembled(std::string text, const detail::SplitText& split);

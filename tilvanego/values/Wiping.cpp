@@ -1,21 +1,37 @@
 #include <tilvanego/values/Wiping.h>
 
+#include <algorithm>
+
 #include <openssl/crypto.h>
 
 namespace tilvanego::detail {
-namespace {
 
-// Growing up to the capacity moves nothing, and makes what lies behind the end the buffer's own.
-template <class Buffer>
-void wipeAll(Buffer& buffer) {
-  buffer.resize(buffer.capacity());
-  OPENSSL_cleanse(buffer.data(), buffer.size());
-  buffer.clear();
+void wipe(std::string& text) noexcept {
+  // Growing up to the capacity moves nothing, and makes what lies behind the end the text's own.
+  text.resize_and_overwrite(text.capacity(), [capacity = text.capacity()](char* memory, std::size_t) {
+    OPENSSL_cleanse(memory, capacity);
+    return std::size_t{0};
+  });
 }
 
-}  // namespace
+void wipe(Bytes& bytes) noexcept {
+  bytes.resize(bytes.capacity());
+  OPENSSL_cleanse(bytes.data(), bytes.size());
+  bytes.clear();
+}
 
-void wipe(std::string& text) noexcept { wipeAll(text); }
-void wipe(Bytes& bytes) noexcept { wipeAll(bytes); }
+void wipe(std::vector<QueryItem>& items) noexcept {
+  for (QueryItem& item : items) wipe(item.value);
+  items.clear();
+}
+
+void makeRoom(std::string& text, std::size_t count) {
+  if (text.capacity() - text.size() >= count) return;
+  std::string larger;
+  larger.reserve(std::max(text.size() + count, 2 * text.capacity()));
+  larger = text;
+  wipe(text);
+  text = std::move(larger);
+}
 
 }  // namespace tilvanego::detail

@@ -2,7 +2,13 @@
 
 #include <utility>
 
+#include <tilvanego/values/Wiping.h>
+
 namespace tilvanego {
+
+MemoryApplication::~MemoryApplication() {
+  for (URL& url : openedURLs_) detail::wipe(url);
+}
 
 void MemoryApplication::openURL(const URL& url, std::function<void(bool opened)> completionHandler) {
   openedURLs_.push_back(url);
@@ -13,7 +19,11 @@ void MemoryApplication::openURL(const URL& url, std::function<void(bool opened)>
     handlers_.push_back(std::move(completionHandler));
   }
   // Copies: the function may open another link, or set another function.
-  if (const auto onOpen = onOpen_) onOpen(URL(url));
+  if (const auto onOpen = onOpen_) {
+    URL copy(url);
+    const detail::WipedAtEnd wiped(copy);
+    onOpen(copy);
+  }
 }
 
 bool MemoryApplication::answerOldest(bool opened) {

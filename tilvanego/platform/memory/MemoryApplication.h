@@ -22,6 +22,10 @@ class MemoryApplication final : public Application {
  public:
   /// `mainQueue` carries the automatic answers.
   explicit MemoryApplication(MainQueue& mainQueue) : mainQueue_(mainQueue) {}
+  MemoryApplication(const MemoryApplication&) = delete;
+  MemoryApplication& operator=(const MemoryApplication&) = delete;
+  /// Wipes the links, which may hold tokens.
+  ~MemoryApplication() override;
 
   void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
 
