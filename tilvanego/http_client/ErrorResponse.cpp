@@ -12,4 +12,7 @@ ErrorResponse ErrorResponse::error(int code, std::optional<Data> data, URLRespon
       code, std::move(data), std::move(response), std::move(underlyingFailure), std::move(description)}));
 }
 
+// Here, since g++ 12 warns in an optimised host whose completion takes its result by value.
+const char* ErrorResponse::what() const noexcept { return payload_->description.c_str(); }
+
 }  // namespace tilvanego

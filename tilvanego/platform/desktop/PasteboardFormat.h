@@ -20,10 +20,12 @@ inline constexpr std::size_t maximumPasteboardEntries = 4096;
 /// Writes a pasteboard as the bytes of a file. Integers are little-endian, a text or byte string is its
 /// length (u32) and its bytes.
 ///
-///     "TVGPASTE"  version (u32, 1)  length of the body (u32)  CRC-32 of the body (u32)  body
-///     body: flags (u8: 1 local only, 2 expiration date)  [seconds since 1970 (IEEE 754 double)]
-///           number of items (u32), then each: number of values (u32), then each, ascending by type name:
-///               type name  kind (u8: 0 text, 1 bytes)  value
+/// ```text
+/// "TVGPASTE"  version (u32, 1)  length of the body (u32)  CRC-32 of the body (u32)  body
+/// body: flags (u8: 1 local only, 2 expiration date)  [seconds since 1970 (IEEE 754 double)]
+///       number of items (u32), then each: number of values (u32), then each, ascending by type name:
+///           type name  kind (u8: 0 text, 1 bytes)  value
+/// ```
 ///
 /// No value for what a reader would refuse: more than the limits above, a text that isn't UTF-8, a date that
 /// isn't finite.
