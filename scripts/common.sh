@@ -1,14 +1,38 @@
 # Sourced by the scripts beside it: where the tree is, and steps that are quiet unless they fail.
+# With DRY_RUN=1 in the environment a script checks its arguments and prints the commands that it would run.
 # shellcheck shell=bash
 set -euo pipefail
+script=$(realpath "$0")
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 jobs=$(nproc 2>/dev/null || echo 2)
 mkdir -p build
+
+# Ends a script that was called wrongly, with what is wrong and what its second line says that it takes.
+usage() {
+  printf '%s\n' "$1" >&2
+  sed -n '2s/^# \([^:]*\).*/usage: \1/p' "$script" >&2
+  exit 2
+}
+
+is_dry_run() { [ -n "${DRY_RUN:-}" ]; }
+
+run() {
+  if is_dry_run; then
+    printf '%q ' "$@"
+    echo
+  else
+    "$@"
+  fi
+}
 
 # step LABEL COMMAND...: one line of progress; what the command writes is shown only if it fails.
 step() {
   local label=$1 log started=$SECONDS
   shift
+  if is_dry_run; then
+    run "$@"
+    return
+  fi
   log=build/log-${label//[^a-z0-9]/-}.txt
   printf '%s ... ' "$label" >&2
   if "$@" >"$log" 2>&1 </dev/null; then
@@ -25,7 +49,7 @@ build() {
   local preset=$1
   shift
   step "configure $preset" cmake --preset "$preset" "$@"
-  if [ -t 2 ]; then
+  if [ -t 2 ] && ! is_dry_run; then
     NINJA_STATUS="build $preset [%f/%t] " cmake --build --preset "$preset" -j "$jobs" >&2
   else
     step "build $preset" cmake --build --preset "$preset" -j "$jobs"
@@ -36,6 +60,10 @@ build() {
 run_tests() {
   local preset=$1 runner=()
   shift
+  if is_dry_run; then
+    run ctest --preset "$preset" -j "$jobs" "$@"
+    return
+  fi
   # g++ 12's thread sanitizer can't start where the kernel randomises more than 28 bits of an address.
   if [ "$preset" = tsan ] && [ "$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || echo 28)" -gt 28 ]; then
     runner=(setarch -R)

@@ -1,4 +1,4 @@
-"""Turns the code blocks of Markdown pages into tests.
+"""Turns the code blocks of Markdown pages, and of the comments in headers, into tests.
 
   snippets.py extract OUT PAGE...   writes each block as OUT/NAME.cpp or OUT/NAME.sh, the output that the page shows for
                                     it as OUT/NAME.expected, and prints "NAME RUN" lines, RUN being run or compile
@@ -16,19 +16,35 @@ import sys
 
 from shop import Shop
 
+TREE = pathlib.Path(__file__).parents[2]
 CODE = re.compile(r"^```.*?^```$|`[^`\n]*`", re.MULTILINE | re.DOTALL)
 LINK = re.compile(r"\]\((?![a-z]+:|#)([^)#]+)")
 FENCE = re.compile(r"^```(\S*)\s*$")
 MARK = re.compile(r"^<!-- snippet: (compile|continues) -->\s*$")
 HEADING = re.compile(r"^\s*(#include|using namespace)\b")
+COMMENT = re.compile(r"^\s*/// ?(.*)$")
+# What can't stand in a function: a type, a specialization, a function that has a body.
+DECLARATION = re.compile(r"(template|struct|class|enum)\b|[\w:<>]+ \w+\(.*\) \{$")
+STANDARD = ["map", "memory", "optional", "string", "vector"]
+
+
+def lines_of(page):
+    """The lines of a page, numbered from 1. Those of a header are the texts of its `///` comments; others are None."""
+    lines = page.read_text(encoding="utf-8").splitlines()
+    if page.suffix == ".h":
+        lines = [found and found[1] for found in map(COMMENT.match, lines)]
+    return enumerate(lines, 1)
 
 
 def blocks(page):
     """Yields (language, mark before it, number of its first line, lines) of each fenced block."""
     fence = mark = None
-    for number, line in enumerate(page.read_text(encoding="utf-8").splitlines(), 1):
-        found = FENCE.match(line)
-        if fence is not None:
+    for number, line in lines_of(page):
+        found = FENCE.match(line or "")
+        if line is None:
+            if fence is not None:
+                break
+        elif fence is not None:
             if found and not found[1]:
                 yield fence, mark, start, lines
                 fence = mark = None
@@ -38,10 +54,16 @@ def blocks(page):
             fence, start, lines = found[1], number + 1, []
         elif MARK.match(line):
             mark = MARK.match(line)[1]
+        elif page.suffix == ".h" and line.startswith("   "):
+            sys.exit(f"{page}:{number}: an example stands between ```cpp and ```, a drawing between ```text and ```")
         elif line.strip():
             mark = None
     if fence is not None:
         sys.exit(f"{page}: the block at line {start} has no end")
+
+
+def is_declaration(block):
+    return any(DECLARATION.match(line) for _, line in block if not HEADING.match(line))
 
 
 def translation_unit(page, heading, body):
@@ -53,6 +75,11 @@ def translation_unit(page, heading, body):
         return placed(body)
     used = {number for number, _ in heading}
     inner = [(number, line) for number, line in body if number not in used]
+    if page.suffix == ".h":
+        heading = [(1, f"#include <{name}>") for name in [*STANDARD, page.relative_to(TREE)]] + heading
+        heading.append((1, "using namespace tilvanego;"))
+        if is_declaration(body):
+            return placed(heading) + placed(inner) + ["int main() {}"]
     return placed(heading) + ["int main() {"] + placed(inner) + ["}"]
 
 
@@ -62,13 +89,16 @@ class Page:
     def __init__(self, path):
         self.path, self.files, self.tests = path, {}, []
         heading, story, last = [], [], None
+        is_header = path.suffix == ".h"
+        title = ".".join(path.relative_to(TREE).with_suffix("").parts[1:]) if is_header else path.stem
         for language, mark, start, lines in blocks(path):
-            name = f"{path.stem}.{len(self.tests) + 1}"
+            name = f"{title}.{len(self.tests) + 1}"
             numbered = list(enumerate(lines, start))
             if language == "cpp":
                 heading += [item for item in numbered if HEADING.match(item[1])]
                 story = story + numbered if mark == "continues" else numbered
-                self.add(name + ".cpp", translation_unit(path, heading, story), mark != "compile")
+                run = mark != "compile" and not (is_header and is_declaration(story))
+                self.add(name + ".cpp", translation_unit(path, heading, story), run)
                 last = name
             elif language == "sh" and lines and lines[0].startswith("tilvanego"):
                 self.add(name + ".sh", ["set -e"] + lines, True)

@@ -51,8 +51,10 @@ struct Answer {
 
   std::vector<Step> steps;
 
-  Answer&& then(Step step) && {
-    steps.push_back(std::move(step));
+  /// One more step, of any of the kinds above.
+  template <typename Kind>
+  Answer&& then(Kind step) && {
+    steps.emplace_back(std::move(step));  // made in place: g++ 12 warns of a variant that moves
     return std::move(*this);
   }
 };

@@ -12,12 +12,15 @@
 /// Plain aggregates name the keys of their members in an enumeration of their own, one case for each member,
 /// in the members' order:
 ///
-///     struct Trace {
-///       std::optional<std::string> cashier = {};
-///       std::vector<std::string> tags;
+/// ```cpp
+/// struct Trace {
+///   std::optional<std::string> cashier = {};
+///   std::vector<std::string> tags;
 ///
-///       enum class CodingKeys { cashier, tags };
-///     };
+///   enum class CodingKeys { cashier, tags };
+/// };
+/// static_assert(json::NamesItsKeys<Trace>);
+/// ```
 ///
 /// The cases have raw texts like those of any enumeration: their names. Where a key differs from its
 /// member, the record gives its keys a `RawTexts` of their own. A case too many or too few, or in another

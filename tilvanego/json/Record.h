@@ -18,18 +18,21 @@
 /// Records say their fields once, in a static function beside the members, and are read and written from
 /// that:
 ///
-///     struct Visit {
-///       std::optional<std::string> cashier;
-///       tilvanego::Decimal amount;
-///       std::vector<std::string> tags;
+/// ```cpp
+/// #include <tilvanego/json/ValueCodecs.h>
 ///
-///       static constexpr auto jsonFields() {
-///         namespace json = tilvanego::json;
-///         return json::fields(json::field("cashier", &Visit::cashier),
-///                             json::field<json::AmountFromNumber>("amount", &Visit::amount),
-///                             json::field("tags", &Visit::tags));
-///       }
-///     };
+/// struct Trace {
+///   std::optional<std::string> cashier;
+///   Decimal amount;
+///   std::vector<std::string> tags;
+///
+///   static constexpr auto jsonFields() {
+///     return json::fields(json::field("cashier", &Trace::cashier),
+///                         json::field<json::AmountFromText>("amount", &Trace::amount),
+///                         json::field("tags", &Trace::tags));
+///   }
+/// };
+/// ```
 ///
 /// A plain aggregate whose fields have the codecs of their types and the keys of their names says only the
 /// keys (`CodingKeys.h`).

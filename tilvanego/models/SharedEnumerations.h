@@ -12,11 +12,15 @@ namespace tilvanego::models {
 /// as the last case, `unknownDefaultOpenApi`, and no failure. The text that came in is lost: the case is
 /// written by its own.
 ///
-///     template <>
-///     struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> {
-///       using enum models::Status;
-///       static constexpr std::array table{row(approved, "APPROVED"), ..., fallbackRow};
-///     };
+/// ```cpp
+/// enum class Tone { low, high, unknownDefaultOpenApi };
+///
+/// template <>
+/// struct tilvanego::RawTexts<Tone> : models::OpenRawTexts<Tone> {
+///   using enum Tone;
+///   static constexpr std::array table{row(low, "LOW"), row(high, "HIGH"), fallbackRow};
+/// };
+/// ```
 template <class Enumeration>
 struct OpenRawTexts {
   static constexpr Enumeration fallback = Enumeration::unknownDefaultOpenApi;

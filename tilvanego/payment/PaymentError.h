@@ -40,7 +40,11 @@ struct PaymentErrorCases {
 
 /// Why a payment failed: one of the cases above.
 ///
-///     if (std::holds_alternative<PaymentError::PaymentInProgress>(error)) waitForTheFirstOne();
+/// ```cpp
+/// bool mustWaitForTheFirst(const PaymentError& error) {
+///   return std::holds_alternative<PaymentError::PaymentInProgress>(error);
+/// }
+/// ```
 class PaymentError : public cases::ErrorUnion<PaymentErrorCases> {
  public:
   using ErrorUnion::ErrorUnion;

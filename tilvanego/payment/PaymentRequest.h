@@ -12,11 +12,13 @@ namespace tilvanego {
 
 /// A payment that a host asks for. An immutable value; nothing is checked before it is started.
 ///
-///     PaymentRequest request({.requestId = "A-1001",
-///                             .amount = *Decimal::parse("12.50"),
-///                             .transactionType = PaymentTransactionType::sale,
-///                             .currency = "EUR",
-///                             .callbackURL = *URL::parse("myshop://payment-done")});
+/// ```cpp
+/// PaymentRequest request({.requestId = "A-1001",
+///                         .amount = *Decimal::parse("12.50"),
+///                         .transactionType = PaymentTransactionType::sale,
+///                         .currency = "EUR",
+///                         .callbackURL = *URL::parse("myshop://payment-done")});
+/// ```
 class PaymentRequest {
  public:
   struct Fields {

@@ -47,8 +47,12 @@ class PaymentResponse {
 /// How a payment ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or
 /// `Failure` with an `error` and, if a callback came, its `response`.
 ///
-///     if (const auto* paid = std::get_if<PaymentResult::Success>(&result))
-///     print(*paid->response.approvalCode());
+/// ```cpp
+/// std::string approvalCode(const PaymentResult& result) {
+///   const auto* paid = std::get_if<PaymentResult::Success>(&result);
+///   return paid == nullptr ? "" : paid->response.approvalCode().value_or("");
+/// }
+/// ```
 class PaymentResult : public cases::ResultUnion<PaymentResponse, PaymentError, cases::Success,
                                                 cases::Cancelled, cases::Declined> {
  public:

@@ -24,11 +24,13 @@ inline constexpr std::size_t maximumPasteboardValues = 4 * maximumPasteboardFile
 /// Writes a pasteboard as the bytes of a file. Integers are little-endian, a text or byte string is its
 /// length (u32) and its bytes.
 ///
-///     "TVGPASTE"  version (u32, 2)  length of the body (u32)  CRC-32 of the body (u32)  body
-///     body: flags (u8: 1 local only, 2 expiration date)  [seconds since 1970 (IEEE 754 double)]
-///           number of items (u32), then each: number of values (u32), then each, ascending by type name:
-///               type name  kind (u8: 0 text, 1 bytes, 2 the value before this one in the item)
-///               value, unless it is the one before
+/// ```text
+/// "TVGPASTE"  version (u32, 2)  length of the body (u32)  CRC-32 of the body (u32)  body
+/// body: flags (u8: 1 local only, 2 expiration date)  [seconds since 1970 (IEEE 754 double)]
+///       number of items (u32), then each: number of values (u32), then each, ascending by type name:
+///           type name  kind (u8: 0 text, 1 bytes, 2 the value before this one in the item)
+///           value, unless it is the one before
+/// ```
 ///
 /// Fails, by a sentence that shows nothing of the contents, for what a reader would refuse: more than the
 /// limits above, a text that isn't UTF-8, a date that isn't finite.
