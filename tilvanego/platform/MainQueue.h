@@ -14,9 +14,12 @@ class MainQueue {
 
   /// Has `block` run later on the main thread, never inside this call, not even when called there.
   /// May be called from any thread. The queue owns the block until it has run. `block` isn't empty.
+  ///
+  /// May not throw: the library tells some outcomes here alone, so the process ends then, after one line on
+  /// standard error that names this function.
   virtual void post(std::function<void()> block) = 0;
 
-  /// True on the main thread. May be called from any thread.
+  /// True on the main thread. May be called from any thread. May not throw.
   [[nodiscard]] virtual bool isCurrent() const = 0;
 };
 

@@ -38,6 +38,8 @@ struct PasteboardContents {
 };
 
 /// The general pasteboard of the system, which other applications read and write too. The main thread's.
+///
+/// May throw: a pasteboard that can't be read counts as empty, and items that were being set as not kept.
 class Pasteboard {
  public:
   virtual ~Pasteboard() = default;

@@ -1,5 +1,6 @@
 #include <tilvanego/sandbox/SandboxApplication.h>
 
+#include <tilvanego/platform/HostCode.h>
 #include <tilvanego/sandbox/Answer.h>
 #include <tilvanego/values/Text.h>
 
@@ -19,7 +20,9 @@ void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)
     post([open = openCallback_, callback = *handled->callback] { open(callback); });
   }
   // A copy: the observer may set another one.
-  if (const Observer observer = observer_) observer(URL(url), handled);
+  if (const Observer observer = observer_) {
+    detail::runListener("The observer of SandboxApplication", [&] { observer(URL(url), handled); });
+  }
 }
 
 std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::handle(const URL& link) const {
