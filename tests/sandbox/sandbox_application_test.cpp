@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -64,6 +65,13 @@ TEST(SandboxApplication, DoesWhatTheHostSetInsteadOfTheAmount) {
   rehearsal.sandbox->setOutcome(Outcome::cancel);
   rehearsal.pay("12.01");
   EXPECT_EQ(rehearsal.events, (Events{"cancel", "started", "cancelled", "handled"}));
+}
+
+TEST(SandboxApplication, HasAnObserverThatOnlyListens) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setObserver([](const URL&, const auto&) { throw std::runtime_error("an observer's"); });
+  rehearsal.pay("12");
+  EXPECT_EQ(rehearsal.events, (Events{"started", "success", "handled"})) << "answered all the same";
 }
 
 TEST(SandboxApplication, AnswersAsTheRequestCameUnlessTheHostSetATransport) {

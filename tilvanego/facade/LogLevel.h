@@ -24,6 +24,9 @@ struct RawTexts<TilvaneLogLevel> {
 
 /// Hears the library's messages, on the main thread, from within the operation that causes them. The text is
 /// valid during the call. No message holds a credential, a payload or card data.
+///
+/// May call the library: what it cancels while it is being opened isn't opened. May throw: it only listens,
+/// so the exception is dropped after one line on standard error.
 using TilvaneLogger = std::function<void(TilvaneLogLevel level, std::string_view message)>;
 
 }  // namespace tilvanego

@@ -41,13 +41,19 @@ struct FacadeAccess;
 ///
 /// *State.* At most one operation of each kind is pending, in memory alone. There is no time-out: it waits
 /// for its callback, a link that isn't opened, or a cancel. A completion runs once, or never after a cancel.
+///
+/// *Host code.* Completions, the logger, the platform's ports, and the destructors of what they captured may
+/// call anything here, and may throw. An operation's slot is empty before any of it hears of its end; one
+/// that is cancelled before its link is opened isn't opened; and what was read for an operation is told to no
+/// other. What a completion throws leaves by the call that ran it: a start, `handleCallback`, or the main
+/// queue's drain. docs/platform.md says what else may throw, and what happens then.
 class TilvaneGo final {
  public:
   /// The instance, made on first use and kept as long as the process.
   [[nodiscard]] static TilvaneGo& shared();
 
   /// Replaces what the host's system does for the library, before the first use of `shared`; afterwards it
-  /// ends the process. Without it, `Platform::standard` is used.
+  /// ends the process, and so does a platform with a port missing. Without it, `Platform::standard` is used.
   static void usePlatform(Platform platform);
 
   TilvaneGo(const TilvaneGo&) = delete;
@@ -62,6 +68,8 @@ class TilvaneGo final {
   /// failure; false, and a warning is logged, if it is no pending operation's. Takes any URL.
   bool handleCallback(const URL& url);
 
+  /// Gets the result, which is valid during the call. Called on the main thread, when the slot is empty; may
+  /// throw, as told above. May be empty: the outcome is then told to nobody.
   using PaymentCompletion = std::function<void(const PaymentResult& result)>;
 
   /// Starts a payment by an inline link, whatever its length.
@@ -79,7 +87,9 @@ class TilvaneGo final {
                    std::string currency, const std::string& returnUrl, std::string customId,
                    std::string notes, PaymentCompletion completion);
   [[nodiscard]] bool isPaymentInProgress() const;
-  /// Forgets the pending payment; its completion is dropped without being called.
+  /// Forgets the pending payment; its completion is dropped without being called. A report that the payment
+  /// application isn't there, if it comes after this, ends a payment that was started since: see
+  /// `Application::openURL`.
   void cancelPendingPayment();
   /// Whether `url` is the callback URL of the pending payment, whatever its query says.
   [[nodiscard]] bool isPaymentCallback(const URL& url) const;

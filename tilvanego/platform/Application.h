@@ -24,8 +24,12 @@ class Application {
   /// link was handed over. Its not being called is no failure: a caller waits as long as it has to. It is
   /// owned by the application until then, and dropped uncalled with it. It isn't empty.
   ///
-  /// May throw: the link counts as not opened. What `completionHandler` throws leaves the application's call
-  /// of it.
+  /// A false report ends whatever operation of its kind is pending when it comes, also one that was started
+  /// since: after a cancel, an answer to the earlier link that comes late ends the operation that took its
+  /// place. So an application that opens links reports true for a link that a newer one has replaced.
+  ///
+  /// May throw: the link counts as not opened, unless that was reported already. What `completionHandler` is
+  /// told afterwards counts for nothing.
   virtual void openURL(const URL& url, std::function<void(bool opened)> completionHandler) = 0;
 };
 

@@ -9,6 +9,8 @@ class Clock {
  public:
   virtual ~Clock() = default;
 
+  /// May throw: a form of a payment that is dated isn't built then, and an answer on the pasteboard, of which
+  /// nobody knows whether it came in time, fails as one that can't be opened.
   [[nodiscard]] virtual Date now() const = 0;
 };
 

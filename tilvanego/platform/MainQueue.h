@@ -23,11 +23,11 @@ class MainQueue {
   /// May be called from any thread, and doesn't wait for the main thread. The queue owns the block until it
   /// has run. `block` isn't empty.
   ///
-  /// Must not throw: what the library tells by a block it tells nowhere else, so the process ends then, after
-  /// one line on standard error.
+  /// May not throw: the library tells some outcomes here alone, so the process ends then, after one line on
+  /// standard error that names this function.
   virtual void post(std::function<void()> block) = 0;
 
-  /// True on the main thread. May be called from any thread.
+  /// True on the main thread. May be called from any thread. May not throw.
   [[nodiscard]] virtual bool isCurrent() const = 0;
 
  protected:

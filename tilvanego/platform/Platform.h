@@ -13,7 +13,11 @@
 
 namespace tilvanego {
 
-/// Everything that the library asks of the system it runs on. None of the members is null.
+/// Everything that the library asks of the system it runs on. The pasteboard alone may be null: payments by
+/// pasteboard then end at once, by `pasteboardHandoffUnavailable`. Anything else that is null ends the
+/// process when the platform is given to the library, with a message that names it.
+///
+/// The ports may call the library and may throw; docs/platform.md says what happens then.
 ///
 /// A host may replace any member before it gives the platform to the library. One with an event loop of its
 /// own gives its main queue to `standard()`, so that the adapters report there.

@@ -1,5 +1,6 @@
 #include <tilvanego/sandbox/SandboxApplication.h>
 
+#include <tilvanego/platform/HostCode.h>
 #include <tilvanego/sandbox/Answer.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
@@ -24,7 +25,7 @@ void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)
   if (const Observer observer = observer_) {
     URL link(url);
     const detail::WipedAtEnd wiped(link);
-    observer(link, handled);
+    detail::runListener("The observer of SandboxApplication", [&] { observer(link, handled); });
   }
 }
 

@@ -31,6 +31,7 @@ class SandboxApplication final : public Application {
     std::optional<URL> callback;
   };
   /// Hears of each link within its open request, what became of it or why it can't be read or answered.
+  /// May throw: it only listens, so the exception is dropped after one line on standard error.
   using Observer = std::function<void(const URL& link, const std::expected<Handled, SandboxError>& handled)>;
 
   /// `openCallback` takes each callback URL, in a block of its own on `mainQueue`.
