@@ -102,7 +102,8 @@ class ThrowingKind final : public URLSessionDecodableRequestBuilder {
   void retry(const URLSessionExchange& exchange, int code, const Failure& failure,
              const Completion& completion) override {
     at("ask");
-    URLSessionDecodableRequestBuilder::retry(exchange, code, failure, completion);
+    const Completion own = [completion](Result result) { completion(std::move(result)); };
+    URLSessionDecodableRequestBuilder::retry(exchange, code, failure, own);
   }
 
  private:

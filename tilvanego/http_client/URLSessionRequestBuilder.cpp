@@ -227,13 +227,19 @@ std::optional<Failure> URLSessionRequestBuilder::failureOf(const URLSessionExcha
   using Cases = DecodableRequestBuilderError;
   if (error) return error;
   const auto* response = httpResponse(exchange);
-  if (response == nullptr) return Cases(Cases::NilHTTPResponse());
-  if (apiConfiguration->successfulStatusCodeRange().contains(response->statusCode())) return std::nullopt;
-  return Cases(Cases::UnsuccessfulHTTPStatusCode());
+  std::optional<Failure> failure;
+  if (response == nullptr) {
+    failure.emplace(Cases(Cases::NilHTTPResponse()));
+  } else if (!apiConfiguration->successfulStatusCodeRange().contains(response->statusCode())) {
+    failure.emplace(Cases(Cases::UnsuccessfulHTTPStatusCode()));
+  }
+  return failure;
 }
 
 void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int code, const Failure& failure,
-                                     const Completion& completion) {
+                                     const Completion& given) {
+  // A kind of a host's own may give another than the one that it was given.
+  const Completion completion = runOnce(given);
   std::optional<detail::Once<OpenAPIInterceptorRetry>> answered;
   try {
     answered.emplace([builder = self(), exchange, code, failure, completion](OpenAPIInterceptorRetry answer) {
