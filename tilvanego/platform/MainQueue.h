@@ -23,8 +23,8 @@ class MainQueue {
   /// May be called from any thread, and doesn't wait for the main thread. The queue owns the block until it
   /// has run. `block` isn't empty.
   ///
-  /// May throw: the block is dropped then. A thread of the library's that posts says so in one line on
-  /// standard error and goes on.
+  /// Must not throw: the library can't tell the host anything without it, and the process ends after one line
+  /// on standard error.
   virtual void post(std::function<void()> block) = 0;
 
   /// True on the main thread. May be called from any thread.
@@ -49,8 +49,7 @@ class WeakMainQueue {
  public:
   WeakMainQueue(const MainQueue& queue) : life_(queue.life_) {}
 
-  /// Posts the block; false, and the block is dropped, once the queue has ended. Throws what the queue
-  /// throws.
+  /// Posts the block; false, and the block is dropped, once the queue has ended.
   bool post(std::function<void()> block) const;
 
   /// True on the main thread. Once the queue has ended, that is the thread that ended it.

@@ -39,7 +39,7 @@ class SignalsBlocked {
 // handlers stay on the main thread, so that what they hold is released there, too.
 void report(const WeakMainQueue& mainQueue, std::weak_ptr<OpenRequests> requests, OpenRequests::Id request,
             bool opened) {
-  detail::runListener("MainQueue::post", [&] {
+  detail::runOnOwnThread("MainQueue::post", [&] {
     mainQueue.post([requests = std::move(requests), request, opened] {
       if (const auto waiting = requests.lock()) waiting->answer(request, opened);
     });
