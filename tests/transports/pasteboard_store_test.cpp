@@ -69,10 +69,6 @@ TEST(PasteboardLaunch, ThatIsNotKeptEndsThePaymentAtOnceAndTheLoggerHearsWhy) {
   const auto open = directory.path() / "open";
   std::filesystem::create_directory(open);
   std::filesystem::permissions(open, std::filesystem::perms::all);
-  std::string noise(13'000'000, 'n');
-  for (std::size_t index = 0; index < noise.size(); index += 61)
-    noise[index] = static_cast<char>('a' + index % 23);
-
   struct Case {
     std::function<std::unique_ptr<Pasteboard>()> pasteboard;
     std::size_t notes;
@@ -81,7 +77,7 @@ TEST(PasteboardLaunch, ThatIsNotKeptEndsThePaymentAtOnceAndTheLoggerHearsWhy) {
   for (const auto& [pasteboard, notes, reason] : std::vector<Case>{
            {[&] { return store(open); }, 300'000,
             open.string() + " is open to other users; its mode must be 0700."},
-           {[&] { return store(directory.path() / "store"); }, noise.size(), "The file would have 1733"},
+           {[&] { return store(directory.path() / "store"); }, 13'000'000, "The file would have 1733"},
            {[] { return std::make_unique<ThrowingPasteboard>(); }, 300'000, "Pasteboard::setItems threw"},
            {[] { return nullptr; }, 300'000, "The platform has no pasteboard."}}) {
     for (const auto& transport :
@@ -99,7 +95,7 @@ TEST(PasteboardLaunch, ThatIsNotKeptEndsThePaymentAtOnceAndTheLoggerHearsWhy) {
         events.push_back(std::string(rawText(level)) + " " + std::string(message));
       });
       auto fields = paymentFields();
-      fields.notes = noise.substr(0, notes);
+      fields.notes = std::string(notes, 'n');
       sdk->startPayment(PaymentRequest(fields), transport, [&](const PaymentResult& result) {
         events.emplace_back(std::get<PaymentResult::Failure>(result).error.name());
       });

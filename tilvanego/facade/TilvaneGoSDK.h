@@ -75,8 +75,9 @@ class TilvaneGo final {
   /// Starts a payment by an inline link, whatever its length.
   void startPayment(PaymentRequest request, PaymentCompletion completion);
   /// Starts a payment by the given transport. A form that can't be built ends the payment at once, by
-  /// `urlPayloadTooLarge` if a compressed link would be too long, else by `invalidRequest`; `automatic` goes
-  /// on to the next form instead. The pasteboard transport replaces what lies on the pasteboard.
+  /// `urlPayloadTooLarge` if a compressed link would be too long, by `pasteboardHandoffUnavailable`, after a
+  /// warning that says why, if the pasteboard doesn't keep it, else by `invalidRequest`; `automatic` goes on
+  /// to the next form instead. The pasteboard transport replaces what lies on the pasteboard.
   void startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,
                     PaymentCompletion completion);
   /// An older entry, of texts alone and by an inline link: a payment without tip and credentials, for which

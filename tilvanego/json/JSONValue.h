@@ -154,7 +154,9 @@ class JSONValue {
 /// What a subscript of a `JSONValue` found: a value inside it, or nothing. Subscripts go on from there, and
 /// inside nothing find nothing:
 ///
-///     if (const auto price = order["lines"][0]["price"].intValue()) charge(*price);
+/// ```cpp
+/// std::int64_t firstPrice(const JSONValue& order) { return order["lines"][0]["price"].intValue().value_or(0); }
+/// ```
 ///
 /// Valid as long as the value that was looked into stays unchanged.
 class JSONLookup {

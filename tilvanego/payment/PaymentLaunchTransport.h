@@ -7,6 +7,10 @@
 namespace tilvanego {
 
 /// How a payment request travels to the payment application.
+///
+/// Who sees a link can read an inline or a compressed request, token included. An opener gets the link as an
+/// argument, which every user of a Linux machine can read in /proc/PID/cmdline while it runs: where that
+/// matters, `pasteboard` is the transport for requests with credentials.
 class PaymentLaunchTransport {
  public:
   /// Inline while the link has at most `maxInlineURLLength` bytes, else the best form that fits.
@@ -22,7 +26,8 @@ class PaymentLaunchTransport {
   struct Gzip {
     bool operator==(const Gzip&) const = default;
   };
-  /// An encrypted envelope on the pasteboard, named by the link.
+  /// An encrypted envelope on the pasteboard, named by the link. Ends the payment at once, by
+  /// `pasteboardHandoffUnavailable`, where the pasteboard doesn't keep it.
   struct Pasteboard {
     bool operator==(const Pasteboard&) const = default;
   };

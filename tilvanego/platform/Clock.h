@@ -4,7 +4,8 @@
 
 namespace tilvanego {
 
-/// Tells the time of day. May be asked from any thread.
+/// Tells the time of day. May be asked from any thread. May throw: what needed the time fails, a link that
+/// isn't built or an answer that isn't read.
 class Clock {
  public:
   virtual ~Clock() = default;

@@ -11,8 +11,7 @@ class DebugOutput {
   virtual ~DebugOutput() = default;
 
   /// Takes one line: text in UTF-8, without a line end of its own, not quoted yet.
-  ///
-  /// May throw: it only listens, so the exception is dropped after one line on standard error.
+  /// May throw: the exception is dropped after one line on standard error.
   virtual void writeLine(std::string_view text) = 0;
 };
 

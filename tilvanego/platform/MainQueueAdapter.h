@@ -18,8 +18,7 @@ class MainQueueAdapter final : public MainQueue {
   /// `post` hands a block to the host's loop and keeps the promises of `MainQueue::post`; `isCurrent` tells
   /// whether the calling thread is the one that runs that loop. Both are called from any thread, at once too,
   /// and neither is empty. Once the adapter has ended, neither is running or will be called.
-  ///
-  /// Neither may throw.
+  /// Neither may throw, as `MainQueue` says.
   MainQueueAdapter(Post post, IsCurrent isCurrent)
       : post_(std::move(post)), isCurrent_(std::move(isCurrent)) {}
   ~MainQueueAdapter() override { end(); }

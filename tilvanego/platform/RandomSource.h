@@ -11,7 +11,7 @@ class RandomSource {
   virtual ~RandomSource() = default;
 
   /// Fills `bytes` with bytes fit for keys and ids. False, with no promise about their values, if the source
-  /// fails. May throw: that is a failure too.
+  /// fails. May throw: counts as false.
   [[nodiscard]] virtual bool fill(std::span<std::uint8_t> bytes) = 0;
 };
 
