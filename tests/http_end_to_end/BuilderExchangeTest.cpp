@@ -1,4 +1,5 @@
 // What builders put on the wire, and what they make of answers.
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -74,34 +75,71 @@ TEST_F(BuilderAuthentication, TheCredentialIsThereWhileTheTaskIsAndGoesWithEachT
   LoopbackServer server(
       [](const ReceivedRequest& request) { return request.path() == "/held" ? silence() : answer(500); });
   configuration->setCredential(right);
-  const auto held = builder<std::string>("GET", server.url("/held"));
-  const auto told = start(held);
-  server.waitForHolds(1);
-  const int identifier = held->requestTask->get()->taskIdentifier();
-  EXPECT_TRUE(hasCredential(identifier));
-  // By the session's task: the builder still knows it when it ends.
-  held->requestTask->get()->cancel();
-  finish();
-  EXPECT_FALSE(hasCredential(identifier));
+  std::size_t holds = 0;
+  // After the second, the builder doesn't know the task any more.
+  for (const bool bySessionsTask : {true, false}) {
+    const auto held = builder<std::string>("GET", server.url("/held"));
+    const auto told = start(held);
+    server.waitForHolds(++holds);
+    const int identifier = held->requestTask->get()->taskIdentifier();
+    EXPECT_TRUE(hasCredential(identifier));
+    bySessionsTask ? held->requestTask->get()->cancel() : held->requestTask->cancel();
+    finish();
+    EXPECT_FALSE(hasCredential(identifier));
+  }
 
   interceptor->retries = 3;
   EXPECT_EQ(send<std::string>("GET", server.url("/failing")).code(), 500);
-  EXPECT_EQ(interceptor->taskIdentifiers().size(), 5U);
+  EXPECT_EQ(interceptor->taskIdentifiers().size(), 6U);
   for (const int each : interceptor->taskIdentifiers()) EXPECT_FALSE(hasCredential(each));
 }
 
-TEST_F(BuilderAuthentication, AProxysChallengeIsAnsweredTheSameWay) {
-  const LoopbackServer proxy(
-      [authenticator = Authenticator(Scheme::digestSHA256, true)](const ReceivedRequest& request) {
-        return authenticator.admits(request) ? answer(200, request.target) : authenticator.challenge();
+TEST_F(BuilderAuthentication, ItsCredentialGoesOnceAndToTheServerOfTheRequestAlone) {
+  // Each of them asks again and again, by another name.
+  const auto asking = [](const char* field, int status) {
+    return [field, status, count = 0](const ReceivedRequest&) mutable {
+      return answer(status, "who?", {{field, "Basic realm=\"" + std::to_string(++count) + "\""}});
+    };
+  };
+  const auto credentialsIn = [](const LoopbackServer& server) {
+    return std::ranges::count_if(server.requests(), [](const ReceivedRequest& request) {
+      return request.header("Authorization") || request.header("Proxy-Authorization");
+    });
+  };
+  const LoopbackServer elsewhere(asking("WWW-Authenticate", 401));
+  const LoopbackServer server(
+      [&, own = asking("WWW-Authenticate", 401)](const ReceivedRequest& request) mutable {
+        return request.path() == "/away" ? redirect(elsewhere.url()) : own(request);
       });
-  URLSessionConfiguration sessionConfiguration;
-  sessionConfiguration.proxy = proxy.url("");
-  useSession(std::move(sessionConfiguration));
+  const LoopbackServer proxy(asking("Proxy-Authenticate", 407));
   configuration->setCredential(right);
-  EXPECT_EQ(send<std::string>("GET", "http://shop.invalid/x").response().body, "http://shop.invalid/x");
-  configuration->setCredential(wrong);
-  EXPECT_EQ(send<std::string>("GET", "http://shop.invalid/x").code(), 407);
+  EXPECT_EQ(send<std::string>("GET", server.url()).code(), 401);
+  EXPECT_EQ(credentialsIn(server), 1);
+  EXPECT_EQ(send<std::string>("GET", server.url("/away")).code(), 401);
+  EXPECT_EQ(credentialsIn(elsewhere), 0);
+
+  URLSessionConfiguration throughProxy;
+  throughProxy.proxy = proxy.url("");
+  throughProxy.credentialStorage = std::make_shared<URLCredentialStorage>();
+  const auto storage = throughProxy.credentialStorage;
+  useSession(std::move(throughProxy));
+  configuration->setCredential(right);
+  EXPECT_EQ(send<std::string>("GET", "http://shop.invalid/").code(), 407);
+  EXPECT_EQ(send<std::string>("GET", "https://shop.invalid/").code(), ErrorResponse::transportFailed);
+  EXPECT_EQ(credentialsIn(proxy), 0);
+  // What the host keeps for the proxy itself goes there.
+  for (int realm = 1; realm < 10; ++realm) {
+    storage->setDefaultCredential(right, {.host = "127.0.0.1",
+                                          .port = proxy.port(),
+                                          .protocol = "http",
+                                          .realm = std::to_string(realm),
+                                          .isProxy = true});
+  }
+  EXPECT_EQ(send<std::string>("GET", "http://shop.invalid/").code(), 407);
+  EXPECT_EQ(credentialsIn(proxy), 1);
+  storage->clear();
+  EXPECT_EQ(send<std::string>("GET", "http://shop.invalid/").code(), 407);
+  EXPECT_EQ(credentialsIn(proxy), 1);
 }
 
 TEST_F(BuilderDownloads, AFileLandsBelowTheCachesUnderTheNameThatTheServerGives) {
@@ -121,6 +159,10 @@ TEST_F(BuilderDownloads, AFileLandsBelowTheCachesUnderTheNameThatTheServerGives)
       {"/g", "attachment; FILENAME=case.txt", ""},
   };
   const auto root = caches.path() / "caches";
+  // Of any size, whatever other bodies may have.
+  URLSessionConfiguration narrow;
+  narrow.maximumBodySize = 1;
+  useSession(std::move(narrow));
   for (const auto& [path, disposition, name] : cases) {
     SCOPED_TRACE(disposition.value_or("none"));
     const LoopbackServer server([&](const ReceivedRequest&) {

@@ -49,7 +49,7 @@ TEST_F(BuilderOutcomes, AFaultOfTheServerIsTheTransportsFailureOnTheQueue) {
                                      {resetInHead, Code::networkConnectionLost},
                                      {resetInBody, Code::networkConnectionLost},
                                      {closedInChunks, Code::networkConnectionLost},
-                                     {brokenChunkSize, Code::networkConnectionLost},
+                                     {brokenChunkSize, Code::badServerResponse},
                                      {notHTTP, Code::badServerResponse},
                                      {[] { return oversizedHead(400'000); }, Code::badServerResponse},
                                      {[] { return redirect("/"); }, Code::tooManyRedirects}}) {

@@ -222,7 +222,12 @@ TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   send(get(server.url("/login")));
   EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
+  session->clearCookies();
+  EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
+  send(get(server.url("/login")));
+  EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
   useSession({});
+  session->clearCookies();
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
 }
 

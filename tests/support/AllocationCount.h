@@ -11,6 +11,10 @@ std::size_t allocationCount();
 /// How many bytes it has asked for in all of these calls.
 std::size_t allocatedBytes();
 
+/// Has the calling thread's allocation fail that is so many on, counted from 1; 0: none. Gives how many were
+/// still to come before the former one.
+std::size_t failAllocation(std::size_t number);
+
 /// How often `action` allocates.
 template <typename Action>
 std::size_t allocationsOf(Action action) {

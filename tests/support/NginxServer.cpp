@@ -60,6 +60,7 @@ NginxServer::NginxServer()
     : files_(directory_.path() / "files"),
       plain_(sharedPort()),
       secure_(sharedPort()),
+      oldSecure_(sharedPort()),
       otherSecure_(sharedPort()) {
   std::filesystem::create_directory(files_);
   makeCertificate("here", "DNS:localhost,IP:127.0.0.1");
@@ -128,9 +129,16 @@ http {
   add_header X-Seen $http_x_seen always;
 )";
   text << "  server {\n" << listenLine(plain_) << locations() << "  }\n";
-  for (const auto& [socket, name] : {std::pair{&secure_, "here"}, {&otherSecure_, "elsewhere"}}) {
+  struct Secure {
+    const FileDescriptor& socket;
+    const char* protocols;
+    const char* name;
+  };
+  for (const auto& [socket, protocols, name] : {Secure{secure_, " ssl http2", "here"},
+                                                {oldSecure_, " ssl", "here"},
+                                                {otherSecure_, " ssl http2", "elsewhere"}}) {
     text << "  server {\n"
-         << listenLine(*socket, " ssl http2") << "    ssl_certificate " << name
+         << listenLine(socket, protocols) << "    ssl_certificate " << name
          << ".pem;\n    ssl_certificate_key " << name << ".key;\n"
          << locations() << "  }\n";
   }
@@ -145,8 +153,11 @@ void NginxServer::start() {
                                              directory + "/", "-e", "error.log", "-c", "nginx.conf"});
   if (!process) throw std::runtime_error("nginx can't be started");
   process_ = *process;
-  while (!isListening(portOf(plain_)) || !isListening(portOf(secure_)) ||
-         !isListening(portOf(otherSecure_))) {
+  const auto isReady = [this] {
+    return isListening(portOf(plain_)) && isListening(portOf(secure_)) && isListening(portOf(oldSecure_)) &&
+           isListening(portOf(otherSecure_));
+  };
+  while (!isReady()) {
     if (waitpid(process_, nullptr, WNOHANG) != 0) {
       throw std::runtime_error("nginx ended at once: " + contents(directory_.path() / "error.log"));
     }
@@ -162,6 +173,9 @@ std::string NginxServer::url(std::string_view path) const {
 }
 std::string NginxServer::secureURL(std::string_view path, std::string_view host) const {
   return "https://" + std::string(host) + ":" + std::to_string(portOf(secure_)) + std::string(path);
+}
+std::string NginxServer::oldSecureURL(std::string_view path) const {
+  return "https://127.0.0.1:" + std::to_string(portOf(oldSecure_)) + std::string(path);
 }
 std::string NginxServer::otherSecureURL(std::string_view path) const {
   return "https://127.0.0.1:" + std::to_string(portOf(otherSecure_)) + std::string(path);

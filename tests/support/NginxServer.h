@@ -42,6 +42,8 @@ class NginxServer {
   /// Each takes a path, which starts with "/". The secure ones speak HTTP/2 where the client does too.
   [[nodiscard]] std::string url(std::string_view path) const;
   [[nodiscard]] std::string secureURL(std::string_view path, std::string_view host = "127.0.0.1") const;
+  /// The same without HTTP/2.
+  [[nodiscard]] std::string oldSecureURL(std::string_view path) const;
   /// The certificate here is `otherCertificate()` and names the host "elsewhere.test" alone.
   [[nodiscard]] std::string otherSecureURL(std::string_view path) const;
   [[nodiscard]] std::filesystem::path otherCertificate() const;
@@ -56,6 +58,7 @@ class NginxServer {
   // Bound beside nginx, so that no one else gets the port.
   FileDescriptor plain_;
   FileDescriptor secure_;
+  FileDescriptor oldSecure_;
   FileDescriptor otherSecure_;
   pid_t process_ = -1;
 };

@@ -30,8 +30,11 @@ class URLSessionDataTaskProtocol {
   virtual void cancel() = 0;
 };
 
-/// Runs once for each resumed or cancelled task, on the session's own thread. Body and response may both be
-/// there beside a failure.
+/// Runs once for each resumed or cancelled task, on the session's own thread; not any more once the process
+/// exits. Body and response may both be there beside a failure.
+///
+/// May throw: the session's thread is the library's own, so the process ends after one line on standard
+/// error.
 using DataTaskCompletion =
     std::function<void(std::optional<Data> data, URLResponsePointer response, std::optional<Failure> error)>;
 
