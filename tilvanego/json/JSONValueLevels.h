@@ -2,6 +2,7 @@
 
 #include <tilvanego/json/JSONValue.h>
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,11 +11,15 @@ namespace tilvanego::json::detail {
 /// The arrays and dictionaries that a walk through a value is in, the innermost last, kept on the heap
 /// instead of the stack:
 ///
-///     Levels levels;
-///     for (const JSONValue* one = &whole; one != nullptr; one = levels.next()) {
-///       visit(*one);
-///       levels.enter(*one);
-///     }
+/// ```cpp
+/// void visitAll(const JSONValue& whole, const std::function<void(const JSONValue&)>& visit) {
+///   json::detail::Levels levels;
+///   for (const JSONValue* one = &whole; one != nullptr; one = levels.next()) {
+///     visit(*one);
+///     levels.enter(*one);
+///   }
+/// }
+/// ```
 ///
 /// goes through a whole value, parents first.
 class Levels {
