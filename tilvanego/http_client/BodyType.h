@@ -52,9 +52,11 @@ struct BodyType {
 
 /// Says that bodies of type T are made by a kind of builder of the host's own, so that T needs no JSON form:
 ///
-///     struct Picture { Data pixels; };
-///     template <>
-///     inline constexpr bool tilvanego::isMadeByOwnKind<Picture> = true;
+/// ```cpp
+/// struct Picture { Data pixels; };
+/// template <>
+/// inline constexpr bool tilvanego::isMadeByOwnKind<Picture> = true;
+/// ```
 ///
 /// The configuration's factory then names the kind in `getNonDecodableBuilder`; the library's own kinds end
 /// the process at such a body.

@@ -41,10 +41,14 @@ struct DecodableRequestBuilderErrorCases {
 
 /// Why an answer gave no body: one of the cases above.
 ///
-///     bool hadNoBody(const Failure& failure) {
-///       const auto* why = failure.as<DecodableRequestBuilderError>();
-///       return why != nullptr && why->is<DecodableRequestBuilderError::EmptyDataResponse>();
-///     }
+/// ```cpp
+/// #include <tilvanego/http_client/ErrorResponse.h>
+///
+/// bool isBodyMissing(const ErrorResponse& error) {
+///   const auto* why = error.underlyingFailure().as<DecodableRequestBuilderError>();
+///   return why != nullptr && why->is<DecodableRequestBuilderError::EmptyDataResponse>();
+/// }
+/// ```
 class DecodableRequestBuilderError : public DecodableRequestBuilderErrorCases {
  public:
   // One constructor for each case: a variant's own would ask whether this type makes a `Failure`, and that

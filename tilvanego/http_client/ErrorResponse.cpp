@@ -38,4 +38,7 @@ ErrorResponse ErrorResponse::error(int code, std::optional<Data> data, URLRespon
   }
 }
 
+// Here, since g++ 12 warns in an optimised host whose completion takes its result by value.
+const char* ErrorResponse::what() const noexcept { return payload_->description.c_str(); }
+
 }  // namespace tilvanego

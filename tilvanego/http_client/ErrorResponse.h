@@ -45,7 +45,7 @@ class ErrorResponse final : public std::exception {
 
   /// One line for a developer, such as "request failed with code 404: the status says no success".
   [[nodiscard]] std::string description() const { return payload_->description; }
-  [[nodiscard]] const char* what() const noexcept override { return payload_->description.c_str(); }
+  [[nodiscard]] const char* what() const noexcept override;
 
  private:
   struct Payload {

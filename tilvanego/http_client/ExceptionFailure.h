@@ -11,10 +11,12 @@ namespace tilvanego {
 /// The cause of a failure that came as an exception: of the host's code where the library asked it something,
 /// or of the library's own way, such as `std::bad_alloc`.
 ///
-///     void goOnAfter(const Failure& failure) {
-///       if (const auto* thrown = failure.as<ExceptionFailure>())
-///       std::rethrow_exception(thrown->exception());
-///     }
+/// ```cpp
+/// void goOnAfter(const Failure& failure) {
+///   if (const auto* thrown = failure.as<ExceptionFailure>())
+///   std::rethrow_exception(thrown->exception());
+/// }
+/// ```
 class ExceptionFailure {
  public:
   /// `exception` isn't null.

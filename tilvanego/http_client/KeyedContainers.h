@@ -16,23 +16,26 @@
 
 /// JSON objects written and read key by key, for the codecs of types that no table of fields describes:
 ///
-///     struct Ticket {
-///       double price = 0;
-///       std::map<std::string, std::string> notes;
-///     };
-///     template <>
-///     struct json::Codec<Ticket> {
-///       static bool write(Writer& writer, const Ticket& ticket) {
-///         KeyedEncodingContainer<> fields(writer);
-///         return fields.open() && fields.encode(ticket.price, "price") &&
-///                fields.encodeMap(ticket.notes) && fields.close();
-///       }
-///       static bool read(Reader& reader, Ticket& ticket) {
-///         KeyedDecodingContainer<> fields(reader);
-///         return fields.open() && fields.decode(ticket.price, "price") &&
-///                fields.decodeMap(ticket.notes, {"price"});
-///       }
-///     };
+/// ```cpp
+/// struct Ticket {
+///   Decimal price;
+///   std::map<std::string, std::string> notes;
+/// };
+///
+/// template <>
+/// struct tilvanego::json::Codec<Ticket> {
+///   static bool write(Writer& writer, const Ticket& ticket) {
+///     KeyedEncodingContainer<> fields(writer);
+///     return fields.open() && fields.encode(ticket.price, "price") &&
+///            fields.encodeMap(ticket.notes) && fields.close();
+///   }
+///   static bool read(Reader& reader, Ticket& ticket) {
+///     KeyedDecodingContainer<> fields(reader);
+///     return fields.open() && fields.decode(ticket.price, "price") &&
+///            fields.decodeMap(ticket.notes, {"price"});
+///   }
+/// };
+/// ```
 ///
 /// Every operation returns false after a failure, which it leaves in the writer or the reader. A `Decimal` is
 /// a text on the wire, never a number.

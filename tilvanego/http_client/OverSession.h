@@ -24,10 +24,12 @@ class OverSession : public Kind {
 /// The factory for a configuration whose requests go out by a session of the host's: one with a proxy or a
 /// certificate of its own, or one in memory.
 ///
-///     const auto session = std::make_shared<URLSession>(URLSessionConfiguration{.proxy =
-///     "http://proxy.example:3128"});
-///     OstrelTilvanePoiModelsAPIConfiguration::shared()->setRequestBuilderFactory(
-///         std::make_shared<FactoryOverSession<>>(session));
+/// ```cpp
+/// void sendBy(std::shared_ptr<URLSessionProtocol> session) {
+///   OstrelTilvanePoiModelsAPIConfiguration::shared()->setRequestBuilderFactory(
+///       std::make_shared<FactoryOverSession<>>(session));
+/// }
+/// ```
 template <std::derived_from<URLSessionRequestBuilder> NonDecodable = URLSessionRequestBuilder,
           std::derived_from<URLSessionRequestBuilder> Decodable = URLSessionDecodableRequestBuilder>
 class FactoryOverSession : public RequestBuilderFactory {

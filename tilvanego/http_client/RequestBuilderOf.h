@@ -57,13 +57,17 @@ Task<Response<T>> typedTask(Task<AnyResponse> sending) {
 /// `Bytes`, `URL` (the body goes to a file, of which this is the URL), `Empty`, or whatever can be read from
 /// JSON: a record, a list, a map, a `JSONValue`, an optional of these for an answer that may have no body.
 ///
-///     const auto configuration = OstrelTilvanePoiModelsAPIConfiguration::shared();
-///     auto builder = makeRequestBuilder<std::string>(
-///         {.method = "GET", .URLString = configuration->basePath() + "/terminals/4711"});
-///     builder.addHeader("Accept-Language", "de")
-///         .execute([](const std::expected<Response<std::string>, ErrorResponse>& result) {
-///           std::puts(result ? result->body.c_str() : result.error().what());
-///         });
+/// ```cpp
+/// #include <tilvanego/json/JSONValue.h>
+///
+/// void fetchTerminal(std::function<void(JSONValue)> show) {
+///   makeRequestBuilder<JSONValue>({.method = "GET", .URLString = "https://terminal.example/terminals/4711"})
+///       .addHeader("Accept-Language", "de")
+///       .execute([show](RequestBuilderOf<JSONValue>::Result result) {
+///         if (result) show(result->body);
+///       });
+/// }
+/// ```
 ///
 /// A copy is the same builder. See `RequestBuilder`, reached by `->`, for all operations.
 template <std::copy_constructible T>

@@ -33,10 +33,12 @@ struct HeaderNameLess {
 
 /// Header fields as texts. A name is found whatever its case, and shown as it was written:
 ///
-///     std::string typeOf(const ResponseHeader& header) {
-///       const auto found = header.find("Content-Type");
-///       return found != header.end() ? found->second : "";
-///     }
+/// ```cpp
+/// std::string typeOf(const ResponseHeader& header) {
+///   const auto found = header.find("Content-Type");
+///   return found != header.end() ? found->second : "";
+/// }
+/// ```
 using ResponseHeader = std::map<std::string, std::string, HeaderNameLess>;
 
 namespace detail {

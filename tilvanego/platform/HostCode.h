@@ -37,16 +37,6 @@ bool runListener(std::string_view callback, Call&& call) noexcept {
   }
 }
 
-/// Runs `call` on a thread of the library's, for completions.
-template <class Call>
-void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
-  try {
-    std::forward<Call>(call)();
-  } catch (...) {
-    endForException(callback);
-  }
-}
-
 /// Marks the calling thread as one of the library's own while it lives.
 class OwnThread {
  public:
@@ -56,7 +46,18 @@ class OwnThread {
   ~OwnThread();
 };
 
-/// Whether the calling thread is so marked. A completion that may run on either kind of thread asks.
+/// Whether the calling thread is so marked. What may run a completion on either kind of thread asks.
 [[nodiscard]] bool isOwnThread() noexcept;
+
+/// Runs `call` on a thread of the library's, for completions.
+template <class Call>
+void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
+  const OwnThread marked;
+  try {
+    std::forward<Call>(call)();
+  } catch (...) {
+    endForException(callback);
+  }
+}
 
 }  // namespace tilvanego::detail

@@ -1,7 +1,5 @@
 #include <tilvanego/platform/network/curl/SessionLoop.h>
 
-#include <tilvanego/platform/HostCode.h>
-
 #include <algorithm>
 #include <climits>
 #include <csignal>
@@ -69,10 +67,7 @@ void SessionLoop::lookAt(std::shared_ptr<SessionTask> task) {
 
 // Expects the mutex to be held. After the session's end there is nobody left to wait for a thread.
 void SessionLoop::startThread() {
-  std::thread thread([loop = shared_from_this()] {
-    const OwnThread marked;
-    loop->run();
-  });
+  std::thread thread([loop = shared_from_this()] { loop->run(); });
   running_ = true;
   if (closed_) {
     thread.detach();

@@ -1,5 +1,6 @@
 #include <tilvanego/platform/network/curl/SessionTask.h>
 
+#include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/network/curl/SessionLoop.h>
 
 #include <utility>
@@ -53,7 +54,9 @@ void SessionTask::finish(std::optional<Data> data, URLResponsePointer response,
   if ((state_.fetch_or(finished) & finished) != 0) return;
   request_ = URLRequest();
   const auto completion = std::exchange(completion_, nullptr);
-  if (completion) completion(std::move(data), std::move(response), std::move(error));
+  if (!completion) return;
+  runOnOwnThread("the completion of a URL session task",
+                 [&] { completion(std::move(data), std::move(response), std::move(error)); });
 }
 
 }  // namespace tilvanego::detail
