@@ -30,6 +30,12 @@ void writeLine(std::string_view callback, std::string_view consequence) {
 
 }  // namespace
 
+OwnThread::OwnThread() noexcept { ownThread = true; }
+
+OwnThread::~OwnThread() { ownThread = false; }
+
+bool isOwnThread() noexcept { return ownThread; }
+
 void reportDroppedException(std::string_view callback) noexcept {
   try {
     writeLine(callback, "; the exception is dropped.");
@@ -47,11 +53,5 @@ void endForException(std::string_view callback, std::string_view reason) noexcep
   }
   std::abort();
 }
-
-OwnThread::OwnThread() noexcept { ownThread = true; }
-
-OwnThread::~OwnThread() { ownThread = false; }
-
-bool isOwnThread() noexcept { return ownThread; }
 
 }  // namespace tilvanego::detail

@@ -39,16 +39,6 @@ bool runListener(std::string_view callback, Call&& call) noexcept {
   }
 }
 
-/// Runs `call` on a thread of the library's, for completions.
-template <class Call>
-void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
-  try {
-    std::forward<Call>(call)();
-  } catch (...) {
-    endForException(callback);
-  }
-}
-
 /// Posts to a main queue of the host's. What is told there is told nowhere else: the process ends if it
 /// throws.
 template <class Queue, class Block>
@@ -69,7 +59,18 @@ class OwnThread {
   ~OwnThread();
 };
 
-/// Whether the calling thread is so marked. A completion that may run on either kind of thread asks.
+/// Whether the calling thread is so marked. What may run a completion on either kind of thread asks.
 [[nodiscard]] bool isOwnThread() noexcept;
+
+/// Runs `call` on a thread of the library's, for completions.
+template <class Call>
+void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
+  const OwnThread marked;
+  try {
+    std::forward<Call>(call)();
+  } catch (...) {
+    endForException(callback);
+  }
+}
 
 }  // namespace tilvanego::detail

@@ -1,7 +1,5 @@
 #include <tilvanego/platform/network/curl/SessionLoop.h>
 
-#include <tilvanego/platform/HostCode.h>
-
 #include <algorithm>
 #include <climits>
 #include <csignal>
@@ -142,7 +140,6 @@ void SessionLoop::close() {
 // The TLS library's data of this thread go while the thread is inside. Else the system would have them go
 // when the thread has ended for everybody else.
 void SessionLoop::runThread(std::shared_ptr<SessionLoop> loop) noexcept {
-  const OwnThread marked;
   auto& gate = loop->gate_;
   gate.enter();
   loop->run();
