@@ -1,3 +1,6 @@
+#include <cstdio>
+#include <string>
+
 #include <CLI/CLI.hpp>
 
 #include "CallbackCommand.h"
@@ -7,6 +10,21 @@
 #include "ModelCommand.h"
 #include "SandboxCommand.h"
 #include "SendCommand.h"
+
+namespace {
+
+/// What nobody expected on the command line: options by their names, and no values, since these may be links
+/// with a token in them, of which a shell has cut off a piece at an "&".
+std::string notExpected(const CLI::App& program) {
+  std::string names;
+  for (const std::string& text : program.remaining(true)) {
+    const bool isOption = text.size() > 1 && text.starts_with('-');
+    names.append(names.empty() ? "" : ", ").append(isOption ? text.substr(0, text.find('=')) : "an argument");
+  }
+  return names;
+}
+
+}  // namespace
 
 int main(int argumentCount, char** arguments) {
   using namespace tilvanego::program;
@@ -27,6 +45,10 @@ int main(int argumentCount, char** arguments) {
     program.parse(argumentCount, arguments);
   } catch (const CLI::RuntimeError& ended) {
     return ended.get_exit_code();
+  } catch (const CLI::ExtrasError&) {
+    std::fprintf(stderr, "Not expected: %s\nRun with --help for more information.\n",
+                 notExpected(program).c_str());
+    return exitWrongUsage;
   } catch (const CLI::ParseError& error) {
     return program.exit(error) == 0 ? exitDone : exitWrongUsage;
   }

@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -24,12 +22,14 @@ namespace tilvanego::test {
 namespace {
 
 // In links and in JSON other characters are escaped than letters and digits: a piece is found in every form.
-constexpr std::string_view longToken = "Hd7gQ2xw/9Kp4Ztb1+\"Lm8Vc3Rn";
+constexpr std::string_view longToken = "Hd7gQ2xw/9Kp4Ztb1+\"Lm8Vc3Rn\"and/so/on/for/ever/and/one/day";
 // So short that it lies in the record itself.
 constexpr std::string_view shortToken = "S4x9Tq2LmB7";
-constexpr std::array tokens{longToken, shortToken};
 
-FreedMemoryWatch watchTokens() { return FreedMemoryWatch({"Hd7gQ2xw", "9Kp4Ztb1", "Lm8Vc3Rn", shortToken}); }
+FreedMemoryWatch watchTokens() {
+  // A short text that was moved or cut lacks its first character alone.
+  return FreedMemoryWatch({"Hd7gQ2xw", "9Kp4Ztb1", "Lm8Vc3Rn", shortToken.substr(1)});
+}
 
 /// Text that no compression makes short enough for a link.
 const std::string& endlessNotes() {
@@ -243,7 +243,8 @@ TEST_P(FreedMemory, IsLookedThrough) {
   EXPECT_NE(watch.found(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Tokens, FreedMemory, testing::ValuesIn(tokens));
+INSTANTIATE_TEST_SUITE_P(Tokens, FreedMemory, testing::Values(longToken, shortToken),
+                         [](const auto& token) { return token.index == 0 ? "Long" : "Short"; });
 
 }  // namespace
 }  // namespace tilvanego::test

@@ -47,6 +47,13 @@ class SandboxCommand(unittest.TestCase):
                 (("--answer", "pasteboard", PAYMENT.format("1")), "the answer needs a pasteboard"),
                 (("--outcome", "expired", "--answer", "gzip", PAYMENT.format("1")),
                  "the outcome expired needs an answer by pasteboard, and this one travels by gzip"),
+                (("--word", "saved", PAYMENT.format("1")),
+                 "the word \"saved\" isn't payment's for the outcome approve: approved, success, succeeded, completed"),
+                (("--word", "declined", "--outcome", "no-status", PAYMENT.format("1")),
+                 "the outcome no-status has no status word to choose"),
+                ((PAYMENT.format("1").replace("s3cret", ""),), "the link's basic_token is blank"),
+                ((PAYMENT.format("1").replace("CERT", "cert"),),
+                 "the link's environment is \"cert\", which is none of STAGING, CERT and PROD"),
                 (("--fault", "not-json", PAYMENT.format("1")), "the fault not-json needs an answer by gzip or "),
                 (("--open", "false", PAYMENT.format("1")), "the callback URL was not opened by: false"),
                 (("--open", "/no/such/program", PAYMENT.format("1")), "the callback URL was not opened by: "),
@@ -61,11 +68,39 @@ class SandboxCommand(unittest.TestCase):
     def test_wrong_usage_is_told_apart(self):
         link = PAYMENT.format("1")
         for arguments in [(), (link, link), ("--outcome", "perhaps", link), ("--answer", "fax", link),
-                          ("--fault", "fax", link), ("--pasteboard", "fax", link),
+                          ("--fault", "fax", link), ("--word", "fax", link), ("--keys", "fifth", link),
+                          ("--pasteboard", "fax", link),
                           ("--open", "'", link), ("--open", "", link), ("--colour", link)]:
             with self.subTest(arguments):
                 done = sandbox(*arguments)
                 self.assertEqual((done.returncode, done.stdout), (2, ""))
+
+    def test_usage_errors_repeat_no_link(self):
+        done = sandbox("--colour=s3cret", PAYMENT.format("1"), "basic_token=s3cret")
+        self.assertEqual((done.returncode, done.stdout), (2, ""))
+        self.assertTrue(done.stderr.startswith("Not expected: "), done.stderr)
+        self.assertIn("--colour", done.stderr)
+        self.assertNotIn("s3cret", done.stderr)
+
+    def test_words_and_keys_are_the_ones_asked_for(self):
+        for arguments, callback in [
+                (("--word", "succeeded", "--keys", "second"),
+                 "requestId=A-1&result=succeeded&processorMessage=Approved&approvalCode="),
+                (("--outcome", "cancel", "--word", "canceled", "--keys", "third"),
+                 "session_id=A-1&result=canceled&message=Cancelled%20on%20the%20terminal"),
+                (("--outcome", "decline", "--word", "rejected", "--keys", "fourth"),
+                 "sessionId=A-1&result=rejected&message=Declined%20by%20the%20issuer&txn_id="),
+                (("--outcome", "fail", "--word", "error", "--keys", "camelCase"),
+                 "requestId=A-1&status=error&processorMessage="),
+                (("--keys", "first"), "request_id=A-1&status=approved&processor_message=Approved&approval_code="),
+        ]:
+            with self.subTest(arguments):
+                done = sandbox(*arguments, PAYMENT.format("1"))
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                self.assertTrue(done.stdout.splitlines()[-1].startswith("shop://done?" + callback), done.stdout)
+        link = "tilvanego://payment/v1/getTransactionList?return_url=shop://done"
+        for keys, name in [("second", "&transaction_list="), ("camelCase", "&transactionList=")]:
+            self.assertIn(name, sandbox("--keys", keys, "--word", "completed", link).stdout)
 
     def test_help_shows_the_amounts_that_decide(self):
         self.assertIn(".01 decline, .02 cancel, .03 fail, .04 silent, .05 wrong-id, .06 no-status, .07 unknown-status, "
