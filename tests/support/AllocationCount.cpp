@@ -4,10 +4,30 @@
 #include <cstdlib>
 #include <new>
 
+#ifdef __APPLE__
+#include <malloc/malloc.h>
+#else
+#include <malloc.h>
+#endif
+
 namespace {
 
 std::atomic<std::size_t> allocations = 0;
 std::atomic<std::size_t> bytes = 0;
+std::atomic<std::size_t> live = 0;
+std::atomic<std::size_t> peak = 0;
+
+std::size_t sizeOf(void* memory) {
+#ifdef __APPLE__
+  return malloc_size(memory);
+#else
+  return malloc_usable_size(memory);
+#endif
+}
+
+void countEnd(void* memory) {
+  if (memory != nullptr) live -= sizeOf(memory);
+}
 
 }  // namespace
 
@@ -15,15 +35,31 @@ std::size_t tilvanego::test::allocationCount() { return allocations; }
 
 std::size_t tilvanego::test::allocatedBytes() { return bytes; }
 
+std::size_t tilvanego::test::liveBytes() { return live; }
+
+std::size_t tilvanego::test::peakBytes() { return peak; }
+
+void tilvanego::test::forgetPeakBytes() { peak = live.load(); }
+
 // The array forms call these. They stand apart from the tests, or g++ would inline one of a pair and warn of
 // a mismatch.
 void* operator new(std::size_t size) {
   ++allocations;
   bytes += size;
-  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
+  void* const memory = std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  const std::size_t now = live += sizeOf(memory);
+  for (std::size_t former = peak; former < now && !peak.compare_exchange_weak(former, now);) {
+  }
+  return memory;
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+  countEnd(memory);
+  std::free(memory);
+}
 
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept {
+  countEnd(memory);
+  std::free(memory);
+}

@@ -11,6 +11,21 @@ std::size_t allocationCount();
 /// How many bytes it has asked for in all of these calls.
 std::size_t allocatedBytes();
 
+/// The bytes that are allocated now, as the allocator rounds them, and the most that ever were since the peak
+/// was forgotten.
+std::size_t liveBytes();
+std::size_t peakBytes();
+void forgetPeakBytes();
+
+/// How many bytes more than before `action` has at once.
+template <typename Action>
+std::size_t peakBytesOf(Action action) {
+  const std::size_t before = liveBytes();
+  forgetPeakBytes();
+  action();
+  return peakBytes() - before;
+}
+
 /// How often `action` allocates.
 template <typename Action>
 std::size_t allocationsOf(Action action) {

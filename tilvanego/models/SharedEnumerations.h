@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/json/Reflection.h>
 #include <tilvanego/values/RawText.h>
 
 namespace tilvanego::models {
@@ -12,10 +13,12 @@ namespace tilvanego::models {
 /// as the last case, `unknownDefaultOpenApi`, and no failure. The text that came in is lost: the case is
 /// written by its own.
 ///
+///     enum class Tide { high, low, unknownDefaultOpenApi };
+///
 ///     template <>
-///     struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> {
-///       using enum models::Status;
-///       static constexpr std::array table{row(approved, "APPROVED"), ..., fallbackRow};
+///     struct tilvanego::RawTexts<Tide> : tilvanego::models::OpenRawTexts<Tide> {
+///       using enum Tide;
+///       static constexpr std::array table{row(high, "HIGH"), row(low, "LOW"), fallbackRow};
 ///     };
 template <class Enumeration>
 struct OpenRawTexts {
@@ -67,6 +70,18 @@ enum class CardBrand {
   dinersClub,
   unknownDefaultOpenApi,  ///< any text that this library doesn't know
 };
+
+/// An enumeration that isn't inside a record.
+template <typename Enumeration>
+concept TopLevelEnumeration =
+    HasUnknownCase<Enumeration> &&
+    json::detail::typeName<Enumeration>.rfind("::") == std::string_view("tilvanego::models").size();
+
+/// True for the case `unknownDefaultOpenApi`. The enumerations inside records don't tell.
+template <TopLevelEnumeration Enumeration>
+constexpr bool containsUnknownDefaultOpenApiCase(Enumeration value) {
+  return value == Enumeration::unknownDefaultOpenApi;
+}
 
 }  // namespace tilvanego::models
 
