@@ -37,6 +37,14 @@ void checkRecord(const RecordType& type, const AnyRecord& record) {
   record.visitRules([](const std::string& path, const models::RuledValue&) { require(!path.empty()); });
 }
 
+// Within limits the same comes out, or a refusal that says so.
+void checkLimits(const RecordType& type, std::string_view text, const AnyRecord& record) {
+  for (const JSONLimits& limits : {JSONLimits{.elements = 6}, JSONLimits{.memory = 2000}}) {
+    const auto limited = type.decode(text, limits);
+    require(limited ? *limited == record : limited.error().failure == JSONFailure::beyondLimit);
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -47,5 +55,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const RecordType& type = models::recordTypes()[data[0] % models::recordTypes().size()];
   const auto record = type.decode(text);
   record ? checkRecord(type, *record) : checkFault(record.error(), text.size());
+  if (record) checkLimits(type, text, *record);
   return 0;
 }

@@ -107,6 +107,23 @@ TEST(CodableHelper, HandsOnTheJSONLayersOwnFailure) {
   ASSERT_FALSE(notFinite);
   EXPECT_EQ(notFinite.error().failure, JSONFailure::notFinite);
   EXPECT_EQ(notFinite.error().path(), "amount");
+
+  const auto noYear = helper.encode(Visit{{}, Date::fromSecondsSince1970(1e12), {}});
+  ASSERT_FALSE(noYear);
+  EXPECT_EQ(noYear.error().report(), "at: a date outside the years that can be written");
+}
+
+TEST(CodableHelper, RefusesABodyBeyondTheDecodersLimits) {
+  CodableHelper helper;
+  std::string large = "[";
+  for (int i = 0; i < 1'000'000; ++i) large += "[0],";
+  large.back() = ']';
+  EXPECT_TRUE(helper.decode<JSONValue>(Data("[[0],[0]]")));
+  helper.updateJsonDecoder([](JSONDecoder& decoder) { decoder.limits.memory = 1'000'000; });
+  EXPECT_EQ(helper.decode<JSONValue>(Data(large)).error().failure, JSONFailure::beyondLimit);
+  helper.updateJsonDecoder([](JSONDecoder& decoder) { decoder.limits = {.elements = 3}; });
+  EXPECT_EQ(helper.decode<JSONValue>(Data("[[0],[0]]")).error().report(),
+            "[1]: more than 3 elements (byte 6)");
 }
 
 TEST(CodableHelper, AFormatterThatThrowsIsAFailure) {

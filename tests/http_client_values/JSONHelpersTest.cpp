@@ -96,6 +96,10 @@ TEST(NullEncodable, LeavesAFieldOutOrWritesNull) {
   EXPECT_TRUE(json::decode<Patch>(R"({"isLast":true})")->name.isNothing());
   EXPECT_TRUE(json::decode<Patch>(R"({"name":null,"isLast":true})")->name.isNull());
   EXPECT_TRUE(json::decode<Patch>(R"({"name":7,"isLast":true})")->name.isNothing());
+  Patch used{Name::encodeValue("x"), MaybeInt::encodeNull(), false};
+  json::Reader reader(R"({"isLast":true})");
+  EXPECT_TRUE(json::Codec<Patch>::read(reader, used));
+  EXPECT_TRUE(used.name.isNothing() && !used.size) << "nothing is left of a former value";
 
   const auto inList = json::encode(std::vector{MaybeInt::encodeValue(1), MaybeInt()});
   ASSERT_FALSE(inList);
@@ -120,6 +124,30 @@ TEST(KeyedContainers, WriteAmountsAsTextsAndLeaveAbsentValuesOut) {
   ticket.note = NullEncodable<std::string>::encodeNull();
   ticket.others.clear();
   EXPECT_EQ(json::encode(ticket), R"({"price":"1234","tip":"1234.5","seats":[4,2],"tags":[],"note":null})");
+}
+
+TEST(KeyedContainers, WriteAndReadAmountsInListsAsTexts) {
+  const std::vector<Decimal> amounts = {*Decimal::parse("1.23456"), Decimal(10)};
+  json::Writer writer;
+  KeyedEncodingContainer<> written(writer);
+  EXPECT_TRUE(written.open() && written.encodeArray(amounts, "a") &&
+              written.encodeArrayIfPresent(std::optional(amounts), "b") &&
+              written.encodeMap(std::map<std::string, Decimal>{{"c", 1}}) && written.close());
+  const std::string text = writer.take();
+  EXPECT_EQ(text, R"({"a":["1.235","10"],"b":["1.235","10"],"c":"1"})");
+
+  json::Reader reader(text);
+  KeyedDecodingContainer<> read(reader);
+  std::vector<Decimal> back;
+  EXPECT_TRUE(read.open() && read.decodeArray(back, "a"));
+  EXPECT_EQ(back.at(1), Decimal(10));
+}
+
+TEST(KeyedContainers, RefuseAKeyThatIsNoCase) {
+  json::Writer writer;
+  KeyedEncodingContainer<models::Status> fields(writer);
+  EXPECT_FALSE(fields.open() && fields.encode(1, static_cast<models::Status>(99)));
+  EXPECT_EQ(writer.error().report(), "$: a key that is no case of its enumeration");
 }
 
 TEST(KeyedContainers, StopAtTheFirstValueThatCannotBeWritten) {
@@ -189,6 +217,12 @@ TEST(KeyedContainers, AreBoundInDepthAndTime) {
   std::string many = R"({"price":"1","seats":[],"\u006eote":")" + std::string(1'000'000, '\\') + "\"";
   for (int i = 0; i < 20'000; ++i) many += ",\"k" + std::to_string(i) + "\":true";
   EXPECT_EQ(readTicket(many + "}").others.size(), 20'000u);
+  // The pieces share the limits of the whole.
+  for (const JSONLimits& limits : {JSONLimits{.elements = 19'000}, JSONLimits{.memory = 3'000'000}}) {
+    EXPECT_EQ(json::decode<Ticket>(many + "}", nullptr, limits).error().failure, JSONFailure::beyondLimit);
+  }
+  EXPECT_EQ(json::decode<NullEncodable<std::vector<int>>>("[1]", nullptr, {.memory = 1}).error().report(),
+            "[0]: what was read takes more than 1 bytes of memory (byte 0)");
 }
 
 TEST(CodingKey, IsATextAndNeverANumber) {

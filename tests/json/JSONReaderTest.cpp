@@ -2,6 +2,10 @@
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -137,18 +141,79 @@ TEST(JSONReader, LargeTextsAreReadInOneGo) {
   EXPECT_TRUE(json::decode<Empty>(keys + "\"last\":0}").has_value());
 }
 
-TEST(JSONReader, IntegersKeepAllTheirBitsAndTheirRange) {
-  EXPECT_EQ(json::decode<std::int64_t>("9223372036854775807"), INT64_MAX);
-  EXPECT_EQ(json::decode<std::int64_t>("-9223372036854775808"), INT64_MIN);
-  for (const char* beyond :
-       {"9223372036854775808", "-9223372036854775809", "18446744073709551617", "100000000000000000000",
-        "1e19", "9223372036854775807.0", "0.5", "1e-1", "1e999999999999"}) {
-    const auto value = json::decode<std::int64_t>(beyond);
-    ASSERT_FALSE(value.has_value()) << beyond;
-    EXPECT_EQ(value.error().failure, JSONFailure::numberOutOfRange);
+template <typename Number>
+std::string readAs(const char* text) {
+  const auto value = json::decode<Number>(text);
+  if (!value) return value.error().failure == JSONFailure::numberOutOfRange ? "refused" : "no number";
+  return json::encode(*value).value();
+}
+
+TEST(JSONReader, IntegersAreExactHoweverTheyAreWritten) {
+  struct Case {
+    const char* text;
+    const char* asSigned;
+    const char* asUnsigned;
+  };
+  static constexpr Case cases[] = {
+      {"9223372036854775807", "9223372036854775807", "9223372036854775807"},
+      {"-9223372036854775808", "-9223372036854775808", "refused"},
+      {"9007199254740993.0", "9007199254740993", "9007199254740993"},
+      {"9223372036854775807.000", "9223372036854775807", "9223372036854775807"},
+      {"9223372036854775807.0000000000000000000000", "9223372036854775807", "9223372036854775807"},
+      {"-922337203685477580.80e1", "-9223372036854775808", "refused"},
+      {"1000000000000000000000000e-6", "1000000000000000000", "1000000000000000000"},
+      {"0.000000000000000000000009007199254740993e39", "9007199254740993", "9007199254740993"},
+      {"9223372036854775808", "refused", "9223372036854775808"},
+      {"18446744073709551615", "refused", "18446744073709551615"},
+      {"1844674407370955161.5e1", "refused", "18446744073709551615"},
+      {"18446744073709551616", "refused", "refused"},
+      {"-9223372036854775809", "refused", "refused"},
+      {"18446744073709551617", "refused", "refused"},
+      {"1e19", "refused", "10000000000000000000"},
+      {"1e20", "refused", "refused"},
+      {"-0", "0", "0"},
+      {"-0.0", "0", "0"},
+      {"-1", "-1", "refused"},
+      {"1e-400", "0", "0"},
+      {"0.5", "refused", "refused"},
+      {"1e-1", "refused", "refused"},
+      {"9007199254740992.5", "refused", "refused"},
+      {"1.00000000000000000001", "refused", "refused"},
+      {"1e999999999999", "refused", "refused"},
+  };
+  for (const auto& [text, asSigned, asUnsigned] : cases) {
+    EXPECT_EQ(readAs<std::int64_t>(text), asSigned) << text;
+    EXPECT_EQ(readAs<std::uint64_t>(text), asUnsigned) << text;
   }
-  EXPECT_EQ(json::decode<std::int8_t>("-128"), std::int8_t{-128});
-  EXPECT_EQ(json::decode<std::int8_t>("128").error().failure, JSONFailure::numberOutOfRange);
+  EXPECT_EQ(json::decode<JSONValue>("9007199254740993.0"), JSONValue(9007199254740993));
+  EXPECT_EQ(readAs<std::int8_t>("-128"), "-128");
+  EXPECT_EQ(readAs<std::int8_t>("128"), "refused");
+  EXPECT_EQ(readAs<std::uint8_t>("255"), "255");
+  EXPECT_EQ(readAs<std::uint16_t>("65536"), "refused");
+}
+
+TEST(JSONReader, FloatsAreTheNearestAndWrittenByTheirShortestText) {
+  for (const char* text :
+       {"0", "-0", "0.1", "3.4028235e+38", "1e-45", "16777216", "1.6777218e+07", "0.0001", "9.999e-05"})
+    EXPECT_EQ(readAs<float>(text), text);
+  // The nearest double lies halfway between two floats, and the number on one side.
+  EXPECT_EQ(json::decode<float>("1.00000005960464477540"), 1.0000001F);
+  EXPECT_EQ(json::decode<float>("1.00000005960464477538"), 1.0F);
+  EXPECT_EQ(readAs<float>("3.5e38"), "refused");
+  EXPECT_EQ(readAs<float>("1e-46"), "refused");
+}
+
+TEST(JSONReader, AnArrayHasExactlyItsCountOfElements) {
+  using Corners = std::map<std::string, std::array<int, 2>>;
+  EXPECT_EQ(json::decode<Corners>(R"({"a":[1,2]})"), (Corners{{"a", {1, 2}}}));
+  EXPECT_EQ(json::encode(Corners{{"a", {1, 2}}}), R"({"a":[1,2]})");
+  const std::pair<const char*, const char*> refusals[] = {
+      {R"({"a":[1]})", "a: expected a list of 2, found 1"},
+      {R"({"a":[1,2,3]})", "a: expected a list of 2, found more"},
+      {R"({"a":[1,"2"]})", "a[1]: expected a number, found a text"},
+      {R"({"a":null})", "a: expected a list, found null"},
+  };
+  for (const auto& [text, report] : refusals) EXPECT_EQ(json::decode<Corners>(text).error().report(), report);
 }
 
 TEST(JSONReader, DoublesAreTheNearestToTheirDigits) {
@@ -181,27 +246,73 @@ TEST(JSONReader, AnErrorNamesThePathAndWhatStoodThere) {
   EXPECT_EQ(json::decode<bool>("null").error().description(), "expected true or false, found null");
 }
 
-TEST(JSONValue, CasesAreKeptApartAndLookUpsNeverFail) {
-  const auto value = json::decode<JSONValue>(R"({"list":[1,2.5,"x"],"flag":true,"none":null})");
+TEST(JSONReader, AnErrorShowsNothingThatALogWouldObey) {
+  const auto read = json::decode<std::map<std::string, std::map<std::string, int>>>(
+      "{\"a\\u001b[2J\\n\":{\"\u202e\u2066x\u0085\u2028\ufeff\u00e9\":\"\"}}");
+  EXPECT_EQ(read.error().path(), "[\"a\\u001b[2J\\n\"][\"\\u202e\\u2066x\\u0085\\u2028\\ufeff\u00e9\"]");
+  const JSONError own{.failure = JSONFailure::invalidValue, .detail = "key \u202e\x1b\xff"};
+  EXPECT_EQ(own.report(), "$: key \\u202e\\u001b\ufffd");
+  const JSONError missing{.failure = JSONFailure::missingKey, .detail = "a\nb"};
+  EXPECT_EQ(missing.description(), "a\\u000ab is missing");
+}
+
+TEST(JSONValue, SubscriptsChainAndNeverFail) {
+  const auto value = json::decode<JSONValue>(R"({"list":[1,2.5,"x",[{"a":true}]],"flag":true,"none":null})");
   ASSERT_TRUE(value.has_value());
-  ASSERT_NE((*value)["list"], nullptr);
-  const JSONValue& list = *(*value)["list"];
-  EXPECT_EQ(list[0]->intValue(), 1);
-  EXPECT_EQ(list[0]->doubleValue(), std::nullopt);
-  EXPECT_EQ(list[1]->doubleValue(), 2.5);
-  EXPECT_EQ(*list[2]->stringValue(), "x");
-  EXPECT_EQ(list[-1], nullptr);
-  EXPECT_EQ(list[3], nullptr);
-  EXPECT_EQ(list["list"], nullptr);
-  EXPECT_EQ((*value)["missing"], nullptr);
-  EXPECT_TRUE((*value)["none"]->isNull());
-  EXPECT_EQ((*value)["flag"]->boolValue(), true);
+  const JSONValue& document = *value;
+  EXPECT_EQ(document["list"][0].intValue(), 1);
+  EXPECT_EQ(document["list"][0]->doubleValue(), std::nullopt);
+  EXPECT_EQ(document["list"][1].doubleValue(), 2.5);
+  EXPECT_EQ(*document["list"][2].stringValue(), "x");
+  EXPECT_EQ(document["list"][3][0]["a"].boolValue(), true);
+  EXPECT_EQ(*document["list"][3], JSONValue::array({JSONValue::dictionary({{"a", true}})}));
+  EXPECT_TRUE(document["none"] && document["none"].isNull());
+  EXPECT_EQ(document["flag"].get(), &document.dictionaryValue()->at("flag"));
+
+  const JSONLookup absent[] = {
+      document["list"][-1],
+      document["list"][4],
+      document["list"][SIZE_MAX],
+      document["list"][INT64_MIN],
+      document["list"]["list"],
+      document["missing"],
+      document["missing"][0],
+      document["missing"]["x"][1][2],
+      document["flag"][0],
+      document["none"]["x"],
+      document[0],
+      JSONLookup(),
+  };
+  for (const JSONLookup& one : absent) {
+    EXPECT_FALSE(one);
+    EXPECT_EQ(one, nullptr);
+    EXPECT_EQ(one.intValue(), std::nullopt);
+    EXPECT_EQ(one.stringValue(), nullptr);
+    EXPECT_FALSE(one.isNull() || one.isArray() || one.isString());
+    EXPECT_FALSE(one[0] || one["x"]);
+  }
+  EXPECT_DEATH((void)*document["missing"], "there is no value here");
+}
+
+TEST(JSONValue, CasesAreKeptApartAndCopiesAreWhole) {
   EXPECT_NE(JSONValue(1), JSONValue(1.0));
+  EXPECT_NE(JSONValue(JSONValue::Array()), JSONValue(JSONValue::Dictionary()));
+  EXPECT_NE(JSONValue(""), JSONValue());
   const JSONValue built = JSONValue::dictionary(
       {{"none", nullptr}, {"flag", false}, {"list", JSONValue::array({1, 2.5, "x"})}, {"flag", true}});
-  EXPECT_EQ(built, *value);
-  EXPECT_EQ(built.hash(), value->hash());
-  EXPECT_NE(built.hash(), list.hash());
+  EXPECT_EQ(json::encode(built), R"({"flag":true,"list":[1,2.5,"x"],"none":null})");
+  JSONValue copy = built;
+  EXPECT_EQ(copy, built);
+  EXPECT_EQ(copy.hash(), built.hash());
+  EXPECT_NE(built.hash(), built["list"]->hash());
+  EXPECT_NE(JSONValue::array({1, 2}), JSONValue::array({1, 3}));
+  EXPECT_NE(JSONValue::dictionary({{"a", 1}}), JSONValue::dictionary({{"b", 1}}));
+  const JSONValue moved = std::move(copy);
+  EXPECT_EQ(moved, built);
+  EXPECT_EQ(copy, JSONValue(JSONValue::Dictionary())) << "a moved-from dictionary is an empty one";
+  copy = *built["list"];
+  copy = *copy[2];
+  EXPECT_EQ(copy, JSONValue("x")) << "a value may be replaced by one inside it";
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <tilvanego/json/JSON.h>
-#include <tilvanego/json/ValueCodecs.h>
+#include <array>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace tilvanego {
@@ -206,6 +209,43 @@ TEST(JSONRecord, FieldsAreReadInAnyOrderWithAnyWhiteSpaceAndEscapedKeys) {
       "steps" : [ { "length" : 2.5 , "name":"one" } , {"name" : "two"} ], "is_open" : false , "":0 } )");
   ASSERT_TRUE(read.has_value()) << read.error().description();
   EXPECT_EQ(*read, full);
+}
+
+TEST(JSONRecord, WhatIsMissingOrNullLeavesNothingOfAFormerValue) {
+  for (const std::string_view text :
+       {smallest,
+        std::string_view(R"({"zebra":"z","notes":null,"Count":1,"is_open":null,"small":null,)"
+                         R"("mode":"CHIP","direction":null,"steps":[],"last":null,"flags":null})")}) {
+    for (const bool inFieldOrder : {false, true}) {
+      Journey used = full;
+      used.items = std::nullopt;
+      json::Reader reader(text);
+      if (inFieldOrder) reader.readInFieldOrder();
+      ASSERT_TRUE(json::Codec<Journey>::read(reader, used));
+      EXPECT_EQ(used, json::decode<Journey>(smallest)) << text;
+    }
+  }
+}
+
+TEST(JSONRecord, EveryCodecIsThereWithOneHeader) {
+  const auto id = UUID::parse("00000000-0000-4000-8000-0000000000AB").value();
+  const auto comesBack = [](const auto& value, std::string_view text) {
+    EXPECT_EQ(json::encode(value), text);
+    EXPECT_EQ(json::decode<std::remove_cvref_t<decltype(value)>>(text).value(), value);
+  };
+  comesBack(std::vector{id}, R"(["00000000-0000-4000-8000-0000000000AB"])");
+  comesBack(std::vector{Date()}, R"(["1970-01-01T00:00:00Z"])");
+  comesBack(std::vector{*Decimal::parse("1234.5"), Decimal(10)}, R"(["1234.5","10"])");
+  comesBack(std::vector{*URL::parse("https://shop.example/a")}, R"(["https:\/\/shop.example\/a"])");
+  comesBack(std::map<std::string, URL>{{"u", *URL::parse("a:b")}}, R"({"u":"a:b"})");
+  comesBack(std::optional<URL>(), "null");
+  comesBack(std::optional<std::optional<int>>(5), "5");
+  comesBack(std::array<float, 2>{0.1F, -0.0F}, "[0.1,-0]");
+  EXPECT_EQ(json::decode<std::vector<Decimal>>(R"(["1",2])").error().report(),
+            "[1]: expected a text, found a number");
+  EXPECT_EQ(json::decode<std::vector<Decimal>>(R"(["1",""])").error().report(),
+            "[1]: expected a Decimal value");
+  EXPECT_EQ(json::decode<std::vector<URL>>(R"([""])").error().report(), "[0]: expected a URL");
 }
 
 TEST(JSONRecord, TheFirstOfEqualKeysCounts) {

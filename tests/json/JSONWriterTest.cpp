@@ -2,10 +2,26 @@
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
+#include <array>
 #include <limits>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace tilvanego {
+namespace test {
+
+enum class Lamp { off, on };
+
+}  // namespace test
+
+template <>
+struct RawTexts<test::Lamp> {
+  static constexpr std::array table{std::pair{test::Lamp::off, std::string_view()},
+                                    std::pair{test::Lamp::on, std::string_view("ON")}};
+};
+
 namespace {
 
 TEST(JSONWriter, TextsOfEveryLengthAndPlaceOfAnEscapeAreWrittenWhole) {
@@ -42,6 +58,36 @@ TEST(JSONWriter, WhatHasNoJSONFormIsRefusedWithItsPlace) {
   EXPECT_EQ(json::encode(std::numeric_limits<double>::quiet_NaN()).error().failure, JSONFailure::notFinite);
   EXPECT_EQ(json::encode(JSONValue::dictionary({{"\xff", 1}})).error().description(),
             "text that is not UTF-8 at [?]");
+  EXPECT_EQ(json::encode(std::vector{0.0F, std::numeric_limits<float>::infinity()}).error().report(),
+            "[1]: the number is not finite");
+  using test::Lamp;
+  EXPECT_EQ(json::encode(std::vector{Lamp::off, Lamp::on}), R"(["","ON"])");
+  EXPECT_EQ(json::encode(std::vector{Lamp::off, static_cast<Lamp>(2)}).error().report(),
+            "[1]: a value that is no case of its enumeration");
+}
+
+TEST(JSONWriter, ADateWithoutATextIsRefusedInsteadOfAnother) {
+  const auto written = [](double seconds, const JSONDates& dates) {
+    const auto text = json::encode(std::vector{Date::fromSecondsSince1970(seconds)}, {.dates = &dates});
+    return text ? *text : text.error().report();
+  };
+  constexpr const char* refusal = "[0]: a date outside the years that can be written";
+  for (const JSONDates* dates : {&JSONDates::internetDateTime(), &JSONDates::api()}) {
+    for (const double none :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+          -std::numeric_limits<double>::infinity(), 253'402'300'800.0, -62'167'219'201.0})
+      EXPECT_EQ(written(none, *dates), refusal) << none;
+    EXPECT_TRUE(written(253'402'300'799.0, *dates).starts_with("[\"9999-12-31T23:59:59"));
+    EXPECT_TRUE(written(-62'167'219'200.0, *dates).starts_with("[\"0000-01-01T00:00:00"));
+  }
+}
+
+TEST(JSONWriter, AFailureOfWritingPointsIntoNoText) {
+  EXPECT_EQ(json::encode(std::vector<std::string>{"\xFF"}).error().report(), "[0]: text that is not UTF-8");
+  JSONValue deep = 1;
+  for (std::size_t i = 0; i <= jsonDepthLimit; ++i) deep = JSONValue(JSONValue::Array{std::move(deep)});
+  const std::string report = json::encode(deep).error().report();
+  EXPECT_TRUE(report.ends_with("[0]: nested too deeply")) << report;
 }
 
 TEST(JSONWriter, NestingIsRefusedBeyondTheLimit) {

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "../support/AllocationCount.h"
@@ -123,7 +124,7 @@ TEST(Records, RefusalsNameThePathAndWhatIsWrong) {
 
 TEST(Records, AreBuiltFieldByFieldComparedAndHashed) {
   const SaleAndAuthRequest sale{
-      .amounts = {.total = "12.50"},
+      .amounts = AmountsExtended{.total = "12.50"},
       .trace = Trace{.timestamp = Date::fromSecondsSince1970(1.0625), .tags = {{"a"}}},
       .ebt = EBT{EBT::ModelType::food, "17"},
       .savePayment = false};
@@ -131,7 +132,7 @@ TEST(Records, AreBuiltFieldByFieldComparedAndHashed) {
   EXPECT_EQ(text, R"({"amounts":{"currency":"USD","total":"12.50"},)"
                   R"("trace":{"timestamp":"1970-01-01T00:00:01.062Z","tags":["a"]},)"
                   R"("ebt":{"type":"FOOD","voucherNumber":"17"},"savePayment":false})");
-  EXPECT_EQ(encode(SaleAndAuthRequest{.amounts = {.total = "1"}}),
+  EXPECT_EQ(encode(SaleAndAuthRequest{.amounts = AmountsExtended{.total = "1"}}),
             R"({"amounts":{"currency":"USD","total":"1"}})");
 
   SaleAndAuthRequest other = sale;
@@ -224,6 +225,40 @@ TEST(Records, AreReadWithTheAllocationsOfACopy) {
   const std::size_t reading = test::allocationsOf([&] { read.emplace(decode<TransactionResponse>(text)); });
   EXPECT_EQ(reading, test::allocationsOf([&] { copy.emplace(read->value()); }));
   EXPECT_GT(reading, 50u);
+}
+
+TEST(Records, ListsGoByTheRulesOfRecords) {
+  const auto list = decode<std::vector<Trace>>(R"([{"timestamp":"2024-03-05"},{}])");
+  ASSERT_TRUE(list.has_value());
+  EXPECT_EQ(encode(*list), R"([{"timestamp":"2024-03-05T00:00:00.000Z"},{}])");
+  const std::pair<const char*, const char*> refusals[] = {
+      {R"([{},{"tags":[1],"cashier":2}])", "[1].cashier: expected a text, found a number"},
+      {R"([{},{"cashier":2},01])", "$: unexpected character (byte 19)"},
+      {R"([null])", "[0]: expected an object, found null"},
+      {"{}", "$: expected a list, found an object"},
+  };
+  for (const auto& [text, report] : refusals)
+    EXPECT_EQ(decode<std::vector<Trace>>(text).error().report(), report);
+  EXPECT_EQ(decode<std::vector<Trace>>("[{},{}]", {.elements = 1}).error().report(),
+            "$: more than 1 elements (byte 4)");
+  EXPECT_EQ(encode(std::vector{CVM{}, CVM{static_cast<CVM::Method>(99)}}).error().report(),
+            "[1].method: a value that is no case of its enumeration");
+}
+
+// Records are many times as large as the two bytes that make one.
+TEST(Records, AListOfEmptyRecordsStaysWithinTheMemoryOfItsLimits) {
+  std::string text = "[";
+  while (text.size() < 2'000'000) text += "{},";
+  text.back() = ']';
+  const std::size_t cost = test::peakBytesOf([&] {
+    EXPECT_EQ(decode<std::vector<TransactionResponse>>(text).error().failure, JSONFailure::beyondLimit);
+  });
+  EXPECT_LE(cost, JSONLimits().memory + (1u << 20));
+  EXPECT_EQ(findRecordType("TraceResponse")
+                ->decode(R"({"history":)" + text + "}", {.memory = 1000})
+                .error()
+                .report(),
+            "history[4]: what was read takes more than 1000 bytes of memory (byte 21)");
 }
 
 // A record is a value like any other to the JSON layer; dates then have its default form.

@@ -47,24 +47,24 @@ TEST(TransactionRecords, HoldEveryField) {
          "transactionDetails":{"status":"APPROVED","description":"d","transactionId":"T","timestamp":"today",
          "approvedAmount":"12.10","requestedAmount":"x","authCode":"1","processorMessage":"\u00e9",
          "entryMode":"FALLBACK_SWIPE","cardBrand":"AMERICAN EXPRESS","cardLast4":"4242"})");
-  EXPECT_EQ(transaction,
-            (Transaction{.amount = decimal("12.1"),
-                         .tip = decimal("0.3"),
-                         .type = Type::sale,
-                         .customId = "c",
-                         .customID = "C",
-                         .notes = "",
-                         .transactionDetails = {.status = models::Status::approved,
-                                                .description = "d",
-                                                .transactionId = "T",
-                                                .timestamp = "today",
-                                                .approvedAmount = "12.10",
-                                                .requestedAmount = "x",
-                                                .authCode = "1",
-                                                .processorMessage = "\u00e9",
-                                                .entryMode = models::ResponseEntryMode::fallbackSwipe,
-                                                .cardBrand = models::CardBrand::americanExpress,
-                                                .cardLast4 = "4242"}}));
+  EXPECT_EQ(transaction, (Transaction{.amount = decimal("12.1"),
+                                      .tip = decimal("0.3"),
+                                      .type = Type::sale,
+                                      .customId = "c",
+                                      .customID = "C",
+                                      .notes = "",
+                                      .transactionDetails = TilvaneGoTransactionDetails{
+                                          .status = models::Status::approved,
+                                          .description = "d",
+                                          .transactionId = "T",
+                                          .timestamp = "today",
+                                          .approvedAmount = "12.10",
+                                          .requestedAmount = "x",
+                                          .authCode = "1",
+                                          .processorMessage = "\u00e9",
+                                          .entryMode = models::ResponseEntryMode::fallbackSwipe,
+                                          .cardBrand = models::CardBrand::americanExpress,
+                                          .cardLast4 = "4242"}}));
 }
 
 TEST(TransactionRecords, AreReadWithAllThatIsOptionalLeftOutOrNull) {
@@ -201,14 +201,15 @@ TEST(TransactionAmounts, AreTheShortestDecimalsOfTheirNumbers) {
 TEST(TransactionRecords, WriteTheirAmountsAsTexts) {
   EXPECT_EQ(json::encode(Transaction{.amount = decimal("1234.5")}).value(),
             R"({"amount":"1234.5","transactionDetails":{}})");
-  const Transaction full{.amount = decimal("1234567.0005"),
-                         .tip = decimal("0.0015"),
-                         .type = Type::initialization,
-                         .customId = "a",
-                         .customID = "b",
-                         .notes = "c",
-                         .transactionDetails = {.status = models::Status::unknownDefaultOpenApi,
-                                                .cardBrand = models::CardBrand::dinersClub}};
+  const Transaction full{
+      .amount = decimal("1234567.0005"),
+      .tip = decimal("0.0015"),
+      .type = Type::initialization,
+      .customId = "a",
+      .customID = "b",
+      .notes = "c",
+      .transactionDetails = TilvaneGoTransactionDetails{.status = models::Status::unknownDefaultOpenApi,
+                                                        .cardBrand = models::CardBrand::dinersClub}};
   const std::string text = json::encode(full).value();
   EXPECT_EQ(text,
             R"({"amount":"1234567","tip":"0.002","type":"init","customId":"a","customID":"b","notes":"c",)"
@@ -217,15 +218,18 @@ TEST(TransactionRecords, WriteTheirAmountsAsTexts) {
 }
 
 TEST(TransactionIds, JoinWhatIsThere) {
-  EXPECT_EQ((Transaction{.amount = decimal("12.5"), .transactionDetails = {.transactionId = "T1"}}).id(),
+  EXPECT_EQ((Transaction{.amount = decimal("12.5"),
+                         .transactionDetails = TilvaneGoTransactionDetails{.transactionId = "T1"}})
+                .id(),
             "T1-12.5");
   EXPECT_EQ((Transaction{.amount = 3}).id(), "3");
-  EXPECT_EQ((Transaction{.amount = decimal("0.00015"),
-                         .customId = "",
-                         .customID = "b",
-                         .transactionDetails = {.transactionId = "a", .timestamp = "t"}})
-                .id(),
-            "a--b-t-0.00015");
+  EXPECT_EQ(
+      (Transaction{.amount = decimal("0.00015"),
+                   .customId = "",
+                   .customID = "b",
+                   .transactionDetails = TilvaneGoTransactionDetails{.transactionId = "a", .timestamp = "t"}})
+          .id(),
+      "a--b-t-0.00015");
 }
 
 TEST(TransactionTotals, CountAnAbsentTipAsNothing) {

@@ -1,5 +1,7 @@
 #include "tests/support/AllocationCount.h"
 
+#include <malloc.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <new>
@@ -10,6 +12,12 @@ namespace {
 std::atomic<std::size_t> allocations = 0;
 std::atomic<std::size_t> bytes = 0;
 thread_local std::size_t untilFailure = 0;
+std::atomic<std::size_t> live = 0;
+std::atomic<std::size_t> peak = 0;
+
+void countEnd(void* memory) {
+  if (memory != nullptr) live -= malloc_usable_size(memory);
+}
 
 }  // namespace
 
@@ -21,16 +29,32 @@ std::size_t tilvanego::test::failAllocation(std::size_t number) {
   return std::exchange(untilFailure, number);
 }
 
+std::size_t tilvanego::test::liveBytes() { return live; }
+
+std::size_t tilvanego::test::peakBytes() { return peak; }
+
+void tilvanego::test::forgetPeakBytes() { peak = live.load(); }
+
 // The array forms call these. They stand apart from the tests, or g++ would inline one of a pair and warn of
 // a mismatch.
 void* operator new(std::size_t size) {
   ++allocations;
   bytes += size;
   if (untilFailure > 0 && --untilFailure == 0) throw std::bad_alloc();
-  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
+  void* const memory = std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  const std::size_t now = live += malloc_usable_size(memory);
+  for (std::size_t former = peak; former < now && !peak.compare_exchange_weak(former, now);) {
+  }
+  return memory;
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+  countEnd(memory);
+  std::free(memory);
+}
 
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept {
+  countEnd(memory);
+  std::free(memory);
+}

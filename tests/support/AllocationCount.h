@@ -14,6 +14,20 @@ std::size_t allocatedBytes();
 /// Has the calling thread's allocation fail that is so many on, counted from 1; 0: none. Gives how many were
 /// still to come before the former one.
 std::size_t failAllocation(std::size_t number);
+/// The bytes that are allocated now, as the allocator rounds them, and the most that ever were since the peak
+/// was forgotten.
+std::size_t liveBytes();
+std::size_t peakBytes();
+void forgetPeakBytes();
+
+/// How many bytes more than before `action` has at once.
+template <typename Action>
+std::size_t peakBytesOf(Action action) {
+  const std::size_t before = liveBytes();
+  forgetPeakBytes();
+  action();
+  return peakBytes() - before;
+}
 
 /// How often `action` allocates.
 template <typename Action>

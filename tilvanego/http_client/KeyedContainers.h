@@ -165,7 +165,8 @@ class KeyedDecodingContainer {
 
  private:
   /// What a key takes: its entry in the tree, and its place in the list as that grows.
-  static constexpr std::size_t entrySize = sizeof(Key) + sizeof(std::string_view) + 4 * sizeof(void*) + 3 * sizeof(Key);
+  static constexpr std::size_t entrySize =
+      sizeof(Key) + sizeof(std::string_view) + 4 * sizeof(void*) + 3 * sizeof(Key);
 
   json::Reader& reader_;
   std::vector<Key> keys_;

@@ -100,9 +100,9 @@ struct Codec<float> {
 
 /// Characters and truth values aren't numbers.
 template <typename T>
-concept WholeNumber = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> &&
-                      !std::same_as<T, wchar_t> && !std::same_as<T, char8_t> && !std::same_as<T, char16_t> &&
-                      !std::same_as<T, char32_t>;
+concept WholeNumber =
+    std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
+    !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
 /// Integers of up to 64 bits; a number beyond the type's range is refused.
 template <WholeNumber Integer>

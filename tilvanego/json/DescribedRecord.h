@@ -2,11 +2,13 @@
 
 #include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/json/Record.h>
-#include <tilvanego/values/Date.h>
-#include <tilvanego/values/UUID.h>
+#include <tilvanego/json/ValueCodecs.h>
+#include <array>
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <tuple>
 #include <vector>
@@ -26,6 +28,10 @@ std::size_t hashOf(const T& value) {
 
 inline std::size_t hashOf(const Date& date) { return hashOf(date.secondsSince1970()); }
 
+inline std::size_t hashOf(const Decimal& amount) { return hashOf(amount.text()); }
+
+inline std::size_t hashOf(const URL& url) { return hashOf(url.absoluteString()); }
+
 inline std::size_t hashOf(const UUID& uuid) {
   const auto& octets = uuid.octets();
   // The bytes of any object may be looked at as characters.
@@ -43,6 +49,25 @@ template <typename T>
 std::size_t hashOf(const std::optional<T>& value) {
   return value ? mixHash(1, hashOf(*value)) : 0;
 }
+
+template <typename T, std::size_t count>
+std::size_t hashOf(const std::array<T, count>& list) {
+  std::size_t hash = count;
+  for (const T& element : list) hash = mixHash(hash, hashOf(element));
+  return hash;
+}
+
+template <typename T, typename Less>
+std::size_t hashOf(const std::map<std::string, T, Less>& map) {
+  std::size_t hash = map.size();
+  for (const auto& [key, value] : map) hash = mixHash(mixHash(hash, hashOf(key)), hashOf(value));
+  return hash;
+}
+
+/// Every member has an initialiser, or a type that initialises itself: only then there are constants of the
+/// record without one.
+template <typename Record>
+concept InitialisesItsMembers = requires { new const Record; };
 
 template <typename Record>
 consteval bool casesNameTheMembers() {
@@ -62,6 +87,8 @@ const RecordTable& Described<Record>::table() {
   static_assert(detail::countEnumerators<typename Record::CodingKeys>() ==
                     RawTexts<typename Record::CodingKeys>::table.size(),
                 "each case of CodingKeys has one raw text");
+  static_assert(detail::InitialisesItsMembers<Record>,
+                "a number, a truth value or an enumeration among the members has an initialiser");
   return detail::Description<Record>::table;
 }
 

@@ -13,8 +13,8 @@
 namespace tilvanego::json {
 
 /// Reads a JSON text as a T: a record, a list, a map, a plain value, a `JSONValue`. The whole text must be
-/// one JSON value (RFC 8259) in UTF-8; a byte order mark before it is passed over. A text beyond the limits is
-/// refused. A failure gives no value at all, not a half read one. Any thread may call this.
+/// one JSON value (RFC 8259) in UTF-8; a byte order mark before it is passed over. A text beyond the limits
+/// is refused. A failure gives no value at all, not a half read one. Any thread may call this.
 template <typename T>
 std::expected<T, JSONError> decode(std::string_view text, const JSONDates* dates = nullptr,
                                    const JSONLimits& limits = {}) {

@@ -116,7 +116,8 @@ std::string JSONError::reason() const {
     std::string text("expected ");
     return text.append(nameOf(expected)).append(", found ").append(nameOf(found));
   }
-  return detail.empty() || failure == JSONFailure::missingKey ? std::string(wordsFor(failure)) : shown(detail);
+  return detail.empty() || failure == JSONFailure::missingKey ? std::string(wordsFor(failure))
+                                                              : shown(detail);
 }
 
 std::string JSONError::report() const {

@@ -46,9 +46,9 @@ struct JSONError {
   JSONKind expected = JSONKind::null;
   JSONKind found = JSONKind::null;
   /// `missingKey`: the key. `unknownText` and `invalidValue`: a codec's own words, or empty.
-  std::string detail;
+  std::string detail = {};
   /// The steps from the innermost value out to the whole.
-  std::vector<JSONPathStep> stepsOutward;
+  std::vector<JSONPathStep> stepsOutward = {};
 
   /// The way to the value, such as `trace.history[2].timestamp`; empty for the whole. Keys that aren't plain
   /// names stand in quotes, and everything in them that could move a cursor, end a line or turn the direction

@@ -18,7 +18,7 @@ struct JSONLimits {
   std::size_t elements = std::size_t{1} << 22;
   /// Levels of lists and objects. More than `jsonDepthLimit` counts as that.
   std::size_t depth = jsonDepthLimit;
-  /// Memory in bytes that lists, dictionaries and the records in them take at any moment of reading. Texts
+  /// Memory in bytes that lists, dictionaries and the records in them ask for at any moment of reading. Texts
   /// don't count: they take no more than they have in the JSON.
   std::size_t memory = std::size_t{256} << 20;
 

@@ -46,8 +46,11 @@ Real nearest(const JSONNumber& number) {
 #else
   static const locale_t plainLocale = newlocale(LC_ALL_MASK, "C", nullptr);
   const std::string text(number.text);
-  if constexpr (std::is_same_v<Real, float>) return strtof_l(text.c_str(), nullptr, plainLocale);
-  return strtod_l(text.c_str(), nullptr, plainLocale);
+  if constexpr (std::is_same_v<Real, float>) {
+    return strtof_l(text.c_str(), nullptr, plainLocale);
+  } else {
+    return strtod_l(text.c_str(), nullptr, plainLocale);
+  }
 #endif
 }
 

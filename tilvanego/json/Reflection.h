@@ -57,7 +57,10 @@ inline constexpr std::size_t mostMembers = 16;
 /// References to all members of an aggregate, which must have exactly `count` of them.
 template <std::size_t count, typename Record>
 constexpr auto tieMembers(Record& r) {
-  static_assert(count >= 1 && count <= mostMembers);
+  static_assert(count >= 1, "a record that names its keys has a member");
+  static_assert(
+      count <= mostMembers,
+      "a record that names its keys has at most 16 members: list those of a larger one in jsonFields");
   if constexpr (count == 1) {
     auto& [a] = r;
     return std::tie(a);

@@ -55,7 +55,10 @@ AnyRecord::AnyRecord(const RecordType& type)
     : type_(&type), record_(type.operations.make(), type.operations.destroy) {}
 
 std::expected<std::string, JSONError> AnyRecord::encode(const JSONFormat& format) const {
-  return detail::encode(type_->operations.table(), record_.get(), format);
+  json::Writer writer(detail::withDates(format));
+  if (!writer.writeRecord(type_->operations.table(), record_.get()))
+    return std::unexpected(std::move(writer.error()));
+  return writer.take();
 }
 
 void AnyRecord::visitRules(const RuleVisitor& visitor) const {
@@ -72,11 +75,14 @@ bool AnyRecord::operator==(const AnyRecord& other) const {
   return type_ == other.type_ && type_->operations.equal(record_.get(), other.record_.get());
 }
 
-std::expected<AnyRecord, JSONError> RecordType::decode(std::string_view text) const {
+std::expected<AnyRecord, JSONError> RecordType::decode(std::string_view text,
+                                                       const JSONLimits& limits) const {
   AnyRecord record(*this);
   JSONError error;
-  if (!detail::decodeInto(operations.table(), record.record_.get(), text, error))
-    return std::unexpected(std::move(error));
+  const auto read = [&](json::Reader& reader) {
+    return reader.readRecord(operations.table(), record.record_.get());
+  };
+  if (!detail::decodeBy(read, text, limits, error)) return std::unexpected(std::move(error));
   return record;
 }
 

@@ -92,7 +92,7 @@ struct RecordType {
   std::span<const FieldDescription> fields;
 
   /// As `models::decode`.
-  std::expected<AnyRecord, JSONError> decode(std::string_view text) const;
+  std::expected<AnyRecord, JSONError> decode(std::string_view text, const JSONLimits& limits = {}) const;
 
   /// The operations on a record whose type isn't known; `AnyRecord` calls them.
   struct Operations {

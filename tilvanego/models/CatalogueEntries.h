@@ -2,10 +2,12 @@
 
 #include <tilvanego/json/Record.h>
 #include <tilvanego/models/Catalogue.h>
+#include <tilvanego/models/SharedEnumerations.h>
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/UUID.h>
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -87,8 +89,68 @@ inline constexpr auto rulesByField = [] {
   return all;
 }();
 
+// Mistakes in a declaration
+
+/// The rule of a field is the constant that is named after it.
+template <Record R, std::size_t index>
+consteval bool ruleIsNamedAfterItsField() {
+  if constexpr (!rulesByField<R>[index].has_value()) {
+    return true;
+  } else {
+    constexpr const auto& rule = *rulesByField<R>[index];
+    using json::detail::firstArgument, json::detail::lastIdentifier, json::detail::spelled;
+    constexpr std::string_view constant =
+        lastIdentifier(firstArgument(spelled<std::get<rule.index()>(rule)>()));
+    constexpr std::string_view field =
+        json::detail::enumeratorName<static_cast<typename R::CodingKeys>(index)>;
+    return constant.starts_with(field) && constant.substr(field.size()) == "Rule";
+  }
+}
+
+template <Record R>
+consteval bool eachFieldHasOneRule() {
+  if constexpr (requires { R::rules; }) {
+    const auto ruled =
+        std::ranges::count_if(rulesByField<R>, [](const auto& rule) { return rule.has_value(); });
+    return std::cmp_equal(ruled, std::size(R::rules));
+  }
+  return true;
+}
+
+/// An enumeration that reads unknown texts as its case for them.
+template <typename Enumeration>
+inline constexpr bool isOpen = std::is_base_of_v<OpenRawTexts<Enumeration>, RawTexts<Enumeration>>;
+
+template <typename T>
+inline constexpr bool isSoundValue = true;
+template <typename T>
+  requires std::is_enum_v<T>
+inline constexpr bool isSoundValue<T> = HasUnknownCase<T> && isOpen<T>;
+
+template <typename R>
+concept TellsOfUnknownCases = requires(const R& record) { record.containsUnknownDefaultOpenApiCase(); };
+
+/// Says of itself that it doesn't tell, though it could.
+template <typename R>
+concept KeepsUnknownCasesSecret = requires { requires !R::tellsOfUnknownCases; };
+
+template <Record R>
+consteval void checkDeclaration() {
+  []<std::size_t... index>(std::index_sequence<index...>) {
+    static_assert((ruleIsNamedAfterItsField<R, index>() && ...),
+                  "a rule is the constant named after its field: totalRule for total");
+    static_assert((isSoundValue<typename ListTraits<Value<R, index>>::Element> && ...),
+                  "the raw texts of an enumeration in a record derive from OpenRawTexts");
+    static_assert(
+        !(HasUnknownCase<Value<R, index>> || ...) || TellsOfUnknownCases<R> || KeepsUnknownCasesSecret<R>,
+        "a record with enumerations has containsUnknownDefaultOpenApiCase");
+  }(std::make_index_sequence<json::fieldCount<R>>());
+  static_assert(eachFieldHasOneRule<R>(), "a field has one rule at most");
+}
+
 template <Record R>
 constexpr auto describeFields() {
+  checkDeclaration<R>();
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return std::array{
         FieldDescription{.name = json::detail::enumeratorName<static_cast<typename R::CodingKeys>(index)>,
@@ -163,7 +225,7 @@ void visitRules(const R& record, const std::string& prefix, const RuleVisitor& v
 
 template <Record R>
 std::optional<bool> containsUnknownCase(const R& record) {
-  if constexpr (requires { record.containsUnknownDefaultOpenApiCase(); }) {
+  if constexpr (TellsOfUnknownCases<R>) {
     return record.containsUnknownDefaultOpenApiCase();
   } else {
     return std::nullopt;
@@ -194,7 +256,9 @@ constexpr RecordType describe() {
 template <typename Enumeration>
 constexpr auto describeCases() {
   constexpr auto& table = RawTexts<Enumeration>::table;
+  static_assert(isOpen<Enumeration>, "the raw texts of an enumeration in a record derive from OpenRawTexts");
   static_assert(json::detail::countEnumerators<Enumeration>() == table.size(), "each case has a text");
+  static_assert(json::rawTextsAreDistinct<Enumeration>(), "each case and each raw text is said once");
   return []<std::size_t... index>(std::index_sequence<index...>) {
     static_assert(((table[index].first == static_cast<Enumeration>(index)) && ...),
                   "the texts stand in the order of the cases");

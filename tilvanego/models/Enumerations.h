@@ -1,6 +1,5 @@
 #pragma once
 
-#include <tilvanego/json/Reflection.h>
 #include <tilvanego/models/SharedEnumerations.h>
 #include <array>
 #include <string_view>
@@ -86,18 +85,6 @@ enum class AVSResponseCode {
   empty,
   unknownDefaultOpenApi,
 };
-
-/// An enumeration that isn't inside a record.
-template <typename Enumeration>
-concept TopLevelEnumeration =
-    HasUnknownCase<Enumeration> &&
-    json::detail::typeName<Enumeration>.rfind("::") == std::string_view("tilvanego::models").size();
-
-/// True for the case `unknownDefaultOpenApi`. The enumerations inside records don't tell.
-template <TopLevelEnumeration Enumeration>
-constexpr bool containsUnknownDefaultOpenApiCase(Enumeration value) {
-  return value == Enumeration::unknownDefaultOpenApi;
-}
 
 }  // namespace tilvanego::models
 

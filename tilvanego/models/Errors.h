@@ -62,6 +62,9 @@ struct ApiViolation {
 
   enum class CodingKeys { message, traceId, errorType, errorCode, value, source, details };
 
+  /// Alone of the records with an enumeration, it has no `containsUnknownDefaultOpenApiCase`.
+  static constexpr bool tellsOfUnknownCases = false;
+
   bool operator==(const ApiViolation&) const = default;
 };
 

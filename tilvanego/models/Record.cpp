@@ -1,38 +1,36 @@
-#include <tilvanego/json/Codec.h>
 #include <tilvanego/models/Record.h>
 #include <utility>
 
 namespace tilvanego::models::detail {
 namespace {
 
-// Why a text was refused: it is no JSON, or else a field, the first of those at fault.
-JSONError explain(const json::RecordTable& table, void* record, std::string_view text) {
-  json::Reader grammar(text);
+// Why a text was refused: it costs too much, it is no JSON, or else a field, the first of those at fault.
+JSONError explain(const std::function<bool(json::Reader&)>& read, std::string_view text,
+                  const JSONLimits& limits, JSONError&& firstMet) {
+  if (firstMet.failure == JSONFailure::beyondLimit) return std::move(firstMet);
+  json::Reader grammar(text, nullptr, limits);
   if (!grammar.skip() || !grammar.finish()) {
     grammar.error().stepsOutward.clear();
     return std::move(grammar.error());
   }
-  json::Reader reader(text, &JSONDates::api());
+  json::Reader reader(text, &JSONDates::api(), limits);
   reader.readInFieldOrder();
-  reader.readRecord(table, record);
-  return std::move(reader.error());
+  return read(reader) ? std::move(firstMet) : std::move(reader.error());
 }
 
 }  // namespace
 
-bool decodeInto(const json::RecordTable& table, void* record, std::string_view text, JSONError& error) {
-  json::Reader reader(text, &JSONDates::api());
-  if (reader.readRecord(table, record) && reader.finish()) return true;
-  error = explain(table, record, text);
+bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view text, const JSONLimits& limits,
+              JSONError& error) {
+  json::Reader reader(text, &JSONDates::api(), limits);
+  if (read(reader) && reader.finish()) return true;
+  error = explain(read, text, limits, std::move(reader.error()));
   return false;
 }
 
-std::expected<std::string, JSONError> encode(const json::RecordTable& table, const void* record,
-                                             JSONFormat format) {
+JSONFormat withDates(JSONFormat format) {
   if (format.dates == nullptr) format.dates = &JSONDates::api();
-  json::Writer writer(format);
-  if (!writer.writeRecord(table, record)) return std::unexpected(std::move(writer.error()));
-  return writer.take();
+  return format;
 }
 
 }  // namespace tilvanego::models::detail

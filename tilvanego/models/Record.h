@@ -1,16 +1,17 @@
 #pragma once
 
 #include <tilvanego/http_client/Rules.h>
-#include <tilvanego/json/CodingKeys.h>
-#include <tilvanego/json/JSONError.h>
-#include <tilvanego/json/JSONWriter.h>
+#include <tilvanego/json/JSON.h>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <variant>
+#include <vector>
 
 /// The records of the POI interface are plain structs with mutable members. A required field stands as its
 /// type, an optional one as `std::optional`; an enumeration that is required begins as `Currency::usd` or as
@@ -35,33 +36,44 @@ struct FieldRule {
   Rule rule;
 };
 
+/// Records of one kind, such as an answer that lists them.
+template <typename T>
+concept RecordList = std::same_as<T, std::vector<typename T::value_type>> && Record<typename T::value_type>;
+
+template <typename T>
+concept RecordOrList = Record<T> || RecordList<T>;
+
 namespace detail {
 
-bool decodeInto(const json::RecordTable& table, void* record, std::string_view text, JSONError& error);
-std::expected<std::string, JSONError> encode(const json::RecordTable& table, const void* record,
-                                             JSONFormat format);
+/// Reads with `read`, which goes through one value. The error is that of the first field at fault.
+bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view text, const JSONLimits& limits,
+              JSONError& error);
+/// The format with the dates that the records have unless it says otherwise.
+JSONFormat withDates(JSONFormat format);
 
 }  // namespace detail
 
-/// Reads the JSON text of a record (RFC 8259 in UTF-8). A required key that is missing or null, a value of
-/// another type, a date of none of the three patterns (`JSONDates::api`) and a text that is no JSON are
-/// refused; unknown keys are passed over and lost; unknown texts of enumerations become
+/// Reads the JSON text (RFC 8259 in UTF-8) of a record, or of a list of records: `decode<Trace>(text)`,
+/// `decode<std::vector<Trace>>(text)`. A required key that is missing or null, a value of another type, a
+/// date of none of the three patterns (`JSONDates::api`), a text that is no JSON and one beyond the limits
+/// are refused; unknown keys are passed over and lost; unknown texts of enumerations become
 /// `unknownDefaultOpenApi`. The error is that of the first field, in the record's order, that is at fault;
 /// `JSONError::report()` says it in one line. Any thread may call this.
-template <Record R>
-std::expected<R, JSONError> decode(std::string_view text) {
-  std::expected<R, JSONError> record;
+template <RecordOrList T>
+std::expected<T, JSONError> decode(std::string_view text, const JSONLimits& limits = {}) {
+  std::expected<T, JSONError> value;
   JSONError error;
-  if (!detail::decodeInto(json::Described<R>::table(), &*record, text, error))
-    record = std::unexpected(std::move(error));
-  return record;
+  const auto read = [&value](json::Reader& reader) { return json::Codec<T>::read(reader, *value); };
+  if (!detail::decodeBy(read, text, limits, error)) value = std::unexpected(std::move(error));
+  return value;
 }
 
-/// Writes a record as JSON text; absent fields leave no key. Dates have milliseconds, in UTC, unless the
-/// format says otherwise. Fails only on texts that aren't UTF-8. Any thread may call this.
-template <Record R>
-std::expected<std::string, JSONError> encode(const R& record, const JSONFormat& format = {}) {
-  return detail::encode(json::Described<R>::table(), &record, format);
+/// Writes a record or a list of records as JSON text; absent fields leave no key. Dates have milliseconds, in
+/// UTC, unless the format says otherwise. Fails on texts that aren't UTF-8, on dates that have no text and on
+/// values that are no case of their enumeration. Any thread may call this.
+template <RecordOrList T>
+std::expected<std::string, JSONError> encode(const T& value, const JSONFormat& format = {}) {
+  return json::encode(value, detail::withDates(format));
 }
 
 }  // namespace tilvanego::models

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/json/Reflection.h>
 #include <tilvanego/values/RawText.h>
 
 namespace tilvanego::models {
@@ -71,6 +72,18 @@ enum class CardBrand {
   dinersClub,
   unknownDefaultOpenApi,  ///< any text that this library doesn't know
 };
+
+/// An enumeration that isn't inside a record.
+template <typename Enumeration>
+concept TopLevelEnumeration =
+    HasUnknownCase<Enumeration> &&
+    json::detail::typeName<Enumeration>.rfind("::") == std::string_view("tilvanego::models").size();
+
+/// True for the case `unknownDefaultOpenApi`. The enumerations inside records don't tell.
+template <TopLevelEnumeration Enumeration>
+constexpr bool containsUnknownDefaultOpenApiCase(Enumeration value) {
+  return value == Enumeration::unknownDefaultOpenApi;
+}
 
 }  // namespace tilvanego::models
 
