@@ -1,15 +1,19 @@
 // The lines of an answer's head as any server may send them: what is kept are tokens for names, UTF-8 without
-// line breaks for values, each name once, and no more than the limits allow.
+// line breaks for values, each name once, and no more than the limits allow. And bodies compressed as the
+// head says.
 
 #include <tilvanego/http_client/FieldSyntax.h>
 #include <tilvanego/http_client/HTTPHead.h>
+#include <tilvanego/platform/network/curl/ContentDecoder.h>
 #include <tilvanego/platform/network/curl/ResponseHead.h>
 #include <tilvanego/values/Text.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -37,6 +41,33 @@ void check(const ResponseHead& collected) {
   }
 }
 
+// None if the bytes aren't what the coding says. At most 1 MiB is looked at.
+std::optional<std::string> decoded(detail::ContentCoding coding, std::string_view body,
+                                   std::size_t pieceSize) {
+  detail::ContentDecoder decoder(coding);
+  std::string plain;
+  std::array<char, 1000> room;
+  for (; !body.empty(); body.remove_prefix(std::min(pieceSize, body.size()))) {
+    const std::string piece(body.substr(0, pieceSize));
+    decoder.feed(piece);
+    for (;;) {
+      const auto count = decoder.read(room);
+      if (!count) return std::nullopt;
+      if (*count == 0) break;
+      plain.append(room.data(), *count);
+      if (plain.size() > 1'000'000) return plain.substr(0, 1'000'000);
+    }
+  }
+  return plain;
+}
+
+// However a body is cut, it decodes to the same.
+void checkBody(const ResponseHead& head, std::string_view body) {
+  const auto fields = detail::readHead(head.lines()).headers;
+  const auto coding = detail::contentCodingOf(fields.value("Content-Encoding").value_or(""));
+  if (coding) require(decoded(*coding, body, body.size()) == decoded(*coding, body, 1));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -49,7 +80,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     rest.remove_prefix(length);
     if (!head.addLine(line)) break;
     check(head);
-    if (line == "body\n") head.bodyBegins();
+    if (line == "body\n") {
+      head.bodyBegins();
+      checkBody(head, rest);
+    }
   }
   head.clear();
   require(!head.isComplete() && head.lines().empty());

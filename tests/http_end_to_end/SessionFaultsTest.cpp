@@ -1,19 +1,12 @@
 // Servers that break what they begin, and ends that the host brings about.
-#include <cstdint>
 #include <functional>
-#include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
-
-#include <zlib.h>
 
 #include <tests/support/HTTPMessages.h>
 #include <tests/support/LoopbackServer.h>
 #include <tests/support/LoopbackSocket.h>
-#include <tests/support/NginxServer.h>
-#include <tests/support/RefusingHTTP2Server.h>
 
 #include "SessionTest.h"
 
@@ -25,24 +18,6 @@ namespace {
 
 using SessionFaults = SessionTest;
 using SessionCancel = SessionTest;
-
-constexpr int gzipForm = 31;
-constexpr int zlibForm = 15;
-constexpr int bareForm = -15;
-
-std::string compressed(std::string_view plain, int form) {
-  z_stream stream{};
-  deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, form, 9, Z_DEFAULT_STRATEGY);
-  std::string result(deflateBound(&stream, plain.size()), '\0');
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(plain.data()));
-  stream.avail_in = static_cast<uInt>(plain.size());
-  stream.next_out = reinterpret_cast<Bytef*>(result.data());
-  stream.avail_out = static_cast<uInt>(result.size());
-  deflate(&stream, Z_FINISH);
-  result.resize(stream.total_out);
-  deflateEnd(&stream);
-  return result;
-}
 
 Answer chunked(std::string_view bytes) {
   return sent(headOf(200, {{"Transfer-Encoding", "chunked"}}) + std::string(bytes)).then(Answer::Hold{});
@@ -156,98 +131,6 @@ TEST_F(SessionFaults, WhatIsUnusualAndRightSucceeds) {
     EXPECT_EQ(outcome.status(), 200);
     EXPECT_EQ(outcome.text(), body);
     EXPECT_FALSE(outcome.error) << outcome.error->description();
-  }
-}
-
-TEST_F(SessionFaults, ABodyIsAsLargeAsTheSessionOrTheRequestAllows) {
-  const std::string limit(1000, 'x');
-  const std::string more(1001, 'x');
-  const std::string zeros(100 * 1024 * 1024, '\0');
-  struct Case {
-    const char* name;
-    std::function<Answer()> answer;
-    std::optional<std::uint64_t> ofRequest;
-    std::optional<Code> code;
-    const char* method = "GET";
-  };
-  const Case cases[] = {
-      {"to the byte", [&] { return answer(200, limit); }, {}, {}},
-      {"announced", [&] { return answer(200, more); }, {}, Code::bodyTooLarge},
-      {"announced alone",
-       [] { return sent(headOf(200, {{"Content-Length", "99999999999"}}) + "x").then(Answer::Hold{}); },
-       {},
-       Code::bodyTooLarge},
-      {"never announced", [&] { return chunkedAnswer(200, more, 100); }, {}, Code::bodyTooLarge},
-      {"to the byte, compressed",
-       [&] { return answer(200, compressed(limit, gzipForm), {{"Content-Encoding", "gzip"}}); },
-       {},
-       {}},
-      {"compressed",
-       [&] { return answer(200, compressed(more, gzipForm), {{"Content-Encoding", "gzip"}}); },
-       {},
-       Code::bodyTooLarge},
-      {"of a redirect", [&] { return answer(302, more, {{"Location", "/"}}); }, {}, Code::bodyTooLarge},
-      {"of an unanswered challenge", [&] { return answer(401, more); }, {}, Code::bodyTooLarge},
-      {"never sent", [] { return sent(headOf(200, {{"Content-Length", "99999999999"}})); }, {}, {}, "HEAD"},
-      {"more by the request", [&] { return chunkedAnswer(200, more, 100); }, 1001, {}},
-      {"less by the request", [&] { return chunkedAnswer(200, limit, 100); }, 999, Code::bodyTooLarge},
-      {"no limit by the request",
-       [&] { return answer(200, compressed(zeros, gzipForm), {{"Content-Encoding", "gzip"}}); },
-       0,
-       {}},
-  };
-  URLSessionConfiguration narrow;
-  narrow.maximumBodySize = 1000;
-  useSession(narrow);
-  for (const auto& [name, answer, ofRequest, code, method] : cases) {
-    SCOPED_TRACE(name);
-    const LoopbackServer server([&](const ReceivedRequest&) { return answer(); });
-    URLRequest request = get(server.url());
-    request.httpMethod = method;
-    request.maximumBodySize = ofRequest;
-    const auto outcome = send(request);
-    EXPECT_EQ(outcome.code(), code) << (outcome.error ? outcome.error->description() : "no failure");
-    EXPECT_EQ(outcome.data.has_value(), !code);
-    EXPECT_NE(outcome.status(), 0);
-  }
-  // 100 KB on the wire.
-  useSession({});
-  const LoopbackServer bomb([&](const ReceivedRequest&) {
-    return test::answer(200, compressed(zeros, gzipForm), {{"Content-Encoding", "gzip"}});
-  });
-  EXPECT_EQ(send(get(bomb.url())).code(), Code::bodyTooLarge);
-}
-
-TEST_F(SessionFaults, AnAnswerThatNeverEndsEndsByTheSessionsTime) {
-  const std::string endless(50'000'000, 'x');
-  URLSessionConfiguration hasty;
-  hasty.maximumRequestTime = 0.3;
-  useSession(hasty);
-  const LoopbackServer server([&](const ReceivedRequest& request) {
-    if (request.path() == "/drip") return dripped(200, endless);
-    // Bytes keep coming until the whole answer is late.
-    return request.path() == "/silence" ? silence() : redirect("/drip");
-  });
-  for (const auto* path : {"/drip", "/silence", "/redirect"}) {
-    const auto outcome = send(get(server.url(path)));
-    EXPECT_EQ(outcome.code(), Code::timedOut) << path;
-    EXPECT_TRUE(outcome.error->description().contains("whole request")) << path;
-  }
-}
-
-TEST_F(SessionFaults, AStreamThatIsRefusedIsSentOnceMoreIfItMayBe) {
-  const NginxServer certificates;
-  URLSessionConfiguration configuration;
-  configuration.additionalCertificates = certificates.certificate();
-  for (const auto& [method, sends] : {std::pair{"GET", 2}, {"PUT", 2}, {"POST", 1}}) {
-    RefusingHTTP2Server server(certificates.certificate());
-    useSession(configuration);
-    URLRequest request = get(server.url());
-    request.httpMethod = method;
-    const auto outcome = send(request);
-    EXPECT_EQ(outcome.code(), Code::networkConnectionLost) << outcome.error->description();
-    EXPECT_EQ(server.refusals(), sends) << method;
-    endSession();
   }
 }
 

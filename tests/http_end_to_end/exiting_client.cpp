@@ -108,12 +108,14 @@ class Client {
     return made;
   }
 
-  // Each task's completion sends the next, so that there is always one under way.
+  // Each task's completion sends the next, so that there is always one under way. The server may well hang up
+  // on an upload.
   void send() {
     const auto task = (*session_)->dataTaskFromProtocol(request(), [this](auto data, auto&&, auto error) {
+      const auto* cause = error ? error->template as<TransportError>() : nullptr;
       shop.sell();
       count(data ? data->size() + 1 : 1);
-      if (!error) send();
+      if (!cause || cause->code != TransportError::Code::cancelled) send();
     });
     task->progress()->addObserver([this, seen = std::int64_t{0}](const Progress& progress) mutable {
       shop.sell();

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <system_error>
 
+#include <zlib.h>
+
 namespace tilvanego::test {
 namespace {
 
@@ -78,6 +80,20 @@ Answer chunkedAnswer(int status, std::string_view body, std::size_t chunkSize, H
 
 Answer redirect(std::string_view location, int status) {
   return answer(status, {}, {{"Location", std::string(location)}});
+}
+
+std::string compressed(std::string_view plain, int form) {
+  z_stream stream{};
+  deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, form, 9, Z_DEFAULT_STRATEGY);
+  std::string result(deflateBound(&stream, plain.size()), '\0');
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(plain.data()));
+  stream.avail_in = static_cast<uInt>(plain.size());
+  stream.next_out = reinterpret_cast<Bytef*>(result.data());
+  stream.avail_out = static_cast<uInt>(result.size());
+  deflate(&stream, Z_FINISH);
+  result.resize(stream.total_out);
+  deflateEnd(&stream);
+  return result;
 }
 
 Answer silence() { return Answer{{Answer::Hold{}}}; }

@@ -70,6 +70,12 @@ Answer chunkedAnswer(int status, std::string_view body, std::size_t chunkSize, H
 /// 302 with a Location.
 Answer redirect(std::string_view location, int status = 302);
 
+/// The forms of zlib's streams, by the window bits that it knows them by.
+inline constexpr int gzipForm = 31;
+inline constexpr int zlibForm = 15;
+inline constexpr int bareForm = -15;
+std::string compressed(std::string_view plain, int form);
+
 /// Status line and headers, with the empty line.
 std::string headOf(int status, const HeaderFields& headers);
 

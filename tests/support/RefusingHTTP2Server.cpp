@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <csignal>
 #include <cstddef>
 #include <stdexcept>
 #include <string_view>
@@ -66,6 +67,11 @@ class RefusingHTTP2Server::Loop {
 
  private:
   void run() {
+    // A client may go while it is written to. The threads of its connections have this mask too.
+    sigset_t brokenPipe;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
     for (;;) {
       pollfd waited{listener_.get(), POLLIN, 0};
       poll(&waited, 1, -1);

@@ -229,7 +229,9 @@ void SessionLoop::start(const std::shared_ptr<SessionTask>& task) {
 }
 
 void SessionLoop::send(Transfer& transfer) {
-  curl_multi_add_handle(handles_->multi.get(), transfer.handle());
+  if (curl_multi_add_handle(handles_->multi.get(), transfer.handle()) != CURLM_OK) {
+    return finish(transfer, Outcome::outOfMemory());
+  }
   nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
 }
 
