@@ -5,7 +5,8 @@
 
 /// What the library does when code of the host's throws. There is one rule for all callbacks:
 ///
-/// - A callback that answers the library (a port, a hook that decides) fails by throwing: the exception counts
+/// - A callback that answers the library (a port, a hook that decides) fails by throwing: the exception
+/// counts
 ///   as the failure that it could have returned.
 /// - A callback that only listens (logger, debug output, observers) can't fail anything: the exception is
 ///   dropped after one line on standard error.
@@ -16,7 +17,8 @@
 /// The lines name the callback and the exception's type. Its text isn't shown, since it may hold a link.
 namespace tilvanego::detail {
 
-/// Writes "TilvaneGo: CALLBACK threw TYPE; the exception is dropped." for the exception that is being handled.
+/// Writes "TilvaneGo: CALLBACK threw TYPE; the exception is dropped." for the exception that is being
+/// handled.
 void reportDroppedException(std::string_view callback) noexcept;
 
 /// Ends the process (SIGABRT) after "TilvaneGo: CALLBACK threw TYPE on a thread of the library, where nothing
