@@ -67,10 +67,10 @@ std::expected<PaymentHandoffEnvelope, detail::HandoffFailure> sealed(const Launc
 /// fresh one: else the host would find none, and couldn't refuse it.
 std::expected<void, std::string> place(Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope,
                                        const Date& now) {
-  const auto text = json::encode(envelope, detail::envelopeFormat);
+  auto text = json::encode(envelope, detail::envelopeFormat);
   if (!text) return std::unexpected(text.error().description());
   const Date keptUntil = Date::fromSecondsSince1970(now.secondsSince1970() + detail::handoffLifetime);
-  return detail::placeHandoffText(pasteboard, *text, keptUntil);
+  return detail::placeHandoffText(pasteboard, *std::move(text), keptUntil);
 }
 
 std::expected<detail::CompressedPayload, detail::URLPayloadFailure> compressed(const LaunchLink& link,

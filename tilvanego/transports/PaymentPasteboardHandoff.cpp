@@ -72,10 +72,13 @@ PaymentResult failed(const HandoffFailure& failure) {
 
 }  // namespace
 
-std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard, const std::string& text,
+std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard, std::string text,
                                                   const Date& expiration) {
   PasteboardItem item;
-  for (const std::string_view type : handoffTextTypes) item.emplace(type, text);
+  for (const std::string_view type : handoffTextTypes) {
+    // It may be long, and its last copy is itself.
+    item.emplace(type, type == handoffTextTypes.back() ? std::move(text) : text);
+  }
   std::vector<PasteboardItem> items;
   items.push_back(std::move(item));
   try {
@@ -87,9 +90,9 @@ std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard, const 
 
 std::expected<void, HandoffFailure> writeHandoffEnvelope(Pasteboard& pasteboard,
                                                          const PaymentHandoffEnvelope& envelope) {
-  const auto text = json::encode(envelope, envelopeFormat);
+  auto text = json::encode(envelope, envelopeFormat);
   if (!text) return std::unexpected(text.error());
-  auto kept = placeHandoffText(pasteboard, *text, envelope.expiresAt);
+  auto kept = placeHandoffText(pasteboard, *std::move(text), envelope.expiresAt);
   if (!kept) return std::unexpected(PasteboardFailure{std::move(kept).error()});
   return {};
 }

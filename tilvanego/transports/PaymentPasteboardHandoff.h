@@ -29,8 +29,7 @@ inline constexpr std::array<std::string_view, 3> handoffTextTypes{"public.utf8-p
 /// Replaces everything on the pasteboard by an item with this text under the types above, which doesn't leave
 /// the device and expires then. Fails, by a sentence for the host's developer, where the pasteboard doesn't
 /// keep it.
-[[nodiscard]] std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard,
-                                                                const std::string& text,
+[[nodiscard]] std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard, std::string text,
                                                                 const Date& expiration);
 
 /// Replaces everything on the pasteboard by the envelope, as an item that doesn't leave the device and is
