@@ -1,5 +1,7 @@
 #include <tilvanego/platform/network/curl/SessionLoop.h>
 
+#include <tilvanego/platform/HostCode.h>
+
 #include <algorithm>
 #include <climits>
 #include <csignal>
