@@ -148,7 +148,11 @@ TEST(JSONLimits, AnyDepthTakesTheStackOfAFlatValue) {
       EXPECT_FALSE(json::decode<JSONValue>(bad).has_value());
     }
     JSONValue deep = 1;
-    for (int i = 0; i < 100'000; ++i) deep = JSONValue(JSONValue::Array{std::move(deep)});
+    for (int i = 0; i < 100'000; ++i) {
+      JSONValue::Array around(1);
+      around[0] = std::move(deep);
+      deep = std::move(around);
+    }
     JSONValue copy = deep;
     EXPECT_EQ(copy, deep);
     EXPECT_EQ(json::encode(copy).error().stepsOutward.size(), jsonDepthLimit);

@@ -24,6 +24,12 @@ struct RawTexts<test::Lamp> {
 
 namespace {
 
+JSONValue inArray(JSONValue value) {
+  JSONValue::Array array(1);
+  array[0] = std::move(value);
+  return array;
+}
+
 TEST(JSONWriter, TextsOfEveryLengthAndPlaceOfAnEscapeAreWrittenWhole) {
   for (std::size_t length = 0; length < 70; ++length) {
     EXPECT_EQ(json::encode(std::string(length, 'x')), '"' + std::string(length, 'x') + '"');
@@ -85,18 +91,18 @@ TEST(JSONWriter, ADateWithoutATextIsRefusedInsteadOfAnother) {
 TEST(JSONWriter, AFailureOfWritingPointsIntoNoText) {
   EXPECT_EQ(json::encode(std::vector<std::string>{"\xFF"}).error().report(), "[0]: text that is not UTF-8");
   JSONValue deep = 1;
-  for (std::size_t i = 0; i <= jsonDepthLimit; ++i) deep = JSONValue(JSONValue::Array{std::move(deep)});
+  for (std::size_t i = 0; i <= jsonDepthLimit; ++i) deep = inArray(std::move(deep));
   const std::string report = json::encode(deep).error().report();
   EXPECT_TRUE(report.ends_with("[0]: nested too deeply")) << report;
 }
 
 TEST(JSONWriter, NestingIsRefusedBeyondTheLimit) {
   JSONValue value = 1;
-  for (std::size_t i = 0; i < jsonDepthLimit; ++i) value = JSONValue(JSONValue::Array{value});
+  for (std::size_t i = 0; i < jsonDepthLimit; ++i) value = inArray(std::move(value));
   const auto pretty = json::encode(value, {.pretty = true});
   ASSERT_TRUE(pretty.has_value());
   EXPECT_EQ(json::decode<JSONValue>(*pretty), value);
-  EXPECT_EQ(json::encode(JSONValue(JSONValue::Array{value})).error().failure, JSONFailure::tooDeep);
+  EXPECT_EQ(json::encode(inArray(value)).error().failure, JSONFailure::tooDeep);
 }
 
 TEST(JSONWriter, DoublesSwitchToAnExponentOutsideTheirPlainRange) {

@@ -8,12 +8,12 @@ namespace tilvanego {
 namespace {
 
 constexpr double largestPlainDouble = 0x1p54;
-constexpr double largestPlainFloat = 0x1p24;
+constexpr float largestPlainFloat = 0x1p24F;
 
 template <typename Real>
-std::string shortestText(Real value, double largestPlain) {
-  const double magnitude = std::fabs(double{value});
-  const bool plain = magnitude == 0 || (magnitude >= 1e-4 && magnitude <= largestPlain);
+std::string shortestText(Real value, Real largestPlain) {
+  const Real magnitude = std::fabs(value);
+  const bool plain = magnitude == 0 || (magnitude >= static_cast<Real>(1e-4) && magnitude <= largestPlain);
   // The longest: sign, 17 digits, point, and "0.000" before them or an exponent of five characters after.
   std::array<char, 32> text{};
   const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value,
