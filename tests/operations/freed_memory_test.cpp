@@ -164,8 +164,7 @@ TEST_P(FreedMemory, HoldsNoCompressedToken) {
 }
 
 TEST_P(FreedMemory, HoldsNoTokenOfARecordThatWasCopiedMovedOrAssigned) {
-  const InitializationRequest other(
-      {.requestId = "2", .callbackURL = done(), .sourceApplication = "", .basicToken = "other"});
+  const InitializationRequest other({.requestId = "2", .callbackURL = done(), .sourceApplication = ""});
   const auto watch = watchTokens();
   const auto exchange = [](auto make, const auto& another) {
     using Record = std::remove_cvref_t<decltype(another)>;

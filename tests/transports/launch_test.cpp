@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <tests/transports/Payments.h>
+#include <tilvanego/facade/Link.h>
 #include <tilvanego/facade/QueryLookup.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 #include <tilvanego/values/Base64.h>

@@ -9,6 +9,7 @@
 #include <variant>
 
 #include <tilvanego/transports/CompressedURLPayload.h>
+#include <tilvanego/transports/Gzip.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
 
 namespace tilvanego::sandbox {
@@ -84,6 +85,7 @@ std::expected<Payload, SandboxError> compressedRequest(const URL& link, const Ca
     return std::unexpected(std::move(complete).error());
   }
   auto envelope = detail::decodeURLPayload<Payload>(link);
+  detail::wipeGzipMemory();
   if (!envelope) return wrong("the link's payload " + described(envelope.error()));
   if (!envelope->hasWantedForm()) return wrong("the link's payload is of another kind or version");
   if (envelope->direction != PaymentHandoffDirection::request)
