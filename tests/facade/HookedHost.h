@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <deque>
+#include <expected>
 #include <functional>
 #include <memory>
 #include <string>
@@ -87,9 +88,10 @@ class HookedHost {
       host.call(Port::pasteboardRead);
       return host.pasteboard.items();
     }
-    void setItems(std::vector<PasteboardItem> items, const PasteboardOptions& options) override {
+    std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
+                                              const PasteboardOptions& options) override {
       host.call(Port::pasteboardWrite);
-      host.pasteboard.setItems(std::move(items), options);
+      return host.pasteboard.setItems(std::move(items), options);
     }
     HookedHost& host;
   };

@@ -26,14 +26,33 @@ std::atomic<ExitGate*> gateOfProcess = nullptr;
 ExitGate& ExitGate::ofProcess() {
   static const bool made = [] {
     gateOfProcess = new ExitGate;
-    pthread_atfork(nullptr, nullptr, &replaceInChild);
+    pthread_atfork(&holdForFork, &goOnAfterFork, &replaceInChild);
     return true;
   }();
   static_cast<void>(made);
   return *gateOfProcess;
 }
 
-// The parent's gate may be locked by a thread that the child doesn't have.
+// The mutex stays locked over the fork, so that nobody comes in meanwhile.
+void ExitGate::holdForFork() {
+  auto& gate = ofProcess();
+  std::unique_lock lock(gate.mutex_);
+  gate.held_ = true;
+  gate.barred_ = true;
+  for (auto* loop : gate.loops_) loop->wake();
+  gate.changed_.wait(lock, [&] { return gate.inside_ == 0; });
+  lock.release();
+}
+
+void ExitGate::goOnAfterFork() {
+  auto& gate = ofProcess();
+  gate.held_ = false;
+  gate.barred_ = gate.closed_;
+  gate.changed_.notify_all();
+  gate.mutex_.unlock();
+}
+
+// The parent's gate is locked, and its threads stand at it.
 void ExitGate::replaceInChild() { gateOfProcess = new ExitGate; }
 
 void ExitGate::closeAtExit() { ofProcess().close(); }
@@ -63,6 +82,7 @@ bool ExitGate::waitUntilRemoved(const SessionLoop& loop) {
 void ExitGate::close() {
   std::unique_lock lock(mutex_);
   closed_ = true;
+  barred_ = true;
   for (auto* loop : loops_) loop->wake();
   changed_.notify_all();
   changed_.wait(lock, [this] { return inside_ == 0; });
@@ -72,12 +92,12 @@ void ExitGate::close() {
 
 void ExitGate::enter() {
   std::unique_lock lock(mutex_);
-  if (closed_) waitForEver(lock);
-  ++inside_;
+  comeIn(lock);
 }
 
 bool ExitGate::tryToEnter() {
-  const std::lock_guard held(mutex_);
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return closed_ || !held_; });
   if (closed_) return false;
   ++inside_;
   return true;
@@ -86,13 +106,14 @@ bool ExitGate::tryToEnter() {
 void ExitGate::leave() {
   const std::lock_guard held(mutex_);
   --inside_;
-  if (closed_) changed_.notify_all();
+  if (barred_) changed_.notify_all();
 }
 
 void ExitGate::leaveForHostCode() {
   std::unique_lock lock(mutex_);
   --inside_;
-  if (closed_) waitForEver(lock);
+  if (closed_) comeIn(lock);
+  if (held_) changed_.notify_all();
   ++inHostCode_;
   isInHostCode = true;
 }
@@ -101,19 +122,20 @@ void ExitGate::comeBackFromHostCode() {
   isInHostCode = false;
   std::unique_lock lock(mutex_);
   --inHostCode_;
-  if (closed_) waitForEver(lock);
-  ++inside_;
+  comeIn(lock);
 }
 
-void ExitGate::stop() {
+void ExitGate::stepAside() {
   std::unique_lock lock(mutex_);
   --inside_;
-  waitForEver(lock);
+  comeIn(lock);
 }
 
-void ExitGate::waitForEver(std::unique_lock<std::mutex>& lock) {
-  changed_.notify_all();
-  for (;;) changed_.wait(lock);
+// Never returns once the gate is closed.
+void ExitGate::comeIn(std::unique_lock<std::mutex>& lock) {
+  if (barred_) changed_.notify_all();
+  changed_.wait(lock, [this] { return !barred_; });
+  ++inside_;
 }
 
 void ExitGate::keep(std::shared_ptr<void> object) {

@@ -15,6 +15,9 @@ class SessionLoop;
 /// Threads that use libcurl are inside. The exit closes the gate before it runs the TLS library's own
 /// handler: it waits until nobody is inside, and nobody gets in again. A session's thread then waits for ever
 /// where it would go on, so that no completion begins once the exit has begun.
+///
+/// A fork holds everybody outside for its duration: the child may end by `exit` too, whose handlers would
+/// wait for ever for a lock of the TLS library's that a thread of the parent held.
 class ExitGate {
  public:
   /// The gate of this process. A forked child has another than its parent, since it has none of the threads.
@@ -37,9 +40,9 @@ class ExitGate {
 
   /// Comes in, or stops for ever.
   void enter();
-  /// Stops for ever if the gate is closed.
+  /// Waits outside while a fork holds the gate; stops for ever if the gate is closed.
   void pass() {
-    if (closed_) stop();
+    if (barred_) stepAside();
   }
   void leave();
   /// Runs `call`, which doesn't throw and is the host's, outside: it may end the process, or wait for who
@@ -61,12 +64,14 @@ class ExitGate {
  private:
   ExitGate() = default;
   static void closeAtExit();
+  static void holdForFork();
+  static void goOnAfterFork();
   static void replaceInChild();
   void close();
   void leaveForHostCode();
   void comeBackFromHostCode();
-  [[noreturn]] void stop();
-  [[noreturn]] void waitForEver(std::unique_lock<std::mutex>& lock);
+  void stepAside();
+  void comeIn(std::unique_lock<std::mutex>& lock);
 
   std::mutex mutex_;
   std::condition_variable changed_;
@@ -74,8 +79,10 @@ class ExitGate {
   int inside_ = 0;
   int inHostCode_ = 0;
   std::vector<std::shared_ptr<void>> kept_;
-  /// Set under the mutex.
-  std::atomic<bool> closed_ = false;
+  bool closed_ = false;
+  bool held_ = false;
+  /// Closed or held. Set under the mutex.
+  std::atomic<bool> barred_ = false;
 };
 
 }  // namespace tilvanego::detail
