@@ -155,7 +155,9 @@ class JSONValue {
 /// inside nothing find nothing:
 ///
 /// ```cpp
-/// std::int64_t firstPrice(const JSONValue& order) { return order["lines"][0]["price"].intValue().value_or(0); }
+/// std::int64_t firstPrice(const JSONValue& order) {
+///   return order["lines"][0]["price"].intValue().value_or(0);
+/// }
 /// ```
 ///
 /// Valid as long as the value that was looked into stays unchanged.
