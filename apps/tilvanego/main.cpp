@@ -13,13 +13,15 @@
 
 namespace {
 
-/// What nobody expected on the command line: options by their names, and no values, since these may be links
-/// with a token in them, of which a shell has cut off a piece at an "&".
+/// What nobody expected on the command line: options by their names, and other words unless they may be a
+/// link, or a piece of one, with a token in it.
 std::string notExpected(const CLI::App& program) {
   std::string names;
   for (const std::string& text : program.remaining(true)) {
     const bool isOption = text.size() > 1 && text.starts_with('-');
-    names.append(names.empty() ? "" : ", ").append(isOption ? text.substr(0, text.find('=')) : "an argument");
+    const bool mayBeSecret = text.contains('=') || text.contains("://");
+    names.append(names.empty() ? "" : ", ");
+    names.append(isOption ? text.substr(0, text.find('=')) : mayBeSecret ? "an argument" : text);
   }
   return names;
 }

@@ -64,7 +64,7 @@ class GuardedPasteboard final : public Pasteboard {
     try {
       return host_->setItems(std::move(items), options);
     } catch (...) {
-      return std::unexpected("The platform's pasteboard threw an exception.");
+      return std::unexpected("Pasteboard::setItems threw an exception.");
     }
   }
 
