@@ -40,8 +40,8 @@ struct URLError {
 /// is ASCII.
 ///
 /// Views that the accessors give point into the text and die with the object, or when it is assigned or moved
-/// from. A moved-from URL is empty: its text, its path, and no other component. Different objects may be used on different
-/// threads, and one object by any number of readers.
+/// from. A moved-from URL is empty: its text, its path, and no other component. Different objects may be used
+/// on different threads, and one object by any number of readers.
 class URL {
  public:
   URL(const URL&) = default;
