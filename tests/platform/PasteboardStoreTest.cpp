@@ -135,6 +135,12 @@ TEST_F(PasteboardStoreTest, RefusesADirectoryThatIsNotPrivateAndSaysWhy) {
 
   fs::create_directory_symlink(directory, parent.path() / "link");
   refused(parent.path() / "link", " can't be opened as a directory: Not a directory.");
+  for (const char* ending : {"link/", "link//", "link/."}) {
+    PasteboardStore behindALink(parent.path() / ending, clock);
+    EXPECT_FALSE(put(behindALink, text("secret"))) << ending;
+  }
+  PasteboardStore cutOff(directory / std::string("x\0y", 3), clock);
+  EXPECT_FALSE(put(cutOff, text("secret")));
   refused(file, " can't be opened as a directory: Not a directory.");
   refused("/",
           geteuid() == 0 ? " is open to other users; its mode must be 0700." : " belongs to another user.");
@@ -142,6 +148,17 @@ TEST_F(PasteboardStoreTest, RefusesADirectoryThatIsNotPrivateAndSaysWhy) {
   if (geteuid() == 0) {  // Only root can give a directory away.
     ASSERT_EQ(chown(directory.c_str(), 65534, 65534), 0);
     refused(directory, " belongs to another user.");
+  }
+}
+
+TEST_F(PasteboardStoreTest, MakesWhatItsOwnerCanUseWhateverTheFileCreationMask) {
+  const auto before = umask(0377);
+  const auto kept = put(store, text("x"));
+  umask(before);
+  ASSERT_TRUE(kept);
+  EXPECT_EQ(fs::status(directory).permissions(), fs::perms::owner_all);
+  for (const auto& entry : fs::directory_iterator(directory)) {
+    EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write) << entry.path();
   }
 }
 

@@ -17,6 +17,9 @@ class URL;
 /// its operation is over, by a time-out of the host's say, and the newer link is the next one of the same
 /// kind. An overtaken request counts as opened, whatever is answered: its late failure would be taken for the
 /// newer operation's, and the payment application's answer to that one be thrown away.
+///
+/// One turn remains: the library acts on a failure in the turn of the main queue after its report. A block of
+/// the host's that stands between the two, cancels the operation and starts another, has that one ended.
 class OpenRequests {
  public:
   using Id = std::uint64_t;

@@ -40,6 +40,14 @@ std::optional<std::size_t> readFully(int descriptor, std::span<std::uint8_t> byt
   return done;
 }
 
+/// The directory's own name: behind "link/" and "link/." the system would follow a symbolic link.
+std::filesystem::path withoutTrailingSeparators(std::filesystem::path path) {
+  while (path.has_relative_path() && (path.filename().empty() || path.filename() == ".")) {
+    path = path.parent_path();
+  }
+  return path;
+}
+
 }  // namespace
 
 HeldLock::~HeldLock() {
@@ -47,10 +55,14 @@ HeldLock::~HeldLock() {
   if (file_) flock(file_.get(), LOCK_UN);
 }
 
-std::expected<PrivateDirectory, std::string> PrivateDirectory::open(const std::filesystem::path& path,
+std::expected<PrivateDirectory, std::string> PrivateDirectory::open(const std::filesystem::path& given,
                                                                     bool create) {
-  if (create && mkdir(path.c_str(), ownerDirectory) != 0 && errno != EEXIST) {
-    return failedAt(path, "can't be made");
+  if (given.native().contains('\0')) return std::unexpected("The directory's name holds a NUL character.");
+  const auto path = withoutTrailingSeparators(given);
+  if (create) {
+    // The user's file creation mask may have taken a right of the owner's away.
+    const bool made = mkdir(path.c_str(), ownerDirectory) == 0 && chmod(path.c_str(), ownerDirectory) == 0;
+    if (!made && errno != EEXIST) return failedAt(path, "can't be made");
   }
   FileDescriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status{};
@@ -117,6 +129,8 @@ std::expected<HeldLock, std::string> PrivateDirectory::lock(const std::string& n
   FileDescriptor file(openat(directory_.get(), name.c_str(),
                              O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, ownerFile));
   if (!file) return failed(name, "can't be opened");
+  // The user's file creation mask may have taken a right away that the next writer needs.
+  fchmod(file.get(), ownerFile);
   // The system has no lock with a time, so that this asks again and again.
   const auto deadline = std::chrono::steady_clock::now() + longestWait;
   while (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
