@@ -222,6 +222,10 @@ TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   send(get(server.url("/login")));
   EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
+  auto own = get(server.url("/x"));
+  own.headers = {{"Cookie", "own=1"}};
+  EXPECT_EQ(send(own).text(), "own=1");
+  EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
   session->clearCookies();
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   send(get(server.url("/login")));

@@ -65,6 +65,36 @@ TEST(ResponseHead, TrailersAreLeftOut) {
   EXPECT_EQ(detail::readHead(head.lines()).headers, (HTTPHeaders{{"A", "1"}}));
 }
 
+TEST(ResponseHead, ALengthIsOneNumber) {
+  struct Case {
+    std::vector<std::string> values;
+    bool broken;
+  };
+  for (const auto& [values, broken] :
+       {Case{{"5"}, false}, Case{{" 5\t"}, false}, Case{{"5", "5"}, false}, Case{{"5, 5"}, false},
+        Case{{"9223372036854775807"}, false}, Case{{"9223372036854775808"}, true}, Case{{"5", "3"}, true},
+        Case{{"3, 5"}, true}, Case{{""}, true}, Case{{"+5"}, true}, Case{{"-1"}, true}, Case{{"5x"}, true},
+        Case{{"99999999999999999999"}, true}}) {
+    ResponseHead head(limit);
+    EXPECT_TRUE(head.addLine("HTTP/1.1 200 OK\r\n"));
+    for (const auto& value : values) EXPECT_TRUE(head.addLine("content-Length:" + value + "\r\n"));
+    EXPECT_EQ(head.hasBrokenLength(), broken) << values.front();
+    EXPECT_TRUE(head.addLine("\r\n") && head.addLine("HTTP/1.1 200 OK\r\n"));
+    EXPECT_FALSE(head.hasBrokenLength()) << "the next head's";
+  }
+}
+
+TEST(ResponseHead, RefusalsAreCountedOverAllHeads) {
+  ResponseHead head(limit);
+  for (std::size_t i = 0; i <= ResponseHead::maximumRefusals; ++i) {
+    EXPECT_FALSE(head.isRefusedForEver());
+    EXPECT_TRUE(head.addLine(i % 2 == 0 ? "HTTP/1.1 401 No\r\n" : "HTTP/2 407 \r\n") && head.addLine("\r\n"));
+  }
+  EXPECT_TRUE(head.isRefusedForEver());
+  head.clear();
+  EXPECT_FALSE(head.isRefusedForEver());
+}
+
 TEST(ResponseHead, FieldsAndBytesHaveALimit) {
   ResponseHead many(limit);
   EXPECT_TRUE(many.addLine("HTTP/1.1 200 OK\r\n"));

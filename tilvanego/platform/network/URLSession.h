@@ -67,7 +67,8 @@ struct URLSessionConfiguration {
 ///
 /// The process may exit at any moment, on any thread, also from a completion. From then on no completion,
 /// delegate or observer is called: the tasks under way are dropped. What is running at that moment gets a
-/// second to return, before the program's static objects go that are older than the process's first task.
+/// second to return, before the program's static objects go that are older than the process's first task. An
+/// `atexit` handler that was registered since runs earlier: what it does with a session still tells.
 class URLSession final : public URLSessionProtocol {
  public:
   explicit URLSession(URLSessionConfiguration configuration = {},

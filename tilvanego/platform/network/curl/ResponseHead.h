@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,6 +13,8 @@ namespace tilvanego::detail {
 class ResponseHead {
  public:
   static constexpr std::size_t maximumFields = 1000;
+  /// Libcurl by itself renews a Digest answer that is called out of date, as often as it is asked to.
+  static constexpr std::size_t maximumRefusals = 4;
 
   /// All lines of an answer together may have so many bytes: those that are dropped or left out count too.
   explicit ResponseHead(std::size_t maximumBytes) : maximumBytes_(maximumBytes) {}
@@ -24,6 +28,10 @@ class ResponseHead {
 
   /// Whether the empty line after the last field has come.
   [[nodiscard]] bool isComplete() const { return complete_; }
+  /// Whether the body's length is given as something else than one number (RFC 9112, section 6.3).
+  [[nodiscard]] bool hasBrokenLength() const { return hasBrokenLength_; }
+  /// Whether a server or proxy has refused more answers to its challenges than serve any purpose.
+  [[nodiscard]] bool isRefusedForEver() const { return refusals_ > maximumRefusals; }
   /// Whether a field says how the body is encoded.
   [[nodiscard]] bool hasContentEncoding() const { return hasContentEncoding_; }
   /// The head as it came, for `readHead`; empty until it is complete.
@@ -33,6 +41,8 @@ class ResponseHead {
 
  private:
   void startOver();
+  void noteStatus(std::string_view line);
+  void noteLength(std::string_view value);
 
   std::size_t maximumBytes_;
   std::string bytes_;
@@ -41,6 +51,9 @@ class ResponseHead {
   bool complete_ = false;
   bool inBody_ = false;
   bool hasContentEncoding_ = false;
+  bool hasBrokenLength_ = false;
+  std::optional<std::uint64_t> length_;
+  std::size_t refusals_ = 0;
 };
 
 }  // namespace tilvanego::detail

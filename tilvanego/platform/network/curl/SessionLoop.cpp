@@ -120,7 +120,8 @@ void SessionLoop::startThread() {
 void SessionLoop::close() {
   // In a forked child the mutex may be locked for ever, and the thread isn't there to end.
   if (!gate_.isOfProcess()) {
-    if (thread_.joinable()) thread_.detach();
+    // Nor is its handle of any use: by now it may be that of another thread, the child's own.
+    static_cast<void>(new std::thread(std::move(thread_)));
     return;
   }
   std::thread thread;

@@ -45,10 +45,11 @@ Outcome Outcome::failed(TransportError::Code code, const char* message) {
 Transfer::Transfer(const TransferSettings& settings, CURLSH* share, Touched& touched)
     : settings_(settings),
       touched_(touched),
+      share_(share),
       handle_(curl_easy_init()),
       head_(limitOf(settings.configuration.maximumHeadSize)) {
   if (!handle_) throw std::bad_alloc();
-  setConstantOptions(share);
+  setConstantOptions();
 }
 
 Transfer::~Transfer() = default;
@@ -240,8 +241,15 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
     transfer.touch();
     transfer.unansweredSends_ = 0;
     if (!transfer.progressSet_) transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
-    if (transfer.head_.addLine({line, length})) return length;
-    transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
+    if (!transfer.head_.addLine({line, length})) {
+      transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
+    } else if (transfer.head_.hasBrokenLength()) {
+      transfer.refuse(Code::badServerResponse, "the answer's \"Content-Length\" isn't one number");
+    } else if (transfer.head_.isRefusedForEver()) {
+      transfer.refuse(Code::badServerResponse, "each answer to a challenge is called out of date");
+    } else {
+      return length;
+    }
   } catch (const std::exception&) {
     transfer.refuse(Code::unknown, outOfMemory);
   }

@@ -118,7 +118,7 @@ class Transfer {
   static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) noexcept;
   static int onSending(void* self, char*, char*, int, int) noexcept;
 
-  void setConstantOptions(CURLSH* share);
+  void setConstantOptions();
   void prepare();
   void setMethodAndBody();
   void setTarget();
@@ -154,6 +154,8 @@ class Transfer {
   Touched& touched_;
   /// The URL of the request, taken apart; the handle uses it.
   std::unique_ptr<CURLU, URLDeleter> url_{curl_url()};
+  /// What the handles of a session have in common, cookies among it.
+  CURLSH* const share_;
   std::unique_ptr<CURL, Deleter> handle_;
   OutgoingHeaders headers_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
@@ -199,6 +201,7 @@ class Transfer {
   bool customMethodSet_ = false;
   bool progressSet_ = false;
   bool headersSet_ = false;
+  bool shareSet_ = false;
   bool waitsForMultiplexing_ = false;
 };
 

@@ -37,7 +37,7 @@ curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
 
 }  // namespace
 
-void Transfer::setConstantOptions(CURLSH* share) {
+void Transfer::setConstantOptions() {
   CURL* const curl = handle();
   set(curl, CURLOPT_PRIVATE, static_cast<void*>(this));
   set(curl, CURLOPT_ERRORBUFFER, errorText_.data());
@@ -58,9 +58,6 @@ void Transfer::setConstantOptions(CURLSH* share) {
   set(curl, CURLOPT_ACCEPT_ENCODING, "gzip");
   // Bodies come as they are sent: for libcurl, a coding that it doesn't know is the end of the request.
   set(curl, CURLOPT_HTTP_CONTENT_DECODING, 0L);
-  set(curl, CURLOPT_SHARE, share);
-  // No file: this turns the cookies on.
-  set(curl, CURLOPT_COOKIEFILE, "");
   withholdCredential(serverOptions);
   set(curl, CURLOPT_PROXY, "");
   set(curl, CURLOPT_NOPROXY, settings_.proxies.exceptions.c_str());
@@ -167,6 +164,14 @@ void Transfer::setMethodAndBody() {
   if (custom || customMethodSet_) set(handle(), CURLOPT_CUSTOMREQUEST, custom ? method.c_str() : nullptr);
   customMethodSet_ = custom;
 
+  // Libcurl would send the session's cookies beside the request's own, in a second field.
+  const bool shares = !request_->headers.value("Cookie");
+  if (shares != shareSet_) {
+    set(handle(), CURLOPT_SHARE, shares ? share_ : nullptr);
+    // No file: this turns the cookies on.
+    set(handle(), CURLOPT_COOKIEFILE, shares ? "" : nullptr);
+  }
+  shareSet_ = shares;
   headers_.set(request_->headers, announcesBody);
   auto* const lines = headers_.list();
   if (lines || headersSet_) set(handle(), CURLOPT_HTTPHEADER, lines);
