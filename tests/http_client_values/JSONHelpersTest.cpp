@@ -218,7 +218,7 @@ TEST(KeyedContainers, AreBoundInDepthAndTime) {
   for (int i = 0; i < 20'000; ++i) many += ",\"k" + std::to_string(i) + "\":true";
   EXPECT_EQ(readTicket(many + "}").others.size(), 20'000u);
   // The pieces share the limits of the whole.
-  for (const JSONLimits& limits : {JSONLimits{.elements = 19'000}, JSONLimits{.memory = 3'000'000}}) {
+  for (const JSONLimits& limits : {JSONLimits{.elements = 19'000}, JSONLimits{.memory = 1'500'000}}) {
     EXPECT_EQ(json::decode<Ticket>(many + "}", nullptr, limits).error().failure, JSONFailure::beyondLimit);
   }
   EXPECT_EQ(json::decode<NullEncodable<std::vector<int>>>("[1]", nullptr, {.memory = 1}).error().report(),

@@ -47,7 +47,6 @@ TEST(JSONLimits, ATextBeyondALimitIsRefusedWithItsPath) {
       {shelf, {.elements = 8}, "notes.x: more than 8 elements (byte 41)"},
       {shelf, {.depth = 2}, "books[0]: nested too deeply (byte 10)"},
       {shelf, {.memory = 95}, "books[0]: what was read takes more than 95 bytes of memory (byte 9)"},
-      {shelf, {.memory = 500}, "notes.x[0]: what was read takes more than 500 bytes of memory (byte 40)"},
   };
   for (const auto& [text, limits, report] : cases) {
     const auto read = json::decode<Shelf>(text, nullptr, limits);
@@ -60,15 +59,22 @@ TEST(JSONLimits, ATextBeyondALimitIsRefusedWithItsPath) {
   static constexpr Case values[] = {
       {R"([1,{"a":[2,3]}])", {.elements = 4}, "[1].a: more than 4 elements (byte 11)"},
       {R"([1,{"a":[2,3]}])", {.depth = 2}, "[1].a: nested too deeply (byte 8)"},
-      {R"([1,{"a":[2,3]}])",
-       {.memory = 300},
-       "[1].a: what was read takes more than 300 bytes of memory (byte 8)"},
       {R"([1,{"a":[2,3}])", {}, "[1].a: unexpected character (byte 12)"},
       {R"({"a":1,"a":[2,tru]})", {}, "a: unexpected character (byte 14)"},
       {R"([[],{"a":[[2],{"b c":1e999}]}])", {}, R"([1].a[1]["b c"]: Unknown JSON value)"},
   };
   for (const auto& [text, limits, report] : values)
     EXPECT_EQ(json::decode<JSONValue>(text, nullptr, limits).error().report(), report);
+
+  // Which element is too much depends on the sizes of the standard library's types.
+  const auto record = json::decode<Shelf>(shelf, nullptr, {.memory = 500});
+  const auto value = json::decode<JSONValue>(R"([1,{"a":[2,3]}])", nullptr, {.memory = 300});
+  ASSERT_FALSE(record.has_value() || value.has_value());
+  EXPECT_TRUE(record.error().report().starts_with("notes.")) << record.error().report();
+  EXPECT_TRUE(value.error().report().starts_with("[1].a")) << value.error().report();
+  for (const auto& report : {record.error().report(), value.error().report()}) {
+    EXPECT_TRUE(report.contains(": what was read takes more than ")) << report;
+  }
 }
 
 TEST(JSONLimits, ADepthBeyondTheLibrarysOwnIsThat) {

@@ -28,7 +28,7 @@ bool StopState::request() {
     callbacks_.pop_back();
     // Taken out of the callback, which its own action may destroy. What the action holds ends without the
     // lock, too: it may be another callback.
-    auto action = std::move(running_->action_);
+    auto action = std::exchange(running_->action_, nullptr);
     held.unlock();
     run(std::move(action));
     held.lock();
@@ -46,7 +46,7 @@ void StopState::add(StopCallback& callback) {
       return;
     }
   }
-  run(std::move(callback.action_));
+  run(std::exchange(callback.action_, nullptr));
 }
 
 void StopState::remove(StopCallback& callback) {
