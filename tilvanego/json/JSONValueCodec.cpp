@@ -112,7 +112,7 @@ class JSONValue::Reading {
         return Reader::Next::failure;
       }
       if (!box) box = std::make_unique<BoxedDictionary>();
-      const auto [entry, isNew] = box->entries.try_emplace(std::string(key));
+      const auto [entry, isNew] = box->entries.emplace(key, nullptr);
       place_ = &entry->second;
       if (isNew) return next;
       reader_.giveBackMemory(entrySize);
@@ -150,11 +150,11 @@ namespace {
 
 bool beginValue(Writer& writer, const JSONValue& value) {
   if (const auto* text = value.stringValue()) return writer.text(*text);
+  if (value.isDictionary()) return writer.beginObject();
+  if (value.isArray()) return writer.beginList();
   if (const auto whole = value.intValue()) return writer.integer(*whole);
   if (const auto real = value.doubleValue()) return writer.number(*real);
   if (const auto truth = value.boolValue()) return writer.boolean(*truth);
-  if (value.isArray()) return writer.beginList();
-  if (value.isDictionary()) return writer.beginObject();
   return writer.null();
 }
 
@@ -184,10 +184,7 @@ bool json::Codec<JSONValue>::write(Writer& writer, const JSONValue& value) {
   const JSONValue* one = &value;
   for (;;) {
     if (!beginValue(writer, *one)) return failInLevels(writer, levels);
-    const bool isEmpty = (one->isArray() && one->arrayValue()->empty()) ||
-                         (one->isDictionary() && one->dictionaryValue()->empty());
-    if (isEmpty) endLevel(writer, one->isDictionary());
-    levels.enter(*one);
+    if (!levels.enter(*one) && (one->isArray() || one->isDictionary())) endLevel(writer, one->isDictionary());
     while (!levels.empty() && (one = levels.nextInLevel()) == nullptr) {
       endLevel(writer, levels.isInDictionary());
       levels.leave();
