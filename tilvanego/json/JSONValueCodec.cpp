@@ -2,6 +2,7 @@
 #include <tilvanego/json/JSONValueLevels.h>
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace tilvanego {
 namespace {
@@ -10,12 +11,25 @@ using json::Reader;
 using json::Writer;
 using json::detail::Levels;
 
+// Whole numbers are exact. What was read must come back from what is written, though a double that is whole
+// is written like an integer: it becomes one at once. But 2^63, the first that doesn't fit, is written with
+// an exponent as a number that would fit, and stays itself.
 bool readNumber(Reader& reader, JSONValue& value) {
   json::detail::JSONNumber number;
   if (!reader.readNumber(number)) return false;
-  if (const auto whole = number.asInteger()) {
+  constexpr double beyond = 0x1p63;
+  const auto whole = number.asInteger();
+  if (whole && number.plain) {
     value = *whole;
-  } else if (const auto nearest = number.asDouble()) {
+    return true;
+  }
+  const auto nearest = number.asDouble();
+  const bool fits = nearest && std::fabs(*nearest) < beyond;
+  if (whole && (fits || !nearest || number.text.find_first_of("eE") == number.text.npos)) {
+    value = *whole;
+  } else if (fits && std::trunc(*nearest) == *nearest) {
+    value = static_cast<std::int64_t>(*nearest);
+  } else if (nearest) {
     value = *nearest;
   } else {
     return reader.fail(JSONFailure::numberOutOfRange, "Unknown JSON value");
