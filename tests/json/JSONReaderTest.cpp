@@ -256,6 +256,19 @@ TEST(JSONReader, AnErrorShowsNothingThatALogWouldObey) {
   EXPECT_EQ(missing.description(), "a\\u000ab is missing");
 }
 
+TEST(JSONValue, EveryNumberThatIsReadComesBackFromItsText) {
+  for (const char* text :
+       {"-49223372036778901.3", "9007199254740992.5", "1.00000000000000000001", "9223372036854775808",
+        "-9223372036854775809", "9.2233720368547758e+18", "9223372036854775807.0", "1e-400", "1e300",
+        "4.92233720367789e+16", "0.1", "1e18", "1e19"}) {
+    const auto value = json::decode<JSONValue>(text);
+    ASSERT_TRUE(value.has_value()) << text;
+    EXPECT_EQ(json::decode<JSONValue>(*json::encode(*value)), value) << text;
+  }
+  EXPECT_EQ(json::decode<JSONValue>("9223372036854775807.0"), JSONValue(INT64_MAX));
+  EXPECT_EQ(json::decode<JSONValue>("9.007199254740993e15"), JSONValue(9007199254740993));
+}
+
 TEST(JSONValue, SubscriptsChainAndNeverFail) {
   const auto value = json::decode<JSONValue>(R"({"list":[1,2.5,"x",[{"a":true}]],"flag":true,"none":null})");
   ASSERT_TRUE(value.has_value());

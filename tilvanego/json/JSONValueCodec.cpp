@@ -2,6 +2,7 @@
 #include <tilvanego/json/JSONValueLevels.h>
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace tilvanego {
 namespace {
@@ -10,12 +11,25 @@ using json::Reader;
 using json::Writer;
 using json::detail::Levels;
 
+// Whole numbers are exact. What was read must come back from what is written, though a double that is whole
+// is written like an integer: it becomes one at once. But 2^63, the first that doesn't fit, is written with
+// an exponent as a number that would fit, and stays itself.
 bool readNumber(Reader& reader, JSONValue& value) {
   json::detail::JSONNumber number;
   if (!reader.readNumber(number)) return false;
-  if (const auto whole = number.asInteger()) {
+  constexpr double beyond = 0x1p63;
+  const auto whole = number.asInteger();
+  if (whole && number.plain) {
     value = *whole;
-  } else if (const auto nearest = number.asDouble()) {
+    return true;
+  }
+  const auto nearest = number.asDouble();
+  const bool fits = nearest && std::fabs(*nearest) < beyond;
+  if (whole && (fits || !nearest || number.text.find_first_of("eE") == number.text.npos)) {
+    value = *whole;
+  } else if (fits && std::trunc(*nearest) == *nearest) {
+    value = static_cast<std::int64_t>(*nearest);
+  } else if (nearest) {
     value = *nearest;
   } else {
     return reader.fail(JSONFailure::numberOutOfRange, "Unknown JSON value");
@@ -112,7 +126,7 @@ class JSONValue::Reading {
         return Reader::Next::failure;
       }
       if (!box) box = std::make_unique<BoxedDictionary>();
-      const auto [entry, isNew] = box->entries.try_emplace(std::string(key));
+      const auto [entry, isNew] = box->entries.emplace(key, nullptr);
       place_ = &entry->second;
       if (isNew) return next;
       reader_.giveBackMemory(entrySize);
@@ -150,11 +164,11 @@ namespace {
 
 bool beginValue(Writer& writer, const JSONValue& value) {
   if (const auto* text = value.stringValue()) return writer.text(*text);
+  if (value.isDictionary()) return writer.beginObject();
+  if (value.isArray()) return writer.beginList();
   if (const auto whole = value.intValue()) return writer.integer(*whole);
   if (const auto real = value.doubleValue()) return writer.number(*real);
   if (const auto truth = value.boolValue()) return writer.boolean(*truth);
-  if (value.isArray()) return writer.beginList();
-  if (value.isDictionary()) return writer.beginObject();
   return writer.null();
 }
 
@@ -184,10 +198,7 @@ bool json::Codec<JSONValue>::write(Writer& writer, const JSONValue& value) {
   const JSONValue* one = &value;
   for (;;) {
     if (!beginValue(writer, *one)) return failInLevels(writer, levels);
-    const bool isEmpty = (one->isArray() && one->arrayValue()->empty()) ||
-                         (one->isDictionary() && one->dictionaryValue()->empty());
-    if (isEmpty) endLevel(writer, one->isDictionary());
-    levels.enter(*one);
+    if (!levels.enter(*one) && (one->isArray() || one->isDictionary())) endLevel(writer, one->isDictionary());
     while (!levels.empty() && (one = levels.nextInLevel()) == nullptr) {
       endLevel(writer, levels.isInDictionary());
       levels.leave();

@@ -24,15 +24,17 @@ namespace tilvanego::json::detail {
 /// goes through a whole value, parents first.
 class Levels {
  public:
-  /// From here on `next` gives what is in this value, which may be a scalar.
-  void enter(const JSONValue& value) {
-    const JSONValue::Array* array = value.arrayValue();
-    const JSONValue::Dictionary* dictionary = value.dictionaryValue();
-    if (array != nullptr && !array->empty()) {
-      levels_.push_back({.array = array});
-    } else if (dictionary != nullptr && !dictionary->empty()) {
-      levels_.push_back({.dictionary = dictionary, .entry = dictionary->begin()});
+  /// From here on `next` gives what is in this value. False, and nothing changes, if there is nothing in it.
+  bool enter(const JSONValue& value) {
+    if (value.isArray()) {
+      const JSONValue::Array* array = value.arrayValue();
+      return !array->empty() && add({.array = array});
     }
+    if (value.isDictionary()) {
+      const JSONValue::Dictionary* dictionary = value.dictionaryValue();
+      return !dictionary->empty() && add({.dictionary = dictionary, .entry = dictionary->begin()});
+    }
+    return false;
   }
 
   /// The next value of the innermost level; null at its end, which `leave` then closes.
@@ -70,6 +72,13 @@ class Levels {
     JSONValue::Dictionary::const_iterator entry = {};
     const std::string* key = nullptr;
   };
+  // Most values are no deeper than a few levels.
+  bool add(const Level& level) {
+    if (levels_.empty()) levels_.reserve(8);
+    levels_.push_back(level);
+    return true;
+  }
+
   std::vector<Level> levels_;
 };
 
