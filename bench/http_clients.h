@@ -1,11 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <string>
 
-/// The clients that http_bench measures, each doing the same work in its own way. Whatever isn't as it should
-/// be ends the program with a message.
+/// The clients that http_bench measures, each doing the same work in its own way.
 namespace http_bench {
 
 /// One request, to be sent again and again.
@@ -36,16 +36,19 @@ std::unique_ptr<Client> bareCurl(const Work& work);
 /// cpp-httplib, with a thread for each request in flight and TCP_NODELAY, without which it waits.
 std::unique_ptr<Client> cppHTTPLib(const Work& work);
 
-/// Ends the program unless the answer is what the work expects. The length alone is compared once the bytes
-/// have been seen to be right.
+/// Prints a message and remembers it for the whole program unless the answer is what the work expects. The
+/// length alone is compared once the bytes have been seen to be right.
 class AnswerCheck {
  public:
   explicit AnswerCheck(const Work& work) : work_(work) {}
   void operator()(const char* client, long status, const char* body, std::size_t size);
+  /// Whether any answer of any client was wrong. From any thread.
+  static bool anyWrong() { return anyWrong_; }
 
  private:
   const Work& work_;
   bool seen_ = false;
+  inline static std::atomic<bool> anyWrong_ = false;
 };
 
 }  // namespace http_bench

@@ -21,6 +21,7 @@ URLRequest requestOf(const Work& work) {
   URLRequest request;
   request.url = URL::parse(work.url).value();
   request.httpMethod = work.method;
+  request.maximumBodySize = work.download.size();
   if (!work.upload.empty()) request.httpBody = Data(work.upload);
   return request;
 }
