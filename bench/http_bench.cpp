@@ -10,9 +10,9 @@
 
 #include <benchmark/benchmark.h>
 #include <sched.h>
-#include <tests/support/NginxServer.h>
 
 #include "http_clients.h"
+#include "tests/support/NginxServer.h"
 
 namespace http_bench {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <utility>
 
-#include <tilvanego/http_client/URLRequest.h>
-#include <tilvanego/http_client/URLResponse.h>
-#include <tilvanego/platform/network/URLSession.h>
+#include <tilvanego/network/URLRequest.h>
+#include <tilvanego/network/URLResponse.h>
+#include <tilvanego/network/URLSession.h>
 #include <tilvanego/values/URL.h>
 
 #include "http_clients.h"

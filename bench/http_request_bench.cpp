@@ -14,15 +14,15 @@
 
 #include <benchmark/benchmark.h>
 
-#include "allocations.h"
-
-#include <tilvanego/http_client/CodableHelper.h>
-#include <tilvanego/http_client/JSONDataEncoding.h>
-#include <tilvanego/http_client/JSONEncodingHelper.h>
-#include <tilvanego/http_client/MemoryURLSession.h>
 #include <tilvanego/http_client/OverSession.h>
-#include <tilvanego/http_client/URLEncoding.h>
+#include <tilvanego/http_client/coding/CodableHelper.h>
+#include <tilvanego/http_client/coding/JSONEncodingHelper.h>
+#include <tilvanego/http_client/encodings/JSONDataEncoding.h>
+#include <tilvanego/http_client/encodings/URLEncoding.h>
 #include <tilvanego/json/JSON.h>
+#include <tilvanego/network/MemoryURLSession.h>
+
+#include "allocations.h"
 
 namespace tilvanego::bench {
 namespace {

@@ -4,20 +4,20 @@
 #include <benchmark/benchmark.h>
 
 #define PCRE2_CODE_UNIT_WIDTH 8
-#include <pcre2.h>
-#include <unicode/uregex.h>
-#include <unicode/ustring.h>
-
-#include <tilvanego/http_client/Validator.h>
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/json/JSONValue.h>
-#include <nlohmann/json.hpp>
-
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+
+#include <nlohmann/json.hpp>
+#include <pcre2.h>
+#include <unicode/uregex.h>
+#include <unicode/ustring.h>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
+#include <tilvanego/validation/Validator.h>
 
 namespace {
 

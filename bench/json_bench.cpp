@@ -2,13 +2,6 @@
 // the same structs through the same key tables) and RapidJSON's writer (called field by field, its buffer
 // kept, the text copied out). Decoding has three keys that no struct knows.
 
-#include <benchmark/benchmark.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-#include <simdjson.h>
-
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/json/JSONValue.h>
 #include <cstdlib>
 #include <optional>
 #include <string>
@@ -17,6 +10,14 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <benchmark/benchmark.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <simdjson.h>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
 
 namespace {
 

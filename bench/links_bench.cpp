@@ -3,12 +3,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <tilvanego/facade/TilvaneGoSDK.h>
+#include <tilvanego/frame/Link.h>
+#include <tilvanego/payment/PaymentOperation.h>
+
 #include "allocations.h"
 #include "links.h"
-
-#include <tilvanego/facade/Link.h>
-#include <tilvanego/facade/TilvaneGoSDK.h>
-#include <tilvanego/payment/PaymentOperation.h>
 
 namespace tilvanego::bench {
 namespace {

@@ -1,6 +1,6 @@
-#include "links.h"
-
 #include <cstdint>
+
+#include "links.h"
 
 namespace tilvanego::bench {
 

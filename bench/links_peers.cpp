@@ -1,8 +1,8 @@
-#include "links.h"
-
-#include <uriparser/Uri.h>
 #include <boost/url.hpp>
 #include <boost/url/src.hpp>
+#include <uriparser/Uri.h>
+
+#include "links.h"
 
 namespace tilvanego::bench {
 

@@ -1,13 +1,6 @@
 #pragma once
 
-#include <rapidjson/document.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-#include <simdjson.h>
-
-#include <boost/json.hpp>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,8 +8,15 @@
 #include <utility>
 #include <vector>
 
+#include <boost/json.hpp>
+#include <nlohmann/json.hpp>
+#include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <simdjson.h>
+
 #include <tilvanego/json/JSON.h>
-#include <tilvanego/models/Models.h>
+#include <tilvanego/Models.h>
 #include <tilvanego/values/DateFormats.h>
 
 /// Other libraries' trees read into the library's records, and the records written by them: keys are found by

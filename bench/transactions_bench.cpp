@@ -1,9 +1,6 @@
 // A callback with a list of 10,000 transactions: the whole of it, and its JSON alone beside simdjson's DOM,
 // parsed and then copied into the same structs through the same key tables, amounts by the same conversion.
 
-#include <benchmark/benchmark.h>
-#include <simdjson.h>
-
 #include <array>
 #include <cstdint>
 #include <cstdlib>
@@ -13,6 +10,9 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <benchmark/benchmark.h>
+#include <simdjson.h>
 
 #include <tilvanego/facade/TilvaneGoSDK.h>
 

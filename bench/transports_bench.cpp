@@ -15,14 +15,14 @@
 #include <openssl/rand.h>
 #include <zlib.h>
 
-#include "transports_samples.h"
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/transports/HandoffEnvelope.h>
 #include <tilvanego/values/Base64.h>
+
+#include "transports_samples.h"
 
 namespace tilvanego::bench {
 namespace {

@@ -8,12 +8,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include "transports_samples.h"
-
 #include <tilvanego/facade/FacadeAccess.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
+
+#include "transports_samples.h"
 
 namespace tilvanego::bench {
 namespace {

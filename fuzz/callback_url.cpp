@@ -1,9 +1,3 @@
-#include <tilvanego/facade/CallbackURLs.h>
-#include <tilvanego/values/LinkWriter.h>
-#include <tilvanego/values/PercentEncoding.h>
-#include <tilvanego/values/URL.h>
-#include <tilvanego/values/URLComponents.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +7,12 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include <tilvanego/frame/CallbackURLs.h>
+#include <tilvanego/values/LinkWriter.h>
+#include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/URL.h>
+#include <tilvanego/values/URLComponents.h>
 
 // Any bytes as a callback URL. What parses must read back the same by every way there is.
 namespace {

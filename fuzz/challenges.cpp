@@ -1,8 +1,7 @@
 // The challenges of a "WWW-Authenticate" field: what is read is written again, every value in quotes, and
 // must read as the same; and what can be answered has a realm and a method that the field named.
 
-#include <tilvanego/http_client/FieldSyntax.h>
-#include <tilvanego/platform/network/curl/Challenges.h>
+#include <tilvanego/network/curl/Challenges.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -11,6 +10,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <tilvanego/network/FieldSyntax.h>
 
 namespace {
 

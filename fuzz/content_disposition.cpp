@@ -2,10 +2,6 @@
 // in the rest. The file name must be what a plain reading of the rule gives, and no path and no name may lead
 // out of the directory for downloads.
 
-#include <tilvanego/http_client/FileDownload.h>
-#include <tilvanego/http_client/URLSessionImplementations.h>
-#include <tilvanego/values/Text.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +10,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/http_client/FileDownload.h>
+#include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/values/Text.h>
 
 namespace {
 

@@ -1,5 +1,4 @@
 #include <tilvanego/values/Decimal.h>
-#include <tilvanego/values/DecimalFormatter.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -7,6 +6,8 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/values/DecimalFormatter.h>
 
 namespace {
 

@@ -1,6 +1,3 @@
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/json/JSONValue.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +8,9 @@
 #include <string_view>
 #include <type_traits>
 #include <vector>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
 
 namespace {
 

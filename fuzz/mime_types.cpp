@@ -1,14 +1,14 @@
 // A file of the shared MIME database as anyone may have left it: what it says goes into a header, so only a
 // type and a subtype may come out, and the common types stay unless something weighs more.
 
-#include <tilvanego/http_client/MIMETypes.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/http_client/encodings/MIMETypes.h>
 
 namespace {
 

@@ -1,14 +1,14 @@
 // Any bytes as any record, which the first byte picks: refused with a fault that can be said in one line, or
 // read into a record whose JSON is read as an equal one.
 
-#include <tilvanego/models/Catalogue.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <tilvanego/models/Catalogue.h>
 
 namespace {
 

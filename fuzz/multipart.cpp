@@ -2,11 +2,6 @@
 // apart again: each part must come back as it went in, and no content may make a part of its own. The input
 // is records of a kind, the length of a name, the name, the length of a content, the content.
 
-#include <tilvanego/http_client/FormDataEncoding.h>
-#include <tilvanego/http_client/FormURLEncoding.h>
-#include <tilvanego/values/PercentEncoding.h>
-#include <tilvanego/values/Text.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +10,11 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include <tilvanego/http_client/encodings/FormDataEncoding.h>
+#include <tilvanego/http_client/encodings/FormURLEncoding.h>
+#include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/Text.h>
 
 namespace {
 

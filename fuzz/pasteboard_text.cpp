@@ -12,10 +12,11 @@
 #include <utility>
 #include <vector>
 
-#include <tests/support/TestHost.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/transports/HandoffEnvelope.h>
+
+#include "tests/support/TestHost.h"
 
 namespace {
 

@@ -10,10 +10,11 @@
 #include <string_view>
 #include <variant>
 
-#include <tests/support/TestHost.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>
+
+#include "tests/support/TestHost.h"
 
 namespace {
 

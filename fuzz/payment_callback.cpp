@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include <tests/support/TestHost.h>
+#include "tests/support/TestHost.h"
 
 namespace {
 

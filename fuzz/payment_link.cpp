@@ -8,8 +8,9 @@
 #include <string>
 #include <string_view>
 
-#include <tests/support/TestHost.h>
 #include <tilvanego/values/Text.h>
+
+#include "tests/support/TestHost.h"
 
 namespace {
 

@@ -2,12 +2,6 @@
 // line breaks for values, each name once, and no more than the limits allow. And bodies compressed as the
 // head says.
 
-#include <tilvanego/http_client/FieldSyntax.h>
-#include <tilvanego/http_client/HTTPHead.h>
-#include <tilvanego/platform/network/curl/ContentDecoder.h>
-#include <tilvanego/platform/network/curl/ResponseHead.h>
-#include <tilvanego/values/Text.h>
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -17,6 +11,12 @@
 #include <set>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/network/HTTPHead.h>
+#include <tilvanego/network/curl/ContentDecoder.h>
+#include <tilvanego/network/curl/ResponseHead.h>
+#include <tilvanego/values/Text.h>
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include <tilvanego/facade/CallbackURLs.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
+#include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/sandbox/Answer.h>
 
 namespace {

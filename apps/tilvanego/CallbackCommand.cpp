@@ -8,9 +8,9 @@
 #include <string>
 #include <string_view>
 
+#include <CLI/CLI.hpp>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <CLI/CLI.hpp>
 
 #include <tilvanego/values/URL.h>
 

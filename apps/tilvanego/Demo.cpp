@@ -12,8 +12,8 @@
 #include <variant>
 #include <vector>
 
-#include <tilvanego/facade/SecretNames.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
+#include <tilvanego/frame/SecretNames.h>
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/platform/Platform.h>

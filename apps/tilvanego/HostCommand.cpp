@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
-#include <unistd.h>
 #include <CLI/CLI.hpp>
+#include <unistd.h>
 
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/platform/RunLoop.h>

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <variant>
 
-#include <tilvanego/http_client/Validator.h>
+#include <tilvanego/validation/Validator.h>
 #include <tilvanego/values/RawText.h>
 
 namespace tilvanego::program {

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-#include <tilvanego/http_client/Progress.h>
+#include <tilvanego/network/Progress.h>
 
 namespace tilvanego::program {
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include <unistd.h>
 #include <CLI/CLI.hpp>
+#include <unistd.h>
 
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/SystemClock.h>

@@ -8,8 +8,8 @@
 #include <system_error>
 #include <utility>
 
-#include <tilvanego/http_client/FileReading.h>
-#include <tilvanego/http_client/JSONDataEncoding.h>
+#include <tilvanego/http_client/encodings/FileReading.h>
+#include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 #include <tilvanego/json/JSONReader.h>
 #include <tilvanego/values/URLComponents.h>
 

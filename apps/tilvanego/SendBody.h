@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include <tilvanego/http_client/AnyValue.h>
+#include <tilvanego/http_client/encodings/AnyValue.h>
 
 #include "SendOptions.h"
 

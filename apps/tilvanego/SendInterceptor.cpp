@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include <tilvanego/platform/network/TransportError.h>
+#include <tilvanego/network/TransportError.h>
 
 namespace tilvanego::program {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
-#include <tilvanego/http_client/OpenAPIMutex.h>
+#include <tilvanego/network/OpenAPIMutex.h>
 
 #include "SendOptions.h"
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include <tilvanego/http_client/HTTPHeaders.h>
 #include <tilvanego/http_client/HTTPMethod.h>
-#include <tilvanego/http_client/URLCredential.h>
+#include <tilvanego/network/HTTPHeaders.h>
+#include <tilvanego/network/URLCredential.h>
 
 namespace tilvanego::program {
 

@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include <tilvanego/http_client/OverSession.h>
-#include <tilvanego/http_client/URLEncoding.h>
+#include <tilvanego/http_client/encodings/URLEncoding.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
 #include <tilvanego/platform/RunLoop.h>

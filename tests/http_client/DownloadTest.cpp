@@ -1,8 +1,3 @@
-#include <gtest/gtest.h>
-#include <tilvanego/http_client/CachesDirectory.h>
-#include <tilvanego/http_client/FileDownload.h>
-#include <tilvanego/values/UUID.h>
-
 #include <algorithm>
 #include <array>
 #include <csignal>
@@ -11,8 +6,14 @@
 #include <fstream>
 #include <iterator>
 
+#include <gtest/gtest.h>
+
+#include <tilvanego/http_client/CachesDirectory.h>
+#include <tilvanego/http_client/FileDownload.h>
+#include <tilvanego/values/UUID.h>
+
 #include "tests/http_client/TestClient.h"
-#include "tests/platform/TemporaryDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 
 namespace tilvanego::test {
 namespace {

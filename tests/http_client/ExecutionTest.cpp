@@ -1,6 +1,3 @@
-#include <gtest/gtest.h>
-#include <tilvanego/json/JSONValue.h>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -8,6 +5,10 @@
 #include <thread>
 #include <utility>
 #include <variant>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/json/JSONValue.h>
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/TestData.h"

@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <map>
+
+#include <gtest/gtest.h>
 
 #include "tests/http_client/TestClient.h"
 

@@ -1,11 +1,12 @@
-#include <gtest/gtest.h>
-#include <tilvanego/http_client/SynchronizedDictionary.h>
-#include <tilvanego/platform/HostCode.h>
-
 #include <array>
 #include <csignal>
 #include <stdexcept>
 #include <thread>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/http_client/SynchronizedDictionary.h>
+#include <tilvanego/platform/HostCode.h>
 
 #include "tests/http_client/TestClient.h"
 

@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <thread>
+
+#include <gtest/gtest.h>
 
 #include "tests/http_client/TestClient.h"
 

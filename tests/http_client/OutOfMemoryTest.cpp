@@ -1,13 +1,14 @@
-#include <gtest/gtest.h>
-#include <tilvanego/json/JSONValue.h>
-
 #include <array>
 #include <cstdlib>
 #include <new>
 
+#include <gtest/gtest.h>
+
+#include <tilvanego/json/JSONValue.h>
+
 #include "tests/http_client/TestClient.h"
-#include "tests/platform/TemporaryDirectory.h"
 #include "tests/support/AllocationFailure.h"
+#include "tests/support/TemporaryDirectory.h"
 
 namespace tilvanego::test {
 namespace {

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <tilvanego/http_client/CodableHelper.h>
-#include <tilvanego/http_client/MemoryURLSession.h>
-#include <tilvanego/http_client/OverSession.h>
-#include <tilvanego/platform/RunLoop.h>
-
 #include <cstddef>
 #include <deque>
 #include <expected>
@@ -16,6 +11,11 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <tilvanego/http_client/OverSession.h>
+#include <tilvanego/http_client/coding/CodableHelper.h>
+#include <tilvanego/network/MemoryURLSession.h>
+#include <tilvanego/platform/RunLoop.h>
 
 namespace tilvanego::test {
 

@@ -1,10 +1,12 @@
-#include <tests/support/VectorFile.h>
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/json/JSONValue.h>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <optional>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
+
+#include "tests/support/VectorFile.h"
 
 namespace tilvanego {
 namespace {

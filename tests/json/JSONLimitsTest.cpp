@@ -1,15 +1,16 @@
-#include <gtest/gtest.h>
-#include <pthread.h>
-
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/json/JSONValue.h>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "../support/AllocationCount.h"
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
+
+#include "tests/support/AllocationCount.h"
 
 namespace tilvanego {
 namespace {

@@ -1,13 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/json/JSONValue.h>
 #include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
 
 namespace tilvanego {
 namespace {

@@ -1,6 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <tilvanego/json/JSON.h>
 #include <array>
 #include <map>
 #include <optional>
@@ -9,6 +6,10 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/json/JSON.h>
 
 namespace tilvanego {
 namespace test {

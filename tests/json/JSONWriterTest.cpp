@@ -1,13 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/json/JSONValue.h>
 #include <array>
 #include <limits>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
 
 namespace tilvanego {
 namespace test {

@@ -1,13 +1,13 @@
-#include <gtest/gtest.h>
-
-#include <tilvanego/models/Catalogue.h>
-
 #include <map>
 #include <string>
 #include <string_view>
 #include <variant>
 
-#include "ModelTables.h"
+#include <gtest/gtest.h>
+
+#include <tilvanego/models/Catalogue.h>
+
+#include "tests/models/ModelTables.h"
 
 namespace tilvanego::models {
 namespace {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "../support/VectorFile.h"
+#include "tests/support/VectorFile.h"
 
 /// The published tables of the records, and JSON texts that are built from them alone.
 namespace tilvanego::test {

@@ -1,9 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/models/Catalogue.h>
-#include <tilvanego/models/Models.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -15,8 +9,14 @@
 #include <utility>
 #include <vector>
 
-#include "../support/AllocationCount.h"
-#include "ModelTables.h"
+#include <gtest/gtest.h>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/models/Catalogue.h>
+#include <tilvanego/Models.h>
+
+#include "tests/models/ModelTables.h"
+#include "tests/support/AllocationCount.h"
 
 namespace tilvanego::models {
 namespace {

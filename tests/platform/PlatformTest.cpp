@@ -1,5 +1,3 @@
-#include <tilvanego/platform/Platform.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -10,11 +8,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <tilvanego/platform/Platform.h>
 #include <tilvanego/platform/StandardOutput.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/memory/ManualClock.h>
 
-#include "TemporaryDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 
 using namespace tilvanego;
 

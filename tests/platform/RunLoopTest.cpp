@@ -1,5 +1,3 @@
-#include <tilvanego/platform/RunLoop.h>
-
 #include <atomic>
 #include <cstddef>
 #include <functional>
@@ -14,6 +12,7 @@
 
 #include <tilvanego/platform/MainQueueAdapter.h>
 #include <tilvanego/platform/MainThread.h>
+#include <tilvanego/platform/RunLoop.h>
 
 using tilvanego::MainQueueAdapter;
 using tilvanego::RunLoop;

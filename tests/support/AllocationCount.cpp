@@ -1,11 +1,11 @@
 #include "tests/support/AllocationCount.h"
 
-#include <malloc.h>
-
 #include <atomic>
 #include <cstdlib>
 #include <new>
 #include <utility>
+
+#include <malloc.h>
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "Authentication.h"
+#include "tests/support/Authentication.h"
 
 #include <array>
 #include <cctype>

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "HTTPMessages.h"
+#include "tests/support/HTTPMessages.h"
 
 namespace tilvanego::test {
 

@@ -1,4 +1,4 @@
-#include <tests/support/FreedMemory.h>
+#include "tests/support/FreedMemory.h"
 
 #include <algorithm>
 #include <array>

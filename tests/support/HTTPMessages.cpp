@@ -1,4 +1,4 @@
-#include "HTTPMessages.h"
+#include "tests/support/HTTPMessages.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "LoopbackServer.h"
+#include "tests/support/LoopbackServer.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "LoopbackSocket.h"
+#include "tests/support/LoopbackSocket.h"
 
 namespace tilvanego::test {
 namespace {

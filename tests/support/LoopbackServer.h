@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "HTTPMessages.h"
+#include "tests/support/HTTPMessages.h"
 
 namespace tilvanego::test {
 

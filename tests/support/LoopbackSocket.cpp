@@ -1,4 +1,4 @@
-#include "LoopbackSocket.h"
+#include "tests/support/LoopbackSocket.h"
 
 #include <cerrno>
 #include <system_error>

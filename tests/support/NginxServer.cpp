@@ -1,4 +1,4 @@
-#include "NginxServer.h"
+#include "tests/support/NginxServer.h"
 
 #include <cerrno>
 #include <csignal>

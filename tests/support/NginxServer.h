@@ -8,8 +8,8 @@
 
 #include <sys/types.h>
 
-#include <tests/platform/TemporaryDirectory.h>
-#include <tests/support/LoopbackSocket.h>
+#include "tests/support/LoopbackSocket.h"
+#include "tests/support/TemporaryDirectory.h"
 
 namespace tilvanego::test {
 

@@ -1,4 +1,4 @@
-#include "RefusingHTTP2Server.h"
+#include "tests/support/RefusingHTTP2Server.h"
 
 #include <array>
 #include <atomic>
@@ -13,7 +13,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "LoopbackSocket.h"
+#include "tests/support/LoopbackSocket.h"
 
 namespace tilvanego::test {
 namespace {

@@ -1,4 +1,4 @@
-#include <tests/support/TestData.h>
+#include "tests/support/TestData.h"
 
 namespace tilvanego::test {
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
@@ -14,7 +12,9 @@
 #include <string_view>
 #include <vector>
 
-#include <tests/support/TestData.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/TestData.h"
 
 /// Reads the case files under tests/data. Kept apart from the library's own JSON reader, so that neither can
 /// hide a fault of the other. Anything malformed throws std::runtime_error, which fails the test that asked.

@@ -7,12 +7,13 @@
 #include <string_view>
 #include <utility>
 
-#include <tests/support/TestHost.h>
-#include <tilvanego/facade/QueryLookup.h>
+#include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/HandoffEnvelope.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
 #include <tilvanego/values/URLComponents.h>
+
+#include "tests/support/TestHost.h"
 
 /// What the transports' tests share: a payment, its completion in words, and the payment application's side.
 namespace tilvanego::test {

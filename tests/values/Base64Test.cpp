@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-#include <tests/support/VectorFile.h>
-#include <tilvanego/values/Base64.h>
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -9,6 +5,12 @@
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/values/Base64.h>
+
+#include "tests/support/VectorFile.h"
 
 namespace tilvanego {
 namespace {

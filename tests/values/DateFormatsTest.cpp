@@ -1,12 +1,14 @@
-#include <gtest/gtest.h>
-#include <tests/support/VectorFile.h>
-#include <tilvanego/values/DateFormats.h>
-
 #include <array>
 #include <cstdio>
 #include <limits>
 #include <optional>
 #include <string>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/values/DateFormats.h>
+
+#include "tests/support/VectorFile.h"
 
 namespace tilvanego {
 namespace {

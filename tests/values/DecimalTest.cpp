@@ -1,13 +1,15 @@
-#include <gtest/gtest.h>
-#include <tests/support/VectorFile.h>
-#include <tilvanego/values/Decimal.h>
-#include <tilvanego/values/DecimalFormatter.h>
-
 #include <array>
 #include <cstdint>
 #include <limits>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/DecimalFormatter.h>
+
+#include "tests/support/VectorFile.h"
 
 namespace tilvanego {
 namespace {

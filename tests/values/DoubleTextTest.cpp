@@ -1,11 +1,13 @@
-#include <gtest/gtest.h>
-#include <tests/support/VectorFile.h>
-#include <tilvanego/values/DoubleText.h>
-
 #include <bit>
 #include <cstdint>
 #include <limits>
 #include <string>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/values/DoubleText.h>
+
+#include "tests/support/VectorFile.h"
 
 namespace tilvanego {
 namespace {

@@ -1,9 +1,11 @@
-#include <gtest/gtest.h>
-#include <tests/support/VectorFile.h>
-#include <tilvanego/values/UUID.h>
-
 #include <optional>
 #include <string>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/values/UUID.h>
+
+#include "tests/support/VectorFile.h"
 
 namespace tilvanego {
 namespace {

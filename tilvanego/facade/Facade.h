@@ -8,12 +8,12 @@
 #include <tuple>
 #include <utility>
 
-#include <tilvanego/facade/CallbackParser.h>
-#include <tilvanego/facade/CallbackURLs.h>
-#include <tilvanego/facade/Cases.h>
-#include <tilvanego/facade/Link.h>
 #include <tilvanego/facade/LogLevel.h>
-#include <tilvanego/facade/Operation.h>
+#include <tilvanego/frame/CallbackParser.h>
+#include <tilvanego/frame/CallbackURLs.h>
+#include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/Link.h>
+#include <tilvanego/frame/Operation.h>
 #include <tilvanego/operations/CaptureOperation.h>
 #include <tilvanego/operations/ClearDataOperation.h>
 #include <tilvanego/operations/FullRefundOperation.h>
@@ -23,10 +23,10 @@
 #include <tilvanego/operations/SaveOperation.h>
 #include <tilvanego/operations/TransactionListOperation.h>
 #include <tilvanego/payment/PaymentOperation.h>
-#include <tilvanego/payment/PaymentTransports.h>
 #include <tilvanego/platform/GuardedPlatform.h>
 #include <tilvanego/platform/MainThread.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/transports/PaymentTransports.h>
 #include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {

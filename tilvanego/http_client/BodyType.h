@@ -1,13 +1,5 @@
 #pragma once
 
-#include <tilvanego/http_client/CodableHelper.h>
-#include <tilvanego/http_client/Failure.h>
-#include <tilvanego/http_client/Response.h>
-#include <tilvanego/json/JSON.h>
-#include <tilvanego/values/Bytes.h>
-#include <tilvanego/values/Data.h>
-#include <tilvanego/values/URL.h>
-
 #include <any>
 #include <concepts>
 #include <cstddef>
@@ -20,6 +12,14 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <tilvanego/http_client/Response.h>
+#include <tilvanego/http_client/coding/CodableHelper.h>
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/network/Failure.h>
+#include <tilvanego/values/Bytes.h>
+#include <tilvanego/values/Data.h>
+#include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 

@@ -1,13 +1,13 @@
 #include <tilvanego/http_client/CachesDirectory.h>
 
-#include <tilvanego/http_client/FatalError.h>
-#include <tilvanego/http_client/FileDownload.h>
-#include <tilvanego/http_client/OpenAPIMutex.h>
-
 #include <cstdlib>
 #include <string_view>
 #include <system_error>
 #include <utility>
+
+#include <tilvanego/http_client/FileDownload.h>
+#include <tilvanego/network/OpenAPIMutex.h>
+#include <tilvanego/platform/FatalError.h>
 
 namespace tilvanego {
 namespace {

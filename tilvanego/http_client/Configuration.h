@@ -1,13 +1,13 @@
 #pragma once
 
-#include <tilvanego/http_client/OpenAPIMutex.h>
-#include <tilvanego/http_client/URLCredential.h>
-
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+
+#include <tilvanego/network/OpenAPIMutex.h>
+#include <tilvanego/network/URLCredential.h>
 
 namespace tilvanego {
 

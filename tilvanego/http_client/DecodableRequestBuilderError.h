@@ -1,11 +1,11 @@
 #pragma once
 
-#include <tilvanego/http_client/Failure.h>
-#include <tilvanego/json/JSONError.h>
-
 #include <string>
 #include <utility>
 #include <variant>
+
+#include <tilvanego/json/JSONError.h>
+#include <tilvanego/network/Failure.h>
 
 namespace tilvanego {
 

@@ -1,11 +1,11 @@
 #include <tilvanego/http_client/ErrorResponse.h>
 
-#include <tilvanego/http_client/ExceptionFailure.h>
-
 #include <array>
 #include <cstddef>
 #include <new>
 #include <utility>
+
+#include <tilvanego/network/ExceptionFailure.h>
 
 namespace tilvanego {
 namespace {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <tilvanego/http_client/Failure.h>
-#include <tilvanego/http_client/URLResponse.h>
-#include <tilvanego/values/Data.h>
-
 #include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+
+#include <tilvanego/network/Failure.h>
+#include <tilvanego/network/URLResponse.h>
+#include <tilvanego/values/Data.h>
 
 namespace tilvanego {
 

@@ -1,11 +1,5 @@
 #include <tilvanego/http_client/FileDownload.h>
 
-#include <tilvanego/platform/OpenSSLRandomSource.h>
-#include <tilvanego/platform/desktop/FileDescriptor.h>
-#include <tilvanego/values/CharacterTables.h>
-#include <tilvanego/values/PercentEncoding.h>
-#include <tilvanego/values/UUID.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -17,6 +11,12 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <tilvanego/platform/OpenSSLRandomSource.h>
+#include <tilvanego/platform/desktop/FileDescriptor.h>
+#include <tilvanego/values/CharacterTables.h>
+#include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/UUID.h>
 
 namespace tilvanego::detail {
 namespace {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <tilvanego/http_client/DownloadException.h>
-#include <tilvanego/values/Data.h>
-#include <tilvanego/values/URL.h>
-
 #include <expected>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <tilvanego/http_client/encodings/DownloadException.h>
+#include <tilvanego/values/Data.h>
+#include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <tilvanego/values/RawText.h>
-
 #include <array>
 #include <cstdint>
 #include <string_view>
 #include <utility>
+
+#include <tilvanego/values/RawText.h>
 
 namespace tilvanego {
 

@@ -1,17 +1,17 @@
 #pragma once
 
-#include <tilvanego/http_client/Failure.h>
-#include <tilvanego/http_client/URLRequest.h>
-#include <tilvanego/http_client/URLResponse.h>
-#include <tilvanego/http_client/URLSessionProtocol.h>
-#include <tilvanego/values/Data.h>
-
 #include <any>
 #include <cstdint>
 #include <expected>
 #include <functional>
 #include <memory>
 #include <optional>
+
+#include <tilvanego/network/Failure.h>
+#include <tilvanego/network/URLRequest.h>
+#include <tilvanego/network/URLResponse.h>
+#include <tilvanego/network/URLSessionProtocol.h>
+#include <tilvanego/values/Data.h>
 
 namespace tilvanego {
 

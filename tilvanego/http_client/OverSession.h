@@ -1,10 +1,10 @@
 #pragma once
 
-#include <tilvanego/http_client/URLSessionImplementations.h>
-
 #include <concepts>
 #include <memory>
 #include <utility>
+
+#include <tilvanego/http_client/URLSessionImplementations.h>
 
 namespace tilvanego {
 

@@ -1,10 +1,10 @@
 #include <tilvanego/http_client/RequestBuilder.h>
 
-#include <tilvanego/http_client/ExceptionFailure.h>
-
 #include <atomic>
 #include <coroutine>
 #include <exception>
+
+#include <tilvanego/network/ExceptionFailure.h>
 
 namespace tilvanego {
 namespace {

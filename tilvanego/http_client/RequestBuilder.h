@@ -1,17 +1,5 @@
 #pragma once
 
-#include <tilvanego/http_client/AnyValue.h>
-#include <tilvanego/http_client/BodyType.h>
-#include <tilvanego/http_client/Configuration.h>
-#include <tilvanego/http_client/ErrorResponse.h>
-#include <tilvanego/http_client/OpenAPIMutex.h>
-#include <tilvanego/http_client/Progress.h>
-#include <tilvanego/http_client/RequestTask.h>
-#include <tilvanego/http_client/Response.h>
-#include <tilvanego/http_client/StopToken.h>
-#include <tilvanego/http_client/Task.h>
-#include <tilvanego/http_client/URLCredential.h>
-
 #include <concepts>
 #include <cstddef>
 #include <expected>
@@ -21,6 +9,18 @@
 #include <optional>
 #include <string>
 #include <utility>
+
+#include <tilvanego/async/StopToken.h>
+#include <tilvanego/async/Task.h>
+#include <tilvanego/http_client/BodyType.h>
+#include <tilvanego/http_client/Configuration.h>
+#include <tilvanego/http_client/ErrorResponse.h>
+#include <tilvanego/http_client/RequestTask.h>
+#include <tilvanego/http_client/Response.h>
+#include <tilvanego/http_client/encodings/AnyValue.h>
+#include <tilvanego/network/OpenAPIMutex.h>
+#include <tilvanego/network/Progress.h>
+#include <tilvanego/network/URLCredential.h>
 
 namespace tilvanego {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <tilvanego/http_client/RequestBuilder.h>
-
 #include <concepts>
 #include <functional>
 #include <memory>
+
+#include <tilvanego/http_client/RequestBuilder.h>
 
 namespace tilvanego {
 

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <tilvanego/http_client/ExceptionFailure.h>
-#include <tilvanego/http_client/FatalError.h>
-#include <tilvanego/http_client/RequestBuilder.h>
-#include <tilvanego/http_client/RequestBuilderFactory.h>
-
 #include <any>
 #include <concepts>
 #include <cstddef>
@@ -13,6 +8,11 @@
 #include <memory>
 #include <optional>
 #include <utility>
+
+#include <tilvanego/http_client/RequestBuilder.h>
+#include <tilvanego/http_client/RequestBuilderFactory.h>
+#include <tilvanego/network/ExceptionFailure.h>
+#include <tilvanego/platform/FatalError.h>
 
 namespace tilvanego {
 

@@ -1,8 +1,8 @@
 #include <tilvanego/http_client/RequestTask.h>
 
-#include <tilvanego/platform/HostCode.h>
-
 #include <utility>
+
+#include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <tilvanego/http_client/OpenAPIMutex.h>
-#include <tilvanego/http_client/URLSessionProtocol.h>
-
 #include <memory>
+
+#include <tilvanego/network/OpenAPIMutex.h>
+#include <tilvanego/network/URLSessionProtocol.h>
 
 namespace tilvanego {
 

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <tilvanego/http_client/FieldSyntax.h>
-#include <tilvanego/http_client/URLResponse.h>
-#include <tilvanego/values/Data.h>
-
 #include <algorithm>
 #include <any>
 #include <map>
@@ -11,6 +7,10 @@
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/network/URLResponse.h>
+#include <tilvanego/values/Data.h>
 
 namespace tilvanego {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <tilvanego/http_client/OpenAPIMutex.h>
-
 #include <optional>
 #include <unordered_map>
 #include <utility>
+
+#include <tilvanego/network/OpenAPIMutex.h>
 
 namespace tilvanego {
 

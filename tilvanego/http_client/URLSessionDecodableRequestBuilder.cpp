@@ -1,12 +1,12 @@
+#include <utility>
+
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
-#include <tilvanego/http_client/DownloadException.h>
-#include <tilvanego/http_client/ExceptionFailure.h>
-#include <tilvanego/http_client/FatalError.h>
 #include <tilvanego/http_client/FileDownload.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/http_client/encodings/DownloadException.h>
+#include <tilvanego/network/ExceptionFailure.h>
+#include <tilvanego/platform/FatalError.h>
 #include <tilvanego/values/UTF8.h>
-
-#include <utility>
 
 namespace tilvanego {
 namespace {

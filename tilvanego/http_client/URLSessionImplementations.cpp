@@ -1,9 +1,10 @@
-#include <tilvanego/http_client/CodableHelper.h>
-#include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
-#include <tilvanego/platform/RunLoop.h>
 
 #include <utility>
+
+#include <tilvanego/http_client/OpenAPIInterceptor.h>
+#include <tilvanego/http_client/coding/CodableHelper.h>
+#include <tilvanego/platform/RunLoop.h>
 
 namespace tilvanego {
 

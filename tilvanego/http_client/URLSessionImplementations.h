@@ -1,20 +1,5 @@
 #pragma once
 
-#include <tilvanego/http_client/CachesDirectory.h>
-#include <tilvanego/http_client/DecodableRequestBuilderError.h>
-#include <tilvanego/http_client/DownloadException.h>
-#include <tilvanego/http_client/ExceptionFailure.h>
-#include <tilvanego/http_client/HTTPMethod.h>
-#include <tilvanego/http_client/OpenAPIInterceptor.h>
-#include <tilvanego/http_client/ParameterEncoding.h>
-#include <tilvanego/http_client/RequestBuilder.h>
-#include <tilvanego/http_client/RequestBuilderFactory.h>
-#include <tilvanego/http_client/RequestBuilderOf.h>
-#include <tilvanego/http_client/SynchronizedDictionary.h>
-#include <tilvanego/http_client/URLSessionProtocol.h>
-#include <tilvanego/platform/network/URLAuthenticationChallenge.h>
-#include <tilvanego/platform/network/URLSession.h>
-
 #include <any>
 #include <expected>
 #include <filesystem>
@@ -22,6 +7,21 @@
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/http_client/CachesDirectory.h>
+#include <tilvanego/http_client/DecodableRequestBuilderError.h>
+#include <tilvanego/http_client/HTTPMethod.h>
+#include <tilvanego/http_client/OpenAPIInterceptor.h>
+#include <tilvanego/http_client/RequestBuilder.h>
+#include <tilvanego/http_client/RequestBuilderFactory.h>
+#include <tilvanego/http_client/RequestBuilderOf.h>
+#include <tilvanego/http_client/SynchronizedDictionary.h>
+#include <tilvanego/http_client/encodings/DownloadException.h>
+#include <tilvanego/http_client/encodings/ParameterEncoding.h>
+#include <tilvanego/network/ExceptionFailure.h>
+#include <tilvanego/network/URLAuthenticationChallenge.h>
+#include <tilvanego/network/URLSession.h>
+#include <tilvanego/network/URLSessionProtocol.h>
 
 namespace tilvanego {
 

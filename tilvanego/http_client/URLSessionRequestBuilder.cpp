@@ -1,24 +1,24 @@
-#include <tilvanego/http_client/DecodableRequestBuilderError.h>
-#include <tilvanego/http_client/DownloadException.h>
-#include <tilvanego/http_client/ExceptionFailure.h>
-#include <tilvanego/http_client/FatalError.h>
-#include <tilvanego/http_client/FormDataEncoding.h>
-#include <tilvanego/http_client/FormURLEncoding.h>
-#include <tilvanego/http_client/JSONDataEncoding.h>
-#include <tilvanego/http_client/OctetStreamEncoding.h>
-#include <tilvanego/http_client/Once.h>
-#include <tilvanego/http_client/OpenAPIInterceptor.h>
-#include <tilvanego/http_client/URLEncoding.h>
-#include <tilvanego/http_client/URLSessionImplementations.h>
-#include <tilvanego/platform/HostCode.h>
-#include <tilvanego/platform/MainQueue.h>
-#include <tilvanego/values/Text.h>
-
 #include <algorithm>
 #include <exception>
 #include <optional>
 #include <string_view>
 #include <utility>
+
+#include <tilvanego/http_client/DecodableRequestBuilderError.h>
+#include <tilvanego/http_client/Once.h>
+#include <tilvanego/http_client/OpenAPIInterceptor.h>
+#include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/http_client/encodings/DownloadException.h>
+#include <tilvanego/http_client/encodings/FormDataEncoding.h>
+#include <tilvanego/http_client/encodings/FormURLEncoding.h>
+#include <tilvanego/http_client/encodings/JSONDataEncoding.h>
+#include <tilvanego/http_client/encodings/OctetStreamEncoding.h>
+#include <tilvanego/http_client/encodings/URLEncoding.h>
+#include <tilvanego/network/ExceptionFailure.h>
+#include <tilvanego/platform/FatalError.h>
+#include <tilvanego/platform/HostCode.h>
+#include <tilvanego/platform/MainQueue.h>
+#include <tilvanego/values/Text.h>
 
 namespace tilvanego {
 

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <tilvanego/json/JSONReader.h>
-#include <tilvanego/json/JSONWriter.h>
-#include <tilvanego/values/RawText.h>
 #include <algorithm>
 #include <array>
 #include <concepts>
@@ -15,6 +12,10 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <tilvanego/json/JSONReader.h>
+#include <tilvanego/json/JSONWriter.h>
+#include <tilvanego/values/RawText.h>
 
 namespace tilvanego::json {
 

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <tilvanego/json/Reflection.h>
-#include <tilvanego/values/RawText.h>
 #include <array>
 #include <cstddef>
 #include <functional>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+
+#include <tilvanego/json/Reflection.h>
+#include <tilvanego/values/RawText.h>
 
 /// Plain aggregates name the keys of their members in an enumeration of their own, one case for each member,
 /// in the members' order:

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <tilvanego/json/CodingKeys.h>
-#include <tilvanego/json/Record.h>
-#include <tilvanego/json/ValueCodecs.h>
 #include <array>
 #include <cstddef>
 #include <functional>
@@ -12,6 +9,10 @@
 #include <string_view>
 #include <tuple>
 #include <vector>
+
+#include <tilvanego/json/CodingKeys.h>
+#include <tilvanego/json/Record.h>
+#include <tilvanego/json/ValueCodecs.h>
 
 /// The definitions behind `Described`, for the one source file of each record that names its keys.
 namespace tilvanego::json {

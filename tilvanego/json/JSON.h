@@ -1,14 +1,15 @@
 #pragma once
 
+#include <expected>
+#include <string>
+#include <string_view>
+#include <utility>
+
 #include <tilvanego/json/Codec.h>
 #include <tilvanego/json/JSONError.h>
 #include <tilvanego/json/JSONLimits.h>
 #include <tilvanego/json/Record.h>
 #include <tilvanego/json/ValueCodecs.h>
-#include <expected>
-#include <string>
-#include <string_view>
-#include <utility>
 
 namespace tilvanego::json {
 

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <tilvanego/values/Date.h>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/values/Date.h>
 
 namespace tilvanego {
 

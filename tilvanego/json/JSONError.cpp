@@ -1,9 +1,11 @@
 #include <tilvanego/json/JSONError.h>
-#include <tilvanego/json/JSONWriter.h>
-#include <tilvanego/values/UTF8.h>
+
 #include <algorithm>
 #include <array>
 #include <ranges>
+
+#include <tilvanego/json/JSONWriter.h>
+#include <tilvanego/values/UTF8.h>
 
 namespace tilvanego {
 namespace {

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <tilvanego/json/JSONLimits.h>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
+
+#include <tilvanego/json/JSONLimits.h>
 
 namespace tilvanego {
 

@@ -1,4 +1,5 @@
 #include <tilvanego/json/JSONNumber.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>

@@ -1,6 +1,5 @@
 #include <tilvanego/json/JSONReader.h>
-#include <tilvanego/json/RecordTable.h>
-#include <tilvanego/json/TextScan.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -9,6 +8,9 @@
 #include <limits>
 #include <string>
 #include <utility>
+
+#include <tilvanego/json/RecordTable.h>
+#include <tilvanego/json/TextScan.h>
 
 namespace tilvanego::json {
 namespace {

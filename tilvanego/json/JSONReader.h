@@ -1,14 +1,15 @@
 #pragma once
 
-#include <tilvanego/json/JSONDates.h>
-#include <tilvanego/json/JSONError.h>
-#include <tilvanego/json/JSONLimits.h>
-#include <tilvanego/json/JSONNumber.h>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/json/JSONDates.h>
+#include <tilvanego/json/JSONError.h>
+#include <tilvanego/json/JSONLimits.h>
+#include <tilvanego/json/JSONNumber.h>
 
 namespace tilvanego::json {
 

@@ -1,6 +1,7 @@
-#include <tilvanego/json/JSONReader.h>
 #include <string>
 #include <utility>
+
+#include <tilvanego/json/JSONReader.h>
 
 /// What the reader leaves behind when a read fails.
 namespace tilvanego::json {

@@ -1,7 +1,9 @@
 #include <tilvanego/json/JSONValue.h>
-#include <tilvanego/json/JSONValueLevels.h>
+
 #include <cstdio>
 #include <cstdlib>
+
+#include <tilvanego/json/JSONValueLevels.h>
 
 namespace tilvanego {
 namespace {

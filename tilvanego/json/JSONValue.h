@@ -1,6 +1,5 @@
 #pragma once
 
-#include <tilvanego/json/JSON.h>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +14,8 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <tilvanego/json/JSON.h>
 
 namespace tilvanego {
 

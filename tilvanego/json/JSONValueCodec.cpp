@@ -1,8 +1,9 @@
-#include <tilvanego/json/JSONValue.h>
-#include <tilvanego/json/JSONValueLevels.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
+
+#include <tilvanego/json/JSONValue.h>
+#include <tilvanego/json/JSONValueLevels.h>
 
 namespace tilvanego {
 namespace {

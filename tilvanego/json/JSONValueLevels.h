@@ -1,10 +1,11 @@
 #pragma once
 
-#include <tilvanego/json/JSONValue.h>
 #include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <tilvanego/json/JSONValue.h>
 
 namespace tilvanego::json::detail {
 

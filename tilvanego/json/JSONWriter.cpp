@@ -1,15 +1,17 @@
-#include <openssl/crypto.h>
-
 #include <tilvanego/json/JSONWriter.h>
-#include <tilvanego/json/RecordTable.h>
-#include <tilvanego/json/TextScan.h>
-#include <tilvanego/values/DoubleText.h>
-#include <tilvanego/values/UTF8.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
 #include <utility>
+
+#include <openssl/crypto.h>
+
+#include <tilvanego/json/RecordTable.h>
+#include <tilvanego/json/TextScan.h>
+#include <tilvanego/values/DoubleText.h>
+#include <tilvanego/values/UTF8.h>
 
 namespace tilvanego::json {
 namespace {

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <tilvanego/json/JSONDates.h>
-#include <tilvanego/json/JSONError.h>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/json/JSONDates.h>
+#include <tilvanego/json/JSONError.h>
 
 namespace tilvanego {
 

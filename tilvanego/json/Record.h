@@ -1,8 +1,5 @@
 #pragma once
 
-#include <tilvanego/json/Codec.h>
-#include <tilvanego/json/CodingKeys.h>
-#include <tilvanego/json/RecordTable.h>
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -14,6 +11,10 @@
 #include <tuple>
 #include <type_traits>
 #include <utility>
+
+#include <tilvanego/json/Codec.h>
+#include <tilvanego/json/CodingKeys.h>
+#include <tilvanego/json/RecordTable.h>
 
 /// Records say their fields once, in a static function beside the members, and are read and written from
 /// that:

@@ -1,10 +1,11 @@
 #include <tilvanego/json/ValueCodecs.h>
-#include <tilvanego/values/DateFormats.h>
-#include <tilvanego/values/DecimalFormatter.h>
 
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/values/DateFormats.h>
+#include <tilvanego/values/DecimalFormatter.h>
 
 namespace tilvanego {
 namespace {

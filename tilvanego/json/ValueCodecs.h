@@ -1,11 +1,12 @@
 #pragma once
 
+#include <string_view>
+
 #include <tilvanego/json/Codec.h>
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
-#include <string_view>
 
 namespace tilvanego::json {
 

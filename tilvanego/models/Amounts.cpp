@@ -1,6 +1,7 @@
+#include <tilvanego/models/Amounts.h>
+
 #include <tilvanego/json/DescribedRecord.h>
 #include <tilvanego/json/ValueCodecs.h>
-#include <tilvanego/models/Amounts.h>
 #include <tilvanego/models/UnknownCases.h>
 
 namespace tilvanego {

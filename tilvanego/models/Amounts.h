@@ -1,10 +1,11 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include <tilvanego/models/Enumerations.h>
 #include <tilvanego/models/Patterns.h>
 #include <tilvanego/models/Record.h>
-#include <optional>
-#include <string>
 
 namespace tilvanego::models {
 

@@ -1,9 +1,17 @@
 #include <tilvanego/models/Catalogue.h>
-#include <tilvanego/models/CatalogueEntries.h>
-#include <tilvanego/models/Models.h>
+
 #include <algorithm>
 #include <array>
 #include <utility>
+
+#include <tilvanego/models/Amounts.h>
+#include <tilvanego/models/CatalogueEntries.h>
+#include <tilvanego/models/Errors.h>
+#include <tilvanego/models/Parties.h>
+#include <tilvanego/models/TerminalCommands.h>
+#include <tilvanego/models/Trace.h>
+#include <tilvanego/models/TransactionRequests.h>
+#include <tilvanego/models/TransactionResponses.h>
 
 namespace tilvanego::models {
 namespace {

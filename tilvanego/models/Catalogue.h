@@ -1,9 +1,5 @@
 #pragma once
 
-#include <tilvanego/http_client/Rules.h>
-#include <tilvanego/json/JSONError.h>
-#include <tilvanego/json/JSONWriter.h>
-#include <tilvanego/models/Record.h>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
@@ -15,6 +11,11 @@
 #include <string_view>
 #include <variant>
 #include <vector>
+
+#include <tilvanego/json/JSONError.h>
+#include <tilvanego/json/JSONWriter.h>
+#include <tilvanego/models/Record.h>
+#include <tilvanego/validation/Rules.h>
 
 /// All records and enumerations of the POI interface by name, for programs that learn at run time which one
 /// they want. Those that know their types include their headers instead.

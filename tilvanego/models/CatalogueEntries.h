@@ -1,10 +1,5 @@
 #pragma once
 
-#include <tilvanego/json/Record.h>
-#include <tilvanego/models/Catalogue.h>
-#include <tilvanego/models/SharedEnumerations.h>
-#include <tilvanego/values/Date.h>
-#include <tilvanego/values/UUID.h>
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -15,6 +10,12 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <tilvanego/json/Record.h>
+#include <tilvanego/models/Catalogue.h>
+#include <tilvanego/values/Date.h>
+#include <tilvanego/values/UUID.h>
+#include <tilvanego/vocabulary/SharedEnumerations.h>
 
 /// How the catalogue's entries come out of the types themselves.
 namespace tilvanego::models::detail {

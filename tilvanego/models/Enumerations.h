@@ -1,8 +1,9 @@
 #pragma once
 
-#include <tilvanego/models/SharedEnumerations.h>
 #include <array>
 #include <string_view>
+
+#include <tilvanego/vocabulary/SharedEnumerations.h>
 
 namespace tilvanego::models {
 

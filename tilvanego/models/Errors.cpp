@@ -1,6 +1,7 @@
+#include <tilvanego/models/Errors.h>
+
 #include <tilvanego/json/DescribedRecord.h>
 #include <tilvanego/json/ValueCodecs.h>
-#include <tilvanego/models/Errors.h>
 
 namespace tilvanego {
 

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <tilvanego/models/Record.h>
-#include <tilvanego/models/SharedEnumerations.h>
-#include <tilvanego/values/UUID.h>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <tilvanego/models/Record.h>
+#include <tilvanego/values/UUID.h>
+#include <tilvanego/vocabulary/SharedEnumerations.h>
 
 namespace tilvanego::models {
 

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <tilvanego/models/Patterns.h>
-#include <tilvanego/models/Record.h>
-#include <tilvanego/models/SharedEnumerations.h>
 #include <array>
 #include <optional>
 #include <string>
+
+#include <tilvanego/models/Patterns.h>
+#include <tilvanego/models/Record.h>
+#include <tilvanego/vocabulary/SharedEnumerations.h>
 
 namespace tilvanego::models {
 

@@ -1,4 +1,5 @@
 #include <tilvanego/models/Record.h>
+
 #include <utility>
 
 namespace tilvanego::models::detail {

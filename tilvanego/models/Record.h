@@ -1,7 +1,5 @@
 #pragma once
 
-#include <tilvanego/http_client/Rules.h>
-#include <tilvanego/json/JSON.h>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +10,9 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/validation/Rules.h>
 
 /// The records of the POI interface are plain structs with mutable members. A required field stands as its
 /// type, an optional one as `std::optional`; an enumeration that is required begins as `Currency::usd` or as

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <tilvanego/models/Patterns.h>
-#include <tilvanego/models/Record.h>
-#include <tilvanego/models/SharedEnumerations.h>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+
+#include <tilvanego/models/Patterns.h>
+#include <tilvanego/models/Record.h>
+#include <tilvanego/vocabulary/SharedEnumerations.h>
 
 namespace tilvanego::models {
 

@@ -1,6 +1,7 @@
+#include <tilvanego/models/Trace.h>
+
 #include <tilvanego/json/DescribedRecord.h>
 #include <tilvanego/json/ValueCodecs.h>
-#include <tilvanego/models/Trace.h>
 #include <tilvanego/models/UnknownCases.h>
 
 namespace tilvanego {

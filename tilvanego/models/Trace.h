@@ -1,12 +1,13 @@
 #pragma once
 
-#include <tilvanego/models/Parties.h>
-#include <tilvanego/models/Record.h>
-#include <tilvanego/values/Date.h>
 #include <array>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <tilvanego/models/Parties.h>
+#include <tilvanego/models/Record.h>
+#include <tilvanego/values/Date.h>
 
 namespace tilvanego::models {
 

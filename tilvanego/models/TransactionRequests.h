@@ -1,13 +1,14 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
+#include <string>
+
 #include <tilvanego/models/Amounts.h>
 #include <tilvanego/models/Parties.h>
 #include <tilvanego/models/Patterns.h>
 #include <tilvanego/models/Record.h>
 #include <tilvanego/models/Trace.h>
-#include <cstdint>
-#include <optional>
-#include <string>
 
 namespace tilvanego::models {
 

@@ -1,5 +1,10 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
 #include <tilvanego/models/Amounts.h>
 #include <tilvanego/models/Enumerations.h>
 #include <tilvanego/models/Parties.h>
@@ -7,10 +12,6 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/models/Trace.h>
 #include <tilvanego/values/Date.h>
-#include <array>
-#include <cstdint>
-#include <optional>
-#include <string>
 
 namespace tilvanego::models {
 

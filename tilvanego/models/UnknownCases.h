@@ -1,10 +1,11 @@
 #pragma once
 
-#include <tilvanego/json/Record.h>
-#include <tilvanego/models/SharedEnumerations.h>
 #include <cstddef>
 #include <optional>
 #include <tuple>
+
+#include <tilvanego/json/Record.h>
+#include <tilvanego/vocabulary/SharedEnumerations.h>
 
 namespace tilvanego::models::detail {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include <tilvanego/facade/Link.h>
-#include <tilvanego/facade/Operation.h>
+#include <tilvanego/frame/Link.h>
+#include <tilvanego/frame/Operation.h>
 #include <tilvanego/operations/FullRefund.h>
 #include <tilvanego/operations/RefundTables.h>
 

@@ -4,7 +4,7 @@
 #include <utility>
 #include <variant>
 
-#include <tilvanego/facade/Cases.h>
+#include <tilvanego/frame/Cases.h>
 #include <tilvanego/operations/RefundResponse.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/Decimal.h>

@@ -1,7 +1,7 @@
 #include <tilvanego/operations/RebootOperation.h>
 
-#include <tilvanego/facade/RequestDescription.h>
-#include <tilvanego/facade/Validation.h>
+#include <tilvanego/frame/RequestDescription.h>
+#include <tilvanego/frame/Validation.h>
 #include <tilvanego/values/Text.h>
 
 namespace tilvanego {

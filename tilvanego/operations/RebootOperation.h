@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include <tilvanego/facade/CommonTables.h>
-#include <tilvanego/facade/Link.h>
-#include <tilvanego/facade/Operation.h>
+#include <tilvanego/frame/CommonTables.h>
+#include <tilvanego/frame/Link.h>
+#include <tilvanego/frame/Operation.h>
 #include <tilvanego/operations/Reboot.h>
 
 namespace tilvanego::detail {

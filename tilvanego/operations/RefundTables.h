@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include <tilvanego/facade/CommonTables.h>
+#include <tilvanego/frame/CommonTables.h>
 
 namespace tilvanego::detail {
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <variant>
 
-#include <tilvanego/facade/Cases.h>
+#include <tilvanego/frame/Cases.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/URL.h>
 

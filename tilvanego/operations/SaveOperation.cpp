@@ -1,8 +1,8 @@
 #include <tilvanego/operations/SaveOperation.h>
 
-#include <tilvanego/facade/RequestDescription.h>
-#include <tilvanego/facade/Validation.h>
-#include <tilvanego/payment/CredentialItems.h>
+#include <tilvanego/frame/RequestDescription.h>
+#include <tilvanego/frame/Validation.h>
+#include <tilvanego/payment/CredentialRules.h>
 #include <tilvanego/values/Text.h>
 
 namespace tilvanego {

@@ -5,9 +5,9 @@
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/ValueCodecs.h>
-#include <tilvanego/models/SharedEnumerations.h>
 #include <tilvanego/operations/TransactionType.h>
 #include <tilvanego/values/Decimal.h>
+#include <tilvanego/vocabulary/SharedEnumerations.h>
 
 namespace tilvanego {
 

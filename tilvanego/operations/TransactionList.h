@@ -7,7 +7,7 @@
 #include <variant>
 #include <vector>
 
-#include <tilvanego/facade/Cases.h>
+#include <tilvanego/frame/Cases.h>
 #include <tilvanego/operations/Transaction.h>
 #include <tilvanego/values/URL.h>
 

@@ -3,8 +3,8 @@
 #include <utility>
 #include <vector>
 
-#include <tilvanego/facade/RequestDescription.h>
-#include <tilvanego/facade/Validation.h>
+#include <tilvanego/frame/RequestDescription.h>
+#include <tilvanego/frame/Validation.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/values/Text.h>
 

@@ -2,7 +2,7 @@
 
 #include <variant>
 
-#include <tilvanego/facade/Cases.h>
+#include <tilvanego/frame/Cases.h>
 
 namespace tilvanego {
 

@@ -1,8 +1,8 @@
 #include <tilvanego/payment/PaymentOperation.h>
 
-#include <tilvanego/facade/RequestDescription.h>
-#include <tilvanego/facade/Validation.h>
-#include <tilvanego/payment/CredentialItems.h>
+#include <tilvanego/frame/RequestDescription.h>
+#include <tilvanego/frame/Validation.h>
+#include <tilvanego/payment/CredentialRules.h>
 
 namespace tilvanego::detail {
 

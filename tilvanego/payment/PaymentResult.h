@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include <tilvanego/facade/Cases.h>
+#include <tilvanego/frame/Cases.h>
 #include <tilvanego/payment/PaymentError.h>
 #include <tilvanego/values/URL.h>
 

@@ -1,12 +1,12 @@
 #include <tilvanego/platform/HostCode.h>
 
-#include <cxxabi.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <typeinfo>
+
+#include <cxxabi.h>
 
 namespace tilvanego::detail {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <tilvanego/facade/SecretNames.h>
+#include <tilvanego/frame/SecretNames.h>
 #include <tilvanego/sandbox/CarriedRequest.h>
 #include <tilvanego/sandbox/LinkForms.h>
 #include <tilvanego/sandbox/ShownText.h>

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include <tilvanego/facade/SecretNames.h>
-#include <tilvanego/facade/Validation.h>
+#include <tilvanego/frame/SecretNames.h>
+#include <tilvanego/frame/Validation.h>
 #include <tilvanego/payment/PaymentTransactionType.h>
 #include <tilvanego/sandbox/ShownText.h>
 #include <tilvanego/values/Decimal.h>

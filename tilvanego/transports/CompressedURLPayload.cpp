@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include <tilvanego/facade/CallbackParser.h>
-#include <tilvanego/facade/CallbackURLs.h>
-#include <tilvanego/facade/Link.h>
-#include <tilvanego/facade/QueryLookup.h>
+#include <tilvanego/frame/CallbackParser.h>
+#include <tilvanego/frame/CallbackURLs.h>
+#include <tilvanego/frame/Link.h>
+#include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/payment/PaymentOperation.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>

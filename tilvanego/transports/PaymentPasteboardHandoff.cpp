@@ -3,10 +3,10 @@
 #include <utility>
 #include <variant>
 
-#include <tilvanego/facade/CallbackParser.h>
-#include <tilvanego/facade/CallbackURLs.h>
-#include <tilvanego/facade/Link.h>
-#include <tilvanego/facade/QueryLookup.h>
+#include <tilvanego/frame/CallbackParser.h>
+#include <tilvanego/frame/CallbackURLs.h>
+#include <tilvanego/frame/Link.h>
+#include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/payment/PaymentOperation.h>
 #include <tilvanego/values/Text.h>

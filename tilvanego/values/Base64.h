@@ -1,12 +1,12 @@
 #pragma once
 
-#include <tilvanego/values/Bytes.h>
-
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/values/Bytes.h>
 
 /// Base64 by RFC 4648, section 4, and its form for URLs, section 5. Not constant-time.
 namespace tilvanego {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <tilvanego/values/Bytes.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +7,8 @@
 #include <span>
 #include <string_view>
 #include <utility>
+
+#include <tilvanego/values/Bytes.h>
 
 namespace tilvanego {
 

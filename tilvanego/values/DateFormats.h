@@ -1,10 +1,10 @@
 #pragma once
 
-#include <tilvanego/values/Date.h>
-
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/values/Date.h>
 
 /// Date texts on the wire, profiles of ISO 8601 (RFC 3339). Dates are Gregorian, also before its
 /// introduction, with years of four digits. An offset is "Z", "+hh", "+hhmm" or "+hh:mm" (or with "-"), up to

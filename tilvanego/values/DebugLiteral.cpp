@@ -1,6 +1,8 @@
 #include <tilvanego/values/DebugLiteral.h>
-#include <tilvanego/values/UTF8.h>
+
 #include <unicode/uchar.h>
+
+#include <tilvanego/values/UTF8.h>
 
 namespace tilvanego {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <tilvanego/values/Decimal.h>
-
 #include <string>
+
+#include <tilvanego/values/Decimal.h>
 
 namespace tilvanego {
 

@@ -1,13 +1,13 @@
 #include <tilvanego/values/IDNA.h>
 
-#include <unicode/uidna.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <unicode/uidna.h>
 
 namespace tilvanego::detail {
 namespace {

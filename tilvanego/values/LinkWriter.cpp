@@ -1,15 +1,15 @@
 #include <tilvanego/values/LinkWriter.h>
 
-#include <tilvanego/values/CharacterRuns.h>
-#include <tilvanego/values/PercentEncoding.h>
-#include <tilvanego/values/URLParts.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
 #include <utility>
+
+#include <tilvanego/values/CharacterRuns.h>
+#include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/URLParts.h>
 
 namespace tilvanego {
 

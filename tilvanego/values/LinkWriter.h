@@ -1,11 +1,11 @@
 #pragma once
 
-#include <tilvanego/values/CharacterTables.h>
-#include <tilvanego/values/URL.h>
-
 #include <optional>
 #include <span>
 #include <string_view>
+
+#include <tilvanego/values/CharacterTables.h>
+#include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 

@@ -1,14 +1,14 @@
 #include <tilvanego/values/PercentEncoding.h>
 
-#include <tilvanego/values/CharacterTables.h>
-#include <tilvanego/values/Text.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include <tilvanego/values/CharacterTables.h>
+#include <tilvanego/values/Text.h>
 
 namespace tilvanego::detail {
 namespace {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <tilvanego/values/CharacterTables.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/values/CharacterTables.h>
 
 /// Percent-encoding (RFC 3986, section 2.1) of UTF-8 text, with upper-case hexadecimal digits. Bytes are
 /// taken as they are: nothing is normalised, and bytes that are no UTF-8 are escaped one by one.

@@ -1,15 +1,17 @@
 #include <tilvanego/values/Text.h>
-#include <tilvanego/values/UTF8.h>
-#include <unicode/ubrk.h>
-#include <unicode/unorm2.h>
-#include <unicode/ustring.h>
-#include <unicode/utext.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <optional>
+
+#include <unicode/ubrk.h>
+#include <unicode/unorm2.h>
+#include <unicode/ustring.h>
+#include <unicode/utext.h>
+
+#include <tilvanego/values/UTF8.h>
 
 namespace tilvanego {
 namespace {

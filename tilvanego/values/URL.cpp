@@ -1,14 +1,14 @@
 #include <tilvanego/values/URL.h>
 
+#include <algorithm>
+#include <charconv>
+#include <system_error>
+
 #include <tilvanego/values/IDNA.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URLComponents.h>
 #include <tilvanego/values/URLSplitter.h>
 #include <tilvanego/values/Wiping.h>
-
-#include <algorithm>
-#include <charconv>
-#include <system_error>
 
 namespace tilvanego {
 

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <tilvanego/values/QueryItem.h>
-#include <tilvanego/values/RawQueryItems.h>
-#include <tilvanego/values/URLParts.h>
-
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +10,10 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include <tilvanego/values/QueryItem.h>
+#include <tilvanego/values/RawQueryItems.h>
+#include <tilvanego/values/URLParts.h>
 
 namespace tilvanego {
 

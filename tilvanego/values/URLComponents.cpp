@@ -1,9 +1,9 @@
 #include <tilvanego/values/URLComponents.h>
 
+#include <utility>
+
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URLSplitter.h>
-
-#include <utility>
 
 namespace tilvanego {
 

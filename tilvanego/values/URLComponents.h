@@ -1,12 +1,12 @@
 #pragma once
 
-#include <tilvanego/values/QueryItem.h>
-#include <tilvanego/values/URL.h>
-
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
+
+#include <tilvanego/values/QueryItem.h>
+#include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 

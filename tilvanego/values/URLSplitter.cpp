@@ -1,12 +1,12 @@
 #include <tilvanego/values/URLSplitter.h>
 
+#include <algorithm>
+#include <cstddef>
+
 #include <tilvanego/values/CharacterRuns.h>
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/IDNA.h>
 #include <tilvanego/values/PercentEncoding.h>
-
-#include <algorithm>
-#include <cstddef>
 
 namespace tilvanego::detail {
 namespace {

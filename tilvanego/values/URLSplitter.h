@@ -1,12 +1,12 @@
 #pragma once
 
-#include <tilvanego/values/URL.h>
-#include <tilvanego/values/URLParts.h>
-
 #include <expected>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <tilvanego/values/URL.h>
+#include <tilvanego/values/URLParts.h>
 
 /// How text becomes a URL (RFC 3986). The split accepts what the grammar allows, and in user information,
 /// path, query and fragment any other byte too: a component with such a byte is percent-encoded as a whole,

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <tilvanego/values/Bytes.h>
-#include <tilvanego/values/QueryItem.h>
-#include <tilvanego/values/URL.h>
-
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <tilvanego/values/Bytes.h>
+#include <tilvanego/values/QueryItem.h>
+#include <tilvanego/values/URL.h>
 
 /// Secrets leave the memory when they are done with, so that neither a core dump nor the next owner of a
 /// buffer finds them there.

@@ -1,7 +1,7 @@
-#include <tilvanego/http_client/URLSessionImplementations.h>
-#include <tilvanego/models/Models.h>
-
 #include <iostream>
+
+#include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/Models.h>
 
 using namespace tilvanego;
 

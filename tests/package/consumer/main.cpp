@@ -1,6 +1,6 @@
-#include <tilvanego/facade/TilvaneGoSDK.h>
-
 #include <iostream>
+
+#include <tilvanego/facade/TilvaneGoSDK.h>
 
 // Stands for a host: it knows the install tree alone.
 int main() {

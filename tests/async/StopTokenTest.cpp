@@ -1,0 +1,62 @@
+#include <atomic>
+#include <optional>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/async/StopToken.h>
+
+namespace tilvanego::test {
+namespace {
+
+TEST(StopToken, CallsBackOnceWhoeverCameFirst) {
+  const StopSource source;
+  int calls = 0;
+  const StopCallback early(source.token(), [&] { ++calls; });
+  {
+    const StopCallback gone(source.token(), [&] { calls += 100; });
+  }
+  EXPECT_FALSE(source.token().stopRequested());
+  EXPECT_TRUE(source.requestStop());
+  EXPECT_FALSE(source.requestStop());
+  EXPECT_EQ(calls, 1);
+  const StopCallback late(source.token(), [&] { calls += 10; });
+  EXPECT_EQ(calls, 11);
+  EXPECT_FALSE(StopToken().stopRequested());
+}
+
+TEST(StopToken, ACallbackMayEndItselfAndTheSource) {
+  std::optional<StopSource> source(std::in_place);
+  const StopToken token = source->token();
+  std::optional<StopCallback> callback;
+  bool called = false;
+  callback.emplace(token, [&] {
+    callback.reset();
+    source.reset();
+    called = true;
+  });
+  source->requestStop();
+  EXPECT_TRUE(called && !callback);
+}
+
+TEST(StopToken, TheEndOfACallbackWaitsForItsRunOnAnotherThread) {
+  const StopSource source;
+  std::atomic<bool> entered = false, goOn = false;
+  bool ran = false;
+  std::optional<StopCallback> callback;
+  callback.emplace(source.token(), [&] {
+    entered = true;
+    while (!goOn) std::this_thread::yield();
+    ran = true;
+  });
+  std::thread stopper([&] { source.requestStop(); });
+  while (!entered) std::this_thread::yield();
+  std::thread releaser([&] { goOn = true; });
+  callback.reset();
+  EXPECT_TRUE(ran);
+  stopper.join();
+  releaser.join();
+}
+
+}  // namespace
+}  // namespace tilvanego::test

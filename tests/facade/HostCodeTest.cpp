@@ -1,0 +1,377 @@
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/platform/OpenSSLRandomSource.h>
+#include <tilvanego/transports/PaymentPasteboardHandoff.h>
+
+#include "tests/facade/HookedHost.h"
+#include "tests/support/Kinds.h"
+
+namespace tilvanego::test {
+namespace {
+
+using Names = std::vector<std::string>;
+using Transport = PaymentLaunchTransport;
+
+const URL done = parsedURL("shop://done");
+
+PaymentRequest payment(std::string id, URL callbackURL = done) {
+  return PaymentRequest({.requestId = std::move(id),
+                         .amount = 1,
+                         .currency = "EUR",
+                         .callbackURL = std::move(callbackURL),
+                         .credentials = credentials()});
+}
+
+/// Notes "ID SUMMARY" of each result.
+struct Ends {
+  [[nodiscard]] auto of(std::string id) {
+    return [this, id = std::move(id)](const PaymentResult& result) {
+      names.push_back(id + " " + summary(result));
+    };
+  }
+  Names names;
+};
+
+/// Calls a function when its last copy ends, as what a host's lambda captured.
+std::shared_ptr<void> atEnd(std::function<void()> call) {
+  return {nullptr, [call = std::move(call)](void*) { call(); }};
+}
+
+/// A hook that acts at the nth call of a port, once.
+HookedHost::Hook once(Port port, int nth, std::function<void()> act) {
+  return [=, left = std::make_shared<int>(nth)](Port called, std::string_view) {
+    if (called == port && --*left == 0) act();
+  };
+}
+
+[[noreturn]] void fail() { throw std::runtime_error("the host's own"); }
+
+TEST(HostCode, ThatACancelledCompletionCapturedFindsItsSlotEmpty) {
+  HookedHost host;
+  Ends ends;
+  host.sdk->startPayment(payment("1"), [last = atEnd([&] {
+                                          EXPECT_FALSE(host.sdk->isPaymentInProgress());
+                                          host.sdk->startPayment(payment("2"), ends.of("2"));
+                                        })](const PaymentResult&) { FAIL() << "it was cancelled"; });
+  host.sdk->cancelPendingPayment();
+  EXPECT_TRUE(host.sdk->isPaymentInProgress());
+  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?request_id=2&status=approved")));
+  EXPECT_EQ(ends.names, Names{"2 success+"});
+}
+
+TEST(HostCode, ThatAReplacedLoggerCapturedMaySetAnother) {
+  HookedHost host;
+  Names heard;
+  const auto logger = [&heard](std::string name, std::shared_ptr<void> held = nullptr) {
+    return [&heard, name = std::move(name), held = std::move(held)](TilvaneLogLevel, std::string_view) {
+      heard.push_back(name);
+    };
+  };
+  host.sdk->setLogger(logger("first", atEnd([&] { host.sdk->setLogger(logger("third")); })));
+  host.sdk->setLogger(logger("second"));
+  EXPECT_FALSE(host.sdk->handleCallback(done));
+  EXPECT_EQ(heard, Names{"third"});
+}
+
+TEST(HostCode, ThatEndsTheInstanceFromACompletionLeavesNothingBehind) {
+  HookedHost host;
+  bool ended = false;
+  const auto held = [&] {
+    return atEnd([&, sdk = host.sdk.get()] {
+      ended = true;
+      sdk->reboot(RebootRequest({.requestId = "1", .callbackURL = done}), nullptr);
+      EXPECT_FALSE(sdk->isRebootInProgress()) << "nothing starts any more";
+    });
+  };
+  host.sdk->save(SaveRequest({.requestId = "1", .callbackURL = done, .currency = "EUR"}),
+                 [last = held()](const SaveResult&) { FAIL(); });
+  host.sdk->initialize(InitializationRequest({.requestId = "1",
+                                              .callbackURL = done,
+                                              .sourceApplication = "shop",
+                                              .basicToken = "t",
+                                              .accountId = "a",
+                                              .environment = "PROD"}),
+                       [&](const InitializationResult&) { host.sdk.reset(); });
+  EXPECT_TRUE(host.sdk->handleCallback(done));
+  EXPECT_TRUE(ended);
+}
+
+/// A launch by a transport, and host code that runs once it is pending and before it is opened.
+struct Moment {
+  std::string_view name;
+  Transport transport;
+  Port port;
+  int nth;
+};
+
+void PrintTo(const Moment& moment, std::ostream* out) { *out << moment.name; }
+
+class DuringALaunch : public testing::TestWithParam<Moment> {};
+
+INSTANTIATE_TEST_SUITE_P(Moments, DuringALaunch,
+                         testing::Values(Moment{"debugLine", Transport::urlScheme(), Port::debugOutput, 3},
+                                         Moment{"logger", Transport::urlScheme(), Port::logger, 1},
+                                         Moment{"secondDebugLine", Transport::gzip(), Port::debugOutput, 4},
+                                         Moment{"clock", Transport::gzip(), Port::clock, 1},
+                                         Moment{"id", Transport::pasteboard(), Port::randomSource, 1},
+                                         Moment{"nonce", Transport::pasteboard(), Port::randomSource, 2},
+                                         Moment{"envelope", Transport::pasteboard(), Port::pasteboardWrite,
+                                                1},
+                                         Moment{"automatic", Transport::automatic(0), Port::debugOutput, 3}),
+                         [](const auto& moment) { return std::string(moment.param.name); });
+
+TEST_P(DuringALaunch, ACancelledPaymentIsNeitherOpenedNorTold) {
+  HookedHost host;
+  Ends ends;
+  host.hook = once(GetParam().port, GetParam().nth, [&] { host.sdk->cancelPendingPayment(); });
+  host.sdk->startPayment(payment("1"), GetParam().transport, ends.of("1"));
+  EXPECT_FALSE(host.sdk->isPaymentInProgress());
+  EXPECT_EQ(host.opened, Names{});
+  EXPECT_EQ(ends.names, Names{});
+}
+
+TEST_P(DuringALaunch, APaymentStartedInItsPlaceIsAnother) {
+  HookedHost host;
+  Ends ends;
+  host.hook = once(GetParam().port, GetParam().nth, [&] {
+    host.sdk->cancelPendingPayment();
+    host.sdk->startPayment(payment("2"), ends.of("2"));
+    // What the first one's launch does from here on fails, and is nothing to the second.
+    host.hook = once(Port::randomSource, 1, fail);
+  });
+  host.sdk->startPayment(payment("1"), GetParam().transport, ends.of("1"));
+  EXPECT_EQ(ends.names, Names{});
+  ASSERT_EQ(host.opened.size(), 1U);
+  EXPECT_TRUE(host.opened[0].contains("request_id=2&")) << host.opened[0];
+  EXPECT_TRUE(host.sdk->isPaymentInProgress());
+}
+
+TEST_P(DuringALaunch, AnEarlyCallbackEndsIt) {
+  HookedHost host;
+  Ends ends;
+  host.hook = once(GetParam().port, GetParam().nth,
+                   [&] { EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved"))); });
+  host.sdk->startPayment(payment("1"), GetParam().transport, ends.of("1"));
+  EXPECT_EQ(ends.names, Names{"1 success+"});
+  EXPECT_EQ(host.opened, Names{});
+}
+
+/// Has an answer to the request lie on the pasteboard; gives the callback that names it.
+URL sealedAnswer(HookedHost& host, const std::string& requestId) {
+  const std::string handoffId(43, 'A');
+  OpenSSLRandomSource randomSource;
+  const auto envelope = detail::sealHandoffEnvelope(
+      detail::PaymentHandoffResultPayload{{{"request_id", requestId}, {"status", "approved"}}},
+      detail::PaymentHandoffDirection::result, handoffId, requestId, host.clock->now(), randomSource);
+  EXPECT_TRUE(detail::writeHandoffEnvelope(host.pasteboard, envelope.value()));
+  return parsedURL("shop://done?transport=pasteboard&resultHandoffId=" + handoffId);
+}
+
+TEST(HostCode, AnAnswerReadForACancelledPaymentEndsNoOther) {
+  for (const Port port : {Port::clock, Port::pasteboardRead, Port::pasteboardWrite}) {
+    HookedHost host;
+    Ends ends;
+    host.sdk->startPayment(payment("1"), ends.of("1"));
+    const auto replace = [&] {
+      host.sdk->cancelPendingPayment();
+      host.sdk->startPayment(payment("2"), ends.of("2"));
+    };
+    const URL answer = sealedAnswer(host, "1");
+    host.hook = once(port, 1, replace);
+    EXPECT_FALSE(host.sdk->handleCallback(answer));
+    EXPECT_EQ(ends.names, Names{}) << "read for the first, which was cancelled";
+    EXPECT_TRUE(host.sdk->isPaymentInProgress());
+
+    const URL another = sealedAnswer(host, "2");
+    host.hook = once(port, 1, replace);
+    EXPECT_EQ(host.sdk->paymentResult(another), std::nullopt);
+    EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?request_id=2&status=approved")));
+    EXPECT_EQ(ends.names, Names{"2 success+"});
+  }
+}
+
+TEST(HostCode, MayEndTheURLThatItsCallIsAbout) {
+  HookedHost host;
+  Ends ends;
+  host.sdk->initialize(InitializationRequest({.requestId = "1",
+                                              .callbackURL = parsedURL("shop://ready"),
+                                              .sourceApplication = "shop",
+                                              .basicToken = "t",
+                                              .accountId = "a",
+                                              .environment = "PROD"}),
+                       nullptr);
+  host.sdk->startPayment(payment("1"), ends.of("1"));
+  auto url = std::make_unique<URL>(parsedURL("shop://done?status=approved&long=enough-to-be-on-the-heap"));
+  host.hook = [&](Port, std::string_view) { url.reset(); };
+  EXPECT_TRUE(host.sdk->handleCallback(*url));
+  EXPECT_EQ(url, nullptr);
+  EXPECT_EQ(ends.names, Names{"1 success+"});
+}
+
+/// Which port throws, each time it is called, and how the payment ends then, if it does.
+struct Throw {
+  std::string_view name;
+  Transport transport;
+  Port port;
+  std::optional<std::string> ending;
+  std::size_t opened;
+};
+
+void PrintTo(const Throw& thrown, std::ostream* out) { *out << thrown.name; }
+
+class APortThatThrows : public testing::TestWithParam<Throw> {};
+
+const std::string unbuilt = "1 failure(invalidRequest: Unable to build Tilvane payment URL.)";
+const std::string unavailable =
+    "1 failure(pasteboardHandoffUnavailable: Pasteboard handoff is not available on this platform.)";
+const std::string notInstalled =
+    "1 failure(paymentAppNotInstalled: Tilvane payment app is not installed or cannot be opened.)";
+
+INSTANTIATE_TEST_SUITE_P(
+    Ports, APortThatThrows,
+    testing::Values(Throw{"debugOutput", Transport::pasteboard(), Port::debugOutput, std::nullopt, 1},
+                    Throw{"logger", Transport::urlScheme(), Port::logger, std::nullopt, 1},
+                    Throw{"clockForGzip", Transport::gzip(), Port::clock, unbuilt, 0},
+                    Throw{"clockForPasteboard", Transport::pasteboard(), Port::clock, unbuilt, 0},
+                    Throw{"clockForAutomatic", Transport::automatic(0), Port::clock, unbuilt, 0},
+                    Throw{"randomSource", Transport::pasteboard(), Port::randomSource, unbuilt, 0},
+                    Throw{"pasteboard", Transport::pasteboard(), Port::pasteboardWrite, unavailable, 0},
+                    Throw{"application", Transport::urlScheme(), Port::application, notInstalled, 1}),
+    [](const auto& thrown) { return std::string(thrown.param.name); });
+
+TEST_P(APortThatThrows, FailsAsItCouldHaveAndLeavesNoSlotTaken) {
+  HookedHost host;
+  Ends ends;
+  host.hook = [](Port port, std::string_view) {
+    if (port == GetParam().port) fail();
+  };
+  EXPECT_NO_THROW(host.sdk->startPayment(payment("1"), GetParam().transport, ends.of("1")));
+  if (GetParam().port == Port::application) {
+    EXPECT_EQ(ends.names, Names{}) << "told in a later turn, as any link that isn't opened";
+    host.handlers.front()(false);
+    EXPECT_EQ(host.loop.runPending(), 1U) << "told once, though the handler was kept and called";
+  }
+  EXPECT_EQ(host.opened.size(), GetParam().opened);
+  EXPECT_EQ(ends.names, GetParam().ending ? Names{*GetParam().ending} : Names{});
+  EXPECT_EQ(host.sdk->isPaymentInProgress(), !GetParam().ending);
+}
+
+TEST(HostCode, AnOpenThatThrowsAfterItsReportIsAsItWasReported) {
+  HookedHost host;
+  Ends ends;
+  host.hook = once(Port::application, 1, [&] {
+    host.handlers.front()(true);
+    fail();
+  });
+  EXPECT_NO_THROW(host.sdk->startPayment(payment("1"), ends.of("1")));
+  host.loop.runPending();
+  EXPECT_EQ(ends.names, Names{});
+  EXPECT_TRUE(host.sdk->isPaymentInProgress());
+}
+
+TEST(HostCode, AClockOrPasteboardThatThrowsFailsTheAnswerThatNeedsIt) {
+  const std::string missing = "pasteboardHandoffMissing: Pasteboard handoff payload is missing.";
+  const std::string undecided =
+      "pasteboardHandoffDecryptionFailed: Pasteboard handoff payload could not be decrypted.";
+  for (const auto& [port, error] : {std::pair{Port::pasteboardRead, missing}, {Port::clock, undecided}}) {
+    HookedHost host;
+    Ends ends;
+    host.sdk->startPayment(payment("1"), ends.of("1"));
+    const URL answer = sealedAnswer(host, "1");
+    host.hook = [throwing = port](Port called, std::string_view) {
+      if (called == throwing) fail();
+    };
+    EXPECT_TRUE(host.sdk->handleCallback(answer));
+    EXPECT_EQ(ends.names, Names{"1 failure(" + error + ")"});
+  }
+  HookedHost host;
+  Ends ends;
+  host.sdk->startPayment(payment("1"), ends.of("1"));
+  const URL answer = sealedAnswer(host, "1");
+  host.hook = once(Port::pasteboardWrite, 1, fail);
+  EXPECT_TRUE(host.sdk->handleCallback(answer)) << "an answer that can't be cleared is an answer";
+  EXPECT_EQ(ends.names, Names{"1 success+"});
+}
+
+TEST(HostCode, WhatACompletionThrowsLeavesByTheCallThatRanIt) {
+  HookedHost host;
+  const auto throwing = [](const PaymentResult&) { fail(); };
+  const auto startAgain = [&] {
+    EXPECT_FALSE(host.sdk->isPaymentInProgress()) << "the slot is empty by then";
+    host.sdk->startPayment(payment("1"), throwing);
+  };
+  EXPECT_THROW(host.sdk->startPayment(payment(""), throwing), std::runtime_error);
+  startAgain();
+  EXPECT_THROW(static_cast<void>(host.sdk->handleCallback(done)), std::runtime_error);
+  startAgain();
+  host.handlers.back()(false);
+  EXPECT_THROW(host.loop.runPending(), std::runtime_error);
+  startAgain();
+  EXPECT_TRUE(host.sdk->isPaymentInProgress());
+}
+
+TEST(HostCodeDeathTest, AMainQueueThatThrowsEndsTheProcessByItsName) {
+  struct Full final : MainQueue {
+    void post(std::function<void()>) override { fail(); }
+    [[nodiscard]] bool isCurrent() const override { return true; }
+  };
+  EXPECT_DEATH(
+      {
+        HookedHost host;
+        Full full;
+        Platform platform = host.platform();
+        platform.mainQueue = &full;
+        const auto sdk = detail::FacadeAccess::make(std::move(platform));
+        sdk->startPayment(payment("1"), nullptr);
+        host.handlers.front()(true);
+      },
+      "MainQueue::post threw std::runtime_error");
+}
+
+TEST(WithoutAPasteboard, APaymentByItEndsAtOnceAndAnAnswerByItIsMissing) {
+  HookedHost host;
+  Ends ends;
+  const URL answer = sealedAnswer(host, "2");
+  Platform platform = host.platform();
+  platform.pasteboard = nullptr;
+  const auto sdk = detail::FacadeAccess::make(std::move(platform));
+  sdk->startPayment(payment("1"), Transport::pasteboard(), ends.of("1"));
+  EXPECT_EQ(ends.names, Names{unavailable});
+  EXPECT_EQ(host.opened, Names{});
+  sdk->startPayment(payment("2"), ends.of("2"));
+  EXPECT_TRUE(sdk->handleCallback(answer));
+  EXPECT_EQ(ends.names.back(), "2 failure(pasteboardHandoffMissing: Pasteboard handoff payload is missing.)");
+}
+
+TEST(WithoutAPortDeathTest, TheProcessEndsWithTheNameOfWhatIsMissing) {
+  testing::FLAGS_gtest_death_test_style = "fast";
+  const std::vector<std::pair<std::string, void (*)(Platform&)>> ports{
+      {"mainQueue", [](Platform& platform) { platform.mainQueue = nullptr; }},
+      {"clock", [](Platform& platform) { platform.clock = nullptr; }},
+      {"randomSource", [](Platform& platform) { platform.randomSource = nullptr; }},
+      {"debugOutput", [](Platform& platform) { platform.debugOutput = nullptr; }},
+      {"application", [](Platform& platform) { platform.application = nullptr; }},
+  };
+  HookedHost host;
+  for (const auto& [name, remove] : ports) {
+    Platform platform = host.platform();
+    remove(platform);
+    EXPECT_DEATH(TilvaneGo::usePlatform(std::move(platform)), "Platform::" + name + " is null");
+    EXPECT_DEATH(static_cast<void>(detail::FacadeAccess::make(std::move(platform))),
+                 "Platform::" + name + " is null");
+  }
+}
+
+static_assert(std::is_final_v<TilvaneGo> && !std::is_destructible_v<TilvaneGo>);
+
+}  // namespace
+}  // namespace tilvanego::test

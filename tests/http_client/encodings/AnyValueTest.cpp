@@ -1,0 +1,128 @@
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/http_client/encodings/AnyValue.h>
+#include <tilvanego/vocabulary/SharedEnumerations.h>
+
+namespace tilvanego {
+namespace {
+
+enum class Colour { red, green };
+
+}  // namespace
+
+template <>
+struct RawTexts<Colour> {
+  static constexpr std::array table{std::pair{Colour::red, std::string_view("RED")},
+                                    std::pair{Colour::green, std::string_view("GREEN")}};
+};
+
+namespace {
+
+struct Unrelated {};
+
+static_assert(!std::is_constructible_v<AnyValue, const int*>, "a pointer is no boolean");
+static_assert(!std::is_constructible_v<AnyValue, const void*>);
+static_assert(!std::is_constructible_v<AnyValue, std::nullptr_t>);
+static_assert(!std::is_constructible_v<AnyValue, char>, "a character is no number");
+static_assert(!std::is_constructible_v<AnyValue, Unrelated>);
+static_assert(!std::is_constructible_v<AnyValue, std::vector<Unrelated>>);
+static_assert(!std::is_constructible_v<AnyValue, std::optional<int>>, "an absent value is no value");
+static_assert(std::is_convertible_v<std::optional<int>, std::optional<AnyValue>>);
+static_assert(std::is_nothrow_move_constructible_v<AnyValue>);
+
+const std::string text = "text";
+const std::uint64_t beyondSigned = std::numeric_limits<std::uint64_t>::max();
+
+struct Row {
+  AnyValue value;
+  std::string description;
+  std::optional<std::string> numberText;
+};
+
+std::vector<Row> rows() {
+  const auto date = Date::fromSecondsSince1970(1709634030.5);
+  const auto uuid = *UUID::parse("0f8fad5b-d9cb-469f-a165-70867728950e");
+  const double infinity = std::numeric_limits<double>::infinity();
+  return {
+      {"", "", {}},
+      {"literal", "literal", {}},
+      {std::string_view(text).substr(1), "ext", {}},
+      {std::string("a\0b", 3), std::string("a\0b", 3), {}},
+      {true, "true", "1"},
+      {false, "false", "0"},
+      {0, "0", "0"},
+      {std::int8_t{-5}, "-5", "-5"},
+      {std::numeric_limits<std::int64_t>::min(), "-9223372036854775808", "-9223372036854775808"},
+      {beyondSigned, "18446744073709551615", "18446744073709551615"},
+      {1.0, "1.0", "1"},
+      {12.1, "12.1", "12.1"},
+      {-0.0, "-0.0", "-0"},
+      {1.5F, "1.5", "1.5"},
+      {infinity, "inf", "inf"},
+      {*Decimal::parse("12.50"), "12.5", "12.5"},
+      {Data("five!"), "5 bytes", {}},
+      {Bytes{1, 2}, "2 bytes", {}},
+      {*URL::parse("https://example.com/a b"), "https://example.com/a%20b", {}},
+      {uuid, "0F8FAD5B-D9CB-469F-A165-70867728950E", {}},
+      {date, "2024-03-05 10:20:30 +0000", {}},
+      {Colour::green, "GREEN", {}},
+      {models::CardBrand::americanExpress, "AMERICAN EXPRESS", {}},
+      {std::vector<int>{}, "[]", {}},
+      {std::vector{1, 2}, "[1, 2]", {}},
+      {std::vector{true, false}, "[true, false]", {}},
+      {std::vector<std::optional<double>>{1.0, std::nullopt}, "[1.0, nil]", {}},
+      {std::vector{std::string("a\"b"), std::string("c")}, R"(["a\"b", "c"])", {}},
+      {AnyValue::array({std::vector{Colour::red}}), "[[RED]]", {}},
+      {AnyValue::array({1, "two", std::nullopt, 3.5, date}),
+       R"([1, "two", nil, 3.5, 2024-03-05 10:20:30 +0000])",
+       {}},
+  };
+}
+
+TEST(AnyValue, HasItsDefaultTextAndItsTextAsANumber) {
+  for (const Row& row : rows()) {
+    EXPECT_EQ(row.value.description(), row.description);
+    EXPECT_EQ(row.value.numberText(), row.numberText) << row.description;
+  }
+}
+
+TEST(AnyValue, EqualsOnlyTheSameTypeWithTheSameValue) {
+  const auto left = rows();
+  const auto right = rows();
+  for (std::size_t i = 0; i < left.size(); ++i) {
+    for (std::size_t j = 0; j < right.size(); ++j) {
+      EXPECT_EQ(left[i].value == right[j].value, i == j)
+          << left[i].description << ", " << right[j].description;
+    }
+  }
+}
+
+TEST(AnyValue, IsAskedForTheExactType) {
+  const AnyValue number = 5;
+  EXPECT_EQ(*number.as<std::int64_t>(), 5);
+  EXPECT_EQ(number.as<double>(), nullptr);
+  EXPECT_EQ(number.as<bool>(), nullptr);
+  EXPECT_EQ(AnyValue("RED").as<AnyValue::RawValue>(), nullptr);
+  EXPECT_EQ(AnyValue(Colour::red).as<AnyValue::RawValue>()->text, "RED");
+  EXPECT_EQ(AnyValue(std::vector{1, 2}).as<AnyValue::Array>()->size(), 2u);
+  EXPECT_EQ(AnyValue(Bytes{1}), AnyValue(Data(Bytes{1}))) << "bytes are no collection of integers";
+}
+
+TEST(AnyValue, SharesBytesAndCollectionsWithItsCopies) {
+  const AnyValue bytes = Data(Bytes(1000));
+  const AnyValue list = std::vector{1, 2, 3};
+  const AnyValue copyOfBytes = bytes;
+  const AnyValue copyOfList = list;
+  EXPECT_EQ(copyOfBytes.as<Data>()->bytes().data(), bytes.as<Data>()->bytes().data());
+  EXPECT_EQ(copyOfList.as<AnyValue::Array>(), list.as<AnyValue::Array>());
+}
+
+}  // namespace
+}  // namespace tilvanego

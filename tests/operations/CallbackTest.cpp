@@ -1,0 +1,257 @@
+#include <limits>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/Kinds.h"
+
+namespace tilvanego::test {
+namespace {
+
+struct Words {
+  std::string_view kind;
+  std::string_view result;
+  std::vector<std::string_view> words;
+};
+
+/// The words that a status may be, for each kind. "" as the result: the kind's failure.
+const std::vector<Words>& wordTables() {
+  static const std::vector<Words> tables{
+      {"initialization", "initialized+", {"initialized", "%20%0AInitialized%20"}},
+      {"initialization", "", {"success", "completed", "approved", "error", "failed", "failure"}},
+      {"fullRefund",
+       "success+",
+       {"success", "succeeded", "completed", "approved", "refunded", "%20Refunded%0A"}},
+      {"fullRefund", "", {"cancelled", "canceled", "captured", "saved", "rebooted", "failed"}},
+      {"partialRefund", "success+", {"success", "succeeded", "completed", "approved", "refunded"}},
+      {"partialRefund", "", {"cancelled", "declined", "captured"}},
+      {"capture", "success+", {"success", "succeeded", "completed", "approved", "captured"}},
+      {"capture", "", {"refunded", "cancelled", "authorized"}},
+      {"clearData", "success+", {"returned", "success", "succeeded", "completed"}},
+      {"clearData", "masked+", {"data_masked", "datamasked", "masked", "DATA_MASKED"}},
+      {"clearData", "cancelled+", {"cancelled", "canceled", "cancel"}},
+      {"clearData", "", {"approved", "data-masked", "declined"}},
+      {"reboot", "success+", {"rebooted", "REBOOTED%20"}},
+      {"reboot", "", {"success", "succeeded", "completed", "approved", "reboot"}},
+      {"save", "success+", {"approved", "success", "succeeded", "completed", "saved"}},
+      {"save", "cancelled+", {"cancelled", "canceled", "cancel", "CANCEL"}},
+      {"save", "declined+", {"declined", "decline", "rejected"}},
+      {"save", "", {"error", "save", "refunded"}},
+  };
+  return tables;
+}
+
+std::string opening(const Kind& kind) {
+  std::string text(kind.words);
+  text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  return text;
+}
+
+TEST(CallbackWords, DecideTheResultOfEachKind) {
+  for (const auto& [name, result, words] : wordTables()) {
+    const Kind& kind = kindNamed(name);
+    for (const std::string_view word : words) {
+      const std::string text(word);
+      const std::string expected =
+          !result.empty() ? std::string(result)
+                          : "failure(" + std::string(name) + "Failed: " + opening(kind) + " failed with " +
+                                (name == "initialization" ? "status " + text : "code unknown") + ".)+";
+      EXPECT_EQ(kind.parse(parsedURL("a://b?status=" + text)), expected) << name;
+      EXPECT_EQ(kind.parse(parsedURL("a://b?Result=" + text + "&status=other")), expected) << name;
+    }
+  }
+}
+
+TEST(CallbackWords, AreMissingInEveryKindAlike) {
+  for (const Kind& kind : allKinds()) {
+    const std::string missing =
+        "failure(missingStatus: " + opening(kind) + " callback is missing a status.)+";
+    for (const char* query :
+         {"", "?", "?status", "?status=", "?status=%20%09", "?status&status=success", "?status=%FF"}) {
+      EXPECT_EQ(kind.parse(parsedURL("a://b" + std::string(query))), missing) << kind.name << query;
+    }
+  }
+}
+
+TEST(CallbackIds, OfAnotherRequestFailEveryKindBeforeTheStatusIsReadForIt) {
+  for (const Kind& kind : allKinds()) {
+    for (const char* key : {"request_id", "requestId", "session_id", "SESSIONID"}) {
+      TestHost host;
+      kind.start(host, parsedURL("myshop://done"));
+      host.takeEvents();
+      EXPECT_TRUE(host.sdk->handleCallback(parsedURL("myshop://done?" + std::string(key) + "=B")));
+      EXPECT_EQ(host.takeEvents(),
+                std::vector{std::string(kind.name) + " failure(requestIdMismatch: " + opening(kind) +
+                            " callback request ID mismatch. Expected A-1, received B.)+"});
+      EXPECT_FALSE((*host.sdk.*kind.isInProgress)());
+    }
+  }
+}
+
+TEST(CallbackIds, AreNotAskedForByAListWithoutOne) {
+  TestHost host;
+  host.sdk->getTransactionList(
+      TransactionListRequest({.requestId = " ", .callbackURL = parsedURL("myshop://done")}),
+      noting(host, "list"));
+  host.takeEvents();
+  EXPECT_TRUE(
+      host.sdk->handleCallback(parsedURL("myshop://done?request_id=any&status=success&transactionList=[]")));
+  EXPECT_EQ(host.takeEvents(), std::vector<std::string>{"list success+"});
+}
+
+TEST(FailureText, SaysMessageAndCodeAsFarAsTheyCame) {
+  struct Row {
+    std::string_view query;
+    std::string_view expected;
+  };
+  for (const std::string_view name :
+       {"transactionList", "fullRefund", "partialRefund", "capture", "clearData", "reboot", "save"}) {
+    const Kind& kind = kindNamed(name);
+    const std::string code51 = opening(kind) + " failed with code 51.";
+    const std::string codeEmpty = opening(kind) + " failed with code .";
+    for (const auto& [query, expected] :
+         {Row{"&error_code=51", code51}, Row{"&errorCode=51", code51}, Row{"&error_code=", codeEmpty},
+          Row{"&error_message=No", "No"}, Row{"&errorMessage=No", "No"}, Row{"&error_message=", ""},
+          Row{"&error_message=No&error_code=51", "No (51)"}, Row{"&error_message=&errorCode=51", " (51)"}}) {
+      EXPECT_EQ(kind.parse(parsedURL("a://b?status=failed" + std::string(query))),
+                "failure(" + std::string(name) + "Failed: " + std::string(expected) + ")+")
+          << query;
+    }
+  }
+}
+
+TEST(FailureText, KnowsShortKeysWhereTheKindDoes) {
+  const auto text = [](std::string_view kind) {
+    return kindNamed(kind).parse(parsedURL("a://b?status=failed&code=51&message=No"));
+  };
+  EXPECT_EQ(text("fullRefund"), "failure(fullRefundFailed: No (51))+");
+  EXPECT_EQ(text("partialRefund"), "failure(partialRefundFailed: No (51))+");
+  EXPECT_EQ(text("capture"), "failure(captureFailed: No (51))+");
+  EXPECT_EQ(text("clearData"), "failure(clearDataFailed: No (51))+");
+  EXPECT_EQ(text("reboot"), "failure(rebootFailed: No (51))+");
+  EXPECT_EQ(text("transactionList"), "failure(transactionListFailed: No)+") << "no code";
+  EXPECT_EQ(text("save"), "failure(saveFailed: Save failed with code 51.)+")
+      << "the message is the processor's";
+}
+
+/// The response to `url`, which brings every field.
+template <class Result>
+typename Result::Response responseOf(const std::optional<Result>& result) {
+  return result.value().response().value();
+}
+
+TEST(CallbackFields, AreTheRawTextsOfTheFirstItemsOfTheirNames) {
+  using namespace std::string_literals;
+  URL url = parsedURL("a://b?requestId=%20A&result=%20x&processorMessage=m%26&message=late&error=later");
+  EXPECT_EQ(responseOf(TilvaneGo::parseInitializationResult(url)),
+            InitializationResponse({.callbackURL = url, .requestId = " A", .status = " x", .message = "m&"}));
+  url = parsedURL("a://b?error=e");
+  EXPECT_EQ(responseOf(TilvaneGo::parseInitializationResult(url)).message(), "e");
+
+  url = parsedURL("a://b?session_id=A&txn_id=T+1&STATUS=approved&code=c&message=&errorMessage=late");
+  EXPECT_EQ(responseOf(TilvaneGo::parseFullRefundResult(url)), FullRefundResponse({.callbackURL = url,
+                                                                                   .requestId = "A",
+                                                                                   .transactionId = "T+1",
+                                                                                   .status = "approved",
+                                                                                   .errorCode = "c",
+                                                                                   .errorMessage = ""}));
+  EXPECT_EQ(responseOf(TilvaneGo::parsePartialRefundResult(url)),
+            PartialRefundResponse({.callbackURL = url,
+                                   .requestId = "A",
+                                   .transactionId = "T+1",
+                                   .status = "approved",
+                                   .errorCode = "c",
+                                   .errorMessage = ""}));
+
+  url = parsedURL(
+      "a://b?request_id=A&result=approved&transactionType=auth&transactionId=T&approvedAmount=1.0"
+      "&original_transaction_id=O&errorCode=c&error_message=m");
+  EXPECT_EQ(responseOf(TilvaneGo::parseCaptureResult(url)), CaptureResponse({.callbackURL = url,
+                                                                             .requestId = "A",
+                                                                             .status = "approved",
+                                                                             .type = "auth",
+                                                                             .transactionId = "T",
+                                                                             .approvedAmount = "1.0",
+                                                                             .originalTransactionId = "O",
+                                                                             .errorCode = "c",
+                                                                             .errorMessage = "m"}));
+
+  url = parsedURL("a://b?sessionId=A&status=masked&clearPan=4111%201&clear_track2=;1=2?%00&code=c&message=m");
+  EXPECT_EQ(responseOf(TilvaneGo::parseClearDataResult(url)), ClearDataResponse({.callbackURL = url,
+                                                                                 .requestId = "A",
+                                                                                 .status = "masked",
+                                                                                 .clearPan = "4111 1",
+                                                                                 .clearTrack2 = ";1=2?\0"s,
+                                                                                 .errorCode = "c",
+                                                                                 .errorMessage = "m"}));
+
+  url = parsedURL("a://b?request_id=A&status=rebooted&responseCode=500&reader_serial=%20S&code=c&message=m");
+  EXPECT_EQ(responseOf(TilvaneGo::parseRebootResult(url)), RebootResponse({.callbackURL = url,
+                                                                           .requestId = "A",
+                                                                           .status = "rebooted",
+                                                                           .responseCode = 500,
+                                                                           .readerSerial = " S",
+                                                                           .errorCode = "c",
+                                                                           .errorMessage = "m"}));
+
+  url = parsedURL(
+      "a://b?request_id=A&status=ok&txn_id=T&authCode=1&message=p&entryMode=NFC&cardBrand=VISA"
+      "&card_last4=4242&code=c");
+  EXPECT_EQ(responseOf(TilvaneGo::parseSaveResult(url)), SaveResponse({.callbackURL = url,
+                                                                       .requestId = "A",
+                                                                       .status = "ok",
+                                                                       .transactionId = "T",
+                                                                       .approvalCode = "1",
+                                                                       .processorMessage = "p",
+                                                                       .entryMode = "NFC",
+                                                                       .cardBrand = "VISA",
+                                                                       .cardLast4 = "4242",
+                                                                       .errorCode = "c"}));
+}
+
+TEST(CallbackIntegers, AreSignedDigitsThatFit64Bits) {
+  struct Row {
+    std::string_view text;
+    std::optional<std::int64_t> expected;
+  };
+  using Limits = std::numeric_limits<std::int64_t>;
+  for (const auto& [text, expected] : {Row{"0", 0},
+                                       Row{"+7", 7},
+                                       Row{"-7", -7},
+                                       Row{"007", 7},
+                                       Row{"%2B7", 7},
+                                       Row{"9223372036854775807", Limits::max()},
+                                       Row{"-9223372036854775808", Limits::min()},
+                                       Row{"9223372036854775808", {}},
+                                       Row{"-9223372036854775809", {}},
+                                       Row{"99999999999999999999", {}},
+                                       Row{"", {}},
+                                       Row{"+", {}},
+                                       Row{"-", {}},
+                                       Row{"+-7", {}},
+                                       Row{"-+7", {}},
+                                       Row{"++7", {}},
+                                       Row{"7%20", {}},
+                                       Row{"%207", {}},
+                                       Row{"7x", {}},
+                                       Row{"0x7", {}},
+                                       Row{"7.0", {}},
+                                       Row{"7e1", {}},
+                                       Row{"%D9%A7", {}},
+                                       Row{"7%00", {}}}) {
+    const std::string value(text);
+    const auto reboot =
+        TilvaneGo::parseRebootResult(parsedURL("a://b?status=rebooted&response_code=" + value));
+    EXPECT_EQ(summary(reboot), "success+") << text;
+    EXPECT_EQ(responseOf(reboot).responseCode(), expected) << text;
+    const auto list = TilvaneGo::parseTransactionListResult(
+        parsedURL("a://b?status=success&transactionList=%5B%5D&transactionCount=" + value));
+    EXPECT_EQ(responseOf(list).transactionCount(), expected) << text;
+  }
+}
+
+}  // namespace
+}  // namespace tilvanego::test

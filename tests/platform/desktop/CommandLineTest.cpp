@@ -1,0 +1,38 @@
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/platform/desktop/CommandLine.h>
+
+using tilvanego::splitCommandLine;
+
+TEST(CommandLine, IsSplitIntoWordsWithoutAShell) {
+  struct Case {
+    std::string_view line;
+    std::vector<std::string> words;
+  };
+  for (const auto& [line, words] : std::vector<Case>{
+           {"xdg-open", {"xdg-open"}},
+           {"  prog\t--flag \n x ", {"prog", "--flag", "x"}},
+           {"prog 'two words' \"two words\"", {"prog", "two words", "two words"}},
+           {"prog --name='a b'c", {"prog", "--name=a bc"}},
+           {"prog '' \"\"", {"prog", "", ""}},
+           {R"(prog two\ words \' \\ \n)", {"prog", "two words", "'", "\\", "n"}},
+           {R"(prog "a\"b\\c\d" 'a\')", {"prog", "a\"b\\c\\d", "a\\"}},
+           {"prog $HOME `id` *; > < | & # ~", {"prog", "$HOME", "`id`", "*;", ">", "<", "|", "&", "#", "~"}},
+           {"prög '→'", {"prög", "→"}},
+       }) {
+    EXPECT_EQ(splitCommandLine(line), words) << line;
+  }
+}
+
+TEST(CommandLine, WithoutAWordOrAnEndIsRefused) {
+  using namespace std::string_view_literals;
+  for (const auto line :
+       {""sv, " \t\n"sv, "prog 'open"sv, "prog \"open"sv, "prog \"open\\\""sv, "prog \\"sv, "a\0b"sv}) {
+    EXPECT_EQ(splitCommandLine(line), std::nullopt) << line;
+  }
+}

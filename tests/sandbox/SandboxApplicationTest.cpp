@@ -1,0 +1,164 @@
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/facade/FacadeAccess.h>
+#include <tilvanego/platform/memory/MemoryPasteboard.h>
+#include <tilvanego/platform/memory/RecordingDebugOutput.h>
+#include <tilvanego/sandbox/SandboxApplication.h>
+
+namespace tilvanego::sandbox {
+namespace {
+
+/// A host whose links are opened by a sandbox in its own process.
+struct Rehearsal {
+  Rehearsal() {
+    Platform platform = Platform::standard(loop);
+    platform.debugOutput = std::make_unique<RecordingDebugOutput>();
+    auto pasteboard = std::make_unique<MemoryPasteboard>(platform.clock);
+    auto application = std::make_unique<SandboxApplication>(
+        loop, [this](const URL& url) { events.push_back(sdk->handleCallback(url) ? "handled" : "ignored"); },
+        HandoffPorts{.pasteboard = pasteboard.get(), .clock = platform.clock.get()});
+    platform.pasteboard = std::move(pasteboard);
+    sandbox = application.get();
+    sandbox->setObserver([this](const URL&, const auto& handled) {
+      events.push_back(handled ? std::string(rawText(handled->outcome)) : handled.error().message);
+    });
+    platform.application = std::move(application);
+    sdk = detail::FacadeAccess::make(std::move(platform));
+  }
+
+  void pay(std::string_view amount,
+           const PaymentLaunchTransport& transport = PaymentLaunchTransport::urlScheme()) {
+    sdk->startPayment(PaymentRequest({.requestId = "A-1",
+                                      .amount = *Decimal::parse(amount),
+                                      .currency = "EUR",
+                                      .callbackURL = *URL::parse("shop://done")}),
+                      transport, [this](const PaymentResult& result) { events.emplace_back(result.name()); });
+    events.emplace_back("started");
+    loop.runPending();
+  }
+
+  RunLoop loop;
+  SandboxApplication* sandbox = nullptr;
+  detail::FacadeAccess::Owned sdk;
+  std::vector<std::string> events;
+};
+
+using Events = std::vector<std::string>;
+
+TEST(SandboxApplication, AnswersOnTheMainQueueAsTheAmountDecides) {
+  Rehearsal rehearsal;
+  rehearsal.pay("12");
+  rehearsal.pay("12.01");
+  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "success", "handled",  //
+                                      "decline", "started", "declined", "handled"}));
+}
+
+TEST(SandboxApplication, DoesWhatTheHostSetInsteadOfTheAmount) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setOutcome(Outcome::cancel);
+  rehearsal.pay("12.01");
+  EXPECT_EQ(rehearsal.events, (Events{"cancel", "started", "cancelled", "handled"}));
+}
+
+TEST(SandboxApplication, HasAnObserverThatOnlyListens) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setObserver([](const URL&, const auto&) { throw std::runtime_error("an observer's"); });
+  rehearsal.pay("12");
+  EXPECT_EQ(rehearsal.events, (Events{"started", "success", "handled"})) << "answered all the same";
+}
+
+TEST(SandboxApplication, AnswersAsTheRequestCameUnlessTheHostSetATransport) {
+  Rehearsal rehearsal;
+  std::vector<std::string> callbacks;
+  rehearsal.sandbox->setObserver([&](const URL&, const auto& handled) {
+    callbacks.push_back(handled ? handled->callback->absoluteString().substr(0, 27)
+                                : handled.error().message);
+  });
+  rehearsal.pay("12", PaymentLaunchTransport::gzip());
+  rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
+  rehearsal.sandbox->setAnswer(Transport::gzip);
+  rehearsal.pay("12");
+  rehearsal.sdk->reboot(RebootRequest({.requestId = "A-2", .callbackURL = *URL::parse("shop://done")}),
+                        [&](const RebootResult& result) { rehearsal.events.emplace_back(result.name()); });
+  rehearsal.loop.runPending();
+  EXPECT_EQ(callbacks, (Events{"shop://done?transport=gzip&", "shop://done?transport=paste",
+                               "shop://done?transport=gzip&", "shop://done?request_id=A-2&"}));
+  EXPECT_EQ(rehearsal.events, (Events{"started", "success", "handled", "started", "success", "handled",
+                                      "started", "success", "handled", "success", "handled"}));
+}
+
+TEST(SandboxApplication, LetsTheSetFaultHappenToEachAnswer) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setFault(TransportFault::wrongDirection);
+  rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
+  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "failure", "handled"}));
+  rehearsal.pay("12");
+  EXPECT_EQ(rehearsal.events.at(4),
+            "the fault wrong-direction needs an answer by gzip or pasteboard, and this one travels by url");
+  EXPECT_TRUE(rehearsal.sdk->isPaymentInProgress());
+}
+
+TEST(SandboxApplication, LeavesAPaymentPendingThatItCantOrWontAnswer) {
+  for (const Outcome outcome : {Outcome::silent, Outcome::tampered}) {
+    Rehearsal rehearsal;
+    rehearsal.sandbox->setOutcome(outcome);
+    rehearsal.pay("12");
+    EXPECT_EQ(rehearsal.events.size(), 2U);
+    EXPECT_TRUE(rehearsal.sdk->isPaymentInProgress());
+  }
+}
+
+TEST(SandboxApplication, OpensNothingWhileItIsNotInstalled) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setInstalled(false);
+  rehearsal.pay("12");
+  EXPECT_EQ(rehearsal.events, (Events{"started", "failure"}));
+  EXPECT_FALSE(rehearsal.sdk->isPaymentInProgress());
+}
+
+TEST(SandboxApplication, OpensItsOwnSchemeEvenIfItCantReadTheLink) {
+  Rehearsal rehearsal;
+  std::vector<bool> opened;
+  for (const std::string_view link : {"tilvanego://payment/v2/start", "mailto:a"}) {
+    rehearsal.sandbox->openURL(*URL::parse(link), [&](bool wasOpened) { opened.push_back(wasOpened); });
+  }
+  EXPECT_TRUE(opened.empty());
+  rehearsal.loop.runPending();
+  EXPECT_EQ(opened, (std::vector{true, false}));
+  EXPECT_EQ(rehearsal.events, (Events{"the link's path is \"/v2/start\", which names no operation"}));
+}
+
+TEST(SandboxApplication, ReportsARequestAsOpenedThatANewerOneHasOvertaken) {
+  Rehearsal rehearsal;
+  rehearsal.sandbox->setInstalled(false);
+  std::vector<std::string> answers;
+  for (const std::string_view link : {"tilvanego://payment/v1/reboot?1", "tilvanego://payment/v1/save?1",
+                                      "Tilvanego://PAYMENT/v1/reboot?2"}) {
+    rehearsal.sandbox->openURL(*URL::parse(link), [&answers, link](bool opened) {
+      answers.push_back(std::string(link.substr(23)) + (opened ? " yes" : " no"));
+    });
+  }
+  rehearsal.loop.runPending();
+  EXPECT_EQ(answers, (Events{"reboot?1 yes", "save?1 no", "reboot?2 no"}));
+}
+
+TEST(SandboxApplication, AnswersNobodyOnceItIsGone) {
+  RunLoop loop;
+  int calls = 0;
+  auto sandbox = std::make_unique<SandboxApplication>(loop, [&](const URL&) { ++calls; });
+  sandbox->openURL(*URL::parse("tilvanego://payment/v1/reboot?request_id=1&return_url=a:b"),
+                   [&](bool) { ++calls; });
+  sandbox.reset();
+  loop.runPending();
+  EXPECT_EQ(calls, 0);
+}
+
+}  // namespace
+}  // namespace tilvanego::sandbox

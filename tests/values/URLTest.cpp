@@ -1,0 +1,247 @@
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tilvanego/frame/CallbackURLs.h>
+#include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/URL.h>
+#include <tilvanego/values/URLComponents.h>
+
+namespace tilvanego {
+namespace {
+
+using namespace std::string_literals;
+using Items = std::vector<QueryItem>;
+
+URL parsed(std::string_view text) {
+  auto url = URL::parse(text);
+  if (!url) throw std::runtime_error("no URL: " + std::string(text));
+  return *std::move(url);
+}
+
+TEST(URL, SaysAtWhichByteATextStopsBeingAURL) {
+  const struct {
+    std::string text;
+    std::size_t offset;
+  } cases[] = {
+      {"", 0},
+      {"1shop://done", 0},
+      {"my shop://done", 2},
+      {"shop\0://done"s, 4},
+      {"shop://do ne", 9},
+      {"shop://done%4", 11},
+      {"shop://us:er@h<", 14},
+      {"shop://done\0"s, 11},
+      {"shop://host:80a", 14},
+      {"shop://[::1", 7},
+      {"shop://[::1]x", 12},
+      {"shop://[\xC3\xA9]", 8},
+      {"shop://\xFF", 7},
+  };
+  for (const auto& [text, offset] : cases) {
+    SCOPED_TRACE(text);
+    const auto url = URL::parse(text);
+    ASSERT_FALSE(url.has_value());
+    EXPECT_EQ(url.error().offset, offset);
+    EXPECT_FALSE(url.error().message.empty());
+  }
+}
+
+TEST(URL, EncodesBytesThatAreNoUTF8AndControlCharactersOneByOne) {
+  EXPECT_EQ(parsed("a://b/\xFFz\xC3?\x00#\x7F"s).absoluteString(), "a://b/%FFz%C3?%00#%7F");
+  EXPECT_EQ(parsed("a://\xC3:\xFF@h/").absoluteString(), "a://%C3:%FF@h/");
+}
+
+TEST(URL, RefusesAHostWhoseASCIIFormIsNoHost) {
+  for (const std::string& host :
+       {"a\uFF0Fb"s, "a\uFF1Ab"s, "a\uFF05b"s, "\u00AD"s, "\u00E9%41"s, "\u00E9 "s}) {
+    EXPECT_FALSE(URL::parse("http://" + host + "/").has_value()) << host;
+    EXPECT_FALSE((URLComponents{"http", host, "/", {}}.url().has_value())) << host;
+  }
+  EXPECT_TRUE(URL::parse("http://" + std::string(500, 'a') + "\u00E9").has_value());
+  EXPECT_FALSE(URL::parse("http://" + std::string(1023, 'a') + "\u00E9").has_value());
+}
+
+TEST(URL, GivesWhatCannotBeDecodedAsItStandsAndSuchAValueNotAtAll) {
+  const URL url = parsed("a://us%FFer@h%FF/p%FF?n%FF=1&v=%FF&w=%C3%A9#f%FF");
+  EXPECT_EQ(url.user(), "us%FFer");
+  EXPECT_EQ(url.host(), "h%FF");
+  EXPECT_EQ(url.path(), "/p%FF");
+  EXPECT_EQ(url.fragment(), "f%FF");
+  EXPECT_EQ(url.queryItems(), (Items{{"n%FF", "1"}, {"v", std::nullopt}, {"w", "\u00E9"}}));
+}
+
+TEST(URL, HasNoPortBeyond32Bits) {
+  EXPECT_EQ(parsed("a://h:4294967295").port(), 4294967295U);
+  EXPECT_EQ(parsed("a://h:4294967296").port(), std::nullopt);
+  EXPECT_EQ(parsed("a://h:" + std::string(4000, '9')).port(), std::nullopt);
+}
+
+TEST(URL, ReadsLongRunsOfOneCharacter) {
+  for (const char* const start : {"", "a://", "a://b/"}) {
+    for (const char character : {':', '%', '@', '\0', '\xC3'}) {
+      SCOPED_TRACE(start + std::string(1, character));
+      const auto url = URL::parse(start + std::string(std::size_t{1} << 17U, character));
+      EXPECT_TRUE(!url || URL::parse(url->absoluteString()) == *url);
+    }
+  }
+}
+
+TEST(URL, GivesItsQueryItemsAsTheyStandInOrder) {
+  const struct {
+    std::string_view text;
+    std::vector<RawQueryItem> items;
+  } cases[] = {
+      {"a://b", {}},
+      {"a://b?", {}},
+      {"a://b?#x=1", {}},
+      {"?=", {{"", ""}}},
+      {"?&", {{"", std::nullopt}, {"", std::nullopt}}},
+      {"?a%3D=b=%26&c#d=e", {{"a%3D", "b=%26"}, {"c", std::nullopt}}},
+      {"?a=1&a=&&A=2", {{"a", "1"}, {"a", ""}, {"", std::nullopt}, {"A", "2"}}},
+  };
+  for (const auto& [text, expected] : cases) {
+    SCOPED_TRACE(text);
+    const URL url = parsed(text);
+    std::vector<RawQueryItem> items;
+    for (const RawQueryItem& item : url.rawQueryItems()) items.push_back(item);
+    EXPECT_EQ(items, expected);
+  }
+}
+
+TEST(URL, KeepsAllButTheQueryWhenItsItemsAreReplaced) {
+  const Items items{{"a b", "&=\u00E9"}, {"c", std::nullopt}, {"d", ""}};
+  const auto url = parsed("a://u:p@h:1/%41?x=y#f?g").replacingQueryItems(items);
+  ASSERT_TRUE(url.has_value());
+  EXPECT_EQ(url->absoluteString(), "a://u:p@h:1/%41?a%20b=%26%3D%C3%A9&c&d=#f?g");
+  EXPECT_EQ(url->queryItems(), items);
+  EXPECT_EQ(url->fragment(), "f?g");
+  EXPECT_EQ(parsed("a:b#c").replacingQueryItems({})->absoluteString(), "a:b?#c");
+  EXPECT_EQ(parsed("a:b").replacingQueryItems({{{"k", "v"}}})->queryItems(), (Items{{"k", "v"}}));
+}
+
+TEST(URL, IsEmptyOnceItIsMovedFrom) {
+  for (const std::string_view text :
+       {"a://u:p@h:1/x?y#z", "tilvanego://a-host-that-is-on-the-heap/path?q#f"}) {
+    URL from = parsed(text);
+    URL made = std::move(from);
+    EXPECT_EQ(made, parsed(text));
+    URL assigned = parsed("b:c");
+    assigned = std::move(made);
+    EXPECT_EQ(assigned.fragment(), parsed(text).fragment());
+    for (const URL& moved : {from, made}) {
+      EXPECT_EQ(moved.absoluteString(), "");
+      EXPECT_EQ(moved.path(), "");
+      EXPECT_FALSE(moved.scheme() || moved.host() || moved.user() || moved.port() || moved.queryItems() ||
+                   moved.fragment());
+    }
+    URL& same = assigned;
+    assigned = std::move(same);
+    EXPECT_EQ(assigned, parsed(text));
+  }
+}
+
+TEST(URLComponents, MakeNoURLOfPartsThatWouldReadOtherwise) {
+  const URLComponents refused[] = {
+      {},
+      {"", "h", "/", {}},
+      {"1a", "h", "/", {}},
+      {"a:b", "h", "/", {}},
+      {"a/b", "h", "/", {}},
+      {"a", "h/x", "/", {}},
+      {"a", "h?x", "/", {}},
+      {"a", "u@h", "/", {}},
+      {"a", "h:1", "/", {}},
+      {"a", "h%41", "/", {}},
+      {"a", "[::1", "/", {}},
+      {"a", "[", "/", {}},
+      {"a", "[::1]x]", "/", {}},
+      {"a", "h", "x", {}},
+      {"a", std::nullopt, "//x", {}},
+      {std::nullopt, std::nullopt, "//x", {}},
+  };
+  for (const URLComponents& components : refused) {
+    EXPECT_FALSE(components.url().has_value())
+        << components.host.value_or("no host") << ' ' << components.path;
+  }
+}
+
+TEST(URLComponents, AreReadBackFromTheirURL) {
+  const URLComponents cases[] = {
+      {"a", "", "", {}},
+      {"a", "[::1]", "/x", Items{}},
+      {"a", "\u00E9.com", "/%41 ?#:", Items{{"%", "+&=#"}}},
+      {std::nullopt, std::nullopt, "a:b:c/d:e", Items{{"", "x"}}},
+      {std::nullopt, "h", "//x", Items{{"x", std::nullopt}}},
+      {"mailto", std::nullopt, "a@b.c", {}},
+  };
+  for (const URLComponents& components : cases) {
+    SCOPED_TRACE(components.path);
+    const auto url = components.url();
+    ASSERT_TRUE(url.has_value());
+    EXPECT_EQ(url->scheme(), components.scheme);
+    EXPECT_EQ(url->host(), components.host);
+    EXPECT_EQ(url->path(), components.path);
+    EXPECT_EQ(url->queryItems(), components.queryItems);
+  }
+}
+
+TEST(PercentEncoding, DecodesOnlyWholeEscapesThatMakeUTF8) {
+  const struct {
+    std::string_view text;
+    std::optional<std::string> decoded;
+  } cases[] = {
+      {"", ""},
+      {"a+b", "a+b"},
+      {"%00%7f%C3%a9", "\0\x7F\u00E9"s},
+      {"\xC3\xA9", "\u00E9"},
+      {"%", std::nullopt},
+      {"a%4", std::nullopt},
+      {"%zz", std::nullopt},
+      {"%C3", std::nullopt},
+      {"\xC3", std::nullopt},
+      {"%C0%80", std::nullopt},
+      {"%ED%A0%80", std::nullopt},
+      {"%F4%90%80%80", std::nullopt},
+  };
+  for (const auto& [text, expected] : cases) {
+    EXPECT_EQ(detail::percentDecoded(text), expected) << text;
+    std::string target = "kept";
+    EXPECT_EQ(detail::appendPercentDecoded(target, text), expected.has_value()) << text;
+    EXPECT_EQ(target, "kept" + expected.value_or("")) << text;
+  }
+}
+
+TEST(PercentEncoding, EscapesEveryByteButASCIILettersAndDigitsForForms) {
+  EXPECT_EQ(detail::alphanumericEncoded("aZ09-_.~+ \u00E9%/"), "aZ09%2D%5F%2E%7E%2B%20%C3%A9%25%2F");
+}
+
+TEST(CallbackURLs, MatchOnlyTheSamePlace) {
+  const struct {
+    std::string_view a;
+    std::string_view b;
+    bool match;
+  } cases[] = {
+      {"a://h:1", "A://u@H:2/?x#y", true},
+      {"a://EX\u00C4MPLE", "a://xn--EXMPLE-cua", true},
+      {"a://h%C3%84", "a://h%c3%a4", true},
+      {"a://h/%FF", "a://h", false},
+      {"a://%FF", "a://%FE", false},
+      {"a://", "a:", false},
+      {"//h", "a://h", false},
+      {"a://h/x%2fy", "a://h/x/y", true},
+      {"a://h/X", "a://h/%78", false},
+      {"a://h", "a://h.", false},
+  };
+  for (const auto& [a, b, match] : cases) {
+    EXPECT_EQ(detail::callbackURLsMatch(parsed(a), parsed(b)), match) << a << "  " << b;
+    EXPECT_EQ(detail::callbackURLsMatch(parsed(b), parsed(a)), match) << b << "  " << a;
+  }
+}
+
+}  // namespace
+}  // namespace tilvanego

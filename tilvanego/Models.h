@@ -1,0 +1,17 @@
+#pragma once
+
+/// All of TilvaneGo::Models: the records of the POI interface and their catalogue, with what reads, writes
+/// and checks them. A header for each family costs less to compile.
+#include <tilvanego/Version.h>
+#include <tilvanego/json/JSON.h>
+#include <tilvanego/json/JSONValue.h>
+#include <tilvanego/models/Amounts.h>
+#include <tilvanego/models/Catalogue.h>
+#include <tilvanego/models/Enumerations.h>
+#include <tilvanego/models/Errors.h>
+#include <tilvanego/models/Parties.h>
+#include <tilvanego/models/TerminalCommands.h>
+#include <tilvanego/models/Trace.h>
+#include <tilvanego/models/TransactionRequests.h>
+#include <tilvanego/models/TransactionResponses.h>
+#include <tilvanego/validation/Validator.h>

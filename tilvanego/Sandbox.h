@@ -1,0 +1,6 @@
+#pragma once
+
+/// All of TilvaneGo::Sandbox: the payment application to rehearse with.
+#include <tilvanego/Version.h>
+#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/SandboxApplication.h>

@@ -1,0 +1,31 @@
+#pragma once
+
+/// All of TilvaneGo::SDK but JSON and validation, which Models.h and HTTPClient.h bring: `TilvaneGo`, the
+/// records of all operations, the ports of the platform with their adapters, and the values that these speak
+/// in.
+#include <tilvanego/Version.h>
+#include <tilvanego/facade/TilvaneGoSDK.h>
+#include <tilvanego/frame/SecretNames.h>
+#include <tilvanego/platform/MainQueueAdapter.h>
+#include <tilvanego/platform/OpenRequests.h>
+#include <tilvanego/platform/OpenSSLRandomSource.h>
+#include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/StandardOutput.h>
+#include <tilvanego/platform/SystemClock.h>
+#include <tilvanego/platform/memory/ManualClock.h>
+#include <tilvanego/platform/memory/MemoryApplication.h>
+#include <tilvanego/platform/memory/MemoryPasteboard.h>
+#include <tilvanego/platform/memory/RecordingDebugOutput.h>
+#include <tilvanego/platform/memory/ScriptedRandomSource.h>
+#include <tilvanego/values/Base64.h>
+#include <tilvanego/values/DateFormats.h>
+#include <tilvanego/values/DebugLiteral.h>
+#include <tilvanego/values/DecimalFormatter.h>
+#include <tilvanego/values/Text.h>
+#include <tilvanego/values/URLComponents.h>
+
+#ifdef __linux__
+#include <tilvanego/platform/desktop/CommandLine.h>
+#include <tilvanego/platform/desktop/PasteboardStore.h>
+#include <tilvanego/platform/desktop/SpawnedOpener.h>
+#endif

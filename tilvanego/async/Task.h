@@ -1,0 +1,198 @@
+#pragma once
+
+#include <condition_variable>
+#include <coroutine>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include <tilvanego/platform/FatalError.h>
+#include <tilvanego/platform/HostCode.h>
+#include <tilvanego/platform/RunLoop.h>
+
+namespace tilvanego {
+
+template <typename T>
+class Task;
+
+namespace detail {
+
+/// What the frames of all tasks begin with.
+class TaskPromiseBase {
+ public:
+  std::suspend_always initial_suspend() noexcept { return {}; }
+
+  struct FinalSuspend {
+    bool await_ready() noexcept { return false; }
+    template <typename Promise>
+    std::coroutine_handle<> await_suspend(std::coroutine_handle<Promise> ended) noexcept {
+      return ended.promise().continuation;
+    }
+    void await_resume() noexcept {}
+  };
+  FinalSuspend final_suspend() noexcept { return {}; }
+  void unhandled_exception() noexcept { failure = std::current_exception(); }
+
+  std::coroutine_handle<> continuation = std::noop_coroutine();
+  std::exception_ptr failure;
+  bool hasBegun = false;
+};
+
+template <typename T>
+class TaskPromise : public TaskPromiseBase {
+ public:
+  Task<T> get_return_object() noexcept;
+  void return_value(T value) { result.emplace(std::move(value)); }
+  T take() {
+    if (failure) std::rethrow_exception(failure);
+    return std::move(*result);
+  }
+
+  std::optional<T> result;
+};
+
+template <>
+class TaskPromise<void> : public TaskPromiseBase {
+ public:
+  Task<void> get_return_object() noexcept;
+  void return_void() noexcept {}
+  void take() const {
+    if (failure) std::rethrow_exception(failure);
+  }
+};
+
+/// A coroutine that nobody waits for: it runs on its own and frees itself.
+struct Detached {
+  struct promise_type {
+    Detached get_return_object() noexcept { return {}; }
+    std::suspend_never initial_suspend() noexcept { return {}; }
+    std::suspend_never final_suspend() noexcept { return {}; }
+    void return_void() noexcept {}
+    void unhandled_exception() noexcept {
+      endForException("the main queue's post, at the end of Task::wait,");
+    }
+  };
+};
+
+}  // namespace detail
+
+/// A coroutine's work that gives a T or throws. It begins when it is awaited, by a coroutine of any type, or
+/// waited for; it goes on, and resumes who awaits it, on whatever thread its last suspension ended.
+///
+/// Owns the coroutine: a task may be dropped before it began or while it is suspended, which drops what the
+/// coroutine holds, but not while it runs. Awaited or waited for once: a second time ends the process.
+template <typename T>
+class [[nodiscard]] Task {
+ public:
+  using promise_type = detail::TaskPromise<T>;
+
+  Task(Task&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+  Task& operator=(Task&& other) noexcept {
+    std::swap(handle_, other.handle_);
+    return *this;
+  }
+  ~Task() {
+    if (handle_) handle_.destroy();
+  }
+
+  auto operator co_await() && noexcept { return Awaiter{{begin()}}; }
+
+  /// Runs the task to its end with this thread blocked. Not for the thread of a main queue that the task
+  /// needs, as a failing request needs `apiResponseQueue`: that would wait for itself.
+  T wait() &&;
+  /// As above, draining `loop` meanwhile; for the main thread of a program without an event loop of its own.
+  /// What a block of the loop throws leaves here too, once the task has ended; what further ones throw is
+  /// dropped after a line on standard error.
+  T wait(RunLoop& loop) &&;
+
+ private:
+  friend promise_type;
+  explicit Task(std::coroutine_handle<promise_type> handle) : handle_(handle) {}
+
+  std::coroutine_handle<promise_type> begin() const noexcept {
+    if (!handle_ || std::exchange(handle_.promise().hasBegun, true)) {
+      detail::wrongUse("a Task is awaited once, and not after it was moved from");
+    }
+    return handle_;
+  }
+
+  /// Resumes whoever waits, without the result.
+  struct Ended {
+    bool await_ready() const noexcept { return false; }
+    std::coroutine_handle<> await_suspend(std::coroutine_handle<> waiting) const noexcept {
+      handle.promise().continuation = waiting;
+      return handle;
+    }
+    void await_resume() const noexcept {}
+    std::coroutine_handle<promise_type> handle;
+  };
+  struct Awaiter : Ended {
+    T await_resume() const { return this->handle.promise().take(); }
+  };
+  template <typename Signal>
+  static detail::Detached signalEnd(std::coroutine_handle<promise_type> handle, Signal& signal) {
+    co_await Ended{handle};
+    signal();
+  }
+
+  std::coroutine_handle<promise_type> handle_;
+};
+
+namespace detail {
+
+template <typename T>
+Task<T> TaskPromise<T>::get_return_object() noexcept {
+  return Task<T>(std::coroutine_handle<TaskPromise>::from_promise(*this));
+}
+
+inline Task<void> TaskPromise<void>::get_return_object() noexcept {
+  return Task<void>(std::coroutine_handle<TaskPromise>::from_promise(*this));
+}
+
+}  // namespace detail
+
+template <typename T>
+T Task<T>::wait() && {
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool ended = false;
+  // Tells so with the lock held: the condition lives on the waiting thread's stack.
+  auto signal = [&] {
+    const std::lock_guard held(mutex);
+    ended = true;
+    changed.notify_one();
+  };
+  signalEnd(begin(), signal);
+  {
+    std::unique_lock held(mutex);
+    changed.wait(held, [&] { return ended; });
+  }
+  return handle_.promise().take();
+}
+
+template <typename T>
+T Task<T>::wait(RunLoop& loop) && {
+  bool ended = false;
+  auto signal = [&] {
+    loop.post([&] {
+      ended = true;
+      loop.stop();
+    });
+  };
+  signalEnd(begin(), signal);
+  // The task may use what is held here until it has ended, whatever is thrown meanwhile.
+  std::exception_ptr thrown;
+  while (!ended) {  // NOLINT(bugprone-infinite-loop): a block that the loop runs sets the flag
+    try {
+      loop.run();
+    } catch (...) {
+      if (thrown) detail::reportDroppedException("a block of the main queue");
+      if (!thrown) thrown = std::current_exception();
+    }
+  }
+  if (thrown) std::rethrow_exception(thrown);
+  return handle_.promise().take();
+}
+
+}  // namespace tilvanego

@@ -1,0 +1,54 @@
+#include <tilvanego/frame/CallbackURLs.h>
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
+#include <tilvanego/values/Text.h>
+#include <tilvanego/values/URL.h>
+
+namespace tilvanego::detail {
+namespace {
+
+constexpr char lowered(char character) {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character + ('a' - 'A')) : character;
+}
+
+bool sameInAnyCase(std::string_view a, std::string_view b) {
+  return std::ranges::equal(a, b, {}, lowered, lowered);
+}
+
+bool sameSchemes(const URL& a, const URL& b) {
+  const auto first = a.scheme();
+  const auto second = b.scheme();
+  return first.has_value() == second.has_value() && sameInAnyCase(first.value_or(""), second.value_or(""));
+}
+
+/// Whether a written host may read otherwise than it stands: by an escape, or by an "xn--" label.
+bool isEncoded(std::string_view host) { return host.contains('%') || host.contains("--"); }
+
+bool sameHosts(const URL& a, const URL& b) {
+  const auto first = a.writtenHost();
+  const auto second = b.writtenHost();
+  if (!first || !second) return first.has_value() == second.has_value();
+  if (*first == *second) return true;
+  if (!isEncoded(*first) && !isEncoded(*second)) return sameInAnyCase(*first, *second);
+  return lowercased(a.host().value_or("")) == lowercased(b.host().value_or(""));
+}
+
+bool samePaths(const URL& a, const URL& b) {
+  const auto orRoot = [](std::string_view path) { return path.empty() ? std::string_view("/") : path; };
+  const std::string_view first = orRoot(a.encodedPath());
+  const std::string_view second = orRoot(b.encodedPath());
+  if (first == second) return true;
+  if (!first.contains('%') && !second.contains('%')) return false;
+  return orRoot(a.path()) == orRoot(b.path());
+}
+
+}  // namespace
+
+bool callbackURLsMatch(const URL& a, const URL& b) {
+  return sameSchemes(a, b) && sameHosts(a, b) && samePaths(a, b);
+}
+
+}  // namespace tilvanego::detail

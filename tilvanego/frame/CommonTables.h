@@ -1,0 +1,35 @@
+#pragma once
+
+#include <tilvanego/frame/CallbackKeys.h>
+#include <tilvanego/frame/CallbackParser.h>
+
+/// The rows that several operations' tables of callback keys and status words have in common.
+namespace tilvanego::detail {
+
+template <class Fields>
+inline constexpr auto requestIdKey =
+    textKey<Fields, &Fields::requestId>("request_id", "requestId", "session_id", "sessionId");
+
+template <class Fields>
+inline constexpr auto statusKey = textKey<Fields, &Fields::status>("status", "result");
+
+template <class Fields>
+inline constexpr auto transactionIdKey =
+    textKey<Fields, &Fields::transactionId>("transaction_id", "transactionId", "txn_id");
+
+template <class Fields>
+inline constexpr auto errorCodeKey = textKey<Fields, &Fields::errorCode>("error_code", "errorCode", "code");
+
+template <class Fields>
+inline constexpr auto errorMessageKey =
+    textKey<Fields, &Fields::errorMessage>("error_message", "errorMessage", "message");
+
+template <class Result>
+inline constexpr auto cancelledWords =
+    wordsFor<Result, typename Result::Cancelled>("cancelled", "canceled", "cancel");
+
+template <class Result>
+inline constexpr auto declinedWords =
+    wordsFor<Result, typename Result::Declined>("declined", "decline", "rejected");
+
+}  // namespace tilvanego::detail

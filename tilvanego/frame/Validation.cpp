@@ -1,0 +1,39 @@
+#include <tilvanego/frame/Validation.h>
+
+#include <algorithm>
+
+#include <tilvanego/values/Text.h>
+
+namespace tilvanego::detail {
+
+bool isBlank(std::string_view text) { return trimmed(text).empty(); }
+
+std::optional<std::string_view> checkRequestId(std::string_view requestId) {
+  if (isBlank(requestId)) return "Request ID is required.";
+  return std::nullopt;
+}
+
+std::optional<std::string_view> checkTransactionId(std::string_view transactionId) {
+  if (isBlank(transactionId)) return "Transaction ID is required.";
+  return std::nullopt;
+}
+
+std::optional<std::string_view> checkCallbackURL(const URL& url) {
+  if (url.scheme().value_or("").empty()) return "Callback URL must include a URL scheme.";
+  return std::nullopt;
+}
+
+std::optional<std::string_view> checkCurrency(std::string_view currency) {
+  // The pattern ^[A-Z]{3}$, whose "$" also stands before one line end at the end of the text. A currency
+  // never ends in one, since records trim it.
+  const bool matches =
+      currency.size() == 3 && std::ranges::all_of(currency, [](char c) { return c >= 'A' && c <= 'Z'; });
+  if (!matches) return "Currency must be a three-letter ISO 4217 code.";
+  return std::nullopt;
+}
+
+bool isKnownEnvironment(std::string_view environment) {
+  return environment == "STAGING" || environment == "CERT" || environment == "PROD";
+}
+
+}  // namespace tilvanego::detail

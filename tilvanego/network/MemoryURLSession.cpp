@@ -1,0 +1,112 @@
+#include <tilvanego/network/MemoryURLSession.h>
+
+#include <atomic>
+#include <limits>
+#include <mutex>
+#include <utility>
+
+#include <tilvanego/network/ExceptionFailure.h>
+#include <tilvanego/network/TransportError.h>
+
+namespace tilvanego {
+
+struct MemoryURLSession::State {
+  explicit State(Answering function) : answering(std::move(function)) {}
+
+  const Answering answering;
+  mutable std::mutex mutex;
+  std::vector<std::shared_ptr<MemoryTask>> ending;
+  std::vector<URLRequest> requests;
+};
+
+class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
+                                           public std::enable_shared_from_this<MemoryTask> {
+ public:
+  MemoryTask(std::shared_ptr<State> state, URLRequest request, DataTaskCompletion completion)
+      : state_(std::move(state)), request_(std::move(request)), completion_(std::move(completion)) {}
+
+  void resume() override { end(false); }
+  void cancel() override { end(true); }
+  [[nodiscard]] int taskIdentifier() const override { return identifier_; }
+  [[nodiscard]] std::shared_ptr<Progress> progress() const override { return progress_; }
+
+  void deliver() {
+    DataTaskCompletion completion;
+    bool cancelled = false;
+    {
+      const std::lock_guard held(state_->mutex);
+      completion = std::exchange(completion_, nullptr);
+      cancelled = cancelled_;
+    }
+    Answer answer =
+        cancelled ? Answer::failed(TransportError{TransportError::Code::cancelled, "cancelled"}) : ask();
+    completion(std::move(answer.data), std::move(answer.response), std::move(answer.error));
+  }
+
+ private:
+  Answer ask() {
+    try {
+      return state_->answering(request_);
+    } catch (...) {
+      return Answer::failed(detail::currentFailure());
+    }
+  }
+  void end(bool cancelled) {
+    const std::lock_guard held(state_->mutex);
+    cancelled_ |= cancelled;
+    if (!std::exchange(ending_, true)) state_->ending.push_back(shared_from_this());
+  }
+
+  // Counts down from the highest number, where no real session of the process comes.
+  static inline std::atomic<int> nextIdentifier = std::numeric_limits<int>::max();
+
+  const std::shared_ptr<State> state_;
+  const URLRequest request_;
+  const int identifier_ = nextIdentifier--;
+  const std::shared_ptr<Progress> progress_ = std::make_shared<Progress>();
+  DataTaskCompletion completion_;
+  bool ending_ = false;
+  bool cancelled_ = false;
+};
+
+MemoryURLSession::Answer MemoryURLSession::Answer::http(int statusCode, std::optional<Data> body,
+                                                        HTTPHeaders headers) {
+  static const std::optional<URL> url;
+  return {std::move(body), std::make_shared<HTTPURLResponse>(url, statusCode, std::move(headers)), {}};
+}
+
+MemoryURLSession::MemoryURLSession(Answering answering)
+    : state_(std::make_shared<State>(std::move(answering))) {}
+
+std::shared_ptr<URLSessionDataTaskProtocol> MemoryURLSession::dataTaskFromProtocol(
+    const URLRequest& request, DataTaskCompletion completionHandler) {
+  auto task = std::make_shared<MemoryTask>(state_, request, std::move(completionHandler));
+  const std::lock_guard held(state_->mutex);
+  state_->requests.push_back(request);
+  return task;
+}
+
+std::size_t MemoryURLSession::deliver() {
+  std::vector<std::shared_ptr<MemoryTask>> ending;
+  {
+    const std::lock_guard held(state_->mutex);
+    ending.swap(state_->ending);
+  }
+  for (auto task = ending.begin(); task != ending.end(); ++task) {
+    try {
+      (*task)->deliver();
+    } catch (...) {
+      const std::lock_guard held(state_->mutex);
+      state_->ending.insert(state_->ending.begin(), task + 1, ending.end());
+      throw;
+    }
+  }
+  return ending.size();
+}
+
+std::vector<URLRequest> MemoryURLSession::requests() const {
+  const std::lock_guard held(state_->mutex);
+  return state_->requests;
+}
+
+}  // namespace tilvanego

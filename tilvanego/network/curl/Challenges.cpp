@@ -1,0 +1,119 @@
+#include <tilvanego/network/curl/Challenges.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include <tilvanego/network/FieldSyntax.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+class Reader {
+ public:
+  explicit Reader(std::string_view text) : rest_(text) {}
+
+  bool atEnd() const { return rest_.empty(); }
+  bool startsWith(char c) const { return rest_.starts_with(c); }
+  void skip() { rest_.remove_prefix(1); }
+
+  bool skipBlanks() {
+    const auto end = std::min(rest_.find_first_not_of(" \t"), rest_.size());
+    rest_.remove_prefix(end);
+    return end > 0;
+  }
+
+  std::string_view token() { return take(std::ranges::find_if_not(rest_, isTokenCharacter)); }
+
+  void skipToComma() { rest_.remove_prefix(std::min(rest_.find(','), rest_.size())); }
+
+  // A token, or a quoted string without its quotes and backslashes. A quote that isn't closed runs to the
+  // end.
+  std::string value() {
+    if (!startsWith('"')) return std::string(take(std::ranges::find_if(rest_, isBlankOrComma)));
+    skip();
+    std::string text;
+    while (!atEnd() && !startsWith('"')) {
+      if (startsWith('\\') && rest_.size() > 1) skip();
+      text.push_back(rest_.front());
+      skip();
+    }
+    if (!atEnd()) skip();
+    return text;
+  }
+
+ private:
+  static bool isBlankOrComma(char c) { return c == ' ' || c == '\t' || c == ','; }
+
+  std::string_view take(std::string_view::iterator end) {
+    const auto length = static_cast<std::size_t>(end - rest_.begin());
+    const auto taken = rest_.substr(0, length);
+    rest_.remove_prefix(length);
+    return taken;
+  }
+
+  std::string_view rest_;
+};
+
+bool isComputable(const Challenge& digest) {
+  static constexpr std::array<std::string_view, 4> algorithms = {"md5", "md5-sess", "sha-256",
+                                                                 "sha-256-sess"};
+  const auto algorithm = digest.parameter("algorithm");
+  if (!digest.parameter("nonce")) return false;
+  return !algorithm || std::ranges::find(algorithms, lowerCase(*algorithm)) != algorithms.end();
+}
+
+}  // namespace
+
+std::optional<std::string_view> Challenge::parameter(std::string_view lowerCaseName) const {
+  const auto found =
+      std::ranges::find(parameters, lowerCaseName, [](const auto& item) { return item.first; });
+  if (found == parameters.end()) return std::nullopt;
+  return found->second;
+}
+
+std::vector<Challenge> parseChallenges(std::string_view field) {
+  std::vector<Challenge> challenges;
+  Reader reader(field);
+  while (!reader.atEnd()) {
+    if (reader.skipBlanks()) continue;
+    const auto name = reader.token();
+    const bool blank = reader.skipBlanks();
+    if (name.empty()) {
+      // A comma, or what can't begin anything.
+      reader.skip();
+    } else if (reader.startsWith('=') && !challenges.empty()) {
+      reader.skip();
+      reader.skipBlanks();
+      challenges.back().parameters.emplace_back(lowerCase(name), reader.value());
+      reader.skipToComma();
+    } else {
+      challenges.push_back({std::string(name), {}});
+      if (!blank) reader.skipToComma();
+    }
+  }
+  return challenges;
+}
+
+std::optional<URLProtectionSpace> answerableSpace(const std::vector<Challenge>& challenges) {
+  const auto first = [&](std::string_view scheme) {
+    return std::ranges::find(challenges, scheme,
+                             [](const Challenge& each) { return lowerCase(each.scheme); });
+  };
+  const auto space = [](const Challenge& challenge, URLProtectionSpace::AuthenticationMethod method) {
+    URLProtectionSpace made;
+    made.realm = challenge.parameter("realm").value_or("");
+    made.authenticationMethod = method;
+    return made;
+  };
+  if (const auto digest = first("digest"); digest != challenges.end() && isComputable(*digest)) {
+    return space(*digest, URLProtectionSpace::AuthenticationMethod::httpDigest);
+  }
+  if (const auto basic = first("basic"); basic != challenges.end()) {
+    return space(*basic, URLProtectionSpace::AuthenticationMethod::httpBasic);
+  }
+  return std::nullopt;
+}
+
+}  // namespace tilvanego::detail

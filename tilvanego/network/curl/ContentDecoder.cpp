@@ -1,0 +1,80 @@
+#include <tilvanego/network/curl/ContentDecoder.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+
+#include <tilvanego/network/FieldSyntax.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+constexpr int largestWindow = 15;
+constexpr int readsHeader = 32;
+constexpr unsigned char gzipStart = 0x1F;
+constexpr unsigned methodMask = 0x0F;
+
+/// "deflate" means the zlib form (RFC 9110, section 8.4.1.2), but some servers leave its two bytes out. The
+/// first of them says method 8; a bare stream can't begin so.
+int windowBits(ContentCoding coding, unsigned char first) {
+  const bool isBare = coding == ContentCoding::deflate && (first & methodMask) != Z_DEFLATED;
+  return isBare ? -largestWindow : largestWindow + readsHeader;
+}
+
+}  // namespace
+
+std::optional<ContentCoding> contentCodingOf(std::string_view field) {
+  std::optional<ContentCoding> found;
+  while (!field.empty()) {
+    const auto comma = std::min(field.find(','), field.size());
+    const auto name = trimmedField(field.substr(0, comma));
+    field.remove_prefix(std::min(comma + 1, field.size()));
+    if (name.empty() || equalsIgnoringCase(name, "identity")) continue;
+    const bool isGzip = equalsIgnoringCase(name, "gzip") || equalsIgnoringCase(name, "x-gzip");
+    if (found || (!isGzip && !equalsIgnoringCase(name, "deflate"))) return std::nullopt;
+    found = isGzip ? ContentCoding::gzip : ContentCoding::deflate;
+  }
+  return found;
+}
+
+ContentDecoder::ContentDecoder(ContentCoding coding) : coding_(coding) {
+  if (inflateInit2(&zlib_, largestWindow + readsHeader) != Z_OK) throw std::bad_alloc();
+}
+
+ContentDecoder::~ContentDecoder() { inflateEnd(&zlib_); }
+
+void ContentDecoder::feed(std::string_view bytes) {
+  // zlib doesn't write to its input. libcurl hands over less at a time than zlib can count.
+  zlib_.next_in = const_cast<Bytef*>(reinterpret_cast<const Bytef*>(bytes.data()));
+  zlib_.avail_in = static_cast<uInt>(bytes.size());
+}
+
+// Before the first byte of the body, and before each further gzip stream in it.
+bool ContentDecoder::begin() {
+  if (!begun_) return inflateReset2(&zlib_, windowBits(coding_, *zlib_.next_in)) == Z_OK;
+  // What stands behind the end counts for nothing, unless it is another stream.
+  return coding_ == ContentCoding::gzip && *zlib_.next_in == gzipStart && inflateReset(&zlib_) == Z_OK;
+}
+
+std::optional<std::size_t> ContentDecoder::read(std::span<char> room) {
+  do {
+    if (zlib_.avail_in > 0 && (!begun_ || atEnd_)) {
+      if (!begin()) zlib_.avail_in = 0;
+      atEnd_ = begun_ && zlib_.avail_in == 0;
+      begun_ = true;
+    }
+    if (!begun_ || atEnd_) return 0;
+    zlib_.next_out = reinterpret_cast<Bytef*>(room.data());
+    zlib_.avail_out = static_cast<uInt>(room.size());
+    const int result = inflate(&zlib_, Z_NO_FLUSH);
+    if (result == Z_MEM_ERROR) throw std::bad_alloc();
+    // Neither bytes to take nor bytes to give isn't a failure: more is to be fed.
+    if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) return std::nullopt;
+    atEnd_ = result == Z_STREAM_END;
+    if (const auto count = room.size() - zlib_.avail_out; count > 0) return count;
+  } while (zlib_.avail_in > 0);
+  return 0;
+}
+
+}  // namespace tilvanego::detail

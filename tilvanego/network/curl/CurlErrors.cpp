@@ -1,0 +1,65 @@
+#include <tilvanego/network/curl/CurlErrors.h>
+
+#include <string>
+
+#include <curl/curl.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+TransportError::Code codeOf(CURLcode code, std::string_view detail) {
+  using enum TransportError::Code;
+  switch (code) {
+    // What breaks the framing of a body in chunks is told like a lost connection, but for its text.
+    case CURLE_RECV_ERROR:
+      return detail.contains("chunk") ? badServerResponse : networkConnectionLost;
+    case CURLE_OPERATION_TIMEDOUT:
+      return timedOut;
+    case CURLE_URL_MALFORMAT:
+      return unsupportedURL;
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return cannotFindHost;
+    case CURLE_COULDNT_CONNECT:
+    case CURLE_INTERFACE_FAILED:
+    case CURLE_PROXY:
+      return cannotConnectToHost;
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_CERTPROBLEM:
+    case CURLE_SSL_CIPHER:
+    case CURLE_SSL_ENGINE_INITFAILED:
+    case CURLE_USE_SSL_FAILED:
+      return secureConnectionFailed;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_ISSUER_ERROR:
+    case CURLE_SSL_INVALIDCERTSTATUS:
+      return serverCertificateUntrusted;
+    case CURLE_SEND_ERROR:
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+      return networkConnectionLost;
+    // The scheme has been checked before: this is how libcurl refuses an answer without a status line.
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_BAD_CONTENT_ENCODING:
+    case CURLE_FILESIZE_EXCEEDED:
+      return badServerResponse;
+    default:
+      return unknown;
+  }
+}
+
+}  // namespace
+
+TransportError transportError(int curlCode, std::string_view detail) {
+  const auto code = static_cast<CURLcode>(curlCode);
+  // A text with "@" may hold the URL of a proxy with its user and password.
+  const bool mayBeShown = !detail.empty() && detail.find('@') == std::string_view::npos;
+  return {codeOf(code, detail), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};
+}
+
+}  // namespace tilvanego::detail

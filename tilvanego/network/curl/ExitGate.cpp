@@ -1,0 +1,146 @@
+#include <tilvanego/network/curl/ExitGate.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <utility>
+
+#include <pthread.h>
+
+#include <tilvanego/network/curl/SessionLoop.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+/// For a completion that is running when the exit begins. It may wait for the very thread that exits.
+constexpr std::chrono::seconds patienceWithHostCode{1};
+
+thread_local bool isInHostCode = false;
+
+// Never destroyed: threads stand at the gate to the last moment.
+std::atomic<ExitGate*> gateOfProcess = nullptr;
+
+}  // namespace
+
+ExitGate& ExitGate::ofProcess() {
+  static const bool made = [] {
+    gateOfProcess = new ExitGate;
+    pthread_atfork(&holdForFork, &goOnAfterFork, &replaceInChild);
+    return true;
+  }();
+  static_cast<void>(made);
+  return *gateOfProcess;
+}
+
+// The mutex stays locked over the fork, so that nobody comes in meanwhile.
+void ExitGate::holdForFork() {
+  auto& gate = ofProcess();
+  std::unique_lock lock(gate.mutex_);
+  gate.held_ = true;
+  gate.barred_ = true;
+  for (auto* loop : gate.loops_) loop->wake();
+  gate.changed_.wait(lock, [&] { return gate.inside_ == 0; });
+  lock.release();
+}
+
+void ExitGate::goOnAfterFork() {
+  auto& gate = ofProcess();
+  gate.held_ = false;
+  gate.barred_ = gate.closed_;
+  gate.changed_.notify_all();
+  gate.mutex_.unlock();
+}
+
+// The parent's gate is locked, and its threads stand at it.
+void ExitGate::replaceInChild() { gateOfProcess = new ExitGate; }
+
+void ExitGate::closeAtExit() { ofProcess().close(); }
+
+// The first thread of a session comes after the initialization of libcurl, which has registered the TLS
+// library's handler: handlers run from the last to the first.
+void ExitGate::add(SessionLoop& loop) {
+  static const bool registered = std::atexit(&closeAtExit) == 0;
+  static_cast<void>(registered);
+  const std::lock_guard held(mutex_);
+  loops_.push_back(&loop);
+}
+
+void ExitGate::remove(const SessionLoop& loop) {
+  const std::lock_guard held(mutex_);
+  std::erase(loops_, &loop);
+  changed_.notify_all();
+}
+
+bool ExitGate::waitUntilRemoved(const SessionLoop& loop) {
+  std::unique_lock lock(mutex_);
+  const auto isRemoved = [&] { return std::ranges::find(loops_, &loop) == loops_.end(); };
+  changed_.wait(lock, [&] { return closed_ || isRemoved(); });
+  return isRemoved();
+}
+
+void ExitGate::close() {
+  std::unique_lock lock(mutex_);
+  closed_ = true;
+  barred_ = true;
+  for (auto* loop : loops_) loop->wake();
+  changed_.notify_all();
+  changed_.wait(lock, [this] { return inside_ == 0; });
+  const int own = isInHostCode ? 1 : 0;
+  changed_.wait_for(lock, patienceWithHostCode, [&] { return inHostCode_ <= own; });
+}
+
+void ExitGate::enter() {
+  std::unique_lock lock(mutex_);
+  comeIn(lock);
+}
+
+bool ExitGate::tryToEnter() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return closed_ || !held_; });
+  if (closed_) return false;
+  ++inside_;
+  return true;
+}
+
+void ExitGate::leave() {
+  const std::lock_guard held(mutex_);
+  --inside_;
+  if (barred_) changed_.notify_all();
+}
+
+void ExitGate::leaveForHostCode() {
+  std::unique_lock lock(mutex_);
+  --inside_;
+  if (closed_) comeIn(lock);
+  if (held_) changed_.notify_all();
+  ++inHostCode_;
+  isInHostCode = true;
+}
+
+void ExitGate::comeBackFromHostCode() {
+  isInHostCode = false;
+  std::unique_lock lock(mutex_);
+  --inHostCode_;
+  comeIn(lock);
+}
+
+void ExitGate::stepAside() {
+  std::unique_lock lock(mutex_);
+  --inside_;
+  comeIn(lock);
+}
+
+// Never returns once the gate is closed.
+void ExitGate::comeIn(std::unique_lock<std::mutex>& lock) {
+  if (barred_) changed_.notify_all();
+  changed_.wait(lock, [this] { return !barred_; });
+  ++inside_;
+}
+
+void ExitGate::keep(std::shared_ptr<void> object) {
+  const std::lock_guard held(mutex_);
+  kept_.push_back(std::move(object));
+}
+
+}  // namespace tilvanego::detail

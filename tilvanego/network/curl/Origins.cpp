@@ -1,0 +1,34 @@
+#include <tilvanego/network/curl/Origins.h>
+
+#include <cstddef>
+
+#include <tilvanego/network/FieldSyntax.h>
+
+namespace tilvanego::detail {
+
+bool hasOrigin(const URL& url) {
+  const auto scheme = url.scheme().value_or("");
+  if (!equalsIgnoringCase(scheme, "http") && !equalsIgnoringCase(scheme, "https")) return false;
+  return !url.writtenHost().value_or("").empty();
+}
+
+std::optional<Origin> originOf(const URL& url) {
+  if (!hasOrigin(url)) return std::nullopt;
+  const auto port = url.port().value_or(isSecure(url) ? 443 : 80);
+  return Origin{lowerCase(*url.scheme()), lowerCase(*url.writtenHost()), port};
+}
+
+bool isSecure(const URL& url) { return equalsIgnoringCase(url.scheme().value_or(""), "https"); }
+
+std::string textWithoutUser(const URL& url) {
+  std::string text = url.absoluteString();
+  const auto authority = text.find("//");
+  if (!url.user() || authority == std::string::npos) return text;
+  const auto begin = authority + 2;
+  const auto end = std::min(text.find_first_of("/?#", begin), text.size());
+  const auto at = text.rfind('@', end);
+  if (at != std::string::npos && at >= begin && at < end) text.erase(begin, at + 1 - begin);
+  return text;
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,51 @@
+#include <tilvanego/network/curl/OutgoingHeaders.h>
+
+#include <curl/curl.h>
+
+#include <tilvanego/network/FieldSyntax.h>
+
+namespace tilvanego::detail {
+
+OutgoingHeaders::OutgoingHeaders() = default;
+OutgoingHeaders::~OutgoingHeaders() = default;
+
+void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody) {
+  text_.clear();
+  starts_.clear();
+  for (const auto& [name, value] : fields.fields()) {
+    // How the body is framed is libcurl's to say: a wrong word here would split or hang the connection.
+    if (equalsIgnoringCase(name, "Content-Length") || equalsIgnoringCase(name, "Transfer-Encoding")) continue;
+    add(name, trimmedField(value));
+  }
+  if (withBody) {
+    if (!fields.value("Content-Type")) suppress("Content-Type");
+    if (!fields.value("Expect")) suppress("Expect");
+  }
+
+  nodes_.resize(starts_.size());
+  for (std::size_t i = 0; i < nodes_.size(); ++i) {
+    nodes_[i].data = text_.data() + starts_[i];
+    nodes_[i].next = i + 1 < nodes_.size() ? &nodes_[i + 1] : nullptr;
+  }
+}
+
+curl_slist* OutgoingHeaders::list() { return nodes_.empty() ? nullptr : nodes_.data(); }
+
+// "Name;" is libcurl's way to say a field without a value, "Name:" to say that there be none.
+void OutgoingHeaders::add(std::string_view name, std::string_view value) {
+  starts_.push_back(text_.size());
+  text_.append(name);
+  if (value.empty()) {
+    text_.push_back(';');
+  } else {
+    text_.append(": ").append(value);
+  }
+  text_.push_back('\0');
+}
+
+void OutgoingHeaders::suppress(std::string_view name) {
+  starts_.push_back(text_.size());
+  text_.append(name).append(":").push_back('\0');
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,83 @@
+#include <tilvanego/network/curl/ResponseHead.h>
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <system_error>
+
+#include <tilvanego/network/FieldSyntax.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+bool isField(std::string_view line, std::string_view nameInLowerCase) {
+  return equalsIgnoringCase(line.substr(0, nameInLowerCase.size()), nameInLowerCase);
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\n";
+  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+  return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+}  // namespace
+
+bool ResponseHead::addLine(std::string_view line) {
+  received_ += line.size();
+  if (received_ > maximumBytes_) return false;
+  if (inBody_) return true;
+  if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) {
+    startOver();
+    noteStatus(line);
+  }
+  if (complete_) return true;
+  bytes_.append(line);
+  if (line == "\r\n" || line == "\n") {
+    complete_ = true;
+    return true;
+  }
+  constexpr std::string_view length = "content-length:";
+  if (isField(line, "content-encoding:")) hasContentEncoding_ = true;
+  if (isField(line, length)) noteLength(line.substr(length.size()));
+  return ++lineCount_ <= maximumFields + 1;
+}
+
+void ResponseHead::clear() {
+  startOver();
+  received_ = 0;
+  refusals_ = 0;
+}
+
+void ResponseHead::noteStatus(std::string_view line) {
+  const std::string_view status = line.substr(std::min(line.find(' '), line.size()));
+  if (status.starts_with(" 401") || status.starts_with(" 407")) ++refusals_;
+}
+
+// Libcurl would take the last of several lengths, and the beginning of what isn't a number.
+void ResponseHead::noteLength(std::string_view value) {
+  for (;;) {
+    const auto comma = value.find(',');
+    const std::string_view digits = withoutBlanks(value.substr(0, comma));
+    std::uint64_t length = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), length);
+    const bool isNumber = error == std::errc() && end == digits.data() + digits.size() &&
+                          length <= std::uint64_t{std::numeric_limits<std::int64_t>::max()};
+    if (!isNumber || length_.value_or(length) != length) hasBrokenLength_ = true;
+    length_ = length;
+    if (comma == value.npos) return;
+    value.remove_prefix(comma + 1);
+  }
+}
+
+void ResponseHead::startOver() {
+  bytes_.clear();
+  lineCount_ = 0;
+  complete_ = false;
+  inBody_ = false;
+  hasContentEncoding_ = false;
+  hasBrokenLength_ = false;
+  length_.reset();
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,321 @@
+#include <tilvanego/network/curl/SessionLoop.h>
+
+#include <algorithm>
+#include <climits>
+#include <csignal>
+#include <cstddef>
+#include <new>
+#include <utility>
+
+#include <openssl/crypto.h>
+
+#include <tilvanego/platform/HostCode.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+using Code = TransportError::Code;
+
+constexpr std::size_t maximumSpareTransfers = 64;
+constexpr long maximumKeptConnections = 64;
+/// In milliseconds. Under heavy load a transfer of libcurl 7.88 was seen to stand still, with nothing to wait
+/// for, until it was looked at again; programs that look once a second never notice.
+constexpr int longestWaitWithTransfers = 1000;
+
+void initializeCurl() {
+  // Once for the process, and for good: the host, or another library in it, may use libcurl too.
+  static const auto result = curl_global_init(CURL_GLOBAL_DEFAULT);
+  if (result != CURLE_OK) throw std::bad_alloc();
+}
+
+// TLS writes to a connection that the other side has closed: that is a failure of the request and no reason
+// to end the process.
+void blockBrokenPipeSignal() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+// So that the next element comes without a chance to fail.
+template <typename Element>
+void makeRoom(std::vector<Element>& elements, std::size_t count) {
+  if (elements.capacity() < count) elements.reserve(std::max(count, 2 * elements.capacity()));
+}
+
+}  // namespace
+
+SessionLoop::SessionLoop(TransferSettings settings) : settings_(std::move(settings)), gate_(*settings_.gate) {
+  initializeCurl();
+  auto& [share, multi, active, spare] = *handles_;
+  share.reset(curl_share_init());
+  multi.reset(curl_multi_init());
+  if (!share || !multi) throw std::bad_alloc();
+  spare.reserve(maximumSpareTransfers);
+  // No lock functions: one thread uses them.
+  curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
+  curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+  curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, maximumKeptConnections);
+  curl_multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS,
+                    static_cast<long>(std::max(settings_.configuration.maximumConnectionsPerHost, 0)));
+}
+
+// Closing a connection would use the TLS library after its end, and in a forked child it would say goodbye in
+// the parent's name.
+SessionLoop::~SessionLoop() {
+  if (gate_.isOfProcess() && gate_.tryToEnter()) {
+    handles_.reset();
+    gate_.leave();
+  } else {
+    ExitGate::ofProcess().keep(std::move(handles_));
+  }
+}
+
+void SessionLoop::lookAt(std::shared_ptr<SessionTask> task) {
+  {
+    const std::lock_guard held(mutex_);
+    inbox_.push_back(std::move(task));
+    if (!running_) {
+      try {
+        startThread();
+      } catch (...) {
+        inbox_.pop_back();
+        throw;
+      }
+    }
+    if (!std::exchange(asleep_, false)) return;
+  }
+  wake();
+}
+
+void SessionLoop::clearCookies() {
+  {
+    const std::lock_guard held(mutex_);
+    // A session that never sent anything has none, and one that has ended sends nothing any more.
+    if (!running_) return;
+    cookiesToForget_ = true;
+    if (!std::exchange(asleep_, false)) return;
+  }
+  wake();
+}
+
+// Expects the mutex to be held. After the session's end there is nobody left to wait for a thread.
+void SessionLoop::startThread() {
+  gate_.add(*this);
+  try {
+    std::thread thread(&SessionLoop::runThread, shared_from_this());
+    running_ = true;
+    if (closed_) {
+      thread.detach();
+    } else {
+      thread_ = std::move(thread);
+    }
+  } catch (...) {
+    gate_.remove(*this);
+    throw;
+  }
+}
+
+void SessionLoop::close() {
+  // In a forked child the mutex may be locked for ever, and the thread isn't there to end.
+  if (!gate_.isOfProcess()) {
+    // Nor is its handle of any use: by now it may be that of another thread, the child's own.
+    static_cast<void>(new std::thread(std::move(thread_)));
+    return;
+  }
+  std::thread thread;
+  {
+    const std::lock_guard held(mutex_);
+    closed_ = true;
+    asleep_ = false;
+    thread = std::move(thread_);
+  }
+  if (!thread.joinable()) return;
+  wake();
+  if (thread.get_id() != std::this_thread::get_id() && gate_.waitUntilRemoved(*this)) {
+    thread.join();
+  } else {
+    thread.detach();
+  }
+}
+
+// The TLS library's data of this thread go while the thread is inside. Else the system would have them go
+// when the thread has ended for everybody else.
+void SessionLoop::runThread(std::shared_ptr<SessionLoop> loop) noexcept {
+  auto& gate = loop->gate_;
+  gate.enter();
+  loop->run();
+  gate.remove(*loop);
+  loop.reset();
+  OPENSSL_thread_stop();
+  gate.leave();
+}
+
+void SessionLoop::run() {
+  blockBrokenPipeSignal();
+  std::vector<std::shared_ptr<SessionTask>> arrived;
+  while (takeArrived(arrived)) {
+    gate_.pass();
+    if (std::exchange(forgetting_, false)) forgetCookies();
+    if (!arrived.empty()) {
+      for (const auto& task : arrived) attendTo(task);
+      gate_.runHostCode([&] { arrived.clear(); });
+    }
+    while (closing_ && !handles_->active.empty()) {
+      giveUp(*handles_->active.back(), Code::cancelled, "the session has ended");
+    }
+    int running = 0;
+    curl_multi_perform(handles_->multi.get(), &running);
+    now_ = Clock::now();
+    noteActivity();
+    finishEnded();
+    giveUpIdle();
+    waitForWork();
+  }
+}
+
+// False if the thread is to end, which it says to the others under the same lock.
+bool SessionLoop::takeArrived(std::vector<std::shared_ptr<SessionTask>>& arrived) {
+  const std::lock_guard held(mutex_);
+  asleep_ = false;
+  closing_ = closed_;
+  forgetting_ = std::exchange(cookiesToForget_, false);
+  arrived.swap(inbox_);
+  if (closing_ && arrived.empty() && handles_->active.empty()) running_ = false;
+  return running_;
+}
+
+void SessionLoop::waitForWork() {
+  {
+    const std::lock_guard held(mutex_);
+    if (!inbox_.empty() || closed_) return;
+    asleep_ = true;
+  }
+  int milliseconds = handles_->active.empty() ? INT_MAX : longestWaitWithTransfers;
+  if (nextDeadline_ != Clock::time_point::max()) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextDeadline_ - now_).count();
+    milliseconds = static_cast<int>(std::clamp<decltype(left)>(left, 0, milliseconds));
+  }
+  curl_multi_poll(handles_->multi.get(), nullptr, 0, milliseconds, nullptr);
+}
+
+void SessionLoop::attendTo(const std::shared_ptr<SessionTask>& task) {
+  if (task->isFinished()) return;
+  if (!closing_ && !task->isCancelled()) {
+    if (!task->transfer) start(task);
+  } else if (task->transfer) {
+    giveUp(*task->transfer, Code::cancelled, "the task was cancelled");
+  } else {
+    tell(task, Outcome::failed(Code::cancelled, "the task was cancelled"));
+  }
+}
+
+void SessionLoop::start(const std::shared_ptr<SessionTask>& task) {
+  auto& [share, multi, active, spare] = *handles_;
+  try {
+    makeRoom(touched_, active.size() + 1);
+    makeRoom(active, active.size() + 1);
+    if (spare.empty()) spare.push_back(std::make_unique<Transfer>(settings_, share.get(), touched_));
+  } catch (const std::bad_alloc&) {
+    return tell(task, Outcome::outOfMemory());
+  }
+  active.push_back(std::move(spare.back()));
+  spare.pop_back();
+  auto& started = *active.back();
+  started.position = active.size() - 1;
+  if (auto refused = started.begin(task)) {
+    finish(started, *std::move(refused));
+  } else {
+    send(started);
+  }
+}
+
+void SessionLoop::send(Transfer& transfer) {
+  if (curl_multi_add_handle(handles_->multi.get(), transfer.handle()) != CURLM_OK) {
+    return finish(transfer, Outcome::outOfMemory());
+  }
+  nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
+}
+
+// The handles without a task go too: their last request's header fields are in them.
+void SessionLoop::forgetCookies() {
+  handles_->spare.clear();
+  if (CURL* any = curl_easy_init()) {
+    curl_easy_setopt(any, CURLOPT_SHARE, handles_->share.get());
+    curl_easy_setopt(any, CURLOPT_COOKIELIST, "ALL");
+    curl_easy_cleanup(any);
+  }
+}
+
+// Observers of progress are called from here and not from within libcurl, and once for all that has come and
+// gone since the last time.
+void SessionLoop::noteActivity() {
+  for (auto* transfer : touched_) transfer->noteActivity(now_);
+  touched_.clear();
+}
+
+void SessionLoop::finishEnded() {
+  int left = 0;
+  while (const auto* message = curl_multi_info_read(handles_->multi.get(), &left)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    const auto result = message->data.result;
+    void* self = nullptr;
+    curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &self);
+    auto& transfer = *static_cast<Transfer*>(self);
+    curl_multi_remove_handle(handles_->multi.get(), transfer.handle());
+    if (auto outcome = transfer.conclude(result)) {
+      finish(transfer, *std::move(outcome));
+    } else {
+      send(transfer);
+    }
+  }
+}
+
+// The deadline of each transfer moves on with each of its bytes; this one only when it is reached, so that
+// bytes cost no look at all the transfers.
+void SessionLoop::giveUpIdle() {
+  if (now_ < nextDeadline_) return;
+  nextDeadline_ = Clock::time_point::max();
+  // From the end: giving up moves the last transfer into the gap.
+  for (auto i = handles_->active.size(); i-- > 0;) {
+    auto& transfer = *handles_->active[i];
+    if (transfer.deadline() <= now_) {
+      giveUp(transfer, Code::timedOut, transfer.whyLate(now_));
+    } else {
+      nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
+    }
+  }
+}
+
+void SessionLoop::giveUp(Transfer& transfer, TransportError::Code code, const char* message) {
+  curl_multi_remove_handle(handles_->multi.get(), transfer.handle());
+  finish(transfer, transfer.failed(code, message));
+}
+
+void SessionLoop::finish(Transfer& transfer, Outcome outcome) {
+  auto& active = handles_->active;
+  auto task = transfer.end();
+  active.back()->position = transfer.position;
+  std::swap(active[transfer.position], active.back());
+  auto ended = std::move(active.back());
+  active.pop_back();
+  // There is room: it was made for as many.
+  if (ended->isReusable() && handles_->spare.size() < maximumSpareTransfers) {
+    handles_->spare.push_back(std::move(ended));
+  }
+  tell(std::move(task), std::move(outcome));
+}
+
+void SessionLoop::tell(std::shared_ptr<SessionTask> task, Outcome outcome) {
+  gate_.runHostCode([&] {
+    if (settings_.delegate) {
+      runListener("URLSessionDelegate::didEndTask", [&] { settings_.delegate->didEndTask(*task); });
+    }
+    task->finish(std::move(outcome.data), std::move(outcome.response), std::move(outcome.error));
+    // Observers of its progress may go with it.
+    task.reset();
+  });
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,74 @@
+#include <tilvanego/network/curl/SessionTask.h>
+
+#include <utility>
+
+#include <tilvanego/network/curl/SessionLoop.h>
+#include <tilvanego/platform/HostCode.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+int nextIdentifier() {
+  static std::atomic<int> last = 0;
+  return ++last;
+}
+
+}  // namespace
+
+SessionTask::SessionTask(std::shared_ptr<SessionLoop> loop, const URLRequest& request,
+                         DataTaskCompletion completion)
+    : loop_(std::move(loop)),
+      identifier_(nextIdentifier()),
+      request_(request),
+      completion_(std::move(completion)) {}
+
+void SessionTask::resume() {
+  if ((state_.load() & (resumed | cancelled)) == 0) enter(resumed);
+}
+
+void SessionTask::cancel() {
+  if ((state_.load() & (cancelled | finished)) == 0) enter(cancelled);
+}
+
+// Where memory or threads are short, the task stays as it was, and the call may be made again.
+void SessionTask::enter(State state) {
+  if ((state_.fetch_or(state) & (state | cancelled | finished)) != 0) return;
+  try {
+    loop_->lookAt(shared_from_this());
+  } catch (...) {
+    state_.fetch_and(static_cast<std::uint8_t>(~state));
+    throw;
+  }
+}
+
+std::shared_ptr<Progress> SessionTask::progress() const {
+  const std::lock_guard held(progressMutex_);
+  if (!progress_) {
+    progress_ = std::make_shared<Progress>();
+    // The progress may outlive the task. A const task can't be cancelled, but all tasks are made mutable.
+    std::weak_ptr<SessionTask> task = std::const_pointer_cast<SessionTask>(shared_from_this());
+    progress_->setCancellationHandler([task] {
+      if (const auto alive = task.lock()) alive->cancel();
+    });
+    hasProgress_ = true;
+  }
+  return progress_;
+}
+
+void SessionTask::report(std::int64_t completedUnitCount, std::int64_t totalUnitCount) noexcept {
+  runListener("an observer of a URL session task's progress",
+              [&] { progress()->update(completedUnitCount, totalUnitCount); });
+}
+
+void SessionTask::finish(std::optional<Data> data, URLResponsePointer response,
+                         std::optional<Failure> error) noexcept {
+  if ((state_.fetch_or(finished) & finished) != 0) return;
+  request_ = URLRequest();
+  const auto completion = std::exchange(completion_, nullptr);
+  if (!completion) return;
+  runOnOwnThread("the completion of a URL session task",
+                 [&] { completion(std::move(data), std::move(response), std::move(error)); });
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,293 @@
+#include <tilvanego/network/curl/Transfer.h>
+
+#include <exception>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include <tilvanego/network/HTTPHead.h>
+#include <tilvanego/network/curl/CurlErrors.h>
+#include <tilvanego/network/curl/Origins.h>
+#include <tilvanego/network/curl/RequestRules.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+using Code = TransportError::Code;
+
+constexpr const char* outOfMemory = "out of memory";
+/// How much of a compressed body is decompressed at a time.
+constexpr std::size_t decodedPiece = std::size_t{16} * 1024;
+
+#if LIBCURL_VERSION_NUM >= 0x080600
+constexpr CURLcode tooLarge = CURLE_TOO_LARGE;
+#else
+constexpr CURLcode tooLarge = CURLE_OUT_OF_MEMORY;
+#endif
+
+std::size_t bodySize(const URLRequest& request) { return request.httpBody ? request.httpBody->size() : 0; }
+
+std::uint64_t limitOf(std::uint64_t configured) {
+  return configured == 0 ? std::numeric_limits<std::uint64_t>::max() : configured;
+}
+
+}  // namespace
+
+Outcome Outcome::failed(TransportError::Code code, const char* message) {
+  try {
+    return {.error = TransportError{code, message}};
+  } catch (const std::bad_alloc&) {
+    return outOfMemory();
+  }
+}
+
+Transfer::Transfer(const TransferSettings& settings, CURLSH* share, Touched& touched)
+    : settings_(settings),
+      touched_(touched),
+      share_(share),
+      handle_(curl_easy_init()),
+      head_(limitOf(settings.configuration.maximumHeadSize)) {
+  if (!handle_) throw std::bad_alloc();
+  setConstantOptions();
+}
+
+Transfer::~Transfer() = default;
+
+std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
+  task_ = std::move(task);
+  task_->transfer = this;
+  request_ = &task_->request();
+  maximumBodySize_ = limitOf(request_->maximumBodySize.value_or(settings_.configuration.maximumBodySize));
+  try {
+    if (auto checked = checkRequest(*request_); !checked) return Outcome{.error = std::move(checked.error())};
+    prepare();
+    setEnd();
+    return std::nullopt;
+  } catch (const std::exception&) {
+    return Outcome::outOfMemory();
+  }
+}
+
+std::shared_ptr<SessionTask> Transfer::end() {
+  // Being given up may have called back.
+  if (std::exchange(isTouched_, false)) std::erase(touched_, this);
+  request_ = nullptr;
+  redirected_.reset();
+  redirects_ = 0;
+  task_->transfer = nullptr;
+  return std::exchange(task_, nullptr);
+}
+
+std::optional<Outcome> Transfer::conclude(CURLcode result) {
+  try {
+    return concludeAnswer(result);
+  } catch (const std::exception&) {
+    return Outcome::outOfMemory();
+  }
+}
+
+std::optional<Outcome> Transfer::concludeAnswer(CURLcode result) {
+  if (refusal_) return failed(refusal_->code, refusal_->message);
+  long tunnelStatus = 0;
+  curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
+  if (result != CURLE_OK && tunnelStatus == 407 && answersChallenge(true)) return std::nullopt;
+  if (result != CURLE_OK) return failed(failureOf(result));
+
+  long statusCode = 0;
+  curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
+  // For libcurl, a head that breaks off is a whole answer without a body, and so is an interim answer alone.
+  if (!head_.isComplete() || statusCode < 200) {
+    return failed(Code::networkConnectionLost, "the connection ended inside the answer's head");
+  }
+  const auto goesOn = continues(static_cast<int>(statusCode));
+  if (!goesOn) return failed(goesOn.error());
+  if (*goesOn) return std::nullopt;
+  if (decoder_ && !decoder_->isAtEnd()) {
+    return failed(Code::badServerResponse, "the compressed body breaks off");
+  }
+
+  const auto units = static_cast<std::int64_t>(bodySize(*request_) + body_.size());
+  report(units, units);
+  auto response = takeResponse();
+  return Outcome{.data = Data(body_.take()), .response = std::move(response)};
+}
+
+Outcome Transfer::failed(TransportError::Code code, const char* message) {
+  try {
+    return failed(TransportError{code, message});
+  } catch (const std::bad_alloc&) {
+    return Outcome::outOfMemory();
+  }
+}
+
+Outcome Transfer::failed(TransportError error) {
+  return {.response = head_.isComplete() ? takeResponse() : nullptr, .error = std::move(error)};
+}
+
+URLResponsePointer Transfer::takeResponse() {
+  long statusCode = 0;
+  curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
+  // Nothing but a proxy has answered, or an interim answer was the last.
+  if (statusCode < 200) return nullptr;
+  auto response = std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode),
+                                                    UnreadHead{std::string(head_.lines())});
+  head_.clear();
+  return response;
+}
+
+TransportError Transfer::failureOf(CURLcode result) const {
+  long tunnelStatus = 0;
+  curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
+  if (tunnelStatus == 407) return {Code::proxyAuthenticationRequired, "the proxy answered 407"};
+  if (tunnelStatus >= 300) {
+    return {Code::cannotConnectToHost, "the proxy answered " + std::to_string(tunnelStatus)};
+  }
+  long requestSize = 0;
+  curl_easy_getinfo(handle(), CURLINFO_REQUEST_SIZE, &requestSize);
+  if ((result == tooLarge || result == CURLE_OUT_OF_MEMORY) && requestSize > 0 && !head_.isComplete()) {
+    return {Code::badServerResponse, "the answer has too long a header field"};
+  }
+  return transportError(result, errorText_.data());
+}
+
+std::expected<bool, TransportError> Transfer::continues(int statusCode) {
+  if (statusCode == 401) return answersChallenge(false);
+  // What comes through a tunnel is no proxy's.
+  if (statusCode == 407) return !isSecure(*request_->url) && answersChallenge(true);
+  if (statusCode >= 300 && statusCode < 400) return followsRedirect(statusCode);
+  return false;
+}
+
+void Transfer::noteActivity(Clock::time_point now) {
+  isTouched_ = false;
+  lastActivity_ = now;
+  const auto completed = uploaded_ + static_cast<std::int64_t>(body_.size());
+  report(completed, totalUnits());
+}
+
+void Transfer::report(std::int64_t completed, std::int64_t total) {
+  if (!task_->hasProgress()) return;
+  settings_.gate->runHostCode([&] { task_->report(completed, total); });
+}
+
+const char* Transfer::whyLate(Clock::time_point now) const {
+  return end_ <= now ? "the whole request took longer than the session's maximum request time"
+                     : "no byte came or went for the request's timeout interval";
+}
+
+// Until a head has come, one unit stands for an answer of unknown length, so that an upload isn't taken for
+// finished before it is answered.
+std::int64_t Transfer::totalUnits() const {
+  const auto outgoing = static_cast<std::int64_t>(bodySize(*request_));
+  if (answerLength_ >= 0) return outgoing + answerLength_;
+  return outgoing > 0 && !head_.isComplete() ? outgoing + 1 : -1;
+}
+
+// The loop has made room.
+void Transfer::touch() noexcept {
+  if (!std::exchange(isTouched_, true)) touched_.push_back(this);
+}
+
+// A decompressed body has another length than the announced one.
+void Transfer::bodyBegins() {
+  bodyBegun_ = true;
+  head_.bodyBegins();
+  if (head_.hasContentEncoding()) {
+    const auto head = readHead(head_.lines());
+    if (const auto coding = contentCodingOf(head.headers.value("Content-Encoding").value_or(""))) {
+      decoder_.emplace(*coding);
+      return;
+    }
+  }
+  curl_off_t announced = -1;
+  curl_easy_getinfo(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+  if (announced < 0) return;
+  answerLength_ = announced;
+  if (static_cast<std::uint64_t>(announced) <= maximumBodySize_) {
+    body_.expect(static_cast<std::size_t>(announced));
+  } else {
+    refuse(Code::bodyTooLarge, "the answer announces a larger body than is allowed");
+  }
+}
+
+bool Transfer::takeBody(std::string_view bytes) {
+  if (!bodyBegun_) bodyBegins();
+  if (refusal_) return false;
+  if (!decoder_) return appendToBody(bytes);
+  std::array<char, decodedPiece> room;
+  decoder_->feed(bytes);
+  while (const auto count = decoder_->read(room)) {
+    if (*count == 0) return true;
+    if (!appendToBody({room.data(), *count})) return false;
+  }
+  refuse(Code::badServerResponse, "the body isn't compressed as its head says");
+  return false;
+}
+
+bool Transfer::appendToBody(std::string_view bytes) {
+  if (bytes.size() > maximumBodySize_ - body_.size()) {
+    refuse(Code::bodyTooLarge, "the answer's body is larger than is allowed");
+    return false;
+  }
+  body_.append(bytes.data(), bytes.size());
+  return true;
+}
+
+std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, void* self) noexcept {
+  auto& transfer = *static_cast<Transfer*>(self);
+  const auto length = size * count;
+  try {
+    transfer.touch();
+    transfer.unansweredSends_ = 0;
+    if (!transfer.progressSet_) transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
+    if (!transfer.head_.addLine({line, length})) {
+      transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
+    } else if (transfer.head_.hasBrokenLength()) {
+      transfer.refuse(Code::badServerResponse, "the answer's \"Content-Length\" isn't one number");
+    } else if (transfer.head_.isRefusedForEver()) {
+      transfer.refuse(Code::badServerResponse, "each answer to a challenge is called out of date");
+    } else {
+      return length;
+    }
+  } catch (const std::exception&) {
+    transfer.refuse(Code::unknown, outOfMemory);
+  }
+  return 0;
+}
+
+std::size_t Transfer::onBody(char* bytes, std::size_t size, std::size_t count, void* self) noexcept {
+  auto& transfer = *static_cast<Transfer*>(self);
+  const auto length = size * count;
+  try {
+    transfer.touch();
+    if (transfer.takeBody({bytes, length})) return length;
+  } catch (const std::exception&) {
+    transfer.refuse(Code::unknown, outOfMemory);
+  }
+  return length == 0 ? 1 : 0;
+}
+
+int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) noexcept {
+  auto& transfer = *static_cast<Transfer*>(self);
+  if (transfer.uploaded_ == uploaded) return 0;
+  transfer.uploaded_ = uploaded;
+  transfer.touch();
+  return 0;
+}
+
+// When a kept connection ends without an answer, or a stream of HTTP/2 is refused, libcurl sends the request
+// again and again, whatever its method. The server may have acted on it, so only what may be done twice is
+// sent twice.
+int Transfer::onSending(void* self, char*, char*, int, int) noexcept {
+  auto& transfer = *static_cast<Transfer*>(self);
+  const int allowed = isIdempotent(transfer.request_->httpMethod) ? 2 : 1;
+  if (transfer.unansweredSends_++ >= allowed) {
+    transfer.refuse(Code::networkConnectionLost, "the connection ended before an answer came");
+    return CURL_PREREQFUNC_ABORT;
+  }
+  transfer.touch();
+  return CURL_PREREQFUNC_OK;
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,120 @@
+// What follows on an answer that isn't the last: a redirect's target, or the same request with credentials.
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include <tilvanego/network/HTTPHead.h>
+#include <tilvanego/network/URLCredentialStorage.h>
+#include <tilvanego/network/curl/Challenges.h>
+#include <tilvanego/network/curl/Origins.h>
+#include <tilvanego/network/curl/RequestRules.h>
+#include <tilvanego/network/curl/Transfer.h>
+
+namespace tilvanego::detail {
+
+namespace {
+
+constexpr int maximumRedirects = 20;
+/// A delegate that never rejects must not be asked for ever.
+constexpr std::size_t maximumAnswers = 10;
+
+/// Whatever the realm: a server can name another one each time.
+bool isOfSameServer(const URLProtectionSpace& left, const URLProtectionSpace& right) {
+  return left.protocol == right.protocol && left.host == right.host && left.port == right.port &&
+         left.isProxy == right.isProxy;
+}
+
+}  // namespace
+
+std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
+  const char* location = nullptr;
+  curl_easy_getinfo(handle(), CURLINFO_REDIRECT_URL, &location);
+  if (!location) return false;
+  auto next = redirectedRequest(*request_, statusCode, location);
+  if (!next) return std::unexpected(next.error());
+  if (!*next) return false;
+  if (++redirects_ > maximumRedirects) {
+    return std::unexpected(TransportError{TransportError::Code::tooManyRedirects, "more than 20 redirects"});
+  }
+
+  if (challenged_ && originOf(*request_->url) != originOf(*(*next)->url)) {
+    withholdCredential(serverOptions);
+  }
+  redirected_ = *std::move(next);
+  request_ = &*redirected_;
+  prepare();
+  return true;
+}
+
+// libcurl has read the challenge too: with the credential set, it computes the answer for the next sending.
+bool Transfer::answersChallenge(bool fromProxy) {
+  challenged_ = true;
+  const auto head = readHead(head_.lines());
+  const auto field = head.headers.value(fromProxy ? "Proxy-Authenticate" : "WWW-Authenticate");
+  const auto answerable = field ? answerableSpace(parseChallenges(*field)) : std::nullopt;
+  if (!answerable || answered_.size() >= maximumAnswers) return false;
+  auto challenge = challengeFor(*answerable, fromProxy);
+  if (!challenge) return false;
+  const auto credential = credentialFor(*challenge);
+  if (!credential) return false;
+
+  const bool digest =
+      answerable->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
+  sendCredential(fromProxy ? proxyOptions : serverOptions, *credential, digest);
+  answered_.push_back(std::move(challenge->protectionSpace));
+  prepare();
+  return true;
+}
+
+std::optional<URLCredential> Transfer::credentialFor(const URLAuthenticationChallenge& challenge) const {
+  using enum URLAuthenticationAnswer::Disposition;
+  URLAuthenticationAnswer answer;
+  if (settings_.delegate) {
+    settings_.gate->runHostCode([&] {
+      try {
+        answer = settings_.delegate->didReceiveChallenge(settings_.configuration, *task_, challenge);
+      } catch (...) {
+        answer.disposition = rejectProtectionSpace;
+      }
+    });
+  }
+  if (answer.disposition == useCredential) return std::move(answer.credential);
+  if (answer.disposition == performDefaultHandling) return challenge.proposedCredential;
+  return std::nullopt;
+}
+
+// None if a proxy's challenge came from something that can't be the proxy.
+std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSpace space,
+                                                                 bool fromProxy) const {
+  auto origin = originOf(*request_->url);
+  const bool isElsewhere = origin != originOf(*task_->request().url);
+  if (fromProxy) {
+    const auto& proxy = settings_.proxies.forScheme(isSecure(*request_->url));
+    if (proxy.url.empty()) return std::nullopt;
+    nameProxy(space, proxy);
+  } else if (origin) {
+    space.protocol = std::move(origin->scheme);
+    space.host = std::move(origin->host);
+    space.port = origin->port;
+  }
+  const auto failures = std::ranges::count_if(
+      answered_, [&](const URLProtectionSpace& each) { return isOfSameServer(each, space); });
+
+  URLAuthenticationChallenge challenge{.protectionSpace = std::move(space),
+                                       .previousFailureCount = static_cast<int>(failures),
+                                       .isElsewhere = isElsewhere && !fromProxy};
+  if (failures == 0) challenge.proposedCredential = proposedCredential(challenge);
+  return challenge;
+}
+
+std::optional<URLCredential> Transfer::proposedCredential(const URLAuthenticationChallenge& challenge) const {
+  const auto& url = *task_->request().url;
+  if (!challenge.protectionSpace.isProxy && !challenge.isElsewhere) {
+    if (auto user = url.user()) return URLCredential{*std::move(user), url.password().value_or("")};
+  }
+  const auto& storage = settings_.configuration.credentialStorage;
+  return storage ? storage->defaultCredential(challenge.protectionSpace) : std::nullopt;
+}
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,118 @@
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <exception>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <tilvanego/values/RawText.h>
+
+namespace tilvanego {
+
+/// What a text broke.
+enum class StringValidationErrorKind { minLength, maxLength, pattern };
+/// What a number broke.
+enum class NumericValidationErrorKind { minimum, maximum, multipleOf };
+/// What a list broke.
+enum class ArrayValidationErrorKind { minItems, maxItems, uniqueItems };
+
+template <>
+struct RawTexts<StringValidationErrorKind> {
+  using enum StringValidationErrorKind;
+  static constexpr std::array table{std::pair{minLength, std::string_view("minLength")},
+                                    std::pair{maxLength, std::string_view("maxLength")},
+                                    std::pair{pattern, std::string_view("pattern")}};
+};
+
+template <>
+struct RawTexts<NumericValidationErrorKind> {
+  using enum NumericValidationErrorKind;
+  static constexpr std::array table{std::pair{minimum, std::string_view("minimum")},
+                                    std::pair{maximum, std::string_view("maximum")},
+                                    std::pair{multipleOf, std::string_view("multipleOf")}};
+};
+
+template <>
+struct RawTexts<ArrayValidationErrorKind> {
+  using enum ArrayValidationErrorKind;
+  static constexpr std::array table{std::pair{minItems, std::string_view("minItems")},
+                                    std::pair{maxItems, std::string_view("maxItems")},
+                                    std::pair{uniqueItems, std::string_view("uniqueItems")}};
+};
+
+/// Some of the cases of one of these enumerations.
+template <typename Kind>
+class KindSet {
+ public:
+  /// Gives the cases in their order.
+  class Iterator {
+   public:
+    using difference_type = std::ptrdiff_t;
+    using value_type = Kind;
+    constexpr Iterator() = default;
+    constexpr explicit Iterator(unsigned bits) : bits_(bits) {}
+    constexpr Kind operator*() const { return static_cast<Kind>(std::countr_zero(bits_)); }
+    constexpr Iterator& operator++() {
+      bits_ &= bits_ - 1;
+      return *this;
+    }
+    constexpr Iterator operator++(int) {
+      const Iterator before = *this;
+      ++*this;
+      return before;
+    }
+    constexpr bool operator==(const Iterator&) const = default;
+
+   private:
+    unsigned bits_ = 0;
+  };
+
+  constexpr KindSet() = default;
+  constexpr KindSet(std::initializer_list<Kind> kinds) {
+    for (const Kind kind : kinds) insert(kind);
+  }
+
+  constexpr void insert(Kind kind) { bits_ |= 1U << static_cast<unsigned>(kind); }
+  [[nodiscard]] constexpr bool contains(Kind kind) const {
+    return (bits_ >> static_cast<unsigned>(kind) & 1U) != 0;
+  }
+  [[nodiscard]] constexpr bool empty() const { return bits_ == 0; }
+  [[nodiscard]] constexpr std::size_t size() const { return static_cast<std::size_t>(std::popcount(bits_)); }
+  [[nodiscard]] constexpr Iterator begin() const { return Iterator(bits_); }
+  [[nodiscard]] constexpr Iterator end() const { return Iterator(); }
+  constexpr bool operator==(const KindSet&) const = default;
+
+ private:
+  unsigned bits_ = 0;
+};
+
+/// A value breaks its rule; `Validator` throws it. `Kind` is one of the three enumerations above, whose cases
+/// have their names as raw texts.
+template <typename Kind>
+class ValidationError : public std::exception {
+ public:
+  explicit ValidationError(KindSet<Kind> broken) : kinds(broken) {}
+
+  /// Everything that was broken; never empty when thrown.
+  KindSet<Kind> kinds;
+
+  [[nodiscard]] const char* what() const noexcept override { return "a value breaks its rule"; }
+
+  /// "the value breaks minLength, pattern": never shows the value.
+  [[nodiscard]] std::string description() const {
+    std::string text = "the value breaks ";
+    for (const Kind kind : kinds) {
+      if (kind != *kinds.begin()) text += ", ";
+      text += rawText(kind);
+    }
+    return text;
+  }
+
+  bool operator==(const ValidationError& other) const { return kinds == other.kinds; }
+};
+
+}  // namespace tilvanego
