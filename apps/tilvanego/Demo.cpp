@@ -1,7 +1,5 @@
 #include "Demo.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <expected>
 #include <functional>
@@ -12,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include <tilvanego/facade/OperationFunctions.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/frame/SecretNames.h>
 #include <tilvanego/platform/Application.h>
@@ -66,21 +65,19 @@ class Demo {
     });
   }
 
-  /// Starts an operation by its public functions and shows how it ends. `choices` are what its start takes
-  /// beside the request. False if it can't be shown to its end.
-  template <auto Start, auto Cancel, class Request, class... Choices>
-  [[nodiscard]] bool show(std::string_view title, std::string_view asks, const Request& request,
-                          const Choices&... choices) {
+  /// Shows how an operation ends that `start` starts, with the completion that it is given. False if it can't
+  /// be shown to its end.
+  template <OperationKind kind, typename Start>
+  [[nodiscard]] bool show(std::string_view title, std::string_view asks, Start start) {
     terminal_.heading(title);
     terminal_.line("the host asks", asks);
     shown_ = true;
     ended_ = false;
-    TilvaneGo& sdk = TilvaneGo::shared();
-    (sdk.*Start)(request, choices..., [this](const auto& result) { this->showResult(result); });
+    start([this](const auto& result) { this->showResult(result); });
     loop_.runPending();
     if (!ended_) {
       terminal_.bad("the result", "none: it is pending until a callback comes or the host cancels it");
-      (sdk.*Cancel)();
+      (TilvaneGo::shared().*operationFunctions<kind>.cancel)();
     }
     terminal_.gap();
     return shown_;
@@ -112,7 +109,7 @@ class Demo {
       terminal_.good("the result", result.name());
     }
     if (const auto response = result.response()) {
-      visitFields(*response,
+      visitRecord(*response,
                   [this](std::string_view name, const auto& value) { this->showField(name, value); });
     }
   }
@@ -154,52 +151,96 @@ bool showPayment(Demo& demo, const Decimal& amount, const PaymentLaunchTransport
                                 .callbackURL = callbackURL(),
                                 .customId = "table 7",
                                 .credentials = credentials()});
-  constexpr void (TilvaneGo::*start)(PaymentRequest, const PaymentLaunchTransport&,
-                                     TilvaneGo::PaymentCompletion) = &TilvaneGo::startPayment;
-  return demo.show<start, &TilvaneGo::cancelPendingPayment>(
-      "A payment by " + transport.text(), "to take " + amount.text() + " EUR", request, transport);
+  return demo.show<OperationKind::payment>(
+      "A payment by " + transport.text(), "to take " + amount.text() + " EUR",
+      [&](auto completion) { TilvaneGo::shared().startPayment(request, transport, completion); });
+}
+
+/// An operation that the demo shows.
+template <OperationKind kind>
+struct Step {
+  std::string_view title;
+  std::string asks;
+  typename OperationRecords<kind>::Request request;
+};
+
+/// The step of each operation but the payment. `money` is the amount with its currency.
+template <OperationKind kind>
+Step<kind> step(const Decimal& amount, const std::string& money) = delete;
+
+template <>
+Step<OperationKind::initialization> step(const Decimal& /*amount*/, const std::string& /*money*/) {
+  return {"An initialization", "to be made ready",
+          InitializationRequest({.requestId = "A-1002",
+                                 .callbackURL = callbackURL(),
+                                 .sourceApplication = "demo",
+                                 .basicToken = "a-secret"})};
+}
+
+template <>
+Step<OperationKind::transactionList> step(const Decimal& /*amount*/, const std::string& /*money*/) {
+  return {"A transaction list", "for the stored transactions",
+          TransactionListRequest({.requestId = "A-1003", .callbackURL = callbackURL()})};
+}
+
+template <>
+Step<OperationKind::fullRefund> step(const Decimal& /*amount*/, const std::string& /*money*/) {
+  return {"A full refund", "to refund T-1",
+          FullRefundRequest({.requestId = "A-1004",
+                             .transactionId = "T-1",
+                             .callbackURL = callbackURL(),
+                             .credentials = credentials()})};
+}
+
+template <>
+Step<OperationKind::partialRefund> step(const Decimal& amount, const std::string& money) {
+  return {"A partial refund", "to refund " + money + " of T-1",
+          PartialRefundRequest({.requestId = "A-1005",
+                                .transactionId = "T-1",
+                                .amount = amount,
+                                .callbackURL = callbackURL(),
+                                .credentials = credentials()})};
+}
+
+template <>
+Step<OperationKind::capture> step(const Decimal& amount, const std::string& money) {
+  return {"A capture", "to capture " + money + " of T-2",
+          CaptureRequest({.requestId = "A-1006",
+                          .transactionId = "T-2",
+                          .amount = amount.text(),
+                          .callbackURL = callbackURL()})};
+}
+
+template <>
+Step<OperationKind::clearData> step(const Decimal& amount, const std::string& /*money*/) {
+  return {"Clear data", "for a card's clear data",
+          ClearDataRequest({.requestId = "A-1007", .callbackURL = callbackURL(), .amount = amount})};
+}
+
+template <>
+Step<OperationKind::reboot> step(const Decimal& /*amount*/, const std::string& /*money*/) {
+  return {"A reboot", "to restart the card reader",
+          RebootRequest({.requestId = "A-1008", .callbackURL = callbackURL()})};
+}
+
+template <>
+Step<OperationKind::save> step(const Decimal& /*amount*/, const std::string& /*money*/) {
+  return {"A save", "to store a card",
+          SaveRequest({.requestId = "A-1009", .callbackURL = callbackURL(), .currency = "EUR"})};
 }
 
 /// Each operation but the payment, once.
 bool showOthers(Demo& demo, const Decimal& amount) {
-  using Sdk = TilvaneGo;
-  const std::string money = amount.text() + " EUR";
-  const InitializationRequest initialization({.requestId = "A-1002",
-                                              .callbackURL = callbackURL(),
-                                              .sourceApplication = "demo",
-                                              .basicToken = "a-secret"});
-  const TransactionListRequest list({.requestId = "A-1003", .callbackURL = callbackURL()});
-  const FullRefundRequest fullRefund({.requestId = "A-1004",
-                                      .transactionId = "T-1",
-                                      .callbackURL = callbackURL(),
-                                      .credentials = credentials()});
-  const PartialRefundRequest partialRefund({.requestId = "A-1005",
-                                            .transactionId = "T-1",
-                                            .amount = amount,
-                                            .callbackURL = callbackURL(),
-                                            .credentials = credentials()});
-  const CaptureRequest capture(
-      {.requestId = "A-1006", .transactionId = "T-2", .amount = amount.text(), .callbackURL = callbackURL()});
-  const ClearDataRequest clearData({.requestId = "A-1007", .callbackURL = callbackURL(), .amount = amount});
-  const RebootRequest reboot({.requestId = "A-1008", .callbackURL = callbackURL()});
-  const SaveRequest save({.requestId = "A-1009", .callbackURL = callbackURL(), .currency = "EUR"});
-  const std::array shown{
-      demo.show<&Sdk::initialize, &Sdk::cancelPendingInitialization>("An initialization", "to be made ready",
-                                                                     initialization),
-      demo.show<&Sdk::getTransactionList, &Sdk::cancelPendingTransactionList>(
-          "A transaction list", "for the stored transactions", list),
-      demo.show<&Sdk::fullRefund, &Sdk::cancelPendingFullRefund>("A full refund", "to refund T-1",
-                                                                 fullRefund),
-      demo.show<&Sdk::partialRefund, &Sdk::cancelPendingPartialRefund>(
-          "A partial refund", "to refund " + money + " of T-1", partialRefund),
-      demo.show<&Sdk::capture, &Sdk::cancelPendingCapture>("A capture", "to capture " + money + " of T-2",
-                                                           capture),
-      demo.show<&Sdk::clearData, &Sdk::cancelPendingClearData>("Clear data", "for a card's clear data",
-                                                               clearData),
-      demo.show<&Sdk::reboot, &Sdk::cancelPendingReboot>("A reboot", "to restart the card reader", reboot),
-      demo.show<&Sdk::save, &Sdk::cancelPendingSave>("A save", "to store a card", save),
-  };
-  return std::ranges::all_of(shown, std::identity());
+  bool shown = true;
+  forEachOperation([&]<OperationKind kind>() {
+    if constexpr (kind != OperationKind::payment) {
+      const auto& [title, asks, request] = step<kind>(amount, amount.text() + " EUR");
+      shown &= demo.show<kind>(title, asks, [&request](auto completion) {
+        (TilvaneGo::shared().*operationFunctions<kind>.start)(request, completion);
+      });
+    }
+  });
+  return shown;
 }
 
 }  // namespace

@@ -40,8 +40,11 @@ class FieldReader {
   template <class T>
   [[nodiscard]] T get(std::string_view name);
 
-  /// A nested object, whose own reader's fault is to be given to `refuse`; empty if there is a fault.
-  [[nodiscard]] const JSONValue::Dictionary& object(std::string_view name);
+  /// The reader of a nested object, whose own fault is to be given to `refuseIf`. The object is empty if
+  /// there is a fault.
+  [[nodiscard]] FieldReader nested(std::string_view name) {
+    return FieldReader(object(name), path_ + std::string(name) + ".");
+  }
 
   /// Notes a fault. The first one counts.
   void refuse(std::string fault);
@@ -60,6 +63,7 @@ class FieldReader {
   [[nodiscard]] std::optional<std::string> finish() const;
 
  private:
+  [[nodiscard]] const JSONValue::Dictionary& object(std::string_view name);
   void refuseMissing(std::string_view name, std::string_view wanted);
   void refuseType(std::string_view name, std::string_view wanted);
 

@@ -36,12 +36,7 @@ struct FieldType<Date> {
 
 namespace {
 
-const Kind& readKind(FieldReader& line, std::string_view name) { return *line.get<const Kind*>(name); }
-
-HostAction readStart(FieldReader& line) {
-  const Kind& kind = readKind(line, "start");
-  return kind.readStart(kind, line);
-}
+HostAction readStart(FieldReader& line) { return kindOf(line.get<OperationKind>("start")).readStart(line); }
 
 HostAction readCallback(FieldReader& line) {
   return [url = line.get<URL>("callback")](HostSession& session) {
@@ -55,39 +50,41 @@ HostAction readOpened(FieldReader& line) {
 }
 
 HostAction readCancel(FieldReader& line) {
-  return [&kind = readKind(line, "cancel")](HostSession& session) { kind.cancel(session.sdk()); };
+  return [kind = line.get<OperationKind>("cancel")](HostSession& session) {
+    kindOf(kind).cancel(session.sdk());
+  };
 }
 
 HostAction readPending(FieldReader& line) {
-  return [&kind = readKind(line, "pending")](HostSession& session) {
+  return [kind = line.get<OperationKind>("pending")](HostSession& session) {
     session.events().write(
-        JSONObject().add("pending", kind.name).add("inProgress", kind.isInProgress(session.sdk())));
+        JSONObject().add("pending", kind).add("inProgress", kindOf(kind).isInProgress(session.sdk())));
   };
 }
 
 HostAction readIsCallback(FieldReader& line) {
-  const Kind& kind = readKind(line, "isCallback");
-  return [&kind, url = line.get<URL>("url")](HostSession& session) {
+  const auto kind = line.get<OperationKind>("isCallback");
+  return [kind, url = line.get<URL>("url")](HostSession& session) {
     session.events().write(
-        JSONObject().add("isCallback", kind.name).add("matches", kind.isCallback(session.sdk(), url)));
+        JSONObject().add("isCallback", kind).add("matches", kindOf(kind).isCallback(session.sdk(), url)));
   };
 }
 
 HostAction readResult(FieldReader& line) {
-  const Kind& kind = readKind(line, "result");
-  return [&kind, url = line.get<URL>("url")](HostSession& session) {
+  const auto kind = line.get<OperationKind>("result");
+  return [kind, url = line.get<URL>("url")](HostSession& session) {
     session.events().write(
-        JSONObject().add("result", kind.name).addOrNull("value", kind.result(session.sdk(), url)));
+        JSONObject().add("result", kind).addOrNull("value", kindOf(kind).result(session.sdk(), url)));
   };
 }
 
 HostAction readParse(FieldReader& line) {
-  const Kind& kind = readKind(line, "parse");
-  return [&kind, url = line.get<URL>("url"),
+  const auto kind = line.get<OperationKind>("parse");
+  return [kind, url = line.get<URL>("url"),
           requestId = line.get<std::optional<std::string>>("expectedRequestId"),
           callbackURL = line.get<std::optional<URL>>("expectedCallbackURL")](HostSession& session) {
     session.events().write(
-        JSONObject().add("parse", kind.name).addOrNull("value", kind.parse(url, requestId, callbackURL)));
+        JSONObject().add("parse", kind).addOrNull("value", kindOf(kind).parse(url, requestId, callbackURL)));
   };
 }
 

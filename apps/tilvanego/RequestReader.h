@@ -1,81 +1,53 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
-#include <tilvanego/operations/Capture.h>
-#include <tilvanego/operations/ClearData.h>
-#include <tilvanego/operations/FullRefund.h>
-#include <tilvanego/operations/Initialization.h>
-#include <tilvanego/operations/PartialRefund.h>
-#include <tilvanego/operations/Reboot.h>
-#include <tilvanego/operations/Save.h>
-#include <tilvanego/operations/TransactionList.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/payment/PaymentLaunchTransport.h>
-#include <tilvanego/payment/PaymentRequest.h>
 
 #include "FieldReader.h"
 
-/// How the requests of a script are read, kind by kind: each field by its name, through the public
-/// constructors.
+/// How the requests of a script are read: each field by its name, through the public constructors.
 namespace tilvanego::program {
 
-/// Reads a request of one kind.
-template <class Request>
-struct RequestReader;
+template <typename Record>
+concept RecordOfFields = DescribedFields<typename Record::Fields>;
 
-template <>
-struct RequestReader<PaymentRequest> {
-  static PaymentRequest read(FieldReader& fields);
-};
+/// Reads a record that `parent` has under `name`; what is wrong with it is noted there.
+template <RecordOfFields Record>
+[[nodiscard]] Record readRecord(FieldReader& parent, std::string_view name);
 
-template <>
-struct RequestReader<InitializationRequest> {
-  static InitializationRequest read(FieldReader& fields);
-};
+template <typename T>
+[[nodiscard]] T readField(FieldReader& fields, std::string_view name) {
+  using Payload = typename OptionalPayload<T>::Type;
+  if constexpr (RecordOfFields<Payload>) {
+    if constexpr (OptionalPayload<T>::isOptional) {
+      if (fields.find(name) == nullptr) return std::nullopt;
+    }
+    return readRecord<Payload>(fields, name);
+  } else {
+    return fields.get<T>(name);
+  }
+}
 
-template <>
-struct RequestReader<TransactionListRequest> {
-  static TransactionListRequest read(FieldReader& fields);
-};
+/// Reads the fields of one object, in their order.
+template <DescribedFields Fields>
+[[nodiscard]] Fields readFields(FieldReader& fields) {
+  return [&]<std::size_t... index>(std::index_sequence<index...>) {
+    return Fields{readField<FieldTypeOf<Fields, index>>(fields, fieldName<Fields, index>)...};
+  }(std::make_index_sequence<Fields::fieldCount>());
+}
 
-template <>
-struct RequestReader<FullRefundRequest> {
-  static FullRefundRequest read(FieldReader& fields);
-};
-
-template <>
-struct RequestReader<PartialRefundRequest> {
-  static PartialRefundRequest read(FieldReader& fields);
-};
-
-template <>
-struct RequestReader<CaptureRequest> {
-  static CaptureRequest read(FieldReader& fields);
-};
-
-template <>
-struct RequestReader<ClearDataRequest> {
-  static ClearDataRequest read(FieldReader& fields);
-};
-
-template <>
-struct RequestReader<RebootRequest> {
-  static RebootRequest read(FieldReader& fields);
-};
-
-template <>
-struct RequestReader<SaveRequest> {
-  static SaveRequest read(FieldReader& fields);
-};
-
-/// Reads the request that `line` has under "request"; what is wrong with it is noted there.
-template <class Request>
-[[nodiscard]] Request readRequest(FieldReader& line) {
-  FieldReader fields(line.object("request"), "request.");
-  Request request = RequestReader<Request>::read(fields);
-  line.refuseIf(fields.finish());
-  return request;
+template <RecordOfFields Record>
+Record readRecord(FieldReader& parent, std::string_view name) {
+  FieldReader fields = parent.nested(name);
+  Record record(readFields<typename Record::Fields>(fields));
+  parent.refuseIf(fields.finish());
+  return record;
 }
 
 /// The seven texts of the older entry.
@@ -87,6 +59,8 @@ struct SendRequestTexts {
   std::string returnUrl;
   std::string customId;
   std::string notes;
+
+  static constexpr std::size_t fieldCount = 7;
 };
 [[nodiscard]] SendRequestTexts readSendRequest(FieldReader& line);
 

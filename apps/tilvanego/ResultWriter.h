@@ -27,7 +27,7 @@ template <class Record>
 template <class Record>
 JSONObject recordObject(const Record& record) {
   JSONObject object;
-  visitFields(record, [&object](std::string_view name, const auto& value) {
+  visitRecord(record, [&object](std::string_view name, const auto& value) {
     if constexpr (requires { recordsValue(value); }) {
       object.add(name, recordsValue(value));
     } else {

@@ -59,7 +59,7 @@ class LateCustomer {
 class Client {
  public:
   Client(std::string url, const std::string& certificate, unsigned seed)
-      : url_(std::move(url)), random_(seed) {
+      : url_(std::move(url)), random_(seed), sessionsRandom_(seed + 1) {
     auto session = std::make_shared<URLSession>(
         URLSessionConfiguration{.proxy = "", .additionalCertificates = certificate});
     std::shared_ptr<URLSession>* const places[] = {&older, &younger(), &lasting()};
@@ -71,7 +71,7 @@ class Client {
 
   void run() {
     const auto count = 1 + random_() % 3;
-    for (std::size_t index = 0; index < count; ++index) send();
+    for (std::size_t index = 0; index < count; ++index) send(random_);
     switch (random_() % 3) {
       case 0:
         break;
@@ -82,7 +82,7 @@ class Client {
         waitForBytes();
     }
     if (exitsOnSessionsThread_) waitForBytes();
-    if (random_() % 8 == 0) lateCustomer.request = request();
+    if (random_() % 8 == 0) lateCustomer.request = request(url_, random_);
   }
 
   void leave() {
@@ -94,12 +94,12 @@ class Client {
   }
 
  private:
-  URLRequest request() {
+  static URLRequest request(const std::string& server, std::mt19937& random) {
     URLRequest made;
-    const bool uploads = random_() % 3 == 0;
-    made.url = URL::parse(url_ + (uploads              ? "/sink"
-                                  : random_() % 2 == 0 ? "/hello"
-                                                       : "/files/large"))
+    const bool uploads = random() % 3 == 0;
+    made.url = URL::parse(server + (uploads             ? "/sink"
+                                    : random() % 2 == 0 ? "/hello"
+                                                        : "/files/large"))
                    .value();
     if (uploads) {
       made.httpMethod = "POST";
@@ -110,13 +110,14 @@ class Client {
 
   // Each task's completion sends the next, so that there is always one under way. The server may well hang up
   // on an upload.
-  void send() {
-    const auto task = (*session_)->dataTaskFromProtocol(request(), [this](auto data, auto&&, auto error) {
-      const auto* cause = error ? error->template as<TransportError>() : nullptr;
-      shop.sell();
-      count(data ? data->size() + 1 : 1);
-      if (!cause || cause->code != TransportError::Code::cancelled) send();
-    });
+  void send(std::mt19937& random) {
+    const auto task =
+        (*session_)->dataTaskFromProtocol(request(url_, random), [this](auto data, auto&&, auto error) {
+          const auto* cause = error ? error->template as<TransportError>() : nullptr;
+          shop.sell();
+          count(data ? data->size() + 1 : 1);
+          if (!cause || cause->code != TransportError::Code::cancelled) send(sessionsRandom_);
+        });
     task->progress()->addObserver([this, seen = std::int64_t{0}](const Progress& progress) mutable {
       shop.sell();
       count(static_cast<std::size_t>(progress.completedUnitCount() - seen));
@@ -157,7 +158,10 @@ class Client {
   }
 
   const std::string url_;
+  /// The main thread's.
   std::mt19937 random_;
+  /// The session's thread's.
+  std::mt19937 sessionsRandom_;
   std::shared_ptr<URLSession>* session_ = nullptr;
   bool exitsOnSessionsThread_ = false;
   std::size_t bytesUntilExit_ = 0;

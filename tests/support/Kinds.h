@@ -1,11 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <ostream>
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tests/support/TestHost.h"
 
@@ -42,16 +41,16 @@ inline auto noting(TestHost& host, std::string_view name) {
   return [&host, name](const auto& result) { host.note(std::string(name) + " " + summary(result)); };
 }
 
-/// One of the nine kinds of operations by its public functions; results are given by their summaries.
+/// An operation by its public functions; results are given by their summaries.
 struct Kind {
   std::string_view name;
   /// Starts it with the request id "A-1" and every other field filled in; notes the completion.
-  std::function<void(TestHost& host, const URL& callbackURL)> start;
+  void (*start)(TestHost& host, const URL& callbackURL);
   bool (TilvaneGo::*isInProgress)() const;
   void (TilvaneGo::*cancel)();
   bool (TilvaneGo::*isCallback)(const URL& url) const;
-  std::function<std::optional<std::string>(const TestHost& host, const URL& url)> result;
-  std::function<std::optional<std::string>(const URL& url)> parse;
+  std::optional<std::string> (*result)(const TestHost& host, const URL& url);
+  std::optional<std::string> (*parse)(const URL& url);
   std::string_view inProgress;
   /// As messages and error names say it.
   std::string_view words;
@@ -60,7 +59,7 @@ struct Kind {
 inline void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
 
 /// All kinds, in the order in which a callback is offered to them.
-const std::vector<Kind>& allKinds();
+std::span<const Kind> allKinds();
 const Kind& kindNamed(std::string_view name);
 
 }  // namespace tilvanego::test

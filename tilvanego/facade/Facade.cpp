@@ -1,5 +1,9 @@
 #include <tilvanego/facade/Facade.h>
 
+#include <algorithm>
+#include <array>
+
+#include <tilvanego/facade/Ways.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
@@ -19,6 +23,29 @@ void Facade::setLogger(TilvaneLogger logger) {
   if (ended_) return;
   auto replaced = logger ? std::make_shared<const TilvaneLogger>(std::move(logger)) : nullptr;
   logger_.swap(replaced);
+}
+
+consteval auto Facade::ranks() {
+  std::array<Rank, std::tuple_size_v<Slots>> ranks{};
+  auto next = ranks.begin();
+  forEachOperation([&]<OperationKind kind>() { *next++ = &Facade::offer<kind>; });
+  // The payment is the first of the list, and the last that a callback is offered to.
+  std::ranges::rotate(ranks, ranks.begin() + 1);
+  return ranks;
+}
+
+bool Facade::handleCallback(URL url) {
+  for (const Rank rank : ranks()) {
+    const Routed routed = (this->*rank)(url);
+    if (routed != Routed::goOn) return routed == Routed::finished;
+  }
+  std::string names;
+  forEachOperation([&]<OperationKind kind>() {
+    constexpr bool isLast = kind == operationKinds.back();
+    names.append(names.empty() ? "" : isLast ? ", or " : ", ").append(operationWords(kind));
+  });
+  log(TilvaneLogLevel::warning, "Received callback with no active " + names + ".");
+  return false;
 }
 
 void Facade::log(TilvaneLogLevel level, std::string_view message) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <tilvanego/facade/Facade.h>
+#include <tilvanego/facade/Ways.h>
 #include <tilvanego/payment/PaymentTexts.h>
 
 namespace tilvanego {

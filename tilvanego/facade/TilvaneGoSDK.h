@@ -7,17 +7,9 @@
 #include <string_view>
 
 #include <tilvanego/facade/LogLevel.h>
-#include <tilvanego/operations/Capture.h>
-#include <tilvanego/operations/ClearData.h>
-#include <tilvanego/operations/FullRefund.h>
-#include <tilvanego/operations/Initialization.h>
-#include <tilvanego/operations/PartialRefund.h>
-#include <tilvanego/operations/Reboot.h>
-#include <tilvanego/operations/Save.h>
-#include <tilvanego/operations/TransactionList.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/operations/Records.h>
 #include <tilvanego/payment/PaymentLaunchTransport.h>
-#include <tilvanego/payment/PaymentRequest.h>
-#include <tilvanego/payment/PaymentResult.h>
 #include <tilvanego/platform/Platform.h>
 #include <tilvanego/values/URL.h>
 

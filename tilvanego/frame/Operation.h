@@ -4,6 +4,7 @@
 #include <string_view>
 #include <tuple>
 
+#include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/values/LinkWriter.h>
 
 namespace tilvanego::detail {
@@ -14,14 +15,19 @@ namespace tilvanego::detail {
 /// `AppNotInstalled`; `describe`, `validate` and `addItems` for the way out; `callbackKeys`, `statusWords`
 /// and `failed` for the way back. `Facade` gives all operations their behaviour. What only some of them say
 /// is told at `BlockersOf` and `passesOnUnmatched`.
-template <class RequestType, class ResultType>
+template <OperationKind operationKind>
 struct OperationTypes {
-  using Request = RequestType;
-  using Result = ResultType;
+  static constexpr OperationKind kind = operationKind;
+  using Request = typename OperationRecords<kind>::Request;
+  using Result = typename OperationRecords<kind>::Result;
   using Response = typename Result::Response;
   using Error = typename Result::Error;
   using Fields = typename Response::Fields;
 };
+
+/// The operation of a kind, as its `type`. Specialised for each, beside the operation.
+template <OperationKind kind>
+struct OperationOf;
 
 /// The texts of one operation.
 struct OperationTexts {

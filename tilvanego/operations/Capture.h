@@ -1,31 +1,37 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
-/// Settles an earlier authorization. An immutable value; nothing is checked before it is started.
-class CaptureRequest {
- public:
-  struct Fields {
-    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
-    std::string requestId;
-    /// The authorization to capture. Stored trimmed.
-    std::string transactionId;
-    /// In the currency's main unit, with a "." before the fraction, as in "12.50". Must begin with a number
-    /// greater than zero. Stored trimmed, and sent so, trailing zeros included.
-    std::string amount;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    bool operator==(const Fields&) const = default;
-  };
+/// The fields of a `CaptureRequest`.
+struct CaptureRequestFields {
+  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  std::string requestId;
+  /// The authorization to capture. Stored trimmed.
+  std::string transactionId;
+  /// In the currency's main unit, with a "." before the fraction, as in "12.50". Must begin with a number
+  /// greater than zero. Stored trimmed, and sent so, trailing zeros included.
+  std::string amount;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
 
+  static constexpr std::size_t fieldCount = 4;
+  bool operator==(const CaptureRequestFields&) const = default;
+};
+
+/// Settles an earlier authorization. An immutable value; nothing is checked before it is started.
+class CaptureRequest : public ImmutableRecord<CaptureRequestFields> {
+ public:
   /// Stores the URL as it is, the texts trimmed.
   explicit CaptureRequest(Fields fields);
 
@@ -35,30 +41,29 @@ class CaptureRequest {
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
 
   bool operator==(const CaptureRequest&) const = default;
+};
 
- private:
-  Fields fields_;
+/// The fields of a `CaptureResponse`.
+struct CaptureResponseFields {
+  /// The URL that was read.
+  URL callbackURL;
+  std::optional<std::string> requestId = std::nullopt;
+  std::optional<std::string> status = std::nullopt;
+  std::optional<std::string> type = std::nullopt;
+  std::optional<std::string> transactionId = std::nullopt;
+  std::optional<std::string> approvedAmount = std::nullopt;
+  std::optional<std::string> originalTransactionId = std::nullopt;
+  std::optional<std::string> errorCode = std::nullopt;
+  std::optional<std::string> errorMessage = std::nullopt;
+
+  static constexpr std::size_t fieldCount = 9;
+  bool operator==(const CaptureResponseFields&) const = default;
 };
 
 /// What a capture's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
-class CaptureResponse {
+class CaptureResponse : public ImmutableRecord<CaptureResponseFields> {
  public:
-  struct Fields {
-    /// The URL that was read.
-    URL callbackURL;
-    std::optional<std::string> requestId = std::nullopt;
-    std::optional<std::string> status = std::nullopt;
-    std::optional<std::string> type = std::nullopt;
-    std::optional<std::string> transactionId = std::nullopt;
-    std::optional<std::string> approvedAmount = std::nullopt;
-    std::optional<std::string> originalTransactionId = std::nullopt;
-    std::optional<std::string> errorCode = std::nullopt;
-    std::optional<std::string> errorMessage = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
-
-  explicit CaptureResponse(const Fields& fields) : fields_(fields) {}
-  explicit CaptureResponse(Fields&& fields) : fields_(std::move(fields)) {}
+  using ImmutableRecord::ImmutableRecord;
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -73,9 +78,6 @@ class CaptureResponse {
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 
   bool operator==(const CaptureResponse&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// The cases of `CaptureError`, reached as `CaptureError::InvalidRequest` and so on.
@@ -104,6 +106,12 @@ class CaptureResult : public cases::ResultUnion<CaptureResponse, CaptureError, c
  public:
   using ResultUnion::ResultUnion;
   using Success = cases::Success<CaptureResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::capture> {
+  using Request = CaptureRequest;
+  using Result = CaptureResult;
 };
 
 }  // namespace tilvanego

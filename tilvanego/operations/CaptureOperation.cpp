@@ -7,7 +7,7 @@
 
 namespace tilvanego {
 
-CaptureRequest::CaptureRequest(Fields fields) : fields_(std::move(fields)) {
+CaptureRequest::CaptureRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
   fields_.transactionId = std::string(trimmed(fields_.transactionId));
   fields_.amount = std::string(trimmed(fields_.amount));

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/CommonTables.h>
 #include <tilvanego/frame/Link.h>
@@ -13,7 +14,7 @@
 namespace tilvanego::detail {
 
 /// The capture, as the frame, the parser and the router see it.
-struct CaptureOperation : OperationTypes<CaptureRequest, CaptureResult> {
+struct CaptureOperation : OperationTypes<OperationKind::capture> {
   static constexpr OperationTexts texts{
       .sending = "Sending Capture Request - [",
       .buildFailure = "Unable to build Tilvane capture URL.",
@@ -48,5 +49,8 @@ struct CaptureOperation : OperationTypes<CaptureRequest, CaptureResult> {
     return Error::CaptureFailed{callback.errorCode, callback.errorMessage};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::capture> : std::type_identity<CaptureOperation> {};
 
 }  // namespace tilvanego::detail

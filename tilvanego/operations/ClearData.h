@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,26 +8,31 @@
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
-/// Asks for a card's clear data. An immutable value; nothing is checked before it is started.
-class ClearDataRequest {
- public:
-  struct Fields {
-    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
-    std::string requestId;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    /// In the currency's main unit. Must be greater than zero if present.
-    std::optional<Decimal> amount = std::nullopt;
-    /// Passed on to the payment application, which gives it its unit. Must be greater than zero if present.
-    std::optional<std::int64_t> timeout = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
+/// The fields of a `ClearDataRequest`.
+struct ClearDataRequestFields {
+  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  std::string requestId;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
+  /// In the currency's main unit. Must be greater than zero if present.
+  std::optional<Decimal> amount = std::nullopt;
+  /// Passed on to the payment application, which gives it its unit. Must be greater than zero if present.
+  std::optional<std::int64_t> timeout = std::nullopt;
 
+  static constexpr std::size_t fieldCount = 4;
+  bool operator==(const ClearDataRequestFields&) const = default;
+};
+
+/// Asks for a card's clear data. An immutable value; nothing is checked before it is started.
+class ClearDataRequest : public ImmutableRecord<ClearDataRequestFields> {
+ public:
   /// Stores the fields as they are, but for the id, trimmed.
   explicit ClearDataRequest(Fields fields);
 
@@ -36,31 +42,30 @@ class ClearDataRequest {
   [[nodiscard]] std::optional<std::int64_t> timeout() const { return fields_.timeout; }
 
   bool operator==(const ClearDataRequest&) const = default;
+};
 
- private:
-  Fields fields_;
+/// The fields of a `ClearDataResponse`.
+struct ClearDataResponseFields {
+  /// The URL that was read.
+  URL callbackURL;
+  std::optional<std::string> requestId = std::nullopt;
+  std::optional<std::string> status = std::nullopt;
+  std::optional<std::string> clearPan = std::nullopt;
+  std::optional<std::string> clearTrack2 = std::nullopt;
+  std::optional<std::string> errorCode = std::nullopt;
+  std::optional<std::string> errorMessage = std::nullopt;
+
+  static constexpr std::size_t fieldCount = 7;
+  bool operator==(const ClearDataResponseFields&) const = default;
 };
 
 /// What a clear data callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
 ///
 /// It holds card data in clear: `clearPan`, `clearTrack2` and the `callbackURL` that brought them. The
 /// library shows them in no log line, debug line or error; a host that logs the URL shows them itself.
-class ClearDataResponse {
+class ClearDataResponse : public ImmutableRecord<ClearDataResponseFields> {
  public:
-  struct Fields {
-    /// The URL that was read.
-    URL callbackURL;
-    std::optional<std::string> requestId = std::nullopt;
-    std::optional<std::string> status = std::nullopt;
-    std::optional<std::string> clearPan = std::nullopt;
-    std::optional<std::string> clearTrack2 = std::nullopt;
-    std::optional<std::string> errorCode = std::nullopt;
-    std::optional<std::string> errorMessage = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
-
-  explicit ClearDataResponse(const Fields& fields) : fields_(fields) {}
-  explicit ClearDataResponse(Fields&& fields) : fields_(std::move(fields)) {}
+  using ImmutableRecord::ImmutableRecord;
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -71,9 +76,6 @@ class ClearDataResponse {
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 
   bool operator==(const ClearDataResponse&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// The cases of `ClearDataError`, reached as `ClearDataError::InvalidRequest` and so on.
@@ -107,6 +109,12 @@ class ClearDataResult : public cases::ResultUnion<ClearDataResponse, ClearDataEr
   using Success = cases::Success<ClearDataResponse>;
   using Masked = cases::Masked<ClearDataResponse>;
   using Cancelled = cases::Cancelled<ClearDataResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::clearData> {
+  using Request = ClearDataRequest;
+  using Result = ClearDataResult;
 };
 
 }  // namespace tilvanego

@@ -6,7 +6,7 @@
 
 namespace tilvanego {
 
-ClearDataRequest::ClearDataRequest(Fields fields) : fields_(std::move(fields)) {
+ClearDataRequest::ClearDataRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/CommonTables.h>
 #include <tilvanego/frame/Link.h>
@@ -13,7 +14,7 @@
 namespace tilvanego::detail {
 
 /// The clear data, as the frame, the parser and the router see it.
-struct ClearDataOperation : OperationTypes<ClearDataRequest, ClearDataResult> {
+struct ClearDataOperation : OperationTypes<OperationKind::clearData> {
   static constexpr OperationTexts texts{
       .sending = "Sending Clear Data Request - [",
       .buildFailure = "Unable to build Tilvane clear data URL.",
@@ -48,5 +49,8 @@ struct ClearDataOperation : OperationTypes<ClearDataRequest, ClearDataResult> {
     return Error::ClearDataFailed{callback.errorCode, callback.errorMessage};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::clearData> : std::type_identity<ClearDataOperation> {};
 
 }  // namespace tilvanego::detail

@@ -1,31 +1,37 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/operations/RefundResponse.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
+/// The fields of a `FullRefundRequest`.
+struct FullRefundRequestFields {
+  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  std::string requestId;
+  /// The transaction to refund. Stored trimmed.
+  std::string transactionId;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
+  PaymentCredentials credentials;
+
+  static constexpr std::size_t fieldCount = 4;
+  bool operator==(const FullRefundRequestFields&) const = default;
+};
+
 /// Asks for the whole of an earlier transaction back. An immutable value; nothing is checked before it is
 /// started.
-class FullRefundRequest {
+class FullRefundRequest : public ImmutableRecord<FullRefundRequestFields> {
  public:
-  struct Fields {
-    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
-    std::string requestId;
-    /// The transaction to refund. Stored trimmed.
-    std::string transactionId;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    PaymentCredentials credentials;
-    bool operator==(const Fields&) const = default;
-  };
-
   /// Stores the fields as they are, but for the two ids, trimmed.
   explicit FullRefundRequest(Fields fields);
 
@@ -35,9 +41,6 @@ class FullRefundRequest {
   [[nodiscard]] const PaymentCredentials& credentials() const { return fields_.credentials; }
 
   bool operator==(const FullRefundRequest&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// What a full refund's callback said.
@@ -74,6 +77,12 @@ class FullRefundResult : public cases::ResultUnion<FullRefundResponse, FullRefun
  public:
   using ResultUnion::ResultUnion;
   using Success = cases::Success<FullRefundResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::fullRefund> {
+  using Request = FullRefundRequest;
+  using Result = FullRefundResult;
 };
 
 }  // namespace tilvanego

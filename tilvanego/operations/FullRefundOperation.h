@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
@@ -14,7 +15,7 @@ namespace tilvanego::detail {
 struct PartialRefundOperation;
 
 /// The full refund, as the frame, the parser and the router see it.
-struct FullRefundOperation : OperationTypes<FullRefundRequest, FullRefundResult> {
+struct FullRefundOperation : OperationTypes<OperationKind::fullRefund> {
   static constexpr OperationTexts texts{
       .sending = "Sending Full Refund Request - [",
       .buildFailure = "Unable to build Tilvane full refund URL.",
@@ -38,5 +39,8 @@ struct FullRefundOperation : OperationTypes<FullRefundRequest, FullRefundResult>
     return Error::FullRefundFailed{callback.errorCode, callback.errorMessage};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::fullRefund> : std::type_identity<FullRefundOperation> {};
 
 }  // namespace tilvanego::detail

@@ -1,36 +1,42 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
+/// The fields of a `InitializationRequest`.
+struct InitializationRequestFields {
+  /// The host's own id for this request; the callback is compared with it. Sent as it is, blanks included.
+  std::string requestId;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
+  /// The name of the host, sent as it is.
+  std::string sourceApplication;
+  /// A secret: no log line, debug line or description shows it, and it is wiped from the memory of each
+  /// request that ends.
+  std::optional<std::string> basicToken = std::nullopt;
+  std::optional<std::string> accountId = std::nullopt;
+  /// "STAGING", "CERT" or "PROD"; whitespace around it and lower-case letters are mended.
+  std::optional<std::string> environment = std::nullopt;
+  std::optional<std::string> basePath = std::nullopt;
+
+  static constexpr std::size_t fieldCount = 7;
+  bool operator==(const InitializationRequestFields&) const = default;
+};
+
 /// Asks the payment application to prepare itself for this host. An immutable value; nothing is checked
 /// before it is started.
-class InitializationRequest {
+class InitializationRequest : public ImmutableRecord<InitializationRequestFields> {
  public:
-  struct Fields {
-    /// The host's own id for this request; the callback is compared with it. Sent as it is, blanks included.
-    std::string requestId;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    /// The name of the host, sent as it is.
-    std::string sourceApplication;
-    /// A secret: no log line, debug line or description shows it, and it is wiped from the memory of each
-    /// request that ends.
-    std::optional<std::string> basicToken = std::nullopt;
-    std::optional<std::string> accountId = std::nullopt;
-    /// "STAGING", "CERT" or "PROD"; whitespace around it and lower-case letters are mended.
-    std::optional<std::string> environment = std::nullopt;
-    std::optional<std::string> basePath = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
-
   /// Stores the fields as they are, but for the environment, trimmed and in capitals.
   explicit InitializationRequest(Fields fields);
 
@@ -48,26 +54,25 @@ class InitializationRequest {
   [[nodiscard]] const std::optional<std::string>& basePath() const { return fields_.basePath; }
 
   bool operator==(const InitializationRequest&) const = default;
+};
 
- private:
-  Fields fields_;
+/// The fields of a `InitializationResponse`.
+struct InitializationResponseFields {
+  /// The URL that was read.
+  URL callbackURL;
+  std::optional<std::string> requestId = std::nullopt;
+  std::optional<std::string> status = std::nullopt;
+  std::optional<std::string> message = std::nullopt;
+
+  static constexpr std::size_t fieldCount = 4;
+  bool operator==(const InitializationResponseFields&) const = default;
 };
 
 /// What an initialization's callback said, as raw text: nothing is trimmed or interpreted. An immutable
 /// value.
-class InitializationResponse {
+class InitializationResponse : public ImmutableRecord<InitializationResponseFields> {
  public:
-  struct Fields {
-    /// The URL that was read.
-    URL callbackURL;
-    std::optional<std::string> requestId = std::nullopt;
-    std::optional<std::string> status = std::nullopt;
-    std::optional<std::string> message = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
-
-  explicit InitializationResponse(const Fields& fields) : fields_(fields) {}
-  explicit InitializationResponse(Fields&& fields) : fields_(std::move(fields)) {}
+  using ImmutableRecord::ImmutableRecord;
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -75,9 +80,6 @@ class InitializationResponse {
   [[nodiscard]] const std::optional<std::string>& message() const { return fields_.message; }
 
   bool operator==(const InitializationResponse&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// The cases of `InitializationError`, reached as `InitializationError::InvalidRequest` and so on.
@@ -109,6 +111,12 @@ class InitializationResult
  public:
   using ResultUnion::ResultUnion;
   using Initialized = cases::Initialized<InitializationResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::initialization> {
+  using Request = InitializationRequest;
+  using Result = InitializationResult;
 };
 
 }  // namespace tilvanego

@@ -7,7 +7,7 @@
 
 namespace tilvanego {
 
-InitializationRequest::InitializationRequest(Fields fields) : fields_(std::move(fields)) {
+InitializationRequest::InitializationRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   // A short text leaves a copy behind when it is moved.
   detail::wipe(fields.basicToken);
   if (auto& environment = fields_.environment) environment = uppercased(trimmed(*environment));

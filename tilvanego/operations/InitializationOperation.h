@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/CommonTables.h>
 #include <tilvanego/frame/Link.h>
@@ -13,7 +14,7 @@
 namespace tilvanego::detail {
 
 /// The initialization, as the frame, the parser and the router see it.
-struct InitializationOperation : OperationTypes<InitializationRequest, InitializationResult> {
+struct InitializationOperation : OperationTypes<OperationKind::initialization> {
   static constexpr OperationTexts texts{
       .sending = "Sending Initialization Request - [",
       .buildFailure = "Unable to build Tilvane initialization URL.",
@@ -42,5 +43,8 @@ struct InitializationOperation : OperationTypes<InitializationRequest, Initializ
     return Error::InitializationFailed{callback.status};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::initialization> : std::type_identity<InitializationOperation> {};
 
 }  // namespace tilvanego::detail

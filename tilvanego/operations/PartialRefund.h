@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/operations/RefundResponse.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/Decimal.h>
@@ -12,24 +15,27 @@
 
 namespace tilvanego {
 
+/// The fields of a `PartialRefundRequest`.
+struct PartialRefundRequestFields {
+  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  std::string requestId;
+  /// The transaction to refund. Stored trimmed.
+  std::string transactionId;
+  /// How much of it, in the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than
+  /// zero.
+  Decimal amount;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
+  PaymentCredentials credentials;
+
+  static constexpr std::size_t fieldCount = 5;
+  bool operator==(const PartialRefundRequestFields&) const = default;
+};
+
 /// Asks for a part of an earlier transaction back. An immutable value; nothing is checked before it is
 /// started.
-class PartialRefundRequest {
+class PartialRefundRequest : public ImmutableRecord<PartialRefundRequestFields> {
  public:
-  struct Fields {
-    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
-    std::string requestId;
-    /// The transaction to refund. Stored trimmed.
-    std::string transactionId;
-    /// How much of it, in the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than
-    /// zero.
-    Decimal amount;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    PaymentCredentials credentials;
-    bool operator==(const Fields&) const = default;
-  };
-
   /// Stores the fields as they are, but for the two ids, trimmed.
   explicit PartialRefundRequest(Fields fields);
 
@@ -40,9 +46,6 @@ class PartialRefundRequest {
   [[nodiscard]] const PaymentCredentials& credentials() const { return fields_.credentials; }
 
   bool operator==(const PartialRefundRequest&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// What a partial refund's callback said.
@@ -81,6 +84,12 @@ class PartialRefundResult
  public:
   using ResultUnion::ResultUnion;
   using Success = cases::Success<PartialRefundResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::partialRefund> {
+  using Request = PartialRefundRequest;
+  using Result = PartialRefundResult;
 };
 
 }  // namespace tilvanego

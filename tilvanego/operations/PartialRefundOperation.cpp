@@ -7,7 +7,7 @@
 
 namespace tilvanego {
 
-PartialRefundRequest::PartialRefundRequest(Fields fields) : fields_(std::move(fields)) {
+PartialRefundRequest::PartialRefundRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
   fields_.transactionId = std::string(trimmed(fields_.transactionId));
 }

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
@@ -14,7 +15,7 @@ namespace tilvanego::detail {
 struct FullRefundOperation;
 
 /// The partial refund, as the frame, the parser and the router see it.
-struct PartialRefundOperation : OperationTypes<PartialRefundRequest, PartialRefundResult> {
+struct PartialRefundOperation : OperationTypes<OperationKind::partialRefund> {
   static constexpr OperationTexts texts{
       .sending = "Sending Partial Refund Request - [",
       .buildFailure = "Unable to build Tilvane partial refund URL.",
@@ -38,5 +39,8 @@ struct PartialRefundOperation : OperationTypes<PartialRefundRequest, PartialRefu
     return Error::PartialRefundFailed{callback.errorCode, callback.errorMessage};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::partialRefund> : std::type_identity<PartialRefundOperation> {};
 
 }  // namespace tilvanego::detail

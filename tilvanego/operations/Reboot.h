@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,21 +8,26 @@
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
-/// Asks for a restart of the card reader. An immutable value; nothing is checked before it is started.
-class RebootRequest {
- public:
-  struct Fields {
-    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
-    std::string requestId;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    bool operator==(const Fields&) const = default;
-  };
+/// The fields of a `RebootRequest`.
+struct RebootRequestFields {
+  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  std::string requestId;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
 
+  static constexpr std::size_t fieldCount = 2;
+  bool operator==(const RebootRequestFields&) const = default;
+};
+
+/// Asks for a restart of the card reader. An immutable value; nothing is checked before it is started.
+class RebootRequest : public ImmutableRecord<RebootRequestFields> {
+ public:
   /// Stores the URL as it is, the id trimmed.
   explicit RebootRequest(Fields fields);
 
@@ -29,30 +35,29 @@ class RebootRequest {
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
 
   bool operator==(const RebootRequest&) const = default;
+};
 
- private:
-  Fields fields_;
+/// The fields of a `RebootResponse`.
+struct RebootResponseFields {
+  /// The URL that was read.
+  URL callbackURL;
+  std::optional<std::string> requestId = std::nullopt;
+  std::optional<std::string> status = std::nullopt;
+  /// Absent also where the callback gave no integer of 64 bits.
+  std::optional<std::int64_t> responseCode = std::nullopt;
+  std::optional<std::string> readerSerial = std::nullopt;
+  std::optional<std::string> errorCode = std::nullopt;
+  std::optional<std::string> errorMessage = std::nullopt;
+
+  static constexpr std::size_t fieldCount = 7;
+  bool operator==(const RebootResponseFields&) const = default;
 };
 
 /// What a reboot's callback said, as raw text but for `responseCode`: nothing is trimmed or interpreted. An
 /// immutable value.
-class RebootResponse {
+class RebootResponse : public ImmutableRecord<RebootResponseFields> {
  public:
-  struct Fields {
-    /// The URL that was read.
-    URL callbackURL;
-    std::optional<std::string> requestId = std::nullopt;
-    std::optional<std::string> status = std::nullopt;
-    /// Absent also where the callback gave no integer of 64 bits.
-    std::optional<std::int64_t> responseCode = std::nullopt;
-    std::optional<std::string> readerSerial = std::nullopt;
-    std::optional<std::string> errorCode = std::nullopt;
-    std::optional<std::string> errorMessage = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
-
-  explicit RebootResponse(const Fields& fields) : fields_(fields) {}
-  explicit RebootResponse(Fields&& fields) : fields_(std::move(fields)) {}
+  using ImmutableRecord::ImmutableRecord;
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -63,9 +68,6 @@ class RebootResponse {
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 
   bool operator==(const RebootResponse&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// The cases of `RebootError`, reached as `RebootError::InvalidRequest` and so on.
@@ -94,6 +96,12 @@ class RebootResult : public cases::ResultUnion<RebootResponse, RebootError, case
  public:
   using ResultUnion::ResultUnion;
   using Success = cases::Success<RebootResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::reboot> {
+  using Request = RebootRequest;
+  using Result = RebootResult;
 };
 
 }  // namespace tilvanego

@@ -6,7 +6,7 @@
 
 namespace tilvanego {
 
-RebootRequest::RebootRequest(Fields fields) : fields_(std::move(fields)) {
+RebootRequest::RebootRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/CommonTables.h>
 #include <tilvanego/frame/Link.h>
@@ -13,7 +14,7 @@
 namespace tilvanego::detail {
 
 /// The reboot, as the frame, the parser and the router see it.
-struct RebootOperation : OperationTypes<RebootRequest, RebootResult> {
+struct RebootOperation : OperationTypes<OperationKind::reboot> {
   static constexpr OperationTexts texts{
       .sending = "Sending Reboot Request - [",
       .buildFailure = "Unable to build Tilvane reboot URL.",
@@ -44,5 +45,8 @@ struct RebootOperation : OperationTypes<RebootRequest, RebootResult> {
     return Error::RebootFailed{callback.errorCode, callback.errorMessage};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::reboot> : std::type_identity<RebootOperation> {};
 
 }  // namespace tilvanego::detail

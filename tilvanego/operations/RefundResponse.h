@@ -1,30 +1,34 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
+/// The fields of a `RefundResponse`.
+struct RefundResponseFields {
+  /// The URL that was read.
+  URL callbackURL;
+  std::optional<std::string> requestId = std::nullopt;
+  std::optional<std::string> transactionId = std::nullopt;
+  std::optional<std::string> status = std::nullopt;
+  std::optional<std::string> errorCode = std::nullopt;
+  std::optional<std::string> errorMessage = std::nullopt;
+
+  static constexpr std::size_t fieldCount = 6;
+  bool operator==(const RefundResponseFields&) const = default;
+};
+
 /// What a refund's callback said, full or partial, as raw text: nothing is trimmed or interpreted. An
 /// immutable value.
-class RefundResponse {
+class RefundResponse : public ImmutableRecord<RefundResponseFields> {
  public:
-  struct Fields {
-    /// The URL that was read.
-    URL callbackURL;
-    std::optional<std::string> requestId = std::nullopt;
-    std::optional<std::string> transactionId = std::nullopt;
-    std::optional<std::string> status = std::nullopt;
-    std::optional<std::string> errorCode = std::nullopt;
-    std::optional<std::string> errorMessage = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
-
-  explicit RefundResponse(const Fields& fields) : fields_(fields) {}
-  explicit RefundResponse(Fields&& fields) : fields_(std::move(fields)) {}
+  using ImmutableRecord::ImmutableRecord;
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -34,9 +38,6 @@ class RefundResponse {
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 
   bool operator==(const RefundResponse&) const = default;
-
- private:
-  Fields fields_;
 };
 
 }  // namespace tilvanego

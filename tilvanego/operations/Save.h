@@ -1,33 +1,39 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
-/// Stores a card with the payment application. An immutable value; nothing is checked before it is started.
-class SaveRequest {
- public:
-  struct Fields {
-    /// The host's own id for this request; the callback is compared with it. Stored trimmed.
-    std::string requestId;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    /// ISO 4217, three letters; whitespace around it and lower-case letters are mended.
-    std::string currency;
-    /// The merchant's own reference.
-    std::optional<std::string> customId = std::nullopt;
-    std::optional<std::string> notes = std::nullopt;
-    std::optional<PaymentCredentials> credentials = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
+/// The fields of a `SaveRequest`.
+struct SaveRequestFields {
+  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  std::string requestId;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
+  /// ISO 4217, three letters; whitespace around it and lower-case letters are mended.
+  std::string currency;
+  /// The merchant's own reference.
+  std::optional<std::string> customId = std::nullopt;
+  std::optional<std::string> notes = std::nullopt;
+  std::optional<PaymentCredentials> credentials = std::nullopt;
 
+  static constexpr std::size_t fieldCount = 6;
+  bool operator==(const SaveRequestFields&) const = default;
+};
+
+/// Stores a card with the payment application. An immutable value; nothing is checked before it is started.
+class SaveRequest : public ImmutableRecord<SaveRequestFields> {
+ public:
   /// Stores the fields as they are, but for the id, trimmed, and the currency, trimmed and in capitals.
   explicit SaveRequest(Fields fields);
 
@@ -39,33 +45,32 @@ class SaveRequest {
   [[nodiscard]] const std::optional<PaymentCredentials>& credentials() const { return fields_.credentials; }
 
   bool operator==(const SaveRequest&) const = default;
+};
 
- private:
-  Fields fields_;
+/// The fields of a `SaveResponse`.
+struct SaveResponseFields {
+  /// The URL that was read.
+  URL callbackURL;
+  std::optional<std::string> requestId = std::nullopt;
+  std::optional<std::string> status = std::nullopt;
+  std::optional<std::string> transactionId = std::nullopt;
+  std::optional<std::string> approvalCode = std::nullopt;
+  /// Also what the callback calls just "message".
+  std::optional<std::string> processorMessage = std::nullopt;
+  std::optional<std::string> entryMode = std::nullopt;
+  std::optional<std::string> cardBrand = std::nullopt;
+  std::optional<std::string> cardLast4 = std::nullopt;
+  std::optional<std::string> errorCode = std::nullopt;
+  std::optional<std::string> errorMessage = std::nullopt;
+
+  static constexpr std::size_t fieldCount = 11;
+  bool operator==(const SaveResponseFields&) const = default;
 };
 
 /// What a save's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
-class SaveResponse {
+class SaveResponse : public ImmutableRecord<SaveResponseFields> {
  public:
-  struct Fields {
-    /// The URL that was read.
-    URL callbackURL;
-    std::optional<std::string> requestId = std::nullopt;
-    std::optional<std::string> status = std::nullopt;
-    std::optional<std::string> transactionId = std::nullopt;
-    std::optional<std::string> approvalCode = std::nullopt;
-    /// Also what the callback calls just "message".
-    std::optional<std::string> processorMessage = std::nullopt;
-    std::optional<std::string> entryMode = std::nullopt;
-    std::optional<std::string> cardBrand = std::nullopt;
-    std::optional<std::string> cardLast4 = std::nullopt;
-    std::optional<std::string> errorCode = std::nullopt;
-    std::optional<std::string> errorMessage = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
-
-  explicit SaveResponse(const Fields& fields) : fields_(fields) {}
-  explicit SaveResponse(Fields&& fields) : fields_(std::move(fields)) {}
+  using ImmutableRecord::ImmutableRecord;
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -82,9 +87,6 @@ class SaveResponse {
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 
   bool operator==(const SaveResponse&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// The cases of `SaveError`, reached as `SaveError::InvalidRequest` and so on.
@@ -116,6 +118,12 @@ class SaveResult
   using Success = cases::Success<SaveResponse>;
   using Cancelled = cases::Cancelled<SaveResponse>;
   using Declined = cases::Declined<SaveResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::save> {
+  using Request = SaveRequest;
+  using Result = SaveResult;
 };
 
 }  // namespace tilvanego

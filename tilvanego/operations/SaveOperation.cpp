@@ -7,7 +7,7 @@
 
 namespace tilvanego {
 
-SaveRequest::SaveRequest(Fields fields) : fields_(std::move(fields)) {
+SaveRequest::SaveRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
   fields_.currency = uppercased(trimmed(fields_.currency));
 }

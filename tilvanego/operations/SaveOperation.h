@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/CommonTables.h>
 #include <tilvanego/frame/Link.h>
@@ -13,7 +14,7 @@
 namespace tilvanego::detail {
 
 /// The save, as the frame, the parser and the router see it.
-struct SaveOperation : OperationTypes<SaveRequest, SaveResult> {
+struct SaveOperation : OperationTypes<OperationKind::save> {
   static constexpr OperationTexts texts{
       .sending = "Sending Save Request - [",
       .buildFailure = "Unable to build Tilvane save URL.",
@@ -53,5 +54,8 @@ struct SaveOperation : OperationTypes<SaveRequest, SaveResult> {
     return Error::SaveFailed{callback.errorCode, callback.errorMessage};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::save> : std::type_identity<SaveOperation> {};
 
 }  // namespace tilvanego::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -26,6 +27,7 @@ struct TilvaneGoTransactionDetails {
   std::optional<models::CardBrand> cardBrand = std::nullopt;
   std::optional<std::string> cardLast4 = std::nullopt;
 
+  static constexpr std::size_t fieldCount = 11;
   bool operator==(const TilvaneGoTransactionDetails&) const = default;
 
   /// The card brand's raw text and the last four digits, with one blank between them: "VISA 4242". What is
@@ -73,6 +75,7 @@ struct TilvaneGoTransaction {
   std::optional<std::string> notes = std::nullopt;
   TilvaneGoTransactionDetails transactionDetails = {};
 
+  static constexpr std::size_t fieldCount = 7;
   bool operator==(const TilvaneGoTransaction&) const = default;
 
   /// Amount and tip together.

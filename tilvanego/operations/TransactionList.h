@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -8,24 +9,29 @@
 #include <vector>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/operations/Transaction.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
+/// The fields of a `TransactionListRequest`.
+struct TransactionListRequestFields {
+  /// The host's own id for this request, with which the callback is compared. Stored trimmed; an empty one
+  /// is absent, isn't sent, and any callback's id will do.
+  std::optional<std::string> requestId = std::nullopt;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
+
+  static constexpr std::size_t fieldCount = 2;
+  bool operator==(const TransactionListRequestFields&) const = default;
+};
+
 /// Asks for the transactions that the payment application has stored. An immutable value; nothing is checked
 /// before it is started.
-class TransactionListRequest {
+class TransactionListRequest : public ImmutableRecord<TransactionListRequestFields> {
  public:
-  struct Fields {
-    /// The host's own id for this request, with which the callback is compared. Stored trimmed; an empty one
-    /// is absent, isn't sent, and any callback's id will do.
-    std::optional<std::string> requestId = std::nullopt;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    bool operator==(const Fields&) const = default;
-  };
-
   /// Stores the URL as it is, the id trimmed.
   explicit TransactionListRequest(Fields fields);
 
@@ -33,32 +39,31 @@ class TransactionListRequest {
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
 
   bool operator==(const TransactionListRequest&) const = default;
+};
 
- private:
-  Fields fields_;
+/// The fields of a `TransactionListResponse`.
+struct TransactionListResponseFields {
+  /// The URL that was read.
+  URL callbackURL;
+  std::optional<std::string> requestId = std::nullopt;
+  std::optional<std::string> status = std::nullopt;
+  std::optional<std::string> errorCode = std::nullopt;
+  std::optional<std::string> errorMessage = std::nullopt;
+  /// As the callback gave it, which needn't be the length of the list; absent unless it is an integer of 64
+  /// bits.
+  std::optional<std::int64_t> transactionCount = std::nullopt;
+  /// Empty but in a success.
+  std::vector<TilvaneGoTransaction> transactions = {};
+
+  static constexpr std::size_t fieldCount = 7;
+  bool operator==(const TransactionListResponseFields&) const = default;
 };
 
 /// What a transaction list's callback said. Texts are raw: nothing is trimmed or interpreted. An immutable
 /// value.
-class TransactionListResponse {
+class TransactionListResponse : public ImmutableRecord<TransactionListResponseFields> {
  public:
-  struct Fields {
-    /// The URL that was read.
-    URL callbackURL;
-    std::optional<std::string> requestId = std::nullopt;
-    std::optional<std::string> status = std::nullopt;
-    std::optional<std::string> errorCode = std::nullopt;
-    std::optional<std::string> errorMessage = std::nullopt;
-    /// As the callback gave it, which needn't be the length of the list; absent unless it is an integer of 64
-    /// bits.
-    std::optional<std::int64_t> transactionCount = std::nullopt;
-    /// Empty but in a success.
-    std::vector<TilvaneGoTransaction> transactions = {};
-    bool operator==(const Fields&) const = default;
-  };
-
-  explicit TransactionListResponse(const Fields& fields) : fields_(fields) {}
-  explicit TransactionListResponse(Fields&& fields) : fields_(std::move(fields)) {}
+  using ImmutableRecord::ImmutableRecord;
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -69,9 +74,6 @@ class TransactionListResponse {
   [[nodiscard]] const std::vector<TilvaneGoTransaction>& transactions() const { return fields_.transactions; }
 
   bool operator==(const TransactionListResponse&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// The cases of `TransactionListError`, reached as `TransactionListError::InvalidRequest` and so on.
@@ -118,6 +120,12 @@ class TransactionListResult
  public:
   using ResultUnion::ResultUnion;
   using Success = cases::Success<TransactionListResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::transactionList> {
+  using Request = TransactionListRequest;
+  using Result = TransactionListResult;
 };
 
 }  // namespace tilvanego

@@ -10,7 +10,7 @@
 
 namespace tilvanego {
 
-TransactionListRequest::TransactionListRequest(Fields fields) : fields_(std::move(fields)) {
+TransactionListRequest::TransactionListRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   auto& id = fields_.requestId;
   if (!id) return;
   id = std::string(trimmed(*id));

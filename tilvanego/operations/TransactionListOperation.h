@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/CommonTables.h>
 #include <tilvanego/frame/Link.h>
@@ -13,7 +14,7 @@
 namespace tilvanego::detail {
 
 /// The transaction list, as the frame, the parser and the router see it.
-struct TransactionListOperation : OperationTypes<TransactionListRequest, TransactionListResult> {
+struct TransactionListOperation : OperationTypes<OperationKind::transactionList> {
   static constexpr OperationTexts texts{
       .sending = "Sending Transaction List Request - [",
       .buildFailure = "Unable to build Tilvane transaction list URL.",
@@ -53,5 +54,8 @@ struct TransactionListOperation : OperationTypes<TransactionListRequest, Transac
     return Error::TransactionListFailed{callback.errorCode, callback.errorMessage};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::transactionList> : std::type_identity<TransactionListOperation> {};
 
 }  // namespace tilvanego::detail

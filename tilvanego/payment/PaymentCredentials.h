@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include <tilvanego/json/Record.h>
@@ -20,6 +21,8 @@ class PaymentCredentials {
     std::string accountId;
     /// "STAGING", "CERT" or "PROD"; whitespace around it and lower-case letters are mended.
     std::string environment;
+
+    static constexpr std::size_t fieldCount = 3;
     bool operator==(const Fields&) const = default;
   };
 

@@ -5,18 +5,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <tilvanego/frame/CommonTables.h>
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
-#include <tilvanego/payment/PaymentLaunchTransport.h>
 #include <tilvanego/payment/PaymentRequest.h>
 #include <tilvanego/payment/PaymentResult.h>
 
 namespace tilvanego::detail {
 
 /// The payment, as the frame, the parser and the router see it.
-struct PaymentOperation : OperationTypes<PaymentRequest, PaymentResult> {
+struct PaymentOperation : OperationTypes<OperationKind::payment> {
   static constexpr OperationTexts texts{
       .sending = "Sending Request - [",
       .buildFailure = "Unable to build Tilvane payment URL.",
@@ -51,5 +51,8 @@ struct PaymentOperation : OperationTypes<PaymentRequest, PaymentResult> {
     return PaymentError::PaymentFailed{callback.status};
   }
 };
+
+template <>
+struct OperationOf<OperationKind::payment> : std::type_identity<PaymentOperation> {};
 
 }  // namespace tilvanego::detail

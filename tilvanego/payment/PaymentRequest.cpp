@@ -25,7 +25,7 @@ PaymentCredentials& PaymentCredentials::operator=(PaymentCredentials other) noex
 
 PaymentCredentials::~PaymentCredentials() { detail::wipe(basicToken_); }
 
-PaymentRequest::PaymentRequest(Fields fields) : fields_(std::move(fields)) {
+PaymentRequest::PaymentRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   fields_.currency = uppercased(trimmed(fields_.currency));
   if (fields_.transactionType == PaymentTransactionType::save) {
     fields_.amount = 0;

@@ -1,14 +1,40 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/payment/PaymentTransactionType.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
+
+/// The fields of a `PaymentRequest`.
+struct PaymentRequestFields {
+  /// The host's own id for this payment; the callback is compared with it. Sent as it is, blanks included.
+  std::string requestId;
+  /// In the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than zero.
+  Decimal amount;
+  /// In the same unit, on top of the amount. Must not be negative.
+  std::optional<Decimal> tip = std::nullopt;
+  PaymentTransactionType transactionType = PaymentTransactionType::sale;
+  /// ISO 4217, three letters; whitespace around it and lower-case letters are mended.
+  std::string currency;
+  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  URL callbackURL;
+  /// The merchant's own reference.
+  std::optional<std::string> customId = std::nullopt;
+  std::optional<std::string> notes = std::nullopt;
+  std::optional<PaymentCredentials> credentials = std::nullopt;
+  /// Whether the payment application is to have its card reader ready before it starts.
+  bool requiresReaderReady = true;
+
+  static constexpr std::size_t fieldCount = 10;
+  bool operator==(const PaymentRequestFields&) const = default;
+};
 
 /// A payment that a host asks for. An immutable value; nothing is checked before it is started.
 ///
@@ -19,29 +45,8 @@ namespace tilvanego {
 ///                         .currency = "EUR",
 ///                         .callbackURL = *URL::parse("myshop://payment-done")});
 /// ```
-class PaymentRequest {
+class PaymentRequest : public ImmutableRecord<PaymentRequestFields> {
  public:
-  struct Fields {
-    /// The host's own id for this payment; the callback is compared with it. Sent as it is, blanks included.
-    std::string requestId;
-    /// In the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than zero.
-    Decimal amount;
-    /// In the same unit, on top of the amount. Must not be negative.
-    std::optional<Decimal> tip = std::nullopt;
-    PaymentTransactionType transactionType = PaymentTransactionType::sale;
-    /// ISO 4217, three letters; whitespace around it and lower-case letters are mended.
-    std::string currency;
-    /// What the payment application opens when it is done; it must have a scheme that the host handles.
-    URL callbackURL;
-    /// The merchant's own reference.
-    std::optional<std::string> customId = std::nullopt;
-    std::optional<std::string> notes = std::nullopt;
-    std::optional<PaymentCredentials> credentials = std::nullopt;
-    /// Whether the payment application is to have its card reader ready before it starts.
-    bool requiresReaderReady = true;
-    bool operator==(const Fields&) const = default;
-  };
-
   /// Stores the fields as they are, but for the currency, trimmed and in capitals, and for a type of `save`,
   /// which has the amount 0 and the tip 0 whatever was given.
   explicit PaymentRequest(Fields fields);
@@ -58,9 +63,6 @@ class PaymentRequest {
   [[nodiscard]] bool requiresReaderReady() const { return fields_.requiresReaderReady; }
 
   bool operator==(const PaymentRequest&) const = default;
-
- private:
-  Fields fields_;
 };
 
 }  // namespace tilvanego

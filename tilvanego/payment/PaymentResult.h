@@ -1,32 +1,38 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include <tilvanego/frame/Cases.h>
+#include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/payment/PaymentError.h>
+#include <tilvanego/payment/PaymentRequest.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
 
-/// What a payment's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
-class PaymentResponse {
- public:
-  struct Fields {
-    /// The URL that was read.
-    URL callbackURL;
-    std::optional<std::string> requestId = std::nullopt;
-    std::optional<std::string> status = std::nullopt;
-    std::optional<std::string> processorMessage = std::nullopt;
-    std::optional<std::string> approvalCode = std::nullopt;
-    std::optional<std::string> transactionId = std::nullopt;
-    std::optional<std::string> customId = std::nullopt;
-    bool operator==(const Fields&) const = default;
-  };
+/// The fields of a `PaymentResponse`.
+struct PaymentResponseFields {
+  /// The URL that was read.
+  URL callbackURL;
+  std::optional<std::string> requestId = std::nullopt;
+  std::optional<std::string> status = std::nullopt;
+  std::optional<std::string> processorMessage = std::nullopt;
+  std::optional<std::string> approvalCode = std::nullopt;
+  std::optional<std::string> transactionId = std::nullopt;
+  std::optional<std::string> customId = std::nullopt;
 
-  explicit PaymentResponse(const Fields& fields) : fields_(fields) {}
-  explicit PaymentResponse(Fields&& fields) : fields_(std::move(fields)) {}
+  static constexpr std::size_t fieldCount = 7;
+  bool operator==(const PaymentResponseFields&) const = default;
+};
+
+/// What a payment's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+class PaymentResponse : public ImmutableRecord<PaymentResponseFields> {
+ public:
+  using ImmutableRecord::ImmutableRecord;
 
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -39,9 +45,6 @@ class PaymentResponse {
   [[nodiscard]] const std::optional<std::string>& customId() const { return fields_.customId; }
 
   bool operator==(const PaymentResponse&) const = default;
-
- private:
-  Fields fields_;
 };
 
 /// How a payment ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or
@@ -60,6 +63,12 @@ class PaymentResult : public cases::ResultUnion<PaymentResponse, PaymentError, c
   using Success = cases::Success<PaymentResponse>;
   using Cancelled = cases::Cancelled<PaymentResponse>;
   using Declined = cases::Declined<PaymentResponse>;
+};
+
+template <>
+struct OperationRecords<OperationKind::payment> {
+  using Request = PaymentRequest;
+  using Result = PaymentResult;
 };
 
 }  // namespace tilvanego

@@ -4,15 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include <tilvanego/operations/CaptureOperation.h>
-#include <tilvanego/operations/ClearDataOperation.h>
-#include <tilvanego/operations/FullRefundOperation.h>
-#include <tilvanego/operations/InitializationOperation.h>
-#include <tilvanego/operations/PartialRefundOperation.h>
-#include <tilvanego/operations/RebootOperation.h>
-#include <tilvanego/operations/SaveOperation.h>
-#include <tilvanego/operations/TransactionListOperation.h>
-#include <tilvanego/payment/PaymentOperation.h>
+#include <tilvanego/operations/Operations.h>
 
 namespace tilvanego::sandbox {
 namespace {
@@ -193,7 +185,7 @@ constexpr std::array saveFields{
 };
 
 /// What the host's library knows of an operation's callbacks.
-template <class One>
+template <typename One>
 constexpr auto keysOf = [] {
   std::array<KeyNames, One::callbackKeys.size()> keys;
   std::ranges::transform(One::callbackKeys, keys.begin(), [](const auto& key) { return key.aliases; });
@@ -208,7 +200,7 @@ constexpr auto keysOf<detail::TransactionListOperation> = [] {
   return keys;
 }();
 
-template <class One>
+template <typename One>
 constexpr auto wordsOf = [] {
   std::array<StatusRow, One::statusWords.size()> rows;
   std::ranges::transform(One::statusWords, rows.begin(), [](const auto& row) { return row.words; });
@@ -219,9 +211,12 @@ constexpr auto keyNamed(std::span<const KeyNames> keys, std::string_view first) 
   return std::ranges::find(keys, first, [](const KeyNames& names) { return names.front(); });
 }
 
-template <class One>
-consteval AnswerTable table(Operation operation, std::string_view approved, std::string_view declined,
-                            std::span<const AnswerField> fields) {
+/// The callbacks of one operation: the status of one that was done, the items that follow request id and
+/// status, and the status of one that was declined.
+template <Operation operation>
+consteval AnswerTable table(std::string_view approved, std::span<const AnswerField> fields,
+                            std::string_view declined = "declined") {
+  using One = typename detail::OperationOf<operation>::type;
   const std::span<const KeyNames> keys = keysOf<One>;
   for (const AnswerField& field : fields) {
     if (keyNamed(keys, field.name) == keys.end()) throw "the library knows no field of this name";
@@ -230,19 +225,18 @@ consteval AnswerTable table(Operation operation, std::string_view approved, std:
 }
 
 constexpr std::array tables{
-    table<detail::PaymentOperation>(Operation::payment, "approved", "declined", paymentFields),
-    table<detail::InitializationOperation>(Operation::initialization, "initialized", "declined",
-                                           initializationFields),
-    table<detail::TransactionListOperation>(Operation::transactionList, "success", "declined",
-                                            transactionListFields),
-    table<detail::FullRefundOperation>(Operation::fullRefund, "refunded", "declined", refundFields),
-    table<detail::PartialRefundOperation>(Operation::partialRefund, "refunded", "declined", refundFields),
-    table<detail::CaptureOperation>(Operation::capture, "captured", "declined", captureFields),
-    table<detail::ClearDataOperation>(Operation::clearData, "returned", "data_masked", clearDataFields),
-    table<detail::RebootOperation>(Operation::reboot, "rebooted", "declined", rebootFields),
-    table<detail::SaveOperation>(Operation::save, "saved", "declined", saveFields),
+    table<Operation::payment>("approved", paymentFields),
+    table<Operation::initialization>("initialized", initializationFields),
+    table<Operation::transactionList>("success", transactionListFields),
+    table<Operation::fullRefund>("refunded", refundFields),
+    table<Operation::partialRefund>("refunded", refundFields),
+    table<Operation::capture>("captured", captureFields),
+    table<Operation::clearData>("returned", clearDataFields, "data_masked"),
+    table<Operation::reboot>("rebooted", rebootFields),
+    table<Operation::save>("saved", saveFields),
 };
-static_assert(std::ranges::equal(tables, allCases<Operation>(), {}, &AnswerTable::operation));
+static_assert(std::ranges::equal(tables, operationKinds, {}, &AnswerTable::operation),
+              "each operation has a row, in the order of the list");
 
 }  // namespace
 

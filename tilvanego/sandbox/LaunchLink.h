@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/sandbox/HandoffPorts.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/QueryItem.h>
@@ -18,17 +19,7 @@
 namespace tilvanego::sandbox {
 
 /// What a host can ask of a payment application.
-enum class Operation {
-  payment,
-  initialization,
-  transactionList,
-  fullRefund,
-  partialRefund,
-  capture,
-  clearData,
-  reboot,
-  save,
-};
+using Operation = OperationKind;
 
 /// How a request or an answer travels: in the items of its URL, in one compressed item, or sealed on the
 /// pasteboard.
@@ -95,22 +86,6 @@ class LaunchLink {
 };
 
 }  // namespace tilvanego::sandbox
-
-template <>
-struct tilvanego::RawTexts<tilvanego::sandbox::Operation> {
-  using enum sandbox::Operation;
-  static constexpr std::array table{
-      std::pair{payment, std::string_view("payment")},
-      std::pair{initialization, std::string_view("initialization")},
-      std::pair{transactionList, std::string_view("transactionList")},
-      std::pair{fullRefund, std::string_view("fullRefund")},
-      std::pair{partialRefund, std::string_view("partialRefund")},
-      std::pair{capture, std::string_view("capture")},
-      std::pair{clearData, std::string_view("clearData")},
-      std::pair{reboot, std::string_view("reboot")},
-      std::pair{save, std::string_view("save")},
-  };
-};
 
 template <>
 struct tilvanego::RawTexts<tilvanego::sandbox::Transport> {

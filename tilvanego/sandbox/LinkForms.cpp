@@ -7,6 +7,7 @@
 
 #include <tilvanego/frame/SecretNames.h>
 #include <tilvanego/frame/Validation.h>
+#include <tilvanego/operations/Operations.h>
 #include <tilvanego/payment/PaymentTransactionType.h>
 #include <tilvanego/sandbox/ShownText.h>
 #include <tilvanego/values/Decimal.h>
@@ -129,18 +130,24 @@ constexpr std::array save{
     ItemForm{"environment", Presence::withOthers, environment},
 };
 
+template <Operation operation>
+consteval LinkForm form(std::span<const ItemForm> items) {
+  return {operation, detail::OperationOf<operation>::type::texts.target.path(), items};
+}
+
 constexpr std::array forms{
-    LinkForm{Operation::payment, "/v1/start", payment},
-    LinkForm{Operation::initialization, "/v1/initialize", initialization},
-    LinkForm{Operation::transactionList, "/v1/getTransactionList", transactionList},
-    LinkForm{Operation::fullRefund, "/v1/full_refund", fullRefund},
-    LinkForm{Operation::partialRefund, "/v1/refund", partialRefund},
-    LinkForm{Operation::capture, "/v1/capture", capture},
-    LinkForm{Operation::clearData, "/v1/clear_data", clearData},
-    LinkForm{Operation::reboot, "/v1/reboot", reboot},
-    LinkForm{Operation::save, "/v1/save", save},
+    form<Operation::payment>(payment),
+    form<Operation::initialization>(initialization),
+    form<Operation::transactionList>(transactionList),
+    form<Operation::fullRefund>(fullRefund),
+    form<Operation::partialRefund>(partialRefund),
+    form<Operation::capture>(capture),
+    form<Operation::clearData>(clearData),
+    form<Operation::reboot>(reboot),
+    form<Operation::save>(save),
 };
-static_assert(std::ranges::equal(forms, allCases<Operation>(), {}, &LinkForm::operation));
+static_assert(std::ranges::equal(forms, operationKinds, {}, &LinkForm::operation),
+              "each operation has a row, in the order of the list");
 
 const QueryItem* find(const std::vector<QueryItem>& items, std::string_view name) {
   const auto found = std::ranges::find(items, name, &QueryItem::name);

@@ -47,8 +47,13 @@ std::string contents(const fs::path& path) {
 std::ptrdiff_t threads() {
   return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
 }
-// A sanitizer may have one of its own.
-const std::ptrdiff_t threadsAtStart = threads();
+// A sanitizer starts one of its own beside the program's first: that one is started here, and awaited to its end.
+const std::ptrdiff_t threadsAtStart = [] {
+  fs::path first;
+  std::thread([&first] { first = "/proc/self/task/" + std::to_string(gettid()); }).join();
+  while (fs::exists(first)) std::this_thread::yield();
+  return threads();
+}();
 
 // Returns once every thread that waited for a program has ended.
 void waitForThreads() {

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include <tilvanego/facade/TilvaneGoSDK.h>
+
+namespace tilvanego {
+
+/// The public functions of one operation, for code that treats every operation alike.
+template <OperationKind kind>
+struct OperationFunctions {
+  using Request = typename OperationRecords<kind>::Request;
+  using Result = typename OperationRecords<kind>::Result;
+  using Completion = std::function<void(const Result& result)>;
+
+  void (TilvaneGo::*start)(Request request, Completion completion);
+  bool (TilvaneGo::*isInProgress)() const;
+  void (TilvaneGo::*cancel)();
+  bool (TilvaneGo::*isCallback)(const URL& url) const;
+  std::optional<Result> (TilvaneGo::*result)(const URL& url) const;
+  std::optional<Result> (*parse)(URL url, const std::optional<std::string>& expectedRequestId,
+                                 const std::optional<URL>& expectedCallbackURL);
+};
+
+/// The functions of one operation: `(sdk.*operationFunctions<kind>.cancel)()`.
+template <OperationKind kind>
+inline constexpr OperationFunctions<kind> operationFunctions;
+
+template <>
+inline constexpr OperationFunctions<OperationKind::payment> operationFunctions<OperationKind::payment>{
+    &TilvaneGo::startPayment,      &TilvaneGo::isPaymentInProgress, &TilvaneGo::cancelPendingPayment,
+    &TilvaneGo::isPaymentCallback, &TilvaneGo::paymentResult,       &TilvaneGo::parsePaymentResult};
+template <>
+inline constexpr OperationFunctions<OperationKind::initialization>
+    operationFunctions<OperationKind::initialization>{&TilvaneGo::initialize,
+                                                      &TilvaneGo::isInitializationInProgress,
+                                                      &TilvaneGo::cancelPendingInitialization,
+                                                      &TilvaneGo::isInitializationCallback,
+                                                      &TilvaneGo::initializationResult,
+                                                      &TilvaneGo::parseInitializationResult};
+template <>
+inline constexpr OperationFunctions<OperationKind::transactionList>
+    operationFunctions<OperationKind::transactionList>{
+        &TilvaneGo::getTransactionList,           &TilvaneGo::isTransactionListInProgress,
+        &TilvaneGo::cancelPendingTransactionList, &TilvaneGo::isTransactionListCallback,
+        &TilvaneGo::transactionListResult,        &TilvaneGo::parseTransactionListResult};
+template <>
+inline constexpr OperationFunctions<OperationKind::fullRefund> operationFunctions<OperationKind::fullRefund>{
+    &TilvaneGo::fullRefund,           &TilvaneGo::isFullRefundInProgress, &TilvaneGo::cancelPendingFullRefund,
+    &TilvaneGo::isFullRefundCallback, &TilvaneGo::fullRefundResult,       &TilvaneGo::parseFullRefundResult};
+template <>
+inline constexpr OperationFunctions<OperationKind::partialRefund>
+    operationFunctions<OperationKind::partialRefund>{&TilvaneGo::partialRefund,
+                                                     &TilvaneGo::isPartialRefundInProgress,
+                                                     &TilvaneGo::cancelPendingPartialRefund,
+                                                     &TilvaneGo::isPartialRefundCallback,
+                                                     &TilvaneGo::partialRefundResult,
+                                                     &TilvaneGo::parsePartialRefundResult};
+template <>
+inline constexpr OperationFunctions<OperationKind::capture> operationFunctions<OperationKind::capture>{
+    &TilvaneGo::capture,           &TilvaneGo::isCaptureInProgress, &TilvaneGo::cancelPendingCapture,
+    &TilvaneGo::isCaptureCallback, &TilvaneGo::captureResult,       &TilvaneGo::parseCaptureResult};
+template <>
+inline constexpr OperationFunctions<OperationKind::clearData> operationFunctions<OperationKind::clearData>{
+    &TilvaneGo::clearData,           &TilvaneGo::isClearDataInProgress, &TilvaneGo::cancelPendingClearData,
+    &TilvaneGo::isClearDataCallback, &TilvaneGo::clearDataResult,       &TilvaneGo::parseClearDataResult};
+template <>
+inline constexpr OperationFunctions<OperationKind::reboot> operationFunctions<OperationKind::reboot>{
+    &TilvaneGo::reboot,           &TilvaneGo::isRebootInProgress, &TilvaneGo::cancelPendingReboot,
+    &TilvaneGo::isRebootCallback, &TilvaneGo::rebootResult,       &TilvaneGo::parseRebootResult};
+template <>
+inline constexpr OperationFunctions<OperationKind::save> operationFunctions<OperationKind::save>{
+    &TilvaneGo::save,           &TilvaneGo::isSaveInProgress, &TilvaneGo::cancelPendingSave,
+    &TilvaneGo::isSaveCallback, &TilvaneGo::saveResult,       &TilvaneGo::parseSaveResult};
+
+}  // namespace tilvanego

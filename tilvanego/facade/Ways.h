@@ -1,0 +1,56 @@
+#pragma once
+
+#include <expected>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <tilvanego/facade/Facade.h>
+#include <tilvanego/frame/CallbackParser.h>
+#include <tilvanego/transports/PaymentTransports.h>
+
+namespace tilvanego::detail {
+
+/// The usual way: the link and the callback carry every field in their queries.
+template <typename Operation>
+struct Ways {
+  [[nodiscard]] static auto link(Facade& facade, const std::shared_ptr<Pending<Operation>>& pending) {
+    return facade.inlineLink<Operation>(pending);
+  }
+
+  /// Moves from `url` if it is the request's.
+  [[nodiscard]] static std::optional<typename Operation::Result> read(
+      URL&& url, const typename Operation::Request& request, const Platform& /*platform*/) {
+    return parseCallback<Operation>(std::move(url), pointerTo(request.requestId()), &request.callbackURL());
+  }
+
+ private:
+  /// An id that a request may leave out is then not expected either.
+  static const std::string* pointerTo(const std::string& id) { return &id; }
+  static const std::string* pointerTo(const std::optional<std::string>& id) { return id ? &*id : nullptr; }
+};
+
+/// A payment has a choice of transports, out and back.
+template <>
+struct Ways<PaymentOperation> {
+  [[nodiscard]] static std::expected<URL, PaymentError> link(
+      Facade& facade, const std::shared_ptr<Pending<PaymentOperation>>& pending,
+      const PaymentLaunchTransport& transport) {
+    auto inlineURL = facade.inlineLink<PaymentOperation>(pending);
+    // No other form is built, nor the pasteboard replaced, for a payment that host code has ended.
+    if (facade.slot<PaymentOperation>() != pending) return inlineURL;
+    auto url = paymentAppURL(std::move(inlineURL), pending->request, transport, facade.platform_);
+    if (url) return *std::move(url);
+    if (!url.error().reason.empty()) facade.log(TilvaneLogLevel::warning, url.error().reason);
+    return std::unexpected(std::move(url).error().error);
+  }
+
+  /// Moves from `url` if it is the request's.
+  [[nodiscard]] static std::optional<PaymentResult> read(URL&& url, const PaymentRequest& request,
+                                                         const Platform& platform) {
+    return paymentResult(std::move(url), request, platform);
+  }
+};
+
+}  // namespace tilvanego::detail

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include <tilvanego/json/CodingKeys.h>
+#include <tilvanego/values/RawText.h>
+
+namespace tilvanego {
+
+/// What a host can ask of the payment application: the one list of operations. All that serves every
+/// operation follows from this list, in its order, or doesn't compile until the new operation is described.
+/// The raw text of a case is its name.
+enum class OperationKind {
+  payment,
+  initialization,
+  transactionList,
+  fullRefund,
+  partialRefund,
+  capture,
+  clearData,
+  reboot,
+  save,
+};
+
+template <>
+struct RawTexts<OperationKind> {
+  static constexpr auto table = json::caseNames<OperationKind>();
+};
+
+/// Every operation, in the order of the list.
+inline constexpr auto operationKinds = allCases<OperationKind>();
+
+/// The name of an operation in words, as "transaction list".
+[[nodiscard]] std::string operationWords(OperationKind kind);
+
+/// The records of one operation: `Request` and `Result`. Specialised for each, beside its records.
+template <OperationKind kind>
+struct OperationRecords;
+
+/// Calls `visit.template operator()<kind>()` for each operation, in the order of the list.
+template <typename Visit>
+constexpr void forEachOperation(Visit&& visit) {
+  [&]<std::size_t... index>(std::index_sequence<index...>) {
+    (visit.template operator()<operationKinds[index]>(), ...);
+  }(std::make_index_sequence<operationKinds.size()>());
+}
+
+}  // namespace tilvanego

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include <tilvanego/json/Reflection.h>
+
+namespace tilvanego {
+
+/// A record's fields: an aggregate of at most 16 members, whose number is its `fieldCount`. Another number
+/// than its members' doesn't compile.
+template <typename Fields>
+concept DescribedFields = std::is_aggregate_v<Fields> && requires {
+  { Fields::fieldCount } -> std::convertible_to<std::size_t>;
+};
+
+/// The name of a field, as its member is called.
+template <DescribedFields Fields, std::size_t index>
+inline constexpr std::string_view fieldName = json::detail::memberName<Fields, Fields::fieldCount, index>;
+
+/// The type of a field.
+template <DescribedFields Fields, std::size_t index>
+using FieldTypeOf =
+    std::remove_cvref_t<std::tuple_element_t<index, decltype(json::detail::tieMembers<Fields::fieldCount>(
+                                                        std::declval<Fields&>()))>>;
+
+/// Calls `visit(name, value)` for each field, in the order of the members.
+template <DescribedFields Fields, typename Visit>
+void visitFields(const Fields& fields, Visit&& visit) {
+  const auto members = json::detail::tieMembers<Fields::fieldCount>(fields);
+  [&]<std::size_t... index>(std::index_sequence<index...>) {
+    (visit(fieldName<Fields, index>, std::get<index>(members)), ...);
+  }(std::make_index_sequence<Fields::fieldCount>());
+}
+
+/// An immutable value of `Fields`, with an accessor for each of them: what a request or a response is made
+/// of.
+template <typename FieldsType>
+class ImmutableRecord {
+ public:
+  using Fields = FieldsType;
+
+  explicit ImmutableRecord(const Fields& fields) : fields_(fields) {}
+  explicit ImmutableRecord(Fields&& fields) : fields_(std::move(fields)) {}
+
+  /// All fields, for code that treats every record alike: see `visitFields`.
+  [[nodiscard]] const Fields& fields() const { return fields_; }
+
+  bool operator==(const ImmutableRecord&) const = default;
+
+ protected:
+  // NOLINTNEXTLINE(readability-identifier-naming): private to the records.
+  Fields fields_;
+};
+
+}  // namespace tilvanego
