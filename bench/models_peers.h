@@ -15,8 +15,8 @@
 #include <rapidjson/writer.h>
 #include <simdjson.h>
 
-#include <tilvanego/json/JSON.h>
 #include <tilvanego/Models.h>
+#include <tilvanego/json/JSON.h>
 #include <tilvanego/values/DateFormats.h>
 
 /// Other libraries' trees read into the library's records, and the records written by them: keys are found by

@@ -11,9 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <tilvanego/Models.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/models/Catalogue.h>
-#include <tilvanego/Models.h>
 
 #include "tests/models/ModelTables.h"
 #include "tests/support/AllocationCount.h"

@@ -1,7 +1,7 @@
 #include <iostream>
 
-#include <tilvanego/http_client/URLSessionImplementations.h>
 #include <tilvanego/Models.h>
+#include <tilvanego/http_client/URLSessionImplementations.h>
 
 using namespace tilvanego;
 

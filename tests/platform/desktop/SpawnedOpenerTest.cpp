@@ -47,7 +47,8 @@ std::string contents(const fs::path& path) {
 std::ptrdiff_t threads() {
   return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
 }
-// A sanitizer starts one of its own beside the program's first: that one is started here, and awaited to its end.
+// A sanitizer starts one of its own beside the program's first: that one is started here, and awaited to its
+// end.
 const std::ptrdiff_t threadsAtStart = [] {
   fs::path first;
   std::thread([&first] { first = "/proc/self/task/" + std::to_string(gettid()); }).join();
