@@ -14,7 +14,7 @@ namespace tilvanego::bench {
 namespace {
 
 /// Counts what one turn allocates, on top of its time.
-template <class Work>
+template <typename Work>
 void measure(benchmark::State& state, std::size_t bytes, Work work) {
   const std::size_t before = allocations();
   for (auto _ : state) benchmark::DoNotOptimize(work());

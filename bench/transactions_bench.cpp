@@ -48,10 +48,10 @@ void require(bool condition) {
   if (!condition) std::abort();
 }
 
-template <class T>
+template <typename T>
 void assign(simdjson::dom::element element, T& member);
 
-template <class Record, std::size_t index>
+template <typename Record, std::size_t index>
 void assignField(simdjson::dom::element element, Record& record) {
   const auto field = std::get<index>(json::recordFields<Record>);
   using Member = std::remove_cvref_t<decltype(record.*field.member)>;
@@ -64,7 +64,7 @@ void assignField(simdjson::dom::element element, Record& record) {
   }
 }
 
-template <class T>
+template <typename T>
 void assign(simdjson::dom::element element, T& member) {
   if constexpr (json::IsRecord<T>) {
     constexpr auto assigners = []<std::size_t... index>(std::index_sequence<index...>) {

@@ -42,7 +42,7 @@ std::span<const std::uint8_t> bytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-template <class Work>
+template <typename Work>
 void measure(benchmark::State& state, std::size_t bytes, Work work) {
   for (auto _ : state) {
     auto done = work();
@@ -136,7 +136,7 @@ void sealByOpenSSL(benchmark::State& state) {
 BENCHMARK(sealByOpenSSL)->Arg(small)->Arg(large);
 
 /// Boxes are opened in their place, so each turn begins by copying the box anew, for both.
-template <class Open>
+template <typename Open>
 void openBoxes(benchmark::State& state, Open open) {
   const auto secret = key();
   const std::string extra = associatedData();

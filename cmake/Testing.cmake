@@ -7,11 +7,13 @@ else()
   find_package(GTest REQUIRED)
 endif()
 
-# One test program: tilvanego_test(name SOURCES a.cpp b.cpp [LIBRARIES extra...])
+# One test program: tilvanego_test(name SOURCES a.cpp b.cpp [LIBRARIES extra...]). It looks inside the libraries that it links.
 function(tilvanego_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})
-  target_link_libraries(${name} PRIVATE TilvaneGo::SDK ${arg_LIBRARIES} test_data GTest::gtest_main)
+  set(libraries TilvaneGo::SDK ${arg_LIBRARIES})
+  list(TRANSFORM libraries REPLACE "^TilvaneGo::" "tilvanego_inside_")
+  target_link_libraries(${name} PRIVATE ${libraries} test_data GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   tilvanego_compile_options(${name})
   # What hangs is a fault: no test comes near this time, under a sanitizer either.

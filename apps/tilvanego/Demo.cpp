@@ -99,7 +99,7 @@ class Demo {
     if (!TilvaneGo::shared().handleCallback(callback)) shown_ = false;
   }
 
-  template <class Result>
+  template <typename Result>
   void showResult(const Result& result) {
     ended_ = true;
     if (const auto* failure = std::get_if<typename Result::Failure>(&result)) {

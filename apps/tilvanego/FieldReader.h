@@ -18,7 +18,7 @@ namespace tilvanego::program {
 
 /// What a field of type `T` may hold: `wanted` ends the sentence "... must be"; `read` gives
 /// nothing for everything else; `blank` is any value at all.
-template <class T>
+template <typename T>
 struct FieldType;
 
 /// A text of a script as an error line quotes it: in double quotes, cut where it is long.
@@ -37,7 +37,7 @@ class FieldReader {
       : object_(object), path_(std::move(path)) {}
 
   /// The field's value; for an optional, nothing if it was left out.
-  template <class T>
+  template <typename T>
   [[nodiscard]] T get(std::string_view name);
 
   /// The reader of a nested object, whose own fault is to be given to `refuseIf`. The object is empty if
@@ -73,18 +73,18 @@ class FieldReader {
   std::optional<std::string> fault_;
 };
 
-template <class T>
+template <typename T>
 struct OptionalPayload {
   using Type = T;
   static constexpr bool isOptional = false;
 };
-template <class T>
+template <typename T>
 struct OptionalPayload<std::optional<T>> {
   using Type = T;
   static constexpr bool isOptional = true;
 };
 
-template <class T>
+template <typename T>
 T FieldReader::get(std::string_view name) {
   using Payload = typename OptionalPayload<T>::Type;
   using Type = FieldType<Payload>;

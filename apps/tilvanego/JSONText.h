@@ -41,7 +41,7 @@ template <HasRawText Enumeration>
 /// A JSON object that grows field by field, in the order of the calls.
 class JSONObject {
  public:
-  template <class Value>
+  template <typename Value>
   JSONObject& add(std::string_view name, const Value& value) {
     return addText(name, jsonText(value));
   }
@@ -50,11 +50,11 @@ class JSONObject {
   }
   JSONObject& add(std::string_view name, const JSONObject& value) { return addText(name, value.finish()); }
   /// An absent value is left out.
-  template <class Value>
+  template <typename Value>
   JSONObject& add(std::string_view name, const std::optional<Value>& value) {
     return value ? add(name, *value) : *this;
   }
-  template <class Value>
+  template <typename Value>
   JSONObject& addOrNull(std::string_view name, const std::optional<Value>& value) {
     return value ? add(name, *value) : addText(name, {"null"});
   }

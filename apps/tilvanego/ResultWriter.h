@@ -11,7 +11,7 @@
 /// How results are shown: the same for all kinds, over the members that their cases have.
 namespace tilvanego::program {
 
-template <class Record>
+template <typename Record>
 [[nodiscard]] JSONObject recordObject(const Record& record);
 
 /// The values that are records themselves.
@@ -24,7 +24,7 @@ template <class Record>
   return list.finish();
 }
 
-template <class Record>
+template <typename Record>
 JSONObject recordObject(const Record& record) {
   JSONObject object;
   visitRecord(record, [&object](std::string_view name, const auto& value) {
@@ -38,7 +38,7 @@ JSONObject recordObject(const Record& record) {
 }
 
 /// An error case's payload by its names.
-template <class Case>
+template <typename Case>
 [[nodiscard]] JSONObject payloadObject(const Case& one) {
   JSONObject payload;
   if constexpr (requires { one.expected; }) payload.add("expected", one.expected);
@@ -50,7 +50,7 @@ template <class Case>
   return payload;
 }
 
-template <class Result>
+template <typename Result>
 [[nodiscard]] JSONObject resultObject(const Result& result) {
   JSONObject object;
   object.add("case", result.name());

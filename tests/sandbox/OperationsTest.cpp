@@ -79,7 +79,7 @@ TEST(OperationAnswers, GiveTheHostEachOutcomeByTheOperationsOwnWords) {
   }
 }
 
-template <class Result>
+template <typename Result>
 auto approved(Result (*parse)(URL, const std::optional<std::string>&, const std::optional<URL>&),
               std::string_view link) {
   const auto read = LaunchLink::read(test::parsedURL("tilvanego://payment/v1/" + std::string(link)));

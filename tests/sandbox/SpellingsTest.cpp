@@ -107,7 +107,7 @@ const std::vector<Spellings>& protocol() {
   return all;
 }
 
-template <class Array>
+template <typename Array>
 Names written(const Array& names) {
   return {names.begin(), std::ranges::find(names, std::string_view())};
 }

@@ -22,7 +22,7 @@ inline PaymentCredentials credentials() {
 }
 
 /// "case", or "failure(errorName: description)", with "+" if a response came along.
-template <class Result>
+template <typename Result>
 std::string summary(const Result& result) {
   std::string text(result.name());
   if (const auto* failure = std::get_if<typename Result::Failure>(&result)) {
@@ -31,7 +31,7 @@ std::string summary(const Result& result) {
   return text + (result.response() ? "+" : "");
 }
 
-template <class Result>
+template <typename Result>
 std::optional<std::string> summary(const std::optional<Result>& result) {
   return result.transform([](const Result& one) { return summary(one); });
 }

@@ -15,11 +15,11 @@
 #include <stop_token>
 #endif
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 class StopCallback;
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// What the sources, tokens and callbacks of one request to stop share.
 class StopState {

@@ -11,12 +11,12 @@
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/RunLoop.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <typename T>
 class Task;
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// What the frames of all tasks begin with.
 class TaskPromiseBase {
@@ -139,7 +139,7 @@ class [[nodiscard]] Task {
   std::coroutine_handle<promise_type> handle_;
 };
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 template <typename T>
 Task<T> TaskPromise<T>::get_return_object() noexcept {

@@ -7,7 +7,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How much a message of the library matters, in ascending order.
 enum class TilvaneLogLevel { debug, info, warning, error };

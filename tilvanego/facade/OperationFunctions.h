@@ -6,7 +6,7 @@
 
 #include <tilvanego/facade/TilvaneGoSDK.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The public functions of one operation, for code that treats every operation alike.
 template <OperationKind kind>

@@ -8,7 +8,7 @@
 #include <tilvanego/facade/Ways.h>
 #include <tilvanego/payment/PaymentTexts.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 namespace {
 
@@ -39,7 +39,7 @@ struct SharedPlatform {
   }
 };
 
-template <class Operation>
+template <typename Operation>
 std::optional<typename Operation::Result> parse(URL url, const std::optional<std::string>& expectedRequestId,
                                                 const std::optional<URL>& expectedCallbackURL) {
   return detail::parseCallback<Operation>(std::move(url), expectedRequestId ? &*expectedRequestId : nullptr,

@@ -13,94 +13,100 @@
 #include <tilvanego/platform/Platform.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 class Facade;
 struct FacadeAccess;
 }  // namespace detail
 
-/// The one object through which a host drives the payment application.
+/// The object through which a host drives the payment application.
 ///
-/// A host starts an operation, the payment application does its work and opens the host's callback URL, the
-/// host hands that URL to `handleCallback`, and the completion gets the typed result. An operation's outcome
-/// comes through its completion alone: no start returns a value or throws.
+/// A host starts an operation. The payment application does its work and opens the host's callback URL. The
+/// host passes that URL to `handleCallback`, and the completion receives the typed result. The completion
+/// alone receives the outcome: no start function returns a value or throws.
 ///
-/// *Threads.* All operations but the static parsers are bound to the main thread, the one that drains the
-/// main queue; a call from another thread ends the process with a message. Completions and the logger run on
-/// that thread, from within the call that causes them; whether a link was opened is told on the main queue,
-/// after the start has returned.
+/// *Threads.* Call all functions but the static parsers on the main thread: the thread that drains the main
+/// queue. A call from another thread ends the process with a message. Completions and the logger run on the
+/// main thread, inside the call that causes them. Whether a link was opened is reported on the main queue,
+/// after the start function has returned.
 ///
-/// *State.* At most one operation of each kind is pending, in memory alone. There is no time-out: it waits
-/// for its callback, a link that isn't opened, or a cancel. A completion runs once, or never after a cancel.
+/// *State.* At most one operation of each kind is pending. It is kept in memory only. There is no time-out:
+/// an operation waits for its callback, for the report that its link wasn't opened, or for a cancel. A
+/// completion runs once; after a cancel it never runs.
 ///
 /// *Host code.* Completions, the logger, the platform's ports, and the destructors of what they captured may
-/// call anything here, and may throw. An operation's slot is empty before any of it hears of its end; one
-/// that is cancelled before its link is opened isn't opened; and what was read for an operation is told to no
-/// other. What a completion throws leaves by the call that ran it: a start, `handleCallback`, or the main
-/// queue's drain. docs/platform.md says what else may throw, and what happens then.
+/// call any function here, and may throw. Before such code runs, the slot of a finished operation is empty.
+/// An operation that is cancelled before its link is opened is not opened. A result is delivered only to the
+/// operation for which it was read. An exception of a completion leaves by the call that ran the completion:
+/// a start function, `handleCallback`, or the drain of the main queue. docs/platform.md lists what else may
+/// throw, and what happens then.
 class TilvaneGo final {
  public:
-  /// The instance, made on first use and kept as long as the process.
+  /// The instance. It is created on first use and lives as long as the process.
   [[nodiscard]] static TilvaneGo& shared();
 
-  /// Replaces what the host's system does for the library, before the first use of `shared`; afterwards it
-  /// ends the process, and so does a platform with a port missing. Without it, `Platform::standard` is used.
+  /// Sets the platform that `shared` uses; the default is `Platform::standard`. Call it before the first use
+  /// of `shared`: a later call, or a platform without one of its required ports, ends the process with a
+  /// message.
   static void usePlatform(Platform platform);
 
   TilvaneGo(const TilvaneGo&) = delete;
   TilvaneGo& operator=(const TilvaneGo&) = delete;
 
-  /// Hears the messages at `info` and `warning`; none at first. A logger may replace itself from within a
-  /// call.
+  /// The callback that receives the log messages, of the levels `info` and `warning`. The default is none. A
+  /// logger may replace itself while it runs.
   [[nodiscard]] TilvaneLogger logger() const;
   void setLogger(TilvaneLogger logger);
 
-  /// Offers a URL that the system handed to the host. True if it finished a pending operation, also with a
-  /// failure; false, and a warning is logged, if it is no pending operation's. Takes any URL.
+  /// Handles a URL with which the system opened the host; any URL is allowed. Returns true if the URL
+  /// finished a pending operation, with a success or a failure. Returns false and logs a warning if it
+  /// belongs to none.
   bool handleCallback(const URL& url);
 
-  /// Gets the result, which is valid during the call. Called on the main thread, when the slot is empty; may
-  /// throw, as told above. May be empty: the outcome is then told to nobody.
+  /// Receives the result; the reference is valid during the call. Called on the main thread, after the
+  /// operation's slot was emptied. May throw, see above. May be empty: the outcome is then dropped.
   using PaymentCompletion = std::function<void(const PaymentResult& result)>;
 
-  /// Starts a payment by an inline link, whatever its length.
+  /// Starts a payment by an inline link of any length.
   void startPayment(PaymentRequest request, PaymentCompletion completion);
-  /// Starts a payment by the given transport. A form that can't be built ends the payment at once, by
-  /// `urlPayloadTooLarge` if a compressed link would be too long, by `pasteboardHandoffUnavailable`, after a
-  /// warning that says why, if the pasteboard doesn't keep it, else by `invalidRequest`; `automatic` goes on
-  /// to the next form instead. The pasteboard transport replaces what lies on the pasteboard.
+  /// Starts a payment by the given transport. If the link can't be built, the payment fails at once: with
+  /// `urlPayloadTooLarge` if a compressed link would be too long; with `pasteboardHandoffUnavailable`, after
+  /// a warning with the reason, if the pasteboard doesn't keep the request; otherwise with `invalidRequest`.
+  /// The transport `automatic` tries the next form instead. The transport `pasteboard` replaces the
+  /// pasteboard's contents.
   void startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,
                     PaymentCompletion completion);
-  /// An older entry, of texts alone and by an inline link: a payment without tip and credentials, for which
-  /// the reader must be ready. `amount` is a decimal number with a point, as "12.50"; `type` is the text of a
-  /// `PaymentTransactionType` in any case. An empty `customId` and empty `notes` are left out. A text that
-  /// means nothing is told by `invalidRequest`, even while another payment is pending.
+  /// Starts a payment from texts, by an inline link: the older way. The payment has no tip and no
+  /// credentials, and the card reader must be ready. `amount` is a decimal number with a point, as "12.50".
+  /// `type` is the raw text of a `PaymentTransactionType`, case-insensitively. An empty `customId` and empty
+  /// `notes` are left out. A text that can't be read fails with `invalidRequest`, even while another payment
+  /// is pending.
   void sendRequest(std::string requestId, const std::string& amount, const std::string& type,
                    std::string currency, const std::string& returnUrl, std::string customId,
                    std::string notes, PaymentCompletion completion);
   [[nodiscard]] bool isPaymentInProgress() const;
-  /// Forgets the pending payment; its completion is dropped without being called. A report that the payment
-  /// application isn't there, if it comes after this, ends a payment that was started since: see
+  /// Cancels the pending payment: its completion is destroyed and not called. A report that the payment
+  /// application isn't installed, if it comes later, ends a payment that was started meanwhile: see
   /// `Application::openURL`.
   void cancelPendingPayment();
   /// Whether `url` is the callback URL of the pending payment, whatever its query says.
   [[nodiscard]] bool isPaymentCallback(const URL& url) const;
-  /// What `url` means for the pending payment, which stays pending. Nothing if none is pending or the URL
-  /// isn't its. A result that came by the pasteboard is consumed: asked a second time, the same URL means
-  /// that it is missing.
+  /// Returns the result that `url` holds for the pending payment, which stays pending; nothing if no payment
+  /// is pending or the URL isn't its callback. A result on the pasteboard is removed from there: a second
+  /// call with the same URL returns a failure.
   [[nodiscard]] std::optional<PaymentResult> paymentResult(const URL& url) const;
-  /// Reads a payment's callback. Nothing if it differs from `expectedCallbackURL` in scheme, host or path.
-  /// Takes any URL, on any thread.
+  /// Reads the callback of a payment; any URL is allowed, on any thread. Returns nothing if `url` differs
+  /// from `expectedCallbackURL` in scheme, host or path.
   [[nodiscard]] static std::optional<PaymentResult> parsePaymentResult(
       URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
       const std::optional<URL>& expectedCallbackURL = std::nullopt);
 
-  // The eight other operations have the same six functions each, which say and do what the payment's do.
+  // The eight other operations have the same six functions each.
 
   using InitializationCompletion = std::function<void(const InitializationResult& result)>;
 
-  /// Asks the payment application to prepare itself for this host.
+  /// Prepares the payment application for this host.
   void initialize(InitializationRequest request, InitializationCompletion completion);
   [[nodiscard]] bool isInitializationInProgress() const;
   void cancelPendingInitialization();
@@ -112,7 +118,7 @@ class TilvaneGo final {
 
   using TransactionListCompletion = std::function<void(const TransactionListResult& result)>;
 
-  /// Asks for the stored transactions.
+  /// Requests the stored transactions.
   void getTransactionList(TransactionListRequest request, TransactionListCompletion completion);
   [[nodiscard]] bool isTransactionListInProgress() const;
   void cancelPendingTransactionList();
@@ -124,7 +130,7 @@ class TilvaneGo final {
 
   using FullRefundCompletion = std::function<void(const FullRefundResult& result)>;
 
-  /// Asks for the whole of a transaction back. Refused while a refund of either kind is pending.
+  /// Refunds a transaction in full. Fails while a refund of either kind is pending.
   void fullRefund(FullRefundRequest request, FullRefundCompletion completion);
   [[nodiscard]] bool isFullRefundInProgress() const;
   void cancelPendingFullRefund();
@@ -136,7 +142,7 @@ class TilvaneGo final {
 
   using PartialRefundCompletion = std::function<void(const PartialRefundResult& result)>;
 
-  /// Asks for a part of a transaction back. Refused while a refund of either kind is pending.
+  /// Refunds a part of a transaction. Fails while a refund of either kind is pending.
   void partialRefund(PartialRefundRequest request, PartialRefundCompletion completion);
   [[nodiscard]] bool isPartialRefundInProgress() const;
   void cancelPendingPartialRefund();
@@ -148,7 +154,7 @@ class TilvaneGo final {
 
   using CaptureCompletion = std::function<void(const CaptureResult& result)>;
 
-  /// Settles an earlier authorization.
+  /// Captures an earlier authorization.
   void capture(CaptureRequest request, CaptureCompletion completion);
   [[nodiscard]] bool isCaptureInProgress() const;
   void cancelPendingCapture();
@@ -160,7 +166,7 @@ class TilvaneGo final {
 
   using ClearDataCompletion = std::function<void(const ClearDataResult& result)>;
 
-  /// Asks for a card's clear data.
+  /// Requests the clear data of a card.
   void clearData(ClearDataRequest request, ClearDataCompletion completion);
   [[nodiscard]] bool isClearDataInProgress() const;
   void cancelPendingClearData();
@@ -172,7 +178,7 @@ class TilvaneGo final {
 
   using RebootCompletion = std::function<void(const RebootResult& result)>;
 
-  /// Asks for a restart of the card reader.
+  /// Restarts the card reader.
   void reboot(RebootRequest request, RebootCompletion completion);
   [[nodiscard]] bool isRebootInProgress() const;
   void cancelPendingReboot();
@@ -184,7 +190,7 @@ class TilvaneGo final {
 
   using SaveCompletion = std::function<void(const SaveResult& result)>;
 
-  /// Stores a card with the payment application.
+  /// Stores a card in the payment application.
   void save(SaveRequest request, SaveCompletion completion);
   [[nodiscard]] bool isSaveInProgress() const;
   void cancelPendingSave();
@@ -199,8 +205,9 @@ class TilvaneGo final {
   explicit TilvaneGo(Platform platform);
   ~TilvaneGo();
 
-  /// The facade behind a public operation, which is named if it is called from another thread than the main
-  /// one. The caller keeps it: what the operation calls may end this.
+  /// Returns the facade for a public function. On another thread than the main one it ends the process with a
+  /// message that names the function. The caller holds the pointer: what the facade calls may end this
+  /// object.
   [[nodiscard]] std::shared_ptr<detail::Facade> on(std::string_view operation) const;
 
   std::shared_ptr<detail::Facade> facade_;

@@ -17,7 +17,7 @@
 namespace tilvanego::detail {
 
 /// A field of `Fields` and the names under which a callback may give it.
-template <class Fields>
+template <typename Fields>
 struct CallbackKey {
   static constexpr std::size_t maxAliases = 4;
 
@@ -27,7 +27,7 @@ struct CallbackKey {
 };
 
 /// The key of a text field: the value is decoded and stored as it is.
-template <class Fields, auto Member>
+template <typename Fields, auto Member>
 [[nodiscard]] consteval CallbackKey<Fields> textKey(std::string_view first, std::string_view second = {},
                                                     std::string_view third = {},
                                                     std::string_view fourth = {}) {
@@ -36,7 +36,7 @@ template <class Fields, auto Member>
 }
 
 /// The key of an integer field: absent unless the decoded value is one, which fails nothing.
-template <class Fields, auto Member>
+template <typename Fields, auto Member>
 [[nodiscard]] consteval CallbackKey<Fields> integerKey(std::string_view first, std::string_view second) {
   return {{first, second, {}, {}}, [](Fields& fields, URLTextView value) {
             fields.*Member =
@@ -69,7 +69,7 @@ class CallbackName {
   }
 
  private:
-  template <class Chunk>
+  template <typename Chunk>
   [[nodiscard]] bool equalsBy(std::string_view name) const {
     for (std::size_t at = 0; at + sizeof(Chunk) < size_; at += sizeof(Chunk)) {
       if (differs<Chunk>(name, at)) return false;
@@ -77,7 +77,7 @@ class CallbackName {
     return !differs<Chunk>(name, size_ - sizeof(Chunk));
   }
 
-  template <class Chunk>
+  template <typename Chunk>
   [[nodiscard]] bool differs(std::string_view name, std::size_t at) const {
     Chunk given;
     Chunk caseBits;
@@ -101,7 +101,7 @@ class CallbackKeyIndex {
  public:
   static constexpr std::size_t notFound = KeyCount;
 
-  template <class Fields>
+  template <typename Fields>
   consteval explicit CallbackKeyIndex(const std::array<CallbackKey<Fields>, KeyCount>& keys) {
     for (std::size_t length = 1; length <= CallbackName::maxSize; ++length) {
       firstOfLength_[length] = count_;
@@ -153,7 +153,7 @@ class CallbackKeyIndex {
 
 /// Fills `fields` from the query of `url`. Of the items whose names belong to one field the first decides,
 /// even if it has no value.
-template <const auto& Keys, const auto& Index, class Fields>
+template <const auto& Keys, const auto& Index, typename Fields>
 void readCallback(const URL& url, Fields& fields) {
   static_assert(Keys.size() <= 32);
   std::uint32_t decided = 0;

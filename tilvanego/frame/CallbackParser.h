@@ -19,14 +19,14 @@ namespace tilvanego::detail {
 
 /// The fields of a response on their way into it: converts to the response where that is wanted, without a
 /// detour.
-template <class Response>
+template <typename Response>
 struct Taken {
   typename Response::Fields& fields;
   operator Response() const { return Response(std::move(fields)); }
 };
 
 /// Words that a callback's status may be, and what makes the result that each of them gives.
-template <class Result>
+template <typename Result>
 struct StatusWords {
   static constexpr std::size_t maxWords = 5;
 
@@ -35,7 +35,7 @@ struct StatusWords {
 };
 
 /// Each of the words gives `Case` with the response.
-template <class Result, class Case>
+template <typename Result, typename Case>
 [[nodiscard]] consteval StatusWords<Result> wordsFor(std::convertible_to<std::string_view> auto... words) {
   return {{words...}, [](std::optional<Result>& result, typename Result::Response::Fields& fields) {
             result.emplace(std::in_place_type<Case>, Taken<typename Result::Response>{fields});
@@ -54,7 +54,7 @@ template <class Result, class Case>
 }
 
 /// The words among which `status` is; null if it is none that the operation knows.
-template <class Result, std::size_t Count>
+template <typename Result, std::size_t Count>
 [[nodiscard]] const StatusWords<Result>* wordsWith(const std::array<StatusWords<Result>, Count>& all,
                                                    std::string_view status) {
   for (const StatusWords<Result>& words : all) {
@@ -68,7 +68,7 @@ template <class Result, std::size_t Count>
 ///
 /// Nothing means that the URL isn't for this operation, and `url` stays as it is. Everything else that is
 /// wrong with it is a failure.
-template <class Operation>
+template <typename Operation>
 [[nodiscard]] std::optional<typename Operation::Result> parseCallback(URL&& url,
                                                                       const std::string* expectedRequestId,
                                                                       const URL* expectedCallbackURL) {

@@ -13,7 +13,8 @@
 /// A union is a `std::variant` under a name of its own: a host asks with
 /// `std::get_if<PaymentResult::Success>(&result)` or visits it with `std::visit`. Each case is a small struct
 /// with its `name` and its payload.
-namespace tilvanego::cases {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] cases {
 
 /// A text that can be a template argument.
 template <std::size_t Size>
@@ -85,13 +86,13 @@ struct FailedWithCode {
 };
 
 /// Whether `Case` is one of a variant's.
-template <class Case, class Variant>
+template <typename Case, typename Variant>
 inline constexpr bool isCaseOf = false;
-template <class Case, class... Cases>
+template <typename Case, typename... Cases>
 inline constexpr bool isCaseOf<Case, std::variant<Cases...>> = (std::same_as<Case, Cases> || ...);
 
 /// An error union: a `std::variant` of an operation's cases, which `Cases` lists as its `Variant`.
-template <class Cases>
+template <typename Cases>
 class ErrorUnion : public Cases, public Cases::Variant {
  public:
   using Variant = typename Cases::Variant;
@@ -108,7 +109,7 @@ class ErrorUnion : public Cases, public Cases::Variant {
   }
 
   /// Whether it is this case with this payload.
-  template <class Case>
+  template <typename Case>
     requires isCaseOf<Case, Variant>
   friend bool operator==(const ErrorUnion& error, const Case& other) {
     const auto* held = std::get_if<Case>(&error.variant());
@@ -119,35 +120,35 @@ class ErrorUnion : public Cases, public Cases::Variant {
   [[nodiscard]] const Variant& variant() const { return *this; }
 };
 
-template <class Response>
+template <typename Response>
 struct Success {
   static constexpr std::string_view name = "success";
   Response response;
   bool operator==(const Success&) const = default;
 };
 
-template <class Response>
+template <typename Response>
 struct Cancelled {
   static constexpr std::string_view name = "cancelled";
   Response response;
   bool operator==(const Cancelled&) const = default;
 };
 
-template <class Response>
+template <typename Response>
 struct Declined {
   static constexpr std::string_view name = "declined";
   Response response;
   bool operator==(const Declined&) const = default;
 };
 
-template <class Response>
+template <typename Response>
 struct Initialized {
   static constexpr std::string_view name = "initialized";
   Response response;
   bool operator==(const Initialized&) const = default;
 };
 
-template <class Response>
+template <typename Response>
 struct Masked {
   static constexpr std::string_view name = "masked";
   Response response;
@@ -156,7 +157,7 @@ struct Masked {
 
 /// The operation failed. Failures before a callback have no response; those read from a callback have what it
 /// said.
-template <class Response, class Error>
+template <typename Response, typename Error>
 struct Failure {
   static constexpr std::string_view name = "failure";
   Error error;
@@ -165,7 +166,7 @@ struct Failure {
 };
 
 /// The result of an operation: one of `Cases` with a response, or `Failure`.
-template <class ResponseType, class ErrorType, template <class> class... Cases>
+template <typename ResponseType, typename ErrorType, template <typename> typename... Cases>
 class ResultUnion : public std::variant<Cases<ResponseType>..., Failure<ResponseType, ErrorType>> {
  public:
   using Variant = std::variant<Cases<ResponseType>..., cases::Failure<ResponseType, ErrorType>>;
@@ -185,7 +186,7 @@ class ResultUnion : public std::variant<Cases<ResponseType>..., Failure<Response
   }
 
   /// Whether it is this case with this payload.
-  template <class Case>
+  template <typename Case>
     requires isCaseOf<Case, Variant>
   friend bool operator==(const ResultUnion& result, const Case& other) {
     const auto* held = std::get_if<Case>(&result.variant());
@@ -196,4 +197,5 @@ class ResultUnion : public std::variant<Cases<ResponseType>..., Failure<Response
   [[nodiscard]] const Variant& variant() const { return *this; }
 };
 
-}  // namespace tilvanego::cases
+}  // namespace cases
+}  // namespace tilvanego

@@ -6,29 +6,29 @@
 /// The rows that several operations' tables of callback keys and status words have in common.
 namespace tilvanego::detail {
 
-template <class Fields>
+template <typename Fields>
 inline constexpr auto requestIdKey =
     textKey<Fields, &Fields::requestId>("request_id", "requestId", "session_id", "sessionId");
 
-template <class Fields>
+template <typename Fields>
 inline constexpr auto statusKey = textKey<Fields, &Fields::status>("status", "result");
 
-template <class Fields>
+template <typename Fields>
 inline constexpr auto transactionIdKey =
     textKey<Fields, &Fields::transactionId>("transaction_id", "transactionId", "txn_id");
 
-template <class Fields>
+template <typename Fields>
 inline constexpr auto errorCodeKey = textKey<Fields, &Fields::errorCode>("error_code", "errorCode", "code");
 
-template <class Fields>
+template <typename Fields>
 inline constexpr auto errorMessageKey =
     textKey<Fields, &Fields::errorMessage>("error_message", "errorMessage", "message");
 
-template <class Result>
+template <typename Result>
 inline constexpr auto cancelledWords =
     wordsFor<Result, typename Result::Cancelled>("cancelled", "canceled", "cancel");
 
-template <class Result>
+template <typename Result>
 inline constexpr auto declinedWords =
     wordsFor<Result, typename Result::Declined>("declined", "decline", "rejected");
 

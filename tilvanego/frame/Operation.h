@@ -44,19 +44,19 @@ struct OperationTexts {
 };
 
 /// A list of operations.
-template <class... Operations>
+template <typename... Operations>
 struct OperationList {
-  template <template <class> class Each>
+  template <template <typename> typename Each>
   using Tuple = std::tuple<Each<Operations>...>;
 };
 
 /// The operations that keep `Operation` from starting while they are pending: itself, or those that its
 /// `BlockedBy` lists.
-template <class Operation>
+template <typename Operation>
 struct BlockersOf {
   using List = OperationList<Operation>;
 };
-template <class Operation>
+template <typename Operation>
   requires requires { typename Operation::BlockedBy; }
 struct BlockersOf<Operation> {
   using List = typename Operation::BlockedBy;
@@ -64,14 +64,14 @@ struct BlockersOf<Operation> {
 
 /// Whether a callback that isn't the pending `Operation`'s is still offered to the ranks behind it; it isn't,
 /// unless the operation says `passesOnUnmatched`.
-template <class Operation>
+template <typename Operation>
 inline constexpr bool passesOnUnmatched = requires { requires Operation::passesOnUnmatched; };
 
-template <class Operation>
+template <typename Operation>
 using Completion = std::function<void(const typename Operation::Result& result)>;
 
 /// An operation that was started and not yet finished.
-template <class Operation>
+template <typename Operation>
 struct Pending {
   typename Operation::Request request;
   Completion<Operation> completion;

@@ -1,6 +1,6 @@
 #include <tilvanego/frame/OperationKind.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 std::string operationWords(OperationKind kind) {
   std::string words;

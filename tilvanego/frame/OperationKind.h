@@ -7,7 +7,7 @@
 #include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What a host can ask of the payment application: the one list of operations. All that serves every
 /// operation follows from this list, in its order, or doesn't compile until the new operation is described.

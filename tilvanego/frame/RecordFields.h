@@ -9,7 +9,7 @@
 
 #include <tilvanego/json/Reflection.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A record's fields: an aggregate of at most 16 members, whose number is its `fieldCount`. Another number
 /// than its members' doesn't compile.

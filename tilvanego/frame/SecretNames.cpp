@@ -6,7 +6,7 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/UTF8.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 struct SecretName {

@@ -5,7 +5,7 @@
 
 /// The names of what mustn't be read over a shoulder, in a log or in a report: everything that shows links,
 /// callbacks or the fields of records hides by this one list.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 enum class Secret {
   /// What proves to the payment application who asks.

@@ -21,7 +21,7 @@
 #include <tilvanego/values/Data.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The ways in which a response's bytes become a body.
 enum class BodyKind : std::uint8_t {
@@ -65,7 +65,7 @@ struct BodyType {
 template <typename T>
 inline constexpr bool isMadeByOwnKind = false;
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 std::string typeName(const std::type_info& type);
 

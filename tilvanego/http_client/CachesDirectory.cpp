@@ -9,7 +9,7 @@
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/platform/FatalError.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::string programName() {

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The directory for what the program downloads: one of its own in the user's caches directory, so that no
 /// server reaches the files of another program. `$XDG_CACHE_HOME/NAME` if that variable is an absolute path,

@@ -9,7 +9,7 @@
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/network/URLCredential.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 class CodableHelper;
 class MainQueue;

@@ -1,6 +1,6 @@
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 struct Description {

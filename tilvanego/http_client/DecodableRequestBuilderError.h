@@ -7,7 +7,7 @@
 #include <tilvanego/json/JSONError.h>
 #include <tilvanego/network/Failure.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The cases of `DecodableRequestBuilderError`, reached as `DecodableRequestBuilderError::NilHTTPResponse`
 /// and so on.

@@ -7,7 +7,7 @@
 
 #include <tilvanego/network/ExceptionFailure.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 /// A cause of the host's own may throw where it describes itself.

@@ -10,7 +10,7 @@
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/values/Data.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Why a request failed: what completions get and what the suspending `execute()` throws.
 ///

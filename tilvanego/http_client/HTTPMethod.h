@@ -7,7 +7,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The methods that a request can be sent with (RFC 9110, section 9; RFC 5789). `fromRawText<HTTPMethod>`
 /// finds one by its exact text, in capitals.

@@ -1,6 +1,6 @@
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 void OpenAPIInterceptor::willSendRequest(const URLRequest&, const Session&, const Builder&) {}
 

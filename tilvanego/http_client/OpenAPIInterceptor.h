@@ -13,7 +13,7 @@
 #include <tilvanego/network/URLSessionProtocol.h>
 #include <tilvanego/values/Data.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 class RequestBuilder;
 

@@ -6,7 +6,7 @@
 
 #include <tilvanego/http_client/URLSessionImplementations.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A kind of builder, with another session under it than the process's default one.
 template <std::derived_from<URLSessionRequestBuilder> Kind>

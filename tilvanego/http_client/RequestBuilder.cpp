@@ -6,7 +6,7 @@
 
 #include <tilvanego/network/ExceptionFailure.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 using Result = RequestBuilder::Result;

@@ -22,7 +22,7 @@
 #include <tilvanego/network/Progress.h>
 #include <tilvanego/network/URLCredential.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What a request builder is made from.
 struct RequestBuilderArguments {

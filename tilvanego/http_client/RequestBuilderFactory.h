@@ -6,7 +6,7 @@
 
 #include <tilvanego/http_client/RequestBuilder.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A kind of builder, as what makes one.
 using RequestBuilderKind = std::function<std::shared_ptr<RequestBuilder>(const BodyType& bodyType,

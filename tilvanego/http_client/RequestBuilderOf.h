@@ -14,9 +14,9 @@
 #include <tilvanego/network/ExceptionFailure.h>
 #include <tilvanego/platform/FatalError.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 inline void requireCompletion(bool isThere) {
   if (!isThere) wrongUse("execute was given an empty completion; give [](const auto&) {} to hear nothing");

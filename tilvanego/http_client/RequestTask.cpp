@@ -4,7 +4,7 @@
 
 #include <tilvanego/platform/HostCode.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 void RequestTask::cancel() {
   // What the session's task holds is let go without the lock: it may be the last hold on this object's owner.

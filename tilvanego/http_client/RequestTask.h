@@ -5,7 +5,7 @@
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/network/URLSessionProtocol.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The handle of a request builder's sends, one for the builder's whole life: it shows the latest send. All
 /// operations may be called from any thread.

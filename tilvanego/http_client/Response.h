@@ -12,7 +12,7 @@
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/values/Data.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The body of a response that has none to speak of, as of a DELETE.
 struct Empty {
@@ -41,7 +41,7 @@ struct HeaderNameLess {
 /// ```
 using ResponseHeader = std::map<std::string, std::string, HeaderNameLess>;
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// The header fields whose values are UTF-8; others are left out.
 ResponseHeader headerTexts(const HTTPURLResponse& response);

@@ -6,7 +6,7 @@
 
 #include <tilvanego/network/OpenAPIMutex.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A dictionary whose entries may be read and written from any thread. Each operation is atomic.
 template <typename Key, typename Value>

@@ -8,7 +8,7 @@
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/values/UTF8.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::string textOf(const std::optional<Data>& data) {

@@ -6,7 +6,7 @@
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/platform/RunLoop.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 // Here and not beside the class, which knows nothing of how requests are sent.
 const std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration>&

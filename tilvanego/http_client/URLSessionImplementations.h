@@ -23,7 +23,7 @@
 #include <tilvanego/network/URLSession.h>
 #include <tilvanego/network/URLSessionProtocol.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Answers a challenge of the request's own server (scheme, host, port) with the credential of the builder
 /// whose task was challenged. Else, and for a proxy or a server that a redirect led to, answers with the

@@ -20,7 +20,7 @@
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 namespace {
 

@@ -17,7 +17,8 @@
 #include <tilvanego/json/JSONWriter.h>
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 /// How values of one type are read and written: two static functions,
 /// `bool read(Reader&, T&)` and `bool write(Writer&, const T&)`, which return false after the reader's or the
@@ -180,7 +181,7 @@ struct Codec<std::optional<T>> {
   }
 };
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// Elements in their order, for each kind of list.
 template <typename T>
@@ -299,4 +300,5 @@ struct Codec<std::map<std::string, T, Less>> {
   static constexpr std::size_t entrySize = sizeof(typename Map::value_type) + 4 * sizeof(void*);
 };
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -26,7 +26,8 @@
 /// The cases have raw texts like those of any enumeration: their names. Where a key differs from its
 /// member, the record gives its keys a `RawTexts` of their own. A case too many or too few, or in another
 /// place than its member, doesn't compile.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 /// An enumeration of that name, inside a type.
 template <typename Enumeration>
@@ -64,7 +65,8 @@ struct Described {
   static std::size_t hash(const Record& record);
 };
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego
 
 template <tilvanego::json::IsCodingKeys Keys>
 struct tilvanego::RawTexts<Keys> {

@@ -15,8 +15,9 @@
 #include <tilvanego/json/ValueCodecs.h>
 
 /// The definitions behind `Described`, for the one source file of each record that names its keys.
-namespace tilvanego::json {
-namespace detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
+namespace [[gnu::visibility("hidden")]] detail {
 
 constexpr std::size_t mixHash(std::size_t seed, std::size_t hash) {
   return seed ^ (hash + 0x9E3779B97F4A7C15 + (seed << 6) + (seed >> 2));
@@ -104,4 +105,5 @@ std::size_t Described<Record>::hash(const Record& record) {
       detail::tieMembers<fieldCount<Record>>(record));
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

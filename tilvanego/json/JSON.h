@@ -11,7 +11,8 @@
 #include <tilvanego/json/Record.h>
 #include <tilvanego/json/ValueCodecs.h>
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 /// Reads a JSON text as a T: a record, a list, a map, a plain value, a `JSONValue`. The whole text must be
 /// one JSON value (RFC 8259) in UTF-8; a byte order mark before it is passed over. A text beyond the limits
@@ -35,4 +36,5 @@ std::expected<std::string, JSONError> encode(const T& value, const JSONFormat& f
   return writer.take();
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

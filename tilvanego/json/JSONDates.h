@@ -6,7 +6,7 @@
 
 #include <tilvanego/values/Date.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How dates cross the wire as JSON texts. One object may serve several threads at once.
 class JSONDates {

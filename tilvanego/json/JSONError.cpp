@@ -7,7 +7,7 @@
 #include <tilvanego/json/JSONWriter.h>
 #include <tilvanego/values/UTF8.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::string_view nameOf(JSONKind kind) {

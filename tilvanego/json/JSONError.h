@@ -9,7 +9,7 @@
 
 #include <tilvanego/json/JSONLimits.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The six kinds of JSON values (RFC 8259, section 3).
 enum class JSONKind : std::uint8_t { null, boolean, number, text, list, object };

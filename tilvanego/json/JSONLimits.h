@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How deeply lists and objects may nest, reading and writing; one level more is refused. It bounds the stack
 /// that a hostile text can make the library use.

@@ -12,7 +12,8 @@
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 namespace {
 
 using detail::TextEnds;
@@ -424,4 +425,5 @@ bool Reader::readRecord(const RecordTable& table, void* record) {
   return true;
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -11,7 +11,8 @@
 #include <tilvanego/json/JSONLimits.h>
 #include <tilvanego/json/JSONNumber.h>
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 struct RecordField;
 struct RecordTable;
@@ -140,4 +141,5 @@ class Reader {
   JSONError error_;
 };
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

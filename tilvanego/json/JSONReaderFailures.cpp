@@ -4,7 +4,8 @@
 #include <tilvanego/json/JSONReader.h>
 
 /// What the reader leaves behind when a read fails.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 bool Reader::failAt(const char* where, JSONFailure failure) {
   error_.failure = failure;
@@ -43,4 +44,5 @@ bool Reader::failIn(std::string_view piece, JSONError error) {
   return false;
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

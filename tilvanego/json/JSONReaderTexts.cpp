@@ -4,7 +4,8 @@
 #include <tilvanego/values/Wiping.h>
 
 /// The reader's slower ways through a text: escapes and what lies beyond ASCII.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 namespace {
 
 using detail::TextEnds;
@@ -107,4 +108,5 @@ bool Reader::takeUnit(const char*& cursor, char32_t& unit) {
   return true;
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -5,7 +5,7 @@
 
 #include <tilvanego/json/JSONValueLevels.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 using json::detail::Levels;

@@ -17,7 +17,7 @@
 
 #include <tilvanego/json/JSON.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 class JSONLookup;
 

@@ -13,7 +13,8 @@
 #include <tilvanego/values/DoubleText.h>
 #include <tilvanego/values/UTF8.h>
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 namespace {
 
 using detail::TextEnds;
@@ -245,4 +246,5 @@ bool Writer::writeRecord(const RecordTable& table, const void* record) {
   return true;
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

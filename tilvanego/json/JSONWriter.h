@@ -9,7 +9,7 @@
 #include <tilvanego/json/JSONDates.h>
 #include <tilvanego/json/JSONError.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How a JSON text is laid out. Slashes in texts are always escaped, beyond ASCII nothing is.
 struct JSONFormat {
@@ -24,7 +24,8 @@ struct JSONFormat {
 
 }  // namespace tilvanego
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 struct RecordField;
 struct RecordTable;
@@ -100,4 +101,5 @@ class Writer {
   JSONError error_;
 };
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -42,7 +42,8 @@
 /// field is required. Keys that the table doesn't know are checked for good JSON and passed over. The first
 /// of equal keys counts. A record is default-constructible; one with private members makes
 /// `json::RecordAccess` its friend.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 /// One field of a record: its key, its member, and the codec of the member's value.
 template <typename Record, typename Member, typename FieldCodec>
@@ -75,7 +76,7 @@ concept IsRecord = ListsItsFields<T> || NamesItsKeys<T>;
 template <ListsItsFields Record>
 inline constexpr auto recordFields = RecordAccess::fields<Record>();
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 template <typename T>
 struct OptionalTraits : std::false_type {
@@ -148,7 +149,7 @@ constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
   return detail::Layout<Record>::keys();
 }
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// Texts are the bulk of every record: they have ways of their own through the reader and the writer.
 template <typename OneField>
@@ -370,4 +371,5 @@ struct Codec<Record> {
   }
 };
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -1,6 +1,7 @@
 #include <tilvanego/json/RecordTable.h>
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 std::size_t RecordTable::find(std::string_view key) const {
   const std::size_t mask = slots.size() - 1;
@@ -10,4 +11,5 @@ std::size_t RecordTable::find(std::string_view key) const {
   return fields.size();
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

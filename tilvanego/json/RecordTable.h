@@ -6,7 +6,8 @@
 #include <span>
 #include <string_view>
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 class Reader;
 class Writer;
@@ -55,4 +56,5 @@ constexpr std::size_t keyHash(std::string_view key) {
   return mixed ^ (mixed >> 7);
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -7,7 +7,7 @@
 #include <tilvanego/values/DateFormats.h>
 #include <tilvanego/values/DecimalFormatter.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 class InternetDateTime final : public JSONDates {

@@ -8,7 +8,8 @@
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
 
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 /// A text in the form that the reader's or the writer's `JSONDates` say. A date that has none, such as one
 /// beyond the year 9999, isn't written.
@@ -56,4 +57,5 @@ struct AmountFromNumber {
 template <>
 struct Codec<Decimal> : AmountFromText {};
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -4,7 +4,7 @@
 #include <tilvanego/json/ValueCodecs.h>
 #include <tilvanego/models/UnknownCases.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template struct json::Described<models::Amounts>;
 template struct json::Described<models::AmountsExtended>;

@@ -7,7 +7,8 @@
 #include <tilvanego/models/Patterns.h>
 #include <tilvanego/models/Record.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// Money in its loosest form.
 struct Amounts {
@@ -82,9 +83,10 @@ struct AmountsResponse {
   bool operator==(const AmountsResponse&) const = default;
 };
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::AmountsResponse::CodingKeys> {

@@ -13,7 +13,8 @@
 #include <tilvanego/models/TransactionRequests.h>
 #include <tilvanego/models/TransactionResponses.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 namespace {
 
 template <Record... Records>
@@ -100,4 +101,5 @@ std::span<const EnumerationType> enumerationTypes() { return enumerations; }
 const RecordType* findRecordType(std::string_view name) { return find(records, name); }
 const EnumerationType* findEnumerationType(std::string_view name) { return find(enumerations, name); }
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego

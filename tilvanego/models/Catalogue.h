@@ -19,7 +19,8 @@
 
 /// All records and enumerations of the POI interface by name, for programs that learn at run time which one
 /// they want. Those that know their types include their headers instead.
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// One field of a record, in words.
 struct FieldDescription {
@@ -115,4 +116,5 @@ std::span<const EnumerationType> enumerationTypes();
 const RecordType* findRecordType(std::string_view name);
 const EnumerationType* findEnumerationType(std::string_view name);
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego

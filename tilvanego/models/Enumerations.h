@@ -5,7 +5,8 @@
 
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// What is paid with.
 enum class TenderType {
@@ -87,9 +88,10 @@ enum class AVSResponseCode {
   unknownDefaultOpenApi,
 };
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::TenderType> : models::OpenRawTexts<models::TenderType> {

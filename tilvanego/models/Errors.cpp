@@ -3,7 +3,7 @@
 #include <tilvanego/json/DescribedRecord.h>
 #include <tilvanego/json/ValueCodecs.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template struct json::Described<models::ModelError>;
 template struct json::Described<models::ErrorDetail>;

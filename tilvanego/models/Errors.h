@@ -10,7 +10,8 @@
 #include <tilvanego/values/UUID.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// What kind of error the interface reports.
 enum class ErrorType {
@@ -69,9 +70,10 @@ struct ApiViolation {
   bool operator==(const ApiViolation&) const = default;
 };
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::ErrorType> : models::OpenRawTexts<models::ErrorType> {

@@ -8,7 +8,8 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// A postal address; the country may be left open.
 struct Address {
@@ -127,9 +128,10 @@ struct EBT {
   bool operator==(const EBT&) const = default;
 };
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::EBT::ModelType> : models::OpenRawTexts<models::EBT::ModelType> {

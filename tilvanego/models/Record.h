@@ -18,7 +18,8 @@
 /// type, an optional one as `std::optional`; an enumeration that is required begins as `Currency::usd` or as
 /// `unknownDefaultOpenApi`, so that a forgotten one is seen. Records are compared and hashed member by
 /// member. Nothing checks a record by its rules unless the caller does.
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 template <typename T>
 concept Record = json::NamesItsKeys<T>;
@@ -44,7 +45,7 @@ concept RecordList = std::same_as<T, std::vector<typename T::value_type>> && Rec
 template <typename T>
 concept RecordOrList = Record<T> || RecordList<T>;
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// Reads with `read`, which goes through one value. The error is that of the first field at fault.
 bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view text, const JSONLimits& limits,
@@ -77,4 +78,5 @@ std::expected<std::string, JSONError> encode(const T& value, const JSONFormat& f
   return json::encode(value, detail::withDates(format));
 }
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego

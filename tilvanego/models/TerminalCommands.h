@@ -9,7 +9,8 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// Cancels what the terminal is doing.
 struct CancelRequest {
@@ -197,9 +198,10 @@ struct CaptureSignatureResponse {
   bool operator==(const CaptureSignatureResponse&) const = default;
 };
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::ReprintReceiptRequest::Copy>

@@ -9,7 +9,8 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/values/Date.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// What a request says about its origin, to be found again in answers and listings.
 struct Trace {
@@ -100,9 +101,10 @@ struct TraceResponse {
   bool operator==(const TraceResponse&) const = default;
 };
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::TransactionHistoryRecord::Action>

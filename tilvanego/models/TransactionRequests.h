@@ -10,7 +10,8 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/models/Trace.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// A sale or an authorization.
 struct SaleAndAuthRequest {
@@ -116,4 +117,5 @@ struct ForceRequest {
   bool operator==(const ForceRequest&) const = default;
 };
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego

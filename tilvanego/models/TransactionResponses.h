@@ -13,7 +13,8 @@
 #include <tilvanego/models/Trace.h>
 #include <tilvanego/values/Date.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// What the processor decided.
 struct AuthResponse {
@@ -254,9 +255,10 @@ struct StatusResponse {
   bool operator==(const StatusResponse&) const = default;
 };
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::ListTransactionResponseInstance::TransactionType>

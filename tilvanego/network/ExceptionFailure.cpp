@@ -2,7 +2,7 @@
 
 #include <tilvanego/async/StopToken.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 std::string ExceptionFailure::description() const {
   try {

@@ -6,7 +6,7 @@
 
 #include <tilvanego/network/Failure.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The cause of a failure that came as an exception: of the host's code where the library asked it something,
 /// or of the library's own way, such as `std::bad_alloc`.
@@ -30,7 +30,7 @@ class ExceptionFailure {
   std::exception_ptr exception_;
 };
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// The exception that is being handled as a failure: a `Failure` and a `CancellationError` as themselves, any
 /// other as an `ExceptionFailure`.

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What can go into a `Failure`: a copyable value that says what went wrong in one line. That it is copyable
 /// isn't asked here, since a cause may hold a `Failure` itself.

@@ -5,7 +5,7 @@
 
 #include <tilvanego/network/FieldSyntax.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 namespace {
 

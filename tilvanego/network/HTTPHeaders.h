@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// HTTP header fields by name, whose case is kept but doesn't count (RFC 9110, section 5.1). A name stands
 /// once.

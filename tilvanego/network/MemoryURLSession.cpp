@@ -8,7 +8,7 @@
 #include <tilvanego/network/ExceptionFailure.h>
 #include <tilvanego/network/TransportError.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 struct MemoryURLSession::State {
   explicit State(Answering function) : answering(std::move(function)) {}

@@ -9,7 +9,7 @@
 #include <tilvanego/network/HTTPHeaders.h>
 #include <tilvanego/network/URLSessionProtocol.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A session in memory, for rehearsals and tests: a function answers, and nothing happens until the host has
 /// the answers delivered.

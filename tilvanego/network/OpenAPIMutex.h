@@ -3,7 +3,7 @@
 #include <mutex>
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A value and the lock that guards it. The lock is recursive: what runs under it may use the same mutex
 /// again on the same thread. All operations may be called from any thread.

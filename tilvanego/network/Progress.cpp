@@ -5,7 +5,7 @@
 
 #include <tilvanego/platform/HostCode.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 void runHandler(const std::function<void()>& handler) {

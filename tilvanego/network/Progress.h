@@ -6,7 +6,7 @@
 #include <memory>
 #include <mutex>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How far a piece of work has come, in units (bytes for a request). All operations may be called from any
 /// thread.

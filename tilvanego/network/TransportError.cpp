@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 namespace {
 

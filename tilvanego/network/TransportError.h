@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Why a request got no complete answer: the failure that a `URLSession` hands to a completion.
 struct TransportError {

@@ -8,7 +8,7 @@
 #include <tilvanego/network/URLCredential.h>
 #include <tilvanego/network/URLSessionProtocol.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 struct URLSessionConfiguration;
 

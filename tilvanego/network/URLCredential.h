@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A user's name and password for an authentication challenge. Nothing of the library shows the password.
 struct URLCredential {

@@ -9,7 +9,7 @@
 #include <tilvanego/network/URLAuthenticationChallenge.h>
 #include <tilvanego/network/URLCredential.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// One default credential for each protection space, in memory alone, until it is replaced or removed, or the
 /// storage goes. Sessions may share a storage. All operations may be called from any thread.

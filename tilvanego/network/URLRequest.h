@@ -8,7 +8,7 @@
 #include <tilvanego/values/Data.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What is to be sent: a plain value that interceptors and encodings copy and change. The body is shared by
 /// the copies.

@@ -1,6 +1,6 @@
 #include <tilvanego/network/URLResponse.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 const detail::HTTPHead& HTTPURLResponse::head() const {
   if (unread_) std::call_once(read_, [this] { head_ = detail::readHead(unread_->lines); });

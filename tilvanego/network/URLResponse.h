@@ -10,7 +10,7 @@
 #include <tilvanego/network/HTTPHeaders.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What a session answers beside the body. A session over another protocol than HTTP answers this base alone.
 class URLResponse {
@@ -25,7 +25,7 @@ class URLResponse {
   std::optional<URL> url_;
 };
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// A head as the server sent it, which `readHead` hasn't read yet.
 struct UnreadHead {

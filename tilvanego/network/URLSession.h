@@ -10,9 +10,9 @@
 #include <tilvanego/network/URLCredentialStorage.h>
 #include <tilvanego/network/URLSessionProtocol.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 class SessionLoop;
 }
 

@@ -10,7 +10,7 @@
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/values/Data.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// One send: made suspended, started once, ended once. All operations may be called from any thread. May
 /// throw: from `resume` on the request counts as one that the session failed, before as one that couldn't be

@@ -13,7 +13,7 @@
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `ClearDataRequest`.
 struct ClearDataRequestFields {

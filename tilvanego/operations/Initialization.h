@@ -11,7 +11,7 @@
 #include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `InitializationRequest`.
 struct InitializationRequestFields {

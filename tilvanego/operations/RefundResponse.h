@@ -8,7 +8,7 @@
 #include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `RefundResponse`.
 struct RefundResponseFields {

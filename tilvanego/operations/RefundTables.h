@@ -7,13 +7,13 @@
 namespace tilvanego::detail {
 
 /// The way back of both refunds.
-template <class Fields>
+template <typename Fields>
 inline constexpr std::array refundCallbackKeys{
     requestIdKey<Fields>, transactionIdKey<Fields>, statusKey<Fields>,
     errorCodeKey<Fields>, errorMessageKey<Fields>,
 };
 
-template <class Result>
+template <typename Result>
 inline constexpr std::array refundStatusWords{
     wordsFor<Result, typename Result::Success>("success", "succeeded", "completed", "approved", "refunded"),
 };

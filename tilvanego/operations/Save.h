@@ -12,7 +12,7 @@
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `SaveRequest`.
 struct SaveRequestFields {

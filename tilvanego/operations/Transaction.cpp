@@ -5,7 +5,7 @@
 
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 /// Adds a part to a joined text; an absent part adds nothing, an empty one counts.
@@ -59,7 +59,7 @@ std::string TilvaneGoTransaction::id() const {
   return std::move(id).take();
 }
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 bool TolerantTransactionType::read(json::Reader& reader, TilvaneGoTransactionType& type) {
   std::string_view text;

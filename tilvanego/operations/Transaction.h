@@ -10,7 +10,7 @@
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How a stored transaction went, as the payment application tells it. Texts are as they came; amounts and
 /// timestamp stay text. In JSON every field may be missing or null, and an absent one is left out.
@@ -48,7 +48,7 @@ struct TilvaneGoTransactionDetails {
   }
 };
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// Read by `transactionTypeFrom`, written by the raw text.
 struct TolerantTransactionType {

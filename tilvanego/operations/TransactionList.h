@@ -14,7 +14,7 @@
 #include <tilvanego/operations/Transaction.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `TransactionListRequest`.
 struct TransactionListRequestFields {

@@ -6,7 +6,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What a stored transaction was. Read from JSON by `transactionTypeFrom`, which knows more spellings than
 /// `fromRawText`; written by its raw text.

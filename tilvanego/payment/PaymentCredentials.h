@@ -5,7 +5,7 @@
 
 #include <tilvanego/json/Record.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The account that the payment application is to act for.
 ///

@@ -4,7 +4,7 @@
 
 #include <tilvanego/frame/Cases.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The cases of `PaymentError`, reached as `PaymentError::InvalidRequest` and so on.
 struct PaymentErrorCases {

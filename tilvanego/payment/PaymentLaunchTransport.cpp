@@ -1,6 +1,6 @@
 #include <tilvanego/payment/PaymentLaunchTransport.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <variant>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How a payment request travels to the payment application.
 ///

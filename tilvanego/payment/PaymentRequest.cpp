@@ -5,7 +5,7 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 PaymentCredentials::PaymentCredentials(Fields fields)
     : basicToken_(std::move(fields.basicToken)),

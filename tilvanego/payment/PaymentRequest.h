@@ -10,7 +10,7 @@
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `PaymentRequest`.
 struct PaymentRequestFields {

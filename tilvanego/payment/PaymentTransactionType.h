@@ -6,7 +6,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What a payment is to do.
 enum class PaymentTransactionType {

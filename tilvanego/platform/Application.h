@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 class URL;
 

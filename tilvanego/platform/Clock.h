@@ -2,7 +2,7 @@
 
 #include <tilvanego/values/Date.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Tells the time of day. May be asked from any thread. May throw: what needed the time fails, a link that
 /// isn't built or an answer that isn't read.

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Where the library's diagnostic lines go. They are for people, and nothing reads them back. The main
 /// thread's.

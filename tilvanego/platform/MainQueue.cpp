@@ -5,7 +5,7 @@
 #include <thread>
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 // Shared by a queue and all who may outlive it. The lock is held by many while the queue is in use, so that
 // one who posts keeps nobody else out, and by its end alone.

@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The queue of the main thread: blocks put on it run one at a time, in the order of their posting, on that
 /// thread.

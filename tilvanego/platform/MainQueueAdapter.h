@@ -5,7 +5,7 @@
 
 #include <tilvanego/platform/MainQueue.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The main queue of a host that has an event loop of its own. It may live in `main` beside that loop,
 /// declared behind it: blocks that are posted by the library after the adapter's end are dropped, also those

@@ -5,7 +5,7 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 // Scheme and host are the same in any case.

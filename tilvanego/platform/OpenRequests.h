@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 class URL;
 

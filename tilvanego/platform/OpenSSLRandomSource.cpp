@@ -4,7 +4,7 @@
 
 #include <openssl/rand.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 bool OpenSSLRandomSource::fill(std::span<std::uint8_t> bytes) {
   if (bytes.size() > std::numeric_limits<int>::max()) return false;

@@ -2,7 +2,7 @@
 
 #include <tilvanego/platform/RandomSource.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// OpenSSL's random generator, seeded by the system.
 class OpenSSLRandomSource final : public RandomSource {

@@ -3,7 +3,7 @@
 #include <array>
 #include <string_view>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 std::optional<std::string> pasteboardString(const std::vector<PasteboardItem>& items) {
   constexpr std::array<std::string_view, 3> textTypes{"public.utf8-plain-text", "public.text",

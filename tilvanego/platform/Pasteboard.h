@@ -12,7 +12,7 @@
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/Date.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Text in UTF-8, or bytes.
 using PasteboardValue = std::variant<std::string, Bytes>;

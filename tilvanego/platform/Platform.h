@@ -11,7 +11,7 @@
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/SystemClock.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Everything that the library asks of the system it runs on. The pasteboard alone may be null: payments by
 /// pasteboard then end at once, by `pasteboardHandoffUnavailable`. Anything else that is null ends the

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <span>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Where unguessable bytes come from. The main thread's.
 class RandomSource {

@@ -6,7 +6,7 @@
 
 #include <tilvanego/platform/HostCode.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 // Makes the calling thread the main thread, and counts nested drains. Made and ended without the loop's mutex
 // held.

@@ -10,7 +10,7 @@
 
 #include <tilvanego/platform/MainQueue.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The main queue of a host without an event loop of its own: a serial executor that the host drains.
 ///

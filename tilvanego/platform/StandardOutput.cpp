@@ -5,7 +5,7 @@
 
 #include <tilvanego/values/DebugLiteral.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 void StandardOutput::writeLine(std::string_view text) {
   const std::string line = debugLiteral(text) + '\n';

@@ -2,7 +2,7 @@
 
 #include <tilvanego/platform/DebugOutput.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Writes each line to standard output as a double-quoted literal with backslash escapes, the whole line at
 /// once.

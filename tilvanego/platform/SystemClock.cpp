@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 Date SystemClock::now() const {
   const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();

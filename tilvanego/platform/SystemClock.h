@@ -2,7 +2,7 @@
 
 #include <tilvanego/platform/Clock.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The system's clock, as fine as the system counts.
 class SystemClock final : public Clock {

@@ -11,7 +11,8 @@
 #include <tilvanego/sandbox/CarriedAnswer.h>
 #include <tilvanego/sandbox/ShownText.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 namespace {
 
 constexpr std::array sealedOrCompressed{Transport::gzip, Transport::pasteboard};
@@ -87,7 +88,7 @@ std::span<const Transport> transportsOf(TransportFault fault) {
 }
 
 /// Whether an outcome or a fault, which `what` is, can be had by a transport.
-template <class What>
+template <typename What>
 std::expected<void, SandboxError> checkTransport(std::string_view kind, What what, Transport transport) {
   const auto possible = transportsOf(what);
   if (std::ranges::find(possible, transport) != possible.end()) return {};
@@ -211,4 +212,5 @@ std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, O
   return answer(link, Decision{.outcome = outcome, .transport = Transport::url});
 }
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

@@ -14,7 +14,8 @@
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
 /// What the payment application makes of a request.
 struct Decision {
@@ -60,4 +61,5 @@ struct Decision {
 /// The same, always in the URL's own items.
 [[nodiscard]] std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, Outcome outcome);
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

@@ -3,7 +3,8 @@
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/platform/SystemClock.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
 const Clock& systemClock() {
   static const SystemClock one;
@@ -15,4 +16,5 @@ RandomSource& systemRandomSource() {
   return one;
 }
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

@@ -4,21 +4,24 @@
 #include <tilvanego/platform/Pasteboard.h>
 #include <tilvanego/platform/RandomSource.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
-/// The system's, for as long as the program runs.
+/// The system's clock and random source. They live as long as the process.
 [[nodiscard]] const Clock& systemClock();
 [[nodiscard]] RandomSource& systemRandomSource();
 
-/// What the payment application asks of the system for requests and answers that don't travel in the items of
-/// a URL. Nothing of it is owned, and all of it outlives its use.
+/// The ports that the payment application needs for compressed and sealed requests and responses. It owns
+/// none of them: each must live longer than the payment application.
 struct HandoffPorts {
-  /// The pasteboard that the host uses. Null: nothing travels by pasteboard.
+  /// The pasteboard that the host uses. Null: nothing can travel by the pasteboard.
   Pasteboard* pasteboard = nullptr;
-  /// Dates answers and tells what has expired. Not null; the host's, if that one is set by hand.
+  /// Dates responses and checks whether a request has expired. Not null. Use the host's clock if that is set
+  /// by hand.
   const Clock* clock = &systemClock();
-  /// Gives ids and nonces. Not null.
+  /// Makes ids and nonces. Not null.
   RandomSource* randomSource = &systemRandomSource();
 };
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
 std::string_view spelled(const KeyNames& names, KeySpelling spelling) {
   if (spelling == KeySpelling::camelCase) {
@@ -16,4 +17,5 @@ std::string_view spelled(const KeyNames& names, KeySpelling spelling) {
   return names.at(std::min(static_cast<std::size_t>(spelling), count - 1));
 }
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

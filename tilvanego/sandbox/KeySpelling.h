@@ -7,26 +7,29 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
-/// Which of its spellings each item of a callback has. The library knows up to four for a field, as in
-/// "request_id", "requestId", "session_id" and "sessionId".
+/// The spelling that a callback uses for the names of its items. The library accepts up to four for one
+/// field: "request_id", "requestId", "session_id" and "sessionId".
 enum class KeySpelling {
   first,
-  /// The second and so on; the last one for a field that has no more.
+  /// The second, third and fourth spelling; for a field with fewer spellings, its last one.
   second,
   third,
   fourth,
-  /// The first in camel case; the first of all for a field that has none.
+  /// The first spelling in camel case; for a field without one, its first spelling.
   camelCase,
 };
 
-/// The spellings of a field in their order; those left over are empty.
+/// The spellings of one field, in order; unused places are empty.
 using KeyNames = std::array<std::string_view, 4>;
 
+/// Returns the name for a spelling.
 [[nodiscard]] std::string_view spelled(const KeyNames& names, KeySpelling spelling);
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego
 
 template <>
 struct tilvanego::RawTexts<tilvanego::sandbox::KeySpelling> {

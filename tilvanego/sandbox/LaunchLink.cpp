@@ -9,7 +9,8 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 namespace {
 
 std::unexpected<SandboxError> wrong(std::string message) {
@@ -138,4 +139,5 @@ std::vector<std::string> LaunchLink::lines() const {
   return lines;
 }
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

@@ -16,7 +16,8 @@
 #include <tilvanego/values/RawText.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
 /// What a host can ask of a payment application.
 using Operation = OperationKind;
@@ -85,7 +86,8 @@ class LaunchLink {
   std::vector<QueryItem> items_;
 };
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego
 
 template <>
 struct tilvanego::RawTexts<tilvanego::sandbox::Transport> {

@@ -2,7 +2,8 @@
 
 #include <string>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
 Outcome outcomeForAmount(const Decimal& amount) {
   const std::string text = amount.text();
@@ -15,4 +16,5 @@ Outcome outcomeForAmount(const Decimal& amount) {
   return Outcome::approve;
 }
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

@@ -7,36 +7,38 @@
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
 /// What the payment application does with a request.
 enum class Outcome {
   approve,
-  /// Clear data, which nobody declines, comes masked.
+  /// The clear data of a card is returned masked: that operation has no decline.
   decline,
   cancel,
   fail,
-  /// No callback at all.
+  /// There is no callback.
   silent,
-  /// The answer to another request.
+  /// The callback has the id of another request.
   wrongId,
+  /// The callback has no status.
   noStatus,
-  /// A status that is no word of the operation.
+  /// The status is not one of the operation's status words.
   unknownStatus,
-  /// A sealed or compressed answer that was changed on its way.
+  /// The compressed or sealed response was changed on its way.
   tampered,
-  /// A sealed answer that came too late.
+  /// The sealed response came too late.
   expired,
 };
 
-/// An amount that decides: its fraction, and what then happens.
+/// The outcome of requests whose amount has a certain fraction.
 struct DecidingFraction {
   /// The digits after the point as a `Decimal` writes them.
   std::string_view fraction;
   Outcome outcome;
 };
 
-/// The fractions that mean something. All other amounts are approved.
+/// All fractions with an outcome of their own. Every other amount is approved.
 inline constexpr std::array decidingFractions{
     DecidingFraction{"01", Outcome::decline},       DecidingFraction{"02", Outcome::cancel},
     DecidingFraction{"03", Outcome::fail},          DecidingFraction{"04", Outcome::silent},
@@ -45,10 +47,11 @@ inline constexpr std::array decidingFractions{
     DecidingFraction{"09", Outcome::expired},
 };
 
-/// The outcome that an amount stands for, by its fraction alone: 12.01 and 7.01 are both declined.
+/// Returns the outcome for an amount. Only the fraction counts: 12.01 and 7.01 are both declined.
 [[nodiscard]] Outcome outcomeForAmount(const Decimal& amount);
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego
 
 template <>
 struct tilvanego::RawTexts<tilvanego::sandbox::Outcome> {

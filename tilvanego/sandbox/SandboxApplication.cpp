@@ -5,7 +5,8 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
 SandboxApplication::SandboxApplication(MainQueue& mainQueue, std::function<void(const URL&)> openCallback,
                                        const HandoffPorts& ports)
@@ -50,4 +51,5 @@ void SandboxApplication::post(std::function<void(OpenRequests& requests)> block)
   });
 }
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

@@ -17,55 +17,57 @@
 #include <tilvanego/sandbox/TransportFault.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
-/// A payment application in the host's own process, to rehearse with: the host's library opens its links
-/// here, and the answers come back as callback URLs on the main queue, as the system would bring them. The
-/// main thread's.
+/// A payment application in the host's own process, for rehearsals. The host's library opens its links here;
+/// the responses come back as callback URLs on the main queue, as the system would deliver them. Use it on
+/// the main thread only.
 class SandboxApplication final : public Application {
  public:
-  /// A link that was read and decided, and its callback URL unless the outcome is silence.
+  /// A link that was read, its outcome, and its callback URL unless the outcome is `silent`.
   struct Handled {
     LaunchLink request;
     Outcome outcome;
     std::optional<URL> callback;
   };
-  /// Hears of each link within its open request, what became of it or why it can't be read or answered.
-  /// May throw: it only listens, so the exception is dropped after one line on standard error.
+  /// Called for each link, before `openURL` returns, with what became of it, or with why the link can't be
+  /// read or answered. May throw: the exception is dropped after one line on standard error.
   using Observer = std::function<void(const URL& link, const std::expected<Handled, SandboxError>& handled)>;
 
-  /// `openCallback` takes each callback URL, in a block of its own on `mainQueue`.
-  /// `ports` hold the host's own pasteboard and clock; without them payments by pasteboard can't be read.
+  /// `openCallback` is called with each callback URL, each time in its own block on `mainQueue`. `ports` are
+  /// the host's pasteboard and clock; without them payments by the pasteboard can't be read.
   SandboxApplication(MainQueue& mainQueue, std::function<void(const URL& callback)> openCallback,
                      const HandoffPorts& ports = {});
 
-  /// Opens links of the scheme "tilvanego" as long as the application is installed. One that can't be read,
-  /// or answered as decided, is opened and never answered. A request that a newer one has overtaken counts as
-  /// opened, as `OpenRequests` says.
+  /// Opens links of the scheme "tilvanego" while the application is installed. A link that can't be read, or
+  /// can't be answered with the outcome that was set, is opened and never answered. A request that a newer
+  /// one overtakes is reported as opened, see `OpenRequests`.
   void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
 
-  /// What happens to every request from now on; nothing, as at first: the amount decides, and what has none
-  /// is approved.
+  /// Sets the outcome of every later request. The default is nothing: the amount decides, and a request
+  /// without an amount is approved.
   void setOutcome(std::optional<Outcome> outcome) { outcome_ = outcome; }
 
-  /// How payments are answered from now on; nothing, as at first: each as its request came. All other
-  /// operations are answered in the URL's own items.
+  /// Sets the transport of the responses to later payments. The default is nothing: the transport of the
+  /// request. The responses of all other operations travel in the items of the URL.
   void setAnswer(std::optional<Transport> transport) { transport_ = transport; }
 
-  /// What goes wrong with each answer from now on; nothing, as at first.
+  /// Sets the fault of every later response. The default is nothing.
   void setFault(std::optional<TransportFault> fault) { fault_ = fault; }
 
-  /// The status word of each answer from now on, one of the `statusWords` of the request's operation and
-  /// outcome; nothing, as at first: the usual one. A request to which the word is none isn't answered.
+  /// Sets the status word of every later response: one of the `statusWords` of the request's operation and
+  /// outcome. The default is nothing: the usual word. A request for which `word` is not one of them isn't
+  /// answered.
   void setWord(std::optional<std::string> word) { word_ = std::move(word); }
 
-  /// How the items of each answer are called from now on; at first by their first spelling.
+  /// Sets the spelling of the item names of every later response. The default is the first spelling.
   void setKeys(KeySpelling keys) { keys_ = keys; }
 
-  /// Whether the application is there at all, as it is at first.
+  /// Sets whether the payment application is installed. The default is true.
   void setInstalled(bool installed) { installed_ = installed; }
 
-  /// An empty observer means none.
+  /// Sets the observer; an empty one removes it.
   void setObserver(Observer observer) { observer_.swap(observer); }
 
  private:
@@ -86,4 +88,5 @@ class SandboxApplication final : public Application {
   std::shared_ptr<OpenRequests> requests_ = std::make_shared<OpenRequests>();
 };
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego

@@ -6,26 +6,28 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego::sandbox {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] sandbox {
 
-/// What goes wrong with the envelope of an answer, beside the outcomes `tampered` and `expired`. The answer
-/// in it stays what the outcome makes it.
+/// A fault in the envelope of a response, in addition to the outcomes `tampered` and `expired`. It doesn't
+/// change the response in the envelope.
 enum class TransportFault {
-  /// The pasteboard holds the envelope of another handoff than the callback names.
+  /// The callback names another handoff than the one on the pasteboard.
   foreignHandoff,
-  /// The envelope says that it answers another request.
+  /// The envelope has the id of another request.
   wrongRequestId,
-  /// The envelope says that it is a request.
+  /// The envelope has the direction of a request.
   wrongDirection,
-  /// What is sealed or compressed is plain text.
+  /// The sealed or compressed payload is not JSON.
   notJSON,
-  /// The callback states one byte of JSON more than there is.
+  /// The payload size in the callback is too large by one byte.
   wrongPayloadSize,
-  /// The callback states one byte of compressed data more than there is.
+  /// The compressed size in the callback is too large by one byte.
   wrongCompressedSize,
 };
 
-}  // namespace tilvanego::sandbox
+}  // namespace sandbox
+}  // namespace tilvanego
 
 template <>
 struct tilvanego::RawTexts<tilvanego::sandbox::TransportFault> {

@@ -52,7 +52,7 @@ struct CompressedPayload {
 /// The JSON that a URL's items carry, its sizes checked against what they say.
 [[nodiscard]] std::expected<std::string, PaymentError> payloadJSON(const URL& url);
 
-template <class Payload>
+template <typename Payload>
 [[nodiscard]] PaymentURLPayloadEnvelope<Payload> makeURLPayloadEnvelope(PaymentHandoffDirection direction,
                                                                         std::string requestId,
                                                                         const Date& createdAt,
@@ -66,7 +66,7 @@ template <class Payload>
           .payload = std::move(payload)};
 }
 
-template <class Payload>
+template <typename Payload>
 [[nodiscard]] std::expected<CompressedPayload, URLPayloadFailure> encodeCompressedPayload(
     const PaymentURLPayloadEnvelope<Payload>& envelope) {
   auto text = json::encode(envelope, envelopeFormat);
@@ -78,7 +78,7 @@ template <class Payload>
 }
 
 /// Reads what a URL carries, whatever its namespace, version, direction and request id.
-template <class Payload>
+template <typename Payload>
 [[nodiscard]] std::expected<PaymentURLPayloadEnvelope<Payload>, URLPayloadFailure> decodeURLPayload(
     const URL& url) {
   auto text = payloadJSON(url);

@@ -78,7 +78,7 @@ struct Inflating {
 
 /// The thread's stream of a kind, kept from one text to the next: begun anew each time, its memory would cost
 /// more than the work on a short text does.
-template <class Kind>
+template <typename Kind>
 class KeptStream {
  public:
   KeptStream() {

@@ -49,7 +49,7 @@ inline constexpr double handoffLifetime = 300;
 
 /// Seals a payload in an envelope that expires `handoffLifetime` after `createdAt`, rounded down to a whole
 /// second.
-template <class Payload>
+template <typename Payload>
 [[nodiscard]] std::expected<PaymentHandoffEnvelope, HandoffFailure> sealHandoffEnvelope(
     const Payload& payload, PaymentHandoffDirection direction, std::string_view handoffId,
     std::string_view requestId, const Date& createdAt, RandomSource& randomSource) {
@@ -61,7 +61,7 @@ template <class Payload>
 
 /// Opens an envelope that goes in this direction and answers this request. At its very last instant it still
 /// opens.
-template <class Payload>
+template <typename Payload>
 [[nodiscard]] std::expected<Payload, HandoffFailure> openHandoffEnvelope(
     const PaymentHandoffEnvelope& envelope, PaymentHandoffDirection direction,
     std::string_view expectedRequestId, const Date& now) {

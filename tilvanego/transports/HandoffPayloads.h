@@ -134,7 +134,7 @@ struct PaymentHandoffEnvelope {
 };
 
 /// What is compressed into a URL. Its keys are in snake case.
-template <class Payload>
+template <typename Payload>
 struct PaymentURLPayloadEnvelope {
   static constexpr std::string_view wantedNamespace = "com.ostrel.tilvane.urlpayload";
   static constexpr std::int64_t wantedSchemaVersion = 1;

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What a text must be like. A rule without a field checks nothing.
 struct StringRule {

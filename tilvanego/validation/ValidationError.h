@@ -11,7 +11,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What a text broke.
 enum class StringValidationErrorKind { minLength, maxLength, pattern };

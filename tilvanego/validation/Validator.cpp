@@ -3,7 +3,7 @@
 #include <tilvanego/validation/PatternSearch.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 KindSet<StringValidationErrorKind> Validator::check(std::string_view value, const StringRule& rule) {
   using enum StringValidationErrorKind;

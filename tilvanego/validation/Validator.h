@@ -13,9 +13,9 @@
 #include <tilvanego/validation/Rules.h>
 #include <tilvanego/validation/ValidationError.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// Whether `divisor` goes into `value`: for zero only zero is a multiple.
 template <std::integral Integer>

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstring>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 constexpr std::string_view standardAlphabet =

@@ -9,7 +9,7 @@
 #include <tilvanego/values/Bytes.h>
 
 /// Base64 by RFC 4648, section 4, and its form for URLs, section 5. Not constant-time.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The bytes in the standard alphabet, padded with "=", without line breaks.
 [[nodiscard]] std::string base64Encode(std::span<const std::uint8_t> bytes);

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Binary data that its holder owns.
 using Bytes = std::vector<std::uint8_t>;

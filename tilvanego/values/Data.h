@@ -10,7 +10,7 @@
 
 #include <tilvanego/values/Bytes.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Binary data that is never changed once it is made, so that copies share it: a copy costs no more than a
 /// pointer's, however long the data. Different copies may be used on different threads.

@@ -2,7 +2,7 @@
 
 #include <compare>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A moment in time, independent of calendars and time zones.
 class Date {

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 using std::chrono::days;

@@ -13,7 +13,7 @@
 ///
 /// Texts are written in UTC. A date outside the years 0000...9999 is written as the nearest one inside, and
 /// one that isn't a number as 1970; `hasDateText` tells before.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Whether a date is a number and lies in the years 0000...9999, so that its text is its own.
 [[nodiscard]] bool hasDateText(const Date& date);

@@ -4,7 +4,7 @@
 
 #include <tilvanego/values/UTF8.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 // Whether the scalar joins the character before it, given that this one is printable ASCII.

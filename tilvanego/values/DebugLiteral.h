@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The text as a double-quoted literal with backslash escapes, for debug output: it can't end the line or the
 /// literal that holds it. Escaped are backslash, both quotes, the ASCII controls (\0, \t, \n, \r, else

@@ -8,7 +8,7 @@
 #include <limits>
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 __extension__ using Mantissa = unsigned __int128;

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// An exact base-10 number: a sign, a mantissa of 128 bits and a power-of-ten exponent of -128...127. Numbers
 /// of up to 38 significant digits are held exactly. A value type without allocation; equal numbers are equal

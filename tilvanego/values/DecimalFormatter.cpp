@@ -1,6 +1,6 @@
 #include <tilvanego/values/DecimalFormatter.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 std::string formattedDecimal(const Decimal& value) {
   const Decimal rounded = value.rounded(3);

@@ -4,7 +4,7 @@
 
 #include <tilvanego/values/Decimal.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The number in the form that JSON bodies carry: plain positional text with at least one digit before the
 /// ".", at most three after it, rounded half to even from the exact value, no grouping and no trailing zeros.

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// One name and value of a URL's query, decoded: UTF-8 text without percent escapes. "a" is an item without a
 /// value, "a=" one whose value is empty.

@@ -9,7 +9,7 @@
 
 #include <tilvanego/values/CharacterRuns.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A part of a URL's text, or none: an optional view that is as small as the view.
 class URLTextView {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The texts that the cases of an enumeration have on every wire, each pair said once, in the order of the
 /// cases. An enumeration takes part by specialising this with `static constexpr std::array

@@ -10,7 +10,7 @@
 #include <tilvanego/values/URLSplitter.h>
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 using detail::URLParts;
 

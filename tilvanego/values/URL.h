@@ -15,13 +15,13 @@
 #include <tilvanego/values/RawQueryItems.h>
 #include <tilvanego/values/URLParts.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 class LinkTarget;
 struct LinkItem;
 class URL;
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 struct SplitText;
 void wipe(URL& url) noexcept;
 }  // namespace detail

@@ -5,7 +5,7 @@
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URLSplitter.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 std::optional<URL> URLComponents::url() const {
   std::string text;
@@ -28,7 +28,7 @@ std::optional<URL> URLComponents::url() const {
   return parsed ? std::optional(*std::move(parsed)) : std::nullopt;
 }
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 void appendQuery(std::string& target, std::span<const QueryItem> items) {
   char separator = '?';

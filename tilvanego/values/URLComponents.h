@@ -8,7 +8,7 @@
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The parts of a URL to be, decoded: UTF-8 text without escapes.
 struct URLComponents {
@@ -27,7 +27,7 @@ struct URLComponents {
   [[nodiscard]] std::optional<URL> url() const;
 };
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// Appends "?" and the items, encoded, with "&" between them.
 void appendQuery(std::string& target, std::span<const QueryItem> items);

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <system_error>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 constexpr std::size_t textLength = 36;

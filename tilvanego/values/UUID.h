@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A universally unique identifier (RFC 9562): 16 bytes in the order of its text.
 class UUID {

@@ -7,7 +7,8 @@
 #include <tilvanego/json/Reflection.h>
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// What the raw texts of every model enumeration have in common: a text that is no case's, with case, reads
 /// as the last case, `unknownDefaultOpenApi`, and no failure. The text that came in is lost: the case is
@@ -85,9 +86,10 @@ constexpr bool containsUnknownDefaultOpenApiCase(Enumeration value) {
   return value == Enumeration::unknownDefaultOpenApi;
 }
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> {

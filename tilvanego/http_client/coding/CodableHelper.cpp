@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 JSONError CodableHelper::currentError() noexcept {
   JSONError error;

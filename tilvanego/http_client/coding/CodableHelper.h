@@ -13,7 +13,7 @@
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/values/Data.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The JSON and date settings through which the bodies of a client's requests and answers pass. The helper
 /// has defaults of its own, over which a host may set a formatter, a decoder and an encoder.

@@ -7,7 +7,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How a type serves as the key of a JSON object: texts do as they are, and enumerations by their raw texts.
 template <typename Key>

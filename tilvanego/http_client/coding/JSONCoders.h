@@ -7,7 +7,7 @@
 
 #include <tilvanego/json/JSON.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How JSON bodies are read. A plain value; one object may serve several threads at once.
 struct JSONDecoder {

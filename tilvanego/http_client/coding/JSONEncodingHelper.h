@@ -6,9 +6,9 @@
 #include <tilvanego/http_client/encodings/AnyValue.h>
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// Prints the failure's description as one line on standard output.
 void printEncodingFailure(const JSONError& failure);

@@ -39,7 +39,7 @@
 ///
 /// Every operation returns false after a failure, which it leaves in the writer or the reader. A `Decimal` is
 /// a text on the wire, never a number, in lists and dictionaries too.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Writes an object's keys in the order of the calls, also where the format wants them sorted. The writer
 /// must outlive it.

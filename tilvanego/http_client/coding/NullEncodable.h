@@ -9,7 +9,7 @@
 #include <tilvanego/json/Codec.h>
 #include <tilvanego/json/Record.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A value, no value, or an explicit JSON null: for the field of a record that tells absence from null. A
 /// record leaves the field out where there is nothing to encode, and reads a missing key as that.

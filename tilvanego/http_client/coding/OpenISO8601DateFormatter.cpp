@@ -2,7 +2,7 @@
 
 #include <tilvanego/values/DateFormats.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 std::optional<Date> OpenISO8601DateFormatter::date(std::string_view text) const { return readAPIDate(text); }
 

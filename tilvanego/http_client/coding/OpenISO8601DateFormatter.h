@@ -7,7 +7,7 @@
 #include <tilvanego/json/JSONDates.h>
 #include <tilvanego/values/Date.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A form of dates as text, with which a host may replace the HTTP client's own. One object serves several
 /// threads at once. May throw: the body then counts as one that can't be read or written.

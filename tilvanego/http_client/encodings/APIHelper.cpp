@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::string joined(const AnyValue::Array& elements) {

@@ -8,7 +8,7 @@
 #include <tilvanego/http_client/encodings/AnyValue.h>
 #include <tilvanego/values/QueryItem.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Turns loosely typed parameters into the texts of headers, paths and queries. Pure functions for any
 /// thread.

@@ -4,7 +4,7 @@
 #include <tilvanego/values/DebugLiteral.h>
 #include <tilvanego/values/DoubleText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 template <typename... Functions>

@@ -22,9 +22,9 @@
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 template <typename T>
 inline constexpr bool isCharacter =

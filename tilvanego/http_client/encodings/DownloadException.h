@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What is missing from a request or from a downloaded answer. A `FailureCause`.
 class DownloadException {

@@ -10,7 +10,7 @@
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Why a file that a parameter named couldn't be read.
 struct FileReadError {
@@ -23,7 +23,7 @@ struct FileReadError {
   bool operator==(const FileReadError&) const = default;
 };
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// A file that was opened to be sent: a regular file, or a pipe, which is read to its end.
 class FileToSend {

@@ -14,7 +14,7 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/UUID.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 using Outcome = std::expected<void, Failure>;

@@ -8,7 +8,7 @@
 
 #include <tilvanego/http_client/encodings/ParameterEncoding.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Why no multipart body can be made of what was given.
 struct FormDataError {

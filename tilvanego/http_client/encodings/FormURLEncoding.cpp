@@ -5,7 +5,7 @@
 #include <tilvanego/http_client/encodings/APIHelper.h>
 #include <tilvanego/values/PercentEncoding.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::string formText(const std::vector<QueryItem>& items) {

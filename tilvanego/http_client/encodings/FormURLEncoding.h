@@ -5,7 +5,7 @@
 
 #include <tilvanego/http_client/encodings/ParameterEncoding.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Sends the parameters as a form's body, `name=value&...` in the order of their names; an array gives one
 /// pair for each element that is there. All but ASCII letters and digits is percent-escaped, a space to

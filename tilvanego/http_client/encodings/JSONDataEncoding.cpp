@@ -1,6 +1,6 @@
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 constexpr const char* bytesName = "jsonData";

@@ -6,7 +6,7 @@
 #include <tilvanego/http_client/encodings/ParameterEncoding.h>
 #include <tilvanego/values/Data.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Sends JSON bytes, which the parameters hold under "jsonData", as the body. Every other parameter is
 /// ignored, and without such bytes the request stays as it is.

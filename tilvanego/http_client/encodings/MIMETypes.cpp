@@ -9,7 +9,7 @@
 #include <system_error>
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 using Common = std::pair<std::string_view, std::string_view>;
@@ -186,7 +186,7 @@ void MIMETypes::add(std::string extension, std::string_view type, int weight) {
   if (!isNew && weight > entry->second.weight) entry->second = {std::string(type), weight};
 }
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 std::vector<std::filesystem::path> dataDirectories(const char* xdgDataHome, const char* home,
                                                    const char* xdgDataDirs) {

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// MIME types (RFC 6838) by the extension of a file's name, without regard to the case of ASCII letters.
 ///
@@ -45,7 +45,7 @@ class MIMETypes {
   std::map<std::string, Entry, std::less<>> entries_;
 };
 
-namespace detail {
+namespace [[gnu::visibility("hidden")]] detail {
 
 /// Where a user's and a system's data lie (the XDG base directories), the preferred first. Each value
 /// is that of the environment variable of its name, null if it isn't set. Paths that aren't absolute don't

@@ -3,7 +3,7 @@
 #include <tilvanego/http_client/encodings/FileReading.h>
 #include <tilvanego/platform/FatalError.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::expected<Data, Failure> bytesOf(const AnyValue& body) {

@@ -5,7 +5,7 @@
 
 #include <tilvanego/http_client/encodings/ParameterEncoding.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Sends the parameter "body" as it is: its bytes, or those of the file that a `file:` URL names. Every other
 /// parameter is ignored.

@@ -7,7 +7,7 @@
 #include <tilvanego/network/Failure.h>
 #include <tilvanego/network/URLRequest.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A way to put a request's parameters into it, into its URL's query or into its body. Encodings hold no
 /// changing state: any thread may use one at any time.

@@ -6,7 +6,7 @@
 #include <tilvanego/http_client/encodings/APIHelper.h>
 #include <tilvanego/http_client/encodings/DownloadException.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::optional<URL> withoutQuery(const URL& url) {

@@ -5,7 +5,7 @@
 
 #include <tilvanego/http_client/encodings/ParameterEncoding.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Puts the parameters into the URL's query, in the order of their names; an array gives one item for each
 /// element that is there. `GET` and `HEAD` requests are sent so.

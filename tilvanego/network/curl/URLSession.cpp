@@ -5,7 +5,7 @@
 #include <tilvanego/network/curl/SessionLoop.h>
 #include <tilvanego/network/curl/SessionTask.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 URLSession::URLSession(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate) {
   auto proxies = detail::Proxies::from(configuration.proxy);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 constexpr std::string_view whitespace = " \t\n\r\v\f";

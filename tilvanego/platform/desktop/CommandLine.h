@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Splits a command line, `prog --flag "two words"`, into the program and its arguments without a shell:
 /// nothing is expanded or substituted.

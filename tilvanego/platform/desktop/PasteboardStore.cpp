@@ -9,7 +9,7 @@
 #include <tilvanego/platform/desktop/PasteboardFormat.h>
 #include <tilvanego/platform/desktop/PrivateDirectory.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 constexpr const char* fileName = "pasteboard";

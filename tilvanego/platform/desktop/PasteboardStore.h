@@ -10,7 +10,7 @@
 #include <tilvanego/platform/Clock.h>
 #include <tilvanego/platform/Pasteboard.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The pasteboard of a user whose system has none, as on a till or a terminal: a file that all of the user's
 /// processes share and nobody else can read. It never leaves the device, so the local-only mark is kept and

@@ -15,7 +15,7 @@
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 // Blocks every signal for the calling thread while one of these lives: a thread made meanwhile inherits that,

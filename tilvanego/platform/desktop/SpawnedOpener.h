@@ -9,7 +9,7 @@
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/platform/OpenRequests.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Opens a link by starting a program with the link as its last argument, never through a shell.
 ///

@@ -6,7 +6,7 @@
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 Platform Platform::standard(MainQueue& mainQueue, std::shared_ptr<const Clock> clock) {
   auto pasteboard = std::make_unique<PasteboardStore>(clock);

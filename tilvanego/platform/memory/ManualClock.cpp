@@ -2,7 +2,7 @@
 
 #include <tilvanego/platform/SystemClock.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 Date ManualClock::now() const {
   const std::scoped_lock lock(mutex_);

@@ -5,7 +5,7 @@
 
 #include <tilvanego/platform/Clock.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A clock that follows the system's until it is stopped at an instant.
 class ManualClock final : public Clock {

@@ -4,7 +4,7 @@
 
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 MemoryApplication::~MemoryApplication() {
   for (URL& url : openedURLs_) detail::wipe(url);

@@ -11,7 +11,7 @@
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// An application object that opens nothing: it keeps the links, and the program says what became of them.
 ///

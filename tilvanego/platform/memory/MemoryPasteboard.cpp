@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 MemoryPasteboard::MemoryPasteboard(std::shared_ptr<const Clock> clock) : clock_(std::move(clock)) {}
 

@@ -5,7 +5,7 @@
 #include <tilvanego/platform/Clock.h>
 #include <tilvanego/platform/Pasteboard.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A pasteboard of this process alone. Nothing leaves it, so the local-only mark is kept and shown, no more.
 class MemoryPasteboard final : public Pasteboard {

@@ -7,7 +7,7 @@
 
 #include <tilvanego/platform/DebugOutput.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Keeps the lines, as they are before quoting, in the order of writing.
 class RecordingDebugOutput final : public DebugOutput {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 bool ScriptedRandomSource::fill(std::span<std::uint8_t> bytes) {
   const auto left = std::span(script_).subspan(std::min(given_, script_.size()));

@@ -6,7 +6,7 @@
 #include <tilvanego/platform/RandomSource.h>
 #include <tilvanego/values/Bytes.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A random source that gives known bytes, for rehearsals of what random bytes decide and of a source that
 /// fails. Never for real payments: the bytes are no secret.
