@@ -1,11 +1,9 @@
 #include <atomic>
 #include <coroutine>
-#include <stdexcept>
 #include <thread>
 
-#include <gtest/gtest.h>
-
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

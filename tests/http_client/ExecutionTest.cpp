@@ -1,16 +1,10 @@
-#include <algorithm>
-#include <array>
 #include <atomic>
-#include <map>
 #include <thread>
-#include <utility>
-#include <variant>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/json/JSONValue.h>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 #include "tests/support/TestData.h"
 
 namespace tilvanego::test {
@@ -107,6 +101,7 @@ TEST(Execution, EachFailureHasItsCodeCauseAndThread) {
     ASSERT_FALSE(result);
     const ErrorResponse& error = result.error();
     EXPECT_EQ(error.code(), row.code);
+    EXPECT_EQ(client.session.session->requests().empty(), row.code == ErrorResponse::requestRefused);
     EXPECT_TRUE(row.isCause(error.underlyingFailure())) << error.description();
     EXPECT_EQ(error.data(), row.hasData ? row.answer.data : std::nullopt);
     EXPECT_EQ(error.response(), row.hasResponse ? row.answer.response : nullptr);

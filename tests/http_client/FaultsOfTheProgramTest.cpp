@@ -1,9 +1,7 @@
 #include <csignal>
-#include <map>
-
-#include <gtest/gtest.h>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace test {

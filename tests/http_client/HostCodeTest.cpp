@@ -1,14 +1,11 @@
-#include <array>
 #include <csignal>
-#include <stdexcept>
 #include <thread>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/http_client/SynchronizedDictionary.h>
 #include <tilvanego/platform/HostCode.h>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

@@ -1,9 +1,7 @@
-#include <algorithm>
 #include <thread>
 
-#include <gtest/gtest.h>
-
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

@@ -1,14 +1,11 @@
-#include <array>
-#include <cstdlib>
 #include <new>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/json/JSONValue.h>
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
