@@ -41,7 +41,7 @@ class Download : public testing::Test {
                                                   std::optional<Data> data = Data("body")) {
     HTTPHeaders headers;
     if (disposition) headers.setValue("content-disposition", *std::move(disposition));
-    TestClient client({httpAnswer(200, std::move(data), std::move(headers))});
+    TestClient client({httpResponse(200, std::move(data), std::move(headers))});
     auto result =
         client.run(client.builder<URL>({.method = "GET", .URLString = "https://host.example" + path}));
     EXPECT_EQ(client.interceptor->events.back(), "session: completion");
