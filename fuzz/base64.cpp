@@ -1,19 +1,6 @@
 #include <tilvanego/values/Base64.h>
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <span>
-#include <string>
-#include <string_view>
-
-namespace {
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
-
-}  // namespace
+#include "fuzz/Fuzzer.h"
 
 // Any bytes survive both alphabets; a text that decodes encodes to itself, but for padding and its spare
 // bits.

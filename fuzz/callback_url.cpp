@@ -1,18 +1,10 @@
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/values/LinkWriter.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/URLComponents.h>
+
+#include "fuzz/Fuzzer.h"
 
 // Any bytes as a callback URL. What parses must read back the same by every way there is.
 namespace {
@@ -24,12 +16,6 @@ using tilvanego::RawQueryItem;
 using tilvanego::URL;
 using tilvanego::URLComponents;
 using tilvanego::writeLink;
-
-void require(bool holds, const char* rule) {
-  if (holds) return;
-  std::fprintf(stderr, "broken: %s\n", rule);
-  std::abort();
-}
 
 bool sameComponents(const URL& a, const URL& b) {
   return a == b && a.scheme() == b.scheme() && a.user() == b.user() && a.password() == b.password() &&

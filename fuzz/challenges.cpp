@@ -3,24 +3,14 @@
 
 #include <tilvanego/network/curl/Challenges.h>
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include <tilvanego/network/FieldSyntax.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
 using namespace tilvanego;
 using detail::Challenge;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 std::string quoted(std::string_view value) {
   std::string text = "\"";

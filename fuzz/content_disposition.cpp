@@ -2,26 +2,17 @@
 // in the rest. The file name must be what a plain reading of the rule gives, and no path and no name may lead
 // out of the directory for downloads.
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <filesystem>
-#include <optional>
-#include <string>
-#include <string_view>
 
 #include <tilvanego/http_client/FileDownload.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
 #include <tilvanego/values/Text.h>
 
+#include "fuzz/Fuzzer.h"
+
 namespace {
 
 using namespace tilvanego;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 std::optional<std::string> plainlyRead(std::string_view field) {
   while (true) {
@@ -55,7 +46,7 @@ void checkNames(std::string_view path, std::string_view fileName) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const auto builder = RequestBuilder::make<URLSessionRequestBuilder>(
       bodyTypeOf<Empty>(), {.method = "GET", .URLString = "https://host/"});
-  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  const std::string_view input = textOf(data, size);
   const std::size_t lineEnd = std::min(input.find('\n'), input.size());
   const std::string_view path = input.substr(0, lineEnd);
   const std::string field(input.substr(std::min(lineEnd + 1, size)));

@@ -1,21 +1,12 @@
 #include <tilvanego/values/Decimal.h>
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-
 #include <tilvanego/values/DecimalFormatter.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
 using tilvanego::Decimal;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void checkOne(const Decimal& value) {
   const std::string text = value.text();

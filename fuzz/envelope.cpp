@@ -2,25 +2,16 @@
 // plaintext of one that was sealed. What opens was sealed for the same handoff, request, direction and
 // expiry.
 
-#include <cstdint>
-#include <cstdlib>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/transports/HandoffEnvelope.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
 using namespace tilvanego;
 using namespace tilvanego::detail;
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 /// The plaintext of an envelope that says of itself that it answers `requestId`.
 std::optional<std::string> opened(const PaymentHandoffEnvelope& envelope, std::string_view requestId,
@@ -80,7 +71,7 @@ void sealAndOpen(std::uint8_t change, std::string_view plaintext) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const std::string_view text = textOf(data, size);
   readJSON(text);
   if (size > 0) sealAndOpen(data[0], text.substr(1));
   return 0;

@@ -1,16 +1,7 @@
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <type_traits>
-#include <vector>
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
@@ -19,10 +10,6 @@ using tilvanego::JSONFailure;
 using tilvanego::JSONLimits;
 using tilvanego::JSONValue;
 namespace json = tilvanego::json;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 struct Line {
   std::string name;

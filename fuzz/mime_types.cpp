@@ -1,22 +1,13 @@
 // A file of the shared MIME database as anyone may have left it: what it says goes into a header, so only a
 // type and a subtype may come out, and the common types stay unless something weighs more.
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-
 #include <tilvanego/http_client/encodings/MIMETypes.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
 using tilvanego::MIMETypes;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void check(const MIMETypes& types, std::string_view extension) {
   const auto type = types.typeForExtension(extension);
@@ -29,7 +20,7 @@ void check(const MIMETypes& types, std::string_view extension) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const std::string_view text = textOf(data, size);
   MIMETypes types;
   types.addGlobs(text);
   for (std::size_t at = 0; (at = text.find("*.", at)) != std::string_view::npos; at += 2) {

@@ -1,24 +1,15 @@
 // Any bytes as any record, which the first byte picks: refused with a fault that can be said in one line, or
 // read into a record whose JSON is read as an equal one.
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include <tilvanego/models/Catalogue.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
 using namespace tilvanego;
 using models::AnyRecord;
 using models::RecordType;
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 void checkFault(const JSONError& error, std::size_t size) {
   require(error.offset <= size);

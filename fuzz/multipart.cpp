@@ -2,29 +2,18 @@
 // apart again: each part must come back as it went in, and no content may make a part of its own. The input
 // is records of a kind, the length of a name, the name, the length of a content, the content.
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 #include <tilvanego/http_client/encodings/FormDataEncoding.h>
 #include <tilvanego/http_client/encodings/FormURLEncoding.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/Text.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
 using namespace tilvanego;
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 std::string_view cut(std::string_view& text, std::size_t length) {
   const std::string_view front = text.substr(0, length);
@@ -140,7 +129,7 @@ void checkForm(const Parameters& parameters) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto parameters = parametersOf({reinterpret_cast<const char*>(data), size});
+  const auto parameters = parametersOf(textOf(data, size));
   checkMultipart(parameters);
   checkForm(parameters);
   return 0;

@@ -1,13 +1,9 @@
 // The file of the per-user pasteboard, read as it came and, so that the checksum doesn't keep the fuzzer out,
 // as the body of a file with the right header. What can be read is written back as the very same bytes.
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <span>
-
 #include <tilvanego/platform/desktop/PasteboardFormat.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
@@ -15,7 +11,7 @@ void readAndWriteBack(std::span<const std::uint8_t> file) {
   const auto contents = tilvanego::detail::decodePasteboard(file);
   if (!contents) return;
   const auto written = tilvanego::detail::encodePasteboard(*contents);
-  if (!written || !std::equal(written->begin(), written->end(), file.begin(), file.end())) std::abort();
+  require(written && std::ranges::equal(*written, file));
 }
 
 }  // namespace

@@ -4,18 +4,11 @@
 // The first byte chooses where the text lies, and whether it is the JSON of an envelope or the plaintext of
 // one that is sealed as this payment's result.
 
-#include <cstdint>
-#include <cstdlib>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/transports/HandoffEnvelope.h>
 
+#include "fuzz/Fuzzer.h"
 #include "tests/support/TestHost.h"
 
 namespace {
@@ -25,10 +18,6 @@ using namespace tilvanego::detail;
 
 const Date now = Date::fromSecondsSince1970(1'795'261'010);
 constexpr std::string_view handoffId = "kqjHsSdNnQ0oVxXn2cSdwv3lX1mXo9fX4z0y5w6v7u8";
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 std::string sealedResult(std::string_view plaintext) {
   OpenSSLRandomSource random;

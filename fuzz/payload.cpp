@@ -2,18 +2,11 @@
 // fuzzer out, as the gzip stream and as the JSON of one that is well formed around it. The limits hold, and
 // what is read is what a running payment hears.
 
-#include <cstdint>
-#include <cstdlib>
-#include <optional>
-#include <span>
-#include <string>
-#include <string_view>
-#include <variant>
-
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>
 
+#include "fuzz/Fuzzer.h"
 #include "tests/support/TestHost.h"
 
 namespace {
@@ -22,10 +15,6 @@ using namespace tilvanego;
 using namespace tilvanego::detail;
 
 constexpr std::string_view callback = "myshop://done";
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 std::string textWith(std::string_view payload, std::size_t jsonSize, std::size_t compressedSize) {
   return std::string(callback) + "?transport=gzip&encoding=gzip-json&payload=" + std::string(payload) +
@@ -72,7 +61,7 @@ void receiveJSON(std::string_view json) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const std::string_view text = textOf(data, size);
   receiveText(text);
   receiveStream({data, size});
   receiveJSON(text);

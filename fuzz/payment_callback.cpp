@@ -1,28 +1,14 @@
 // Any bytes as a callback: a result or "not mine", and the same answer through a running payment and on its
 // own.
 
-#include <cstdint>
-#include <cstdlib>
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
-
+#include "fuzz/Fuzzer.h"
 #include "tests/support/TestHost.h"
-
-namespace {
 
 using namespace tilvanego;
 
-void require(bool condition) {
-  if (!condition) std::abort();
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const URL expected = URL::parse("myshop://done").value();
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const std::string_view text = textOf(data, size);
   const auto url = URL::parse(text);
   if (!url) {
     require(url.error().offset <= size && !url.error().message.empty());

@@ -1,24 +1,14 @@
 // Any record: a link that reads back as the record's own texts, or a message; never the token in what is
 // shown.
 
-#include <array>
-#include <cstdint>
-#include <cstdlib>
-#include <optional>
-#include <string>
-#include <string_view>
-
 #include <tilvanego/values/Text.h>
 
+#include "fuzz/Fuzzer.h"
 #include "tests/support/TestHost.h"
 
 namespace {
 
 using namespace tilvanego;
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 /// Takes texts off the input, each up to the next 0xFF, which stands in no UTF-8.
 class Input {
@@ -56,7 +46,7 @@ void requireItem(const URL& link, std::string_view name, const std::optional<std
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(std::string_view(reinterpret_cast<const char*>(data), size));
+  Input input(textOf(data, size));
   const std::string requestId = input.text();
   const auto amount = Decimal::parse(input.text());
   const auto tip = input.optionalText();
@@ -88,8 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireItem(link, "basic_token", "QsecretQ");
     host.sdk->cancelPendingPayment();
   }
-  if (size < 4096 && std::string_view(reinterpret_cast<const char*>(data), size).find("QsecretQ") ==
-                         std::string_view::npos) {
+  if (size < 4096 && textOf(data, size).find("QsecretQ") == std::string_view::npos) {
     for (const std::string& event : host.events) {
       require(event.starts_with("open ") || event.find("QsecretQ") == std::string::npos);
     }

@@ -2,30 +2,18 @@
 // line breaks for values, each name once, and no more than the limits allow. And bodies compressed as the
 // head says.
 
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <optional>
-#include <set>
-#include <string>
-#include <string_view>
-
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/curl/ContentDecoder.h>
 #include <tilvanego/network/curl/ResponseHead.h>
 #include <tilvanego/values/Text.h>
 
+#include "fuzz/Fuzzer.h"
+
 namespace {
 
 using namespace tilvanego;
 using detail::ResponseHead;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void check(const ResponseHead& collected) {
   const detail::HTTPHead head = detail::readHead(collected.lines());
@@ -71,7 +59,7 @@ void checkBody(const ResponseHead& head, std::string_view body) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  std::string_view rest(reinterpret_cast<const char*>(data), size);
+  std::string_view rest = textOf(data, size);
   ResponseHead head(std::size_t{64} * 1024);
   while (!rest.empty()) {
     const std::size_t length = std::min(rest.find('\n'), rest.size() - 1) + 1;

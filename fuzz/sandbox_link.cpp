@@ -1,23 +1,16 @@
 // Any URL as a launch link: refused with a reason, or it can be shown on a terminal, and each answer reaches
 // the host as what it was meant to be.
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
-
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/sandbox/Answer.h>
+
+#include "fuzz/Fuzzer.h"
 
 namespace {
 
 using namespace tilvanego;
 using namespace tilvanego::sandbox;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 /// What a payment's completion gets for an outcome, if the host's URL says nothing itself.
 std::string_view resultName(Outcome outcome) {
@@ -45,7 +38,7 @@ void checkAnswer(const LaunchLink& link, Outcome outcome) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto url = URL::parse(std::string_view(reinterpret_cast<const char*>(data), size));
+  const auto url = URL::parse(textOf(data, size));
   if (!url) return 0;
   const auto link = LaunchLink::read(*url);
   if (!link) {

@@ -1,10 +1,9 @@
 #include <atomic>
-#include <optional>
 #include <thread>
 
-#include <gtest/gtest.h>
-
 #include <tilvanego/async/StopToken.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

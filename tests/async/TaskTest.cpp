@@ -1,8 +1,6 @@
-#include <stdexcept>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/async/Task.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

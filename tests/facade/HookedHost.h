@@ -12,9 +12,11 @@
 #include <vector>
 
 #include <tilvanego/facade/FacadeAccess.h>
+#include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/memory/ManualClock.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
+#include <tilvanego/transports/PaymentPasteboardHandoff.h>
 
 namespace tilvanego::test {
 
@@ -43,6 +45,15 @@ class HookedHost {
 
   void call(Port port, std::string_view text = {}) {
     if (const Hook current = hook) current(port, text);
+  }
+
+  /// Leaves the result of a payment, sealed, on the pasteboard, as the payment application does.
+  void leaveResult(const std::string& handoffId, const std::string& requestId) {
+    OpenSSLRandomSource randomSource;
+    const auto envelope = detail::sealHandoffEnvelope(
+        detail::PaymentHandoffResultPayload{{{"request_id", requestId}, {"status", "approved"}}},
+        detail::PaymentHandoffDirection::result, handoffId, requestId, clock->now(), randomSource);
+    static_cast<void>(detail::writeHandoffEnvelope(pasteboard, envelope.value()));
   }
 
   RunLoop loop;

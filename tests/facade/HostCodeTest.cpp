@@ -1,19 +1,6 @@
-#include <functional>
-#include <memory>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include <tilvanego/platform/OpenSSLRandomSource.h>
-#include <tilvanego/transports/PaymentPasteboardHandoff.h>
-
 #include "tests/facade/HookedHost.h"
 #include "tests/support/Kinds.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -166,13 +153,9 @@ TEST_P(DuringALaunch, AnEarlyCallbackEndsIt) {
 }
 
 /// Has an answer to the request lie on the pasteboard; gives the callback that names it.
-URL sealedAnswer(HookedHost& host, const std::string& requestId) {
+URL sealedResult(HookedHost& host, const std::string& requestId) {
   const std::string handoffId(43, 'A');
-  OpenSSLRandomSource randomSource;
-  const auto envelope = detail::sealHandoffEnvelope(
-      detail::PaymentHandoffResultPayload{{{"request_id", requestId}, {"status", "approved"}}},
-      detail::PaymentHandoffDirection::result, handoffId, requestId, host.clock->now(), randomSource);
-  EXPECT_TRUE(detail::writeHandoffEnvelope(host.pasteboard, envelope.value()));
+  host.leaveResult(handoffId, requestId);
   return parsedURL("shop://done?transport=pasteboard&resultHandoffId=" + handoffId);
 }
 
@@ -185,13 +168,13 @@ TEST(HostCode, AnAnswerReadForACancelledPaymentEndsNoOther) {
       host.sdk->cancelPendingPayment();
       host.sdk->startPayment(payment("2"), ends.of("2"));
     };
-    const URL answer = sealedAnswer(host, "1");
+    const URL callback = sealedResult(host, "1");
     host.hook = once(port, 1, replace);
-    EXPECT_FALSE(host.sdk->handleCallback(answer));
+    EXPECT_FALSE(host.sdk->handleCallback(callback));
     EXPECT_EQ(ends.names, Names{}) << "read for the first, which was cancelled";
     EXPECT_TRUE(host.sdk->isPaymentInProgress());
 
-    const URL another = sealedAnswer(host, "2");
+    const URL another = sealedResult(host, "2");
     host.hook = once(port, 1, replace);
     EXPECT_EQ(host.sdk->paymentResult(another), std::nullopt);
     EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?request_id=2&status=approved")));
@@ -286,19 +269,19 @@ TEST(HostCode, AClockOrPasteboardThatThrowsFailsTheAnswerThatNeedsIt) {
     HookedHost host;
     Ends ends;
     host.sdk->startPayment(payment("1"), ends.of("1"));
-    const URL answer = sealedAnswer(host, "1");
+    const URL callback = sealedResult(host, "1");
     host.hook = [throwing = port](Port called, std::string_view) {
       if (called == throwing) fail();
     };
-    EXPECT_TRUE(host.sdk->handleCallback(answer));
+    EXPECT_TRUE(host.sdk->handleCallback(callback));
     EXPECT_EQ(ends.names, Names{"1 failure(" + error + ")"});
   }
   HookedHost host;
   Ends ends;
   host.sdk->startPayment(payment("1"), ends.of("1"));
-  const URL answer = sealedAnswer(host, "1");
+  const URL callback = sealedResult(host, "1");
   host.hook = once(Port::pasteboardWrite, 1, fail);
-  EXPECT_TRUE(host.sdk->handleCallback(answer)) << "an answer that can't be cleared is an answer";
+  EXPECT_TRUE(host.sdk->handleCallback(callback)) << "an answer that can't be cleared is an answer";
   EXPECT_EQ(ends.names, Names{"1 success+"});
 }
 
@@ -340,7 +323,7 @@ TEST(HostCodeDeathTest, AMainQueueThatThrowsEndsTheProcessByItsName) {
 TEST(WithoutAPasteboard, APaymentByItEndsAtOnceAndAnAnswerByItIsMissing) {
   HookedHost host;
   Ends ends;
-  const URL answer = sealedAnswer(host, "2");
+  const URL callback = sealedResult(host, "2");
   Platform platform = host.platform();
   platform.pasteboard = nullptr;
   const auto sdk = detail::FacadeAccess::make(std::move(platform));
@@ -348,7 +331,7 @@ TEST(WithoutAPasteboard, APaymentByItEndsAtOnceAndAnAnswerByItIsMissing) {
   EXPECT_EQ(ends.names, Names{unavailable});
   EXPECT_EQ(host.opened, Names{});
   sdk->startPayment(payment("2"), ends.of("2"));
-  EXPECT_TRUE(sdk->handleCallback(answer));
+  EXPECT_TRUE(sdk->handleCallback(callback));
   EXPECT_EQ(ends.names.back(), "2 failure(pasteboardHandoffMissing: Pasteboard handoff payload is missing.)");
 }
 

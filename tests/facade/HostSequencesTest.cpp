@@ -1,50 +1,17 @@
-#include <algorithm>
-#include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <deque>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
-#include <tilvanego/transports/PaymentPasteboardHandoff.h>
 
 #include "tests/facade/HookedHost.h"
-#include "tests/support/Kinds.h"
+#include "tests/facade/RandomSequences.h"
+#include "tests/support/Test.h"
 
 /// Random sequences of starts, cancels, callbacks, reports and drains, made at the top and from within every
 /// port, logger, completion and end of what one captured, each of which may throw too. A model follows what
 /// must be pending, and is compared at every call of host code.
 namespace tilvanego::test {
 namespace {
-
-/// What all host code here throws.
-struct Thrown {};
-
-/// The same numbers for the same seed, whatever the standard library.
-class Dice {
- public:
-  explicit Dice(std::uint64_t seed) : state_(seed) {}
-  std::uint64_t next() {
-    std::uint64_t mixed = (state_ += 0x9E3779B97F4A7C15U);
-    mixed = (mixed ^ (mixed >> 30U)) * 0xBF58476D1CE4E5B9U;
-    mixed = (mixed ^ (mixed >> 27U)) * 0x94D049BB133111EBU;
-    return mixed ^ (mixed >> 31U);
-  }
-  std::size_t below(std::size_t bound) { return static_cast<std::size_t>(next() % bound); }
-  bool oneIn(std::size_t chances) { return below(chances) == 0; }
-
- private:
-  std::uint64_t state_;
-};
 
 class Sequence;
 
@@ -55,26 +22,6 @@ struct Started {
   int completions = 0;
   bool over = false;
 };
-
-/// What a completion was told.
-struct Told {
-  std::string_view error;
-  std::optional<std::string> requestId;
-  std::optional<std::string> expectedRequestId;
-};
-
-template <class Result>
-Told toldBy(const Result& result) {
-  Told told;
-  if (const auto response = result.response()) told.requestId = response->requestId();
-  if (const auto* failure = std::get_if<typename Result::Failure>(&result)) {
-    told.error = failure->error.name();
-    if (const auto* other = std::get_if<typename Result::Error::RequestIdMismatch>(&failure->error)) {
-      told.expectedRequestId = other->expected;
-    }
-  }
-  return told;
-}
 
 /// Captured by completions and loggers: calls the sequence as it ends.
 class Captured {
@@ -90,74 +37,11 @@ class Captured {
 
 struct Completing {
   std::shared_ptr<Captured> captured;
-  template <class Result>
+  template <typename Result>
   void operator()(const Result& result) const;
 };
 
-struct KindUnderTest {
-  const Kind& kind;
-  std::string_view urlLabel;
-  void (*start)(TilvaneGo& sdk, const std::string& id, const URL& url,
-                const PaymentLaunchTransport& transport, Completing completion);
-};
-
-// In the order of `allKinds`.
-const std::array<KindUnderTest, 9> kinds{{
-    {allKinds()[0], "InitializationURL: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto&, auto completion) {
-       sdk.initialize(InitializationRequest({.requestId = id,
-                                             .callbackURL = url,
-                                             .sourceApplication = "shop",
-                                             .basicToken = "t",
-                                             .accountId = "a",
-                                             .environment = "PROD"}),
-                      std::move(completion));
-     }},
-    {allKinds()[1], "TransactionListURL: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto&, auto completion) {
-       sdk.getTransactionList(TransactionListRequest({.requestId = id, .callbackURL = url}),
-                              std::move(completion));
-     }},
-    {allKinds()[2], "FullRefundURL: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto&, auto completion) {
-       sdk.fullRefund(
-           FullRefundRequest(
-               {.requestId = id, .transactionId = "T", .callbackURL = url, .credentials = credentials()}),
-           std::move(completion));
-     }},
-    {allKinds()[3], "PartialRefundURL: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto&, auto completion) {
-       sdk.partialRefund(PartialRefundRequest({.requestId = id,
-                                               .transactionId = "T",
-                                               .amount = 1,
-                                               .callbackURL = url,
-                                               .credentials = credentials()}),
-                         std::move(completion));
-     }},
-    {allKinds()[4], "CaptureURL: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto&, auto completion) {
-       sdk.capture(CaptureRequest({.requestId = id, .transactionId = "T", .amount = "1", .callbackURL = url}),
-                   std::move(completion));
-     }},
-    {allKinds()[5], "ClearDataURL: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto&, auto completion) {
-       sdk.clearData(ClearDataRequest({.requestId = id, .callbackURL = url, .amount = 1, .timeout = 30}),
-                     std::move(completion));
-     }},
-    {allKinds()[6], "RebootURL: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto&, auto completion) {
-       sdk.reboot(RebootRequest({.requestId = id, .callbackURL = url}), std::move(completion));
-     }},
-    {allKinds()[7], "SaveURL: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto&, auto completion) {
-       sdk.save(SaveRequest({.requestId = id, .callbackURL = url, .currency = "EUR"}), std::move(completion));
-     }},
-    {allKinds()[8], "InlinePaymentUrl: ",
-     [](auto& sdk, const auto& id, const auto& url, const auto& transport, auto completion) {
-       sdk.startPayment(PaymentRequest({.requestId = id, .amount = 1, .currency = "EUR", .callbackURL = url}),
-                        transport, std::move(completion));
-     }},
-}};
+const auto& kinds = startableKinds<Completing>;
 constexpr std::size_t paymentKind = 8;
 
 class Sequence {
@@ -175,9 +59,9 @@ class Sequence {
     return fault_;
   }
 
-  template <class Result>
+  template <typename Result>
   void onCompletion(Started& started, const Result& result) {
-    const Told told = toldBy(result);
+    const CompletionFacts facts = factsOf(result);
     ++started.completions;
     must(started.completions == 1 && !started.over, "an operation ends once, and never after its cancel");
     started.over = true;
@@ -188,21 +72,21 @@ class Sequence {
     if (pending_[started.kind] == &started) {
       pending_[started.kind] = nullptr;
       ++frame.ended;
-      if (told.error.ends_with("AppNotInstalled")) {
+      if (facts.error.ends_with("AppNotInstalled")) {
         must(frame.call == Call::drain && refusedOpens_[started.kind]-- > 0, "not installed: after a report");
-      } else if (told.error == "invalidRequest" || told.error == "pasteboardHandoffUnavailable") {
+      } else if (facts.error == "invalidRequest" || facts.error == "pasteboardHandoffUnavailable") {
         must(ownStart, "a link that can't be built ends its own operation");
       } else {
         must(frame.call == Call::callback, "an answer comes from a callback");
       }
     } else {
-      must(ownStart && (told.error.ends_with("InProgress") || told.error == "invalidRequest"),
+      must(ownStart && (facts.error.ends_with("InProgress") || facts.error == "invalidRequest"),
            "an operation that isn't pending can only be refused");
     }
-    if (told.expectedRequestId)
-      must(*told.expectedRequestId == started.id, "an answer is for its own request");
-    else if (told.requestId)
-      must(*told.requestId == started.id, "an answer is to its own request");
+    if (facts.expectedRequestId)
+      must(*facts.expectedRequestId == started.id, "an answer is for its own request");
+    else if (facts.requestId)
+      must(*facts.requestId == started.id, "an answer is to its own request");
     hostCode(true);
   }
 
@@ -228,7 +112,7 @@ class Sequence {
     if (!holds && fault_.empty()) fault_ = rule;
   }
 
-  template <class Body>
+  template <typename Body>
   void atTop(Body body) {
     try {
       body();
@@ -238,7 +122,7 @@ class Sequence {
   }
 
   /// Runs a call of the library's; gives how many operations ended within it, but not within another one.
-  template <class Body>
+  template <typename Body>
   int within(Call call, Started* started, Body body) {
     struct Popped {
       explicit Popped(std::vector<Frame>& all) : frames(all) {}
@@ -315,32 +199,17 @@ class Sequence {
     if (budget_ == 0 || gone_) return;
     --budget_;
     const std::size_t kind = dice_.oneIn(3) ? paymentKind : dice_.below(kinds.size());
-    switch (dice_.below(16)) {
-      case 0:
-      case 1:
-      case 2:
-      case 3:
-      case 4:
-        return start(kind);
-      case 5:
-      case 6:
-        return cancel(kind);
-      case 7:
-      case 8:
-      case 9:
-      case 10:
-        return callBack(kind);
-      case 11:
-        return ask(kind);
-      case 12:
-        return setLogger();
-      case 13:
-        return answerKept();
-      case 14:
-        within(Call::drain, nullptr, [this] { host_.loop.runPending(); });
-        return;
-      default:
-        if (dice_.oneIn(30)) endInstance();
+    const std::size_t roll = dice_.below(16);
+    if (roll < 5) return start(kind);
+    if (roll < 7) return cancel(kind);
+    if (roll < 11) return callBack(kind);
+    if (roll == 11) return ask(kind);
+    if (roll == 12) return setLogger();
+    if (roll == 13) return reportKept();
+    if (roll == 14) {
+      within(Call::drain, nullptr, [this] { host_.loop.runPending(); });
+    } else if (dice_.oneIn(30)) {
+      endInstance();
     }
   }
 
@@ -350,22 +219,11 @@ class Sequence {
   }
 
   void start(std::size_t kind) {
-    auto transport = PaymentLaunchTransport::urlScheme();
-    if (dice_.oneIn(3)) {
-      switch (dice_.below(6)) {
-        case 0:
-          transport = PaymentLaunchTransport::gzip();
-          break;
-        case 1:
-          transport = PaymentLaunchTransport::automatic(0);
-          break;
-        case 2:
-          transport = PaymentLaunchTransport::automatic(4096);
-          break;
-        default:
-          transport = PaymentLaunchTransport::pasteboard();
-      }
-    }
+    using Transport = PaymentLaunchTransport;
+    static const std::array transports{Transport::gzip(),          Transport::automatic(0),
+                                       Transport::automatic(4096), Transport::pasteboard(),
+                                       Transport::pasteboard(),    Transport::pasteboard()};
+    const auto transport = dice_.oneIn(3) ? transports[dice_.below(6)] : Transport::urlScheme();
     const bool valid = !dice_.oneIn(12);
     Started& one = started_.emplace_back(Started{kind, "id-" + std::to_string(started_.size())});
     const URL url = valid ? urlFor(kind) : parsedURL("no/scheme");
@@ -394,12 +252,13 @@ class Sequence {
     return started_.empty() ? "id-0" : started_[dice_.below(started_.size())].id;
   }
 
-  [[nodiscard]] URL answerFor(std::size_t kind) {
+  [[nodiscard]] URL callbackFor(std::size_t kind) {
     const std::string id = someId(kind);
     if (kind == paymentKind && dice_.oneIn(3)) {
-      const detail::ResultQueryItems items{{"request_id", id}, {"status", "approved"}};
-      if (!dice_.oneIn(4)) return sealedAnswer(id, items);
-      return compressedAnswer(id, items);
+      if (dice_.oneIn(4)) return compressedResult(id);
+      const std::string handoffId(43, static_cast<char>('A' + dice_.below(4)));
+      if (!dice_.oneIn(6)) host_.leaveResult(handoffId, id);
+      return urlFor(paymentKind, "?transport=pasteboard&resultHandoffId=" + handoffId);
     }
     constexpr std::array<std::string_view, 3> statuses{"approved", "failed", ""};
     std::string query = "?status=" + std::string(statuses[dice_.below(statuses.size())]);
@@ -407,21 +266,12 @@ class Sequence {
     return urlFor(kind, query);
   }
 
-  [[nodiscard]] URL sealedAnswer(const std::string& id, const detail::ResultQueryItems& items) {
-    OpenSSLRandomSource random;
-    const std::string handoffId(43, static_cast<char>('A' + dice_.below(4)));
-    const auto envelope = detail::sealHandoffEnvelope(detail::PaymentHandoffResultPayload{items},
-                                                      detail::PaymentHandoffDirection::result, handoffId, id,
-                                                      host_.clock->now(), random);
-    if (!dice_.oneIn(6)) static_cast<void>(detail::writeHandoffEnvelope(host_.pasteboard, envelope.value()));
-    return urlFor(paymentKind, "?transport=pasteboard&resultHandoffId=" + handoffId);
-  }
-
-  [[nodiscard]] URL compressedAnswer(const std::string& id, const detail::ResultQueryItems& items) {
+  [[nodiscard]] URL compressedResult(const std::string& id) {
     const auto payload =
         detail::encodeCompressedPayload(
-            detail::makeURLPayloadEnvelope(detail::PaymentHandoffDirection::result, id, host_.clock->now(),
-                                           detail::PaymentURLResultPayload{items}))
+            detail::makeURLPayloadEnvelope(
+                detail::PaymentHandoffDirection::result, id, host_.clock->now(),
+                detail::PaymentURLResultPayload{{{"request_id", id}, {"status", "approved"}}}))
             .value();
     return urlFor(paymentKind, "?transport=gzip&encoding=gzip-json&payload=" + payload.text +
                                    "&payload_size=" + std::to_string(payload.jsonSize) +
@@ -429,7 +279,7 @@ class Sequence {
   }
 
   void callBack(std::size_t kind) {
-    const URL url = answerFor(kind);
+    const URL url = callbackFor(kind);
     bool finished = false;
     const int ended = within(Call::callback, nullptr, [&] {
       try {
@@ -443,7 +293,7 @@ class Sequence {
   }
 
   void ask(std::size_t kind) {
-    const URL url = answerFor(kind);
+    const URL url = callbackFor(kind);
     const auto result = within(Call::other, nullptr, [&] {
       const auto known = sdk_->paymentResult(url);
       must(!known || pending_[paymentKind] != nullptr || ending_, "a result is that of a pending payment");
@@ -459,13 +309,13 @@ class Sequence {
         [this, captured = std::move(captured)](TilvaneLogLevel, std::string_view) { hostCode(true); });
   }
 
-  void answerKept() {
+  void reportKept() {
     if (kept_.empty()) return;
-    const auto answered = std::move(kept_.front());
+    const auto next = std::move(kept_.front());
     kept_.pop_front();
     const bool opened = dice_.oneIn(3);
-    if (answered.told) return answered.handler(opened);  // Says nothing more.
-    report(answered.kind, answered.handler, opened);
+    if (next.told) return next.handler(opened);  // Says nothing more.
+    report(next.kind, next.handler, opened);
   }
 
   void endInstance() {
@@ -524,7 +374,7 @@ Captured::~Captured() {
   sequence.onEnd();
 }
 
-template <class Result>
+template <typename Result>
 void Completing::operator()(const Result& result) const {
   captured->sequence.onCompletion(*captured->started, result);
 }

@@ -1,19 +1,11 @@
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <thread>
-#include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
+#include "tests/support/Kinds.h"
+#include "tests/support/Test.h"
 
-#include "tests/support/TestHost.h"
-
-namespace tilvanego {
+namespace tilvanego::test {
 namespace {
 
-using test::TestHost;
 using Events = std::vector<std::string>;
 
 PaymentRequest::Fields validFields() {
@@ -34,32 +26,18 @@ PaymentRequest::Fields fullFields() {
   return fields;
 }
 
-/// Notes "completion CASE" or "completion failure ERROR TEXT".
-TilvaneGo::PaymentCompletion noting(TestHost& host) {
-  return [&host](const PaymentResult& result) {
-    std::string text = "completion " + std::string(result.name());
-    if (const auto* failure = std::get_if<PaymentResult::Failure>(&result)) {
-      text += " " + failure->error.errorDescription() + (failure->response ? " +" : "");
-    }
-    host.note(text);
-  };
-}
-
 constexpr auto plainDescription =
     "debug Sending Request - [PaymentRequest(requestId: A-1, amount: 12.5, tip: nil, transactionType: sale, "
-    "currency: "
-    "EUR, callbackURL: myshop://done?a=1&b=2, customId: nil, notes: nil, credentials: false, "
-    "requiresReaderReady: "
-    "true)]";
+    "currency: EUR, callbackURL: myshop://done?a=1&b=2, customId: nil, notes: nil, credentials: false, "
+    "requiresReaderReady: true)]";
 constexpr auto transportLine = "debug Sending Transport - [urlScheme]";
 
 TEST(StartPayment, ShowsBuildsLogsAndOpensInThisOrder) {
   TestHost host;
-  host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
+  host.sdk->startPayment(PaymentRequest(validFields()), noting(host, "completion"));
   const std::string link =
       "tilvanego://payment/v1/start?request_id=A-1&amount=12.5&type=sale&currency=EUR&return_url=myshop://"
-      "done?a%3D1%26b"
-      "%3D2&require_reader_ready=true";
+      "done?a%3D1%26b%3D2&require_reader_ready=true";
   EXPECT_EQ(host.takeEvents(), (Events{plainDescription, transportLine, "debug InlinePaymentUrl: " + link,
                                        "log info Opening Tilvane payment app.", "open " + link}));
   EXPECT_TRUE(host.sdk->isPaymentInProgress());
@@ -67,7 +45,7 @@ TEST(StartPayment, ShowsBuildsLogsAndOpensInThisOrder) {
 
 TEST(StartPayment, SendsTwelveItemsAndShowsNoSecret) {
   TestHost host;
-  host.sdk->startPayment(PaymentRequest(fullFields()), noting(host));
+  host.sdk->startPayment(PaymentRequest(fullFields()), noting(host, "completion"));
   const std::string opening =
       "tilvanego://payment/v1/start?request_id=A-1&amount=12.5&type=sale&currency=EUR&return_url="
       "myshop://done?a%3D1%26b%3D2&tip=0.1&custom_id=&notes=a+b%20c%26d&basic_token=";
@@ -77,8 +55,8 @@ TEST(StartPayment, SendsTwelveItemsAndShowsNoSecret) {
   EXPECT_EQ(
       events[0],
       "debug Sending Request - [PaymentRequest(requestId: A-1, amount: 12.5, tip: 0.1, transactionType: "
-      "sale, "
-      "currency: EUR, callbackURL: myshop://done?a=1&b=2, customId: , notes: present, credentials: true, "
+      "sale, currency: EUR, callbackURL: myshop://done?a=1&b=2, customId: , notes: present, credentials: "
+      "true, "
       "requiresReaderReady: false)]");
   EXPECT_EQ(events[2], "debug InlinePaymentUrl: " + opening + "%3Credacted%3E" + ending);
   EXPECT_EQ(events[4], "open " + opening + "s3cret" + ending);
@@ -98,10 +76,10 @@ TEST_P(RefusedPayment, SaysTheFirstThingToMendAndLeavesNothingBehind) {
   TestHost host;
   auto fields = fullFields();
   GetParam().spoil(fields);
-  host.sdk->startPayment(PaymentRequest(fields), noting(host));
+  host.sdk->startPayment(PaymentRequest(fields), noting(host, "completion"));
   const Events events = host.takeEvents();
   ASSERT_EQ(events.size(), 3U);
-  EXPECT_EQ(events[2], "completion failure " + std::string(GetParam().message));
+  EXPECT_EQ(events[2], "completion failure(invalidRequest: " + std::string(GetParam().message) + ")");
   EXPECT_FALSE(host.sdk->isPaymentInProgress());
 }
 
@@ -169,44 +147,16 @@ TEST(StartPayment, AcceptsAZeroTipAndBlanksAroundTheId) {
   auto fields = validFields();
   fields.requestId = " A 1 ";
   fields.tip = 0;
-  host.sdk->startPayment(PaymentRequest(fields), noting(host));
+  host.sdk->startPayment(PaymentRequest(fields), noting(host, "completion"));
   ASSERT_EQ(host.application->openedURLs().size(), 1U);
   const std::string& link = host.application->openedURLs()[0].absoluteString();
   EXPECT_TRUE(link.starts_with("tilvanego://payment/v1/start?request_id=%20A%201%20&")) << link;
   EXPECT_NE(link.find("&tip=0&"), std::string::npos) << link;
 }
 
-TEST(StartPayment, WhilePendingIsRefusedBeforeItIsValidated) {
-  TestHost host;
-  host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
-  host.takeEvents();
-  auto invalid = validFields();
-  invalid.requestId = "";
-  host.sdk->startPayment(PaymentRequest(invalid), noting(host));
-  const Events events = host.takeEvents();
-  ASSERT_EQ(events.size(), 3U) << "the refused start is shown too";
-  EXPECT_EQ(events[2], "completion failure A payment is already in progress.");
-
-  EXPECT_TRUE(host.sdk->handleCallback(URL::parse("myshop://done?status=approved").value()));
-  EXPECT_EQ(host.takeEvents(), Events{"completion success"}) << "the first one is still the pending one";
-}
-
-TEST(StartPayment, ThatIsNotOpenedFailsOnceAfterTheStartHasReturned) {
-  TestHost host;
-  host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
-  host.takeEvents();
-  ASSERT_TRUE(host.application->answerOldest(false));
-  EXPECT_EQ(host.takeEvents(), Events{}) << "never from within the handler";
-  EXPECT_TRUE(host.sdk->isPaymentInProgress());
-  host.loop.runPending();
-  EXPECT_EQ(host.takeEvents(),
-            Events{"completion failure Tilvane payment app is not installed or cannot be opened."});
-  EXPECT_FALSE(host.sdk->isPaymentInProgress());
-}
-
 TEST(StartPayment, ThatIsOpenedWaitsForItsCallback) {
   TestHost host;
-  host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
+  host.sdk->startPayment(PaymentRequest(validFields()), noting(host, "completion"));
   ASSERT_TRUE(host.application->answerOldest(true));
   host.loop.runPending();
   EXPECT_TRUE(host.sdk->isPaymentInProgress());
@@ -214,33 +164,10 @@ TEST(StartPayment, ThatIsOpenedWaitsForItsCallback) {
 
 TEST(StartPayment, ThatIsFinishedBeforeTheRefusedOpenIsToldIgnoresIt) {
   TestHost host;
-  host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
+  host.sdk->startPayment(PaymentRequest(validFields()), noting(host, "completion"));
   host.application->answerOldest(false);
-  EXPECT_TRUE(host.sdk->handleCallback(URL::parse("myshop://done?status=cancel").value()));
+  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("myshop://done?status=cancel")));
   host.takeEvents();
-  host.loop.runPending();
-  EXPECT_EQ(host.takeEvents(), Events{});
-}
-
-TEST(StartPayment, AfterACancelDropsTheCompletion) {
-  TestHost host;
-  host.sdk->cancelPendingPayment();
-  host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
-  host.takeEvents();
-  host.sdk->cancelPendingPayment();
-  host.application->answerOldest(false);
-  host.loop.runPending();
-  EXPECT_FALSE(host.sdk->handleCallback(URL::parse("myshop://done?status=approved").value()));
-  EXPECT_EQ(host.takeEvents().size(), 1U) << "the warning alone";
-}
-
-TEST(StartPayment, OutlivedByItsHandlerDoesNothing) {
-  TestHost host;
-  host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
-  std::function<void(bool)> late;
-  host.takeEvents();
-  host.application->answerOldest(false);
-  host.sdk.reset();
   host.loop.runPending();
   EXPECT_EQ(host.takeEvents(), Events{});
 }
@@ -249,18 +176,35 @@ TEST(StartPayment, WithoutACompletionIsAPaymentAllTheSame) {
   TestHost host;
   host.sdk->startPayment(PaymentRequest(validFields()), nullptr);
   host.sdk->startPayment(PaymentRequest(validFields()), nullptr);
-  EXPECT_TRUE(host.sdk->handleCallback(URL::parse("myshop://done?status=approved").value()));
+  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("myshop://done?status=approved")));
 }
 
-TEST(StartPayment, MayBeCalledFromItsOwnCompletion) {
+TEST(StartPayment, AndHandleCallbackMayBeCalledFromItsOwnCompletion) {
   TestHost host;
   host.sdk->startPayment(PaymentRequest(validFields()), [&](const PaymentResult&) {
-    EXPECT_FALSE(host.sdk->isPaymentInProgress());
-    host.sdk->startPayment(PaymentRequest(validFields()), noting(host));
+    EXPECT_FALSE(host.sdk->handleCallback(parsedURL("myshop://done")));
+    host.sdk->startPayment(PaymentRequest(validFields()), nullptr);
   });
-  EXPECT_TRUE(host.sdk->handleCallback(URL::parse("myshop://done").value()));
+  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("myshop://done")));
   EXPECT_TRUE(host.sdk->isPaymentInProgress());
   EXPECT_EQ(host.application->openedURLs().size(), 2U);
+}
+
+TEST(Logger, MayReplaceItselfFromWithinACall) {
+  TestHost host;
+  std::vector<int> calls;
+  host.sdk->setLogger([&](TilvaneLogLevel, std::string_view) {
+    calls.push_back(1);
+    host.sdk->setLogger([&](TilvaneLogLevel, std::string_view) { calls.push_back(2); });
+    calls.push_back(1);
+  });
+  for (int times = 0; times < 2; ++times) {
+    EXPECT_FALSE(host.sdk->handleCallback(parsedURL("myshop://done")));
+  }
+  EXPECT_EQ(calls, (std::vector{1, 1, 2}));
+  host.sdk->setLogger(nullptr);
+  EXPECT_FALSE(host.sdk->logger());
+  EXPECT_FALSE(host.sdk->handleCallback(parsedURL("myshop://done")));
 }
 
 TEST(StartPaymentDeathTest, FromAnotherThreadEndsTheProcessWithAMessage) {
@@ -287,4 +231,4 @@ TEST(SharedDeathTest, TakesNoPlatformOnceItIsInUse) {
 }
 
 }  // namespace
-}  // namespace tilvanego
+}  // namespace tilvanego::test

@@ -1,10 +1,6 @@
-#include <optional>
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/frame/Link.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego::detail {
 namespace {

@@ -1,11 +1,9 @@
 #include <atomic>
 #include <coroutine>
-#include <stdexcept>
 #include <thread>
 
-#include <gtest/gtest.h>
-
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -47,7 +45,7 @@ void finish(TestClient& client) {
 }
 
 TEST(SuspendingExecute, GivesTheResponseOrThrowsTheErrorResponse) {
-  TestClient client({httpAnswer(200, Data("well")), httpAnswer(500)});
+  TestClient client({httpResponse(200, Data("well")), httpResponse(500)});
   Outcome first, second;
   await(client.builder<std::string>(), {}, first);
   await(client.builder<std::string>(), {}, second);
@@ -76,7 +74,7 @@ TEST(SuspendingExecute, StopsAtEveryMoment) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.moment);
-    TestClient client({httpAnswer(200, Data("well"))});
+    TestClient client({httpResponse(200, Data("well"))});
     const StopSource source;
     const auto stopAt = [&](const std::string& moment) {
       if (moment == row.moment) source.requestStop();
@@ -106,7 +104,7 @@ TEST(SuspendingExecute, EndsOnceWhateverThreadIsFirst) {
   std::atomic<int> succeeded = 0, stopped = 0, unsent = 0;
   constexpr int rounds = 300;
   for (int round = 0; round < rounds; ++round) {
-    TestClient client({httpAnswer(200, Data("x"))});
+    TestClient client({httpResponse(200, Data("x"))});
     client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
     const StopSource source;
     Outcome outcome;
@@ -147,7 +145,7 @@ class Refusing : public URLSessionDecodableRequestBuilder {
 };
 
 TEST(SuspendingExecute, AnotherExceptionIsWithinReachInTheErrorResponse) {
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   client.configuration->setRequestBuilderFactory(
       std::make_shared<FactoryOverSession<URLSessionRequestBuilder, Refusing>>(client.session.session));
   try {
@@ -175,7 +173,7 @@ TEST(SuspendingExecute, ACallThatIsDroppedAtAnyMomentIsNotResumed) {
   for (const std::string moment : {"progressReady", "intercept", "willSend", "suspended", "received",
                                    "completed", "delivered", "never"}) {
     SCOPED_TRACE(moment);
-    TestClient client({httpAnswer(500)});
+    TestClient client({httpResponse(500)});
     bool resumed = false;
     const auto builder = client.builder<std::string>();
     std::optional<Task<void>> call = note(builder, resumed);
@@ -203,7 +201,7 @@ TEST(SuspendingExecute, ACallThatIsDroppedAtAnyMomentIsNotResumed) {
 }
 
 TEST(SuspendingExecute, ATaskNobodyAwaitsSendsNothing) {
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   {
     const auto task = client.builder<std::string>().execute();
   }
@@ -212,7 +210,7 @@ TEST(SuspendingExecute, ATaskNobodyAwaitsSendsNothing) {
 
 #ifdef __cpp_lib_jthread
 TEST(SuspendingExecute, TakesAStandardStopToken) {
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   std::stop_source source;
   Outcome outcome;
   await(client.builder<std::string>(), source.get_token(), outcome);
@@ -226,7 +224,7 @@ TEST(SuspendingExecute, TakesAStandardStopToken) {
 #endif
 
 TEST(Task, WaitBlocksUntilAnotherThreadEndsTheWork) {
-  TestClient client({httpAnswer(200, Data("well"))});
+  TestClient client({httpResponse(200, Data("well"))});
   std::atomic<bool> done = false;
   std::thread session([&] {
     while (!done) client.session.session->deliver();
@@ -237,7 +235,7 @@ TEST(Task, WaitBlocksUntilAnotherThreadEndsTheWork) {
 }
 
 TEST(Task, WaitOnALoopDrainsIt) {
-  TestClient client({httpAnswer(500)});
+  TestClient client({httpResponse(500)});
   std::atomic<bool> done = false;
   std::thread session([&] {
     while (!done) client.session.session->deliver();

@@ -1,12 +1,7 @@
-#include <algorithm>
-#include <array>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/http_client/CachesDirectory.h>
 #include <tilvanego/http_client/FileDownload.h>
@@ -14,6 +9,7 @@
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -45,7 +41,7 @@ class Download : public testing::Test {
                                                   std::optional<Data> data = Data("body")) {
     HTTPHeaders headers;
     if (disposition) headers.setValue("content-disposition", *std::move(disposition));
-    TestClient client({httpAnswer(200, std::move(data), std::move(headers))});
+    TestClient client({httpResponse(200, std::move(data), std::move(headers))});
     auto result =
         client.run(client.builder<URL>({.method = "GET", .URLString = "https://host.example" + path}));
     EXPECT_EQ(client.interceptor->events.back(), "session: completion");
@@ -61,7 +57,7 @@ TEST_F(Download, GoesUnderThePathOfTheURLWithTheNameOfTheAnswer) {
   struct Row {
     std::string path, disposition, file;
   };
-  const std::array<Row, 13> rows{{
+  const std::array<Row, 15> rows{{
       {"/a/b", "attachment; filename=c.txt", "a/b/c.txt"},
       {"/a/b/", "attachment; filename=\"c d.txt\"", "a/b/c d.txt"},
       {"", "filename=c", "c"},
@@ -75,6 +71,8 @@ TEST_F(Download, GoesUnderThePathOfTheURLWithTheNameOfTheAnswer) {
       {"/a", "attachment; FileName=other; filename=c", "a/c"},
       {"/a/b", "attachment; filename=\"\"", "a/b"},
       {"/a", "filename=filename=c", "a/filename=c"},
+      {"/a", "filename=\"..\\..\\c\"", "a/..\\..\\c"},
+      {"/a", "filename=\"..%2f..%2fc\"", "a/..%2f..%2fc"},
   }};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.path + " " + row.disposition);

@@ -1,16 +1,10 @@
-#include <algorithm>
-#include <array>
 #include <atomic>
-#include <map>
 #include <thread>
-#include <utility>
-#include <variant>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/json/JSONValue.h>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 #include "tests/support/TestData.h"
 
 namespace tilvanego::test {
@@ -49,7 +43,7 @@ bool is(const Failure& failure) {
 struct FailureRow {
   std::string name;
   std::string url;
-  FakeAnswer answer;
+  FakeResponse answer;
   bool refused;
   int code;
   bool (*isCause)(const Failure&);
@@ -89,11 +83,11 @@ TEST(Execution, EachFailureHasItsCodeCauseAndThread) {
        true},
       {"no response", url, {Data("x"), {}, {}}, false, -2, noHTTP, "main", true, false},
       {"another protocol", url, {Data("x"), otherProtocol, {}}, false, -2, noHTTP, "main", true, true},
-      {"status 404", url, httpAnswer(404, Data("lost")), false, 404, badStatus, "main", true, true},
-      {"status 300", url, httpAnswer(300, Data("x")), false, 300, badStatus, "main", true, true},
-      {"empty body", url, httpAnswer(204), false, 204, isBuilderError<Cases::EmptyDataResponse>, "session",
+      {"status 404", url, httpResponse(404, Data("lost")), false, 404, badStatus, "main", true, true},
+      {"status 300", url, httpResponse(300, Data("x")), false, 300, badStatus, "main", true, true},
+      {"empty body", url, httpResponse(204), false, 204, isBuilderError<Cases::EmptyDataResponse>, "session",
        false, true},
-      {"bad JSON", url, httpAnswer(200, Data("{")), false, 200, is<JSONError>, "session", true, true},
+      {"bad JSON", url, httpResponse(200, Data("{")), false, 200, is<JSONError>, "session", true, true},
   }};
   for (const FailureRow& row : rows) {
     SCOPED_TRACE(row.name);
@@ -107,6 +101,7 @@ TEST(Execution, EachFailureHasItsCodeCauseAndThread) {
     ASSERT_FALSE(result);
     const ErrorResponse& error = result.error();
     EXPECT_EQ(error.code(), row.code);
+    EXPECT_EQ(client.session.session->requests().empty(), row.code == ErrorResponse::requestRefused);
     EXPECT_TRUE(row.isCause(error.underlyingFailure())) << error.description();
     EXPECT_EQ(error.data(), row.hasData ? row.answer.data : std::nullopt);
     EXPECT_EQ(error.response(), row.hasResponse ? row.answer.response : nullptr);
@@ -121,7 +116,7 @@ TEST(Execution, EachFailureHasItsCodeCauseAndThread) {
 
 TEST(Execution, MakesABodyOfEachType) {
   const auto bodyOf = []<typename T>(std::optional<Data> data) {
-    TestClient client({httpAnswer(200, std::move(data), {{"X-Answer", "yes"}})});
+    TestClient client({httpResponse(200, std::move(data), {{"X-Answer", "yes"}})});
     auto result = client.run<T>();
     EXPECT_TRUE(result) << result.error().description();
     EXPECT_EQ(result->statusCode, 200);
@@ -157,13 +152,13 @@ TEST(Execution, MakesABodyOfEachType) {
 }
 
 TEST(Execution, AHeaderValueThatIsNoTextIsMissing) {
-  TestClient client({httpAnswer(200, Data(), {{"Good", "yes"}, {"Bad", "\xFF"}})});
+  TestClient client({httpResponse(200, Data(), {{"Good", "yes"}, {"Bad", "\xFF"}})});
   EXPECT_EQ(client.run<std::string>()->header, (ResponseHeader{{"Good", "yes"}}));
 }
 
 TEST(Execution, AHeaderFieldIsFoundWhateverItsCase) {
   for (const std::string_view written : {"Content-Type", "content-type", "CONTENT-TYPE"}) {
-    TestClient client({httpAnswer(200, Data(), {{"X_", "1"}, {written, "text/plain"}, {"x-Long", "2"}})});
+    TestClient client({httpResponse(200, Data(), {{"X_", "1"}, {written, "text/plain"}, {"x-Long", "2"}})});
     const auto header = client.run<std::string>()->header;
     ASSERT_EQ(header.size(), 3U);
     EXPECT_EQ(header.at("Content-Type"), "text/plain");
@@ -202,7 +197,7 @@ TEST(Execution, MethodAndContentTypeChooseTheEncoding) {
   }};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.method + " " + row.sentType);
-    TestClient client({httpAnswer(200)});
+    TestClient client({httpResponse(200)});
     ASSERT_TRUE(client.run(client.builder<Empty>(
         {.method = row.method, .URLString = url, .parameters = row.parameters, .headers = row.headers})));
     const URLRequest sent = client.session.session->requests().at(0);
@@ -225,7 +220,7 @@ class OwnSteps : public URLSessionDecodableRequestBuilder {
 };
 
 TEST(Execution, AFactoryOfTheHostsHasItsOwnStepsTaken) {
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   client.configuration->setRequestBuilderFactory(
       std::make_shared<FactoryOverSession<URLSessionRequestBuilder, OwnSteps>>(client.session.session));
   const auto file = URL::parse("file://" + testDataPath("uuids.json"));
@@ -240,7 +235,7 @@ TEST(Execution, AFactoryOfTheHostsHasItsOwnStepsTaken) {
 }
 
 TEST(Execution, AParameterThatCantBeReadFailsTheBuildAndSkipsTheInterceptor) {
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   const auto result = client.run(
       client.builder<Empty>({.method = "PUT",
                              .URLString = "https://host.example/a?b",
@@ -256,21 +251,21 @@ TEST(Execution, AParameterThatCantBeReadFailsTheBuildAndSkipsTheInterceptor) {
 }
 
 TEST(Execution, ATextThatIsNoURLIsToldTheInterceptorAsABlankPage) {
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   EXPECT_FALSE(client.run(client.builder<Empty>({.method = "POST", .URLString = ""})));
   EXPECT_EQ(client.interceptor->completedRequests.at(0),
             (URLRequest{.url = URL::parse("about:blank").value(), .httpMethod = "POST"}));
 }
 
 TEST(Execution, StatusesOfTheConfiguredRangeSucceed) {
-  TestClient client({httpAnswer(404, Data("x"))});
+  TestClient client({httpResponse(404, Data("x"))});
   client.configuration->setSuccessfulStatusCodeRange({200, 405});
   EXPECT_EQ(client.run<std::string>()->statusCode, 404);
 }
 
 TEST(Execution, ATaskHasItsCredentialWhileItIsUnderWay) {
   const auto& store = *URLSessionRequestBuilderConfiguration::shared().credentialStore;
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   client.configuration->setCredential(URLCredential{"user", "password"});
   auto builder = client.builder<Empty>();
   int identifier = 0;
@@ -285,7 +280,7 @@ TEST(Execution, ATaskHasItsCredentialWhileItIsUnderWay) {
 }
 
 TEST(Execution, ACancelledSendEndsWithTheSessionsFailure) {
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   std::vector<int> codes;
   const auto task = client.builder<Empty>().execute(
       [&](auto result) { codes.push_back(result ? 0 : result.error().code()); });
@@ -299,7 +294,7 @@ TEST(Execution, ACancelledSendEndsWithTheSessionsFailure) {
 }
 
 TEST(Execution, ABuilderLivesUntilItsSendHasEnded) {
-  TestClient client({httpAnswer(500)});
+  TestClient client({httpResponse(500)});
   std::weak_ptr<RequestBuilder> watched;
   {
     auto builder = client.builder<Empty>();
@@ -313,7 +308,7 @@ TEST(Execution, ABuilderLivesUntilItsSendHasEnded) {
 }
 
 TEST(Execution, ManySendsAtOnceEachCompleteOnce) {
-  TestClient client({httpAnswer(200, Data("x"))});
+  TestClient client({httpResponse(200, Data("x"))});
   client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
   std::atomic<int> completions = 0;
   const auto builder = client.builder<std::string>();

@@ -1,9 +1,7 @@
 #include <csignal>
-#include <map>
-
-#include <gtest/gtest.h>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace test {
@@ -18,7 +16,7 @@ namespace {
 
 template <typename T>
 void run(RequestBuilderArguments arguments, std::optional<Data> data = Data()) {
-  TestClient client({httpAnswer(200, std::move(data))});
+  TestClient client({httpResponse(200, std::move(data))});
   (void)client.run(client.builder<T>(std::move(arguments)));
 }
 
@@ -46,7 +44,7 @@ TEST(FaultsOfTheProgramDeathTest, ABodyTypeThatTheKindDoesntServeEndsTheProcess)
   EXPECT_EXIT(run<Opaque>(request("GET")), testing::KilledBySignal(SIGABRT),
               "URLSessionImplementations: Fatal error: Unsupported Response Body Type - .*Opaque\n");
   const auto mixUpKinds = [] {
-    TestClient client({httpAnswer(200)});
+    TestClient client({httpResponse(200)});
     client.configuration->setRequestBuilderFactory(
         std::make_shared<FactoryOverSession<URLSessionRequestBuilder, URLSessionRequestBuilder>>(
             client.session.session));
@@ -61,7 +59,7 @@ TEST(FaultsOfTheProgramDeathTest, ABodyTypeThatTheKindDoesntServeEndsTheProcess)
 TEST(FaultsOfTheProgramDeathTest, AKindThatMakesAnotherBodyEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto misuse = [] {
-    TestClient client({httpAnswer(200)});
+    TestClient client({httpResponse(200)});
     (void)client.run(RequestBuilderOf<URL>(client.builder<std::string>().pointer()));
   };
   EXPECT_EXIT(misuse(), testing::KilledBySignal(SIGABRT), "Unsupported Response Body Type - tilvanego::URL");
@@ -75,13 +73,13 @@ TEST(FaultsOfTheProgramDeathTest, ACallThatMakesNoSenseEndsTheProcessWithWhatToM
   const auto constant = []() -> Task<int> { co_return 1; };
   dies(
       [] {
-        TestClient client({httpAnswer(200)});
+        TestClient client({httpResponse(200)});
         client.builder<Empty>().execute(RequestBuilderOf<Empty>::Completion());
       },
       "TilvaneGo: execute was given an empty completion");
   dies(
       [] {
-        TestClient client({httpAnswer(200)});
+        TestClient client({httpResponse(200)});
         client.builder<Empty>()->execute(RequestBuilder::Completion());
       },
       "TilvaneGo: execute was given an empty completion");
@@ -102,7 +100,7 @@ TEST(FaultsOfTheProgramDeathTest, ACallThatMakesNoSenseEndsTheProcessWithWhatToM
   const auto deleted = []<typename Builder>(const Builder& builder) {
     return !requires { builder.execute(nullptr); };
   };
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   EXPECT_TRUE(deleted(client.builder<Empty>()) && deleted(*client.builder<Empty>().pointer()));
 }
 

@@ -1,14 +1,11 @@
-#include <array>
 #include <csignal>
-#include <stdexcept>
 #include <thread>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/http_client/SynchronizedDictionary.h>
 #include <tilvanego/platform/HostCode.h>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -117,7 +114,7 @@ class ThrowingKind final : public URLSessionDecodableRequestBuilder {
 
 /// One send with host code that throws at the step.
 struct Sending {
-  explicit Sending(const std::string& step, FakeAnswer answer) : client({std::move(answer)}) {
+  explicit Sending(const std::string& step, FakeResponse answer) : client({std::move(answer)}) {
     const auto at = [step](const std::string& here) {
       if (step == here) throwIt();
     };
@@ -200,7 +197,7 @@ TEST(HostCode, WhatItThrowsIsAFailureWhereItAnswersAndDroppedWhereItListens) {
   }};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.step);
-    const Sending sending(row.step, httpAnswer(row.succeedsElse ? 200 : 500, Data("well")));
+    const Sending sending(row.step, httpResponse(row.succeedsElse ? 200 : 500, Data("well")));
     EXPECT_EQ(sending.code, row.code);
     EXPECT_EQ(sending.isItsCause, row.isItsCause);
     EXPECT_EQ(sending.completions, 1);
@@ -214,7 +211,7 @@ TEST(HostCode, AQueueThatThrowsHasTheCompletionRunAtOnce) {
     void post(std::function<void()>) override { throwIt(); }
     [[nodiscard]] bool isCurrent() const override { return true; }
   } queue;
-  TestClient client({httpAnswer(500)});
+  TestClient client({httpResponse(500)});
   client.configuration->setApiResponseQueue(queue);
   int code = 0;
   client.builder<Empty>().execute([&](const auto& result) { code = result.error().code(); });
@@ -225,7 +222,7 @@ TEST(HostCode, AQueueThatThrowsHasTheCompletionRunAtOnce) {
 }
 
 TEST(HostCode, WhatACompletionThrowsLeavesByTheHostsOwnCall) {
-  TestClient client({httpAnswer(200), httpAnswer(200), httpAnswer(500)});
+  TestClient client({httpResponse(200), httpResponse(200), httpResponse(500)});
   int completions = 0;
   const auto send = [&](bool throws) {
     client.builder<Empty>().execute([&, throws](const auto&) {
@@ -250,7 +247,7 @@ TEST(HostCodeDeathTest, OnTheLibrarysThreadTheEndOfTheProcessNamesTheCompletion)
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto end = [] {
     const detail::OwnThread marked;
-    TestClient client({httpAnswer(200)});
+    TestClient client({httpResponse(200)});
     client.builder<Empty>().execute([](const auto&) { throwIt(); });
     client.session.session->deliver();
   };
@@ -260,7 +257,8 @@ TEST(HostCodeDeathTest, OnTheLibrarysThreadTheEndOfTheProcessNamesTheCompletion)
 }
 
 TEST(HostCode, AnAnswerInMemoryThatThrowsFailsItsTask) {
-  const auto session = std::make_shared<MemoryURLSession>([](const URLRequest&) -> FakeAnswer { throwIt(); });
+  const auto session =
+      std::make_shared<MemoryURLSession>([](const URLRequest&) -> FakeResponse { throwIt(); });
   TestClient client({});
   client.configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session));
   int code = 0;
@@ -296,7 +294,7 @@ TEST(HostCode, EveryObserverAndActionRunsThoughOneThrows) {
   EXPECT_TRUE(source.requestStop());
   const StopCallback late(source.token(), throwing);
   EXPECT_EQ(calls, 9);
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   ThrowingSession session(client.session.session, "cancel");
   RequestTask task;
   task.set(session.dataTaskFromProtocol({}, [](auto...) {}));
@@ -308,7 +306,7 @@ TEST(HostCode, EveryObserverAndActionRunsThoughOneThrows) {
 }
 
 TEST(HostCode, AWaitEndsWithItsTaskThoughABlockOfTheLoopThrows) {
-  TestClient client({httpAnswer(500)});
+  TestClient client({httpResponse(500)});
   auto task = client.builder<Empty>().execute();
   client.queue.post(throwIt);
   client.queue.post([&] { client.session.session->deliver(); });
@@ -363,7 +361,7 @@ TEST(HostCode, NothingOfTheHostsEndsUnderALock) {
   dictionary.setValue(1, std::nullopt);
   EXPECT_EQ(ends, 6);
 
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   const auto builder = client.builder<Empty>();
   const auto useBuilder = [&] { builder->addHeader("a", "b"); };
   builder->setOnProgressReady([held = holding(useBuilder)](const auto&) {});
@@ -405,7 +403,7 @@ TEST(HostCode, ABuilderMayBeUsedAndLetGoInEveryHook) {
        {"progressReady", "intercept", "willSend", "didReceive", "retry", "didComplete", "completion"}) {
     for (const std::string deed : {"let go", "cancel", "send again"}) {
       SCOPED_TRACE(moment + ": " + deed);
-      TestClient client({httpAnswer(500), httpAnswer(200)});
+      TestClient client({httpResponse(500), httpResponse(200)});
       std::optional<RequestBuilderOf<std::string>> builder = client.builder<std::string>();
       int sends = 0, completions = 0;
       bool isDone = false;

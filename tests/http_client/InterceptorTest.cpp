@@ -1,9 +1,7 @@
-#include <algorithm>
 #include <thread>
 
-#include <gtest/gtest.h>
-
 #include "tests/http_client/TestClient.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -11,7 +9,7 @@ namespace {
 using Events = std::vector<std::string>;
 
 TEST(Interceptor, TheInterceptorsRequestIsTheOneThatIsSent) {
-  TestClient client({httpAnswer(200)});
+  TestClient client({httpResponse(200)});
   client.interceptor->onIntercept = [](URLRequest request, auto completion) {
     request.headers.setValue("Signed", "yes");
     completion(request);
@@ -22,7 +20,7 @@ TEST(Interceptor, TheInterceptorsRequestIsTheOneThatIsSent) {
 }
 
 TEST(Interceptor, AnInterceptorThatAnswersTwiceSendsAndCompletesOnce) {
-  TestClient client({httpAnswer(500)});
+  TestClient client({httpResponse(500)});
   client.interceptor->onIntercept = [](const URLRequest& request, auto completion) {
     completion(request);
     completion(request);
@@ -38,7 +36,7 @@ TEST(Interceptor, AnInterceptorThatAnswersTwiceSendsAndCompletesOnce) {
 }
 
 TEST(Interceptor, ARetryIsAFullNewPassWithWhatTheBuilderHasByThen) {
-  TestClient client({{{}, {}, TestFailure{"lost"}}, httpAnswer(503), httpAnswer(200, Data("third"))});
+  TestClient client({{{}, {}, TestFailure{"lost"}}, httpResponse(503), httpResponse(200, Data("third"))});
   auto builder = client.builder<std::string>();
   int ready = 0;
   builder->setOnProgressReady([&](const std::shared_ptr<Progress>& progress) {
@@ -64,7 +62,7 @@ TEST(Interceptor, ARetryIsAFullNewPassWithWhatTheBuilderHasByThen) {
 }
 
 TEST(Interceptor, TheInterceptorAloneBoundsTheRetries) {
-  TestClient client({httpAnswer(500)});
+  TestClient client({httpResponse(500)});
   int left = 100;
   client.interceptor->onRetry = [&](auto completion) {
     completion(left-- > 0 ? OpenAPIInterceptorRetry::retry : OpenAPIInterceptorRetry::dontRetry);
@@ -74,7 +72,7 @@ TEST(Interceptor, TheInterceptorAloneBoundsTheRetries) {
 }
 
 TEST(Interceptor, ARetryMayBeAnsweredLaterOnAnotherThread) {
-  TestClient client({httpAnswer(500), httpAnswer(200, Data("well"))});
+  TestClient client({httpResponse(500), httpResponse(200, Data("well"))});
   OpenAPIInterceptor::RetryCompletion answer;
   client.interceptor->onRetry = [&](auto completion) { answer = std::move(completion); };
   std::optional<std::string> body;
@@ -88,7 +86,7 @@ TEST(Interceptor, ARetryMayBeAnsweredLaterOnAnotherThread) {
 
 // Each hook waits for another thread that uses everything that has a lock.
 TEST(Interceptor, NoLockIsHeldWhileAHookRuns) {
-  TestClient client({httpAnswer(500), httpAnswer(200)});
+  TestClient client({httpResponse(500), httpResponse(200)});
   int hooks = 0;
   const auto useFromElsewhere = [&](RequestBuilder& builder) {
     ++hooks;

@@ -1,14 +1,11 @@
-#include <array>
-#include <cstdlib>
 #include <new>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/json/JSONValue.h>
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -17,7 +14,7 @@ enum class Step { send, answer };
 
 /// Sends with one failing allocation in a step. False if the step needs no more allocations than pass.
 template <typename T>
-bool endsOnce(const FakeAnswer& answer, Step failing, std::size_t passed) {
+bool endsOnce(const FakeResponse& answer, Step failing, std::size_t passed) {
   TestClient client({answer});
   client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
   const auto builder = client.builder<T>();
@@ -53,7 +50,7 @@ bool endsOnce(const FakeAnswer& answer, Step failing, std::size_t passed) {
 }
 
 template <typename T>
-void endsOnceWhateverAllocationFails(const FakeAnswer& answer) {
+void endsOnceWhateverAllocationFails(const FakeResponse& answer) {
   for (const Step failing : {Step::send, Step::answer}) {
     std::size_t passed = 0;
     while (endsOnce<T>(answer, failing, passed) && !testing::Test::HasFailure()) ++passed;
@@ -67,8 +64,8 @@ TEST(OutOfMemory, IsAFailureLikeAnyOtherAtEachAllocation) {
   testing::internal::CaptureStderr();  // hooks that had no memory are dropped, and named
   const HTTPHeaders headers{{"Content-Type", "application/json; charset=utf-8; of-more-than-a-few=letters"},
                             {"Content-Disposition", "attachment; filename=a-name-of-some-length.json"}};
-  const FakeAnswer json =
-      httpAnswer(200, Data(R"({"a name of some length":"a text of some length"})"), headers);
+  const FakeResponse json =
+      httpResponse(200, Data(R"({"a name of some length":"a text of some length"})"), headers);
   endsOnceWhateverAllocationFails<std::string>(json);
   endsOnceWhateverAllocationFails<std::map<std::string, std::string>>(json);
   endsOnceWhateverAllocationFails<JSONValue>(json);
@@ -82,7 +79,7 @@ TEST(OutOfMemory, IsAFailureLikeAnyOtherAtEachAllocation) {
 }
 
 TEST(OutOfMemory, TheCauseIsWithinReachAndTheCodeSaysWhere) {
-  TestClient client({httpAnswer(200, Data(std::string(1000, 'x')))});
+  TestClient client({httpResponse(200, Data(std::string(1000, 'x')))});
   client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
   std::array<int, 2> codes{};
   for (std::size_t passed = 0; passed < 40; ++passed) {

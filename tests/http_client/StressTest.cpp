@@ -1,23 +1,15 @@
 // Many requests from many threads, through faults, retries and cancels: each is answered once, with its own
 // answer.
-#include <algorithm>
-#include <array>
 #include <atomic>
-#include <cstdint>
 #include <deque>
-#include <map>
-#include <memory>
 #include <random>
 #include <semaphore>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "tests/http_client/BuilderTest.h"
+#include "tests/http_client/TestClient.h"
 #include "tests/support/HTTPMessages.h"
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/Test.h"
 
 using namespace tilvanego;
 using namespace tilvanego::test;
@@ -40,7 +32,7 @@ std::uint32_t scatter(std::uint32_t number, std::uint32_t salt) {
 // "/echo/N" fails in a way that N and the number of the try decide, or echoes; "/silent/N" never answers.
 class FaultyEcho {
  public:
-  Answer operator()(const ReceivedRequest& request) {
+  ServerResponse operator()(const ReceivedRequest& request) {
     const auto path = request.path();
     if (path.starts_with("/silent")) return silence();
     const auto number = static_cast<std::uint32_t>(std::stoi(path.substr(path.rfind('/') + 1)));
@@ -63,17 +55,17 @@ class FaultyEcho {
       case 7:
         return notHTTP();
       case 8:
-        return answer(503, "busy");
+        return response(503, "busy");
       case 9:
-        return answer(200, body).then(Answer::Close{});
+        return response(200, body).then(ServerResponse::Close{});
       case 10:
-        return chunkedAnswer(200, body, 7);
+        return chunkedResponse(200, body, 7);
       case 11:
         return redirect(path);
       case 12:
-        return answer(401, "no challenge");
+        return response(401, "no challenge");
       default:
-        return answer(200, body);
+        return response(200, body);
     }
   }
 
@@ -82,14 +74,10 @@ class FaultyEcho {
 };
 
 // Lets about half of the failures be tried again, at once or from the queue; never what was cancelled.
-class StressInterceptor final : public OpenAPIInterceptor {
+class StressInterceptor final : public DefaultOpenAPIInterceptor {
  public:
   explicit StressInterceptor(RunLoop& queue) : queue_(queue) {}
 
-  void intercept(const URLRequest& request, const Session& /*session*/, const Builder& /*builder*/,
-                 InterceptCompletion completion) override {
-    completion(request);
-  }
   void retry(const URLRequest& /*request*/, const Session& /*session*/, const Builder& /*builder*/,
              const std::optional<Data>& /*data*/, const URLResponsePointer& /*response*/,
              const Failure& error, RetryCompletion completion) override {
@@ -193,7 +181,7 @@ class Stress {
   std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration_ =
       std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
           "http://unused.invalid", OstrelTilvanePoiModelsAPIConfiguration::Headers(),
-          URLCredential{"till", "s3cret"}, std::make_shared<ThroughFactory>(session_, "/nonexistent"), queue_,
+          URLCredential{"till", "s3cret"}, std::make_shared<FactoryOverSession<>>(session_), queue_,
           std::make_shared<CodableHelper>(), StatusCodeRange(), interceptor_);
   // How many more requests each thread may have in flight.
   std::deque<std::counting_semaphore<>> windows_;

@@ -1,17 +1,7 @@
 // Payments with a payment application that shares no code with the library: payment_app.mjs, which refuses
 // whatever isn't exactly as a form promises, and says why on standard error.
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/facade/FacadeAccess.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
@@ -22,6 +12,7 @@
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
 
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {
@@ -147,18 +138,6 @@ constexpr std::string_view fullJSON =
     R"(","request_id":"Ä|1.2 \/&=+%","require_reader_ready":false,)"
     R"("return_url":"myshop:\/\/done\/till\/4?lane=a%20b&x=1","tip":"0.1","type":"auth"})";
 
-// Text that compression makes little of: six bits a character, from a generator with a fixed seed.
-std::string denseText(std::size_t size) {
-  constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
-  std::string text;
-  std::uint32_t state = 1;
-  while (text.size() < size) {
-    state = state * 1'664'525U + 1'013'904'223U;
-    text += alphabet[state >> 26U];
-  }
-  return text;
-}
-
 struct Answer {
   Alterations alterations;
   std::string outcome;
@@ -209,74 +188,29 @@ TEST(PaymentApp, WhatARequestLeavesOutStandsInNoForm) {
   }
 }
 
-TEST(PaymentApp, AutomaticTakesTheFirstFormThatFits) {
-  struct Case {
-    std::int64_t maxInlineURLLength;
-    std::string notes;
-    std::string form;
-  };
-  for (const auto& [limit, notes, form] : {
-           Case{2000, "short", "inline"},
-           Case{100, "short", "gzip"},
-           Case{2000, std::string(200'000, 'x'), "gzip"},
-           Case{2000, denseText(80'000), "gzip"},
-           Case{2000, denseText(100'000), "pasteboard"},
-           Case{2000, std::string(300'000, 'x'), "pasteboard"},
-       }) {
-    SCOPED_TRACE(form + ", notes of " + std::to_string(notes.size()));
-    auto fields = leastFields();
-    fields.notes = notes;
-    const auto payment = PaymentApp().pay(PaymentRequest(fields), Transport::automatic(limit), "pasteboard");
-    EXPECT_EQ(payment.form, form);
-    EXPECT_TRUE(payment.request.contains("\"notes\":\"" + notes + "\"")) << payment.request.size();
-    EXPECT_EQ(payment.outcome(), "success");
-  }
-}
-
 TEST(PaymentApp, ACompressedAnswerIsTakenOnlyAsItWasStated) {
   expectOutcomes(Transport::gzip(), "gzip",
                  {{{"status=declined"}, "declined"},
-                  {{"status=canceled"}, "cancelled"},
-                  {{"status=broken"}, "paymentFailed"},
                   {{"wrapping=zlib"}, "success"},
-                  {{"compressedSizeOff=-1"}, "urlPayloadTooLarge"},
                   {{"compressedSizeOff=1"}, "urlPayloadTooLarge"},
-                  {{"compressedSizeOff=65536"}, "urlPayloadTooLarge"},
-                  {{"sizeOff=262144"}, "urlPayloadTooLarge"},
-                  {{"sizeOff=-1"}, "urlPayloadInvalid"},
                   {{"sizeOff=1"}, "urlPayloadInvalid"},
-                  {{"encoding=GZIP-JSON"}, "urlPayloadInvalid"},
-                  {{"namespace=com.ostrel.tilvane.handoff"}, "urlPayloadInvalid"},
-                  {{"schemaVersion=2"}, "urlPayloadInvalid"},
-                  {{"direction=request"}, "urlPayloadInvalid"},
                   {{"requestId=A-2"}, "urlPayloadInvalid"},
-                  {{"cut=1"}, "urlPayloadDecompressionFailed"},
-                  {{"cut=30"}, "urlPayloadDecompressionFailed"},
-                  {{"text=approved"}, "urlPayloadDecompressionFailed"},
-                  {{"text="}, "urlPayloadDecompressionFailed"},
-                  {{"direction=reply"}, "urlPayloadDecompressionFailed"},
-                  {{"itemsKey=queryItems"}, "urlPayloadDecompressionFailed"}});
+                  {{"cut=1"}, "urlPayloadDecompressionFailed"}});
 }
 
 TEST(PaymentApp, ASealedAnswerOpensOnlyForThePaymentItWasSealedFor) {
   expectOutcomes(Transport::pasteboard(), "pasteboard",
                  {{{"status=declined"}, "declined"},
-                  {{"status=canceled"}, "cancelled"},
                   {{"sdkVersion=9.9.9"}, "success"},
                   {{"tagBit=7"}, "pasteboardHandoffDecryptionFailed"},
                   {{"sealedFor=A-2"}, "pasteboardHandoffDecryptionFailed"},
                   {{"expiryShift=60"}, "pasteboardHandoffDecryptionFailed"},
-                  {{"text=approved"}, "pasteboardHandoffDecryptionFailed"},
-                  {{"itemsKey=query_items"}, "pasteboardHandoffDecryptionFailed"},
-                  {{"requestId=A-2"}, "pasteboardHandoffInvalid"},
-                  {{"direction=request"}, "pasteboardHandoffInvalid"}});
+                  {{"requestId=A-2"}, "pasteboardHandoffInvalid"}});
 }
 
 TEST(PaymentApp, AnAnswerThatIsNotThereOrNotThePaymentsIsMissingAndLeftAlone) {
   expectOutcomes(Transport::pasteboard(), "pasteboard",
                  {{{"resultId=another"}, "pasteboardHandoffMissing", true},
-                  {{"namespace=com.ostrel.tilvane.urlpayload"}, "pasteboardHandoffMissing", true},
-                  {{"schemaVersion=2"}, "pasteboardHandoffMissing", true},
                   {{"checksumOff=1"}, "pasteboardHandoffMissing", true},
                   {{"fileMode=0o644"}, "pasteboardHandoffMissing", true}});
 }

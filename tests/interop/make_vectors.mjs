@@ -4,24 +4,13 @@
 import { createCipheriv, createHash } from 'node:crypto';
 import { writeFileSync } from 'node:fs';
 import { deflateRawSync, deflateSync, gzipSync } from 'node:zlib';
+import { canonical, dateText } from './wire.mjs';
 
 const folder = new URL('../data/transports/', import.meta.url);
 
 function bytesFrom(seed, count) {
   return Buffer.from(Array.from({ length: count }, (_, i) => (seed * 37 + i * 11) & 0xff));
 }
-
-// Keys in ascending order, slashes escaped, no white space.
-export function json(value) {
-  if (Array.isArray(value)) return `[${value.map(json).join(',')}]`;
-  if (value !== null && typeof value === 'object') {
-    const members = Object.keys(value).sort().filter((key) => value[key] !== undefined);
-    return `{${members.map((key) => `${json(key)}:${json(value[key])}`).join(',')}}`;
-  }
-  return JSON.stringify(value).replaceAll('/', '\\/');
-}
-
-const isoText = (seconds) => new Date(Math.floor(seconds) * 1000).toISOString().replace('.000Z', 'Z');
 
 function envelopeCase({ name, direction, requestId, createdAt, payload, seed }) {
   const handoffId = bytesFrom(seed, 32).toString('base64url');
@@ -30,15 +19,15 @@ function envelopeCase({ name, direction, requestId, createdAt, payload, seed }) 
   const keyText = `ostrel.tilvane.handoff.v1.${direction}.${handoffId}.${requestId}`;
   const key = createHash('sha256').update(keyText, 'utf8').digest();
   const associatedData = `com.ostrel.tilvane.handoff|1|${direction}|${handoffId}|${requestId}|1.0.0|${expiresAt}`;
-  const plaintext = typeof payload === 'string' ? payload : json(payload);
+  const plaintext = typeof payload === 'string' ? payload : canonical(payload);
   const cipher = createCipheriv('aes-256-gcm', key, nonce);
   cipher.setAAD(Buffer.from(associatedData, 'utf8'));
   const body = Buffer.concat([cipher.update(plaintext, 'utf8'), cipher.final()]);
   const tag = cipher.getAuthTag();
   const ciphertext = Buffer.concat([nonce, body, tag]).toString('base64url');
-  const envelope = json({
+  const envelope = canonical({
     namespace: 'com.ostrel.tilvane.handoff', schemaVersion: 1, direction, handoffId, requestId, sdkVersion: '1.0.0',
-    createdAt: isoText(createdAt), expiresAt: isoText(expiresAt), ciphertext,
+    createdAt: dateText(Math.floor(createdAt)), expiresAt: dateText(expiresAt), ciphertext,
   });
   return {
     name, direction, handoffId, requestId, createdAt, expiresAt, key: key.toString('base64'), associatedData,

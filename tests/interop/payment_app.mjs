@@ -100,11 +100,11 @@ const readers = { inline: readInline, gzip: readGzip, pasteboard: readHandoff };
 const json = (value) => JSON.stringify(value, null, 1);
 
 function answerByGzip(request, items) {
-  const text = alter.text ?? json({
-    payload: { [alter.itemsKey ?? 'query_items']: Object.fromEntries(items) },
-    namespace: alter.namespace ?? 'com.ostrel.tilvane.urlpayload',
-    schema_version: Number(alter.schemaVersion ?? 1),
-    direction: alter.direction ?? 'result',
+  const text = json({
+    payload: { query_items: Object.fromEntries(items) },
+    namespace: 'com.ostrel.tilvane.urlpayload',
+    schema_version: 1,
+    direction: 'result',
     request_id: alter.requestId ?? request.request_id,
     created_at: dateText(Math.floor(now)),
   });
@@ -113,7 +113,7 @@ function answerByGzip(request, items) {
   const compressed = whole.subarray(0, whole.length - Number(alter.cut ?? 0));
   return [
     ['transport', 'gzip'],
-    ['encoding', alter.encoding ?? 'gzip-json'],
+    ['encoding', 'gzip-json'],
     ['payload', compressed.toString('base64url')],
     ['payload_size', String(bytes.length + Number(alter.sizeOff ?? 0))],
     ['compressed_size', String(compressed.length + Number(alter.compressedSizeOff ?? 0))],
@@ -132,15 +132,15 @@ function seal(text, direction, handoffId, requestId, expires) {
 
 function answerByHandoff(request, items) {
   const resultId = randomBytes(32).toString('base64url');
-  const direction = alter.direction ?? 'result';
+  const direction = 'result';
   const requestId = alter.requestId ?? request.request_id;
   const created = now - Number(alter.age ?? 0);
   const expires = Math.floor(created + LIFETIME);
-  const text = alter.text ?? json({ [alter.itemsKey ?? 'queryItems']: Object.fromEntries(items) });
+  const text = json({ queryItems: Object.fromEntries(items) });
   const envelope = json({
     ciphertext: seal(text, direction, resultId, alter.sealedFor ?? requestId, expires),
-    namespace: alter.namespace ?? 'com.ostrel.tilvane.handoff',
-    schemaVersion: Number(alter.schemaVersion ?? 1),
+    namespace: 'com.ostrel.tilvane.handoff',
+    schemaVersion: 1,
     direction,
     handoffId: resultId,
     requestId,

@@ -1,16 +1,10 @@
-#include <functional>
-#include <map>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
 
 #include "tests/support/AllocationCount.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

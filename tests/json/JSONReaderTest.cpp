@@ -1,14 +1,7 @@
-#include <array>
-#include <cstdint>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

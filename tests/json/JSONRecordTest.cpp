@@ -1,15 +1,6 @@
-#include <array>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <type_traits>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/json/JSON.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace test {

@@ -1,14 +1,7 @@
-#include <array>
-#include <limits>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace test {

@@ -1,13 +1,7 @@
-#include <map>
-#include <string>
-#include <string_view>
-#include <variant>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/models/Catalogue.h>
 
 #include "tests/models/ModelTables.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::models {
 namespace {

@@ -1,15 +1,5 @@
-#include <array>
-#include <cstddef>
-#include <cstdint>
 #include <expected>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <unordered_set>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/Models.h>
 #include <tilvanego/json/JSON.h>
@@ -17,6 +7,7 @@
 
 #include "tests/models/ModelTables.h"
 #include "tests/support/AllocationCount.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::models {
 namespace {

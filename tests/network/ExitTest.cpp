@@ -1,17 +1,14 @@
 // Leaving the process while requests are under way.
-#include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <utility>
 
-#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <tilvanego/platform/desktop/SpawnedProgram.h>
 
 #include "tests/support/NginxServer.h"
+#include "tests/support/Test.h"
 
 using namespace tilvanego;
 using namespace tilvanego::test;

@@ -53,7 +53,7 @@ class RecordingDelegate final : public URLSessionDelegate {
 
 LoopbackServer::Handler guarded(Scheme scheme, bool isProxy = false) {
   return [authenticator = Authenticator(scheme, isProxy)](const ReceivedRequest& request) {
-    return authenticator.admits(request) ? answer(200, request.method + " " + request.body)
+    return authenticator.admits(request) ? response(200, request.method + " " + request.body)
                                          : authenticator.challenge();
   };
 }
@@ -177,7 +177,7 @@ TEST_F(SessionAuthentication, TheUserOfAURLAndEachStoredCredentialGoToTheirOwnSe
   const auto guarded = [](int status) {
     return [status, count = 0](const ReceivedRequest& request) mutable {
       if (request.path() == "/here") return redirect("/");
-      return answer(status, {}, {{"WWW-Authenticate", "Basic realm=\"" + std::to_string(++count) + "\""}});
+      return response(status, {}, {{"WWW-Authenticate", "Basic realm=\"" + std::to_string(++count) + "\""}});
     };
   };
   const auto seen = [](const LoopbackServer& server) {
@@ -199,6 +199,8 @@ TEST_F(SessionAuthentication, TheUserOfAURLAndEachStoredCredentialGoToTheirOwnSe
   useSession(configuration);
   EXPECT_EQ(send(asTill("/here")).status(), 401);
   EXPECT_EQ(seen(server), (std::vector<std::string>{"-", "-", till}));
+  EXPECT_EQ(send(get(server.url())).status(), 401);
+  EXPECT_EQ(seen(server).back(), "-") << "the next task knows nothing of the last one's user";
   EXPECT_EQ(send(asTill("/away")).status(), 401);
   EXPECT_EQ(seen(other), std::vector<std::string>{"-"});
   for (const auto* realm : {"2", "3", "4"}) {
@@ -211,7 +213,7 @@ TEST_F(SessionAuthentication, TheUserOfAURLAndEachStoredCredentialGoToTheirOwnSe
 
 TEST_F(SessionAuthentication, AServerThatCallsEachAnswerOutOfDateHearsFew) {
   const LoopbackServer server([nonce = 0](const ReceivedRequest&) mutable {
-    return answer(
+    return response(
         401, {},
         {{"WWW-Authenticate", "Digest realm=\"r\", stale=true, algorithm=MD5, qop=\"auth\", nonce=\"" +
                                   std::to_string(++nonce) + "\""}});

@@ -133,7 +133,7 @@ TEST_F(SessionWithNginx, ALineBreakInAHeaderDoesNotReachHTTP2Either) {
 }
 
 TEST_F(SessionRequests, MethodPathHeadersAndBodyGoOutAsTheyStand) {
-  const LoopbackServer server([](const ReceivedRequest&) { return answer(200); });
+  const LoopbackServer server([](const ReceivedRequest&) { return response(200); });
   for (const auto* method : {"GET", "POST", "PUT", "PATCH", "DELETE", "OPTIONS", "TRACE"}) {
     URLRequest request = get(server.url("/a%20b/c?d=e%26&f=%2B+g#fragment"));
     request.httpMethod = method;
@@ -160,7 +160,7 @@ TEST_F(SessionRequests, MethodPathHeadersAndBodyGoOutAsTheyStand) {
 }
 
 TEST_F(SessionRequests, NothingOfAHeaderThatWouldSmuggleReachesTheWire) {
-  const LoopbackServer server([](const ReceivedRequest&) { return answer(200); });
+  const LoopbackServer server([](const ReceivedRequest&) { return response(200); });
   using namespace std::string_literals;
   for (const auto& evil :
        {"a\r\nX-Evil: 1"s, "a\nX-Evil: 1"s, "a\rX-Evil: 1"s, "a\0X-Evil"s, "\r\n\r\nGET /evil"s, "a\r\n"s}) {
@@ -183,7 +183,7 @@ TEST_F(SessionRequests, NothingOfAHeaderThatWouldSmuggleReachesTheWire) {
 }
 
 TEST_F(SessionRequests, RequestsCannotForgeTheirLength) {
-  const LoopbackServer server([](const ReceivedRequest&) { return answer(200); });
+  const LoopbackServer server([](const ReceivedRequest&) { return response(200); });
   for (const auto* name : {"Content-Length", "content-length", "Transfer-Encoding"}) {
     URLRequest request = post(server.url(), "four");
     request.headers.setValue(name, name[0] == 'T' ? "chunked" : "3");
@@ -202,8 +202,8 @@ TEST_F(SessionRequests, RequestsCannotForgeTheirLength) {
 
 TEST_F(SessionRequests, FieldsThatComeTwiceAreJoinedAndOddOnesDoNoHarm) {
   const LoopbackServer server([](const ReceivedRequest&) {
-    return answer(200, "x",
-                  {{"X-Twice", "one"}, {"x-twice", "two"}, {"X-Empty", ""}, {"X-Latin", "caf\xE9"}});
+    return response(200, "x",
+                    {{"X-Twice", "one"}, {"x-twice", "two"}, {"X-Empty", ""}, {"X-Latin", "caf\xE9"}});
   });
   const auto outcome = send(get(server.url()));
   EXPECT_EQ(outcome.header("X-Twice"), "one, two");
@@ -214,9 +214,10 @@ TEST_F(SessionRequests, FieldsThatComeTwiceAreJoinedAndOddOnesDoNoHarm) {
 TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
   const LoopbackServer server([](const ReceivedRequest& request) {
     if (request.path() == "/login") {
-      return answer(200, {}, {{"Set-Cookie", "session=42; Path=/"}, {"Set-Cookie", "narrow=1; Path=/login"}});
+      return response(200, {},
+                      {{"Set-Cookie", "session=42; Path=/"}, {"Set-Cookie", "narrow=1; Path=/login"}});
     }
-    return answer(200, request.header("Cookie").value_or("none"));
+    return response(200, request.header("Cookie").value_or("none"));
   });
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   send(get(server.url("/login")));
@@ -236,7 +237,7 @@ TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
 
 TEST_F(SessionRequests, ProgressCountsBothWaysAndEndsAtTheTotal) {
   const auto body = varied(3'000'000);
-  const LoopbackServer server([&](const ReceivedRequest& request) { return answer(200, request.body); });
+  const LoopbackServer server([&](const ReceivedRequest& request) { return response(200, request.body); });
   auto& echo = make(post(server.url(), body));
   std::mutex mutex;
   std::vector<std::int64_t> counts;
@@ -262,7 +263,7 @@ TEST_F(SessionRedirects, KeepOrChangeTheMethodByTheirStatus) {
     const char* bodyAfterwards;
   };
   const LoopbackServer server([](const ReceivedRequest& request) {
-    if (request.path() == "/end") return answer(200, request.method + " " + request.body);
+    if (request.path() == "/end") return response(200, request.method + " " + request.body);
     return redirect("/end", std::stoi(request.path().substr(1)));
   });
   for (const auto& [status, method, methodAfterwards, bodyAfterwards] : {Case{301, "POST", "GET", ""},
@@ -280,7 +281,7 @@ TEST_F(SessionRedirects, KeepOrChangeTheMethodByTheirStatus) {
 }
 
 TEST_F(SessionRedirects, LeadNeitherToAnotherProtocolNorSecretsToAnotherServer) {
-  const LoopbackServer other([](const ReceivedRequest&) { return answer(200, "other"); });
+  const LoopbackServer other([](const ReceivedRequest&) { return response(200, "other"); });
   const LoopbackServer server([&](const ReceivedRequest& request) {
     return redirect(request.path() == "/other" ? other.url("/") : "file:///etc/passwd");
   });

@@ -18,8 +18,9 @@ namespace {
 using SessionFaults = SessionTest;
 using SessionCancel = SessionTest;
 
-Answer chunked(std::string_view bytes) {
-  return sent(headOf(200, {{"Transfer-Encoding", "chunked"}}) + std::string(bytes)).then(Answer::Hold{});
+ServerResponse chunked(std::string_view bytes) {
+  return sent(headOf(200, {{"Transfer-Encoding", "chunked"}}) + std::string(bytes))
+      .then(ServerResponse::Hold{});
 }
 
 std::string localURL(std::uint16_t port, std::string_view scheme = "http") {
@@ -31,7 +32,7 @@ std::string localURL(std::uint16_t port, std::string_view scheme = "http") {
 TEST_F(SessionFaults, EachFaultOfAServerIsToldByItsCode) {
   struct Case {
     const char* name;
-    std::function<Answer()> answer;
+    std::function<ServerResponse()> response;
     Code code;
     bool hasResponse;
   };
@@ -56,32 +57,32 @@ TEST_F(SessionFaults, EachFaultOfAServerIsToldByItsCode) {
          return chunked(trailers);
        },
        Code::badServerResponse, true},
-      {"closed after an interim head", [] { return sent(headOf(103, {})).then(Answer::Close{}); },
+      {"closed after an interim head", [] { return sent(headOf(103, {})).then(ServerResponse::Close{}); },
        Code::networkConnectionLost, false},
       {"closed in the head after an interim one",
-       [] { return sent(headOf(100, {}) + "HTTP/1.1 200 To").then(Answer::Close{}); },
+       [] { return sent(headOf(100, {}) + "HTTP/1.1 200 To").then(ServerResponse::Close{}); },
        Code::networkConnectionLost, false},
       {"not HTTP", notHTTP, Code::badServerResponse, false},
       {"two lengths",
        [] { return sent("HTTP/1.1 200 OK\r\nContent-Length: 3\r\nContent-Length: 5\r\n\r\nhello"); },
        Code::badServerResponse, false},
-      {"a field of 90 KB", [] { return answer(200, {}, {{"X", std::string(90'000, 'x')}}); },
+      {"a field of 90 KB", [] { return response(200, {}, {{"X", std::string(90'000, 'x')}}); },
        Code::badServerResponse, false},
-      {"a field of 150 KB", [] { return answer(200, {}, {{"X", std::string(150'000, 'x')}}); },
+      {"a field of 150 KB", [] { return response(200, {}, {{"X", std::string(150'000, 'x')}}); },
        Code::badServerResponse, false},
       {"interim heads without end",
        [] {
          std::string heads;
          for (int count = 0; count < 10'000; ++count) heads += headOf(103, {{"Link", "</x>"}});
-         return sent(heads).then(Answer::Hold{});
+         return sent(heads).then(ServerResponse::Hold{});
        },
        Code::badServerResponse, false},
-      {"not compressed as it says", [] { return answer(200, "plain", {{"Content-Encoding", "gzip"}}); },
+      {"not compressed as it says", [] { return response(200, "plain", {{"Content-Encoding", "gzip"}}); },
        Code::badServerResponse, true},
       {"broken off before it was compressed",
        [] {
          const auto whole = compressed("a body", gzipForm);
-         return answer(200, whole.substr(0, whole.size() - 3), {{"Content-Encoding", "gzip"}});
+         return response(200, whole.substr(0, whole.size() - 3), {{"Content-Encoding", "gzip"}});
        },
        Code::badServerResponse, true},
       {"a head of 290 KB", [] { return oversizedHead(290'000); }, Code::badServerResponse, false},
@@ -89,9 +90,9 @@ TEST_F(SessionFaults, EachFaultOfAServerIsToldByItsCode) {
       {"redirects in a circle", [] { return redirect("/"); }, Code::tooManyRedirects, true},
   };
   for (const auto& method : {"GET", "POST"}) {
-    for (const auto& [name, answer, code, hasResponse] : cases) {
+    for (const auto& [name, response, code, hasResponse] : cases) {
       SCOPED_TRACE(std::string(method) + ": " + name);
-      const LoopbackServer server([&](const ReceivedRequest&) { return answer(); });
+      const LoopbackServer server([&](const ReceivedRequest&) { return response(); });
       URLRequest request = get(server.url());
       request.httpMethod = method;
       const auto outcome = send(request);
@@ -104,31 +105,31 @@ TEST_F(SessionFaults, EachFaultOfAServerIsToldByItsCode) {
 
 TEST_F(SessionFaults, WhatIsUnusualAndRightSucceeds) {
   const std::string body = "a body that comes in its own way";
-  const std::vector<std::function<Answer()>> answers{
+  const std::vector<std::function<ServerResponse()>> responses{
       [&] { return dripped(200, body); },
-      [&] { return chunkedAnswer(200, body, 1); },
-      [&] { return Answer{{Answer::Send{headOf(200, {}) + body}, Answer::Close{}}}; },
+      [&] { return chunkedResponse(200, body, 1); },
+      [&] { return ServerResponse{{ServerResponse::Send{headOf(200, {}) + body}, ServerResponse::Close{}}}; },
       [&] {
-        return Answer{
-            {Answer::Send{headOf(103, {{"Link", "</x>"}}) + headOf(200, {}) + body}, Answer::Close{}}};
+        return ServerResponse{{ServerResponse::Send{headOf(103, {{"Link", "</x>"}}) + headOf(200, {}) + body},
+                               ServerResponse::Close{}}};
       },
-      [&] { return answer(200, body, {{"X-Filler", std::string(60'000, 'x')}}); },
-      [&] { return answer(200, body).then(Answer::Close{}); },
-      [&] { return answer(200, body, {{"Content-Encoding", "utf-8"}}); },
-      [&] { return answer(200, body, {{"Content-Encoding", ""}}); },
-      [&] { return answer(200, body, {{"Content-Encoding", "gzip, utf-8"}}); },
-      [&] { return answer(200, compressed(body, gzipForm), {{"Content-Encoding", "Identity, X-gzip"}}); },
-      [&] { return answer(200, compressed(body, zlibForm), {{"content-encoding", "deflate"}}); },
-      [&] { return chunkedAnswer(200, compressed(body, bareForm), 1, {{"Content-Encoding", "deflate"}}); },
+      [&] { return response(200, body, {{"X-Filler", std::string(60'000, 'x')}}); },
+      [&] { return response(200, body).then(ServerResponse::Close{}); },
+      [&] { return response(200, body, {{"Content-Encoding", "utf-8"}}); },
+      [&] { return response(200, body, {{"Content-Encoding", ""}}); },
+      [&] { return response(200, body, {{"Content-Encoding", "gzip, utf-8"}}); },
+      [&] { return response(200, compressed(body, gzipForm), {{"Content-Encoding", "Identity, X-gzip"}}); },
+      [&] { return response(200, compressed(body, zlibForm), {{"content-encoding", "deflate"}}); },
+      [&] { return chunkedResponse(200, compressed(body, bareForm), 1, {{"Content-Encoding", "deflate"}}); },
       [&] {
         const auto parts = compressed(body.substr(0, 9), gzipForm) + compressed("", gzipForm) +
                            compressed(body.substr(9), gzipForm) + "padding";
-        return chunkedAnswer(200, parts, 7, {{"Content-Encoding", "gzip"}});
+        return chunkedResponse(200, parts, 7, {{"Content-Encoding", "gzip"}});
       },
   };
-  for (std::size_t index = 0; index < answers.size(); ++index) {
+  for (std::size_t index = 0; index < responses.size(); ++index) {
     SCOPED_TRACE(index);
-    const LoopbackServer server([&](const ReceivedRequest&) { return answers[index](); });
+    const LoopbackServer server([&](const ReceivedRequest&) { return responses[index](); });
     const auto outcome = send(get(server.url()));
     EXPECT_EQ(outcome.status(), 200);
     EXPECT_EQ(outcome.text(), body);
@@ -137,7 +138,7 @@ TEST_F(SessionFaults, WhatIsUnusualAndRightSucceeds) {
 }
 
 TEST_F(SessionFaults, AnObserverThatThrowsFailsNothing) {
-  const LoopbackServer server([](const ReceivedRequest&) { return answer(200, "body"); });
+  const LoopbackServer server([](const ReceivedRequest&) { return response(200, "body"); });
   auto& send = make(get(server.url()));
   send.task().progress()->addObserver([](const Progress&) { throw std::runtime_error("in an observer"); });
   send.task().resume();
@@ -171,7 +172,7 @@ TEST_F(SessionFaults, APortThatRefusesIsTold) {
 
 TEST_F(SessionFaults, AnUploadThatIsCutOffIsLost) {
   const std::string body(8'000'000, 'u');
-  const LoopbackServer server([](const ReceivedRequest&) { return answer(200); },
+  const LoopbackServer server([](const ReceivedRequest&) { return response(200); },
                               [](const ReceivedRequest&) { return resetBeforeHead(); });
   const auto outcome = send(post(server.url(), body));
   EXPECT_EQ(outcome.code(), Code::networkConnectionLost);
@@ -180,8 +181,8 @@ TEST_F(SessionFaults, AnUploadThatIsCutOffIsLost) {
 
 TEST_F(SessionFaults, ARefusalDuringTheUploadIsTheAnswer) {
   const std::string body(8'000'000, 'u');
-  const LoopbackServer server([](const ReceivedRequest&) { return answer(200); },
-                              [](const ReceivedRequest&) { return answer(413, "too much"); });
+  const LoopbackServer server([](const ReceivedRequest&) { return response(200); },
+                              [](const ReceivedRequest&) { return response(413, "too much"); });
   const auto outcome = send(post(server.url(), body));
   EXPECT_EQ(outcome.status(), 413);
   EXPECT_EQ(outcome.text(), "too much");
@@ -190,7 +191,7 @@ TEST_F(SessionFaults, ARefusalDuringTheUploadIsTheAnswer) {
 TEST_F(SessionFaults, AConnectionThatDiedUnusedIsReplacedForAGetAndAPostIsNeverSentTwice) {
   // The server ends each connection as soon as the next request comes on it.
   const LoopbackServer server([](const ReceivedRequest& request) {
-    return request.numberOnConnection == 0 ? answer(200, "first") : resetBeforeHead();
+    return request.numberOnConnection == 0 ? response(200, "first") : resetBeforeHead();
   });
   EXPECT_EQ(send(get(server.url("/warm"))).status(), 200);
   EXPECT_EQ(send(get(server.url("/again"))).status(), 200);
@@ -204,7 +205,8 @@ TEST_F(SessionFaults, AConnectionThatDiedUnusedIsReplacedForAGetAndAPostIsNeverS
 TEST_F(SessionFaults, OneFaultLeavesTheOthersOfTheSessionAlone) {
   LoopbackServer server([](const ReceivedRequest& request) {
     if (request.path() == "/held")
-      return Answer{{Answer::Hold{}, Answer::Send{headOf(200, {{"Content-Length", "2"}}) + "ok"}}};
+      return ServerResponse{
+          {ServerResponse::Hold{}, ServerResponse::Send{headOf(200, {{"Content-Length", "2"}}) + "ok"}}};
     return request.path() == "/reset" ? resetInBody() : silence();
   });
   std::vector<Send*> held;
@@ -262,7 +264,7 @@ TEST_F(SessionCancel, InTheHandshakeOfTLSEndsTheTask) {
 }
 
 TEST_F(SessionCancel, InOrAfterTheCompletionChangesNothing) {
-  const LoopbackServer server([](const ReceivedRequest&) { return answer(200, "done"); });
+  const LoopbackServer server([](const ReceivedRequest&) { return response(200, "done"); });
   Send* send = nullptr;
   send = &make(get(server.url()), [&] { send->task().cancel(); });
   send->task().resume();

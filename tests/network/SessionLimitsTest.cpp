@@ -21,44 +21,46 @@ TEST_F(SessionLimits, ABodyIsAsLargeAsTheSessionOrTheRequestAllows) {
   const std::string more(1001, 'x');
   // Half a MB that become 100 MiB.
   const auto bomb = [bytes = compressed(std::string(100 * 1024 * 1024, '\0'), gzipForm)] {
-    return answer(200, bytes, {{"Content-Encoding", "gzip"}});
+    return response(200, bytes, {{"Content-Encoding", "gzip"}});
   };
   struct Case {
     const char* name;
-    std::function<Answer()> answer;
+    std::function<ServerResponse()> response;
     std::optional<std::uint64_t> ofRequest;
     std::optional<Code> code;
     const char* method = "GET";
   };
   const Case cases[] = {
-      {"to the byte", [&] { return answer(200, limit); }, {}, {}},
-      {"announced", [&] { return answer(200, more); }, {}, Code::bodyTooLarge},
+      {"to the byte", [&] { return response(200, limit); }, {}, {}},
+      {"announced", [&] { return response(200, more); }, {}, Code::bodyTooLarge},
       {"announced alone",
-       [] { return sent(headOf(200, {{"Content-Length", "99999999999"}}) + "x").then(Answer::Hold{}); },
+       [] {
+         return sent(headOf(200, {{"Content-Length", "99999999999"}}) + "x").then(ServerResponse::Hold{});
+       },
        {},
        Code::bodyTooLarge},
-      {"never announced", [&] { return chunkedAnswer(200, more, 100); }, {}, Code::bodyTooLarge},
+      {"never announced", [&] { return chunkedResponse(200, more, 100); }, {}, Code::bodyTooLarge},
       {"to the byte, compressed",
-       [&] { return answer(200, compressed(limit, gzipForm), {{"Content-Encoding", "gzip"}}); },
+       [&] { return response(200, compressed(limit, gzipForm), {{"Content-Encoding", "gzip"}}); },
        {},
        {}},
       {"compressed",
-       [&] { return answer(200, compressed(more, gzipForm), {{"Content-Encoding", "gzip"}}); },
+       [&] { return response(200, compressed(more, gzipForm), {{"Content-Encoding", "gzip"}}); },
        {},
        Code::bodyTooLarge},
-      {"of a redirect", [&] { return answer(302, more, {{"Location", "/"}}); }, {}, Code::bodyTooLarge},
-      {"of an unanswered challenge", [&] { return answer(401, more); }, {}, Code::bodyTooLarge},
+      {"of a redirect", [&] { return response(302, more, {{"Location", "/"}}); }, {}, Code::bodyTooLarge},
+      {"of an unanswered challenge", [&] { return response(401, more); }, {}, Code::bodyTooLarge},
       {"never sent", [] { return sent(headOf(200, {{"Content-Length", "99999999999"}})); }, {}, {}, "HEAD"},
-      {"more by the request", [&] { return chunkedAnswer(200, more, 100); }, 1001, {}},
-      {"less by the request", [&] { return chunkedAnswer(200, limit, 100); }, 999, Code::bodyTooLarge},
+      {"more by the request", [&] { return chunkedResponse(200, more, 100); }, 1001, {}},
+      {"less by the request", [&] { return chunkedResponse(200, limit, 100); }, 999, Code::bodyTooLarge},
       {"no limit by the request", bomb, 0, {}},
   };
   URLSessionConfiguration narrow;
   narrow.maximumBodySize = 1000;
   useSession(narrow);
-  for (const auto& [name, answer, ofRequest, code, method] : cases) {
+  for (const auto& [name, response, ofRequest, code, method] : cases) {
     SCOPED_TRACE(name);
-    const LoopbackServer server([&](const ReceivedRequest&) { return answer(); });
+    const LoopbackServer server([&](const ReceivedRequest&) { return response(); });
     URLRequest request = get(server.url());
     request.httpMethod = method;
     request.maximumBodySize = ofRequest;

@@ -1,23 +1,16 @@
 #pragma once
 
 #include <condition_variable>
-#include <functional>
-#include <memory>
 #include <mutex>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <thread>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/network/HTTPHeaders.h>
 #include <tilvanego/network/URLRequest.h>
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/network/URLSession.h>
 #include <tilvanego/values/URL.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 

@@ -1,9 +1,6 @@
 // What the tests beside this take for granted of their servers.
-#include <string>
-#include <string_view>
-#include <vector>
 
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
 
 #include "tests/support/Authentication.h"
 #include "tests/support/HTTPMessages.h"

@@ -1,12 +1,5 @@
-#include <limits>
-#include <ostream>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/Kinds.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -138,7 +131,7 @@ TEST(FailureText, KnowsShortKeysWhereTheKindDoes) {
 }
 
 /// The response to `url`, which brings every field.
-template <class Result>
+template <typename Result>
 typename Result::Response responseOf(const std::optional<Result>& result) {
   return result.value().response().value();
 }

@@ -1,14 +1,3 @@
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 #include <tilvanego/sandbox/Answer.h>
@@ -18,6 +7,7 @@
 
 #include "tests/support/FreedMemory.h"
 #include "tests/support/Kinds.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

@@ -1,10 +1,5 @@
-#include <string>
-#include <string_view>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/Kinds.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -16,13 +11,13 @@ PaymentCredentials credentials(std::string token, std::string account, std::stri
   return PaymentCredentials({std::move(token), std::move(account), std::move(environment)});
 }
 
-/// The outcome of a start: the message of its refusal, or "" if it is pending.
-template <class Start>
-std::string refusal(const Start& start) {
+/// The message by which a start is refused, or "" if it is pending.
+template <typename Request, typename Completion>
+std::string refusal(void (TilvaneGo::*start)(Request, Completion), const Request& request) {
   TestHost host;
   std::string message;
   bool pending = true;
-  start(host, [&](const auto& result) {
+  (*host.sdk.*start)(request, [&](const auto& result) {
     using Result = std::remove_cvref_t<decltype(result)>;
     const auto& failure = std::get<typename Result::Failure>(result);
     EXPECT_EQ(failure.error.name(), "invalidRequest");
@@ -36,33 +31,9 @@ std::string refusal(const Start& start) {
   }
   return message;
 }
-
-std::string refusal(const InitializationRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->initialize(request, noted); });
-}
-std::string refusal(const TransactionListRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->getTransactionList(request, noted); });
-}
-std::string refusal(const FullRefundRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->fullRefund(request, noted); });
-}
-std::string refusal(const PartialRefundRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->partialRefund(request, noted); });
-}
-std::string refusal(const CaptureRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->capture(request, noted); });
-}
-std::string refusal(const ClearDataRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->clearData(request, noted); });
-}
-std::string refusal(const RebootRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->reboot(request, noted); });
-}
-std::string refusal(const SaveRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->save(request, noted); });
-}
-std::string refusal(const PaymentRequest& request) {
-  return refusal([&](TestHost& host, auto noted) { host.sdk->startPayment(request, noted); });
+template <typename Request, typename Completion>
+std::string refusal(void (TilvaneGo::*start)(Request, Completion), const typename Request::Fields& fields) {
+  return refusal(start, Request(fields));
 }
 
 constexpr auto requestIdMissing = "Request ID is required.";
@@ -77,12 +48,12 @@ constexpr auto environmentUnknown = "Credential environment must be STAGING, CER
 TEST(RefusedInitialization, SaysTheFirstThingToMend) {
   const auto of = [](auto id, const URL& url, std::optional<std::string> token,
                      std::optional<std::string> account, std::optional<std::string> environment) {
-    return refusal(InitializationRequest({.requestId = id,
-                                          .callbackURL = url,
-                                          .sourceApplication = "",
-                                          .basicToken = token,
-                                          .accountId = account,
-                                          .environment = environment}));
+    return refusal(&TilvaneGo::initialize, {.requestId = id,
+                                            .callbackURL = url,
+                                            .sourceApplication = "",
+                                            .basicToken = token,
+                                            .accountId = account,
+                                            .environment = environment});
   };
   EXPECT_EQ(of(" \n", noScheme, "", "", ""), requestIdMissing);
   EXPECT_EQ(of("A", noScheme, "", "", ""), schemeMissing);
@@ -98,14 +69,16 @@ TEST(RefusedInitialization, SaysTheFirstThingToMend) {
 }
 
 TEST(RefusedTransactionList, NeedsASchemeAlone) {
-  EXPECT_EQ(refusal(TransactionListRequest({.requestId = "A", .callbackURL = noScheme})), schemeMissing);
-  EXPECT_EQ(refusal(TransactionListRequest({.callbackURL = good})), "");
+  EXPECT_EQ(refusal(&TilvaneGo::getTransactionList, {.requestId = "A", .callbackURL = noScheme}),
+            schemeMissing);
+  EXPECT_EQ(refusal(&TilvaneGo::getTransactionList, {.callbackURL = good}), "");
 }
 
 TEST(RefusedFullRefund, SaysTheFirstThingToMend) {
   const auto of = [](auto id, auto transactionId, const URL& url, const PaymentCredentials& given) {
-    return refusal(FullRefundRequest(
-        {.requestId = id, .transactionId = transactionId, .callbackURL = url, .credentials = given}));
+    return refusal(
+        &TilvaneGo::fullRefund,
+        {.requestId = id, .transactionId = transactionId, .callbackURL = url, .credentials = given});
   };
   EXPECT_EQ(of(" ", "", noScheme, credentials("", "", "")), requestIdMissing);
   EXPECT_EQ(of("A", "\n", noScheme, credentials("", "", "")), transactionIdMissing);
@@ -119,11 +92,11 @@ TEST(RefusedFullRefund, SaysTheFirstThingToMend) {
 TEST(RefusedPartialRefund, LooksAtTheAmountBeforeTheURL) {
   const auto of = [](auto id, auto transactionId, auto amount, const URL& url,
                      const PaymentCredentials& given) {
-    return refusal(PartialRefundRequest({.requestId = id,
-                                         .transactionId = transactionId,
-                                         .amount = Decimal::parse(amount).value(),
-                                         .callbackURL = url,
-                                         .credentials = given}));
+    return refusal(&TilvaneGo::partialRefund, {.requestId = id,
+                                               .transactionId = transactionId,
+                                               .amount = Decimal::parse(amount).value(),
+                                               .callbackURL = url,
+                                               .credentials = given});
   };
   constexpr auto amountMessage = "Amount must be greater than zero.";
   EXPECT_EQ(of("", "", "0", noScheme, credentials("", "", "")), requestIdMissing);
@@ -139,8 +112,8 @@ TEST(RefusedPartialRefund, LooksAtTheAmountBeforeTheURL) {
 
 TEST(RefusedCapture, ReadsTheAmountsText) {
   const auto of = [](auto id, auto transactionId, auto amount, const URL& url) {
-    return refusal(CaptureRequest(
-        {.requestId = id, .transactionId = transactionId, .amount = amount, .callbackURL = url}));
+    return refusal(&TilvaneGo::capture,
+                   {.requestId = id, .transactionId = transactionId, .amount = amount, .callbackURL = url});
   };
   EXPECT_EQ(of("", "", "", noScheme), requestIdMissing);
   EXPECT_EQ(of("A", "", "", noScheme), transactionIdMissing);
@@ -156,8 +129,8 @@ TEST(RefusedCapture, ReadsTheAmountsText) {
 TEST(RefusedClearData, LooksAtTheURLBeforeItsOptions) {
   const auto of = [](auto id, const URL& url, std::optional<Decimal> amount,
                      std::optional<std::int64_t> timeout) {
-    return refusal(
-        ClearDataRequest({.requestId = id, .callbackURL = url, .amount = amount, .timeout = timeout}));
+    return refusal(&TilvaneGo::clearData,
+                   {.requestId = id, .callbackURL = url, .amount = amount, .timeout = timeout});
   };
   EXPECT_EQ(of("", noScheme, 0, 0), requestIdMissing);
   EXPECT_EQ(of("A", noScheme, 0, 0), schemeMissing);
@@ -169,14 +142,15 @@ TEST(RefusedClearData, LooksAtTheURLBeforeItsOptions) {
 }
 
 TEST(RefusedReboot, SaysTheFirstThingToMend) {
-  EXPECT_EQ(refusal(RebootRequest({.requestId = "\u2028", .callbackURL = noScheme})), requestIdMissing);
-  EXPECT_EQ(refusal(RebootRequest({.requestId = "A", .callbackURL = parsedURL("//done")})), schemeMissing);
+  EXPECT_EQ(refusal(&TilvaneGo::reboot, {.requestId = "\u2028", .callbackURL = noScheme}), requestIdMissing);
+  EXPECT_EQ(refusal(&TilvaneGo::reboot, {.requestId = "A", .callbackURL = parsedURL("//done")}),
+            schemeMissing);
 }
 
 TEST(RefusedSave, LooksAtTheURLBeforeTheCurrency) {
   const auto of = [](auto id, const URL& url, auto currency, std::optional<PaymentCredentials> given) {
-    return refusal(
-        SaveRequest({.requestId = id, .callbackURL = url, .currency = currency, .credentials = given}));
+    return refusal(&TilvaneGo::save,
+                   {.requestId = id, .callbackURL = url, .currency = currency, .credentials = given});
   };
   const auto bad = credentials("", "", "");
   EXPECT_EQ(of("", noScheme, "", bad), requestIdMissing);
@@ -191,37 +165,40 @@ TEST(RefusedSave, LooksAtTheURLBeforeTheCurrency) {
   EXPECT_EQ(of("A", good, "\neur ", std::nullopt), "");
 }
 
-template <class Request>
-void expectRefusedOnceMovedFrom(typename Request::Fields fields) {
+template <typename Request, typename Completion>
+void expectRefusedOnceMovedFrom(void (TilvaneGo::*start)(Request, Completion),
+                                typename Request::Fields fields) {
   Request request(fields);
   const Request taken = std::move(request);
-  EXPECT_NE(refusal(request), "");
-  EXPECT_EQ(refusal(taken), "");
+  EXPECT_NE(refusal(start, request), "");
+  EXPECT_EQ(refusal(start, taken), "");
   const URL url = std::move(fields.callbackURL);
-  EXPECT_EQ(refusal(Request(fields)), schemeMissing);
+  EXPECT_EQ(refusal(start, fields), schemeMissing);
 }
 
 TEST(RefusedRequests, AreAllThatWereMovedFrom) {
   const auto given = credentials("t", "a", "PROD");
   const std::string id = "A-1";
-  expectRefusedOnceMovedFrom<InitializationRequest>({.requestId = id,
-                                                     .callbackURL = good,
-                                                     .sourceApplication = "shop",
-                                                     .basicToken = "t",
-                                                     .accountId = "a",
-                                                     .environment = "PROD"});
-  expectRefusedOnceMovedFrom<TransactionListRequest>({.requestId = id, .callbackURL = good});
-  expectRefusedOnceMovedFrom<FullRefundRequest>(
+  expectRefusedOnceMovedFrom(&TilvaneGo::initialize, {.requestId = id,
+                                                      .callbackURL = good,
+                                                      .sourceApplication = "shop",
+                                                      .basicToken = "t",
+                                                      .accountId = "a",
+                                                      .environment = "PROD"});
+  expectRefusedOnceMovedFrom(&TilvaneGo::getTransactionList, {.requestId = id, .callbackURL = good});
+  expectRefusedOnceMovedFrom(
+      &TilvaneGo::fullRefund,
       {.requestId = id, .transactionId = "T", .callbackURL = good, .credentials = given});
-  expectRefusedOnceMovedFrom<PartialRefundRequest>(
+  expectRefusedOnceMovedFrom(
+      &TilvaneGo::partialRefund,
       {.requestId = id, .transactionId = "T", .amount = 1, .callbackURL = good, .credentials = given});
-  expectRefusedOnceMovedFrom<CaptureRequest>(
-      {.requestId = id, .transactionId = "T", .amount = "1", .callbackURL = good});
-  expectRefusedOnceMovedFrom<ClearDataRequest>({.requestId = id, .callbackURL = good});
-  expectRefusedOnceMovedFrom<RebootRequest>({.requestId = id, .callbackURL = good});
-  expectRefusedOnceMovedFrom<SaveRequest>({.requestId = id, .callbackURL = good, .currency = "EUR"});
-  expectRefusedOnceMovedFrom<PaymentRequest>(
-      {.requestId = id, .amount = 1, .currency = "EUR", .callbackURL = good});
+  expectRefusedOnceMovedFrom(&TilvaneGo::capture,
+                             {.requestId = id, .transactionId = "T", .amount = "1", .callbackURL = good});
+  expectRefusedOnceMovedFrom(&TilvaneGo::clearData, {.requestId = id, .callbackURL = good});
+  expectRefusedOnceMovedFrom(&TilvaneGo::reboot, {.requestId = id, .callbackURL = good});
+  expectRefusedOnceMovedFrom(&TilvaneGo::save, {.requestId = id, .callbackURL = good, .currency = "EUR"});
+  expectRefusedOnceMovedFrom(&TilvaneGo::startPayment,
+                             {.requestId = id, .amount = 1, .currency = "EUR", .callbackURL = good});
 }
 
 }  // namespace

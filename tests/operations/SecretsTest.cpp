@@ -1,10 +1,5 @@
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/Kinds.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -83,7 +78,7 @@ TEST(Secrets, OfACardReachTheResponse) {
   EXPECT_EQ(result.value().response().value().clearTrack2(), clearTrack2);
 }
 
-template <class T>
+template <typename T>
 concept Streamable = requires(std::ostream& out, const T& value) { out << value; };
 
 static_assert(!Streamable<ClearDataResponse> && !Streamable<ClearDataResult> &&

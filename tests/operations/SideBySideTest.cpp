@@ -1,9 +1,5 @@
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/Kinds.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -12,8 +8,7 @@ using Events = std::vector<std::string>;
 
 constexpr auto nothingPending =
     "log warning Received callback with no active payment, initialization, transaction list, full refund, "
-    "partial "
-    "refund, capture, clear data, reboot, or save.";
+    "partial refund, capture, clear data, reboot, or save.";
 
 std::string unmatched(const Kind& kind) {
   return "log warning Ignored callback that did not match the active " + std::string(kind.words) +
@@ -81,6 +76,8 @@ TEST_P(EachKind, ThatIsCancelledIsForgotten) {
   host.takeEvents();
   (*host.sdk.*kind.cancel)();
   EXPECT_FALSE((*host.sdk.*kind.isInProgress)());
+  host.application->answerOldest(false);
+  host.loop.runPending();
   EXPECT_FALSE(host.sdk->handleCallback(urlOf(kind)));
   EXPECT_EQ(host.takeEvents(), Events{nothingPending});
 }

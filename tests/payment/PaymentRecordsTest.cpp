@@ -1,13 +1,8 @@
-#include <string>
-#include <string_view>
-#include <variant>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/payment/PaymentLaunchTransport.h>
 #include <tilvanego/payment/PaymentRequest.h>
 #include <tilvanego/payment/PaymentResult.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

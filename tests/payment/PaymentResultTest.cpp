@@ -1,11 +1,6 @@
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/facade/TilvaneGoSDK.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

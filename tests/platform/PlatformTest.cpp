@@ -1,11 +1,5 @@
-#include <algorithm>
-#include <array>
-#include <cstdint>
-#include <cstdlib>
 #include <filesystem>
-#include <string>
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <tilvanego/platform/Platform.h>
@@ -14,6 +8,7 @@
 #include <tilvanego/platform/memory/ManualClock.h>
 
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 using namespace tilvanego;
 

@@ -1,18 +1,11 @@
 #include <atomic>
-#include <cstddef>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <stdexcept>
 #include <thread>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/platform/MainQueueAdapter.h>
 #include <tilvanego/platform/MainThread.h>
 #include <tilvanego/platform/RunLoop.h>
+
+#include "tests/support/Test.h"
 
 using tilvanego::MainQueueAdapter;
 using tilvanego::RunLoop;

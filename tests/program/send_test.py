@@ -9,7 +9,7 @@ import subprocess
 import unittest
 
 from running import PROGRAM, InDirectory, run
-from servers import RESET, SILENCE, Nginx, ScriptedServer, answer
+from servers import RESET, SILENCE, ScriptedServer, answer
 
 # As a till without a proxy of its own would run it.
 ENVIRONMENT = {name: value for name, value in os.environ.items() if not name.lower().endswith("_proxy")}
@@ -210,45 +210,30 @@ class Answers(InDirectory):
         self.assertTrue(shown.endswith(b"\r\x1b[K"), shown)
 
 
-class AgainstNginx(InDirectory):
-    def setUp(self):
-        super().setUp()
-        self.nginx = Nginx(self.directory)
-        self.nginx.__enter__()
-        self.addCleanup(self.nginx.__exit__)
-        (self.nginx.files / "hello.txt").write_bytes(b"hello\n")
+class Connections(InDirectory):
+    def test_a_redirect_is_followed(self):
+        moved = answer("302 Found", b"", "Location: /b")
+        with ScriptedServer(moved, answer(body=b"there")) as server:
+            self.assertEqual(send("GET", server.url("/a")), (0, b"there", b""))
+            self.assertEqual(server.requests[1].line, "GET /b HTTP/1.1")
 
-    def test_answers_come_over_plain_and_secure_connections(self):
-        self.assertEqual(send("GET", self.nginx.url("/files/hello.txt")), (0, b"hello\n", b""))
-        self.assertEqual(send("GET", self.nginx.url("/moved")), (0, b"hello\n", b""))
-        self.assertEqual(send("DELETE", self.nginx.url("/empty"), "--as", "none"), (0, b"", b""))
-        trusted = ["--cacert", str(self.nginx.certificate)]
-        self.assertEqual(send("GET", self.nginx.secure_url("/files/hello.txt"), *trusted), (0, b"hello\n", b""))
-        status, output, _ = send("HEAD", self.nginx.secure_url("/files/hello.txt"), "--include", *trusted)
-        self.assertEqual(status, 0)
-        self.assertRegex(output, rb"\AHTTP/1.1 200 OK\nServer: nginx\nDate: [^\n]+\nContent-Type: [^\n]+\n")
-        self.assertIn(b"\nContent-Length: 6\n", output)
-        self.assertTrue(output.endswith(b"\n\n"))
-
-    def test_a_certificate_that_nobody_trusts_is_refused(self):
+    def test_a_secure_server_is_trusted_by_its_certificate_alone(self):
+        certificate = self.directory / "certificate.pem"
+        with ScriptedServer(answer(body=b"secret"), secure=certificate) as server:
+            self.assertEqual(send("GET", server.url(), "--cacert", str(certificate)), (0, b"secret", b""))
         for trusted in [[], ["--cacert", str(self.directory / "missing.pem")]]:
-            status, output, error = send("GET", self.nginx.secure_url("/files/hello.txt"), *trusted)
+            with ScriptedServer(secure=certificate) as server:
+                status, output, error = send("GET", server.url(), *trusted)
             self.assertEqual((status, output), (1, b""))
             self.assertRegex(error, rb"\Aerror: -1: [^\n]+\n\Z")
 
-    def test_a_password_opens_what_it_is_for(self):
-        private = self.nginx.url("/private/hello.txt")
-        self.assertEqual(send("GET", private, "--user", "till:s3cret:pass"), (0, b"hello\n", b""))
-        for user in [[], ["--user", "till:wrong"]]:
-            status, output, error = send("GET", private, *user)
-            self.assertEqual((status, output), (1, b""))
-            self.assertRegex(error, rb"(?s)\Aerror: 401: [^\n]+\n<html>.*</html>\r\n\Z")
-            self.assertNotIn(b"wrong", error)
-
-    def test_a_refusal_is_shown_with_its_body(self):
-        status, output, error = send("GET", self.nginx.url("/missing"))
+    def test_a_refused_password_isnt_shown(self):
+        challenge = answer("401 Unauthorized", b"who?", 'WWW-Authenticate: Basic realm="till"')
+        with ScriptedServer(challenge, challenge) as server:
+            status, output, error = send("GET", server.url(), "--user", "till:wrong")
         self.assertEqual((status, output), (1, b""))
-        self.assertRegex(error, rb"\Aerror: 404: [^\n]+\nnothing here\n\Z")
+        self.assertRegex(error, rb"\Aerror: 401: [^\n]+\nwho\?\Z")
+        self.assertNotIn(b"wrong", error)
 
 
 class Failures(InDirectory):

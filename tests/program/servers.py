@@ -1,9 +1,9 @@
-"""Servers on loopback for the tests beside this file: one that answers what a test says, and an nginx."""
+"""A server on loopback for the tests beside this file, which answers what a test says."""
 
-import os
-import pathlib
+import contextlib
 import select
 import socket
+import ssl
 import struct
 import subprocess
 import threading
@@ -35,10 +35,19 @@ class Request:
 
 class ScriptedServer:
     """Gives its answers in their order, whatever is asked, and keeps the requests. An answer is bytes, one of the
-    above, or a function from the request to such."""
+    above, or a function from the request to such. Speaks TLS with a certificate that it makes in the file `secure`."""
 
-    def __init__(self, *answers):
+    def __init__(self, *answers, secure=None):
         self.answers, self.requests = list(answers), []
+        self.scheme, self.context = "http", None
+        if secure:
+            self.scheme, self.context = "https", ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            key = secure.with_suffix(".key")
+            subprocess.run(
+                ["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-days", "2",
+                 "-subj", "/CN=till", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", secure, "-batch"],
+                check=True, capture_output=True)
+            self.context.load_cert_chain(secure, key)
         self.listener = socket.create_server(("127.0.0.1", 0))
         self.port = self.listener.getsockname()[1]
         self.ending, self.end = socket.socketpair()
@@ -55,13 +64,13 @@ class ScriptedServer:
         self.ending.close()
 
     def url(self, path="/"):
-        return f"http://127.0.0.1:{self.port}{path}"
+        return f"{self.scheme}://127.0.0.1:{self.port}{path}"
 
     def serve(self):
         while self.ready(self.listener):
             connection, _ = self.listener.accept()
-            with connection:
-                self.serve_connection(connection)
+            with connection, contextlib.suppress(ssl.SSLError):  # of a client that doesn't trust the certificate
+                self.serve_connection(self.context.wrap_socket(connection, server_side=True) if self.context else connection)
 
     def serve_connection(self, connection):
         buffer = b""
@@ -93,85 +102,3 @@ class ScriptedServer:
     def length(buffer):
         head, _, _ = buffer.partition(b"\r\n\r\n")
         return len(head) + 4 + int(Request(head, b"").field("Content-Length") or 0)
-
-
-class Nginx:
-    """An nginx with files, statuses, a password, and TLS with a certificate of its own."""
-
-    def __init__(self, directory):
-        self.directory = pathlib.Path(directory)
-        self.files = self.directory / "files"
-        self.certificate = self.directory / "certificate.pem"
-
-    def __enter__(self):
-        self.files.mkdir()
-        # They hold the ports for nginx, and never listen.
-        self.plain, self.secure = held_port(), held_port()
-        subprocess.run(
-            ["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-days", "2",
-             "-subj", "/CN=till", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", self.directory / "key.pem",
-             "-out", self.certificate, "-batch"], check=True, capture_output=True)
-        password = subprocess.run(["openssl", "passwd", "-apr1", "s3cret:pass"], check=True, capture_output=True).stdout
-        (self.directory / "passwords").write_bytes(b"till:" + password)
-        (self.directory / "nginx.conf").write_text(self.configuration())
-        usual = "/usr/sbin/nginx"  # where an ordinary user's PATH may not lead
-        self.process = subprocess.Popen(
-            [usual if os.path.exists(usual) else "nginx", "-p", f"{self.directory}/", "-e", "error.log", "-c", "nginx.conf"])
-        for held in [self.plain, self.secure]:
-            while not is_listening(held):
-                if self.process.poll() is not None:
-                    raise RuntimeError((self.directory / "error.log").read_text())
-                os.sched_yield()
-        return self
-
-    def __exit__(self, *_):
-        self.process.terminate()
-        self.process.wait()
-        self.plain.close()
-        self.secure.close()
-
-    def configuration(self):
-        user = "user root;" if os.geteuid() == 0 else ""  # the directory is the user's alone
-        listens = [f"listen 127.0.0.1:{self.plain.getsockname()[1]} reuseport;",
-                   f"listen 127.0.0.1:{self.secure.getsockname()[1]} ssl reuseport; "
-                   "ssl_certificate certificate.pem; ssl_certificate_key key.pem;"]
-        servers = "".join(f"""
-  server {{
-    {listen}
-    location /files/ {{ alias files/; }}
-    location /private/ {{ alias files/; auth_basic "till"; auth_basic_user_file passwords; }}
-    location = /missing {{ default_type text/plain; return 404 "nothing here\n"; }}
-    location = /gone {{ return 410; }}
-    location = /empty {{ return 204; }}
-    location = /moved {{ return 302 /files/hello.txt; }}
-  }}""" for listen in listens)
-        paths = "".join(f"  {name}_temp_path temporary;\n" for name in ["client_body", "proxy", "fastcgi", "uwsgi", "scgi"])
-        return f"""{user}
-daemon off;
-worker_processes 1;
-pid nginx.pid;
-events {{ worker_connections 64; }}
-http {{
-  access_log off;
-  server_tokens off;
-{paths}{servers}
-}}
-"""
-
-    def url(self, path):
-        return f"http://127.0.0.1:{self.plain.getsockname()[1]}{path}"
-
-    def secure_url(self, path):
-        return f"https://127.0.0.1:{self.secure.getsockname()[1]}{path}"
-
-
-def held_port():
-    held = socket.socket()
-    held.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEPORT, 1)
-    held.bind(("127.0.0.1", 0))
-    return held
-
-
-def is_listening(held):
-    with socket.socket() as client:
-        return client.connect_ex(held.getsockname()) == 0

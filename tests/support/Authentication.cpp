@@ -92,15 +92,15 @@ bool Authenticator::admitsDigest(const ReceivedRequest& request, std::string_vie
              digestResponse(algorithm, user, realm, password, request.method, parameters);
 }
 
-Answer Authenticator::challenge() const {
+ServerResponse Authenticator::challenge() const {
   std::string value =
       scheme_ == Scheme::basic ? "Basic realm=\"shop\"" : "Digest realm=\"shop\", qop=\"auth\"";
   if (scheme_ != Scheme::basic) {
     value.append(", algorithm=").append(scheme_ == Scheme::digestMD5 ? "MD5" : "SHA-256");
     value.append(", nonce=\"").append(nonce).append("\"");
   }
-  return answer(isProxy_ ? 407 : 401, "who is it?",
-                {{isProxy_ ? "Proxy-Authenticate" : "WWW-Authenticate", std::move(value)}});
+  return response(isProxy_ ? 407 : 401, "who is it?",
+                  {{isProxy_ ? "Proxy-Authenticate" : "WWW-Authenticate", std::move(value)}});
 }
 
 }  // namespace tilvanego::test

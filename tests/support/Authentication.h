@@ -8,7 +8,7 @@
 
 namespace tilvanego::test {
 
-/// Guards a server's answers by one user's name and password, "till" and "s3cret pass". Knows nothing of
+/// Guards a server's responses by one user's name and password, "till" and "s3cret pass". Knows nothing of
 /// nonces but its own, and takes each for as often as the client counts.
 class Authenticator {
  public:
@@ -23,7 +23,7 @@ class Authenticator {
   /// True if the request proves that its sender knows the password (RFC 7617; RFC 7616 with qop=auth). A
   /// proxy takes a digest of the target's path alone too, as libcurl computes it.
   [[nodiscard]] bool admits(const ReceivedRequest& request) const;
-  [[nodiscard]] Answer challenge() const;
+  [[nodiscard]] ServerResponse challenge() const;
 
  private:
   [[nodiscard]] bool admitsBasic(std::string_view credentials) const;
@@ -33,7 +33,8 @@ class Authenticator {
   bool isProxy_;
 };
 
-/// The answer to a digest challenge that RFC 7616, section 3.4.1 asks for; `algorithm` is "MD5" or "SHA-256".
+/// The response to a digest challenge that RFC 7616, section 3.4.1 asks for; `algorithm` is "MD5" or
+/// "SHA-256".
 std::string digestResponse(std::string_view algorithm, std::string_view user, std::string_view realm,
                            std::string_view password, std::string_view method,
                            const std::map<std::string, std::string>& parameters);

@@ -44,7 +44,7 @@ std::optional<std::string> ReceivedRequest::header(std::string_view name) const 
   return std::nullopt;
 }
 
-Answer sent(std::string bytes) { return Answer{{Answer::Send{std::move(bytes)}}}; }
+ServerResponse sent(std::string bytes) { return ServerResponse{{ServerResponse::Send{std::move(bytes)}}}; }
 
 std::string headOf(int status, const HeaderFields& headers) {
   std::string head = "HTTP/1.1 " + std::to_string(status) + " Told\r\n";
@@ -52,20 +52,21 @@ std::string headOf(int status, const HeaderFields& headers) {
   return head.append(lineEnd);
 }
 
-Answer answerToHead(int status, std::string_view body, HeaderFields headers) {
+ServerResponse responseToHead(int status, std::string_view body, HeaderFields headers) {
   if (!saysLength(headers) && status != 204 && status != 304) {
     headers.emplace_back("Content-Length", std::to_string(body.size()));
   }
   return sent(headOf(status, headers));
 }
 
-Answer answer(int status, std::string_view body, HeaderFields headers) {
-  Answer result = answerToHead(status, body, std::move(headers));
-  std::get<Answer::Send>(result.steps.front()).bytes += body;
+ServerResponse response(int status, std::string_view body, HeaderFields headers) {
+  ServerResponse result = responseToHead(status, body, std::move(headers));
+  std::get<ServerResponse::Send>(result.steps.front()).bytes += body;
   return result;
 }
 
-Answer chunkedAnswer(int status, std::string_view body, std::size_t chunkSize, HeaderFields headers) {
+ServerResponse chunkedResponse(int status, std::string_view body, std::size_t chunkSize,
+                               HeaderFields headers) {
   headers.emplace_back("Transfer-Encoding", "chunked");
   std::string bytes = headOf(status, headers);
   while (!body.empty()) {
@@ -78,8 +79,8 @@ Answer chunkedAnswer(int status, std::string_view body, std::size_t chunkSize, H
   return sent(bytes.append("0\r\n\r\n"));
 }
 
-Answer redirect(std::string_view location, int status) {
-  return answer(status, {}, {{"Location", std::string(location)}});
+ServerResponse redirect(std::string_view location, int status) {
+  return response(status, {}, {{"Location", std::string(location)}});
 }
 
 std::string compressed(std::string_view plain, int form) {
@@ -96,38 +97,40 @@ std::string compressed(std::string_view plain, int form) {
   return result;
 }
 
-Answer silence() { return Answer{{Answer::Hold{}}}; }
-Answer silenceInHead() { return sent("HTTP/1.1 200 To").then(Answer::Hold{}); }
-Answer silenceInBody() { return sent(promisedStart()).then(Answer::Hold{}); }
-Answer closedBeforeHead() { return Answer{{Answer::Close{}}}; }
-Answer closedInHead() { return sent("HTTP/1.1 200 Told\r\nContent-Le").then(Answer::Close{}); }
-Answer closedInBody() { return sent(promisedStart()).then(Answer::Close{}); }
-Answer resetBeforeHead() { return Answer{{Answer::Reset{}}}; }
-Answer resetInHead() { return sent("HTTP/1.1 200 Told\r\nContent-Le").then(Answer::Reset{}); }
-Answer resetInBody() { return sent(promisedStart()).then(Answer::Reset{}); }
+ServerResponse silence() { return ServerResponse{{ServerResponse::Hold{}}}; }
+ServerResponse silenceInHead() { return sent("HTTP/1.1 200 To").then(ServerResponse::Hold{}); }
+ServerResponse silenceInBody() { return sent(promisedStart()).then(ServerResponse::Hold{}); }
+ServerResponse closedBeforeHead() { return ServerResponse{{ServerResponse::Close{}}}; }
+ServerResponse closedInHead() {
+  return sent("HTTP/1.1 200 Told\r\nContent-Le").then(ServerResponse::Close{});
+}
+ServerResponse closedInBody() { return sent(promisedStart()).then(ServerResponse::Close{}); }
+ServerResponse resetBeforeHead() { return ServerResponse{{ServerResponse::Reset{}}}; }
+ServerResponse resetInHead() { return sent("HTTP/1.1 200 Told\r\nContent-Le").then(ServerResponse::Reset{}); }
+ServerResponse resetInBody() { return sent(promisedStart()).then(ServerResponse::Reset{}); }
 
-Answer closedInChunks() {
+ServerResponse closedInChunks() {
   return sent(headOf(200, {{"Transfer-Encoding", "chunked"}}) + "5\r\nhello\r\n20\r\nshort")
-      .then(Answer::Close{});
+      .then(ServerResponse::Close{});
 }
 
-Answer brokenChunkSize() {
+ServerResponse brokenChunkSize() {
   return sent(headOf(200, {{"Transfer-Encoding", "chunked"}}) + "5\r\nhello\r\nzz\r\nworld\r\n0\r\n\r\n");
 }
 
-Answer notHTTP() { return sent("SSH-2.0-surprise\r\n\r\n").then(Answer::Close{}); }
+ServerResponse notHTTP() { return sent("SSH-2.0-surprise\r\n\r\n").then(ServerResponse::Close{}); }
 
-Answer oversizedHead(std::size_t size) {
+ServerResponse oversizedHead(std::size_t size) {
   HeaderFields headers;
   for (std::size_t have = 0; have < size; have += 1000) {
     headers.emplace_back("X-Filler-" + std::to_string(have), std::string(1000, 'x'));
   }
-  return answer(200, "body", std::move(headers));
+  return response(200, "body", std::move(headers));
 }
 
-Answer dripped(int status, std::string_view body) {
-  Answer result = answer(status, body);
-  std::get<Answer::Send>(result.steps.front()).pieceSize = 1;
+ServerResponse dripped(int status, std::string_view body) {
+  ServerResponse result = response(status, body);
+  std::get<ServerResponse::Send>(result.steps.front()).pieceSize = 1;
   return result;
 }
 

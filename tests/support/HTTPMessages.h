@@ -34,7 +34,7 @@ struct ReceivedRequest {
 
 /// What a server does with a request, step by step; each begins when the one before is done. After the last
 /// step the connection waits for its next request.
-struct Answer {
+struct ServerResponse {
   /// Sends bytes as they are; in pieces of at most `pieceSize`, each in a segment of its own, if that isn't
   /// 0.
   struct Send {
@@ -53,22 +53,23 @@ struct Answer {
 
   /// One more step, of any of the kinds above.
   template <typename Kind>
-  Answer&& then(Kind step) && {
+  ServerResponse&& then(Kind step) && {
     steps.emplace_back(std::move(step));  // made in place: g++ 12 warns of a variant that moves
     return std::move(*this);
   }
 };
 
 /// The bytes and nothing more.
-Answer sent(std::string bytes);
-/// A whole answer with the length of its body, unless the headers say something of lengths themselves.
-Answer answer(int status, std::string_view body = {}, HeaderFields headers = {});
+ServerResponse sent(std::string bytes);
+/// A whole response with the length of its body, unless the headers say something of lengths themselves.
+ServerResponse response(int status, std::string_view body = {}, HeaderFields headers = {});
 /// The same for a HEAD request: headers as for the body, without the body.
-Answer answerToHead(int status, std::string_view body = {}, HeaderFields headers = {});
+ServerResponse responseToHead(int status, std::string_view body = {}, HeaderFields headers = {});
 /// The body in chunks of the given size.
-Answer chunkedAnswer(int status, std::string_view body, std::size_t chunkSize, HeaderFields headers = {});
+ServerResponse chunkedResponse(int status, std::string_view body, std::size_t chunkSize,
+                               HeaderFields headers = {});
 /// 302 with a Location.
-Answer redirect(std::string_view location, int status = 302);
+ServerResponse redirect(std::string_view location, int status = 302);
 
 /// The forms of zlib's streams, by the window bits that it knows them by.
 inline constexpr int gzipForm = 31;
@@ -79,23 +80,23 @@ std::string compressed(std::string_view plain, int form);
 /// Status line and headers, with the empty line.
 std::string headOf(int status, const HeaderFields& headers);
 
-/// Answers that keep less than they promise. Those with a body promise 1000 bytes and send 400.
-Answer silence();
-Answer silenceInHead();
-Answer silenceInBody();
-Answer closedBeforeHead();
-Answer closedInHead();
-Answer closedInBody();
-Answer resetBeforeHead();
-Answer resetInHead();
-Answer resetInBody();
-Answer closedInChunks();
-Answer brokenChunkSize();
-Answer notHTTP();
+/// Responses that keep less than they promise. Those with a body promise 1000 bytes and send 400.
+ServerResponse silence();
+ServerResponse silenceInHead();
+ServerResponse silenceInBody();
+ServerResponse closedBeforeHead();
+ServerResponse closedInHead();
+ServerResponse closedInBody();
+ServerResponse resetBeforeHead();
+ServerResponse resetInHead();
+ServerResponse resetInBody();
+ServerResponse closedInChunks();
+ServerResponse brokenChunkSize();
+ServerResponse notHTTP();
 /// A head of about so many bytes, in fields of 1000 bytes each.
-Answer oversizedHead(std::size_t size);
+ServerResponse oversizedHead(std::size_t size);
 /// One byte a segment.
-Answer dripped(int status, std::string_view body);
+ServerResponse dripped(int status, std::string_view body);
 
 /// Takes requests apart as their bytes arrive.
 class RequestReader {

@@ -28,7 +28,7 @@ struct Connection {
   std::size_t number;
   RequestReader reader;
   std::size_t requestCount = 0;
-  std::deque<Answer::Step> steps;
+  std::deque<ServerResponse::Step> steps;
   // How much of the step in front is sent, if that is a Send.
   std::size_t sent = 0;
   bool holds = false;
@@ -36,7 +36,7 @@ struct Connection {
   bool deaf = false;
 
   [[nodiscard]] bool hasToSend() const { return !steps.empty() && !holds; }
-  void take(Answer answer) { std::ranges::move(answer.steps, std::back_inserter(steps)); }
+  void take(ServerResponse response) { std::ranges::move(response.steps, std::back_inserter(steps)); }
 };
 
 // What both threads see.
@@ -150,20 +150,20 @@ class LoopbackServer::Loop {
     note([&](Record& record) { record.bytes[connection.number] += bytes; });
     if (connection.deaf) return;
     connection.reader.append(bytes);
-    answerHead(connection);
+    respondToHead(connection);
     while (auto request = connection.deaf ? std::nullopt : connection.reader.takeRequest()) {
       request->connection = connection.number;
       request->numberOnConnection = connection.requestCount++;
       note([&](Record& record) { record.requests.push_back(*request); });
       connection.take(handler_(*request));
-      answerHead(connection);
+      respondToHead(connection);
     }
     if (connection.reader.isBroken() && !std::exchange(connection.deaf, true)) {
-      connection.take(answer(400, "no HTTP request").then(Answer::Close{}));
+      connection.take(response(400, "no HTTP request").then(ServerResponse::Close{}));
     }
   }
 
-  void answerHead(Connection& connection) {
+  void respondToHead(Connection& connection) {
     const auto head = connection.reader.takeHead();
     if (!head) return;
     auto early = headHandler_ ? headHandler_(*head) : std::nullopt;
@@ -171,7 +171,7 @@ class LoopbackServer::Loop {
       connection.take(*std::move(early));
       connection.deaf = true;
     } else if (head->header("Expect")) {
-      connection.take(Answer{{Answer::Send{"HTTP/1.1 100 Continue\r\n\r\n"}}});
+      connection.take(ServerResponse{{ServerResponse::Send{"HTTP/1.1 100 Continue\r\n\r\n"}}});
     }
   }
 
@@ -179,14 +179,14 @@ class LoopbackServer::Loop {
   void step(Connection& connection) {
     while (connection.hasToSend()) {
       const auto& next = connection.steps.front();
-      if (const auto* send = std::get_if<Answer::Send>(&next)) {
+      if (const auto* send = std::get_if<ServerResponse::Send>(&next)) {
         if (!sendSome(connection, *send)) return;
-      } else if (std::holds_alternative<Answer::Hold>(next)) {
+      } else if (std::holds_alternative<ServerResponse::Hold>(next)) {
         connection.holds = true;
         note([](Record& record) { ++record.holds; });
         return;
       } else {
-        if (std::holds_alternative<Answer::Reset>(next)) closeWithReset(connection.socket);
+        if (std::holds_alternative<ServerResponse::Reset>(next)) closeWithReset(connection.socket);
         connection.socket = {};
         return;
       }
@@ -195,7 +195,7 @@ class LoopbackServer::Loop {
   }
 
   // True when all is sent.
-  static bool sendSome(Connection& connection, const Answer::Send& send) {
+  static bool sendSome(Connection& connection, const ServerResponse::Send& send) {
     auto rest = std::string_view(send.bytes).substr(connection.sent);
     if (send.pieceSize != 0) rest = rest.substr(0, send.pieceSize);
     const auto count = ::send(connection.socket.get(), rest.data(), rest.size(), MSG_NOSIGNAL);

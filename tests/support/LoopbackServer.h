@@ -16,14 +16,14 @@ namespace tilvanego::test {
 /// tells it, faults included. One thread of its own serves all connections. It is ready when it is made;
 /// when it goes, its connections are closed and its thread has ended.
 ///
-/// Connections are kept alive unless an answer ends them. "Expect: 100-continue" is answered with 100.
+/// Connections are kept alive unless a response ends them. "Expect: 100-continue" is answered with 100.
 class LoopbackServer {
  public:
   /// Says what to do with a request. Runs on the server's thread, for one request at a time.
-  using Handler = std::function<Answer(const ReceivedRequest&)>;
+  using Handler = std::function<ServerResponse(const ReceivedRequest&)>;
   /// The same for a request of which only the head has come; none to wait for the body. What comes after an
   /// answer at this point isn't read as a request any more.
-  using HeadHandler = std::function<std::optional<Answer>(const ReceivedRequest&)>;
+  using HeadHandler = std::function<std::optional<ServerResponse>(const ReceivedRequest&)>;
 
   explicit LoopbackServer(Handler handler, HeadHandler headHandler = {});
   LoopbackServer(const LoopbackServer&) = delete;
@@ -47,7 +47,7 @@ class LoopbackServer {
   void waitForHolds(std::size_t count) const;
   void waitForHangUps(std::size_t count) const;
 
-  /// Lets every answer that holds at this moment go on.
+  /// Lets every response that holds at this moment go on.
   void release();
 
  private:

@@ -78,29 +78,11 @@ NginxServer::~NginxServer() {
 
 void NginxServer::makeCertificate(std::string_view name, std::string_view alternativeNames) const {
   const auto path = (directory_.path() / name).string();
-  const auto process = detail::spawnProgram({"sh",
-                                             "-c",
-                                             "exec \"$@\" 2>/dev/null",
-                                             "sh",
-                                             "openssl",
-                                             "req",
-                                             "-x509",
-                                             "-newkey",
-                                             "ec",
-                                             "-pkeyopt",
-                                             "ec_paramgen_curve:P-256",
-                                             "-nodes",
-                                             "-days",
-                                             "2",
-                                             "-subj",
-                                             "/CN=" + std::string(name),
-                                             "-addext",
-                                             "subjectAltName=" + std::string(alternativeNames),
-                                             "-keyout",
-                                             path + ".key",
-                                             "-out",
-                                             path + ".pem",
-                                             "-batch"});
+  const auto process = detail::spawnProgram(
+      {"sh", "-c",
+       "exec openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -batch "
+       "-subj \"$1\" -addext \"$2\" -keyout \"$3.key\" -out \"$3.pem\" 2>/dev/null",
+       "sh", "/CN=" + std::string(name), "subjectAltName=" + std::string(alternativeNames), path});
   if (!process || !detail::waitForSuccess(*process)) throw std::runtime_error("openssl made no certificate");
 }
 

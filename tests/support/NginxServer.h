@@ -14,10 +14,11 @@
 namespace tilvanego::test {
 
 /// An nginx of the test's own on free ports of 127.0.0.1, with its files in a temporary directory. It answers
-/// when it is made and has ended when this goes. Every answer has the header fields "X-Protocol", the version
-/// of HTTP; "X-Connection", the number of the connection; and "X-Seen", the request's field of that name.
+/// when it is made and has ended when this goes. Every response has the header fields "X-Protocol", the
+/// version of HTTP; "X-Connection", the number of the connection; and "X-Seen", the request's field of that
+/// name.
 ///
-/// | path | answer |
+/// | path | response |
 /// |---|---|
 /// | /hello | 200 "hello\n" |
 /// | /status/N | status N, of `statuses()`, with nginx's own page where it has one |

@@ -1,19 +1,10 @@
 #pragma once
 
-#include <algorithm>
 #include <charconv>
-#include <cstddef>
-#include <cstdint>
 #include <fstream>
 #include <iterator>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <vector>
 
-#include <gtest/gtest.h>
-
+#include "tests/support/Test.h"
 #include "tests/support/TestData.h"
 
 /// Reads the case files under tests/data. Kept apart from the library's own JSON reader, so that neither can
@@ -178,35 +169,13 @@ class VectorReader {
   }
 
   void readEscape(std::string& result) {
+    constexpr std::string_view letters = "bfnrt\"\\/", meanings = "\b\f\n\r\t\"\\/";
     const char letter = peek();
     ++at_;
-    switch (letter) {
-      case 'b':
-        result += '\b';
-        break;
-      case 'f':
-        result += '\f';
-        break;
-      case 'n':
-        result += '\n';
-        break;
-      case 'r':
-        result += '\r';
-        break;
-      case 't':
-        result += '\t';
-        break;
-      case '"':
-      case '\\':
-      case '/':
-        result += letter;
-        break;
-      case 'u':
-        appendUTF8(readCodePoint(), result);
-        break;
-      default:
-        fail("unknown escape");
-    }
+    if (letter == 'u') return appendUTF8(readCodePoint(), result);
+    const std::size_t which = letters.find(letter);
+    if (which == std::string_view::npos) fail("unknown escape");
+    result += meanings[which];
   }
 
   char32_t readCodePoint() {

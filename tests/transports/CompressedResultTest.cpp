@@ -1,11 +1,7 @@
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>
 
+#include "tests/support/Test.h"
 #include "tests/transports/Payments.h"
 
 namespace tilvanego::test {
@@ -39,142 +35,84 @@ TEST(CompressedResult, IsWhatItsItemsSay) {
             "myshop://done?message=no%20%26%20no&result=Rejected");
 }
 
-struct Callback {
-  std::string_view rule;
-  std::string (*make)();
-  std::string_view outcome;
-};
+constexpr std::string_view invalid = "failure urlPayloadInvalid";
+constexpr std::string_view tooLarge = "failure urlPayloadTooLarge";
+constexpr std::string_view notRead = "failure urlPayloadDecompressionFailed";
 
-/// A callback of an envelope that was changed before it was compressed.
-template <auto Change>
-std::string withEnvelope() {
-  auto envelope = resultEnvelope();
-  Change(envelope);
-  return compressedCallback(payloadOf(envelope));
+TEST(CompressedResult, NeedsEachItemOfTheCallback) {
+  struct Change {
+    std::string_view rule, from, to, outcome;
+  };
+  for (const auto& [rule, from, to, outcome] : {
+           Change{"capitals in the transport", "transport=gzip", "TRANSPORT=GZIP", "success"},
+           {"a later transport item counts as well", "?", "?transport&transport=url&", "success"},
+           {"names are decoded", "encoding=", "%65ncoding=", "success"},
+           {"sizes in camel case", "payload_size", "payloadSize", "success"},
+           {"a size with a plus sign", "payload_size=", "payload_size=+", "success"},
+           {"the first size counts", "payload_size", "payloadSize=1&payload_size", invalid},
+           {"a first size without a value", "payload_size", "payloadSize&payload_size", invalid},
+           {"no transport: the inline parser's", "transport=gzip&", "", "failure missingStatus +"},
+           {"another transport", "transport=gzip", "transport=zip", "failure missingStatus +"},
+           {"the encoding is compared with case", "gzip-json", "GZIP-JSON", invalid},
+           {"no encoding", "encoding=gzip-json&", "", invalid},
+           {"no payload", "payload=", "pay=", invalid},
+           {"no size", "compressed_size=", "size=", invalid},
+           {"a negative size", "payload_size=", "payload_size=-", invalid},
+           {"a letter in a size", "payload_size=", "payload_size=1e", invalid},
+           {"an empty size", "payload_size=", "payload_size=&x=", invalid},
+           {"a size beyond 64 bits", "payload_size=", "payload_size=9223372036854775808&x=", invalid},
+           {"no base64", "payload=H4s", "payload=H%20s", invalid},
+           {"a length of base64 that there isn't", "payload=", "payload=AAAAA&x=", invalid},
+           {"a compressed size that is merely wrong", "compressed_size=", "compressed_size=1", tooLarge},
+           {"JSON that is said to be too long", "payload_size=", "payload_size=262145&x=", tooLarge},
+           {"JSON of another size than said", "payload_size=", "payload_size=262144&x=", invalid},
+           {"another callback URL", "done", "else", "unhandled"},
+       }) {
+    EXPECT_EQ(PendingPayment().handle(replaced(goodCallback(), from, to)), outcome) << rule;
+  }
 }
 
-/// A callback of any JSON text, with its right sizes.
-std::string withJSON(const std::string& json) {
-  return compressedCallback(detail::compressPayloadJSON(json).value());
+TEST(CompressedResult, NeedsGzipOfTheJSONOfAResult) {
+  const std::string empty = compressedCallback({.text = "", .jsonSize = 0, .compressedSize = 0});
+  const auto withPayload = [](const auto& payload) {
+    return compressedCallback(detail::encodeCompressedPayload(
+                                  detail::makeURLPayloadEnvelope(detail::PaymentHandoffDirection::result,
+                                                                 "A-1", startOfTest, payload))
+                                  .value());
+  };
+  for (const std::string& callback :
+       {empty, replaced(empty, "compressed_size=0", "compressed_size=-0"),
+        compressedCallback({.text = "AAAA", .jsonSize = 3, .compressedSize = 3}),
+        compressedCallback(detail::compressPayloadJSON("approved").value()),
+        compressedCallback(detail::compressPayloadJSON("{}").value()),
+        withPayload(detail::PaymentHandoffRequestPayload::of(PaymentRequest(paymentFields()))),
+        withPayload(detail::PaymentHandoffResultPayload{resultItems()})}) {
+    EXPECT_EQ(PendingPayment().handle(callback), notRead) << callback;
+  }
 }
 
-template <auto& From, auto& To>
-std::string withText() {
-  return replaced(goodCallback(), From, To);
+TEST(CompressedResult, NeedsAnEnvelopeOfThisPayment) {
+  struct Change {
+    std::string_view rule;
+    void (*change)(Envelope&);
+    std::string_view outcome;
+  };
+  for (const auto& [rule, change, outcome] : {
+           Change{"any age", [](Envelope& e) { e.createdAt = Date(); }, "success"},
+           {"namespace", [](Envelope& e) { e.namespace_ = "com.ostrel.tilvane.handoff"; }, invalid},
+           {"schema version", [](Envelope& e) { e.schemaVersion = 2; }, invalid},
+           {"direction", [](Envelope& e) { e.direction = detail::PaymentHandoffDirection::request; },
+            invalid},
+           {"request id", [](Envelope& e) { e.requestId = "a-1"; }, invalid},
+           {"another inner request id", [](Envelope& e) { e.payload.queryItems["request_id"] = "B"; },
+            "failure requestIdMismatch +"},
+           {"no items", [](Envelope& e) { e.payload.queryItems.clear(); }, "failure missingStatus +"},
+       }) {
+    auto envelope = resultEnvelope();
+    change(envelope);
+    EXPECT_EQ(PendingPayment().handle(compressedCallback(payloadOf(envelope))), outcome) << rule;
+  }
 }
-
-constexpr Callback callbacks[]{
-    {"both words of the transport in capitals",
-     [] { return replaced(goodCallback(), "transport=gzip", "TRANSPORT=GZIP"); }, "success"},
-    {"a later transport item counts as well",
-     [] { return replaced(goodCallback(), "?", "?transport&transport=url&"); }, "success"},
-    {"names are decoded", [] { return replaced(goodCallback(), "encoding=", "%65ncoding="); }, "success"},
-    {"sizes in camel case", [] { return replaced(goodCallback(), "payload_size", "payloadSize"); },
-     "success"},
-    {"a size with a plus sign", [] { return replaced(goodCallback(), "payload_size=", "payload_size=+"); },
-     "success"},
-    {"the first size counts",
-     [] { return replaced(goodCallback(), "payload_size", "payloadSize=1&payload_size"); },
-     "failure urlPayloadInvalid"},
-    {"a first size without a value",
-     [] { return replaced(goodCallback(), "payload_size", "payloadSize&payload_size"); },
-     "failure urlPayloadInvalid"},
-    {"any age", [] { return withEnvelope<[](Envelope& e) { e.createdAt = Date(); }>(); }, "success"},
-
-    {"no transport: the inline parser's", [] { return replaced(goodCallback(), "transport=gzip&", ""); },
-     "failure missingStatus +"},
-    {"another transport", [] { return replaced(goodCallback(), "transport=gzip", "transport=zip"); },
-     "failure missingStatus +"},
-    {"the encoding is compared with case", [] { return replaced(goodCallback(), "gzip-json", "GZIP-JSON"); },
-     "failure urlPayloadInvalid"},
-    {"no encoding", [] { return replaced(goodCallback(), "encoding=gzip-json&", ""); },
-     "failure urlPayloadInvalid"},
-    {"no payload", [] { return replaced(goodCallback(), "payload=", "pay="); }, "failure urlPayloadInvalid"},
-    {"no size", [] { return replaced(goodCallback(), "compressed_size=", "size="); },
-     "failure urlPayloadInvalid"},
-    {"a negative size", [] { return replaced(goodCallback(), "payload_size=", "payload_size=-"); },
-     "failure urlPayloadInvalid"},
-    {"a letter in a size", [] { return replaced(goodCallback(), "payload_size=", "payload_size=1e"); },
-     "failure urlPayloadInvalid"},
-    {"an empty size", [] { return replaced(goodCallback(), "payload_size=", "payload_size=&x="); },
-     "failure urlPayloadInvalid"},
-    {"a size beyond 64 bits",
-     [] { return replaced(goodCallback(), "payload_size=", "payload_size=9223372036854775808&x="); },
-     "failure urlPayloadInvalid"},
-    {"no base64", [] { return replaced(goodCallback(), "payload=H4s", "payload=H%20s"); },
-     "failure urlPayloadInvalid"},
-    {"a length of base64 that there isn't",
-     [] { return replaced(goodCallback(), "payload=", "payload=AAAAA&x="); }, "failure urlPayloadInvalid"},
-    {"a compressed size that is merely wrong",
-     [] { return replaced(goodCallback(), "compressed_size=", "compressed_size=1"); },
-     "failure urlPayloadTooLarge"},
-    {"JSON that is said to be too long",
-     [] { return replaced(goodCallback(), "payload_size=", "payload_size=262145&x="); },
-     "failure urlPayloadTooLarge"},
-    {"JSON of another size than said",
-     [] { return replaced(goodCallback(), "payload_size=", "payload_size=262144&x="); },
-     "failure urlPayloadInvalid"},
-    {"an empty payload", [] { return compressedCallback({.text = "", .jsonSize = 0, .compressedSize = 0}); },
-     "failure urlPayloadDecompressionFailed"},
-    {"minus zero is zero",
-     [] {
-       return replaced(compressedCallback({.text = "", .jsonSize = 0, .compressedSize = 0}),
-                       "compressed_size=0", "compressed_size=-0");
-     },
-     "failure urlPayloadDecompressionFailed"},
-    {"no gzip", [] { return compressedCallback({.text = "AAAA", .jsonSize = 3, .compressedSize = 3}); },
-     "failure urlPayloadDecompressionFailed"},
-
-    {"no JSON", [] { return withJSON("approved"); }, "failure urlPayloadDecompressionFailed"},
-    {"JSON of another shape", [] { return withJSON("{}"); }, "failure urlPayloadDecompressionFailed"},
-    {"a request's payload",
-     [] {
-       return compressedCallback(
-           detail::encodeCompressedPayload(
-               detail::makeURLPayloadEnvelope(
-                   detail::PaymentHandoffDirection::result, "A-1", startOfTest,
-                   detail::PaymentHandoffRequestPayload::of(PaymentRequest(paymentFields()))))
-               .value());
-     },
-     "failure urlPayloadDecompressionFailed"},
-    {"a sealed result's payload",
-     [] {
-       return compressedCallback(
-           detail::encodeCompressedPayload(
-               detail::makeURLPayloadEnvelope(detail::PaymentHandoffDirection::result, "A-1", startOfTest,
-                                              detail::PaymentHandoffResultPayload{resultItems()}))
-               .value());
-     },
-     "failure urlPayloadDecompressionFailed"},
-
-    {"namespace",
-     [] { return withEnvelope<[](Envelope& e) { e.namespace_ = "com.ostrel.tilvane.handoff"; }>(); },
-     "failure urlPayloadInvalid"},
-    {"schema version", [] { return withEnvelope<[](Envelope& e) { e.schemaVersion = 2; }>(); },
-     "failure urlPayloadInvalid"},
-    {"direction",
-     [] {
-       return withEnvelope<[](Envelope& e) { e.direction = detail::PaymentHandoffDirection::request; }>();
-     },
-     "failure urlPayloadInvalid"},
-    {"request id", [] { return withEnvelope<[](Envelope& e) { e.requestId = "a-1"; }>(); },
-     "failure urlPayloadInvalid"},
-    {"an inner request id of another payment",
-     [] { return withEnvelope<[](Envelope& e) { e.payload.queryItems["request_id"] = "B"; }>(); },
-     "failure requestIdMismatch +"},
-    {"no items", [] { return withEnvelope<[](Envelope& e) { e.payload.queryItems.clear(); }>(); },
-     "failure missingStatus +"},
-    {"another callback URL", [] { return replaced(goodCallback(), "done", "else"); }, "unhandled"},
-};
-
-class CompressedCallback : public testing::TestWithParam<Callback> {};
-
-TEST_P(CompressedCallback, ComesTo) {
-  EXPECT_EQ(PendingPayment().handle(GetParam().make()), GetParam().outcome);
-}
-
-INSTANTIATE_TEST_SUITE_P(Rules, CompressedCallback, testing::ValuesIn(callbacks),
-                         [](const auto& one) { return "case" + std::to_string(one.index); });
 
 TEST(CompressedResult, InflatesToTheLimitAndNotBeyond) {
   // An envelope whose JSON has exactly so many bytes; past the limit it is packed by hand.

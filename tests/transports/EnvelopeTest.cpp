@@ -1,12 +1,7 @@
-#include <string>
-#include <string_view>
-#include <variant>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 #include <tilvanego/values/Base64.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 #include "tests/transports/Payments.h"
 
@@ -47,7 +42,7 @@ std::string nameOf(const HandoffFailure& failure) {
   return "json";
 }
 
-template <class Value>
+template <typename Value>
 std::string nameOf(const std::expected<Value, HandoffFailure>& done) {
   return done ? "good" : nameOf(done.error());
 }

@@ -1,13 +1,9 @@
-#include <algorithm>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>
 
 #include "tests/support/AllocationCount.h"
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego::detail {

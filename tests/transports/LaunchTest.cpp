@@ -1,15 +1,10 @@
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/DateFormats.h>
 
+#include "tests/support/Test.h"
 #include "tests/transports/Payments.h"
 
 namespace tilvanego::test {
@@ -33,7 +28,7 @@ Events outline(const Events& events) {
 Events launch(TestHost& host, const PaymentRequest::Fields& fields, const Transport& transport) {
   host.clock->stopAt(startOfTest);
   host.takeEvents();
-  host.sdk->startPayment(PaymentRequest(fields), transport, noting(host));
+  host.sdk->startPayment(PaymentRequest(fields), transport, noteResult(host));
   host.sdk->cancelPendingPayment();
   return host.takeEvents();
 }

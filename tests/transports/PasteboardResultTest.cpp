@@ -1,11 +1,6 @@
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 
+#include "tests/support/Test.h"
 #include "tests/transports/Payments.h"
 
 namespace tilvanego::test {
@@ -16,7 +11,7 @@ using Direction = detail::PaymentHandoffDirection;
 
 const std::string callback = "myshop://done?transport=pasteboard&resultHandoffId=h";
 
-template <class Payload>
+template <typename Payload>
 PaymentHandoffEnvelope sealed(const Payload& payload, Direction direction = Direction::result,
                               const Date& createdAt = startOfTest, std::string_view requestId = "A-1") {
   ScriptedRandomSource nonce(Bytes(12, 9));
@@ -37,115 +32,78 @@ Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
 struct State {
   std::string_view rule;
-  std::vector<PasteboardItem> (*items)();
+  std::vector<PasteboardItem> items;
   std::string_view outcome;
   bool emptied;
 };
 
-template <auto Change>
-std::vector<PasteboardItem> withEnvelope() {
-  auto envelope = sealedItems();
-  Change(envelope);
-  return asText(textOf(envelope));
+TEST(PasteboardState, ComesTo) {
+  using Envelope = PaymentHandoffEnvelope;
+  using Items = std::vector<PasteboardItem>;
+  const detail::PaymentHandoffResultPayload result{resultItems()};
+  const auto changed = [](void (*change)(Envelope&)) {
+    auto envelope = sealedItems();
+    change(envelope);
+    return asText(textOf(envelope));
+  };
+  const std::string good = textOf(sealedItems());
+  constexpr std::string_view missing = "failure pasteboardHandoffMissing";
+  constexpr std::string_view invalid = "failure pasteboardHandoffInvalid";
+  constexpr std::string_view notOpened = "failure pasteboardHandoffDecryptionFailed";
+  const auto longAgo = Date::fromSecondsSince1970(1'699'000'000);
+  const std::vector<State> states{
+      {"approved", asText(good), "success", true},
+      {"declined", asText(textOf(sealedItems({{"status", "declined"}}))), "declined", true},
+      {"no status", asText(textOf(sealedItems({}))), "failure missingStatus +", true},
+      {"another inner request id", asText(textOf(sealedItems({{"request_id", "B"}}))),
+       "failure requestIdMismatch +", true},
+
+      {"nothing", {}, missing, true},
+      {"an empty text", asText(""), missing, false},
+      {"ordinary text", asText("milk, eggs"), notOpened, false},
+      {"JSON of another shape", asText("{}"), notOpened, false},
+      {"a picture", {{{"public.png", Bytes{0x89, 0xff}}}}, missing, false},
+      {"another handoff", changed([](Envelope& e) { e.handoffId = "g"; }), missing, false},
+      {"another namespace", changed([](Envelope& e) { e.namespace_ = "other"; }), missing, false},
+      {"a schema version that isn't read", changed([](Envelope& e) { e.schemaVersion = 2; }), missing, false},
+      {"expired", asText(textOf(sealed(result, Direction::result, longAgo))),
+       "failure pasteboardHandoffExpired", true},
+      {"a longer life than was sealed",
+       changed([](Envelope& e) { e.expiresAt = Date::fromSecondsSince1970(1'800'000'000); }), notOpened,
+       true},
+      {"a request", asText(textOf(sealed(result, Direction::request))), invalid, true},
+      {"another request id", asText(textOf(sealed(result, Direction::result, startOfTest, "A-2"))), invalid,
+       true},
+      {"a changed ciphertext", changed([](Envelope& e) { e.ciphertext[30] ^= 1; }), notOpened, true},
+      {"a short ciphertext", changed([](Envelope& e) { e.ciphertext = "AAAA"; }), notOpened, true},
+      {"a ciphertext that is no base64", changed([](Envelope& e) { e.ciphertext = "!"; }), invalid, true},
+      {"the other transport's payload",
+       asText(textOf(sealed(detail::PaymentURLResultPayload{resultItems()}))), notOpened, true},
+
+      {"bytes under a later type", {{{"public.plain-text", bytesOf(good)}}}, "success", true},
+      {"a type of no name of ours", {{{"com.example.x", good}}}, "success", true},
+      {"an empty text before another type",
+       {{{"public.utf8-plain-text", std::string()}, {"public.text", good}}},
+       "success",
+       true},
+      {"bytes that are no text before the next item",
+       {{{"public.plain-text", Bytes{0xff}}, {"z", Bytes{}}}, {{"public.text", bytesOf(good)}}},
+       "success",
+       true},
+      {"the types' order before the names' order",
+       {{{"a", std::string("other")}, {"public.plain-text", bytesOf(good)}}},
+       "success",
+       true},
+  };
+  for (const auto& [rule, items, outcome, emptied] : states) {
+    SCOPED_TRACE(rule);
+    PendingPayment host;
+    host.pasteboard->place(items);
+    EXPECT_EQ(host.handle(callback), outcome);
+    EXPECT_EQ(host.pasteboard->items(), emptied ? Items{} : items);
+    EXPECT_FALSE(host.sdk->isPaymentInProgress());
+  }
 }
-
-using Envelope = PaymentHandoffEnvelope;
-constexpr double longAgo = 1'699'000'000;
-
-const State states[]{
-    {"approved", [] { return asText(textOf(sealedItems())); }, "success", true},
-    {"declined", [] { return asText(textOf(sealedItems({{"status", "declined"}}))); }, "declined", true},
-    {"no status", [] { return asText(textOf(sealedItems({}))); }, "failure missingStatus +", true},
-    {"another inner request id", [] { return asText(textOf(sealedItems({{"request_id", "B"}}))); },
-     "failure requestIdMismatch +", true},
-
-    {"nothing", [] { return std::vector<PasteboardItem>{}; }, "failure pasteboardHandoffMissing", true},
-    {"an empty text", [] { return asText(""); }, "failure pasteboardHandoffMissing", false},
-    {"ordinary text", [] { return asText("milk, eggs"); }, "failure pasteboardHandoffDecryptionFailed",
-     false},
-    {"JSON of another shape", [] { return asText("{}"); }, "failure pasteboardHandoffDecryptionFailed",
-     false},
-    {"a picture", [] { return std::vector<PasteboardItem>{{{"public.png", Bytes{0x89, 0xff}}}}; },
-     "failure pasteboardHandoffMissing", false},
-    {"another handoff", [] { return withEnvelope<[](Envelope& e) { e.handoffId = "g"; }>(); },
-     "failure pasteboardHandoffMissing", false},
-    {"another namespace", [] { return withEnvelope<[](Envelope& e) { e.namespace_ = "other"; }>(); },
-     "failure pasteboardHandoffMissing", false},
-    {"another schema version, which isn't read",
-     [] { return withEnvelope<[](Envelope& e) { e.schemaVersion = 2; }>(); },
-     "failure pasteboardHandoffMissing", false},
-    {"expired",
-     [] {
-       return asText(textOf(sealed(detail::PaymentHandoffResultPayload{resultItems()}, Direction::result,
-                                   Date::fromSecondsSince1970(longAgo))));
-     },
-     "failure pasteboardHandoffExpired", true},
-    {"a longer life than was sealed",
-     [] {
-       return withEnvelope<[](Envelope& e) { e.expiresAt = Date::fromSecondsSince1970(1'800'000'000); }>();
-     },
-     "failure pasteboardHandoffDecryptionFailed", true},
-    {"a request",
-     [] {
-       return asText(textOf(sealed(detail::PaymentHandoffResultPayload{resultItems()}, Direction::request)));
-     },
-     "failure pasteboardHandoffInvalid", true},
-    {"another request id",
-     [] {
-       return asText(textOf(sealed(detail::PaymentHandoffResultPayload{resultItems()}, Direction::result,
-                                   startOfTest, "A-2")));
-     },
-     "failure pasteboardHandoffInvalid", true},
-    {"a changed ciphertext", [] { return withEnvelope<[](Envelope& e) { e.ciphertext[30] ^= 1; }>(); },
-     "failure pasteboardHandoffDecryptionFailed", true},
-    {"a ciphertext that is too short",
-     [] { return withEnvelope<[](Envelope& e) { e.ciphertext = "AAAA"; }>(); },
-     "failure pasteboardHandoffDecryptionFailed", true},
-    {"a ciphertext that is no base64", [] { return withEnvelope<[](Envelope& e) { e.ciphertext = "!"; }>(); },
-     "failure pasteboardHandoffInvalid", true},
-    {"the other transport's payload",
-     [] { return asText(textOf(sealed(detail::PaymentURLResultPayload{resultItems()}))); },
-     "failure pasteboardHandoffDecryptionFailed", true},
-
-    {"bytes under a later type",
-     [] { return std::vector<PasteboardItem>{{{"public.plain-text", bytesOf(textOf(sealedItems()))}}}; },
-     "success", true},
-    {"a type of no name of ours",
-     [] { return std::vector<PasteboardItem>{{{"com.example.x", textOf(sealedItems())}}}; }, "success", true},
-    {"an empty text before another type",
-     [] {
-       return std::vector<PasteboardItem>{
-           {{"public.utf8-plain-text", std::string()}, {"public.text", textOf(sealedItems())}}};
-     },
-     "success", true},
-    {"bytes that are no text before the next item",
-     [] {
-       return std::vector<PasteboardItem>{{{"public.plain-text", Bytes{0xff}}, {"z", Bytes{}}},
-                                          {{"public.text", bytesOf(textOf(sealedItems()))}}};
-     },
-     "success", true},
-    {"the types' order before the names' order",
-     [] {
-       return std::vector<PasteboardItem>{
-           {{"a", std::string("other")}, {"public.plain-text", bytesOf(textOf(sealedItems()))}}};
-     },
-     "success", true},
-};
-
-class PasteboardState : public testing::TestWithParam<State> {};
-
-TEST_P(PasteboardState, ComesTo) {
-  SCOPED_TRACE(GetParam().rule);
-  PendingPayment host;
-  host.pasteboard->place(GetParam().items());
-  const auto before = host.pasteboard->items();
-  EXPECT_EQ(host.handle(callback), GetParam().outcome);
-  EXPECT_EQ(host.pasteboard->items(), GetParam().emptied ? std::vector<PasteboardItem>{} : before);
-  EXPECT_FALSE(host.sdk->isPaymentInProgress());
-}
-
-INSTANTIATE_TEST_SUITE_P(Rules, PasteboardState, testing::ValuesIn(states),
-                         [](const auto& one) { return "state" + std::to_string(one.index); });
 
 struct Callback {
   std::string_view rule;
@@ -216,7 +174,8 @@ TEST(PasteboardResult, ThatNoURLCanCarryIsInvalidAndCleared) {
 TEST(PasteboardResult, AnswersAPaymentThatWentOutByAnyTransport) {
   TestHost host;
   host.clock->stopAt(startOfTest);
-  host.sdk->startPayment(PaymentRequest(paymentFields()), PaymentLaunchTransport::pasteboard(), noting(host));
+  host.sdk->startPayment(PaymentRequest(paymentFields()), PaymentLaunchTransport::pasteboard(),
+                         noteResult(host));
   host.takeEvents();
   EXPECT_TRUE(host.sdk->handleCallback(URL::parse("myshop://done?status=approved").value()));
   EXPECT_EQ(host.takeEvents(), std::vector<std::string>{"success"});

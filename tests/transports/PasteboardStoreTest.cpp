@@ -1,21 +1,11 @@
-#include <cstddef>
 #include <expected>
 #include <filesystem>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
 
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 #include "tests/transports/Payments.h"
 
 namespace tilvanego::test {

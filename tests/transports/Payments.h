@@ -34,7 +34,7 @@ inline PaymentRequest::Fields paymentFields() {
 }
 
 /// Notes "success", or "failure NAME" and a "+" if there is a response.
-inline TilvaneGo::PaymentCompletion noting(TestHost& host) {
+inline TilvaneGo::PaymentCompletion noteResult(TestHost& host) {
   return [&host](const PaymentResult& result) {
     std::string text(result.name());
     if (const auto* failure = std::get_if<PaymentResult::Failure>(&result)) {
@@ -49,7 +49,7 @@ class PendingPayment : public TestHost {
  public:
   explicit PendingPayment(PaymentRequest::Fields fields = paymentFields()) {
     clock->stopAt(startOfTest);
-    sdk->startPayment(PaymentRequest(std::move(fields)), noting(*this));
+    sdk->startPayment(PaymentRequest(std::move(fields)), noteResult(*this));
     takeEvents();
   }
 

@@ -1,9 +1,4 @@
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
+#include "tests/support/Test.h"
 #include "tests/transports/Payments.h"
 
 namespace tilvanego::test {

@@ -1,16 +1,10 @@
 #include <atomic>
 #include <concepts>
-#include <cstdint>
-#include <limits>
-#include <string>
-#include <string_view>
 #include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/validation/Validator.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

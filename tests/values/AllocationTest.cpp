@@ -1,14 +1,9 @@
-#include <cstddef>
-#include <string>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/values/LinkWriter.h>
 #include <tilvanego/values/URL.h>
 
 #include "tests/support/AllocationCount.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

@@ -1,15 +1,6 @@
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/values/Base64.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

@@ -1,13 +1,8 @@
-#include <array>
 #include <cstdio>
-#include <limits>
-#include <optional>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/values/DateFormats.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

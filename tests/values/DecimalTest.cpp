@@ -1,14 +1,7 @@
-#include <array>
-#include <cstdint>
-#include <limits>
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/DecimalFormatter.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

@@ -1,12 +1,8 @@
 #include <bit>
-#include <cstdint>
-#include <limits>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/values/DoubleText.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

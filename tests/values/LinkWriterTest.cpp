@@ -1,10 +1,6 @@
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/values/LinkWriter.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

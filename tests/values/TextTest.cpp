@@ -1,16 +1,8 @@
-#include <array>
-#include <cstdint>
-#include <set>
-#include <string>
-#include <string_view>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/values/DebugLiteral.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/UTF8.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

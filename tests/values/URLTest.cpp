@@ -1,15 +1,9 @@
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/URLComponents.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

@@ -1,14 +1,9 @@
-#include <optional>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/values/LinkWriter.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/URLComponents.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

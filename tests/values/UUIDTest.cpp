@@ -1,10 +1,6 @@
-#include <optional>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/values/UUID.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

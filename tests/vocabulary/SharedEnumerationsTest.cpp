@@ -1,10 +1,7 @@
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego::models {
 namespace {

@@ -1,14 +1,5 @@
 #include <atomic>
-#include <limits>
-#include <memory>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <string_view>
 #include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/http_client/coding/JSONEncodingHelper.h>
@@ -16,6 +7,7 @@
 #include <tilvanego/json/Record.h>
 #include <tilvanego/json/ValueCodecs.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

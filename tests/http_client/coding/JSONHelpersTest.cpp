@@ -1,12 +1,4 @@
-#include <cstdint>
-#include <limits>
-#include <map>
-#include <optional>
-#include <string>
 #include <unordered_set>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/http_client/coding/CodingKey.h>
 #include <tilvanego/http_client/coding/KeyedContainers.h>
@@ -14,6 +6,8 @@
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 

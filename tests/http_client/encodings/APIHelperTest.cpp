@@ -1,13 +1,8 @@
-#include <map>
-#include <optional>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/http_client/encodings/APIHelper.h>
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

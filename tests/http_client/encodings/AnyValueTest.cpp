@@ -1,14 +1,7 @@
-#include <cstdint>
-#include <limits>
-#include <optional>
-#include <string>
-#include <type_traits>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/http_client/encodings/AnyValue.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

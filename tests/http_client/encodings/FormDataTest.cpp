@@ -1,11 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <tilvanego/http_client/encodings/FileReading.h>
 #include <tilvanego/http_client/encodings/FormDataEncoding.h>
 #include <tilvanego/values/UUID.h>
 
 #include "tests/http_client/encodings/Requests.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

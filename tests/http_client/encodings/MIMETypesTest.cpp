@@ -1,11 +1,9 @@
 #include <fstream>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/http_client/encodings/MIMETypes.h>
 
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

@@ -1,6 +1,5 @@
 #include <thread>
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <tilvanego/http_client/encodings/FileReading.h>
@@ -8,6 +7,7 @@
 
 #include "tests/http_client/encodings/Requests.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

@@ -1,10 +1,9 @@
-#include <gtest/gtest.h>
-
 #include <tilvanego/http_client/encodings/DownloadException.h>
 #include <tilvanego/http_client/encodings/FormURLEncoding.h>
 #include <tilvanego/http_client/encodings/URLEncoding.h>
 
 #include "tests/http_client/encodings/Requests.h"
+#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

@@ -1,10 +1,6 @@
-#include <optional>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/network/curl/Challenges.h>
+
+#include "tests/support/Test.h"
 
 using namespace tilvanego;
 using namespace tilvanego::detail;

@@ -1,11 +1,7 @@
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/curl/ResponseHead.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego {
 namespace {

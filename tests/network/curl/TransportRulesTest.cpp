@@ -1,15 +1,11 @@
-#include <cstdlib>
-#include <limits>
-#include <optional>
-#include <string>
-
 #include <curl/curl.h>
-#include <gtest/gtest.h>
 
 #include <tilvanego/network/curl/Body.h>
 #include <tilvanego/network/curl/CurlErrors.h>
 #include <tilvanego/network/curl/Proxies.h>
 #include <tilvanego/network/curl/RequestRules.h>
+
+#include "tests/support/Test.h"
 
 using namespace tilvanego;
 using namespace tilvanego::detail;

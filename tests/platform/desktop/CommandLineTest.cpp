@@ -1,11 +1,6 @@
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/platform/desktop/CommandLine.h>
+
+#include "tests/support/Test.h"
 
 using tilvanego::splitCommandLine;
 

@@ -1,15 +1,8 @@
-#include <cstddef>
-#include <cstdint>
-#include <limits>
-#include <optional>
 #include <span>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <tilvanego/platform/desktop/PasteboardFormat.h>
+
+#include "tests/support/Test.h"
 
 using namespace tilvanego;
 using tilvanego::detail::decodePasteboard;

@@ -1,36 +1,25 @@
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
-#include <map>
-#include <memory>
 #include <new>
-#include <optional>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <tilvanego/facade/FacadeAccess.h>
 #include <tilvanego/platform/MainQueueAdapter.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
-#include <tilvanego/platform/memory/RecordingDebugOutput.h>
+#include <tilvanego/platform/desktop/SpawnedProgram.h>
 #include <tilvanego/values/URL.h>
 
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Test.h"
 
 using namespace tilvanego;
 namespace fs = std::filesystem;
@@ -255,31 +244,6 @@ TEST_F(SpawnedOpenerTest, AnEarlierLinkOfTheSameTargetCountsAsOpenedOnceANewerOn
   }
 }
 
-TEST_F(SpawnedOpenerTest, APaymentStartedAfterACancelKeepsItsResultThoughTheFirstOpenerFailsLate) {
-  const auto gate = temporary.path() / "gate";
-  ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
-  Platform platform = Platform::standard(loop);
-  platform.debugOutput = std::make_unique<RecordingDebugOutput>();
-  platform.application = std::make_unique<SpawnedOpener>(
-      loop,
-      std::vector{program("p", R"(case "$1" in *=first*) read line < "$directory/gate"; exit 1;; esac)")});
-  const auto sdk = detail::FacadeAccess::make(std::move(platform));
-  std::vector<std::string> told;
-  const auto pay = [&](const std::string& id) {
-    sdk->startPayment(
-        PaymentRequest({.requestId = id, .amount = 1, .currency = "EUR", .callbackURL = link("shop://done")}),
-        [&told, id](const PaymentResult& result) { told.push_back(id + " " + std::string(result.name())); });
-  };
-  pay("first");
-  sdk->cancelPendingPayment();
-  pay("second");
-  std::ofstream(gate) << "fail\n";
-  waitForThreads();
-  loop.runPending();
-  EXPECT_TRUE(sdk->handleCallback(link("shop://done?status=approved&request_id=second")));
-  EXPECT_EQ(told, std::vector<std::string>{"second success"});
-}
-
 TEST_F(SpawnedOpenerTest, OpensLinksForAHostThatHasUsedUpItsDescriptors) {
   const auto path = program("p", "exit 0");
   // A sanitizer needs descriptors the first time that it looks at an object.
@@ -331,13 +295,7 @@ TEST_F(SpawnedOpenerTest, WhatIsReportedAfterTheMainQueuesEndIsDropped) {
 TEST(LeavingMain, IsCleanAtAnyMomentWithOpenersUnderWay) {
   const auto path = fs::read_symlink("/proc/self/exe").parent_path() / "leaving_main";
   for (int seed = 0; seed < 60; ++seed) {
-    std::vector<std::string> words{path, std::to_string(seed)};
-    std::vector<char*> arguments{words[0].data(), words[1].data(), nullptr};
-    pid_t process = 0;
-    ASSERT_EQ(posix_spawn(&process, words[0].c_str(), nullptr, nullptr, arguments.data(), environ), 0)
-        << path;
-    int status = -1;
-    ASSERT_EQ(waitpid(process, &status, 0), process);
-    ASSERT_EQ(status, 0) << "seed " << seed;
+    const auto process = detail::spawnProgram({path.string(), std::to_string(seed)});
+    ASSERT_TRUE(process && detail::waitForSuccess(*process)) << "seed " << seed;
   }
 }

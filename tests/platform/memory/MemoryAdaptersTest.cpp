@@ -1,13 +1,3 @@
-#include <algorithm>
-#include <array>
-#include <cstdint>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/SystemClock.h>
 #include <tilvanego/platform/memory/ManualClock.h>
@@ -15,6 +5,8 @@
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
+
+#include "tests/support/Test.h"
 
 using namespace tilvanego;
 

@@ -1,0 +1,30 @@
+#pragma once
+
+// What each fuzzer uses.
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+/// Ends the program, and so the input is kept, if it breaks the rule.
+inline void require(bool holds, const char* rule = "a rule") {
+  if (holds) return;
+  std::fprintf(stderr, "broken: %s\n", rule);
+  std::abort();
+}
+
+inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
+  return {reinterpret_cast<const char*>(data), size};
+}
