@@ -19,7 +19,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 class StopCallback;
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// What the sources, tokens and callbacks of one request to stop share.
 class StopState {
@@ -44,7 +46,9 @@ class StopState {
   std::thread::id runner_;
 };
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Tells whether someone asked for a piece of work to be stopped. A copy tells the same; any thread may ask.
 ///

@@ -16,7 +16,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 template <typename T>
 class Task;
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// What the frames of all tasks begin with.
 class TaskPromiseBase {
@@ -75,7 +77,9 @@ struct Detached {
   };
 };
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A coroutine's work that gives a T or throws. It begins when it is awaited, by a coroutine of any type, or
 /// waited for; it goes on, and resumes who awaits it, on whatever thread its last suspension ended.
@@ -139,7 +143,9 @@ class [[nodiscard]] Task {
   std::coroutine_handle<promise_type> handle_;
 };
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 template <typename T>
 Task<T> TaskPromise<T>::get_return_object() noexcept {
@@ -150,7 +156,9 @@ inline Task<void> TaskPromise<void>::get_return_object() noexcept {
   return Task<void>(std::coroutine_handle<TaskPromise>::from_promise(*this));
 }
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 template <typename T>
 T Task<T>::wait() && {

@@ -13,12 +13,12 @@
 #include <tilvanego/platform/Platform.h>
 #include <tilvanego/values/URL.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
-
-namespace [[gnu::visibility("hidden")]] detail {
+namespace tilvanego::detail {
 class Facade;
 struct FacadeAccess;
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The object through which a host drives the payment application.
 ///

@@ -13,7 +13,7 @@
 /// A union is a `std::variant` under a name of its own: a host asks with
 /// `std::get_if<PaymentResult::Success>(&result)` or visits it with `std::visit`. Each case is a small struct
 /// with its `name` and its payload.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] cases {
 
 /// A text that can be a template argument.

@@ -65,7 +65,9 @@ struct BodyType {
 template <typename T>
 inline constexpr bool isMadeByOwnKind = false;
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string typeName(const std::type_info& type);
 
@@ -130,7 +132,9 @@ BodyType describeBodyType() {
   return type;
 }
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The description of T. T is copyable, and one of the types of `BodyKind` or readable from JSON.
 template <std::copy_constructible T>

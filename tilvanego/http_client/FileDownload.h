@@ -23,7 +23,9 @@ struct FileWriteError {
   bool operator==(const FileWriteError&) const = default;
 };
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// Whether the text names a file or a directory in the one at hand.
 [[nodiscard]] bool isPlainName(std::string_view name);
@@ -48,5 +50,4 @@ namespace detail {
                                                             const std::vector<std::string>& names,
                                                             const Data& data);
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

@@ -14,9 +14,7 @@
 #include <tilvanego/network/ExceptionFailure.h>
 #include <tilvanego/platform/FatalError.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
-
-namespace [[gnu::visibility("hidden")]] detail {
+namespace tilvanego::detail {
 
 inline void requireCompletion(bool isThere) {
   if (!isThere) wrongUse("execute was given an empty completion; give [](const auto&) {} to hear nothing");
@@ -51,7 +49,9 @@ Task<Response<T>> typedTask(Task<AnyResponse> sending) {
   co_return *std::move(result);
 }
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A request builder whose response has a body of type T. T is `std::string` (the body as text), `Data` or
 /// `Bytes`, `URL` (the body goes to a file, of which this is the URL), `Empty`, or whatever can be read from

@@ -41,12 +41,16 @@ struct HeaderNameLess {
 /// ```
 using ResponseHeader = std::map<std::string, std::string, HeaderNameLess>;
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// The header fields whose values are UTF-8; others are left out.
 ResponseHeader headerTexts(const HTTPURLResponse& response);
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What a request succeeded with.
 template <typename T>

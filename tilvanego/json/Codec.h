@@ -17,7 +17,7 @@
 #include <tilvanego/json/JSONWriter.h>
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 /// How values of one type are read and written: two static functions,
@@ -181,7 +181,10 @@ struct Codec<std::optional<T>> {
   }
 };
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace json
+}  // namespace tilvanego
+
+namespace tilvanego::json::detail {
 
 /// Elements in their order, for each kind of list.
 template <typename T>
@@ -197,7 +200,10 @@ bool writeElements(Writer& writer, const auto& list) {
   return true;
 }
 
-}  // namespace detail
+}  // namespace tilvanego::json::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 template <typename T>
 struct Codec<std::vector<T>> {

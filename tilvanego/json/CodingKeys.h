@@ -26,7 +26,7 @@
 /// The cases have raw texts like those of any enumeration: their names. Where a key differs from its
 /// member, the record gives its keys a `RawTexts` of their own. A case too many or too few, or in another
 /// place than its member, doesn't compile.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 /// An enumeration of that name, inside a type.

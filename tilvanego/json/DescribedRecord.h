@@ -15,9 +15,8 @@
 #include <tilvanego/json/ValueCodecs.h>
 
 /// The definitions behind `Described`, for the one source file of each record that names its keys.
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] json {
-namespace [[gnu::visibility("hidden")]] detail {
+
+namespace tilvanego::json::detail {
 
 constexpr std::size_t mixHash(std::size_t seed, std::size_t hash) {
   return seed ^ (hash + 0x9E3779B97F4A7C15 + (seed << 6) + (seed >> 2));
@@ -80,7 +79,10 @@ consteval bool casesNameTheMembers() {
   }(std::make_index_sequence<fieldCount<Record>>());
 }
 
-}  // namespace detail
+}  // namespace tilvanego::json::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 template <NamesItsKeys Record>
 const RecordTable& Described<Record>::table() {

@@ -11,7 +11,7 @@
 #include <tilvanego/json/Record.h>
 #include <tilvanego/json/ValueCodecs.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 /// Reads a JSON text as a T: a record, a list, a map, a plain value, a `JSONValue`. The whole text must be

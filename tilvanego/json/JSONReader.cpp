@@ -12,7 +12,7 @@
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 namespace {
 

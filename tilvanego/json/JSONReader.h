@@ -11,7 +11,7 @@
 #include <tilvanego/json/JSONLimits.h>
 #include <tilvanego/json/JSONNumber.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 struct RecordField;

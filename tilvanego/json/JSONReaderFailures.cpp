@@ -4,7 +4,7 @@
 #include <tilvanego/json/JSONReader.h>
 
 /// What the reader leaves behind when a read fails.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 bool Reader::failAt(const char* where, JSONFailure failure) {

@@ -4,7 +4,7 @@
 #include <tilvanego/values/Wiping.h>
 
 /// The reader's slower ways through a text: escapes and what lies beyond ASCII.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 namespace {
 

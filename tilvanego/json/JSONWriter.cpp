@@ -13,7 +13,7 @@
 #include <tilvanego/values/DoubleText.h>
 #include <tilvanego/values/UTF8.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 namespace {
 

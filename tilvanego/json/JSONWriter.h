@@ -24,7 +24,7 @@ struct JSONFormat {
 
 }  // namespace tilvanego
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 struct RecordField;

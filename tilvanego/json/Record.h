@@ -42,7 +42,7 @@
 /// field is required. Keys that the table doesn't know are checked for good JSON and passed over. The first
 /// of equal keys counts. A record is default-constructible; one with private members makes
 /// `json::RecordAccess` its friend.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 /// One field of a record: its key, its member, and the codec of the member's value.
@@ -76,7 +76,10 @@ concept IsRecord = ListsItsFields<T> || NamesItsKeys<T>;
 template <ListsItsFields Record>
 inline constexpr auto recordFields = RecordAccess::fields<Record>();
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace json
+}  // namespace tilvanego
+
+namespace tilvanego::json::detail {
 
 template <typename T>
 struct OptionalTraits : std::false_type {
@@ -138,7 +141,10 @@ using CodingOf =
                        std::type_identity<Codec<typename OptionalTraits<typename OneField::Type>::Value>>,
                        std::type_identity<typename OneField::Coding>>::type;
 
-}  // namespace detail
+}  // namespace tilvanego::json::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 template <IsRecord Record>
 inline constexpr std::size_t fieldCount = detail::Layout<Record>::count;
@@ -149,7 +155,10 @@ constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
   return detail::Layout<Record>::keys();
 }
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace json
+}  // namespace tilvanego
+
+namespace tilvanego::json::detail {
 
 /// Texts are the bulk of every record: they have ways of their own through the reader and the writer.
 template <typename OneField>
@@ -350,7 +359,10 @@ struct Description {
                                      &clearFields<Record>};
 };
 
-}  // namespace detail
+}  // namespace tilvanego::json::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 template <IsRecord Record>
 const RecordTable& recordTable() {

@@ -1,6 +1,6 @@
 #include <tilvanego/json/RecordTable.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 std::size_t RecordTable::find(std::string_view key) const {

@@ -6,7 +6,7 @@
 #include <span>
 #include <string_view>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 class Reader;

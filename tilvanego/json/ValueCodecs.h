@@ -8,7 +8,7 @@
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 /// A text in the form that the reader's or the writer's `JSONDates` say. A date that has none, such as one

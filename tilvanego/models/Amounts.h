@@ -7,7 +7,7 @@
 #include <tilvanego/models/Patterns.h>
 #include <tilvanego/models/Record.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// Money in its loosest form.

@@ -13,7 +13,7 @@
 #include <tilvanego/models/TransactionRequests.h>
 #include <tilvanego/models/TransactionResponses.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 namespace {
 

@@ -19,7 +19,7 @@
 
 /// All records and enumerations of the POI interface by name, for programs that learn at run time which one
 /// they want. Those that know their types include their headers instead.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// One field of a record, in words.

@@ -5,7 +5,7 @@
 
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// What is paid with.

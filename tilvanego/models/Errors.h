@@ -10,7 +10,7 @@
 #include <tilvanego/values/UUID.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// What kind of error the interface reports.

@@ -8,7 +8,7 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// A postal address; the country may be left open.

@@ -18,7 +18,7 @@
 /// type, an optional one as `std::optional`; an enumeration that is required begins as `Currency::usd` or as
 /// `unknownDefaultOpenApi`, so that a forgotten one is seen. Records are compared and hashed member by
 /// member. Nothing checks a record by its rules unless the caller does.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 template <typename T>
@@ -45,7 +45,10 @@ concept RecordList = std::same_as<T, std::vector<typename T::value_type>> && Rec
 template <typename T>
 concept RecordOrList = Record<T> || RecordList<T>;
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace models
+}  // namespace tilvanego
+
+namespace tilvanego::models::detail {
 
 /// Reads with `read`, which goes through one value. The error is that of the first field at fault.
 bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view text, const JSONLimits& limits,
@@ -53,7 +56,10 @@ bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view t
 /// The format with the dates that the records have unless it says otherwise.
 JSONFormat withDates(JSONFormat format);
 
-}  // namespace detail
+}  // namespace tilvanego::models::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// Reads the JSON text (RFC 8259 in UTF-8) of a record, or of a list of records: `decode<Trace>(text)`,
 /// `decode<std::vector<Trace>>(text)`. A required key that is missing or null, a value of another type, a

@@ -9,7 +9,7 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// Cancels what the terminal is doing.

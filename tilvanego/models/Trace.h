@@ -9,7 +9,7 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/values/Date.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// What a request says about its origin, to be found again in answers and listings.

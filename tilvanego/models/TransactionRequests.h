@@ -10,7 +10,7 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/models/Trace.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// A sale or an authorization.

@@ -13,7 +13,7 @@
 #include <tilvanego/models/Trace.h>
 #include <tilvanego/values/Date.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// What the processor decided.

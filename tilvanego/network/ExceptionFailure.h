@@ -30,11 +30,12 @@ class ExceptionFailure {
   std::exception_ptr exception_;
 };
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// The exception that is being handled as a failure: a `Failure` and a `CancellationError` as themselves, any
 /// other as an `ExceptionFailure`.
 [[nodiscard]] Failure currentFailure();
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

@@ -25,14 +25,18 @@ class URLResponse {
   std::optional<URL> url_;
 };
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// A head as the server sent it, which `readHead` hasn't read yet.
 struct UnreadHead {
   std::string lines;
 };
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The status line and header fields of an HTTP answer, immutable. May be used on several threads at once.
 class HTTPURLResponse final : public URLResponse {

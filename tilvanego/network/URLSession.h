@@ -10,9 +10,7 @@
 #include <tilvanego/network/URLCredentialStorage.h>
 #include <tilvanego/network/URLSessionProtocol.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
-
-namespace [[gnu::visibility("hidden")]] detail {
+namespace tilvanego::detail {
 class SessionLoop;
 }
 
@@ -98,4 +96,6 @@ class URLSession final : public URLSessionProtocol {
   std::shared_ptr<detail::SessionLoop> loop_;
 };
 
-}  // namespace tilvanego
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {

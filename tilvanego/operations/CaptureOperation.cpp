@@ -13,7 +13,9 @@ CaptureRequest::CaptureRequest(Fields fields) : ImmutableRecord(std::move(fields
   fields_.amount = std::string(trimmed(fields_.amount));
 }
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string CaptureOperation::describe(const Request& request) {
   return RequestDescription("CaptureRequest")
@@ -39,5 +41,4 @@ void CaptureOperation::addItems(const Request& request, LinkItems& items) {
   items.add("return_url", request.callbackURL().absoluteString());
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

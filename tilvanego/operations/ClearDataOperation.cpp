@@ -10,7 +10,9 @@ ClearDataRequest::ClearDataRequest(Fields fields) : ImmutableRecord(std::move(fi
   fields_.requestId = std::string(trimmed(fields_.requestId));
 }
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string ClearDataOperation::describe(const Request& request) {
   return RequestDescription("ClearDataRequest")
@@ -36,5 +38,4 @@ void ClearDataOperation::addItems(const Request& request, LinkItems& items) {
   if (request.timeout()) items.addText("timeout", std::to_string(*request.timeout()));
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

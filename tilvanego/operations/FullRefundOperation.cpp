@@ -12,7 +12,9 @@ FullRefundRequest::FullRefundRequest(Fields fields) : ImmutableRecord(std::move(
   fields_.transactionId = std::string(trimmed(fields_.transactionId));
 }
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string FullRefundOperation::describe(const Request& request) {
   return RequestDescription("FullRefundRequest")
@@ -37,5 +39,4 @@ void FullRefundOperation::addItems(const Request& request, LinkItems& items) {
   addCredentials(items, request.credentials());
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

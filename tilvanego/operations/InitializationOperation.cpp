@@ -21,7 +21,9 @@ InitializationRequest& InitializationRequest::operator=(InitializationRequest ot
 
 InitializationRequest::~InitializationRequest() { detail::wipe(fields_.basicToken); }
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string InitializationOperation::describe(const Request& request) {
   return RequestDescription("InitializationRequest")
@@ -60,5 +62,4 @@ void InitializationOperation::addItems(const Request& request, LinkItems& items)
   items.addIfPresent("basePath", request.basePath());
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

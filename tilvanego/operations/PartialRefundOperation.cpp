@@ -12,7 +12,9 @@ PartialRefundRequest::PartialRefundRequest(Fields fields) : ImmutableRecord(std:
   fields_.transactionId = std::string(trimmed(fields_.transactionId));
 }
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string PartialRefundOperation::describe(const Request& request) {
   return RequestDescription("PartialRefundRequest")
@@ -40,5 +42,4 @@ void PartialRefundOperation::addItems(const Request& request, LinkItems& items) 
   addCredentials(items, request.credentials());
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

@@ -10,7 +10,9 @@ RebootRequest::RebootRequest(Fields fields) : ImmutableRecord(std::move(fields))
   fields_.requestId = std::string(trimmed(fields_.requestId));
 }
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string RebootOperation::describe(const Request& request) {
   return RequestDescription("RebootRequest")
@@ -29,5 +31,4 @@ void RebootOperation::addItems(const Request& request, LinkItems& items) {
   items.add("return_url", request.callbackURL().absoluteString());
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

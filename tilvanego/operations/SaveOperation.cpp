@@ -12,7 +12,9 @@ SaveRequest::SaveRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
   fields_.currency = uppercased(trimmed(fields_.currency));
 }
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string SaveOperation::describe(const Request& request) {
   return RequestDescription("SaveRequest")
@@ -41,5 +43,4 @@ void SaveOperation::addItems(const Request& request, LinkItems& items) {
   if (request.credentials()) addCredentials(items, *request.credentials());
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

@@ -59,7 +59,9 @@ std::string TilvaneGoTransaction::id() const {
   return std::move(id).take();
 }
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 bool TolerantTransactionType::read(json::Reader& reader, TilvaneGoTransactionType& type) {
   std::string_view text;
@@ -72,5 +74,4 @@ bool TolerantTransactionType::write(json::Writer& writer, TilvaneGoTransactionTy
   return json::Codec<TilvaneGoTransactionType>::write(writer, type);
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

@@ -48,7 +48,9 @@ struct TilvaneGoTransactionDetails {
   }
 };
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// Read by `transactionTypeFrom`, written by the raw text.
 struct TolerantTransactionType {
@@ -56,7 +58,9 @@ struct TolerantTransactionType {
   static bool write(json::Writer& writer, TilvaneGoTransactionType type);
 };
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A transaction that the payment application has stored.
 ///

@@ -17,7 +17,9 @@ TransactionListRequest::TransactionListRequest(Fields fields) : ImmutableRecord(
   if (id->empty()) id.reset();
 }
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::string TransactionListOperation::describe(const Request& request) {
   return RequestDescription("TransactionListRequest")
@@ -59,5 +61,4 @@ TransactionListResult TransactionListOperation::decodeList(Fields&& fields) {
   return Result::Success{Response(std::move(fields))};
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

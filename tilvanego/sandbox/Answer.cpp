@@ -11,7 +11,7 @@
 #include <tilvanego/sandbox/CarriedAnswer.h>
 #include <tilvanego/sandbox/ShownText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 namespace {
 

@@ -14,7 +14,7 @@
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 /// What the payment application makes of a request.

@@ -3,7 +3,7 @@
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/platform/SystemClock.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 const Clock& systemClock() {

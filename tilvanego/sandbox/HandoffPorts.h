@@ -4,7 +4,7 @@
 #include <tilvanego/platform/Pasteboard.h>
 #include <tilvanego/platform/RandomSource.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 /// The system's clock and random source. They live as long as the process.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 std::string_view spelled(const KeyNames& names, KeySpelling spelling) {

@@ -7,7 +7,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 /// The spelling that a callback uses for the names of its items. The library accepts up to four for one

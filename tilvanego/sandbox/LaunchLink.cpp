@@ -9,7 +9,7 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 namespace {
 

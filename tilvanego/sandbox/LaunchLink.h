@@ -16,7 +16,7 @@
 #include <tilvanego/values/RawText.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 /// What a host can ask of a payment application.

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 Outcome outcomeForAmount(const Decimal& amount) {

@@ -7,7 +7,7 @@
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 /// What the payment application does with a request.

@@ -5,7 +5,7 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 SandboxApplication::SandboxApplication(MainQueue& mainQueue, std::function<void(const URL&)> openCallback,

@@ -17,7 +17,7 @@
 #include <tilvanego/sandbox/TransportFault.h>
 #include <tilvanego/values/URL.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 /// A payment application in the host's own process, for rehearsals. The host's library opens its links here;

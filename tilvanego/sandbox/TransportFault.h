@@ -6,7 +6,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 /// A fault in the envelope of a response, in addition to the outcomes `tampered` and `expired`. It doesn't

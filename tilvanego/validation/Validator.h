@@ -13,9 +13,7 @@
 #include <tilvanego/validation/Rules.h>
 #include <tilvanego/validation/ValidationError.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
-
-namespace [[gnu::visibility("hidden")]] detail {
+namespace tilvanego::detail {
 
 /// Whether `divisor` goes into `value`: for zero only zero is a multiple.
 template <std::integral Integer>
@@ -45,7 +43,9 @@ concept Hashable = std::equality_comparable<T> && requires(const T& value) {
   { std::hash<T>()(value) } -> std::convertible_to<std::size_t>;
 };
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Checks one value against one rule, such as the rule constants of the models, and finds everything that it
 /// breaks. Nothing in this library calls it: whether and when to check is the host's choice. Stateless; any

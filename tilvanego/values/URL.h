@@ -21,10 +21,14 @@ class LinkTarget;
 struct LinkItem;
 class URL;
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 struct SplitText;
 void wipe(URL& url) noexcept;
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Why a text is no URL.
 struct URLError {

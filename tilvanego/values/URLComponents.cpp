@@ -28,7 +28,9 @@ std::optional<URL> URLComponents::url() const {
   return parsed ? std::optional(*std::move(parsed)) : std::nullopt;
 }
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 void appendQuery(std::string& target, std::span<const QueryItem> items) {
   char separator = '?';
@@ -42,5 +44,4 @@ void appendQuery(std::string& target, std::span<const QueryItem> items) {
   }
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

@@ -27,10 +27,11 @@ struct URLComponents {
   [[nodiscard]] std::optional<URL> url() const;
 };
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// Appends "?" and the items, encoded, with "&" between them.
 void appendQuery(std::string& target, std::span<const QueryItem> items);
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

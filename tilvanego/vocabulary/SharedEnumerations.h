@@ -7,7 +7,7 @@
 #include <tilvanego/json/Reflection.h>
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// What the raw texts of every model enumeration have in common: a text that is no case's, with case, reads

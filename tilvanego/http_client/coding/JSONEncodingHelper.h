@@ -6,14 +6,14 @@
 #include <tilvanego/http_client/encodings/AnyValue.h>
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
-
-namespace [[gnu::visibility("hidden")]] detail {
+namespace tilvanego::detail {
 
 /// Prints the failure's description as one line on standard output.
 void printEncodingFailure(const JSONError& failure);
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Makes the parameters of a request with a JSON body from the value that is to be its body. A subclass may
 /// put an operation of its own in the place of this one.

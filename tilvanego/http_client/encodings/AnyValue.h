@@ -22,16 +22,16 @@
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
-
-namespace [[gnu::visibility("hidden")]] detail {
+namespace tilvanego::detail {
 
 template <typename T>
 inline constexpr bool isCharacter =
     std::same_as<T, char> || std::same_as<T, wchar_t> || std::same_as<T, char8_t> ||
     std::same_as<T, char16_t> || std::same_as<T, char32_t>;
 
-}  // namespace detail
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A value of a request parameter, whose type only its use decides: the name of a query item, a part of a
 /// multipart body, a header. Made implicitly from the C++ values that a host has at hand; a pointer other

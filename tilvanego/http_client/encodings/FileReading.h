@@ -23,7 +23,9 @@ struct FileReadError {
   bool operator==(const FileReadError&) const = default;
 };
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// A file that was opened to be sent: a regular file, or a pipe, which is read to its end.
 class FileToSend {
@@ -55,5 +57,4 @@ class FileToSend {
 /// What stands behind the last "." of a file's name; empty if nothing stands before or behind it.
 [[nodiscard]] std::string_view pathExtension(std::string_view fileName);
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

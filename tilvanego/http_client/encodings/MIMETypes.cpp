@@ -186,7 +186,9 @@ void MIMETypes::add(std::string extension, std::string_view type, int weight) {
   if (!isNew && weight > entry->second.weight) entry->second = {std::string(type), weight};
 }
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 std::vector<std::filesystem::path> dataDirectories(const char* xdgDataHome, const char* home,
                                                    const char* xdgDataDirs) {
@@ -203,5 +205,4 @@ std::vector<std::filesystem::path> dataDirectories(const char* xdgDataHome, cons
   return directories;
 }
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

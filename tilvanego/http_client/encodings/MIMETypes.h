@@ -45,7 +45,9 @@ class MIMETypes {
   std::map<std::string, Entry, std::less<>> entries_;
 };
 
-namespace [[gnu::visibility("hidden")]] detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// Where a user's and a system's data lie (the XDG base directories), the preferred first. Each value
 /// is that of the environment variable of its name, null if it isn't set. Paths that aren't absolute don't
@@ -53,5 +55,4 @@ namespace [[gnu::visibility("hidden")]] detail {
 [[nodiscard]] std::vector<std::filesystem::path> dataDirectories(const char* xdgDataHome, const char* home,
                                                                  const char* xdgDataDirs);
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail
