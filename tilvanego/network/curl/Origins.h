@@ -22,6 +22,9 @@ struct Origin {
 /// None if the URL isn't http or https, or has no host.
 [[nodiscard]] std::optional<Origin> originOf(const URL& url);
 
+/// Whether the scheme is http or https.
+[[nodiscard]] bool isHTTP(const URL& url);
+
 /// Whether there is an origin, without the copies.
 [[nodiscard]] bool hasOrigin(const URL& url);
 

@@ -3,6 +3,7 @@
 #include <expected>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLRequest.h>
@@ -15,9 +16,10 @@ namespace tilvanego::detail {
 /// Whether sending the request twice does no more than sending it once (RFC 9110, section 9.2.2).
 [[nodiscard]] bool isIdempotent(const std::string& method);
 
-/// The request that follows an answer with this status and location, an absolute URL; none if the answer is
-/// no redirect that can be followed.
+/// The next request after a response with this status. `field` is its "Location" field as sent, `target` the
+/// absolute URL that libcurl made of it, empty if it made none. Returns none if the response isn't a redirect
+/// that can be followed, and an error for a redirect that must not be followed.
 [[nodiscard]] std::expected<std::optional<URLRequest>, TransportError> redirectedRequest(
-    const URLRequest& request, int statusCode, const std::string& location);
+    const URLRequest& request, int statusCode, std::string_view field, std::string_view target);
 
 }  // namespace tilvanego::detail

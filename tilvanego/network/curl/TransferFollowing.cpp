@@ -28,10 +28,12 @@ bool isOfSameServer(const URLProtectionSpace& left, const URLProtectionSpace& ri
 }  // namespace
 
 std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
-  const char* location = nullptr;
-  curl_easy_getinfo(handle(), CURLINFO_REDIRECT_URL, &location);
-  if (!location) return false;
-  auto next = redirectedRequest(*request_, statusCode, location);
+  const auto head = readHead(head_.lines());
+  const auto field = head.headers.value("Location");
+  if (!field) return false;
+  const char* target = nullptr;
+  curl_easy_getinfo(handle(), CURLINFO_REDIRECT_URL, &target);
+  auto next = redirectedRequest(*request_, statusCode, *field, target ? target : "");
   if (!next) return std::unexpected(next.error());
   if (!*next) return false;
   if (++redirects_ > maximumRedirects) {
