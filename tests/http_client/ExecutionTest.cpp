@@ -49,7 +49,7 @@ bool is(const Failure& failure) {
 struct FailureRow {
   std::string name;
   std::string url;
-  FakeAnswer answer;
+  FakeResult answer;
   bool refused;
   int code;
   bool (*isCause)(const Failure&);
@@ -227,7 +227,8 @@ class OwnSteps : public URLSessionDecodableRequestBuilder {
 TEST(Execution, AFactoryOfTheHostsHasItsOwnStepsTaken) {
   TestClient client({httpAnswer(200)});
   client.configuration->setRequestBuilderFactory(
-      std::make_shared<FactoryOverSession<URLSessionRequestBuilder, OwnSteps>>(client.session.session));
+      std::make_shared<RequestBuilderFactoryWithSession<URLSessionRequestBuilder, OwnSteps>>(
+          client.session.session));
   const auto file = URL::parse("file://" + testDataPath("uuids.json"));
   ASSERT_TRUE(
       client.run(client.builder<std::string>({.method = "POST",

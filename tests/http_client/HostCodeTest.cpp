@@ -117,7 +117,7 @@ class ThrowingKind final : public URLSessionDecodableRequestBuilder {
 
 /// One send with host code that throws at the step.
 struct Sending {
-  explicit Sending(const std::string& step, FakeAnswer answer) : client({std::move(answer)}) {
+  explicit Sending(const std::string& step, FakeResult answer) : client({std::move(answer)}) {
     const auto at = [step](const std::string& here) {
       if (step == here) throwIt();
     };
@@ -260,9 +260,10 @@ TEST(HostCodeDeathTest, OnTheLibrarysThreadTheEndOfTheProcessNamesTheCompletion)
 }
 
 TEST(HostCode, AnAnswerInMemoryThatThrowsFailsItsTask) {
-  const auto session = std::make_shared<MemoryURLSession>([](const URLRequest&) -> FakeAnswer { throwIt(); });
+  const auto session = std::make_shared<MemoryURLSession>([](const URLRequest&) -> FakeResult { throwIt(); });
   TestClient client({});
-  client.configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session));
+  client.configuration->setRequestBuilderFactory(
+      std::make_shared<RequestBuilderFactoryWithSession<>>(session));
   int code = 0;
   client.builder<Empty>().execute([&](const auto& result) {
     code = result.error().code();

@@ -17,7 +17,7 @@ enum class Step { send, answer };
 
 /// Sends with one failing allocation in a step. False if the step needs no more allocations than pass.
 template <typename T>
-bool endsOnce(const FakeAnswer& answer, Step failing, std::size_t passed) {
+bool endsOnce(const FakeResult& answer, Step failing, std::size_t passed) {
   TestClient client({answer});
   client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
   const auto builder = client.builder<T>();
@@ -53,7 +53,7 @@ bool endsOnce(const FakeAnswer& answer, Step failing, std::size_t passed) {
 }
 
 template <typename T>
-void endsOnceWhateverAllocationFails(const FakeAnswer& answer) {
+void endsOnceWhateverAllocationFails(const FakeResult& answer) {
   for (const Step failing : {Step::send, Step::answer}) {
     std::size_t passed = 0;
     while (endsOnce<T>(answer, failing, passed) && !testing::Test::HasFailure()) ++passed;
@@ -67,7 +67,7 @@ TEST(OutOfMemory, IsAFailureLikeAnyOtherAtEachAllocation) {
   testing::internal::CaptureStderr();  // hooks that had no memory are dropped, and named
   const HTTPHeaders headers{{"Content-Type", "application/json; charset=utf-8; of-more-than-a-few=letters"},
                             {"Content-Disposition", "attachment; filename=a-name-of-some-length.json"}};
-  const FakeAnswer json =
+  const FakeResult json =
       httpAnswer(200, Data(R"({"a name of some length":"a text of some length"})"), headers);
   endsOnceWhateverAllocationFails<std::string>(json);
   endsOnceWhateverAllocationFails<std::map<std::string, std::string>>(json);

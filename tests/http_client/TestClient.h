@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include <tilvanego/http_client/OverSession.h>
+#include <tilvanego/http_client/RequestBuilderWithSession.h>
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/network/MemoryURLSession.h>
 #include <tilvanego/platform/RunLoop.h>
@@ -25,17 +25,17 @@ struct TestFailure {
   [[nodiscard]] std::string description() const { return text; }
 };
 
-using FakeAnswer = MemoryURLSession::Answer;
+using FakeResult = MemoryURLSession::Result;
 
-inline FakeAnswer httpAnswer(int status, std::optional<Data> data = Data(), HTTPHeaders headers = {}) {
-  return FakeAnswer::http(status, std::move(data), std::move(headers));
+inline FakeResult httpAnswer(int status, std::optional<Data> data = Data(), HTTPHeaders headers = {}) {
+  return FakeResult::http(status, std::move(data), std::move(headers));
 }
 
 /// A session that answers from a script, with the last answer again and again, on a thread of its own for
 /// each delivery.
 class FakeSession {
  public:
-  explicit FakeSession(std::deque<FakeAnswer> script) : script_(std::move(script)) {}
+  explicit FakeSession(std::deque<FakeResult> script) : script_(std::move(script)) {}
 
   std::size_t deliver() {
     std::size_t count = 0;
@@ -46,14 +46,14 @@ class FakeSession {
   const std::shared_ptr<MemoryURLSession> session =
       std::make_shared<MemoryURLSession>([this](const URLRequest&) {
         const std::lock_guard held(mutex_);
-        FakeAnswer answer = script_.front();
+        FakeResult answer = script_.front();
         if (script_.size() > 1) script_.pop_front();
         return answer;
       });
 
  private:
   std::mutex mutex_;
-  std::deque<FakeAnswer> script_;
+  std::deque<FakeResult> script_;
 };
 
 /// Notes what it hears of, with where it hears it: on the "main" thread, which made it, or on the
@@ -115,8 +115,9 @@ class RecordingInterceptor : public DefaultOpenAPIInterceptor {
 
 /// A client of its own over the fake session, whose main queue and interceptor the test has in its hands.
 struct TestClient {
-  explicit TestClient(std::deque<FakeAnswer> script) : session(std::move(script)) {
-    configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session.session));
+  explicit TestClient(std::deque<FakeResult> script) : session(std::move(script)) {
+    configuration->setRequestBuilderFactory(
+        std::make_shared<RequestBuilderFactoryWithSession<>>(session.session));
   }
 
   template <typename T>

@@ -57,13 +57,13 @@ struct BodyType {
 ///   Data pixels;
 /// };
 /// template <>
-/// inline constexpr bool tilvanego::isMadeByOwnKind<Picture> = true;
+/// inline constexpr bool tilvanego::hasCustomBuilder<Picture> = true;
 /// ```
 ///
 /// The configuration's factory then names the kind in `getNonDecodableBuilder`; the library's own kinds end
 /// the process at such a body.
 template <typename T>
-inline constexpr bool isMadeByOwnKind = false;
+inline constexpr bool hasCustomBuilder = false;
 
 namespace detail {
 
@@ -135,10 +135,10 @@ BodyType describeBodyType() {
 /// The description of T. T is copyable, and one of the types of `BodyKind` or readable from JSON.
 template <std::copy_constructible T>
 [[nodiscard]] const BodyType& bodyTypeOf() {
-  static_assert(detail::bodyKindOf<T>() != BodyKind::other || detail::isReadable<T> || isMadeByOwnKind<T>,
+  static_assert(detail::bodyKindOf<T>() != BodyKind::other || detail::isReadable<T> || hasCustomBuilder<T>,
                 "this body type can't be read from JSON: give it, or what it holds, a static jsonFields(), "
                 "CodingKeys or a specialisation of json::Codec, include the header that declares it, or set "
-                "tilvanego::isMadeByOwnKind for it if a kind of builder of your own makes such bodies");
+                "tilvanego::hasCustomBuilder for it if a kind of builder of your own makes such bodies");
   // Never destroyed: a send may end while the process does.
   static const BodyType& type = *new BodyType(detail::describeBodyType<T>());
   return type;

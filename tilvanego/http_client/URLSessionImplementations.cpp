@@ -20,10 +20,10 @@ OstrelTilvanePoiModelsAPIConfiguration::shared() {
   return instance;
 }
 
-URLAuthenticationAnswer SessionDelegate::didReceiveChallenge(const URLSessionConfiguration& configuration,
-                                                             const URLSessionDataTaskProtocol& task,
-                                                             const URLAuthenticationChallenge& challenge) {
-  using enum URLAuthenticationAnswer::Disposition;
+URLAuthenticationResponse SessionDelegate::didReceiveChallenge(const URLSessionConfiguration& configuration,
+                                                               const URLSessionDataTaskProtocol& task,
+                                                               const URLAuthenticationChallenge& challenge) {
+  using enum URLAuthenticationResponse::Disposition;
   if (challenge.previousFailureCount > 0) return {rejectProtectionSpace, std::nullopt};
   std::optional<URLCredential> credential;
   if (!challenge.protectionSpace.isProxy && !challenge.isElsewhere) {

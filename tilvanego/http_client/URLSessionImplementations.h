@@ -31,9 +31,9 @@ namespace tilvanego {
 /// same server is rejected, also for another realm: the credential was wrong.
 class SessionDelegate : public URLSessionDelegate {
  public:
-  URLAuthenticationAnswer didReceiveChallenge(const URLSessionConfiguration& configuration,
-                                              const URLSessionDataTaskProtocol& task,
-                                              const URLAuthenticationChallenge& challenge) override;
+  URLAuthenticationResponse didReceiveChallenge(const URLSessionConfiguration& configuration,
+                                                const URLSessionDataTaskProtocol& task,
+                                                const URLAuthenticationChallenge& challenge) override;
   /// Lets the builder's credential go, also if the send was cancelled.
   void didEndTask(const URLSessionDataTaskProtocol& task) override;
 };

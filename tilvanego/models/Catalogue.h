@@ -33,7 +33,7 @@ struct FieldDescription {
   std::optional<FieldRule::Rule> rule{};
 
   /// Such as "array of String".
-  std::string typeWords() const;
+  std::string typeText() const;
 };
 
 struct CaseDescription {

@@ -64,7 +64,7 @@ struct ApiViolation {
   enum class CodingKeys { message, traceId, errorType, errorCode, value, source, details };
 
   /// Alone of the records with an enumeration, it has no `containsUnknownDefaultOpenApiCase`.
-  static constexpr bool tellsOfUnknownCases = false;
+  static constexpr bool reportsUnknownCases = false;
 
   bool operator==(const ApiViolation&) const = default;
 };

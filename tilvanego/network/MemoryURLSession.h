@@ -19,19 +19,19 @@ namespace tilvanego {
 class MemoryURLSession final : public URLSessionProtocol {
  public:
   /// What a task ends with.
-  struct Answer {
+  struct Result {
     std::optional<Data> data{};
     URLResponsePointer response{};
     std::optional<Failure> error{};
 
-    static Answer http(int statusCode, std::optional<Data> body = Data(), HTTPHeaders headers = {});
-    static Answer failed(Failure failure) { return {std::nullopt, nullptr, std::move(failure)}; }
+    static Result http(int statusCode, std::optional<Data> body = Data(), HTTPHeaders headers = {});
+    static Result failed(Failure failure) { return {std::nullopt, nullptr, std::move(failure)}; }
   };
-  using Answering = std::function<Answer(const URLRequest& request)>;
+  using Responder = std::function<Result(const URLRequest& request)>;
 
-  /// `answering` is called for each task that isn't cancelled, on a thread that delivers, without a lock
+  /// `responder` is called for each task that isn't cancelled, on a thread that delivers, without a lock
   /// held. May throw: the task fails by the exception. An empty one fails each task.
-  explicit MemoryURLSession(Answering answering);
+  explicit MemoryURLSession(Responder responder);
 
   std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
       const URLRequest& request, DataTaskCompletion completionHandler) override;

@@ -48,7 +48,7 @@ struct URLAuthenticationChallenge {
 };
 
 /// What is to become of a challenge.
-struct URLAuthenticationAnswer {
+struct URLAuthenticationResponse {
   enum class Disposition : std::uint8_t {
     /// The request is sent again with `credential`; without one, the same as a rejection.
     useCredential,
@@ -72,9 +72,9 @@ class URLSessionDelegate {
   /// the request's own server goes neither to a proxy nor elsewhere.
   ///
   /// May throw: the exception counts as `rejectProtectionSpace`.
-  virtual URLAuthenticationAnswer didReceiveChallenge(const URLSessionConfiguration& configuration,
-                                                      const URLSessionDataTaskProtocol& task,
-                                                      const URLAuthenticationChallenge& challenge) = 0;
+  virtual URLAuthenticationResponse didReceiveChallenge(const URLSessionConfiguration& configuration,
+                                                        const URLSessionDataTaskProtocol& task,
+                                                        const URLAuthenticationChallenge& challenge) = 0;
 
   /// The task has ended, or its session has, and is challenged no more: what was kept to answer for it can
   /// go. Called on the session's thread, before the task's completion; no lock is held.

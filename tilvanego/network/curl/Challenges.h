@@ -25,6 +25,6 @@ struct Challenge {
 
 /// The challenge that the session answers: Digest if libcurl can compute the one that it takes, the first;
 /// else Basic; else none. Gives method and realm, the rest is the caller's.
-[[nodiscard]] std::optional<URLProtectionSpace> answerableSpace(const std::vector<Challenge>& challenges);
+[[nodiscard]] std::optional<URLProtectionSpace> supportedSpace(const std::vector<Challenge>& challenges);
 
 }  // namespace tilvanego::detail

@@ -47,7 +47,7 @@ class ExitGate {
   void leave();
   /// Runs `call`, which doesn't throw and is the host's, outside: it may end the process, or wait for who
   /// does.
-  template <class Call>
+  template <typename Call>
   void runHostCode(Call&& call) {
     leaveForHostCode();
     call();

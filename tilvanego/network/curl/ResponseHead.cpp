@@ -25,7 +25,7 @@ std::string_view withoutBlanks(std::string_view text) {
 
 bool ResponseHead::addLine(std::string_view line) {
   received_ += line.size();
-  if (received_ > maximumBytes_) return false;
+  if (received_ > maxBytes_) return false;
   if (inBody_) return true;
   if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) {
     startOver();
@@ -40,7 +40,7 @@ bool ResponseHead::addLine(std::string_view line) {
   constexpr std::string_view length = "content-length:";
   if (isField(line, "content-encoding:")) hasContentEncoding_ = true;
   if (isField(line, length)) noteLength(line.substr(length.size()));
-  return ++lineCount_ <= maximumFields + 1;
+  return ++lineCount_ <= maxFields + 1;
 }
 
 void ResponseHead::clear() {

@@ -12,12 +12,12 @@ namespace tilvanego::detail {
 /// proxy's are dropped for the next one, trailers are left out.
 class ResponseHead {
  public:
-  static constexpr std::size_t maximumFields = 1000;
+  static constexpr std::size_t maxFields = 1000;
   /// Libcurl by itself renews a Digest answer that is called out of date, as often as it is asked to.
-  static constexpr std::size_t maximumRefusals = 4;
+  static constexpr std::size_t maxRefusals = 4;
 
   /// All lines of an answer together may have so many bytes: those that are dropped or left out count too.
-  explicit ResponseHead(std::size_t maximumBytes) : maximumBytes_(maximumBytes) {}
+  explicit ResponseHead(std::size_t maxBytes) : maxBytes_(maxBytes) {}
 
   /// Takes one line with its line break. False if the head is beyond the limits.
   [[nodiscard]] bool addLine(std::string_view line);
@@ -31,7 +31,7 @@ class ResponseHead {
   /// Whether the body's length is given as something else than one number (RFC 9112, section 6.3).
   [[nodiscard]] bool hasBrokenLength() const { return hasBrokenLength_; }
   /// Whether a server or proxy has refused more answers to its challenges than serve any purpose.
-  [[nodiscard]] bool isRefusedForEver() const { return refusals_ > maximumRefusals; }
+  [[nodiscard]] bool hasTooManyRefusals() const { return refusals_ > maxRefusals; }
   /// Whether a field says how the body is encoded.
   [[nodiscard]] bool hasContentEncoding() const { return hasContentEncoding_; }
   /// The head as it came, for `readHead`; empty until it is complete.
@@ -44,7 +44,7 @@ class ResponseHead {
   void noteStatus(std::string_view line);
   void noteLength(std::string_view value);
 
-  std::size_t maximumBytes_;
+  std::size_t maxBytes_;
   std::string bytes_;
   std::size_t lineCount_ = 0;
   std::size_t received_ = 0;

@@ -72,7 +72,7 @@ SessionLoop::~SessionLoop() {
   }
 }
 
-void SessionLoop::lookAt(std::shared_ptr<SessionTask> task) {
+void SessionLoop::submit(std::shared_ptr<SessionTask> task) {
   {
     const std::lock_guard held(mutex_);
     inbox_.push_back(std::move(task));
@@ -94,7 +94,7 @@ void SessionLoop::clearCookies() {
     const std::lock_guard held(mutex_);
     // A session that never sent anything has none, and one that has ended sends nothing any more.
     if (!running_) return;
-    cookiesToForget_ = true;
+    clearCookiesRequested_ = true;
     if (!std::exchange(asleep_, false)) return;
   }
   wake();
@@ -157,20 +157,20 @@ void SessionLoop::run() {
   std::vector<std::shared_ptr<SessionTask>> arrived;
   while (takeArrived(arrived)) {
     gate_.pass();
-    if (std::exchange(forgetting_, false)) forgetCookies();
+    if (std::exchange(clearingCookies_, false)) deleteCookies();
     if (!arrived.empty()) {
-      for (const auto& task : arrived) attendTo(task);
+      for (const auto& task : arrived) process(task);
       gate_.runHostCode([&] { arrived.clear(); });
     }
     while (closing_ && !handles_->active.empty()) {
-      giveUp(*handles_->active.back(), Code::cancelled, "the session has ended");
+      fail(*handles_->active.back(), Code::cancelled, "the session has ended");
     }
     int running = 0;
     curl_multi_perform(handles_->multi.get(), &running);
     now_ = Clock::now();
     noteActivity();
     finishEnded();
-    giveUpIdle();
+    failOverdue();
     waitForWork();
   }
 }
@@ -180,7 +180,7 @@ bool SessionLoop::takeArrived(std::vector<std::shared_ptr<SessionTask>>& arrived
   const std::lock_guard held(mutex_);
   asleep_ = false;
   closing_ = closed_;
-  forgetting_ = std::exchange(cookiesToForget_, false);
+  clearingCookies_ = std::exchange(clearCookiesRequested_, false);
   arrived.swap(inbox_);
   if (closing_ && arrived.empty() && handles_->active.empty()) running_ = false;
   return running_;
@@ -200,14 +200,14 @@ void SessionLoop::waitForWork() {
   curl_multi_poll(handles_->multi.get(), nullptr, 0, milliseconds, nullptr);
 }
 
-void SessionLoop::attendTo(const std::shared_ptr<SessionTask>& task) {
+void SessionLoop::process(const std::shared_ptr<SessionTask>& task) {
   if (task->isFinished()) return;
   if (!closing_ && !task->isCancelled()) {
     if (!task->transfer) start(task);
   } else if (task->transfer) {
-    giveUp(*task->transfer, Code::cancelled, "the task was cancelled");
+    fail(*task->transfer, Code::cancelled, "the task was cancelled");
   } else {
-    tell(task, Outcome::failed(Code::cancelled, "the task was cancelled"));
+    complete(task, Outcome::failed(Code::cancelled, "the task was cancelled"));
   }
 }
 
@@ -218,7 +218,7 @@ void SessionLoop::start(const std::shared_ptr<SessionTask>& task) {
     makeRoom(active, active.size() + 1);
     if (spare.empty()) spare.push_back(std::make_unique<Transfer>(settings_, share.get(), touched_));
   } catch (const std::bad_alloc&) {
-    return tell(task, Outcome::outOfMemory());
+    return complete(task, Outcome::outOfMemory());
   }
   active.push_back(std::move(spare.back()));
   spare.pop_back();
@@ -239,7 +239,7 @@ void SessionLoop::send(Transfer& transfer) {
 }
 
 // The handles without a task go too: their last request's header fields are in them.
-void SessionLoop::forgetCookies() {
+void SessionLoop::deleteCookies() {
   handles_->spare.clear();
   if (CURL* any = curl_easy_init()) {
     curl_easy_setopt(any, CURLOPT_SHARE, handles_->share.get());
@@ -274,21 +274,21 @@ void SessionLoop::finishEnded() {
 
 // The deadline of each transfer moves on with each of its bytes; this one only when it is reached, so that
 // bytes cost no look at all the transfers.
-void SessionLoop::giveUpIdle() {
+void SessionLoop::failOverdue() {
   if (now_ < nextDeadline_) return;
   nextDeadline_ = Clock::time_point::max();
   // From the end: giving up moves the last transfer into the gap.
   for (auto i = handles_->active.size(); i-- > 0;) {
     auto& transfer = *handles_->active[i];
     if (transfer.deadline() <= now_) {
-      giveUp(transfer, Code::timedOut, transfer.whyLate(now_));
+      fail(transfer, Code::timedOut, transfer.timeoutMessage(now_));
     } else {
       nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
     }
   }
 }
 
-void SessionLoop::giveUp(Transfer& transfer, TransportError::Code code, const char* message) {
+void SessionLoop::fail(Transfer& transfer, TransportError::Code code, const char* message) {
   curl_multi_remove_handle(handles_->multi.get(), transfer.handle());
   finish(transfer, transfer.failed(code, message));
 }
@@ -304,10 +304,10 @@ void SessionLoop::finish(Transfer& transfer, Outcome outcome) {
   if (ended->isReusable() && handles_->spare.size() < maximumSpareTransfers) {
     handles_->spare.push_back(std::move(ended));
   }
-  tell(std::move(task), std::move(outcome));
+  complete(std::move(task), std::move(outcome));
 }
 
-void SessionLoop::tell(std::shared_ptr<SessionTask> task, Outcome outcome) {
+void SessionLoop::complete(std::shared_ptr<SessionTask> task, Outcome outcome) {
   gate_.runHostCode([&] {
     if (settings_.delegate) {
       runListener("URLSessionDelegate::didEndTask", [&] { settings_.delegate->didEndTask(*task); });

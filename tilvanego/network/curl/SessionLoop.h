@@ -17,7 +17,7 @@ namespace tilvanego::detail {
 /// The thread of a session, and what it works on. Shared by the session, its tasks and the thread itself, so
 /// that it is there as long as any of them.
 ///
-/// Tasks come in by `lookAt` from any thread; everything of libcurl belongs to the thread that runs at the
+/// Tasks come in by `submit` from any thread; everything of libcurl belongs to the thread that runs at the
 /// moment, of which there is never more than one.
 class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
  public:
@@ -31,7 +31,7 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   /// Has the thread start the task, or end it if it is cancelled. Starts the thread if none runs. May be
   /// called from any thread. Throws std::bad_alloc or std::system_error if memory or threads are short; then
   /// nothing has happened.
-  void lookAt(std::shared_ptr<SessionTask> task);
+  void submit(std::shared_ptr<SessionTask> task);
 
   /// Forgets the cookies, and what handles keep of the last requests, before it starts any later task. May be
   /// called from any thread.
@@ -70,16 +70,16 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   bool takeArrived(std::vector<std::shared_ptr<SessionTask>>& arrived);
   void waitForWork();
 
-  void attendTo(const std::shared_ptr<SessionTask>& task);
+  void process(const std::shared_ptr<SessionTask>& task);
   void start(const std::shared_ptr<SessionTask>& task);
   void send(Transfer& transfer);
-  void forgetCookies();
+  void deleteCookies();
   void noteActivity();
   void finishEnded();
-  void giveUpIdle();
-  void giveUp(Transfer& transfer, TransportError::Code code, const char* message);
+  void failOverdue();
+  void fail(Transfer& transfer, TransportError::Code code, const char* message);
   void finish(Transfer& transfer, Outcome outcome);
-  void tell(std::shared_ptr<SessionTask> task, Outcome outcome);
+  void complete(std::shared_ptr<SessionTask> task, Outcome outcome);
 
   const TransferSettings settings_;
   ExitGate& gate_;
@@ -91,13 +91,13 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   std::thread thread_;
   bool running_ = false;
   bool closed_ = false;
-  bool cookiesToForget_ = false;
+  bool clearCookiesRequested_ = false;
   /// The thread waits, or is about to, and wants to be woken for what comes.
   bool asleep_ = false;
 
   // The thread's own.
   bool closing_ = false;
-  bool forgetting_ = false;
+  bool clearingCookies_ = false;
   /// Has room for all active transfers.
   Transfer::Touched touched_;
   /// When libcurl last had its turn: asking the clock costs more than what hangs on it.

@@ -35,7 +35,7 @@ void SessionTask::cancel() {
 void SessionTask::enter(State state) {
   if ((state_.fetch_or(state) & (state | cancelled | finished)) != 0) return;
   try {
-    loop_->lookAt(shared_from_this());
+    loop_->submit(shared_from_this());
   } catch (...) {
     state_.fetch_and(static_cast<std::uint8_t>(~state));
     throw;

@@ -81,17 +81,17 @@ std::shared_ptr<SessionTask> Transfer::end() {
 
 std::optional<Outcome> Transfer::conclude(CURLcode result) {
   try {
-    return concludeAnswer(result);
+    return concludeResponse(result);
   } catch (const std::exception&) {
     return Outcome::outOfMemory();
   }
 }
 
-std::optional<Outcome> Transfer::concludeAnswer(CURLcode result) {
+std::optional<Outcome> Transfer::concludeResponse(CURLcode result) {
   if (refusal_) return failed(refusal_->code, refusal_->message);
   long tunnelStatus = 0;
   curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
-  if (result != CURLE_OK && tunnelStatus == 407 && answersChallenge(true)) return std::nullopt;
+  if (result != CURLE_OK && tunnelStatus == 407 && respondToChallenge(true)) return std::nullopt;
   if (result != CURLE_OK) return failed(failureOf(result));
 
   long statusCode = 0;
@@ -100,7 +100,7 @@ std::optional<Outcome> Transfer::concludeAnswer(CURLcode result) {
   if (!head_.isComplete() || statusCode < 200) {
     return failed(Code::networkConnectionLost, "the connection ended inside the answer's head");
   }
-  const auto goesOn = continues(static_cast<int>(statusCode));
+  const auto goesOn = prepareNextRequest(static_cast<int>(statusCode));
   if (!goesOn) return failed(goesOn.error());
   if (*goesOn) return std::nullopt;
   if (decoder_ && !decoder_->isAtEnd()) {
@@ -151,11 +151,11 @@ TransportError Transfer::failureOf(CURLcode result) const {
   return transportError(result, errorText_.data());
 }
 
-std::expected<bool, TransportError> Transfer::continues(int statusCode) {
-  if (statusCode == 401) return answersChallenge(false);
+std::expected<bool, TransportError> Transfer::prepareNextRequest(int statusCode) {
+  if (statusCode == 401) return respondToChallenge(false);
   // What comes through a tunnel is no proxy's.
-  if (statusCode == 407) return !isSecure(*request_->url) && answersChallenge(true);
-  if (statusCode >= 300 && statusCode < 400) return followsRedirect(statusCode);
+  if (statusCode == 407) return !isSecure(*request_->url) && respondToChallenge(true);
+  if (statusCode >= 300 && statusCode < 400) return followRedirect(statusCode);
   return false;
 }
 
@@ -171,7 +171,7 @@ void Transfer::report(std::int64_t completed, std::int64_t total) {
   settings_.gate->runHostCode([&] { task_->report(completed, total); });
 }
 
-const char* Transfer::whyLate(Clock::time_point now) const {
+const char* Transfer::timeoutMessage(Clock::time_point now) const {
   return end_ <= now ? "the whole request took longer than the session's maximum request time"
                      : "no byte came or went for the request's timeout interval";
 }
@@ -180,7 +180,7 @@ const char* Transfer::whyLate(Clock::time_point now) const {
 // finished before it is answered.
 std::int64_t Transfer::totalUnits() const {
   const auto outgoing = static_cast<std::int64_t>(bodySize(*request_));
-  if (answerLength_ >= 0) return outgoing + answerLength_;
+  if (responseLength_ >= 0) return outgoing + responseLength_;
   return outgoing > 0 && !head_.isComplete() ? outgoing + 1 : -1;
 }
 
@@ -203,7 +203,7 @@ void Transfer::bodyBegins() {
   curl_off_t announced = -1;
   curl_easy_getinfo(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
   if (announced < 0) return;
-  answerLength_ = announced;
+  responseLength_ = announced;
   if (static_cast<std::uint64_t>(announced) <= maximumBodySize_) {
     body_.expect(static_cast<std::size_t>(announced));
   } else {
@@ -239,13 +239,13 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
   const auto length = size * count;
   try {
     transfer.touch();
-    transfer.unansweredSends_ = 0;
+    transfer.sendsWithoutResponse_ = 0;
     if (!transfer.progressSet_) transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
     if (!transfer.head_.addLine({line, length})) {
       transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
     } else if (transfer.head_.hasBrokenLength()) {
       transfer.refuse(Code::badServerResponse, "the answer's \"Content-Length\" isn't one number");
-    } else if (transfer.head_.isRefusedForEver()) {
+    } else if (transfer.head_.hasTooManyRefusals()) {
       transfer.refuse(Code::badServerResponse, "each answer to a challenge is called out of date");
     } else {
       return length;
@@ -282,7 +282,7 @@ int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_of
 int Transfer::onSending(void* self, char*, char*, int, int) noexcept {
   auto& transfer = *static_cast<Transfer*>(self);
   const int allowed = isIdempotent(transfer.request_->httpMethod) ? 2 : 1;
-  if (transfer.unansweredSends_++ >= allowed) {
+  if (transfer.sendsWithoutResponse_++ >= allowed) {
     transfer.refuse(Code::networkConnectionLost, "the connection ended before an answer came");
     return CURL_PREREQFUNC_ABORT;
   }

@@ -97,7 +97,7 @@ class Transfer {
   /// When the transfer is to be given up if nothing happens until then.
   [[nodiscard]] Clock::time_point deadline() const { return std::min(lastActivity_ + limit_, end_); }
   /// Says why, once that has come.
-  [[nodiscard]] const char* whyLate(Clock::time_point now) const;
+  [[nodiscard]] const char* timeoutMessage(Clock::time_point now) const;
 
   [[nodiscard]] CURL* handle() const { return handle_.get(); }
 
@@ -135,13 +135,13 @@ class Transfer {
   [[nodiscard]] std::int64_t totalUnits() const;
   void report(std::int64_t completed, std::int64_t total);
 
-  [[nodiscard]] std::optional<Outcome> concludeAnswer(CURLcode result);
+  [[nodiscard]] std::optional<Outcome> concludeResponse(CURLcode result);
   [[nodiscard]] Outcome failed(TransportError error);
 
   // What follows on an answer, if it isn't the last: true if the handle is ready for another request.
-  [[nodiscard]] std::expected<bool, TransportError> continues(int statusCode);
-  [[nodiscard]] std::expected<bool, TransportError> followsRedirect(int statusCode);
-  [[nodiscard]] bool answersChallenge(bool fromProxy);
+  [[nodiscard]] std::expected<bool, TransportError> prepareNextRequest(int statusCode);
+  [[nodiscard]] std::expected<bool, TransportError> followRedirect(int statusCode);
+  [[nodiscard]] bool respondToChallenge(bool fromProxy);
   [[nodiscard]] std::optional<URLAuthenticationChallenge> challengeFor(URLProtectionSpace space,
                                                                        bool fromProxy) const;
   [[nodiscard]] std::optional<URLCredential> credentialFor(const URLAuthenticationChallenge& challenge) const;
@@ -168,7 +168,7 @@ class Transfer {
   /// The handle has a server's challenge in it.
   bool challenged_ = false;
   /// Who got a credential of this task, and for which realm.
-  std::vector<URLProtectionSpace> answered_;
+  std::vector<URLProtectionSpace> spacesWithCredential_;
 
   ResponseHead head_;
   Body body_;
@@ -177,7 +177,7 @@ class Transfer {
   std::optional<ContentDecoder> decoder_;
   bool bodyBegun_ = false;
   /// -1 while unknown.
-  std::int64_t answerLength_ = -1;
+  std::int64_t responseLength_ = -1;
   std::int64_t uploaded_ = 0;
   struct Refusal {
     TransportError::Code code;
@@ -186,7 +186,7 @@ class Transfer {
   /// Said by a callback that had to stop the transfer.
   std::optional<Refusal> refusal_;
   /// How often libcurl began to send since the last byte of an answer.
-  int unansweredSends_ = 0;
+  int sendsWithoutResponse_ = 0;
 
   bool isTouched_ = false;
   Clock::time_point lastActivity_;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int maximumRedirects = 20;
 /// A delegate that never rejects must not be asked for ever.
-constexpr std::size_t maximumAnswers = 10;
+constexpr std::size_t maxChallengeResponses = 10;
 
 /// Whatever the realm: a server can name another one each time.
 bool isOfSameServer(const URLProtectionSpace& left, const URLProtectionSpace& right) {
@@ -27,7 +27,7 @@ bool isOfSameServer(const URLProtectionSpace& left, const URLProtectionSpace& ri
 
 }  // namespace
 
-std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
+std::expected<bool, TransportError> Transfer::followRedirect(int statusCode) {
   const auto head = readHead(head_.lines());
   const auto field = head.headers.value("Location");
   if (!field) return false;
@@ -50,39 +50,38 @@ std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
 }
 
 // libcurl has read the challenge too: with the credential set, it computes the answer for the next sending.
-bool Transfer::answersChallenge(bool fromProxy) {
+bool Transfer::respondToChallenge(bool fromProxy) {
   challenged_ = true;
   const auto head = readHead(head_.lines());
   const auto field = head.headers.value(fromProxy ? "Proxy-Authenticate" : "WWW-Authenticate");
-  const auto answerable = field ? answerableSpace(parseChallenges(*field)) : std::nullopt;
-  if (!answerable || answered_.size() >= maximumAnswers) return false;
-  auto challenge = challengeFor(*answerable, fromProxy);
+  const auto supported = field ? supportedSpace(parseChallenges(*field)) : std::nullopt;
+  if (!supported || spacesWithCredential_.size() >= maxChallengeResponses) return false;
+  auto challenge = challengeFor(*supported, fromProxy);
   if (!challenge) return false;
   const auto credential = credentialFor(*challenge);
   if (!credential) return false;
 
-  const bool digest =
-      answerable->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
+  const bool digest = supported->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
   sendCredential(fromProxy ? proxyOptions : serverOptions, *credential, digest);
-  answered_.push_back(std::move(challenge->protectionSpace));
+  spacesWithCredential_.push_back(std::move(challenge->protectionSpace));
   prepare();
   return true;
 }
 
 std::optional<URLCredential> Transfer::credentialFor(const URLAuthenticationChallenge& challenge) const {
-  using enum URLAuthenticationAnswer::Disposition;
-  URLAuthenticationAnswer answer;
+  using enum URLAuthenticationResponse::Disposition;
+  URLAuthenticationResponse response;
   if (settings_.delegate) {
     settings_.gate->runHostCode([&] {
       try {
-        answer = settings_.delegate->didReceiveChallenge(settings_.configuration, *task_, challenge);
+        response = settings_.delegate->didReceiveChallenge(settings_.configuration, *task_, challenge);
       } catch (...) {
-        answer.disposition = rejectProtectionSpace;
+        response.disposition = rejectProtectionSpace;
       }
     });
   }
-  if (answer.disposition == useCredential) return std::move(answer.credential);
-  if (answer.disposition == performDefaultHandling) return challenge.proposedCredential;
+  if (response.disposition == useCredential) return std::move(response.credential);
+  if (response.disposition == performDefaultHandling) return challenge.proposedCredential;
   return std::nullopt;
 }
 
@@ -101,7 +100,7 @@ std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSp
     space.port = origin->port;
   }
   const auto failures = std::ranges::count_if(
-      answered_, [&](const URLProtectionSpace& each) { return isOfSameServer(each, space); });
+      spacesWithCredential_, [&](const URLProtectionSpace& each) { return isOfSameServer(each, space); });
 
   URLAuthenticationChallenge challenge{.protectionSpace = std::move(space),
                                        .previousFailureCount = static_cast<int>(failures),

@@ -97,9 +97,9 @@ void Transfer::prepare() {
   body_ = {};
   decoder_.reset();
   bodyBegun_ = false;
-  answerLength_ = -1;
+  responseLength_ = -1;
   uploaded_ = 0;
-  unansweredSends_ = 0;
+  sendsWithoutResponse_ = 0;
   refusal_.reset();
   errorText_.front() = '\0';
   lastActivity_ = Clock::now();
