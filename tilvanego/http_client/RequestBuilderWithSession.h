@@ -8,10 +8,12 @@
 
 namespace tilvanego {
 
-/// A kind of builder, with another session under it than the process's default one.
+/// A builder of the class `Kind` that sends its requests by a given session instead of the process's default
+/// one.
 template <std::derived_from<URLSessionRequestBuilder> Kind>
 class RequestBuilderWithSession : public Kind {
  public:
+  /// `session` must not be null.
   RequestBuilderWithSession(RequestBuilder::Construction construction,
                             std::shared_ptr<URLSessionProtocol> session)
       : Kind(std::move(construction)), session_(std::move(session)) {}
@@ -22,8 +24,8 @@ class RequestBuilderWithSession : public Kind {
   std::shared_ptr<URLSessionProtocol> session_;
 };
 
-/// The factory for a configuration whose requests go out by a session of the host's: one with a proxy or a
-/// certificate of its own, or one in memory.
+/// A factory for a configuration whose requests are sent by a session of the host, such as a `URLSession`
+/// with a proxy or a `MemoryURLSession`.
 ///
 /// ```cpp
 /// void sendBy(std::shared_ptr<URLSessionProtocol> session) {

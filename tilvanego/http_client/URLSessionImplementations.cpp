@@ -8,7 +8,7 @@
 
 namespace tilvanego {
 
-// Here and not beside the class, which knows nothing of how requests are sent.
+// Defined here, because Configuration.cpp doesn't depend on the classes that send requests.
 const std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration>&
 OstrelTilvanePoiModelsAPIConfiguration::shared() {
   using Configuration = OstrelTilvanePoiModelsAPIConfiguration;

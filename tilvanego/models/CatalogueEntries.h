@@ -17,10 +17,10 @@
 #include <tilvanego/values/UUID.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-/// How the catalogue's entries come out of the types themselves.
+/// Creates the entries of the catalogue from the types at compile time.
 namespace tilvanego::models::detail {
 
-/// The characters of a type's name, points for colons: "EBT.ModelType".
+/// The characters of a type's name with "." in place of "::", such as "EBT.ModelType".
 template <typename T>
 inline constexpr auto dottedCharacters = [] {
   constexpr std::string_view name =
@@ -64,7 +64,7 @@ using Member = json::detail::FieldAt<R, index>::Type;
 template <Record R, std::size_t index>
 using Value = json::detail::OptionalTraits<Member<R, index>>::Value;
 
-/// The kind of rule that a value can have.
+/// The type of the rules for values of type T.
 template <typename T>
 struct RuleOf;
 template <>
@@ -90,9 +90,9 @@ inline constexpr auto rulesByField = [] {
   return all;
 }();
 
-// Mistakes in a declaration
+// Checks of a declaration
 
-/// The rule of a field is the constant that is named after it.
+/// Whether the rule of the field is the constant that is named after the field.
 template <Record R, std::size_t index>
 consteval bool ruleIsNamedAfterItsField() {
   if constexpr (!rulesByField<R>[index].has_value()) {
@@ -118,7 +118,7 @@ consteval bool eachFieldHasOneRule() {
   return true;
 }
 
-/// An enumeration that reads unknown texts as its case for them.
+/// Whether the enumeration reads unknown texts as `unknownDefaultOpenApi`.
 template <typename Enumeration>
 inline constexpr bool isOpen = std::is_base_of_v<OpenRawTexts<Enumeration>, RawTexts<Enumeration>>;
 
@@ -131,7 +131,7 @@ inline constexpr bool isValidMember<T> = HasUnknownCase<T> && isOpen<T>;
 template <typename R>
 concept ReportsUnknownCases = requires(const R& record) { record.containsUnknownDefaultOpenApiCase(); };
 
-/// Says of itself that it doesn't tell, though it could.
+/// A record that has enumerations but, on purpose, no `containsUnknownDefaultOpenApiCase`.
 template <typename R>
 concept OmitsUnknownCaseReport = requires { requires !R::reportsUnknownCases; };
 
@@ -189,7 +189,7 @@ template <Record R, std::size_t index>
 void visitField(const Value<R, index>& value, const std::string& path, const RuleVisitor& visitor) {
   if constexpr (rulesByField<R>[index].has_value()) {
     using OneRule = RuleOf<Value<R, index>>::Type;
-    // No address is looked at here: g++'s sanitizer takes that out of what it can do while it compiles.
+    // No address is compared here: with a sanitizer, g++ can't do that at compile time.
     static constexpr auto anyRule = rulesByField<R>[index];
     static_assert(std::holds_alternative<const OneRule*>(*anyRule),
                   "a rule is of the kind that its field's type can have");
@@ -198,7 +198,7 @@ void visitField(const Value<R, index>& value, const std::string& path, const Rul
   visitInside(value, path, visitor);
 }
 
-/// Has a rule, or may hold fields that have.
+/// Whether the field has a rule, or is a record or an array of records, whose fields may have rules.
 template <Record R, std::size_t index>
 inline constexpr bool mayHaveRules =
     rulesByField<R>[index].has_value() || Record<typename ListTraits<Value<R, index>>::Element>;
@@ -214,7 +214,7 @@ void visitMember(const Member<R, index>& member, const std::string& prefix, cons
   }
 }
 
-/// `prefix` is what stands before the record's keys: nothing, or the record's path and a point.
+/// `prefix` is the start of the paths: empty, or the record's own path and ".".
 template <Record R>
 void visitRules(const R& record, const std::string& prefix, const RuleVisitor& visitor) {
   [&]<std::size_t... index>(std::index_sequence<index...>) {

@@ -57,7 +57,7 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
     if (!std::exchange(ending_, true)) state_->ending.push_back(shared_from_this());
   }
 
-  // Counts down from the highest number, where no real session of the process comes.
+  // Counts down from the highest number, so that it differs from the identifiers of a `URLSession`.
   static inline std::atomic<int> nextIdentifier = std::numeric_limits<int>::max();
 
   const std::shared_ptr<State> state_;

@@ -13,7 +13,7 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody) {
   text_.clear();
   starts_.clear();
   for (const auto& [name, value] : fields.fields()) {
-    // How the body is framed is libcurl's to say: a wrong word here would split or hang the connection.
+    // libcurl sets the framing of the body: a wrong field would break or block the connection.
     if (equalsIgnoringCase(name, "Content-Length") || equalsIgnoringCase(name, "Transfer-Encoding")) continue;
     add(name, trimmedField(value));
   }
@@ -31,7 +31,7 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody) {
 
 curl_slist* OutgoingHeaders::list() { return nodes_.empty() ? nullptr : nodes_.data(); }
 
-// "Name;" is libcurl's way to say a field without a value, "Name:" to say that there be none.
+// For libcurl "Name;" means a field with an empty value, "Name:" means that the field isn't sent.
 void OutgoingHeaders::add(std::string_view name, std::string_view value) {
   starts_.push_back(text_.size());
   text_.append(name);

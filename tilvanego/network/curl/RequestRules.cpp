@@ -19,14 +19,14 @@ std::unexpected<TransportError> refused(Code code, std::string message) {
   return std::unexpected(TransportError{code, std::move(message)});
 }
 
-// A name that is no token may hold anything, a line break too: only its harmless characters are shown.
+/// A name that isn't a token may contain any byte, also line breaks: other characters are shown as "?".
 std::string shown(std::string_view name) {
   std::string text;
   for (const char c : name.substr(0, 80)) text.push_back(isTokenCharacter(c) || c == ' ' ? c : '?');
   return text;
 }
 
-/// libcurl sends a head up to 1 MiB, and takes a longer one for a lack of memory.
+/// libcurl sends a head of at most 1 MiB and reports a longer one as a lack of memory.
 constexpr std::size_t maximumHeadSize = 1'000'000;
 
 std::expected<void, TransportError> checkHeaders(const URLRequest& request) {

@@ -10,7 +10,7 @@
 
 namespace tilvanego::detail {
 
-/// Whether the request can be sent as it is; nothing in it reaches the wire before.
+/// Checks the request before any part of it is sent.
 [[nodiscard]] std::expected<void, TransportError> checkRequest(const URLRequest& request);
 
 /// Whether sending the request twice does no more than sending it once (RFC 9110, section 9.2.2).

@@ -54,7 +54,7 @@ void ResponseHead::noteStatus(std::string_view line) {
   if (status.starts_with(" 401") || status.starts_with(" 407")) ++refusals_;
 }
 
-// Libcurl would take the last of several lengths, and the beginning of what isn't a number.
+// libcurl would use the last of several lengths, and the digits at the start of an invalid one.
 void ResponseHead::noteLength(std::string_view value) {
   for (;;) {
     const auto comma = value.find(',');

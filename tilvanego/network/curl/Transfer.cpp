@@ -17,7 +17,7 @@ namespace {
 using Code = TransportError::Code;
 
 constexpr const char* outOfMemory = "out of memory";
-/// How much of a compressed body is decompressed at a time.
+/// The number of bytes that are decompressed at a time.
 constexpr std::size_t decodedPiece = std::size_t{16} * 1024;
 
 #if LIBCURL_VERSION_NUM >= 0x080600
@@ -70,7 +70,7 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
 }
 
 std::shared_ptr<SessionTask> Transfer::end() {
-  // Being given up may have called back.
+  // Aborting the transfer may have called a callback of libcurl.
   if (std::exchange(isTouched_, false)) std::erase(touched_, this);
   request_ = nullptr;
   redirected_.reset();
@@ -96,7 +96,7 @@ std::optional<Outcome> Transfer::concludeResponse(CURLcode result) {
 
   long statusCode = 0;
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
-  // For libcurl, a head that breaks off is a whole answer without a body, and so is an interim answer alone.
+  // libcurl reports success for an incomplete head, and for an interim response without a final one.
   if (!head_.isComplete() || statusCode < 200) {
     return failed(Code::networkConnectionLost, "the connection ended inside the answer's head");
   }
@@ -128,7 +128,7 @@ Outcome Transfer::failed(TransportError error) {
 URLResponsePointer Transfer::takeResponse() {
   long statusCode = 0;
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
-  // Nothing but a proxy has answered, or an interim answer was the last.
+  // Only a proxy has responded, or only an interim response came.
   if (statusCode < 200) return nullptr;
   auto response = std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode),
                                                     UnreadHead{std::string(head_.lines())});
@@ -153,7 +153,7 @@ TransportError Transfer::failureOf(CURLcode result) const {
 
 std::expected<bool, TransportError> Transfer::prepareNextRequest(int statusCode) {
   if (statusCode == 401) return respondToChallenge(false);
-  // What comes through a tunnel is no proxy's.
+  // Through a tunnel, a 407 can't come from the proxy.
   if (statusCode == 407) return !isSecure(*request_->url) && respondToChallenge(true);
   if (statusCode >= 300 && statusCode < 400) return followRedirect(statusCode);
   return false;
@@ -176,20 +176,20 @@ const char* Transfer::timeoutMessage(Clock::time_point now) const {
                      : "no byte came or went for the request's timeout interval";
 }
 
-// Until a head has come, one unit stands for an answer of unknown length, so that an upload isn't taken for
-// finished before it is answered.
+// Until the head is complete, one unit is added for the response, whose length is unknown, so that the
+// progress of an upload isn't finished before the response.
 std::int64_t Transfer::totalUnits() const {
   const auto outgoing = static_cast<std::int64_t>(bodySize(*request_));
   if (responseLength_ >= 0) return outgoing + responseLength_;
   return outgoing > 0 && !head_.isComplete() ? outgoing + 1 : -1;
 }
 
-// The loop has made room.
+// Can't fail: the loop has reserved the capacity.
 void Transfer::touch() noexcept {
   if (!std::exchange(isTouched_, true)) touched_.push_back(this);
 }
 
-// A decompressed body has another length than the announced one.
+// The announced length isn't used for a compressed body, which has another length when it is decompressed.
 void Transfer::bodyBegins() {
   bodyBegun_ = true;
   head_.bodyBegins();
@@ -276,9 +276,9 @@ int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_of
   return 0;
 }
 
-// When a kept connection ends without an answer, or a stream of HTTP/2 is refused, libcurl sends the request
-// again and again, whatever its method. The server may have acted on it, so only what may be done twice is
-// sent twice.
+// When a kept connection ends without a response, or a stream of HTTP/2 is refused, libcurl repeats the
+// request without limit, whatever its method. The server may have processed it, so only an idempotent request
+// is sent a second time.
 int Transfer::onSending(void* self, char*, char*, int, int) noexcept {
   auto& transfer = *static_cast<Transfer*>(self);
   const int allowed = isIdempotent(transfer.request_->httpMethod) ? 2 : 1;

@@ -1,4 +1,4 @@
-// What follows on an answer that isn't the last: a redirect's target, or the same request with credentials.
+// The further request after a redirect or a challenge.
 
 #include <algorithm>
 #include <cstddef>
@@ -16,10 +16,10 @@ namespace tilvanego::detail {
 namespace {
 
 constexpr int maximumRedirects = 20;
-/// A delegate that never rejects must not be asked for ever.
+/// Limits the challenges of one task, because a delegate may never reject.
 constexpr std::size_t maxChallengeResponses = 10;
 
-/// Whatever the realm: a server can name another one each time.
+/// Ignores the realm, because a server can send another realm each time.
 bool isOfSameServer(const URLProtectionSpace& left, const URLProtectionSpace& right) {
   return left.protocol == right.protocol && left.host == right.host && left.port == right.port &&
          left.isProxy == right.isProxy;
@@ -49,7 +49,7 @@ std::expected<bool, TransportError> Transfer::followRedirect(int statusCode) {
   return true;
 }
 
-// libcurl has read the challenge too: with the credential set, it computes the answer for the next sending.
+// libcurl has parsed the challenge too: with the credential set, it adds the field to the next request.
 bool Transfer::respondToChallenge(bool fromProxy) {
   challenged_ = true;
   const auto head = readHead(head_.lines());
@@ -85,7 +85,7 @@ std::optional<URLCredential> Transfer::credentialFor(const URLAuthenticationChal
   return std::nullopt;
 }
 
-// None if a proxy's challenge came from something that can't be the proxy.
+// Returns no value for a challenge of a proxy if the session has no proxy.
 std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSpace space,
                                                                  bool fromProxy) const {
   auto origin = originOf(*request_->url);
