@@ -34,8 +34,8 @@ FileDescriptor openDirectory(const FileDescriptor& parent, const std::string& na
   return FileDescriptor(openat(parent.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-/// Writes the file with the temporary name `fresh`, then renames it atomically. Returns false with the cause
-/// in `errno`.
+/// Puts the file into the directory under its name at once, by way of a file of the name `fresh`. False
+/// leaves the cause in `errno`.
 bool replaceFile(const FileDescriptor& directory, const std::string& name, const std::string& fresh,
                  const Data& data) {
   bool done = false;

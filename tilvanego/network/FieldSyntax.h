@@ -26,7 +26,7 @@ constexpr bool isToken(std::string_view text) {
 
 constexpr char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-/// Returns the text with its ASCII letters in lower case.
+/// The text with ASCII letters in lower case.
 inline std::string lowerCase(std::string_view text) {
   std::string lowered(text);
   std::ranges::transform(lowered, lowered.begin(), [](char c) { return lowerCase(c); });
@@ -37,8 +37,8 @@ constexpr bool equalsIgnoringCase(std::string_view left, std::string_view right)
   return std::ranges::equal(left, right, [](char a, char b) { return lowerCase(a) == lowerCase(b); });
 }
 
-/// Returns the value without the whitespace and line breaks at both ends, which don't belong to a field's
-/// value (RFC 9110, section 5.5).
+/// Without the blanks and the line break at the ends, which don't belong to a field's value (RFC 9110,
+/// section 5.5).
 constexpr std::string_view trimmedField(std::string_view value) {
   const auto isOutside = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
   while (!value.empty() && isOutside(value.front())) value.remove_prefix(1);

@@ -13,7 +13,7 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody) {
   text_.clear();
   starts_.clear();
   for (const auto& [name, value] : fields.fields()) {
-    // libcurl sets the framing of the body: a wrong field would break or block the connection.
+    // How the body is framed is libcurl's to say: a wrong word here would split or hang the connection.
     if (equalsIgnoringCase(name, "Content-Length") || equalsIgnoringCase(name, "Transfer-Encoding")) continue;
     add(name, trimmedField(value));
   }
