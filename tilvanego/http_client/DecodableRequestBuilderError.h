@@ -43,6 +43,7 @@ struct DecodableRequestBuilderErrorCases {
 ///
 /// ```cpp
 /// #include <tilvanego/http_client/ErrorResponse.h>
+#include <tilvanego/values/Lifetime.h>
 ///
 /// bool isBodyMissing(const ErrorResponse& error) {
 ///   const auto* why = error.underlyingFailure().as<DecodableRequestBuilderError>();
@@ -59,7 +60,7 @@ class DecodableRequestBuilderError : public DecodableRequestBuilderErrorCases {
   DecodableRequestBuilderError(NilHTTPResponse one) : value_(one) {}
   DecodableRequestBuilderError(UnsuccessfulHTTPStatusCode one) : value_(one) {}
 
-  [[nodiscard]] const Variant& value() const { return value_; }
+  [[nodiscard]] const Variant& value() const TILVANEGO_LIFETIMEBOUND { return value_; }
   template <typename Case>
   [[nodiscard]] bool is() const {
     return std::holds_alternative<Case>(value_);

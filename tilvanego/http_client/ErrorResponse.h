@@ -9,6 +9,7 @@
 #include <tilvanego/network/Failure.h>
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/values/Data.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -37,11 +38,15 @@ class ErrorResponse final : public std::exception {
 
   [[nodiscard]] int code() const { return code_; }
   /// The body of the response, if there was one.
-  [[nodiscard]] const std::optional<Data>& data() const { return payload_->data; }
+  [[nodiscard]] const std::optional<Data>& data() const TILVANEGO_LIFETIMEBOUND { return payload_->data; }
   /// The response; null if there was none.
-  [[nodiscard]] const URLResponsePointer& response() const { return payload_->response; }
+  [[nodiscard]] const URLResponsePointer& response() const TILVANEGO_LIFETIMEBOUND {
+    return payload_->response;
+  }
   /// The cause; `as` returns it by its type. An exception of a callback is inside an `ExceptionFailure`.
-  [[nodiscard]] const Failure& underlyingFailure() const { return payload_->underlyingFailure; }
+  [[nodiscard]] const Failure& underlyingFailure() const TILVANEGO_LIFETIMEBOUND {
+    return payload_->underlyingFailure;
+  }
 
   /// One line for a developer, such as "request failed with code 404: the status says no success".
   [[nodiscard]] std::string description() const { return payload_->description; }

@@ -60,6 +60,7 @@ Task<Response<T>> typedTask(Task<AnyResponse> sending) {
 ///
 /// ```cpp
 /// #include <tilvanego/json/JSONValue.h>
+#include <tilvanego/values/Lifetime.h>
 ///
 /// void fetchTerminal(std::function<void(JSONValue)> show) {
 ///   makeRequestBuilder<JSONValue>({.method = "GET", .URLString = "https://terminal.example/terminals/4711"})
@@ -83,7 +84,9 @@ class RequestBuilderOf {
 
   RequestBuilder* operator->() const { return builder_.get(); }
   RequestBuilder& operator*() const { return *builder_; }
-  [[nodiscard]] const std::shared_ptr<RequestBuilder>& pointer() const { return builder_; }
+  [[nodiscard]] const std::shared_ptr<RequestBuilder>& pointer() const TILVANEGO_LIFETIMEBOUND {
+    return builder_;
+  }
 
   /// Sets a header field. Does nothing if `value` is empty.
   RequestBuilderOf& addHeader(const std::string& name, const std::string& value) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <tilvanego/network/Failure.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -21,7 +22,7 @@ class ExceptionFailure {
   /// `exception` must not be null.
   explicit ExceptionFailure(std::exception_ptr exception) : exception_(std::move(exception)) {}
 
-  [[nodiscard]] const std::exception_ptr& exception() const { return exception_; }
+  [[nodiscard]] const std::exception_ptr& exception() const TILVANEGO_LIFETIMEBOUND { return exception_; }
   /// The exception's `what()`, or "an exception of unknown type" if it isn't a `std::exception`.
   [[nodiscard]] std::string description() const;
 

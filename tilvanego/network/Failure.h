@@ -6,6 +6,8 @@
 #include <type_traits>
 #include <utility>
 
+#include <tilvanego/values/Lifetime.h>
+
 namespace tilvanego {
 
 /// A type that a `Failure` can hold. It must be copyable and must define `description()`, which returns one
@@ -30,7 +32,7 @@ class Failure {
 
   /// Returns the cause if it has exactly this type, else null. The pointer is valid as long as this object.
   template <typename Cause>
-  [[nodiscard]] const Cause* as() const {
+  [[nodiscard]] const Cause* as() const TILVANEGO_LIFETIMEBOUND {
     return std::any_cast<Cause>(&cause_);
   }
 

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <tilvanego/values/Lifetime.h>
+
 namespace tilvanego {
 
 /// HTTP header fields. Names are case-insensitive (RFC 9110, section 5.1), their case is kept. Each name
@@ -24,7 +26,7 @@ class HTTPHeaders {
   HTTPHeaders(std::initializer_list<std::pair<std::string_view, std::string_view>> fields);
 
   /// Returns the value of the field, or no value if there is no such field. Valid until the headers change.
-  [[nodiscard]] std::optional<std::string_view> value(std::string_view name) const;
+  [[nodiscard]] std::optional<std::string_view> value(std::string_view name) const TILVANEGO_LIFETIMEBOUND;
   /// Replaces the field's value, or adds the field at the end.
   void setValue(std::string_view name, std::string value);
   /// Appends ", " and the value to the field's value (RFC 9110, section 5.3), or adds the field at the end.
@@ -35,7 +37,7 @@ class HTTPHeaders {
   void reserve(std::size_t count) { fields_.reserve(count); }
 
   /// All fields, in the order in which they were added.
-  [[nodiscard]] const std::vector<Field>& fields() const { return fields_; }
+  [[nodiscard]] const std::vector<Field>& fields() const TILVANEGO_LIFETIMEBOUND { return fields_; }
   [[nodiscard]] bool empty() const { return fields_.empty(); }
   bool operator==(const HTTPHeaders&) const = default;
 

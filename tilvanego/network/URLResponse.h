@@ -8,6 +8,7 @@
 
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/HTTPHeaders.h>
+#include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
@@ -19,7 +20,7 @@ class URLResponse {
   virtual ~URLResponse() = default;
 
   /// The URL that sent the response, after redirects.
-  [[nodiscard]] const std::optional<URL>& url() const { return url_; }
+  [[nodiscard]] const std::optional<URL>& url() const TILVANEGO_LIFETIMEBOUND { return url_; }
 
  private:
   std::optional<URL> url_;
@@ -48,9 +49,9 @@ class HTTPURLResponse final : public URLResponse {
   [[nodiscard]] int statusCode() const { return statusCode_; }
   /// The status line as the server sent it, such as "HTTP/1.1 404 Not Found" or "HTTP/2 200", for display.
   /// Empty if the session doesn't provide it.
-  [[nodiscard]] const std::string& statusLine() const { return head().statusLine; }
+  [[nodiscard]] const std::string& statusLine() const TILVANEGO_LIFETIMEBOUND { return head().statusLine; }
   /// The header fields. The values of a repeated field are joined by ", ".
-  [[nodiscard]] const HTTPHeaders& headers() const { return head().headers; }
+  [[nodiscard]] const HTTPHeaders& headers() const TILVANEGO_LIFETIMEBOUND { return head().headers; }
 
  private:
   [[nodiscard]] const detail::HTTPHead& head() const;

@@ -9,6 +9,7 @@
 #include <tilvanego/network/URLAuthenticationChallenge.h>
 #include <tilvanego/network/URLCredentialStorage.h>
 #include <tilvanego/network/URLSessionProtocol.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -83,7 +84,7 @@ class URLSession final : public URLSessionProtocol {
   /// ends as cancelled too.
   ~URLSession() override;
 
-  [[nodiscard]] const URLSessionConfiguration& configuration() const;
+  [[nodiscard]] const URLSessionConfiguration& configuration() const TILVANEGO_LIFETIMEBOUND;
 
   /// Deletes the cookies, and the header fields of earlier requests that buffers still hold. Tasks that are
   /// resumed later send none of these cookies; running tasks may store new ones.

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include <tilvanego/json/JSON.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -39,7 +40,7 @@ struct JSONEncoder {
   }
 
   /// Returns these settings as a `JSONFormat`; valid as long as this object.
-  [[nodiscard]] JSONFormat format() const {
+  [[nodiscard]] JSONFormat format() const TILVANEGO_LIFETIMEBOUND {
     return {.sortedKeys = sortedKeys, .pretty = prettyPrinted, .dates = dateEncodingStrategy.get()};
   }
 };

@@ -13,6 +13,7 @@
 #include <tilvanego/http_client/coding/CodingKey.h>
 #include <tilvanego/json/Record.h>
 #include <tilvanego/json/ValueCodecs.h>
+#include <tilvanego/values/Lifetime.h>
 
 /// Classes that write and read a JSON object key by key, for the codec of a type without a table of fields:
 ///
@@ -124,7 +125,7 @@ class KeyedDecodingContainer {
   }
 
   /// All keys, in the order of the text.
-  [[nodiscard]] const std::vector<Key>& allKeys() const { return keys_; }
+  [[nodiscard]] const std::vector<Key>& allKeys() const TILVANEGO_LIFETIMEBOUND { return keys_; }
   [[nodiscard]] bool contains(const Key& key) const { return values_.contains(key); }
 
   /// Reads the value of the key. Fails if the key is missing. A `Decimal` is read by `json::AmountFromText`.

@@ -8,6 +8,7 @@
 
 #include <tilvanego/json/Codec.h>
 #include <tilvanego/json/Record.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -34,7 +35,7 @@ class NullEncodable {
   }
 
   /// The value, or a null pointer in the two other cases. Valid until this object changes.
-  [[nodiscard]] const T* value() const { return std::get_if<1>(&value_); }
+  [[nodiscard]] const T* value() const TILVANEGO_LIFETIMEBOUND { return std::get_if<1>(&value_); }
   [[nodiscard]] bool isNothing() const { return value_.index() == 0; }
   [[nodiscard]] bool isNull() const { return value_.index() == 2; }
 

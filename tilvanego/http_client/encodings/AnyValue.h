@@ -18,6 +18,7 @@
 #include <tilvanego/values/Data.h>
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/RawText.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
@@ -90,7 +91,7 @@ class AnyValue {
   /// Returns the value if it has exactly this type, one of those of `visit`, else null. Valid as long as this
   /// object.
   template <typename T>
-  [[nodiscard]] const T* as() const {
+  [[nodiscard]] const T* as() const TILVANEGO_LIFETIMEBOUND {
     if constexpr (std::same_as<T, Array>) {
       const auto* shared = std::get_if<SharedArray>(&value_);
       return shared != nullptr ? shared->get() : nullptr;

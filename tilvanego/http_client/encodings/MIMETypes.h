@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include <tilvanego/values/Lifetime.h>
+
 namespace tilvanego {
 
 /// MIME types (RFC 6838) by file extension, case-insensitive for ASCII letters.
@@ -29,7 +31,8 @@ class MIMETypes {
 
   /// Returns the type of an extension, which is given without ".", or no value. Valid until this object
   /// changes.
-  [[nodiscard]] std::optional<std::string_view> typeForExtension(std::string_view extension) const;
+  [[nodiscard]] std::optional<std::string_view> typeForExtension(std::string_view extension) const
+      TILVANEGO_LIFETIMEBOUND;
 
   /// Adds the types of a `globs2` file with this content.
   void addGlobs(std::string_view text);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <tilvanego/network/URLAuthenticationChallenge.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego::detail {
 
@@ -17,7 +18,8 @@ struct Challenge {
   /// Names in lower case, values without quotes and escapes. A token68 is left out.
   std::vector<std::pair<std::string, std::string>> parameters;
 
-  [[nodiscard]] std::optional<std::string_view> parameter(std::string_view lowerCaseName) const;
+  [[nodiscard]] std::optional<std::string_view> parameter(std::string_view lowerCaseName) const
+      TILVANEGO_LIFETIMEBOUND;
 };
 
 /// Returns all challenges of a field, whose values are separated by commas. Invalid parts are ignored.

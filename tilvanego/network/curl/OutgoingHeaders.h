@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <tilvanego/network/HTTPHeaders.h>
+#include <tilvanego/values/Lifetime.h>
 
 struct curl_slist;  // NOLINT(readability-identifier-naming): libcurl's
 
@@ -23,7 +24,7 @@ class OutgoingHeaders {
   /// and "Expect" unless the fields contain them.
   void set(const HTTPHeaders& fields, bool withBody);
   /// Valid until the next `set`; null without fields.
-  [[nodiscard]] curl_slist* list();
+  [[nodiscard]] curl_slist* list() TILVANEGO_LIFETIMEBOUND;
 
  private:
   void add(std::string_view name, std::string_view value);

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/Lifetime.h>
+
 namespace tilvanego::detail {
 
 /// Collects the head of a response from the lines that libcurl passes on. The heads of interim responses and
@@ -34,7 +36,7 @@ class ResponseHead {
   [[nodiscard]] bool hasTooManyRefusals() const { return refusals_ > maxRefusals; }
   [[nodiscard]] bool hasContentEncoding() const { return hasContentEncoding_; }
   /// The lines as received, for `readHead`; empty until the head is complete.
-  [[nodiscard]] std::string_view lines() const {
+  [[nodiscard]] std::string_view lines() const TILVANEGO_LIFETIMEBOUND {
     return complete_ ? std::string_view(bytes_) : std::string_view();
   }
 
