@@ -6,6 +6,7 @@
 
 #include <tilvanego/json/JSONError.h>
 #include <tilvanego/network/Failure.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -43,7 +44,6 @@ struct DecodableRequestBuilderErrorCases {
 ///
 /// ```cpp
 /// #include <tilvanego/http_client/ErrorResponse.h>
-#include <tilvanego/values/Lifetime.h>
 ///
 /// bool isBodyMissing(const ErrorResponse& error) {
 ///   const auto* why = error.underlyingFailure().as<DecodableRequestBuilderError>();

@@ -13,6 +13,7 @@
 #include <tilvanego/http_client/RequestBuilderFactory.h>
 #include <tilvanego/network/ExceptionFailure.h>
 #include <tilvanego/platform/FatalError.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -60,7 +61,6 @@ Task<Response<T>> typedTask(Task<AnyResponse> sending) {
 ///
 /// ```cpp
 /// #include <tilvanego/json/JSONValue.h>
-#include <tilvanego/values/Lifetime.h>
 ///
 /// void fetchTerminal(std::function<void(JSONValue)> show) {
 ///   makeRequestBuilder<JSONValue>({.method = "GET", .URLString = "https://terminal.example/terminals/4711"})
