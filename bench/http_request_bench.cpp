@@ -14,7 +14,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include <tilvanego/http_client/OverSession.h>
+#include <tilvanego/http_client/RequestBuilderWithSession.h>
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/http_client/coding/JSONEncodingHelper.h>
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
@@ -58,8 +58,8 @@ std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration(
   helper->updateJsonEncoder([](JSONEncoder& encoder) { encoder.prettyPrinted = false; });
   return std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
       base, std::map<std::string, std::string>(), std::nullopt,
-      std::make_shared<FactoryOverSession<>>(session), RunLoop::main(), helper, StatusCodeRange(),
-      std::make_shared<DefaultOpenAPIInterceptor>());
+      std::make_shared<RequestBuilderFactoryWithSession<>>(session), RunLoop::main(), helper,
+      StatusCodeRange(), std::make_shared<DefaultOpenAPIInterceptor>());
 }
 
 RequestBuilderArguments arguments(const std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration>& client,
@@ -119,7 +119,7 @@ void wholeCall(benchmark::State& state) {
     // The session keeps every request that it was given.
     if (calls++ % 1024 == 0) {
       session = std::make_shared<MemoryURLSession>(
-          [&](const URLRequest&) { return MemoryURLSession::Answer::http(200, answer); });
+          [&](const URLRequest&) { return MemoryURLSession::Result::http(200, answer); });
       client = configuration(session);
     }
     std::int64_t till = 0;

@@ -40,7 +40,7 @@ bool areEqual(const Challenge& a, const Challenge& b) {
 }
 
 void checkAnswer(const std::vector<Challenge>& challenges) {
-  const auto space = detail::answerableSpace(challenges);
+  const auto space = detail::supportedSpace(challenges);
   if (!space) return;
   const bool isDigest = space->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
   require(std::ranges::any_of(challenges, [&](const Challenge& challenge) {

@@ -20,7 +20,7 @@ void check(const ResponseHead& collected) {
   require(isValidUTF8(head.statusLine) && !head.statusLine.contains('\n'));
   require(head.statusLine.empty() || head.statusLine.starts_with("HTTP/"));
   const auto& fields = head.headers.fields();
-  require(fields.size() <= ResponseHead::maximumFields);
+  require(fields.size() <= ResponseHead::maxFields);
   std::set<std::string> names;
   for (const auto& [name, value] : fields) {
     require(detail::isToken(name) && names.insert(detail::lowerCase(name)).second);

@@ -14,7 +14,8 @@ bool isModel(std::string_view name) { return models::findRecordType(name) != nul
 
 ModelBuilder::ModelBuilder(Construction construction, std::shared_ptr<URLSessionProtocol> session,
                            std::string_view name)
-    : OverSession(std::move(construction), std::move(session)), record_(*models::findRecordType(name)) {}
+    : RequestBuilderWithSession(std::move(construction), std::move(session)),
+      record_(*models::findRecordType(name)) {}
 
 void ModelBuilder::processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                           const std::optional<Failure>&, const Completion& completion) {

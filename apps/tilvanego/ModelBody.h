@@ -3,7 +3,7 @@
 #include <memory>
 #include <string_view>
 
-#include <tilvanego/http_client/OverSession.h>
+#include <tilvanego/http_client/RequestBuilderWithSession.h>
 
 namespace tilvanego::models {
 struct RecordType;
@@ -16,7 +16,7 @@ namespace tilvanego::program {
 
 /// A builder whose body, a `std::string`, is the answer read as a record whose type only the command line
 /// tells, and written again: pretty, with its keys sorted.
-class ModelBuilder final : public OverSession<URLSessionDecodableRequestBuilder> {
+class ModelBuilder final : public RequestBuilderWithSession<URLSessionDecodableRequestBuilder> {
  public:
   /// `isModel(name)` holds.
   ModelBuilder(Construction construction, std::shared_ptr<URLSessionProtocol> session, std::string_view name);

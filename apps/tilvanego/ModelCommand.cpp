@@ -59,7 +59,7 @@ std::string ruleWords(const FieldDescription& field) {
 void printRecord(const RecordType& type) {
   std::vector<Row> rows{{"FIELD", "KEY", "TYPE", "REQUIRED", "RULES"}};
   for (const FieldDescription& field : type.fields) {
-    rows.push_back({std::string(field.name), std::string(field.key), field.typeWords(),
+    rows.push_back({std::string(field.name), std::string(field.key), field.typeText(),
                     field.required ? "yes" : "no", ruleWords(field)});
   }
   printTable(rows);
@@ -80,7 +80,7 @@ JSONObject jsonField(const FieldDescription& field) {
     part.isText ? rules.add(part.name, part.value) : rules.add(part.name, JSONText{part.value});
   }
   JSONObject object;
-  object.add("name", field.name).add("key", field.key).add("type", field.typeWords());
+  object.add("name", field.name).add("key", field.key).add("type", field.typeText());
   return object.add("required", field.required).add("rules", rules);
 }
 

@@ -13,7 +13,7 @@
 
 #include <unistd.h>
 
-#include <tilvanego/http_client/OverSession.h>
+#include <tilvanego/http_client/RequestBuilderWithSession.h>
 #include <tilvanego/http_client/encodings/URLEncoding.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
@@ -69,8 +69,8 @@ class Sending {
   ~Sending();
 
   /// Sends, reads the answer's body as a T by a builder of the kind, and shows it.
-  template <std::copy_constructible T, typename Kind = OverSession<URLSessionDecodableRequestBuilder>,
-            typename... Extra>
+  template <std::copy_constructible T,
+            typename Kind = RequestBuilderWithSession<URLSessionDecodableRequestBuilder>, typename... Extra>
   int run(Extra&&... extra) {
     const RequestBuilderOf<T> builder(RequestBuilder::make<Kind>(bodyTypeOf<T>(), std::move(arguments_),
                                                                  session_, std::forward<Extra>(extra)...));

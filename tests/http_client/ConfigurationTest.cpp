@@ -170,12 +170,12 @@ struct ChallengeRow {
   std::string name;
   int previousFailures;
   bool builderHasOne, storageHasOne;
-  URLAuthenticationAnswer::Disposition disposition;
+  URLAuthenticationResponse::Disposition disposition;
   std::optional<URLCredential> credential;
 };
 
 TEST(SessionDelegate, AnswersAChallengeOnceWithTheNearestCredential) {
-  using enum URLAuthenticationAnswer::Disposition;
+  using enum URLAuthenticationResponse::Disposition;
   const URLCredential own{"builder", "a"}, kept{"storage", "b"};
   const URLProtectionSpace space{.host = "host.example", .port = 443, .protocol = "https", .realm = "tills"};
   const std::vector<ChallengeRow> rows{

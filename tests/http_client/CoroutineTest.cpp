@@ -147,7 +147,8 @@ class Refusing : public URLSessionDecodableRequestBuilder {
 TEST(SuspendingExecute, AnotherExceptionIsWithinReachInTheErrorResponse) {
   TestClient client({httpResponse(200)});
   client.configuration->setRequestBuilderFactory(
-      std::make_shared<FactoryOverSession<URLSessionRequestBuilder, Refusing>>(client.session.session));
+      std::make_shared<RequestBuilderFactoryWithSession<URLSessionRequestBuilder, Refusing>>(
+          client.session.session));
   try {
     (void)client.builder<std::string>().execute().wait();
     FAIL();

@@ -222,7 +222,8 @@ class OwnSteps : public URLSessionDecodableRequestBuilder {
 TEST(Execution, AFactoryOfTheHostsHasItsOwnStepsTaken) {
   TestClient client({httpResponse(200)});
   client.configuration->setRequestBuilderFactory(
-      std::make_shared<FactoryOverSession<URLSessionRequestBuilder, OwnSteps>>(client.session.session));
+      std::make_shared<RequestBuilderFactoryWithSession<URLSessionRequestBuilder, OwnSteps>>(
+          client.session.session));
   const auto file = URL::parse("file://" + testDataPath("uuids.json"));
   ASSERT_TRUE(
       client.run(client.builder<std::string>({.method = "POST",

@@ -9,7 +9,7 @@ struct Opaque {};
 }  // namespace test
 
 template <>
-inline constexpr bool isMadeByOwnKind<test::Opaque> = true;
+inline constexpr bool hasCustomBuilder<test::Opaque> = true;
 
 namespace test {
 namespace {
@@ -46,7 +46,8 @@ TEST(FaultsOfTheProgramDeathTest, ABodyTypeThatTheKindDoesntServeEndsTheProcess)
   const auto mixUpKinds = [] {
     TestClient client({httpResponse(200)});
     client.configuration->setRequestBuilderFactory(
-        std::make_shared<FactoryOverSession<URLSessionRequestBuilder, URLSessionRequestBuilder>>(
+        std::make_shared<
+            RequestBuilderFactoryWithSession<URLSessionRequestBuilder, URLSessionRequestBuilder>>(
             client.session.session));
     (void)client.run<std::string>();
   };

@@ -260,7 +260,8 @@ TEST(HostCode, AnAnswerInMemoryThatThrowsFailsItsTask) {
   const auto session =
       std::make_shared<MemoryURLSession>([](const URLRequest&) -> FakeResponse { throwIt(); });
   TestClient client({});
-  client.configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session));
+  client.configuration->setRequestBuilderFactory(
+      std::make_shared<RequestBuilderFactoryWithSession<>>(session));
   int code = 0;
   client.builder<Empty>().execute([&](const auto& result) {
     code = result.error().code();

@@ -15,7 +15,7 @@ struct Opaque {};
 struct Picture {};
 
 template <>
-inline constexpr bool tilvanego::isMadeByOwnKind<Picture> = true;
+inline constexpr bool tilvanego::hasCustomBuilder<Picture> = true;
 
 #if FAULT == 1  // no codec
 using Body = Opaque;

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include <tilvanego/http_client/OverSession.h>
+#include <tilvanego/http_client/RequestBuilderWithSession.h>
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/network/MemoryURLSession.h>
 #include <tilvanego/platform/RunLoop.h>
@@ -25,7 +25,7 @@ struct TestFailure {
   [[nodiscard]] std::string description() const { return text; }
 };
 
-using FakeResponse = MemoryURLSession::Answer;
+using FakeResponse = MemoryURLSession::Result;
 
 inline FakeResponse httpResponse(int status, std::optional<Data> data = Data(), HTTPHeaders headers = {}) {
   return FakeResponse::http(status, std::move(data), std::move(headers));
@@ -116,7 +116,7 @@ class RecordingInterceptor : public DefaultOpenAPIInterceptor {
 /// A client of its own over the fake session, whose main queue and interceptor the test has in its hands.
 struct TestClient {
   explicit TestClient(std::deque<FakeResponse> script) : session(std::move(script)) {
-    configuration->setRequestBuilderFactory(std::make_shared<FactoryOverSession<>>(session.session));
+    configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(session.session));
   }
 
   template <typename T>

@@ -77,7 +77,7 @@ TEST(Catalogue, RecordsAreThePublishedTables) {
       const VectorValue& row = record["fields"][j];
       EXPECT_EQ(field.name, row["name"].text()) << type.name;
       EXPECT_EQ(field.key, row["key"].text()) << type.name;
-      EXPECT_EQ(field.typeWords(), row["type"].text()) << type.name << '.' << field.name;
+      EXPECT_EQ(field.typeText(), row["type"].text()) << type.name << '.' << field.name;
       EXPECT_EQ(field.required, row["required"].boolean()) << type.name << '.' << field.name;
       EXPECT_EQ(partsOf(field.rule), partsIn(row["rules"])) << type.name << '.' << field.name;
       if (field.rule) ++rules;

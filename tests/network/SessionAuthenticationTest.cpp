@@ -31,10 +31,10 @@ class RecordingDelegate final : public URLSessionDelegate {
  public:
   explicit RecordingDelegate(URLCredential credential) : credential_(std::move(credential)) {}
 
-  URLAuthenticationAnswer didReceiveChallenge(const URLSessionConfiguration& /*configuration*/,
-                                              const URLSessionDataTaskProtocol& /*task*/,
-                                              const URLAuthenticationChallenge& challenge) override {
-    using enum URLAuthenticationAnswer::Disposition;
+  URLAuthenticationResponse didReceiveChallenge(const URLSessionConfiguration& /*configuration*/,
+                                                const URLSessionDataTaskProtocol& /*task*/,
+                                                const URLAuthenticationChallenge& challenge) override {
+    using enum URLAuthenticationResponse::Disposition;
     const std::scoped_lock lock(mutex_);
     challenges_.push_back(challenge);
     if (challenge.previousFailureCount > 0) return {rejectProtectionSpace};
@@ -226,12 +226,12 @@ TEST_F(SessionAuthentication, AServerThatCallsEachAnswerOutOfDateHearsFew) {
 
 TEST_F(SessionAuthentication, ADelegateThatThrowsRejectsAndOneThatNeverRejectsIsAskedTenTimes) {
   struct Stubborn final : URLSessionDelegate {
-    URLAuthenticationAnswer didReceiveChallenge(const URLSessionConfiguration&,
-                                                const URLSessionDataTaskProtocol&,
-                                                const URLAuthenticationChallenge& challenge) override {
+    URLAuthenticationResponse didReceiveChallenge(const URLSessionConfiguration&,
+                                                  const URLSessionDataTaskProtocol&,
+                                                  const URLAuthenticationChallenge& challenge) override {
       failures.push_back(challenge.previousFailureCount);
       if (throws) throw std::runtime_error("no");
-      return {URLAuthenticationAnswer::Disposition::useCredential, wrong};
+      return {URLAuthenticationResponse::Disposition::useCredential, wrong};
     }
     void didEndTask(const URLSessionDataTaskProtocol&) override {
       ++ended;

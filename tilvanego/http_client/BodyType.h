@@ -23,53 +23,54 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The ways in which a response's bytes become a body.
+/// How the bytes of a response become a body.
 enum class BodyKind : std::uint8_t {
   text,   ///< `std::string`: the bytes as UTF-8
-  url,    ///< `URL`: the bytes go to a file, the body is its URL
-  empty,  ///< `Empty` or `std::monostate`: the bytes are passed over
+  url,    ///< `URL`: the bytes are written to a file, the body is its URL
+  empty,  ///< `Empty` or `std::monostate`: the bytes are ignored
   bytes,  ///< `Data` or `Bytes`: the bytes themselves
-  other   ///< JSON, or whatever a builder of a host's own makes of them
+  other   ///< any other type: decoded from JSON, or by a builder class of the host
 };
 
-/// What a builder, which isn't generic itself, knows of its response's type T. Made by `bodyTypeOf<T>()`,
-/// with the same lifetime as the process. A body crosses the builder as a `std::any` that holds exactly a T.
+/// Describes the body type T of a response to a builder, which isn't a template itself. `bodyTypeOf<T>()`
+/// returns it; it lives as long as the process. A builder passes a body on as a `std::any` that holds a T.
 struct BodyType {
   using Body = std::expected<std::any, Failure>;
 
   BodyKind kind;
-  /// T's name as a C++ programmer writes it.
+  /// T's name in C++.
   std::string name;
-  /// `empty` alone: T's one value.
+  /// Only for `empty`: returns T's one value.
   std::any (*makeEmpty)() = nullptr;
-  /// `bytes` alone.
+  /// Only for `bytes`: returns the bytes as a T.
   std::any (*fromBytes)(const Data& data) = nullptr;
-  /// `other` alone: T's value for no body at all; null if it has none.
+  /// Only for `other`: returns T's value for a response without a body; null if T has no such value.
   std::any (*makeNil)() = nullptr;
-  /// `other` alone: reads JSON with the helper's settings; null if T can't be read from JSON.
+  /// Only for `other`: decodes JSON with the settings of `helper`; null if T can't be decoded from JSON.
   Body (*decode)(const CodableHelper& helper, const Data& data) = nullptr;
 };
 
-/// Says that bodies of type T are made by a kind of builder of the host's own, so that T needs no JSON form:
+/// Specialise it as `true` if a builder class of the host makes the bodies of type T. T then needs no JSON
+/// form:
 ///
 /// ```cpp
 /// struct Picture {
 ///   Data pixels;
 /// };
 /// template <>
-/// inline constexpr bool tilvanego::isMadeByOwnKind<Picture> = true;
+/// inline constexpr bool tilvanego::hasCustomBuilder<Picture> = true;
 /// ```
 ///
-/// The configuration's factory then names the kind in `getNonDecodableBuilder`; the library's own kinds end
-/// the process at such a body.
+/// The configuration's factory must return that class from `getNonDecodableBuilder`: the library's own
+/// builders end the process at such a body.
 template <typename T>
-inline constexpr bool isMadeByOwnKind = false;
+inline constexpr bool hasCustomBuilder = false;
 
 }  // namespace tilvanego
 
 namespace tilvanego::detail {
 
-std::string typeName(const std::type_info& type);
+[[nodiscard]] std::string typeName(const std::type_info& type);
 
 template <typename T>
 concept NilConstructible = std::convertible_to<std::nullopt_t, T> || std::convertible_to<std::nullptr_t, T>;
@@ -79,8 +80,8 @@ concept JSONDecodable = requires(json::Reader& reader, T& value) {
   { json::Codec<T>::read(reader, value) } -> std::same_as<bool>;
 };
 
-/// Whether T can be read from JSON, and all that it holds: the codecs of collections don't ask their
-/// elements.
+/// Whether T can be read from JSON, with its elements: the codecs of collections don't check the element
+/// type.
 template <typename T>
 inline constexpr bool isReadable = JSONDecodable<T>;
 template <typename T>
@@ -136,14 +137,15 @@ BodyType describeBodyType() {
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The description of T. T is copyable, and one of the types of `BodyKind` or readable from JSON.
+/// Returns the description of T. T must be copyable, and must be one of the types of `BodyKind`, readable
+/// from JSON, or marked by `hasCustomBuilder`.
 template <std::copy_constructible T>
 [[nodiscard]] const BodyType& bodyTypeOf() {
-  static_assert(detail::bodyKindOf<T>() != BodyKind::other || detail::isReadable<T> || isMadeByOwnKind<T>,
+  static_assert(detail::bodyKindOf<T>() != BodyKind::other || detail::isReadable<T> || hasCustomBuilder<T>,
                 "this body type can't be read from JSON: give it, or what it holds, a static jsonFields(), "
                 "CodingKeys or a specialisation of json::Codec, include the header that declares it, or set "
-                "tilvanego::isMadeByOwnKind for it if a kind of builder of your own makes such bodies");
-  // Never destroyed: a send may end while the process does.
+                "tilvanego::hasCustomBuilder for it if a kind of builder of your own makes such bodies");
+  // Never destroyed, because a request may end while the process exits.
   static const BodyType& type = *new BodyType(detail::describeBodyType<T>());
   return type;
 }

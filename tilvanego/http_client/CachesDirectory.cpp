@@ -15,14 +15,14 @@ namespace {
 std::string programName() {
   std::error_code unknown;
   std::string name = std::filesystem::read_symlink("/proc/self/exe", unknown).filename().string();
-  // The system says so of a program whose file was replaced while it runs.
+  // The system appends this if the program's file was replaced while it runs.
   constexpr std::string_view replaced = " (deleted)";
   if (name.ends_with(replaced)) name.resize(name.size() - replaced.size());
   return detail::isPlainName(name) ? name : "tilvanego-host";
 }
 
 OpenAPIMutex<std::string>& sharedName() {
-  // Never destroyed: a send may end while the process does.
+  // Never destroyed, because a request may end while the process exits.
   static auto& name = *new OpenAPIMutex<std::string>(programName());
   return name;
 }

@@ -22,14 +22,14 @@ Field Configuration::read(Field State::* field) const {
 
 template <typename Field>
 void Configuration::write(Field State::* field, Field value) {
-  // Swapped, so that what was there before ends without the lock.
+  // Swapped, so that the former value is destroyed without the lock.
   _state.withValue([&](State& state) { std::swap(state.*field, value); });
 }
 
 template <typename Field>
 void Configuration::update(Field State::* field, const std::function<void(Field&)>& body) {
   if (!body) return;
-  // Kept, so that what the body replaces ends without the lock.
+  // Kept, so that the former value is destroyed without the lock.
   Field former{};
   _state.withValue([&](State& state) {
     former = state.*field;

@@ -16,7 +16,7 @@ class MainQueue;
 class OpenAPIInterceptor;
 class RequestBuilderFactory;
 
-/// HTTP statuses from `lowerBound` up to `upperBound`, which is none of them.
+/// The HTTP statuses from `lowerBound` up to, but not including, `upperBound`.
 struct StatusCodeRange {
   int lowerBound = 200;
   int upperBound = 300;
@@ -27,13 +27,14 @@ struct StatusCodeRange {
   bool operator==(const StatusCodeRange&) const = default;
 };
 
-/// What all request builders go by: where requests go, what goes with each, who makes and sends them, and
-/// where answers come in. Each field may be read, written and updated on any thread at any time, and builders
-/// see the new value the next time they look; what they take when they are made stands in `RequestBuilder`.
+/// The settings that request builders share. Each field may be read, set and updated on any thread at any
+/// time. A builder copies the custom headers and the credential when it is created, and reads the other
+/// fields for each request.
 ///
-/// A read gives a copy. An update runs its body under the object's lock with the field in its hands: the body
-/// is short, doesn't execute a builder, and may throw, which leaves by the update with the field as the body
-/// left it. What a write or an update replaces ends without the lock. None of the pointers is null.
+/// A getter returns a copy. An update calls `body` with a reference to the field, under the object's lock:
+/// `body` should be short and must not execute a builder. It may throw: the exception leaves the update, and
+/// the field keeps the value that `body` left in it. Replaced values are destroyed without the lock. No
+/// pointer may be null.
 class OstrelTilvanePoiModelsAPIConfiguration {
  public:
   using Headers = std::map<std::string, std::string>;
@@ -49,9 +50,9 @@ class OstrelTilvanePoiModelsAPIConfiguration {
     std::shared_ptr<OpenAPIInterceptor> interceptor;
   };
 
-  /// The configuration of the process, made on first use: the gateway's address, no headers and no
-  /// credential, the builders and the session of `URLSessionImplementations.h`, the main queue, the coding of
-  /// `CodableHelper`, success from 200 to 299, and no retries.
+  /// The configuration of the process, created on first use: the gateway's address, no headers, no
+  /// credential, the builders and the session of `URLSessionImplementations.h`, `RunLoop::main()`, a default
+  /// `CodableHelper`, success for the statuses 200 to 299, and no retries.
   static const std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration>& shared();
 
   OstrelTilvanePoiModelsAPIConfiguration(std::string basePath, Headers customHeaders,
@@ -63,32 +64,35 @@ class OstrelTilvanePoiModelsAPIConfiguration {
                                          std::shared_ptr<OpenAPIInterceptor> interceptor);
   virtual ~OstrelTilvanePoiModelsAPIConfiguration() = default;
 
-  /// The start of the URLs that a host builds: scheme and host, without a slash at the end.
+  /// The start of the URLs that a host builds: scheme and host, without a slash at the end. The library
+  /// itself doesn't use it.
   [[nodiscard]] virtual std::string basePath() const;
   virtual void setBasePath(std::string value);
   virtual void updateBasePath(const std::function<void(std::string&)>& body);
 
-  /// Header fields of every request. They win over those that a builder is made with.
+  /// Header fields of every request. They override the fields that a builder is created with.
   [[nodiscard]] virtual Headers customHeaders() const;
   virtual void setCustomHeaders(Headers value);
   virtual void updateCustomHeaders(const std::function<void(Headers&)>& body);
 
-  /// What answers an authentication challenge.
+  /// The credential for authentication challenges of a request's own server.
   [[nodiscard]] virtual std::optional<URLCredential> credential() const;
   virtual void setCredential(std::optional<URLCredential> value);
   virtual void updateCredential(const std::function<void(std::optional<URLCredential>&)>& body);
 
+  /// The factory of the builders.
   [[nodiscard]] virtual std::shared_ptr<const RequestBuilderFactory> requestBuilderFactory() const;
   virtual void setRequestBuilderFactory(std::shared_ptr<const RequestBuilderFactory> value);
   virtual void updateRequestBuilderFactory(
       const std::function<void(std::shared_ptr<const RequestBuilderFactory>&)>& body);
 
-  /// Where failures come in that never reached the session, and those that a retry could have mended. A
-  /// serial executor; it outlives every call.
+  /// The queue on which completions run for a request that wasn't sent, and for a failure that the
+  /// interceptor didn't retry. It runs one block at a time and must outlive every request.
   [[nodiscard]] virtual MainQueue& apiResponseQueue() const;
   virtual void setApiResponseQueue(MainQueue& value);
   virtual void updateApiResponseQueue(const std::function<void(MainQueue*&)>& body);
 
+  /// The settings for JSON bodies.
   [[nodiscard]] virtual std::shared_ptr<CodableHelper> codableHelper() const;
   virtual void setCodableHelper(std::shared_ptr<CodableHelper> value);
   virtual void updateCodableHelper(const std::function<void(std::shared_ptr<CodableHelper>&)>& body);
@@ -98,6 +102,7 @@ class OstrelTilvanePoiModelsAPIConfiguration {
   virtual void setSuccessfulStatusCodeRange(StatusCodeRange value);
   virtual void updateSuccessfulStatusCodeRange(const std::function<void(StatusCodeRange&)>& body);
 
+  /// The interceptor of all requests.
   [[nodiscard]] virtual std::shared_ptr<OpenAPIInterceptor> interceptor() const;
   virtual void setInterceptor(std::shared_ptr<OpenAPIInterceptor> value);
   virtual void updateInterceptor(const std::function<void(std::shared_ptr<OpenAPIInterceptor>&)>& body);

@@ -10,7 +10,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-/// A cause of the host's own may throw where it describes itself.
+/// The `description()` of a host's cause may throw; the text then has no cause.
 std::string describe(int code, const Failure& failure) {
   std::string text = "request failed with code " + std::to_string(code);
   try {
@@ -30,7 +30,7 @@ ErrorResponse ErrorResponse::error(int code, std::optional<Data> data, URLRespon
             std::make_shared<const Payload>(Payload{std::move(data), std::move(response),
                                                     std::move(underlyingFailure), std::move(description)})};
   } catch (...) {
-    // Made without memory from the heap, and never destroyed: a send may end while the process does.
+    // Created without heap memory, and never destroyed, because a request may end while the process exits.
     alignas(Payload) static std::array<std::byte, sizeof(Payload)> place;
     static const auto* const payload =
         new (place.data()) Payload{{}, nullptr, ExceptionFailure(std::current_exception()), "out of memory"};
@@ -38,7 +38,7 @@ ErrorResponse ErrorResponse::error(int code, std::optional<Data> data, URLRespon
   }
 }
 
-// Here, since g++ 12 warns in an optimised host whose completion takes its result by value.
+// Not inline, because g++ 12 warns in an optimised host whose completion takes its result by value.
 const char* ErrorResponse::what() const noexcept { return payload_->description.c_str(); }
 
 }  // namespace tilvanego

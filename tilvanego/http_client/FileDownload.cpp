@@ -28,7 +28,7 @@ std::unexpected<FileWriteError> failure(const std::filesystem::path& path, int c
   return std::unexpected(FileWriteError{path.string(), std::generic_category().message(code)});
 }
 
-/// Opens the directory `name` in `parent`, and makes it if it isn't there. No link is followed.
+/// Opens the directory `name` in `parent`; creates it if it doesn't exist. Follows no symbolic link.
 FileDescriptor openDirectory(const FileDescriptor& parent, const std::string& name) {
   if (mkdirat(parent.get(), name.c_str(), ownerDirectory) != 0 && errno != EEXIST) return {};
   return FileDescriptor(openat(parent.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -59,13 +59,13 @@ URL fileURL(const std::filesystem::path& path) {
   return *URL::parse(std::move(text));
 }
 
-/// Makes the directory and those above it that aren't there. False leaves the cause in `errno`.
+/// Creates the directory and its parents if they don't exist. Returns false with the cause in `errno`.
 bool makeDirectories(const std::filesystem::path& directory) {
   std::filesystem::path made;
   for (const auto& name : directory) {
     made /= name;
     if (mkdir(made.c_str(), ownerDirectory) == 0 || errno == EEXIST) continue;
-    // Not every system looks first whether it is there.
+    // Some systems report another error, such as EROFS, for a directory that exists.
     const int cause = errno;
     if (access(made.c_str(), F_OK) == 0) continue;
     errno = cause;

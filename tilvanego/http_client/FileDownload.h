@@ -14,9 +14,9 @@ namespace tilvanego {
 
 /// Why a downloaded body couldn't be written to a file.
 struct FileWriteError {
-  /// Of the file, or of the directory that it was to lie in.
+  /// The path of the file, or of its directory.
   std::string path;
-  /// In the system's words.
+  /// The system's error text.
   std::string reason;
 
   [[nodiscard]] std::string description() const { return "can't write " + path + ": " + reason; }
@@ -27,25 +27,25 @@ struct FileWriteError {
 
 namespace tilvanego::detail {
 
-/// Whether the text names a file or a directory in the one at hand.
+/// Whether the text can name an entry of a directory: not empty, not "." or "..", without "/" and NUL.
 [[nodiscard]] bool isPlainName(std::string_view name);
 
-/// The names on the way to a downloaded file, from the caches directory on; the last is the file's. `path` is
-/// a URL's, decoded; its empty and "." components count for nothing. An empty file name leaves the path's
-/// last component for the file.
+/// Returns the path components of a downloaded file, relative to the caches directory; the last is the file's
+/// name. `path` is the decoded path of a URL; its empty and "." components are ignored. If `fileName` is
+/// empty, the last component of `path` is the file's name.
 ///
-/// A path with ".." or NUL, and one without any name, is refused with `requestMissingPath`; a file name that
-/// is "." or ".." or holds "/" or NUL, with `responseFailed`.
+/// Errors: `requestMissingPath` for a path with ".." or NUL and for one without any component;
+/// `responseFailed` for a file name that is "." or "..", or contains "/" or NUL.
 [[nodiscard]] std::expected<std::vector<std::string>, DownloadException> downloadNames(
     std::string_view path, std::string_view fileName);
 
-/// A new random UUID's text; fails if the system has no random bytes.
+/// Returns the text of a new random UUID. Fails if the system has no random bytes.
 [[nodiscard]] std::expected<std::string, FileWriteError> uniqueText();
 
-/// Writes a file below `directory`, at the end of the names, none of which leads out of it, and gives its
-/// URL. A reader finds the earlier file of that name or the whole new one. Directories on the way,
-/// `directory` and those above it included, are made for the user alone; a symbolic link among those below
-/// `directory` isn't followed but refused.
+/// Writes a file below `directory` and returns its URL. `names` are the components of its relative path, as
+/// `downloadNames` returns them. Replaces an earlier file atomically. Creates missing directories,
+/// `directory` and its parents included, with access for the user only. Refuses symbolic links below
+/// `directory`.
 [[nodiscard]] std::expected<URL, FileWriteError> writeBelow(const std::filesystem::path& directory,
                                                             const std::vector<std::string>& names,
                                                             const Data& data);

@@ -9,8 +9,7 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The methods that a request can be sent with (RFC 9110, section 9; RFC 5789). `fromRawText<HTTPMethod>`
-/// finds one by its exact text, in capitals.
+/// The methods of a request (RFC 9110, section 9; RFC 5789). Their texts are upper case and case-sensitive.
 enum class HTTPMethod : std::uint8_t { options, get, head, post, put, patch, delete_, trace, connect };
 
 template <>

@@ -7,17 +7,17 @@
 
 namespace tilvanego::detail {
 
-/// A function that runs `body` at its first call and passes over every other one. What the body holds is let
-/// go with that call, so that nobody who keeps the function keeps more. Copies are the same function; any
-/// thread may call it.
+/// A function that calls `body` at its first call and ignores further calls. The first call destroys `body`,
+/// so that a copy that is kept longer doesn't keep its captures alive. Copies share one state; any thread may
+/// call them.
 template <typename... Arguments>
 class Once {
  public:
   explicit Once(std::function<void(Arguments...)> body) : shot_(std::make_shared<Shot>(std::move(body))) {}
 
-  /// False if another call came first. What the body throws leaves here.
+  /// Returns false if this isn't the first call. An exception of the body leaves the call.
   bool operator()(Arguments... arguments) const {
-    // The caller may let go of this function meanwhile.
+    // The caller may destroy this object meanwhile.
     const auto shot = shot_;
     if (shot->used.exchange(true)) return false;
     const auto action = std::exchange(shot->body, nullptr);
@@ -30,15 +30,16 @@ class Once {
     return true;
   }
 
-  /// Lets the body go without running it; false if a call came first.
-  bool use() const {
+  /// Destroys the body without calling it. Returns false if it was called or discarded before.
+  [[nodiscard]] bool discard() const {
     if (shot_->used.exchange(true)) return false;
     const auto action = std::exchange(shot_->body, nullptr);
     return true;
   }
 
+  /// Whether the body was called or discarded.
   [[nodiscard]] bool isUsed() const { return shot_->used; }
-  /// The body ran, and threw.
+  /// Whether the body threw.
   [[nodiscard]] bool hasThrown() const { return shot_->threw; }
 
  private:

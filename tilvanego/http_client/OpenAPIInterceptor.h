@@ -17,19 +17,18 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 class RequestBuilder;
 
-/// Whether a failed request is sent once more.
+/// Whether a failed request is sent again.
 enum class OpenAPIInterceptorRetry : std::uint8_t { retry, dontRetry };
 
-/// Stands between the builders and the session: changes or refuses each request, watches it, and decides on
-/// another try. One interceptor serves all builders of a configuration, on several threads at once; it is
-/// called without any lock held.
+/// Callbacks between the builders and the session: an interceptor may change, refuse, observe and retry each
+/// request. All builders of a configuration share one interceptor, which is called on several threads at
+/// once, without a lock held.
 ///
-/// Any hook may throw. From `intercept` that is a refusal, from `retry` the answer not to; from the others,
-/// which only listen, and after an answer was given, the exception is dropped after one line on standard
-/// error.
+/// May throw: from `intercept` an exception refuses the request, from `retry` it means `dontRetry`. From the
+/// other functions, and after `completion` was called, it is dropped after one line on standard error.
 ///
-/// The session and the builder may be kept beyond the call. A request is sent as often as `retry` is
-/// answered: the bound and the pause between two tries are the interceptor's.
+/// An interceptor may keep the session and the builder. The library doesn't limit retries: the interceptor
+/// must limit their number and may delay them.
 class OpenAPIInterceptor {
  public:
   using Session = std::shared_ptr<URLSessionProtocol>;
@@ -39,36 +38,38 @@ class OpenAPIInterceptor {
 
   virtual ~OpenAPIInterceptor() = default;
 
-  /// Gives `completion` the request to send in place of `urlRequest`, or a refusal: now or later, once (a
-  /// second answer is passed over), on any thread. The send goes on there. Called on the thread that executes
-  /// the builder.
+  /// Called before each request is sent, on the thread that executes the builder. Must call `completion` once
+  /// with the request to send in place of `urlRequest`, or with a failure to refuse it: inside this call or
+  /// later, on any thread, on which the request is then sent. Further calls of `completion` are ignored.
   virtual void intercept(const URLRequest& urlRequest, const Session& urlSession,
                          const Builder& requestBuilder, InterceptCompletion completion) = 0;
 
-  /// Answers whether a request that failed by `error` is built and sent once more: now or later, once, on any
-  /// thread. A new try goes through `intercept` again. Called on the session's thread.
+  /// Called when a request has failed with `error`, on the session's thread. Must call `completion` once,
+  /// inside this call or later, on any thread. For `retry` the request is built again and passed to
+  /// `intercept` again.
   virtual void retry(const URLRequest& urlRequest, const Session& urlSession, const Builder& requestBuilder,
                      const std::optional<Data>& data, const URLResponsePointer& response,
                      const Failure& error, RetryCompletion completion) = 0;
 
-  /// The request is about to go out, on the thread that `intercept` answered on.
+  /// Called before the session starts the request, on the thread that called `intercept`'s completion.
   virtual void willSendRequest(const URLRequest& urlRequest, const Session& urlSession,
                                const Builder& requestBuilder);
 
-  /// The session gave an answer or a failure. Called on the session's thread, for each try.
+  /// Called when the session has reported a response or a failure, on the session's thread, for each try.
   virtual void didReceiveResponse(const URLRequest& urlRequest, const Session& urlSession,
                                   const Builder& requestBuilder, const std::optional<Data>& data,
                                   const URLResponsePointer& response, const std::optional<Failure>& error);
 
-  /// The call has ended: its completion comes next. The result's body is of the builder's body type. Called
-  /// where the call ended: on the session's thread, or where a refusal or the answer of `retry` was given.
+  /// Called once at the end, before the builder's completion. On success `result` holds a body of the
+  /// builder's body type. Called on the session's thread, or on the thread that called the completion of
+  /// `intercept` or `retry`.
   virtual void didComplete(const URLRequest& urlRequest, const Session& urlSession,
                            const Builder& requestBuilder, const std::optional<Data>& data,
                            const URLResponsePointer& response,
                            const std::expected<std::any, Failure>& result);
 };
 
-/// Sends every request as it is, once.
+/// Sends every request unchanged, and never retries.
 class DefaultOpenAPIInterceptor : public OpenAPIInterceptor {
  public:
   void intercept(const URLRequest& urlRequest, const Session& urlSession, const Builder& requestBuilder,

@@ -18,15 +18,15 @@ class Continuation {
       : builder_(std::move(builder)), stopToken_(std::move(stopToken)) {}
   Continuation(const Continuation&) = delete;
   Continuation& operator=(const Continuation&) = delete;
-  // A coroutine that is dropped while it waits isn't resumed any more.
+  // A coroutine that is destroyed while it waits isn't resumed.
   ~Continuation() { shot_->takeWaiting(); }
 
   bool await_ready() const noexcept { return false; }
 
   bool await_suspend(std::coroutine_handle<> waiting) {
     if (stopToken_.stopRequested()) return false;
-    // From the call on, another thread may resume the coroutine and end this object: what is needed after
-    // that is held here.
+    // During the call, another thread may resume the coroutine and destroy this object: what is needed after
+    // the call is copied.
     const auto builder = builder_;
     const auto shot = shot_;
     shot->waiting = waiting.address();
@@ -50,8 +50,8 @@ class Continuation {
   }
 
  private:
-  /// Whoever takes the waiting coroutine may resume it, so it is resumed at most once.
   struct Shot {
+    /// Returns the waiting coroutine to one caller only, so that it is resumed at most once.
     std::coroutine_handle<> takeWaiting() {
       return std::coroutine_handle<>::from_address(waiting.exchange(nullptr));
     }
@@ -64,7 +64,7 @@ class Continuation {
   std::shared_ptr<Shot> shot_ = std::make_shared<Shot>();
 };
 
-// The builder is a parameter of both, so that the coroutine's frame holds it.
+// The builder is a parameter of both coroutines, so that their frames keep it alive.
 
 Task<AnyResponse> send(std::shared_ptr<RequestBuilder> builder, StopToken stopToken) {
   if (stopToken.stopRequested()) throw CancellationError();
@@ -96,7 +96,7 @@ RequestBuilder::RequestBuilder(Construction construction)
       bodyType(construction.bodyType_),
       _state(MutableState{std::nullopt, std::move(construction.arguments_.headers), nullptr}) {}
 
-// Not in the constructor, where a kind's own operations can't be reached yet.
+// Not in the constructor, where the virtual functions of the derived class can't be called yet.
 void RequestBuilder::takeFromConfiguration() {
   addHeaders(apiConfiguration->customHeaders());
   addCredential();
@@ -128,7 +128,7 @@ RequestBuilder::ProgressReady RequestBuilder::onProgressReady() const {
 }
 void RequestBuilder::setOnProgressReady(ProgressReady value) {
   auto shared = std::make_shared<const ProgressReady>(std::move(value));
-  // Swapped, so that what the earlier one holds ends without the lock.
+  // Swapped, so that the former function is destroyed without the lock.
   _state.withValue([&](MutableState& state) { state.onProgressReady.swap(shared); });
 }
 void RequestBuilder::updateOnProgressReady(const std::function<void(ProgressReady&)>& body) {
@@ -164,7 +164,7 @@ RequestBuilder& RequestBuilder::addHeader(const std::string& name, const std::st
 }
 
 void RequestBuilder::addCredential() {
-  // The one place where two locks of the client nest: the builder's, then the configuration's.
+  // The only place where the client holds two locks: the builder's, then the configuration's.
   _state.withValue([&](MutableState& state) { state.credential = apiConfiguration->credential(); });
 }
 

@@ -8,10 +8,11 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A kind of builder, as what makes one.
+/// Creates a builder of one class.
 using RequestBuilderKind = std::function<std::shared_ptr<RequestBuilder>(const BodyType& bodyType,
                                                                          RequestBuilderArguments arguments)>;
 
+/// Returns a function that creates builders of the class `Kind`.
 template <std::derived_from<RequestBuilder> Kind>
 [[nodiscard]] RequestBuilderKind requestBuilderKind() {
   return [](const BodyType& bodyType, RequestBuilderArguments arguments) {
@@ -19,16 +20,16 @@ template <std::derived_from<RequestBuilder> Kind>
   };
 }
 
-/// Says which kinds of builders a configuration's requests are made with. A host derives from it to have its
-/// own kinds made. Any thread may use one at any time. May throw: the exception leaves by
+/// Chooses the builder classes of a configuration's requests. A host derives from it to use its own builder
+/// classes. All operations may be called from any thread. May throw: the exception leaves
 /// `makeRequestBuilder`.
 class RequestBuilderFactory {
  public:
   virtual ~RequestBuilderFactory() = default;
 
-  /// The kind for a body that isn't decoded: the empty one, or a type that only a host's own kind can read.
+  /// The builder for a body that isn't decoded: `Empty`, or a type with `hasCustomBuilder`.
   [[nodiscard]] virtual RequestBuilderKind getNonDecodableBuilder(const BodyType& bodyType) const = 0;
-  /// The kind for every other body.
+  /// The builder for every other body type.
   [[nodiscard]] virtual RequestBuilderKind getBuilder(const BodyType& bodyType) const = 0;
 };
 

@@ -13,6 +13,7 @@
 #include <tilvanego/http_client/RequestBuilderFactory.h>
 #include <tilvanego/network/ExceptionFailure.h>
 #include <tilvanego/platform/FatalError.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego::detail {
 
@@ -23,12 +24,12 @@ inline void requireCompletion(bool isThere) {
 template <typename T>
 Response<T> typedResponse(AnyResponse response) {
   T* body = std::any_cast<T>(&response.body);
-  // A kind of a host's own made another body than the one that it was made for.
+  // A builder class of the host made a body of another type.
   if (body == nullptr) fatalError("Unsupported Response Body Type - " + bodyTypeOf<T>().name);
   return {response.statusCode, std::move(response.header), std::move(*body), std::move(response.bodyData)};
 }
 
-/// A body that can't be moved or copied, for lack of memory say, is a failure.
+/// An exception while the body is moved, such as `std::bad_alloc`, is a failure.
 template <typename T>
 std::expected<Response<T>, ErrorResponse> typedResult(RequestBuilder::Result result) {
   if (!result) return std::unexpected(std::move(result.error()));
@@ -54,8 +55,9 @@ Task<Response<T>> typedTask(Task<AnyResponse> sending) {
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A request builder whose response has a body of type T. T is `std::string` (the body as text), `Data` or
-/// `Bytes`, `URL` (the body goes to a file, of which this is the URL), `Empty`, or whatever can be read from
-/// JSON: a record, a list, a map, a `JSONValue`, an optional of these for an answer that may have no body.
+/// `Bytes`, `URL` (of a file to which the body is written), `Empty`, or a type that can be read from JSON: a
+/// record, a `std::vector`, a `std::map`, a `JSONValue`, or a `std::optional` of these if the response may
+/// have no body.
 ///
 /// ```cpp
 /// #include <tilvanego/json/JSONValue.h>
@@ -69,7 +71,7 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// }
 /// ```
 ///
-/// A copy is the same builder. See `RequestBuilder`, reached by `->`, for all operations.
+/// Copies share one builder. `->` accesses the operations of `RequestBuilder`.
 template <std::copy_constructible T>
 class RequestBuilderOf {
  public:
@@ -77,21 +79,25 @@ class RequestBuilderOf {
   /// May throw, as `RequestBuilder::Completion` says.
   using Completion = std::function<void(Result)>;
 
-  /// Takes a builder that was made for T.
+  /// `builder` must not be null, and must have been created with `bodyTypeOf<T>()`.
   explicit RequestBuilderOf(std::shared_ptr<RequestBuilder> builder) : builder_(std::move(builder)) {}
 
   RequestBuilder* operator->() const { return builder_.get(); }
   RequestBuilder& operator*() const { return *builder_; }
-  [[nodiscard]] const std::shared_ptr<RequestBuilder>& pointer() const { return builder_; }
+  [[nodiscard]] const std::shared_ptr<RequestBuilder>& pointer() const TILVANEGO_LIFETIMEBOUND {
+    return builder_;
+  }
 
+  /// Sets a header field. Does nothing if `value` is empty.
   RequestBuilderOf& addHeader(const std::string& name, const std::string& value) {
     builder_->addHeader(name, value);
     return *this;
   }
 
-  /// Sends the request. The completion runs once, later, on the session's thread for a success and for an
-  /// answer that gave no body, and on the configuration's `apiResponseQueue` for any other failure. An empty
-  /// one ends the process; whoever wants no answer gives `[](const auto&) {}`.
+  /// Sends the request and returns the handle that cancels it. The completion runs once: on the session's
+  /// thread for a success and for a response without a usable body, on the configuration's
+  /// `apiResponseQueue` for any other failure. An empty completion ends the process; use `[](const auto&) {}`
+  /// to ignore the result.
   std::shared_ptr<RequestTask> execute(Completion completion) const {
     detail::requireCompletion(completion != nullptr);
     return builder_->execute([completion = std::move(completion)](RequestBuilder::Result result) {
@@ -100,8 +106,8 @@ class RequestBuilderOf {
   }
   void execute(std::nullptr_t) const = delete;
 
-  /// Sends the request when it is awaited, gives the response or throws an `ErrorResponse` alone, and resumes
-  /// the coroutine on the thread on which a completion would run.
+  /// Sends the request when the task is awaited. Returns the response or throws an `ErrorResponse`, and
+  /// nothing else. Resumes the coroutine on the thread on which a completion would run.
   [[nodiscard]] Task<Response<T>> execute(StopToken stopToken = {}) const {
     return detail::typedTask<T>(builder_->execute(std::move(stopToken)));
   }
@@ -110,7 +116,7 @@ class RequestBuilderOf {
   std::shared_ptr<RequestBuilder> builder_;
 };
 
-/// Describes a request, with a builder of the kind that the configuration's factory names for T.
+/// Creates a builder of the class that the configuration's factory chooses for T. Sends nothing.
 template <std::copy_constructible T>
 [[nodiscard]] RequestBuilderOf<T> makeRequestBuilder(RequestBuilderArguments arguments) {
   const BodyType& bodyType = bodyTypeOf<T>();

@@ -7,7 +7,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 
 void RequestTask::cancel() {
-  // What the session's task holds is let go without the lock: it may be the last hold on this object's owner.
+  // Destroyed without the lock: the session's task may hold the last reference to the owner of this object.
   std::shared_ptr<URLSessionDataTaskProtocol> dropped;
   _state.withValue([&](auto& task) {
     if (task) detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });

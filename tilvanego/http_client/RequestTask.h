@@ -7,19 +7,20 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The handle of a request builder's sends, one for the builder's whole life: it shows the latest send. All
-/// operations may be called from any thread.
+/// The handle of a builder's requests: it refers to the builder's latest request. All operations may be
+/// called from any thread.
 class RequestTask {
  public:
   RequestTask() : _state(nullptr) {}
 
-  /// Cancels the send in flight, whose completion then gets the session's cancellation failure with code
-  /// `ErrorResponse::transportFailed`. Before the first send, after the end of one and a second time, this
-  /// does nothing; a send that an interceptor is still holding goes out all the same.
+  /// Cancels the request. Its completion gets the session's cancellation failure with the code
+  /// `ErrorResponse::transportFailed`. Does nothing if no request was sent yet, if it has ended or if it was
+  /// cancelled before. A request for which an interceptor hasn't called its completion yet isn't cancelled.
   void cancel();
 
-  /// For the builders: the session's task of the latest send. Setting one forgets the one before.
+  /// Called by builders: sets the session's task of the latest request.
   void set(std::shared_ptr<URLSessionDataTaskProtocol> task);
+  /// The session's task of the latest request; null before the first one and after `cancel`.
   [[nodiscard]] std::shared_ptr<URLSessionDataTaskProtocol> get() const { return _state.value(); }
 
  private:

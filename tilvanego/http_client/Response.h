@@ -14,13 +14,12 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The body of a response that has none to speak of, as of a DELETE.
+/// The body of a response without one, as for DELETE.
 struct Empty {
   bool operator==(const Empty&) const = default;
 };
 
-/// Orders the names of header fields, in which the case of ASCII letters doesn't count (RFC 9110,
-/// section 5.1).
+/// Compares names of header fields, case-insensitive for ASCII letters (RFC 9110, section 5.1).
 struct HeaderNameLess {
   using is_transparent = void;
   [[nodiscard]] bool operator()(std::string_view left, std::string_view right) const {
@@ -31,7 +30,7 @@ struct HeaderNameLess {
   }
 };
 
-/// Header fields as texts. A name is found whatever its case, and shown as it was written:
+/// Header fields by name. Names are case-insensitive, their case is kept:
 ///
 /// ```cpp
 /// std::string typeOf(const ResponseHeader& header) {
@@ -45,14 +44,14 @@ using ResponseHeader = std::map<std::string, std::string, HeaderNameLess>;
 
 namespace tilvanego::detail {
 
-/// The header fields whose values are UTF-8; others are left out.
-ResponseHeader headerTexts(const HTTPURLResponse& response);
+/// Returns the header fields whose values are UTF-8; others are left out.
+[[nodiscard]] ResponseHeader headerTexts(const HTTPURLResponse& response);
 
 }  // namespace tilvanego::detail
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// What a request succeeded with.
+/// The response of a successful request.
 template <typename T>
 struct Response {
   Response(int status, ResponseHeader fields, T content, std::optional<Data> bytes)
@@ -62,18 +61,18 @@ struct Response {
   }
 
   int statusCode;
-  /// By the names as the server wrote them, which over HTTP/2 is in lower case; found whatever their case. A
-  /// field whose value is no UTF-8 is missing.
+  /// The header fields, with the names as the server sent them: in lower case over HTTP/2. Fields whose value
+  /// isn't UTF-8 are left out.
   ResponseHeader header;
   T body;
-  /// The body as it came, if the session gave one.
+  /// The bytes of the body, if the session returned data.
   std::optional<Data> bodyData;
 
-  /// Names that differ in case are different here.
+  /// Compares header names case-sensitively.
   bool operator==(const Response&) const = default;
 };
 
-/// A response whose body's type is known at run time alone: the one of the builder that it answers.
+/// A response whose body has the builder's body type, which is known at run time only.
 using AnyResponse = Response<std::any>;
 
 }  // namespace tilvanego

@@ -14,7 +14,7 @@ class SynchronizedDictionary {
  public:
   SynchronizedDictionary() : _state(std::unordered_map<Key, Value>()) {}
 
-  /// A copy of the entry, or none.
+  /// Returns a copy of the entry, or no value.
   [[nodiscard]] std::optional<Value> value(const Key& key) const {
     return _state.withValue([&](const auto& entries) -> std::optional<Value> {
       const auto found = entries.find(key);
@@ -23,7 +23,8 @@ class SynchronizedDictionary {
     });
   }
 
-  /// Stores a value under the key; none removes the key. What was there before ends without the lock.
+  /// Sets the value of the key; `std::nullopt` removes the key. The former value is destroyed without the
+  /// lock.
   void setValue(const Key& key, std::optional<Value> value) {
     typename Entries::node_type former;
     _state.withValue([&](Entries& entries) {

@@ -8,7 +8,7 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-// Here and not beside the class, which knows nothing of how requests are sent.
+// Defined here, because Configuration.cpp doesn't depend on the classes that send requests.
 const std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration>&
 OstrelTilvanePoiModelsAPIConfiguration::shared() {
   using Configuration = OstrelTilvanePoiModelsAPIConfiguration;
@@ -20,10 +20,10 @@ OstrelTilvanePoiModelsAPIConfiguration::shared() {
   return instance;
 }
 
-URLAuthenticationAnswer SessionDelegate::didReceiveChallenge(const URLSessionConfiguration& configuration,
-                                                             const URLSessionDataTaskProtocol& task,
-                                                             const URLAuthenticationChallenge& challenge) {
-  using enum URLAuthenticationAnswer::Disposition;
+URLAuthenticationResponse SessionDelegate::didReceiveChallenge(const URLSessionConfiguration& configuration,
+                                                               const URLSessionDataTaskProtocol& task,
+                                                               const URLAuthenticationChallenge& challenge) {
+  using enum URLAuthenticationResponse::Disposition;
   if (challenge.previousFailureCount > 0) return {rejectProtectionSpace, std::nullopt};
   std::optional<URLCredential> credential;
   if (!challenge.protectionSpace.isProxy && !challenge.isElsewhere) {

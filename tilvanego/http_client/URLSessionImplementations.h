@@ -25,36 +25,35 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Answers a challenge of the request's own server (scheme, host, port) with the credential of the builder
-/// whose task was challenged. Else, and for a proxy or a server that a redirect led to, answers with the
-/// storage's default credential for the protection space, else by default handling. A second challenge by the
-/// same server is rejected, also for another realm: the credential was wrong.
+/// The delegate of the library's builders. It responds to a challenge of the request's own server (scheme,
+/// host, port) with the builder's credential. If there is none, and for a proxy or a server after a redirect,
+/// it responds with the storage's default credential for the protection space, else with default handling. It
+/// rejects a second challenge of the same server, for any realm: the credential was wrong.
 class SessionDelegate : public URLSessionDelegate {
  public:
-  URLAuthenticationAnswer didReceiveChallenge(const URLSessionConfiguration& configuration,
-                                              const URLSessionDataTaskProtocol& task,
-                                              const URLAuthenticationChallenge& challenge) override;
-  /// Lets the builder's credential go, also if the send was cancelled.
+  URLAuthenticationResponse didReceiveChallenge(const URLSessionConfiguration& configuration,
+                                                const URLSessionDataTaskProtocol& task,
+                                                const URLAuthenticationChallenge& challenge) override;
+  /// Removes the credential of the task from the `credentialStore`, also if the task was cancelled.
   void didEndTask(const URLSessionDataTaskProtocol& task) override;
 };
 
-/// What all sends of the process share, made on first use. The members are never replaced.
+/// The objects that all builders of the process share, created on first use. The members are never replaced.
 class URLSessionRequestBuilderConfiguration {
  public:
-  static const URLSessionRequestBuilderConfiguration& shared();
+  [[nodiscard]] static const URLSessionRequestBuilderConfiguration& shared();
 
   const std::shared_ptr<SessionDelegate> sessionDelegate;
-  /// The session that requests go out by unless a builder brings its own.
+  /// The session of builders that don't override `createURLSession`.
   const std::shared_ptr<URLSession> defaultURLSession;
-  /// The credentials of the tasks in flight by their identifiers. An entry goes when its task
-  /// has ended, at the latest.
+  /// The builders' credentials by task identifier. An entry is removed when its task ends, or before.
   const std::shared_ptr<SynchronizedDictionary<int, URLCredential>> credentialStore;
 
  private:
   URLSessionRequestBuilderConfiguration();
 };
 
-/// One request that was sent, by which session, and what came back for it.
+/// A request that was sent, its session, and the result.
 struct URLSessionExchange {
   URLRequest request;
   std::shared_ptr<URLSessionProtocol> session;
@@ -62,22 +61,27 @@ struct URLSessionExchange {
   URLResponsePointer response;
 };
 
-/// Sends a request whose response has no body to decode. `URLSessionDecodableRequestBuilder` is the same with
-/// bodies.
+/// Sends a request and ignores the body of its response. `URLSessionDecodableRequestBuilder` decodes bodies.
 ///
-/// A send reads method, parameters and headers, encodes them on the calling thread, and hands the request to
-/// the configuration's interceptor; once that has answered, to the session. The completion runs once. It runs
-/// on the configuration's `apiResponseQueue` if the request couldn't be built (code 415), if the interceptor
-/// refused it (415), and, after the interceptor's answer not to retry, if the session failed (-1), if no HTTP
-/// response came (-2), or if the status is no success (the status). It runs on the session's thread for a
-/// success, and for an answer that gives no body (the status, or 400 if it couldn't be written to a file).
+/// `execute` encodes the request on the calling thread and passes it to the configuration's interceptor, and
+/// then to the session. The completion runs once:
 ///
-/// What host code on the way throws is the cause of such a failure, an `ExceptionFailure`; so is a lack of
-/// memory. `execute` throws nothing, but `std::bad_alloc` before anything began. If the queue itself throws,
-/// the completion runs where the failure came.
+/// | Result | Code | The completion runs on |
+/// |---|---|---|
+/// | success | the status | the session's thread |
+/// | the request can't be built, or the interceptor refused it | 415 | `apiResponseQueue` |
+/// | the session failed, and the interceptor doesn't retry | -1 | `apiResponseQueue` |
+/// | the response isn't HTTP, and the interceptor doesn't retry | -2 | `apiResponseQueue` |
+/// | the status isn't a success, and the interceptor doesn't retry | the status | `apiResponseQueue` |
+/// | the body can't be decoded | the status | the session's thread |
+/// | the body can't be written to a file | 400 | the session's thread |
 ///
-/// These are faults of the program and end the process: a method that is no `HTTPMethod`, a "Content-Type"
-/// that no encoding serves, a body type that the kind doesn't serve.
+/// An exception of a callback, and a lack of memory, become the cause of such a failure, an
+/// `ExceptionFailure`. `execute` itself throws only `std::bad_alloc`, before it does anything. If the queue
+/// throws, the completion runs on the thread of the failure.
+///
+/// These programming errors end the process: a method that isn't an `HTTPMethod`, a "Content-Type" without an
+/// encoding, a body type that the builder class doesn't support.
 class URLSessionRequestBuilder : public RequestBuilder {
  public:
   using RequestBuilder::execute;
@@ -85,53 +89,56 @@ class URLSessionRequestBuilder : public RequestBuilder {
 
   std::shared_ptr<RequestTask> execute(Completion completion) override;
 
-  // What follows are the steps of a send, for kinds of a host's own to replace. They are called without a
-  // lock held, and may throw: up to the session's task the request then counts as one that couldn't be built,
-  // from `processRequestResponse` on as an answer that gives no body. After the completion has run, and in
-  // `cleanUp`, the exception is dropped after one line on standard error.
+  // The steps of `execute`, which a derived class may override. They are called without a lock held.
+  //
+  // May throw: up to the creation of the session's task the exception counts as a request that can't be
+  // built, from `processRequestResponse` on as a body that can't be decoded. In `cleanUp`, and after the
+  // completion has run, it is dropped after one line on standard error.
 
-  /// The session that the request goes out by; not null. Called for each try.
-  virtual std::shared_ptr<URLSessionProtocol> createURLSession();
+  /// Returns the session that sends the request, never null. Called for each try.
+  [[nodiscard]] virtual std::shared_ptr<URLSessionProtocol> createURLSession();
 
-  /// The MIME type of a file in a multipart body; none: the type of its name's extension. Called on the
-  /// thread that executes the builder.
-  virtual std::optional<std::string> contentTypeForFormPart(const URL& fileURL);
+  /// Returns the MIME type of a file in a multipart body, or no value to use the type of its file extension.
+  /// Called on the thread that executes the builder.
+  [[nodiscard]] virtual std::optional<std::string> contentTypeForFormPart(const URL& fileURL);
 
-  /// The request as the interceptor gets it. Its header fields are those of `buildHeaders()`, then those that
-  /// the encoding sets; `headers` isn't read.
-  virtual std::expected<URLRequest, Failure> createURLRequest(
+  /// Returns the request for the interceptor. Its header fields are those of `buildHeaders()` and those that
+  /// the encoding sets; `headers` isn't used.
+  [[nodiscard]] virtual std::expected<URLRequest, Failure> createURLRequest(
       const std::shared_ptr<URLSessionProtocol>& urlSession, HTTPMethod method,
       const ParameterEncoding& encoding, const Headers& headers);
 
-  /// The latest task has ended: lets its credential go.
+  /// Called when the latest task has ended: removes its credential from the `credentialStore`.
   virtual void cleanUp();
 
-  /// The try failed: asks the interceptor whether to go through `execute(completion)` once more.
+  /// Called when a try has failed: asks the interceptor whether to call `execute(completion)` again.
   virtual void retry(const URLSessionExchange& exchange, int code, const Failure& failure,
                      const Completion& completion);
 
-  /// The answer's status is a success, `response` is what `exchange.response` points to: tells the
-  /// interceptor and the completion what the body is, or why there is none.
+  /// Called when the response has a successful status. Must call `succeed` with the body or `fail`.
+  /// `response` is the object of `exchange.response`.
   virtual void processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                       const std::optional<Failure>& error, const Completion& completion);
 
-  /// The configuration's custom headers, and over them those of the builder.
-  virtual Headers buildHeaders();
+  /// Returns the configuration's custom headers and the builder's headers, which override them.
+  [[nodiscard]] virtual Headers buildHeaders();
 
-  /// The decoded path without its first "/".
-  virtual std::expected<std::string, Failure> pathOf(const URL& url);
+  /// Returns the decoded path without its first "/".
+  [[nodiscard]] virtual std::expected<std::string, Failure> pathOf(const URL& url);
 
-  /// The text of "filename=" in a "Content-Disposition" field (RFC 6266) without its quotes; may be empty.
-  virtual std::optional<std::string> fileNameFrom(const std::optional<std::string>& contentDisposition);
+  /// Returns the value of "filename=" in a "Content-Disposition" field (RFC 6266), without quotes. It may be
+  /// empty. No value if there is no such field or parameter.
+  [[nodiscard]] virtual std::optional<std::string> fileNameFrom(
+      const std::optional<std::string>& contentDisposition);
 
-  /// Fails with `DownloadException::requestMissingURL`.
-  virtual std::expected<URL, Failure> urlOf(const URLRequest& request);
+  /// Returns the request's URL, or the error `DownloadException::requestMissingURL`.
+  [[nodiscard]] virtual std::expected<URL, Failure> urlOf(const URLRequest& request);
 
  protected:
-  /// Tells the interceptor, then the completion, of a success on this thread.
+  /// Passes the body to the interceptor's `didComplete` and to the completion, on this thread.
   void succeed(const URLSessionExchange& exchange, const HTTPURLResponse& response, std::any body,
                const Completion& completion);
-  /// Tells the interceptor, then the completion, of a failure on this thread. Both hear of `data`.
+  /// Passes the failure and `data` to the interceptor's `didComplete` and to the completion, on this thread.
   void fail(const URLSessionExchange& exchange, int code, const std::optional<Data>& data,
             const Failure& failure, const Completion& completion);
 
@@ -156,12 +163,12 @@ class URLSessionRequestBuilder : public RequestBuilder {
                  const Completion& completion);
 };
 
-/// Sends a request, and makes its answer a body of the builder's type: text, a file, nothing, bytes, or what
-/// the configuration's `codableHelper` reads from JSON.
+/// Sends a request and decodes the body of its response as the builder's body type: text, a file, nothing,
+/// bytes, or JSON, which the configuration's `codableHelper` decodes.
 ///
-/// Text that is no UTF-8 is the empty text. A file lies in `cachesDirectory()`, under the path of the
-/// request's URL, with the file name that "Content-Disposition" gives or one of its own; an answer or a URL
-/// whose names would lead elsewhere fails with code 400. An earlier file of the name is replaced at once.
+/// Text that isn't UTF-8 becomes the empty text. A file is written to `cachesDirectory()`, below the path of
+/// the request's URL, with the file name of "Content-Disposition" or a new unique one. It replaces an earlier
+/// file atomically. A path or name that leads outside the directory fails with code 400.
 class URLSessionDecodableRequestBuilder : public URLSessionRequestBuilder {
  public:
   using URLSessionRequestBuilder::URLSessionRequestBuilder;
@@ -169,7 +176,7 @@ class URLSessionDecodableRequestBuilder : public URLSessionRequestBuilder {
   void processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                               const std::optional<Failure>& error, const Completion& completion) override;
 
-  /// Where downloaded files go: `CachesDirectory::path()`.
+  /// Returns the directory of downloaded files; `CachesDirectory::path()` by default.
   [[nodiscard]] virtual std::filesystem::path cachesDirectory() const;
 
  private:
@@ -181,7 +188,7 @@ class URLSessionDecodableRequestBuilder : public URLSessionRequestBuilder {
               const Completion& completion);
 };
 
-/// Names the kinds above.
+/// The default factory, which creates builders of the two classes above.
 class URLSessionRequestBuilderFactory : public RequestBuilderFactory {
  public:
   [[nodiscard]] RequestBuilderKind getNonDecodableBuilder(const BodyType& bodyType) const override;

@@ -24,25 +24,26 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 namespace {
 
-using Told = detail::Once<RequestBuilder::Result>;
+using OnceCompletion = detail::Once<RequestBuilder::Result>;
 
-/// A completion that runs once, whoever calls it. A retry passes on the one that it has.
+/// Returns a completion that runs once, however often it is called. A retry passes such a completion on.
 RequestBuilder::Completion runOnce(RequestBuilder::Completion completion) {
-  if (completion.target<Told>() != nullptr) return completion;
+  if (completion.target<OnceCompletion>() != nullptr) return completion;
   detail::requireCompletion(completion != nullptr);
-  return Told(std::move(completion));
+  return OnceCompletion(std::move(completion));
 }
 
-/// The exception that is being handled came out of what may have called the completion. True if nobody told
-/// it yet, so that it has to hear of a failure. What the completion itself threw passes on.
-bool isUntold(const RequestBuilder::Completion& completion, std::string_view step) {
-  const Told& told = *completion.target<Told>();
-  if (told.hasThrown()) throw;
-  if (told.isUsed()) detail::reportDroppedException(step);
-  return !told.isUsed();
+/// Called in a `catch` block around code that may have called the completion. Returns true if the completion
+/// hasn't run, so that it must get the failure. If it has run, reports the exception as dropped, or rethrows
+/// it if the completion threw it.
+bool isPending(const RequestBuilder::Completion& completion, std::string_view step) {
+  const OnceCompletion& once = *completion.target<OnceCompletion>();
+  if (once.hasThrown()) throw;
+  if (once.isUsed()) detail::reportDroppedException(step);
+  return !once.isUsed();
 }
 
-void tell(const RequestBuilder::Completion& completion, RequestBuilder::Result result) {
+void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) {
   try {
     completion(std::move(result));
   } catch (...) {
@@ -51,7 +52,7 @@ void tell(const RequestBuilder::Completion& completion, RequestBuilder::Result r
   }
 }
 
-/// Even where there is no memory to copy the cause.
+/// Never throws: without memory to copy the cause, the cause is that lack of memory.
 ErrorResponse errorOf(const URLSessionExchange& exchange, int code, const std::optional<Data>& data,
                       const Failure& failure) {
   try {
@@ -76,7 +77,7 @@ std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given)
   try {
     start(completion);
   } catch (...) {
-    if (isUntold(completion, "RequestBuilder::execute")) {
+    if (isPending(completion, "RequestBuilder::execute")) {
       failLater({}, ErrorResponse::requestRefused, detail::currentFailure(), completion);
     }
   }
@@ -108,19 +109,20 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
 void URLSessionRequestBuilder::intercept(const URLRequest& request,
                                          const std::shared_ptr<URLSessionProtocol>& urlSession,
                                          const Completion& completion) {
-  using Answer = std::expected<URLRequest, Failure>;
-  std::optional<detail::Once<Answer>> intercepted;
+  using Response = std::expected<URLRequest, Failure>;
+  std::optional<detail::Once<Response>> intercepted;
   try {
-    intercepted.emplace([builder = self(), built = request, urlSession, completion](const Answer& answer) {
-      if (answer) {
-        builder->send(*answer, urlSession, completion);
-      } else {
-        builder->refuse(built, urlSession, answer.error(), completion);
-      }
-    });
+    intercepted.emplace(
+        [builder = self(), built = request, urlSession, completion](const Response& response) {
+          if (response) {
+            builder->send(*response, urlSession, completion);
+          } else {
+            builder->refuse(built, urlSession, response.error(), completion);
+          }
+        });
     apiConfiguration->interceptor()->intercept(request, urlSession, self(), *intercepted);
   } catch (...) {
-    if (!isUntold(completion, "OpenAPIInterceptor::intercept")) return;
+    if (!isPending(completion, "OpenAPIInterceptor::intercept")) return;
     if (intercepted && intercepted->isUsed()) {
       detail::reportDroppedException("OpenAPIInterceptor::intercept");
     } else if (intercepted) {
@@ -178,9 +180,9 @@ void URLSessionRequestBuilder::send(const URLRequest& request,
     URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
                                                                               credential());
   } catch (...) {
-    if (!isUntold(completion, "the making of a task")) return;
-    // Should the session go on with it all the same, nobody listens.
-    if (completed && !completed->use()) return detail::reportDroppedException("the making of a task");
+    if (!isPending(completion, "the making of a task")) return;
+    // If the session runs the task nevertheless, its result is ignored.
+    if (completed && !completed->discard()) return detail::reportDroppedException("the making of a task");
     return refuse(request, urlSession, detail::currentFailure(), completion);
   }
   requestTask->set(task);
@@ -189,7 +191,7 @@ void URLSessionRequestBuilder::send(const URLRequest& request,
   try {
     task->resume();
   } catch (...) {
-    if (!isUntold(completion, "URLSessionDataTaskProtocol::resume")) return;
+    if (!isPending(completion, "URLSessionDataTaskProtocol::resume")) return;
     if (!(*completed)(std::nullopt, nullptr, detail::currentFailure())) {
       detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
     }
@@ -216,7 +218,7 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
       processRequestResponse(exchange, *response, error, completion);
     }
   } catch (...) {
-    if (!isUntold(completion, "a step of a request builder")) return;
+    if (!isPending(completion, "a step of a request builder")) return;
     if (failure) return failLater(exchange, code, *failure, completion);
     fail(exchange, code, exchange.data, detail::currentFailure(), completion);
   }
@@ -238,24 +240,25 @@ std::optional<Failure> URLSessionRequestBuilder::failureOf(const URLSessionExcha
 
 void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int code, const Failure& failure,
                                      const Completion& given) {
-  // A kind of a host's own may give another than the one that it was given.
+  // A builder class of the host may pass another completion than the one that it got.
   const Completion completion = runOnce(given);
-  std::optional<detail::Once<OpenAPIInterceptorRetry>> answered;
+  std::optional<detail::Once<OpenAPIInterceptorRetry>> decided;
   try {
-    answered.emplace([builder = self(), exchange, code, failure, completion](OpenAPIInterceptorRetry answer) {
-      if (answer == OpenAPIInterceptorRetry::retry) {
-        builder->executeAgain(exchange, completion);
-      } else {
-        builder->failLater(exchange, code, failure, completion);
-      }
-    });
+    decided.emplace(
+        [builder = self(), exchange, code, failure, completion](OpenAPIInterceptorRetry decision) {
+          if (decision == OpenAPIInterceptorRetry::retry) {
+            builder->executeAgain(exchange, completion);
+          } else {
+            builder->failLater(exchange, code, failure, completion);
+          }
+        });
     apiConfiguration->interceptor()->retry(exchange.request, exchange.session, self(), exchange.data,
-                                           exchange.response, failure, *answered);
+                                           exchange.response, failure, *decided);
   } catch (...) {
-    if (!isUntold(completion, "OpenAPIInterceptor::retry")) return;
+    if (!isPending(completion, "OpenAPIInterceptor::retry")) return;
     detail::reportDroppedException("OpenAPIInterceptor::retry");
-    if (answered) {
-      (*answered)(OpenAPIInterceptorRetry::dontRetry);
+    if (decided) {
+      (*decided)(OpenAPIInterceptorRetry::dontRetry);
     } else {
       failLater(exchange, code, failure, completion);
     }
@@ -267,7 +270,7 @@ void URLSessionRequestBuilder::executeAgain(const URLSessionExchange& exchange,
   try {
     execute(completion);
   } catch (...) {
-    if (isUntold(completion, "RequestBuilder::execute")) {
+    if (isPending(completion, "RequestBuilder::execute")) {
       refuse(exchange.request, exchange.session, detail::currentFailure(), completion);
     }
   }
@@ -285,15 +288,15 @@ void URLSessionRequestBuilder::processRequestResponse(const URLSessionExchange& 
 
 void URLSessionRequestBuilder::succeed(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                        std::any body, const Completion& completion) {
-  // Whatever needs memory comes before anybody is told.
-  AnyResponse answer(response, std::any(), exchange.data);
+  // Allocations come before the callbacks.
+  AnyResponse completed(response, std::any(), exchange.data);
   std::expected<std::any, Failure> result(std::in_place, std::move(body));
   detail::runListener("OpenAPIInterceptor::didComplete", [&] {
     apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), exchange.data,
                                                  exchange.response, result);
   });
-  answer.body = *std::move(result);
-  tell(completion, std::move(answer));
+  completed.body = *std::move(result);
+  complete(completion, std::move(completed));
 }
 
 void URLSessionRequestBuilder::fail(const URLSessionExchange& exchange, int code,
@@ -301,7 +304,7 @@ void URLSessionRequestBuilder::fail(const URLSessionExchange& exchange, int code
                                     const Completion& completion) {
   auto error = errorOf(exchange, code, data, failure);
   didFail(exchange, data, failure);
-  tell(completion, std::unexpected(std::move(error)));
+  complete(completion, std::unexpected(std::move(error)));
 }
 
 void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int code, const Failure& failure,
@@ -311,9 +314,9 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
   try {
     apiConfiguration->apiResponseQueue().post([completion, error] { completion(std::unexpected(error)); });
   } catch (...) {
-    if (!isUntold(completion, "MainQueue::post")) return;
+    if (!isPending(completion, "MainQueue::post")) return;
     detail::reportDroppedException("MainQueue::post");
-    tell(completion, std::unexpected(error));
+    complete(completion, std::unexpected(error));
   }
 }
 
@@ -339,7 +342,7 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
   auto url = URL::parse(URLString);
   if (!url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
   URLRequest request{.url = *std::move(url), .httpMethod = std::string(rawText(httpMethod))};
-  // A file may be of any size.
+  // A downloaded file may have any size.
   if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
   for (auto& [name, value] : buildHeaders()) request.headers.setValue(name, value);
   return encoding.encode(std::move(request), parameters);
@@ -354,7 +357,7 @@ void URLSessionRequestBuilder::cleanUp() {
 
 RequestBuilder::Headers URLSessionRequestBuilder::buildHeaders() {
   Headers fields = headers();
-  // Those that are there already stay.
+  // `merge` keeps existing entries.
   fields.merge(apiConfiguration->customHeaders());
   return fields;
 }
@@ -371,7 +374,7 @@ std::optional<std::string> URLSessionRequestBuilder::fileNameFrom(
   if (!contentDisposition) return std::nullopt;
   const std::size_t found = contentDisposition->find(key);
   if (found == std::string::npos) return std::nullopt;
-  // The piece between two semicolons that holds the key, without it.
+  // The part between two semicolons that contains the key, without the key.
   const std::size_t before = contentDisposition->rfind(';', found);
   const std::size_t start = before == std::string::npos ? 0 : before + 1;
   std::string piece = contentDisposition->substr(start, contentDisposition->find(';', found) - start);

@@ -10,7 +10,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
-/// Money in its loosest form.
+/// An amount of money in which every field is optional.
 struct Amounts {
   std::optional<Currency> currency = {};
   std::optional<std::string> total = {};
@@ -20,11 +20,11 @@ struct Amounts {
   static constexpr StringRule totalRule{.pattern = detail::shortAmountPattern};
   static constexpr FieldRule rules[] = {{CodingKeys::total, totalRule}};
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const Amounts&) const = default;
 };
 
-/// Money of a sale: the total, and what of it the customer adds or takes out in cash.
+/// The amounts of a sale: the total, the gratuity and the cash that the customer takes out.
 struct AmountsExtended {
   Currency currency = Currency::usd;
   std::string total;
@@ -40,11 +40,12 @@ struct AmountsExtended {
                                         {CodingKeys::gratuity, gratuityRule},
                                         {CodingKeys::cashback, cashbackRule}};
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const AmountsExtended&) const = default;
 };
 
-/// Money as the interface answers it. Alone of all keys, the gratuity's is capitalised: "Gratuity".
+/// The amounts of a response. The JSON key of the gratuity is "Gratuity", the only key with a capital letter
+/// at its start.
 struct AmountsResponse {
   Currency currency = Currency::usd;
   std::string approved;
@@ -79,7 +80,7 @@ struct AmountsResponse {
       {CodingKeys::surcharge, surchargeRule}, {CodingKeys::additionalFee, additionalFeeRule},
       {CodingKeys::balance, balanceRule}};
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const AmountsResponse&) const = default;
 };
 

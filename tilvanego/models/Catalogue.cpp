@@ -24,7 +24,7 @@ constexpr std::array<RecordType, sizeof...(Records)> describeAll() {
 
 template <HasUnknownCase... Enumerations>
 constexpr std::array<EnumerationType, sizeof...(Enumerations)> describeEnumerations() {
-  return {EnumerationType{detail::typeWord<Enumerations>, detail::caseDescriptions<Enumerations>}...};
+  return {EnumerationType{detail::typeText<Enumerations>, detail::caseDescriptions<Enumerations>}...};
 }
 
 constexpr auto records =
@@ -56,7 +56,7 @@ const Type* find(const std::array<Type, count>& all, std::string_view name) {
 
 }  // namespace
 
-std::string FieldDescription::typeWords() const {
+std::string FieldDescription::typeText() const {
   return isArray ? "array of " + std::string(type) : std::string(type);
 }
 

@@ -17,39 +17,43 @@
 #include <tilvanego/models/Record.h>
 #include <tilvanego/validation/Rules.h>
 
-/// All records and enumerations of the POI interface by name, for programs that learn at run time which one
-/// they want. Those that know their types include their headers instead.
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] models {
+/// All records and enumerations of the POI interface by name, for programs that choose a type at run time.
+/// Other programs include the headers of the types instead. All functions may be called from any thread.
+namespace tilvanego::models {
 
-/// One field of a record, in words.
+/// Describes one field of a record.
 struct FieldDescription {
+  /// The name of the C++ member.
   std::string_view name;
+  /// The JSON key.
   std::string_view key;
   /// "String", "Integer", "Boolean", "Date", "UUID", or the name of a record or an enumeration.
   std::string_view type;
-  /// A list of such values.
+  /// Whether the field is an array of `type`.
   bool isArray = false;
   bool required = false;
   std::optional<FieldRule::Rule> rule{};
 
-  /// Such as "array of String".
-  std::string typeWords() const;
+  /// Returns the whole type, such as "String" or "array of String".
+  [[nodiscard]] std::string typeText() const;
 };
 
+/// Describes one case of an enumeration.
 struct CaseDescription {
-  /// Without the underscore that a C++ keyword needs: "void".
+  /// The name of the C++ case, without the underscore of a C++ keyword: "void" for `void_`.
   std::string_view name;
+  /// The text in JSON.
   std::string_view text;
 };
 
+/// Describes an enumeration.
 struct EnumerationType {
-  /// "Status", and "EBT.ModelType" for one inside a record.
+  /// Such as "Status", or "EBT.ModelType" for an enumeration inside a record.
   std::string_view name;
   std::span<const CaseDescription> cases;
 };
 
-/// A value of a record, and the rule of its field. Both belong to others.
+/// A value of a record and the rule of its field. Valid as long as the record.
 template <typename T, typename OneRule>
 struct Ruled {
   const T& value;
@@ -59,25 +63,26 @@ using RuledValue =
     std::variant<Ruled<std::string, StringRule>, Ruled<std::int64_t, NumericRule<std::int64_t>>,
                  Ruled<std::vector<std::string>, ArrayRule>>;
 
-/// Told about each value under a rule, with its path in JSON keys: `trace.history[2].requestId`.
+/// Called for each value that has a rule. `path` consists of JSON keys: `trace.history[2].requestId`. May
+/// throw: the exception leaves `AnyRecord::visitRules`.
 using RuleVisitor = std::function<void(const std::string& path, const RuledValue& value)>;
 
 struct RecordType;
 
-/// A record of any type.
+/// A record whose type is known at run time. `RecordType::decode` creates it.
 class AnyRecord {
  public:
-  const RecordType& type() const { return *type_; }
-  /// As `models::encode`.
-  std::expected<std::string, JSONError> encode(const JSONFormat& format = {}) const;
-  /// Shows all values that are there and have a rule, those of records inside too, in the order of the
-  /// fields. It is the visitor that says which rules are broken.
+  [[nodiscard]] const RecordType& type() const { return *type_; }
+  /// Like `models::encode`.
+  [[nodiscard]] std::expected<std::string, JSONError> encode(const JSONFormat& format = {}) const;
+  /// Calls `visitor` for each value that is present and has a rule, also in nested records, in the order of
+  /// the fields. Checks nothing: the visitor may compare the value with its rule.
   void visitRules(const RuleVisitor& visitor) const;
-  /// Whether a field of the record itself holds an unknown text of its enumeration; nothing for the records
-  /// that don't tell.
-  std::optional<bool> containsUnknownDefaultOpenApiCase() const;
-  std::size_t hash() const;
-  /// Of the same type and equal.
+  /// Returns the record's own `containsUnknownDefaultOpenApiCase()`, or no value if it doesn't define that
+  /// function.
+  [[nodiscard]] std::optional<bool> containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] std::size_t hash() const;
+  /// True if type and content are equal.
   bool operator==(const AnyRecord& other) const;
 
  private:
@@ -88,15 +93,17 @@ class AnyRecord {
   std::unique_ptr<void, void (*)(void*)> record_;
 };
 
-/// What is known of one record.
+/// Describes a record type.
 struct RecordType {
   std::string_view name;
+  /// In the order of the members.
   std::span<const FieldDescription> fields;
 
-  /// As `models::decode`.
-  std::expected<AnyRecord, JSONError> decode(std::string_view text, const JSONLimits& limits = {}) const;
+  /// Like `models::decode`.
+  [[nodiscard]] std::expected<AnyRecord, JSONError> decode(std::string_view text,
+                                                           const JSONLimits& limits = {}) const;
 
-  /// The operations on a record whose type isn't known; `AnyRecord` calls them.
+  /// Functions on a record of this type. `AnyRecord` calls them.
   struct Operations {
     const json::RecordTable& (*table)();
     void* (*make)();
@@ -108,13 +115,12 @@ struct RecordType {
   } operations;
 };
 
-/// All 41 records and all 19 enumerations, ascending by the code points of their names.
-std::span<const RecordType> recordTypes();
-std::span<const EnumerationType> enumerationTypes();
+/// Return all 41 records and all 19 enumerations, in ascending order of their names' code points.
+[[nodiscard]] std::span<const RecordType> recordTypes();
+[[nodiscard]] std::span<const EnumerationType> enumerationTypes();
 
-/// Null if there is none of exactly this name.
-const RecordType* findRecordType(std::string_view name);
-const EnumerationType* findEnumerationType(std::string_view name);
+/// Return the type with this name, which is case-sensitive, or null.
+[[nodiscard]] const RecordType* findRecordType(std::string_view name);
+[[nodiscard]] const EnumerationType* findEnumerationType(std::string_view name);
 
-}  // namespace models
-}  // namespace tilvanego
+}  // namespace tilvanego::models

@@ -17,10 +17,10 @@
 #include <tilvanego/values/UUID.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
-/// How the catalogue's entries come out of the types themselves.
+/// Creates the entries of the catalogue from the types at compile time.
 namespace tilvanego::models::detail {
 
-/// The characters of a type's name, points for colons: "EBT.ModelType".
+/// The characters of a type's name with "." in place of "::", such as "EBT.ModelType".
 template <typename T>
 inline constexpr auto dottedCharacters = [] {
   constexpr std::string_view name =
@@ -36,17 +36,17 @@ inline constexpr auto dottedCharacters = [] {
 }();
 
 template <typename T>
-inline constexpr std::string_view typeWord{dottedCharacters<T>.data(), dottedCharacters<T>.size()};
+inline constexpr std::string_view typeText{dottedCharacters<T>.data(), dottedCharacters<T>.size()};
 template <>
-inline constexpr std::string_view typeWord<std::string> = "String";
+inline constexpr std::string_view typeText<std::string> = "String";
 template <>
-inline constexpr std::string_view typeWord<std::int64_t> = "Integer";
+inline constexpr std::string_view typeText<std::int64_t> = "Integer";
 template <>
-inline constexpr std::string_view typeWord<bool> = "Boolean";
+inline constexpr std::string_view typeText<bool> = "Boolean";
 template <>
-inline constexpr std::string_view typeWord<Date> = "Date";
+inline constexpr std::string_view typeText<Date> = "Date";
 template <>
-inline constexpr std::string_view typeWord<UUID> = "UUID";
+inline constexpr std::string_view typeText<UUID> = "UUID";
 
 // Members
 
@@ -64,7 +64,7 @@ using Member = json::detail::FieldAt<R, index>::Type;
 template <Record R, std::size_t index>
 using Value = json::detail::OptionalTraits<Member<R, index>>::Value;
 
-/// The kind of rule that a value can have.
+/// The type of the rules for values of type T.
 template <typename T>
 struct RuleOf;
 template <>
@@ -90,9 +90,9 @@ inline constexpr auto rulesByField = [] {
   return all;
 }();
 
-// Mistakes in a declaration
+// Checks of a declaration
 
-/// The rule of a field is the constant that is named after it.
+/// Whether the rule of the field is the constant that is named after the field.
 template <Record R, std::size_t index>
 consteval bool ruleIsNamedAfterItsField() {
   if constexpr (!rulesByField<R>[index].has_value()) {
@@ -118,32 +118,32 @@ consteval bool eachFieldHasOneRule() {
   return true;
 }
 
-/// An enumeration that reads unknown texts as its case for them.
+/// Whether the enumeration reads unknown texts as `unknownDefaultOpenApi`.
 template <typename Enumeration>
 inline constexpr bool isOpen = std::is_base_of_v<OpenRawTexts<Enumeration>, RawTexts<Enumeration>>;
 
 template <typename T>
-inline constexpr bool isSoundValue = true;
+inline constexpr bool isValidMember = true;
 template <typename T>
   requires std::is_enum_v<T>
-inline constexpr bool isSoundValue<T> = HasUnknownCase<T> && isOpen<T>;
+inline constexpr bool isValidMember<T> = HasUnknownCase<T> && isOpen<T>;
 
 template <typename R>
-concept TellsOfUnknownCases = requires(const R& record) { record.containsUnknownDefaultOpenApiCase(); };
+concept ReportsUnknownCases = requires(const R& record) { record.containsUnknownDefaultOpenApiCase(); };
 
-/// Says of itself that it doesn't tell, though it could.
+/// A record that has enumerations but, on purpose, no `containsUnknownDefaultOpenApiCase`.
 template <typename R>
-concept KeepsUnknownCasesSecret = requires { requires !R::tellsOfUnknownCases; };
+concept OmitsUnknownCaseReport = requires { requires !R::reportsUnknownCases; };
 
 template <Record R>
 consteval void checkDeclaration() {
   []<std::size_t... index>(std::index_sequence<index...>) {
     static_assert((ruleIsNamedAfterItsField<R, index>() && ...),
                   "a rule is the constant named after its field: totalRule for total");
-    static_assert((isSoundValue<typename ListTraits<Value<R, index>>::Element> && ...),
+    static_assert((isValidMember<typename ListTraits<Value<R, index>>::Element> && ...),
                   "the raw texts of an enumeration in a record derive from OpenRawTexts");
     static_assert(
-        !(HasUnknownCase<Value<R, index>> || ...) || TellsOfUnknownCases<R> || KeepsUnknownCasesSecret<R>,
+        !(HasUnknownCase<Value<R, index>> || ...) || ReportsUnknownCases<R> || OmitsUnknownCaseReport<R>,
         "a record with enumerations has containsUnknownDefaultOpenApiCase");
   }(std::make_index_sequence<json::fieldCount<R>>());
   static_assert(eachFieldHasOneRule<R>(), "a field has one rule at most");
@@ -156,7 +156,7 @@ constexpr auto describeFields() {
     return std::array{
         FieldDescription{.name = json::detail::enumeratorName<static_cast<typename R::CodingKeys>(index)>,
                          .key = json::recordKeys<R>()[index],
-                         .type = typeWord<typename ListTraits<Value<R, index>>::Element>,
+                         .type = typeText<typename ListTraits<Value<R, index>>::Element>,
                          .isArray = ListTraits<Value<R, index>>::value,
                          .required = !json::detail::OptionalTraits<Member<R, index>>::value,
                          .rule = rulesByField<R>[index]}...};
@@ -189,7 +189,7 @@ template <Record R, std::size_t index>
 void visitField(const Value<R, index>& value, const std::string& path, const RuleVisitor& visitor) {
   if constexpr (rulesByField<R>[index].has_value()) {
     using OneRule = RuleOf<Value<R, index>>::Type;
-    // No address is looked at here: g++'s sanitizer takes that out of what it can do while it compiles.
+    // No address is compared here: with a sanitizer, g++ can't do that at compile time.
     static constexpr auto anyRule = rulesByField<R>[index];
     static_assert(std::holds_alternative<const OneRule*>(*anyRule),
                   "a rule is of the kind that its field's type can have");
@@ -198,14 +198,14 @@ void visitField(const Value<R, index>& value, const std::string& path, const Rul
   visitInside(value, path, visitor);
 }
 
-/// Has a rule, or may hold fields that have.
+/// Whether the field has a rule, or is a record or an array of records, whose fields may have rules.
 template <Record R, std::size_t index>
-inline constexpr bool isOnTheWay =
+inline constexpr bool mayHaveRules =
     rulesByField<R>[index].has_value() || Record<typename ListTraits<Value<R, index>>::Element>;
 
 template <Record R, std::size_t index>
 void visitMember(const Member<R, index>& member, const std::string& prefix, const RuleVisitor& visitor) {
-  if constexpr (!isOnTheWay<R, index>) return;
+  if constexpr (!mayHaveRules<R, index>) return;
   const std::string path = prefix + std::string(json::recordKeys<R>()[index]);
   if constexpr (json::detail::OptionalTraits<Member<R, index>>::value) {
     if (member) visitField<R, index>(*member, path, visitor);
@@ -214,7 +214,7 @@ void visitMember(const Member<R, index>& member, const std::string& prefix, cons
   }
 }
 
-/// `prefix` is what stands before the record's keys: nothing, or the record's path and a point.
+/// `prefix` is the start of the paths: empty, or the record's own path and ".".
 template <Record R>
 void visitRules(const R& record, const std::string& prefix, const RuleVisitor& visitor) {
   [&]<std::size_t... index>(std::index_sequence<index...>) {
@@ -226,7 +226,7 @@ void visitRules(const R& record, const std::string& prefix, const RuleVisitor& v
 
 template <Record R>
 std::optional<bool> containsUnknownCase(const R& record) {
-  if constexpr (TellsOfUnknownCases<R>) {
+  if constexpr (ReportsUnknownCases<R>) {
     return record.containsUnknownDefaultOpenApiCase();
   } else {
     return std::nullopt;
@@ -240,7 +240,7 @@ const R& as(const void* record) {
 
 template <Record R>
 constexpr RecordType describe() {
-  return {.name = typeWord<R>,
+  return {.name = typeText<R>,
           .fields = fieldDescriptions<R>,
           .operations = {
               .table = &json::Described<R>::table,

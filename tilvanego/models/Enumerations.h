@@ -8,7 +8,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
-/// What is paid with.
+/// The kind of payment.
 enum class TenderType {
   credit,
   debit,
@@ -17,13 +17,13 @@ enum class TenderType {
   unknownDefaultOpenApi,
 };
 
-/// The wire knows one currency.
+/// The interface defines one currency.
 enum class Currency {
   usd,
   unknownDefaultOpenApi,
 };
 
-/// What the processor decided, in words.
+/// The processor's decision as a text.
 enum class AuthMessageEnum {
   approved,
   force,
@@ -45,7 +45,7 @@ enum class AuthMessageEnum {
   unknownDefaultOpenApi,
 };
 
-/// What the check of the card's security code gave. No answer at all is a value of its own.
+/// The result of the check of the card's security code. `empty` is the empty text.
 enum class CVV2ResponseCode {
   m,
   n,
@@ -57,7 +57,7 @@ enum class CVV2ResponseCode {
   unknownDefaultOpenApi,
 };
 
-/// What the check of the address gave. No answer at all is a value of its own.
+/// The result of the check of the address. `empty` is the empty text.
 enum class AVSResponseCode {
   d,
   f,

@@ -13,7 +13,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
-/// What kind of error the interface reports.
+/// The type of an error that the interface reports.
 enum class ErrorType {
   authentication,
   authorization,
@@ -31,7 +31,7 @@ enum class ErrorType {
   unknownDefaultOpenApi,
 };
 
-/// An error in its plain form.
+/// An error with a code and a message.
 struct ModelError {
   std::int64_t code = 0;
   std::string message;
@@ -41,7 +41,7 @@ struct ModelError {
   bool operator==(const ModelError&) const = default;
 };
 
-/// One violation: where it is and which value it is about.
+/// One violation: its location, the value and a message.
 struct ErrorDetail {
   std::optional<std::string> source = {};
   std::optional<std::string> value = {};
@@ -52,7 +52,7 @@ struct ErrorDetail {
   bool operator==(const ErrorDetail&) const = default;
 };
 
-/// An error in its detailed form: each detail is one violation.
+/// An error with details; each detail is one violation.
 struct ApiViolation {
   std::optional<std::string> message = {};
   std::optional<UUID> traceId = {};
@@ -64,8 +64,8 @@ struct ApiViolation {
 
   enum class CodingKeys { message, traceId, errorType, errorCode, value, source, details };
 
-  /// Alone of the records with an enumeration, it has no `containsUnknownDefaultOpenApiCase`.
-  static constexpr bool tellsOfUnknownCases = false;
+  /// The only record with an enumeration that has no `containsUnknownDefaultOpenApiCase`.
+  static constexpr bool reportsUnknownCases = false;
 
   bool operator==(const ApiViolation&) const = default;
 };

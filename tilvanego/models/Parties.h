@@ -11,7 +11,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
-/// A postal address; the country may be left open.
+/// A postal address; the country is optional.
 struct Address {
   std::string address1;
   std::optional<std::string> address2 = {};
@@ -26,7 +26,7 @@ struct Address {
   bool operator==(const Address&) const = default;
 };
 
-/// Where goods go: a country and a recipient are needed, unlike in an `Address`.
+/// A delivery address. Unlike in an `Address`, the country and a recipient are required.
 struct ShippingAddress {
   std::string address1;
   std::optional<std::string> address2 = {};
@@ -55,7 +55,7 @@ struct ShippingAddress {
   bool operator==(const ShippingAddress&) const = default;
 };
 
-/// Who pays.
+/// The customer who pays.
 struct Customer {
   std::optional<std::string> name = {};
   std::optional<std::string> email = {};
@@ -71,7 +71,7 @@ struct Customer {
   bool operator==(const Customer&) const = default;
 };
 
-/// A place, its coordinates as texts.
+/// A location, with its coordinates as texts.
 struct GpsLocation {
   std::string latitude;
   std::string longitude;
@@ -82,7 +82,7 @@ struct GpsLocation {
   bool operator==(const GpsLocation&) const = default;
 };
 
-/// The part of a sale that a health benefit pays, in total and by category.
+/// The amounts of a sale that a health benefit pays: the total and the amount of each category.
 struct Healthcare {
   std::optional<std::string> totalAmount = {};
   std::optional<std::string> prescription = {};
@@ -110,7 +110,7 @@ struct Healthcare {
   bool operator==(const Healthcare&) const = default;
 };
 
-/// An electronic benefit transfer. No rule ties the voucher's number to the type.
+/// An electronic benefit transfer. The voucher's number is optional for every type.
 struct EBT {
   enum class ModelType {
     cash,
@@ -124,7 +124,7 @@ struct EBT {
 
   enum class CodingKeys { type, voucherNumber };
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const EBT&) const = default;
 };
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-/// Patterns that several rules share. The slashes belong to them: since they are looked for in the value too,
-/// no value matches. That is how the interface publishes its rules, and they are kept to the letter.
+/// Patterns that several rules share, as the interface publishes them. The slashes are part of the patterns:
+/// they must occur in the value too, so no value matches.
 namespace tilvanego::models::detail {
 
 inline constexpr std::string_view shortAmountPattern = R"(/^\d{1,9}\.?\d{0,2}$/)";

@@ -5,7 +5,7 @@
 namespace tilvanego::models::detail {
 namespace {
 
-// Why a text was refused: it costs too much, it is no JSON, or else a field, the first of those at fault.
+/// Order of the errors: a limit, then invalid JSON, then the first invalid field.
 JSONError explain(const std::function<bool(json::Reader&)>& read, std::string_view text,
                   const JSONLimits& limits, JSONError&& firstMet) {
   if (firstMet.failure == JSONFailure::beyondLimit) return std::move(firstMet);

@@ -14,61 +14,55 @@
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/validation/Rules.h>
 
-/// The records of the POI interface are plain structs with mutable members. A required field stands as its
-/// type, an optional one as `std::optional`; an enumeration that is required begins as `Currency::usd` or as
-/// `unknownDefaultOpenApi`, so that a forgotten one is seen. Records are compared and hashed member by
-/// member. Nothing checks a record by its rules unless the caller does.
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] models {
+/// The records of the POI interface are plain structs. An optional field is a `std::optional`. A required
+/// enumeration is initialised with `unknownDefaultOpenApi`, a currency with `Currency::usd`. `==` and
+/// `std::hash` use all members. Encoding and decoding don't check the rules of the fields; use a `Validator`.
+namespace tilvanego::models {
 
+/// A struct with an enumeration `CodingKeys` that has one case for each member.
 template <typename T>
 concept Record = json::NamesItsKeys<T>;
 
-/// A rule constant of a record, and the field that it is about.
+/// A field of a record and its rule.
 struct FieldRule {
   using Rule = std::variant<const StringRule*, const NumericRule<std::int64_t>*, const ArrayRule*>;
 
-  /// The rule isn't copied: it is a constant of the record.
+  /// Keeps a pointer to `constant`, which must be a static constant of the record.
   template <json::IsCodingKeys Keys, typename AnyRule>
   constexpr FieldRule(Keys key, const AnyRule& constant)
       : field(static_cast<std::size_t>(key)), rule(&constant) {}
 
-  /// The place of the field in the record.
+  /// The index of the field in the record.
   std::size_t field;
   Rule rule;
 };
 
-/// Records of one kind, such as an answer that lists them.
+/// A `std::vector` of one record type.
 template <typename T>
 concept RecordList = std::same_as<T, std::vector<typename T::value_type>> && Record<typename T::value_type>;
 
 template <typename T>
 concept RecordOrList = Record<T> || RecordList<T>;
 
-}  // namespace models
-}  // namespace tilvanego
+namespace detail {
 
-namespace tilvanego::models::detail {
+/// Decodes one value of the text by `read`. On failure returns false and sets `error`.
+[[nodiscard]] bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view text,
+                            const JSONLimits& limits, JSONError& error);
+/// Returns the format with the dates of the records, unless it has dates of its own.
+[[nodiscard]] JSONFormat withDates(JSONFormat format);
 
-/// Reads with `read`, which goes through one value. The error is that of the first field at fault.
-bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view text, const JSONLimits& limits,
-              JSONError& error);
-/// The format with the dates that the records have unless it says otherwise.
-JSONFormat withDates(JSONFormat format);
+}  // namespace detail
 
-}  // namespace tilvanego::models::detail
-
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] models {
-
-/// Reads the JSON text (RFC 8259 in UTF-8) of a record, or of a list of records: `decode<Trace>(text)`,
-/// `decode<std::vector<Trace>>(text)`. A required key that is missing or null, a value of another type, a
-/// date of none of the three patterns (`JSONDates::api`), a text that is no JSON and one beyond the limits
-/// are refused; unknown keys are passed over and lost; unknown texts of enumerations become
-/// `unknownDefaultOpenApi`. The error is that of the first field, in the record's order, that is at fault;
-/// `JSONError::report()` says it in one line. Any thread may call this.
+/// Decodes the JSON text (RFC 8259 in UTF-8) of a record or of an array of records: `decode<Trace>(text)`,
+/// `decode<std::vector<Trace>>(text)`. Any thread may call this.
+///
+/// Fails if a required key is missing or null, a value has another type, a date has none of the three forms
+/// of `JSONDates::api`, the text isn't JSON, or a limit is exceeded. The error is the one of the first
+/// invalid field in the record's order; `JSONError::report()` returns it as one line. Unknown keys are
+/// ignored, and unknown texts of enumerations become `unknownDefaultOpenApi`.
 template <RecordOrList T>
-std::expected<T, JSONError> decode(std::string_view text, const JSONLimits& limits = {}) {
+[[nodiscard]] std::expected<T, JSONError> decode(std::string_view text, const JSONLimits& limits = {}) {
   std::expected<T, JSONError> value;
   JSONError error;
   const auto read = [&value](json::Reader& reader) { return json::Codec<T>::read(reader, *value); };
@@ -76,13 +70,14 @@ std::expected<T, JSONError> decode(std::string_view text, const JSONLimits& limi
   return value;
 }
 
-/// Writes a record or a list of records as JSON text; absent fields leave no key. Dates have milliseconds, in
-/// UTC, unless the format says otherwise. Fails on texts that aren't UTF-8, on dates that have no text and on
-/// values that are no case of their enumeration. Any thread may call this.
+/// Encodes a record or an array of records as JSON text. Fields without a value have no key. Dates are in UTC
+/// with milliseconds, unless the format has other dates. Any thread may call this.
+///
+/// Fails for texts that aren't UTF-8, dates that have no text, and values that aren't a case of their
+/// enumeration.
 template <RecordOrList T>
-std::expected<std::string, JSONError> encode(const T& value, const JSONFormat& format = {}) {
+[[nodiscard]] std::expected<std::string, JSONError> encode(const T& value, const JSONFormat& format = {}) {
   return json::encode(value, detail::withDates(format));
 }
 
-}  // namespace models
-}  // namespace tilvanego
+}  // namespace tilvanego::models

@@ -12,7 +12,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
-/// Cancels what the terminal is doing.
+/// Cancels the current operation of the terminal.
 struct CancelRequest {
   std::optional<std::int64_t> timeout = {};
 
@@ -21,7 +21,7 @@ struct CancelRequest {
   bool operator==(const CancelRequest&) const = default;
 };
 
-/// How the cancel went.
+/// The result of a cancel.
 struct CancelResponse {
   std::optional<std::string> status = {};
 
@@ -33,7 +33,7 @@ struct CancelResponse {
   bool operator==(const CancelResponse&) const = default;
 };
 
-/// A command to the terminal as text.
+/// A command for the terminal, as text.
 struct PoslinkRequest {
   std::optional<std::int64_t> timeout = {};
   std::string command;
@@ -43,7 +43,7 @@ struct PoslinkRequest {
   bool operator==(const PoslinkRequest&) const = default;
 };
 
-/// The terminal's answer to a command.
+/// The terminal's response to a command.
 struct PoslinkResponse {
   std::optional<std::string> response = {};
 
@@ -66,7 +66,7 @@ struct ProcessPoiRebootRequest {
   bool operator==(const ProcessPoiRebootRequest&) const = default;
 };
 
-/// Prints a receipt again. Its key "mmid" is lower case, unlike "mmId" in the transaction requests.
+/// Prints a receipt again. Its JSON key is "mmid", in the transaction requests it is "mmId".
 struct ReprintReceiptRequest {
   enum class Copy {
     customer,
@@ -94,11 +94,11 @@ struct ReprintReceiptRequest {
   static constexpr StringRule transactionIdRule{.pattern = detail::transactionIdPattern};
   static constexpr FieldRule rules[] = {{CodingKeys::transactionId, transactionIdRule}};
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const ReprintReceiptRequest&) const = default;
 };
 
-/// Prints a text of one's own.
+/// Prints any text.
 struct CustomReceiptRequest {
   std::optional<std::int64_t> timeout = {};
   std::string content;
@@ -108,7 +108,7 @@ struct CustomReceiptRequest {
   bool operator==(const CustomReceiptRequest&) const = default;
 };
 
-/// How a print went.
+/// The result of a print.
 struct ReceiptResponse {
   std::optional<std::string> outcome = {};
 
@@ -117,9 +117,9 @@ struct ReceiptResponse {
   bool operator==(const ReceiptResponse&) const = default;
 };
 
-/// How a dialog looks.
+/// The style of a dialog.
 struct ShowDialogStyle {
-  /// The wire knows each colour in lower and in upper case, as two values.
+  /// The interface defines each colour in lower and in upper case, as two values.
   enum class TextColor {
     light,
     light2,
@@ -128,7 +128,7 @@ struct ShowDialogStyle {
     unknownDefaultOpenApi,
   };
 
-  /// As with colours, each size in lower and in upper case.
+  /// Each size in lower and in upper case, like the colours.
   enum class TextSize {
     small,
     small2,
@@ -149,7 +149,7 @@ struct ShowDialogStyle {
       .pattern = R"(/^#?([A-Fa-f0-9]{3}|[A-Fa-f0-9]{4}|[A-Fa-f0-9]{6}|[A-Fa-f0-9]{8})$/)"};
   static constexpr FieldRule rules[] = {{CodingKeys::backgroundColor, backgroundColorRule}};
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const ShowDialogStyle&) const = default;
 };
 
@@ -180,7 +180,7 @@ struct ShowDialogRequest {
   bool operator==(const ShowDialogRequest&) const = default;
 };
 
-/// What was chosen in a dialog.
+/// The choice that was made in a dialog.
 struct ShowDialogResponse {
   std::optional<std::string> selected = {};
 

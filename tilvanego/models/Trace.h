@@ -12,7 +12,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
-/// What a request says about its origin, to be found again in answers and listings.
+/// Data about the origin of a request, which responses and lists return.
 struct Trace {
   std::optional<std::string> cashier = {};
   std::optional<std::string> clientIp = {};
@@ -31,7 +31,7 @@ struct Trace {
   bool operator==(const Trace&) const = default;
 };
 
-/// The identifiers of a payment by click to pay.
+/// The identifiers of a click-to-pay payment.
 struct ClickToPayTraceData {
   std::string merchantTransactionId;
   std::string correlationId;
@@ -42,7 +42,7 @@ struct ClickToPayTraceData {
   bool operator==(const ClickToPayTraceData&) const = default;
 };
 
-/// One step in the life of a transaction.
+/// One step in the history of a transaction.
 struct TransactionHistoryRecord {
   enum class Action {
     _init,
@@ -61,11 +61,11 @@ struct TransactionHistoryRecord {
 
   enum class CodingKeys { action, requestId, correlationId, timestamp };
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const TransactionHistoryRecord&) const = default;
 };
 
-/// What the interface knows about a transaction's origin and its history.
+/// Data about the origin and the history of a transaction.
 struct TraceResponse {
   std::optional<std::string> cashier = {};
   std::optional<std::string> clientIp = {};

@@ -49,7 +49,7 @@ struct SaleAndAuthRequest {
   bool operator==(const SaleAndAuthRequest&) const = default;
 };
 
-/// A refund; without amounts, of everything.
+/// A refund. Without amounts, the whole amount is refunded.
 struct RefundRequest {
   std::optional<std::int64_t> timeout = {};
   std::optional<Amounts> amounts = {};
@@ -63,7 +63,7 @@ struct RefundRequest {
   bool operator==(const RefundRequest&) const = default;
 };
 
-/// A credit without a transaction before it.
+/// A credit without an earlier transaction.
 struct CreditRequest {
   std::optional<std::int64_t> timeout = {};
   std::optional<std::string> transactionId = {};
@@ -83,7 +83,7 @@ struct CreditRequest {
   bool operator==(const CreditRequest&) const = default;
 };
 
-/// A sale that was authorized by other means, under the code that was given for it.
+/// A sale that was authorized by other means, with its authorization code.
 struct ForceRequest {
   std::optional<std::int64_t> timeout = {};
   std::optional<std::string> transactionId = {};

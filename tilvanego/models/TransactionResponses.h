@@ -16,7 +16,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
-/// What the processor decided.
+/// The processor's decision.
 struct AuthResponse {
   std::optional<std::string> code = {};
   AuthMessageEnum message = AuthMessageEnum::unknownDefaultOpenApi;
@@ -27,11 +27,11 @@ struct AuthResponse {
 
   enum class CodingKeys { code, message, processorMessage, networkName, avsResponseCode, cvv2ResponseCode };
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const AuthResponse&) const = default;
 };
 
-/// The card, as far as it is shown.
+/// The parts of the card's data that may be shown.
 struct CardResponse {
   std::optional<std::string> name = {};
   std::optional<CardBrand> brand = {};
@@ -47,7 +47,7 @@ struct CardResponse {
   static constexpr FieldRule rules[] = {
       {CodingKeys::name, nameRule}, {CodingKeys::last4, last4Rule}, {CodingKeys::expiry, expiryRule}};
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const CardResponse&) const = default;
 };
 
@@ -62,7 +62,7 @@ struct VeilmarkCardToken {
   bool operator==(const VeilmarkCardToken&) const = default;
 };
 
-/// What the chip said; `entryMode` is any text here.
+/// The data of the card's chip (EMV). `entryMode` is any text here.
 struct EmvDataResponse {
   std::optional<std::string> aid = {};
   std::optional<std::string> appLabel = {};
@@ -79,7 +79,7 @@ struct EmvDataResponse {
   bool operator==(const EmvDataResponse&) const = default;
 };
 
-/// What the first digits of the card tell about its program.
+/// The program of the card, derived from its first digits.
 struct BinDataResponse {
   enum class Program {
     standard,
@@ -101,7 +101,7 @@ struct BinDataResponse {
 
   enum class CodingKeys { program, programCard };
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const BinDataResponse&) const = default;
 };
 
@@ -120,11 +120,11 @@ struct CVM {
 
   enum class CodingKeys { method, signature };
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const CVM&) const = default;
 };
 
-/// All that is known about one transaction. Everything may be absent, so that partial results can be read.
+/// All data of one transaction. Every field is optional, so that partial results can be decoded.
 struct TransactionResponse {
   std::optional<Status> status = {};
   std::optional<AmountsResponse> amounts = {};
@@ -167,12 +167,12 @@ struct TransactionResponse {
   static constexpr FieldRule rules[] = {{CodingKeys::reference, referenceRule},
                                         {CodingKeys::osTokenReference, osTokenReferenceRule}};
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const TransactionResponse&) const = default;
 };
 
-/// One row of a listing, flatter than a `TransactionResponse`: its `authMessage` is any text, its `entryMode`
-/// an enumeration.
+/// One row of a list of transactions. Unlike in a `TransactionResponse`, there are no nested records,
+/// `authMessage` is any text and `entryMode` an enumeration.
 struct ListTransactionResponseInstance {
   enum class TransactionType {
     sale,
@@ -224,11 +224,11 @@ struct ListTransactionResponseInstance {
                                         {CodingKeys::reference, referenceRule},
                                         {CodingKeys::osTokenReference, osTokenReferenceRule}};
 
-  bool containsUnknownDefaultOpenApiCase() const;
+  [[nodiscard]] bool containsUnknownDefaultOpenApiCase() const;
   bool operator==(const ListTransactionResponseInstance&) const = default;
 };
 
-/// The state of the terminal, not of a transaction.
+/// The state of the terminal.
 struct StatusResponse {
   std::optional<std::string> serial = {};
   std::optional<std::string> modelName = {};

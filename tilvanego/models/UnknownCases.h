@@ -24,9 +24,9 @@ bool isUnknownCase(const std::optional<Enumeration>& value) {
   return value == Enumeration::unknownDefaultOpenApi;
 }
 
-/// Whether a member of the record, not one of a record inside it, has the unknown case.
+/// Whether a member of the record itself, not of a nested record, is `unknownDefaultOpenApi`.
 template <json::NamesItsKeys Record>
-bool holdsUnknownCase(const Record& record) {
+[[nodiscard]] bool holdsUnknownCase(const Record& record) {
   return std::apply([](const auto&... member) { return (isUnknownCase(member) || ...); },
                     json::detail::tieMembers<json::fieldCount<Record>>(record));
 }

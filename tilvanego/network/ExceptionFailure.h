@@ -5,11 +5,12 @@
 #include <utility>
 
 #include <tilvanego/network/Failure.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The cause of a failure that came as an exception: of the host's code where the library asked it something,
-/// or of the library's own way, such as `std::bad_alloc`.
+/// A failure whose cause is an exception: one that a callback of the host threw, or one of the library's own,
+/// such as `std::bad_alloc`.
 ///
 /// ```cpp
 /// void goOnAfter(const Failure& failure) {
@@ -18,15 +19,15 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// ```
 class ExceptionFailure {
  public:
-  /// `exception` isn't null.
+  /// `exception` must not be null.
   explicit ExceptionFailure(std::exception_ptr exception) : exception_(std::move(exception)) {}
 
-  [[nodiscard]] const std::exception_ptr& exception() const { return exception_; }
-  /// The exception's `what()`, or that it has none.
+  [[nodiscard]] const std::exception_ptr& exception() const TILVANEGO_LIFETIMEBOUND { return exception_; }
+  /// The exception's `what()`, or "an exception of unknown type" if it isn't a `std::exception`.
   [[nodiscard]] std::string description() const;
 
  private:
-  // Nothing else, so that a `Failure` needs no memory for it.
+  // The only member: `std::any` in a `Failure` then holds this object without an allocation.
   std::exception_ptr exception_;
 };
 
@@ -34,8 +35,8 @@ class ExceptionFailure {
 
 namespace tilvanego::detail {
 
-/// The exception that is being handled as a failure: a `Failure` and a `CancellationError` as themselves, any
-/// other as an `ExceptionFailure`.
+/// Returns the exception that is being handled as a failure. A thrown `Failure` or `CancellationError` is
+/// returned unchanged, any other exception inside an `ExceptionFailure`. Call it in a `catch` block only.
 [[nodiscard]] Failure currentFailure();
 
 }  // namespace tilvanego::detail

@@ -6,21 +6,23 @@
 #include <type_traits>
 #include <utility>
 
-namespace [[gnu::visibility("default")]] tilvanego {
+#include <tilvanego/values/Lifetime.h>
 
-/// What can go into a `Failure`: a copyable value that says what went wrong in one line. That it is copyable
-/// isn't asked here, since a cause may hold a `Failure` itself.
+namespace tilvanego {
+
+/// A type that a `Failure` can hold. It must be copyable and must define `description()`, which returns one
+/// line of text. The concept doesn't check that it is copyable, because a cause may hold a `Failure` itself.
 template <typename Cause>
 concept FailureCause = requires(const Cause& cause) {
   { cause.description() } -> std::convertible_to<std::string>;
 };
 
-/// Any failure that the HTTP client runtime hands on unchanged: the session's, the JSON layer's, an
-/// interceptor's own. A host asks for the type that it expects with `as`.
+/// A failure of any type: of the session, of JSON decoding, of an interceptor of the host. The HTTP client
+/// passes it on unchanged. Use `as` to get the cause by its type.
 class Failure {
  public:
-  // Asked in this order, and by the concept for `description` first: whether a `Failure`, or an expected
-  // value with one, can be copied would ask for this constructor again.
+  // The order of the two constraints matters: a check whether a `Failure` is copyable would need this
+  // constructor again.
   template <typename Cause>
     requires(!std::same_as<std::remove_cvref_t<Cause>, Failure>) && FailureCause<Cause>
   Failure(Cause cause)
@@ -28,13 +30,13 @@ class Failure {
           return std::string(std::any_cast<const Cause&>(held).description());
         }) {}
 
-  /// The cause if it is of exactly this type, else null; valid as long as this object.
+  /// Returns the cause if it has exactly this type, else null. The pointer is valid as long as this object.
   template <typename Cause>
-  [[nodiscard]] const Cause* as() const {
+  [[nodiscard]] const Cause* as() const TILVANEGO_LIFETIMEBOUND {
     return std::any_cast<Cause>(&cause_);
   }
 
-  /// One line for a developer. Shows no credential and no body.
+  /// One line for a developer. The library's own causes show no credential and no body.
   [[nodiscard]] std::string description() const { return describe_(cause_); }
 
  private:

@@ -17,7 +17,7 @@ inline constexpr auto tokenCharacters = [] {
   return are;
 }();
 
-/// What method and header names are made of (RFC 9110, section 5.6.2).
+/// Whether the character may stand in a token, as method and header names are (RFC 9110, section 5.6.2).
 constexpr bool isTokenCharacter(char c) { return tokenCharacters[static_cast<unsigned char>(c)]; }
 
 constexpr bool isToken(std::string_view text) {

@@ -35,7 +35,7 @@ void addField(HTTPHeaders& headers, std::string_view line) {
 
 }  // namespace
 
-// A line that begins with a blank goes on with the value before it (RFC 9112, section 5.2).
+// A line that begins with a space or tab continues the value of the line before it (RFC 9112, section 5.2).
 HTTPHead readHead(std::string_view lines) {
   HTTPHead head;
   head.headers.reserve(static_cast<std::size_t>(std::ranges::count(lines, '\n')));

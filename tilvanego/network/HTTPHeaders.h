@@ -8,10 +8,12 @@
 #include <utility>
 #include <vector>
 
-namespace [[gnu::visibility("default")]] tilvanego {
+#include <tilvanego/values/Lifetime.h>
 
-/// HTTP header fields by name, whose case is kept but doesn't count (RFC 9110, section 5.1). A name stands
-/// once.
+namespace tilvanego {
+
+/// HTTP header fields. Names are case-insensitive (RFC 9110, section 5.1), their case is kept. Each name
+/// occurs once.
 class HTTPHeaders {
  public:
   struct Field {
@@ -23,18 +25,19 @@ class HTTPHeaders {
   HTTPHeaders() = default;
   HTTPHeaders(std::initializer_list<std::pair<std::string_view, std::string_view>> fields);
 
-  /// The value under the name, or none; valid until the headers change.
-  [[nodiscard]] std::optional<std::string_view> value(std::string_view name) const;
-  /// Replaces the value under the name, or adds the field at the end.
+  /// Returns the value of the field, or no value if there is no such field. Valid until the headers change.
+  [[nodiscard]] std::optional<std::string_view> value(std::string_view name) const TILVANEGO_LIFETIMEBOUND;
+  /// Replaces the field's value, or adds the field at the end.
   void setValue(std::string_view name, std::string value);
-  /// Puts ", " and the value behind the name's value, or adds the field at the end (RFC 9110, section 5.3).
+  /// Appends ", " and the value to the field's value (RFC 9110, section 5.3), or adds the field at the end.
   void addValue(std::string_view name, std::string value);
+  /// Removes the field if there is one.
   void remove(std::string_view name);
-  /// Takes room for so many fields at once.
+  /// Allocates memory for this many fields.
   void reserve(std::size_t count) { fields_.reserve(count); }
 
-  /// In the order of their adding.
-  [[nodiscard]] const std::vector<Field>& fields() const { return fields_; }
+  /// All fields, in the order in which they were added.
+  [[nodiscard]] const std::vector<Field>& fields() const TILVANEGO_LIFETIMEBOUND { return fields_; }
   [[nodiscard]] bool empty() const { return fields_.empty(); }
   bool operator==(const HTTPHeaders&) const = default;
 

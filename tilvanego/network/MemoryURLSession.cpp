@@ -11,9 +11,9 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 
 struct MemoryURLSession::State {
-  explicit State(Answering function) : answering(std::move(function)) {}
+  explicit State(Responder function) : responder(std::move(function)) {}
 
-  const Answering answering;
+  const Responder responder;
   mutable std::mutex mutex;
   std::vector<std::shared_ptr<MemoryTask>> ending;
   std::vector<URLRequest> requests;
@@ -38,17 +38,17 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
       completion = std::exchange(completion_, nullptr);
       cancelled = cancelled_;
     }
-    Answer answer =
-        cancelled ? Answer::failed(TransportError{TransportError::Code::cancelled, "cancelled"}) : ask();
-    completion(std::move(answer.data), std::move(answer.response), std::move(answer.error));
+    Result result =
+        cancelled ? Result::failed(TransportError{TransportError::Code::cancelled, "cancelled"}) : respond();
+    completion(std::move(result.data), std::move(result.response), std::move(result.error));
   }
 
  private:
-  Answer ask() {
+  Result respond() {
     try {
-      return state_->answering(request_);
+      return state_->responder(request_);
     } catch (...) {
-      return Answer::failed(detail::currentFailure());
+      return Result::failed(detail::currentFailure());
     }
   }
   void end(bool cancelled) {
@@ -57,7 +57,7 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
     if (!std::exchange(ending_, true)) state_->ending.push_back(shared_from_this());
   }
 
-  // Counts down from the highest number, where no real session of the process comes.
+  // Counts down from the highest number, so that it differs from the identifiers of a `URLSession`.
   static inline std::atomic<int> nextIdentifier = std::numeric_limits<int>::max();
 
   const std::shared_ptr<State> state_;
@@ -69,14 +69,14 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
   bool cancelled_ = false;
 };
 
-MemoryURLSession::Answer MemoryURLSession::Answer::http(int statusCode, std::optional<Data> body,
+MemoryURLSession::Result MemoryURLSession::Result::http(int statusCode, std::optional<Data> body,
                                                         HTTPHeaders headers) {
   static const std::optional<URL> url;
   return {std::move(body), std::make_shared<HTTPURLResponse>(url, statusCode, std::move(headers)), {}};
 }
 
-MemoryURLSession::MemoryURLSession(Answering answering)
-    : state_(std::make_shared<State>(std::move(answering))) {}
+MemoryURLSession::MemoryURLSession(Responder responder)
+    : state_(std::make_shared<State>(std::move(responder))) {}
 
 std::shared_ptr<URLSessionDataTaskProtocol> MemoryURLSession::dataTaskFromProtocol(
     const URLRequest& request, DataTaskCompletion completionHandler) {

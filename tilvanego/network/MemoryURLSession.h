@@ -11,39 +11,43 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A session in memory, for rehearsals and tests: a function answers, and nothing happens until the host has
-/// the answers delivered.
+/// A session without a network, for tests: a function of the host returns the responses. Tasks end only when
+/// the host calls `deliver`.
 ///
-/// All operations may be called from any thread. Until its answer is delivered, a task keeps its builder and
-/// the session alive.
+/// All operations may be called from any thread. A task that was resumed or cancelled keeps its builder and
+/// its completion alive until it is delivered.
 class MemoryURLSession final : public URLSessionProtocol {
  public:
-  /// What a task ends with.
-  struct Answer {
+  /// The arguments of a task's completion.
+  struct Result {
     std::optional<Data> data{};
     URLResponsePointer response{};
     std::optional<Failure> error{};
 
-    static Answer http(int statusCode, std::optional<Data> body = Data(), HTTPHeaders headers = {});
-    static Answer failed(Failure failure) { return {std::nullopt, nullptr, std::move(failure)}; }
+    /// A response with this status, body and header fields. Its URL is empty.
+    [[nodiscard]] static Result http(int statusCode, std::optional<Data> body = Data(),
+                                     HTTPHeaders headers = {});
+    /// A failure without a response.
+    [[nodiscard]] static Result failed(Failure failure) {
+      return {std::nullopt, nullptr, std::move(failure)};
+    }
   };
-  using Answering = std::function<Answer(const URLRequest& request)>;
+  using Responder = std::function<Result(const URLRequest& request)>;
 
-  /// `answering` is called for each task that isn't cancelled, on a thread that delivers, without a lock
-  /// held. May throw: the task fails by the exception. An empty one fails each task.
-  explicit MemoryURLSession(Answering answering);
+  /// `deliver` calls `responder` once for each task that isn't cancelled, without a lock held. May throw: the
+  /// task then fails with the exception. If `responder` is empty, each task fails.
+  explicit MemoryURLSession(Responder responder);
 
   std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
       const URLRequest& request, DataTaskCompletion completionHandler) override;
 
-  /// Ends the tasks that were resumed or cancelled since the last call, in that order, and gives their
-  /// number. The calling thread is the session's thread for them. Tasks that their completions make are left
-  /// to the next call. A cancelled task ends with the failure of a real session,
-  /// `TransportError::Code::cancelled`. What a completion throws leaves here, and the tasks behind it are
-  /// left to the next call, too.
+  /// Ends the tasks that were resumed or cancelled since the last call, in that order, and returns their
+  /// number. Completions run on the calling thread. A task that is resumed meanwhile waits for the next call.
+  /// A cancelled task fails with `TransportError::Code::cancelled`, as in a `URLSession`. If a completion
+  /// throws, the exception leaves this call, and the remaining tasks wait for the next call.
   std::size_t deliver();
 
-  /// The requests of all tasks so far, in the order of their making.
+  /// The requests of all tasks, in the order in which the tasks were created.
   [[nodiscard]] std::vector<URLRequest> requests() const;
 
  private:

@@ -5,7 +5,7 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A value and the lock that guards it. The lock is recursive: what runs under it may use the same mutex
+/// A value and the lock that guards it. The lock is recursive: code that runs under it may use the same mutex
 /// again on the same thread. All operations may be called from any thread.
 template <typename Value>
 class OpenAPIMutex {
@@ -15,14 +15,14 @@ class OpenAPIMutex {
   OpenAPIMutex(const OpenAPIMutex&) = delete;
   OpenAPIMutex& operator=(const OpenAPIMutex&) = delete;
 
-  /// A copy of the value, made under the lock.
+  /// Returns a copy of the value, made under the lock.
   [[nodiscard]] Value value() const {
     const std::lock_guard held(lock);
     return _value;
   }
 
-  /// Runs `body` with the value under the lock, and gives what it gives. The lock is released when the body
-  /// ends, also by an exception. The reference is good until then.
+  /// Calls `body` with a reference to the value under the lock, and returns its result. The lock is released
+  /// when `body` returns or throws; the reference is valid until then.
   template <typename Body>
   decltype(auto) withValue(Body&& body) {
     const std::lock_guard held(lock);

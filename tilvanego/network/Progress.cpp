@@ -53,7 +53,7 @@ void Progress::cancel() {
 
 int Progress::addObserver(std::function<void(const Progress&)> observer) {
   auto shared = std::make_shared<const std::function<void(const Progress&)>>(std::move(observer));
-  std::shared_ptr<const Observers> former;  // ends after the lock
+  std::shared_ptr<const Observers> former;  // destroyed after the lock is released
   const std::lock_guard held(mutex_);
   auto changed = std::make_shared<Observers>(*observers_);
   changed->emplace(nextObserver_, std::move(shared));
@@ -62,7 +62,7 @@ int Progress::addObserver(std::function<void(const Progress&)> observer) {
 }
 
 void Progress::removeObserver(int number) {
-  std::shared_ptr<const Observers> former;  // ends after the lock
+  std::shared_ptr<const Observers> former;  // destroyed after the lock is released
   const std::lock_guard held(mutex_);
   auto changed = std::make_shared<Observers>(*observers_);
   changed->erase(number);
@@ -72,7 +72,7 @@ void Progress::removeObserver(int number) {
 void Progress::setCancellationHandler(std::function<void()> handler) {
   {
     const std::lock_guard held(mutex_);
-    // Swapped, so that what the earlier one holds ends without the lock.
+    // Swapped, so that the former handler is destroyed without the lock.
     if (!cancelled_) return cancellationHandler_.swap(handler);
   }
   runHandler(handler);

@@ -8,39 +8,42 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// How far a piece of work has come, in units (bytes for a request). All operations may be called from any
-/// thread.
+/// The progress of an operation in units, which are bytes for a request. All operations may be called from
+/// any thread.
 class Progress {
  public:
-  /// Unknown total: -1.
+  /// A `totalUnitCount` of -1 means that the total is unknown.
   explicit Progress(std::int64_t totalUnitCount = -1) : total_(totalUnitCount) {}
 
   [[nodiscard]] std::int64_t totalUnitCount() const;
   [[nodiscard]] std::int64_t completedUnitCount() const;
-  /// From 0 to 1; 0 while the total is unknown.
+  /// From 0 to 1. Returns 0 while the total is unknown.
   [[nodiscard]] double fractionCompleted() const;
+  /// Whether the total is unknown.
   [[nodiscard]] bool isIndeterminate() const { return totalUnitCount() < 0; }
   [[nodiscard]] bool isFinished() const;
   [[nodiscard]] bool isCancelled() const;
 
-  /// Asks the work to stop: runs the cancellation handler, once.
+  /// Cancels the operation: calls the cancellation handler, once.
   void cancel();
 
-  /// Calls `observer` after every change, on the thread that made it, without a lock held, until the returned
-  /// number is given to `removeObserver`. An observer that is just running may run on for that one call. An
-  /// empty one is nothing to call.
+  /// Calls `observer` after every change, on the thread that made the change, without a lock held. Returns a
+  /// number for `removeObserver`. An empty `observer` is never called.
   ///
-  /// May throw: an observer only listens, so that the exception is dropped after one line on standard error.
+  /// May throw: the exception is dropped after one line on standard error.
   int addObserver(std::function<void(const Progress&)> observer);
-  /// What the observer holds ends here, without a lock held, or with the call that it is running in.
+  /// Removes and destroys the observer, without a lock held. A call that is running on another thread ends
+  /// normally, and the observer is destroyed after it.
   void removeObserver(int number);
 
-  /// For who does the work. Called at once if the work was cancelled before. May throw, as an observer may.
+  /// Called by the operation that reports progress. Calls `handler` at once if `cancel` was called before.
+  /// May throw: the exception is dropped after one line on standard error.
   void setCancellationHandler(std::function<void()> handler);
+  /// Called by the operation that reports progress.
   void update(std::int64_t completedUnitCount, std::int64_t totalUnitCount);
 
  private:
-  /// Shared, so that a change of the list copies and ends nothing of a host's under the lock.
+  /// Shared pointers, so that a change of the map neither copies nor destroys an observer under the lock.
   using Observers = std::map<int, std::shared_ptr<const std::function<void(const Progress&)>>>;
   void notify() const;
 
@@ -49,7 +52,7 @@ class Progress {
   std::int64_t completed_ = 0;
   bool cancelled_ = false;
   int nextObserver_ = 0;
-  /// Replaced as a whole, so that observers can be called without the lock.
+  /// Immutable: a change replaces the map, so that observers can be called without the lock.
   std::shared_ptr<const Observers> observers_ = std::make_shared<Observers>();
   std::function<void()> cancellationHandler_;
 };

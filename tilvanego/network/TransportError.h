@@ -5,46 +5,46 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Why a request got no complete answer: the failure that a `URLSession` hands to a completion.
+/// Why a request got no complete response: the failure that a `URLSession` passes to a completion.
 struct TransportError {
   enum class Code : std::uint8_t {
-    /// The task, its progress or its session was ended by the host.
+    /// The host cancelled the task or its progress, or destroyed the session.
     cancelled,
-    /// No byte came or went for the request's `timeoutInterval`, or the whole request took longer than the
+    /// No byte was sent or received for the request's `timeoutInterval`, or the request took longer than the
     /// session's `maximumRequestTime`.
     timedOut,
-    /// The request can't be sent as it is: a method or header name that is no token, a line break or NUL in a
-    /// header, a body for HEAD, more than 1 MB of URL and header. Nothing was sent.
+    /// The request is invalid: a method or header name that isn't a token, a line break or NUL in a header
+    /// value, a body for HEAD, more than 1 MB of URL and header fields. Nothing was sent.
     invalidRequest,
-    /// The URL, or one that the server redirected to, isn't http or https or has no host.
+    /// The URL of the request or of a redirect isn't http or https, or has no host.
     unsupportedURL,
-    /// The name of the host, or of the proxy, has no address.
+    /// The name of the host or of the proxy has no address.
     cannotFindHost,
-    /// Nothing accepts connections there, or the proxy refused to go on.
+    /// The host or the proxy accepts no connection, or the proxy refused to connect to the host.
     cannotConnectToHost,
-    /// The proxy wants credentials that it didn't get.
+    /// The proxy requires credentials that the request didn't have.
     proxyAuthenticationRequired,
-    /// TLS failed before the server could be judged, or a file of certificates can't be read.
+    /// TLS failed before the server's certificate was checked, or a file of certificates can't be read.
     secureConnectionFailed,
-    /// The server's certificate isn't valid for its name, is out of date, or comes from no trusted issuer.
+    /// The server's certificate isn't valid for its name, has expired, or has no trusted issuer.
     serverCertificateUntrusted,
-    /// The connection ended inside the request or the answer. The server may have acted on the request.
+    /// The connection ended during the request or the response. The server may have processed the request.
     networkConnectionLost,
-    /// The answer breaks the protocol, or its head is beyond the session's limits.
+    /// The response violates the protocol, or its head exceeds the session's limits.
     badServerResponse,
-    /// The answer's body is larger than the session's or the request's `maximumBodySize`.
+    /// The body of the response is larger than the `maximumBodySize` of the request or the session.
     bodyTooLarge,
     /// More than 20 redirects.
     tooManyRedirects,
     /// A redirect from https to http, which isn't followed.
     redirectRefused,
-    /// What no other code tells, such as memory that ran short.
+    /// Any other reason, such as a lack of memory.
     unknown,
   };
 
   Code code = Code::unknown;
-  /// What happened, for a developer: names hosts, header names and the transport's own words, never a user, a
-  /// password, a header's value or a body.
+  /// A text for a developer. It may contain host names, header names and libcurl's message, never a user, a
+  /// password, the value of a header field or a body.
   std::string message;
 
   /// The code's name and the message in one line.

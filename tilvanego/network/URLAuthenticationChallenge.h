@@ -12,21 +12,21 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 struct URLSessionConfiguration;
 
-/// What one set of credentials opens: a realm of a server, or a proxy.
+/// The area that one credential is valid for: a realm of a server, or a proxy.
 struct URLProtectionSpace {
   enum class AuthenticationMethod : std::uint8_t {
-    /// RFC 7617: the password goes out readable for who can read the connection.
+    /// RFC 7617: sends the password unencrypted.
     httpBasic,
-    /// RFC 7616: a digest of the password goes out.
+    /// RFC 7616: sends a digest of the password.
     httpDigest,
   };
 
-  /// In lower case; an IPv6 address in its brackets.
+  /// In lower case; an IPv6 address in brackets.
   std::string host;
   std::uint32_t port = 0;
-  /// "http" or "https"; of a proxy, what the proxy itself speaks.
+  /// "http" or "https"; for a proxy, the protocol of the connection to the proxy.
   std::string protocol;
-  /// As the server calls it; empty if it has no name.
+  /// The realm's name as the server sent it; empty if it sent none.
   std::string realm;
   AuthenticationMethod authenticationMethod = AuthenticationMethod::httpBasic;
   bool isProxy = false;
@@ -34,27 +34,28 @@ struct URLProtectionSpace {
   std::strong_ordering operator<=>(const URLProtectionSpace&) const = default;
 };
 
-/// A server, or a proxy, asks who is calling.
+/// A server or a proxy requires credentials: status 401 or 407 (RFC 9110, section 11).
 struct URLAuthenticationChallenge {
   URLProtectionSpace protectionSpace;
-  /// How many credentials of this task this server or proxy (scheme, host, port) has refused already,
-  /// whatever realm it named for each.
+  /// How many credentials of this task this server or proxy (scheme, host, port) has already refused, for any
+  /// realm.
   int previousFailureCount = 0;
-  /// What default handling would use: the user and password of the request's URL, if its own server asks,
-  /// else the storage's default credential for the space. None after a failure.
+  /// The credential that default handling would use: the user and password of the request's URL, if the
+  /// request's own server sent the challenge, else the storage's default credential for the space. No value
+  /// after a failure.
   std::optional<URLCredential> proposedCredential{};
-  /// A redirect led to this server: it has another scheme, host or port than the task's request.
+  /// The server's scheme, host or port differs from the one of the task's request, after a redirect.
   bool isElsewhere = false;
 };
 
-/// What is to become of a challenge.
-struct URLAuthenticationAnswer {
+/// A delegate's response to a challenge.
+struct URLAuthenticationResponse {
   enum class Disposition : std::uint8_t {
-    /// The request is sent again with `credential`; without one, the same as a rejection.
+    /// Send the request again with `credential`. Without a credential, the same as a rejection.
     useCredential,
-    /// The request is sent again with the proposed credential, if there is one; else the same as a rejection.
+    /// Send the request again with the proposed credential. Without one, the same as a rejection.
     performDefaultHandling,
-    /// The answer that holds the challenge is the task's answer.
+    /// Send no credential: the response with the challenge becomes the task's response.
     rejectProtectionSpace,
   };
 
@@ -62,22 +63,24 @@ struct URLAuthenticationAnswer {
   std::optional<URLCredential> credential{};
 };
 
-/// What a session asks its host. A session without a delegate handles challenges by default.
+/// Callbacks of a session. A session without a delegate handles challenges by default.
 class URLSessionDelegate {
  public:
   virtual ~URLSessionDelegate() = default;
 
-  /// Called on the session's thread, which waits for the answer; no lock is held. `task` is the task that was
-  /// challenged, `configuration` that of its session. A credential goes to who asks: what the host means for
-  /// the request's own server goes neither to a proxy nor elsewhere.
+  /// Called for each challenge, on the session's thread, without a lock held; the session waits for the
+  /// response. `task` is the task that was challenged, `configuration` is the one of its session.
+  ///
+  /// The credential is sent to the server or proxy that sent the challenge. A delegate must check `isProxy`
+  /// and `isElsewhere` before it returns a credential of the request's own server.
   ///
   /// May throw: the exception counts as `rejectProtectionSpace`.
-  virtual URLAuthenticationAnswer didReceiveChallenge(const URLSessionConfiguration& configuration,
-                                                      const URLSessionDataTaskProtocol& task,
-                                                      const URLAuthenticationChallenge& challenge) = 0;
+  virtual URLAuthenticationResponse didReceiveChallenge(const URLSessionConfiguration& configuration,
+                                                        const URLSessionDataTaskProtocol& task,
+                                                        const URLAuthenticationChallenge& challenge) = 0;
 
-  /// The task has ended, or its session has, and is challenged no more: what was kept to answer for it can
-  /// go. Called on the session's thread, before the task's completion; no lock is held.
+  /// Called when a task has ended, also by the end of its session: no further challenge of it comes. Called
+  /// on the session's thread, before the task's completion, without a lock held.
   ///
   /// May throw: the exception is dropped after one line on standard error.
   virtual void didEndTask(const URLSessionDataTaskProtocol& /*task*/) {}

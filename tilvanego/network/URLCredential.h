@@ -4,7 +4,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A user's name and password for an authentication challenge. Nothing of the library shows the password.
+/// A user name and a password for an authentication challenge. No log line or error text of the library shows
+/// the password.
 struct URLCredential {
   std::string user;
   std::string password;

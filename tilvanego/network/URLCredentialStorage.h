@@ -11,17 +11,18 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// One default credential for each protection space, in memory alone, until it is replaced or removed, or the
-/// storage goes. Sessions may share a storage. All operations may be called from any thread.
+/// Stores one default credential for each protection space, in memory only. Sessions may share a storage. All
+/// operations may be called from any thread.
 class URLCredentialStorage {
  public:
-  /// The process's storage, which sessions use unless their configuration names another one.
-  static const std::shared_ptr<URLCredentialStorage>& shared() {
-    // Never destroyed: a session may outlive what is.
+  /// The storage of the process: the default of a session's configuration.
+  [[nodiscard]] static const std::shared_ptr<URLCredentialStorage>& shared() {
+    // Never destroyed, because a session may outlive static objects.
     static const auto& storage = *new auto(std::make_shared<URLCredentialStorage>());
     return storage;
   }
 
+  /// Returns the credential of exactly this space, or no value.
   [[nodiscard]] std::optional<URLCredential> defaultCredential(const URLProtectionSpace& space) const {
     return credentials_.withValue([&](const auto& credentials) -> std::optional<URLCredential> {
       const auto found = credentials.find(space);
@@ -30,14 +31,14 @@ class URLCredentialStorage {
     });
   }
 
-  /// Forgets all credentials. Requests that were challenged before may still carry one.
+  /// Removes all credentials. Requests that were challenged before may still send one.
   void clear() {
-    // Taken out first: nothing is destroyed under the lock.
+    // Swapped out, so that nothing is destroyed under the lock.
     std::map<URLProtectionSpace, URLCredential> forgotten;
     credentials_.withValue([&](auto& credentials) { credentials.swap(forgotten); });
   }
 
-  /// Replaces the space's credential; none removes it.
+  /// Sets the credential of the space; `std::nullopt` removes it.
   void setDefaultCredential(std::optional<URLCredential> credential, const URLProtectionSpace& space) {
     credentials_.withValue([&](auto& credentials) {
       if (credential) {

@@ -10,18 +10,18 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// What is to be sent: a plain value that interceptors and encodings copy and change. The body is shared by
-/// the copies.
+/// An HTTP request: a plain value that interceptors and encodings copy and change. Copies share the body.
 struct URLRequest {
-  /// None only where a request was taken apart; a session refuses it.
+  /// Required: a session refuses a request without a URL.
   std::optional<URL> url{};
-  /// As it goes out, such as "GET".
+  /// The method exactly as it is sent, such as "GET".
   std::string httpMethod = "GET";
   HTTPHeaders headers{};
   std::optional<Data> httpBody{};
-  /// Seconds without any byte before the request fails.
+  /// The longest time without a byte sent or received, in seconds. 0 or less means no limit.
   double timeoutInterval = 60;
-  /// Of the answer, in bytes after decompression; 0: no limit. None: the session's.
+  /// The largest body of the response, in bytes after decompression. 0 means no limit; `std::nullopt` means
+  /// the limit of the session.
   std::optional<std::uint64_t> maximumBodySize{};
 
   bool operator==(const URLRequest&) const = default;

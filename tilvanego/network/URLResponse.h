@@ -8,18 +8,19 @@
 
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/HTTPHeaders.h>
+#include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// What a session answers beside the body. A session over another protocol than HTTP answers this base alone.
+/// A response without its body. A session of another protocol than HTTP returns objects of this base class.
 class URLResponse {
  public:
   explicit URLResponse(std::optional<URL> url) : url_(std::move(url)) {}
   virtual ~URLResponse() = default;
 
-  /// The URL that answered, after redirects.
-  [[nodiscard]] const std::optional<URL>& url() const { return url_; }
+  /// The URL that sent the response, after redirects.
+  [[nodiscard]] const std::optional<URL>& url() const TILVANEGO_LIFETIMEBOUND { return url_; }
 
  private:
   std::optional<URL> url_;
@@ -29,7 +30,7 @@ class URLResponse {
 
 namespace tilvanego::detail {
 
-/// A head as the server sent it, which `readHead` hasn't read yet.
+/// The head as the server sent it, not yet parsed by `readHead`.
 struct UnreadHead {
   std::string lines;
 };
@@ -38,26 +39,26 @@ struct UnreadHead {
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The status line and header fields of an HTTP answer, immutable. May be used on several threads at once.
+/// The status line and header fields of an HTTP response. Immutable; several threads may use one object.
 class HTTPURLResponse final : public URLResponse {
  public:
   HTTPURLResponse(std::optional<URL> url, int statusCode, HTTPHeaders headers, std::string statusLine = {})
       : URLResponse(std::move(url)),
         statusCode_(statusCode),
         head_{std::move(statusLine), std::move(headers)} {}
-  /// Reads the head when it is first asked for: many answers are never asked.
+  /// Parses the head on the first access to it: of many responses nobody reads the head.
   HTTPURLResponse(std::optional<URL> url, int statusCode, detail::UnreadHead head)
       : URLResponse(std::move(url)), statusCode_(statusCode), unread_(std::move(head)) {}
 
   [[nodiscard]] int statusCode() const { return statusCode_; }
-  /// As the server sent it, such as "HTTP/1.1 404 Not Found" or "HTTP/2 200"; for people to read. Empty if
-  /// the session doesn't tell.
-  [[nodiscard]] const std::string& statusLine() const { return head().statusLine; }
-  /// Fields that came more than once stand once, their values joined by ", ".
-  [[nodiscard]] const HTTPHeaders& headers() const { return head().headers; }
+  /// The status line as the server sent it, such as "HTTP/1.1 404 Not Found" or "HTTP/2 200", for display.
+  /// Empty if the session doesn't provide it.
+  [[nodiscard]] const std::string& statusLine() const TILVANEGO_LIFETIMEBOUND { return head().statusLine; }
+  /// The header fields. The values of a repeated field are joined by ", ".
+  [[nodiscard]] const HTTPHeaders& headers() const TILVANEGO_LIFETIMEBOUND { return head().headers; }
 
  private:
-  const detail::HTTPHead& head() const;
+  [[nodiscard]] const detail::HTTPHead& head() const;
 
   int statusCode_;
   const std::optional<detail::UnreadHead> unread_;
@@ -65,7 +66,7 @@ class HTTPURLResponse final : public URLResponse {
   mutable detail::HTTPHead head_;
 };
 
-/// Responses are immutable and shared by everyone who looks at them; none where a request got no answer.
+/// Responses are immutable and shared. Null where a request got no response.
 using URLResponsePointer = std::shared_ptr<const URLResponse>;
 
 }  // namespace tilvanego

@@ -12,40 +12,42 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// One send: made suspended, started once, ended once. All operations may be called from any thread. May
-/// throw: from `resume` on the request counts as one that the session failed, before as one that couldn't be
-/// built; from `cancel` the exception is dropped after one line on standard error.
+/// A request that a session sends. A task is created suspended, is started once and ends once. All operations
+/// may be called from any thread.
+///
+/// May throw: an exception of `resume` counts as a failure of the session, one of `taskIdentifier` as a
+/// request that can't be built; one of `progress` or `cancel` is dropped after one line on standard error.
 class URLSessionDataTaskProtocol {
  public:
   virtual ~URLSessionDataTaskProtocol() = default;
 
-  /// Starts the send. A second call does nothing.
+  /// Starts the request. A second call does nothing.
   virtual void resume() = 0;
-  /// Unique among the tasks of the process's sessions.
+  /// Unique among the tasks of all sessions of the process.
   [[nodiscard]] virtual int taskIdentifier() const = 0;
-  /// How far body and answer have come; cancelling it cancels the task.
+  /// The progress of the request's body and of the response, in bytes. Cancelling it cancels the task.
   [[nodiscard]] virtual std::shared_ptr<Progress> progress() const = 0;
-  /// Ends the send with the cancellation failure, unless it has ended. Never calls the completion handler
-  /// inside this call. A task that was never resumed ends too.
+  /// Cancels the task unless it has ended, also if it was never resumed. Doesn't call the completion itself:
+  /// the session does so later.
   virtual void cancel() = 0;
 };
 
-/// Runs once for each resumed or cancelled task, on the session's own thread; not any more once the process
-/// exits. Body and response may both be there beside a failure.
+/// The completion of a task. Called once for each resumed or cancelled task, on the session's thread, but not
+/// once the process exits. With an `error`, `data` and `response` may have values too.
 ///
-/// May throw: the session's thread is the library's own, so the process ends after one line on standard
-/// error.
+/// May throw: in a `URLSession`, whose thread belongs to the library, an exception ends the process after one
+/// line on standard error.
 using DataTaskCompletion =
     std::function<void(std::optional<Data> data, URLResponsePointer response, std::optional<Failure> error)>;
 
-/// Where requests go: `URLSession` on libcurl, or a host's own.
+/// The interface of sessions, which send requests: `URLSession` on libcurl, or a class of the host.
 class URLSessionProtocol {
  public:
   virtual ~URLSessionProtocol() = default;
 
-  /// Makes a task that is sent when it is resumed. May be called from any thread. May throw: the request
-  /// counts as one that couldn't be built.
-  virtual std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
+  /// Creates a suspended task for the request. May be called from any thread. May throw: the request counts
+  /// as one that can't be built.
+  [[nodiscard]] virtual std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
       const URLRequest& request, DataTaskCompletion completionHandler) = 0;
 };
 

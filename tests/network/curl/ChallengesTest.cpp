@@ -40,7 +40,7 @@ TEST(Challenges, TheStrongestThatCanBeAnsweredIsTakenFromWhateverTheServerWrites
       {"", std::nullopt},
   };
   for (const auto& [field, expected] : cases) {
-    const auto space = answerableSpace(parseChallenges(field));
+    const auto space = supportedSpace(parseChallenges(field));
     ASSERT_EQ(space.has_value(), expected.has_value()) << field;
     if (!space) continue;
     EXPECT_EQ(space->authenticationMethod, expected->method) << field;

@@ -82,19 +82,19 @@ TEST(ResponseHead, ALengthIsOneNumber) {
 
 TEST(ResponseHead, RefusalsAreCountedOverAllHeads) {
   ResponseHead head(limit);
-  for (std::size_t i = 0; i <= ResponseHead::maximumRefusals; ++i) {
-    EXPECT_FALSE(head.isRefusedForEver());
+  for (std::size_t i = 0; i <= ResponseHead::maxRefusals; ++i) {
+    EXPECT_FALSE(head.hasTooManyRefusals());
     EXPECT_TRUE(head.addLine(i % 2 == 0 ? "HTTP/1.1 401 No\r\n" : "HTTP/2 407 \r\n") && head.addLine("\r\n"));
   }
-  EXPECT_TRUE(head.isRefusedForEver());
+  EXPECT_TRUE(head.hasTooManyRefusals());
   head.clear();
-  EXPECT_FALSE(head.isRefusedForEver());
+  EXPECT_FALSE(head.hasTooManyRefusals());
 }
 
 TEST(ResponseHead, FieldsAndBytesHaveALimit) {
   ResponseHead many(limit);
   EXPECT_TRUE(many.addLine("HTTP/1.1 200 OK\r\n"));
-  for (std::size_t i = 0; i < ResponseHead::maximumFields; ++i) EXPECT_TRUE(many.addLine("A: 1\r\n"));
+  for (std::size_t i = 0; i < ResponseHead::maxFields; ++i) EXPECT_TRUE(many.addLine("A: 1\r\n"));
   EXPECT_FALSE(many.addLine("A: 1\r\n"));
 
   const std::string start = "HTTP/1.1 200 OK\r\n";

@@ -15,29 +15,30 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The JSON and date settings through which the bodies of a client's requests and answers pass. The helper
-/// has defaults of its own, over which a host may set a formatter, a decoder and an encoder.
+/// The JSON and date settings for the bodies of requests and responses. A host may set a formatter, a decoder
+/// and an encoder in place of the defaults.
 ///
-/// Every operation may be called from any thread. Settings are read and written under one lock; bodies are
-/// read and written outside it.
+/// All operations may be called from any thread. A lock guards the settings; bodies are encoded and decoded
+/// without it.
 class CodableHelper {
  public:
   using DateFormatterPointer = std::shared_ptr<const DateFormatter>;
 
-  /// An `OpenISO8601DateFormatter`, and a decoder and an encoder that use it. The encoder prints prettily, in
-  /// the order of the records' tables.
+  /// The defaults: an `OpenISO8601DateFormatter`, and a decoder and an encoder that use it. The encoder
+  /// prints with indentation, the keys of a record in the order of its fields.
   CodableHelper();
   virtual ~CodableHelper() = default;
   CodableHelper(const CodableHelper&) = delete;
   CodableHelper& operator=(const CodableHelper&) = delete;
 
-  // An update runs its body under the lock with the effective value and then sets what the body made of it.
-  // What the body throws passes through, and then nothing is set. What is replaced ends without the lock.
+  // An update calls `body` under the lock with a copy of the current value, and then sets that copy. If
+  // `body` throws, the exception leaves the update and nothing is set. Replaced values are destroyed without
+  // the lock.
 
   /// The formatter that was set, else the default one; never null.
   [[nodiscard]] virtual DateFormatterPointer dateFormatter() const;
-  /// Takes effect at once in the default decoder and encoder. A decoder or encoder that was set keeps its own
-  /// dates. Null brings the default formatter back.
+  /// Sets the formatter of the default decoder and encoder. A decoder or encoder that was set keeps its own.
+  /// Null restores the default formatter.
   virtual void setDateFormatter(DateFormatterPointer formatter);
   virtual void updateDateFormatter(const std::function<void(DateFormatterPointer&)>& body);
 
@@ -51,8 +52,8 @@ class CodableHelper {
   virtual void setJsonEncoder(JSONEncoder encoder);
   virtual void updateJsonEncoder(const std::function<void(JSONEncoder&)>& body);
 
-  /// Reads a body as a T; a failure is the JSON layer's own, unchanged. Never throws: what a formatter, a
-  /// codec or a subclass throws, and a lack of memory, is an `invalidValue` with the exception's words.
+  /// Decodes a body as a T. Never throws: an exception of a formatter, a codec or a derived class, and a lack
+  /// of memory, become an `invalidValue` with the exception's text.
   template <typename T>
   [[nodiscard]] std::expected<T, JSONError> decode(const Data& body) const {
     try {
@@ -66,7 +67,7 @@ class CodableHelper {
     }
   }
 
-  /// Writes a value as a body; a failure is the JSON layer's own, unchanged. Never throws, as `decode`.
+  /// Encodes a value as a body. Never throws, like `decode`.
   template <typename T>
   [[nodiscard]] std::expected<Data, JSONError> encode(const T& value) const {
     try {
@@ -77,8 +78,8 @@ class CodableHelper {
   }
 
  protected:
-  /// What `decode` and `encode` do, for whoever wants to look at every body or to replace it: `read` and
-  /// `write` go through one value and return false after the reader's or the writer's failure.
+  /// Called by `decode` and `encode` for every body. A derived class may override them to see or to change
+  /// bodies. `read` and `write` handle one value; they return false if the reader or the writer has failed.
   [[nodiscard]] virtual std::expected<void, JSONError> decodeBody(
       const Data& body, const std::function<bool(json::Reader&)>& read) const;
   [[nodiscard]] virtual std::expected<Data, JSONError> encodeBody(
@@ -97,8 +98,8 @@ class CodableHelper {
     void setDateFormatter(DateFormatterPointer formatter);
   };
   void change(const std::function<void(State&)>& body);
-  /// The exception that is being handled.
-  static JSONError currentError() noexcept;
+  /// Returns the exception that is being handled as an error.
+  [[nodiscard]] static JSONError currentError() noexcept;
 
   OpenAPIMutex<State> _state;
 };

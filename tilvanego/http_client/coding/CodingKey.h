@@ -9,7 +9,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// How a type serves as the key of a JSON object: texts do as they are, and enumerations by their raw texts.
+/// Converts between a type and the keys of a JSON object. Defined for texts and for enumerations with raw
+/// texts. A host may specialise it for other types.
 template <typename Key>
 struct CodingKey;
 
@@ -17,7 +18,7 @@ template <>
 struct CodingKey<std::string> {
   static std::string_view stringValue(const std::string& key) { return key; }
   static std::optional<std::string> fromString(std::string_view text) { return std::string(text); }
-  /// A text is never a key by number, also if it reads as one.
+  /// No value: a text is never a numeric key, not even "1".
   static std::optional<std::int64_t> intValue(const std::string&) { return std::nullopt; }
   static std::optional<std::string> fromInt(std::int64_t) { return std::nullopt; }
 };

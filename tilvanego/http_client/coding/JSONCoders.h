@@ -6,40 +6,41 @@
 #include <string_view>
 
 #include <tilvanego/json/JSON.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// How JSON bodies are read. A plain value; one object may serve several threads at once.
+/// Decodes JSON bodies. A plain value; several threads may use one object at once.
 struct JSONDecoder {
-  /// None means internet date-time with whole seconds (`JSONDates::internetDateTime()`).
+  /// The format of dates. Null means `JSONDates::internetDateTime()`: date and time with whole seconds.
   std::shared_ptr<const JSONDates> dateDecodingStrategy{};
-  /// Bodies beyond these are refused.
+  /// Bodies that exceed these limits are refused.
   JSONLimits limits{};
 
-  /// Reads one JSON value (RFC 8259) in UTF-8, from end to end.
+  /// Decodes a JSON text (RFC 8259 in UTF-8), which must be one value.
   template <typename T>
   [[nodiscard]] std::expected<T, JSONError> decode(std::string_view json) const {
     return json::decode<T>(json, dateDecodingStrategy.get(), limits);
   }
 };
 
-/// How JSON bodies are written: by default compactly, a record's keys in the order of its table. A plain
-/// value; one object may serve several threads at once.
+/// Encodes JSON bodies. A plain value; several threads may use one object at once.
 struct JSONEncoder {
+  /// With line breaks and indentation.
   bool prettyPrinted = false;
-  /// In ascending order of the keys' bytes.
+  /// Keys in ascending order of their bytes; else in the order of the record's fields.
   bool sortedKeys = false;
-  /// None means internet date-time with whole seconds (`JSONDates::internetDateTime()`).
+  /// The format of dates. Null means `JSONDates::internetDateTime()`: date and time with whole seconds.
   std::shared_ptr<const JSONDates> dateEncodingStrategy{};
 
-  /// Fails for what JSON can't say: numbers that aren't finite, texts that aren't UTF-8.
+  /// Fails for values that JSON can't represent: numbers that aren't finite, texts that aren't UTF-8.
   template <typename T>
   [[nodiscard]] std::expected<std::string, JSONError> encode(const T& value) const {
     return json::encode(value, format());
   }
 
-  /// The same for the layer below; valid as long as this object.
-  [[nodiscard]] JSONFormat format() const {
+  /// Returns these settings as a `JSONFormat`; valid as long as this object.
+  [[nodiscard]] JSONFormat format() const TILVANEGO_LIFETIMEBOUND {
     return {.sortedKeys = sortedKeys, .pretty = prettyPrinted, .dates = dateEncodingStrategy.get()};
   }
 };

@@ -15,12 +15,12 @@ void printEncodingFailure(const JSONError& failure);
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Makes the parameters of a request with a JSON body from the value that is to be its body. A subclass may
-/// put an operation of its own in the place of this one.
+/// Creates the parameters of a request with a JSON body. A host may derive from it to replace
+/// `encodingParameters`.
 class JSONEncodingHelper {
  public:
-  /// None if there is no value. A value that can't be written gives none too, and so a request without a
-  /// body; why is printed on standard output.
+  /// Encodes the value and returns parameters for a `JSONDataEncoding`. Returns no value, so that the request
+  /// has no body, if there is no object or if it can't be encoded; the reason is printed on standard output.
   template <typename T>
   [[nodiscard]] static std::optional<Parameters> encodingParameters(const std::optional<T>& encodableObject,
                                                                     const CodableHelper& codableHelper) {

@@ -13,8 +13,9 @@
 #include <tilvanego/http_client/coding/CodingKey.h>
 #include <tilvanego/json/Record.h>
 #include <tilvanego/json/ValueCodecs.h>
+#include <tilvanego/values/Lifetime.h>
 
-/// JSON objects written and read key by key, for the codecs of types that no table of fields describes:
+/// Classes that write and read a JSON object key by key, for the codec of a type without a table of fields:
 ///
 /// ```cpp
 /// struct Ticket {
@@ -37,25 +38,27 @@
 /// };
 /// ```
 ///
-/// Every operation returns false after a failure, which it leaves in the writer or the reader. A `Decimal` is
-/// a text on the wire, never a number, in lists and dictionaries too.
-namespace [[gnu::visibility("default")]] tilvanego {
+/// Each operation returns false if it fails; the error is in the writer or the reader. A `Decimal` is encoded
+/// as a JSON string, never as a number, also in arrays and dictionaries.
+namespace tilvanego {
 
-/// Writes an object's keys in the order of the calls, also where the format wants them sorted. The writer
-/// must outlive it.
+/// Writes an object with its keys in the order of the calls, also if the format sorts keys. The writer must
+/// outlive it.
 template <typename Key = std::string>
 class KeyedEncodingContainer {
  public:
   explicit KeyedEncodingContainer(json::Writer& writer) : writer_(writer) {}
 
-  bool open() { return writer_.beginObject(); }
-  bool close() {
+  /// Starts the object. Call it first.
+  [[nodiscard]] bool open() { return writer_.beginObject(); }
+  /// Ends the object. Call it last.
+  [[nodiscard]] bool close() {
     writer_.endObject();
     return true;
   }
 
-  /// A `Decimal` as `formattedDecimal` prints it; other types by their codecs. A value that its codec calls
-  /// absent, such as `NullEncodable`'s nothing, is left out.
+  /// Writes one key and its value by the value's codec. Leaves the key out if the codec calls the value
+  /// absent, such as `NullEncodable::encodeNothing()`.
   template <typename T>
   bool encode(const T& value, const Key& key) {
     using Coding = json::Codec<T>;
@@ -69,6 +72,7 @@ class KeyedEncodingContainer {
     }
     return (writer_.key(text) && Coding::write(writer_, value)) || writer_.failInside(std::string(text));
   }
+  /// Leaves the key out if there is no value.
   template <typename T>
   bool encodeIfPresent(const std::optional<T>& value, const Key& key) {
     return !value || encode(*value, key);
@@ -83,7 +87,8 @@ class KeyedEncodingContainer {
     return encodeIfPresent(values, key);
   }
 
-  /// Each pair of the dictionary, in its order, directly in this object. Stops at the first failure.
+  /// Writes each entry of the dictionary as a key of this object, in the dictionary's order. Stops at the
+  /// first failure.
   template <typename T, typename Less>
   bool encodeMap(const std::map<Key, T, Less>& pairs) {
     return std::ranges::all_of(pairs, [&](const auto& pair) { return encode(pair.second, pair.first); });
@@ -97,15 +102,15 @@ class KeyedEncodingContainer {
   json::Writer& writer_;
 };
 
-/// An object whose keys are asked for in any order. Keys that aren't a `Key` are checked for good JSON and
-/// passed over; the first of equal keys counts. The reader and its text must outlive it.
+/// Reads an object; its keys can be read in any order. Keys that `CodingKey<Key>` doesn't accept are checked
+/// for valid JSON and ignored; of equal keys the first is used. The reader and its text must outlive it.
 template <typename Key = std::string>
 class KeyedDecodingContainer {
  public:
   explicit KeyedDecodingContainer(json::Reader& reader) : reader_(reader) {}
 
-  /// Takes the whole object from the reader.
-  bool open() {
+  /// Reads the whole object. Call it first.
+  [[nodiscard]] bool open() {
     if (!reader_.beginObject()) return false;
     std::string_view text;
     json::Reader::Next next{};
@@ -119,11 +124,11 @@ class KeyedDecodingContainer {
     return next == json::Reader::Next::end;
   }
 
-  /// In the order of the text.
-  [[nodiscard]] const std::vector<Key>& allKeys() const { return keys_; }
+  /// All keys, in the order of the text.
+  [[nodiscard]] const std::vector<Key>& allKeys() const TILVANEGO_LIFETIMEBOUND { return keys_; }
   [[nodiscard]] bool contains(const Key& key) const { return values_.contains(key); }
 
-  /// Fails if the key is missing. A `Decimal` is read as `json::AmountFromText` says.
+  /// Reads the value of the key. Fails if the key is missing. A `Decimal` is read by `json::AmountFromText`.
   template <typename T>
   bool decode(T& value, const Key& key) {
     const std::string_view text = CodingKey<Key>::stringValue(key);
@@ -134,7 +139,7 @@ class KeyedDecodingContainer {
     reader_.failIn(entry->second, std::move(inner.error()));
     return reader_.failInside(std::string(text));
   }
-  /// A missing key and null give no value.
+  /// Sets no value if the key is missing or its value is null.
   template <typename T>
   bool decodeIfPresent(std::optional<T>& value, const Key& key) {
     value.reset();
@@ -143,19 +148,19 @@ class KeyedDecodingContainer {
     return decode(json::RecordAccess::emplaceIn(value), key);
   }
 
-  /// Fails with the first element that fails.
+  /// Fails if an element can't be decoded.
   template <typename T>
   bool decodeArray(std::vector<T>& values, const Key& key) {
     return decode(values, key);
   }
-  /// A missing key gives no list; null fails.
+  /// Sets no value if the key is missing; null is an error.
   template <typename T>
   bool decodeArrayIfPresent(std::optional<std::vector<T>>& values, const Key& key) {
     values.reset();
     return !contains(key) || decode(values.emplace(), key);
   }
 
-  /// The values of all keys but the excluded ones. Fails with the first that fails, in the order of the text.
+  /// Reads all keys except the excluded ones, in the order of the text. Stops at the first failure.
   template <typename T, typename Less>
   bool decodeMap(std::map<Key, T, Less>& pairs, const std::set<Key>& excludedKeys = {}) {
     pairs.clear();
@@ -164,13 +169,13 @@ class KeyedDecodingContainer {
   }
 
  private:
-  /// What a key takes: its entry in the tree, and its place in the list as that grows.
+  /// The memory of one key: its entry in the map, and its place in the vector while that grows.
   static constexpr std::size_t entrySize =
       sizeof(Key) + sizeof(std::string_view) + 4 * sizeof(void*) + 3 * sizeof(Key);
 
   json::Reader& reader_;
   std::vector<Key> keys_;
-  /// Each value's text, a piece of the reader's.
+  /// The JSON text of each value, a part of the reader's text.
   std::map<Key, std::string_view> values_;
 };
 

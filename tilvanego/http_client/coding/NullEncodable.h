@@ -8,33 +8,34 @@
 
 #include <tilvanego/json/Codec.h>
 #include <tilvanego/json/Record.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A value, no value, or an explicit JSON null: for the field of a record that tells absence from null. A
-/// record leaves the field out where there is nothing to encode, and reads a missing key as that.
+/// A value, nothing, or an explicit JSON null: for a field of a record that distinguishes a missing key from
+/// null. A record leaves the key out for nothing, and reads a missing key as nothing.
 ///
-/// Reading is forgiving: a value that isn't a T, but good JSON, reads as nothing.
+/// A value that is valid JSON but not a T is read as nothing.
 template <typename T>
 class NullEncodable {
  public:
-  /// Nothing to encode.
+  /// Nothing.
   NullEncodable() = default;
 
-  static NullEncodable encodeValue(T value) {
+  [[nodiscard]] static NullEncodable encodeValue(T value) {
     NullEncodable made;
     made.value_.template emplace<1>(std::move(value));
     return made;
   }
-  static NullEncodable encodeNothing() { return NullEncodable(); }
-  static NullEncodable encodeNull() {
+  [[nodiscard]] static NullEncodable encodeNothing() { return NullEncodable(); }
+  [[nodiscard]] static NullEncodable encodeNull() {
     NullEncodable made;
     made.value_.template emplace<2>();
     return made;
   }
 
-  /// The value, null in the two other cases; valid as long as this object stays unchanged.
-  [[nodiscard]] const T* value() const { return std::get_if<1>(&value_); }
+  /// The value, or a null pointer in the two other cases. Valid until this object changes.
+  [[nodiscard]] const T* value() const TILVANEGO_LIFETIMEBOUND { return std::get_if<1>(&value_); }
   [[nodiscard]] bool isNothing() const { return value_.index() == 0; }
   [[nodiscard]] bool isNull() const { return value_.index() == 2; }
 
@@ -63,7 +64,7 @@ struct json::Codec<NullEncodable<T>> {
     }
     return true;
   }
-  /// Nothing to encode can stand in a record alone, which leaves it out; it has no JSON of its own.
+  /// Fails for nothing, which has no JSON form: only a record can leave it out.
   static bool write(Writer& writer, const NullEncodable<T>& value) {
     if (const T* inner = value.value()) return Codec<T>::write(writer, *inner);
     return value.isNull() ? writer.null()

@@ -32,7 +32,7 @@ void addItems(std::vector<QueryItem>& items, const std::string& name, const AnyV
   }
 }
 
-// The sources are sorted by their names already, and so are the items.
+/// The sources are sorted by name, so the items are too.
 std::optional<std::vector<QueryItem>> orNone(std::vector<QueryItem> items) {
   if (items.empty()) return std::nullopt;
   return items;

@@ -46,7 +46,7 @@ std::optional<std::string> AnyValue::numberText() const {
       [](bool value) -> Text { return value ? "1" : "0"; },
       [](std::int64_t value) -> Text { return std::to_string(value); },
       [](std::uint64_t value) -> Text { return std::to_string(value); },
-      // Without a JSON form are only infinities and NaN.
+      // Only infinities and NaN have no JSON form.
       [](double value) -> Text {
         const auto text = doubleJSONText(value);
         return text ? *text : doubleText(value);

@@ -18,6 +18,7 @@
 #include <tilvanego/values/Data.h>
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/RawText.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
@@ -33,15 +34,14 @@ inline constexpr bool isCharacter =
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A value of a request parameter, whose type only its use decides: the name of a query item, a part of a
-/// multipart body, a header. Made implicitly from the C++ values that a host has at hand; a pointer other
-/// than `const char*` doesn't compile, so none becomes a bool.
+/// The value of a request parameter: a text, a number, a boolean, bytes, a URL, a UUID, a date, an
+/// enumeration, or a collection of these. Converts implicitly from such C++ values. A pointer other than
+/// `const char*` doesn't compile, so that it can't become a bool.
 ///
-/// Immutable. A copy shares bytes and collections with its original; different copies may be used on
-/// different threads.
+/// Immutable. Copies share bytes and collections, and may be used on different threads.
 class AnyValue {
  public:
-  /// A case of an enumeration, by its raw text.
+  /// The raw text of an enumeration.
   struct RawValue {
     std::string text;
     bool operator==(const RawValue&) const = default;
@@ -51,7 +51,7 @@ class AnyValue {
 
   AnyValue(std::string text) : value_(std::move(text)) {}
   AnyValue(std::string_view text) : value_(std::string(text)) {}
-  /// The text up to its NUL.
+  /// `text` must not be null and must end with a NUL.
   AnyValue(const char* text) : value_(std::string(text)) {}
   AnyValue(std::nullptr_t) = delete;
   template <std::same_as<bool> Bool>
@@ -65,7 +65,7 @@ class AnyValue {
       value_ = static_cast<std::uint64_t>(value);
     }
   }
-  /// One character is neither a text nor a number.
+  /// Deleted: a character could be meant as a text or as a number.
   template <typename Character>
     requires detail::isCharacter<Character>
   AnyValue(Character) = delete;
@@ -80,18 +80,18 @@ class AnyValue {
   template <HasRawText Enumeration>
     requires std::is_enum_v<Enumeration>
   AnyValue(Enumeration value) : value_(RawValue{std::string(rawText(value))}) {}
-  /// Any values that can be `AnyValue`s, or optionals of them.
+  /// A collection. Its elements are values that convert to `AnyValue`, or `std::optional` of such values.
   template <typename Element>
     requires std::constructible_from<std::optional<AnyValue>, const Element&>
   AnyValue(const std::vector<Element>& elements) : value_(shareCopy(elements)) {}
 
-  /// A collection of values of several types: `AnyValue::array({1, "two", std::nullopt})`.
+  /// Creates a collection of values of different types: `AnyValue::array({1, "two", std::nullopt})`.
   [[nodiscard]] static AnyValue array(std::initializer_list<std::optional<AnyValue>> elements);
 
-  /// The value if it is of exactly this type, else null; valid as long as this object. The types are those of
-  /// `visit`.
+  /// Returns the value if it has exactly this type, one of those of `visit`, else null. Valid as long as this
+  /// object.
   template <typename T>
-  [[nodiscard]] const T* as() const {
+  [[nodiscard]] const T* as() const TILVANEGO_LIFETIMEBOUND {
     if constexpr (std::same_as<T, Array>) {
       const auto* shared = std::get_if<SharedArray>(&value_);
       return shared != nullptr ? shared->get() : nullptr;
@@ -100,8 +100,9 @@ class AnyValue {
     }
   }
 
-  /// Calls `visitor` with the value: a `std::string`, `std::int64_t`, `std::uint64_t` (beyond the former
-  /// alone), `double`, `bool`, `Decimal`, `Data`, `URL`, `UUID`, `Date`, `RawValue` or `Array`.
+  /// Calls `visitor` with the value: a `std::string`, `std::int64_t`, `std::uint64_t` (only for numbers above
+  /// the range of the former), `double`, `bool`, `Decimal`, `Data`, `URL`, `UUID`, `Date`, `RawValue` or
+  /// `Array`. Returns the visitor's result.
   template <typename Visitor>
   decltype(auto) visit(Visitor&& visitor) const {
     return std::visit(
@@ -115,20 +116,20 @@ class AnyValue {
         value_);
   }
 
-  /// A number's text in a multipart body: plain digits, no ".0" on whole numbers, "1" and "0" for booleans.
-  /// None unless the value is an integer, a float, a `Decimal` or a boolean.
+  /// Returns the text of a number in a multipart body: plain digits, no ".0" after whole numbers, "1" and "0"
+  /// for booleans. No value unless this is an integer, a double, a `Decimal` or a boolean.
   [[nodiscard]] std::optional<std::string> numberText() const;
 
-  /// The default text form of any value: itself for a text; "true", "12", "1.0", "12.5"; a URL's and UUID's
-  /// text; "2024-03-05 10:20:30 +0000" for a date; the raw text of an enumeration's case; "5 bytes", never
-  /// the bytes; `["a", 1, nil]` for a collection.
+  /// Returns the default text form: a text itself; "true", "12", "1.0", "12.5"; the text of a URL or UUID;
+  /// "2024-03-05 10:20:30 +0000" for a date; the raw text of an enumeration; "5 bytes" for bytes;
+  /// `["a", 1, nil]` for a collection.
   [[nodiscard]] std::string description() const;
 
-  /// Of the same type and equal; the integer 1 isn't the double 1.0.
+  /// True if type and value are equal; the integer 1 isn't equal to the double 1.0.
   friend bool operator==(const AnyValue& a, const AnyValue& b);
 
  private:
-  // Shared, so that copies are cheap, and a pointer, because the element type isn't complete here.
+  // A pointer, because the element type isn't complete here; shared, so that copies are cheap.
   using SharedArray = std::shared_ptr<const Array>;
 
   explicit AnyValue(SharedArray elements) : value_(std::move(elements)) {}
@@ -152,7 +153,7 @@ class AnyValue {
       value_;
 };
 
-/// The parameters of a request by name. Encodings go through them in ascending order of the names' bytes.
+/// The parameters of a request by name. Encodings write them in ascending order of the names' bytes.
 using Parameters = std::map<std::string, AnyValue>;
 
 }  // namespace tilvanego

@@ -5,7 +5,7 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// What is missing from a request or from a downloaded answer. A `FailureCause`.
+/// What is missing in a request or in a downloaded response. A `Failure` can hold it.
 class DownloadException {
  public:
   enum Case : std::uint8_t {

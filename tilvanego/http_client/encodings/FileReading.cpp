@@ -18,7 +18,8 @@ namespace {
 
 std::string systemReason(int error) { return std::error_code(error, std::generic_category()).message(); }
 
-/// False if there isn't so much memory: how large a file is isn't the caller's choice.
+/// Returns false if memory is short. A file may have any size, so that is an error of the file, not an
+/// exception.
 bool couldResize(Bytes& bytes, std::size_t size) {
   try {
     bytes.resize(size);
@@ -30,7 +31,7 @@ bool couldResize(Bytes& bytes, std::size_t size) {
   }
 }
 
-/// The path of a file URL, or what is wrong with it.
+/// Returns the path of a file URL, or the reason why it isn't one.
 std::expected<std::string, std::string> filePath(const URL& url) {
   if (!equalIgnoringCase(url.scheme().value_or(""), "file")) return std::unexpected("it is no file URL");
   const std::string host = url.host().value_or("");
@@ -55,7 +56,7 @@ std::expected<FileToSend, FileReadError> FileToSend::open(const URL& url) {
   struct stat status{};
   if (!descriptor || ::fstat(descriptor.get(), &status) != 0) return refused(systemReason(errno));
   if (S_ISDIR(status.st_mode)) return refused(systemReason(EISDIR));
-  // A device may never end.
+  // Reading a device may never end.
   if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) return refused("it is no file and no pipe");
   const auto size = S_ISREG(status.st_mode) ? static_cast<std::size_t>(status.st_size) : 0;
   return FileToSend(std::move(descriptor), std::move(*path), size);
@@ -65,7 +66,7 @@ std::expected<void, FileReadError> FileToSend::appendTo(Bytes& bytes) const {
   constexpr std::size_t leastRoom = 4096;
   const auto failed = [&](int error) { return std::unexpected(FileReadError{path_, systemReason(error)}); };
   std::size_t end = bytes.size();
-  // One byte more than expected, so that the read that finds the end of the file needs no further room.
+  // One byte more than expected, so that the read at the end of the file needs no further memory.
   std::size_t room = end + std::max(size_ + 1, leastRoom);
   for (;;) {
     if (end == bytes.size()) {

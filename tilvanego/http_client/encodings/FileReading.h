@@ -12,11 +12,11 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Why a file that a parameter named couldn't be read.
+/// Why the file of a parameter couldn't be read.
 struct FileReadError {
-  /// The path, or the whole URL if it names no file of this system.
+  /// The path, or the whole URL if it isn't the URL of a local file.
   std::string file;
-  /// In the system's words.
+  /// The system's error text.
   std::string reason;
 
   [[nodiscard]] std::string description() const { return "can't read " + file + ": " + reason; }
@@ -27,16 +27,16 @@ struct FileReadError {
 
 namespace tilvanego::detail {
 
-/// A file that was opened to be sent: a regular file, or a pipe, which is read to its end.
+/// An open file whose content is sent: a regular file, or a pipe, which is read to its end.
 class FileToSend {
  public:
-  /// Takes `file:` URLs of this host alone.
+  /// Accepts only `file:` URLs of this host.
   [[nodiscard]] static std::expected<FileToSend, FileReadError> open(const URL& url);
 
-  /// What it held when it was opened; 0 for a pipe.
+  /// The size in bytes at the time when it was opened; 0 for a pipe.
   [[nodiscard]] std::size_t size() const { return size_; }
 
-  /// Appends what it holds. After a failure `bytes` may have a part of it.
+  /// Appends the file's content. After a failure `bytes` may have a part of it.
   [[nodiscard]] std::expected<void, FileReadError> appendTo(Bytes& bytes) const;
 
  private:
@@ -48,13 +48,13 @@ class FileToSend {
   std::size_t size_;
 };
 
-/// What a file holds now, without opening it; 0 for what is no file. For a guess at the room that it needs.
+/// The current size of a file in bytes; 0 if there is no such file. An estimate for the memory to reserve.
 [[nodiscard]] std::size_t sizeOfFile(const URL& url);
 
-/// The last component of a URL's path, decoded; "/" for the root, empty for no path.
+/// The last component of a URL's path, decoded; "/" for the root, empty for an empty path.
 [[nodiscard]] std::string lastPathComponent(const URL& url);
 
-/// What stands behind the last "." of a file's name; empty if nothing stands before or behind it.
+/// The part of a file's name after its last "."; empty if the "." is the first or the last character.
 [[nodiscard]] std::string_view pathExtension(std::string_view fileName);
 
 }  // namespace tilvanego::detail

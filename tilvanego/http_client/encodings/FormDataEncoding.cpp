@@ -19,7 +19,7 @@ namespace {
 
 using Outcome = std::expected<void, Failure>;
 
-/// Calls `visit` with each part's value to be, null for an absent element, until it fails.
+/// Calls `visit` with the value of each part, null for an absent element, until it fails.
 template <typename Visit>
 Outcome forEachElement(const AnyValue& value, const Visit& visit) {
   const auto* elements = value.as<AnyValue::Array>();
@@ -42,7 +42,7 @@ std::expected<std::string, FormDataError> newBoundary() {
   return "Boundary-" + UUID::fromRandomBytes(octets).text();
 }
 
-/// The bytes of a multipart body, part by part.
+/// Builds a multipart body part by part.
 class Multipart {
  public:
   Multipart(std::string boundary, Bytes bodySoFar,
@@ -79,10 +79,10 @@ class Multipart {
   const FormDataEncoding::ContentTypeForFormPart& contentTypeForFormPart_;
 };
 
-// One buffer of about the right size keeps a large file from being copied over and over as the body grows.
-// What a file says of its size isn't believed beyond a bound.
+/// Estimates the size of the body, so that a large file isn't copied again while the buffer grows. The
+/// reported sizes of files are trusted up to a limit.
 void Multipart::reserveFor(const Parameters& parameters) {
-  constexpr std::size_t mostAtOnce = std::size_t{1} << 30;
+  constexpr std::size_t maxReserved = std::size_t{1} << 30;
   std::size_t size = body_.size();
   for (const auto& parameter : parameters) {
     const auto count = [&](const AnyValue* element) -> Outcome {
@@ -96,7 +96,7 @@ void Multipart::reserveFor(const Parameters& parameters) {
     };
     [[maybe_unused]] const Outcome counted = forEachElement(parameter.second, count);
   }
-  body_.reserve(std::min(size, mostAtOnce));
+  body_.reserve(std::min(size, maxReserved));
 }
 
 Outcome Multipart::add(const std::string& name, const AnyValue* value) {

@@ -10,42 +10,41 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Why no multipart body can be made of what was given.
+/// Why the parameters can't be encoded as a multipart body. A CR, LF or NUL in a part's header is refused,
+/// because it could add header fields or parts.
 struct FormDataError {
   enum class Reason : std::uint8_t {
-    invalidName,         ///< a parameter's name holds a line end or a NUL, which would forge another part
-    invalidFileName,     ///< a file's name does
-    invalidContentType,  ///< the type that `ContentTypeForFormPart` gave does
+    invalidName,         ///< the name of the parameter contains CR, LF or NUL
+    invalidFileName,     ///< the name of the file contains one
+    invalidContentType,  ///< the type returned by `ContentTypeForFormPart` contains one
     noRandomBytes        ///< the system has no random bytes for the boundary
   };
   Reason reason;
-  /// The parameter that it is about.
+  /// The name of the parameter.
   std::string name;
 
   [[nodiscard]] std::string description() const;
   bool operator==(const FormDataError&) const = default;
 };
 
-/// Sends the parameters as the parts of a multipart body (RFC 7578), in the order of their names; an array
-/// gives one part for each element. A `file:` URL is sent as a file with its name and MIME type; texts,
-/// numbers, booleans ("1" and "0"), bytes and UUIDs as they are. Any other value is a fault of the program
-/// and ends the process.
+/// Encodes the parameters as a multipart body (RFC 7578), in the order of their names. A collection has one
+/// part for each element. A `file:` URL is sent as a file with its name and MIME type; texts, numbers,
+/// booleans ("1" and "0"), bytes and UUIDs are sent as parts without a file name. Any other value is a
+/// programming error and ends the process.
 ///
-/// Names and file names aren't escaped, a quote in one goes out as it stands. One with CR, LF or NUL is
-/// refused.
+/// Names and file names aren't escaped, so a quote is sent unchanged; CR, LF and NUL are refused.
 class FormDataEncoding final : public ParameterEncoding {
  public:
-  /// The MIME type of a file that is sent, or none for the type that its name's extension has.
+  /// Returns the MIME type of a file, or no value to use the type of its extension. May throw: the exception
+  /// leaves `encode`.
   using ContentTypeForFormPart = std::function<std::optional<std::string>(const URL& fileURL)>;
 
-  /// The callback runs inside `encode`, on its thread; so it must be safe there. An empty one always says
-  /// none.
+  /// `encode` calls the callback on its own thread. An empty callback means the type of the extension.
   explicit FormDataEncoding(ContentTypeForFormPart contentTypeForFormPart = nullptr)
       : contentTypeForFormPart_(std::move(contentTypeForFormPart)) {}
 
-  /// Without parameters the request stays as it is. "Content-Type" becomes "multipart/form-data" with a
-  /// boundary that is new for each request; what the request had is overwritten. Fails with a `FileReadError`
-  /// or a `FormDataError`.
+  /// Replaces "Content-Type" by "multipart/form-data" with a random boundary. Without parameters the request
+  /// is returned unchanged. Fails with a `FileReadError` or a `FormDataError`.
   [[nodiscard]] std::expected<URLRequest, Failure> encode(
       URLRequest request, const std::optional<Parameters>& parameters) const override;
 

@@ -7,13 +7,13 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Sends the parameters as a form's body, `name=value&...` in the order of their names; an array gives one
-/// pair for each element that is there. All but ASCII letters and digits is percent-escaped, a space to
-/// "%20".
+/// Encodes the parameters as the body of a form, `name=value&...`, in the order of their names. A collection
+/// has one pair for each element that has a value. All bytes but ASCII letters and digits are
+/// percent-encoded; a space is "%20".
 class FormURLEncoding final : public ParameterEncoding {
  public:
-  /// Never fails. "Content-Type" becomes "application/x-www-form-urlencoded" unless the request has one. If
-  /// nothing is to be sent, the request has no body afterwards.
+  /// Never fails. Sets "Content-Type" to "application/x-www-form-urlencoded" unless the request has that
+  /// field. Removes the body if there is no pair.
   [[nodiscard]] std::expected<URLRequest, Failure> encode(
       URLRequest request, const std::optional<Parameters>& parameters) const override;
 };

@@ -8,15 +8,15 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Sends JSON bytes, which the parameters hold under "jsonData", as the body. Every other parameter is
-/// ignored, and without such bytes the request stays as it is.
+/// Sets the bytes of the parameter "jsonData" as the body. Ignores all other parameters. Without these bytes
+/// the request is returned unchanged.
 class JSONDataEncoding final : public ParameterEncoding {
  public:
-  /// Never fails. "Content-Type" becomes "application/json" unless the request has one.
+  /// Never fails. Sets "Content-Type" to "application/json" unless the request has that field.
   [[nodiscard]] std::expected<URLRequest, Failure> encode(
       URLRequest request, const std::optional<Parameters>& parameters) const override;
 
-  /// The parameters that carry these bytes; none for no or empty bytes.
+  /// Returns the parameters for these bytes, or `std::nullopt` if there are no bytes.
   [[nodiscard]] static std::optional<Parameters> encodingParameters(const std::optional<Data>& jsonData);
 };
 

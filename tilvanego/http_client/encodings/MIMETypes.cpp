@@ -101,7 +101,7 @@ bool isTokenCharacter(char c) {
   return isAlphanumeric || std::string_view("!#$&-^_.+").contains(c);
 }
 
-/// A type and a subtype, so that nothing else gets into a header.
+/// Whether the text is a type and a subtype, so that nothing else gets into a header.
 bool isType(std::string_view text) {
   const std::size_t slash = text.find('/');
   if (slash == 0 || slash == std::string_view::npos || slash + 1 == text.size()) return false;
@@ -109,7 +109,8 @@ bool isType(std::string_view text) {
          std::ranges::all_of(text.substr(slash + 1), isTokenCharacter);
 }
 
-/// What stands before the separator, or all, which is cut off `text` with the separator.
+/// Removes the part up to the first separator from `text` and returns it without the separator; without a
+/// separator, the whole text.
 std::string_view cutField(std::string_view& text, char separator) {
   const std::size_t end = std::min(text.find(separator), text.size());
   const std::string_view field = text.substr(0, end);
@@ -145,7 +146,7 @@ MIMETypes::MIMETypes() {
 }
 
 const MIMETypes& MIMETypes::system() {
-  // Never destroyed: a send may be under way while the process ends.
+  // Never destroyed, because a request may be running while the process exits.
   static const MIMETypes& types = [] -> MIMETypes& {
     auto& read = *new MIMETypes;
     read.addDirectories(detail::dataDirectories(std::getenv("XDG_DATA_HOME"), std::getenv("HOME"),

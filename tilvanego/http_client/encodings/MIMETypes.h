@@ -9,30 +9,34 @@
 #include <string_view>
 #include <vector>
 
-namespace [[gnu::visibility("default")]] tilvanego {
+#include <tilvanego/values/Lifetime.h>
 
-/// MIME types (RFC 6838) by the extension of a file's name, without regard to the case of ASCII letters.
+namespace tilvanego {
+
+/// MIME types (RFC 6838) by file extension, case-insensitive for ASCII letters.
 ///
-/// A table of the common ones, extended by `globs2` files of the shared MIME-info database that desktops
-/// keep. Of such a file count the patterns that are "*." and an extension without a further point. Those that
-/// regard case are passed over, as is every line that isn't WEIGHT:TYPE:PATTERN. The highest weight wins, and
-/// among equals what was said first; the common ones have the usual weight of 50, so that they are the same
-/// on every system unless its owner gives another type more weight.
+/// Contains the common types and the types of `globs2` files (freedesktop.org shared MIME-info database). Of
+/// such a file the patterns "*.EXTENSION" without a further "." are used; case-sensitive patterns and lines
+/// that aren't WEIGHT:TYPE:PATTERN are ignored. For each extension the type with the highest weight is used,
+/// among equal weights the one that was added first. The common types have the weight 50.
 class MIMETypes {
  public:
-  /// The common types alone.
+  /// Contains the common types only.
   MIMETypes();
 
-  /// The common types and those of the user's and the system's database, by `XDG_DATA_HOME` and
-  /// `XDG_DATA_DIRS`, read on the first call. A database that is missing or broken leaves the common ones.
+  /// The common types and those of the user's and the system's database, found by `XDG_DATA_HOME` and
+  /// `XDG_DATA_DIRS` and read on the first call. Files that are missing or invalid are ignored. Any thread
+  /// may call this.
   [[nodiscard]] static const MIMETypes& system();
 
-  /// The type for an extension without its "."; valid as long as this object is unchanged.
-  [[nodiscard]] std::optional<std::string_view> typeForExtension(std::string_view extension) const;
+  /// Returns the type of an extension, which is given without ".", or no value. Valid until this object
+  /// changes.
+  [[nodiscard]] std::optional<std::string_view> typeForExtension(std::string_view extension) const
+      TILVANEGO_LIFETIMEBOUND;
 
-  /// Adds the lines of a `globs2` file.
+  /// Adds the types of a `globs2` file with this content.
   void addGlobs(std::string_view text);
-  /// Adds the `mime/globs2` of each data directory that has one. One of more than 16 MiB is passed over.
+  /// Adds the file `mime/globs2` of each data directory. Files of more than 16 MiB are ignored.
   void addDirectories(std::span<const std::filesystem::path> dataDirectories);
 
  private:
@@ -45,14 +49,12 @@ class MIMETypes {
   std::map<std::string, Entry, std::less<>> entries_;
 };
 
-}  // namespace tilvanego
+namespace detail {
 
-namespace tilvanego::detail {
-
-/// Where a user's and a system's data lie (the XDG base directories), the preferred first. Each value
-/// is that of the environment variable of its name, null if it isn't set. Paths that aren't absolute don't
-/// count.
+/// Returns the data directories of the user and the system (XDG Base Directory Specification), in order of
+/// preference. Each argument is the value of the environment variable, or null. Relative paths are ignored.
 [[nodiscard]] std::vector<std::filesystem::path> dataDirectories(const char* xdgDataHome, const char* home,
                                                                  const char* xdgDataDirs);
 
-}  // namespace tilvanego::detail
+}  // namespace detail
+}  // namespace tilvanego

@@ -7,13 +7,13 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Sends the parameter "body" as it is: its bytes, or those of the file that a `file:` URL names. Every other
-/// parameter is ignored.
+/// Sets the parameter "body" as the body: its bytes, or the content of the file of a `file:` URL. Ignores all
+/// other parameters.
 class OctetStreamEncoding final : public ParameterEncoding {
  public:
-  /// Without a parameter "body" the request stays as it is. "Content-Type" becomes "application/octet-stream"
-  /// unless the request has one. Fails with a `FileReadError`. A value that is neither bytes nor a URL is a
-  /// fault of the program and ends the process.
+  /// Sets "Content-Type" to "application/octet-stream" unless the request has that field. Without a parameter
+  /// "body" the request is returned unchanged. Fails with a `FileReadError`. A value that is neither bytes
+  /// nor a URL is a programming error and ends the process.
   [[nodiscard]] std::expected<URLRequest, Failure> encode(
       URLRequest request, const std::optional<Parameters>& parameters) const override;
 };

@@ -9,14 +9,14 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A way to put a request's parameters into it, into its URL's query or into its body. Encodings hold no
-/// changing state: any thread may use one at any time.
+/// Encodes parameters into a request: into the query of its URL or into its body. Encodings are immutable;
+/// any thread may use one at any time.
 class ParameterEncoding {
  public:
   virtual ~ParameterEncoding() = default;
 
-  /// The request with the parameters in it, or why they can't be put there. May throw, which is such a
-  /// failure too.
+  /// Returns the request with the parameters, or the reason why they can't be encoded. May throw: a builder
+  /// treats the exception as such a failure.
   [[nodiscard]] virtual std::expected<URLRequest, Failure> encode(
       URLRequest request, const std::optional<Parameters>& parameters) const = 0;
 };

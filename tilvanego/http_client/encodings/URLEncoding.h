@@ -7,12 +7,12 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Puts the parameters into the URL's query, in the order of their names; an array gives one item for each
-/// element that is there. `GET` and `HEAD` requests are sent so.
+/// Encodes the parameters as the query of the URL, in the order of their names. A collection has one item for
+/// each element that has a value. Builders use it for `GET` and `HEAD`.
 class URLEncoding final : public ParameterEncoding {
  public:
-  /// Any parameter replaces the query that the URL had, and parameters that are all empty arrays remove it;
-  /// no parameters leave the request as it is. Fails with `DownloadException::requestMissingURL`.
+  /// Replaces the query of the URL. If all parameters are empty collections, removes the query. Without
+  /// parameters the request is returned unchanged. Fails with `DownloadException::requestMissingURL`.
   [[nodiscard]] std::expected<URLRequest, Failure> encode(
       URLRequest request, const std::optional<Parameters>& parameters) const override;
 };

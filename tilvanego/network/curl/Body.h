@@ -9,18 +9,18 @@
 
 namespace tilvanego::detail {
 
-/// The bytes of an answer as they come, in room that grows with what has come: an announced length is trusted
-/// to 16 times of that, or 1 MiB, so that 100 MB take three allocations. Bytes that come decompressed can be
-/// a thousand times those that were sent; what bounds them is the limit, which the caller keeps.
+/// Collects the bytes of a response. An announced length isn't trusted: at most 16 times the received bytes,
+/// or 1 MiB, are allocated in advance, so that 100 MB need three allocations. The caller enforces the limit
+/// on the size.
 class Body {
  public:
-  /// Announced by the server, within the limit.
+  /// Sets the length that the server announced.
   void expect(std::size_t length) { expected_ = length; }
 
   /// Throws std::bad_alloc or std::length_error if memory is short.
   void append(const char* bytes, std::size_t count) {
     const auto needed = bytes_.size() + count;
-    // Without an announced length, the vector's own growth serves.
+    // Without an announced length, the vector grows by itself.
     if (needed > bytes_.capacity() && needed <= expected_) {
       bytes_.reserve(std::min(expected_, std::max(needed * 16, std::size_t{1} << 20U)));
     }
@@ -29,6 +29,7 @@ class Body {
   }
 
   [[nodiscard]] std::size_t size() const { return bytes_.size(); }
+  /// Returns the bytes and clears this object.
   [[nodiscard]] Bytes take() { return std::exchange(*this, {}).bytes_; }
 
  private:

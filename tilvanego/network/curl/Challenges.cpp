@@ -96,7 +96,7 @@ std::vector<Challenge> parseChallenges(std::string_view field) {
   return challenges;
 }
 
-std::optional<URLProtectionSpace> answerableSpace(const std::vector<Challenge>& challenges) {
+std::optional<URLProtectionSpace> supportedSpace(const std::vector<Challenge>& challenges) {
   const auto first = [&](std::string_view scheme) {
     return std::ranges::find(challenges, scheme,
                              [](const Challenge& each) { return lowerCase(each.scheme); });

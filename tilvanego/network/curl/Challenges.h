@@ -7,24 +7,27 @@
 #include <vector>
 
 #include <tilvanego/network/URLAuthenticationChallenge.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego::detail {
 
 /// One challenge of a "WWW-Authenticate" or "Proxy-Authenticate" field (RFC 9110, section 11.6.1).
 struct Challenge {
-  /// As the server wrote it; no case counts.
+  /// As the server sent it; case-insensitive.
   std::string scheme;
-  /// Names in lower case, values without quotes and escapes. A token68 isn't kept.
+  /// Names in lower case, values without quotes and escapes. A token68 is left out.
   std::vector<std::pair<std::string, std::string>> parameters;
 
-  [[nodiscard]] std::optional<std::string_view> parameter(std::string_view lowerCaseName) const;
+  [[nodiscard]] std::optional<std::string_view> parameter(std::string_view lowerCaseName) const
+      TILVANEGO_LIFETIMEBOUND;
 };
 
-/// All challenges of a field whose values were joined by commas. What makes no sense is passed over.
+/// Returns all challenges of a field, whose values are separated by commas. Invalid parts are ignored.
 [[nodiscard]] std::vector<Challenge> parseChallenges(std::string_view field);
 
-/// The challenge that the session answers: Digest if libcurl can compute the one that it takes, the first;
-/// else Basic; else none. Gives method and realm, the rest is the caller's.
-[[nodiscard]] std::optional<URLProtectionSpace> answerableSpace(const std::vector<Challenge>& challenges);
+/// Returns method and realm of the challenge that the session responds to; the caller sets the other members.
+/// It is the first Digest challenge, the one that libcurl responds to, if libcurl supports its algorithm;
+/// else Basic; else there is no value.
+[[nodiscard]] std::optional<URLProtectionSpace> supportedSpace(const std::vector<Challenge>& challenges);
 
 }  // namespace tilvanego::detail

@@ -15,8 +15,8 @@ constexpr int readsHeader = 32;
 constexpr unsigned char gzipStart = 0x1F;
 constexpr unsigned methodMask = 0x0F;
 
-/// "deflate" means the zlib form (RFC 9110, section 8.4.1.2), but some servers leave its two bytes out. The
-/// first of them says method 8; a bare stream can't begin so.
+/// "deflate" means the zlib format (RFC 9110, section 8.4.1.2), but some servers omit its header of two
+/// bytes. The header begins with method 8, a stream without the header can't begin so.
 int windowBits(ContentCoding coding, unsigned char first) {
   const bool isBare = coding == ContentCoding::deflate && (first & methodMask) != Z_DEFLATED;
   return isBare ? -largestWindow : largestWindow + readsHeader;
@@ -45,15 +45,15 @@ ContentDecoder::ContentDecoder(ContentCoding coding) : coding_(coding) {
 ContentDecoder::~ContentDecoder() { inflateEnd(&zlib_); }
 
 void ContentDecoder::feed(std::string_view bytes) {
-  // zlib doesn't write to its input. libcurl hands over less at a time than zlib can count.
+  // zlib doesn't write to its input. libcurl's pieces are smaller than zlib's largest input.
   zlib_.next_in = const_cast<Bytef*>(reinterpret_cast<const Bytef*>(bytes.data()));
   zlib_.avail_in = static_cast<uInt>(bytes.size());
 }
 
-// Before the first byte of the body, and before each further gzip stream in it.
+// Called before the first byte of the body and before each further gzip stream in it.
 bool ContentDecoder::begin() {
   if (!begun_) return inflateReset2(&zlib_, windowBits(coding_, *zlib_.next_in)) == Z_OK;
-  // What stands behind the end counts for nothing, unless it is another stream.
+  // Bytes after the end are ignored, unless they are another stream.
   return coding_ == ContentCoding::gzip && *zlib_.next_in == gzipStart && inflateReset(&zlib_) == Z_OK;
 }
 
@@ -69,7 +69,7 @@ std::optional<std::size_t> ContentDecoder::read(std::span<char> room) {
     zlib_.avail_out = static_cast<uInt>(room.size());
     const int result = inflate(&zlib_, Z_NO_FLUSH);
     if (result == Z_MEM_ERROR) throw std::bad_alloc();
-    // Neither bytes to take nor bytes to give isn't a failure: more is to be fed.
+    // No input and no output isn't a failure: the next bytes are needed.
     if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) return std::nullopt;
     atEnd_ = result == Z_STREAM_END;
     if (const auto count = room.size() - zlib_.avail_out; count > 0) return count;

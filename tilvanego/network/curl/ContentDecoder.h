@@ -9,14 +9,15 @@
 
 namespace tilvanego::detail {
 
-/// How a body is compressed.
+/// The compression of a body (RFC 9110, section 8.4.1).
 enum class ContentCoding { gzip, deflate };
 
-/// What a "Content-Encoding" field says; none if it names anything else, more than one coding, or none.
+/// Returns the coding of a "Content-Encoding" field, or no value if the field has another coding, several
+/// codings or none.
 [[nodiscard]] std::optional<ContentCoding> contentCodingOf(std::string_view field);
 
-/// Decompresses a body as its bytes come. libcurl could, but fails the request for a coding that it doesn't
-/// know.
+/// Decompresses a body piece by piece. libcurl could do this, but it fails the request if it doesn't know the
+/// coding.
 class ContentDecoder {
  public:
   /// Throws std::bad_alloc if memory is short.
@@ -25,13 +26,13 @@ class ContentDecoder {
   ContentDecoder& operator=(const ContentDecoder&) = delete;
   ~ContentDecoder();
 
-  /// Takes the next bytes of the body, which stay where they are until all is read.
+  /// Sets the next bytes of the body. They must stay valid until `read` has returned 0.
   void feed(std::string_view bytes);
-  /// Fills the front of `room` from what was fed; gives how much, and 0 when more is to be fed. None if the
-  /// bytes aren't of the coding. Throws std::bad_alloc if memory is short.
+  /// Decompresses into `room` and returns the number of bytes; 0 means that `feed` must be called again. No
+  /// value if the bytes aren't in the coding. Throws std::bad_alloc if memory is short.
   [[nodiscard]] std::optional<std::size_t> read(std::span<char> room);
 
-  /// Whether the compressed bytes came to their end.
+  /// Whether the compressed data are complete.
   [[nodiscard]] bool isAtEnd() const { return atEnd_; }
 
  private:

@@ -11,7 +11,7 @@ namespace {
 TransportError::Code codeOf(CURLcode code, std::string_view detail) {
   using enum TransportError::Code;
   switch (code) {
-    // What breaks the framing of a body in chunks is told like a lost connection, but for its text.
+    // libcurl reports an invalid chunk with the code of a lost connection; only the text differs.
     case CURLE_RECV_ERROR:
       return detail.contains("chunk") ? badServerResponse : networkConnectionLost;
     case CURLE_OPERATION_TIMEDOUT:
@@ -42,7 +42,7 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
     case CURLE_HTTP2:
     case CURLE_HTTP2_STREAM:
       return networkConnectionLost;
-    // The scheme has been checked before: this is how libcurl refuses an answer without a status line.
+    // The scheme was checked before: libcurl uses this code for a response without a status line.
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_BAD_CONTENT_ENCODING:
@@ -57,7 +57,7 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
 
 TransportError transportError(int curlCode, std::string_view detail) {
   const auto code = static_cast<CURLcode>(curlCode);
-  // A text with "@" may hold the URL of a proxy with its user and password.
+  // A text with "@" may contain the URL of a proxy with user and password.
   const bool mayBeShown = !detail.empty() && detail.find('@') == std::string_view::npos;
   return {codeOf(code, detail), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};
 }

@@ -6,8 +6,8 @@
 
 namespace tilvanego::detail {
 
-/// What a `CURLcode` of a transfer means to the host. `detail` is the text of libcurl's error buffer, which
-/// may be empty, and which isn't shown where it might hold a password.
+/// Converts a `CURLcode` of a transfer to an error for the host. `detail` is the text of libcurl's error
+/// buffer. It may be empty; it isn't shown where it might contain a password.
 [[nodiscard]] TransportError transportError(int curlCode, std::string_view detail);
 
 }  // namespace tilvanego::detail

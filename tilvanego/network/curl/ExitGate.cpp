@@ -13,12 +13,12 @@ namespace tilvanego::detail {
 
 namespace {
 
-/// For a completion that is running when the exit begins. It may wait for the very thread that exits.
+/// The time for a callback that runs when the exit begins. It may be waiting for the thread that exits.
 constexpr std::chrono::seconds patienceWithHostCode{1};
 
 thread_local bool isInHostCode = false;
 
-// Never destroyed: threads stand at the gate to the last moment.
+/// Never destroyed: threads wait at the gate until the process ends.
 std::atomic<ExitGate*> gateOfProcess = nullptr;
 
 }  // namespace
@@ -33,7 +33,7 @@ ExitGate& ExitGate::ofProcess() {
   return *gateOfProcess;
 }
 
-// The mutex stays locked over the fork, so that nobody comes in meanwhile.
+// The mutex stays locked during the fork, so that no thread enters.
 void ExitGate::holdForFork() {
   auto& gate = ofProcess();
   std::unique_lock lock(gate.mutex_);
@@ -52,13 +52,13 @@ void ExitGate::goOnAfterFork() {
   gate.mutex_.unlock();
 }
 
-// The parent's gate is locked, and its threads stand at it.
+// The parent's gate can't be used: its mutex is locked, and its threads don't exist here.
 void ExitGate::replaceInChild() { gateOfProcess = new ExitGate; }
 
 void ExitGate::closeAtExit() { ofProcess().close(); }
 
-// The first thread of a session comes after the initialization of libcurl, which has registered the TLS
-// library's handler: handlers run from the last to the first.
+// The exit runs its handlers in reverse order. libcurl's initialization has registered the TLS library's
+// handler before, so this one runs first.
 void ExitGate::add(SessionLoop& loop) {
   static const bool registered = std::atexit(&closeAtExit) == 0;
   static_cast<void>(registered);

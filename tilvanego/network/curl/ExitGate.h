@@ -10,44 +10,44 @@ namespace tilvanego::detail {
 
 class SessionLoop;
 
-/// Keeps sessions from using libcurl, and the TLS library below it, while the process's exit takes that down.
+/// Prevents sessions from using libcurl, and its TLS library, while the exit of the process cleans these up.
 ///
-/// Threads that use libcurl are inside. The exit closes the gate before it runs the TLS library's own
-/// handler: it waits until nobody is inside, and nobody gets in again. A session's thread then waits for ever
-/// where it would go on, so that no completion begins once the exit has begun.
+/// A thread enters the gate to use libcurl. The exit closes the gate before the TLS library's exit handler
+/// runs: it waits until no thread is inside, and no thread can enter any more. The thread of a session then
+/// blocks for ever, so that no completion starts after the exit has begun.
 ///
-/// A fork holds everybody outside for its duration: the child may end by `exit` too, whose handlers would
-/// wait for ever for a lock of the TLS library's that a thread of the parent held.
+/// A fork closes the gate for its duration. Otherwise a thread of the parent could hold a lock of the TLS
+/// library, and the exit handlers of the child would wait for it for ever.
 class ExitGate {
  public:
-  /// The gate of this process. A forked child has another than its parent, since it has none of the threads.
-  static ExitGate& ofProcess();
+  /// The gate of this process. A forked child has its own gate, because it has none of the parent's threads.
+  [[nodiscard]] static ExitGate& ofProcess();
   ExitGate(const ExitGate&) = delete;
   ExitGate& operator=(const ExitGate&) = delete;
 
-  /// False in a forked child for what its parent made: its threads and locks aren't of this process.
+  /// False in a forked child for the gate of its parent, whose threads and locks don't exist here.
   [[nodiscard]] bool isOfProcess() const { return this == &ofProcess(); }
 
   // For a session that starts and ends its thread.
 
-  /// Has the loop woken when the gate closes. From the first call on, the exit closes the gate.
+  /// Registers a loop, which is woken when the gate closes. The first call registers the exit handler.
   void add(SessionLoop& loop);
   void remove(const SessionLoop& loop);
-  /// Returns when the loop isn't here any more; false if the exit was first, and it may stay for ever.
+  /// Waits until the loop is removed. Returns false if the process exits first.
   [[nodiscard]] bool waitUntilRemoved(const SessionLoop& loop);
 
   // For a session's thread.
 
-  /// Comes in, or stops for ever.
+  /// Enters the gate, or blocks for ever if it is closed.
   void enter();
-  /// Waits outside while a fork holds the gate; stops for ever if the gate is closed.
+  /// Leaves and enters the gate while a fork holds it; blocks for ever if it is closed.
   void pass() {
     if (barred_) stepAside();
   }
   void leave();
-  /// Runs `call`, which doesn't throw and is the host's, outside: it may end the process, or wait for who
-  /// does.
-  template <class Call>
+  /// Runs a callback of the host outside the gate, because it may exit the process or wait for a thread that
+  /// does. `call` must not throw.
+  template <typename Call>
   void runHostCode(Call&& call) {
     leaveForHostCode();
     call();
@@ -56,9 +56,9 @@ class ExitGate {
 
   // For any thread.
 
-  /// Comes in, or gives false.
+  /// Enters the gate, or returns false if it is closed.
   [[nodiscard]] bool tryToEnter();
-  /// Holds what can't be taken down any more.
+  /// Keeps an object that can't be destroyed safely any more.
   void keep(std::shared_ptr<void> object);
 
  private:
@@ -81,7 +81,7 @@ class ExitGate {
   std::vector<std::shared_ptr<void>> kept_;
   bool closed_ = false;
   bool held_ = false;
-  /// Closed or held. Set under the mutex.
+  /// Closed, or held by a fork. Written under the mutex.
   std::atomic<bool> barred_ = false;
 };
 

@@ -6,11 +6,9 @@
 
 namespace tilvanego::detail {
 
-bool hasOrigin(const URL& url) {
-  const auto scheme = url.scheme().value_or("");
-  if (!equalsIgnoringCase(scheme, "http") && !equalsIgnoringCase(scheme, "https")) return false;
-  return !url.writtenHost().value_or("").empty();
-}
+bool isHTTP(const URL& url) { return isSecure(url) || equalsIgnoringCase(url.scheme().value_or(""), "http"); }
+
+bool hasOrigin(const URL& url) { return isHTTP(url) && !url.writtenHost().value_or("").empty(); }
 
 std::optional<Origin> originOf(const URL& url) {
   if (!hasOrigin(url)) return std::nullopt;

@@ -8,7 +8,7 @@
 
 namespace tilvanego::detail {
 
-/// Who answers an HTTP URL (RFC 9110, section 4.3.1).
+/// The origin of an HTTP URL (RFC 9110, section 4.3.1).
 struct Origin {
   /// "http" or "https".
   std::string scheme;
@@ -19,16 +19,19 @@ struct Origin {
   bool operator==(const Origin&) const = default;
 };
 
-/// None if the URL isn't http or https, or has no host.
+/// Returns no value if the URL isn't http or https, or has no host.
 [[nodiscard]] std::optional<Origin> originOf(const URL& url);
 
-/// Whether there is an origin, without the copies.
+/// Whether the scheme is http or https.
+[[nodiscard]] bool isHTTP(const URL& url);
+
+/// Whether `originOf` returns a value. Allocates nothing.
 [[nodiscard]] bool hasOrigin(const URL& url);
 
-/// Scheme alone, without the copies of an origin.
+/// Whether the scheme is https. Allocates nothing.
 [[nodiscard]] bool isSecure(const URL& url);
 
-/// The URL without user and password, or the URL itself if it has neither.
+/// Returns the URL's text without user and password.
 [[nodiscard]] std::string textWithoutUser(const URL& url);
 
 }  // namespace tilvanego::detail

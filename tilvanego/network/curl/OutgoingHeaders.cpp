@@ -31,7 +31,7 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody) {
 
 curl_slist* OutgoingHeaders::list() { return nodes_.empty() ? nullptr : nodes_.data(); }
 
-// "Name;" is libcurl's way to say a field without a value, "Name:" to say that there be none.
+// For libcurl "Name;" means a field with an empty value, "Name:" means that the field isn't sent.
 void OutgoingHeaders::add(std::string_view name, std::string_view value) {
   starts_.push_back(text_.size());
   text_.append(name);

@@ -6,12 +6,13 @@
 #include <vector>
 
 #include <tilvanego/network/HTTPHeaders.h>
+#include <tilvanego/values/Lifetime.h>
 
 struct curl_slist;  // NOLINT(readability-identifier-naming): libcurl's
 
 namespace tilvanego::detail {
 
-/// Header lines as libcurl wants them, in room that is kept from one request to the next.
+/// The header fields of a request as a list of libcurl, in memory that is reused for the next request.
 class OutgoingHeaders {
  public:
   OutgoingHeaders();
@@ -19,17 +20,17 @@ class OutgoingHeaders {
   OutgoingHeaders& operator=(const OutgoingHeaders&) = delete;
   ~OutgoingHeaders();
 
-  /// Lines for these fields, which have been checked. What libcurl would add to a body on its own,
-  /// "Content-Type" and "Expect", is kept out unless the fields have it.
+  /// Sets the fields, which must have been checked. With a body, prevents libcurl from adding "Content-Type"
+  /// and "Expect" unless the fields contain them.
   void set(const HTTPHeaders& fields, bool withBody);
-  /// Lives until the next `set`; null without lines.
-  [[nodiscard]] curl_slist* list();
+  /// Valid until the next `set`; null without fields.
+  [[nodiscard]] curl_slist* list() TILVANEGO_LIFETIMEBOUND;
 
  private:
   void add(std::string_view name, std::string_view value);
   void suppress(std::string_view name);
 
-  /// All lines, each with its NUL.
+  /// All lines, each followed by NUL.
   std::string text_;
   std::vector<std::size_t> starts_;
   std::vector<curl_slist> nodes_;

@@ -42,7 +42,7 @@ Proxy Proxy::from(std::string url) {
 
 Proxies Proxies::from(const std::optional<std::string>& configured) {
   if (configured) return {Proxy::from(*configured), Proxy::from(*configured), ""};
-  // Not HTTP_PROXY: where a web server starts the program, any client can set it by a header.
+  // Not HTTP_PROXY: if a web server starts the program, any client can set that variable by a header.
   return {Proxy::from(firstSet({"http_proxy", "all_proxy", "ALL_PROXY"})),
           Proxy::from(firstSet({"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})),
           firstSet({"no_proxy", "NO_PROXY"})};
@@ -55,7 +55,7 @@ void nameProxy(URLProtectionSpace& space, const Proxy& proxy) {
   if (!origin) return;
   space.protocol = origin->scheme;
   space.host = origin->host;
-  // libcurl takes 1080 for a proxy without a port.
+  // libcurl's default port of a proxy is 1080.
   space.port = url->port().value_or(origin->scheme == "https" ? 443 : 1080);
 }
 

@@ -19,14 +19,14 @@ std::unexpected<TransportError> refused(Code code, std::string message) {
   return std::unexpected(TransportError{code, std::move(message)});
 }
 
-// A name that is no token may hold anything, a line break too: only its harmless characters are shown.
+/// A name that isn't a token may contain any byte, also line breaks: other characters are shown as "?".
 std::string shown(std::string_view name) {
   std::string text;
   for (const char c : name.substr(0, 80)) text.push_back(isTokenCharacter(c) || c == ' ' ? c : '?');
   return text;
 }
 
-/// libcurl sends a head up to 1 MiB, and takes a longer one for a lack of memory.
+/// libcurl sends a head of at most 1 MiB and reports a longer one as a lack of memory.
 constexpr std::size_t maximumHeadSize = 1'000'000;
 
 std::expected<void, TransportError> checkHeaders(const URLRequest& request) {
@@ -53,6 +53,16 @@ void removeBody(URLRequest& request) {
       names.push_back(field.name);
   }
   for (const auto& name : names) request.headers.remove(name);
+}
+
+/// libcurl reads "http:///x" and "///x" as URLs of the host x; by RFC 3986 they have no host.
+bool lacksHost(std::string_view locationField) {
+  const auto reference = URL::parse(locationField);
+  if (!reference) return false;
+  const bool namesScheme = reference->scheme().has_value();
+  if (namesScheme && !isHTTP(*reference)) return false;
+  const auto host = reference->writtenHost();
+  return host ? host->empty() : namesScheme;
 }
 
 bool turnsIntoGet(const std::string& method, int statusCode) {
@@ -85,23 +95,25 @@ bool isIdempotent(const std::string& method) {
 
 std::expected<std::optional<URLRequest>, TransportError> redirectedRequest(const URLRequest& request,
                                                                            int statusCode,
-                                                                           const std::string& location) {
+                                                                           std::string_view field,
+                                                                           std::string_view target) {
   static constexpr std::array statusCodes = {301, 302, 303, 307, 308};
   if (std::ranges::find(statusCodes, statusCode) == statusCodes.end()) return std::nullopt;
-  auto target = URL::parse(location);
+  if (lacksHost(field)) return refused(Code::unsupportedURL, "the server redirects to a URL without a host");
+  auto url = URL::parse(target);
   // The user and password of a redirect are the server's choice, not the host's.
-  if (target) target = URL::parse(textWithoutUser(*target));
-  if (!target) return std::nullopt;
+  if (url) url = URL::parse(textWithoutUser(*url));
+  if (!url) return std::nullopt;
 
   const auto from = originOf(*request.url);
-  const auto to = originOf(*target);
+  const auto to = originOf(*url);
   if (!to) return refused(Code::unsupportedURL, "the server redirects to a URL that isn't http or https");
-  if (isSecure(*request.url) && !isSecure(*target)) {
+  if (isSecure(*request.url) && !isSecure(*url)) {
     return refused(Code::redirectRefused, "the server redirects from https to http, to " + to->host);
   }
 
   URLRequest next = request;
-  next.url = std::move(*target);
+  next.url = std::move(*url);
   if (turnsIntoGet(request.httpMethod, statusCode)) {
     next.httpMethod = "GET";
     removeBody(next);

@@ -3,21 +3,23 @@
 #include <expected>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLRequest.h>
 
 namespace tilvanego::detail {
 
-/// Whether the request can be sent as it is; nothing in it reaches the wire before.
+/// Checks the request before any part of it is sent.
 [[nodiscard]] std::expected<void, TransportError> checkRequest(const URLRequest& request);
 
 /// Whether sending the request twice does no more than sending it once (RFC 9110, section 9.2.2).
 [[nodiscard]] bool isIdempotent(const std::string& method);
 
-/// The request that follows an answer with this status and location, an absolute URL; none if the answer is
-/// no redirect that can be followed.
+/// The next request after a response with this status. `field` is its "Location" field as sent, `target` the
+/// absolute URL that libcurl made of it, empty if it made none. Returns none if the response isn't a redirect
+/// that can be followed, and an error for a redirect that must not be followed.
 [[nodiscard]] std::expected<std::optional<URLRequest>, TransportError> redirectedRequest(
-    const URLRequest& request, int statusCode, const std::string& location);
+    const URLRequest& request, int statusCode, std::string_view field, std::string_view target);
 
 }  // namespace tilvanego::detail

@@ -25,7 +25,7 @@ std::string_view withoutBlanks(std::string_view text) {
 
 bool ResponseHead::addLine(std::string_view line) {
   received_ += line.size();
-  if (received_ > maximumBytes_) return false;
+  if (received_ > maxBytes_) return false;
   if (inBody_) return true;
   if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) {
     startOver();
@@ -40,7 +40,7 @@ bool ResponseHead::addLine(std::string_view line) {
   constexpr std::string_view length = "content-length:";
   if (isField(line, "content-encoding:")) hasContentEncoding_ = true;
   if (isField(line, length)) noteLength(line.substr(length.size()));
-  return ++lineCount_ <= maximumFields + 1;
+  return ++lineCount_ <= maxFields + 1;
 }
 
 void ResponseHead::clear() {
@@ -54,7 +54,7 @@ void ResponseHead::noteStatus(std::string_view line) {
   if (status.starts_with(" 401") || status.starts_with(" 407")) ++refusals_;
 }
 
-// Libcurl would take the last of several lengths, and the beginning of what isn't a number.
+// libcurl would use the last of several lengths, and the digits at the start of an invalid one.
 void ResponseHead::noteLength(std::string_view value) {
   for (;;) {
     const auto comma = value.find(',');

@@ -6,36 +6,37 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/Lifetime.h>
+
 namespace tilvanego::detail {
 
-/// Collects the head of an answer from the lines that libcurl hands over: heads of interim answers and of a
-/// proxy's are dropped for the next one, trailers are left out.
+/// Collects the head of a response from the lines that libcurl passes on. The heads of interim responses and
+/// of a proxy's responses are replaced by the next head; trailers are left out.
 class ResponseHead {
  public:
-  static constexpr std::size_t maximumFields = 1000;
-  /// Libcurl by itself renews a Digest answer that is called out of date, as often as it is asked to.
-  static constexpr std::size_t maximumRefusals = 4;
+  static constexpr std::size_t maxFields = 1000;
+  /// libcurl itself repeats a Digest request without limit as long as the server calls its nonce stale.
+  static constexpr std::size_t maxRefusals = 4;
 
-  /// All lines of an answer together may have so many bytes: those that are dropped or left out count too.
-  explicit ResponseHead(std::size_t maximumBytes) : maximumBytes_(maximumBytes) {}
+  /// `maxBytes` limits all lines of a response together, also those that are replaced or left out.
+  explicit ResponseHead(std::size_t maxBytes) : maxBytes_(maxBytes) {}
 
-  /// Takes one line with its line break. False if the head is beyond the limits.
+  /// Adds one line with its line break. Returns false if the head exceeds the limits.
   [[nodiscard]] bool addLine(std::string_view line);
-  /// Further lines are trailers.
+  /// Called at the first byte of the body: further lines are trailers.
   void bodyBegins() { inBody_ = true; }
-  /// Lets go of all of it, for the next answer; keeps the room.
+  /// Clears the head for the next response; keeps the memory.
   void clear();
 
-  /// Whether the empty line after the last field has come.
+  /// Whether the empty line after the last field was added.
   [[nodiscard]] bool isComplete() const { return complete_; }
-  /// Whether the body's length is given as something else than one number (RFC 9112, section 6.3).
+  /// Whether "Content-Length" isn't one number (RFC 9112, section 6.3).
   [[nodiscard]] bool hasBrokenLength() const { return hasBrokenLength_; }
-  /// Whether a server or proxy has refused more answers to its challenges than serve any purpose.
-  [[nodiscard]] bool isRefusedForEver() const { return refusals_ > maximumRefusals; }
-  /// Whether a field says how the body is encoded.
+  /// Whether a server or proxy has refused more than `maxRefusals` credentials.
+  [[nodiscard]] bool hasTooManyRefusals() const { return refusals_ > maxRefusals; }
   [[nodiscard]] bool hasContentEncoding() const { return hasContentEncoding_; }
-  /// The head as it came, for `readHead`; empty until it is complete.
-  [[nodiscard]] std::string_view lines() const {
+  /// The lines as received, for `readHead`; empty until the head is complete.
+  [[nodiscard]] std::string_view lines() const TILVANEGO_LIFETIMEBOUND {
     return complete_ ? std::string_view(bytes_) : std::string_view();
   }
 
@@ -44,7 +45,7 @@ class ResponseHead {
   void noteStatus(std::string_view line);
   void noteLength(std::string_view value);
 
-  std::size_t maximumBytes_;
+  std::size_t maxBytes_;
   std::string bytes_;
   std::size_t lineCount_ = 0;
   std::size_t received_ = 0;

@@ -19,18 +19,17 @@ using Code = TransportError::Code;
 
 constexpr std::size_t maximumSpareTransfers = 64;
 constexpr long maximumKeptConnections = 64;
-/// In milliseconds. Under heavy load a transfer of libcurl 7.88 was seen to stand still, with nothing to wait
-/// for, until it was looked at again; programs that look once a second never notice.
+/// In milliseconds. Under heavy load, a transfer of libcurl 7.88 sometimes stopped, with no event to wait
+/// for, until the next call of libcurl. One call a second avoids that.
 constexpr int longestWaitWithTransfers = 1000;
 
 void initializeCurl() {
-  // Once for the process, and for good: the host, or another library in it, may use libcurl too.
+  // Once for the process, without a cleanup: the host or another library may use libcurl too.
   static const auto result = curl_global_init(CURL_GLOBAL_DEFAULT);
   if (result != CURLE_OK) throw std::bad_alloc();
 }
 
-// TLS writes to a connection that the other side has closed: that is a failure of the request and no reason
-// to end the process.
+/// TLS may write to a connection that the peer has closed. That must fail the request, not end the process.
 void blockBrokenPipeSignal() {
   sigset_t signals;
   sigemptyset(&signals);
@@ -38,7 +37,7 @@ void blockBrokenPipeSignal() {
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
-// So that the next element comes without a chance to fail.
+/// Reserves capacity, so that adding elements up to `count` can't fail.
 template <typename Element>
 void makeRoom(std::vector<Element>& elements, std::size_t count) {
   if (elements.capacity() < count) elements.reserve(std::max(count, 2 * elements.capacity()));
@@ -61,8 +60,8 @@ SessionLoop::SessionLoop(TransferSettings settings) : settings_(std::move(settin
                     static_cast<long>(std::max(settings_.configuration.maximumConnectionsPerHost, 0)));
 }
 
-// Closing a connection would use the TLS library after its end, and in a forked child it would say goodbye in
-// the parent's name.
+// After the exit, closing a connection would use the TLS library after its cleanup. In a forked child it
+// would close the parent's connections.
 SessionLoop::~SessionLoop() {
   if (gate_.isOfProcess() && gate_.tryToEnter()) {
     handles_.reset();
@@ -72,7 +71,7 @@ SessionLoop::~SessionLoop() {
   }
 }
 
-void SessionLoop::lookAt(std::shared_ptr<SessionTask> task) {
+void SessionLoop::submit(std::shared_ptr<SessionTask> task) {
   {
     const std::lock_guard held(mutex_);
     inbox_.push_back(std::move(task));
@@ -92,15 +91,15 @@ void SessionLoop::lookAt(std::shared_ptr<SessionTask> task) {
 void SessionLoop::clearCookies() {
   {
     const std::lock_guard held(mutex_);
-    // A session that never sent anything has none, and one that has ended sends nothing any more.
+    // Without a thread nothing was sent yet, or the session has ended.
     if (!running_) return;
-    cookiesToForget_ = true;
+    clearCookiesRequested_ = true;
     if (!std::exchange(asleep_, false)) return;
   }
   wake();
 }
 
-// Expects the mutex to be held. After the session's end there is nobody left to wait for a thread.
+// Called with the mutex locked. After `close` nobody joins the thread, so it is detached.
 void SessionLoop::startThread() {
   gate_.add(*this);
   try {
@@ -118,9 +117,9 @@ void SessionLoop::startThread() {
 }
 
 void SessionLoop::close() {
-  // In a forked child the mutex may be locked for ever, and the thread isn't there to end.
+  // In a forked child the mutex may be locked for ever, and the thread doesn't exist.
   if (!gate_.isOfProcess()) {
-    // Nor is its handle of any use: by now it may be that of another thread, the child's own.
+    // Its handle can't be used either: it may now be the handle of a thread of the child.
     static_cast<void>(new std::thread(std::move(thread_)));
     return;
   }
@@ -140,8 +139,8 @@ void SessionLoop::close() {
   }
 }
 
-// The TLS library's data of this thread go while the thread is inside. Else the system would have them go
-// when the thread has ended for everybody else.
+// Destroys the TLS library's data of this thread inside the gate. Otherwise the system would destroy them
+// later, when the process may be exiting.
 void SessionLoop::runThread(std::shared_ptr<SessionLoop> loop) noexcept {
   auto& gate = loop->gate_;
   gate.enter();
@@ -157,30 +156,30 @@ void SessionLoop::run() {
   std::vector<std::shared_ptr<SessionTask>> arrived;
   while (takeArrived(arrived)) {
     gate_.pass();
-    if (std::exchange(forgetting_, false)) forgetCookies();
+    if (std::exchange(clearingCookies_, false)) deleteCookies();
     if (!arrived.empty()) {
-      for (const auto& task : arrived) attendTo(task);
+      for (const auto& task : arrived) process(task);
       gate_.runHostCode([&] { arrived.clear(); });
     }
     while (closing_ && !handles_->active.empty()) {
-      giveUp(*handles_->active.back(), Code::cancelled, "the session has ended");
+      fail(*handles_->active.back(), Code::cancelled, "the session has ended");
     }
     int running = 0;
     curl_multi_perform(handles_->multi.get(), &running);
     now_ = Clock::now();
     noteActivity();
     finishEnded();
-    giveUpIdle();
+    failOverdue();
     waitForWork();
   }
 }
 
-// False if the thread is to end, which it says to the others under the same lock.
+// Returns false if the thread must end; `running_` changes under the same lock.
 bool SessionLoop::takeArrived(std::vector<std::shared_ptr<SessionTask>>& arrived) {
   const std::lock_guard held(mutex_);
   asleep_ = false;
   closing_ = closed_;
-  forgetting_ = std::exchange(cookiesToForget_, false);
+  clearingCookies_ = std::exchange(clearCookiesRequested_, false);
   arrived.swap(inbox_);
   if (closing_ && arrived.empty() && handles_->active.empty()) running_ = false;
   return running_;
@@ -200,14 +199,14 @@ void SessionLoop::waitForWork() {
   curl_multi_poll(handles_->multi.get(), nullptr, 0, milliseconds, nullptr);
 }
 
-void SessionLoop::attendTo(const std::shared_ptr<SessionTask>& task) {
+void SessionLoop::process(const std::shared_ptr<SessionTask>& task) {
   if (task->isFinished()) return;
   if (!closing_ && !task->isCancelled()) {
     if (!task->transfer) start(task);
   } else if (task->transfer) {
-    giveUp(*task->transfer, Code::cancelled, "the task was cancelled");
+    fail(*task->transfer, Code::cancelled, "the task was cancelled");
   } else {
-    tell(task, Outcome::failed(Code::cancelled, "the task was cancelled"));
+    complete(task, Outcome::failed(Code::cancelled, "the task was cancelled"));
   }
 }
 
@@ -218,7 +217,7 @@ void SessionLoop::start(const std::shared_ptr<SessionTask>& task) {
     makeRoom(active, active.size() + 1);
     if (spare.empty()) spare.push_back(std::make_unique<Transfer>(settings_, share.get(), touched_));
   } catch (const std::bad_alloc&) {
-    return tell(task, Outcome::outOfMemory());
+    return complete(task, Outcome::outOfMemory());
   }
   active.push_back(std::move(spare.back()));
   spare.pop_back();
@@ -238,8 +237,8 @@ void SessionLoop::send(Transfer& transfer) {
   nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
 }
 
-// The handles without a task go too: their last request's header fields are in them.
-void SessionLoop::forgetCookies() {
+// Also destroys the spare transfers, which still hold the header fields of their last request.
+void SessionLoop::deleteCookies() {
   handles_->spare.clear();
   if (CURL* any = curl_easy_init()) {
     curl_easy_setopt(any, CURLOPT_SHARE, handles_->share.get());
@@ -248,8 +247,7 @@ void SessionLoop::forgetCookies() {
   }
 }
 
-// Observers of progress are called from here and not from within libcurl, and once for all that has come and
-// gone since the last time.
+// Calls progress observers here, not inside libcurl's callbacks, and once for all bytes since the last call.
 void SessionLoop::noteActivity() {
   for (auto* transfer : touched_) transfer->noteActivity(now_);
   touched_.clear();
@@ -272,23 +270,23 @@ void SessionLoop::finishEnded() {
   }
 }
 
-// The deadline of each transfer moves on with each of its bytes; this one only when it is reached, so that
-// bytes cost no look at all the transfers.
-void SessionLoop::giveUpIdle() {
+// Each byte moves the deadline of its transfer. `nextDeadline_` is updated only when it is reached, so that a
+// byte doesn't cost a loop over all transfers.
+void SessionLoop::failOverdue() {
   if (now_ < nextDeadline_) return;
   nextDeadline_ = Clock::time_point::max();
-  // From the end: giving up moves the last transfer into the gap.
+  // From the end, because `fail` moves the last transfer to the position of the failed one.
   for (auto i = handles_->active.size(); i-- > 0;) {
     auto& transfer = *handles_->active[i];
     if (transfer.deadline() <= now_) {
-      giveUp(transfer, Code::timedOut, transfer.whyLate(now_));
+      fail(transfer, Code::timedOut, transfer.timeoutMessage(now_));
     } else {
       nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
     }
   }
 }
 
-void SessionLoop::giveUp(Transfer& transfer, TransportError::Code code, const char* message) {
+void SessionLoop::fail(Transfer& transfer, TransportError::Code code, const char* message) {
   curl_multi_remove_handle(handles_->multi.get(), transfer.handle());
   finish(transfer, transfer.failed(code, message));
 }
@@ -300,20 +298,20 @@ void SessionLoop::finish(Transfer& transfer, Outcome outcome) {
   std::swap(active[transfer.position], active.back());
   auto ended = std::move(active.back());
   active.pop_back();
-  // There is room: it was made for as many.
+  // Can't fail: the capacity was reserved.
   if (ended->isReusable() && handles_->spare.size() < maximumSpareTransfers) {
     handles_->spare.push_back(std::move(ended));
   }
-  tell(std::move(task), std::move(outcome));
+  complete(std::move(task), std::move(outcome));
 }
 
-void SessionLoop::tell(std::shared_ptr<SessionTask> task, Outcome outcome) {
+void SessionLoop::complete(std::shared_ptr<SessionTask> task, Outcome outcome) {
   gate_.runHostCode([&] {
     if (settings_.delegate) {
       runListener("URLSessionDelegate::didEndTask", [&] { settings_.delegate->didEndTask(*task); });
     }
     task->finish(std::move(outcome.data), std::move(outcome.response), std::move(outcome.error));
-    // Observers of its progress may go with it.
+    // May destroy progress observers, which are the host's.
     task.reset();
   });
 }

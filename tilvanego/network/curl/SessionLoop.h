@@ -14,11 +14,10 @@
 
 namespace tilvanego::detail {
 
-/// The thread of a session, and what it works on. Shared by the session, its tasks and the thread itself, so
-/// that it is there as long as any of them.
+/// The thread of a session and its transfers. The session, its tasks and the thread share this object.
 ///
-/// Tasks come in by `lookAt` from any thread; everything of libcurl belongs to the thread that runs at the
-/// moment, of which there is never more than one.
+/// Any thread may call `submit`. Only the session's thread uses libcurl; at most one such thread runs at a
+/// time.
 class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
  public:
   explicit SessionLoop(TransferSettings settings);
@@ -28,20 +27,20 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
 
   [[nodiscard]] const URLSessionConfiguration& configuration() const { return settings_.configuration; }
 
-  /// Has the thread start the task, or end it if it is cancelled. Starts the thread if none runs. May be
-  /// called from any thread. Throws std::bad_alloc or std::system_error if memory or threads are short; then
-  /// nothing has happened.
-  void lookAt(std::shared_ptr<SessionTask> task);
+  /// Queues the task: the thread starts it, or ends it if it is cancelled. Starts the thread if none runs.
+  /// May be called from any thread. Throws std::bad_alloc or std::system_error if memory or threads are
+  /// short; the task isn't queued then.
+  void submit(std::shared_ptr<SessionTask> task);
 
-  /// Forgets the cookies, and what handles keep of the last requests, before it starts any later task. May be
+  /// Deletes the cookies and the data of earlier requests in the handles, before a later task starts. May be
   /// called from any thread.
   void clearCookies();
 
-  /// Ends all tasks as cancelled, from now on, and the thread; waits for both, except on that thread, or if
-  /// the process exits. Once, by the session's destructor.
+  /// Ends all tasks, also later ones, as cancelled, and then the thread. Waits for the thread, except on that
+  /// thread itself or if the process exits. Called once, by the session's destructor.
   void close();
 
-  /// Has the thread look around. May be called from any thread while the thread runs.
+  /// Wakes the thread. May be called from any thread while the thread runs.
   void wake() { curl_multi_wakeup(handles_->multi.get()); }
 
  private:
@@ -54,13 +53,13 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
     void operator()(CURLSH* share) const { curl_share_cleanup(share); }
   };
 
-  /// All that is libcurl's; what stands below uses what stands above.
+  /// All objects of libcurl. The order matters: each uses those above it.
   struct Handles {
     std::unique_ptr<CURLSH, ShareDeleter> share;
     std::unique_ptr<CURLM, MultiDeleter> multi;
-    /// Those with a task.
+    /// Transfers with a task.
     std::vector<std::unique_ptr<Transfer>> active;
-    /// Handles without a task, with what libcurl keeps in them from one request to the next.
+    /// Transfers without a task, kept for the next one.
     std::vector<std::unique_ptr<Transfer>> spare;
   };
 
@@ -70,39 +69,39 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   bool takeArrived(std::vector<std::shared_ptr<SessionTask>>& arrived);
   void waitForWork();
 
-  void attendTo(const std::shared_ptr<SessionTask>& task);
+  void process(const std::shared_ptr<SessionTask>& task);
   void start(const std::shared_ptr<SessionTask>& task);
   void send(Transfer& transfer);
-  void forgetCookies();
+  void deleteCookies();
   void noteActivity();
   void finishEnded();
-  void giveUpIdle();
-  void giveUp(Transfer& transfer, TransportError::Code code, const char* message);
+  void failOverdue();
+  void fail(Transfer& transfer, TransportError::Code code, const char* message);
   void finish(Transfer& transfer, Outcome outcome);
-  void tell(std::shared_ptr<SessionTask> task, Outcome outcome);
+  void complete(std::shared_ptr<SessionTask> task, Outcome outcome);
 
   const TransferSettings settings_;
   ExitGate& gate_;
   std::shared_ptr<Handles> handles_ = std::make_shared<Handles>();
 
-  /// Guards what stands up to the next blank line.
+  /// Guards the members up to the next blank line.
   std::mutex mutex_;
   std::vector<std::shared_ptr<SessionTask>> inbox_;
   std::thread thread_;
   bool running_ = false;
   bool closed_ = false;
-  bool cookiesToForget_ = false;
-  /// The thread waits, or is about to, and wants to be woken for what comes.
+  bool clearCookiesRequested_ = false;
+  /// The thread waits, or is about to: the thread that adds work must wake it.
   bool asleep_ = false;
 
-  // The thread's own.
+  // Used by the thread only.
   bool closing_ = false;
-  bool forgetting_ = false;
-  /// Has room for all active transfers.
+  bool clearingCookies_ = false;
+  /// Its capacity suffices for all active transfers.
   Transfer::Touched touched_;
-  /// When libcurl last had its turn: asking the clock costs more than what hangs on it.
+  /// The time after libcurl's last call, so that the clock is read once for each round.
   Clock::time_point now_;
-  /// No transfer is to be given up before.
+  /// No transfer times out before.
   Clock::time_point nextDeadline_ = Clock::time_point::max();
 };
 

@@ -31,11 +31,11 @@ void SessionTask::cancel() {
   if ((state_.load() & (cancelled | finished)) == 0) enter(cancelled);
 }
 
-// Where memory or threads are short, the task stays as it was, and the call may be made again.
+// If memory or threads are short, the state is restored, so that the call can be repeated.
 void SessionTask::enter(State state) {
   if ((state_.fetch_or(state) & (state | cancelled | finished)) != 0) return;
   try {
-    loop_->lookAt(shared_from_this());
+    loop_->submit(shared_from_this());
   } catch (...) {
     state_.fetch_and(static_cast<std::uint8_t>(~state));
     throw;
@@ -46,7 +46,8 @@ std::shared_ptr<Progress> SessionTask::progress() const {
   const std::lock_guard held(progressMutex_);
   if (!progress_) {
     progress_ = std::make_shared<Progress>();
-    // The progress may outlive the task. A const task can't be cancelled, but all tasks are made mutable.
+    // A weak pointer, because the progress may outlive the task. The cast is valid: no task is a const
+    // object.
     std::weak_ptr<SessionTask> task = std::const_pointer_cast<SessionTask>(shared_from_this());
     progress_->setCancellationHandler([task] {
       if (const auto alive = task.lock()) alive->cancel();

@@ -12,7 +12,7 @@ namespace tilvanego::detail {
 class SessionLoop;
 class Transfer;
 
-/// One send, as the host holds it. The loop keeps it alive from `resume()` or `cancel()` to its end.
+/// The task of a `URLSession`. The loop keeps it alive from `resume()` or `cancel()` until it ends.
 class SessionTask final : public URLSessionDataTaskProtocol,
                           public std::enable_shared_from_this<SessionTask> {
  public:
@@ -23,21 +23,21 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   [[nodiscard]] std::shared_ptr<Progress> progress() const override;
   void cancel() override;
 
-  // What follows is for the loop's thread.
+  // Called by the session's thread only.
 
   [[nodiscard]] const URLRequest& request() const { return request_; }
   [[nodiscard]] bool isCancelled() const { return (state_.load() & cancelled) != 0; }
   [[nodiscard]] bool isFinished() const { return (state_.load() & finished) != 0; }
 
-  /// Whether anyone ever asked for the progress.
+  /// Whether `progress()` was ever called.
   [[nodiscard]] bool hasProgress() const { return hasProgress_; }
-  /// Tells the progress's observers; what they throw is dropped. Unknown total: -1.
+  /// Updates the progress and calls its observers. A total of -1 means unknown.
   void report(std::int64_t completedUnitCount, std::int64_t totalUnitCount) noexcept;
-  /// Runs the completion, and lets go of it and of the request. Not a second time. What the completion throws
-  /// ends the process.
+  /// Runs the completion, then destroys it and the request. A second call does nothing. An exception of the
+  /// completion ends the process.
   void finish(std::optional<Data> data, URLResponsePointer response, std::optional<Failure> error) noexcept;
 
-  /// What carries the task at the moment, if anything does.
+  /// The transfer of this task, or null.
   Transfer* transfer = nullptr;
 
  private:
@@ -51,7 +51,7 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   URLRequest request_;
   DataTaskCompletion completion_;
 
-  /// Most tasks have nobody who looks at their progress, so it is made when it is asked for.
+  /// Created by the first call of `progress()`: most tasks don't need it.
   mutable std::mutex progressMutex_;
   mutable std::shared_ptr<Progress> progress_;
   mutable std::atomic<bool> hasProgress_ = false;

@@ -17,7 +17,7 @@ namespace {
 using Code = TransportError::Code;
 
 constexpr const char* outOfMemory = "out of memory";
-/// How much of a compressed body is decompressed at a time.
+/// The number of bytes that are decompressed at a time.
 constexpr std::size_t decodedPiece = std::size_t{16} * 1024;
 
 #if LIBCURL_VERSION_NUM >= 0x080600
@@ -70,7 +70,7 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
 }
 
 std::shared_ptr<SessionTask> Transfer::end() {
-  // Being given up may have called back.
+  // Aborting the transfer may have called a callback of libcurl.
   if (std::exchange(isTouched_, false)) std::erase(touched_, this);
   request_ = nullptr;
   redirected_.reset();
@@ -81,26 +81,26 @@ std::shared_ptr<SessionTask> Transfer::end() {
 
 std::optional<Outcome> Transfer::conclude(CURLcode result) {
   try {
-    return concludeAnswer(result);
+    return concludeResponse(result);
   } catch (const std::exception&) {
     return Outcome::outOfMemory();
   }
 }
 
-std::optional<Outcome> Transfer::concludeAnswer(CURLcode result) {
+std::optional<Outcome> Transfer::concludeResponse(CURLcode result) {
   if (refusal_) return failed(refusal_->code, refusal_->message);
   long tunnelStatus = 0;
   curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
-  if (result != CURLE_OK && tunnelStatus == 407 && answersChallenge(true)) return std::nullopt;
+  if (result != CURLE_OK && tunnelStatus == 407 && respondToChallenge(true)) return std::nullopt;
   if (result != CURLE_OK) return failed(failureOf(result));
 
   long statusCode = 0;
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
-  // For libcurl, a head that breaks off is a whole answer without a body, and so is an interim answer alone.
+  // libcurl reports success for an incomplete head, and for an interim response without a final one.
   if (!head_.isComplete() || statusCode < 200) {
     return failed(Code::networkConnectionLost, "the connection ended inside the answer's head");
   }
-  const auto goesOn = continues(static_cast<int>(statusCode));
+  const auto goesOn = prepareNextRequest(static_cast<int>(statusCode));
   if (!goesOn) return failed(goesOn.error());
   if (*goesOn) return std::nullopt;
   if (decoder_ && !decoder_->isAtEnd()) {
@@ -128,7 +128,7 @@ Outcome Transfer::failed(TransportError error) {
 URLResponsePointer Transfer::takeResponse() {
   long statusCode = 0;
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
-  // Nothing but a proxy has answered, or an interim answer was the last.
+  // Only a proxy has responded, or only an interim response came.
   if (statusCode < 200) return nullptr;
   auto response = std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode),
                                                     UnreadHead{std::string(head_.lines())});
@@ -151,11 +151,11 @@ TransportError Transfer::failureOf(CURLcode result) const {
   return transportError(result, errorText_.data());
 }
 
-std::expected<bool, TransportError> Transfer::continues(int statusCode) {
-  if (statusCode == 401) return answersChallenge(false);
-  // What comes through a tunnel is no proxy's.
-  if (statusCode == 407) return !isSecure(*request_->url) && answersChallenge(true);
-  if (statusCode >= 300 && statusCode < 400) return followsRedirect(statusCode);
+std::expected<bool, TransportError> Transfer::prepareNextRequest(int statusCode) {
+  if (statusCode == 401) return respondToChallenge(false);
+  // Through a tunnel, a 407 can't come from the proxy.
+  if (statusCode == 407) return !isSecure(*request_->url) && respondToChallenge(true);
+  if (statusCode >= 300 && statusCode < 400) return followRedirect(statusCode);
   return false;
 }
 
@@ -171,25 +171,25 @@ void Transfer::report(std::int64_t completed, std::int64_t total) {
   settings_.gate->runHostCode([&] { task_->report(completed, total); });
 }
 
-const char* Transfer::whyLate(Clock::time_point now) const {
+const char* Transfer::timeoutMessage(Clock::time_point now) const {
   return end_ <= now ? "the whole request took longer than the session's maximum request time"
                      : "no byte came or went for the request's timeout interval";
 }
 
-// Until a head has come, one unit stands for an answer of unknown length, so that an upload isn't taken for
-// finished before it is answered.
+// Until the head is complete, one unit is added for the response, whose length is unknown, so that the
+// progress of an upload isn't finished before the response.
 std::int64_t Transfer::totalUnits() const {
   const auto outgoing = static_cast<std::int64_t>(bodySize(*request_));
-  if (answerLength_ >= 0) return outgoing + answerLength_;
+  if (responseLength_ >= 0) return outgoing + responseLength_;
   return outgoing > 0 && !head_.isComplete() ? outgoing + 1 : -1;
 }
 
-// The loop has made room.
+// Can't fail: the loop has reserved the capacity.
 void Transfer::touch() noexcept {
   if (!std::exchange(isTouched_, true)) touched_.push_back(this);
 }
 
-// A decompressed body has another length than the announced one.
+// The announced length isn't used for a compressed body, which has another length when it is decompressed.
 void Transfer::bodyBegins() {
   bodyBegun_ = true;
   head_.bodyBegins();
@@ -203,7 +203,7 @@ void Transfer::bodyBegins() {
   curl_off_t announced = -1;
   curl_easy_getinfo(handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
   if (announced < 0) return;
-  answerLength_ = announced;
+  responseLength_ = announced;
   if (static_cast<std::uint64_t>(announced) <= maximumBodySize_) {
     body_.expect(static_cast<std::size_t>(announced));
   } else {
@@ -239,13 +239,13 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
   const auto length = size * count;
   try {
     transfer.touch();
-    transfer.unansweredSends_ = 0;
+    transfer.sendsWithoutResponse_ = 0;
     if (!transfer.progressSet_) transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
     if (!transfer.head_.addLine({line, length})) {
       transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
     } else if (transfer.head_.hasBrokenLength()) {
       transfer.refuse(Code::badServerResponse, "the answer's \"Content-Length\" isn't one number");
-    } else if (transfer.head_.isRefusedForEver()) {
+    } else if (transfer.head_.hasTooManyRefusals()) {
       transfer.refuse(Code::badServerResponse, "each answer to a challenge is called out of date");
     } else {
       return length;
@@ -276,13 +276,13 @@ int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_of
   return 0;
 }
 
-// When a kept connection ends without an answer, or a stream of HTTP/2 is refused, libcurl sends the request
-// again and again, whatever its method. The server may have acted on it, so only what may be done twice is
-// sent twice.
+// When a kept connection ends without a response, or a stream of HTTP/2 is refused, libcurl repeats the
+// request without limit, whatever its method. The server may have processed it, so only an idempotent request
+// is sent a second time.
 int Transfer::onSending(void* self, char*, char*, int, int) noexcept {
   auto& transfer = *static_cast<Transfer*>(self);
   const int allowed = isIdempotent(transfer.request_->httpMethod) ? 2 : 1;
-  if (transfer.unansweredSends_++ >= allowed) {
+  if (transfer.sendsWithoutResponse_++ >= allowed) {
     transfer.refuse(Code::networkConnectionLost, "the connection ended before an answer came");
     return CURL_PREREQFUNC_ABORT;
   }

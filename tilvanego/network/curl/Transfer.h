@@ -30,7 +30,7 @@
 
 namespace tilvanego::detail {
 
-/// What all transfers of a session have in common.
+/// The settings that all transfers of a session share.
 struct TransferSettings {
   URLSessionConfiguration configuration;
   std::shared_ptr<URLSessionDelegate> delegate;
@@ -38,20 +38,20 @@ struct TransferSettings {
   ExitGate* gate = &ExitGate::ofProcess();
 };
 
-/// What a completion is told.
+/// The arguments of a completion.
 struct Outcome {
   std::optional<Data> data{};
   URLResponsePointer response{};
   std::optional<Failure> error{};
 
-  /// Where even the message finds no memory, the same as `outOfMemory`.
-  static Outcome failed(TransportError::Code code, const char* message);
-  static Outcome outOfMemory() {
+  /// Returns `outOfMemory()` if there is no memory for the message.
+  [[nodiscard]] static Outcome failed(TransportError::Code code, const char* message);
+  [[nodiscard]] static Outcome outOfMemory() {
     return {.error = TransportError{TransportError::Code::unknown, "out of memory"}};
   }
 };
 
-/// The options of libcurl that say who is calling, whom.
+/// The options of libcurl for the credential of a server or a proxy.
 struct CredentialOptions {
   CURLoption user;
   CURLoption password;
@@ -61,47 +61,47 @@ inline constexpr CredentialOptions serverOptions = {CURLOPT_USERNAME, CURLOPT_PA
 inline constexpr CredentialOptions proxyOptions = {CURLOPT_PROXYUSERNAME, CURLOPT_PROXYPASSWORD,
                                                    CURLOPT_PROXYAUTH};
 
-/// One easy handle of libcurl and the task that it carries, redirects and challenges included. Belongs to the
-/// session's thread.
+/// An easy handle of libcurl that sends one task at a time, with its redirects and challenges. Used by the
+/// session's thread only.
 class Transfer {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// Transfers that libcurl called back for, until the loop has looked at them. Each stands there once.
+  /// Transfers that had a callback of libcurl since the loop's last round, each once.
   using Touched = std::vector<Transfer*>;
 
-  /// All three outlive the transfer. Throws std::bad_alloc if libcurl has no handle.
+  /// All arguments must outlive the transfer. Throws std::bad_alloc if libcurl can't create a handle.
   Transfer(const TransferSettings& settings, CURLSH* share, Touched& touched);
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
   ~Transfer();
 
-  /// Takes the task on and makes the handle ready for its request, or says why it can't be sent.
+  /// Prepares the handle for the task's request. Returns an outcome if the request can't be sent.
   [[nodiscard]] std::optional<Outcome> begin(std::shared_ptr<SessionTask> task);
 
-  /// After libcurl has ended with this code: what the task's completion is to be told, or nothing if the
-  /// handle has been made ready for a further request. May ask the delegate.
+  /// Called when libcurl has ended with this code. Returns the outcome of the task, or no value if the handle
+  /// is prepared for a further request. May call the delegate.
   [[nodiscard]] std::optional<Outcome> conclude(CURLcode result);
 
-  /// What the completion is told if the transfer is given up.
+  /// Returns the outcome of a transfer that is aborted, with the response if its head is complete.
   [[nodiscard]] Outcome failed(TransportError::Code code, const char* message);
 
-  /// Lets go of the task; gives it.
-  std::shared_ptr<SessionTask> end();
+  /// Releases the task and returns it.
+  [[nodiscard]] std::shared_ptr<SessionTask> end();
 
-  /// Whether the handle may carry another task: not when it has credentials or a server's challenge in it.
+  /// Whether the handle may be used for another task: not if it contains a credential or a challenge.
   [[nodiscard]] bool isReusable() const { return !challenged_; }
 
-  /// The loop's answer to being touched: bytes came or went at `now`.
+  /// Called by the loop for each touched transfer: bytes were sent or received at `now`.
   void noteActivity(Clock::time_point now);
-  /// When the transfer is to be given up if nothing happens until then.
+  /// The time at which the transfer times out if no byte is sent or received before.
   [[nodiscard]] Clock::time_point deadline() const { return std::min(lastActivity_ + limit_, end_); }
-  /// Says why, once that has come.
-  [[nodiscard]] const char* whyLate(Clock::time_point now) const;
+  /// The message for a transfer that has timed out.
+  [[nodiscard]] const char* timeoutMessage(Clock::time_point now) const;
 
   [[nodiscard]] CURL* handle() const { return handle_.get(); }
 
-  /// Where the loop keeps this transfer.
+  /// The index of this transfer in the loop's active transfers.
   std::size_t position = 0;
 
  private:
@@ -135,13 +135,13 @@ class Transfer {
   [[nodiscard]] std::int64_t totalUnits() const;
   void report(std::int64_t completed, std::int64_t total);
 
-  [[nodiscard]] std::optional<Outcome> concludeAnswer(CURLcode result);
+  [[nodiscard]] std::optional<Outcome> concludeResponse(CURLcode result);
   [[nodiscard]] Outcome failed(TransportError error);
 
-  // What follows on an answer, if it isn't the last: true if the handle is ready for another request.
-  [[nodiscard]] std::expected<bool, TransportError> continues(int statusCode);
-  [[nodiscard]] std::expected<bool, TransportError> followsRedirect(int statusCode);
-  [[nodiscard]] bool answersChallenge(bool fromProxy);
+  // Called after a response. Return true if the handle is prepared for a further request.
+  [[nodiscard]] std::expected<bool, TransportError> prepareNextRequest(int statusCode);
+  [[nodiscard]] std::expected<bool, TransportError> followRedirect(int statusCode);
+  [[nodiscard]] bool respondToChallenge(bool fromProxy);
   [[nodiscard]] std::optional<URLAuthenticationChallenge> challengeFor(URLProtectionSpace space,
                                                                        bool fromProxy) const;
   [[nodiscard]] std::optional<URLCredential> credentialFor(const URLAuthenticationChallenge& challenge) const;
@@ -152,49 +152,49 @@ class Transfer {
 
   const TransferSettings& settings_;
   Touched& touched_;
-  /// The URL of the request, taken apart; the handle uses it.
+  /// The parsed URL of the request, which the handle uses.
   std::unique_ptr<CURLU, URLDeleter> url_{curl_url()};
-  /// What the handles of a session have in common, cookies among it.
+  /// The data that the handles of a session share, such as cookies.
   CURLSH* const share_;
   std::unique_ptr<CURL, Deleter> handle_;
   OutgoingHeaders headers_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
 
   std::shared_ptr<SessionTask> task_;
-  /// The task's request, or the one that followed on a redirect.
+  /// The task's request, or the one after a redirect.
   const URLRequest* request_ = nullptr;
   std::optional<URLRequest> redirected_;
   int redirects_ = 0;
-  /// The handle has a server's challenge in it.
+  /// The handle contains the state of a challenge.
   bool challenged_ = false;
-  /// Who got a credential of this task, and for which realm.
-  std::vector<URLProtectionSpace> answered_;
+  /// The servers, proxies and realms to which a credential of this task was sent.
+  std::vector<URLProtectionSpace> spacesWithCredential_;
 
   ResponseHead head_;
   Body body_;
   std::uint64_t maximumBodySize_ = 0;
-  /// For a body that comes compressed.
+  /// Has a value if the body is compressed.
   std::optional<ContentDecoder> decoder_;
   bool bodyBegun_ = false;
   /// -1 while unknown.
-  std::int64_t answerLength_ = -1;
+  std::int64_t responseLength_ = -1;
   std::int64_t uploaded_ = 0;
   struct Refusal {
     TransportError::Code code;
     const char* message;
   };
-  /// Said by a callback that had to stop the transfer.
+  /// Set by a callback that stops the transfer.
   std::optional<Refusal> refusal_;
-  /// How often libcurl began to send since the last byte of an answer.
-  int unansweredSends_ = 0;
+  /// How often libcurl started to send since the last byte of a response.
+  int sendsWithoutResponse_ = 0;
 
   bool isTouched_ = false;
   Clock::time_point lastActivity_;
   Clock::duration limit_{};
-  /// Of the whole request.
+  /// The latest end of the whole request.
   Clock::time_point end_ = Clock::time_point::max();
 
-  // What the handle is set to, so that only what differs is set again.
+  // The current options of the handle, so that only changed options are set.
   std::string urlSet_;
   Proxy proxySet_;
   long connectTimeoutSet_ = 0;

@@ -1,4 +1,4 @@
-// What follows on an answer that isn't the last: a redirect's target, or the same request with credentials.
+// The further request after a redirect or a challenge.
 
 #include <algorithm>
 #include <cstddef>
@@ -16,10 +16,10 @@ namespace tilvanego::detail {
 namespace {
 
 constexpr int maximumRedirects = 20;
-/// A delegate that never rejects must not be asked for ever.
-constexpr std::size_t maximumAnswers = 10;
+/// Limits the challenges of one task, because a delegate may never reject.
+constexpr std::size_t maxChallengeResponses = 10;
 
-/// Whatever the realm: a server can name another one each time.
+/// Ignores the realm, because a server can send another realm each time.
 bool isOfSameServer(const URLProtectionSpace& left, const URLProtectionSpace& right) {
   return left.protocol == right.protocol && left.host == right.host && left.port == right.port &&
          left.isProxy == right.isProxy;
@@ -27,11 +27,13 @@ bool isOfSameServer(const URLProtectionSpace& left, const URLProtectionSpace& ri
 
 }  // namespace
 
-std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
-  const char* location = nullptr;
-  curl_easy_getinfo(handle(), CURLINFO_REDIRECT_URL, &location);
-  if (!location) return false;
-  auto next = redirectedRequest(*request_, statusCode, location);
+std::expected<bool, TransportError> Transfer::followRedirect(int statusCode) {
+  const auto head = readHead(head_.lines());
+  const auto field = head.headers.value("Location");
+  if (!field) return false;
+  const char* target = nullptr;
+  curl_easy_getinfo(handle(), CURLINFO_REDIRECT_URL, &target);
+  auto next = redirectedRequest(*request_, statusCode, *field, target ? target : "");
   if (!next) return std::unexpected(next.error());
   if (!*next) return false;
   if (++redirects_ > maximumRedirects) {
@@ -47,44 +49,43 @@ std::expected<bool, TransportError> Transfer::followsRedirect(int statusCode) {
   return true;
 }
 
-// libcurl has read the challenge too: with the credential set, it computes the answer for the next sending.
-bool Transfer::answersChallenge(bool fromProxy) {
+// libcurl has parsed the challenge too: with the credential set, it adds the field to the next request.
+bool Transfer::respondToChallenge(bool fromProxy) {
   challenged_ = true;
   const auto head = readHead(head_.lines());
   const auto field = head.headers.value(fromProxy ? "Proxy-Authenticate" : "WWW-Authenticate");
-  const auto answerable = field ? answerableSpace(parseChallenges(*field)) : std::nullopt;
-  if (!answerable || answered_.size() >= maximumAnswers) return false;
-  auto challenge = challengeFor(*answerable, fromProxy);
+  const auto supported = field ? supportedSpace(parseChallenges(*field)) : std::nullopt;
+  if (!supported || spacesWithCredential_.size() >= maxChallengeResponses) return false;
+  auto challenge = challengeFor(*supported, fromProxy);
   if (!challenge) return false;
   const auto credential = credentialFor(*challenge);
   if (!credential) return false;
 
-  const bool digest =
-      answerable->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
+  const bool digest = supported->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
   sendCredential(fromProxy ? proxyOptions : serverOptions, *credential, digest);
-  answered_.push_back(std::move(challenge->protectionSpace));
+  spacesWithCredential_.push_back(std::move(challenge->protectionSpace));
   prepare();
   return true;
 }
 
 std::optional<URLCredential> Transfer::credentialFor(const URLAuthenticationChallenge& challenge) const {
-  using enum URLAuthenticationAnswer::Disposition;
-  URLAuthenticationAnswer answer;
+  using enum URLAuthenticationResponse::Disposition;
+  URLAuthenticationResponse response;
   if (settings_.delegate) {
     settings_.gate->runHostCode([&] {
       try {
-        answer = settings_.delegate->didReceiveChallenge(settings_.configuration, *task_, challenge);
+        response = settings_.delegate->didReceiveChallenge(settings_.configuration, *task_, challenge);
       } catch (...) {
-        answer.disposition = rejectProtectionSpace;
+        response.disposition = rejectProtectionSpace;
       }
     });
   }
-  if (answer.disposition == useCredential) return std::move(answer.credential);
-  if (answer.disposition == performDefaultHandling) return challenge.proposedCredential;
+  if (response.disposition == useCredential) return std::move(response.credential);
+  if (response.disposition == performDefaultHandling) return challenge.proposedCredential;
   return std::nullopt;
 }
 
-// None if a proxy's challenge came from something that can't be the proxy.
+// Returns no value for a challenge of a proxy if the session has no proxy.
 std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSpace space,
                                                                  bool fromProxy) const {
   auto origin = originOf(*request_->url);
@@ -99,7 +100,7 @@ std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSp
     space.port = origin->port;
   }
   const auto failures = std::ranges::count_if(
-      answered_, [&](const URLProtectionSpace& each) { return isOfSameServer(each, space); });
+      spacesWithCredential_, [&](const URLProtectionSpace& each) { return isOfSameServer(each, space); });
 
   URLAuthenticationChallenge challenge{.protectionSpace = std::move(space),
                                        .previousFailureCount = static_cast<int>(failures),

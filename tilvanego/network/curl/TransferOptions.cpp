@@ -1,5 +1,5 @@
-// How a transfer tells libcurl what to send. Options that no request changes are set once for a handle, and
-// of the others those that differ from the handle's last request.
+// Sets the options of a transfer's handle: those that are equal for all requests once, the others if they
+// differ from the handle's last request.
 
 #include <algorithm>
 #include <climits>
@@ -14,19 +14,19 @@ namespace tilvanego::detail {
 
 namespace {
 
-/// libcurl sends a body up to this length together with the head; how longer ones come on is worth following.
+/// libcurl sends a body of up to this size together with the head; longer bodies report progress.
 constexpr std::size_t followedBodySize = std::size_t{64} * 1024;
-/// What libcurl hands to the system at a time; libcurl's own choice is the first.
+/// The size of libcurl's upload buffer; the first is libcurl's default.
 constexpr long usualBuffer = 64L * 1024;
 constexpr long longBodyBuffer = 256L * 1024;
 
 template <typename Value>
 void set(CURL* handle, CURLoption option, Value value) {
-  // Options that this libcurl doesn't have, or takes no value for, leave it at its default.
+  // An option that this libcurl doesn't support keeps its default.
   static_cast<void>(curl_easy_setopt(handle, option, value));
 }
 
-// Programs that the host starts must not get the connections.
+/// Opens a socket that programs started by the host don't inherit.
 curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
 #ifdef SOCK_CLOEXEC
   return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
@@ -54,9 +54,9 @@ void Transfer::setConstantOptions() {
   set(curl, CURLOPT_NOSIGNAL, 1L);
   set(curl, CURLOPT_PATH_AS_IS, 1L);
   set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-  // Whoever compresses has it; others that libcurl knows would only make each request longer.
+  // Every server that compresses supports gzip; further codings would only make requests longer.
   set(curl, CURLOPT_ACCEPT_ENCODING, "gzip");
-  // Bodies come as they are sent: for libcurl, a coding that it doesn't know is the end of the request.
+  // Bodies are decompressed here: libcurl fails a request with a coding that it doesn't know.
   set(curl, CURLOPT_HTTP_CONTENT_DECODING, 0L);
   withholdCredential(serverOptions);
   set(curl, CURLOPT_PROXY, "");
@@ -67,18 +67,18 @@ void Transfer::setConstantOptions() {
   set(curl, CURLOPT_PROTOCOLS, static_cast<long>(CURLPROTO_HTTP | CURLPROTO_HTTPS));
 #endif
 #if LIBCURL_VERSION_NUM >= 0x075700
-  // A look-up that hangs in the system's resolver doesn't hold up the thread when its task is given up.
+  // A cancelled task doesn't wait for a host name lookup that the system hasn't finished.
   set(curl, CURLOPT_QUICK_EXIT, 1L);
 #endif
-  // The system's directory of certificates stays beside it.
+  // The system's directory of certificates is still used.
   if (const auto& file = settings_.configuration.additionalCertificates; !file.empty()) {
     set(curl, CURLOPT_CAINFO, file.c_str());
   }
 }
 
-// An empty user and no method send nothing. Without any user libcurl would take the next challenge on this
-// handle for a repetition of the first: it would send a refused credential twice and not see that a nonce has
-// changed.
+// With an empty user and no method, nothing is sent. Without any user, libcurl would handle the next
+// challenge on this handle as a repetition of the first: it would send a refused credential twice and ignore
+// a changed nonce.
 void Transfer::withholdCredential(const CredentialOptions& options) {
   set(handle(), options.user, "");
   set(handle(), options.password, "");
@@ -97,9 +97,9 @@ void Transfer::prepare() {
   body_ = {};
   decoder_.reset();
   bodyBegun_ = false;
-  answerLength_ = -1;
+  responseLength_ = -1;
   uploaded_ = 0;
-  unansweredSends_ = 0;
+  sendsWithoutResponse_ = 0;
   refusal_.reset();
   errorText_.front() = '\0';
   lastActivity_ = Clock::now();
@@ -110,7 +110,7 @@ void Transfer::prepare() {
 
 void Transfer::setTarget() {
   const auto& url = *request_->url;
-  // The user and password are for a challenge, and for no error text.
+  // User and password are used for a challenge only, and must not be in error texts.
   setURL(url.user() ? textWithoutUser(url) : url.absoluteString());
   const bool secure = isSecure(url);
   if (const auto& proxy = settings_.proxies.forScheme(secure); proxy != proxySet_) {
@@ -122,35 +122,35 @@ void Transfer::setTarget() {
     }
     proxySet_ = proxy;
   }
-  // Only with TLS can a connection turn out to carry many requests at once; elsewhere the wait would be lost.
+  // Only with TLS can a connection carry several requests at once; otherwise waiting for it costs time.
   if (secure != waitsForMultiplexing_) {
     set(handle(), CURLOPT_PIPEWAIT, secure ? 1L : 0L);
     waitsForMultiplexing_ = secure;
   }
 }
 
-// Given the text alone, libcurl would take it apart and put it together again for each request.
+// Sets the parsed URL: with the text, libcurl would parse and rebuild it for each request.
 void Transfer::setURL(const std::string& text) {
   if (urlSet_ == text) return;
   urlSet_ = text;
   const bool isRead =
       url_ && curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK;
   set(handle(), CURLOPT_CURLU, isRead ? url_.get() : nullptr);
-  // What can't be read libcurl is to refuse in its own words.
+  // For a URL that can't be parsed, libcurl creates the error.
   if (!isRead) set(handle(), CURLOPT_URL, text.c_str());
 }
 
 void Transfer::setMethodAndBody() {
   const auto& method = request_->httpMethod;
   const auto size = request_->httpBody ? request_->httpBody->size() : 0;
-  // Servers want to be told that these have no body.
+  // For these methods, servers expect "Content-Length: 0" if there is no body.
   const bool announcesBody = size > 0 || method == "POST" || method == "PUT" || method == "PATCH";
   std::string_view standard;
   if (announcesBody) {
     standard = "POST";
     set(handle(), CURLOPT_POST, 1L);
     set(handle(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(size));
-    // The bytes aren't copied: the task holds the body as long as the transfer.
+    // Not copied: the task holds the body as long as the transfer runs.
     set(handle(), CURLOPT_POSTFIELDS, size > 0 ? request_->httpBody->text().data() : "");
   } else if (method == "HEAD") {
     standard = "HEAD";
@@ -164,11 +164,11 @@ void Transfer::setMethodAndBody() {
   if (custom || customMethodSet_) set(handle(), CURLOPT_CUSTOMREQUEST, custom ? method.c_str() : nullptr);
   customMethodSet_ = custom;
 
-  // Libcurl would send the session's cookies beside the request's own, in a second field.
+  // libcurl would send the session's cookies in a second field.
   const bool shares = !request_->headers.value("Cookie");
   if (shares != shareSet_) {
     set(handle(), CURLOPT_SHARE, shares ? share_ : nullptr);
-    // No file: this turns the cookies on.
+    // The empty file name enables cookies.
     set(handle(), CURLOPT_COOKIEFILE, shares ? "" : nullptr);
   }
   shareSet_ = shares;
@@ -185,7 +185,7 @@ void Transfer::setMethodAndBody() {
   }
 }
 
-// For the task as a whole, its redirects and challenges included.
+// Sets the latest end of the task, redirects and challenges included.
 void Transfer::setEnd() {
   static constexpr double longest = 1e9;
   const double seconds = settings_.configuration.maximumRequestTime;
@@ -195,7 +195,7 @@ void Transfer::setEnd() {
              : Clock::time_point::max();
 }
 
-// The time to connect is given to libcurl too, which shares it out between the addresses of a host.
+// Also sets libcurl's timeout for connecting, which it divides between the addresses of a host.
 void Transfer::setTimeout() {
   static constexpr double longest = INT_MAX / 1000;
   const double interval = request_->timeoutInterval;

@@ -8,11 +8,14 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A kind of builder, with another session under it than the process's default one.
+/// A builder of the class `Kind` that sends its requests by a given session instead of the process's default
+/// one.
 template <std::derived_from<URLSessionRequestBuilder> Kind>
-class OverSession : public Kind {
+class RequestBuilderWithSession : public Kind {
  public:
-  OverSession(RequestBuilder::Construction construction, std::shared_ptr<URLSessionProtocol> session)
+  /// `session` must not be null.
+  RequestBuilderWithSession(RequestBuilder::Construction construction,
+                            std::shared_ptr<URLSessionProtocol> session)
       : Kind(std::move(construction)), session_(std::move(session)) {}
 
   std::shared_ptr<URLSessionProtocol> createURLSession() override { return session_; }
@@ -21,20 +24,21 @@ class OverSession : public Kind {
   std::shared_ptr<URLSessionProtocol> session_;
 };
 
-/// The factory for a configuration whose requests go out by a session of the host's: one with a proxy or a
-/// certificate of its own, or one in memory.
+/// A factory for a configuration whose requests are sent by a session of the host, such as a `URLSession`
+/// with a proxy or a `MemoryURLSession`.
 ///
 /// ```cpp
 /// void sendBy(std::shared_ptr<URLSessionProtocol> session) {
 ///   OstrelTilvanePoiModelsAPIConfiguration::shared()->setRequestBuilderFactory(
-///       std::make_shared<FactoryOverSession<>>(session));
+///       std::make_shared<RequestBuilderFactoryWithSession<>>(session));
 /// }
 /// ```
 template <std::derived_from<URLSessionRequestBuilder> NonDecodable = URLSessionRequestBuilder,
           std::derived_from<URLSessionRequestBuilder> Decodable = URLSessionDecodableRequestBuilder>
-class FactoryOverSession : public RequestBuilderFactory {
+class RequestBuilderFactoryWithSession : public RequestBuilderFactory {
  public:
-  explicit FactoryOverSession(std::shared_ptr<URLSessionProtocol> session) : session_(std::move(session)) {}
+  explicit RequestBuilderFactoryWithSession(std::shared_ptr<URLSessionProtocol> session)
+      : session_(std::move(session)) {}
 
   [[nodiscard]] RequestBuilderKind getNonDecodableBuilder(const BodyType&) const override {
     return kind<NonDecodable>();
@@ -45,7 +49,7 @@ class FactoryOverSession : public RequestBuilderFactory {
   template <typename Kind>
   [[nodiscard]] RequestBuilderKind kind() const {
     return [session = session_](const BodyType& bodyType, RequestBuilderArguments arguments) {
-      return RequestBuilder::make<OverSession<Kind>>(bodyType, std::move(arguments), session);
+      return RequestBuilder::make<RequestBuilderWithSession<Kind>>(bodyType, std::move(arguments), session);
     };
   }
 
