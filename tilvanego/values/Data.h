@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <tilvanego/values/Bytes.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -20,11 +21,11 @@ class Data {
   explicit Data(Bytes bytes) : bytes_(std::make_shared<const Bytes>(std::move(bytes))) {}
   explicit Data(std::string_view text) : Data(Bytes(text.begin(), text.end())) {}
 
-  [[nodiscard]] std::span<const std::uint8_t> bytes() const {
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const TILVANEGO_LIFETIMEBOUND {
     return bytes_ ? std::span<const std::uint8_t>(*bytes_) : std::span<const std::uint8_t>();
   }
   /// The bytes as they are, whether or not they are UTF-8.
-  [[nodiscard]] std::string_view text() const {
+  [[nodiscard]] std::string_view text() const TILVANEGO_LIFETIMEBOUND {
     const auto all = bytes();
     return {reinterpret_cast<const char*>(all.data()), all.size()};
   }

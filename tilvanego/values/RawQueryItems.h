@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include <tilvanego/values/CharacterRuns.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -17,7 +18,7 @@ class URLTextView {
   constexpr URLTextView() = default;
   constexpr URLTextView(std::nullopt_t) {}
   constexpr URLTextView(const char* begin, const char* end) : text_(begin, end) {}
-  constexpr explicit(false) URLTextView(std::string_view text) : text_(text) {}
+  constexpr explicit(false) URLTextView(std::string_view text TILVANEGO_LIFETIMEBOUND) : text_(text) {}
   constexpr explicit(false) URLTextView(const char* text) : text_(text) {}
 
   [[nodiscard]] constexpr explicit operator bool() const { return text_.data() != nullptr; }
@@ -104,7 +105,7 @@ class RawQueryItems {
     const char* end_ = nullptr;
   };
 
-  explicit RawQueryItems(std::string_view query) : query_(query) {}
+  explicit RawQueryItems(std::string_view query TILVANEGO_LIFETIMEBOUND) : query_(query) {}
   [[nodiscard]] Iterator begin() const { return query_.empty() ? Iterator() : Iterator(query_); }
   [[nodiscard]] Iterator end() const { return Iterator(); }
 

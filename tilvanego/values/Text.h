@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/Lifetime.h>
+
 /// Unicode text, as UTF-8, with no locale. Nothing here depends on the process's locale or throws for any
 /// input. Sequences that aren't well-formed UTF-8 are kept as they are: they have no case, are not blank, and
 /// equal only themselves byte for byte. All functions may be called from any thread.
@@ -11,7 +13,7 @@ namespace tilvanego {
 
 /// The part of `text` without the whitespace and newlines at both ends: U+0009 to U+000D, U+0020, U+0085,
 /// U+00A0, U+1680, U+2000 to U+200B, U+2028, U+2029, U+202F, U+205F and U+3000. The view points into `text`.
-[[nodiscard]] std::string_view trimmed(std::string_view text);
+[[nodiscard]] std::string_view trimmed(std::string_view text TILVANEGO_LIFETIMEBOUND);
 
 /// The text in capitals by the full case mappings ("ß" gives "SS").
 [[nodiscard]] std::string uppercased(std::string_view text);

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/RawQueryItems.h>
 #include <tilvanego/values/URLParts.h>
@@ -71,10 +72,10 @@ class URL {
   }
 
   /// The whole text.
-  [[nodiscard]] const std::string& absoluteString() const { return text_; }
+  [[nodiscard]] const std::string& absoluteString() const TILVANEGO_LIFETIMEBOUND { return text_; }
 
   /// The scheme as written, without its ":".
-  [[nodiscard]] std::optional<std::string_view> scheme() const;
+  [[nodiscard]] std::optional<std::string_view> scheme() const TILVANEGO_LIFETIMEBOUND;
 
   /// The user, and what stands behind the first ":" of the user information; decoded as path() is.
   [[nodiscard]] std::optional<std::string> user() const;
@@ -84,7 +85,7 @@ class URL {
   /// "file:///x"; no value without "//". A host whose escapes make no UTF-8 is given as it stands.
   [[nodiscard]] std::optional<std::string> host() const;
   /// The host as it stands in the text.
-  [[nodiscard]] std::optional<std::string_view> writtenHost() const;
+  [[nodiscard]] std::optional<std::string_view> writtenHost() const TILVANEGO_LIFETIMEBOUND;
   /// The host percent-encoded: as it stands, except that "xn--" labels are in Unicode and then escaped.
   [[nodiscard]] std::optional<std::string> encodedHost() const;
 
@@ -94,19 +95,21 @@ class URL {
   /// The path with its escapes undone; as it stands if they make no UTF-8. Dot segments stay.
   [[nodiscard]] std::string path() const;
   /// The path as it stands in the text.
-  [[nodiscard]] std::string_view encodedPath() const;
+  [[nodiscard]] std::string_view encodedPath() const TILVANEGO_LIFETIMEBOUND;
 
   /// What stands between "?" and "#". "a?" has an empty query, "a" has none.
-  [[nodiscard]] std::optional<std::string_view> encodedQuery() const;
+  [[nodiscard]] std::optional<std::string_view> encodedQuery() const TILVANEGO_LIFETIMEBOUND;
   /// The query's items in their order, decoded. No value if there is no query, none of them if it is empty.
   [[nodiscard]] std::optional<std::vector<QueryItem>> queryItems() const;
   /// The query's items as they stand; none without a query. Allocates nothing.
-  [[nodiscard]] RawQueryItems rawQueryItems() const { return RawQueryItems(encodedQuery().value_or("")); }
+  [[nodiscard]] RawQueryItems rawQueryItems() const TILVANEGO_LIFETIMEBOUND {
+    return RawQueryItems(encodedQuery().value_or(""));
+  }
 
   /// What stands behind "#", decoded as path() is.
   [[nodiscard]] std::optional<std::string> fragment() const;
   /// The fragment as it stands in the text.
-  [[nodiscard]] std::optional<std::string_view> encodedFragment() const;
+  [[nodiscard]] std::optional<std::string_view> encodedFragment() const TILVANEGO_LIFETIMEBOUND;
 
   /// This URL with these items for its query, encoded, and everything else as it stands. No items make an
   /// empty query. No value if the text would reach 4 GiB.

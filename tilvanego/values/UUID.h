@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/Lifetime.h>
+
 namespace tilvanego {
 
 /// A universally unique identifier (RFC 9562): 16 bytes in the order of its text.
@@ -29,7 +31,7 @@ class UUID {
   /// The canonical form, in capitals.
   [[nodiscard]] std::string text() const;
 
-  [[nodiscard]] constexpr const Octets& octets() const { return octets_; }
+  [[nodiscard]] constexpr const Octets& octets() const TILVANEGO_LIFETIMEBOUND { return octets_; }
 
   friend constexpr auto operator<=>(const UUID&, const UUID&) = default;
 
