@@ -1,5 +1,6 @@
 #include <tilvanego/json/JSONReader.h>
 #include <tilvanego/json/TextScan.h>
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/UTF8.h>
 #include <tilvanego/values/Wiping.h>
 

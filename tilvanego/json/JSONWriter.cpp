@@ -10,6 +10,7 @@
 
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/DoubleText.h>
 #include <tilvanego/values/UTF8.h>
 

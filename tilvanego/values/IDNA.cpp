@@ -1,6 +1,5 @@
 #include <tilvanego/values/IDNA.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -8,6 +7,8 @@
 #include <string_view>
 
 #include <unicode/uidna.h>
+
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -52,13 +53,9 @@ std::optional<std::string> converted(std::string_view host, Conversion conversio
 
 bool hasEncodedLabel(std::string_view host) {
   constexpr std::string_view prefix = "xn--";
-  const auto same = [](char a, char b) {
-    return (a >= 'A' && a <= 'Z' ? static_cast<char>(a + 32) : a) == b;
-  };
   for (std::size_t label = 0; label < host.size();) {
     const std::string_view rest = host.substr(label);
-    if (rest.size() >= prefix.size() && std::ranges::equal(rest.substr(0, prefix.size()), prefix, same))
-      return true;
+    if (equalIgnoringASCIICase(rest.substr(0, prefix.size()), prefix)) return true;
     const std::size_t dot = rest.find('.');
     if (dot == std::string_view::npos) return false;
     label += dot + 1;

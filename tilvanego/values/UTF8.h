@@ -14,12 +14,10 @@ struct DecodedScalar {
   bool wellFormed = false;
 };
 
-constexpr bool isASCII(char c) { return static_cast<unsigned char>(c) < 0x80; }
-
 /// Reads the scalar that begins at `at`, which must be less than the size of `text`. An ill-formed sequence
 /// gives U+FFFD with the length of its maximal subpart (The Unicode Standard, section 3.9), so that a reader
 /// that goes on after it writes one replacement for each.
-constexpr DecodedScalar decodeScalar(std::string_view text, std::size_t at) {
+[[nodiscard]] constexpr DecodedScalar decodeScalar(std::string_view text, std::size_t at) {
   const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
   const unsigned char lead = byteAt(at);
   if (lead < 0x80) return {lead, 1, true};
@@ -54,10 +52,7 @@ constexpr DecodedScalar decodeScalar(std::string_view text, std::size_t at) {
 }
 
 /// The number of bytes before the first that is not ASCII.
-std::size_t asciiPrefixLength(std::string_view text);
-
-/// Whether the whole text is well-formed UTF-8; the empty one is.
-bool isUTF8(std::string_view text);
+[[nodiscard]] std::size_t asciiPrefixLength(std::string_view text);
 
 /// Appends the UTF-8 form of a Unicode scalar value.
 void appendScalar(std::string& text, char32_t scalar);

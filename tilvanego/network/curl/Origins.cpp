@@ -2,23 +2,23 @@
 
 #include <cstddef>
 
-#include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
 
 bool hasOrigin(const URL& url) {
   const auto scheme = url.scheme().value_or("");
-  if (!equalsIgnoringCase(scheme, "http") && !equalsIgnoringCase(scheme, "https")) return false;
+  if (!equalIgnoringASCIICase(scheme, "http") && !equalIgnoringASCIICase(scheme, "https")) return false;
   return !url.writtenHost().value_or("").empty();
 }
 
 std::optional<Origin> originOf(const URL& url) {
   if (!hasOrigin(url)) return std::nullopt;
   const auto port = url.port().value_or(isSecure(url) ? 443 : 80);
-  return Origin{lowerCase(*url.scheme()), lowerCase(*url.writtenHost()), port};
+  return Origin{asciiLowercased(*url.scheme()), asciiLowercased(*url.writtenHost()), port};
 }
 
-bool isSecure(const URL& url) { return equalsIgnoringCase(url.scheme().value_or(""), "https"); }
+bool isSecure(const URL& url) { return equalIgnoringASCIICase(url.scheme().value_or(""), "https"); }
 
 std::string textWithoutUser(const URL& url) {
   std::string text = url.absoluteString();

@@ -8,6 +8,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <tilvanego/platform/desktop/FileReplacement.h>
+
 namespace tilvanego::detail {
 namespace {
 
@@ -100,21 +102,17 @@ std::expected<void, std::string> PrivateDirectory::replace(const std::string& na
   const std::string fresh = name + ".new";
   // One that a writer left behind as it was killed.
   if (auto removed = remove(fresh); !removed) return removed;
-  std::expected<void, std::string> replaced;
-  {
-    const FileDescriptor file(openat(directory_.get(), fresh.c_str(),
-                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerFile));
-    if (!file) return failed(fresh, "can't be made");
-    // The user's file creation mask may have taken a right away.
-    if (fchmod(file.get(), ownerFile) != 0 || !writeFully(file.get(), bytes)) {
-      replaced = failed(fresh, "can't be written");
-    }
+  switch (replaceFile(directory_, name, fresh, bytes)) {
+    case FileReplacementFailure::create:
+      return failed(fresh, "can't be made");
+    case FileReplacementFailure::write:
+      return failed(fresh, "can't be written");
+    case FileReplacementFailure::rename:
+      return failed(name, "can't be replaced");
+    case FileReplacementFailure::none:
+      break;
   }
-  if (replaced && renameat(directory_.get(), fresh.c_str(), directory_.get(), name.c_str()) != 0) {
-    replaced = failed(name, "can't be replaced");
-  }
-  if (!replaced) unlinkat(directory_.get(), fresh.c_str(), 0);
-  return replaced;
+  return {};
 }
 
 std::expected<void, std::string> PrivateDirectory::remove(const std::string& name) const {
