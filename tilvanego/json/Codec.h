@@ -35,11 +35,11 @@ struct Codec;
 /// Reaches the private parts of a record that calls it a friend.
 struct RecordAccess {
   template <typename Record>
-  static constexpr auto fields() -> decltype(Record::jsonFields()) {
+  [[nodiscard]] static constexpr auto fields() -> decltype(Record::jsonFields()) {
     return Record::jsonFields();
   }
   template <typename T>
-  static T make() {
+  [[nodiscard]] static T make() {
     if constexpr (requires { Codec<T>::make(); }) {
       return Codec<T>::make();
     } else {
@@ -76,26 +76,26 @@ struct RecordAccess {
 
 template <>
 struct Codec<std::string> {
-  static bool read(Reader& reader, std::string& value) { return reader.readText(value); }
+  [[nodiscard]] static bool read(Reader& reader, std::string& value) { return reader.readText(value); }
   static bool write(Writer& writer, const std::string& value) { return writer.text(value); }
 };
 
 template <>
 struct Codec<bool> {
-  static bool read(Reader& reader, bool& value) { return reader.readBoolean(value); }
+  [[nodiscard]] static bool read(Reader& reader, bool& value) { return reader.readBoolean(value); }
   static bool write(Writer& writer, bool value) { return writer.boolean(value); }
 };
 
 template <>
 struct Codec<double> {
-  static bool read(Reader& reader, double& value) { return reader.readDouble(value); }
+  [[nodiscard]] static bool read(Reader& reader, double& value) { return reader.readDouble(value); }
   static bool write(Writer& writer, double value) { return writer.number(value); }
 };
 
 /// Written by the shortest text that reads back as the same float.
 template <>
 struct Codec<float> {
-  static bool read(Reader& reader, float& value) { return reader.readFloat(value); }
+  [[nodiscard]] static bool read(Reader& reader, float& value) { return reader.readFloat(value); }
   static bool write(Writer& writer, float value) { return writer.number(value); }
 };
 
@@ -110,14 +110,14 @@ template <WholeNumber Integer>
 struct Codec<Integer> {
   using Widest = std::conditional_t<std::signed_integral<Integer>, std::int64_t, std::uint64_t>;
 
-  static bool read(Reader& reader, Integer& value) {
+  [[nodiscard]] static bool read(Reader& reader, Integer& value) {
     Widest whole = 0;
     if (!reader.readInteger(whole)) return false;
     if (!std::in_range<Integer>(whole)) return reader.fail(JSONFailure::numberOutOfRange);
     value = static_cast<Integer>(whole);
     return true;
   }
-  static bool write(Writer& writer, Integer value) { return writer.integer(Widest{value}); }
+  [[nodiscard]] static bool write(Writer& writer, Integer value) { return writer.integer(Widest{value}); }
 };
 
 /// An enumeration that takes texts it doesn't know for its case `RawTexts<Enumeration>::fallback`.
@@ -128,7 +128,7 @@ concept HasFallbackCase = HasRawText<Enumeration> && requires {
 
 /// Whether each case and each text stands once among an enumeration's raw texts.
 template <HasRawText Enumeration>
-consteval bool rawTextsAreDistinct() {
+[[nodiscard]] consteval bool rawTextsAreDistinct() {
   constexpr auto& table = RawTexts<Enumeration>::table;
   for (auto one = table.begin(); one != table.end(); ++one) {
     for (auto other = table.begin(); other != one; ++other) {
@@ -144,7 +144,7 @@ template <HasRawText Enumeration>
 struct Codec<Enumeration> {
   static_assert(rawTextsAreDistinct<Enumeration>(), "each case and each raw text is said once");
 
-  static bool read(Reader& reader, Enumeration& value) {
+  [[nodiscard]] static bool read(Reader& reader, Enumeration& value) {
     std::string_view text;
     if (!reader.readText(text)) return false;
     const std::optional<Enumeration> known = fromRawText<Enumeration>(text);
@@ -157,7 +157,7 @@ struct Codec<Enumeration> {
       return true;
     }
   }
-  static bool write(Writer& writer, Enumeration value) {
+  [[nodiscard]] static bool write(Writer& writer, Enumeration value) {
     for (const auto& [one, text] : RawTexts<Enumeration>::table) {
       if (one == value) return writer.text(text);
     }
@@ -168,14 +168,14 @@ struct Codec<Enumeration> {
 /// Null reads as no value, and no value is written as null; a record leaves absent fields out instead.
 template <typename T>
 struct Codec<std::optional<T>> {
-  static bool read(Reader& reader, std::optional<T>& value) {
+  [[nodiscard]] static bool read(Reader& reader, std::optional<T>& value) {
     if (reader.takeNull()) {
       value.reset();
       return true;
     }
     return Codec<T>::read(reader, RecordAccess::emplaceIn(value));
   }
-  static bool write(Writer& writer, const std::optional<T>& value) {
+  [[nodiscard]] static bool write(Writer& writer, const std::optional<T>& value) {
     return value ? Codec<T>::write(writer, *value) : writer.null();
   }
 };
@@ -184,15 +184,15 @@ namespace detail {
 
 /// Elements in their order, for each kind of list.
 template <typename T>
-bool writeElements(Writer& writer, const auto& list) {
-  if (!writer.beginList()) return false;
+[[nodiscard]] bool writeElements(Writer& writer, const auto& list) {
+  if (!writer.beginArray()) return false;
   std::size_t index = 0;
   for (const T& element : list) {
     writer.element();
     if (!Codec<T>::write(writer, element)) return writer.failInside(index);
     ++index;
   }
-  writer.endList();
+  writer.endArray();
   return true;
 }
 
@@ -200,9 +200,9 @@ bool writeElements(Writer& writer, const auto& list) {
 
 template <typename T>
 struct Codec<std::vector<T>> {
-  static bool read(Reader& reader, std::vector<T>& list) {
+  [[nodiscard]] static bool read(Reader& reader, std::vector<T>& list) {
     list.clear();
-    if (!reader.beginList()) return false;
+    if (!reader.beginArray()) return false;
     std::size_t taken = 0;
     Reader::Next next{};
     while ((next = reader.nextElement()) == Reader::Next::item) {
@@ -212,7 +212,7 @@ struct Codec<std::vector<T>> {
     }
     return next == Reader::Next::end;
   }
-  static bool write(Writer& writer, const std::vector<T>& list) {
+  [[nodiscard]] static bool write(Writer& writer, const std::vector<T>& list) {
     return detail::writeElements<T>(writer, list);
   }
 
@@ -243,8 +243,8 @@ struct Codec<std::vector<T>> {
 /// A list of exactly so many elements.
 template <typename T, std::size_t count>
 struct Codec<std::array<T, count>> {
-  static bool read(Reader& reader, std::array<T, count>& list) {
-    if (!reader.beginList()) return false;
+  [[nodiscard]] static bool read(Reader& reader, std::array<T, count>& list) {
+    if (!reader.beginArray()) return false;
     std::size_t index = 0;
     Reader::Next next{};
     while ((next = reader.nextElement()) == Reader::Next::item) {
@@ -255,7 +255,7 @@ struct Codec<std::array<T, count>> {
     if (next == Reader::Next::end && index < count) return failForCount(reader, std::to_string(index));
     return next == Reader::Next::end;
   }
-  static bool write(Writer& writer, const std::array<T, count>& list) {
+  [[nodiscard]] static bool write(Writer& writer, const std::array<T, count>& list) {
     return detail::writeElements<T>(writer, list);
   }
 
@@ -272,7 +272,7 @@ template <typename T, typename Less>
 struct Codec<std::map<std::string, T, Less>> {
   using Map = std::map<std::string, T, Less>;
 
-  static bool read(Reader& reader, Map& map) {
+  [[nodiscard]] static bool read(Reader& reader, Map& map) {
     map.clear();
     if (!reader.beginObject()) return false;
     std::string_view key;
@@ -286,7 +286,7 @@ struct Codec<std::map<std::string, T, Less>> {
     }
     return next == Reader::Next::end;
   }
-  static bool write(Writer& writer, const Map& map) {
+  [[nodiscard]] static bool write(Writer& writer, const Map& map) {
     if (!writer.beginObject()) return false;
     for (const auto& [key, value] : map) {
       if (!writer.key(key) || !Codec<T>::write(writer, value)) return writer.failInside(key);

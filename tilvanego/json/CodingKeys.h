@@ -38,7 +38,7 @@ concept NamesItsKeys = std::is_aggregate_v<Record> && IsCodingKeys<typename Reco
 
 /// The cases of an enumeration, each with its name as its text.
 template <typename Keys>
-consteval auto caseNames() {
+[[nodiscard]] consteval auto caseNames() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return std::array{
         std::pair{static_cast<Keys>(index), detail::enumeratorName<static_cast<Keys>(index)>}...};
@@ -47,7 +47,7 @@ consteval auto caseNames() {
 
 /// The same, but for one case that has a text of its own.
 template <typename Keys>
-consteval auto caseNamesBut(Keys value, std::string_view text) {
+[[nodiscard]] consteval auto caseNamesBut(Keys value, std::string_view text) {
   auto table = caseNames<Keys>();
   table[static_cast<std::size_t>(value)].second = text;
   return table;
@@ -59,9 +59,9 @@ struct RecordTable;
 /// to compile it: that file includes `DescribedRecord.h` and says `template struct Described<Record>;`.
 template <NamesItsKeys Record>
 struct Described {
-  static const RecordTable& table();
+  [[nodiscard]] static const RecordTable& table();
   /// Equal records have equal hashes; the order of the members matters.
-  static std::size_t hash(const Record& record);
+  [[nodiscard]] static std::size_t hash(const Record& record);
 };
 
 }  // namespace tilvanego::json
@@ -73,7 +73,7 @@ struct tilvanego::RawTexts<Keys> {
 
 template <tilvanego::json::NamesItsKeys Record>
 struct std::hash<Record> {
-  std::size_t operator()(const Record& record) const {
+  [[nodiscard]] std::size_t operator()(const Record& record) const {
     return tilvanego::json::Described<Record>::hash(record);
   }
 };

@@ -17,8 +17,8 @@ namespace tilvanego::json {
 /// one JSON value (RFC 8259) in UTF-8; a byte order mark before it is passed over. A text beyond the limits
 /// is refused. A failure gives no value at all, not a half read one. Any thread may call this.
 template <typename T>
-std::expected<T, JSONError> decode(std::string_view text, const JSONDates* dates = nullptr,
-                                   const JSONLimits& limits = {}) {
+[[nodiscard]] std::expected<T, JSONError> decode(std::string_view text, const JSONDates* dates = nullptr,
+                                                 const JSONLimits& limits = {}) {
   Reader reader(text, dates, limits);
   std::expected<T, JSONError> value(RecordAccess::make<T>());
   if (!Codec<T>::read(reader, *value) || !reader.finish()) value = std::unexpected(std::move(reader.error()));
@@ -29,7 +29,7 @@ std::expected<T, JSONError> decode(std::string_view text, const JSONDates* dates
 /// without a text, on values of an enumeration that are none of its cases, and on values nested deeper than
 /// `jsonDepthLimit`.
 template <typename T>
-std::expected<std::string, JSONError> encode(const T& value, const JSONFormat& format = {}) {
+[[nodiscard]] std::expected<std::string, JSONError> encode(const T& value, const JSONFormat& format = {}) {
   Writer writer(format);
   if (!Codec<T>::write(writer, value)) return std::unexpected(std::move(writer.error()));
   return writer.take();

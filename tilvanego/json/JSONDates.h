@@ -13,15 +13,15 @@ class JSONDates {
  public:
   virtual ~JSONDates() = default;
   /// The date that a text means, nothing if it means none.
-  virtual std::optional<Date> read(std::string_view text) const = 0;
+  [[nodiscard]] virtual std::optional<Date> read(std::string_view text) const = 0;
   /// Nothing for a date that the form has no text for, which then isn't written.
-  virtual std::optional<std::string> write(const Date& date) const = 0;
+  [[nodiscard]] virtual std::optional<std::string> write(const Date& date) const = 0;
 
   /// Internet date-time in UTC with whole seconds and a trailing Z (ISO 8601, RFC 3339): the default
   /// everywhere.
-  static const JSONDates& internetDateTime();
+  [[nodiscard]] static const JSONDates& internetDateTime();
   /// The HTTP interface's: read by any of its three patterns, written in UTC with milliseconds.
-  static const JSONDates& api();
+  [[nodiscard]] static const JSONDates& api();
 };
 
 }  // namespace tilvanego

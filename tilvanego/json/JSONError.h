@@ -12,7 +12,7 @@
 namespace tilvanego {
 
 /// The six kinds of JSON values (RFC 8259, section 3).
-enum class JSONKind : std::uint8_t { null, boolean, number, text, list, object };
+enum class JSONKind : std::uint8_t { null, boolean, number, string, array, object };
 
 /// What was wrong with a JSON text that was read, or with a value that was to be written.
 enum class JSONFailure : std::uint8_t {
@@ -25,7 +25,7 @@ enum class JSONFailure : std::uint8_t {
   invalidUTF8,          ///< a text isn't UTF-8; also raised on writing
   tooDeep,              ///< lists and objects nest deeper than the limit; also raised on writing
   wrongKind,            ///< a value of another kind than the record wants, `null` included
-  numberOutOfRange,     ///< a number that isn't whole or doesn't fit the wanted type
+  numberOutOfRange,     ///< a number that isn't whole or doesn't fit the expected type
   missingKey,           ///< a required key isn't there
   unknownText,          ///< a text that isn't one of an enumeration's
   invalidValue,         ///< the right kind, but not what a codec takes, such as a text that is no date
@@ -43,7 +43,7 @@ struct JSONError {
   std::size_t offset = 0;
   /// It was a value that couldn't be written, so that there is no text to point into.
   bool onWriting = false;
-  /// `wrongKind`: what was wanted and what stood there.
+  /// `wrongKind`: the expected kind, and the kind that was found.
   JSONKind expected = JSONKind::null;
   JSONKind found = JSONKind::null;
   /// `missingKey`: the key. `unknownText` and `invalidValue`: a codec's own words, or empty.
@@ -54,15 +54,15 @@ struct JSONError {
   /// The way to the value, such as `trace.history[2].timestamp`; empty for the whole. Keys that aren't plain
   /// names stand in quotes, and everything in them that could move a cursor, end a line or turn the direction
   /// of writing as `\u` escapes.
-  std::string path() const;
+  [[nodiscard]] std::string path() const;
   /// What was wrong, without where: `expected a number, found a text`.
-  std::string reason() const;
+  [[nodiscard]] std::string reason() const;
   /// Where and what, such as `trace.history[2].timestamp: expected a date`. A missing key ends its path; the
   /// whole text is `$`.
-  std::string report() const;
+  [[nodiscard]] std::string report() const;
   /// One line for a developer, such as `expected a number, found a text at [3].amount (byte 120)`. Shows
   /// keys, never values.
-  std::string description() const;
+  [[nodiscard]] std::string description() const;
 
   bool operator==(const JSONError&) const = default;
 };

@@ -19,12 +19,12 @@ struct JSONNumber {
 
   /// The nearest double; no value beyond the finite range, and none where a number other than 0 would become
   /// 0.
-  std::optional<double> asDouble() const;
+  [[nodiscard]] std::optional<double> asDouble() const;
   /// The same for a float.
-  std::optional<float> asFloat() const;
+  [[nodiscard]] std::optional<float> asFloat() const;
   /// Whole numbers of 64 bits, with or without a sign, exactly, however they are written: `1.0` and `1e2` are
   /// whole, `-0` is 0. So is what no double tells from 0, such as `1e-400`.
-  std::optional<std::int64_t> asInteger() const;
+  [[nodiscard]] std::optional<std::int64_t> asInteger() const;
   std::optional<std::uint64_t> asUnsigned() const;
 
  private:
@@ -33,6 +33,6 @@ struct JSONNumber {
 
 /// Scans the number that starts at the front of `text`; what follows it is left to the caller. An empty
 /// `text` in the result says that the grammar was broken.
-JSONNumber scanJSONNumber(std::string_view text);
+[[nodiscard]] JSONNumber scanJSONNumber(std::string_view text);
 
 }  // namespace tilvanego::json::detail

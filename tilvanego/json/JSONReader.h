@@ -33,48 +33,48 @@ class Reader {
   Reader& operator=(const Reader&) = delete;
 
   /// The kind of the next value by its first character. Fails where none can start.
-  bool peek(JSONKind& kind);
+  [[nodiscard]] bool peek(JSONKind& kind);
   /// True if the next value is null, which is then taken.
-  bool takeNull();
+  [[nodiscard]] bool takeNull();
 
-  bool readBoolean(bool& value);
+  [[nodiscard]] bool readBoolean(bool& value);
   /// A whole number of 64 bits, exactly; `1.0` and `1e2` are whole.
-  bool readInteger(std::int64_t& value);
+  [[nodiscard]] bool readInteger(std::int64_t& value);
   bool readInteger(std::uint64_t& value);
   /// The nearest one. Numbers beyond the range are refused, and those that would silently become 0.
-  bool readDouble(double& value);
+  [[nodiscard]] bool readDouble(double& value);
   bool readFloat(float& value);
   /// A number's parts and its text as written.
-  bool readNumber(detail::JSONNumber& number);
+  [[nodiscard]] bool readNumber(detail::JSONNumber& number);
   bool readText(std::string& value);
   /// Null gives no value.
-  bool readText(std::optional<std::string>& value);
+  [[nodiscard]] bool readText(std::optional<std::string>& value);
   /// The text with its escapes resolved; a view into the input where there were none.
-  bool readText(std::string_view& value);
+  [[nodiscard]] bool readText(std::string_view& value);
   /// Passes over one value of any kind, which is checked in full.
-  bool skip();
+  [[nodiscard]] bool skip();
   /// The same, and gives its text as it stands, without the blanks around it: a piece of the input, for a
   /// reader of its own.
-  bool skip(std::string_view& text);
+  [[nodiscard]] bool skip(std::string_view& text);
 
   /// What `nextElement` and `nextKey` came upon.
   enum class Next { item, end, failure };
 
-  /// After `beginList`, `nextElement` gives `item` before each element and then, once, `end`.
-  bool beginList();
+  /// After `beginArray`, `nextElement` gives `item` before each element and then, once, `end`.
+  [[nodiscard]] bool beginArray();
   Next nextElement();
   /// After `beginObject`, `nextKey` gives `item` and the key before each value and then, once, `end`.
-  bool beginObject();
+  [[nodiscard]] bool beginObject();
   Next nextKey(std::string_view& key);
 
   /// Nothing but white space may be left.
-  bool finish();
+  [[nodiscard]] bool finish();
 
-  const JSONDates* dates() const { return dates_; }
+  [[nodiscard]] const JSONDates* dates() const { return dates_; }
 
   /// For codecs that make more than the text's own bytes: asks for `bytes` of memory before they are
   /// allocated. Fails beyond `JSONLimits::memory`.
-  bool takeMemory(std::size_t bytes) {
+  [[nodiscard]] bool takeMemory(std::size_t bytes) {
     if (bytes > *memoryLeft_) return failBeyondMemory();
     *memoryLeft_ -= bytes;
     return true;
@@ -92,18 +92,21 @@ class Reader {
   bool failInside(JSONPathStep step);
   /// For codecs: takes over the failure of a reader of `piece`, which `skip` gave. Always false.
   bool failIn(std::string_view piece, JSONError error);
-  JSONError& error() { return error_; }
+  [[nodiscard]] JSONError& error() { return error_; }
 
   /// Reads an object into the record at `record`, whose type `table` describes. The first of equal keys
   /// counts. Optional fields that are missing or null become absent, whatever they were.
-  bool readRecord(const RecordTable& table, void* record);
+  [[nodiscard]] bool readRecord(const RecordTable& table, void* record);
 
  private:
   bool failAt(const char* where, JSONFailure failure);
   bool failBeyondMemory();
   Next failBeyondElements();
   bool failKind(JSONKind expected);
-  void skipBlanks();
+  static constexpr bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+  void skipBlanks() {
+    while (cursor_ != end_ && *cursor_ <= ' ' && isBlank(*cursor_)) ++cursor_;
+  }
   bool startValue(JSONKind expected, char first);
   bool readTextFrom(const char* start, std::string_view& value);
   bool takeRun(const char*& cursor);

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include <tilvanego/json/JSON.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -73,49 +74,52 @@ class JSONValue {
   }
 
   /// A dictionary of these pairs; the last of equal keys counts.
-  static JSONValue dictionary(std::initializer_list<std::pair<std::string_view, JSONValue>> pairs);
+  [[nodiscard]] static JSONValue dictionary(
+      std::initializer_list<std::pair<std::string_view, JSONValue>> pairs);
   static JSONValue array(std::initializer_list<JSONValue> elements) { return Array(elements); }
 
   /// What a value becomes when it is written as JSON and read again: a record becomes a dictionary. Dates
   /// take their default form.
   template <typename T>
-  static std::expected<JSONValue, JSONError> encoding(const T& value) {
+  [[nodiscard]] static std::expected<JSONValue, JSONError> encoding(const T& value) {
     const auto text = json::encode(value);
     if (!text) return std::unexpected(text.error());
     return json::decode<JSONValue>(*text);
   }
 
-  bool isString() const { return holds<std::string>(); }
+  [[nodiscard]] bool isString() const { return holds<std::string>(); }
   bool isInt() const { return holds<std::int64_t>(); }
-  bool isDouble() const { return holds<double>(); }
+  [[nodiscard]] bool isDouble() const { return holds<double>(); }
   bool isBool() const { return holds<bool>(); }
-  bool isArray() const { return holds<ArrayBox>(); }
+  [[nodiscard]] bool isArray() const { return holds<ArrayBox>(); }
   bool isDictionary() const { return holds<DictionaryBox>(); }
-  bool isNull() const { return holds<std::monostate>(); }
+  [[nodiscard]] bool isNull() const { return holds<std::monostate>(); }
 
   /// The payload if the value is of exactly this case; there is no conversion.
-  std::optional<std::int64_t> intValue() const { return copied<std::int64_t>(); }
+  [[nodiscard]] std::optional<std::int64_t> intValue() const { return copied<std::int64_t>(); }
   std::optional<double> doubleValue() const { return copied<double>(); }
-  std::optional<bool> boolValue() const { return copied<bool>(); }
+  [[nodiscard]] std::optional<bool> boolValue() const { return copied<bool>(); }
   /// Null if the value is of another case; otherwise valid as long as this value stays unchanged.
-  const std::string* stringValue() const { return std::get_if<std::string>(&value_); }
-  const Array* arrayValue() const;
-  const Dictionary* dictionaryValue() const;
+  [[nodiscard]] const std::string* stringValue() const TILVANEGO_LIFETIMEBOUND {
+    return std::get_if<std::string>(&value_);
+  }
+  const Array* arrayValue() const TILVANEGO_LIFETIMEBOUND;
+  [[nodiscard]] const Dictionary* dictionaryValue() const TILVANEGO_LIFETIMEBOUND;
 
   /// The entry of a dictionary; absent if there is none, or the value is of another case.
-  JSONLookup operator[](std::string_view key) const;
-  JSONLookup operator[](const char* key) const;
+  [[nodiscard]] JSONLookup operator[](std::string_view key) const TILVANEGO_LIFETIMEBOUND;
+  JSONLookup operator[](const char* key) const TILVANEGO_LIFETIMEBOUND;
   JSONLookup operator[](std::nullptr_t) const = delete;
   /// The element of an array; absent if the index is negative or past the end, or the value is of another
   /// case.
   template <std::integral Index>
-  JSONLookup operator[](Index index) const;
+  [[nodiscard]] JSONLookup operator[](Index index) const TILVANEGO_LIFETIMEBOUND;
 
   // Not defaulted: deciding on that here, where the type isn't complete, makes libc++ 19 move the elements of
   // an `Array` as plain bytes.
   friend bool operator==(const JSONValue& a, const JSONValue& b);
   /// Equal values have equal hashes.
-  std::size_t hash() const;
+  [[nodiscard]] std::size_t hash() const;
 
  private:
   // Arrays and dictionaries lie in boxes, which keeps every value as small as a text; an empty one has no
@@ -168,39 +172,43 @@ class JSONLookup {
   JSONLookup() = default;
   explicit JSONLookup(const JSONValue* found) : found_(found) {}
 
-  explicit operator bool() const { return found_ != nullptr; }
+  [[nodiscard]] explicit operator bool() const { return found_ != nullptr; }
   friend bool operator==(JSONLookup lookup, std::nullptr_t) { return lookup.found_ == nullptr; }
   /// The value that was found, null if none was.
-  const JSONValue* get() const { return found_; }
+  [[nodiscard]] const JSONValue* get() const { return found_; }
   /// Only where something was found: the program ends otherwise.
-  const JSONValue& operator*() const {
+  [[nodiscard]] const JSONValue& operator*() const {
     if (found_ == nullptr) endForAbsence();
     return *found_;
   }
-  const JSONValue* operator->() const { return &**this; }
+  [[nodiscard]] const JSONValue* operator->() const { return &**this; }
 
-  JSONLookup operator[](std::string_view key) const { return found_ ? (*found_)[key] : JSONLookup(); }
+  [[nodiscard]] JSONLookup operator[](std::string_view key) const {
+    return found_ ? (*found_)[key] : JSONLookup();
+  }
   JSONLookup operator[](const char* key) const { return (*this)[std::string_view(key)]; }
   JSONLookup operator[](std::nullptr_t) const = delete;
   template <std::integral Index>
-  JSONLookup operator[](Index index) const {
+  [[nodiscard]] JSONLookup operator[](Index index) const {
     return found_ ? (*found_)[index] : JSONLookup();
   }
 
   // As those of the value; none of them holds for nothing.
-  bool isString() const { return found_ && found_->isString(); }
+  [[nodiscard]] bool isString() const { return found_ && found_->isString(); }
   bool isInt() const { return found_ && found_->isInt(); }
-  bool isDouble() const { return found_ && found_->isDouble(); }
+  [[nodiscard]] bool isDouble() const { return found_ && found_->isDouble(); }
   bool isBool() const { return found_ && found_->isBool(); }
-  bool isArray() const { return found_ && found_->isArray(); }
+  [[nodiscard]] bool isArray() const { return found_ && found_->isArray(); }
   bool isDictionary() const { return found_ && found_->isDictionary(); }
-  bool isNull() const { return found_ && found_->isNull(); }
+  [[nodiscard]] bool isNull() const { return found_ && found_->isNull(); }
   std::optional<std::int64_t> intValue() const { return found_ ? found_->intValue() : std::nullopt; }
-  std::optional<double> doubleValue() const { return found_ ? found_->doubleValue() : std::nullopt; }
+  [[nodiscard]] std::optional<double> doubleValue() const {
+    return found_ ? found_->doubleValue() : std::nullopt;
+  }
   std::optional<bool> boolValue() const { return found_ ? found_->boolValue() : std::nullopt; }
-  const std::string* stringValue() const { return found_ ? found_->stringValue() : nullptr; }
+  [[nodiscard]] const std::string* stringValue() const { return found_ ? found_->stringValue() : nullptr; }
   const JSONValue::Array* arrayValue() const { return found_ ? found_->arrayValue() : nullptr; }
-  const JSONValue::Dictionary* dictionaryValue() const {
+  [[nodiscard]] const JSONValue::Dictionary* dictionaryValue() const {
     return found_ ? found_->dictionaryValue() : nullptr;
   }
 
@@ -220,7 +228,7 @@ JSONLookup JSONValue::operator[](Index index) const {
 
 template <>
 struct json::Codec<JSONValue> {
-  static bool read(Reader& reader, JSONValue& value);
+  [[nodiscard]] static bool read(Reader& reader, JSONValue& value);
   static bool write(Writer& writer, const JSONValue& value);
 };
 
@@ -228,5 +236,5 @@ struct json::Codec<JSONValue> {
 
 template <>
 struct std::hash<tilvanego::JSONValue> {
-  std::size_t operator()(const tilvanego::JSONValue& value) const { return value.hash(); }
+  [[nodiscard]] std::size_t operator()(const tilvanego::JSONValue& value) const { return value.hash(); }
 };

@@ -70,12 +70,12 @@ class JSONValue::Reading {
         return reader_.takeNull() || reader_.fail(JSONFailure::unexpectedCharacter);
       case JSONKind::boolean:
         return reader_.readBoolean(value.emplace<bool>());
-      case JSONKind::text:
+      case JSONKind::string:
         return reader_.readText(value.emplace<std::string>());
       case JSONKind::number:
         return readNumber(reader_, *place_);
-      case JSONKind::list:
-        if (!reader_.beginList()) return false;
+      case JSONKind::array:
+        if (!reader_.beginArray()) return false;
         value.emplace<ArrayBox>();
         break;
       case JSONKind::object:
@@ -166,7 +166,7 @@ namespace {
 bool beginValue(Writer& writer, const JSONValue& value) {
   if (const auto* text = value.stringValue()) return writer.text(*text);
   if (value.isDictionary()) return writer.beginObject();
-  if (value.isArray()) return writer.beginList();
+  if (value.isArray()) return writer.beginArray();
   if (const auto whole = value.intValue()) return writer.integer(*whole);
   if (const auto real = value.doubleValue()) return writer.number(*real);
   if (const auto truth = value.boolValue()) return writer.boolean(*truth);
@@ -177,7 +177,7 @@ void endLevel(Writer& writer, bool isDictionary) {
   if (isDictionary) {
     writer.endObject();
   } else {
-    writer.endList();
+    writer.endArray();
   }
 }
 

@@ -39,7 +39,7 @@ class Levels {
   }
 
   /// The next value of the innermost level; null at its end, which `leave` then closes.
-  const JSONValue* nextInLevel() {
+  [[nodiscard]] const JSONValue* nextInLevel() {
     Level& level = levels_.back();
     if (level.array != nullptr) {
       return level.index == level.array->size() ? nullptr : &(*level.array)[level.index++];
@@ -50,7 +50,7 @@ class Levels {
   }
 
   /// The next value at all, out of all levels that end here; null at the end of the whole.
-  const JSONValue* next() {
+  [[nodiscard]] const JSONValue* next() {
     for (; !levels_.empty(); leave()) {
       if (const JSONValue* one = nextInLevel()) return one;
     }
@@ -58,12 +58,12 @@ class Levels {
   }
 
   void leave() { levels_.pop_back(); }
-  bool empty() const { return levels_.empty(); }
+  [[nodiscard]] bool empty() const { return levels_.empty(); }
   bool isInDictionary() const { return levels_.back().dictionary != nullptr; }
   /// Of the last value; null in an array and outside of all.
-  const std::string* key() const { return empty() ? nullptr : levels_.back().key; }
+  [[nodiscard]] const std::string* key() const { return empty() ? nullptr : levels_.back().key; }
   /// Of the last value of an array.
-  std::size_t index() const { return levels_.back().index - 1; }
+  [[nodiscard]] std::size_t index() const { return levels_.back().index - 1; }
 
  private:
   struct Level {

@@ -202,8 +202,8 @@ inline void Writer::separate(std::size_t room) {
   if (format_.pretty) putIndent();
 }
 
-bool Writer::beginList() { return begin('['); }
-void Writer::endList() { end(']'); }
+bool Writer::beginArray() { return begin('['); }
+void Writer::endArray() { end(']'); }
 bool Writer::beginObject() { return begin('{'); }
 void Writer::endObject() { end('}'); }
 

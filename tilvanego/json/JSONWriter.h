@@ -39,41 +39,41 @@ class Writer {
   Writer(const Writer&) = delete;
   Writer& operator=(const Writer&) = delete;
 
-  bool null();
+  [[nodiscard]] bool null();
   bool boolean(bool value);
-  bool integer(std::int64_t value);
+  [[nodiscard]] bool integer(std::int64_t value);
   bool integer(std::uint64_t value);
   /// The shortest text that reads back as the same double, or the same float. Fails for infinities and NaN.
-  bool number(double value);
+  [[nodiscard]] bool number(double value);
   bool number(float value);
   /// Fails unless `value` is UTF-8.
-  bool text(std::string_view value);
+  [[nodiscard]] bool text(std::string_view value);
 
-  bool beginList();
+  [[nodiscard]] bool beginArray();
   /// Before each element.
   void element();
-  void endList();
-  bool beginObject();
+  void endArray();
+  [[nodiscard]] bool beginObject();
   /// Before each value.
-  bool key(std::string_view key);
+  [[nodiscard]] bool key(std::string_view key);
   void endObject();
 
   /// The finished text.
-  std::string take();
+  [[nodiscard]] std::string take();
 
-  const JSONFormat& format() const { return format_; }
+  [[nodiscard]] const JSONFormat& format() const { return format_; }
 
   /// For codecs: the value can't be written. Always false.
   bool fail(JSONFailure failure, std::string detail = {});
   /// For codecs: the failure happened inside the value under this key or index. Always false.
   bool failInside(JSONPathStep step);
-  JSONError& error() { return error_; }
+  [[nodiscard]] JSONError& error() { return error_; }
 
   /// Writes the record at `record`, whose type `table` describes, as an object.
-  bool writeRecord(const RecordTable& table, const void* record);
+  [[nodiscard]] bool writeRecord(const RecordTable& table, const void* record);
   /// For the field writers of a record: the key of the value that follows, or key and text in one.
   void fieldKey(const RecordField& field);
-  bool fieldText(const RecordField& field, std::string_view value);
+  [[nodiscard]] bool fieldText(const RecordField& field, std::string_view value);
 
  private:
   void ensure(std::size_t count);

@@ -56,12 +56,13 @@ struct Field {
 
 /// `void` stands for the codec of the member's type.
 template <typename FieldCodec = void, typename Record, typename Member>
-constexpr Field<Record, Member, FieldCodec> field(std::string_view key, Member Record::* member) {
+[[nodiscard]] constexpr Field<Record, Member, FieldCodec> field(std::string_view key,
+                                                                Member Record::* member) {
   return {key, member};
 }
 
 template <typename... Fields>
-constexpr std::tuple<Fields...> fields(Fields... all) {
+[[nodiscard]] constexpr std::tuple<Fields...> fields(Fields... all) {
   return {all...};
 }
 
@@ -96,12 +97,12 @@ struct Layout<Record> {
   template <std::size_t index>
   using At = std::tuple_element_t<index, decltype(RecordAccess::fields<Record>())>;
 
-  static constexpr auto keys() {
+  [[nodiscard]] static constexpr auto keys() {
     return std::apply([](const auto&... all) { return std::array<std::string_view, count>{all.key...}; },
                       recordFields<Record>);
   }
   template <std::size_t index>
-  static auto& member(auto& record) {
+  [[nodiscard]] static auto& member(auto& record) {
     return record.*std::get<index>(recordFields<Record>).member;
   }
 };
@@ -117,13 +118,13 @@ struct Layout<Record> {
     using Coding = void;
   };
 
-  static constexpr auto keys() {
+  [[nodiscard]] static constexpr auto keys() {
     std::array<std::string_view, count> keys{};
     for (std::size_t i = 0; i < count; ++i) keys[i] = Keys::table[i].second;
     return keys;
   }
   template <std::size_t index>
-  static auto& member(auto& record) {
+  [[nodiscard]] static auto& member(auto& record) {
     return std::get<index>(tieMembers<count>(record));
   }
 };
@@ -144,7 +145,7 @@ inline constexpr std::size_t fieldCount = detail::Layout<Record>::count;
 
 /// The keys of a record in the order of its fields.
 template <IsRecord Record>
-constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
+[[nodiscard]] constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
   return detail::Layout<Record>::keys();
 }
 
@@ -160,7 +161,7 @@ inline constexpr bool mayBeAbsent = requires(const T& value) {
 };
 
 template <typename Coding, typename T>
-bool readKeyed(Reader& reader, T& value, std::string_view key) {
+[[nodiscard]] bool readKeyed(Reader& reader, T& value, std::string_view key) {
   if constexpr (requires { Coding::read(reader, value, key); }) {
     return Coding::read(reader, value, key);
   } else {
@@ -169,7 +170,7 @@ bool readKeyed(Reader& reader, T& value, std::string_view key) {
 }
 
 template <typename Record, std::size_t index>
-bool readField(Reader& reader, void* record) {
+[[nodiscard]] bool readField(Reader& reader, void* record) {
   using OneField = FieldAt<Record, index>;
   [[maybe_unused]] constexpr std::string_view key = recordKeys<Record>()[index];
   auto& member = Layout<Record>::template member<index>(*static_cast<Record*>(record));
@@ -187,7 +188,7 @@ bool readField(Reader& reader, void* record) {
 }
 
 template <typename Coding, typename T>
-bool writeValue(Writer& writer, const RecordField& field, const T& value) {
+[[nodiscard]] bool writeValue(Writer& writer, const RecordField& field, const T& value) {
   if constexpr (std::is_same_v<Coding, Codec<std::string>>) {
     return writer.fieldText(field, value);
   } else {
@@ -200,7 +201,7 @@ bool writeValue(Writer& writer, const RecordField& field, const T& value) {
 }
 
 template <typename Record, std::size_t index>
-bool writeField(Writer& writer, const RecordField& field, const void* record) {
+[[nodiscard]] bool writeField(Writer& writer, const RecordField& field, const void* record) {
   using OneField = FieldAt<Record, index>;
   const auto& member = Layout<Record>::template member<index>(*static_cast<const Record*>(record));
   if constexpr (OptionalTraits<typename OneField::Type>::value) {
@@ -211,14 +212,14 @@ bool writeField(Writer& writer, const RecordField& field, const void* record) {
 }
 
 /// Keys go into the table as they are written, so they must need no escape.
-constexpr bool isPlainKey(std::string_view key) {
+[[nodiscard]] constexpr bool isPlainKey(std::string_view key) {
   return std::ranges::all_of(
       key, [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\' && c != '/'; });
 }
 
 /// The keys of a record in their quotes, end to end.
 template <typename Record>
-consteval auto quoteKeys() {
+[[nodiscard]] consteval auto quoteKeys() {
   constexpr std::size_t size = [] {
     std::size_t sum = 0;
     for (const std::string_view key : recordKeys<Record>()) sum += key.size() + 2;
@@ -238,7 +239,7 @@ template <typename Record>
 inline constexpr auto quotedKeys = quoteKeys<Record>();
 
 template <typename Record>
-consteval auto sortFields() {
+[[nodiscard]] consteval auto sortFields() {
   std::array<std::uint8_t, fieldCount<Record>> order{};
   for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<std::uint8_t>(i);
   std::ranges::sort(order, {}, [](std::uint8_t i) { return recordKeys<Record>()[i]; });
@@ -247,13 +248,14 @@ consteval auto sortFields() {
 
 /// The field that follows field `index` in `order`, the first after the last.
 template <std::size_t count>
-constexpr std::uint8_t fieldAfter(const std::array<std::uint8_t, count>& order, std::size_t index) {
+[[nodiscard]] constexpr std::uint8_t fieldAfter(const std::array<std::uint8_t, count>& order,
+                                                std::size_t index) {
   const auto place = std::ranges::find(order, index) + 1;
   return place == order.end() ? order.front() : *place;
 }
 
 template <typename Record>
-consteval auto describeFields() {
+[[nodiscard]] consteval auto describeFields() {
   std::array<RecordField, fieldCount<Record>> all{};
   const auto describe = [&]<std::size_t... index>(std::index_sequence<index...>) {
     ((all[index].read = &readField<Record, index>, all[index].write = &writeField<Record, index>), ...);
@@ -271,7 +273,7 @@ consteval auto describeFields() {
 }
 
 template <typename Record>
-consteval auto hashFields() {
+[[nodiscard]] consteval auto hashFields() {
   std::array<std::uint8_t, 4 * std::bit_ceil(fieldCount<Record> + 1)> slots{};
   slots.fill(RecordTable::freeSlot);
   for (std::size_t i = 0; i < fieldCount<Record>; ++i) {
@@ -287,7 +289,7 @@ inline constexpr bool isRequired = !OptionalTraits<typename OneField::Type>::val
                                    !mayBeAbsent<CodingOf<OneField>, typename OneField::Type>;
 
 template <typename Record>
-consteval std::uint64_t requiredFields() {
+[[nodiscard]] consteval std::uint64_t requiredFields() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return (std::uint64_t{0} | ... | (isRequired<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
   }(std::make_index_sequence<fieldCount<Record>>());
@@ -300,7 +302,7 @@ inline constexpr bool isClearable =
     requires(typename OneField::Type& value) { CodingOf<OneField>::makeAbsent(value); };
 
 template <typename Record>
-consteval std::uint64_t clearableFields() {
+[[nodiscard]] consteval std::uint64_t clearableFields() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return (std::uint64_t{0} | ... | (isClearable<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
   }(std::make_index_sequence<fieldCount<Record>>());
@@ -326,7 +328,7 @@ void clearFields([[maybe_unused]] void* record, [[maybe_unused]] std::uint64_t w
 }
 
 template <typename Record>
-consteval bool keysAreSound() {
+[[nodiscard]] consteval bool keysAreSound() {
   auto keys = recordKeys<Record>();
   if (!std::ranges::all_of(keys, isPlainKey)) return false;
   std::ranges::sort(keys);
@@ -335,7 +337,7 @@ consteval bool keysAreSound() {
 
 template <typename Record>
 struct Description {
-  static_assert(fieldCount<Record> <= RecordTable::mostFields, "a record has at most 64 fields");
+  static_assert(fieldCount<Record> <= RecordTable::maxFields, "a record has at most 64 fields");
   static_assert(keysAreSound<Record>(),
                 "a record's keys are printable ASCII without quotes or slashes, each said once");
   static constexpr auto fields = describeFields<Record>();
@@ -352,7 +354,7 @@ struct Description {
 }  // namespace detail
 
 template <IsRecord Record>
-const RecordTable& recordTable() {
+[[nodiscard]] const RecordTable& recordTable() {
   if constexpr (NamesItsKeys<Record>) {
     return Described<Record>::table();
   } else {
@@ -362,10 +364,10 @@ const RecordTable& recordTable() {
 
 template <IsRecord Record>
 struct Codec<Record> {
-  static bool read(Reader& reader, Record& record) {
+  [[nodiscard]] static bool read(Reader& reader, Record& record) {
     return reader.readRecord(recordTable<Record>(), &record);
   }
-  static bool write(Writer& writer, const Record& record) {
+  [[nodiscard]] static bool write(Writer& writer, const Record& record) {
     return writer.writeRecord(recordTable<Record>(), &record);
   }
 };

@@ -22,7 +22,7 @@ struct RecordField {
   /// Writes key and value, or nothing if the field is absent.
   bool (*write)(Writer&, const RecordField&, const void* record);
 
-  constexpr std::string_view key() const { return quoted.substr(1, quoted.size() - 2); }
+  [[nodiscard]] constexpr std::string_view key() const { return quoted.substr(1, quoted.size() - 2); }
 };
 
 /// A record's fields in the order of its table, with what is computed from them before the program runs.
@@ -37,15 +37,15 @@ struct RecordTable {
   std::uint64_t clearable;
   void (*clear)(void* record, std::uint64_t which);
 
-  static constexpr std::size_t mostFields = 64;
+  static constexpr std::size_t maxFields = 64;
   static constexpr std::uint8_t freeSlot = 0xFF;
 
   /// The field with this key, or the number of fields.
-  std::size_t find(std::string_view key) const;
+  [[nodiscard]] std::size_t find(std::string_view key) const;
 };
 
 /// A few bytes tell a record's keys apart well enough; what they don't, the probing does.
-constexpr std::size_t keyHash(std::string_view key) {
+[[nodiscard]] constexpr std::size_t keyHash(std::string_view key) {
   if (key.empty()) return 0;
   const auto byteAt = [&](std::size_t i) {
     return static_cast<std::size_t>(static_cast<unsigned char>(key[i]));

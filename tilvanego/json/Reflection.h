@@ -21,13 +21,13 @@ consteval std::string_view spelledType() {
 }
 
 /// The first template argument as the compiler spelled it.
-consteval std::string_view firstArgument(std::string_view spelling) {
+[[nodiscard]] consteval std::string_view firstArgument(std::string_view spelling) {
   spelling.remove_prefix(spelling.rfind('[') + 1);
   spelling.remove_prefix(spelling.find("= ") + 2);
   return spelling.substr(0, spelling.find_first_of(";]"));
 }
 
-consteval std::string_view lastIdentifier(std::string_view spelling) {
+[[nodiscard]] consteval std::string_view lastIdentifier(std::string_view spelling) {
   if (spelling.ends_with(')')) spelling.remove_suffix(1);
   return spelling.substr(spelling.find_last_of(":.") + 1);
 }
@@ -44,7 +44,7 @@ inline constexpr std::string_view enumeratorName =
 
 /// How many enumerators stand without a gap from 0 on.
 template <typename Enumeration, std::size_t from = 0>
-consteval std::size_t countEnumerators() {
+[[nodiscard]] consteval std::size_t countEnumerators() {
   if constexpr (enumeratorName<static_cast<Enumeration>(from)>.empty()) {
     return from;
   } else {
@@ -52,14 +52,14 @@ consteval std::size_t countEnumerators() {
   }
 }
 
-inline constexpr std::size_t mostMembers = 16;
+inline constexpr std::size_t maxMembers = 16;
 
 /// References to all members of an aggregate, which must have exactly `count` of them.
 template <std::size_t count, typename Record>
-constexpr auto tieMembers(Record& r) {
+[[nodiscard]] constexpr auto tieMembers(Record& r) {
   static_assert(count >= 1, "a record that names its keys has a member");
   static_assert(
-      count <= mostMembers,
+      count <= maxMembers,
       "a record that names its keys has at most 16 members: list those of a larger one in jsonFields");
   if constexpr (count == 1) {
     auto& [a] = r;

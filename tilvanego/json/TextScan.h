@@ -19,7 +19,7 @@ enum class TextEnds {
 };
 
 template <TextEnds ends>
-constexpr bool isPlainTextByte(char c) {
+[[nodiscard]] constexpr bool isPlainTextByte(char c) {
   const auto byte = static_cast<unsigned char>(c);
   return byte >= 0x20 && byte < 0x80 && c != '"' && c != '\\' && (ends == TextEnds::reading || c != '/');
 }
@@ -27,7 +27,7 @@ constexpr bool isPlainTextByte(char c) {
 #ifdef __SSE2__
 /// All bits of each of the 16 bytes that ends a run.
 template <TextEnds ends>
-__m128i markEndsOfRun(__m128i block) {
+[[nodiscard]] __m128i markEndsOfRun(__m128i block) {
   // As signed bytes everything beyond ASCII lies below the blank, together with the control characters.
   __m128i found = _mm_cmplt_epi8(block, _mm_set1_epi8(0x20));
   found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8('"')));
@@ -39,11 +39,11 @@ __m128i markEndsOfRun(__m128i block) {
 
 /// One bit for each of the 16 bytes that ends a run.
 template <TextEnds ends>
-unsigned endsOfRun(__m128i block) {
+[[nodiscard]] unsigned endsOfRun(__m128i block) {
   return static_cast<unsigned>(_mm_movemask_epi8(markEndsOfRun<ends>(block)));
 }
 
-inline __m128i loadBlock(const char* at) {
+[[nodiscard]] inline __m128i loadBlock(const char* at) {
   __m128i block;
   std::memcpy(&block, at, sizeof block);
   return block;
@@ -52,7 +52,7 @@ inline __m128i loadBlock(const char* at) {
 
 /// The first byte from `cursor` on that ends a run, or `end`.
 template <TextEnds ends>
-const char* endOfPlainText(const char* cursor, const char* end) {
+[[nodiscard]] const char* endOfPlainText(const char* cursor, const char* end) {
 #ifdef __SSE2__
   for (; end - cursor >= 16; cursor += 16) {
     const unsigned found = endsOfRun<ends>(loadBlock(cursor));
@@ -65,7 +65,7 @@ const char* endOfPlainText(const char* cursor, const char* end) {
 
 /// Copies `size` bytes to `to` if none of them ends a run for writing; otherwise says false, and what stands
 /// at `to` means nothing. Short texts are read and written in two overlapping halves.
-inline bool copyPlainText(const char* from, std::size_t size, char* to) {
+[[nodiscard]] inline bool copyPlainText(const char* from, std::size_t size, char* to) {
 #ifdef __SSE2__
   constexpr long long blanks = 0x2020202020202020;
   if (size >= 16) {

@@ -14,23 +14,23 @@ namespace tilvanego::json {
 /// beyond the year 9999, isn't written.
 template <>
 struct Codec<Date> {
-  static bool read(Reader& reader, Date& date);
+  [[nodiscard]] static bool read(Reader& reader, Date& date);
   static bool write(Writer& writer, const Date& date);
 };
 
 /// Its canonical text.
 template <>
 struct Codec<UUID> {
-  static bool read(Reader& reader, UUID& uuid);
+  [[nodiscard]] static bool read(Reader& reader, UUID& uuid);
   static bool write(Writer& writer, const UUID& uuid);
 };
 
 /// Its text, read as `URL::parse` does.
 template <>
 struct Codec<URL> {
-  static URL make();
+  [[nodiscard]] static URL make();
   static bool read(Reader& reader, URL& url);
-  static bool write(Writer& writer, const URL& url);
+  [[nodiscard]] static bool write(Writer& writer, const URL& url);
 };
 
 /// Amounts have two forms, of which a field may name one. Both are written alike, as a text with at most
@@ -39,16 +39,16 @@ struct Codec<URL> {
 /// A text that `Decimal::parse` takes. Any other text fails with the words "The key K couldn't be converted
 /// to a Decimal value".
 struct AmountFromText {
-  static bool read(Reader& reader, Decimal& amount, std::string_view key);
+  [[nodiscard]] static bool read(Reader& reader, Decimal& amount, std::string_view key);
   /// An element of a list has no key: "expected a Decimal value".
-  static bool read(Reader& reader, Decimal& amount);
+  [[nodiscard]] static bool read(Reader& reader, Decimal& amount);
   static bool write(Writer& writer, const Decimal& amount);
 };
 
 /// A number, read as the shortest decimal of its nearest double, so that 12.1 stays 12.1. A text is refused,
 /// also the one that was written.
 struct AmountFromNumber {
-  static bool read(Reader& reader, Decimal& amount);
+  [[nodiscard]] static bool read(Reader& reader, Decimal& amount);
   static bool write(Writer& writer, const Decimal& amount) { return AmountFromText::write(writer, amount); }
 };
 

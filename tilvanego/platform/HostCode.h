@@ -28,7 +28,7 @@ void reportDroppedException(std::string_view callback) noexcept;
     std::string_view reason = " on a thread of the library, where nothing can catch it.") noexcept;
 
 /// Runs `call`, for callbacks that only listen. False if it threw.
-template <class Call>
+template <typename Call>
 bool runListener(std::string_view callback, Call&& call) noexcept {
   try {
     std::forward<Call>(call)();
@@ -41,7 +41,7 @@ bool runListener(std::string_view callback, Call&& call) noexcept {
 
 /// Posts to a main queue of the host's. What is told there is told nowhere else: the process ends if it
 /// throws.
-template <class Queue, class Block>
+template <typename Queue, typename Block>
 void postOrEnd(Queue& queue, Block&& block) noexcept {
   try {
     queue.post(std::forward<Block>(block));
@@ -63,7 +63,7 @@ class OwnThread {
 [[nodiscard]] bool isOwnThread() noexcept;
 
 /// Runs `call` on a thread of the library's, for completions.
-template <class Call>
+template <typename Call>
 void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
   const OwnThread marked;
   try {

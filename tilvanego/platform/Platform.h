@@ -35,8 +35,9 @@ struct Platform {
   /// What works on a Linux desktop or till with no configuration: links are opened by `xdg-open`, the
   /// pasteboard is the user's `PasteboardStore`, time is the system's, random bytes are OpenSSL's, debug
   /// lines go to standard output. All of it goes by `clock`, which isn't null.
-  static Platform standard(MainQueue& mainQueue = RunLoop::main(),
-                           std::shared_ptr<const Clock> clock = std::make_shared<const SystemClock>());
+  [[nodiscard]] static Platform standard(
+      MainQueue& mainQueue = RunLoop::main(),
+      std::shared_ptr<const Clock> clock = std::make_shared<const SystemClock>());
 };
 
 }  // namespace tilvanego

@@ -19,7 +19,7 @@ namespace detail {
 
 /// Whether `divisor` goes into `value`: for zero only zero is a multiple.
 template <std::integral Integer>
-constexpr bool isMultiple(Integer value, Integer divisor) {
+[[nodiscard]] constexpr bool isMultiple(Integer value, Integer divisor) {
   if (divisor == 0) return value == 0;
   // The smallest number divided by -1 would overflow.
   if constexpr (std::signed_integral<Integer>) {
@@ -30,7 +30,7 @@ constexpr bool isMultiple(Integer value, Integer divisor) {
 
 /// The remainder of IEEE 754, without tolerance; what isn't finite is no multiple.
 template <std::floating_point Float>
-bool isMultiple(Float value, Float divisor) {
+[[nodiscard]] bool isMultiple(Float value, Float divisor) {
   return std::remainder(value, divisor) == 0;
 }
 

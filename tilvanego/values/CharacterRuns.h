@@ -30,13 +30,13 @@ struct CharacterRanges {
     std::uint8_t width;
   };
 
-  static consteval std::size_t countRanges() {
+  [[nodiscard]] static consteval std::size_t countRanges() {
     std::size_t count = 0;
     for (int byte = 0; byte < 256; ++byte) count += startsRange(byte) ? 1U : 0U;
     return count;
   }
 
-  static consteval auto makeRanges() {
+  [[nodiscard]] static consteval auto makeRanges() {
     std::array<Range, countRanges()> ranges{};
     std::size_t index = 0;
     for (int byte = 0; byte < 256; ++byte) {
@@ -56,7 +56,7 @@ struct CharacterRanges {
 };
 
 /// One byte for each of a block's: 0xFF where a comparison held, else 0.
-template <class Comparison>
+template <typename Comparison>
 [[nodiscard]] inline CharacterBlock::Bytes marks(Comparison comparison) {
   return reinterpret_cast<CharacterBlock::Bytes>(comparison);
 }
@@ -129,15 +129,16 @@ template <CharacterClass Class>
   }
 }
 
-/// The first `Wanted` from `at` on, or `end`. For what is near: a search through much is memchr's.
-template <char Wanted>
+/// The first `Expected` from `at` on, or `end`. For what is near: a search through much is memchr's.
+template <char Expected>
 [[nodiscard]] inline const char* findNear(const char* at, const char* end) {
   while (static_cast<std::size_t>(end - at) >= CharacterBlock::size) {
-    const std::size_t others = leading(~marks(CharacterBlock(at).bytes == static_cast<std::uint8_t>(Wanted)));
+    const std::size_t others =
+        leading(~marks(CharacterBlock(at).bytes == static_cast<std::uint8_t>(Expected)));
     at += others;
     if (others < CharacterBlock::size) return at;
   }
-  while (at != end && *at != Wanted) ++at;
+  while (at != end && *at != Expected) ++at;
   return at;
 }
 

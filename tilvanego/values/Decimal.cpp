@@ -173,8 +173,8 @@ class NumberScanner {
 
  private:
   char peek() const { return atEnd() ? '\0' : text_[at_]; }
-  bool takeIf(char wanted) {
-    if (peek() != wanted) return false;
+  bool takeIf(char expected) {
+    if (peek() != expected) return false;
     ++at_;
     return true;
   }

@@ -54,7 +54,7 @@ class Decimal {
   friend constexpr bool operator==(const Decimal&, const Decimal&) = default;
   friend std::strong_ordering operator<=>(const Decimal& a, const Decimal& b);
 
-  Decimal operator-() const;
+  [[nodiscard]] Decimal operator-() const;
 
   /// The exact sum if the mantissa's 128 bits can hold it, else the sum rounded half to even to as many
   /// digits as they can. A sum beyond the largest magnitude, some 3.4E+165, is that magnitude.

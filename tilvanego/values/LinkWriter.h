@@ -21,9 +21,9 @@ class LinkTarget {
     }
   }
 
-  constexpr std::string_view scheme() const { return scheme_; }
+  [[nodiscard]] constexpr std::string_view scheme() const { return scheme_; }
   constexpr std::string_view host() const { return host_; }
-  constexpr std::string_view path() const { return path_; }
+  [[nodiscard]] constexpr std::string_view path() const { return path_; }
 
  private:
   static consteval bool all(std::string_view text, detail::CharacterClass allowed) {

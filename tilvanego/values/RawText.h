@@ -11,11 +11,11 @@ namespace tilvanego {
 /// The texts that the cases of an enumeration have on every wire, each pair said once, in the order of the
 /// cases. An enumeration takes part by specialising this with `static constexpr std::array
 /// table{std::pair{Case, std::string_view("text")}, ...};`.
-template <class Enumeration>
+template <typename Enumeration>
 struct RawTexts;
 
 /// An enumeration whose cases have raw texts.
-template <class Enumeration>
+template <typename Enumeration>
 concept HasRawText = requires { RawTexts<Enumeration>::table.size(); };
 
 /// The raw text of a case. A value that is no case of its enumeration has an empty text.

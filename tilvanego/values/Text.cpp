@@ -73,7 +73,7 @@ std::string caseMapped(std::string_view text, char (*asciiMapping)(char), CaseMa
 }
 
 // ICU's way with outputs of unknown length: ask with what there is, ask again with what it takes.
-template <class Produce>
+template <typename Produce>
 std::optional<std::u16string> produced(std::size_t guess, Produce produce) {
   std::u16string result(guess, u'\0');
   for (int attempt = 0; attempt < 2; ++attempt) {

@@ -24,7 +24,7 @@ struct SplitText {
   bool queryNeedsEncoding = false;
   bool fragmentNeedsEncoding = false;
 
-  bool needsEncoding() const {
+  [[nodiscard]] bool needsEncoding() const {
     return userNeedsEncoding || passwordNeedsEncoding || hostNeedsEncoding || pathNeedsEncoding ||
            queryNeedsEncoding || fragmentNeedsEncoding;
   }

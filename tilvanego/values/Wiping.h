@@ -25,7 +25,7 @@ void wipe(URL& url) noexcept;
 void wipe(std::vector<QueryItem>& items) noexcept;
 
 /// What holds nothing has nothing to wipe; what does keeps an empty value.
-template <class Holder>
+template <typename Holder>
   requires requires(Holder& holder) {
     holder.has_value();
     *holder;
@@ -38,7 +38,7 @@ void wipe(Holder& holder) noexcept {
 void makeRoom(std::string& text, std::size_t count);
 
 /// Wipes a buffer at the end of the scope, on every way out of it.
-template <class Buffer>
+template <typename Buffer>
 class WipedAtEnd {
  public:
   /// `buffer` outlives this.

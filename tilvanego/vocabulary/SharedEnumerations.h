@@ -22,12 +22,13 @@ namespace tilvanego::models {
 ///   static constexpr std::array table{row(low, "LOW"), row(high, "HIGH"), fallbackRow};
 /// };
 /// ```
-template <class Enumeration>
+template <typename Enumeration>
 struct OpenRawTexts {
   static constexpr Enumeration fallback = Enumeration::unknownDefaultOpenApi;
   static constexpr std::pair<Enumeration, std::string_view> fallbackRow{fallback, "unknown_default_open_api"};
 
-  static constexpr std::pair<Enumeration, std::string_view> row(Enumeration value, std::string_view text) {
+  [[nodiscard]] static constexpr std::pair<Enumeration, std::string_view> row(Enumeration value,
+                                                                              std::string_view text) {
     return {value, text};
   }
 };
@@ -81,7 +82,7 @@ concept TopLevelEnumeration =
 
 /// True for the case `unknownDefaultOpenApi`. The enumerations inside records don't tell.
 template <TopLevelEnumeration Enumeration>
-constexpr bool containsUnknownDefaultOpenApiCase(Enumeration value) {
+[[nodiscard]] constexpr bool containsUnknownDefaultOpenApiCase(Enumeration value) {
   return value == Enumeration::unknownDefaultOpenApi;
 }
 

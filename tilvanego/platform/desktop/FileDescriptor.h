@@ -24,7 +24,7 @@ class FileDescriptor {
     if (descriptor_ >= 0) close(descriptor_);
   }
 
-  explicit operator bool() const { return descriptor_ >= 0; }
+  [[nodiscard]] explicit operator bool() const { return descriptor_ >= 0; }
   [[nodiscard]] int get() const { return descriptor_; }
 
  private:
@@ -32,7 +32,7 @@ class FileDescriptor {
 };
 
 /// False with the cause in `errno`; signals don't count.
-inline bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
+[[nodiscard]] inline bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const auto count = ::write(descriptor, bytes.data(), bytes.size());
     if (count > 0) {

@@ -9,6 +9,7 @@
 
 #include <tilvanego/platform/Clock.h>
 #include <tilvanego/platform/Pasteboard.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -49,7 +50,7 @@ class PasteboardStore final : public Pasteboard {
   /// What lies there, with its options; empty with default options if there is nothing.
   [[nodiscard]] PasteboardContents contents() const;
 
-  [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
+  [[nodiscard]] const std::filesystem::path& directory() const TILVANEGO_LIFETIMEBOUND { return directory_; }
 
  private:
   std::filesystem::path directory_;

@@ -37,7 +37,8 @@ class PrivateDirectory {
  public:
   /// Opens `path`, and with `create` makes it if it isn't there. Refused is a symbolic link, and a directory
   /// that isn't the user's own or has any right for others.
-  static std::expected<PrivateDirectory, std::string> open(const std::filesystem::path& path, bool create);
+  [[nodiscard]] static std::expected<PrivateDirectory, std::string> open(const std::filesystem::path& path,
+                                                                         bool create);
 
   /// The whole of a regular file of the user's own that gives others no right and isn't larger than `limit`
   /// bytes. No value for any other file, and none for no file.

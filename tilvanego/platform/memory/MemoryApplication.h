@@ -9,6 +9,7 @@
 
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/MainQueue.h>
+#include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego {
@@ -30,7 +31,7 @@ class MemoryApplication final : public Application {
   void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
 
   /// Every link so far, oldest first.
-  [[nodiscard]] const std::vector<URL>& openedURLs() const { return openedURLs_; }
+  [[nodiscard]] const std::vector<URL>& openedURLs() const TILVANEGO_LIFETIMEBOUND { return openedURLs_; }
 
   /// How many open requests wait for an answer.
   [[nodiscard]] std::size_t unanswered() const { return handlers_.size(); }

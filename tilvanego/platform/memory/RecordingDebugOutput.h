@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <tilvanego/platform/DebugOutput.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego {
 
@@ -14,7 +15,7 @@ class RecordingDebugOutput final : public DebugOutput {
  public:
   void writeLine(std::string_view text) override { lines_.emplace_back(text); }
 
-  [[nodiscard]] const std::vector<std::string>& lines() const { return lines_; }
+  [[nodiscard]] const std::vector<std::string>& lines() const TILVANEGO_LIFETIMEBOUND { return lines_; }
 
   /// Gives the lines and forgets them.
   [[nodiscard]] std::vector<std::string> take() { return std::exchange(lines_, {}); }
