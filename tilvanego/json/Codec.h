@@ -19,20 +19,21 @@
 
 namespace tilvanego::json {
 
-/// How values of one type are read and written: two static functions,
-/// `bool read(Reader&, T&)` and `bool write(Writer&, const T&)`, which return false after the reader's or the
-/// writer's failure. A type takes part by specialising this, or by being a record (`Record.h`) or an
-/// enumeration with raw texts. Any other struct with these two functions can be named for a single field
-/// (`field<Codec>`), so that one type may have several forms.
+/// How values of one type are read from JSON and written to it. A codec must define two static functions,
+/// `bool read(Reader&, T&)` and `bool write(Writer&, const T&)`, which return false after a failure of the
+/// reader or the writer. Records (`Record.h`) and enumerations with raw texts have a codec; specialise this
+/// for other types. A field may name another struct with these two functions (`field<Codec>`), so that one
+/// type may have several forms.
 ///
-/// A codec may do two things more for the fields of a record: `read` may take the field's key as a third
-/// argument, for its failures; and with `bool isAbsent(const T&)`, a field need not be there, and is left out
-/// when it says so. Beside that, `void makeAbsent(T&)` is called for a field that isn't there. And for types
-/// that aren't default-constructible, `T make()` gives a value to read over.
+/// A codec may define more, for the fields of a record:
+/// - `read` may take the field's key as a third argument, for its error texts.
+/// - `bool isAbsent(const T&)` makes the field optional: it is not written if this returns true.
+/// - `void makeAbsent(T&)` is called on reading if the field is missing.
+/// - `T make()` returns the value that `read` assigns to, for types without a default constructor.
 template <typename T>
 struct Codec;
 
-/// Reaches the private parts of a record that calls it a friend.
+/// Has access to the private members of a record that declares it a friend.
 struct RecordAccess {
   template <typename Record>
   [[nodiscard]] static constexpr auto fields() -> decltype(Record::jsonFields()) {
@@ -46,7 +47,7 @@ struct RecordAccess {
       return T();
     }
   }
-  /// A fresh value in an optional or at the end of a list.
+  /// Adds a new value in an optional or at the end of a vector.
   template <typename T>
   static T& emplaceIn(std::optional<T>& holder) {
     if constexpr (std::default_initializable<T>) {
@@ -63,7 +64,7 @@ struct RecordAccess {
       return list.emplace_back(make<T>());
     }
   }
-  /// The entry under a key, and whether it is new.
+  /// Returns the entry with this key, and whether it is new.
   template <typename Map>
   static auto emplaceIn(Map& map, std::string_view key) {
     if constexpr (std::default_initializable<typename Map::mapped_type>) {
@@ -92,20 +93,20 @@ struct Codec<double> {
   static bool write(Writer& writer, double value) { return writer.number(value); }
 };
 
-/// Written by the shortest text that reads back as the same float.
+/// Written as the shortest text that reads back as the same float.
 template <>
 struct Codec<float> {
   [[nodiscard]] static bool read(Reader& reader, float& value) { return reader.readFloat(value); }
   static bool write(Writer& writer, float value) { return writer.number(value); }
 };
 
-/// Characters and truth values aren't numbers.
+/// An integer type. Characters and booleans are not numbers.
 template <typename T>
 concept WholeNumber =
     std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
     !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
-/// Integers of up to 64 bits; a number beyond the type's range is refused.
+/// Integers of up to 64 bits. A number beyond the type's range is refused.
 template <WholeNumber Integer>
 struct Codec<Integer> {
   using Widest = std::conditional_t<std::signed_integral<Integer>, std::int64_t, std::uint64_t>;
@@ -120,13 +121,13 @@ struct Codec<Integer> {
   [[nodiscard]] static bool write(Writer& writer, Integer value) { return writer.integer(Widest{value}); }
 };
 
-/// An enumeration that takes texts it doesn't know for its case `RawTexts<Enumeration>::fallback`.
+/// An enumeration that reads an unknown text as its case `RawTexts<Enumeration>::fallback`.
 template <typename Enumeration>
 concept HasFallbackCase = HasRawText<Enumeration> && requires {
   { RawTexts<Enumeration>::fallback } -> std::convertible_to<Enumeration>;
 };
 
-/// Whether each case and each text stands once among an enumeration's raw texts.
+/// Whether no case and no text occurs twice in an enumeration's raw texts.
 template <HasRawText Enumeration>
 [[nodiscard]] consteval bool rawTextsAreDistinct() {
   constexpr auto& table = RawTexts<Enumeration>::table;
@@ -138,8 +139,8 @@ template <HasRawText Enumeration>
   return true;
 }
 
-/// Enumerations by their raw texts, matched byte for byte. An unknown text is refused, or read as the
-/// fallback case. A value that is no case isn't written.
+/// Enumerations, as their raw texts, compared byte for byte. An unknown text is refused, or read as the
+/// fallback case. A value that is not a case is refused on writing.
 template <HasRawText Enumeration>
 struct Codec<Enumeration> {
   static_assert(rawTextsAreDistinct<Enumeration>(), "each case and each raw text is said once");
@@ -165,7 +166,8 @@ struct Codec<Enumeration> {
   }
 };
 
-/// Null reads as no value, and no value is written as null; a record leaves absent fields out instead.
+/// Null reads as no value, and no value is written as null. In a record, a field without a value is not
+/// written at all.
 template <typename T>
 struct Codec<std::optional<T>> {
   [[nodiscard]] static bool read(Reader& reader, std::optional<T>& value) {
@@ -182,7 +184,7 @@ struct Codec<std::optional<T>> {
 
 namespace detail {
 
-/// Elements in their order, for each kind of list.
+/// Writes the elements of a vector or an array in their order.
 template <typename T>
 [[nodiscard]] bool writeElements(Writer& writer, const auto& list) {
   if (!writer.beginArray()) return false;
@@ -217,10 +219,10 @@ struct Codec<std::vector<T>> {
   }
 
  private:
-  // Most lists are short: they take their room at once.
+  // Most arrays are short: memory for them is reserved at once.
   static constexpr std::size_t shortList = 4;
 
-  // For a moment there are both the old room and the new.
+  // For a moment, both the old and the new buffer exist.
   static bool makeRoom(Reader& reader, std::vector<T>& list, std::size_t& taken) {
     const std::size_t room = std::max(2 * list.capacity(), shortList);
     if (!reader.takeMemory(room * sizeof(T))) return false;
@@ -240,7 +242,7 @@ struct Codec<std::vector<T>> {
   }
 };
 
-/// A list of exactly so many elements.
+/// A JSON array of exactly `count` elements.
 template <typename T, std::size_t count>
 struct Codec<std::array<T, count>> {
   [[nodiscard]] static bool read(Reader& reader, std::array<T, count>& list) {
@@ -266,8 +268,8 @@ struct Codec<std::array<T, count>> {
   }
 };
 
-/// Objects with keys of any text, always written in ascending order of the keys' bytes. The first of equal
-/// keys counts.
+/// JSON objects with any keys, always written in ascending order of the keys' bytes. The first of equal keys
+/// counts.
 template <typename T, typename Less>
 struct Codec<std::map<std::string, T, Less>> {
   using Map = std::map<std::string, T, Less>;
@@ -295,7 +297,7 @@ struct Codec<std::map<std::string, T, Less>> {
     return true;
   }
 
-  /// What an entry takes in a tree: itself, three links and a colour.
+  /// The memory of a tree node: the entry, three pointers and a colour.
   static constexpr std::size_t entrySize = sizeof(typename Map::value_type) + 4 * sizeof(void*);
 };
 

@@ -35,7 +35,7 @@ template <typename T>
 
 [[nodiscard]] inline std::size_t hashOf(const UUID& uuid) {
   const auto& octets = uuid.octets();
-  // The bytes of any object may be looked at as characters.
+  // The bytes of any object may be read as characters.
   return hashOf(std::string_view(reinterpret_cast<const char*>(octets.data()), octets.size()));
 }
 
@@ -65,8 +65,8 @@ template <typename T, typename Less>
   return hash;
 }
 
-/// Every member has an initialiser, or a type that initialises itself: only then there are constants of the
-/// record without one.
+/// Every member has an initialiser or a default constructor. Only then a `const Record` may be
+/// default-initialised.
 template <typename Record>
 concept InitialisesItsMembers = requires { new const Record; };
 

@@ -16,8 +16,7 @@
 #include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/json/RecordTable.h>
 
-/// Records say their fields once, in a static function beside the members, and are read and written from
-/// that:
+/// A record lists its fields once, in a static function. The list defines how it is read and written:
 ///
 /// ```cpp
 /// #include <tilvanego/json/ValueCodecs.h>
@@ -35,16 +34,15 @@
 /// };
 /// ```
 ///
-/// A plain aggregate whose fields have the codecs of their types and the keys of their names says only the
-/// keys (`CodingKeys.h`).
+/// A plain aggregate may list only its keys (`CodingKeys.h`), if each field has the codec of its type.
 ///
-/// A field of type `std::optional` may be missing or null when read, and is left out when absent; every other
-/// field is required. Keys that the table doesn't know are checked for good JSON and passed over. The first
-/// of equal keys counts. A record is default-constructible; one with private members makes
-/// `json::RecordAccess` its friend.
+/// A field of type `std::optional` may be missing or null on reading, and is not written if it has no value.
+/// All other fields are required. The values of unknown keys must be valid JSON, and are skipped. The first
+/// of equal keys counts. A record must have a default constructor. A record with private members must declare
+/// `json::RecordAccess` a friend.
 namespace tilvanego::json {
 
-/// One field of a record: its key, its member, and the codec of the member's value.
+/// One field of a record: its key, its member and its codec.
 template <typename Record, typename Member, typename FieldCodec>
 struct Field {
   using Owner = Record;
@@ -54,7 +52,7 @@ struct Field {
   Member Record::* member;
 };
 
-/// `void` stands for the codec of the member's type.
+/// Makes a field. `void` means the codec of the member's type.
 template <typename FieldCodec = void, typename Record, typename Member>
 [[nodiscard]] constexpr Field<Record, Member, FieldCodec> field(std::string_view key,
                                                                 Member Record::* member) {
@@ -66,7 +64,7 @@ template <typename... Fields>
   return {all...};
 }
 
-/// A record with a table.
+/// A record that lists its fields in `jsonFields`.
 template <typename T>
 concept ListsItsFields = requires { RecordAccess::fields<T>(); };
 
@@ -87,7 +85,7 @@ struct OptionalTraits<std::optional<T>> : std::true_type {
   using Value = T;
 };
 
-/// The fields of a record, however it says them.
+/// The fields of a record, from `jsonFields` or `CodingKeys`.
 template <typename Record>
 struct Layout;
 
@@ -143,15 +141,23 @@ using CodingOf =
 template <IsRecord Record>
 inline constexpr std::size_t fieldCount = detail::Layout<Record>::count;
 
-/// The keys of a record in the order of its fields.
+namespace detail {
+
+/// Computed once for each record: compilers limit the steps of a constant expression.
+template <typename Record>
+inline constexpr std::array<std::string_view, fieldCount<Record>> keysOf = Layout<Record>::keys();
+
+}  // namespace detail
+
+/// Returns the keys of a record in the order of its fields.
 template <IsRecord Record>
-[[nodiscard]] constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
-  return detail::Layout<Record>::keys();
+[[nodiscard]] constexpr const std::array<std::string_view, fieldCount<Record>>& recordKeys() {
+  return detail::keysOf<Record>;
 }
 
 namespace detail {
 
-/// Texts are the bulk of every record: they have ways of their own through the reader and the writer.
+/// Most fields are strings: the reader and the writer have special functions for them.
 template <typename OneField>
 inline constexpr bool isTextField = std::is_same_v<CodingOf<OneField>, Codec<std::string>>;
 
@@ -211,13 +217,13 @@ template <typename Record, std::size_t index>
   }
 }
 
-/// Keys go into the table as they are written, so they must need no escape.
+/// The table holds the keys as they are written, so they must not need an escape.
 [[nodiscard]] constexpr bool isPlainKey(std::string_view key) {
   return std::ranges::all_of(
       key, [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\' && c != '/'; });
 }
 
-/// The keys of a record in their quotes, end to end.
+/// The quoted keys of a record, one after the other.
 template <typename Record>
 [[nodiscard]] consteval auto quoteKeys() {
   constexpr std::size_t size = [] {
@@ -246,7 +252,7 @@ template <typename Record>
   return order;
 }
 
-/// The field that follows field `index` in `order`, the first after the last.
+/// Returns the field after field `index` in `order`. The first field follows the last one.
 template <std::size_t count>
 [[nodiscard]] constexpr std::uint8_t fieldAfter(const std::array<std::uint8_t, count>& order,
                                                 std::size_t index) {
@@ -295,7 +301,7 @@ template <typename Record>
   }(std::make_index_sequence<fieldCount<Record>>());
 }
 
-/// A codec whose values may be absent says with `makeAbsent` how they become so.
+/// Whether a missing field can be cleared: an optional, or a codec with `makeAbsent`.
 template <typename OneField>
 inline constexpr bool isClearable =
     OptionalTraits<typename OneField::Type>::value ||

@@ -9,10 +9,10 @@
 #include <emmintrin.h>
 #endif
 
-/// The innermost loops of the JSON reader and writer: runs of bytes that need no look one by one.
+/// The innermost loops of the JSON reader and writer: they pass runs of bytes that need no special treatment.
 namespace tilvanego::json::detail {
 
-/// Which ASCII bytes end a run, besides control characters and bytes beyond ASCII.
+/// Which ASCII bytes end a run. Control characters and bytes beyond ASCII always do.
 enum class TextEnds {
   reading,  ///< quote and backslash
   writing,  ///< those and the slash
@@ -25,10 +25,10 @@ template <TextEnds ends>
 }
 
 #ifdef __SSE2__
-/// All bits of each of the 16 bytes that ends a run.
+/// Sets all bits of each of the 16 bytes that ends a run.
 template <TextEnds ends>
 [[nodiscard]] __m128i markEndsOfRun(__m128i block) {
-  // As signed bytes everything beyond ASCII lies below the blank, together with the control characters.
+  // As signed bytes, all bytes beyond ASCII and all control characters are less than the blank.
   __m128i found = _mm_cmplt_epi8(block, _mm_set1_epi8(0x20));
   found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8('"')));
   found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8('\\')));
@@ -37,7 +37,7 @@ template <TextEnds ends>
   return found;
 }
 
-/// One bit for each of the 16 bytes that ends a run.
+/// Returns one bit for each of the 16 bytes; it is 1 if the byte ends a run.
 template <TextEnds ends>
 [[nodiscard]] unsigned endsOfRun(__m128i block) {
   return static_cast<unsigned>(_mm_movemask_epi8(markEndsOfRun<ends>(block)));
@@ -50,7 +50,7 @@ template <TextEnds ends>
 }
 #endif
 
-/// The first byte from `cursor` on that ends a run, or `end`.
+/// Returns the first position from `cursor` on whose byte ends a run, or `end`.
 template <TextEnds ends>
 [[nodiscard]] const char* endOfPlainText(const char* cursor, const char* end) {
 #ifdef __SSE2__
@@ -63,8 +63,8 @@ template <TextEnds ends>
   return cursor;
 }
 
-/// Copies `size` bytes to `to` if none of them ends a run for writing; otherwise says false, and what stands
-/// at `to` means nothing. Short texts are read and written in two overlapping halves.
+/// Copies `size` bytes to `to` and returns true if none of them ends a run for writing. Otherwise returns
+/// false, and the bytes at `to` are meaningless. Short texts are copied in two overlapping halves.
 [[nodiscard]] inline bool copyPlainText(const char* from, std::size_t size, char* to) {
 #ifdef __SSE2__
   constexpr long long blanks = 0x2020202020202020;

@@ -13,8 +13,8 @@
 
 namespace tilvanego {
 
-/// Binary data that is never changed once it is made, so that copies share it: a copy costs no more than a
-/// pointer's, however long the data. Different copies may be used on different threads.
+/// Immutable binary data. Copies share the bytes, so a copy costs as much as a copy of a pointer. Different
+/// copies may be used on different threads.
 class Data {
  public:
   Data() = default;
@@ -24,7 +24,7 @@ class Data {
   [[nodiscard]] std::span<const std::uint8_t> bytes() const TILVANEGO_LIFETIMEBOUND {
     return bytes_ ? std::span<const std::uint8_t>(*bytes_) : std::span<const std::uint8_t>();
   }
-  /// The bytes as they are, whether or not they are UTF-8.
+  /// The bytes, unchanged. They may be no valid UTF-8.
   [[nodiscard]] std::string_view text() const TILVANEGO_LIFETIMEBOUND {
     const auto all = bytes();
     return {reinterpret_cast<const char*>(all.data()), all.size()};
