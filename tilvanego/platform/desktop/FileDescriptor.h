@@ -10,7 +10,7 @@
 
 namespace tilvanego::detail {
 
-/// Owns a descriptor of the system's, or none, which is negative.
+/// Owns a file descriptor, or none.
 class FileDescriptor {
  public:
   FileDescriptor() = default;
@@ -31,7 +31,7 @@ class FileDescriptor {
   int descriptor_ = -1;
 };
 
-/// False with the cause in `errno`; signals don't count.
+/// Writes all bytes, also if a signal interrupts. Returns false on an error, with the cause in `errno`.
 [[nodiscard]] inline bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const auto count = ::write(descriptor, bytes.data(), bytes.size());

@@ -10,14 +10,14 @@
 
 namespace tilvanego {
 
-/// Keeps the lines, as they are before quoting, in the order of writing.
+/// Keeps the debug lines, not quoted, in the order in which they are written. For tests.
 class RecordingDebugOutput final : public DebugOutput {
  public:
   void writeLine(std::string_view text) override { lines_.emplace_back(text); }
 
   [[nodiscard]] const std::vector<std::string>& lines() const TILVANEGO_LIFETIMEBOUND { return lines_; }
 
-  /// Gives the lines and forgets them.
+  /// Returns the lines and removes them.
   [[nodiscard]] std::vector<std::string> take() { return std::exchange(lines_, {}); }
 
  private:
