@@ -7,7 +7,7 @@
 namespace tilvanego::detail {
 namespace {
 
-/// Destroys the action, too.
+// Destroys the action, too.
 void run(std::function<void()> action) {
   if (action) runListener("the action of a StopCallback", action);
 }

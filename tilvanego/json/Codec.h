@@ -219,10 +219,10 @@ struct Codec<std::vector<T>> {
   }
 
  private:
-  // Most arrays are short: memory for them is reserved at once.
+  /// Most arrays are short: memory for them is reserved at once.
   static constexpr std::size_t shortList = 4;
 
-  // For a moment, both the old and the new buffer exist.
+  /// For a moment, both the old and the new buffer exist.
   static bool makeRoom(Reader& reader, std::vector<T>& list, std::size_t& taken) {
     const std::size_t room = std::max(2 * list.capacity(), shortList);
     if (!reader.takeMemory(room * sizeof(T))) return false;

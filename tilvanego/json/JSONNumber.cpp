@@ -20,23 +20,23 @@
 namespace tilvanego::json::detail {
 namespace {
 
-// Powers of ten that a double holds exactly, and the integers it does: with both, one multiplication or
-// division rounds once and is therefore the nearest double (W. D. Clinger, "How to read floating point
-// numbers accurately").
+// The powers of ten and the integers that a double holds exactly. With both, one multiplication or division
+// rounds once, so the result is the nearest double (W. D. Clinger, "How to read floating point numbers
+// accurately").
 constexpr std::array<double, 23> exactPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 constexpr std::uint64_t largestExactInteger = std::uint64_t{1} << 53;
 constexpr std::int64_t maxMantissaDigits = 19;
-// More than the digits of any text in memory can make up for.
+// Larger than the number of digits of any text in memory.
 constexpr std::int64_t exponentCeiling = 1'000'000'000'000'000;
 
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Smaller than 1 in size; tells a number too small for a double from one too large.
+// Whether the magnitude is less than 1: distinguishes a number too small for a double from one too large.
 bool isBelowOne(const JSONNumber& number) { return number.digits + number.exponent <= 0; }
 
-// The nearest value, however long the digits; beyond the range an infinity or 0.
+// Returns the nearest value for any number of digits. Beyond the range, an infinity or 0.
 template <typename Real>
 Real nearest(const JSONNumber& number) {
 #ifdef __cpp_lib_to_chars
@@ -69,7 +69,7 @@ struct Digits {
   bool fits = true;
 };
 
-// Of a number whose mantissa lacks digits.
+// For a number with more digits than its mantissa holds.
 Digits digitsOfText(const JSONNumber& number) {
   Digits digits{0, number.exponent, true};
   std::int64_t zeros = 0;
@@ -165,7 +165,7 @@ std::optional<float> JSONNumber::asFloat() const {
   return nearestFinite<float>(*this);
 }
 
-// The number without its sign, if it is whole and fits.
+// Returns the magnitude of the number, if it is whole and fits.
 std::optional<std::uint64_t> JSONNumber::wholeMagnitude() const {
   if (plain && digits <= maxMantissaDigits) return mantissa;
   if (mantissa == 0) return 0;

@@ -40,7 +40,7 @@ Reader::Reader(std::string_view text, const JSONDates* dates, const JSONLimits& 
   }
 }
 
-// The piece's elements have been counted when it was passed over.
+// The elements of the piece were counted when `whole` skipped it.
 Reader::Reader(std::string_view piece, Reader& whole) : Reader(piece, whole.dates_, whole.limits_) {
   memoryLeft_ = whole.memoryLeft_;
   elementsLeft_ = uncounted;
@@ -54,7 +54,7 @@ inline bool Reader::startValue(JSONKind expected, char first) {
   return (cursor_ != end_ && *cursor_ == first) || failKind(expected);
 }
 
-// The text that begins at `start`, after its quote. Most end at the first byte that isn't plain.
+// Reads the string whose content begins at `start`. Most strings end at the first byte that is not plain.
 inline bool Reader::readTextFrom(const char* start, std::string_view& value) {
   const char* const cursor = detail::endOfPlainText<TextEnds::reading>(start, end_);
   if (cursor == end_ || *cursor != '"') return readRestOfText(start, cursor, value);
@@ -86,7 +86,7 @@ bool Reader::readText(std::string_view& value) {
   return startValue(JSONKind::string, '"') && readTextFrom(cursor_ + 1, value);
 }
 
-// Lists and objects
+// Arrays and objects
 
 bool Reader::open(char first) {
   if (!startValue(first == '{' ? JSONKind::object : JSONKind::array, first)) return false;
@@ -173,7 +173,7 @@ bool Reader::skip() {
     } else if (!skipScalar()) {
       return false;
     }
-    // On to the next value, out of everything that ends here.
+    // Moves to the next value, and leaves the arrays and objects that end before it.
     Next next = Next::end;
     while (depth_ > outside && next == Next::end) {
       std::string_view key;
@@ -199,7 +199,7 @@ bool Reader::finish() {
 
 // Records
 
-// Takes the field's key if it stands here as it would be written.
+// Reads the field's key if it is the next one, written without escapes.
 inline bool Reader::takeKey(const RecordField& field) {
   const std::size_t size = field.quoted.size();
   const auto left = static_cast<std::size_t>(end_ - cursor_);
@@ -220,9 +220,9 @@ inline bool Reader::takeKey(const RecordField& field) {
   return true;
 }
 
-// Takes a key with its colon and finds its field, the number of fields if there is none. Most texts have
+// Reads a key with its colon and finds its field, or the number of fields for an unknown key. Most texts have
 // their keys in the order of the table or in ascending order, so the two fields that would then follow
-// `previous` are tried first.
+// `previous` are compared first.
 inline bool Reader::matchField(const RecordTable& table, std::size_t previous, std::size_t& field) {
   skipBlanks();
   const std::size_t count = table.fields.size();
@@ -247,12 +247,12 @@ bool Reader::failForMissing(const RecordTable& table, std::size_t field) {
   return failAt(cursor_ - 1, JSONFailure::missingKey);
 }
 
-// A record that was used before keeps nothing of that.
+// Clears the fields that are missing in the text: the record may have former values.
 inline void Reader::clearAbsent(const RecordTable& table, std::uint64_t seen, void* record) {
   if ((table.clearable & ~seen) != 0) table.clear(record, table.clearable & ~seen);
 }
 
-// The object has been opened. Its values are found first and read afterwards.
+// The object is open. First finds all its values, then reads them.
 bool Reader::readFieldsInOrder(const RecordTable& table, void* record) {
   std::array<const char*, RecordTable::maxFields> values{};
   std::string_view key;
@@ -264,7 +264,7 @@ bool Reader::readFieldsInOrder(const RecordTable& table, void* record) {
   }
   if (next == Next::failure) return false;
   const char* const end = cursor_;
-  // Everything in here has been counted.
+  // All elements of the object have been counted.
   const std::size_t elementsLeft = std::exchange(elementsLeft_, uncounted);
   std::uint64_t seen = 0;
   ++depth_;

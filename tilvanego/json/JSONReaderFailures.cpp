@@ -3,7 +3,7 @@
 
 #include <tilvanego/json/JSONReader.h>
 
-/// What the reader leaves behind when a read fails.
+// How the reader stores the reason of a failure.
 namespace tilvanego::json {
 
 bool Reader::failAt(const char* where, JSONFailure failure) {

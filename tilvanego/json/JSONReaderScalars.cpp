@@ -4,7 +4,7 @@
 
 #include <tilvanego/json/JSONReader.h>
 
-/// How the reader recognises the kind of a value, and reads null, booleans and numbers.
+// How the reader recognises the kind of a value, and reads null, booleans and numbers.
 namespace tilvanego::json {
 namespace {
 

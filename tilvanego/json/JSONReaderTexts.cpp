@@ -4,7 +4,7 @@
 #include <tilvanego/values/UTF8.h>
 #include <tilvanego/values/Wiping.h>
 
-/// The reader's slower ways through a text: escapes and what lies beyond ASCII.
+// How the reader reads strings with escapes or with characters beyond ASCII.
 namespace tilvanego::json {
 namespace {
 
@@ -21,7 +21,7 @@ constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0
 
 Reader::~Reader() { tilvanego::detail::wipe(scratch_); }
 
-// Passes over what stands for itself, up to a quote or a backslash.
+// Moves to the next quote or backslash.
 bool Reader::takeRun(const char*& cursor) {
   for (;;) {
     cursor = detail::endOfPlainText<TextEnds::reading>(cursor, end_);
@@ -34,7 +34,7 @@ bool Reader::takeRun(const char*& cursor) {
   }
 }
 
-// The text that begins at `start`, from `cursor` on.
+// Reads the string whose content begins at `start`, from `cursor` on.
 bool Reader::readRestOfText(const char* start, const char* cursor, std::string_view& value) {
   if (!takeRun(cursor)) return false;
   if (*cursor == '\\') return readEscapes(start, cursor, value);
@@ -43,14 +43,14 @@ bool Reader::readRestOfText(const char* start, const char* cursor, std::string_v
   return true;
 }
 
-// Room for an escape, too.
+// Reserves space for one escape, too.
 void Reader::takeIntoScratch(const char* from, const char* to) {
   constexpr std::size_t longestEscape = 4;
   tilvanego::detail::makeRoom(scratch_, static_cast<std::size_t>(to - from) + longestEscape);
   scratch_.append(from, to);
 }
 
-// A text with escapes, the first of which is at `cursor`, goes into `scratch_` run by run.
+// Decodes a string with escapes into `scratch_`. The first escape is at `cursor`.
 bool Reader::readEscapes(const char* start, const char* cursor, std::string_view& value) {
   scratch_.clear();
   takeIntoScratch(start, cursor);
@@ -65,7 +65,7 @@ bool Reader::readEscapes(const char* start, const char* cursor, std::string_view
   return true;
 }
 
-// One escape, appended to `scratch_`.
+// Decodes one escape and appends it to `scratch_`.
 bool Reader::readEscape(const char*& cursor) {
   const char* const escape = cursor++;
   if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
@@ -92,7 +92,7 @@ bool Reader::readEscape(const char*& cursor) {
   return true;
 }
 
-// The four hexadecimal digits of an escape.
+// Reads the four hexadecimal digits of an escape.
 bool Reader::takeUnit(const char*& cursor, char32_t& unit) {
   if (end_ - cursor < 4) return false;
   for (int i = 0; i < 4; ++i, ++cursor) {

@@ -121,8 +121,8 @@ class JSONValue {
   [[nodiscard]] std::size_t hash() const;
 
  private:
-  // Arrays and dictionaries are allocated separately, so that a value is as small as a string; empty ones are
-  // not allocated. `next` links those that will be destroyed.
+  /// Arrays and dictionaries are allocated separately, so that a value is as small as a string; empty ones
+  /// are not allocated. `next` links those that will be destroyed.
   struct BoxedArray {
     Array elements;
     BoxedArray* next = nullptr;
@@ -192,7 +192,7 @@ class JSONLookup {
     return found_ ? (*found_)[index] : JSONLookup();
   }
 
-  // Like the functions of `JSONValue`. If nothing was found, they return false, no value or null.
+  /// Like the functions of `JSONValue`. If nothing was found, they return false, no value or null.
   [[nodiscard]] bool isString() const { return found_ && found_->isString(); }
   bool isInt() const { return found_ && found_->isInt(); }
   [[nodiscard]] bool isDouble() const { return found_ && found_->isDouble(); }

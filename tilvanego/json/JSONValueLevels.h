@@ -72,7 +72,7 @@ class Levels {
     JSONValue::Dictionary::const_iterator entry = {};
     const std::string* key = nullptr;
   };
-  // Most values are no deeper than a few levels.
+  /// Most values are no deeper than a few levels.
   bool add(const Level& level) {
     if (levels_.empty()) levels_.reserve(8);
     levels_.push_back(level);

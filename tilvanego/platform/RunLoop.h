@@ -56,11 +56,11 @@ class RunLoop final : public MainQueue {
 
  private:
   class Drain;
-  // Both return an empty function at the end of a drain. The caller of takeFront() must hold the mutex.
+  /// Both return an empty function at the end of a drain. The caller of takeFront() must hold the mutex.
   std::function<void()> nextUntilStopped();
   std::function<void()> nextIfAny();
   std::function<void()> takeFront();
-  // The caller must hold the mutex.
+  /// The caller must hold the mutex.
   void wake() const;
 
   mutable std::mutex mutex_;

@@ -53,8 +53,7 @@ void appendMapped(std::string& result, char32_t scalar, CaseMapping mapping) {
   appendUTF16(result, {mapped, static_cast<std::size_t>(mappedLength)});
 }
 
-// Scalars are mapped one by one: no mapping looks at its neighbours, and ill-formed bytes pass through
-// untouched.
+// Scalars are mapped one by one, without their context. Ill-formed bytes are kept.
 std::string caseMapped(std::string_view text, char (*asciiMapping)(char), CaseMapping mapping) {
   std::string result(text.substr(0, asciiPrefixLength(text)));
   std::ranges::transform(result, result.begin(), asciiMapping);
@@ -72,7 +71,8 @@ std::string caseMapped(std::string_view text, char (*asciiMapping)(char), CaseMa
   return result;
 }
 
-// ICU's way with outputs of unknown length: ask with what there is, ask again with what it takes.
+// ICU's protocol for results of unknown length: call with a guess; if the result does not fit, call again
+// with its length.
 template <typename Produce>
 std::optional<std::u16string> produced(std::size_t guess, Produce produce) {
   std::u16string result(guess, u'\0');
@@ -149,7 +149,7 @@ std::size_t unicodeCharacterCount(std::string_view text) {
     while (U_SUCCESS(status) && ubrk_next(iterator) != UBRK_DONE) ++count;
   }
   utext_close(&source);
-  // Beyond 2 GiB, or without ICU's data, a scalar is the best measure of a character there is.
+  // Beyond 2 GiB, or without ICU's data, scalars are counted instead of characters.
   return U_SUCCESS(status) && iterator != nullptr ? count : scalarCount(text);
 }
 
@@ -179,8 +179,8 @@ std::string uppercased(std::string_view text) {
 std::string lowercased(std::string_view text) { return caseMapped(text, asciiLowercased, u_strToLower); }
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  // ASCII characters neither fold nor combine into anything else, so the first two that differ decide, and
-  // folding can begin at the first that isn't ASCII.
+  // ASCII characters neither fold nor combine into anything else. So the first two that differ decide, and
+  // folding can start at the first character that is not ASCII.
   std::size_t at = 0;
   for (const std::size_t shorter = std::min(a.size(), b.size()); at < shorter; ++at) {
     if (!isASCII(a[at]) || !isASCII(b[at])) break;
