@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,10 +57,6 @@ class Matcher {
     const WideText wide(pattern);
     if (wide.isTooLong()) return;
     UErrorCode status = U_ZERO_ERROR;
-    // The first pattern of the process makes ICU's tables. ICU guards them itself, but the thread sanitizer
-    // doesn't see how.
-    static std::mutex compiling;
-    const std::lock_guard held(compiling);
     regex_.reset(uregex_open(wide.units(), wide.size(), UREGEX_CASE_INSENSITIVE, nullptr, &status));
     uregex_setTimeLimit(regex_.get(), searchLimit, &status);
     if (U_FAILURE(status)) regex_.reset();
