@@ -267,10 +267,11 @@ template <typename Record>
     ((all[index].read = &readField<Record, index>, all[index].write = &writeField<Record, index>), ...);
   };
   describe(std::make_index_sequence<fieldCount<Record>>());
+  const auto order = sortFields<Record>();
   std::size_t start = 0;
   for (std::size_t i = 0; i < all.size(); ++i) {
     const std::size_t size = recordKeys<Record>()[i].size() + 2;
-    all[i].afterInSorted = fieldAfter(sortFields<Record>(), i);
+    all[i].afterInSorted = fieldAfter(order, i);
     all[i].quoted = std::string_view(quotedKeys<Record>.data() + start, size);
     std::ranges::copy(all[i].quoted.substr(0, all[i].lead.size()), all[i].lead.begin());
     start += size;

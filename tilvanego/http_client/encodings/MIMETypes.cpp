@@ -150,7 +150,7 @@ const MIMETypes& MIMETypes::system() {
 }
 
 std::optional<std::string_view> MIMETypes::typeForExtension(std::string_view extension) const {
-  const auto found = entries_.find(asciiLowercased(extension));
+  const auto found = entries_.find(detail::asciiLowercased(extension));
   if (found == entries_.end()) return std::nullopt;
   return found->second.type;
 }
@@ -165,7 +165,7 @@ void MIMETypes::addGlobs(std::string_view text) {
     if (!weight || !isType(type) || !pattern.starts_with("*.") || flags.contains("cs")) continue;
     pattern.remove_prefix(2);
     if (pattern.empty() || pattern.find_first_of(".*?[") != std::string_view::npos) continue;
-    add(asciiLowercased(pattern), type, *weight);
+    add(detail::asciiLowercased(pattern), type, *weight);
   }
 }
 
