@@ -1,6 +1,7 @@
 #include <tilvanego/json/JSONReader.h>
 #include <tilvanego/json/TextScan.h>
 #include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/UTF8.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -96,14 +97,9 @@ bool Reader::readEscape(const char*& cursor) {
 bool Reader::takeUnit(const char*& cursor, char32_t& unit) {
   if (end_ - cursor < 4) return false;
   for (int i = 0; i < 4; ++i, ++cursor) {
-    const char c = *cursor;
-    if (c >= '0' && c <= '9') {
-      unit = unit * 16 + static_cast<char32_t>(c - '0');
-    } else if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F')) {
-      unit = unit * 16 + static_cast<char32_t>((c | 0x20) - 'a' + 10);
-    } else {
-      return false;
-    }
+    const int digit = tilvanego::detail::hexValue(*cursor);
+    if (digit < 0) return false;
+    unit = unit * 16 + static_cast<char32_t>(digit);
   }
   return true;
 }
