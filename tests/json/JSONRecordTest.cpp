@@ -118,9 +118,14 @@ class Badge {
   std::string owner_;
 };
 
-// As many fields as a record may have, all of one member, with the keys "00" to "77".
+/// A number that is left out if it is 0.
+struct NonZero : json::Codec<int> {
+  static bool isAbsent(int value) { return value == 0; }
+};
+
+/// As many fields as a record may have, all of one member, with the keys "00" to "77".
 struct Wide {
-  std::optional<int> last;
+  int last = 0;
 
   static constexpr std::array<std::array<char, 2>, 64> keys = [] {
     std::array<std::array<char, 2>, 64> all{};
@@ -130,7 +135,7 @@ struct Wide {
   }();
   static constexpr auto jsonFields() {
     return []<std::size_t... index>(std::index_sequence<index...>) {
-      return json::fields(json::field(std::string_view(keys[index]), &Wide::last)...);
+      return json::fields(json::field<NonZero>(std::string_view(keys[index]), &Wide::last)...);
     }(std::make_index_sequence<keys.size()>());
   }
 };
