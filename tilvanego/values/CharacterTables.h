@@ -87,10 +87,4 @@ inline constexpr std::array<std::int8_t, 256> hexValues = makeHexValues();
   return characterTables::hexValues[static_cast<std::uint8_t>(character)];
 }
 
-/// Whether "%" and two hexadecimal digits stand at `index`.
-[[nodiscard]] constexpr bool escapeStandsAt(std::string_view text, std::size_t index) {
-  return text.size() - index >= 3 && text[index] == '%' && hexValue(text[index + 1]) >= 0 &&
-         hexValue(text[index + 2]) >= 0;
-}
-
 }  // namespace tilvanego::detail
