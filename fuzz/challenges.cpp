@@ -4,6 +4,7 @@
 #include <tilvanego/network/curl/Challenges.h>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 
 #include "fuzz/Fuzzer.h"
 
@@ -44,7 +45,7 @@ void checkAnswer(const std::vector<Challenge>& challenges) {
   if (!space) return;
   const bool isDigest = space->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
   require(std::ranges::any_of(challenges, [&](const Challenge& challenge) {
-    return detail::lowerCase(challenge.scheme) == (isDigest ? "digest" : "basic") &&
+    return detail::asciiLowercased(challenge.scheme) == (isDigest ? "digest" : "basic") &&
            challenge.parameter("realm").value_or("") == space->realm &&
            (!isDigest || challenge.parameter("nonce").has_value());
   }));
@@ -58,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const Challenge& challenge : challenges) {
     require(detail::isToken(challenge.scheme));
     for (const auto& [name, value] : challenge.parameters) {
-      require(detail::isToken(name) && name == detail::lowerCase(name));
+      require(detail::isToken(name) && name == detail::asciiLowercased(name));
     }
   }
   const auto again = detail::parseChallenges(written(challenges));

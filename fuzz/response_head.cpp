@@ -6,6 +6,7 @@
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/curl/ContentDecoder.h>
 #include <tilvanego/network/curl/ResponseHead.h>
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Text.h>
 
 #include "fuzz/Fuzzer.h"
@@ -23,7 +24,7 @@ void check(const ResponseHead& collected) {
   require(fields.size() <= ResponseHead::maxFields);
   std::set<std::string> names;
   for (const auto& [name, value] : fields) {
-    require(detail::isToken(name) && names.insert(detail::lowerCase(name)).second);
+    require(detail::isToken(name) && names.insert(detail::asciiLowercased(name)).second);
     require(isValidUTF8(value) && !value.contains('\n'));
     require(!value.starts_with(' ') && !value.starts_with('\t'));
   }

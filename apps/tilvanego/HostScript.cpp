@@ -166,7 +166,7 @@ std::optional<std::string> repeatedName(json::Reader& reader) {
       if (!names.emplace(name).second) return std::string(name);
       if (auto repeated = repeatedName(reader)) return repeated;
     }
-  } else if (kind == JSONKind::list && reader.beginList()) {
+  } else if (kind == JSONKind::array && reader.beginArray()) {
     while (reader.nextElement() == json::Reader::Next::item) {
       if (auto repeated = repeatedName(reader)) return repeated;
     }

@@ -109,6 +109,28 @@ class Badge {
   std::string owner_;
 };
 
+/// A number that is left out if it is 0.
+struct NonZero : json::Codec<int> {
+  static bool isAbsent(int value) { return value == 0; }
+};
+
+/// As many fields as a record may have, all of one member, with the keys "00" to "77".
+struct Wide {
+  int last = 0;
+
+  static constexpr std::array<std::array<char, 2>, 64> keys = [] {
+    std::array<std::array<char, 2>, 64> all{};
+    for (std::size_t i = 0; i < all.size(); ++i)
+      all[i] = {static_cast<char>('0' + i / 8), static_cast<char>('0' + i % 8)};
+    return all;
+  }();
+  static constexpr auto jsonFields() {
+    return []<std::size_t... index>(std::index_sequence<index...>) {
+      return json::fields(json::field<NonZero>(std::string_view(keys[index]), &Wide::last)...);
+    }(std::make_index_sequence<keys.size()>());
+  }
+};
+
 struct Badges {
   std::vector<Badge> all;
   std::optional<Badge> best;
@@ -271,6 +293,11 @@ TEST(JSONRecord, EveryKeyIsFoundAfterEveryOther) {
     }
   }
   EXPECT_EQ(json::recordKeys<Step>(), (std::array<std::string_view, 2>{"name", "length"}));
+}
+
+TEST(JSONRecord, HasUpTo64Fields) {
+  EXPECT_EQ(json::decode<test::Wide>(R"({"77":5})")->last, 5);
+  EXPECT_EQ(json::decode<test::Wide>(R"({"00":5,"7":6})")->last, 5);
 }
 
 TEST(JSONRecord, AFailureNamesItsPath) {

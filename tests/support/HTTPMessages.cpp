@@ -6,17 +6,14 @@
 
 #include <zlib.h>
 
+#include <tilvanego/values/ASCII.h>
+
 namespace tilvanego::test {
 namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
 constexpr std::size_t promised = 1000;
 constexpr std::size_t kept = 400;
-
-bool equalIgnoringCase(std::string_view left, std::string_view right) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; };
-  return std::ranges::equal(left, right, {}, lower, lower);
-}
 
 std::optional<std::size_t> number(std::string_view text, int base) {
   std::size_t value = 0;
@@ -27,8 +24,8 @@ std::optional<std::size_t> number(std::string_view text, int base) {
 
 bool saysLength(const HeaderFields& headers) {
   return std::ranges::any_of(headers, [](const auto& field) {
-    return equalIgnoringCase(field.first, "Content-Length") ||
-           equalIgnoringCase(field.first, "Transfer-Encoding");
+    return detail::equalIgnoringASCIICase(field.first, "Content-Length") ||
+           detail::equalIgnoringASCIICase(field.first, "Transfer-Encoding");
   });
 }
 
@@ -39,7 +36,7 @@ std::string promisedStart() { return promisedHead() + std::string(kept, 'x'); }
 
 std::optional<std::string> ReceivedRequest::header(std::string_view name) const {
   for (const auto& [key, value] : headers) {
-    if (equalIgnoringCase(key, name)) return value;
+    if (detail::equalIgnoringASCIICase(key, name)) return value;
   }
   return std::nullopt;
 }

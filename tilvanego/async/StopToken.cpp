@@ -7,7 +7,7 @@
 namespace tilvanego::detail {
 namespace {
 
-/// Lets go of the action too.
+// Destroys the action, too.
 void run(std::function<void()> action) {
   if (action) runListener("the action of a StopCallback", action);
 }
@@ -26,8 +26,8 @@ bool StopState::request() {
   while (!callbacks_.empty()) {
     running_ = callbacks_.back();
     callbacks_.pop_back();
-    // Taken out of the callback, which its own action may destroy. What the action holds ends without the
-    // lock, too: it may be another callback.
+    // Moved out of the callback, which its own action may destroy. What the action captures is destroyed
+    // without the lock, too: it may be another callback.
     auto action = std::exchange(running_->action_, nullptr);
     held.unlock();
     run(std::move(action));

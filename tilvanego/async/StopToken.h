@@ -23,7 +23,7 @@ class StopCallback;
 
 namespace tilvanego::detail {
 
-/// What the sources, tokens and callbacks of one request to stop share.
+/// The shared state of the sources, tokens and callbacks of one stop request.
 class StopState {
  public:
   StopState() = default;
@@ -33,7 +33,7 @@ class StopState {
 
   [[nodiscard]] bool requested() const;
   bool request();
-  /// Runs the callback now if stopping was requested before.
+  /// Runs the callback at once if stopping was requested before.
   void add(StopCallback& callback);
   void remove(StopCallback& callback);
 
@@ -50,13 +50,13 @@ class StopState {
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Tells whether someone asked for a piece of work to be stopped. A copy tells the same; any thread may ask.
+/// A token by which work learns that it shall stop. Copies share the request. Any thread may use a token.
 ///
-/// It is made by a `StopSource`. Where the standard library has `std::stop_token`, as libc++ 19 hasn't by
-/// default, one of those does as well: it converts.
+/// A `StopSource` makes tokens. A `std::stop_token` converts to one, if the standard library has it (libc++
+/// 19 has not by default).
 class StopToken {
  public:
-  /// One that never tells so.
+  /// A token whose `stopRequested` always returns false.
   StopToken() = default;
 
 #ifdef __cpp_lib_jthread
@@ -73,11 +73,11 @@ class StopToken {
   explicit StopToken(std::shared_ptr<detail::StopState> state) : state_(std::move(state)) {}
 
 #ifdef __cpp_lib_jthread
-  /// Passes a standard token's request on.
+  /// Forwards the request of a standard token.
   struct Relay : detail::StopState {
     static std::shared_ptr<Relay> make(std::stop_token token) {
       auto relay = std::make_shared<Relay>();
-      // Held weakly: a request that comes while the last token goes finds either the whole state or none.
+      // Held weakly: a request may come while the last token is destroyed.
       relay->callback.emplace(std::move(token), [weak = std::weak_ptr<detail::StopState>(relay)] {
         if (const auto state = weak.lock()) state->request();
       });
@@ -90,15 +90,15 @@ class StopToken {
   std::shared_ptr<detail::StopState> state_;
 };
 
-/// Asks for work to be stopped. Copies are the same source; any thread may use one.
+/// Requests that work stops. Copies share the request. Any thread may use a source.
 class StopSource {
  public:
   StopSource() : state_(std::make_shared<detail::StopState>()) {}
 
   [[nodiscard]] StopToken token() const { return StopToken(state_); }
   [[nodiscard]] bool stopRequested() const { return state_->requested(); }
-  /// Runs the callbacks of all tokens, on this thread, without a lock held. False if stopping was requested
-  /// before.
+  /// Runs the callbacks of all tokens, on this thread, without holding a lock. Returns false if stopping was
+  /// requested before.
   bool requestStop() const {
     const auto state = state_;
     return state->request();
@@ -108,12 +108,12 @@ class StopSource {
   std::shared_ptr<detail::StopState> state_;
 };
 
-/// Calls a function once when stopping is requested, on the thread that requests it, or in the constructor if
-/// it was requested before. When the destructor returns, the function isn't running on another thread and
-/// won't be called any more. An empty function is nothing to call.
+/// Calls a function once, on the thread that requests stopping, or in the constructor if stopping was
+/// requested before. When the destructor returns, the function is not running on another thread and will not
+/// be called. An empty function is allowed and never called.
 ///
-/// The function may do anything, ending callbacks of the same token included, and may throw: it only listens,
-/// so that the exception is dropped after one line on standard error.
+/// The function may destroy callbacks of the same token, this one too. It may throw: the exception is dropped
+/// after one line on standard error.
 class StopCallback {
  public:
   StopCallback(const StopToken& token, std::function<void()> action)
@@ -132,7 +132,7 @@ class StopCallback {
   std::function<void()> action_;
 };
 
-/// The failure of work that was stopped before it began.
+/// The error of work that was stopped before it began.
 class CancellationError final : public std::exception {
  public:
   [[nodiscard]] std::string description() const { return what(); }

@@ -20,7 +20,7 @@ class Task;
 
 namespace tilvanego::detail {
 
-/// What the frames of all tasks begin with.
+/// The part of the promise that all tasks share.
 class TaskPromiseBase {
  public:
   std::suspend_always initial_suspend() noexcept { return {}; }
@@ -64,7 +64,7 @@ class TaskPromise<void> : public TaskPromiseBase {
   }
 };
 
-/// A coroutine that nobody waits for: it runs on its own and frees itself.
+/// A coroutine that nobody awaits. It destroys itself at its end.
 struct Detached {
   struct promise_type {
     Detached get_return_object() noexcept { return {}; }
@@ -81,11 +81,13 @@ struct Detached {
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A coroutine's work that gives a T or throws. It begins when it is awaited, by a coroutine of any type, or
-/// waited for; it goes on, and resumes who awaits it, on whatever thread its last suspension ended.
+/// A coroutine that returns a T or throws. It starts when a coroutine of any type awaits it, or when `wait`
+/// is called. After a suspension it continues on the thread that resumes it; there it also resumes the
+/// coroutine that awaits it.
 ///
-/// Owns the coroutine: a task may be dropped before it began or while it is suspended, which drops what the
-/// coroutine holds, but not while it runs. Awaited or waited for once: a second time ends the process.
+/// Owns the coroutine. A task may be destroyed before it starts or while it is suspended, which destroys the
+/// coroutine's variables, but not while it runs. It may be awaited or waited for once only: a second time
+/// ends the process.
 template <typename T>
 class [[nodiscard]] Task {
  public:
@@ -102,12 +104,13 @@ class [[nodiscard]] Task {
 
   auto operator co_await() && noexcept { return Awaiter{{begin()}}; }
 
-  /// Runs the task to its end with this thread blocked. Not for the thread of a main queue that the task
-  /// needs, as a failing request needs `apiResponseQueue`: that would wait for itself.
+  /// Starts the task, blocks this thread until its end, and returns its result. Must not be called on the
+  /// thread of a main queue that the task needs (a failing request needs `apiResponseQueue`): it would never
+  /// return.
   T wait() &&;
-  /// As above, draining `loop` meanwhile; for the main thread of a program without an event loop of its own.
-  /// What a block of the loop throws leaves here too, once the task has ended; what further ones throw is
-  /// dropped after a line on standard error.
+  /// Like above, but runs the blocks of `loop` meanwhile. For the main thread of a program without its own
+  /// event loop. If blocks of the loop throw, this throws the first exception once the task has ended; the
+  /// others are dropped after one line on standard error each.
   T wait(RunLoop& loop) &&;
 
  private:
@@ -121,7 +124,7 @@ class [[nodiscard]] Task {
     return handle_;
   }
 
-  /// Resumes whoever waits, without the result.
+  /// Awaits the end of the task without its result.
   struct Ended {
     bool await_ready() const noexcept { return false; }
     std::coroutine_handle<> await_suspend(std::coroutine_handle<> waiting) const noexcept {
@@ -165,7 +168,7 @@ T Task<T>::wait() && {
   std::mutex mutex;
   std::condition_variable changed;
   bool ended = false;
-  // Tells so with the lock held: the condition lives on the waiting thread's stack.
+  // Notifies with the lock held: the condition variable lies on the waiting thread's stack.
   auto signal = [&] {
     const std::lock_guard held(mutex);
     ended = true;
@@ -189,7 +192,7 @@ T Task<T>::wait(RunLoop& loop) && {
     });
   };
   signalEnd(begin(), signal);
-  // The task may use what is held here until it has ended, whatever is thrown meanwhile.
+  // The task may use these variables until it has ended, also if a block throws.
   std::exception_ptr thrown;
   while (!ended) {  // NOLINT(bugprone-infinite-loop): a block that the loop runs sets the flag
     try {

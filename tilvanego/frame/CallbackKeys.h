@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Integer.h>
 #include <tilvanego/values/RawQueryItems.h>
 #include <tilvanego/values/Text.h>
@@ -53,9 +54,9 @@ class CallbackName {
   constexpr CallbackName() = default;
   consteval explicit CallbackName(std::string_view name) {
     for (const char c : name) {
-      const bool isUpper = c >= 'A' && c <= 'Z';
-      caseBits_[size_] = isUpper || (c >= 'a' && c <= 'z') ? 0x20 : 0;
-      lower_[size_++] = isUpper ? static_cast<char>(c + 0x20) : c;
+      const bool isLetter = asciiLowercased(c) != asciiUppercased(c);
+      caseBits_[size_] = isLetter ? 0x20 : 0;
+      lower_[size_++] = asciiLowercased(c);
     }
   }
 

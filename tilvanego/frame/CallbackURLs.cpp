@@ -1,27 +1,20 @@
 #include <tilvanego/frame/CallbackURLs.h>
 
-#include <algorithm>
 #include <optional>
 #include <string_view>
 
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/URL.h>
 
 namespace tilvanego::detail {
 namespace {
 
-constexpr char lowered(char character) {
-  return character >= 'A' && character <= 'Z' ? static_cast<char>(character + ('a' - 'A')) : character;
-}
-
-bool sameInAnyCase(std::string_view a, std::string_view b) {
-  return std::ranges::equal(a, b, {}, lowered, lowered);
-}
-
 bool sameSchemes(const URL& a, const URL& b) {
   const auto first = a.scheme();
   const auto second = b.scheme();
-  return first.has_value() == second.has_value() && sameInAnyCase(first.value_or(""), second.value_or(""));
+  return first.has_value() == second.has_value() &&
+         equalIgnoringASCIICase(first.value_or(""), second.value_or(""));
 }
 
 /// Whether a written host may read otherwise than it stands: by an escape, or by an "xn--" label.
@@ -32,7 +25,7 @@ bool sameHosts(const URL& a, const URL& b) {
   const auto second = b.writtenHost();
   if (!first || !second) return first.has_value() == second.has_value();
   if (*first == *second) return true;
-  if (!isEncoded(*first) && !isEncoded(*second)) return sameInAnyCase(*first, *second);
+  if (!isEncoded(*first) && !isEncoded(*second)) return equalIgnoringASCIICase(*first, *second);
   return lowercased(a.host().value_or("")) == lowercased(b.host().value_or(""));
 }
 

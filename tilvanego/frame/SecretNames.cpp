@@ -1,8 +1,8 @@
 #include <tilvanego/frame/SecretNames.h>
 
-#include <algorithm>
 #include <array>
 
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/UTF8.h>
 
@@ -22,8 +22,6 @@ constexpr std::array secretNames{
     SecretName{"cleartrack2", Secret::cardData},
 };
 
-constexpr char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 }  // namespace
 
 std::optional<Secret> secretNamed(std::string_view name) {
@@ -33,7 +31,7 @@ std::optional<Secret> secretNamed(std::string_view name) {
     return detail::asciiPrefixLength(lower) == lower.size() ? secretNamed(lower) : std::nullopt;
   }
   for (const auto& [known, secret] : secretNames) {
-    if (std::ranges::equal(name, known, {}, asciiLower)) return secret;
+    if (detail::equalIgnoringASCIICase(name, known)) return secret;
   }
   return std::nullopt;
 }

@@ -14,6 +14,7 @@
 
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/platform/desktop/FileDescriptor.h>
+#include <tilvanego/platform/desktop/FileReplacement.h>
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/UUID.h>
@@ -22,7 +23,6 @@ namespace tilvanego::detail {
 namespace {
 
 constexpr mode_t ownerDirectory = S_IRWXU;
-constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
 
 std::unexpected<FileWriteError> failure(const std::filesystem::path& path, int code = errno) {
   return std::unexpected(FileWriteError{path.string(), std::generic_category().message(code)});
@@ -32,25 +32,6 @@ std::unexpected<FileWriteError> failure(const std::filesystem::path& path, int c
 FileDescriptor openDirectory(const FileDescriptor& parent, const std::string& name) {
   if (mkdirat(parent.get(), name.c_str(), ownerDirectory) != 0 && errno != EEXIST) return {};
   return FileDescriptor(openat(parent.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-}
-
-/// Puts the file into the directory under its name at once, by way of a file of the name `fresh`. False
-/// leaves the cause in `errno`.
-bool replaceFile(const FileDescriptor& directory, const std::string& name, const std::string& fresh,
-                 const Data& data) {
-  bool done = false;
-  {
-    const FileDescriptor file(openat(directory.get(), fresh.c_str(),
-                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerFile));
-    if (!file) return false;
-    done = writeFully(file.get(), data.bytes());
-  }
-  done = done && renameat(directory.get(), fresh.c_str(), directory.get(), name.c_str()) == 0;
-  if (done) return true;
-  const int cause = errno;
-  unlinkat(directory.get(), fresh.c_str(), 0);
-  errno = cause;
-  return false;
 }
 
 URL fileURL(const std::filesystem::path& path) {
@@ -124,7 +105,10 @@ std::expected<URL, FileWriteError> writeBelow(const std::filesystem::path& direc
     if (!parent) return failure(path);
   }
   path /= names.back();
-  if (!replaceFile(parent, names.back(), ".download-" + *unique, data)) return failure(path);
+  if (replaceFile(parent, names.back(), ".download-" + *unique, data.bytes()) !=
+      FileReplacementFailure::none) {
+    return failure(path);
+  }
   return fileURL(path);
 }
 

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <utility>
 
-#include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/URLResponse.h>
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Data.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -24,8 +24,8 @@ struct HeaderNameLess {
   using is_transparent = void;
   [[nodiscard]] bool operator()(std::string_view left, std::string_view right) const {
     return std::ranges::lexicographical_compare(left, right, [](char a, char b) {
-      return static_cast<unsigned char>(detail::lowerCase(a)) <
-             static_cast<unsigned char>(detail::lowerCase(b));
+      return static_cast<unsigned char>(detail::asciiLowercased(a)) <
+             static_cast<unsigned char>(detail::asciiLowercased(b));
     });
   }
 };

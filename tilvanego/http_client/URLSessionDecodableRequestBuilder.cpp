@@ -6,13 +6,13 @@
 #include <tilvanego/http_client/encodings/DownloadException.h>
 #include <tilvanego/network/ExceptionFailure.h>
 #include <tilvanego/platform/FatalError.h>
-#include <tilvanego/values/UTF8.h>
+#include <tilvanego/values/Text.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::string textOf(const std::optional<Data>& data) {
-  return data && detail::isUTF8(data->text()) ? std::string(data->text()) : std::string();
+  return data && isValidUTF8(data->text()) ? std::string(data->text()) : std::string();
 }
 
 std::unexpected<Failure> downloadFailure(DownloadException::Case which) {

@@ -20,34 +20,35 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
-/// How values of one type are read and written: two static functions,
-/// `bool read(Reader&, T&)` and `bool write(Writer&, const T&)`, which return false after the reader's or the
-/// writer's failure. A type takes part by specialising this, or by being a record (`Record.h`) or an
-/// enumeration with raw texts. Any other struct with these two functions can be named for a single field
-/// (`field<Codec>`), so that one type may have several forms.
+/// How values of one type are read from JSON and written to it. A codec must define two static functions,
+/// `bool read(Reader&, T&)` and `bool write(Writer&, const T&)`, which return false after a failure of the
+/// reader or the writer. Records (`Record.h`) and enumerations with raw texts have a codec; specialise this
+/// for other types. A field may name another struct with these two functions (`field<Codec>`), so that one
+/// type may have several forms.
 ///
-/// A codec may do two things more for the fields of a record: `read` may take the field's key as a third
-/// argument, for its failures; and with `bool isAbsent(const T&)`, a field need not be there, and is left out
-/// when it says so. Beside that, `void makeAbsent(T&)` is called for a field that isn't there. And for types
-/// that aren't default-constructible, `T make()` gives a value to read over.
+/// A codec may define more, for the fields of a record:
+/// - `read` may take the field's key as a third argument, for its error texts.
+/// - `bool isAbsent(const T&)` makes the field optional: it is not written if this returns true.
+/// - `void makeAbsent(T&)` is called on reading if the field is missing.
+/// - `T make()` returns the value that `read` assigns to, for types without a default constructor.
 template <typename T>
 struct Codec;
 
-/// Reaches the private parts of a record that calls it a friend.
+/// Has access to the private members of a record that declares it a friend.
 struct RecordAccess {
   template <typename Record>
-  static constexpr auto fields() -> decltype(Record::jsonFields()) {
+  [[nodiscard]] static constexpr auto fields() -> decltype(Record::jsonFields()) {
     return Record::jsonFields();
   }
   template <typename T>
-  static T make() {
+  [[nodiscard]] static T make() {
     if constexpr (requires { Codec<T>::make(); }) {
       return Codec<T>::make();
     } else {
       return T();
     }
   }
-  /// A fresh value in an optional or at the end of a list.
+  /// Adds a new value in an optional or at the end of a vector.
   template <typename T>
   static T& emplaceIn(std::optional<T>& holder) {
     if constexpr (std::default_initializable<T>) {
@@ -64,7 +65,7 @@ struct RecordAccess {
       return list.emplace_back(make<T>());
     }
   }
-  /// The entry under a key, and whether it is new.
+  /// Returns the entry with this key, and whether it is new.
   template <typename Map>
   static auto emplaceIn(Map& map, std::string_view key) {
     if constexpr (std::default_initializable<typename Map::mapped_type>) {
@@ -77,59 +78,59 @@ struct RecordAccess {
 
 template <>
 struct Codec<std::string> {
-  static bool read(Reader& reader, std::string& value) { return reader.readText(value); }
+  [[nodiscard]] static bool read(Reader& reader, std::string& value) { return reader.readText(value); }
   static bool write(Writer& writer, const std::string& value) { return writer.text(value); }
 };
 
 template <>
 struct Codec<bool> {
-  static bool read(Reader& reader, bool& value) { return reader.readBoolean(value); }
+  [[nodiscard]] static bool read(Reader& reader, bool& value) { return reader.readBoolean(value); }
   static bool write(Writer& writer, bool value) { return writer.boolean(value); }
 };
 
 template <>
 struct Codec<double> {
-  static bool read(Reader& reader, double& value) { return reader.readDouble(value); }
+  [[nodiscard]] static bool read(Reader& reader, double& value) { return reader.readDouble(value); }
   static bool write(Writer& writer, double value) { return writer.number(value); }
 };
 
-/// Written by the shortest text that reads back as the same float.
+/// Written as the shortest text that reads back as the same float.
 template <>
 struct Codec<float> {
-  static bool read(Reader& reader, float& value) { return reader.readFloat(value); }
+  [[nodiscard]] static bool read(Reader& reader, float& value) { return reader.readFloat(value); }
   static bool write(Writer& writer, float value) { return writer.number(value); }
 };
 
-/// Characters and truth values aren't numbers.
+/// An integer type. Characters and booleans are not numbers.
 template <typename T>
 concept WholeNumber =
     std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
     !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
-/// Integers of up to 64 bits; a number beyond the type's range is refused.
+/// Integers of up to 64 bits. A number beyond the type's range is refused.
 template <WholeNumber Integer>
 struct Codec<Integer> {
   using Widest = std::conditional_t<std::signed_integral<Integer>, std::int64_t, std::uint64_t>;
 
-  static bool read(Reader& reader, Integer& value) {
+  [[nodiscard]] static bool read(Reader& reader, Integer& value) {
     Widest whole = 0;
     if (!reader.readInteger(whole)) return false;
     if (!std::in_range<Integer>(whole)) return reader.fail(JSONFailure::numberOutOfRange);
     value = static_cast<Integer>(whole);
     return true;
   }
-  static bool write(Writer& writer, Integer value) { return writer.integer(Widest{value}); }
+  [[nodiscard]] static bool write(Writer& writer, Integer value) { return writer.integer(Widest{value}); }
 };
 
-/// An enumeration that takes texts it doesn't know for its case `RawTexts<Enumeration>::fallback`.
+/// An enumeration that reads an unknown text as its case `RawTexts<Enumeration>::fallback`.
 template <typename Enumeration>
 concept HasFallbackCase = HasRawText<Enumeration> && requires {
   { RawTexts<Enumeration>::fallback } -> std::convertible_to<Enumeration>;
 };
 
-/// Whether each case and each text stands once among an enumeration's raw texts.
+/// Whether no case and no text occurs twice in an enumeration's raw texts.
 template <HasRawText Enumeration>
-consteval bool rawTextsAreDistinct() {
+[[nodiscard]] consteval bool rawTextsAreDistinct() {
   constexpr auto& table = RawTexts<Enumeration>::table;
   for (auto one = table.begin(); one != table.end(); ++one) {
     for (auto other = table.begin(); other != one; ++other) {
@@ -139,13 +140,13 @@ consteval bool rawTextsAreDistinct() {
   return true;
 }
 
-/// Enumerations by their raw texts, matched byte for byte. An unknown text is refused, or read as the
-/// fallback case. A value that is no case isn't written.
+/// Enumerations, as their raw texts, compared byte for byte. An unknown text is refused, or read as the
+/// fallback case. A value that is not a case is refused on writing.
 template <HasRawText Enumeration>
 struct Codec<Enumeration> {
   static_assert(rawTextsAreDistinct<Enumeration>(), "each case and each raw text is said once");
 
-  static bool read(Reader& reader, Enumeration& value) {
+  [[nodiscard]] static bool read(Reader& reader, Enumeration& value) {
     std::string_view text;
     if (!reader.readText(text)) return false;
     const std::optional<Enumeration> known = fromRawText<Enumeration>(text);
@@ -158,7 +159,7 @@ struct Codec<Enumeration> {
       return true;
     }
   }
-  static bool write(Writer& writer, Enumeration value) {
+  [[nodiscard]] static bool write(Writer& writer, Enumeration value) {
     for (const auto& [one, text] : RawTexts<Enumeration>::table) {
       if (one == value) return writer.text(text);
     }
@@ -166,17 +167,18 @@ struct Codec<Enumeration> {
   }
 };
 
-/// Null reads as no value, and no value is written as null; a record leaves absent fields out instead.
+/// Null reads as no value, and no value is written as null. In a record, a field without a value is not
+/// written at all.
 template <typename T>
 struct Codec<std::optional<T>> {
-  static bool read(Reader& reader, std::optional<T>& value) {
+  [[nodiscard]] static bool read(Reader& reader, std::optional<T>& value) {
     if (reader.takeNull()) {
       value.reset();
       return true;
     }
     return Codec<T>::read(reader, RecordAccess::emplaceIn(value));
   }
-  static bool write(Writer& writer, const std::optional<T>& value) {
+  [[nodiscard]] static bool write(Writer& writer, const std::optional<T>& value) {
     return value ? Codec<T>::write(writer, *value) : writer.null();
   }
 };
@@ -186,17 +188,17 @@ struct Codec<std::optional<T>> {
 
 namespace tilvanego::json::detail {
 
-/// Elements in their order, for each kind of list.
+/// Writes the elements of a vector or an array in their order.
 template <typename T>
-bool writeElements(Writer& writer, const auto& list) {
-  if (!writer.beginList()) return false;
+[[nodiscard]] bool writeElements(Writer& writer, const auto& list) {
+  if (!writer.beginArray()) return false;
   std::size_t index = 0;
   for (const T& element : list) {
     writer.element();
     if (!Codec<T>::write(writer, element)) return writer.failInside(index);
     ++index;
   }
-  writer.endList();
+  writer.endArray();
   return true;
 }
 
@@ -207,9 +209,9 @@ namespace [[gnu::visibility("default")]] json {
 
 template <typename T>
 struct Codec<std::vector<T>> {
-  static bool read(Reader& reader, std::vector<T>& list) {
+  [[nodiscard]] static bool read(Reader& reader, std::vector<T>& list) {
     list.clear();
-    if (!reader.beginList()) return false;
+    if (!reader.beginArray()) return false;
     std::size_t taken = 0;
     Reader::Next next{};
     while ((next = reader.nextElement()) == Reader::Next::item) {
@@ -219,15 +221,15 @@ struct Codec<std::vector<T>> {
     }
     return next == Reader::Next::end;
   }
-  static bool write(Writer& writer, const std::vector<T>& list) {
+  [[nodiscard]] static bool write(Writer& writer, const std::vector<T>& list) {
     return detail::writeElements<T>(writer, list);
   }
 
  private:
-  // Most lists are short: they take their room at once.
+  /// Most arrays are short: memory for them is reserved at once.
   static constexpr std::size_t shortList = 4;
 
-  // For a moment there are both the old room and the new.
+  /// For a moment, both the old and the new buffer exist.
   static bool makeRoom(Reader& reader, std::vector<T>& list, std::size_t& taken) {
     const std::size_t room = std::max(2 * list.capacity(), shortList);
     if (!reader.takeMemory(room * sizeof(T))) return false;
@@ -247,11 +249,11 @@ struct Codec<std::vector<T>> {
   }
 };
 
-/// A list of exactly so many elements.
+/// A JSON array of exactly `count` elements.
 template <typename T, std::size_t count>
 struct Codec<std::array<T, count>> {
-  static bool read(Reader& reader, std::array<T, count>& list) {
-    if (!reader.beginList()) return false;
+  [[nodiscard]] static bool read(Reader& reader, std::array<T, count>& list) {
+    if (!reader.beginArray()) return false;
     std::size_t index = 0;
     Reader::Next next{};
     while ((next = reader.nextElement()) == Reader::Next::item) {
@@ -262,7 +264,7 @@ struct Codec<std::array<T, count>> {
     if (next == Reader::Next::end && index < count) return failForCount(reader, std::to_string(index));
     return next == Reader::Next::end;
   }
-  static bool write(Writer& writer, const std::array<T, count>& list) {
+  [[nodiscard]] static bool write(Writer& writer, const std::array<T, count>& list) {
     return detail::writeElements<T>(writer, list);
   }
 
@@ -273,13 +275,13 @@ struct Codec<std::array<T, count>> {
   }
 };
 
-/// Objects with keys of any text, always written in ascending order of the keys' bytes. The first of equal
-/// keys counts.
+/// JSON objects with any keys, always written in ascending order of the keys' bytes. The first of equal keys
+/// counts.
 template <typename T, typename Less>
 struct Codec<std::map<std::string, T, Less>> {
   using Map = std::map<std::string, T, Less>;
 
-  static bool read(Reader& reader, Map& map) {
+  [[nodiscard]] static bool read(Reader& reader, Map& map) {
     map.clear();
     if (!reader.beginObject()) return false;
     std::string_view key;
@@ -293,7 +295,7 @@ struct Codec<std::map<std::string, T, Less>> {
     }
     return next == Reader::Next::end;
   }
-  static bool write(Writer& writer, const Map& map) {
+  [[nodiscard]] static bool write(Writer& writer, const Map& map) {
     if (!writer.beginObject()) return false;
     for (const auto& [key, value] : map) {
       if (!writer.key(key) || !Codec<T>::write(writer, value)) return writer.failInside(key);
@@ -302,7 +304,7 @@ struct Codec<std::map<std::string, T, Less>> {
     return true;
   }
 
-  /// What an entry takes in a tree: itself, three links and a colour.
+  /// The memory of a tree node: the entry, three pointers and a colour.
   static constexpr std::size_t entrySize = sizeof(typename Map::value_type) + 4 * sizeof(void*);
 };
 

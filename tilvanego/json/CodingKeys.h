@@ -10,8 +10,8 @@
 #include <tilvanego/json/Reflection.h>
 #include <tilvanego/values/RawText.h>
 
-/// Plain aggregates name the keys of their members in an enumeration of their own, one case for each member,
-/// in the members' order:
+/// A plain aggregate may name the keys of its members in an enumeration `CodingKeys`, with one case for each
+/// member, in the members' order:
 ///
 /// ```cpp
 /// struct Trace {
@@ -23,13 +23,12 @@
 /// static_assert(json::NamesItsKeys<Trace>);
 /// ```
 ///
-/// The cases have raw texts like those of any enumeration: their names. Where a key differs from its
-/// member, the record gives its keys a `RawTexts` of their own. A case too many or too few, or in another
-/// place than its member, doesn't compile.
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] json {
+/// The key of a member is the name of its case. If a key differs from the member's name, specialise
+/// `RawTexts` for the enumeration. The program does not compile if the cases and the members differ in number
+/// or order.
+namespace tilvanego::json {
 
-/// An enumeration of that name, inside a type.
+/// An enumeration `CodingKeys` inside a type.
 template <typename Enumeration>
 concept IsCodingKeys = std::is_enum_v<Enumeration> && detail::typeName<Enumeration>.ends_with("::CodingKeys");
 
@@ -37,18 +36,18 @@ concept IsCodingKeys = std::is_enum_v<Enumeration> && detail::typeName<Enumerati
 template <typename Record>
 concept NamesItsKeys = std::is_aggregate_v<Record> && IsCodingKeys<typename Record::CodingKeys>;
 
-/// The cases of an enumeration, each with its name as its text.
+/// Returns the cases of an enumeration, each with its name as its text.
 template <typename Keys>
-consteval auto caseNames() {
+[[nodiscard]] consteval auto caseNames() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return std::array{
         std::pair{static_cast<Keys>(index), detail::enumeratorName<static_cast<Keys>(index)>}...};
   }(std::make_index_sequence<detail::countEnumerators<Keys>()>());
 }
 
-/// The same, but for one case that has a text of its own.
+/// Like `caseNames`, but `value` has the text `text`.
 template <typename Keys>
-consteval auto caseNamesBut(Keys value, std::string_view text) {
+[[nodiscard]] consteval auto caseNamesBut(Keys value, std::string_view text) {
   auto table = caseNames<Keys>();
   table[static_cast<std::size_t>(value)].second = text;
   return table;
@@ -56,17 +55,16 @@ consteval auto caseNamesBut(Keys value, std::string_view text) {
 
 struct RecordTable;
 
-/// What is known of a record that names its keys. It is made in one source file alone, so that no other has
-/// to compile it: that file includes `DescribedRecord.h` and says `template struct Described<Record>;`.
+/// The table and the hash of a record that names its keys. They are compiled in one source file only, which
+/// includes `DescribedRecord.h` and contains `template struct Described<Record>;`.
 template <NamesItsKeys Record>
 struct Described {
-  static const RecordTable& table();
-  /// Equal records have equal hashes; the order of the members matters.
-  static std::size_t hash(const Record& record);
+  [[nodiscard]] static const RecordTable& table();
+  /// Equal records have equal hashes.
+  [[nodiscard]] static std::size_t hash(const Record& record);
 };
 
-}  // namespace json
-}  // namespace tilvanego
+}  // namespace tilvanego::json
 
 template <tilvanego::json::IsCodingKeys Keys>
 struct tilvanego::RawTexts<Keys> {
@@ -75,7 +73,7 @@ struct tilvanego::RawTexts<Keys> {
 
 template <tilvanego::json::NamesItsKeys Record>
 struct std::hash<Record> {
-  std::size_t operator()(const Record& record) const {
+  [[nodiscard]] std::size_t operator()(const Record& record) const {
     return tilvanego::json::Described<Record>::hash(record);
   }
 };

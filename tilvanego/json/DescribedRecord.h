@@ -18,60 +18,60 @@
 
 namespace tilvanego::json::detail {
 
-constexpr std::size_t mixHash(std::size_t seed, std::size_t hash) {
+[[nodiscard]] constexpr std::size_t mixHash(std::size_t seed, std::size_t hash) {
   return seed ^ (hash + 0x9E3779B97F4A7C15 + (seed << 6) + (seed >> 2));
 }
 
 template <typename T>
-std::size_t hashOf(const T& value) {
+[[nodiscard]] std::size_t hashOf(const T& value) {
   return std::hash<T>()(value);
 }
 
-inline std::size_t hashOf(const Date& date) { return hashOf(date.secondsSince1970()); }
+[[nodiscard]] inline std::size_t hashOf(const Date& date) { return hashOf(date.secondsSince1970()); }
 
-inline std::size_t hashOf(const Decimal& amount) { return hashOf(amount.text()); }
+[[nodiscard]] inline std::size_t hashOf(const Decimal& amount) { return hashOf(amount.text()); }
 
-inline std::size_t hashOf(const URL& url) { return hashOf(url.absoluteString()); }
+[[nodiscard]] inline std::size_t hashOf(const URL& url) { return hashOf(url.absoluteString()); }
 
-inline std::size_t hashOf(const UUID& uuid) {
+[[nodiscard]] inline std::size_t hashOf(const UUID& uuid) {
   const auto& octets = uuid.octets();
-  // The bytes of any object may be looked at as characters.
+  // The bytes of any object may be read as characters.
   return hashOf(std::string_view(reinterpret_cast<const char*>(octets.data()), octets.size()));
 }
 
 template <typename T>
-std::size_t hashOf(const std::vector<T>& list) {
+[[nodiscard]] std::size_t hashOf(const std::vector<T>& list) {
   std::size_t hash = list.size();
   for (const T& element : list) hash = mixHash(hash, hashOf(element));
   return hash;
 }
 
 template <typename T>
-std::size_t hashOf(const std::optional<T>& value) {
+[[nodiscard]] std::size_t hashOf(const std::optional<T>& value) {
   return value ? mixHash(1, hashOf(*value)) : 0;
 }
 
 template <typename T, std::size_t count>
-std::size_t hashOf(const std::array<T, count>& list) {
+[[nodiscard]] std::size_t hashOf(const std::array<T, count>& list) {
   std::size_t hash = count;
   for (const T& element : list) hash = mixHash(hash, hashOf(element));
   return hash;
 }
 
 template <typename T, typename Less>
-std::size_t hashOf(const std::map<std::string, T, Less>& map) {
+[[nodiscard]] std::size_t hashOf(const std::map<std::string, T, Less>& map) {
   std::size_t hash = map.size();
   for (const auto& [key, value] : map) hash = mixHash(mixHash(hash, hashOf(key)), hashOf(value));
   return hash;
 }
 
-/// Every member has an initialiser, or a type that initialises itself: only then there are constants of the
-/// record without one.
+/// Every member has an initialiser or a default constructor. Only then a `const Record` may be
+/// default-initialised.
 template <typename Record>
 concept InitialisesItsMembers = requires { new const Record; };
 
 template <typename Record>
-consteval bool casesNameTheMembers() {
+[[nodiscard]] consteval bool casesNameTheMembers() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return ((enumeratorName<static_cast<typename Record::CodingKeys>(index)> ==
              memberName<Record, sizeof...(index), index>) &&

@@ -52,12 +52,13 @@ std::string_view wordsFor(JSONFailure failure) {
   return {};
 }
 
-// Of a text that is no JSON at all, or more than its reader takes.
+// True for a text that is not JSON, or that exceeds a limit.
 bool isAboutText(JSONFailure failure) {
   return failure <= JSONFailure::tooDeep || failure == JSONFailure::beyondLimit;
 }
 
-// Controls, line ends and marks of direction, which a terminal or a log would obey instead of showing them.
+// Control characters, line ends and direction marks, which a terminal or a log would act on instead of
+// showing.
 bool isObeyed(char32_t scalar) {
   return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0) || scalar == 0x61C ||
          (scalar >= 0x200B && scalar <= 0x200F) || (scalar >= 0x2028 && scalar <= 0x202E) ||
@@ -70,7 +71,7 @@ void appendEscape(std::string& text, char32_t unit) {
   for (int shift = 12; shift >= 0; shift -= 4) text += digits[unit >> shift & 0xF];
 }
 
-// The text as it may stand in a line; bytes that are no UTF-8 as U+FFFD.
+// Returns the text so that it can be shown in one line. Bytes that are not UTF-8 become U+FFFD.
 std::string shown(std::string_view text) {
   std::string line;
   for (std::size_t at = 0; at < text.size();) {

@@ -12,57 +12,57 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The six kinds of JSON values (RFC 8259, section 3).
-enum class JSONKind : std::uint8_t { null, boolean, number, text, list, object };
+enum class JSONKind : std::uint8_t { null, boolean, number, string, array, object };
 
-/// What was wrong with a JSON text that was read, or with a value that was to be written.
+/// Why reading a JSON text or writing a value failed.
 enum class JSONFailure : std::uint8_t {
   unexpectedEnd,        ///< the text stops inside a value
   unexpectedCharacter,  ///< no value, comma, colon or bracket of the grammar starts here
   trailingContent,      ///< something follows the one value
   invalidNumber,        ///< a number that breaks the grammar, such as `5.` or `1e`
   invalidEscape,        ///< an unknown escape, or half of a surrogate pair
-  controlCharacter,     ///< a character below U+0020 stands unescaped in a text
-  invalidUTF8,          ///< a text isn't UTF-8; also raised on writing
-  tooDeep,              ///< lists and objects nest deeper than the limit; also raised on writing
-  wrongKind,            ///< a value of another kind than the record wants, `null` included
-  numberOutOfRange,     ///< a number that isn't whole or doesn't fit the wanted type
-  missingKey,           ///< a required key isn't there
-  unknownText,          ///< a text that isn't one of an enumeration's
-  invalidValue,         ///< the right kind, but not what a codec takes, such as a text that is no date
-  notFinite,            ///< writing: an infinity or a NaN, for which JSON has no form
+  controlCharacter,     ///< an unescaped character below U+0020 in a string
+  invalidUTF8,          ///< a string is not UTF-8; on writing, too
+  tooDeep,              ///< arrays and objects nest deeper than the limit; on writing, too
+  wrongKind,            ///< a value of another kind than expected, such as `null`
+  numberOutOfRange,     ///< a number that is not whole or does not fit the expected type
+  missingKey,           ///< a required key is missing
+  unknownText,          ///< a string that is not a raw text of the enumeration
+  invalidValue,         ///< the right kind, but refused by a codec, such as a string that is not a date
+  notFinite,            ///< on writing: an infinity or a NaN, for which JSON has no form
   beyondLimit,          ///< reading costs more than the reader's `JSONLimits` allow
 };
 
-/// One step into a value: a key of an object or an index of a list.
+/// One step into a value: a key of an object or an index of an array.
 using JSONPathStep = std::variant<std::string, std::size_t>;
 
-/// Why a JSON text couldn't be read, or a value not be written.
+/// Why a JSON text could not be read, or a value could not be written.
 struct JSONError {
   JSONFailure failure = JSONFailure::unexpectedEnd;
-  /// Where in the text, in bytes from its start; 0 on writing.
+  /// The position in the text, in bytes from its start. 0 on writing.
   std::size_t offset = 0;
-  /// It was a value that couldn't be written, so that there is no text to point into.
+  /// True if writing failed: `offset` then means nothing.
   bool onWriting = false;
-  /// `wrongKind`: what was wanted and what stood there.
+  /// For `wrongKind`: the expected kind and the kind that was found.
   JSONKind expected = JSONKind::null;
   JSONKind found = JSONKind::null;
-  /// `missingKey`: the key. `unknownText` and `invalidValue`: a codec's own words, or empty.
+  /// For `missingKey`, the key. For other failures, an error text of the codec, or empty.
   std::string detail = {};
-  /// The steps from the innermost value out to the whole.
+  /// The path to the value, the innermost step first.
   std::vector<JSONPathStep> stepsOutward = {};
 
-  /// The way to the value, such as `trace.history[2].timestamp`; empty for the whole. Keys that aren't plain
-  /// names stand in quotes, and everything in them that could move a cursor, end a line or turn the direction
-  /// of writing as `\u` escapes.
-  std::string path() const;
-  /// What was wrong, without where: `expected a number, found a text`.
-  std::string reason() const;
-  /// Where and what, such as `trace.history[2].timestamp: expected a date`. A missing key ends its path; the
-  /// whole text is `$`.
-  std::string report() const;
-  /// One line for a developer, such as `expected a number, found a text at [3].amount (byte 120)`. Shows
-  /// keys, never values.
-  std::string description() const;
+  /// Returns the path to the value, such as `trace.history[2].timestamp`; empty for the whole text. Keys that
+  /// are not plain names are quoted. Control characters, line ends and direction marks in keys are `\u`
+  /// escapes.
+  [[nodiscard]] std::string path() const;
+  /// Returns the reason without the path: `expected a number, found a text`.
+  [[nodiscard]] std::string reason() const;
+  /// Returns path and reason, such as `trace.history[2].timestamp: expected a date`. A missing key is the
+  /// last step of the path. The whole text is `$`.
+  [[nodiscard]] std::string report() const;
+  /// Returns one line for a developer, such as `expected a number, found a text at [3].amount (byte 120)`.
+  /// Shows keys, never values.
+  [[nodiscard]] std::string description() const;
 
   bool operator==(const JSONError&) const = default;
 };

@@ -20,23 +20,23 @@
 namespace tilvanego::json::detail {
 namespace {
 
-// Powers of ten that a double holds exactly, and the integers it does: with both, one multiplication or
-// division rounds once and is therefore the nearest double (W. D. Clinger, "How to read floating point
-// numbers accurately").
+// The powers of ten and the integers that a double holds exactly. With both, one multiplication or division
+// rounds once, so the result is the nearest double (W. D. Clinger, "How to read floating point numbers
+// accurately").
 constexpr std::array<double, 23> exactPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 constexpr std::uint64_t largestExactInteger = std::uint64_t{1} << 53;
-constexpr std::int64_t mostMantissaDigits = 19;
-// More than the digits of any text in memory can make up for.
+constexpr std::int64_t maxMantissaDigits = 19;
+// Larger than the number of digits of any text in memory.
 constexpr std::int64_t exponentCeiling = 1'000'000'000'000'000;
 
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Smaller than 1 in size; tells a number too small for a double from one too large.
+// Whether the magnitude is less than 1: distinguishes a number too small for a double from one too large.
 bool isBelowOne(const JSONNumber& number) { return number.digits + number.exponent <= 0; }
 
-// The nearest value, however long the digits; beyond the range an infinity or 0.
+// Returns the nearest value for any number of digits. Beyond the range, an infinity or 0.
 template <typename Real>
 Real nearest(const JSONNumber& number) {
 #ifdef __cpp_lib_to_chars
@@ -69,7 +69,7 @@ struct Digits {
   bool fits = true;
 };
 
-// Of a number whose mantissa lacks digits.
+// For a number with more digits than its mantissa holds.
 Digits digitsOfText(const JSONNumber& number) {
   Digits digits{0, number.exponent, true};
   std::int64_t zeros = 0;
@@ -94,7 +94,7 @@ Digits digitsOfText(const JSONNumber& number) {
 }
 
 Digits digitsOf(const JSONNumber& number) {
-  if (number.digits > mostMantissaDigits) return digitsOfText(number);
+  if (number.digits > maxMantissaDigits) return digitsOfText(number);
   Digits digits{number.mantissa, number.exponent, true};
   for (; digits.exponent < 0 && digits.significant % 10 == 0; ++digits.exponent) digits.significant /= 10;
   return digits;
@@ -109,7 +109,7 @@ JSONNumber scanJSONNumber(std::string_view text) {
   const auto takeDigits = [&]() -> std::int64_t {
     const char* const first = cursor;
     for (; cursor != end && isDigit(*cursor); ++cursor) {
-      if (number.digits < mostMantissaDigits) {
+      if (number.digits < maxMantissaDigits) {
         number.mantissa = number.mantissa * 10 + static_cast<unsigned>(*cursor - '0');
       }
       if (number.mantissa != 0) ++number.digits;
@@ -148,7 +148,7 @@ JSONNumber scanJSONNumber(std::string_view text) {
 std::optional<double> JSONNumber::asDouble() const {
   if (mantissa == 0) return negative ? -0.0 : 0.0;
   double value = 0;
-  if (digits <= mostMantissaDigits && mantissa <= largestExactInteger && exponent >= -22 && exponent <= 22) {
+  if (digits <= maxMantissaDigits && mantissa <= largestExactInteger && exponent >= -22 && exponent <= 22) {
     value = static_cast<double>(mantissa);
     if (exponent < 0) {
       value /= exactPowersOfTen[static_cast<std::size_t>(-exponent)];
@@ -165,13 +165,13 @@ std::optional<float> JSONNumber::asFloat() const {
   return nearestFinite<float>(*this);
 }
 
-// The number without its sign, if it is whole and fits.
+// Returns the magnitude of the number, if it is whole and fits.
 std::optional<std::uint64_t> JSONNumber::wholeMagnitude() const {
-  if (plain && digits <= mostMantissaDigits) return mantissa;
+  if (plain && digits <= maxMantissaDigits) return mantissa;
   if (mantissa == 0) return 0;
   const Digits whole = digitsOf(*this);
   if (whole.exponent < 0 && isBelowOne(*this) && !asDouble()) return 0;
-  if (!whole.fits || whole.exponent < 0 || whole.exponent > mostMantissaDigits) return std::nullopt;
+  if (!whole.fits || whole.exponent < 0 || whole.exponent > maxMantissaDigits) return std::nullopt;
   std::uint64_t value = whole.significant;
   for (std::int64_t i = 0; i < whole.exponent; ++i) {
     if (value > std::numeric_limits<std::uint64_t>::max() / 10) return std::nullopt;

@@ -21,33 +21,6 @@ using detail::TextEnds;
 constexpr std::size_t uncounted = std::numeric_limits<std::size_t>::max();
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-constexpr bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
-constexpr bool startsNumber(char c) { return c == '-' || (c >= '0' && c <= '9'); }
-
-bool kindFrom(char first, JSONKind& kind) {
-  switch (first) {
-    case '"':
-      kind = JSONKind::text;
-      return true;
-    case '{':
-      kind = JSONKind::object;
-      return true;
-    case '[':
-      kind = JSONKind::list;
-      return true;
-    case 't':
-    case 'f':
-      kind = JSONKind::boolean;
-      return true;
-    case 'n':
-      kind = JSONKind::null;
-      return true;
-    default:
-      kind = JSONKind::number;
-      return startsNumber(first);
-  }
-}
-
 }  // namespace
 
 Reader::Reader(std::string_view text, const JSONDates* dates, const JSONLimits& limits)
@@ -68,24 +41,13 @@ Reader::Reader(std::string_view text, const JSONDates* dates, const JSONLimits& 
   }
 }
 
-// The piece's elements have been counted when it was passed over.
+// The elements of the piece were counted when `whole` skipped it.
 Reader::Reader(std::string_view piece, Reader& whole) : Reader(piece, whole.dates_, whole.limits_) {
   memoryLeft_ = whole.memoryLeft_;
   elementsLeft_ = uncounted;
 }
 
-bool Reader::failKind(JSONKind expected) {
-  if (cursor_ == end_) return failAt(cursor_, JSONFailure::unexpectedEnd);
-  if (!kindFrom(*cursor_, error_.found)) return failAt(cursor_, JSONFailure::unexpectedCharacter);
-  error_.expected = expected;
-  return failAt(cursor_, JSONFailure::wrongKind);
-}
-
-// Scalars
-
-inline void Reader::skipBlanks() {
-  while (cursor_ != end_ && *cursor_ <= ' ' && isBlank(*cursor_)) ++cursor_;
-}
+// Texts
 
 inline bool Reader::startValue(JSONKind expected, char first) {
   skipBlanks();
@@ -93,82 +55,7 @@ inline bool Reader::startValue(JSONKind expected, char first) {
   return (cursor_ != end_ && *cursor_ == first) || failKind(expected);
 }
 
-bool Reader::peek(JSONKind& kind) {
-  skipBlanks();
-  value_ = cursor_;
-  if (cursor_ == end_) return failAt(cursor_, JSONFailure::unexpectedEnd);
-  return kindFrom(*cursor_, kind) || failAt(cursor_, JSONFailure::unexpectedCharacter);
-}
-
-bool Reader::takeWord(std::string_view word) {
-  const std::string_view rest(cursor_, static_cast<std::size_t>(end_ - cursor_));
-  if (!rest.starts_with(word)) return false;
-  cursor_ += word.size();
-  return true;
-}
-
-bool Reader::takeNull() {
-  skipBlanks();
-  value_ = cursor_;
-  return takeWord("null");
-}
-
-bool Reader::readBoolean(bool& value) {
-  skipBlanks();
-  value_ = cursor_;
-  value = takeWord("true");
-  if (value || takeWord("false")) return true;
-  JSONKind found{};
-  if (!peek(found)) return false;
-  return found == JSONKind::boolean ? failAt(cursor_, JSONFailure::unexpectedCharacter)
-                                    : failKind(JSONKind::boolean);
-}
-
-bool Reader::readNumber(detail::JSONNumber& number) {
-  skipBlanks();
-  value_ = cursor_;
-  if (cursor_ == end_ || !startsNumber(*cursor_)) return failKind(JSONKind::number);
-  number = detail::scanJSONNumber({cursor_, static_cast<std::size_t>(end_ - cursor_)});
-  cursor_ += number.text.size();
-  return !number.text.empty() || failAt(value_, JSONFailure::invalidNumber);
-}
-
-bool Reader::readInteger(std::int64_t& value) {
-  detail::JSONNumber number;
-  if (!readNumber(number)) return false;
-  const std::optional<std::int64_t> whole = number.asInteger();
-  value = whole.value_or(0);
-  return whole || fail(JSONFailure::numberOutOfRange, "the number is not a whole number of 64 bits");
-}
-
-bool Reader::readInteger(std::uint64_t& value) {
-  detail::JSONNumber number;
-  if (!readNumber(number)) return false;
-  const std::optional<std::uint64_t> whole = number.asUnsigned();
-  value = whole.value_or(0);
-  return whole ||
-         fail(JSONFailure::numberOutOfRange, "the number is not a whole number of 64 bits without a sign");
-}
-
-bool Reader::readDouble(double& value) {
-  detail::JSONNumber number;
-  if (!readNumber(number)) return false;
-  const std::optional<double> nearest = number.asDouble();
-  value = nearest.value_or(0);
-  return nearest || fail(JSONFailure::numberOutOfRange);
-}
-
-bool Reader::readFloat(float& value) {
-  detail::JSONNumber number;
-  if (!readNumber(number)) return false;
-  const std::optional<float> nearest = number.asFloat();
-  value = nearest.value_or(0);
-  return nearest || fail(JSONFailure::numberOutOfRange);
-}
-
-// Texts
-
-// The text that begins at `start`, after its quote. Most end at the first byte that isn't plain.
+// Reads the string whose content begins at `start`. Most strings end at the first byte that is not plain.
 inline bool Reader::readTextFrom(const char* start, std::string_view& value) {
   const char* const cursor = detail::endOfPlainText<TextEnds::reading>(start, end_);
   if (cursor == end_ || *cursor != '"') return readRestOfText(start, cursor, value);
@@ -179,7 +66,7 @@ inline bool Reader::readTextFrom(const char* start, std::string_view& value) {
 
 bool Reader::readText(std::string& value) {
   std::string_view view;
-  if (!startValue(JSONKind::text, '"') || !readTextFrom(cursor_ + 1, view)) return false;
+  if (!startValue(JSONKind::string, '"') || !readTextFrom(cursor_ + 1, view)) return false;
   value.assign(view);
   return true;
 }
@@ -191,19 +78,19 @@ bool Reader::readText(std::optional<std::string>& value) {
     return takeWord("null") || failAt(cursor_, JSONFailure::unexpectedCharacter);
   }
   std::string_view view;
-  if (!startValue(JSONKind::text, '"') || !readTextFrom(cursor_ + 1, view)) return false;
+  if (!startValue(JSONKind::string, '"') || !readTextFrom(cursor_ + 1, view)) return false;
   value.emplace(view);
   return true;
 }
 
 bool Reader::readText(std::string_view& value) {
-  return startValue(JSONKind::text, '"') && readTextFrom(cursor_ + 1, value);
+  return startValue(JSONKind::string, '"') && readTextFrom(cursor_ + 1, value);
 }
 
-// Lists and objects
+// Arrays and objects
 
 bool Reader::open(char first) {
-  if (!startValue(first == '{' ? JSONKind::object : JSONKind::list, first)) return false;
+  if (!startValue(first == '{' ? JSONKind::object : JSONKind::array, first)) return false;
   if (depth_ >= limits_.depth) return failAt(cursor_, JSONFailure::tooDeep);
   ++cursor_;
   ++depth_;
@@ -211,7 +98,7 @@ bool Reader::open(char first) {
   return true;
 }
 
-bool Reader::beginList() { return open('['); }
+bool Reader::beginArray() { return open('['); }
 bool Reader::beginObject() { return open('{'); }
 
 inline Reader::Next Reader::nextItem(char closing) {
@@ -287,7 +174,7 @@ bool Reader::skip() {
     } else if (!skipScalar()) {
       return false;
     }
-    // On to the next value, out of everything that ends here.
+    // Moves to the next value, and leaves the arrays and objects that end before it.
     Next next = Next::end;
     while (depth_ > outside && next == Next::end) {
       std::string_view key;
@@ -313,7 +200,7 @@ bool Reader::finish() {
 
 // Records
 
-// Takes the field's key if it stands here as it would be written.
+// Reads the field's key if it is the next one, written without escapes.
 inline bool Reader::takeKey(const RecordField& field) {
   const std::size_t size = field.quoted.size();
   const auto left = static_cast<std::size_t>(end_ - cursor_);
@@ -334,9 +221,9 @@ inline bool Reader::takeKey(const RecordField& field) {
   return true;
 }
 
-// Takes a key with its colon and finds its field, the number of fields if there is none. Most texts have
+// Reads a key with its colon and finds its field, or the number of fields for an unknown key. Most texts have
 // their keys in the order of the table or in ascending order, so the two fields that would then follow
-// `previous` are tried first.
+// `previous` are compared first.
 inline bool Reader::matchField(const RecordTable& table, std::size_t previous, std::size_t& field) {
   skipBlanks();
   const std::size_t count = table.fields.size();
@@ -361,14 +248,14 @@ bool Reader::failForMissing(const RecordTable& table, std::size_t field) {
   return failAt(cursor_ - 1, JSONFailure::missingKey);
 }
 
-// A record that was used before keeps nothing of that.
+// Clears the fields that are missing in the text: the record may have former values.
 inline void Reader::clearAbsent(const RecordTable& table, std::uint64_t seen, void* record) {
   if ((table.clearable & ~seen) != 0) table.clear(record, table.clearable & ~seen);
 }
 
-// The object has been opened. Its values are found first and read afterwards.
+// The object is open. First finds all its values, then reads them.
 bool Reader::readFieldsInOrder(const RecordTable& table, void* record) {
-  std::array<const char*, RecordTable::mostFields> values{};
+  std::array<const char*, RecordTable::maxFields> values{};
   std::string_view key;
   Next next{};
   while ((next = nextKey(key)) == Next::item) {
@@ -378,7 +265,7 @@ bool Reader::readFieldsInOrder(const RecordTable& table, void* record) {
   }
   if (next == Next::failure) return false;
   const char* const end = cursor_;
-  // Everything in here has been counted.
+  // All elements of the object have been counted.
   const std::size_t elementsLeft = std::exchange(elementsLeft_, uncounted);
   std::uint64_t seen = 0;
   ++depth_;

@@ -17,94 +17,102 @@ namespace [[gnu::visibility("default")]] json {
 struct RecordField;
 struct RecordTable;
 
-/// Reads one JSON text (RFC 8259, UTF-8, with or without a byte order mark) value by value: the caller says
-/// what it expects next. Every read skips the white space before its value. A read that fails returns false
-/// and leaves the reason in `error()`; the reader is of no use afterwards. Views that it gives die with the
-/// text or at the next read. Nothing that was read stays behind in memory of the reader's own.
+/// Reads one JSON text (RFC 8259, UTF-8, with or without a byte order mark) value by value: the caller calls
+/// the function of the kind that it expects next. Each function skips the white space before the value. A
+/// failed read returns false and stores the reason in `error()`; the reader must not be used any more then.
+/// Returned views are valid until the next read, and as long as the text. The reader wipes its own buffer
+/// when it is destroyed.
 class Reader {
  public:
-  /// Neither the text nor the dates' form is copied; both must outlive the reader. No form means
+  /// Neither the text nor `dates` is copied; both must outlive the reader. Null `dates` mean
   /// `JSONDates::internetDateTime()`. Beyond one of the limits every read fails.
   explicit Reader(std::string_view text, const JSONDates* dates = nullptr, const JSONLimits& limits = {});
-  /// Reads a piece that `skip` of another reader gave, with its dates and within what its limits leave. The
-  /// other must outlive it.
+  /// Reads a piece that `skip` of the reader `whole` returned, with its dates and the rest of its limits.
+  /// `whole` must outlive this reader.
   Reader(std::string_view piece, Reader& whole);
   ~Reader();
   Reader(const Reader&) = delete;
   Reader& operator=(const Reader&) = delete;
 
-  /// The kind of the next value by its first character. Fails where none can start.
-  bool peek(JSONKind& kind);
-  /// True if the next value is null, which is then taken.
-  bool takeNull();
+  /// Stores the kind of the next value, known by its first character. Fails if no value can start there.
+  [[nodiscard]] bool peek(JSONKind& kind);
+  /// If the next value is null, reads it and returns true.
+  [[nodiscard]] bool takeNull();
 
-  bool readBoolean(bool& value);
-  /// A whole number of 64 bits, exactly; `1.0` and `1e2` are whole.
-  bool readInteger(std::int64_t& value);
+  [[nodiscard]] bool readBoolean(bool& value);
+  /// Reads a whole number of 64 bits, exactly. `1.0` and `1e2` are whole.
+  [[nodiscard]] bool readInteger(std::int64_t& value);
   bool readInteger(std::uint64_t& value);
-  /// The nearest one. Numbers beyond the range are refused, and those that would silently become 0.
-  bool readDouble(double& value);
+  /// Reads the nearest floating-point number. Refuses numbers beyond the range, and other numbers than 0 that
+  /// would become 0.
+  [[nodiscard]] bool readDouble(double& value);
   bool readFloat(float& value);
-  /// A number's parts and its text as written.
-  bool readNumber(detail::JSONNumber& number);
+  /// Reads a number's parts and its text as written.
+  [[nodiscard]] bool readNumber(detail::JSONNumber& number);
   bool readText(std::string& value);
-  /// Null gives no value.
-  bool readText(std::optional<std::string>& value);
-  /// The text with its escapes resolved; a view into the input where there were none.
-  bool readText(std::string_view& value);
-  /// Passes over one value of any kind, which is checked in full.
-  bool skip();
-  /// The same, and gives its text as it stands, without the blanks around it: a piece of the input, for a
-  /// reader of its own.
-  bool skip(std::string_view& text);
+  /// Null reads as no value.
+  [[nodiscard]] bool readText(std::optional<std::string>& value);
+  /// Reads a string with its escapes decoded. Without escapes, the view points into the input.
+  [[nodiscard]] bool readText(std::string_view& value);
+  /// Skips one value of any kind, and checks it completely.
+  [[nodiscard]] bool skip();
+  /// Like `skip()`, and stores the value's text, a part of the input without the white space around it.
+  /// Another reader may read it.
+  [[nodiscard]] bool skip(std::string_view& text);
 
-  /// What `nextElement` and `nextKey` came upon.
+  /// What `nextElement` and `nextKey` found.
   enum class Next { item, end, failure };
 
-  /// After `beginList`, `nextElement` gives `item` before each element and then, once, `end`.
-  bool beginList();
+  /// After `beginArray`, `nextElement` returns `item` before each element and then, once, `end`.
+  [[nodiscard]] bool beginArray();
   Next nextElement();
-  /// After `beginObject`, `nextKey` gives `item` and the key before each value and then, once, `end`.
-  bool beginObject();
+  /// After `beginObject`, `nextKey` returns `item` and stores the key before each value, and then, once,
+  /// returns `end`.
+  [[nodiscard]] bool beginObject();
   Next nextKey(std::string_view& key);
 
-  /// Nothing but white space may be left.
-  bool finish();
+  /// Fails if anything but white space follows.
+  [[nodiscard]] bool finish();
 
-  const JSONDates* dates() const { return dates_; }
+  [[nodiscard]] const JSONDates* dates() const { return dates_; }
 
-  /// For codecs that make more than the text's own bytes: asks for `bytes` of memory before they are
-  /// allocated. Fails beyond `JSONLimits::memory`.
-  bool takeMemory(std::size_t bytes) {
+  /// For codecs that need more memory than the text's own bytes: counts `bytes` before they are allocated.
+  /// Fails beyond `JSONLimits::memory`.
+  [[nodiscard]] bool takeMemory(std::size_t bytes) {
     if (bytes > *memoryLeft_) return failBeyondMemory();
     *memoryLeft_ -= bytes;
     return true;
   }
-  /// Memory that was taken before, and is free again.
+  /// Counts `bytes` as free again.
   void giveBackMemory(std::size_t bytes) { *memoryLeft_ += bytes; }
 
-  /// From now on records are read in the order of their fields, however these stand in the text, so that the
-  /// failure is that of the first field. It takes a second pass over every object.
+  /// From now on the fields of a record are read in the record's order instead of the text's order, so that
+  /// the failure is that of the record's first wrong field. Each object is then passed twice.
   void readInFieldOrder() { inFieldOrder_ = true; }
 
-  /// For codecs: fails for the value that was read last. Always false.
+  /// For codecs: fails for the value that was read last. Always returns false.
   bool fail(JSONFailure failure, std::string detail = {});
-  /// For codecs: the failure happened inside the value under this key or index. Always false.
+  /// For codecs: adds a step to the path of the failure, the key or index of the value in which it happened.
+  /// Always returns false.
   bool failInside(JSONPathStep step);
-  /// For codecs: takes over the failure of a reader of `piece`, which `skip` gave. Always false.
+  /// For codecs: fails with the error of another reader, which has read `piece`, a result of `skip`. Always
+  /// returns false.
   bool failIn(std::string_view piece, JSONError error);
-  JSONError& error() { return error_; }
+  [[nodiscard]] JSONError& error() { return error_; }
 
   /// Reads an object into the record at `record`, whose type `table` describes. The first of equal keys
-  /// counts. Optional fields that are missing or null become absent, whatever they were.
-  bool readRecord(const RecordTable& table, void* record);
+  /// counts. Optional fields that are missing or null lose their value.
+  [[nodiscard]] bool readRecord(const RecordTable& table, void* record);
 
  private:
   bool failAt(const char* where, JSONFailure failure);
   bool failBeyondMemory();
   Next failBeyondElements();
   bool failKind(JSONKind expected);
-  void skipBlanks();
+  static constexpr bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+  void skipBlanks() {
+    while (cursor_ != end_ && *cursor_ <= ' ' && isBlank(*cursor_)) ++cursor_;
+  }
   bool startValue(JSONKind expected, char first);
   bool readTextFrom(const char* start, std::string_view& value);
   bool takeRun(const char*& cursor);

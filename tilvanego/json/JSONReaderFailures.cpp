@@ -3,9 +3,8 @@
 
 #include <tilvanego/json/JSONReader.h>
 
-/// What the reader leaves behind when a read fails.
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] json {
+// How the reader stores the reason of a failure.
+namespace tilvanego::json {
 
 bool Reader::failAt(const char* where, JSONFailure failure) {
   error_.failure = failure;
@@ -44,5 +43,4 @@ bool Reader::failIn(std::string_view piece, JSONError error) {
   return false;
 }
 
-}  // namespace json
-}  // namespace tilvanego
+}  // namespace tilvanego::json

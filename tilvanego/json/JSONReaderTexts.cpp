@@ -1,11 +1,12 @@
 #include <tilvanego/json/JSONReader.h>
 #include <tilvanego/json/TextScan.h>
+#include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/UTF8.h>
 #include <tilvanego/values/Wiping.h>
 
-/// The reader's slower ways through a text: escapes and what lies beyond ASCII.
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] json {
+// How the reader reads strings with escapes or with characters beyond ASCII.
+namespace tilvanego::json {
 namespace {
 
 using detail::TextEnds;
@@ -21,7 +22,7 @@ constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0
 
 Reader::~Reader() { tilvanego::detail::wipe(scratch_); }
 
-// Passes over what stands for itself, up to a quote or a backslash.
+// Moves to the next quote or backslash.
 bool Reader::takeRun(const char*& cursor) {
   for (;;) {
     cursor = detail::endOfPlainText<TextEnds::reading>(cursor, end_);
@@ -34,7 +35,7 @@ bool Reader::takeRun(const char*& cursor) {
   }
 }
 
-// The text that begins at `start`, from `cursor` on.
+// Reads the string whose content begins at `start`, from `cursor` on.
 bool Reader::readRestOfText(const char* start, const char* cursor, std::string_view& value) {
   if (!takeRun(cursor)) return false;
   if (*cursor == '\\') return readEscapes(start, cursor, value);
@@ -43,14 +44,14 @@ bool Reader::readRestOfText(const char* start, const char* cursor, std::string_v
   return true;
 }
 
-// Room for an escape, too.
+// Reserves space for one escape, too.
 void Reader::takeIntoScratch(const char* from, const char* to) {
   constexpr std::size_t longestEscape = 4;
   tilvanego::detail::makeRoom(scratch_, static_cast<std::size_t>(to - from) + longestEscape);
   scratch_.append(from, to);
 }
 
-// A text with escapes, the first of which is at `cursor`, goes into `scratch_` run by run.
+// Decodes a string with escapes into `scratch_`. The first escape is at `cursor`.
 bool Reader::readEscapes(const char* start, const char* cursor, std::string_view& value) {
   scratch_.clear();
   takeIntoScratch(start, cursor);
@@ -65,7 +66,7 @@ bool Reader::readEscapes(const char* start, const char* cursor, std::string_view
   return true;
 }
 
-// One escape, appended to `scratch_`.
+// Decodes one escape and appends it to `scratch_`.
 bool Reader::readEscape(const char*& cursor) {
   const char* const escape = cursor++;
   if (cursor == end_) return failAt(cursor, JSONFailure::unexpectedEnd);
@@ -92,21 +93,15 @@ bool Reader::readEscape(const char*& cursor) {
   return true;
 }
 
-// The four hexadecimal digits of an escape.
+// Reads the four hexadecimal digits of an escape.
 bool Reader::takeUnit(const char*& cursor, char32_t& unit) {
   if (end_ - cursor < 4) return false;
   for (int i = 0; i < 4; ++i, ++cursor) {
-    const char c = *cursor;
-    if (c >= '0' && c <= '9') {
-      unit = unit * 16 + static_cast<char32_t>(c - '0');
-    } else if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F')) {
-      unit = unit * 16 + static_cast<char32_t>((c | 0x20) - 'a' + 10);
-    } else {
-      return false;
-    }
+    const int digit = tilvanego::detail::hexValue(*cursor);
+    if (digit < 0) return false;
+    unit = unit * 16 + static_cast<char32_t>(digit);
   }
   return true;
 }
 
-}  // namespace json
-}  // namespace tilvanego
+}  // namespace tilvanego::json

@@ -66,7 +66,7 @@ void JSONLookup::endForAbsence() {
 
 // Going through all levels
 
-// The boxes that wait for their end.
+// The boxes that will be destroyed.
 class JSONValue::Doomed {
  public:
   void add(JSONValue& value) {
@@ -77,7 +77,7 @@ class JSONValue::Doomed {
     }
   }
 
-  // A box gives its own boxes away before it ends, so that no end is inside another.
+  // A box passes its own boxes on before it is destroyed, so that destructors do not nest.
   void endAll() {
     while (arrays_ != nullptr || dictionaries_ != nullptr) {
       if (arrays_ != nullptr) {
@@ -108,7 +108,7 @@ void JSONValue::dismantle() noexcept {
   doomed.endAll();
 }
 
-// Boxes are made with all their places, in which those inside are null at first.
+// Makes a box with all its elements. Inner arrays and dictionaries are null at first.
 void JSONValue::copyOneLevel(const JSONValue& other) {
   if (const auto* array = std::get_if<ArrayBox>(&other.value_)) {
     ArrayBox& box = value_.emplace<ArrayBox>();
@@ -139,14 +139,14 @@ void JSONValue::copy(const JSONValue& other) {
     copied->copyOneLevel(*one);
     from.enter(*one);
     to.enter(*copied);
-    // What the levels show is part of this value, which is no constant.
+    // The levels return elements of this value, which is not const.
     copied = const_cast<JSONValue*>(to.next());
   }
 }
 
 namespace {
 
-// Of the same case, with the same payload, or as many elements.
+// Whether both have the same case and the same content, or the same number of elements.
 bool alike(const JSONValue& a, const JSONValue& b) {
   if (const auto* text = a.stringValue()) return b.isString() && *text == *b.stringValue();
   if (const auto* array = a.arrayValue()) return b.isArray() && array->size() == b.arrayValue()->size();

@@ -16,17 +16,17 @@
 #include <vector>
 
 #include <tilvanego/json/JSON.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
 class JSONLookup;
 
-/// Any JSON value. Values are equal only if they are of the same case with equal payloads: the integer 1
-/// isn't the double 1.0. Reading makes a whole number that fits 64 bits an `int`, every other number a
-/// `double`, and keeps the first of equal keys.
+/// Any JSON value. Values are equal only if their case and their content are equal: the integer 1 is not
+/// equal to the double 1.0. A whole number that fits 64 signed bits is read as an `int`, every other number
+/// as a `double`. The first of equal keys counts.
 ///
-/// However deeply values nest, reading, writing, copying, comparing and ending them takes no more stack than
-/// a flat one does.
+/// Reading, writing, copying, comparing and destroying a value need no more stack if it is deeply nested.
 class JSONValue {
  public:
   using Array = std::vector<JSONValue>;
@@ -39,7 +39,7 @@ class JSONValue {
   JSONValue(std::string value) : value_(std::move(value)) {}
   JSONValue(std::string_view value) : value_(std::string(value)) {}
   JSONValue(const char* value) : value_(std::string(value)) {}
-  /// An `int`, or the nearest `double` of what 64 signed bits can't hold.
+  /// An `int`, or the nearest `double` for a number that does not fit 64 signed bits.
   template <std::integral Integer>
     requires(!std::same_as<Integer, bool>)
   JSONValue(Integer value) {
@@ -56,14 +56,14 @@ class JSONValue {
   JSONValue(Dictionary value);
 
   JSONValue(const JSONValue& other) : JSONValue() { copy(other); }
-  /// Leaves a value of the same case; text, array or dictionary are empty then.
+  /// The moved-from value keeps its case; its string, array or dictionary is empty.
   JSONValue(JSONValue&& other) noexcept = default;
   JSONValue& operator=(const JSONValue& other) {
     if (this != &other) *this = JSONValue(other);
     return *this;
   }
   JSONValue& operator=(JSONValue&& other) noexcept {
-    // What was here ends with `former`, level by level; it may hold the other.
+    // The former content is destroyed with `former`, level by level. It may contain `other`.
     JSONValue former(std::move(*this));
     value_ = std::move(other.value_);
     return *this;
@@ -72,54 +72,57 @@ class JSONValue {
     if (holds<ArrayBox>() || holds<DictionaryBox>()) dismantle();
   }
 
-  /// A dictionary of these pairs; the last of equal keys counts.
-  static JSONValue dictionary(std::initializer_list<std::pair<std::string_view, JSONValue>> pairs);
+  /// Makes a dictionary of these pairs. The last of equal keys counts.
+  [[nodiscard]] static JSONValue dictionary(
+      std::initializer_list<std::pair<std::string_view, JSONValue>> pairs);
   static JSONValue array(std::initializer_list<JSONValue> elements) { return Array(elements); }
 
-  /// What a value becomes when it is written as JSON and read again: a record becomes a dictionary. Dates
-  /// take their default form.
+  /// Writes a value as JSON and reads the text as a `JSONValue`: a record becomes a dictionary. Dates have
+  /// their default form.
   template <typename T>
-  static std::expected<JSONValue, JSONError> encoding(const T& value) {
+  [[nodiscard]] static std::expected<JSONValue, JSONError> encoding(const T& value) {
     const auto text = json::encode(value);
     if (!text) return std::unexpected(text.error());
     return json::decode<JSONValue>(*text);
   }
 
-  bool isString() const { return holds<std::string>(); }
+  [[nodiscard]] bool isString() const { return holds<std::string>(); }
   bool isInt() const { return holds<std::int64_t>(); }
-  bool isDouble() const { return holds<double>(); }
+  [[nodiscard]] bool isDouble() const { return holds<double>(); }
   bool isBool() const { return holds<bool>(); }
-  bool isArray() const { return holds<ArrayBox>(); }
+  [[nodiscard]] bool isArray() const { return holds<ArrayBox>(); }
   bool isDictionary() const { return holds<DictionaryBox>(); }
-  bool isNull() const { return holds<std::monostate>(); }
+  [[nodiscard]] bool isNull() const { return holds<std::monostate>(); }
 
-  /// The payload if the value is of exactly this case; there is no conversion.
-  std::optional<std::int64_t> intValue() const { return copied<std::int64_t>(); }
+  /// Return the content if the value is of exactly this case. Nothing is converted.
+  [[nodiscard]] std::optional<std::int64_t> intValue() const { return copied<std::int64_t>(); }
   std::optional<double> doubleValue() const { return copied<double>(); }
-  std::optional<bool> boolValue() const { return copied<bool>(); }
-  /// Null if the value is of another case; otherwise valid as long as this value stays unchanged.
-  const std::string* stringValue() const { return std::get_if<std::string>(&value_); }
-  const Array* arrayValue() const;
-  const Dictionary* dictionaryValue() const;
+  [[nodiscard]] std::optional<bool> boolValue() const { return copied<bool>(); }
+  /// Return null if the value is of another case. The pointer is valid as long as this value is unchanged.
+  [[nodiscard]] const std::string* stringValue() const TILVANEGO_LIFETIMEBOUND {
+    return std::get_if<std::string>(&value_);
+  }
+  const Array* arrayValue() const TILVANEGO_LIFETIMEBOUND;
+  [[nodiscard]] const Dictionary* dictionaryValue() const TILVANEGO_LIFETIMEBOUND;
 
-  /// The entry of a dictionary; absent if there is none, or the value is of another case.
-  JSONLookup operator[](std::string_view key) const;
-  JSONLookup operator[](const char* key) const;
+  /// Finds the entry of a dictionary. Finds nothing if there is none, or if the value is of another case.
+  [[nodiscard]] JSONLookup operator[](std::string_view key) const TILVANEGO_LIFETIMEBOUND;
+  JSONLookup operator[](const char* key) const TILVANEGO_LIFETIMEBOUND;
   JSONLookup operator[](std::nullptr_t) const = delete;
-  /// The element of an array; absent if the index is negative or past the end, or the value is of another
-  /// case.
+  /// Finds the element of an array. Finds nothing if the index is negative or past the end, or if the value
+  /// is of another case.
   template <std::integral Index>
-  JSONLookup operator[](Index index) const;
+  [[nodiscard]] JSONLookup operator[](Index index) const TILVANEGO_LIFETIMEBOUND;
 
-  // Not defaulted: deciding on that here, where the type isn't complete, makes libc++ 19 move the elements of
-  // an `Array` as plain bytes.
+  // Not defaulted here, where the type is incomplete: libc++ 19 would then move the elements of an `Array` as
+  // plain bytes.
   friend bool operator==(const JSONValue& a, const JSONValue& b);
   /// Equal values have equal hashes.
-  std::size_t hash() const;
+  [[nodiscard]] std::size_t hash() const;
 
  private:
-  // Arrays and dictionaries lie in boxes, which keeps every value as small as a text; an empty one has no
-  // box. `next` chains those that are about to end.
+  /// Arrays and dictionaries are allocated separately, so that a value is as small as a string; empty ones
+  /// are not allocated. `next` links those that will be destroyed.
   struct BoxedArray {
     Array elements;
     BoxedArray* next = nullptr;
@@ -152,8 +155,8 @@ class JSONValue {
   std::variant<std::monostate, std::string, std::int64_t, double, bool, ArrayBox, DictionaryBox> value_;
 };
 
-/// What a subscript of a `JSONValue` found: a value inside it, or nothing. Subscripts go on from there, and
-/// inside nothing find nothing:
+/// The result of a subscript of a `JSONValue`: a value inside it, or nothing. It has subscripts too; a
+/// subscript of nothing finds nothing:
 ///
 /// ```cpp
 /// std::int64_t firstPrice(const JSONValue& order) {
@@ -161,46 +164,50 @@ class JSONValue {
 /// }
 /// ```
 ///
-/// Valid as long as the value that was looked into stays unchanged.
+/// Valid as long as the value that was searched is unchanged.
 class JSONLookup {
  public:
   /// Nothing.
   JSONLookup() = default;
   explicit JSONLookup(const JSONValue* found) : found_(found) {}
 
-  explicit operator bool() const { return found_ != nullptr; }
+  [[nodiscard]] explicit operator bool() const { return found_ != nullptr; }
   friend bool operator==(JSONLookup lookup, std::nullptr_t) { return lookup.found_ == nullptr; }
-  /// The value that was found, null if none was.
-  const JSONValue* get() const { return found_; }
-  /// Only where something was found: the program ends otherwise.
-  const JSONValue& operator*() const {
+  /// Returns the value that was found, or null.
+  [[nodiscard]] const JSONValue* get() const { return found_; }
+  /// The value that was found. If nothing was found, the process ends.
+  [[nodiscard]] const JSONValue& operator*() const {
     if (found_ == nullptr) endForAbsence();
     return *found_;
   }
-  const JSONValue* operator->() const { return &**this; }
+  [[nodiscard]] const JSONValue* operator->() const { return &**this; }
 
-  JSONLookup operator[](std::string_view key) const { return found_ ? (*found_)[key] : JSONLookup(); }
+  [[nodiscard]] JSONLookup operator[](std::string_view key) const {
+    return found_ ? (*found_)[key] : JSONLookup();
+  }
   JSONLookup operator[](const char* key) const { return (*this)[std::string_view(key)]; }
   JSONLookup operator[](std::nullptr_t) const = delete;
   template <std::integral Index>
-  JSONLookup operator[](Index index) const {
+  [[nodiscard]] JSONLookup operator[](Index index) const {
     return found_ ? (*found_)[index] : JSONLookup();
   }
 
-  // As those of the value; none of them holds for nothing.
-  bool isString() const { return found_ && found_->isString(); }
+  /// Like the functions of `JSONValue`. If nothing was found, they return false, no value or null.
+  [[nodiscard]] bool isString() const { return found_ && found_->isString(); }
   bool isInt() const { return found_ && found_->isInt(); }
-  bool isDouble() const { return found_ && found_->isDouble(); }
+  [[nodiscard]] bool isDouble() const { return found_ && found_->isDouble(); }
   bool isBool() const { return found_ && found_->isBool(); }
-  bool isArray() const { return found_ && found_->isArray(); }
+  [[nodiscard]] bool isArray() const { return found_ && found_->isArray(); }
   bool isDictionary() const { return found_ && found_->isDictionary(); }
-  bool isNull() const { return found_ && found_->isNull(); }
+  [[nodiscard]] bool isNull() const { return found_ && found_->isNull(); }
   std::optional<std::int64_t> intValue() const { return found_ ? found_->intValue() : std::nullopt; }
-  std::optional<double> doubleValue() const { return found_ ? found_->doubleValue() : std::nullopt; }
+  [[nodiscard]] std::optional<double> doubleValue() const {
+    return found_ ? found_->doubleValue() : std::nullopt;
+  }
   std::optional<bool> boolValue() const { return found_ ? found_->boolValue() : std::nullopt; }
-  const std::string* stringValue() const { return found_ ? found_->stringValue() : nullptr; }
+  [[nodiscard]] const std::string* stringValue() const { return found_ ? found_->stringValue() : nullptr; }
   const JSONValue::Array* arrayValue() const { return found_ ? found_->arrayValue() : nullptr; }
-  const JSONValue::Dictionary* dictionaryValue() const {
+  [[nodiscard]] const JSONValue::Dictionary* dictionaryValue() const {
     return found_ ? found_->dictionaryValue() : nullptr;
   }
 
@@ -220,7 +227,7 @@ JSONLookup JSONValue::operator[](Index index) const {
 
 template <>
 struct json::Codec<JSONValue> {
-  static bool read(Reader& reader, JSONValue& value);
+  [[nodiscard]] static bool read(Reader& reader, JSONValue& value);
   static bool write(Writer& writer, const JSONValue& value);
 };
 
@@ -228,5 +235,5 @@ struct json::Codec<JSONValue> {
 
 template <>
 struct std::hash<tilvanego::JSONValue> {
-  std::size_t operator()(const tilvanego::JSONValue& value) const { return value.hash(); }
+  [[nodiscard]] std::size_t operator()(const tilvanego::JSONValue& value) const { return value.hash(); }
 };

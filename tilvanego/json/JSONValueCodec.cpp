@@ -12,9 +12,9 @@ using json::Reader;
 using json::Writer;
 using json::detail::Levels;
 
-// Whole numbers are exact. What was read must come back from what is written, though a double that is whole
-// is written like an integer: it becomes one at once. But 2^63, the first that doesn't fit, is written with
-// an exponent as a number that would fit, and stays itself.
+// Whole numbers are exact. A value that is written and read again must be equal, and a whole double is
+// written like an integer. So it becomes an integer here. But 2^63, the first one that does not fit, is
+// written with an exponent, and stays a double.
 bool readNumber(Reader& reader, JSONValue& value) {
   json::detail::JSONNumber number;
   if (!reader.readNumber(number)) return false;
@@ -40,8 +40,8 @@ bool readNumber(Reader& reader, JSONValue& value) {
 
 }  // namespace
 
-/// Reads a value place by place. The places of the arrays and dictionaries that are open stand in a list of
-/// their own, so that depth costs no stack.
+// Reads a value without recursion: the open arrays and dictionaries are in a vector, so that depth needs no
+// stack.
 class JSONValue::Reading {
  public:
   Reading(Reader& reader, JSONValue& whole) : reader_(reader), place_(&whole) {}
@@ -70,12 +70,12 @@ class JSONValue::Reading {
         return reader_.takeNull() || reader_.fail(JSONFailure::unexpectedCharacter);
       case JSONKind::boolean:
         return reader_.readBoolean(value.emplace<bool>());
-      case JSONKind::text:
+      case JSONKind::string:
         return reader_.readText(value.emplace<std::string>());
       case JSONKind::number:
         return readNumber(reader_, *place_);
-      case JSONKind::list:
-        if (!reader_.beginList()) return false;
+      case JSONKind::array:
+        if (!reader_.beginArray()) return false;
         value.emplace<ArrayBox>();
         break;
       case JSONKind::object:
@@ -87,7 +87,7 @@ class JSONValue::Reading {
     return true;
   }
 
-  // The place that failed is that of the array itself until its next element has one.
+  // Until the next element has a place, the failure belongs to the array itself.
   Reader::Next nextElement() {
     place_ = open_[depth_ - 1];
     const Reader::Next next = reader_.nextElement();
@@ -103,7 +103,7 @@ class JSONValue::Reading {
     return next;
   }
 
-  // A short array takes little, so that many of them stay small beside their text.
+  // A short array reserves little, so that many of them need little memory compared with their text.
   bool makeRoom(Array& elements) {
     constexpr std::size_t shortArray = 2;
     const std::size_t former = elements.capacity();
@@ -135,7 +135,7 @@ class JSONValue::Reading {
     }
   }
 
-  // Names the steps from the place that failed outwards.
+  // Adds the path steps, from the failed place outwards.
   bool failAtPlace() {
     if (depth_ > 0 && open_[depth_ - 1] == place_) --depth_;
     for (; depth_ > 0; place_ = open_[--depth_]) {
@@ -166,7 +166,7 @@ namespace {
 bool beginValue(Writer& writer, const JSONValue& value) {
   if (const auto* text = value.stringValue()) return writer.text(*text);
   if (value.isDictionary()) return writer.beginObject();
-  if (value.isArray()) return writer.beginList();
+  if (value.isArray()) return writer.beginArray();
   if (const auto whole = value.intValue()) return writer.integer(*whole);
   if (const auto real = value.doubleValue()) return writer.number(*real);
   if (const auto truth = value.boolValue()) return writer.boolean(*truth);
@@ -177,7 +177,7 @@ void endLevel(Writer& writer, bool isDictionary) {
   if (isDictionary) {
     writer.endObject();
   } else {
-    writer.endList();
+    writer.endArray();
   }
 }
 

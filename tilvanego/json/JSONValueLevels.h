@@ -9,8 +9,7 @@
 
 namespace tilvanego::json::detail {
 
-/// The arrays and dictionaries that a walk through a value is in, the innermost last, kept on the heap
-/// instead of the stack:
+/// The stack of arrays and dictionaries of a walk through a value, the innermost last. It lies on the heap:
 ///
 /// ```cpp
 /// void visitAll(const JSONValue& whole, const std::function<void(const JSONValue&)>& visit) {
@@ -22,10 +21,10 @@ namespace tilvanego::json::detail {
 /// }
 /// ```
 ///
-/// goes through a whole value, parents first.
+/// visits a whole value, parents first.
 class Levels {
  public:
-  /// From here on `next` gives what is in this value. False, and nothing changes, if there is nothing in it.
+  /// Makes `next` return the values inside this value. If there are none, returns false and does nothing.
   bool enter(const JSONValue& value) {
     if (value.isArray()) {
       const JSONValue::Array* array = value.arrayValue();
@@ -38,8 +37,8 @@ class Levels {
     return false;
   }
 
-  /// The next value of the innermost level; null at its end, which `leave` then closes.
-  const JSONValue* nextInLevel() {
+  /// Returns the next value of the innermost level, or null at its end; then call `leave`.
+  [[nodiscard]] const JSONValue* nextInLevel() {
     Level& level = levels_.back();
     if (level.array != nullptr) {
       return level.index == level.array->size() ? nullptr : &(*level.array)[level.index++];
@@ -49,8 +48,8 @@ class Levels {
     return &level.entry++->second;
   }
 
-  /// The next value at all, out of all levels that end here; null at the end of the whole.
-  const JSONValue* next() {
+  /// Returns the next value, and leaves the levels that end before it. Returns null at the end of the walk.
+  [[nodiscard]] const JSONValue* next() {
     for (; !levels_.empty(); leave()) {
       if (const JSONValue* one = nextInLevel()) return one;
     }
@@ -58,12 +57,12 @@ class Levels {
   }
 
   void leave() { levels_.pop_back(); }
-  bool empty() const { return levels_.empty(); }
+  [[nodiscard]] bool empty() const { return levels_.empty(); }
   bool isInDictionary() const { return levels_.back().dictionary != nullptr; }
-  /// Of the last value; null in an array and outside of all.
-  const std::string* key() const { return empty() ? nullptr : levels_.back().key; }
-  /// Of the last value of an array.
-  std::size_t index() const { return levels_.back().index - 1; }
+  /// The key of the last value. Null in an array and without a level.
+  [[nodiscard]] const std::string* key() const { return empty() ? nullptr : levels_.back().key; }
+  /// The index of the last value, in an array.
+  [[nodiscard]] std::size_t index() const { return levels_.back().index - 1; }
 
  private:
   struct Level {
@@ -73,7 +72,7 @@ class Levels {
     JSONValue::Dictionary::const_iterator entry = {};
     const std::string* key = nullptr;
   };
-  // Most values are no deeper than a few levels.
+  /// Most values are no deeper than a few levels.
   bool add(const Level& level) {
     if (levels_.empty()) levels_.reserve(8);
     levels_.push_back(level);

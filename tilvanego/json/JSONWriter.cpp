@@ -10,6 +10,7 @@
 
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/DoubleText.h>
 #include <tilvanego/values/UTF8.h>
 
@@ -23,7 +24,7 @@ using tilvanego::detail::decodeScalar;
 using tilvanego::detail::isASCII;
 
 constexpr std::size_t firstSize = 1024;
-// Room that `ensure` keeps beyond what was asked for: a comma, a colon, quotes and the longest escape.
+// Bytes that `ensure` reserves in addition: for a comma, a colon, quotes and the longest escape.
 constexpr std::size_t slack = 32;
 constexpr std::size_t longestInteger = 20;
 
@@ -110,7 +111,7 @@ bool Writer::putNumber(const std::optional<std::string>& text) {
 
 // Texts
 
-// Room for the text and its quotes, if nothing in it needs an escape, has been made.
+// The caller has reserved space for the text and its quotes, without escapes.
 inline bool Writer::putText(std::string_view text) {
   put('"');
   if (detail::copyPlainText(text.data(), text.size(), cursor_)) {
@@ -127,7 +128,7 @@ bool Writer::text(std::string_view value) {
   return putText(value);
 }
 
-// Each escape makes room for what follows it.
+// Each escape reserves space for the bytes after it.
 bool Writer::putEscapedText(std::string_view text) {
   const char* cursor = text.data();
   const char* const end = cursor + text.size();
@@ -159,7 +160,7 @@ void Writer::putEscaped(char c) {
   put(digits[static_cast<unsigned char>(c) & 0xF]);
 }
 
-// Lists and objects
+// Arrays and objects
 
 inline void Writer::putIndent() {
   std::memset(cursor_, ' ', 2 * depth_);
@@ -192,7 +193,7 @@ void Writer::end(char closing) {
   put(closing);
 }
 
-// What stands before a key or an element, and room for what follows.
+// Writes the comma or line break before a key or an element, and reserves `room` bytes.
 inline void Writer::separate(std::size_t room) {
   ensure(room + 2 * depth_);
   if (!std::exchange(atStart_, false)) {
@@ -202,8 +203,8 @@ inline void Writer::separate(std::size_t room) {
   if (format_.pretty) putIndent();
 }
 
-bool Writer::beginList() { return begin('['); }
-void Writer::endList() { end(']'); }
+bool Writer::beginArray() { return begin('['); }
+void Writer::endArray() { end(']'); }
 bool Writer::beginObject() { return begin('{'); }
 void Writer::endObject() { end('}'); }
 
@@ -219,7 +220,7 @@ bool Writer::key(std::string_view key) {
 
 // Records
 
-// Room for the key, which is copied in one block if it is short, and for `room` bytes after it.
+// Reserves space for the key, which is copied in one block if it is short, and for `room` bytes after it.
 inline void Writer::putFieldKey(const RecordField& field, std::size_t room) {
   const std::size_t size = field.quoted.size();
   separate(size + room);

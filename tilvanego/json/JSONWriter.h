@@ -11,14 +11,15 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// How a JSON text is laid out. Slashes in texts are always escaped, beyond ASCII nothing is.
+/// The layout of a JSON text. Slashes in strings are always escaped, characters beyond ASCII never.
 struct JSONFormat {
-  /// Keys in ascending order of their UTF-8 bytes, at every level; otherwise in the order of a record's
-  /// table.
+  /// If true, keys are in ascending order of their UTF-8 bytes, at every level. If false, the keys of a
+  /// record are in the order of its fields.
   bool sortedKeys = false;
-  /// Two blanks for each level, ` : ` between key and value, and an empty line inside empty brackets.
+  /// If true, each level is indented by two blanks, ` : ` separates key and value, and empty brackets contain
+  /// an empty line.
   bool pretty = false;
-  /// Not owned; none means `JSONDates::internetDateTime()`.
+  /// The form of dates. Not owned. Null means `JSONDates::internetDateTime()`.
   const JSONDates* dates = nullptr;
 };
 
@@ -30,9 +31,9 @@ namespace [[gnu::visibility("default")]] json {
 struct RecordField;
 struct RecordTable;
 
-/// Writes one JSON text (RFC 8259, UTF-8) value by value; commas and layout are its own business. A call that
-/// fails returns false and leaves the reason in `error()`; the writer is of no use afterwards. Apart from the
-/// finished text, nothing that was written stays behind in freed memory.
+/// Writes one JSON text (RFC 8259, UTF-8) value by value, and adds the commas and the layout. A failed call
+/// returns false and stores the reason in `error()`; the writer must not be used any more then. The writer
+/// wipes each buffer before it frees it.
 class Writer {
  public:
   explicit Writer(const JSONFormat& format = {});
@@ -40,41 +41,42 @@ class Writer {
   Writer(const Writer&) = delete;
   Writer& operator=(const Writer&) = delete;
 
-  bool null();
+  [[nodiscard]] bool null();
   bool boolean(bool value);
-  bool integer(std::int64_t value);
+  [[nodiscard]] bool integer(std::int64_t value);
   bool integer(std::uint64_t value);
-  /// The shortest text that reads back as the same double, or the same float. Fails for infinities and NaN.
-  bool number(double value);
+  /// Writes the shortest text that reads back as the same double or float. Fails for infinities and NaN.
+  [[nodiscard]] bool number(double value);
   bool number(float value);
-  /// Fails unless `value` is UTF-8.
-  bool text(std::string_view value);
+  /// Writes a string. Fails if `value` is not UTF-8.
+  [[nodiscard]] bool text(std::string_view value);
 
-  bool beginList();
-  /// Before each element.
+  [[nodiscard]] bool beginArray();
+  /// Must be called before each element.
   void element();
-  void endList();
-  bool beginObject();
-  /// Before each value.
-  bool key(std::string_view key);
+  void endArray();
+  [[nodiscard]] bool beginObject();
+  /// Must be called before each value.
+  [[nodiscard]] bool key(std::string_view key);
   void endObject();
 
-  /// The finished text.
-  std::string take();
+  /// Returns the finished text. Call it once, at the end.
+  [[nodiscard]] std::string take();
 
-  const JSONFormat& format() const { return format_; }
+  [[nodiscard]] const JSONFormat& format() const { return format_; }
 
-  /// For codecs: the value can't be written. Always false.
+  /// For codecs: the value cannot be written. Always returns false.
   bool fail(JSONFailure failure, std::string detail = {});
-  /// For codecs: the failure happened inside the value under this key or index. Always false.
+  /// For codecs: adds a step to the path of the failure, the key or index of the value in which it happened.
+  /// Always returns false.
   bool failInside(JSONPathStep step);
-  JSONError& error() { return error_; }
+  [[nodiscard]] JSONError& error() { return error_; }
 
   /// Writes the record at `record`, whose type `table` describes, as an object.
-  bool writeRecord(const RecordTable& table, const void* record);
-  /// For the field writers of a record: the key of the value that follows, or key and text in one.
+  [[nodiscard]] bool writeRecord(const RecordTable& table, const void* record);
+  /// For the field writers of a record: writes the key of the next value, or a key and a string.
   void fieldKey(const RecordField& field);
-  bool fieldText(const RecordField& field, std::string_view value);
+  [[nodiscard]] bool fieldText(const RecordField& field, std::string_view value);
 
  private:
   void ensure(std::size_t count);

@@ -16,8 +16,7 @@
 #include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/json/RecordTable.h>
 
-/// Records say their fields once, in a static function beside the members, and are read and written from
-/// that:
+/// A record lists its fields once, in a static function. The list defines how it is read and written:
 ///
 /// ```cpp
 /// #include <tilvanego/json/ValueCodecs.h>
@@ -35,17 +34,15 @@
 /// };
 /// ```
 ///
-/// A plain aggregate whose fields have the codecs of their types and the keys of their names says only the
-/// keys (`CodingKeys.h`).
+/// A plain aggregate may list only its keys (`CodingKeys.h`), if each field has the codec of its type.
 ///
-/// A field of type `std::optional` may be missing or null when read, and is left out when absent; every other
-/// field is required. Keys that the table doesn't know are checked for good JSON and passed over. The first
-/// of equal keys counts. A record is default-constructible; one with private members makes
-/// `json::RecordAccess` its friend.
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] json {
+/// A field of type `std::optional` may be missing or null on reading, and is not written if it has no value.
+/// All other fields are required. The values of unknown keys must be valid JSON, and are skipped. The first
+/// of equal keys counts. A record must have a default constructor. A record with private members must declare
+/// `json::RecordAccess` a friend.
+namespace tilvanego::json {
 
-/// One field of a record: its key, its member, and the codec of the member's value.
+/// One field of a record: its key, its member and its codec.
 template <typename Record, typename Member, typename FieldCodec>
 struct Field {
   using Owner = Record;
@@ -55,18 +52,19 @@ struct Field {
   Member Record::* member;
 };
 
-/// `void` stands for the codec of the member's type.
+/// Makes a field. `void` means the codec of the member's type.
 template <typename FieldCodec = void, typename Record, typename Member>
-constexpr Field<Record, Member, FieldCodec> field(std::string_view key, Member Record::* member) {
+[[nodiscard]] constexpr Field<Record, Member, FieldCodec> field(std::string_view key,
+                                                                Member Record::* member) {
   return {key, member};
 }
 
 template <typename... Fields>
-constexpr std::tuple<Fields...> fields(Fields... all) {
+[[nodiscard]] constexpr std::tuple<Fields...> fields(Fields... all) {
   return {all...};
 }
 
-/// A record with a table.
+/// A record that lists its fields in `jsonFields`.
 template <typename T>
 concept ListsItsFields = requires { RecordAccess::fields<T>(); };
 
@@ -76,10 +74,7 @@ concept IsRecord = ListsItsFields<T> || NamesItsKeys<T>;
 template <ListsItsFields Record>
 inline constexpr auto recordFields = RecordAccess::fields<Record>();
 
-}  // namespace json
-}  // namespace tilvanego
-
-namespace tilvanego::json::detail {
+namespace detail {
 
 template <typename T>
 struct OptionalTraits : std::false_type {
@@ -90,7 +85,7 @@ struct OptionalTraits<std::optional<T>> : std::true_type {
   using Value = T;
 };
 
-/// The fields of a record, however it says them.
+/// The fields of a record, from `jsonFields` or `CodingKeys`.
 template <typename Record>
 struct Layout;
 
@@ -100,12 +95,12 @@ struct Layout<Record> {
   template <std::size_t index>
   using At = std::tuple_element_t<index, decltype(RecordAccess::fields<Record>())>;
 
-  static constexpr auto keys() {
+  [[nodiscard]] static constexpr auto keys() {
     return std::apply([](const auto&... all) { return std::array<std::string_view, count>{all.key...}; },
                       recordFields<Record>);
   }
   template <std::size_t index>
-  static auto& member(auto& record) {
+  [[nodiscard]] static auto& member(auto& record) {
     return record.*std::get<index>(recordFields<Record>).member;
   }
 };
@@ -121,13 +116,13 @@ struct Layout<Record> {
     using Coding = void;
   };
 
-  static constexpr auto keys() {
+  [[nodiscard]] static constexpr auto keys() {
     std::array<std::string_view, count> keys{};
     for (std::size_t i = 0; i < count; ++i) keys[i] = Keys::table[i].second;
     return keys;
   }
   template <std::size_t index>
-  static auto& member(auto& record) {
+  [[nodiscard]] static auto& member(auto& record) {
     return std::get<index>(tieMembers<count>(record));
   }
 };
@@ -141,26 +136,28 @@ using CodingOf =
                        std::type_identity<Codec<typename OptionalTraits<typename OneField::Type>::Value>>,
                        std::type_identity<typename OneField::Coding>>::type;
 
-}  // namespace tilvanego::json::detail
-
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] json {
+}  // namespace detail
 
 template <IsRecord Record>
 inline constexpr std::size_t fieldCount = detail::Layout<Record>::count;
 
-/// The keys of a record in the order of its fields.
+namespace detail {
+
+/// Computed once for each record: compilers limit the steps of a constant expression.
+template <typename Record>
+inline constexpr std::array<std::string_view, fieldCount<Record>> keysOf = Layout<Record>::keys();
+
+}  // namespace detail
+
+/// Returns the keys of a record in the order of its fields.
 template <IsRecord Record>
-constexpr std::array<std::string_view, fieldCount<Record>> recordKeys() {
-  return detail::Layout<Record>::keys();
+[[nodiscard]] constexpr const std::array<std::string_view, fieldCount<Record>>& recordKeys() {
+  return detail::keysOf<Record>;
 }
 
-}  // namespace json
-}  // namespace tilvanego
+namespace detail {
 
-namespace tilvanego::json::detail {
-
-/// Texts are the bulk of every record: they have ways of their own through the reader and the writer.
+/// Most fields are strings: the reader and the writer have special functions for them.
 template <typename OneField>
 inline constexpr bool isTextField = std::is_same_v<CodingOf<OneField>, Codec<std::string>>;
 
@@ -170,7 +167,7 @@ inline constexpr bool mayBeAbsent = requires(const T& value) {
 };
 
 template <typename Coding, typename T>
-bool readKeyed(Reader& reader, T& value, std::string_view key) {
+[[nodiscard]] bool readKeyed(Reader& reader, T& value, std::string_view key) {
   if constexpr (requires { Coding::read(reader, value, key); }) {
     return Coding::read(reader, value, key);
   } else {
@@ -179,7 +176,7 @@ bool readKeyed(Reader& reader, T& value, std::string_view key) {
 }
 
 template <typename Record, std::size_t index>
-bool readField(Reader& reader, void* record) {
+[[nodiscard]] bool readField(Reader& reader, void* record) {
   using OneField = FieldAt<Record, index>;
   [[maybe_unused]] constexpr std::string_view key = recordKeys<Record>()[index];
   auto& member = Layout<Record>::template member<index>(*static_cast<Record*>(record));
@@ -197,7 +194,7 @@ bool readField(Reader& reader, void* record) {
 }
 
 template <typename Coding, typename T>
-bool writeValue(Writer& writer, const RecordField& field, const T& value) {
+[[nodiscard]] bool writeValue(Writer& writer, const RecordField& field, const T& value) {
   if constexpr (std::is_same_v<Coding, Codec<std::string>>) {
     return writer.fieldText(field, value);
   } else {
@@ -210,7 +207,7 @@ bool writeValue(Writer& writer, const RecordField& field, const T& value) {
 }
 
 template <typename Record, std::size_t index>
-bool writeField(Writer& writer, const RecordField& field, const void* record) {
+[[nodiscard]] bool writeField(Writer& writer, const RecordField& field, const void* record) {
   using OneField = FieldAt<Record, index>;
   const auto& member = Layout<Record>::template member<index>(*static_cast<const Record*>(record));
   if constexpr (OptionalTraits<typename OneField::Type>::value) {
@@ -220,15 +217,15 @@ bool writeField(Writer& writer, const RecordField& field, const void* record) {
   }
 }
 
-/// Keys go into the table as they are written, so they must need no escape.
-constexpr bool isPlainKey(std::string_view key) {
+/// The table holds the keys as they are written, so they must not need an escape.
+[[nodiscard]] constexpr bool isPlainKey(std::string_view key) {
   return std::ranges::all_of(
       key, [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\' && c != '/'; });
 }
 
-/// The keys of a record in their quotes, end to end.
+/// The quoted keys of a record, one after the other.
 template <typename Record>
-consteval auto quoteKeys() {
+[[nodiscard]] consteval auto quoteKeys() {
   constexpr std::size_t size = [] {
     std::size_t sum = 0;
     for (const std::string_view key : recordKeys<Record>()) sum += key.size() + 2;
@@ -248,31 +245,33 @@ template <typename Record>
 inline constexpr auto quotedKeys = quoteKeys<Record>();
 
 template <typename Record>
-consteval auto sortFields() {
+[[nodiscard]] consteval auto sortFields() {
   std::array<std::uint8_t, fieldCount<Record>> order{};
   for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<std::uint8_t>(i);
   std::ranges::sort(order, {}, [](std::uint8_t i) { return recordKeys<Record>()[i]; });
   return order;
 }
 
-/// The field that follows field `index` in `order`, the first after the last.
+/// Returns the field after field `index` in `order`. The first field follows the last one.
 template <std::size_t count>
-constexpr std::uint8_t fieldAfter(const std::array<std::uint8_t, count>& order, std::size_t index) {
+[[nodiscard]] constexpr std::uint8_t fieldAfter(const std::array<std::uint8_t, count>& order,
+                                                std::size_t index) {
   const auto place = std::ranges::find(order, index) + 1;
   return place == order.end() ? order.front() : *place;
 }
 
 template <typename Record>
-consteval auto describeFields() {
+[[nodiscard]] consteval auto describeFields() {
   std::array<RecordField, fieldCount<Record>> all{};
   const auto describe = [&]<std::size_t... index>(std::index_sequence<index...>) {
     ((all[index].read = &readField<Record, index>, all[index].write = &writeField<Record, index>), ...);
   };
   describe(std::make_index_sequence<fieldCount<Record>>());
+  const auto order = sortFields<Record>();
   std::size_t start = 0;
   for (std::size_t i = 0; i < all.size(); ++i) {
     const std::size_t size = recordKeys<Record>()[i].size() + 2;
-    all[i].afterInSorted = fieldAfter(sortFields<Record>(), i);
+    all[i].afterInSorted = fieldAfter(order, i);
     all[i].quoted = std::string_view(quotedKeys<Record>.data() + start, size);
     std::ranges::copy(all[i].quoted.substr(0, all[i].lead.size()), all[i].lead.begin());
     start += size;
@@ -281,7 +280,7 @@ consteval auto describeFields() {
 }
 
 template <typename Record>
-consteval auto hashFields() {
+[[nodiscard]] consteval auto hashFields() {
   std::array<std::uint8_t, 4 * std::bit_ceil(fieldCount<Record> + 1)> slots{};
   slots.fill(RecordTable::freeSlot);
   for (std::size_t i = 0; i < fieldCount<Record>; ++i) {
@@ -297,20 +296,20 @@ inline constexpr bool isRequired = !OptionalTraits<typename OneField::Type>::val
                                    !mayBeAbsent<CodingOf<OneField>, typename OneField::Type>;
 
 template <typename Record>
-consteval std::uint64_t requiredFields() {
+[[nodiscard]] consteval std::uint64_t requiredFields() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return (std::uint64_t{0} | ... | (isRequired<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
   }(std::make_index_sequence<fieldCount<Record>>());
 }
 
-/// A codec whose values may be absent says with `makeAbsent` how they become so.
+/// Whether a missing field can be cleared: an optional, or a codec with `makeAbsent`.
 template <typename OneField>
 inline constexpr bool isClearable =
     OptionalTraits<typename OneField::Type>::value ||
     requires(typename OneField::Type& value) { CodingOf<OneField>::makeAbsent(value); };
 
 template <typename Record>
-consteval std::uint64_t clearableFields() {
+[[nodiscard]] consteval std::uint64_t clearableFields() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return (std::uint64_t{0} | ... | (isClearable<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
   }(std::make_index_sequence<fieldCount<Record>>());
@@ -336,7 +335,7 @@ void clearFields([[maybe_unused]] void* record, [[maybe_unused]] std::uint64_t w
 }
 
 template <typename Record>
-consteval bool keysAreSound() {
+[[nodiscard]] consteval bool keysAreSound() {
   auto keys = recordKeys<Record>();
   if (!std::ranges::all_of(keys, isPlainKey)) return false;
   std::ranges::sort(keys);
@@ -345,7 +344,7 @@ consteval bool keysAreSound() {
 
 template <typename Record>
 struct Description {
-  static_assert(fieldCount<Record> <= RecordTable::mostFields, "a record has at most 64 fields");
+  static_assert(fieldCount<Record> <= RecordTable::maxFields, "a record has at most 64 fields");
   static_assert(keysAreSound<Record>(),
                 "a record's keys are printable ASCII without quotes or slashes, each said once");
   static constexpr auto fields = describeFields<Record>();
@@ -359,13 +358,10 @@ struct Description {
                                      &clearFields<Record>};
 };
 
-}  // namespace tilvanego::json::detail
-
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] json {
+}  // namespace detail
 
 template <IsRecord Record>
-const RecordTable& recordTable() {
+[[nodiscard]] const RecordTable& recordTable() {
   if constexpr (NamesItsKeys<Record>) {
     return Described<Record>::table();
   } else {
@@ -375,13 +371,12 @@ const RecordTable& recordTable() {
 
 template <IsRecord Record>
 struct Codec<Record> {
-  static bool read(Reader& reader, Record& record) {
+  [[nodiscard]] static bool read(Reader& reader, Record& record) {
     return reader.readRecord(recordTable<Record>(), &record);
   }
-  static bool write(Writer& writer, const Record& record) {
+  [[nodiscard]] static bool write(Writer& writer, const Record& record) {
     return writer.writeRecord(recordTable<Record>(), &record);
   }
 };
 
-}  // namespace json
-}  // namespace tilvanego
+}  // namespace tilvanego::json

@@ -5,9 +5,8 @@
 #include <tuple>
 #include <utility>
 
-/// What the compiler knows of a type's own words, so that nobody has to say them twice: the names of
-/// enumerators, types and members. g++ and clang alike spell a template's arguments out in
-/// `__PRETTY_FUNCTION__`: `... [with auto value = tilvanego::models::Status::force; ...]`.
+/// The names of enumerators, types and members as texts, from the compiler. g++ and clang write a template's
+/// arguments into `__PRETTY_FUNCTION__`: `... [with auto value = tilvanego::models::Status::force; ...]`.
 namespace tilvanego::json::detail {
 
 template <auto value>
@@ -20,14 +19,14 @@ consteval std::string_view spelledType() {
   return __PRETTY_FUNCTION__;
 }
 
-/// The first template argument as the compiler spelled it.
-consteval std::string_view firstArgument(std::string_view spelling) {
+/// Returns the first template argument as the compiler writes it.
+[[nodiscard]] consteval std::string_view firstArgument(std::string_view spelling) {
   spelling.remove_prefix(spelling.rfind('[') + 1);
   spelling.remove_prefix(spelling.find("= ") + 2);
   return spelling.substr(0, spelling.find_first_of(";]"));
 }
 
-consteval std::string_view lastIdentifier(std::string_view spelling) {
+[[nodiscard]] consteval std::string_view lastIdentifier(std::string_view spelling) {
   if (spelling.ends_with(')')) spelling.remove_suffix(1);
   return spelling.substr(spelling.find_last_of(":.") + 1);
 }
@@ -36,15 +35,16 @@ consteval std::string_view lastIdentifier(std::string_view spelling) {
 template <typename T>
 inline constexpr std::string_view typeName = firstArgument(spelledType<T>());
 
-/// The name of an enumerator; empty if the value isn't one. A value that isn't one is spelled as a cast.
+/// The name of an enumerator; empty if the value is not one. The compiler writes a value that is not one as a
+/// cast.
 template <auto value>
 inline constexpr std::string_view enumeratorName =
     firstArgument(spelled<value>()).starts_with('(') ? std::string_view()
                                                      : lastIdentifier(firstArgument(spelled<value>()));
 
-/// How many enumerators stand without a gap from 0 on.
+/// Returns the number of enumerators with the values 0, 1, 2, … without a gap.
 template <typename Enumeration, std::size_t from = 0>
-consteval std::size_t countEnumerators() {
+[[nodiscard]] consteval std::size_t countEnumerators() {
   if constexpr (enumeratorName<static_cast<Enumeration>(from)>.empty()) {
     return from;
   } else {
@@ -52,14 +52,14 @@ consteval std::size_t countEnumerators() {
   }
 }
 
-inline constexpr std::size_t mostMembers = 16;
+inline constexpr std::size_t maxMembers = 16;
 
-/// References to all members of an aggregate, which must have exactly `count` of them.
+/// Returns references to all members of an aggregate, which must have exactly `count` members.
 template <std::size_t count, typename Record>
-constexpr auto tieMembers(Record& r) {
+[[nodiscard]] constexpr auto tieMembers(Record& r) {
   static_assert(count >= 1, "a record that names its keys has a member");
   static_assert(
-      count <= mostMembers,
+      count <= maxMembers,
       "a record that names its keys has at most 16 members: list those of a larger one in jsonFields");
   if constexpr (count == 1) {
     auto& [a] = r;
@@ -121,7 +121,7 @@ struct Holder {
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wundefined-var-template"
 #endif
-/// Never there: only the addresses of its members are named.
+/// Never defined: only the addresses of its members are used, as template arguments.
 template <typename Record>
 extern const Holder<Record> phantom;
 

@@ -9,26 +9,26 @@
 #include <emmintrin.h>
 #endif
 
-/// The innermost loops of the JSON reader and writer: runs of bytes that need no look one by one.
+/// The innermost loops of the JSON reader and writer: they pass runs of bytes that need no special treatment.
 namespace tilvanego::json::detail {
 
-/// Which ASCII bytes end a run, besides control characters and bytes beyond ASCII.
+/// Which ASCII bytes end a run. Control characters and bytes beyond ASCII always do.
 enum class TextEnds {
   reading,  ///< quote and backslash
   writing,  ///< those and the slash
 };
 
 template <TextEnds ends>
-constexpr bool isPlainTextByte(char c) {
+[[nodiscard]] constexpr bool isPlainTextByte(char c) {
   const auto byte = static_cast<unsigned char>(c);
   return byte >= 0x20 && byte < 0x80 && c != '"' && c != '\\' && (ends == TextEnds::reading || c != '/');
 }
 
 #ifdef __SSE2__
-/// All bits of each of the 16 bytes that ends a run.
+/// Sets all bits of each of the 16 bytes that ends a run.
 template <TextEnds ends>
-__m128i markEndsOfRun(__m128i block) {
-  // As signed bytes everything beyond ASCII lies below the blank, together with the control characters.
+[[nodiscard]] __m128i markEndsOfRun(__m128i block) {
+  // As signed bytes, all bytes beyond ASCII and all control characters are less than the blank.
   __m128i found = _mm_cmplt_epi8(block, _mm_set1_epi8(0x20));
   found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8('"')));
   found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8('\\')));
@@ -37,22 +37,22 @@ __m128i markEndsOfRun(__m128i block) {
   return found;
 }
 
-/// One bit for each of the 16 bytes that ends a run.
+/// Returns one bit for each of the 16 bytes; it is 1 if the byte ends a run.
 template <TextEnds ends>
-unsigned endsOfRun(__m128i block) {
+[[nodiscard]] unsigned endsOfRun(__m128i block) {
   return static_cast<unsigned>(_mm_movemask_epi8(markEndsOfRun<ends>(block)));
 }
 
-inline __m128i loadBlock(const char* at) {
+[[nodiscard]] inline __m128i loadBlock(const char* at) {
   __m128i block;
   std::memcpy(&block, at, sizeof block);
   return block;
 }
 #endif
 
-/// The first byte from `cursor` on that ends a run, or `end`.
+/// Returns the first position from `cursor` on whose byte ends a run, or `end`.
 template <TextEnds ends>
-const char* endOfPlainText(const char* cursor, const char* end) {
+[[nodiscard]] const char* endOfPlainText(const char* cursor, const char* end) {
 #ifdef __SSE2__
   for (; end - cursor >= 16; cursor += 16) {
     const unsigned found = endsOfRun<ends>(loadBlock(cursor));
@@ -63,9 +63,9 @@ const char* endOfPlainText(const char* cursor, const char* end) {
   return cursor;
 }
 
-/// Copies `size` bytes to `to` if none of them ends a run for writing; otherwise says false, and what stands
-/// at `to` means nothing. Short texts are read and written in two overlapping halves.
-inline bool copyPlainText(const char* from, std::size_t size, char* to) {
+/// Copies `size` bytes to `to` and returns true if none of them ends a run for writing. Otherwise returns
+/// false, and the bytes at `to` are meaningless. Short texts are copied in two overlapping halves.
+[[nodiscard]] inline bool copyPlainText(const char* from, std::size_t size, char* to) {
 #ifdef __SSE2__
   constexpr long long blanks = 0x2020202020202020;
   if (size >= 16) {

@@ -29,7 +29,7 @@ class APIDates final : public JSONDates {
 }  // namespace
 
 const JSONDates& JSONDates::api() {
-  // Neither of the two is ever destroyed: a session may read an answer while the process ends.
+  // Never destroyed: a session may read a response while the process ends.
   static const APIDates& form = *new APIDates;
   return form;
 }
@@ -42,7 +42,7 @@ const JSONDates& JSONDates::internetDateTime() {
 namespace json {
 namespace {
 
-// What a text means, or the failure that it means nothing.
+// Reads a string and converts it, or fails.
 template <typename T>
 bool accept(Reader& reader, T& value, const std::optional<T>& meaning, std::string_view complaint) {
   if (!meaning) return reader.fail(JSONFailure::invalidValue, std::string(complaint));

@@ -11,49 +11,49 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
-/// A text in the form that the reader's or the writer's `JSONDates` say. A date that has none, such as one
-/// beyond the year 9999, isn't written.
+/// A string in the form of the reader's or the writer's `JSONDates`. Writing fails for a date without a text,
+/// such as one after the year 9999.
 template <>
 struct Codec<Date> {
-  static bool read(Reader& reader, Date& date);
+  [[nodiscard]] static bool read(Reader& reader, Date& date);
   static bool write(Writer& writer, const Date& date);
 };
 
-/// Its canonical text.
+/// The canonical text of the UUID.
 template <>
 struct Codec<UUID> {
-  static bool read(Reader& reader, UUID& uuid);
+  [[nodiscard]] static bool read(Reader& reader, UUID& uuid);
   static bool write(Writer& writer, const UUID& uuid);
 };
 
-/// Its text, read as `URL::parse` does.
+/// The text of the URL, read by `URL::parse`.
 template <>
 struct Codec<URL> {
-  static URL make();
+  [[nodiscard]] static URL make();
   static bool read(Reader& reader, URL& url);
-  static bool write(Writer& writer, const URL& url);
+  [[nodiscard]] static bool write(Writer& writer, const URL& url);
 };
 
-/// Amounts have two forms, of which a field may name one. Both are written alike, as a text with at most
-/// three fraction digits (`formattedDecimal`), never as a number.
+/// Amounts have two codecs, of which a field may name one. Both write a string with at most three fraction
+/// digits (`formattedDecimal`), never a number.
 ///
-/// A text that `Decimal::parse` takes. Any other text fails with the words "The key K couldn't be converted
-/// to a Decimal value".
+/// Reads a string by `Decimal::parse`. Any other string fails with the error text "The key K couldn't be
+/// converted to a Decimal value".
 struct AmountFromText {
-  static bool read(Reader& reader, Decimal& amount, std::string_view key);
-  /// An element of a list has no key: "expected a Decimal value".
-  static bool read(Reader& reader, Decimal& amount);
+  [[nodiscard]] static bool read(Reader& reader, Decimal& amount, std::string_view key);
+  /// For an element of an array, which has no key. The error text is "expected a Decimal value".
+  [[nodiscard]] static bool read(Reader& reader, Decimal& amount);
   static bool write(Writer& writer, const Decimal& amount);
 };
 
-/// A number, read as the shortest decimal of its nearest double, so that 12.1 stays 12.1. A text is refused,
-/// also the one that was written.
+/// Reads a number as the shortest decimal of its nearest double, so that 12.1 stays 12.1. Refuses strings,
+/// also those that it writes.
 struct AmountFromNumber {
-  static bool read(Reader& reader, Decimal& amount);
+  [[nodiscard]] static bool read(Reader& reader, Decimal& amount);
   static bool write(Writer& writer, const Decimal& amount) { return AmountFromText::write(writer, amount); }
 };
 
-/// The form of amounts that have none named.
+/// The default codec of amounts.
 template <>
 struct Codec<Decimal> : AmountFromText {};
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
 #include <string_view>
 
 namespace tilvanego::detail {
@@ -22,19 +21,6 @@ constexpr bool isTokenCharacter(char c) { return tokenCharacters[static_cast<uns
 
 constexpr bool isToken(std::string_view text) {
   return !text.empty() && std::ranges::all_of(text, isTokenCharacter);
-}
-
-constexpr char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-/// The text with ASCII letters in lower case.
-inline std::string lowerCase(std::string_view text) {
-  std::string lowered(text);
-  std::ranges::transform(lowered, lowered.begin(), [](char c) { return lowerCase(c); });
-  return lowered;
-}
-
-constexpr bool equalsIgnoringCase(std::string_view left, std::string_view right) {
-  return std::ranges::equal(left, right, [](char a, char b) { return lowerCase(a) == lowerCase(b); });
 }
 
 /// Without the blanks and the line break at the ends, which don't belong to a field's value (RFC 9110,

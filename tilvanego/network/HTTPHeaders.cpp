@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <utility>
 
-#include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
 namespace {
 
 bool isNamed(const HTTPHeaders::Field& field, std::string_view name) {
-  return field.name.size() == name.size() && detail::equalsIgnoringCase(field.name, name);
+  return field.name.size() == name.size() && detail::equalIgnoringASCIICase(field.name, name);
 }
 
 }  // namespace

@@ -4,14 +4,13 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Tells the time of day. May be asked from any thread. May throw: what needed the time fails, a link that
-/// isn't built or an answer that isn't read.
+/// The port that returns the time. Any thread may call it.
 class Clock {
  public:
   virtual ~Clock() = default;
 
-  /// May throw: a form of a payment that is dated isn't built then, and an answer on the pasteboard, of which
-  /// nobody knows whether it came in time, fails as one that can't be opened.
+  /// Returns the current time. May throw: then a payment's link that needs a date is not built, and a
+  /// response on the pasteboard fails as one that cannot be decrypted.
   [[nodiscard]] virtual Date now() const = 0;
 };
 

@@ -4,14 +4,13 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Where the library's diagnostic lines go. They are for people, and nothing reads them back. The main
-/// thread's.
+/// The port for the library's debug lines. They are for people only. Used on the main thread only.
 class DebugOutput {
  public:
   virtual ~DebugOutput() = default;
 
-  /// Takes one line: text in UTF-8, without a line end of its own, not quoted yet.
-  /// May throw: the exception is dropped after one line on standard error.
+  /// Writes one line. `text` is UTF-8 without a line end; it is not quoted. May throw: the exception is
+  /// dropped after one line on standard error.
   virtual void writeLine(std::string_view text) = 0;
 };
 

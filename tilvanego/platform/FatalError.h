@@ -5,11 +5,11 @@
 namespace tilvanego::detail {
 
 /// Ends the process (SIGABRT) after the line `URLSessionImplementations: Fatal error: MESSAGE` on standard
-/// error. For a fault of the program that no answer could mend, such as a body type that can't be sent.
+/// error. For a programming error, such as a body type that cannot be sent.
 [[noreturn]] void fatalError(std::string_view message);
 
-/// The same after the line `TilvaneGo: MESSAGE`, for a call that makes no sense. The message says what to
-/// mend.
+/// Ends the process (SIGABRT) after the line `TilvaneGo: MESSAGE`. For a wrong call; the message explains how
+/// to correct it.
 [[noreturn]] void wrongUse(std::string_view message);
 
 }  // namespace tilvanego::detail

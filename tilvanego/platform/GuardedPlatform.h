@@ -2,18 +2,19 @@
 
 #include <tilvanego/platform/Platform.h>
 
-/// How the ports of a host are taken into the library.
+/// Protects the library from the ports of a host.
 namespace tilvanego::detail {
 
-/// Ends the process, after one line on standard error that names the member, if one is null that may not be.
+/// Ends the process, after one line on standard error that names the member, if a member is null that must
+/// not be null.
 void requireWholePlatform(const Platform& platform);
 
-/// The same platform, with ports between which the library can go on whatever the host's do: a debug output
-/// that throws is reported and otherwise left alone, a random source that throws fails, and a pasteboard that
-/// throws, or is null, holds nothing and keeps nothing. No pasteboard is null afterwards.
+/// Returns the platform with its ports wrapped, so that they do not throw: the exception of a debug output is
+/// dropped after one line on standard error, a random source that throws fails, and a pasteboard that throws,
+/// or is null, is empty and keeps nothing. The result's pasteboard is not null.
 ///
-/// The clock and the application stay as they are: an instant has no failure to stand for an exception, and
-/// an open request fails later than it is made. Who calls them takes care.
+/// The clock and the application are not wrapped: they cannot return a failure. Their callers handle their
+/// exceptions.
 [[nodiscard]] Platform guardedPlatform(Platform platform);
 
 }  // namespace tilvanego::detail

@@ -3,18 +3,17 @@
 #include <string_view>
 #include <utility>
 
-/// What the library does when code of the host's throws. There is one rule for all callbacks:
+/// What the library does if code of the host throws. One rule holds for all callbacks:
 ///
-/// - A callback that answers the library (a port, a hook that decides) fails by throwing: the exception
-/// counts
-///   as the failure that it could have returned.
-/// - A callback that only listens (logger, debug output, observers) can't fail anything: the exception is
-///   dropped after one line on standard error.
-/// - A completion runs when its operation is over. On a thread of the host's, its exception leaves by the
-///   host's own call that ran it; on a thread of the library's there is none, and the process ends after one
-///   line on standard error.
+/// - A callback that returns something to the library (a port, a hook that decides) fails by throwing:
+///   the exception counts as the failure that it could have returned.
+/// - A callback that only observes (logger, debug output, observers) cannot make anything fail:
+///   the exception is dropped after one line on standard error.
+/// - A completion runs when its operation is over. On a thread of the host, its exception leaves the
+///   host's call that ran it. On a thread of the library, nothing can catch it: the process ends after
+///   one line on standard error.
 ///
-/// The lines name the callback and the exception's type. Its text isn't shown, since it may hold a link.
+/// The lines name the callback and the exception's type. They do not show its text, which may contain a link.
 namespace tilvanego::detail {
 
 /// Writes "TilvaneGo: CALLBACK threw TYPE; the exception is dropped." for the exception that is being
@@ -27,8 +26,8 @@ void reportDroppedException(std::string_view callback) noexcept;
     std::string_view callback,
     std::string_view reason = " on a thread of the library, where nothing can catch it.") noexcept;
 
-/// Runs `call`, for callbacks that only listen. False if it threw.
-template <class Call>
+/// Runs `call`, a callback that only observes. Returns false if it threw.
+template <typename Call>
 bool runListener(std::string_view callback, Call&& call) noexcept {
   try {
     std::forward<Call>(call)();
@@ -39,9 +38,9 @@ bool runListener(std::string_view callback, Call&& call) noexcept {
   }
 }
 
-/// Posts to a main queue of the host's. What is told there is told nowhere else: the process ends if it
-/// throws.
-template <class Queue, class Block>
+/// Posts to a main queue of the host. If that throws, the process ends, since there is no other way to report
+/// the result.
+template <typename Queue, typename Block>
 void postOrEnd(Queue& queue, Block&& block) noexcept {
   try {
     queue.post(std::forward<Block>(block));
@@ -50,7 +49,7 @@ void postOrEnd(Queue& queue, Block&& block) noexcept {
   }
 }
 
-/// Marks the calling thread as one of the library's own while it lives.
+/// Marks the calling thread as one of the library, as long as the object exists.
 class OwnThread {
  public:
   OwnThread() noexcept;
@@ -59,11 +58,11 @@ class OwnThread {
   ~OwnThread();
 };
 
-/// Whether the calling thread is so marked. What may run a completion on either kind of thread asks.
+/// Whether the calling thread is marked as one of the library.
 [[nodiscard]] bool isOwnThread() noexcept;
 
-/// Runs `call` on a thread of the library's, for completions.
-template <class Call>
+/// Runs `call`, a completion, on a thread of the library.
+template <typename Call>
 void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
   const OwnThread marked;
   try {

@@ -7,8 +7,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-// Shared by a queue and all who may outlive it. The lock is held by many while the queue is in use, so that
-// one who posts keeps nobody else out, and by its end alone.
+// Shared by a queue and its weak references. Posting takes the lock shared, so that threads do not block each
+// other; the queue's end takes it exclusively.
 struct MainQueue::Life {
   std::shared_mutex mutex;
   MainQueue* queue;

@@ -5,36 +5,35 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The queue of the main thread: blocks put on it run one at a time, in the order of their posting, on that
-/// thread.
+/// The queue of the main thread: runs blocks on that thread, one at a time, in the order in which they were
+/// posted.
 ///
-/// All of the library's core is bound to this thread. Every operation, completion and hook runs on it.
+/// The library's core is used on this thread only. Every operation, completion and hook runs on it.
 ///
-/// A queue may end before the process does, as one that lives in `main` beside the host's loop: whoever may
-/// outlive it, a thread or the process's instance of the library, reaches it by a `WeakMainQueue`. A queue is
-/// destroyed on the main thread.
+/// A queue may be destroyed before the process ends, on the main thread, such as a queue in `main`. Code that
+/// may outlive a queue, such as a thread, must use a `WeakMainQueue`.
 class MainQueue {
  public:
   MainQueue(const MainQueue&) = delete;
   MainQueue& operator=(const MainQueue&) = delete;
   virtual ~MainQueue();
 
-  /// Has `block` run later on the main thread, never inside this call, not even when called there.
-  /// May be called from any thread, and doesn't wait for the main thread. The queue owns the block until it
-  /// has run. `block` isn't empty.
+  /// Runs `block`, which is not empty, later on the main thread, never inside this call. Any thread may call
+  /// this. It must not wait for the main thread. The queue owns the block until it has run.
   ///
-  /// May not throw: the library tells some outcomes here alone, so the process ends then, after one line on
-  /// standard error that names this function.
+  /// Must not throw: the library has no other way to report some results, so the process then ends after one
+  /// line on standard error that names this function.
   virtual void post(std::function<void()> block) = 0;
 
-  /// True on the main thread. May be called from any thread. May not throw.
+  /// Returns true on the main thread. Any thread may call this. Must not throw.
   [[nodiscard]] virtual bool isCurrent() const = 0;
 
  protected:
   MainQueue();
 
-  /// Lets nobody in by a `WeakMainQueue` from now on, and returns once nobody is inside. The first line of
-  /// each derived class's destructor: later on another thread could call `post` on a half-destroyed queue.
+  /// Closes the queue for every `WeakMainQueue`, and waits for their calls that are running. Each derived
+  /// class must call this first in its destructor: otherwise another thread could call `post` on a
+  /// half-destroyed queue.
   void end() noexcept;
 
  private:
@@ -44,15 +43,15 @@ class MainQueue {
   std::shared_ptr<Life> life_;
 };
 
-/// A way to a main queue that may have ended. Copies lead to the same queue; used on any thread.
+/// A weak reference to a main queue, which may be destroyed meanwhile. Any thread may use it.
 class WeakMainQueue {
  public:
   WeakMainQueue(const MainQueue& queue) : life_(queue.life_) {}
 
-  /// Posts the block; false, and the block is dropped, once the queue has ended.
+  /// Posts the block. If the queue is destroyed, drops the block and returns false.
   bool post(std::function<void()> block) const;
 
-  /// True on the main thread. Once the queue has ended, that is the thread that ended it.
+  /// Returns true on the main thread. After the queue's end, that is the thread that destroyed it.
   [[nodiscard]] bool isCurrent() const;
 
  private:

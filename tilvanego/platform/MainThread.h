@@ -8,8 +8,8 @@ class WeakMainQueue;
 
 namespace tilvanego::detail {
 
-/// Terminates the process, after one line on standard error that names `operation`, unless the calling thread
-/// is the one of `queue`. A call from elsewhere is a fault of the program, and going on would race.
+/// Ends the process, after one line on standard error that names `operation`, unless it is called on the
+/// thread of `queue`. A call from another thread is a programming error and would be a data race.
 void requireMainThread(const WeakMainQueue& queue, std::string_view operation);
 
 }  // namespace tilvanego::detail

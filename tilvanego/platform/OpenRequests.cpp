@@ -8,7 +8,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-// Scheme and host are the same in any case.
+// Scheme and host are case-insensitive.
 std::string targetOf(const URL& url) {
   return lowercased(url.scheme().value_or("")) + "://" + lowercased(url.host().value_or("")) + url.path();
 }
@@ -16,7 +16,7 @@ std::string targetOf(const URL& url) {
 }  // namespace
 
 OpenRequests::~OpenRequests() {
-  // What a handler holds may, as it is released, end in here again.
+  // Destroying a handler's captures may call this object again.
   const auto dropped = std::exchange(waiting_, {});
 }
 

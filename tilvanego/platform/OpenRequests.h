@@ -10,16 +10,17 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 class URL;
 
-/// The open requests of an application object that wait for their answers, for every `Application` that opens
-/// links and learns later what became of them. The main thread's.
+/// The pending open requests of an `Application` that learns later whether a link was opened. Used on the
+/// main thread only.
 ///
-/// A request is overtaken when a link of the same target (scheme, host and path) is opened while it waits:
-/// its operation is over, by a time-out of the host's say, and the newer link is the next one of the same
-/// kind. An overtaken request counts as opened, whatever is answered: its late failure would be taken for the
-/// newer operation's, and the payment application's answer to that one be thrown away.
+/// A pending request is overtaken by a newer request with the same target (scheme, host and path): its
+/// operation is over, for example cancelled, and the newer link belongs to the next operation of the same
+/// kind. An overtaken request always counts as opened. Its late failure would end the newer operation, and
+/// the payment application's response to that one would be lost.
 ///
-/// One turn remains: the library acts on a failure in the turn of the main queue after its report. A block of
-/// the host's that stands between the two, cancels the operation and starts another, has that one ended.
+/// One case remains: the library handles a failure in the next block of the main queue after its report. If a
+/// block of the host runs between the two, cancels the operation and starts another, the failure ends the new
+/// one.
 class OpenRequests {
  public:
   using Id = std::uint64_t;
@@ -27,17 +28,17 @@ class OpenRequests {
   OpenRequests() = default;
   OpenRequests(const OpenRequests&) = delete;
   OpenRequests& operator=(const OpenRequests&) = delete;
-  /// Drops the handlers that still wait, uncalled.
+  /// Drops the handlers of pending requests without a call.
   ~OpenRequests();
 
-  /// Keeps a request, which isn't answered before this has returned. `completionHandler` isn't empty.
+  /// Adds a request. Call `answer` only after this has returned. `completionHandler` must not be empty.
   [[nodiscard]] Id add(const URL& url, std::function<void(bool opened)> completionHandler);
 
-  /// Calls the request's handler, with true if it was opened or overtaken. The request is gone by then.
-  /// Nothing happens for one that is gone already. Throws what the handler throws.
+  /// Removes the request, then calls its handler, with true if the link was opened or the request was
+  /// overtaken. Does nothing for an unknown request. Throws what the handler throws.
   void answer(Id request, bool opened);
 
-  /// How many requests wait.
+  /// The number of pending requests.
   [[nodiscard]] std::size_t size() const { return waiting_.size(); }
 
  private:

@@ -17,8 +17,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// Text in UTF-8, or bytes.
 using PasteboardValue = std::variant<std::string, Bytes>;
 
-/// One thing in several representations, by type name ("public.utf8-plain-text"), in the order of the names'
-/// bytes.
+/// One content in several representations, by type name ("public.utf8-plain-text"), in the order of the
+/// names' bytes.
 using PasteboardItem = std::map<std::string, PasteboardValue, std::less<>>;
 
 struct PasteboardOptions {
@@ -30,7 +30,7 @@ struct PasteboardOptions {
   bool operator==(const PasteboardOptions&) const = default;
 };
 
-/// Everything that lies on a pasteboard.
+/// Everything on a pasteboard.
 struct PasteboardContents {
   std::vector<PasteboardItem> items;
   PasteboardOptions options;
@@ -38,36 +38,37 @@ struct PasteboardContents {
   bool operator==(const PasteboardContents&) const = default;
 };
 
-/// The general pasteboard of the system, which other applications read and write too. The main thread's.
+/// The port of the system's general pasteboard, which other applications read and write, too. Used on the
+/// main thread only.
 ///
-/// May throw: a pasteboard that can't be read counts as empty, and items that were being set as not kept.
+/// May throw: on reading, the pasteboard counts as empty; on writing, the items count as not kept.
 class Pasteboard {
  public:
   virtual ~Pasteboard() = default;
 
-  /// The pasteboard's text, if it has one.
+  /// Returns the pasteboard's text, if it has one.
   [[nodiscard]] virtual std::optional<std::string> string() const = 0;
 
   [[nodiscard]] virtual std::vector<PasteboardItem> items() const = 0;
 
-  /// Replaces everything on the pasteboard; no items empty it. Where the system doesn't keep the items, what
-  /// lay there stays, and the error is one sentence for the host's developer that says why and shows nothing
-  /// of the items.
+  /// Replaces everything on the pasteboard; an empty vector empties it. If the system does not keep the
+  /// items, the former content stays. The error is then one sentence for the host's developer with the
+  /// reason; it shows nothing of the items.
   [[nodiscard]] virtual std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
                                                                   const PasteboardOptions& options) = 0;
 
-  /// The same, for items that may travel and don't expire.
+  /// Like above, for items that may leave the device and do not expire.
   [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> items) {
     return setItems(std::move(items), PasteboardOptions{});
   }
 };
 
-/// What `Pasteboard::string()` is for items whose writer said nothing else: the text of the first item under
-/// "public.utf8-plain-text", else under "public.text", else under "public.plain-text". Bytes are no text
-/// here.
+/// Returns the default result of `Pasteboard::string()`: the text of the first item under
+/// "public.utf8-plain-text", else under "public.text", else under "public.plain-text". Values that are bytes
+/// are ignored.
 [[nodiscard]] std::optional<std::string> pasteboardString(const std::vector<PasteboardItem>& items);
 
-/// True once `now` is later than the options' expiration date, if they have one.
+/// Returns true if the options have an expiration date and `now` is later.
 [[nodiscard]] bool isExpired(const PasteboardOptions& options, const Date& now);
 
 }  // namespace tilvanego

@@ -13,30 +13,31 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Everything that the library asks of the system it runs on. The pasteboard alone may be null: payments by
-/// pasteboard then end at once, by `pasteboardHandoffUnavailable`. Anything else that is null ends the
-/// process when the platform is given to the library, with a message that names it.
+/// Everything that the library needs from the system. Only the pasteboard may be null: payments by pasteboard
+/// then fail at once with `pasteboardHandoffUnavailable`. If another member is null, the process ends, with a
+/// message that names it, when the host passes the platform to the library.
 ///
-/// The ports may call the library and may throw; docs/platform.md says what happens then.
+/// The ports may call the library and may throw; docs/platform.md describes what happens then.
 ///
-/// A host may replace any member before it gives the platform to the library. One with an event loop of its
-/// own gives its main queue to `standard()`, so that the adapters report there.
+/// A host may replace any member before it passes the platform to the library. A host with its own event loop
+/// must pass its main queue to `standard()`, since the adapters use it too.
 struct Platform {
-  /// Not owned. It may end before the platform and the library do: what they would post then is dropped.
+  /// Not owned. It may be destroyed before the platform and the library: their later blocks are dropped.
   MainQueue* mainQueue;
-  /// Shared, since an expiring pasteboard reads the same clock: a host with a clock of its own gives it to
-  /// `standard()`, since replacing this member leaves the pasteboard on the earlier one.
+  /// Shared with the pasteboard, whose items expire by it. A host with its own clock must pass it to
+  /// `standard()`: if it replaces this member, the pasteboard still uses the former clock.
   std::shared_ptr<const Clock> clock;
   std::unique_ptr<RandomSource> randomSource;
   std::unique_ptr<DebugOutput> debugOutput;
   std::unique_ptr<Pasteboard> pasteboard;
   std::unique_ptr<Application> application;
 
-  /// What works on a Linux desktop or till with no configuration: links are opened by `xdg-open`, the
-  /// pasteboard is the user's `PasteboardStore`, time is the system's, random bytes are OpenSSL's, debug
-  /// lines go to standard output. All of it goes by `clock`, which isn't null.
-  static Platform standard(MainQueue& mainQueue = RunLoop::main(),
-                           std::shared_ptr<const Clock> clock = std::make_shared<const SystemClock>());
+  /// Returns a platform for a Linux desktop or till, without configuration: `xdg-open` opens links, the
+  /// pasteboard is the user's `PasteboardStore`, random bytes come from OpenSSL, debug lines go to standard
+  /// output. The pasteboard uses `clock` too, which must not be null.
+  [[nodiscard]] static Platform standard(
+      MainQueue& mainQueue = RunLoop::main(),
+      std::shared_ptr<const Clock> clock = std::make_shared<const SystemClock>());
 };
 
 }  // namespace tilvanego

@@ -5,13 +5,13 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Where unguessable bytes come from. The main thread's.
+/// The port that returns random bytes. Used on the main thread only.
 class RandomSource {
  public:
   virtual ~RandomSource() = default;
 
-  /// Fills `bytes` with bytes fit for keys and ids. False, with no promise about their values, if the source
-  /// fails. May throw: counts as false.
+  /// Fills `bytes` with random bytes for keys and ids. Returns false if the source fails; the bytes then have
+  /// any values. May throw: counts as false.
   [[nodiscard]] virtual bool fill(std::span<std::uint8_t> bytes) = 0;
 };
 

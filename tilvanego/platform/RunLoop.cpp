@@ -8,8 +8,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-// Makes the calling thread the main thread, and counts nested drains. Made and ended without the loop's mutex
-// held.
+// Makes the calling thread the main thread, and counts nested drains. Must be created and destroyed without
+// the loop's mutex held.
 class RunLoop::Drain {
  public:
   explicit Drain(RunLoop& loop) : loop_(loop) {
@@ -45,7 +45,7 @@ RunLoop& RunLoop::main() {
 
 RunLoop::~RunLoop() {
   end();
-  // They end after the lock is released: what they captured may post, which the loop drops by then.
+  // Destroyed after the lock is released: their captures may post, and the loop then drops the blocks.
   std::deque<std::function<void()>> dropped;
   std::function<void()> wakeUp;
   const std::scoped_lock lock(mutex_);

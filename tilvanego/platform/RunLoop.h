@@ -12,14 +12,15 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The main queue of a host without an event loop of its own: a serial executor that the host drains.
+/// The main queue of a host without its own event loop. Blocks run when the host drains the loop: calls
+/// `run()` or `runPending()`.
 ///
-/// The main thread is the thread that drains the loop; before the first drain, the thread that made it.
-/// Draining from two threads at once terminates the process. Blocks that never ran are dropped with the loop,
-/// and so are those that the library's threads post later on: a loop may live in `main`.
+/// The main thread is the thread that drains the loop; before the first drain, the thread that created it. If
+/// two threads drain it at the same time, the process ends. A loop may be a variable in `main`: blocks that
+/// have not run when it is destroyed are dropped, and so are blocks that the library's threads post later.
 ///
-/// A block may drain the loop again; the inner drain goes on with the next block. What a block throws leaves
-/// the drain that ran it, the block is gone, and the loop can be drained further.
+/// A block may drain the loop again; the inner drain continues with the next block. If a block throws, the
+/// exception leaves `run()` or `runPending()`. The block is then removed, and the loop can be drained again.
 class RunLoop final : public MainQueue {
  public:
   RunLoop();
@@ -27,38 +28,39 @@ class RunLoop final : public MainQueue {
   RunLoop& operator=(const RunLoop&) = delete;
   ~RunLoop() override;
 
-  /// The process's default loop. It is made on first use, by the thread that is taken for the main thread
-  /// until another one drains it, and lives to the end of the process.
+  /// Returns the default loop of the process. The first call creates it; the calling thread is the main
+  /// thread until another thread drains the loop. It exists until the process ends.
   static RunLoop& main();
 
   void post(std::function<void()> block) override;
   [[nodiscard]] bool isCurrent() const override;
 
-  /// Runs blocks, and waits for more, until `stop()`.
+  /// Runs blocks, and waits for more, until `stop()` is called.
   void run();
 
-  /// Runs blocks until none is queued, those posted meanwhile included, and gives their number. Never waits.
-  /// A block that always posts itself anew keeps this from returning.
+  /// Runs all queued blocks, also those that are posted meanwhile, and returns their number. Never waits. If
+  /// a block always posts itself again, this never returns.
   std::size_t runPending();
 
-  /// Ends the innermost `run()` after the block that it is running; without one, the next `run()` returns at
-  /// once. `runPending()` doesn't heed it. Blocks still queued stay so. May be called from any thread.
+  /// Ends the innermost `run()` after its current block. If none is running, the next `run()` returns at
+  /// once. `runPending()` ignores it. Queued blocks stay queued. Any thread may call this.
   void stop();
 
-  /// Sets a function that tells a poll loop, by an eventfd say, that `runPending()` has something to do. It
-  /// is called for each post, on the posting thread, and at once if blocks are waiting already. It is called
-  /// with the queue locked: it must be short and must not call the loop. It only listens: what it throws is
-  /// dropped after one line on standard error. When this returns, an earlier function isn't running and won't
-  /// be called again. An empty function means none; one that uses what ends before the loop is taken away so.
+  /// Sets a function that wakes a poll loop, for example by an eventfd, so that it calls `runPending()`. The
+  /// function is called on each post, on the posting thread, and at once if blocks are queued. It is called
+  /// with the queue locked: it must be short and must not call the loop. May throw: the exception is dropped
+  /// after one line on standard error. When this returns, the former function is not running and will not be
+  /// called again. An empty function removes it; remove a function before an object that it uses is
+  /// destroyed.
   void setWakeUp(std::function<void()> wakeUp);
 
  private:
   class Drain;
-  // Both give an empty function for the end of a drain; takeFront() expects the mutex to be held.
+  /// Both return an empty function at the end of a drain. The caller of takeFront() must hold the mutex.
   std::function<void()> nextUntilStopped();
   std::function<void()> nextIfAny();
   std::function<void()> takeFront();
-  // Expects the mutex to be held.
+  /// The caller must hold the mutex.
   void wake() const;
 
   mutable std::mutex mutex_;

@@ -4,7 +4,7 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The system's clock, as fine as the system counts.
+/// The system's clock, with the system's resolution.
 class SystemClock final : public Clock {
  public:
   [[nodiscard]] Date now() const override;

@@ -6,19 +6,19 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// What a text must be like. A rule without a field checks nothing.
+/// A rule for strings. A field without a value checks nothing.
 struct StringRule {
-  /// In characters as a reader sees them (extended grapheme clusters, UAX #29).
+  /// In characters that a reader sees (extended grapheme clusters, UAX #29).
   std::optional<std::size_t> minLength{};
   std::optional<std::size_t> maxLength{};
-  /// A regular expression of ICU's syntax, searched anywhere in the text, without regard to case. The text
-  /// must outlive the rule; in a rule constant it is a literal.
+  /// A regular expression (ICU's syntax) that must match anywhere in the string, case-insensitively. Not
+  /// owned: the pattern must outlive the rule. Use a literal.
   std::optional<std::string_view> pattern{};
 
   bool operator==(const StringRule&) const = default;
 };
 
-/// What a number must be like.
+/// A rule for numbers. A field without a value checks nothing.
 template <typename Number>
 struct NumericRule {
   std::optional<Number> minimum{};
@@ -30,7 +30,7 @@ struct NumericRule {
   bool operator==(const NumericRule&) const = default;
 };
 
-/// What a list must be like.
+/// A rule for arrays. A field without a value checks nothing.
 struct ArrayRule {
   std::optional<std::size_t> minItems{};
   std::optional<std::size_t> maxItems{};

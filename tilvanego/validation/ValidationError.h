@@ -13,11 +13,11 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// What a text broke.
+/// What a string violates.
 enum class StringValidationErrorKind { minLength, maxLength, pattern };
-/// What a number broke.
+/// What a number violates.
 enum class NumericValidationErrorKind { minimum, maximum, multipleOf };
-/// What a list broke.
+/// What an array violates.
 enum class ArrayValidationErrorKind { minItems, maxItems, uniqueItems };
 
 template <>
@@ -44,11 +44,11 @@ struct RawTexts<ArrayValidationErrorKind> {
                                     std::pair{uniqueItems, std::string_view("uniqueItems")}};
 };
 
-/// Some of the cases of one of these enumerations.
+/// A set of cases of one of these enumerations.
 template <typename Kind>
 class KindSet {
  public:
-  /// Gives the cases in their order.
+  /// Iterates over the cases in their order.
   class Iterator {
    public:
     using difference_type = std::ptrdiff_t;
@@ -90,19 +90,19 @@ class KindSet {
   unsigned bits_ = 0;
 };
 
-/// A value breaks its rule; `Validator` throws it. `Kind` is one of the three enumerations above, whose cases
-/// have their names as raw texts.
+/// The exception that `Validator` throws if a value violates its rule. `Kind` is one of the three
+/// enumerations above; the raw texts of their cases are their names.
 template <typename Kind>
 class ValidationError : public std::exception {
  public:
   explicit ValidationError(KindSet<Kind> broken) : kinds(broken) {}
 
-  /// Everything that was broken; never empty when thrown.
+  /// Everything that the value violates. Never empty if thrown.
   KindSet<Kind> kinds;
 
   [[nodiscard]] const char* what() const noexcept override { return "a value breaks its rule"; }
 
-  /// "the value breaks minLength, pattern": never shows the value.
+  /// Returns a text like "the value breaks minLength, pattern". It never shows the value.
   [[nodiscard]] std::string description() const {
     std::string text = "the value breaks ";
     for (const Kind kind : kinds) {

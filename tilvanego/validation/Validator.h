@@ -15,9 +15,9 @@
 
 namespace tilvanego::detail {
 
-/// Whether `divisor` goes into `value`: for zero only zero is a multiple.
+/// Whether `value` is a multiple of `divisor`. Of zero, only zero is a multiple.
 template <std::integral Integer>
-constexpr bool isMultiple(Integer value, Integer divisor) {
+[[nodiscard]] constexpr bool isMultiple(Integer value, Integer divisor) {
   if (divisor == 0) return value == 0;
   // The smallest number divided by -1 would overflow.
   if constexpr (std::signed_integral<Integer>) {
@@ -26,18 +26,18 @@ constexpr bool isMultiple(Integer value, Integer divisor) {
   return value % divisor == 0;
 }
 
-/// The remainder of IEEE 754, without tolerance; what isn't finite is no multiple.
+/// Whether the IEEE 754 remainder is zero, without tolerance. Infinities and NaN are no multiples.
 template <std::floating_point Float>
-bool isMultiple(Float value, Float divisor) {
+[[nodiscard]] bool isMultiple(Float value, Float divisor) {
   return std::remainder(value, divisor) == 0;
 }
 
-/// A number that a rule over `Number` can check without losing any of it.
+/// A number that a rule over `Number` can check without loss.
 template <typename Value, typename Number>
 concept CheckedAs = !std::same_as<Value, bool> && (std::integral<Number> || std::floating_point<Number>) &&
                     requires(Value value) { Number{value}; };
 
-/// What can be an element of a set.
+/// A type whose values can be elements of a set.
 template <typename T>
 concept Hashable = std::equality_comparable<T> && requires(const T& value) {
   { std::hash<T>()(value) } -> std::convertible_to<std::size_t>;
@@ -47,44 +47,42 @@ concept Hashable = std::equality_comparable<T> && requires(const T& value) {
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Checks one value against one rule, such as the rule constants of the models, and finds everything that it
-/// breaks. Nothing in this library calls it: whether and when to check is the host's choice. Stateless; any
-/// thread may call it.
+/// Checks one value against one rule, such as the rule constants of the models, and finds all violations. The
+/// library never calls it: the host decides whether and when to check. Any thread may call it.
 ///
-/// A pattern is ICU's, searched without regard to case anywhere in the text, and used as it stands: slashes
-/// around it are characters like any other. The models' patterns have such slashes, so no text matches
-/// them. A pattern that isn't valid counts as not matched; so does one whose search in this text takes
-/// millions of steps back, which keeps an unlucky pair of pattern and text from holding up the thread. Each
-/// thread keeps the patterns that it used last ready for use.
+/// A pattern has ICU's syntax. It may match anywhere in the string, case-insensitively. Slashes around a
+/// pattern are ordinary characters; the models' patterns have them, so no string matches these. A pattern
+/// that is not valid does not match. Neither does one whose search needs millions of backtracking steps, so
+/// that the call always returns soon. Each thread keeps the compiled patterns that it used last.
 class Validator {
  public:
   Validator() = delete;
 
-  /// The value, unchanged. Throws `ValidationError<StringValidationErrorKind>`.
+  /// Returns the value, unchanged. Throws `ValidationError<StringValidationErrorKind>`.
   static std::string validate(std::string value, const StringRule& rule) {
     throwIfAny(check(value, rule));
     return value;
   }
-  /// The same without a copy: the view that was given.
+  /// Like above, without a copy: returns the same view.
   template <std::same_as<std::string_view> View>
   static View validate(View value, const StringRule& rule) {
     throwIfAny(check(value, rule));
     return value;
   }
-  /// The value, unchanged. Throws `ValidationError<NumericValidationErrorKind>`.
+  /// Returns the value, unchanged. Throws `ValidationError<NumericValidationErrorKind>`.
   template <typename Number, detail::CheckedAs<Number> Value>
   static Value validate(Value value, const NumericRule<Number>& rule) {
     throwIfAny(check(value, rule));
     return value;
   }
-  /// The values, unchanged. Throws `ValidationError<ArrayValidationErrorKind>`.
+  /// Returns the values, unchanged. Throws `ValidationError<ArrayValidationErrorKind>`.
   template <detail::Hashable Element>
   static std::vector<Element> validate(std::vector<Element> values, const ArrayRule& rule) {
     throwIfAny(check(values, rule));
     return values;
   }
 
-  /// The same without exceptions: what the value breaks, empty if it keeps to the rule.
+  /// Like `validate`, without exceptions: returns what the value violates, empty if nothing.
   [[nodiscard]] static KindSet<StringValidationErrorKind> check(std::string_view value,
                                                                 const StringRule& rule);
 
@@ -94,7 +92,7 @@ class Validator {
     using enum NumericValidationErrorKind;
     const Number value{checked};
     KindSet<NumericValidationErrorKind> broken;
-    // Written so that NaN, which compares with nothing, keeps to every limit.
+    // Written so that NaN violates no limit.
     if (rule.minimum && (rule.exclusiveMinimum ? *rule.minimum >= value : *rule.minimum > value)) {
       broken.insert(minimum);
     }

@@ -13,8 +13,8 @@ constexpr std::string_view standardAlphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::string_view urlAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 
-// Two characters as they lie in memory; as integers they move in one piece. Twelve bits at a time make two
-// lookups of three bytes, in a table of 8 KiB.
+// Two characters in one integer, in the order of memory. Three bytes need two look-ups of twelve bits each,
+// in a table of 8 KiB.
 using Pair = std::uint16_t;
 using PairTable = std::array<Pair, 4096>;
 
@@ -29,8 +29,8 @@ constexpr PairTable pairTable(std::string_view alphabet) {
 constexpr PairTable standardPairs = pairTable(standardAlphabet);
 constexpr PairTable urlPairs = pairTable(urlAlphabet);
 
-// A character's six bits at each of its four places in a group, or `invalid`: one OR joins a group, and one
-// more collects whether any character was invalid.
+// The six bits of a character, shifted to each of the four places in a group, or `invalid`. An OR of four of
+// them is a group; an OR of all groups shows whether a character was invalid.
 constexpr std::uint32_t invalid = 0x8000'0000;
 using PlaceTables = std::array<std::array<std::uint32_t, 256>, 4>;
 
@@ -104,7 +104,7 @@ void encodeTo(char* to, std::span<const std::uint8_t> bytes, const PairTable& pa
 std::string encoded(std::span<const std::uint8_t> bytes, const PairTable& pairs, bool padded) {
   const std::size_t length = textLength(bytes.size(), padded);
   std::string text;
-  // libstdc++ 12 hands the capacity, not the length asked for, to the function.
+  // libstdc++ 12 passes the capacity instead of the requested length.
   text.resize_and_overwrite(length, [&](char* to, std::size_t) {
     encodeTo(to, bytes, pairs, padded);
     return length;

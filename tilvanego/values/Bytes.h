@@ -5,7 +5,7 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Binary data that its holder owns.
+/// Binary data, owned by the object that holds it.
 using Bytes = std::vector<std::uint8_t>;
 
 }  // namespace tilvanego

@@ -9,7 +9,7 @@
 
 #include <tilvanego/values/CharacterTables.h>
 
-/// Texts are walked sixteen bytes at a time where a class allows most of what a link holds.
+/// Scans of text, sixteen bytes at a time. They are fast if most bytes belong to the class, as in a link.
 namespace tilvanego::detail {
 
 /// Sixteen bytes, compared all at once.
@@ -30,13 +30,13 @@ struct CharacterRanges {
     std::uint8_t width;
   };
 
-  static consteval std::size_t countRanges() {
+  [[nodiscard]] static consteval std::size_t countRanges() {
     std::size_t count = 0;
     for (int byte = 0; byte < 256; ++byte) count += startsRange(byte) ? 1U : 0U;
     return count;
   }
 
-  static consteval auto makeRanges() {
+  [[nodiscard]] static consteval auto makeRanges() {
     std::array<Range, countRanges()> ranges{};
     std::size_t index = 0;
     for (int byte = 0; byte < 256; ++byte) {
@@ -55,13 +55,13 @@ struct CharacterRanges {
   static consteval bool startsRange(int byte) { return isMember(byte) && !isMember(byte - 1); }
 };
 
-/// One byte for each of a block's: 0xFF where a comparison held, else 0.
-template <class Comparison>
+/// One byte for each byte of a block: 0xFF where the comparison is true, else 0.
+template <typename Comparison>
 [[nodiscard]] inline CharacterBlock::Bytes marks(Comparison comparison) {
   return reinterpret_cast<CharacterBlock::Bytes>(comparison);
 }
 
-/// The bytes of a block within a range whose bounds are known.
+/// Marks the bytes of a block that lie in the range [First, First + Width].
 template <std::uint8_t First, std::uint8_t Width>
 [[nodiscard]] inline CharacterBlock::Bytes inRange(CharacterBlock::Bytes bytes) {
   if constexpr (Width == 0) {
@@ -71,7 +71,7 @@ template <std::uint8_t First, std::uint8_t Width>
   }
 }
 
-/// The bytes of a block that belong to `Class`.
+/// Marks the bytes of a block that belong to `Class`.
 template <CharacterClass Class>
 [[nodiscard]] inline CharacterBlock::Bytes membersOf(CharacterBlock::Bytes bytes) {
   static constexpr auto ranges = CharacterRanges<Class>::makeRanges();
@@ -85,7 +85,7 @@ template <CharacterClass Class>
   return inRange<'0', 9>(bytes) | inRange<'a', 5>(bytes | caseBit);
 }
 
-/// Marks as two numbers, the first byte lowest.
+/// The marks as two numbers. The first byte is the lowest one.
 [[nodiscard]] inline std::array<std::uint64_t, 2> lanesOf(CharacterBlock::Bytes marks) {
   std::array<std::uint64_t, 2> lanes;
   std::memcpy(lanes.data(), &marks, sizeof marks);
@@ -100,18 +100,19 @@ template <CharacterClass Class>
   return (lanes[0] & lanes[1]) == ~std::uint64_t{0};
 }
 
-/// How many of a block's first bytes are marked, up to all sixteen.
+/// The number of marked bytes before the first unmarked one, 0 to 16.
 [[nodiscard]] inline std::size_t leading(CharacterBlock::Bytes marks) {
   const auto lanes = lanesOf(marks);
   const auto ofLane = [](std::uint64_t lane) { return static_cast<std::size_t>(std::countr_one(lane)) / 8; };
   return lanes[0] == ~std::uint64_t{0} ? 8 + ofLane(lanes[1]) : ofLane(lanes[0]);
 }
 
-/// The first byte from `at` on where neither a member of `Class` nor a whole escape stands, or `end`.
+/// Returns the first position from `at` on that holds neither a member of `Class` nor a whole escape, or
+/// `end`.
 template <CharacterClass Class>
 [[nodiscard]] inline const char* endOfAllowed(const char* at, const char* end) {
-  // Whole blocks, as long as nothing is wrong with them. Each byte is looked at with the two behind it, so
-  // that no step and no branch depends on where the escapes are.
+  // Whole blocks, as long as all their bytes are allowed. Each byte is checked with the two after it, so that
+  // no branch depends on where the escapes are.
   constexpr std::size_t escapeTail = 2;
   while (static_cast<std::size_t>(end - at) >= CharacterBlock::size + escapeTail) {
     const CharacterBlock block(at);
@@ -129,15 +130,16 @@ template <CharacterClass Class>
   }
 }
 
-/// The first `Wanted` from `at` on, or `end`. For what is near: a search through much is memchr's.
-template <char Wanted>
+/// Returns the first `Expected` from `at` on, or `end`. Fast if it is near; for a long search use memchr.
+template <char Expected>
 [[nodiscard]] inline const char* findNear(const char* at, const char* end) {
   while (static_cast<std::size_t>(end - at) >= CharacterBlock::size) {
-    const std::size_t others = leading(~marks(CharacterBlock(at).bytes == static_cast<std::uint8_t>(Wanted)));
+    const std::size_t others =
+        leading(~marks(CharacterBlock(at).bytes == static_cast<std::uint8_t>(Expected)));
     at += others;
     if (others < CharacterBlock::size) return at;
   }
-  while (at != end && *at != Wanted) ++at;
+  while (at != end && *at != Expected) ++at;
   return at;
 }
 

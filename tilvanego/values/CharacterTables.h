@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
-/// Which bytes may stand in which part of a URL, after the grammar of RFC 3986. "%" is in no class: an escape
-/// is three bytes, and whoever walks a text looks at them together.
+/// Which bytes may stand in which part of a URL, by the grammar of RFC 3986. "%" is in no class: it starts an
+/// escape of three bytes, which are checked together.
 namespace tilvanego::detail {
 
 /// A bit mask: a byte can be in many classes.
@@ -24,12 +24,12 @@ enum class CharacterClass : std::uint16_t {
 
 namespace characterTables {
 
-consteval std::array<std::uint16_t, 256> makeClasses() {
+[[nodiscard]] consteval std::array<std::uint16_t, 256> makeClasses() {
   std::array<std::uint16_t, 256> classes{};
-  const auto admit = [&](std::string_view characters, auto... wanted) {
+  const auto admit = [&](std::string_view characters, auto... memberOf) {
     for (const char character : characters) {
       auto& mask = classes[static_cast<std::uint8_t>(character)];
-      ((mask = static_cast<std::uint16_t>(mask | static_cast<std::uint16_t>(wanted))), ...);
+      ((mask = static_cast<std::uint16_t>(mask | static_cast<std::uint16_t>(memberOf))), ...);
     }
   };
   using enum CharacterClass;
@@ -44,7 +44,7 @@ consteval std::array<std::uint16_t, 256> makeClasses() {
   return classes;
 }
 
-consteval std::array<std::int8_t, 256> makeHexValues() {
+[[nodiscard]] consteval std::array<std::int8_t, 256> makeHexValues() {
   std::array<std::int8_t, 256> values{};
   values.fill(-1);
   for (int digit = 0; digit < 10; ++digit)
@@ -62,35 +62,29 @@ inline constexpr std::array<std::int8_t, 256> hexValues = makeHexValues();
 }  // namespace characterTables
 
 /// The classes of a byte, as a bit mask.
-constexpr unsigned classesOf(char character) {
+[[nodiscard]] constexpr unsigned classesOf(char character) {
   return characterTables::classes[static_cast<std::uint8_t>(character)];
 }
 
-constexpr bool belongs(char character, CharacterClass wanted) {
-  return (classesOf(character) & static_cast<unsigned>(wanted)) != 0;
+[[nodiscard]] constexpr bool belongs(char character, CharacterClass characterClass) {
+  return (classesOf(character) & static_cast<unsigned>(characterClass)) != 0;
 }
 
-/// The end of the run of `wanted` characters that begins at `at`. Four at a time: what is read are mostly
-/// long runs.
-constexpr const char* endOfRun(const char* at, const char* end, CharacterClass wanted) {
-  const auto mask = static_cast<unsigned>(wanted);
+/// The end of the run of characters of `characterClass` that begins at `at`. Four at a time, since most runs
+/// are long.
+[[nodiscard]] constexpr const char* endOfRun(const char* at, const char* end, CharacterClass characterClass) {
+  const auto mask = static_cast<unsigned>(characterClass);
   while (end - at >= 4 &&
          (classesOf(at[0]) & classesOf(at[1]) & classesOf(at[2]) & classesOf(at[3]) & mask) != 0) {
     at += 4;
   }
-  while (at != end && belongs(*at, wanted)) ++at;
+  while (at != end && belongs(*at, characterClass)) ++at;
   return at;
 }
 
 /// The value of a hexadecimal digit in either case, or -1.
-constexpr int hexValue(char character) {
+[[nodiscard]] constexpr int hexValue(char character) {
   return characterTables::hexValues[static_cast<std::uint8_t>(character)];
-}
-
-/// Whether "%" and two hexadecimal digits stand at `index`.
-constexpr bool escapeStandsAt(std::string_view text, std::size_t index) {
-  return text.size() - index >= 3 && text[index] == '%' && hexValue(text[index + 1]) >= 0 &&
-         hexValue(text[index + 2]) >= 0;
 }
 
 }  // namespace tilvanego::detail

@@ -9,22 +9,23 @@
 #include <utility>
 
 #include <tilvanego/values/Bytes.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Binary data that is never changed once it is made, so that copies share it: a copy costs no more than a
-/// pointer's, however long the data. Different copies may be used on different threads.
+/// Immutable binary data. Copies share the bytes, so a copy costs as much as a copy of a pointer. Different
+/// copies may be used on different threads.
 class Data {
  public:
   Data() = default;
   explicit Data(Bytes bytes) : bytes_(std::make_shared<const Bytes>(std::move(bytes))) {}
   explicit Data(std::string_view text) : Data(Bytes(text.begin(), text.end())) {}
 
-  [[nodiscard]] std::span<const std::uint8_t> bytes() const {
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const TILVANEGO_LIFETIMEBOUND {
     return bytes_ ? std::span<const std::uint8_t>(*bytes_) : std::span<const std::uint8_t>();
   }
-  /// The bytes as they are, whether or not they are UTF-8.
-  [[nodiscard]] std::string_view text() const {
+  /// The bytes, unchanged. They may be no valid UTF-8.
+  [[nodiscard]] std::string_view text() const TILVANEGO_LIFETIMEBOUND {
     const auto all = bytes();
     return {reinterpret_cast<const char*>(all.data()), all.size()};
   }

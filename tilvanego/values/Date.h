@@ -10,7 +10,7 @@ class Date {
   /// 1970-01-01T00:00:00Z.
   constexpr Date() = default;
 
-  /// Seconds since 1970-01-01T00:00:00Z, with fraction, without leap seconds; negative before it.
+  /// Seconds since 1970-01-01T00:00:00Z, with a fraction, without leap seconds. Negative before that moment.
   [[nodiscard]] static constexpr Date fromSecondsSince1970(double seconds) { return Date(seconds); }
   [[nodiscard]] constexpr double secondsSince1970() const { return seconds_; }
 

@@ -18,7 +18,7 @@ constexpr std::int64_t millisecondsPerDay = 86'400'000;
 
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Takes a date text piece by piece. A piece that isn't there leaves the scanner as it was.
+// Reads a date text part by part. If a part is missing, the position does not change.
 class DateScanner {
  public:
   explicit DateScanner(std::string_view text) : rest_(text) {}
@@ -93,8 +93,8 @@ class DateScanner {
 };
 
 double fractionOfSecond(std::string_view digits) {
-  // Both integers are exact as doubles, so one division rounds once; a double tells no digits beyond these
-  // apart.
+  // Both integers are exact as doubles, so the division rounds once. Further digits would not change the
+  // double.
   double numerator = 0;
   double denominator = 1;
   for (const char c : digits.substr(0, 15)) {
@@ -126,7 +126,7 @@ Date dateOf(const DateTime& dateTime, std::size_t fractionDigits) {
   return Date::fromSecondsSince1970(static_cast<double>(dateTime.seconds) + fraction);
 }
 
-// The years that four digits can tell, in seconds: from the first of them to before the end.
+// The years 0000 to 9999 in seconds since 1970, without the end.
 constexpr double firstSecond = -62'167'219'200;
 constexpr double endOfSeconds = 253'402'300'800;
 

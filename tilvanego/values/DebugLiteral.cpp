@@ -7,7 +7,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-// Whether the scalar joins the character before it, given that this one is printable ASCII.
+// Whether the scalar combines with a printable ASCII character before it.
 bool attaches(char32_t scalar) {
   if (scalar < 0x300) return false;
   switch (u_getIntPropertyValue(static_cast<UChar32>(scalar), UCHAR_GRAPHEME_CLUSTER_BREAK)) {
@@ -30,7 +30,7 @@ void appendHexEscape(std::string& literal, char32_t scalar) {
   literal += '}';
 }
 
-// What stands after the backslash, or 0 if the scalar has no short escape.
+// Returns the character after the backslash, or 0 if the scalar has no short escape.
 constexpr char shortEscape(char32_t scalar) {
   switch (scalar) {
     case U'\0':

@@ -49,7 +49,7 @@ constexpr bool roundsUp(bool odd, std::strong_ordering remainderToHalf) {
 
 }  // namespace
 
-// A number on its way in or out of the canonical form.
+// A number that may not have the canonical form.
 struct DecimalParts {
   bool negative = false;
   Mantissa mantissa = 0;
@@ -59,7 +59,7 @@ struct DecimalParts {
     return {d.negative_, (Mantissa{d.high_} << 64) | d.low_, d.exponent_};
   }
 
-  // Nothing if the exponent is out of range. Zero is in range with any.
+  // Returns no value if the exponent is out of range. Zero is in range with any exponent.
   std::optional<Decimal> decimal() const {
     if (mantissa == 0) return Decimal();
     if (exponent < smallestExponent || exponent > largestExponent) return std::nullopt;
@@ -89,8 +89,7 @@ struct DecimalParts {
 
 namespace {
 
-// Takes digits from the most significant on, and rounds off, half to even, those that the mantissa can't
-// hold.
+// Takes digits, the most significant first, and rounds, half to even, those that do not fit the mantissa.
 class DigitCollector {
  public:
   void take(char digit) {
@@ -108,7 +107,7 @@ class DigitCollector {
 
   bool isExact() const { return firstDropped_ == 0 && restIsZero_; }
 
-  // What was taken, as an integer times ten to the `exponent`.
+  // Returns the digits so far as an integer times ten to the `exponent`.
   DecimalParts parts(bool negative, std::int64_t exponent) const {
     DecimalParts result{negative, mantissa_, 0};
     std::int64_t power = exponent + dropped_;
@@ -135,7 +134,7 @@ class DigitCollector {
   bool restIsZero_ = true;
 };
 
-// A cursor over the text; every step takes what is there and says whether anything was.
+// A cursor over the text. Each step reads a part, if it is there, and returns whether it was.
 class NumberScanner {
  public:
   explicit NumberScanner(std::string_view text) : text_(text) {}
@@ -155,8 +154,8 @@ class NumberScanner {
     for (; isDigit(peek()); ++at_) digits.take(text_[at_]);
     return at_ - start;
   }
-  // Nothing, and no step, unless an exponent with a digit stands here. Its size saturates far outside any
-  // range.
+  // Reads an exponent. Without a digit, returns no value and reads nothing. A huge exponent saturates far
+  // outside the range.
   std::optional<std::int64_t> takeExponent() {
     const std::size_t start = at_;
     if (!takeIf('e') && !takeIf('E')) return std::nullopt;
@@ -173,8 +172,8 @@ class NumberScanner {
 
  private:
   char peek() const { return atEnd() ? '\0' : text_[at_]; }
-  bool takeIf(char wanted) {
-    if (peek() != wanted) return false;
+  bool takeIf(char expected) {
+    if (peek() != expected) return false;
     ++at_;
     return true;
   }
@@ -203,7 +202,7 @@ std::string digitRow(const DecimalParts& parts, int lowest, int highest) {
   return row;
 }
 
-// Addition by hand, digit by digit, for sums that 128 bits can't hold. `a` has the greater magnitude.
+// Adds digit by digit, for sums that do not fit 128 bits. `a` has the greater magnitude.
 DecimalParts addedDigitByDigit(const DecimalParts& a, const DecimalParts& b) {
   const int lowest = std::min(a.exponent, b.exponent);
   const int highest = std::max(a.exponent, b.exponent) + static_cast<int>(mantissaDigits);

@@ -6,9 +6,9 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The number in the form that JSON bodies carry: plain positional text with at least one digit before the
-/// ".", at most three after it, rounded half to even from the exact value, no grouping and no trailing zeros.
-/// A negative number that rounds to zero keeps its sign: "-0".
+/// Returns the number as text for JSON bodies: plain positional text with at least one digit before the "."
+/// and at most three after it. It is rounded, half to even, from the exact value. No grouping, no trailing
+/// zeros. A negative number that rounds to zero keeps its sign: "-0".
 [[nodiscard]] std::string formattedDecimal(const Decimal& value);
 
 }  // namespace tilvanego

@@ -1,6 +1,5 @@
 #include <tilvanego/values/IDNA.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,17 +8,19 @@
 
 #include <unicode/uidna.h>
 
+#include <tilvanego/values/ASCII.h>
+
 namespace tilvanego::detail {
 namespace {
 
 constexpr std::size_t longestHost = 1024;
 
-/// Hosts of custom schemes name no machine, so the length and hyphen rules of the DNS don't bind them.
+// Hosts of custom schemes are no DNS names, so the length and hyphen rules of the DNS do not apply.
 constexpr std::uint32_t toleratedErrors = UIDNA_ERROR_EMPTY_LABEL | UIDNA_ERROR_LABEL_TOO_LONG |
                                           UIDNA_ERROR_DOMAIN_NAME_TOO_LONG | UIDNA_ERROR_LEADING_HYPHEN |
                                           UIDNA_ERROR_TRAILING_HYPHEN | UIDNA_ERROR_HYPHEN_3_4;
 
-/// One for the process: ICU's instance is immutable, and any thread may use it.
+// One instance for the process: it is immutable, and any thread may use it.
 const UIDNA* rules() {
   static const UIDNA* const instance = [] {
     UErrorCode status = U_ZERO_ERROR;
@@ -35,7 +36,7 @@ using Conversion = std::int32_t (*)(const UIDNA*, const char*, std::int32_t, cha
 
 std::optional<std::string> converted(std::string_view host, Conversion conversion) {
   if (host.size() > longestHost || rules() == nullptr) return std::nullopt;
-  // A label of n characters becomes at most a small multiple of n; what doesn't fit is refused.
+  // The result is at most a small multiple of the host's size. A result that does not fit is refused.
   std::string result(8 * longestHost, '\0');
   UIDNAInfo info = UIDNA_INFO_INITIALIZER;
   UErrorCode status = U_ZERO_ERROR;
@@ -52,13 +53,9 @@ std::optional<std::string> converted(std::string_view host, Conversion conversio
 
 bool hasEncodedLabel(std::string_view host) {
   constexpr std::string_view prefix = "xn--";
-  const auto same = [](char a, char b) {
-    return (a >= 'A' && a <= 'Z' ? static_cast<char>(a + 32) : a) == b;
-  };
   for (std::size_t label = 0; label < host.size();) {
     const std::string_view rest = host.substr(label);
-    if (rest.size() >= prefix.size() && std::ranges::equal(rest.substr(0, prefix.size()), prefix, same))
-      return true;
+    if (equalIgnoringASCIICase(rest.substr(0, prefix.size()), prefix)) return true;
     const std::size_t dot = rest.find('.');
     if (dot == std::string_view::npos) return false;
     label += dot + 1;

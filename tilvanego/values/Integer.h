@@ -8,8 +8,8 @@
 
 namespace tilvanego {
 
-/// The whole number that the text is, in base 10: an optional "+" or "-", then ASCII digits and nothing else.
-/// Nothing for any other text, and for numbers beyond 64 signed bits.
+/// Returns the integer in base 10: an optional "+" or "-", then ASCII digits and nothing else. Returns no
+/// value for any other text, and for numbers that do not fit 64 signed bits.
 [[nodiscard]] inline std::optional<std::int64_t> parseInteger(std::string_view text) {
   if (text.starts_with('+')) {
     text.remove_prefix(1);

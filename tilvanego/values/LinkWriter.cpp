@@ -19,7 +19,7 @@ using detail::URLParts;
 
 namespace {
 
-/// Texts are copied by whole blocks, so that a target has this many bytes to spare behind what is written.
+// Texts are copied in whole blocks, so the buffer must have this many bytes more than the text.
 constexpr std::size_t slack = CharacterBlock::size;
 
 char* write(char* out, std::string_view text) {
@@ -89,8 +89,8 @@ URLParts partsOf(const LinkTarget& target, bool hasQuery) {
 }  // namespace
 
 std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items) {
-  // A short link takes the room that it could need at most, since counting takes longer than writing. The
-  // text is written where it stays: it may hold a secret, of which no copy is to be left behind.
+  // For a short link, reserve the maximum size: counting takes longer than writing. The text is written in
+  // its final place, since it may contain a secret, of which no copy must remain.
   constexpr std::size_t shortLink = 2048;
   std::size_t room = targetSize(target);
   for (const auto& [name, value] : items) room += 2 + 3 * (name.size() + value.size());

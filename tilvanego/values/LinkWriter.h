@@ -9,7 +9,8 @@
 
 namespace tilvanego {
 
-/// Scheme, host and path of a link, fixed in the source. What would need encoding doesn't compile.
+/// Scheme, host and path of a link, constants in the source. A part that would need percent-encoding does not
+/// compile.
 class LinkTarget {
  public:
   consteval LinkTarget(std::string_view scheme, std::string_view host, std::string_view path)
@@ -21,9 +22,9 @@ class LinkTarget {
     }
   }
 
-  constexpr std::string_view scheme() const { return scheme_; }
+  [[nodiscard]] constexpr std::string_view scheme() const { return scheme_; }
   constexpr std::string_view host() const { return host_; }
-  constexpr std::string_view path() const { return path_; }
+  [[nodiscard]] constexpr std::string_view path() const { return path_; }
 
  private:
   static consteval bool all(std::string_view text, detail::CharacterClass allowed) {
@@ -44,9 +45,9 @@ struct LinkItem {
   std::string_view value;
 };
 
-/// scheme://host/path?name=value&… with each name and value percent-encoded as queryItemEncoded does, in one
-/// allocation. Without items there is no "?". Nothing if the text would reach the length that no URL has (4
-/// GiB).
+/// Returns scheme://host/path?name=value&…, with each name and value encoded as by `queryItemEncoded`.
+/// Without items there is no "?". Allocates once. Returns no value if the text would be 4 GiB or longer,
+/// which no URL may be.
 [[nodiscard]] std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
 
 }  // namespace tilvanego

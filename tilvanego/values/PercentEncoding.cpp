@@ -13,8 +13,8 @@
 namespace tilvanego::detail {
 namespace {
 
-/// Writes at most text.size() bytes; gives the end of what was written, or null at an escape without two
-/// digits. `seen` gathers the bits of all bytes written.
+// Writes at most text.size() bytes. Returns the end of the written bytes, or null for an escape without two
+// digits. `seen` becomes the OR of all written bytes.
 char* decodeEscapes(std::string_view text, char* out, std::uint8_t& seen) {
   const char* at = text.data();
   const char* const end = at + text.size();
@@ -53,7 +53,7 @@ std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed) {
   const auto isKept = [&](std::size_t index) -> std::size_t { return belongs(text[index], allowed) ? 1 : 0; };
   std::size_t kept = 0;
   std::size_t index = 0;
-  // Four look-ups in one sum don't wait for each other, which halves the time.
+  // Four independent look-ups in one sum take half the time.
   for (; text.size() - index >= 4; index += 4) {
     kept += (isKept(index) + isKept(index + 1)) + (isKept(index + 2) + isKept(index + 3));
   }

@@ -8,14 +8,14 @@
 
 #include <tilvanego/values/CharacterTables.h>
 
-/// Percent-encoding (RFC 3986, section 2.1) of UTF-8 text, with upper-case hexadecimal digits. Bytes are
-/// taken as they are: nothing is normalised, and bytes that are no UTF-8 are escaped one by one.
+/// Percent-encoding (RFC 3986, section 2.1) of UTF-8 text, with upper-case hexadecimal digits. Nothing is
+/// normalised, and bytes that are not UTF-8 are escaped one by one.
 namespace tilvanego::detail {
 
 /// Appends `text` with every byte outside `allowed` escaped, "%" included.
 void appendPercentEncoded(std::string& target, std::string_view text, CharacterClass allowed);
 
-/// Writes a byte's escape, three characters; gives the end of what was written.
+/// Writes the escape of a byte, three characters. Returns the end of what it wrote.
 inline char* writeEscape(char* out, char byte) {
   constexpr std::string_view digits = "0123456789ABCDEF";
   const auto value = static_cast<std::uint8_t>(byte);
@@ -25,22 +25,22 @@ inline char* writeEscape(char* out, char byte) {
   return out;
 }
 
-/// How many bytes appendPercentEncoded adds.
+/// Returns the number of bytes that `appendPercentEncoded` appends.
 [[nodiscard]] std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed);
 
-/// `text` as an item's name or value in a query. Unescaped stay the ASCII letters and digits and
-/// -._~!$'()*+,;:@/? ; so
-/// "+" stays a plus, and a space is "%20".
+/// Returns `text` encoded as the name or value of a query item. Not escaped are the ASCII letters and digits
+/// and -._~!$'()*+,;:@/? ; so "+" stays "+", and a space becomes "%20".
 [[nodiscard]] std::string queryItemEncoded(std::string_view text);
 
-/// `text` with all but the ASCII letters and digits escaped.
+/// Returns `text` with every byte escaped but the ASCII letters and digits.
 [[nodiscard]] std::string alphanumericEncoded(std::string_view text);
 
-/// Undoes the escapes. No value if "%" stands without two hexadecimal digits, or if the result is no UTF-8.
-/// "+" stays a plus.
+/// Returns `text` with its escapes decoded. Returns no value if a "%" is not followed by two hexadecimal
+/// digits, or if the result is not UTF-8. "+" stays "+".
 [[nodiscard]] std::optional<std::string> percentDecoded(std::string_view text);
 
-/// As percentDecoded, appended to `target`, which a failure leaves as it was.
+/// Like `percentDecoded`, but appends to `target`. Returns false, with `target` unchanged, where
+/// `percentDecoded` returns no value.
 [[nodiscard]] bool appendPercentDecoded(std::string& target, std::string_view text);
 
 }  // namespace tilvanego::detail

@@ -5,8 +5,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// One name and value of a URL's query, decoded: UTF-8 text without percent escapes. "a" is an item without a
-/// value, "a=" one whose value is empty.
+/// One name and value of a URL's query, decoded: UTF-8 text without percent escapes. The item "a" has no
+/// value; the item "a=" has an empty value.
 struct QueryItem {
   std::string name;
   std::optional<std::string> value;

@@ -8,30 +8,31 @@
 #include <string_view>
 
 #include <tilvanego/values/CharacterRuns.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A part of a URL's text, or none: an optional view that is as small as the view.
+/// An optional view of a part of a URL's text, as small as a `std::string_view`.
 class URLTextView {
  public:
   constexpr URLTextView() = default;
   constexpr URLTextView(std::nullopt_t) {}
   constexpr URLTextView(const char* begin, const char* end) : text_(begin, end) {}
-  constexpr explicit(false) URLTextView(std::string_view text) : text_(text) {}
+  constexpr explicit(false) URLTextView(std::string_view text TILVANEGO_LIFETIMEBOUND) : text_(text) {}
   constexpr explicit(false) URLTextView(const char* text) : text_(text) {}
 
   [[nodiscard]] constexpr explicit operator bool() const { return text_.data() != nullptr; }
   [[nodiscard]] constexpr std::string_view operator*() const { return text_; }
   [[nodiscard]] constexpr const std::string_view* operator->() const { return &text_; }
 
-  /// The text with its escapes undone; nothing if there is none or if the escapes make no UTF-8. "+" stays a
-  /// plus.
+  /// Returns the text with its percent escapes decoded. Returns no value if there is no text or the result is
+  /// not UTF-8. "+" stays "+".
   [[nodiscard]] std::optional<std::string> decoded() const {
     std::optional<std::string> text;
     decodeInto(text);
     return text;
   }
-  /// As decoded(), into what has no value yet.
+  /// Like `decoded()`, but stores into `target`, which must have no value.
   void decodeInto(std::optional<std::string>& target) const;
 
   friend constexpr bool operator==(URLTextView a, URLTextView b) {
@@ -42,20 +43,21 @@ class URLTextView {
   std::string_view text_;
 };
 
-/// One item of a query as it stands in the URL, percent-encoded. The views live as long as the URL's text.
+/// One item of a query, percent-encoded as in the URL. The views are valid as long as the URL's text.
 struct RawQueryItem {
   std::string_view name;
-  /// What stands behind the first "="; nothing if there is none.
+  /// The text after the first "="; no value without a "=".
   URLTextView value;
 
-  /// The name with its escapes undone; as it stands if they make no UTF-8. "+" stays a plus.
+  /// Returns the name with its percent escapes decoded, or unchanged if the result would not be UTF-8. "+"
+  /// stays "+".
   [[nodiscard]] std::string decodedName() const;
 
   bool operator==(const RawQueryItem&) const = default;
 };
 
-/// The items of a query, found one after the other without allocating. "&" parts them, so "a&&b" has three,
-/// the second with an empty name. An empty query has none. The range is a view: it must not outlive the text.
+/// The items of a query, separated by "&", as a forward range that allocates nothing. "a&&b" has three items,
+/// the second with an empty name. An empty query has no items. The range is a view: the text must outlive it.
 class RawQueryItems {
  public:
   class Iterator {
@@ -84,7 +86,7 @@ class RawQueryItems {
       take(end_ - query.size());
     }
 
-    /// The item that starts at `start`; past the last one, `start` is null.
+    /// Moves to the item that starts at `start`, or to the end if `start` is null.
     void take(const char* start) {
       if (start == nullptr) {
         *this = Iterator();
@@ -104,7 +106,7 @@ class RawQueryItems {
     const char* end_ = nullptr;
   };
 
-  explicit RawQueryItems(std::string_view query) : query_(query) {}
+  explicit RawQueryItems(std::string_view query TILVANEGO_LIFETIMEBOUND) : query_(query) {}
   [[nodiscard]] Iterator begin() const { return query_.empty() ? Iterator() : Iterator(query_); }
   [[nodiscard]] Iterator end() const { return Iterator(); }
 

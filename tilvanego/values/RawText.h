@@ -8,17 +8,17 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The texts that the cases of an enumeration have on every wire, each pair said once, in the order of the
-/// cases. An enumeration takes part by specialising this with `static constexpr std::array
-/// table{std::pair{Case, std::string_view("text")}, ...};`.
-template <class Enumeration>
+/// The text of each case of an enumeration in links, callbacks and JSON. Specialise it for an enumeration
+/// with `static constexpr std::array table{std::pair{Case, std::string_view("text")}, ...};`: each case once,
+/// in the order of the cases.
+template <typename Enumeration>
 struct RawTexts;
 
 /// An enumeration whose cases have raw texts.
-template <class Enumeration>
+template <typename Enumeration>
 concept HasRawText = requires { RawTexts<Enumeration>::table.size(); };
 
-/// The raw text of a case. A value that is no case of its enumeration has an empty text.
+/// Returns the raw text of a case, or an empty text for a value that is not a case of its enumeration.
 template <HasRawText Enumeration>
 [[nodiscard]] constexpr std::string_view rawText(Enumeration value) {
   for (const auto& [one, text] : RawTexts<Enumeration>::table) {
@@ -27,7 +27,7 @@ template <HasRawText Enumeration>
   return {};
 }
 
-/// The case with exactly this raw text, byte for byte; nothing if there is none.
+/// Returns the case with this raw text, compared byte for byte, or no value if there is none.
 template <HasRawText Enumeration>
 [[nodiscard]] constexpr std::optional<Enumeration> fromRawText(std::string_view text) {
   for (const auto& [one, raw] : RawTexts<Enumeration>::table) {
@@ -36,7 +36,7 @@ template <HasRawText Enumeration>
   return std::nullopt;
 }
 
-/// All cases of an enumeration, in their order.
+/// Returns all cases of an enumeration, in their order.
 template <HasRawText Enumeration>
 [[nodiscard]] constexpr auto allCases() {
   constexpr auto& table = RawTexts<Enumeration>::table;

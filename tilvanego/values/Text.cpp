@@ -11,17 +11,16 @@
 #include <unicode/ustring.h>
 #include <unicode/utext.h>
 
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/UTF8.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
+using detail::asciiLowercased;
 using detail::asciiPrefixLength;
 using detail::decodeScalar;
 using detail::isASCII;
-
-constexpr char asciiUpper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-constexpr char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 constexpr bool isWhitespaceOrNewline(char32_t c) {
   if (c < 0x80) return c == 0x20 || (c >= 0x09 && c <= 0x0D);
@@ -54,8 +53,7 @@ void appendMapped(std::string& result, char32_t scalar, CaseMapping mapping) {
   appendUTF16(result, {mapped, static_cast<std::size_t>(mappedLength)});
 }
 
-// Scalars are mapped one by one: no mapping looks at its neighbours, and ill-formed bytes pass through
-// untouched.
+// Scalars are mapped one by one, without their context. Ill-formed bytes are kept.
 std::string caseMapped(std::string_view text, char (*asciiMapping)(char), CaseMapping mapping) {
   std::string result(text.substr(0, asciiPrefixLength(text)));
   std::ranges::transform(result, result.begin(), asciiMapping);
@@ -73,8 +71,9 @@ std::string caseMapped(std::string_view text, char (*asciiMapping)(char), CaseMa
   return result;
 }
 
-// ICU's way with outputs of unknown length: ask with what there is, ask again with what it takes.
-template <class Produce>
+// ICU's protocol for results of unknown length: call with a guess; if the result does not fit, call again
+// with its length.
+template <typename Produce>
 std::optional<std::u16string> produced(std::size_t guess, Produce produce) {
   std::u16string result(guess, u'\0');
   for (int attempt = 0; attempt < 2; ++attempt) {
@@ -150,7 +149,7 @@ std::size_t unicodeCharacterCount(std::string_view text) {
     while (U_SUCCESS(status) && ubrk_next(iterator) != UBRK_DONE) ++count;
   }
   utext_close(&source);
-  // Beyond 2 GiB, or without ICU's data, a scalar is the best measure of a character there is.
+  // Beyond 2 GiB, or without ICU's data, scalars are counted instead of characters.
   return U_SUCCESS(status) && iterator != nullptr ? count : scalarCount(text);
 }
 
@@ -173,17 +172,19 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-std::string uppercased(std::string_view text) { return caseMapped(text, asciiUpper, u_strToUpper); }
+std::string uppercased(std::string_view text) {
+  return caseMapped(text, detail::asciiUppercased, u_strToUpper);
+}
 
-std::string lowercased(std::string_view text) { return caseMapped(text, asciiLower, u_strToLower); }
+std::string lowercased(std::string_view text) { return caseMapped(text, asciiLowercased, u_strToLower); }
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  // ASCII characters neither fold nor combine into anything else, so the first two that differ decide, and
-  // folding can begin at the first that isn't ASCII.
+  // ASCII characters neither fold nor combine into anything else. So the first two that differ decide, and
+  // folding can start at the first character that is not ASCII.
   std::size_t at = 0;
   for (const std::size_t shorter = std::min(a.size(), b.size()); at < shorter; ++at) {
     if (!isASCII(a[at]) || !isASCII(b[at])) break;
-    if (asciiLower(a[at]) != asciiLower(b[at])) return false;
+    if (asciiLowercased(a[at]) != asciiLowercased(b[at])) return false;
   }
   a.remove_prefix(at);
   b.remove_prefix(at);
@@ -193,22 +194,19 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
   const auto foldedA = canonicalFolding(a);
   const auto foldedB = canonicalFolding(b);
   if (foldedA && foldedB) return *foldedA == *foldedB;
-  return std::ranges::equal(a, b, {}, asciiLower, asciiLower);
+  return detail::equalIgnoringASCIICase(a, b);
 }
 
 std::string caseFolded(std::string_view text) {
   const std::size_t prefix = asciiPrefixLength(text);
-  std::string result(text.substr(0, prefix));
   if (prefix < text.size()) {
     if (const auto folded = canonicalFolding(text.substr(prefix))) {
-      std::ranges::transform(result, result.begin(), asciiLower);
+      std::string result = asciiLowercased(text.substr(0, prefix));
       appendUTF16(result, *folded);
       return result;
     }
-    result = text;
   }
-  std::ranges::transform(result, result.begin(), asciiLower);
-  return result;
+  return asciiLowercased(text);
 }
 
 std::size_t characterCount(std::string_view text) {

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/RawQueryItems.h>
 #include <tilvanego/values/URLParts.h>
@@ -30,22 +31,21 @@ void wipe(URL& url) noexcept;
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Why a text is no URL.
+/// Why a text is not a URL.
 struct URLError {
-  /// The byte of the text where the trouble was found.
+  /// The position of the fault in the text, in bytes.
   std::size_t offset = 0;
-  /// A sentence without its full stop, for a developer; static storage.
+  /// A sentence for a developer, without a full stop. In static storage.
   std::string_view message;
 
   bool operator==(const URLError&) const = default;
 };
 
-/// An absolute or relative URL of any scheme, after RFC 3986: an immutable text with its components. The text
-/// is ASCII.
+/// An absolute or relative URL of any scheme (RFC 3986): an immutable ASCII text and its components.
 ///
-/// Views that the accessors give point into the text and die with the object, or when it is assigned or moved
-/// from. A moved-from URL is empty: its text, its path, and no other component. Different objects may be used
-/// on different threads, and one object by any number of readers.
+/// The accessors return views into the text. They are valid until the object is destroyed, assigned or moved
+/// from. A moved-from URL has an empty text, an empty path, and no other component. Several threads may read
+/// one object at the same time.
 class URL {
  public:
   URL(const URL&) = default;
@@ -59,64 +59,66 @@ class URL {
   }
   ~URL() = default;
 
-  /// Makes a URL of any bytes. A component that holds a byte which can't stand in it is percent-encoded as a
-  /// whole, "%" included ("a b%20" becomes "a%20b%2520"); one that holds none stays as it is. A host beyond
-  /// ASCII takes its IDNA form (UTS #46). No URL is: the empty text, a scheme or host with other characters
-  /// than RFC 3986 allows (an ASCII host isn't encoded), a port that isn't digits, an open bracket, and a
-  /// text of 4 GiB and more. Takes time linear in the text's length, and one allocation if nothing needs
-  /// encoding.
+  /// Makes a URL from any bytes. A component is kept unchanged if all its bytes are allowed in it. Otherwise
+  /// the whole component is percent-encoded, "%" included: "a b%20" becomes "a%20b%2520". A host beyond ASCII
+  /// becomes its IDNA form (UTS #46). Returns an error for: an empty text; a scheme or an ASCII host with
+  /// characters that RFC 3986 does not allow; a port that is not digits; an unclosed bracket; a text of 4 GiB
+  /// or more. Takes linear time, and one allocation if nothing needs encoding.
   [[nodiscard]] static std::expected<URL, URLError> parse(std::string_view text);
 
-  /// As above, and keeps the buffer of `text` if nothing needs encoding. A template, so that a literal isn't
-  /// ambiguous.
+  /// Like above, but keeps the buffer of `text` if nothing needs encoding. A template, so that a literal is
+  /// not ambiguous.
   template <std::same_as<std::string> Text>
   [[nodiscard]] static std::expected<URL, URLError> parse(Text&& text) {
     return parseOwned(std::forward<Text>(text));
   }
 
   /// The whole text.
-  [[nodiscard]] const std::string& absoluteString() const { return text_; }
+  [[nodiscard]] const std::string& absoluteString() const TILVANEGO_LIFETIMEBOUND { return text_; }
 
-  /// The scheme as written, without its ":".
-  [[nodiscard]] std::optional<std::string_view> scheme() const;
+  /// The scheme as written, without ":".
+  [[nodiscard]] std::optional<std::string_view> scheme() const TILVANEGO_LIFETIMEBOUND;
 
-  /// The user, and what stands behind the first ":" of the user information; decoded as path() is.
+  /// The parts of the user information before and after its first ":", decoded like `path()`.
   [[nodiscard]] std::optional<std::string> user() const;
   [[nodiscard]] std::optional<std::string> password() const;
 
-  /// The host, decoded: escapes undone, "xn--" labels in Unicode, an address with its brackets. Empty for
-  /// "file:///x"; no value without "//". A host whose escapes make no UTF-8 is given as it stands.
+  /// The host, decoded: without percent escapes, "xn--" labels in Unicode, an IP address with its brackets.
+  /// Empty for "file:///x"; no value without "//". Unchanged if the decoded host would not be UTF-8.
   [[nodiscard]] std::optional<std::string> host() const;
-  /// The host as it stands in the text.
-  [[nodiscard]] std::optional<std::string_view> writtenHost() const;
-  /// The host percent-encoded: as it stands, except that "xn--" labels are in Unicode and then escaped.
+  /// The host as written.
+  [[nodiscard]] std::optional<std::string_view> writtenHost() const TILVANEGO_LIFETIMEBOUND;
+  /// The host percent-encoded: as written, but "xn--" labels are converted to Unicode and escaped.
   [[nodiscard]] std::optional<std::string> encodedHost() const;
 
-  /// The port. No value if there is none, if it is empty, or if it is beyond 32 bits.
+  /// The port. No value if it is missing, empty, or larger than 32 bits.
   [[nodiscard]] std::optional<std::uint32_t> port() const;
 
-  /// The path with its escapes undone; as it stands if they make no UTF-8. Dot segments stay.
+  /// The path with its percent escapes decoded, or as written if the result would not be UTF-8. Dot segments
+  /// are kept.
   [[nodiscard]] std::string path() const;
-  /// The path as it stands in the text.
-  [[nodiscard]] std::string_view encodedPath() const;
+  /// The path as written.
+  [[nodiscard]] std::string_view encodedPath() const TILVANEGO_LIFETIMEBOUND;
 
-  /// What stands between "?" and "#". "a?" has an empty query, "a" has none.
-  [[nodiscard]] std::optional<std::string_view> encodedQuery() const;
-  /// The query's items in their order, decoded. No value if there is no query, none of them if it is empty.
+  /// The query, between "?" and "#", as written. "a?" has an empty query, "a" has none.
+  [[nodiscard]] std::optional<std::string_view> encodedQuery() const TILVANEGO_LIFETIMEBOUND;
+  /// The query's items in their order, decoded. No value without a query; no items for an empty query.
   [[nodiscard]] std::optional<std::vector<QueryItem>> queryItems() const;
-  /// The query's items as they stand; none without a query. Allocates nothing.
-  [[nodiscard]] RawQueryItems rawQueryItems() const { return RawQueryItems(encodedQuery().value_or("")); }
+  /// The query's items as written; no items without a query. Allocates nothing.
+  [[nodiscard]] RawQueryItems rawQueryItems() const TILVANEGO_LIFETIMEBOUND {
+    return RawQueryItems(encodedQuery().value_or(""));
+  }
 
-  /// What stands behind "#", decoded as path() is.
+  /// The fragment, after "#", decoded like `path()`.
   [[nodiscard]] std::optional<std::string> fragment() const;
-  /// The fragment as it stands in the text.
-  [[nodiscard]] std::optional<std::string_view> encodedFragment() const;
+  /// The fragment as written.
+  [[nodiscard]] std::optional<std::string_view> encodedFragment() const TILVANEGO_LIFETIMEBOUND;
 
-  /// This URL with these items for its query, encoded, and everything else as it stands. No items make an
-  /// empty query. No value if the text would reach 4 GiB.
+  /// Returns this URL with its query replaced by these items, encoded. Without items the query is empty.
+  /// Returns no value if the text would be 4 GiB or longer.
   [[nodiscard]] std::optional<URL> replacingQueryItems(std::span<const QueryItem> items) const;
 
-  /// Equality of the texts, byte by byte.
+  /// Compares the texts byte by byte.
   bool operator==(const URL& other) const { return text_ == other.text_; }
 
  private:

@@ -10,20 +10,20 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The parts of a URL to be, decoded: UTF-8 text without escapes.
+/// The parts from which to make a URL, decoded: UTF-8 text without percent escapes.
 struct URLComponents {
-  /// As it shall stand, without ":".
+  /// Without ":".
   std::optional<std::string> scheme;
-  /// ASCII as it shall stand, an address in brackets, or Unicode, which goes into its IDNA form. An empty
-  /// host is one.
+  /// ASCII, which is kept unchanged; an IP address in brackets; or Unicode, which becomes its IDNA form. May
+  /// be empty.
   std::optional<std::string> host;
   std::string path;
-  /// Empty items make an empty query ("?"), no value none.
+  /// Empty items make an empty query ("?"). No value makes no query.
   std::optional<std::vector<QueryItem>> queryItems;
 
-  /// The URL of these parts, percent-encoded. No value if there is none: the scheme isn't one, the host holds
-  /// what can't stand in a host, the path doesn't start with "/" behind a host or starts with "//" without
-  /// one, or all is empty.
+  /// Returns the URL of these parts, percent-encoded. Returns no value if the scheme is not valid, if the
+  /// host has a character that no host may have, if there is a host and the path does not start with "/", if
+  /// there is no host and the path starts with "//", or if all parts are empty.
   [[nodiscard]] std::optional<URL> url() const;
 };
 

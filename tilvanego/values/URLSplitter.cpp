@@ -23,7 +23,7 @@ constexpr bool isLetter(char character) {
 
 constexpr bool isBeyondASCII(char character) { return static_cast<std::uint8_t>(character) >= 0x80; }
 
-/// The first offset from `index` on where neither a member of `Allowed` nor an escape stands.
+// Returns the first offset from `index` on that holds neither a member of `Allowed` nor an escape.
 template <CharacterClass Allowed>
 std::size_t endOfAllowed(std::string_view text, std::size_t index) {
   return static_cast<std::size_t>(
@@ -35,7 +35,7 @@ bool allAllowed(std::string_view text) {
   return endOfAllowed<Allowed>(text, 0) == text.size();
 }
 
-/// The first of a few characters. Parts of a URL are short, so that a plain walk is quicker than a search.
+// Finds the first of a few characters. Parts of a URL are short, so a simple loop is the fastest way.
 std::size_t findOr(std::string_view text, std::string_view characters, std::size_t from,
                    std::size_t otherwise) {
   for (std::size_t index = from; index < text.size(); ++index) {
@@ -46,7 +46,7 @@ std::size_t findOr(std::string_view text, std::string_view characters, std::size
   return otherwise;
 }
 
-/// Splits one text; each step starts where the one before ended.
+// Splits one text; each step starts where the one before ended.
 class Splitter {
  public:
   explicit Splitter(std::string_view text) : text_(text) {}
@@ -65,7 +65,7 @@ class Splitter {
  private:
   using Step = std::expected<void, URLError>;
 
-  /// A scheme ends at a ":" that comes before any other general delimiter.
+  // A scheme ends at a ":" that comes before any other general delimiter.
   Step takeScheme() {
     std::size_t end = 0;
     while (end < text_.size() && belongs(text_[end], CharacterClass::schemeTail)) ++end;
@@ -101,7 +101,7 @@ class Splitter {
     return takePort(end);
   }
 
-  /// An authority that is a host alone, as in nearly every callback.
+  // Reads an authority that has only a host, as in nearly every callback.
   bool takePlainHost() {
     const char* const begin = text_.data() + at_;
     const char* const end = text_.data() + text_.size();
@@ -134,7 +134,7 @@ class Splitter {
     return {};
   }
 
-  /// An address in brackets. What stands between them is checked for its characters only.
+  // Reads an IP address in brackets. Only its characters are checked.
   Step takeAddress(std::size_t authorityEnd) {
     const std::string_view upToEnd = text_.substr(0, authorityEnd);
     const std::size_t end = endOfAllowed<CharacterClass::ipLiteral>(upToEnd, at_ + 1);
@@ -168,7 +168,7 @@ class Splitter {
     }
   }
 
-  /// Goes to the next of `stops`. Whether something on the way can't stay as it is.
+  // Moves to the next of `stops`. Returns true if a character before it needs encoding.
   template <CharacterClass Allowed>
   bool take(std::string_view stops) {
     const std::size_t end = endOfAllowed<Allowed>(text_, at_);
@@ -189,7 +189,7 @@ void appendComponent(std::string& target, std::string_view component, bool encod
   }
 }
 
-/// User information up to and with its "@".
+// Appends the user information and its "@".
 void appendUserInformation(std::string& target, std::string_view text, const SplitText& split) {
   if (text.empty()) return;
   text.remove_suffix(1);
@@ -202,7 +202,7 @@ void appendUserInformation(std::string& target, std::string_view text, const Spl
   target += '@';
 }
 
-/// An empty port loses its ":".
+// An empty port is written without its ":".
 bool appendAuthority(std::string& target, std::string_view text, const SplitText& split) {
   const auto& parts = split.parts;
   target += "//";

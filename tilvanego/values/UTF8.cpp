@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include <tilvanego/values/ASCII.h>
+
 namespace tilvanego::detail {
 
 std::size_t asciiPrefixLength(std::string_view text) {
@@ -12,15 +14,6 @@ std::size_t asciiPrefixLength(std::string_view text) {
   }
   while (at < text.size() && isASCII(text[at])) ++at;
   return at;
-}
-
-bool isUTF8(std::string_view text) {
-  for (std::size_t at = asciiPrefixLength(text); at < text.size();) {
-    const DecodedScalar scalar = decodeScalar(text, at);
-    if (!scalar.wellFormed) return false;
-    at += scalar.length;
-  }
-  return true;
 }
 
 void appendScalar(std::string& text, char32_t scalar) {

@@ -7,19 +7,18 @@
 
 namespace tilvanego::detail {
 
-/// One step of reading UTF-8: a scalar, or the longest ill-formed run that could have begun one.
+/// One step of reading UTF-8: a Unicode scalar value, or an ill-formed sequence (the longest start of a valid
+/// one).
 struct DecodedScalar {
   char32_t scalar = U'\uFFFD';
   std::uint8_t length = 1;  ///< In bytes, at least 1.
   bool wellFormed = false;
 };
 
-constexpr bool isASCII(char c) { return static_cast<unsigned char>(c) < 0x80; }
-
-/// Reads the scalar that begins at `at`, which must be less than the size of `text`. An ill-formed sequence
-/// gives U+FFFD with the length of its maximal subpart (The Unicode Standard, section 3.9), so that a reader
-/// that goes on after it writes one replacement for each.
-constexpr DecodedScalar decodeScalar(std::string_view text, std::size_t at) {
+/// Reads the scalar that begins at `at`, which must be less than the size of `text`. For an ill-formed
+/// sequence, returns U+FFFD with the length of its maximal subpart (The Unicode Standard, section 3.9), so
+/// that a reader that continues after it writes one replacement for each.
+[[nodiscard]] constexpr DecodedScalar decodeScalar(std::string_view text, std::size_t at) {
   const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
   const unsigned char lead = byteAt(at);
   if (lead < 0x80) return {lead, 1, true};
@@ -53,11 +52,8 @@ constexpr DecodedScalar decodeScalar(std::string_view text, std::size_t at) {
   return {scalar, length, true};
 }
 
-/// The number of bytes before the first that is not ASCII.
-std::size_t asciiPrefixLength(std::string_view text);
-
-/// Whether the whole text is well-formed UTF-8; the empty one is.
-bool isUTF8(std::string_view text);
+/// Returns the number of bytes before the first one that is not ASCII.
+[[nodiscard]] std::size_t asciiPrefixLength(std::string_view text);
 
 /// Appends the UTF-8 form of a Unicode scalar value.
 void appendScalar(std::string& text, char32_t scalar);

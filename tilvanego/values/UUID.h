@@ -7,7 +7,9 @@
 #include <string>
 #include <string_view>
 
-namespace [[gnu::visibility("default")]] tilvanego {
+#include <tilvanego/values/Lifetime.h>
+
+namespace tilvanego {
 
 /// A universally unique identifier (RFC 9562): 16 bytes in the order of its text.
 class UUID {
@@ -18,18 +20,18 @@ class UUID {
   constexpr UUID() = default;
   constexpr explicit UUID(const Octets& octets) : octets_(octets) {}
 
-  /// A random UUID (version 4) of 16 random bytes; six of their bits are set to the version and variant. The
-  /// bytes must come from a good source for the UUID to be unique.
+  /// Makes a random UUID (version 4) from 16 random bytes: sets six of their bits to the version and variant.
+  /// It is unique only if the bytes come from a good random source.
   [[nodiscard]] static UUID fromRandomBytes(const Octets& randomBytes);
 
-  /// Reads the canonical form of 36 characters, hexadecimal digits of either case in groups of 8-4-4-4-12.
-  /// Nothing for any other text; braces and blanks are refused.
+  /// Reads the canonical form of 36 characters: hexadecimal digits of either case in groups of 8-4-4-4-12.
+  /// Returns no value for any other text, also with braces or blanks.
   [[nodiscard]] static std::optional<UUID> parse(std::string_view text);
 
-  /// The canonical form, in capitals.
+  /// Returns the canonical form, in upper case.
   [[nodiscard]] std::string text() const;
 
-  [[nodiscard]] constexpr const Octets& octets() const { return octets_; }
+  [[nodiscard]] constexpr const Octets& octets() const TILVANEGO_LIFETIMEBOUND { return octets_; }
 
   friend constexpr auto operator<=>(const UUID&, const UUID&) = default;
 

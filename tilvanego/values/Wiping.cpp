@@ -7,7 +7,7 @@
 namespace tilvanego::detail {
 
 void wipe(std::string& text) noexcept {
-  // Growing up to the capacity moves nothing, and makes what lies behind the end the text's own.
+  // Resizing to the capacity does not reallocate, and makes the bytes after the end accessible.
   text.resize_and_overwrite(text.capacity(), [capacity = text.capacity()](char* memory, std::size_t) {
     OPENSSL_cleanse(memory, capacity);
     return std::size_t{0};

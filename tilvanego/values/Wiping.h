@@ -9,23 +9,23 @@
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/URL.h>
 
-/// Secrets leave the memory when they are done with, so that neither a core dump nor the next owner of a
-/// buffer finds them there.
+/// Overwrites secrets that are no longer needed, so that neither a core dump nor the next owner of the memory
+/// contains them.
 ///
-/// A text that is moved may leave its characters behind: a short one lies in the object itself. So what a
-/// secret was moved from is wiped as well.
+/// A moved-from text may still contain its characters, since a short text lies in the object itself. So wipe
+/// what a secret was moved from, too.
 namespace tilvanego::detail {
 
-/// Overwrites the whole buffer, also what an earlier, longer content left behind the end, and empties it.
+/// Overwrites the whole buffer, up to its capacity, and empties it.
 void wipe(std::string& text) noexcept;
 void wipe(Bytes& bytes) noexcept;
-/// Leaves a URL that can only be assigned or destroyed.
+/// Afterwards the URL can only be assigned or destroyed.
 void wipe(URL& url) noexcept;
 /// Wipes all values and removes the items.
 void wipe(std::vector<QueryItem>& items) noexcept;
 
-/// What holds nothing has nothing to wipe; what does keeps an empty value.
-template <class Holder>
+/// Wipes the value of an optional or pointer, if it has one. It keeps an empty value.
+template <typename Holder>
   requires requires(Holder& holder) {
     holder.has_value();
     *holder;
@@ -34,14 +34,14 @@ void wipe(Holder& holder) noexcept {
   if (holder.has_value()) wipe(*holder);
 }
 
-/// Room for `count` more characters. A buffer that becomes too small for them is wiped before it goes.
+/// Reserves space for `count` more characters. If the text moves to a new buffer, the old one is wiped.
 void makeRoom(std::string& text, std::size_t count);
 
-/// Wipes a buffer at the end of the scope, on every way out of it.
-template <class Buffer>
+/// Wipes a buffer at the end of the scope.
+template <typename Buffer>
 class WipedAtEnd {
  public:
-  /// `buffer` outlives this.
+  /// `buffer` must outlive this object.
   explicit WipedAtEnd(Buffer& buffer) noexcept : buffer_(buffer) {}
   ~WipedAtEnd() { wipe(buffer_); }
   WipedAtEnd(const WipedAtEnd&) = delete;

@@ -10,9 +10,9 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
-/// What the raw texts of every model enumeration have in common: a text that is no case's, with case, reads
-/// as the last case, `unknownDefaultOpenApi`, and no failure. The text that came in is lost: the case is
-/// written by its own.
+/// The base of the raw texts of every model enumeration. An unknown text (the comparison is case-sensitive)
+/// reads as the last case, `unknownDefaultOpenApi`, and is not an error. The text itself is lost: the case is
+/// written as its own raw text.
 ///
 /// ```cpp
 /// enum class Tone { low, high, unknownDefaultOpenApi };
@@ -23,12 +23,13 @@ namespace [[gnu::visibility("default")]] models {
 ///   static constexpr std::array table{row(low, "LOW"), row(high, "HIGH"), fallbackRow};
 /// };
 /// ```
-template <class Enumeration>
+template <typename Enumeration>
 struct OpenRawTexts {
   static constexpr Enumeration fallback = Enumeration::unknownDefaultOpenApi;
   static constexpr std::pair<Enumeration, std::string_view> fallbackRow{fallback, "unknown_default_open_api"};
 
-  static constexpr std::pair<Enumeration, std::string_view> row(Enumeration value, std::string_view text) {
+  [[nodiscard]] static constexpr std::pair<Enumeration, std::string_view> row(Enumeration value,
+                                                                              std::string_view text) {
     return {value, text};
   }
 };
@@ -36,7 +37,7 @@ struct OpenRawTexts {
 template <typename Enumeration>
 concept HasUnknownCase = requires { Enumeration::unknownDefaultOpenApi; };
 
-/// How far a transaction has come.
+/// The status of a transaction.
 enum class Status {
   approved,
   declined,
@@ -53,7 +54,7 @@ enum class Status {
   unknownDefaultOpenApi,  ///< any text that this library doesn't know
 };
 
-/// How the card's data came in.
+/// How the card was read.
 enum class ResponseEntryMode {
   contact,
   contactless,
@@ -74,15 +75,15 @@ enum class CardBrand {
   unknownDefaultOpenApi,  ///< any text that this library doesn't know
 };
 
-/// An enumeration that isn't inside a record.
+/// An enumeration that is not declared inside a record.
 template <typename Enumeration>
 concept TopLevelEnumeration =
     HasUnknownCase<Enumeration> &&
     json::detail::typeName<Enumeration>.rfind("::") == std::string_view("tilvanego::models").size();
 
-/// True for the case `unknownDefaultOpenApi`. The enumerations inside records don't tell.
+/// Returns true for the case `unknownDefaultOpenApi`. Not available for enumerations inside records.
 template <TopLevelEnumeration Enumeration>
-constexpr bool containsUnknownDefaultOpenApiCase(Enumeration value) {
+[[nodiscard]] constexpr bool containsUnknownDefaultOpenApiCase(Enumeration value) {
   return value == Enumeration::unknownDefaultOpenApi;
 }
 

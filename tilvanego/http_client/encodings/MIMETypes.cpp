@@ -9,7 +9,9 @@
 #include <system_error>
 #include <utility>
 
-namespace [[gnu::visibility("default")]] tilvanego {
+#include <tilvanego/values/ASCII.h>
+
+namespace tilvanego {
 namespace {
 
 using Common = std::pair<std::string_view, std::string_view>;
@@ -88,14 +90,6 @@ constexpr std::array commonTypes{
 };
 constexpr int usualWeight = 50;
 
-std::string lowered(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return result;
-}
-
 bool isTokenCharacter(char c) {
   const bool isAlphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
   return isAlphanumeric || std::string_view("!#$&-^_.+").contains(c);
@@ -157,7 +151,7 @@ const MIMETypes& MIMETypes::system() {
 }
 
 std::optional<std::string_view> MIMETypes::typeForExtension(std::string_view extension) const {
-  const auto found = entries_.find(lowered(extension));
+  const auto found = entries_.find(detail::asciiLowercased(extension));
   if (found == entries_.end()) return std::nullopt;
   return found->second.type;
 }
@@ -172,7 +166,7 @@ void MIMETypes::addGlobs(std::string_view text) {
     if (!weight || !isType(type) || !pattern.starts_with("*.") || flags.contains("cs")) continue;
     pattern.remove_prefix(2);
     if (pattern.empty() || pattern.find_first_of(".*?[") != std::string_view::npos) continue;
-    add(lowered(pattern), type, *weight);
+    add(detail::asciiLowercased(pattern), type, *weight);
   }
 }
 

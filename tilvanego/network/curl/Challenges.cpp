@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
 
@@ -61,7 +62,7 @@ bool isComputable(const Challenge& digest) {
                                                                  "sha-256-sess"};
   const auto algorithm = digest.parameter("algorithm");
   if (!digest.parameter("nonce")) return false;
-  return !algorithm || std::ranges::find(algorithms, lowerCase(*algorithm)) != algorithms.end();
+  return !algorithm || std::ranges::find(algorithms, asciiLowercased(*algorithm)) != algorithms.end();
 }
 
 }  // namespace
@@ -86,7 +87,7 @@ std::vector<Challenge> parseChallenges(std::string_view field) {
     } else if (reader.startsWith('=') && !challenges.empty()) {
       reader.skip();
       reader.skipBlanks();
-      challenges.back().parameters.emplace_back(lowerCase(name), reader.value());
+      challenges.back().parameters.emplace_back(asciiLowercased(name), reader.value());
       reader.skipToComma();
     } else {
       challenges.push_back({std::string(name), {}});
@@ -99,7 +100,7 @@ std::vector<Challenge> parseChallenges(std::string_view field) {
 std::optional<URLProtectionSpace> supportedSpace(const std::vector<Challenge>& challenges) {
   const auto first = [&](std::string_view scheme) {
     return std::ranges::find(challenges, scheme,
-                             [](const Challenge& each) { return lowerCase(each.scheme); });
+                             [](const Challenge& each) { return asciiLowercased(each.scheme); });
   };
   const auto space = [](const Challenge& challenge, URLProtectionSpace::AuthenticationMethod method) {
     URLProtectionSpace made;

@@ -5,6 +5,7 @@
 #include <new>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
 
@@ -30,9 +31,9 @@ std::optional<ContentCoding> contentCodingOf(std::string_view field) {
     const auto comma = std::min(field.find(','), field.size());
     const auto name = trimmedField(field.substr(0, comma));
     field.remove_prefix(std::min(comma + 1, field.size()));
-    if (name.empty() || equalsIgnoringCase(name, "identity")) continue;
-    const bool isGzip = equalsIgnoringCase(name, "gzip") || equalsIgnoringCase(name, "x-gzip");
-    if (found || (!isGzip && !equalsIgnoringCase(name, "deflate"))) return std::nullopt;
+    if (name.empty() || equalIgnoringASCIICase(name, "identity")) continue;
+    const bool isGzip = equalIgnoringASCIICase(name, "gzip") || equalIgnoringASCIICase(name, "x-gzip");
+    if (found || (!isGzip && !equalIgnoringASCIICase(name, "deflate"))) return std::nullopt;
     found = isGzip ? ContentCoding::gzip : ContentCoding::deflate;
   }
   return found;

@@ -2,21 +2,21 @@
 
 #include <cstddef>
 
-#include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
 
-bool isHTTP(const URL& url) { return isSecure(url) || equalsIgnoringCase(url.scheme().value_or(""), "http"); }
+bool isHTTP(const URL& url) { return isSecure(url) || equalIgnoringASCIICase(url.scheme().value_or(""), "http"); }
 
 bool hasOrigin(const URL& url) { return isHTTP(url) && !url.writtenHost().value_or("").empty(); }
 
 std::optional<Origin> originOf(const URL& url) {
   if (!hasOrigin(url)) return std::nullopt;
   const auto port = url.port().value_or(isSecure(url) ? 443 : 80);
-  return Origin{lowerCase(*url.scheme()), lowerCase(*url.writtenHost()), port};
+  return Origin{asciiLowercased(*url.scheme()), asciiLowercased(*url.writtenHost()), port};
 }
 
-bool isSecure(const URL& url) { return equalsIgnoringCase(url.scheme().value_or(""), "https"); }
+bool isSecure(const URL& url) { return equalIgnoringASCIICase(url.scheme().value_or(""), "https"); }
 
 std::string textWithoutUser(const URL& url) {
   std::string text = url.absoluteString();

@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
 
@@ -14,7 +15,8 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody) {
   starts_.clear();
   for (const auto& [name, value] : fields.fields()) {
     // How the body is framed is libcurl's to say: a wrong word here would split or hang the connection.
-    if (equalsIgnoringCase(name, "Content-Length") || equalsIgnoringCase(name, "Transfer-Encoding")) continue;
+    if (equalIgnoringASCIICase(name, "Content-Length") || equalIgnoringASCIICase(name, "Transfer-Encoding"))
+      continue;
     add(name, trimmedField(value));
   }
   if (withBody) {

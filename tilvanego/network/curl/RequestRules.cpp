@@ -8,6 +8,7 @@
 
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/curl/Origins.h>
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
 
@@ -49,7 +50,7 @@ void removeBody(URLRequest& request) {
   request.httpBody.reset();
   std::vector<std::string> names;
   for (const auto& field : request.headers.fields()) {
-    if (equalsIgnoringCase(std::string_view(field.name).substr(0, 8), "content-"))
+    if (equalIgnoringASCIICase(std::string_view(field.name).substr(0, 8), "content-"))
       names.push_back(field.name);
   }
   for (const auto& name : names) request.headers.remove(name);

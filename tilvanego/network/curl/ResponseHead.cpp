@@ -5,14 +5,14 @@
 #include <limits>
 #include <system_error>
 
-#include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
 
 namespace {
 
 bool isField(std::string_view line, std::string_view nameInLowerCase) {
-  return equalsIgnoringCase(line.substr(0, nameInLowerCase.size()), nameInLowerCase);
+  return equalIgnoringASCIICase(line.substr(0, nameInLowerCase.size()), nameInLowerCase);
 }
 
 std::string_view withoutBlanks(std::string_view text) {

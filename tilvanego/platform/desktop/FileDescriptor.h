@@ -10,7 +10,7 @@
 
 namespace tilvanego::detail {
 
-/// Owns a descriptor of the system's, or none, which is negative.
+/// Owns a file descriptor, or none.
 class FileDescriptor {
  public:
   FileDescriptor() = default;
@@ -24,15 +24,15 @@ class FileDescriptor {
     if (descriptor_ >= 0) close(descriptor_);
   }
 
-  explicit operator bool() const { return descriptor_ >= 0; }
+  [[nodiscard]] explicit operator bool() const { return descriptor_ >= 0; }
   [[nodiscard]] int get() const { return descriptor_; }
 
  private:
   int descriptor_ = -1;
 };
 
-/// False with the cause in `errno`; signals don't count.
-inline bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
+/// Writes all bytes, also if a signal interrupts. Returns false on an error, with the cause in `errno`.
+[[nodiscard]] inline bool writeFully(int descriptor, std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const auto count = ::write(descriptor, bytes.data(), bytes.size());
     if (count > 0) {

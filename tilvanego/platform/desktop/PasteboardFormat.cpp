@@ -39,7 +39,7 @@ class Writer {
       bytes_.push_back(static_cast<std::uint8_t>(value >> shift));
     }
   }
-  // Lengths were checked as a whole before: nothing near four gigabytes passes.
+  // The total length was checked before, so every length fits 32 bits.
   void count(std::size_t value) { integer(static_cast<std::uint32_t>(value)); }
   void raw(const auto& range) { bytes_.insert(bytes_.end(), range.begin(), range.end()); }
   void block(const auto& range) {
@@ -52,8 +52,8 @@ class Writer {
   Bytes bytes_;
 };
 
-// Takes values off the front of a body. After the first fault every value is zero or empty, and `failed()`
-// says so.
+// Reads values from the front of a body. After the first fault every value is zero or empty, and `failed()`
+// returns true.
 class Reader {
  public:
   explicit Reader(std::span<const std::uint8_t> bytes) : rest_(bytes) {}
@@ -68,14 +68,14 @@ class Reader {
     return value;
   }
   std::span<const std::uint8_t> block() { return take(integer<std::uint32_t>()); }
-  // A count, refused above `limit`.
+  // Reads a count. More than `limit` is a fault.
   std::size_t count(std::size_t limit) {
     const std::size_t value = integer<std::uint32_t>();
     if (value <= limit) return value;
     fail();
     return 0;
   }
-  // Takes memory for a value into account; false, and a fault, for more than all values may have.
+  // Counts the memory of a value. Returns false, and it is a fault, beyond the limit of all values together.
   bool claim(std::size_t size) {
     if (size > bytesLeft_) fail();
     if (!failed_) bytesLeft_ -= size;
@@ -104,7 +104,7 @@ class Reader {
   bool failed_ = false;
 };
 
-// The size of a file with these contents, whatever they are.
+// Returns the size of a file with any contents, valid or not.
 std::size_t fileSize(const PasteboardContents& contents) {
   constexpr std::size_t countSize = sizeof(std::uint32_t);
   std::size_t size = headerSize + 1 + countSize;
@@ -126,7 +126,7 @@ std::string tooMuch(std::string_view what, std::size_t size, std::string_view un
          std::to_string(limit) + " fit.";
 }
 
-// Why there is no file with these contents.
+// Returns why these contents cannot be a file.
 std::optional<std::string> faultOf(const PasteboardContents& contents) {
   const auto& [items, options] = contents;
   if (options.expirationDate && !std::isfinite(options.expirationDate->secondsSince1970())) {
@@ -256,7 +256,7 @@ Bytes pasteboardFileHeader(std::span<const std::uint8_t> body) {
 
 std::expected<Bytes, std::string> encodePasteboard(const PasteboardContents& contents) {
   if (auto fault = faultOf(contents)) return std::unexpected(*std::move(fault));
-  // The header stands in front of what it is made of: its place is kept.
+  // The header is made from the body after it, so its place is reserved.
   Writer file(fileSize(contents));
   file.raw(Bytes(headerSize));
   writeBody(file, contents);

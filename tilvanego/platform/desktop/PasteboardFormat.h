@@ -11,14 +11,15 @@
 
 namespace tilvanego::detail {
 
-/// The largest file that is written or read, in bytes.
+/// The maximum size of a file that is written or read, in bytes.
 inline constexpr std::size_t maximumPasteboardFile = std::size_t{16} << 20U;
-/// The most items of a file, and the most values of all its items together.
+/// The maximum number of items of a file, and of the values of all its items together.
 inline constexpr std::size_t maximumPasteboardEntries = 4096;
-/// Bytes of all values together, each counted as often as an item has it: what a small file can grow to.
+/// The maximum size of all values together, in bytes. A repeated value counts each time, since a small file
+/// may hold many of them.
 inline constexpr std::size_t maximumPasteboardValues = 4 * maximumPasteboardFile;
 
-/// What stands before a body in a file: its length and checksum among it.
+/// Returns the header of a file, with the length and the checksum of its body.
 [[nodiscard]] Bytes pasteboardFileHeader(std::span<const std::uint8_t> body);
 
 /// Writes a pasteboard as the bytes of a file. Integers are little-endian, a text or byte string is its
@@ -32,12 +33,12 @@ inline constexpr std::size_t maximumPasteboardValues = 4 * maximumPasteboardFile
 ///           value, unless it is the one before
 /// ```
 ///
-/// Fails, by a sentence that shows nothing of the contents, for what a reader would refuse: more than the
-/// limits above, a text that isn't UTF-8, a date that isn't finite.
+/// Fails for contents that a reader would refuse: beyond the limits above, a text that is not UTF-8, a date
+/// that is not finite. The error is a sentence that shows nothing of the contents.
 [[nodiscard]] std::expected<Bytes, std::string> encodePasteboard(const PasteboardContents& contents);
 
-/// Reads such a file. No value for anything that `encodePasteboard` wouldn't have written, so that a file
-/// that is torn, foreign or made up gives nothing; each pasteboard has exactly one form.
+/// Reads such a file. Each pasteboard has exactly one form as a file. Returns no value for any file that
+/// `encodePasteboard` would not write, such as an incomplete or forged one.
 [[nodiscard]] std::optional<PasteboardContents> decodePasteboard(std::span<const std::uint8_t> file);
 
 }  // namespace tilvanego::detail

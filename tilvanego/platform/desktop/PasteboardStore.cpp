@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* fileName = "pasteboard";
 constexpr const char* lockName = "pasteboard.lock";
-// The main thread stands still so long: others write for milliseconds.
+// The main thread is blocked for this time at most. Other writers need milliseconds.
 constexpr std::chrono::seconds longestLockWait(1);
 
 std::filesystem::path defaultDirectory() {
@@ -32,14 +32,14 @@ std::optional<PasteboardContents> readContents(const detail::PrivateDirectory& d
   return file ? detail::decodePasteboard(*file) : std::nullopt;
 }
 
-// Another process may have written since the file was read: it is read again with all writers locked out.
-// Where a writer is at work, its own file takes the expired one's place.
+// Another process may have written since the file was read, so it is read again with the lock held. If
+// another writer holds the lock, it replaces the expired file itself.
 void removeExpired(const detail::PrivateDirectory& directory, const Clock& clock) {
   const auto lock = directory.lock(lockName, std::chrono::milliseconds(0));
   if (!lock) return;
   const auto contents = readContents(directory);
   if (!contents || !isExpired(contents->options, clock.now())) return;
-  // One that can't be removed still reads as empty.
+  // A file that cannot be removed still reads as empty.
   [[maybe_unused]] const auto removed = directory.remove(fileName);
 }
 

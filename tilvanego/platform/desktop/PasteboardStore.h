@@ -9,47 +9,48 @@
 
 #include <tilvanego/platform/Clock.h>
 #include <tilvanego/platform/Pasteboard.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The pasteboard of a user whose system has none, as on a till or a terminal: a file that all of the user's
-/// processes share and nobody else can read. It never leaves the device, so the local-only mark is kept and
-/// shown, no more.
+/// A pasteboard for systems without one, such as a till: a file that all processes of the user share and
+/// nobody else can read. It never leaves the device, so the option `localOnly` is only stored.
 ///
-/// Each write replaces the file at once, and a reader finds all of one write or all of another. A file that
-/// is torn, foreign, open to others or larger than 16 MiB reads as an empty pasteboard, and so does one past
-/// its expiration date, which is removed on the way. Up to 4096 items with up to 4096 values together fit; of
-/// values of an item that follow each other and are equal, as the texts of a payment are, the file has one.
+/// Each write replaces the file atomically. A file reads as an empty pasteboard if it is incomplete, has
+/// another format, is accessible to others or is larger than 16 MiB; and if it has expired, which also
+/// removes it. It can hold up to 4096 items with up to 4096 values together. Equal values that follow each
+/// other in an item, such as the texts of a payment, are stored once.
 ///
-/// Writers wait for each other, for a second at most.
+/// A writer waits for another one, for a second at most.
 ///
-/// Objects may be used on any thread, one thread at a time each.
+/// Any thread may use an object, one thread at a time.
 class PasteboardStore final : public Pasteboard {
  public:
   using Pasteboard::setItems;
 
-  /// The user's own: `tilvanego` in the directory XDG_RUNTIME_DIR if that is set and the user's own, else in
-  /// /run/user/UID under the same condition, else the directory /tmp/tilvanego-UID. Nothing is made before
-  /// the first write. Items expire by `clock`, which isn't null.
+  /// The user's default store: the directory `tilvanego` in XDG_RUNTIME_DIR, if that is set and belongs to
+  /// the user; else in /run/user/UID, if that belongs to the user; else the directory /tmp/tilvanego-UID. The
+  /// first write creates it. Items expire by `clock`, which must not be null.
   explicit PasteboardStore(std::shared_ptr<const Clock> clock);
 
-  /// One in `directory`, which is made with the first write if it isn't there and its parent is. Unusable if
-  /// it isn't the user's own, gives others any right or is a symbolic link.
+  /// A store in `directory`. The first write creates it if it does not exist and its parent does. Reading
+  /// finds nothing and writing fails if it belongs to another user, if others have any right to it, or if it
+  /// is a symbolic link. Items expire by `clock`, which must not be null.
   PasteboardStore(std::filesystem::path directory, std::shared_ptr<const Clock> clock);
 
   [[nodiscard]] std::optional<std::string> string() const override;
   [[nodiscard]] std::vector<PasteboardItem> items() const override;
 
-  /// Keeps nothing, and leaves the pasteboard as it is, where more is given than fits, a text that isn't
-  /// UTF-8 or a date that isn't finite; where the directory isn't private or can't be written; and where
-  /// another program holds the lock for more than a second.
+  /// Fails, and leaves the pasteboard unchanged, if the items do not fit, if a text is not UTF-8 or a date
+  /// not finite, if the directory is not private or cannot be written, and if another program holds the lock
+  /// for more than a second.
   [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
                                                           const PasteboardOptions& options) override;
 
-  /// What lies there, with its options; empty with default options if there is nothing.
+  /// Returns the items and their options; no items and default options if the pasteboard is empty.
   [[nodiscard]] PasteboardContents contents() const;
 
-  [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
+  [[nodiscard]] const std::filesystem::path& directory() const TILVANEGO_LIFETIMEBOUND { return directory_; }
 
  private:
   std::filesystem::path directory_;

@@ -8,6 +8,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <tilvanego/platform/desktop/FileReplacement.h>
+
 namespace tilvanego::detail {
 namespace {
 
@@ -15,7 +17,7 @@ constexpr mode_t ownerDirectory = S_IRWXU;
 constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
 constexpr mode_t rightsOfOthers = S_IRWXG | S_IRWXO;
 
-// A sentence with the cause in `errno`.
+// Returns a sentence with the cause in `errno`.
 std::unexpected<std::string> failedAt(const std::filesystem::path& path, const char* what) {
   const int cause = errno;
   return std::unexpected(path.string() + " " + what + ": " + std::generic_category().message(cause) + ".");
@@ -25,7 +27,8 @@ bool isPrivate(const struct stat& status) {
   return status.st_uid == geteuid() && (status.st_mode & rightsOfOthers) == 0;
 }
 
-// Gives the number of bytes read, less than asked for at the end of the file only; no value on an error.
+// Returns the number of bytes read, which is less than requested only at the end of the file. Returns no
+// value on an error.
 std::optional<std::size_t> readFully(int descriptor, std::span<std::uint8_t> bytes) {
   std::size_t done = 0;
   while (done < bytes.size()) {
@@ -40,7 +43,7 @@ std::optional<std::size_t> readFully(int descriptor, std::span<std::uint8_t> byt
   return done;
 }
 
-/// The directory's own name: behind "link/" and "link/." the system would follow a symbolic link.
+// Returns the directory's own name: for "link/" and "link/." the system would follow a symbolic link.
 std::filesystem::path withoutTrailingSeparators(std::filesystem::path path) {
   while (path.has_relative_path() && (path.filename().empty() || path.filename() == ".")) {
     path = path.parent_path();
@@ -51,7 +54,7 @@ std::filesystem::path withoutTrailingSeparators(std::filesystem::path path) {
 }  // namespace
 
 HeldLock::~HeldLock() {
-  // Closing alone would leave the lock to a child that was forked meanwhile.
+  // If it were only closed, a child that was forked meanwhile would keep the lock.
   if (file_) flock(file_.get(), LOCK_UN);
 }
 
@@ -60,7 +63,7 @@ std::expected<PrivateDirectory, std::string> PrivateDirectory::open(const std::f
   if (given.native().contains('\0')) return std::unexpected("The directory's name holds a NUL character.");
   const auto path = withoutTrailingSeparators(given);
   if (create) {
-    // The user's file creation mask may have taken a right of the owner's away.
+    // The user's file creation mask may have removed a right of the owner.
     const bool made = mkdir(path.c_str(), ownerDirectory) == 0 && chmod(path.c_str(), ownerDirectory) == 0;
     if (!made && errno != EEXIST) return failedAt(path, "can't be made");
   }
@@ -77,7 +80,7 @@ std::expected<PrivateDirectory, std::string> PrivateDirectory::open(const std::f
 }
 
 std::optional<Bytes> PrivateDirectory::read(const std::string& name, std::size_t limit) const {
-  // Without O_NONBLOCK, a named pipe in the file's place would keep the caller here.
+  // Without O_NONBLOCK, a named pipe in the file's place would block the caller.
   const FileDescriptor file(
       openat(directory_.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   struct stat status{};
@@ -98,23 +101,19 @@ std::unexpected<std::string> PrivateDirectory::failed(const std::string& name, c
 std::expected<void, std::string> PrivateDirectory::replace(const std::string& name,
                                                            std::span<const std::uint8_t> bytes) const {
   const std::string fresh = name + ".new";
-  // One that a writer left behind as it was killed.
+  // A killed writer may have left one.
   if (auto removed = remove(fresh); !removed) return removed;
-  std::expected<void, std::string> replaced;
-  {
-    const FileDescriptor file(openat(directory_.get(), fresh.c_str(),
-                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerFile));
-    if (!file) return failed(fresh, "can't be made");
-    // The user's file creation mask may have taken a right away.
-    if (fchmod(file.get(), ownerFile) != 0 || !writeFully(file.get(), bytes)) {
-      replaced = failed(fresh, "can't be written");
-    }
+  switch (replaceFile(directory_, name, fresh, bytes)) {
+    case FileReplacementFailure::create:
+      return failed(fresh, "can't be made");
+    case FileReplacementFailure::write:
+      return failed(fresh, "can't be written");
+    case FileReplacementFailure::rename:
+      return failed(name, "can't be replaced");
+    case FileReplacementFailure::none:
+      break;
   }
-  if (replaced && renameat(directory_.get(), fresh.c_str(), directory_.get(), name.c_str()) != 0) {
-    replaced = failed(name, "can't be replaced");
-  }
-  if (!replaced) unlinkat(directory_.get(), fresh.c_str(), 0);
-  return replaced;
+  return {};
 }
 
 std::expected<void, std::string> PrivateDirectory::remove(const std::string& name) const {
@@ -124,14 +123,15 @@ std::expected<void, std::string> PrivateDirectory::remove(const std::string& nam
 
 std::expected<HeldLock, std::string> PrivateDirectory::lock(const std::string& name,
                                                             std::chrono::milliseconds longestWait) const {
-  // Shorter than a writer needs from one write to its next: with more, a busy one would keep all others out.
+  // Shorter than the time between two writes of one writer: otherwise a busy writer would lock out all
+  // others.
   constexpr std::chrono::microseconds betweenTries(20);
   FileDescriptor file(openat(directory_.get(), name.c_str(),
                              O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, ownerFile));
   if (!file) return failed(name, "can't be opened");
-  // The user's file creation mask may have taken a right away that the next writer needs.
+  // The user's file creation mask may have removed a right that the next writer needs.
   fchmod(file.get(), ownerFile);
-  // The system has no lock with a time, so that this asks again and again.
+  // The system has no lock with a time-out, so this tries again and again.
   const auto deadline = std::chrono::steady_clock::now() + longestWait;
   while (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;

@@ -15,8 +15,7 @@
 
 namespace tilvanego::detail {
 
-/// A lock that is held. It is given back at the end of this, also where a child of the process has inherited
-/// its descriptor.
+/// A held lock. The destructor releases it, also if a child process has inherited its descriptor.
 class HeldLock {
  public:
   explicit HeldLock(FileDescriptor file) : file_(std::move(file)) {}
@@ -28,31 +27,31 @@ class HeldLock {
   FileDescriptor file_;
 };
 
-/// A directory of the user's that nobody else can look into, opened once it has been found to be so.
-/// Everything in it is reached through its descriptor, so that the directory can't be exchanged for another
-/// one meanwhile.
+/// A directory that only the user can access. It is checked once, when it is opened. Files are then opened
+/// through its descriptor, so that nobody can replace the directory meanwhile.
 ///
-/// Errors are sentences for the host's developer, with the path and the system's own words.
+/// Errors are sentences for the host's developer, with the path and the system's error text.
 class PrivateDirectory {
  public:
-  /// Opens `path`, and with `create` makes it if it isn't there. Refused is a symbolic link, and a directory
-  /// that isn't the user's own or has any right for others.
-  static std::expected<PrivateDirectory, std::string> open(const std::filesystem::path& path, bool create);
+  /// Opens the directory `path`. Creates it if it does not exist and `create` is true. Fails for a symbolic
+  /// link, for a directory of another user, and for one that others have any right to.
+  [[nodiscard]] static std::expected<PrivateDirectory, std::string> open(const std::filesystem::path& path,
+                                                                         bool create);
 
-  /// The whole of a regular file of the user's own that gives others no right and isn't larger than `limit`
-  /// bytes. No value for any other file, and none for no file.
+  /// Returns the content of a regular file that belongs to the user, that others have no right to, and that
+  /// has at most `limit` bytes. Returns no value for any other file, and if there is none.
   [[nodiscard]] std::optional<Bytes> read(const std::string& name, std::size_t limit) const;
 
-  /// Puts a file with these bytes there, at once: a reader finds the earlier file or this one. Nobody else
-  /// may replace the same file meanwhile; `lock()` sees to that. On an error the earlier file is still there.
+  /// Replaces a file atomically: a reader finds the earlier file or this one. The caller must hold a lock of
+  /// all writers of the file (`lock()`). On an error the earlier file is still there.
   [[nodiscard]] std::expected<void, std::string> replace(const std::string& name,
                                                          std::span<const std::uint8_t> bytes) const;
 
-  /// Removes a file; one that isn't there is removed already.
+  /// Removes a file. Succeeds if the file does not exist.
   [[nodiscard]] std::expected<void, std::string> remove(const std::string& name) const;
 
-  /// Takes the lock of this name, exclusive among all processes and objects. Fails if another one still holds
-  /// it after `longestWait`.
+  /// Takes the lock of this name, exclusive among all processes and objects. Fails if it is still held
+  /// elsewhere after `longestWait`.
   [[nodiscard]] std::expected<HeldLock, std::string> lock(const std::string& name,
                                                           std::chrono::milliseconds longestWait) const;
 
@@ -66,7 +65,7 @@ class PrivateDirectory {
   FileDescriptor directory_;
 };
 
-/// True if `path` is a directory of the user's own, and no symbolic link to one.
+/// Returns true if `path` is a directory of the user, and not a symbolic link to one.
 [[nodiscard]] bool isOwnDirectory(const std::filesystem::path& path);
 
 }  // namespace tilvanego::detail

@@ -18,8 +18,8 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-// Blocks every signal for the calling thread while one of these lives: a thread made meanwhile inherits that,
-// and never takes a signal that the host means to handle elsewhere.
+// Blocks all signals of the calling thread while it exists. A thread that is created meanwhile inherits that,
+// so it never receives a signal of the host.
 class SignalsBlocked {
  public:
   SignalsBlocked() {
@@ -35,8 +35,8 @@ class SignalsBlocked {
   sigset_t before_{};
 };
 
-// Any thread. The answer is given in a later turn of the main queue, if opener and queue live so long: the
-// handlers stay on the main thread, so that what they hold is released there, too.
+// Any thread may call this. Reports in a later block of the main queue, if opener and queue still exist. The
+// handlers stay on the main thread, so that their captures are destroyed there, too.
 void report(const WeakMainQueue& mainQueue, std::weak_ptr<OpenRequests> requests, OpenRequests::Id request,
             bool opened) {
   detail::postOrEnd(mainQueue, [requests = std::move(requests), request, opened] {
@@ -57,8 +57,8 @@ void SpawnedOpener::openURL(const URL& url, std::function<void(bool opened)> com
   // A link is never taken for an option of the program.
   if (command_.empty() || words.back().starts_with('-')) return report(mainQueue_, requests_, request, false);
 
-  // The thread that waits comes first: a program that nobody could wait for isn't started at all. The program
-  // is started on this thread, the only one that may read an environment which the host changes here.
+  // The waiting thread is created first: a program is not started if no thread can wait for it. The program
+  // is started on this thread, since the host may change the environment on it.
   std::promise<std::optional<pid_t>> started;
   try {
     const SignalsBlocked blocked;

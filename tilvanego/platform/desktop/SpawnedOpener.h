@@ -11,29 +11,28 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Opens a link by starting a program with the link as its last argument, never through a shell.
+/// Opens a link: starts a program with the link as its last argument, without a shell.
 ///
-/// A link is opened if the program ends with exit status 0. It isn't if the program can't be started, ends
-/// with another status or is killed by a signal. Where the host ignores SIGCHLD, or waits for children that
-/// aren't its own, the status is lost, and a program that was started counts as having opened the link:
-/// taking an open payment for a refused one would invite a second one. For the same reason an open request
-/// that a newer one of the same target has overtaken counts as opened, as `OpenRequests` says.
+/// A link counts as opened if the program ends with exit status 0. It counts as not opened if the program
+/// cannot be started, ends with another status or is killed by a signal. If the host ignores SIGCHLD, or
+/// waits for this child itself, the status is lost, and the link counts as opened: if a payment that is under
+/// way were reported as failed, the user might pay twice. For the same reason an open request counts as
+/// opened if a newer one of the same target has overtaken it (`OpenRequests`).
 ///
-/// While the program runs, its arguments can be read by every user of the machine, in /proc/PID/cmdline, and
-/// so can a token in an inline or compressed link. A payment by pasteboard shows ids alone; for the other
-/// operations mount /proc with hidepid, or give the library an `Application` that hands links over otherwise.
+/// While the program runs, every user of the machine can read its arguments in /proc/PID/cmdline, also a
+/// token in an inline or compressed link. The link of a payment by pasteboard contains ids only. For other
+/// operations mount /proc with hidepid, or use an `Application` that passes links in another way.
 ///
-/// The program gets the host's environment and working directory, an empty standard input, no standard output
-/// (hosts print there what others read), the host's standard error and no other descriptor, no blocked signal
-/// and no changed signal disposition. A thread of its own waits for each program and leaves no zombie; the
-/// main thread doesn't wait.
+/// The program inherits the environment, the working directory and standard error, and no other descriptor.
+/// Standard input and output are /dev/null. No signal is blocked or has a changed disposition. A separate
+/// thread waits for each program, so that it does not become a zombie; the main thread does not wait.
 ///
-/// Made, used and destroyed on the main thread. Destroying it, or leaving `main`, with programs still running
-/// is safe: they go on, and the handlers of their open requests are dropped uncalled.
+/// Must be created, used and destroyed on the main thread. It may be destroyed, and `main` may return, while
+/// programs are running: they continue, and the handlers of their open requests are dropped without a call.
 class SpawnedOpener final : public Application {
  public:
-  /// `command` is a program, looked up in PATH if it has no slash, and its leading arguments. `mainQueue`
-  /// runs the completion handlers; what comes once it has ended is dropped.
+  /// `command` is a program and its first arguments. The program is searched in PATH if its name has no
+  /// slash. `mainQueue` runs the completion handlers; after its end they are dropped.
   explicit SpawnedOpener(MainQueue& mainQueue, std::vector<std::string> command = {"xdg-open"});
   SpawnedOpener(const SpawnedOpener&) = delete;
   SpawnedOpener& operator=(const SpawnedOpener&) = delete;
@@ -43,7 +42,7 @@ class SpawnedOpener final : public Application {
  private:
   std::vector<std::string> command_;
   WeakMainQueue mainQueue_;
-  /// Shared with nobody for longer than an answer takes: threads that wait hold it weakly.
+  /// The waiting threads hold it weakly.
   std::shared_ptr<OpenRequests> requests_;
 };
 

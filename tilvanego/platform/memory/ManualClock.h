@@ -7,16 +7,16 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A clock that follows the system's until it is stopped at an instant.
+/// A clock that returns the system's time until it is stopped at an instant. Any thread may use it.
 class ManualClock final : public Clock {
  public:
   ManualClock() = default;
-  /// A clock that stands still from the start.
+  /// Makes a stopped clock.
   explicit ManualClock(const Date& instant) : stoppedAt_(instant) {}
 
   [[nodiscard]] Date now() const override;
 
-  /// The clock stands still at `instant`. May be called from any thread, and so may `followSystem()`.
+  /// From now on `now()` returns `instant`.
   void stopAt(const Date& instant);
   void followSystem();
 

@@ -18,7 +18,7 @@ void MemoryApplication::openURL(const URL& url, std::function<void(bool opened)>
   } else {
     handlers_.push_back(std::move(completionHandler));
   }
-  // Copies: the function may open another link, or set another function.
+  // Copied: the function may open another link, or set another function.
   if (const auto onOpen = onOpen_) {
     URL copy(url);
     const detail::WipedAtEnd wiped(copy);

@@ -9,42 +9,44 @@
 
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/MainQueue.h>
+#include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// An application object that opens nothing: it keeps the links, and the program says what became of them.
+/// An `Application` for tests. It opens nothing: it keeps the links, and the test reports whether they were
+/// opened. Used on the main thread only.
 ///
-/// Each request is answered as the program says, also one that a newer request has overtaken: unlike an
-/// application that opens links, which leaves that to `OpenRequests`, this one rehearses whatever a system
-/// may report. The main thread's.
+/// It does not use `OpenRequests`: it also reports false for a request that a newer one has overtaken, so
+/// that a test can check every report that a system may make.
 class MemoryApplication final : public Application {
  public:
-  /// `mainQueue` carries the automatic answers.
+  /// Automatic reports are posted to `mainQueue`.
   explicit MemoryApplication(MainQueue& mainQueue) : mainQueue_(mainQueue) {}
   MemoryApplication(const MemoryApplication&) = delete;
   MemoryApplication& operator=(const MemoryApplication&) = delete;
-  /// Wipes the links, which may hold tokens.
+  /// Wipes the links, which may contain tokens.
   ~MemoryApplication() override;
 
   void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
 
-  /// Every link so far, oldest first.
-  [[nodiscard]] const std::vector<URL>& openedURLs() const { return openedURLs_; }
+  /// All links so far, the oldest first.
+  [[nodiscard]] const std::vector<URL>& openedURLs() const TILVANEGO_LIFETIMEBOUND { return openedURLs_; }
 
-  /// How many open requests wait for an answer.
+  /// The number of pending open requests.
   [[nodiscard]] std::size_t unanswered() const { return handlers_.size(); }
 
-  /// Answers the open request that has waited longest, in this call. False if none waits. What the handler
-  /// throws leaves this call; the request is answered by then.
+  /// Reports `opened` for the oldest pending open request, in this call. Returns false if none is pending.
+  /// Throws what the handler throws; the request is then no longer pending.
   bool answerOldest(bool opened);
 
-  /// From now on each open request is answered so, on the main queue; no value: it waits for `answerOldest`.
+  /// From now on reports `opened` for each open request, on the main queue. Without a value, each request
+  /// waits for `answerOldest`. The default is no value.
   void answerAutomatically(std::optional<bool> opened) { automaticAnswer_ = opened; }
 
-  /// Sets a function that is called within each open request, once the link is kept; an empty one means none.
-  /// May throw: the exception leaves `openURL`, as that of an application which fails; the request waits for
-  /// its answer all the same.
+  /// Sets a function that is called inside each `openURL`, after the link is kept. An empty function removes
+  /// it. May throw: the exception leaves `openURL`, like that of an application that fails; the request stays
+  /// pending.
   void setOnOpen(std::function<void(const URL&)> onOpen) { onOpen_.swap(onOpen); }
 
  private:

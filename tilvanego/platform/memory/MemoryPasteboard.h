@@ -7,12 +7,13 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A pasteboard of this process alone. Nothing leaves it, so the local-only mark is kept and shown, no more.
+/// A pasteboard inside this process, for tests. Its items never leave the device, so the option `localOnly`
+/// is only stored.
 class MemoryPasteboard final : public Pasteboard {
  public:
   using Pasteboard::setItems;
 
-  /// Items expire by `clock`, which isn't null.
+  /// Items expire by `clock`, which must not be null.
   explicit MemoryPasteboard(std::shared_ptr<const Clock> clock);
 
   [[nodiscard]] std::optional<std::string> string() const override;
@@ -20,11 +21,11 @@ class MemoryPasteboard final : public Pasteboard {
   [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
                                                           const PasteboardOptions& options) override;
 
-  /// What lies there, with its options; empty with default options once it has expired.
+  /// Returns the items and their options. After the expiration date, returns no items and default options.
   [[nodiscard]] PasteboardContents contents() const;
 
-  /// Puts there what another application would: items that may travel and don't expire, and, if given, a text
-  /// that `string()` answers whatever the items are. The next `setItems` replaces both.
+  /// Acts as another application that writes the pasteboard: sets items with default options and, optionally,
+  /// the result of `string()`. The next `setItems` replaces both.
   void place(std::vector<PasteboardItem> items, std::optional<std::string> string = std::nullopt);
 
  private:

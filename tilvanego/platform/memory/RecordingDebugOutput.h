@@ -6,17 +6,18 @@
 #include <vector>
 
 #include <tilvanego/platform/DebugOutput.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Keeps the lines, as they are before quoting, in the order of writing.
+/// Keeps the debug lines, not quoted, in the order in which they are written. For tests.
 class RecordingDebugOutput final : public DebugOutput {
  public:
   void writeLine(std::string_view text) override { lines_.emplace_back(text); }
 
-  [[nodiscard]] const std::vector<std::string>& lines() const { return lines_; }
+  [[nodiscard]] const std::vector<std::string>& lines() const TILVANEGO_LIFETIMEBOUND { return lines_; }
 
-  /// Gives the lines and forgets them.
+  /// Returns the lines and removes them.
   [[nodiscard]] std::vector<std::string> take() { return std::exchange(lines_, {}); }
 
  private:

@@ -8,14 +8,14 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A random source that gives known bytes, for rehearsals of what random bytes decide and of a source that
-/// fails. Never for real payments: the bytes are no secret.
+/// A random source that returns given bytes, or fails. For tests only: the bytes are not secret.
 class ScriptedRandomSource final : public RandomSource {
  public:
-  /// The bytes to give, in order, across calls. Without any, every call for a byte fails.
+  /// `script` has the bytes that the calls of `fill` return, one after the other. Without bytes, `fill`
+  /// fails.
   explicit ScriptedRandomSource(Bytes script = {}) : script_(std::move(script)) {}
 
-  /// Fails, and gives none, when fewer bytes are left than are asked for.
+  /// Fails, and returns no bytes, if too few are left.
   [[nodiscard]] bool fill(std::span<std::uint8_t> bytes) override;
 
  private:

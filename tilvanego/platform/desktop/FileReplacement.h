@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <span>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <tilvanego/platform/desktop/FileDescriptor.h>
+
+namespace tilvanego::detail {
+
+/// The step of `replaceFile` that failed, or `none`.
+enum class FileReplacementFailure { none, create, write, rename };
+
+/// Replaces the file `name` of `directory` atomically: a reader finds the earlier file or the whole new one.
+/// The bytes are written to the file `temporaryName` first, which must not exist, and which is then renamed.
+/// Only the owner may read and write the new file. On a failure the earlier file is still there, the
+/// temporary one is removed, and `errno` holds the cause.
+[[nodiscard]] inline FileReplacementFailure replaceFile(const FileDescriptor& directory,
+                                                        const std::string& name,
+                                                        const std::string& temporaryName,
+                                                        std::span<const std::uint8_t> bytes) {
+  constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
+  auto failure = FileReplacementFailure::none;
+  {
+    const FileDescriptor file(openat(directory.get(), temporaryName.c_str(),
+                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerFile));
+    if (!file) return FileReplacementFailure::create;
+    // The user's file creation mask may have removed a right. A file system without rights refuses, and needs
+    // none.
+    fchmod(file.get(), ownerFile);
+    if (!writeFully(file.get(), bytes)) failure = FileReplacementFailure::write;
+  }
+  if (failure == FileReplacementFailure::none &&
+      renameat(directory.get(), temporaryName.c_str(), directory.get(), name.c_str()) != 0) {
+    failure = FileReplacementFailure::rename;
+  }
+  if (failure != FileReplacementFailure::none) {
+    const int cause = errno;
+    unlinkat(directory.get(), temporaryName.c_str(), 0);
+    errno = cause;
+  }
+  return failure;
+}
+
+}  // namespace tilvanego::detail
