@@ -109,6 +109,23 @@ class Commands(unittest.TestCase):
                 try_command(command)
 
 
+class Threats(unittest.TestCase):
+    page = (TREE / "docs/threats.md").read_text(encoding="utf-8")
+
+    def test_each_fuzzer_guards_an_input_that_is_listed(self):
+        listed = [name for row in re.findall(r"^\|(?:[^|]*\|){3}([^|]*)\|$", self.page, re.M) for name in re.findall(r"`(\w+)`", row)]
+        self.assertEqual(sorted(set(listed)), sorted(path.stem for path in TREE.glob("fuzz/*.cpp")))
+
+    def test_each_limit_is_named_as_in_the_code(self):
+        code = "".join(path.read_text(encoding="utf-8") for folder in ("tilvanego", "apps")
+                       for path in TREE.glob(f"{folder}/**/*.[hc]*") if path.suffix in (".h", ".cpp"))
+        names = [name for limit in re.findall(r"\(`([\w:, `]+)`\)", self.page) for name in re.findall(r"\w+", limit)]
+        self.assertGreaterEqual(len(names), 20)
+        for name in names:
+            with self.subTest(name=name):
+                self.assertRegex(code, rf"\b{name}\b")
+
+
 class Presets(unittest.TestCase):
     def test_ci_builds_each_and_runs_the_tests_of_each_that_has_some(self):
         planned = plan("bash", ".ci/run")
