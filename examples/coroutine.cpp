@@ -45,6 +45,8 @@ class Awaited {
   std::coroutine_handle<> waiting_;
 };
 
+// Requests are made in functions of their own: g++ 12 frees the fields between braces twice in a `co_await`
+// expression.
 Awaited<PaymentResult> pay(const std::string& requestId) {
   const PaymentRequest request({.requestId = requestId,
                                 .amount = *Decimal::parse("12.50"),
