@@ -104,7 +104,7 @@ class Commands(unittest.TestCase):
                         "scripts/tidy url", "scripts/setup url", "scripts/test URL", "scripts/test -R NoSuchRule",
                         "bash .ci/run fast", "cmake --preset debug", "cmake --build --preset base",
                         "cmake --build --preset dev --target url_test", "ctest --preset demo",
-                        "build/dev/tests/values/values_test --gtest_filter='URL.*'"]:
+                        "build/dev/tests/values/values_test --gtest_filter='Link.*'"]:
             with self.subTest(command=command), self.assertRaises(AssertionError):
                 try_command(command)
 
