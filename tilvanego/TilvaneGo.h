@@ -4,6 +4,7 @@
 /// records of all operations, the ports of the platform with their adapters, and the values that these speak
 /// in.
 #include <tilvanego/Version.h>
+#include <tilvanego/async/Task.h>
 #include <tilvanego/facade/OperationFunctions.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/frame/SecretNames.h>

@@ -109,6 +109,24 @@ class Commands(unittest.TestCase):
                 try_command(command)
 
 
+class Threats(unittest.TestCase):
+    page = (TREE / "docs/threats.md").read_text(encoding="utf-8")
+
+    def test_each_fuzzer_guards_an_input_that_is_listed(self):
+        fuzzers = re.findall(r"^\|(?:[^|]*\|){3}([^|]*)\|$", self.page, re.M)
+        listed = [name for names in fuzzers for name in re.findall(r"`(\w+)`", names)]
+        self.assertEqual(sorted(set(listed)), sorted(path.stem for path in TREE.glob("fuzz/*.cpp")))
+
+    def test_each_limit_is_named_as_in_the_code(self):
+        code = "".join(path.read_text(encoding="utf-8") for folder in ("tilvanego", "apps")
+                       for path in TREE.glob(f"{folder}/**/*.[hc]*") if path.suffix in (".h", ".cpp"))
+        names = [name for limit in re.findall(r"\(`([\w:, `]+)`\)", self.page) for name in re.findall(r"\w+", limit)]
+        self.assertGreaterEqual(len(names), 20)
+        for name in names:
+            with self.subTest(name=name):
+                claim(re.search(rf"\b{name}\b", code), f"docs/threats.md names a limit that isn't in the code: {name}")
+
+
 class Presets(unittest.TestCase):
     def test_ci_builds_each_and_runs_the_tests_of_each_that_has_some(self):
         planned = plan("bash", ".ci/run")

@@ -1,0 +1,92 @@
+// A till that awaits its operations: `Awaited` turns a start and its completion into something to `co_await`,
+// and one coroutine reads like the work of the till: pay, then give the money back. Everything runs on the
+// main thread.
+
+#include <coroutine>
+
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <tilvanego/Sandbox.h>
+#include <tilvanego/TilvaneGo.h>
+#include <tilvanego/async/Task.h>
+
+using namespace tilvanego;
+
+namespace {
+
+// The result of one operation. `start` gets the completion that the operation is to have. The coroutine
+// resumes within that completion. An operation that is cancelled has none, so who cancels drops the task.
+template <typename Result>
+class Awaited {
+ public:
+  using Completion = std::function<void(const Result&)>;
+  explicit Awaited(std::function<void(Completion)> start) : start_(std::move(start)) {}
+
+  // A refused request completes within its start: then there is nothing to wait for.
+  bool await_ready() {
+    start_([this](const Result& result) {
+      result_ = result;
+      if (waiting_) waiting_.resume();
+    });
+    return result_.has_value();
+  }
+  void await_suspend(std::coroutine_handle<> waiting) { waiting_ = waiting; }
+  Result await_resume() { return *std::move(result_); }
+
+ private:
+  std::function<void(Completion)> start_;
+  std::optional<Result> result_;
+  std::coroutine_handle<> waiting_;
+};
+
+// Requests are made in functions of their own: g++ 12 frees the fields between braces twice in a `co_await`
+// expression.
+Awaited<PaymentResult> pay(const std::string& requestId) {
+  const PaymentRequest request({.requestId = requestId,
+                                .amount = *Decimal::parse("12.50"),
+                                .currency = "EUR",
+                                .callbackURL = *URL::parse("till://payment-done")});
+  return Awaited<PaymentResult>(
+      [request](auto completion) { TilvaneGo::shared().startPayment(request, std::move(completion)); });
+}
+
+Awaited<FullRefundResult> refund(const std::string& requestId, const std::string& transactionId) {
+  const PaymentCredentials credentials({.basicToken = "secret", .accountId = "ACC-1", .environment = "CERT"});
+  const FullRefundRequest request({.requestId = requestId,
+                                   .transactionId = transactionId,
+                                   .callbackURL = *URL::parse("till://refund-done"),
+                                   .credentials = credentials});
+  return Awaited<FullRefundResult>(
+      [request](auto completion) { TilvaneGo::shared().fullRefund(request, std::move(completion)); });
+}
+
+// Whether the money went out and came back.
+Task<bool> payAndRefund() {
+  const PaymentResult paid = co_await pay("A-1001");
+  std::cout << "payment: " << paid.name() << '\n';
+  const auto* success = std::get_if<PaymentResult::Success>(&paid);
+  if (success == nullptr) co_return false;
+
+  const std::string transactionId = success->response.transactionId().value_or("");
+  const FullRefundResult refunded = co_await refund("R-1001", transactionId);
+  std::cout << "refund: " << refunded.name() << '\n';
+  co_return std::holds_alternative<FullRefundResult::Success>(refunded);
+}
+
+}  // namespace
+
+int main() {
+  Platform platform = Platform::standard();
+  platform.application = std::make_unique<sandbox::SandboxApplication>(
+      RunLoop::main(), [](const URL& callback) { TilvaneGo::shared().handleCallback(callback); });
+  TilvaneGo::usePlatform(std::move(platform));
+
+  // Drains the loop until the coroutine has ended.
+  return payAndRefund().wait(RunLoop::main()) ? EXIT_SUCCESS : EXIT_FAILURE;
+}
