@@ -71,8 +71,8 @@ class BuilderExchange : public testing::Test {
         std::make_shared<URLSession>(std::move(sessionConfiguration), std::make_shared<SessionDelegate>());
     configuration = std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
         "http://unused.invalid", OstrelTilvanePoiModelsAPIConfiguration::Headers(), std::nullopt,
-        std::make_shared<RequestBuilderFactoryWithSession<>>(session_), queue, std::make_shared<CodableHelper>(),
-        StatusCodeRange(), interceptor);
+        std::make_shared<RequestBuilderFactoryWithSession<>>(session_), queue,
+        std::make_shared<CodableHelper>(), StatusCodeRange(), interceptor);
   }
 
   template <typename T>

@@ -181,8 +181,8 @@ class Stress {
   std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration_ =
       std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
           "http://unused.invalid", OstrelTilvanePoiModelsAPIConfiguration::Headers(),
-          URLCredential{"till", "s3cret"}, std::make_shared<RequestBuilderFactoryWithSession<>>(session_), queue_,
-          std::make_shared<CodableHelper>(), StatusCodeRange(), interceptor_);
+          URLCredential{"till", "s3cret"}, std::make_shared<RequestBuilderFactoryWithSession<>>(session_),
+          queue_, std::make_shared<CodableHelper>(), StatusCodeRange(), interceptor_);
   // How many more requests each thread may have in flight.
   std::deque<std::counting_semaphore<>> windows_;
   std::array<std::atomic<int>, requestCount> completions_{};

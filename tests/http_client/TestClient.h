@@ -116,7 +116,8 @@ class RecordingInterceptor : public DefaultOpenAPIInterceptor {
 /// A client of its own over the fake session, whose main queue and interceptor the test has in its hands.
 struct TestClient {
   explicit TestClient(std::deque<FakeResponse> script) : session(std::move(script)) {
-    configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(session.session));
+    configuration->setRequestBuilderFactory(
+        std::make_shared<RequestBuilderFactoryWithSession<>>(session.session));
   }
 
   template <typename T>

@@ -4,7 +4,8 @@
 
 #include <tilvanego/platform/HostCode.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 // Destroys the action, too.
@@ -56,4 +57,5 @@ void StopState::remove(StopCallback& callback) {
   ended_.wait(held, [&] { return running_ != &callback; });
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

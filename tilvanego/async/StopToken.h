@@ -13,6 +13,8 @@
 #include <version>
 #ifdef __cpp_lib_jthread
 #include <stop_token>
+
+#include <tilvanego/values/Support.h>
 #endif
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -21,7 +23,8 @@ class StopCallback;
 
 }  // namespace tilvanego
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// The shared state of the sources, tokens and callbacks of one stop request.
 class StopState {
@@ -46,7 +49,8 @@ class StopState {
   std::thread::id runner_;
 };
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -70,15 +74,15 @@ class StopToken {
  private:
   friend class StopSource;
   friend class StopCallback;
-  explicit StopToken(std::shared_ptr<detail::StopState> state) : state_(std::move(state)) {}
+  explicit StopToken(std::shared_ptr<support::StopState> state) : state_(std::move(state)) {}
 
 #ifdef __cpp_lib_jthread
   /// Forwards the request of a standard token.
-  struct Relay : detail::StopState {
+  struct Relay : support::StopState {
     static std::shared_ptr<Relay> make(std::stop_token token) {
       auto relay = std::make_shared<Relay>();
       // Held weakly: a request may come while the last token is destroyed.
-      relay->callback.emplace(std::move(token), [weak = std::weak_ptr<detail::StopState>(relay)] {
+      relay->callback.emplace(std::move(token), [weak = std::weak_ptr<support::StopState>(relay)] {
         if (const auto state = weak.lock()) state->request();
       });
       return relay;
@@ -87,13 +91,13 @@ class StopToken {
   };
 #endif
 
-  std::shared_ptr<detail::StopState> state_;
+  std::shared_ptr<support::StopState> state_;
 };
 
 /// Requests that work stops. Copies share the request. Any thread may use a source.
 class StopSource {
  public:
-  StopSource() : state_(std::make_shared<detail::StopState>()) {}
+  StopSource() : state_(std::make_shared<support::StopState>()) {}
 
   [[nodiscard]] StopToken token() const { return StopToken(state_); }
   [[nodiscard]] bool stopRequested() const { return state_->requested(); }
@@ -105,7 +109,7 @@ class StopSource {
   }
 
  private:
-  std::shared_ptr<detail::StopState> state_;
+  std::shared_ptr<support::StopState> state_;
 };
 
 /// Calls a function once, on the thread that requests stopping, or in the constructor if stopping was
@@ -127,8 +131,8 @@ class StopCallback {
   }
 
  private:
-  friend class detail::StopState;
-  std::shared_ptr<detail::StopState> state_;
+  friend class support::StopState;
+  std::shared_ptr<support::StopState> state_;
   std::function<void()> action_;
 };
 

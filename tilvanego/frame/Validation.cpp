@@ -4,7 +4,8 @@
 
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 bool isBlank(std::string_view text) { return trimmed(text).empty(); }
 
@@ -36,4 +37,5 @@ bool isKnownEnvironment(std::string_view environment) {
   return environment == "STAGING" || environment == "CERT" || environment == "PROD";
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

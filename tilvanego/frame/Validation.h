@@ -3,10 +3,12 @@
 #include <optional>
 #include <string_view>
 
+#include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
 /// The tests that several operations' requests go through. Each gives nothing, or the message of its failure.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// A text that is empty but for whitespace and newlines.
 [[nodiscard]] bool isBlank(std::string_view text);
@@ -19,4 +21,5 @@ namespace tilvanego::detail {
 /// Whether an environment is exactly one that the payment application knows.
 [[nodiscard]] bool isKnownEnvironment(std::string_view environment);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -5,7 +5,8 @@
 
 #include <cxxabi.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 std::string typeName(const std::type_info& type) {
   int status = 0;
@@ -14,4 +15,5 @@ std::string typeName(const std::type_info& type) {
   return name ? name.get() : type.name();
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

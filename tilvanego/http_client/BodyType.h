@@ -19,6 +19,7 @@
 #include <tilvanego/network/Failure.h>
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/Data.h>
+#include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -68,9 +69,14 @@ inline constexpr bool hasCustomBuilder = false;
 
 }  // namespace tilvanego
 
-namespace tilvanego::detail {
-
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
+/// The name of a type as C++ spells it.
 [[nodiscard]] std::string typeName(const std::type_info& type);
+}  // namespace support
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 template <typename T>
 concept NilConstructible = std::convertible_to<std::nullopt_t, T> || std::convertible_to<std::nullptr_t, T>;

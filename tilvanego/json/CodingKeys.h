@@ -26,7 +26,8 @@
 /// The key of a member is the name of its case. If a key differs from the member's name, specialise
 /// `RawTexts` for the enumeration. The program does not compile if the cases and the members differ in number
 /// or order.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 /// An enumeration `CodingKeys` inside a type.
 template <typename Enumeration>
@@ -64,7 +65,8 @@ struct Described {
   [[nodiscard]] static std::size_t hash(const Record& record);
 };
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego
 
 template <tilvanego::json::IsCodingKeys Keys>
 struct tilvanego::RawTexts<Keys> {

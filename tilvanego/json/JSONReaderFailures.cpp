@@ -4,7 +4,8 @@
 #include <tilvanego/json/JSONReader.h>
 
 // How the reader stores the reason of a failure.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 bool Reader::failAt(const char* where, JSONFailure failure) {
   error_.failure = failure;
@@ -43,4 +44,5 @@ bool Reader::failIn(std::string_view piece, JSONError error) {
   return false;
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

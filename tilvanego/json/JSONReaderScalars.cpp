@@ -5,7 +5,8 @@
 #include <tilvanego/json/JSONReader.h>
 
 // How the reader recognises the kind of a value, and reads null, booleans and numbers.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 namespace {
 
 constexpr bool startsNumber(char c) { return c == '-' || (c >= '0' && c <= '9'); }
@@ -116,4 +117,5 @@ bool Reader::readFloat(float& value) {
   return nearest || fail(JSONFailure::numberOutOfRange);
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -6,7 +6,8 @@
 #include <tilvanego/values/Wiping.h>
 
 // How the reader reads strings with escapes or with characters beyond ASCII.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 namespace {
 
 using detail::TextEnds;
@@ -104,4 +105,5 @@ bool Reader::takeUnit(const char*& cursor, char32_t& unit) {
   return true;
 }
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -40,7 +40,8 @@
 /// All other fields are required. The values of unknown keys must be valid JSON, and are skipped. The first
 /// of equal keys counts. A record must have a default constructor. A record with private members must declare
 /// `json::RecordAccess` a friend.
-namespace tilvanego::json {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 /// One field of a record: its key, its member and its codec.
 template <typename Record, typename Member, typename FieldCodec>
@@ -74,7 +75,10 @@ concept IsRecord = ListsItsFields<T> || NamesItsKeys<T>;
 template <ListsItsFields Record>
 inline constexpr auto recordFields = RecordAccess::fields<Record>();
 
-namespace detail {
+}  // namespace json
+}  // namespace tilvanego
+
+namespace tilvanego::json::detail {
 
 template <typename T>
 struct OptionalTraits : std::false_type {
@@ -136,18 +140,28 @@ using CodingOf =
                        std::type_identity<Codec<typename OptionalTraits<typename OneField::Type>::Value>>,
                        std::type_identity<typename OneField::Coding>>::type;
 
-}  // namespace detail
+}  // namespace tilvanego::json::detail
+
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 template <IsRecord Record>
 inline constexpr std::size_t fieldCount = detail::Layout<Record>::count;
 
-namespace detail {
+}  // namespace json
+}  // namespace tilvanego
+
+namespace tilvanego::json::detail {
 
 /// Computed once for each record: compilers limit the steps of a constant expression.
 template <typename Record>
-inline constexpr std::array<std::string_view, fieldCount<Record>> keysOf = Layout<Record>::keys();
+[[gnu::visibility("hidden")]] inline constexpr std::array<std::string_view, fieldCount<Record>> keysOf =
+    Layout<Record>::keys();
 
-}  // namespace detail
+}  // namespace tilvanego::json::detail
+
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 /// Returns the keys of a record in the order of its fields.
 template <IsRecord Record>
@@ -155,7 +169,10 @@ template <IsRecord Record>
   return detail::keysOf<Record>;
 }
 
-namespace detail {
+}  // namespace json
+}  // namespace tilvanego
+
+namespace tilvanego::json::detail {
 
 /// Most fields are strings: the reader and the writer have special functions for them.
 template <typename OneField>
@@ -242,7 +259,7 @@ template <typename Record>
 }
 
 template <typename Record>
-inline constexpr auto quotedKeys = quoteKeys<Record>();
+[[gnu::visibility("hidden")]] inline constexpr auto quotedKeys = quoteKeys<Record>();
 
 template <typename Record>
 [[nodiscard]] consteval auto sortFields() {
@@ -358,7 +375,10 @@ struct Description {
                                      &clearFields<Record>};
 };
 
-}  // namespace detail
+}  // namespace tilvanego::json::detail
+
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] json {
 
 template <IsRecord Record>
 [[nodiscard]] const RecordTable& recordTable() {
@@ -379,4 +399,5 @@ struct Codec<Record> {
   }
 };
 
-}  // namespace tilvanego::json
+}  // namespace json
+}  // namespace tilvanego

@@ -19,7 +19,8 @@
 
 /// All records and enumerations of the POI interface by name, for programs that choose a type at run time.
 /// Other programs include the headers of the types instead. All functions may be called from any thread.
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// Describes one field of a record.
 struct FieldDescription {
@@ -123,4 +124,5 @@ struct RecordType {
 [[nodiscard]] const RecordType* findRecordType(std::string_view name);
 [[nodiscard]] const EnumerationType* findEnumerationType(std::string_view name);
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego

@@ -22,7 +22,7 @@ namespace tilvanego::models::detail {
 
 /// The characters of a type's name with "." in place of "::", such as "EBT.ModelType".
 template <typename T>
-inline constexpr auto dottedCharacters = [] {
+[[gnu::visibility("hidden")]] inline constexpr auto dottedCharacters = [] {
   constexpr std::string_view name =
       json::detail::typeName<T>.substr(std::string_view("tilvanego::models::").size());
   constexpr std::size_t nesting = static_cast<std::size_t>(std::ranges::count(name, ':')) / 2;
@@ -164,7 +164,7 @@ constexpr auto describeFields() {
 }
 
 template <Record R>
-inline constexpr auto fieldDescriptions = describeFields<R>();
+[[gnu::visibility("hidden")]] inline constexpr auto fieldDescriptions = describeFields<R>();
 
 // Rules
 
@@ -239,7 +239,7 @@ const R& as(const void* record) {
 }
 
 template <Record R>
-constexpr RecordType describe() {
+[[gnu::visibility("hidden")]] constexpr RecordType describe() {
   return {.name = typeText<R>,
           .fields = fieldDescriptions<R>,
           .operations = {
@@ -272,6 +272,6 @@ constexpr auto describeCases() {
 }
 
 template <typename Enumeration>
-inline constexpr auto caseDescriptions = describeCases<Enumeration>();
+[[gnu::visibility("hidden")]] inline constexpr auto caseDescriptions = describeCases<Enumeration>();
 
 }  // namespace tilvanego::models::detail

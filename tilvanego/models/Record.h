@@ -17,7 +17,8 @@
 /// The records of the POI interface are plain structs. An optional field is a `std::optional`. A required
 /// enumeration is initialised with `unknownDefaultOpenApi`, a currency with `Currency::usd`. `==` and
 /// `std::hash` use all members. Encoding and decoding don't check the rules of the fields; use a `Validator`.
-namespace tilvanego::models {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// A struct with an enumeration `CodingKeys` that has one case for each member.
 template <typename T>
@@ -44,7 +45,10 @@ concept RecordList = std::same_as<T, std::vector<typename T::value_type>> && Rec
 template <typename T>
 concept RecordOrList = Record<T> || RecordList<T>;
 
-namespace detail {
+}  // namespace models
+}  // namespace tilvanego
+
+namespace tilvanego::models::detail {
 
 /// Decodes one value of the text by `read`. On failure returns false and sets `error`.
 [[nodiscard]] bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view text,
@@ -52,7 +56,10 @@ namespace detail {
 /// Returns the format with the dates of the records, unless it has dates of its own.
 [[nodiscard]] JSONFormat withDates(JSONFormat format);
 
-}  // namespace detail
+}  // namespace tilvanego::models::detail
+
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] models {
 
 /// Decodes the JSON text (RFC 8259 in UTF-8) of a record or of an array of records: `decode<Trace>(text)`,
 /// `decode<std::vector<Trace>>(text)`. Any thread may call this.
@@ -80,4 +87,5 @@ template <RecordOrList T>
   return json::encode(value, detail::withDates(format));
 }
 
-}  // namespace tilvanego::models
+}  // namespace models
+}  // namespace tilvanego

@@ -14,7 +14,7 @@ std::string ExceptionFailure::description() const {
   }
 }
 
-Failure detail::currentFailure() {
+Failure support::currentFailure() {
   try {
     throw;
   } catch (const Failure& failure) {

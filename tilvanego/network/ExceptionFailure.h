@@ -6,6 +6,7 @@
 
 #include <tilvanego/network/Failure.h>
 #include <tilvanego/values/Lifetime.h>
+#include <tilvanego/values/Support.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -33,10 +34,12 @@ class ExceptionFailure {
 
 }  // namespace tilvanego
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Returns the exception that is being handled as a failure. A thrown `Failure` or `CancellationError` is
 /// returned unchanged, any other exception inside an `ExceptionFailure`. Call it in a `catch` block only.
 [[nodiscard]] Failure currentFailure();
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

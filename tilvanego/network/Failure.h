@@ -8,7 +8,7 @@
 
 #include <tilvanego/values/Lifetime.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A type that a `Failure` can hold. It must be copyable and must define `description()`, which returns one
 /// line of text. The concept doesn't check that it is copyable, because a cause may hold a `Failure` itself.

@@ -10,7 +10,7 @@
 
 #include <tilvanego/values/Lifetime.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// HTTP header fields. Names are case-insensitive (RFC 9110, section 5.1), their case is kept. Each name
 /// occurs once.

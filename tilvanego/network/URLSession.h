@@ -13,7 +13,9 @@
 
 namespace tilvanego::detail {
 class SessionLoop;
-}
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The settings of a session. The defaults suit most programs.
 struct URLSessionConfiguration {
@@ -97,6 +99,4 @@ class URLSession final : public URLSessionProtocol {
   std::shared_ptr<detail::SessionLoop> loop_;
 };
 
-}  // namespace tilvanego::detail
-
-namespace [[gnu::visibility("default")]] tilvanego {
+}  // namespace tilvanego

@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <string>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 [[noreturn]] void end(std::string_view title, std::string_view message) {
@@ -19,4 +20,5 @@ void fatalError(std::string_view message) { end("URLSessionImplementations: Fata
 
 void wrongUse(std::string_view message) { end("TilvaneGo: ", message); }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

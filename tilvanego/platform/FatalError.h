@@ -2,7 +2,10 @@
 
 #include <string_view>
 
-namespace tilvanego::detail {
+#include <tilvanego/values/Support.h>
+
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Ends the process (SIGABRT) after the line `URLSessionImplementations: Fatal error: MESSAGE` on standard
 /// error. For a programming error, such as a body type that cannot be sent.
@@ -12,4 +15,5 @@ namespace tilvanego::detail {
 /// to correct it.
 [[noreturn]] void wrongUse(std::string_view message);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -8,7 +8,8 @@
 
 #include <cxxabi.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 thread_local bool ownThread = false;
@@ -54,4 +55,5 @@ void endForException(std::string_view callback, std::string_view reason) noexcep
   std::abort();
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -3,6 +3,8 @@
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/values/Support.h>
+
 /// What the library does if code of the host throws. One rule holds for all callbacks:
 ///
 /// - A callback that returns something to the library (a port, a hook that decides) fails by throwing:
@@ -14,7 +16,8 @@
 ///   one line on standard error.
 ///
 /// The lines name the callback and the exception's type. They do not show its text, which may contain a link.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Writes "TilvaneGo: CALLBACK threw TYPE; the exception is dropped." for the exception that is being
 /// handled.
@@ -72,4 +75,5 @@ void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
   }
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

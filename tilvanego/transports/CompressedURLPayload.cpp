@@ -11,7 +11,8 @@
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 constexpr std::string_view gzipTransport = "gzip";
@@ -129,4 +130,5 @@ std::optional<PaymentResult> compressedPaymentResult(const URL& url, const URL& 
   return parseCallback<PaymentOperation>(*std::move(callback), &expectedRequestId, &expectedCallbackURL);
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -17,6 +17,7 @@
 #include <tilvanego/platform/Platform.h>
 #include <tilvanego/transports/HandoffPayloads.h>
 #include <tilvanego/values/Date.h>
+#include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -25,7 +26,8 @@
 ///
 /// A host writes requests and reads results, the payment application does the reverse; writing an envelope
 /// and reading it from a URL is the same for both.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Bytes of the longest JSON of an envelope, of the longest gzip stream, and of the longest launch link.
 inline constexpr std::size_t maxPayloadJSON = 262'144;
@@ -104,4 +106,5 @@ template <typename Payload>
                                                                    const URL& expectedCallbackURL,
                                                                    const std::string& expectedRequestId);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -12,7 +12,8 @@
 
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 constexpr int gzipWindowBits = 15 + 16;
@@ -173,4 +174,5 @@ std::expected<std::string, PaymentError> gzipDecompress(std::span<const std::uin
   return failure();
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

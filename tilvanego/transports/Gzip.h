@@ -8,11 +8,13 @@
 
 #include <tilvanego/payment/PaymentError.h>
 #include <tilvanego/values/Bytes.h>
+#include <tilvanego/values/Support.h>
 
 /// Compression by gzip (RFC 1952). Any thread may call these. The memory that zlib needs, about 270 KB for
 /// compression and 40 KB for decompression, is kept by the thread for the next time, with parts of the last
 /// texts in it. Nothing else that these make and don't give is left in freed memory.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// How much output each step makes room for.
 inline constexpr std::size_t gzipChunk = 16'384;
@@ -31,4 +33,5 @@ void wipeGzipMemory();
                                                                       std::size_t limit,
                                                                       std::size_t expectedSize = 0);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -9,7 +9,8 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 constexpr std::string_view keyPrefix = "ostrel.tilvane.handoff.v1.";
@@ -137,4 +138,5 @@ std::expected<std::string_view, HandoffCipherError> openBox(const HandoffKey& ke
   return std::string_view(reinterpret_cast<const char*>(text), size);
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

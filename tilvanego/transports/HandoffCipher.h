@@ -12,12 +12,14 @@
 #include <tilvanego/transports/HandoffPayloads.h>
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/Date.h>
+#include <tilvanego/values/Support.h>
 
 /// The cipher of sealed envelopes: AES-256 in Galois/counter mode (NIST SP 800-38D) under a key that is the
 /// SHA-256 digest (FIPS 180-4) of a text which the two sides know from the link. There is no stored secret:
 /// who has the link and the envelope can open it. What the cipher gives is that neither alone says anything,
 /// and that an envelope can't be changed or exchanged for another one unnoticed.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 enum class HandoffCipherError {
   noRandomBytes,  ///< the random source gave no nonce
@@ -69,4 +71,5 @@ inline constexpr std::size_t handoffTagSize = 16;
                                                                           std::string_view associatedData,
                                                                           Bytes& box);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

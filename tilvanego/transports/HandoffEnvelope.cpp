@@ -7,7 +7,8 @@
 
 #include <tilvanego/values/Base64.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 // Its text and its whole seconds name the same instant, which is authenticated by the seconds.
@@ -72,4 +73,5 @@ std::expected<std::string_view, HandoffFailure> openPlaintext(const PaymentHando
   return *plaintext;
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

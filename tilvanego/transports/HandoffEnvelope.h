@@ -12,12 +12,14 @@
 #include <tilvanego/transports/HandoffPayloads.h>
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/Date.h>
+#include <tilvanego/values/Support.h>
 #include <tilvanego/values/Wiping.h>
 
 /// Sealing and opening the envelopes of the pasteboard. A host seals requests and opens results, the payment
 /// application does the reverse; these functions do for both. Plaintexts are wiped as soon as they have been
 /// read.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// The faults that the handoff itself knows.
 enum class PaymentHandoffError { payloadMissing, payloadExpired, invalidPayload };
@@ -74,4 +76,5 @@ template <typename Payload>
   return *std::move(payload);
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

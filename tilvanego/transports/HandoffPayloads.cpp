@@ -2,7 +2,8 @@
 
 #include <tilvanego/values/URLComponents.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 PaymentHandoffRequestPayload PaymentHandoffRequestPayload::of(const PaymentRequest& request) {
   return {.requestId = request.requestId(),
@@ -28,4 +29,5 @@ std::optional<URL> rebuiltCallback(const URL& expectedCallbackURL, const ResultQ
   return parts.url();
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

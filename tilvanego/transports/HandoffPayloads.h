@@ -17,11 +17,13 @@
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/RawText.h>
+#include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
 /// The records that travel between a host and the payment application in envelopes. Both sides write and read
 /// them.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// How the envelopes and what is in them are written: keys in ascending order, no white space, dates in whole
 /// seconds of UTC.
@@ -34,7 +36,8 @@ inline constexpr std::string_view sdkVersion = "1.0.0";
 /// Which way an envelope goes.
 enum class PaymentHandoffDirection { request, result };
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego
 
 template <>
 struct tilvanego::RawTexts<tilvanego::detail::PaymentHandoffDirection> {
@@ -44,7 +47,8 @@ struct tilvanego::RawTexts<tilvanego::detail::PaymentHandoffDirection> {
   };
 };
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// A payment request as either envelope carries it, credentials included.
 struct PaymentHandoffRequestPayload {
@@ -167,4 +171,5 @@ struct PaymentURLPayloadEnvelope {
 [[nodiscard]] std::optional<URL> rebuiltCallback(const URL& expectedCallbackURL,
                                                  const ResultQueryItems& items);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -13,6 +13,7 @@
 #include <tilvanego/transports/HandoffEnvelope.h>
 #include <tilvanego/transports/HandoffPayloads.h>
 #include <tilvanego/values/Date.h>
+#include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
 /// Sealed envelopes on the pasteboard, and the short links that name them. All of it is bound to the main
@@ -20,7 +21,8 @@
 ///
 /// The pasteboard belongs to everyone: another program may replace what lies there between any two calls. An
 /// envelope of another handoff and text that is no envelope are never removed.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// The types under which an item of the pasteboard holds an envelope, best first.
 inline constexpr std::array<std::string_view, 3> handoffTextTypes{"public.utf8-plain-text",
@@ -62,4 +64,5 @@ void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId);
                                                                    const std::string& expectedRequestId,
                                                                    const Platform& platform);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

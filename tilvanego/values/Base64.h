@@ -10,7 +10,7 @@
 
 /// Base64 (RFC 4648, section 4) and its form for URLs (section 5). Not constant-time. Any thread may call
 /// these functions.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Returns the bytes as text in the standard alphabet, padded with "=", without line breaks.
 [[nodiscard]] std::string base64Encode(std::span<const std::uint8_t> bytes);

@@ -13,7 +13,7 @@
 ///
 /// Texts are written in UTC. A date outside the years 0000...9999 is written as the nearest date inside them,
 /// and NaN is written as 1970; `hasDateText` returns false for both.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Whether the date is a number in the years 0000...9999, so that its text reads back as the same date.
 [[nodiscard]] bool hasDateText(const Date& date);

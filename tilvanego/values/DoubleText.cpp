@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cmath>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 constexpr double largestPlainDouble = 0x1p54;

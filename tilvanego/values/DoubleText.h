@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Returns a 64-bit float as text with the fewest digits that read back as the same value: "12.1", "1.0".
 /// From 0.0001 to 2^54 (below, every even number is exact) it has no exponent; outside, an exponent of at

@@ -10,7 +10,8 @@
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 // Writes at most text.size() bytes. Returns the end of the written bytes, or null for an escape without two
@@ -95,4 +96,5 @@ std::optional<std::string> percentDecoded(std::string_view text) {
   return decoded;
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -7,10 +7,12 @@
 #include <string_view>
 
 #include <tilvanego/values/CharacterTables.h>
+#include <tilvanego/values/Support.h>
 
 /// Percent-encoding (RFC 3986, section 2.1) of UTF-8 text, with upper-case hexadecimal digits. Nothing is
 /// normalised, and bytes that are not UTF-8 are escaped one by one.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Appends `text` with every byte outside `allowed` escaped, "%" included.
 void appendPercentEncoded(std::string& target, std::string_view text, CharacterClass allowed);
@@ -43,4 +45,5 @@ inline char* writeEscape(char* out, char byte) {
 /// `percentDecoded` returns no value.
 [[nodiscard]] bool appendPercentDecoded(std::string& target, std::string_view text);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

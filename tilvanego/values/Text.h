@@ -9,7 +9,7 @@
 /// Unicode text in UTF-8. Nothing here depends on a locale, or throws for any input. Ill-formed sequences are
 /// kept unchanged: they have no case, are not blank, and equal only the same bytes. Any thread may call these
 /// functions.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Returns `text` without the whitespace and newlines at both ends: U+0009 to U+000D, U+0020, U+0085,
 /// U+00A0, U+1680, U+2000 to U+200B, U+2028, U+2029, U+202F, U+205F and U+3000. The view points into `text`.

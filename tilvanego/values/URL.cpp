@@ -36,7 +36,7 @@ void URLTextView::decodeInto(std::optional<std::string>& target) const {
   }
 }
 
-void detail::wipe(URL& url) noexcept {
+void support::wipe(URL& url) noexcept {
   wipe(url.text_);
   url.parts_ = {};
 }

@@ -14,6 +14,7 @@
 #include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/RawQueryItems.h>
+#include <tilvanego/values/Support.h>
 #include <tilvanego/values/URLParts.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -26,8 +27,13 @@ class URL;
 
 namespace tilvanego::detail {
 struct SplitText;
-void wipe(URL& url) noexcept;
 }  // namespace tilvanego::detail
+
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
+void wipe(URL& url) noexcept;
+}  // namespace support
+}  // namespace tilvanego
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -123,7 +129,7 @@ class URL {
 
  private:
   friend std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
-  friend void detail::wipe(URL& url) noexcept;
+  friend void support::wipe(URL& url) noexcept;
 
   URL(std::string text, const detail::URLParts& parts) : text_(std::move(text)), parts_(parts) {}
   static URL assembled(std::string text, const detail::SplitText& split);

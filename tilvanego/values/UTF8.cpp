@@ -4,7 +4,8 @@
 
 #include <tilvanego/values/ASCII.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 std::size_t asciiPrefixLength(std::string_view text) {
   std::size_t at = 0;
@@ -35,4 +36,5 @@ void appendScalar(std::string& text, char32_t scalar) {
   }
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -5,7 +5,10 @@
 #include <string>
 #include <string_view>
 
-namespace tilvanego::detail {
+#include <tilvanego/values/Support.h>
+
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// One step of reading UTF-8: a Unicode scalar value, or an ill-formed sequence (the longest start of a valid
 /// one).
@@ -58,4 +61,5 @@ struct DecodedScalar {
 /// Appends the UTF-8 form of a Unicode scalar value.
 void appendScalar(std::string& text, char32_t scalar);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -9,7 +9,7 @@
 
 #include <tilvanego/values/Lifetime.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A universally unique identifier (RFC 9562): 16 bytes in the order of its text.
 class UUID {

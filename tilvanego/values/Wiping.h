@@ -7,6 +7,7 @@
 
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/QueryItem.h>
+#include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
 /// Overwrites secrets that are no longer needed, so that neither a core dump nor the next owner of the memory
@@ -14,7 +15,8 @@
 ///
 /// A moved-from text may still contain its characters, since a short text lies in the object itself. So wipe
 /// what a secret was moved from, too.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Overwrites the whole buffer, up to its capacity, and empties it.
 void wipe(std::string& text) noexcept;
@@ -51,4 +53,5 @@ class WipedAtEnd {
   Buffer& buffer_;
 };
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

@@ -40,7 +40,7 @@
 ///
 /// Each operation returns false if it fails; the error is in the writer or the reader. A `Decimal` is encoded
 /// as a JSON string, never as a number, also in arrays and dictionaries.
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Writes an object with its keys in the order of the calls, also if the format sorts keys. The writer must
 /// outlive it.

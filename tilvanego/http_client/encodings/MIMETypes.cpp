@@ -11,7 +11,7 @@
 
 #include <tilvanego/values/ASCII.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 using Common = std::pair<std::string_view, std::string_view>;

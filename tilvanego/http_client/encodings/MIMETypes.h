@@ -11,7 +11,7 @@
 
 #include <tilvanego/values/Lifetime.h>
 
-namespace tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego {
 
 /// MIME types (RFC 6838) by file extension, case-insensitive for ASCII letters.
 ///
@@ -49,12 +49,13 @@ class MIMETypes {
   std::map<std::string, Entry, std::less<>> entries_;
 };
 
-namespace detail {
+}  // namespace tilvanego
+
+namespace tilvanego::detail {
 
 /// Returns the data directories of the user and the system (XDG Base Directory Specification), in order of
 /// preference. Each argument is the value of the environment variable, or null. Relative paths are ignored.
 [[nodiscard]] std::vector<std::filesystem::path> dataDirectories(const char* xdgDataHome, const char* home,
                                                                  const char* xdgDataDirs);
 
-}  // namespace detail
-}  // namespace tilvanego
+}  // namespace tilvanego::detail

@@ -6,7 +6,9 @@
 
 namespace tilvanego::detail {
 
-bool isHTTP(const URL& url) { return isSecure(url) || equalIgnoringASCIICase(url.scheme().value_or(""), "http"); }
+bool isHTTP(const URL& url) {
+  return isSecure(url) || equalIgnoringASCIICase(url.scheme().value_or(""), "http");
+}
 
 bool hasOrigin(const URL& url) { return isHTTP(url) && !url.writtenHost().value_or("").empty(); }
 
