@@ -56,6 +56,7 @@ struct StartableKind {
 };
 
 /// In the order of `allKinds`.
+static_assert(operationKinds.size() == 9, "each operation has a row in startableKinds");
 template <typename Completion>
 inline const std::array<StartableKind<Completion>, 9> startableKinds{{
     {allKinds()[0], "InitializationURL: ",

@@ -12,6 +12,7 @@ struct Words {
 
 /// The words that a status may be, for each kind. "" as the result: the kind's failure.
 const std::vector<Words>& wordTables() {
+  static_assert(operationKinds.size() == 9, "each operation but the payment and the list has its words here");
   static const std::vector<Words> tables{
       {"initialization", "initialized+", {"initialized", "%20%0AInitialized%20"}},
       {"initialization", "", {"success", "completed", "approved", "error", "failed", "failure"}},
