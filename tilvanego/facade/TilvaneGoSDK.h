@@ -86,8 +86,8 @@ class TilvaneGo final {
                    std::string currency, const std::string& returnUrl, std::string customId,
                    std::string notes, PaymentCompletion completion);
   [[nodiscard]] bool isPaymentInProgress() const;
-  /// Cancels the pending payment: its completion is destroyed and not called. A report that the payment
-  /// application isn't installed, if it comes later, ends a payment that was started meanwhile: see
+  /// Cancels the pending payment: its completion is destroyed and not called. If the system reports the old
+  /// link as not opened after a new payment was started, that report ends the new payment: see
   /// `Application::openURL`.
   void cancelPendingPayment();
   /// Whether `url` is the callback URL of the pending payment, whatever its query says.

@@ -10,9 +10,9 @@
 
 /// What the result and error unions of all operations are made of.
 ///
-/// A union is a `std::variant` under a name of its own: a host asks with
-/// `std::get_if<PaymentResult::Success>(&result)` or visits it with `std::visit`. Each case is a small struct
-/// with its `name` and its payload.
+/// Each union is a class derived from `std::variant`. Read it with
+/// `std::get_if<PaymentResult::Success>(&result)` or `std::visit`. Each case is a small struct with its
+/// `name` and its payload.
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] cases {
 
@@ -44,7 +44,7 @@ struct InvalidRequest {
   bool operator==(const InvalidRequest&) const = default;
 };
 
-/// The callback answers another request than the pending one. `Subject` opens its description.
+/// The callback has the id of another request. The description begins with `Subject`.
 template <Text Subject>
 struct RequestIdMismatch {
   static constexpr std::string_view name = "requestIdMismatch";
@@ -57,8 +57,8 @@ struct RequestIdMismatch {
   bool operator==(const RequestIdMismatch&) const = default;
 };
 
-/// The callback's status is no word of the operation; `status` is its raw text. `Subject` opens the
-/// description.
+/// The status is not one of the operation's status words; `status` is its raw text. The description begins
+/// with `Subject`.
 template <Text Name, Text Subject>
 struct FailedWithStatus {
   static constexpr std::string_view name = Name;
@@ -69,8 +69,8 @@ struct FailedWithStatus {
   bool operator==(const FailedWithStatus&) const = default;
 };
 
-/// The callback's status is no word of the operation; code and message are what the callback said beside it.
-/// `Subject` opens the description where there is no message.
+/// The status is not one of the operation's status words. `code` and `message` are the callback's error
+/// code and message. Without a message, the description begins with `Subject`.
 template <Text Name, Text Subject>
 struct FailedWithCode {
   static constexpr std::string_view name = Name;
@@ -108,7 +108,7 @@ class ErrorUnion : public Cases, public Cases::Variant {
     return std::visit([](const auto& one) -> std::string { return one.description(); }, variant());
   }
 
-  /// Whether it is this case with this payload.
+  /// Returns true if it holds `Case` and the payloads are equal.
   template <typename Case>
     requires isCaseOf<Case, Variant>
   friend bool operator==(const ErrorUnion& error, const Case& other) {
@@ -155,8 +155,7 @@ struct Masked {
   bool operator==(const Masked&) const = default;
 };
 
-/// The operation failed. Failures before a callback have no response; those read from a callback have what it
-/// said.
+/// The operation failed. There is a response if a callback came and its items could be read.
 template <typename Response, typename Error>
 struct Failure {
   static constexpr std::string_view name = "failure";
@@ -180,12 +179,12 @@ class ResultUnion : public std::variant<Cases<ResponseType>..., Failure<Response
     return std::visit([](const auto& one) { return one.name; }, variant());
   }
 
-  /// What the callback said; nothing in a failure that no callback caused.
+  /// Returns the response; nothing if no callback came or its items could not be read.
   [[nodiscard]] std::optional<Response> response() const {
     return std::visit([](const auto& one) -> std::optional<Response> { return one.response; }, variant());
   }
 
-  /// Whether it is this case with this payload.
+  /// Returns true if it holds `Case` and the payloads are equal.
   template <typename Case>
     requires isCaseOf<Case, Variant>
   friend bool operator==(const ResultUnion& result, const Case& other) {

@@ -9,9 +9,9 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// What a host can ask of the payment application: the one list of operations. All that serves every
-/// operation follows from this list, in its order, or doesn't compile until the new operation is described.
-/// The raw text of a case is its name.
+/// The operations of the payment application. This enumeration is the only list of them: code that serves
+/// all operations is generated from it, in this order, and does not compile if an operation has no
+/// description. The raw text of a case is its name.
 enum class OperationKind {
   payment,
   initialization,

@@ -11,8 +11,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// A record's fields: an aggregate of at most 16 members, whose number is its `fieldCount`. Another number
-/// than its members' doesn't compile.
+/// The fields of a record: an aggregate of at most 16 members. `fieldCount` must equal the number of
+/// members; otherwise the program does not compile.
 template <typename Fields>
 concept DescribedFields = std::is_aggregate_v<Fields> && requires {
   { Fields::fieldCount } -> std::convertible_to<std::size_t>;
@@ -37,8 +37,8 @@ void visitFields(const Fields& fields, Visit&& visit) {
   }(std::make_index_sequence<Fields::fieldCount>());
 }
 
-/// An immutable value of `Fields`, with an accessor for each of them: what a request or a response is made
-/// of.
+/// The base class of requests and responses: an immutable value of `Fields`. The derived classes add the
+/// accessors.
 template <typename FieldsType>
 class ImmutableRecord {
  public:

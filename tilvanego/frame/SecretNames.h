@@ -3,12 +3,12 @@
 #include <optional>
 #include <string_view>
 
-/// The names of what mustn't be read over a shoulder, in a log or in a report: everything that shows links,
-/// callbacks or the fields of records hides by this one list.
+/// The names of secret items and fields. Code that shows links or callbacks hides the values of these
+/// names.
 namespace [[gnu::visibility("default")]] tilvanego {
 
 enum class Secret {
-  /// What proves to the payment application who asks.
+  /// The credential token.
   token,
   /// A compressed request, token included, or a compressed answer.
   payload,
@@ -16,8 +16,8 @@ enum class Secret {
   cardData,
 };
 
-/// What an item of a link or callback, or a field of a record, with this name holds, whatever the name's
-/// case; nothing if it is no secret. Allocates nothing for a name in ASCII. Any thread may call this.
+/// Returns the kind of secret that an item or a field of this name holds, or nothing. The name is
+/// case-insensitive. Allocates nothing for a name in ASCII. Any thread may call this.
 [[nodiscard]] std::optional<Secret> secretNamed(std::string_view name);
 
 /// Whether it is a secret of any kind.

@@ -15,21 +15,24 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `CaptureRequest`.
 struct CaptureRequestFields {
-  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  /// The host's own id for this request. A callback with another id fails with `requestIdMismatch`; a
+  /// callback without an id is accepted. The id is trimmed.
   std::string requestId;
   /// The authorization to capture. Stored trimmed.
   std::string transactionId;
   /// In the currency's main unit, with a "." before the fraction, as in "12.50". Must begin with a number
   /// greater than zero. Stored trimmed, and sent so, trailing zeros included.
   std::string amount;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
 
   static constexpr std::size_t fieldCount = 4;
   bool operator==(const CaptureRequestFields&) const = default;
 };
 
-/// Settles an earlier authorization. An immutable value; nothing is checked before it is started.
+/// Settles an earlier authorization. An immutable value. It is checked when it is started, not when it is
+/// constructed.
 class CaptureRequest : public ImmutableRecord<CaptureRequestFields> {
  public:
   /// Stores the URL as it is, the texts trimmed.
@@ -60,7 +63,8 @@ struct CaptureResponseFields {
   bool operator==(const CaptureResponseFields&) const = default;
 };
 
-/// What a capture's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+/// What a capture's callback said, percent-decoded, but neither trimmed nor interpreted. An immutable
+/// value.
 class CaptureResponse : public ImmutableRecord<CaptureResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;
@@ -100,8 +104,8 @@ class CaptureError : public cases::ErrorUnion<CaptureErrorCases> {
   using ErrorUnion::ErrorUnion;
 };
 
-/// How a capture ended: `Success` with the `response` of the callback, or `Failure` with an `error` and, if a
-/// callback came, its `response`.
+/// How a capture ended: `Success` with the `response` of the callback, or `Failure` with an `error` and, if
+/// the items of a callback could be read, its `response`.
 class CaptureResult : public cases::ResultUnion<CaptureResponse, CaptureError, cases::Success> {
  public:
   using ResultUnion::ResultUnion;

@@ -17,9 +17,11 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `ClearDataRequest`.
 struct ClearDataRequestFields {
-  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  /// The host's own id for this request. A callback with another id fails with `requestIdMismatch`; a
+  /// callback without an id is accepted. The id is trimmed.
   std::string requestId;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
   /// In the currency's main unit. Must be greater than zero if present.
   std::optional<Decimal> amount = std::nullopt;
@@ -30,7 +32,8 @@ struct ClearDataRequestFields {
   bool operator==(const ClearDataRequestFields&) const = default;
 };
 
-/// Asks for a card's clear data. An immutable value; nothing is checked before it is started.
+/// Asks for a card's clear data. An immutable value. It is checked when it is started, not when it is
+/// constructed.
 class ClearDataRequest : public ImmutableRecord<ClearDataRequestFields> {
  public:
   /// Stores the fields as they are, but for the id, trimmed.
@@ -59,7 +62,8 @@ struct ClearDataResponseFields {
   bool operator==(const ClearDataResponseFields&) const = default;
 };
 
-/// What a clear data callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+/// What a clear data callback said, percent-decoded, but neither trimmed nor interpreted. An immutable
+/// value.
 ///
 /// It holds card data in clear: `clearPan`, `clearTrack2` and the `callbackURL` that brought them. The
 /// library shows them in no log line, debug line or error; a host that logs the URL shows them itself.
@@ -100,8 +104,8 @@ class ClearDataError : public cases::ErrorUnion<ClearDataErrorCases> {
 };
 
 /// How clear data ended: `Success`, `Masked` (the card was read, its data is not in clear) or `Cancelled`,
-/// each with the `response` of the callback, or `Failure` with an `error` and, if a callback came, its
-/// `response`. The status alone tells them apart, whatever card data came with it.
+/// each with the `response` of the callback, or `Failure` with an `error` and, if the items of a callback
+/// could be read, its `response`. The status alone tells them apart, whatever card data came with it.
 class ClearDataResult : public cases::ResultUnion<ClearDataResponse, ClearDataError, cases::Success,
                                                   cases::Masked, cases::Cancelled> {
  public:

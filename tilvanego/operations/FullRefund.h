@@ -16,11 +16,13 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `FullRefundRequest`.
 struct FullRefundRequestFields {
-  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  /// The host's own id for this request. A callback with another id fails with `requestIdMismatch`; a
+  /// callback without an id is accepted. The id is trimmed.
   std::string requestId;
   /// The transaction to refund. Stored trimmed.
   std::string transactionId;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
   PaymentCredentials credentials;
 
@@ -28,8 +30,8 @@ struct FullRefundRequestFields {
   bool operator==(const FullRefundRequestFields&) const = default;
 };
 
-/// Asks for the whole of an earlier transaction back. An immutable value; nothing is checked before it is
-/// started.
+/// Asks for the whole of an earlier transaction back. An immutable value. It is checked when it is started,
+/// not when it is constructed.
 class FullRefundRequest : public ImmutableRecord<FullRefundRequestFields> {
  public:
   /// Stores the fields as they are, but for the two ids, trimmed.
@@ -71,8 +73,8 @@ class FullRefundError : public cases::ErrorUnion<FullRefundErrorCases> {
   using ErrorUnion::ErrorUnion;
 };
 
-/// How a full refund ended: `Success` with the `response` of the callback, or `Failure` with an `error` and,
-/// if a callback came, its `response`.
+/// How a full refund ended: `Success` with the `response` of the callback, or `Failure` with an `error`
+/// and, if the items of a callback could be read, its `response`.
 class FullRefundResult : public cases::ResultUnion<FullRefundResponse, FullRefundError, cases::Success> {
  public:
   using ResultUnion::ResultUnion;

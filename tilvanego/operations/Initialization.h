@@ -15,9 +15,11 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `InitializationRequest`.
 struct InitializationRequestFields {
-  /// The host's own id for this request; the callback is compared with it. Sent as it is, blanks included.
+  /// The host's own id for this request. A callback with another id fails with `requestIdMismatch`; a
+  /// callback without an id is accepted. The id is sent untrimmed.
   std::string requestId;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
   /// The name of the host, sent as it is.
   std::string sourceApplication;
@@ -25,7 +27,7 @@ struct InitializationRequestFields {
   /// request that ends.
   std::optional<std::string> basicToken = std::nullopt;
   std::optional<std::string> accountId = std::nullopt;
-  /// "STAGING", "CERT" or "PROD"; whitespace around it and lower-case letters are mended.
+  /// Must be "STAGING", "CERT" or "PROD". The constructor trims it and converts it to capitals.
   std::optional<std::string> environment = std::nullopt;
   std::optional<std::string> basePath = std::nullopt;
 
@@ -33,8 +35,8 @@ struct InitializationRequestFields {
   bool operator==(const InitializationRequestFields&) const = default;
 };
 
-/// Asks the payment application to prepare itself for this host. An immutable value; nothing is checked
-/// before it is started.
+/// Asks the payment application to prepare itself for this host. An immutable value. It is checked when it
+/// is started, not when it is constructed.
 class InitializationRequest : public ImmutableRecord<InitializationRequestFields> {
  public:
   /// Stores the fields as they are, but for the environment, trimmed and in capitals.
@@ -68,8 +70,8 @@ struct InitializationResponseFields {
   bool operator==(const InitializationResponseFields&) const = default;
 };
 
-/// What an initialization's callback said, as raw text: nothing is trimmed or interpreted. An immutable
-/// value.
+/// What an initialization's callback said, percent-decoded, but neither trimmed nor interpreted. An
+/// immutable value.
 class InitializationResponse : public ImmutableRecord<InitializationResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;
@@ -105,7 +107,7 @@ class InitializationError : public cases::ErrorUnion<InitializationErrorCases> {
 };
 
 /// How an initialization ended: `Initialized` with the `response` of the callback, or `Failure` with an
-/// `error` and, if a callback came, its `response`.
+/// `error` and, if the items of a callback could be read, its `response`.
 class InitializationResult
     : public cases::ResultUnion<InitializationResponse, InitializationError, cases::Initialized> {
  public:

@@ -17,14 +17,16 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `PartialRefundRequest`.
 struct PartialRefundRequestFields {
-  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  /// The host's own id for this request. A callback with another id fails with `requestIdMismatch`; a
+  /// callback without an id is accepted. The id is trimmed.
   std::string requestId;
   /// The transaction to refund. Stored trimmed.
   std::string transactionId;
   /// How much of it, in the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than
   /// zero.
   Decimal amount;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
   PaymentCredentials credentials;
 
@@ -32,8 +34,8 @@ struct PartialRefundRequestFields {
   bool operator==(const PartialRefundRequestFields&) const = default;
 };
 
-/// Asks for a part of an earlier transaction back. An immutable value; nothing is checked before it is
-/// started.
+/// Asks for a part of an earlier transaction back. An immutable value. It is checked when it is started,
+/// not when it is constructed.
 class PartialRefundRequest : public ImmutableRecord<PartialRefundRequestFields> {
  public:
   /// Stores the fields as they are, but for the two ids, trimmed.
@@ -78,7 +80,7 @@ class PartialRefundError : public cases::ErrorUnion<PartialRefundErrorCases> {
 };
 
 /// How a partial refund ended: `Success` with the `response` of the callback, or `Failure` with an `error`
-/// and, if a callback came, its `response`.
+/// and, if the items of a callback could be read, its `response`.
 class PartialRefundResult
     : public cases::ResultUnion<PartialRefundResponse, PartialRefundError, cases::Success> {
  public:

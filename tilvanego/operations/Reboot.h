@@ -16,16 +16,19 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `RebootRequest`.
 struct RebootRequestFields {
-  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  /// The host's own id for this request. A callback with another id fails with `requestIdMismatch`; a
+  /// callback without an id is accepted. The id is trimmed.
   std::string requestId;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
 
   static constexpr std::size_t fieldCount = 2;
   bool operator==(const RebootRequestFields&) const = default;
 };
 
-/// Asks for a restart of the card reader. An immutable value; nothing is checked before it is started.
+/// Asks for a restart of the card reader. An immutable value. It is checked when it is started, not when it
+/// is constructed.
 class RebootRequest : public ImmutableRecord<RebootRequestFields> {
  public:
   /// Stores the URL as it is, the id trimmed.
@@ -90,8 +93,9 @@ class RebootError : public cases::ErrorUnion<RebootErrorCases> {
   using ErrorUnion::ErrorUnion;
 };
 
-/// How a reboot ended: `Success` with the `response` of the callback, or `Failure` with an `error` and, if a
-/// callback came, its `response`. The status alone decides, whatever the response code.
+/// How a reboot ended: `Success` with the `response` of the callback, or `Failure` with an `error` and, if
+/// the items of a callback could be read, its `response`. The status alone decides, whatever the response
+/// code.
 class RebootResult : public cases::ResultUnion<RebootResponse, RebootError, cases::Success> {
  public:
   using ResultUnion::ResultUnion;

@@ -24,7 +24,7 @@ struct RefundResponseFields {
   bool operator==(const RefundResponseFields&) const = default;
 };
 
-/// What a refund's callback said, full or partial, as raw text: nothing is trimmed or interpreted. An
+/// What a refund's callback said, full or partial, percent-decoded, but neither trimmed nor interpreted. An
 /// immutable value.
 class RefundResponse : public ImmutableRecord<RefundResponseFields> {
  public:

@@ -16,11 +16,13 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `SaveRequest`.
 struct SaveRequestFields {
-  /// The host's own id for this request; the callback is compared with it. Stored trimmed.
+  /// The host's own id for this request. A callback with another id fails with `requestIdMismatch`; a
+  /// callback without an id is accepted. The id is trimmed.
   std::string requestId;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
-  /// ISO 4217, three letters; whitespace around it and lower-case letters are mended.
+  /// The three-letter code of ISO 4217. The constructor trims it and converts it to capitals.
   std::string currency;
   /// The merchant's own reference.
   std::optional<std::string> customId = std::nullopt;
@@ -31,7 +33,8 @@ struct SaveRequestFields {
   bool operator==(const SaveRequestFields&) const = default;
 };
 
-/// Stores a card with the payment application. An immutable value; nothing is checked before it is started.
+/// Stores a card with the payment application. An immutable value. It is checked when it is started, not
+/// when it is constructed.
 class SaveRequest : public ImmutableRecord<SaveRequestFields> {
  public:
   /// Stores the fields as they are, but for the id, trimmed, and the currency, trimmed and in capitals.
@@ -67,7 +70,7 @@ struct SaveResponseFields {
   bool operator==(const SaveResponseFields&) const = default;
 };
 
-/// What a save's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+/// What a save's callback said, percent-decoded, but neither trimmed nor interpreted. An immutable value.
 class SaveResponse : public ImmutableRecord<SaveResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;
@@ -110,7 +113,7 @@ class SaveError : public cases::ErrorUnion<SaveErrorCases> {
 };
 
 /// How a save ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or
-/// `Failure` with an `error` and, if a callback came, its `response`.
+/// `Failure` with an `error` and, if the items of a callback could be read, its `response`.
 class SaveResult
     : public cases::ResultUnion<SaveResponse, SaveError, cases::Success, cases::Cancelled, cases::Declined> {
  public:

@@ -21,15 +21,16 @@ struct TransactionListRequestFields {
   /// The host's own id for this request, with which the callback is compared. Stored trimmed; an empty one
   /// is absent, isn't sent, and any callback's id will do.
   std::optional<std::string> requestId = std::nullopt;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
 
   static constexpr std::size_t fieldCount = 2;
   bool operator==(const TransactionListRequestFields&) const = default;
 };
 
-/// Asks for the transactions that the payment application has stored. An immutable value; nothing is checked
-/// before it is started.
+/// Asks for the transactions that the payment application has stored. An immutable value. It is checked
+/// when it is started, not when it is constructed.
 class TransactionListRequest : public ImmutableRecord<TransactionListRequestFields> {
  public:
   /// Stores the URL as it is, the id trimmed.
@@ -113,8 +114,8 @@ class TransactionListError : public cases::ErrorUnion<TransactionListErrorCases>
 };
 
 /// How a transaction list ended: `Success` with the `response` of the callback and its transactions, or
-/// `Failure` with an `error` and, if a callback came, its `response`. One transaction that can't be read
-/// fails the whole list.
+/// `Failure` with an `error` and, if the items of a callback could be read, its `response`. One transaction
+/// that can't be read fails the whole list.
 class TransactionListResult
     : public cases::ResultUnion<TransactionListResponse, TransactionListError, cases::Success> {
  public:

@@ -7,19 +7,19 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The account that the payment application is to act for.
+/// The account for which the payment application acts.
 ///
-/// The token is a secret: no log line, debug line or description shows it, and it is wiped from the memory of
-/// each record that ends; see docs/transports.md for how each transport carries it.
+/// The token is a secret: no log line, debug line or description shows it, and a record overwrites it in
+/// memory when it is destroyed. docs/transports.md says how each transport carries it.
 ///
-/// In JSON an object of the texts "basic_token", "account_id" and "environment", all required, read and
-/// written as they are: an environment that was read in small letters stays so.
+/// The JSON form is an object with three required strings: "basic_token", "account_id" and "environment".
+/// They are read and written unchanged: reading JSON does not convert the environment to capitals.
 class PaymentCredentials {
  public:
   struct Fields {
     std::string basicToken;
     std::string accountId;
-    /// "STAGING", "CERT" or "PROD"; whitespace around it and lower-case letters are mended.
+    /// Must be "STAGING", "CERT" or "PROD". The constructor trims it and converts it to capitals.
     std::string environment;
 
     static constexpr std::size_t fieldCount = 3;

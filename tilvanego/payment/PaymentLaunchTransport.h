@@ -8,12 +8,13 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// How a payment request travels to the payment application.
 ///
-/// Who sees a link can read an inline or a compressed request, token included. An opener gets the link as an
-/// argument, which every user of a Linux machine can read in /proc/PID/cmdline while it runs: where that
-/// matters, `pasteboard` is the transport for requests with credentials.
+/// Anyone who sees an inline or a compressed link can read the request, its token included. On Linux an
+/// opener receives the link as an argument, which every user of the machine can read in /proc/PID/cmdline
+/// while it runs. If others use the machine, send requests with credentials by `pasteboard`.
 class PaymentLaunchTransport {
  public:
-  /// Inline while the link has at most `maxInlineURLLength` bytes, else the best form that fits.
+  /// Inline if the link has at most `maxInlineURLLength` bytes; otherwise compressed, if the limits allow
+  /// it; otherwise by the pasteboard.
   struct Automatic {
     std::int64_t maxInlineURLLength;
     bool operator==(const Automatic&) const = default;
@@ -26,8 +27,8 @@ class PaymentLaunchTransport {
   struct Gzip {
     bool operator==(const Gzip&) const = default;
   };
-  /// An encrypted envelope on the pasteboard, named by the link. Ends the payment at once, by
-  /// `pasteboardHandoffUnavailable`, where the pasteboard doesn't keep it.
+  /// An encrypted envelope on the pasteboard, named by the link. If the pasteboard doesn't keep it, the
+  /// payment fails at once with `pasteboardHandoffUnavailable`.
   struct Pasteboard {
     bool operator==(const Pasteboard&) const = default;
   };

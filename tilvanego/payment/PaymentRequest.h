@@ -14,29 +14,31 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `PaymentRequest`.
 struct PaymentRequestFields {
-  /// The host's own id for this payment; the callback is compared with it. Sent as it is, blanks included.
+  /// The host's own id for this payment. A callback with another id fails with `requestIdMismatch`; a
+  /// callback without an id is accepted. The id is sent untrimmed.
   std::string requestId;
   /// In the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than zero.
   Decimal amount;
   /// In the same unit, on top of the amount. Must not be negative.
   std::optional<Decimal> tip = std::nullopt;
   PaymentTransactionType transactionType = PaymentTransactionType::sale;
-  /// ISO 4217, three letters; whitespace around it and lower-case letters are mended.
+  /// The three-letter code of ISO 4217. The constructor trims it and converts it to capitals.
   std::string currency;
-  /// What the payment application opens when it is done; it must have a scheme that the host handles.
+  /// The URL that the payment application opens when it is done. Its scheme must be one that the system
+  /// passes to the host.
   URL callbackURL;
   /// The merchant's own reference.
   std::optional<std::string> customId = std::nullopt;
   std::optional<std::string> notes = std::nullopt;
   std::optional<PaymentCredentials> credentials = std::nullopt;
-  /// Whether the payment application is to have its card reader ready before it starts.
+  /// Whether the card reader must be ready before the payment starts. The default is true.
   bool requiresReaderReady = true;
 
   static constexpr std::size_t fieldCount = 10;
   bool operator==(const PaymentRequestFields&) const = default;
 };
 
-/// A payment that a host asks for. An immutable value; nothing is checked before it is started.
+/// A payment request. An immutable value. It is checked when it is started, not when it is constructed.
 ///
 /// ```cpp
 /// PaymentRequest request({.requestId = "A-1001",
@@ -47,8 +49,8 @@ struct PaymentRequestFields {
 /// ```
 class PaymentRequest : public ImmutableRecord<PaymentRequestFields> {
  public:
-  /// Stores the fields as they are, but for the currency, trimmed and in capitals, and for a type of `save`,
-  /// which has the amount 0 and the tip 0 whatever was given.
+  /// Stores the fields unchanged, with two exceptions: the currency is trimmed and converted to capitals;
+  /// for the type `save`, amount and tip are set to 0.
   explicit PaymentRequest(Fields fields);
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }

@@ -29,7 +29,8 @@ struct PaymentResponseFields {
   bool operator==(const PaymentResponseFields&) const = default;
 };
 
-/// What a payment's callback said, as raw text: nothing is trimmed or interpreted. An immutable value.
+/// What a payment's callback said, percent-decoded, but neither trimmed nor interpreted. An immutable
+/// value.
 class PaymentResponse : public ImmutableRecord<PaymentResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;
@@ -48,7 +49,7 @@ class PaymentResponse : public ImmutableRecord<PaymentResponseFields> {
 };
 
 /// How a payment ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or
-/// `Failure` with an `error` and, if a callback came, its `response`.
+/// `Failure` with an `error` and, if the items of a callback could be read, its `response`.
 ///
 /// ```cpp
 /// std::string approvalCode(const PaymentResult& result) {

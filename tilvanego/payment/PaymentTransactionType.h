@@ -12,8 +12,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 enum class PaymentTransactionType {
   sale,  ///< authorise and capture
   auth,  ///< authorise only, to be captured later
-  /// Store a card. A payment request of this type has no amount and is refused; `TilvaneGo::save` stores
-  /// cards.
+  /// Store a card. A payment request of this type has the amount 0 and therefore fails with
+  /// `invalidRequest`. Use `TilvaneGo::save`.
   save,
 };
 
