@@ -64,7 +64,7 @@ AnyRecord::AnyRecord(const RecordType& type)
     : type_(&type), record_(type.operations.make(), type.operations.destroy) {}
 
 std::expected<std::string, JSONError> AnyRecord::encode(const JSONFormat& format) const {
-  json::Writer writer(detail::withDates(format));
+  json::Writer writer(support::withDates(format));
   if (!writer.writeRecord(type_->operations.table(), record_.get()))
     return std::unexpected(std::move(writer.error()));
   return writer.take();
@@ -91,7 +91,7 @@ std::expected<AnyRecord, JSONError> RecordType::decode(std::string_view text,
   const auto read = [&](json::Reader& reader) {
     return reader.readRecord(operations.table(), record.record_.get());
   };
-  if (!detail::decodeBy(read, text, limits, error)) return std::unexpected(std::move(error));
+  if (!support::decodeBy(read, text, limits, error)) return std::unexpected(std::move(error));
   return record;
 }
 

@@ -2,7 +2,8 @@
 
 #include <utility>
 
-namespace tilvanego::models::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 /// Order of the errors: a limit, then invalid JSON, then the first invalid field.
@@ -34,4 +35,5 @@ JSONFormat withDates(JSONFormat format) {
   return format;
 }
 
-}  // namespace tilvanego::models::detail
+}  // namespace support
+}  // namespace tilvanego

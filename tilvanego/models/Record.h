@@ -48,7 +48,8 @@ concept RecordOrList = Record<T> || RecordList<T>;
 }  // namespace models
 }  // namespace tilvanego
 
-namespace tilvanego::models::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Decodes one value of the text by `read`. On failure returns false and sets `error`.
 [[nodiscard]] bool decodeBy(const std::function<bool(json::Reader&)>& read, std::string_view text,
@@ -56,7 +57,8 @@ namespace tilvanego::models::detail {
 /// Returns the format with the dates of the records, unless it has dates of its own.
 [[nodiscard]] JSONFormat withDates(JSONFormat format);
 
-}  // namespace tilvanego::models::detail
+}  // namespace support
+}  // namespace tilvanego
 
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] models {
@@ -73,7 +75,7 @@ template <RecordOrList T>
   std::expected<T, JSONError> value;
   JSONError error;
   const auto read = [&value](json::Reader& reader) { return json::Codec<T>::read(reader, *value); };
-  if (!detail::decodeBy(read, text, limits, error)) value = std::unexpected(std::move(error));
+  if (!support::decodeBy(read, text, limits, error)) value = std::unexpected(std::move(error));
   return value;
 }
 
@@ -84,7 +86,7 @@ template <RecordOrList T>
 /// enumeration.
 template <RecordOrList T>
 [[nodiscard]] std::expected<std::string, JSONError> encode(const T& value, const JSONFormat& format = {}) {
-  return json::encode(value, detail::withDates(format));
+  return json::encode(value, support::withDates(format));
 }
 
 }  // namespace models

@@ -3,7 +3,8 @@
 #include <cstdio>
 #include <string>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 void printEncodingFailure(const JSONError& failure) {
   const std::string line = failure.description() + '\n';
@@ -11,4 +12,5 @@ void printEncodingFailure(const JSONError& failure) {
   std::fflush(stdout);
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

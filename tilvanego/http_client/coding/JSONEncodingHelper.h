@@ -6,12 +6,14 @@
 #include <tilvanego/http_client/encodings/AnyValue.h>
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Prints the failure's description as one line on standard output.
 void printEncodingFailure(const JSONError& failure);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -32,7 +34,7 @@ class JSONEncodingHelper {
                                                                     const CodableHelper& codableHelper) {
     const auto body = codableHelper.encode(encodableObject);
     if (body) return JSONDataEncoding::encodingParameters(*body);
-    detail::printEncodingFailure(body.error());
+    support::printEncodingFailure(body.error());
     return std::nullopt;
   }
 };
