@@ -2,7 +2,8 @@
 
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 ResponseHeader headerTexts(const HTTPURLResponse& response) {
   ResponseHeader texts;
@@ -12,4 +13,5 @@ ResponseHeader headerTexts(const HTTPURLResponse& response) {
   return texts;
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

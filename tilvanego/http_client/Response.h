@@ -42,12 +42,14 @@ using ResponseHeader = std::map<std::string, std::string, HeaderNameLess>;
 
 }  // namespace tilvanego
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Returns the header fields whose values are UTF-8; others are left out.
 [[nodiscard]] ResponseHeader headerTexts(const HTTPURLResponse& response);
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -57,8 +59,8 @@ struct Response {
   Response(int status, ResponseHeader fields, T content, std::optional<Data> bytes)
       : statusCode(status), header(std::move(fields)), body(std::move(content)), bodyData(std::move(bytes)) {}
   Response(const HTTPURLResponse& response, T content, std::optional<Data> bytes)
-      : Response(response.statusCode(), detail::headerTexts(response), std::move(content), std::move(bytes)) {
-  }
+      : Response(response.statusCode(), support::headerTexts(response), std::move(content),
+                 std::move(bytes)) {}
 
   int statusCode;
   /// The header fields, with the names as the server sent them: in lower case over HTTP/2. Fields whose value

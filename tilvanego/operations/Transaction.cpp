@@ -61,7 +61,8 @@ std::string TilvaneGoTransaction::id() const {
 
 }  // namespace tilvanego
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 bool TolerantTransactionType::read(json::Reader& reader, TilvaneGoTransactionType& type) {
   std::string_view text;
@@ -74,4 +75,5 @@ bool TolerantTransactionType::write(json::Writer& writer, TilvaneGoTransactionTy
   return json::Codec<TilvaneGoTransactionType>::write(writer, type);
 }
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego

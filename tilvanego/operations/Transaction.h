@@ -50,7 +50,8 @@ struct TilvaneGoTransactionDetails {
 
 }  // namespace tilvanego
 
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 /// Read by `transactionTypeFrom`, written by the raw text.
 struct TolerantTransactionType {
@@ -58,7 +59,8 @@ struct TolerantTransactionType {
   static bool write(json::Writer& writer, TilvaneGoTransactionType type);
 };
 
-}  // namespace tilvanego::detail
+}  // namespace support
+}  // namespace tilvanego
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -93,7 +95,7 @@ struct TilvaneGoTransaction {
     using Transaction = TilvaneGoTransaction;
     return json::fields(json::field<json::AmountFromNumber>("amount", &Transaction::amount),
                         json::field<json::AmountFromNumber>("tip", &Transaction::tip),
-                        json::field<detail::TolerantTransactionType>("type", &Transaction::type),
+                        json::field<support::TolerantTransactionType>("type", &Transaction::type),
                         json::field("customId", &Transaction::customId),
                         json::field("customID", &Transaction::customID),
                         json::field("notes", &Transaction::notes),

@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include <tilvanego/facade/TilvaneGoSDK.h>
+#include <tilvanego/TilvaneGo.h>
 
 // Stands for a host: it knows the install tree alone.
 int main() {
