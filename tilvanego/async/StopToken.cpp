@@ -8,9 +8,20 @@ namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 namespace {
 
-// Destroys the action, too.
-void run(std::function<void()> action) {
+using Action = std::function<void()>;
+
+// Takes the action out of a callback by a swap: what a move leaves behind may be a second copy (in libc++),
+// whose end is host code, too.
+Action taken(Action& action) {
+  Action result;
+  result.swap(action);
+  return result;
+}
+
+// Runs the action and destroys it.
+void run(Action& action) {
   if (action) runListener("the action of a StopCallback", action);
+  action = nullptr;
 }
 
 }  // namespace
@@ -29,9 +40,9 @@ bool StopState::request() {
     callbacks_.pop_back();
     // Moved out of the callback, which its own action may destroy. What the action captures is destroyed
     // without the lock, too: it may be another callback.
-    auto action = std::exchange(running_->action_, nullptr);
+    Action action = taken(running_->action_);
     held.unlock();
-    run(std::move(action));
+    run(action);
     held.lock();
     running_ = nullptr;
     ended_.notify_all();
@@ -47,7 +58,8 @@ void StopState::add(StopCallback& callback) {
       return;
     }
   }
-  run(std::exchange(callback.action_, nullptr));
+  Action action = taken(callback.action_);
+  run(action);
 }
 
 void StopState::remove(StopCallback& callback) {
