@@ -98,10 +98,11 @@ template <typename Payload>
 [[nodiscard]] std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentRequest& request,
                                                                             const Platform& platform);
 
-/// Whether any item says that the URL carries a compressed payload.
+/// Whether an item of the URL says that it carries a compressed payload.
 [[nodiscard]] bool isCompressed(const URL& url);
 
-/// What a callback with a compressed payload means. Nothing if it is no such callback, or another request's.
+/// Returns the result of a callback with a compressed payload; nothing if the URL has none or isn't the
+/// expected callback URL.
 [[nodiscard]] std::optional<PaymentResult> compressedPaymentResult(const URL& url,
                                                                    const URL& expectedCallbackURL,
                                                                    const std::string& expectedRequestId);

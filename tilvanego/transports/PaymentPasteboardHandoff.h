@@ -28,37 +28,37 @@ namespace [[gnu::visibility("default")]] support {
 inline constexpr std::array<std::string_view, 3> handoffTextTypes{"public.utf8-plain-text",
                                                                   "public.plain-text", "public.text"};
 
-/// Replaces everything on the pasteboard by an item with this text under the types above, which doesn't leave
-/// the device and expires then. Fails, by a sentence for the host's developer, where the pasteboard doesn't
-/// keep it.
+/// Replaces the pasteboard's contents with one item: `text` under each of `handoffTextTypes`. The item
+/// doesn't leave the device and expires at `expiration`. Fails with a sentence for the host's developer if
+/// the pasteboard doesn't keep it.
 [[nodiscard]] std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard, std::string text,
                                                                 const Date& expiration);
 
-/// Replaces everything on the pasteboard by the envelope, as an item that doesn't leave the device and is
-/// gone when the envelope expires. Fails with `PasteboardFailure` where the pasteboard doesn't keep it.
+/// Replaces the pasteboard's contents with the envelope. The item doesn't leave the device and expires with
+/// the envelope. Fails with `PasteboardFailure` if the pasteboard doesn't keep it.
 [[nodiscard]] std::expected<void, HandoffFailure> writeHandoffEnvelope(
     Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope);
 
-/// The first text of the pasteboard that isn't empty: its own, else what an item has under the types above,
-/// as text or as UTF-8, else under any type.
+/// Returns the first text that isn't empty, in this order: the pasteboard's own text; an item's value of a
+/// type in `handoffTextTypes`, as text or as UTF-8; an item's value of any other type.
 [[nodiscard]] std::optional<std::string> pasteboardHandoffText(const Pasteboard& pasteboard);
 
-/// The envelope of this handoff. Fails with `payloadMissing` for an envelope of another one, with
-/// `payloadExpired`, after which the pasteboard is empty, for one that came too late, and with the JSON
-/// reader's failure for any other text.
+/// Returns the envelope of this handoff. Fails with `payloadMissing` if there is no text, or if the
+/// envelope has another handoff id, namespace or version; with `payloadExpired` if it has expired, after
+/// emptying the pasteboard; with the JSON reader's failure for any other text.
 [[nodiscard]] std::expected<PaymentHandoffEnvelope, HandoffFailure> readHandoffEnvelope(
     Pasteboard& pasteboard, std::string_view handoffId, const Date& now);
 
-/// Empties the pasteboard if an envelope of this handoff lies there, in whichever direction and version.
+/// Empties the pasteboard if it holds an envelope of this handoff, of any direction and version.
 void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId);
 
-/// Seals a request, puts it on the pasteboard and gives the launch link that names it, which a debug line
-/// shows. Fails with `PasteboardFailure` where there is no pasteboard, or it doesn't keep the request.
+/// Seals a request, puts it on the pasteboard and returns the launch link that names it; a debug line shows
+/// the link. Fails with `PasteboardFailure` if there is no pasteboard, or if it doesn't keep the request.
 [[nodiscard]] std::expected<URL, HandoffFailure> pasteboardPaymentAppURL(const PaymentRequest& request,
                                                                          const Platform& platform);
 
-/// What a callback means that names an envelope on the pasteboard. Nothing if it names none, or is another
-/// request's. A result that was found is gone from the pasteboard afterwards, whatever it says.
+/// Returns the result of a callback that names an envelope on the pasteboard; nothing if the URL names no
+/// envelope or isn't the expected callback URL. A result that was found is removed from the pasteboard.
 [[nodiscard]] std::optional<PaymentResult> pasteboardPaymentResult(const URL& url,
                                                                    const URL& expectedCallbackURL,
                                                                    const std::string& expectedRequestId,
