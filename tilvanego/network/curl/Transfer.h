@@ -201,7 +201,7 @@ class Transfer {
   bool customMethodSet_ = false;
   bool progressSet_ = false;
   bool headersSet_ = false;
-  bool shareSet_ = false;
+  std::optional<bool> cookiesSet_;
   bool waitsForMultiplexing_ = false;
 };
 

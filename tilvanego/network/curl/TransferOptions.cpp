@@ -165,13 +165,15 @@ void Transfer::setMethodAndBody() {
   customMethodSet_ = custom;
 
   // libcurl would send the session's cookies in a second field.
-  const bool shares = !request_->headers.value("Cookie");
-  if (shares != shareSet_) {
-    set(handle(), CURLOPT_SHARE, shares ? share_ : nullptr);
+  const bool usesCookies = !request_->headers.value("Cookie");
+  if (usesCookies != cookiesSet_) {
+    // Attached again, the share gives back the cookies that a null file name took away. It is never detached:
+    // the handle would make a TLS session cache of its own, which the next share makes libcurl lose.
+    if (usesCookies || !cookiesSet_) set(handle(), CURLOPT_SHARE, share_);
     // The empty file name enables cookies.
-    set(handle(), CURLOPT_COOKIEFILE, shares ? "" : nullptr);
+    set(handle(), CURLOPT_COOKIEFILE, usesCookies ? "" : nullptr);
   }
-  shareSet_ = shares;
+  cookiesSet_ = usesCookies;
   headers_.set(request_->headers, announcesBody);
   auto* const lines = headers_.list();
   if (lines || headersSet_) set(handle(), CURLOPT_HTTPHEADER, lines);
