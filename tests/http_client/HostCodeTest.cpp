@@ -272,6 +272,31 @@ TEST(HostCode, AnAnswerInMemoryThatThrowsFailsItsTask) {
   EXPECT_EQ(code, ErrorResponse::transportFailed);
 }
 
+TEST(HostCode, ASessionInMemoryThatEndsLetsGoOfWhatWaits) {
+  const auto held = std::make_shared<int>();
+  auto session =
+      std::make_unique<MemoryURLSession>([](const URLRequest&) { return FakeResponse::http(200); });
+  std::vector<std::shared_ptr<URLSessionDataTaskProtocol>> tasks;
+  const auto task = [&](auto completion) {
+    tasks.push_back(session->dataTaskFromProtocol({}, std::move(completion)));
+  };
+  task([held](auto...) { FAIL() << "nobody delivers it"; });
+  task([held, &tasks](auto...) { tasks.back()->resume(); });
+  tasks[0]->cancel();
+  session.reset();
+  tasks[1]->resume();
+  tasks.clear();
+  EXPECT_EQ(held.use_count(), 1);
+
+  session = std::make_unique<MemoryURLSession>([](const URLRequest&) { return FakeResponse::http(200); });
+  int ended = 0;
+  task([&](auto...) { session.reset(), ++ended; });
+  task([&](auto...) { ++ended; });
+  for (const auto& each : tasks) each->resume();
+  EXPECT_EQ(session->deliver(), 2U);
+  EXPECT_EQ(ended, 2);
+}
+
 TEST(HostCode, EveryObserverAndActionRunsThoughOneThrows) {
   testing::internal::CaptureStderr();
   int calls = 0;

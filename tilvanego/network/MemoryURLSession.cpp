@@ -22,45 +22,48 @@ struct MemoryURLSession::State {
 class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
                                            public std::enable_shared_from_this<MemoryTask> {
  public:
-  MemoryTask(std::shared_ptr<State> state, URLRequest request, DataTaskCompletion completion)
-      : state_(std::move(state)), request_(std::move(request)), completion_(std::move(completion)) {}
+  MemoryTask(const std::shared_ptr<State>& state, URLRequest request, DataTaskCompletion completion)
+      : state_(state), request_(std::move(request)), completion_(std::move(completion)) {}
 
   void resume() override { end(false); }
   void cancel() override { end(true); }
   [[nodiscard]] int taskIdentifier() const override { return identifier_; }
   [[nodiscard]] std::shared_ptr<Progress> progress() const override { return progress_; }
 
-  void deliver() {
+  void deliver(State& state) {
     DataTaskCompletion completion;
     bool cancelled = false;
     {
-      const std::lock_guard held(state_->mutex);
+      const std::lock_guard held(state.mutex);
       completion = std::exchange(completion_, nullptr);
       cancelled = cancelled_;
     }
-    Result result =
-        cancelled ? Result::failed(TransportError{TransportError::Code::cancelled, "cancelled"}) : respond();
+    Result result = cancelled ? Result::failed(TransportError{TransportError::Code::cancelled, "cancelled"})
+                              : respond(state);
     completion(std::move(result.data), std::move(result.response), std::move(result.error));
   }
 
  private:
-  Result respond() {
+  Result respond(State& state) {
     try {
-      return state_->responder(request_);
+      return state.responder(request_);
     } catch (...) {
       return Result::failed(detail::currentFailure());
     }
   }
   void end(bool cancelled) {
-    const std::lock_guard held(state_->mutex);
+    const std::shared_ptr<State> state = state_.lock();
+    if (!state) return;
+    const std::lock_guard held(state->mutex);
     cancelled_ |= cancelled;
-    if (!std::exchange(ending_, true)) state_->ending.push_back(shared_from_this());
+    if (!std::exchange(ending_, true)) state->ending.push_back(shared_from_this());
   }
 
   // Counts down from the highest number, so that it differs from the identifiers of a `URLSession`.
   static inline std::atomic<int> nextIdentifier = std::numeric_limits<int>::max();
 
-  const std::shared_ptr<State> state_;
+  // Weak: the state holds the tasks that wait for their delivery.
+  const std::weak_ptr<State> state_;
   const URLRequest request_;
   const int identifier_ = nextIdentifier--;
   const std::shared_ptr<Progress> progress_ = std::make_shared<Progress>();
@@ -87,17 +90,19 @@ std::shared_ptr<URLSessionDataTaskProtocol> MemoryURLSession::dataTaskFromProtoc
 }
 
 std::size_t MemoryURLSession::deliver() {
+  // A completion may end the session.
+  const std::shared_ptr<State> state = state_;
   std::vector<std::shared_ptr<MemoryTask>> ending;
   {
-    const std::lock_guard held(state_->mutex);
-    ending.swap(state_->ending);
+    const std::lock_guard held(state->mutex);
+    ending.swap(state->ending);
   }
   for (auto task = ending.begin(); task != ending.end(); ++task) {
     try {
-      (*task)->deliver();
+      (*task)->deliver(*state);
     } catch (...) {
-      const std::lock_guard held(state_->mutex);
-      state_->ending.insert(state_->ending.begin(), task + 1, ending.end());
+      const std::lock_guard held(state->mutex);
+      state->ending.insert(state->ending.begin(), task + 1, ending.end());
       throw;
     }
   }

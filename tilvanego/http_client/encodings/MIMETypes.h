@@ -53,7 +53,7 @@ class MIMETypes {
 
 namespace tilvanego::detail {
 
-/// Returns the data directories of the user and the system (XDG Base Directory Specification), in order of
+/// Returns the data directories of the user and the system (XDG base directories), in order of
 /// preference. Each argument is the value of the environment variable, or null. Relative paths are ignored.
 [[nodiscard]] std::vector<std::filesystem::path> dataDirectories(const char* xdgDataHome, const char* home,
                                                                  const char* xdgDataDirs);
