@@ -120,40 +120,25 @@ class ErrorUnion : public Cases, public Cases::Variant {
   [[nodiscard]] const Variant& variant() const { return *this; }
 };
 
-template <typename Response>
-struct Success {
-  static constexpr std::string_view name = "success";
+/// The operation ended otherwise than by a failure: the payment application called back, and this is what the
+/// status of the callback means.
+template <Text Name, typename Response>
+struct Ended {
+  static constexpr std::string_view name = Name;
   Response response;
-  bool operator==(const Success&) const = default;
+  bool operator==(const Ended&) const = default;
 };
 
 template <typename Response>
-struct Cancelled {
-  static constexpr std::string_view name = "cancelled";
-  Response response;
-  bool operator==(const Cancelled&) const = default;
-};
-
+using Success = Ended<"success", Response>;
 template <typename Response>
-struct Declined {
-  static constexpr std::string_view name = "declined";
-  Response response;
-  bool operator==(const Declined&) const = default;
-};
-
+using Cancelled = Ended<"cancelled", Response>;
 template <typename Response>
-struct Initialized {
-  static constexpr std::string_view name = "initialized";
-  Response response;
-  bool operator==(const Initialized&) const = default;
-};
-
+using Declined = Ended<"declined", Response>;
 template <typename Response>
-struct Masked {
-  static constexpr std::string_view name = "masked";
-  Response response;
-  bool operator==(const Masked&) const = default;
-};
+using Initialized = Ended<"initialized", Response>;
+template <typename Response>
+using Masked = Ended<"masked", Response>;
 
 /// The operation failed. There is a response if a callback came and its items could be read.
 template <typename Response, typename Error>
