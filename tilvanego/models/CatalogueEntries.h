@@ -256,19 +256,19 @@ template <Record R>
 
 template <typename Enumeration>
 constexpr auto describeCases() {
-  constexpr auto& table = RawTexts<Enumeration>::table;
+  using Texts = RawTexts<Enumeration>;
   static_assert(isOpen<Enumeration>, "the raw texts of an enumeration in a record derive from OpenRawTexts");
-  static_assert(json::detail::countEnumerators<Enumeration>() == table.size(), "each case has a text");
+  static_assert(json::detail::countEnumerators<Enumeration>() == Texts::table.size(), "each case has a text");
   static_assert(json::rawTextsAreDistinct<Enumeration>(), "each case and each raw text is said once");
   return []<std::size_t... index>(std::index_sequence<index...>) {
-    static_assert(((table[index].first == static_cast<Enumeration>(index)) && ...),
+    static_assert(((Texts::table[index].first == static_cast<Enumeration>(index)) && ...),
                   "the texts stand in the order of the cases");
     const auto name = [](std::string_view enumerator) {
       return enumerator.ends_with('_') ? enumerator.substr(0, enumerator.size() - 1) : enumerator;
     };
     return std::array{CaseDescription{name(json::detail::enumeratorName<static_cast<Enumeration>(index)>),
-                                      table[index].second}...};
-  }(std::make_index_sequence<table.size()>());
+                                      Texts::table[index].second}...};
+  }(std::make_index_sequence<Texts::table.size()>());
 }
 
 template <typename Enumeration>
