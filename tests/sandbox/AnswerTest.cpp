@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <tilvanego/sandbox/Answer.h>
-#include <tilvanego/sandbox/AnswerTables.h>
+#include <tilvanego/sandbox/ResponseTables.h>
 
 #include "tests/support/TestHost.h"
 

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <tilvanego/sandbox/Answer.h>
-#include <tilvanego/sandbox/AnswerTables.h>
+#include <tilvanego/sandbox/ResponseTables.h>
 #include <tilvanego/sandbox/SandboxApplication.h>
 
 #include "tests/support/Kinds.h"
@@ -115,7 +115,7 @@ Names written(const Array& names) {
 TEST(Spellings, OfTheLibraryAreThoseOfTheProtocol) {
   ASSERT_EQ(protocol().size(), allCases<Operation>().size());
   for (const auto& [kind, fields, words] : protocol()) {
-    const AnswerTable& table = answerTable(fromRawText<Operation>(kind).value());
+    const ResponseTable& table = responseTable(fromRawText<Operation>(kind).value());
     std::set<Names> known;
     for (const KeyNames& names : table.keys) known.insert(written(names));
     EXPECT_EQ(known, std::set<Names>(fields.begin(), fields.end())) << kind;

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include <tilvanego/sandbox/AnswerTables.h>
-#include <tilvanego/sandbox/CarriedAnswer.h>
+#include <tilvanego/sandbox/CarriedResponse.h>
+#include <tilvanego/sandbox/ResponseTables.h>
 #include <tilvanego/sandbox/ShownText.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -32,7 +32,7 @@ Verdict verdictOf(Outcome outcome) {
   }
 }
 
-std::string_view statusOf(const AnswerTable& table, Outcome outcome) {
+std::string_view statusOf(const ResponseTable& table, Outcome outcome) {
   switch (outcome) {
     case Outcome::decline:
       return table.declined;
@@ -52,7 +52,7 @@ std::span<const std::string_view> written(const StatusRow& row) {
 }
 
 /// The row of words that has this one; empty if there is none.
-std::span<const std::string_view> rowWith(const AnswerTable& table, std::string_view word) {
+std::span<const std::string_view> rowWith(const ResponseTable& table, std::string_view word) {
   const auto found = std::ranges::find_if(
       table.words, [&](const StatusRow& row) { return std::ranges::find(row, word) != row.end(); });
   return found == table.words.end() ? std::span<const std::string_view>() : written(*found);
@@ -135,9 +135,9 @@ std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLin
                                                                  const HandoffPorts& ports) {
   switch (transport) {
     case Transport::gzip:
-      return compressedAnswer(link, decision, ports);
+      return compressedResponse(link, decision, ports);
     case Transport::pasteboard:
-      return sealedAnswer(link, decision, ports);
+      return sealedResponse(link, decision, ports);
     case Transport::url:
       break;
   }
@@ -161,11 +161,11 @@ std::vector<std::string_view> statusWords(Operation operation, Outcome outcome) 
     default:
       break;
   }
-  const AnswerTable& table = answerTable(operation);
+  const ResponseTable& table = responseTable(operation);
   const std::string_view usual = statusOf(table, outcome);
   auto words = rowWith(table, usual);
   // The words of a result that this operation doesn't know are a payment's.
-  if (words.empty()) words = rowWith(answerTable(Operation::payment), usual);
+  if (words.empty()) words = rowWith(responseTable(Operation::payment), usual);
   return {words.begin(), words.end()};
 }
 
@@ -173,7 +173,7 @@ std::vector<QueryItem> answerItems(const LaunchLink& link, const Decision& decis
   std::vector<QueryItem> items;
   const Outcome outcome = decision.outcome;
   if (outcome == Outcome::silent) return items;
-  const AnswerTable& table = answerTable(link.operation());
+  const ResponseTable& table = responseTable(link.operation());
   const auto add = [&](std::string_view name, std::string value) {
     items.push_back({std::string(spelledKey(table, name, decision.keys)), std::move(value)});
   };

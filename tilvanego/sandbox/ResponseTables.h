@@ -16,7 +16,7 @@ namespace tilvanego::sandbox {
 enum class Verdict { approved, declined, cancelled, failed };
 
 /// An item of an answer.
-struct AnswerField {
+struct ResponseField {
   /// Its first spelling.
   std::string_view name;
   /// What the item says; nothing leaves it out.
@@ -27,7 +27,7 @@ struct AnswerField {
 using StatusRow = std::array<std::string_view, 5>;
 
 /// The answers to one operation.
-struct AnswerTable {
+struct ResponseTable {
   Operation operation;
   /// The status of an operation that was done.
   std::string_view approved;
@@ -35,17 +35,17 @@ struct AnswerTable {
   /// they do "cancelled" and "failed".
   std::string_view declined;
   /// What follows request id and status, in order.
-  std::span<const AnswerField> fields;
+  std::span<const ResponseField> fields;
   /// How the library lets a callback spell its fields, request id and status among them.
   std::span<const KeyNames> keys;
   /// The words that the library knows, those of one result in a row.
   std::span<const StatusRow> words;
 };
 
-[[nodiscard]] const AnswerTable& answerTable(Operation operation);
+[[nodiscard]] const ResponseTable& responseTable(Operation operation);
 
 /// An item's name, given by its first spelling, as a callback spells it.
-[[nodiscard]] std::string_view spelledKey(const AnswerTable& table, std::string_view name,
+[[nodiscard]] std::string_view spelledKey(const ResponseTable& table, std::string_view name,
                                           KeySpelling spelling);
 
 }  // namespace tilvanego::sandbox

@@ -1,4 +1,4 @@
-#include <tilvanego/sandbox/AnswerTables.h>
+#include <tilvanego/sandbox/ResponseTables.h>
 
 #include <algorithm>
 #include <array>
@@ -92,13 +92,13 @@ Value errorCode(const LaunchLink& /*link*/, Verdict verdict) {
 }
 
 constexpr std::array paymentFields{
-    AnswerField{"processor_message", message},
-    AnswerField{"approval_code", approvalCode},
-    AnswerField{"transaction_id", transactionId},
-    AnswerField{"custom_id", customId},
+    ResponseField{"processor_message", message},
+    ResponseField{"approval_code", approvalCode},
+    ResponseField{"transaction_id", transactionId},
+    ResponseField{"custom_id", customId},
 };
 
-constexpr std::array initializationFields{AnswerField{"message", message}};
+constexpr std::array initializationFields{ResponseField{"message", message}};
 
 constexpr std::string_view transactionCount = "2";
 constexpr std::string_view transactions =
@@ -108,30 +108,30 @@ constexpr std::string_view transactions =
     R"({"amount":7,"type":"refund","transactionDetails":{"status":"REFUNDED","transactionId":"100000000002",)"
     R"("timestamp":"2025-03-01T10:20:00Z","cardBrand":"MASTERCARD","cardLast4":"4444"}}])";
 constexpr std::array transactionListFields{
-    AnswerField{"transaction_count", ifApproved<transactionCount>},
-    AnswerField{"transactionList", ifApproved<transactions>},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"transaction_count", ifApproved<transactionCount>},
+    ResponseField{"transactionList", ifApproved<transactions>},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
 constexpr std::array refundFields{
-    AnswerField{"transaction_id", transactionId},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"transaction_id", transactionId},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
 constexpr std::string_view captureType = "capture";
 constexpr std::array captureFields{
-    AnswerField{"type", ifApproved<captureType>},
-    AnswerField{"transaction_id", transactionId},
-    AnswerField{"approved_amount",
-                [](const LaunchLink& link, Verdict verdict) {
-                  return verdict == Verdict::approved ? copied(link, "amount") : std::nullopt;
-                }},
-    AnswerField{"original_transaction_id",
-                [](const LaunchLink& link, Verdict /*verdict*/) { return copied(link, "transaction_id"); }},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"type", ifApproved<captureType>},
+    ResponseField{"transaction_id", transactionId},
+    ResponseField{"approved_amount",
+                  [](const LaunchLink& link, Verdict verdict) {
+                    return verdict == Verdict::approved ? copied(link, "amount") : std::nullopt;
+                  }},
+    ResponseField{"original_transaction_id",
+                  [](const LaunchLink& link, Verdict /*verdict*/) { return copied(link, "transaction_id"); }},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
 /// A card's data, of a number that no issuer gives out; with its digits hidden where the application keeps
@@ -147,41 +147,41 @@ constexpr std::string_view maskedPan = "411111******1111";
 constexpr std::string_view track2 = ";4111111111111111=30121010000000000000?";
 constexpr std::string_view maskedTrack2 = ";411111******1111=************?";
 constexpr std::array clearDataFields{
-    AnswerField{"clear_pan", cardData<pan, maskedPan>},
-    AnswerField{"clear_track2", cardData<track2, maskedTrack2>},
-    AnswerField{"error_code",
-                [](const LaunchLink& link, Verdict verdict) {
-                  return verdict == Verdict::declined ? std::nullopt : errorCode(link, verdict);
-                }},
-    AnswerField{"error_message",
-                [](const LaunchLink& link, Verdict verdict) {
-                  return verdict == Verdict::declined ? std::nullopt : errorMessage(link, verdict);
-                }},
+    ResponseField{"clear_pan", cardData<pan, maskedPan>},
+    ResponseField{"clear_track2", cardData<track2, maskedTrack2>},
+    ResponseField{"error_code",
+                  [](const LaunchLink& link, Verdict verdict) {
+                    return verdict == Verdict::declined ? std::nullopt : errorCode(link, verdict);
+                  }},
+    ResponseField{"error_message",
+                  [](const LaunchLink& link, Verdict verdict) {
+                    return verdict == Verdict::declined ? std::nullopt : errorMessage(link, verdict);
+                  }},
 };
 
 constexpr std::string_view readerSerial = "SANDBOX-0001";
 constexpr std::array rebootFields{
-    AnswerField{"response_code",
-                [](const LaunchLink& link, Verdict verdict) {
-                  return Value(errorCode(link, verdict).value_or("0"));
-                }},
-    AnswerField{"reader_serial", ifApproved<readerSerial>},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"response_code",
+                  [](const LaunchLink& link, Verdict verdict) {
+                    return Value(errorCode(link, verdict).value_or("0"));
+                  }},
+    ResponseField{"reader_serial", ifApproved<readerSerial>},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
 constexpr std::string_view entryMode = "CONTACTLESS";
 constexpr std::string_view cardBrand = "VISA";
 constexpr std::string_view cardLast4 = "1111";
 constexpr std::array saveFields{
-    AnswerField{"transaction_id", transactionId},
-    AnswerField{"approval_code", approvalCode},
-    AnswerField{"processor_message", message},
-    AnswerField{"entry_mode", ifApproved<entryMode>},
-    AnswerField{"card_brand", ifApproved<cardBrand>},
-    AnswerField{"card_last4", ifApproved<cardLast4>},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"transaction_id", transactionId},
+    ResponseField{"approval_code", approvalCode},
+    ResponseField{"processor_message", message},
+    ResponseField{"entry_mode", ifApproved<entryMode>},
+    ResponseField{"card_brand", ifApproved<cardBrand>},
+    ResponseField{"card_last4", ifApproved<cardLast4>},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
 /// What the host's library knows of an operation's callbacks.
@@ -214,11 +214,11 @@ constexpr auto keyNamed(std::span<const KeyNames> keys, std::string_view first) 
 /// The callbacks of one operation: the status of one that was done, the items that follow request id and
 /// status, and the status of one that was declined.
 template <Operation operation>
-consteval AnswerTable table(std::string_view approved, std::span<const AnswerField> fields,
-                            std::string_view declined = "declined") {
+consteval ResponseTable table(std::string_view approved, std::span<const ResponseField> fields,
+                              std::string_view declined = "declined") {
   using One = typename detail::OperationOf<operation>::type;
   const std::span<const KeyNames> keys = keysOf<One>;
-  for (const AnswerField& field : fields) {
+  for (const ResponseField& field : fields) {
     if (keyNamed(keys, field.name) == keys.end()) throw "the library knows no field of this name";
   }
   return {operation, approved, declined, fields, keys, wordsOf<One>};
@@ -235,14 +235,16 @@ constexpr std::array tables{
     table<Operation::reboot>("rebooted", rebootFields),
     table<Operation::save>("saved", saveFields),
 };
-static_assert(std::ranges::equal(tables, operationKinds, {}, &AnswerTable::operation),
+static_assert(std::ranges::equal(tables, operationKinds, {}, &ResponseTable::operation),
               "each operation has a row, in the order of the list");
 
 }  // namespace
 
-const AnswerTable& answerTable(Operation operation) { return tables.at(static_cast<std::size_t>(operation)); }
+const ResponseTable& responseTable(Operation operation) {
+  return tables.at(static_cast<std::size_t>(operation));
+}
 
-std::string_view spelledKey(const AnswerTable& table, std::string_view name, KeySpelling spelling) {
+std::string_view spelledKey(const ResponseTable& table, std::string_view name, KeySpelling spelling) {
   return spelled(*keyNamed(table.keys, name), spelling);
 }
 

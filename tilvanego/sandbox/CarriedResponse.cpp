@@ -1,4 +1,4 @@
-#include <tilvanego/sandbox/CarriedAnswer.h>
+#include <tilvanego/sandbox/CarriedResponse.h>
 
 #include <string>
 #include <string_view>
@@ -89,9 +89,9 @@ std::expected<detail::CompressedPayload, detail::URLPayloadFailure> compressed(c
 
 }  // namespace
 
-std::expected<std::vector<QueryItem>, SandboxError> compressedAnswer(const LaunchLink& link,
-                                                                     const Decision& decision,
-                                                                     const HandoffPorts& ports) {
+std::expected<std::vector<QueryItem>, SandboxError> compressedResponse(const LaunchLink& link,
+                                                                       const Decision& decision,
+                                                                       const HandoffPorts& ports) {
   auto payload = compressed(link, decision, ports.clock->now());
   if (!payload) return wrong("the answer is too long to travel compressed");
   if (decision.outcome == Outcome::tampered) tamper(payload->text);
@@ -106,9 +106,9 @@ std::expected<std::vector<QueryItem>, SandboxError> compressedAnswer(const Launc
   };
 }
 
-std::expected<std::vector<QueryItem>, SandboxError> sealedAnswer(const LaunchLink& link,
-                                                                 const Decision& decision,
-                                                                 const HandoffPorts& ports) {
+std::expected<std::vector<QueryItem>, SandboxError> sealedResponse(const LaunchLink& link,
+                                                                   const Decision& decision,
+                                                                   const HandoffPorts& ports) {
   if (ports.pasteboard == nullptr) {
     return wrong("the answer needs a pasteboard, and this sandbox was given none");
   }
