@@ -3,7 +3,7 @@
 
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/frame/CallbackURLs.h>
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 
 #include "fuzz/Fuzzer.h"
 
@@ -27,7 +27,7 @@ std::string_view resultName(Outcome outcome) {
 }
 
 void checkAnswer(const LaunchLink& link, Outcome outcome) {
-  const auto callback = answer(link, outcome);
+  const auto callback = respond(link, outcome);
   if (!callback || !*callback) return;
   require(detail::callbackURLsMatch(**callback, link.callbackURL()));
   if (link.operation() != Operation::payment || link.callbackURL().encodedQuery()) return;

@@ -46,7 +46,7 @@ HostAction readCallback(FieldReader& line) {
 }
 
 HostAction readOpened(FieldReader& line) {
-  return [opened = line.get<bool>("opened")](HostSession& session) { session.answerOldestOpen(opened); };
+  return [opened = line.get<bool>("opened")](HostSession& session) { session.reportOldestOpen(opened); };
 }
 
 HostAction readCancel(FieldReader& line) {

@@ -38,7 +38,7 @@ class HostSession {
   [[nodiscard]] ManualClock& clock() { return *clock_; }
 
   /// Reports the open request that has waited longest; an error event if none can be.
-  void answerOldestOpen(bool opened);
+  void reportOldestOpen(bool opened);
   /// Puts items on the pasteboard as another application would; an error event where that isn't ours to do.
   void placeOnPasteboard(const std::vector<PasteboardItem>& items, const std::optional<std::string>& string);
   [[nodiscard]] PasteboardContents pasteboardContents() const;

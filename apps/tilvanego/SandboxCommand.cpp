@@ -17,7 +17,7 @@
 #include <tilvanego/platform/desktop/CommandLine.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 
 #include "ExitStatus.h"
 
@@ -129,7 +129,7 @@ int runSandbox(const SandboxOptions& options) {
       .word = options.word.empty() ? std::nullopt : std::optional(options.word),
       .keys = fromRawText<sandbox::KeySpelling>(options.keys).value_or(sandbox::KeySpelling::first),
   };
-  const auto callback = answer(*link, decision, ports);
+  const auto callback = respond(*link, decision, ports);
   if (!callback) return failed(callback.error().message);
   std::cout << "outcome: " << rawText(decision.outcome) << '\n' << std::flush;
   if (!*callback) return exitDone;

@@ -59,8 +59,9 @@ std::expected<PaymentHandoffEnvelope, detail::HandoffFailure> sealed(const Launc
     return detail::sealPlaintext(plainText, label.direction, handoffId, label.requestId, createdAt,
                                  randomSource);
   }
-  return detail::sealHandoffEnvelope(detail::PaymentHandoffResultPayload{mapOf(answerItems(link, decision))},
-                                     label.direction, handoffId, label.requestId, createdAt, randomSource);
+  return detail::sealHandoffEnvelope(
+      detail::PaymentHandoffResultPayload{mapOf(responseItems(link, decision))}, label.direction, handoffId,
+      label.requestId, createdAt, randomSource);
 }
 
 /// Leaves the envelope on the pasteboard, or tells why it couldn't. One that has expired is kept as long as a
@@ -84,7 +85,7 @@ std::expected<detail::CompressedPayload, detail::URLPayloadFailure> compressed(c
   Label label = labelOf(link, decision);
   return detail::encodeCompressedPayload(
       detail::makeURLPayloadEnvelope(label.direction, std::move(label.requestId), now,
-                                     detail::PaymentURLResultPayload{mapOf(answerItems(link, decision))}));
+                                     detail::PaymentURLResultPayload{mapOf(responseItems(link, decision))}));
 }
 
 }  // namespace

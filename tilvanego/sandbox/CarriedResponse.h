@@ -3,9 +3,9 @@
 #include <expected>
 #include <vector>
 
-#include <tilvanego/sandbox/Answer.h>
 #include <tilvanego/sandbox/HandoffPorts.h>
 #include <tilvanego/sandbox/LaunchLink.h>
+#include <tilvanego/sandbox/Response.h>
 #include <tilvanego/values/QueryItem.h>
 
 /// Answers that a callback URL carries compressed, or only names. Each function gives the items of the

@@ -51,7 +51,7 @@ class SandboxApplication final : public Application {
 
   /// Sets the transport of the responses to later payments. The default is nothing: the transport of the
   /// request. The responses of all other operations travel in the items of the URL.
-  void setAnswer(std::optional<Transport> transport) { transport_ = transport; }
+  void setTransport(std::optional<Transport> transport) { transport_ = transport; }
 
   /// Sets the fault of every later response. The default is nothing.
   void setFault(std::optional<TransportFault> fault) { fault_ = fault; }

@@ -1,4 +1,4 @@
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 
 #include <algorithm>
 #include <array>
@@ -141,7 +141,7 @@ std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLin
     case Transport::url:
       break;
   }
-  return answerItems(link, decision);
+  return responseItems(link, decision);
 }
 
 }  // namespace
@@ -169,7 +169,7 @@ std::vector<std::string_view> statusWords(Operation operation, Outcome outcome) 
   return {words.begin(), words.end()};
 }
 
-std::vector<QueryItem> answerItems(const LaunchLink& link, const Decision& decision) {
+std::vector<QueryItem> responseItems(const LaunchLink& link, const Decision& decision) {
   std::vector<QueryItem> items;
   const Outcome outcome = decision.outcome;
   if (outcome == Outcome::silent) return items;
@@ -188,12 +188,12 @@ std::vector<QueryItem> answerItems(const LaunchLink& link, const Decision& decis
   return items;
 }
 
-std::vector<QueryItem> answerItems(const LaunchLink& link, Outcome outcome) {
-  return answerItems(link, Decision{.outcome = outcome});
+std::vector<QueryItem> responseItems(const LaunchLink& link, Outcome outcome) {
+  return responseItems(link, Decision{.outcome = outcome});
 }
 
-std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, const Decision& decision,
-                                                       const HandoffPorts& ports) {
+std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link, const Decision& decision,
+                                                        const HandoffPorts& ports) {
   const Transport transport = decision.transport.value_or(link.transport());
   if (auto possible = checkPossible(link, decision, transport); !possible) {
     return std::unexpected(std::move(possible).error());
@@ -208,8 +208,8 @@ std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, c
   return url;
 }
 
-std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, Outcome outcome) {
-  return answer(link, Decision{.outcome = outcome, .transport = Transport::url});
+std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link, Outcome outcome) {
+  return respond(link, Decision{.outcome = outcome, .transport = Transport::url});
 }
 
 }  // namespace sandbox

@@ -44,8 +44,8 @@ struct Decision {
 /// in this order. Transaction ids and approval codes follow from the request, so that the same link is always
 /// answered alike. `silent` says nothing, and `tampered` and `expired` say what `approve` does.
 /// The decision's word isn't checked.
-[[nodiscard]] std::vector<QueryItem> answerItems(const LaunchLink& link, const Decision& decision);
-[[nodiscard]] std::vector<QueryItem> answerItems(const LaunchLink& link, Outcome outcome);
+[[nodiscard]] std::vector<QueryItem> responseItems(const LaunchLink& link, const Decision& decision);
+[[nodiscard]] std::vector<QueryItem> responseItems(const LaunchLink& link, Outcome outcome);
 
 /// The callback URL with the answer: the host's own URL, its query and fragment included, and the answer's
 /// items behind those that it has already. An answer by pasteboard lies there when this returns. Nothing if
@@ -54,12 +54,13 @@ struct Decision {
 /// Fails if the decision can't be had: `tampered`, `expired` and the faults need an answer by a transport
 /// that knows them, `wrongId` a request with an id, an answer by pasteboard a pasteboard in `ports`, and a
 /// `word` must be the outcome's.
-[[nodiscard]] std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link,
-                                                                     const Decision& decision,
-                                                                     const HandoffPorts& ports = {});
+[[nodiscard]] std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link,
+                                                                      const Decision& decision,
+                                                                      const HandoffPorts& ports = {});
 
 /// The same, always in the URL's own items.
-[[nodiscard]] std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, Outcome outcome);
+[[nodiscard]] std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link,
+                                                                      Outcome outcome);
 
 }  // namespace sandbox
 }  // namespace tilvanego
