@@ -13,7 +13,7 @@ namespace {
 using namespace tilvanego;
 using namespace tilvanego::detail;
 
-/// The plaintext of an envelope that says of itself that it answers `requestId`.
+/// The plaintext of a result's envelope for `requestId`.
 std::optional<std::string> opened(const PaymentHandoffEnvelope& envelope, std::string_view requestId,
                                   const Date& now) {
   Bytes box;

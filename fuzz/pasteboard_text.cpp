@@ -77,11 +77,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   host.pasteboard->place(itemsWith(data[0], text));
   const auto before = host.pasteboard->contents();
 
-  const URL answer =
+  const URL resultURL =
       URL::parse("myshop://done?transport=pasteboard&resultHandoffId=" + std::string(handoffId) +
                  "&request_id=A-1")
           .value();
-  const bool finished = host.sdk->handleCallback(answer);
+  const bool finished = host.sdk->handleCallback(resultURL);
   require(completions == (finished ? 1 : 0));
   if (sealed) require(!missing);
   if (host.pasteboard->contents() != before) {

@@ -1,6 +1,6 @@
-// The lines of an answer's head as any server may send them: what is kept are tokens for names, UTF-8 without
-// line breaks for values, each name once, and no more than the limits allow. And bodies compressed as the
-// head says.
+// The lines of the head of a response, as any server may send them. Names that are kept are tokens, values
+// are UTF-8 without line breaks, each name is there once, and no limit is passed. Also bodies that are
+// compressed as the head says.
 
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/HTTPHead.h>

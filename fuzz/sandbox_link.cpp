@@ -1,5 +1,5 @@
-// Any URL as a launch link: refused with a reason, or it can be shown on a terminal, and each answer reaches
-// the host as what it was meant to be.
+// Any URL as a launch link. It is refused with a reason, or it can be shown on a terminal, and the host reads
+// each outcome from the response.
 
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/frame/CallbackURLs.h>
@@ -26,7 +26,7 @@ std::string_view resultName(Outcome outcome) {
   }
 }
 
-void checkAnswer(const LaunchLink& link, Outcome outcome) {
+void checkResponse(const LaunchLink& link, Outcome outcome) {
   const auto callback = respond(link, outcome);
   if (!callback || !*callback) return;
   require(detail::callbackURLsMatch(**callback, link.callbackURL()));
@@ -49,6 +49,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const std::string& line : link->lines()) {
     for (const char c : line) require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);
   }
-  for (const Outcome outcome : allCases<Outcome>()) checkAnswer(*link, outcome);
+  for (const Outcome outcome : allCases<Outcome>()) checkResponse(*link, outcome);
   return 0;
 }

@@ -35,7 +35,7 @@ using sandbox::TransportFault;
 struct SandboxOptions {
   std::string link;
   std::string outcome;
-  std::string answer = "same";
+  std::string transport = "same";
   std::string fault;
   std::string word;
   std::string keys;
@@ -124,7 +124,7 @@ int runSandbox(const SandboxOptions& options) {
 
   const Decision decision{
       .outcome = decide(options, *link),
-      .transport = fromRawText<Transport>(options.answer),
+      .transport = fromRawText<Transport>(options.transport),
       .fault = fromRawText<TransportFault>(options.fault),
       .word = options.word.empty() ? std::nullopt : std::optional(options.word),
       .keys = fromRawText<sandbox::KeySpelling>(options.keys).value_or(sandbox::KeySpelling::first),
@@ -150,7 +150,7 @@ void addSandboxCommand(CLI::App& program) {
   command->add_option("LINK", options->link, "The link that a host opened")->required();
   command->add_option("--outcome", options->outcome, "What happens to the request")
       ->check(CLI::IsMember(namesOf<Outcome>()));
-  command->add_option("--answer", options->answer, "How the answer travels; same is how the request came")
+  command->add_option("--answer", options->transport, "How the answer travels; same is how the request came")
       ->check(CLI::IsMember({"same", "url", "gzip", "pasteboard"}))
       ->capture_default_str();
   command->add_option("--fault", options->fault, "What goes wrong with an answer by gzip or pasteboard")

@@ -19,8 +19,8 @@ bool isWorthAnotherSend(const URLResponsePointer& response, const Failure& error
     return transport->code == TransportError::Code::networkConnectionLost ||
            transport->code == TransportError::Code::cannotConnectToHost;
   }
-  const auto* answer = dynamic_cast<const HTTPURLResponse*>(response.get());
-  return answer != nullptr && answer->statusCode() >= 500;
+  const auto* http = dynamic_cast<const HTTPURLResponse*>(response.get());
+  return http != nullptr && http->statusCode() >= 500;
 }
 
 }  // namespace

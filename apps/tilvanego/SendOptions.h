@@ -20,7 +20,7 @@ struct NamedValue {
 /// The one body that a request may have.
 enum class SendBodyKind : std::uint8_t { none, json, form, multipart, octet };
 
-enum class AnswerForm : std::uint8_t { text, bytes, json, file, none, model };
+enum class ResponseForm : std::uint8_t { text, bytes, json, file, none, model };
 
 /// What `tilvanego send` is asked for.
 struct SendOptions {
@@ -36,8 +36,8 @@ struct SendOptions {
   std::optional<URLCredential> user;
   /// Sends after the first.
   unsigned retries = 0;
-  AnswerForm answer = AnswerForm::text;
-  /// The record's name, for `AnswerForm::model`.
+  ResponseForm responseForm = ResponseForm::text;
+  /// The record's name, for `ResponseForm::model`.
   std::string model;
   bool include = false;
   /// Seconds without any byte.
