@@ -12,7 +12,7 @@
 
 namespace tilvanego::detail {
 
-/// The usual way: the link and the callback carry every field in their queries.
+/// For every operation but the payment: the link and the callback have every field in their queries.
 template <typename Operation>
 struct Ways {
   [[nodiscard]] static auto link(Facade& facade, const std::shared_ptr<Pending<Operation>>& pending) {
