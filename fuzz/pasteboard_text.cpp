@@ -50,7 +50,7 @@ std::vector<PasteboardItem> itemsWith(std::uint8_t where, const std::string& tex
 
 bool isOfThisHandoff(std::string_view text) {
   const auto envelope = json::decode<PaymentHandoffEnvelope>(text);
-  return envelope && envelope->namespace_ == PaymentHandoffEnvelope::wantedNamespace &&
+  return envelope && envelope->namespace_ == PaymentHandoffEnvelope::expectedNamespace &&
          envelope->handoffId == handoffId;
 }
 

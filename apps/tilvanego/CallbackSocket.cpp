@@ -13,7 +13,7 @@ namespace tilvanego::program {
 namespace {
 
 /// Connections beyond these wait in the system's queue.
-constexpr std::size_t mostConnections = 16;
+constexpr std::size_t maxConnections = 16;
 
 std::string systemMessage(int code) { return std::generic_category().message(code); }
 
@@ -103,7 +103,7 @@ std::expected<std::unique_ptr<CallbackSocket>, std::string> CallbackSocket::list
 }
 
 void CallbackSocket::addTo(std::vector<pollfd>& waiting) const {
-  if (connections_.size() < mostConnections) waiting.push_back({listener_.get(), POLLIN, 0});
+  if (connections_.size() < maxConnections) waiting.push_back({listener_.get(), POLLIN, 0});
   for (const Connection& one : connections_) waiting.push_back({one.descriptor.get(), POLLIN, 0});
 }
 
@@ -128,7 +128,7 @@ void CallbackSocket::serve(const Handler& handler) {
 }
 
 void CallbackSocket::acceptWaiting() {
-  while (connections_.size() < mostConnections) {
+  while (connections_.size() < maxConnections) {
     Descriptor one(::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (!one) return;
     connections_.push_back({std::move(one), {}});

@@ -87,7 +87,7 @@ std::expected<Payload, SandboxError> compressedRequest(const URL& link, const Ca
   auto envelope = detail::decodeURLPayload<Payload>(link);
   detail::wipeGzipMemory();
   if (!envelope) return wrong("the link's payload " + described(envelope.error()));
-  if (!envelope->hasWantedForm()) return wrong("the link's payload is of another kind or version");
+  if (!envelope->hasExpectedForm()) return wrong("the link's payload is of another kind or version");
   if (envelope->direction != PaymentHandoffDirection::request)
     return wrong("the link's payload is no request");
   if (envelope->requestId != carrier.at("requestId")) return wrong("the link's payload is another request's");

@@ -33,7 +33,7 @@ std::expected<URL, URLPayloadFailure> unpackedCallback(const URL& url, const URL
                                                        const std::string& expectedRequestId) {
   const auto envelope = decodeURLPayload<PaymentURLResultPayload>(url);
   if (!envelope) return std::unexpected(envelope.error());
-  if (!envelope->hasWantedForm() || envelope->direction != PaymentHandoffDirection::result ||
+  if (!envelope->hasExpectedForm() || envelope->direction != PaymentHandoffDirection::result ||
       envelope->requestId != expectedRequestId) {
     return invalid();
   }

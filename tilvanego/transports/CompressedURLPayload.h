@@ -60,8 +60,8 @@ template <typename Payload>
                                                                         const Date& createdAt,
                                                                         Payload payload) {
   using Envelope = PaymentURLPayloadEnvelope<Payload>;
-  return {.namespace_ = std::string(Envelope::wantedNamespace),
-          .schemaVersion = Envelope::wantedSchemaVersion,
+  return {.namespace_ = std::string(Envelope::expectedNamespace),
+          .schemaVersion = Envelope::expectedSchemaVersion,
           .direction = direction,
           .requestId = std::move(requestId),
           .createdAt = createdAt,

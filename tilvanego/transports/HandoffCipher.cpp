@@ -92,9 +92,9 @@ std::expected<HandoffKey, HandoffCipherError> handoffKey(PaymentHandoffDirection
 
 std::string handoffAssociatedData(PaymentHandoffDirection direction, std::string_view handoffId,
                                   std::string_view requestId, const Date& expiresAt) {
-  const std::string version = std::to_string(PaymentHandoffEnvelope::wantedSchemaVersion);
+  const std::string version = std::to_string(PaymentHandoffEnvelope::expectedSchemaVersion);
   const std::string expiry = std::to_string(static_cast<std::int64_t>(expiresAt.secondsSince1970()));
-  std::string text(PaymentHandoffEnvelope::wantedNamespace);
+  std::string text(PaymentHandoffEnvelope::expectedNamespace);
   for (const std::string_view part : {std::string_view(version), rawText(direction), handoffId, requestId,
                                       sdkVersion, std::string_view(expiry)}) {
     text.append("|").append(part);

@@ -41,8 +41,8 @@ std::expected<PaymentHandoffEnvelope, HandoffFailure> sealPlaintext(
                            randomSource);
   if (!box) return std::unexpected(box.error());
   return PaymentHandoffEnvelope{
-      .namespace_ = std::string(PaymentHandoffEnvelope::wantedNamespace),
-      .schemaVersion = PaymentHandoffEnvelope::wantedSchemaVersion,
+      .namespace_ = std::string(PaymentHandoffEnvelope::expectedNamespace),
+      .schemaVersion = PaymentHandoffEnvelope::expectedSchemaVersion,
       .direction = direction,
       .handoffId = std::string(handoffId),
       .requestId = std::string(requestId),
@@ -56,7 +56,7 @@ std::expected<std::string_view, HandoffFailure> openPlaintext(const PaymentHando
                                                               PaymentHandoffDirection direction,
                                                               std::string_view expectedRequestId,
                                                               const Date& now, Bytes& box) {
-  if (!envelope.hasWantedForm() || envelope.direction != direction ||
+  if (!envelope.hasExpectedForm() || envelope.direction != direction ||
       envelope.requestId != expectedRequestId || !isCountable(envelope.expiresAt)) {
     return std::unexpected(PaymentHandoffError::invalidPayload);
   }

@@ -105,8 +105,8 @@ struct PaymentURLResultPayload {
 
 /// What lies on the pasteboard. Its keys are in camel case.
 struct PaymentHandoffEnvelope {
-  static constexpr std::string_view wantedNamespace = "com.ostrel.tilvane.handoff";
-  static constexpr std::int64_t wantedSchemaVersion = 1;
+  static constexpr std::string_view expectedNamespace = "com.ostrel.tilvane.handoff";
+  static constexpr std::int64_t expectedSchemaVersion = 1;
 
   std::string namespace_;
   std::int64_t schemaVersion = 0;
@@ -121,8 +121,8 @@ struct PaymentHandoffEnvelope {
   std::string ciphertext;
   bool operator==(const PaymentHandoffEnvelope&) const = default;
 
-  [[nodiscard]] bool hasWantedForm() const {
-    return namespace_ == wantedNamespace && schemaVersion == wantedSchemaVersion;
+  [[nodiscard]] bool hasExpectedForm() const {
+    return namespace_ == expectedNamespace && schemaVersion == expectedSchemaVersion;
   }
 
   static constexpr auto jsonFields() {
@@ -140,8 +140,8 @@ struct PaymentHandoffEnvelope {
 /// What is compressed into a URL. Its keys are in snake case.
 template <typename Payload>
 struct PaymentURLPayloadEnvelope {
-  static constexpr std::string_view wantedNamespace = "com.ostrel.tilvane.urlpayload";
-  static constexpr std::int64_t wantedSchemaVersion = 1;
+  static constexpr std::string_view expectedNamespace = "com.ostrel.tilvane.urlpayload";
+  static constexpr std::int64_t expectedSchemaVersion = 1;
 
   std::string namespace_;
   std::int64_t schemaVersion = 0;
@@ -152,8 +152,8 @@ struct PaymentURLPayloadEnvelope {
   Payload payload;
   bool operator==(const PaymentURLPayloadEnvelope&) const = default;
 
-  [[nodiscard]] bool hasWantedForm() const {
-    return namespace_ == wantedNamespace && schemaVersion == wantedSchemaVersion;
+  [[nodiscard]] bool hasExpectedForm() const {
+    return namespace_ == expectedNamespace && schemaVersion == expectedSchemaVersion;
   }
 
   static constexpr auto jsonFields() {

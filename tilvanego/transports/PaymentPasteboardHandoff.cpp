@@ -116,7 +116,7 @@ std::expected<PaymentHandoffEnvelope, HandoffFailure> readHandoffEnvelope(Pasteb
   if (!text) return std::unexpected(PaymentHandoffError::payloadMissing);
   auto envelope = json::decode<PaymentHandoffEnvelope>(*text);
   if (!envelope) return std::unexpected(std::move(envelope).error());
-  if (!envelope->hasWantedForm() || envelope->handoffId != handoffId) {
+  if (!envelope->hasExpectedForm() || envelope->handoffId != handoffId) {
     return std::unexpected(PaymentHandoffError::payloadMissing);
   }
   if (envelope->expiresAt < now) {
@@ -131,7 +131,7 @@ void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId) {
   const auto text = pasteboardHandoffText(pasteboard);
   if (!text) return;
   const auto envelope = json::decode<PaymentHandoffEnvelope>(*text);
-  if (!envelope || envelope->namespace_ != PaymentHandoffEnvelope::wantedNamespace ||
+  if (!envelope || envelope->namespace_ != PaymentHandoffEnvelope::expectedNamespace ||
       envelope->handoffId != handoffId) {
     return;
   }
