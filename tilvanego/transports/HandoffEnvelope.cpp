@@ -11,12 +11,13 @@ namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 namespace {
 
-// Its text and its whole seconds name the same instant, which is authenticated by the seconds.
+// Rounded to whole seconds, so that the text in the envelope and the authenticated seconds are the same
+// instant.
 Date expiryOf(const Date& createdAt) {
   return Date::fromSecondsSince1970(std::floor(createdAt.secondsSince1970() + handoffLifetime));
 }
 
-/// Instants whose seconds are counted exactly; no calendar goes so far.
+/// Whether a `double` holds the seconds of this instant exactly. No calendar date is beyond the limit.
 bool isCountable(const Date& date) {
   constexpr double limit = 9e15;
   return std::abs(date.secondsSince1970()) < limit;
