@@ -23,7 +23,7 @@ std::unexpected<SandboxError> wrong(std::string_view message) {
   return std::unexpected(SandboxError{std::string(message)});
 }
 
-/// What an envelope says of the answer in it.
+/// The direction and request id of a response's envelope.
 struct Label {
   PaymentHandoffDirection direction;
   std::string requestId;
@@ -42,8 +42,8 @@ detail::ResultQueryItems mapOf(std::vector<QueryItem> items) {
   return map;
 }
 
-/// Changes base64 text within its last eight bytes. In a gzip stream they are the checksum and the length, in
-/// a sealed box a part of the tag, so that the change can't go unnoticed.
+/// Changes base64 text within its last eight bytes. These hold the checksum and length of a gzip stream, and
+/// a part of a sealed box's tag, so every reader detects the change.
 void tamper(std::string& text) {
   char& letter = text.at(text.size() - 8);
   letter = letter == 'A' ? 'B' : 'A';
@@ -64,8 +64,8 @@ std::expected<PaymentHandoffEnvelope, detail::HandoffFailure> sealed(const Launc
       label.requestId, createdAt, randomSource);
 }
 
-/// Leaves the envelope on the pasteboard, or tells why it couldn't. One that has expired is kept as long as a
-/// fresh one: else the host would find none, and couldn't refuse it.
+/// Puts the envelope on the pasteboard, or returns why it couldn't. The pasteboard keeps an expired envelope
+/// as long as a new one: otherwise the host would find none, and couldn't refuse it.
 std::expected<void, std::string> place(Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope,
                                        const Date& now) {
   auto text = json::encode(envelope, detail::envelopeFormat);

@@ -8,14 +8,14 @@
 #include <tilvanego/sandbox/Response.h>
 #include <tilvanego/values/QueryItem.h>
 
-/// Answers that a callback URL carries compressed, or only names. Each function gives the items of the
-/// callback URL.
+/// Makes the responses that a callback URL carries compressed or names on the pasteboard. Each function
+/// returns the items of the callback URL.
 namespace tilvanego::sandbox {
 
 [[nodiscard]] std::expected<std::vector<QueryItem>, SandboxError> compressedResponse(
     const LaunchLink& link, const Decision& decision, const HandoffPorts& ports);
 
-/// Replaces everything on the pasteboard by the answer.
+/// Replaces everything on the pasteboard by the response.
 [[nodiscard]] std::expected<std::vector<QueryItem>, SandboxError> sealedResponse(const LaunchLink& link,
                                                                                  const Decision& decision,
                                                                                  const HandoffPorts& ports);

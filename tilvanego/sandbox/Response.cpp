@@ -51,7 +51,7 @@ std::span<const std::string_view> written(const StatusRow& row) {
   return {row.begin(), std::ranges::find(row, std::string_view())};
 }
 
-/// The row of words that has this one; empty if there is none.
+/// The row that contains the word; empty if there is none.
 std::span<const std::string_view> rowWith(const ResponseTable& table, std::string_view word) {
   const auto found = std::ranges::find_if(
       table.words, [&](const StatusRow& row) { return std::ranges::find(row, word) != row.end(); });
@@ -62,7 +62,7 @@ std::unexpected<SandboxError> wrong(std::string message) {
   return std::unexpected(SandboxError{std::move(message)});
 }
 
-/// The transports by which an outcome can be had.
+/// The transports that an outcome is possible with.
 std::span<const Transport> transportsOf(Outcome outcome) {
   static constexpr auto all = allCases<Transport>();
   switch (outcome) {
@@ -87,7 +87,7 @@ std::span<const Transport> transportsOf(TransportFault fault) {
   }
 }
 
-/// Whether an outcome or a fault, which `what` is, can be had by a transport.
+/// Fails unless `what`, an outcome or a fault, is possible with the transport.
 template <typename What>
 std::expected<void, SandboxError> checkTransport(std::string_view kind, What what, Transport transport) {
   const auto possible = transportsOf(what);
@@ -128,7 +128,7 @@ std::expected<void, SandboxError> checkPossible(const LaunchLink& link, const De
   return {};
 }
 
-/// The items of the callback URL, which hold the answer, carry it or name it.
+/// The items of the callback URL: the response itself, a compressed response, or the name of a sealed one.
 std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLink& link,
                                                                  const Decision& decision,
                                                                  Transport transport,
@@ -164,7 +164,7 @@ std::vector<std::string_view> statusWords(Operation operation, Outcome outcome) 
   const ResponseTable& table = responseTable(operation);
   const std::string_view usual = statusOf(table, outcome);
   auto words = rowWith(table, usual);
-  // The words of a result that this operation doesn't know are a payment's.
+  // If this operation has no result for the outcome, the words are those of a payment.
   if (words.empty()) words = rowWith(responseTable(Operation::payment), usual);
   return {words.begin(), words.end()};
 }

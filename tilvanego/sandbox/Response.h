@@ -17,48 +17,49 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
-/// What the payment application makes of a request.
+/// What the payment application does with a request.
 struct Decision {
   Outcome outcome = Outcome::approve;
-  /// How the answer travels; nothing: as the request came. Only a payment's can travel otherwise than by URL.
+  /// The transport of the response; nothing: that of the request. Only the response to a payment may have
+  /// another transport than `url`.
   std::optional<Transport> transport = std::nullopt;
-  /// What goes wrong on its way.
+  /// The fault of the transport; nothing: none.
   std::optional<TransportFault> fault = std::nullopt;
-  /// The status, one of the outcome's `statusWords`; nothing: the usual one.
+  /// The status, one of the `statusWords` of operation and outcome; nothing: the usual word.
   std::optional<std::string> word = std::nullopt;
-  /// How the answer's items are called.
+  /// The spelling of the item names.
   KeySpelling keys = KeySpelling::first;
 
   bool operator==(const Decision&) const = default;
 };
 
-/// The outcome that the request itself stands for: its amount decides, and what has none is approved.
+/// The outcome by the request's amount: see `outcomeForAmount`. A request without an amount is approved.
 [[nodiscard]] Outcome usualOutcome(const LaunchLink& link);
 
-/// The words by which an operation's status may say an outcome, as the library knows them; none for an
-/// outcome that has no status, or an unknown one. What an operation doesn't know, such as a declined refund,
-/// it reads as a failure by any word.
+/// The status words that the library accepts for an outcome of an operation. None for an outcome without a
+/// status, or with an unknown one. If the operation has no result for the outcome, such as a declined refund,
+/// the library reads each of the words as a failure.
 [[nodiscard]] std::vector<std::string_view> statusWords(Operation operation, Outcome outcome);
 
-/// What the payment application has to say about a request: request id, status and the operation's own items,
-/// in this order. Transaction ids and approval codes follow from the request, so that the same link is always
-/// answered alike. `silent` says nothing, and `tampered` and `expired` say what `approve` does.
-/// The decision's word isn't checked.
+/// Returns the items of the response: request id, status and the items of the operation, in this order.
+/// Transaction ids and approval codes depend only on the request: the same link always gets the same
+/// response. `silent` has no items; `tampered` and `expired` have those of `approve`. The decision's word
+/// isn't checked.
 [[nodiscard]] std::vector<QueryItem> responseItems(const LaunchLink& link, const Decision& decision);
 [[nodiscard]] std::vector<QueryItem> responseItems(const LaunchLink& link, Outcome outcome);
 
-/// The callback URL with the answer: the host's own URL, its query and fragment included, and the answer's
-/// items behind those that it has already. An answer by pasteboard lies there when this returns. Nothing if
-/// the payment application stays silent.
+/// Returns the callback URL with the response: the host's URL with its query and fragment, and the items of
+/// the response after those of its query. A response by pasteboard is put there before this returns. Returns
+/// nothing if the outcome is `silent`.
 ///
-/// Fails if the decision can't be had: `tampered`, `expired` and the faults need an answer by a transport
-/// that knows them, `wrongId` a request with an id, an answer by pasteboard a pasteboard in `ports`, and a
-/// `word` must be the outcome's.
+/// Fails if the decision is impossible: `tampered`, `expired` and the faults each need certain transports,
+/// `wrongId` needs a request with an id, a response by pasteboard needs a pasteboard in `ports`, and `word`
+/// must be one of the outcome's `statusWords`.
 [[nodiscard]] std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link,
                                                                       const Decision& decision,
                                                                       const HandoffPorts& ports = {});
 
-/// The same, always in the URL's own items.
+/// The same, always with the items in the URL.
 [[nodiscard]] std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link,
                                                                       Outcome outcome);
 

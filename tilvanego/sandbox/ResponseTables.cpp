@@ -11,8 +11,8 @@ namespace {
 
 using Value = std::optional<std::string>;
 
-/// A number that the request decides, so that a rehearsal can be replayed and two requests seldom share it
-/// (FNV-1a).
+/// A hash of the request (FNV-1a): the same request always has the same number, and two requests seldom share
+/// one.
 std::uint64_t hash(const LaunchLink& link) {
   std::uint64_t hash = 0xCBF2'9CE4'8422'2325;
   const auto add = [&](std::string_view text) {
@@ -40,14 +40,14 @@ Value copied(const LaunchLink& link, std::string_view name) {
   return value ? Value(*value) : std::nullopt;
 }
 
-/// A field that an approved operation alone has, with always the same text.
+/// The value of a field that only an approved operation has: always the same text.
 template <const auto& Text>
 Value ifApproved(const LaunchLink& /*link*/, Verdict verdict) {
   return verdict == Verdict::approved ? Value(Text) : std::nullopt;
 }
 
 Value transactionId(const LaunchLink& link, Verdict verdict) {
-  // Nothing that was cancelled or broke off has reached the processor.
+  // A cancelled or failed operation has not reached the processor.
   const bool processed = verdict == Verdict::approved || verdict == Verdict::declined;
   return processed ? Value(digits(hash(link), 12)) : std::nullopt;
 }
@@ -76,7 +76,7 @@ Value errorMessage(const LaunchLink& link, Verdict verdict) {
   return verdict == Verdict::approved ? std::nullopt : message(link, verdict);
 }
 
-/// A response code as card processors give it (ISO 8583, data element 39).
+/// A response code of card processors (ISO 8583, data element 39).
 Value errorCode(const LaunchLink& /*link*/, Verdict verdict) {
   switch (verdict) {
     case Verdict::approved:
@@ -134,8 +134,7 @@ constexpr std::array captureFields{
     ResponseField{"error_message", errorMessage},
 };
 
-/// A card's data, of a number that no issuer gives out; with its digits hidden where the application keeps
-/// them.
+/// The data of a card with a test number; its digits are masked if the application declines to return them.
 template <const auto& Clear, const auto& Masked>
 Value cardData(const LaunchLink& /*link*/, Verdict verdict) {
   if (verdict == Verdict::approved) return Value(Clear);
@@ -184,7 +183,7 @@ constexpr std::array saveFields{
     ResponseField{"error_message", errorMessage},
 };
 
-/// What the host's library knows of an operation's callbacks.
+/// The spellings that the library accepts for each item of an operation's callbacks.
 template <typename One>
 constexpr auto keysOf = [] {
   std::array<KeyNames, One::callbackKeys.size()> keys;
@@ -211,8 +210,8 @@ constexpr auto keyNamed(std::span<const KeyNames> keys, std::string_view first) 
   return std::ranges::find(keys, first, [](const KeyNames& names) { return names.front(); });
 }
 
-/// The callbacks of one operation: the status of one that was done, the items that follow request id and
-/// status, and the status of one that was declined.
+/// Makes the table of one operation, with the status of a success, the items after request id and status, and
+/// the status of a decline.
 template <Operation operation>
 consteval ResponseTable table(std::string_view approved, std::span<const ResponseField> fields,
                               std::string_view declined = "declined") {

@@ -9,42 +9,42 @@
 #include <tilvanego/sandbox/KeySpelling.h>
 #include <tilvanego/sandbox/LaunchLink.h>
 
-/// What the payment application answers, operation by operation.
+/// The payment application's response to each operation.
 namespace tilvanego::sandbox {
 
-/// How far an operation came.
+/// The outcome of an operation in its response.
 enum class Verdict { approved, declined, cancelled, failed };
 
-/// An item of an answer.
+/// An item of a response.
 struct ResponseField {
-  /// Its first spelling.
+  /// The first spelling of the item's name.
   std::string_view name;
-  /// What the item says; nothing leaves it out.
+  /// The item's value; nothing if the response doesn't have the item.
   std::optional<std::string> (*value)(const LaunchLink& link, Verdict verdict);
 };
 
-/// Status words that mean the same; those left over are empty.
+/// Status words with the same meaning; unused places are empty.
 using StatusRow = std::array<std::string_view, 5>;
 
-/// The answers to one operation.
+/// The responses to one operation.
 struct ResponseTable {
   Operation operation;
-  /// The status of an operation that was done.
+  /// The status of a successful operation.
   std::string_view approved;
-  /// The status of one that was declined. Operations without a word of their own read it as a failure, as
-  /// they do "cancelled" and "failed".
+  /// The status of a declined operation. If the library has no result for this status, nor for "cancelled"
+  /// and "failed", it reads it as a failure.
   std::string_view declined;
-  /// What follows request id and status, in order.
+  /// The items after request id and status, in order.
   std::span<const ResponseField> fields;
-  /// How the library lets a callback spell its fields, request id and status among them.
+  /// All spellings that the library accepts for each item name, including request id and status.
   std::span<const KeyNames> keys;
-  /// The words that the library knows, those of one result in a row.
+  /// The status words that the library accepts, a row for each result.
   std::span<const StatusRow> words;
 };
 
 [[nodiscard]] const ResponseTable& responseTable(Operation operation);
 
-/// An item's name, given by its first spelling, as a callback spells it.
+/// Returns the spelling of an item's name; `name` is its first spelling.
 [[nodiscard]] std::string_view spelledKey(const ResponseTable& table, std::string_view name,
                                           KeySpelling spelling);
 

@@ -22,7 +22,7 @@ void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)
   if (handled && handled->callback) {
     post([open = openCallback_, callback = *handled->callback](OpenRequests&) { open(callback); });
   }
-  // Copies: the observer may set another one, and end what opened the link.
+  // Copied: the observer may set another observer, or destroy the caller's URL.
   if (const Observer observer = observer_) {
     URL link(url);
     const detail::WipedAtEnd wiped(link);
