@@ -22,8 +22,8 @@ struct RawTexts<TilvaneLogLevel> {
   };
 };
 
-/// Hears the library's messages, on the main thread, from within the operation that causes them. The text is
-/// valid during the call. No message holds a credential, a payload or card data.
+/// Called with each message of the library, on the main thread, during the operation that causes it. The text
+/// is valid during the call. No message holds a credential, a payload or card data.
 ///
 /// May call the library: what it cancels while it is being opened isn't opened. May throw: it only listens,
 /// so the exception is dropped after one line on standard error.
