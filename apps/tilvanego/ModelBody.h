@@ -18,7 +18,7 @@ namespace tilvanego::program {
 /// response's record as JSON: pretty, with sorted keys.
 class ModelBuilder final : public RequestBuilderWithSession<URLSessionDecodableRequestBuilder> {
  public:
-  /// `isModel(name)` holds.
+  /// Requires `isModel(name)`.
   ModelBuilder(Construction construction, std::shared_ptr<URLSessionProtocol> session, std::string_view name);
 
   void processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,

@@ -50,7 +50,7 @@ std::vector<std::string> namesOf() {
   return names;
 }
 
-/// Every status word, of whatever operation and outcome, in alphabetical order.
+/// The status words of all operations and outcomes, in alphabetical order.
 std::vector<std::string> allWords() {
   std::set<std::string> words;
   for (const auto operation : allCases<sandbox::Operation>()) {
@@ -71,7 +71,7 @@ std::string amountsHelp() {
   return help + " any other approve";
 }
 
-/// Asks the person until an outcome is named; `usual` if they only confirm, or go away.
+/// Asks the user until they enter an outcome. Returns `usual` for an empty line or at the end of the input.
 Outcome askedOutcome(Outcome usual) {
   std::string line;
   while (true) {
@@ -96,7 +96,7 @@ std::expected<LaunchLink, SandboxError> read(const std::string& text, const Hand
   return LaunchLink::read(*url, ports);
 }
 
-/// Starts the command with the callback URL, and waits for what becomes of it.
+/// Runs the command with the callback URL and waits for its end.
 bool openCallback(const std::string& command, const URL& callback) {
   RunLoop& loop = RunLoop::main();
   SpawnedOpener opener(loop, *splitCommandLine(command));

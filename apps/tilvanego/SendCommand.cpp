@@ -21,14 +21,14 @@
 namespace tilvanego::program {
 namespace {
 
-/// What stands before and behind the first separator; none without one.
+/// Returns the texts before and after the first separator; nothing if there is none.
 std::optional<NamedValue> splitAt(std::string_view text, char separator) {
   const std::size_t at = text.find(separator);
   if (at == std::string_view::npos) return std::nullopt;
   return NamedValue{std::string(text.substr(0, at)), std::string(text.substr(at + 1))};
 }
 
-// Values may be secrets, and usage errors don't repeat them.
+// The message doesn't repeat the value, which may be a secret.
 [[noreturn]] void refuse(const std::string& option, const std::string& what) {
   throw CLI::ValidationError(option, what);
 }

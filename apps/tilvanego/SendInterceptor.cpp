@@ -7,7 +7,7 @@
 namespace tilvanego::program {
 namespace {
 
-/// A multipart body's type has the boundary, and stays.
+/// The content type of a multipart body contains the boundary, so it isn't replaced.
 std::optional<std::string> ownContentType(const SendOptions& options) {
   const auto type = options.headers.value("Content-Type");
   if (!type || options.bodyKind == SendBodyKind::multipart) return std::nullopt;

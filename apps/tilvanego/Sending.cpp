@@ -30,7 +30,8 @@ namespace {
 
 void write(std::FILE* stream, std::string_view text) { std::fwrite(text.data(), 1, text.size(), stream); }
 
-/// Some causes repeat what a server said, and the report is one line.
+/// Replaces control characters by spaces: some causes quote text of a server, and the report must be one
+/// line.
 std::string oneLine(std::string text) {
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
@@ -58,7 +59,7 @@ std::string outputOf(const Data& body) { return std::string(body.text()); }
 std::string outputOf(const URL& body) { return body.path() + "\n"; }
 std::string outputOf(Empty) { return {}; }
 std::string outputOf(const JSONValue& body) {
-  // What was read can be written.
+  // A value that was read can be written.
   return json::encode(body, {.sortedKeys = true, .pretty = true}).value() + "\n";
 }
 
@@ -153,7 +154,8 @@ std::map<std::string, std::string> headersOf(const SendOptions& options) {
   return headers;
 }
 
-/// The URL with the query that was asked for; one that can't be read stays, for the runtime to refuse.
+/// The URL with the query of the options. A URL that can't be read is returned unchanged: the runtime refuses
+/// it.
 std::string urlWithQuery(const SendOptions& options) {
   const auto url = URL::parse(options.url);
   if (!url || options.query.empty()) return options.url;

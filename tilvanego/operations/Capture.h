@@ -31,8 +31,8 @@ struct CaptureRequestFields {
   bool operator==(const CaptureRequestFields&) const = default;
 };
 
-/// Settles an earlier authorization. An immutable value. It is checked when it is started, not when it is
-/// constructed.
+/// A request to settle an earlier authorization. An immutable value. It is checked when it is started, not
+/// when it is constructed.
 class CaptureRequest : public ImmutableRecord<CaptureRequestFields> {
  public:
   /// Stores the URL unchanged and the texts trimmed.

@@ -32,7 +32,7 @@ struct ClearDataRequestFields {
   bool operator==(const ClearDataRequestFields&) const = default;
 };
 
-/// Asks for a card's clear data. An immutable value. It is checked when it is started, not when it is
+/// A request for a card's clear data. An immutable value. It is checked when it is started, not when it is
 /// constructed.
 class ClearDataRequest : public ImmutableRecord<ClearDataRequestFields> {
  public:

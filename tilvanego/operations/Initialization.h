@@ -34,8 +34,8 @@ struct InitializationRequestFields {
   bool operator==(const InitializationRequestFields&) const = default;
 };
 
-/// Asks the payment application to prepare itself for this host. An immutable value. It is checked when it
-/// is started, not when it is constructed.
+/// A request to prepare the payment application for this host. An immutable value. It is checked when it is
+/// started, not when it is constructed.
 class InitializationRequest : public ImmutableRecord<InitializationRequestFields> {
  public:
   /// Stores the fields unchanged, except that the environment is trimmed and converted to capitals.

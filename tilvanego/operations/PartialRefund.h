@@ -34,8 +34,8 @@ struct PartialRefundRequestFields {
   bool operator==(const PartialRefundRequestFields&) const = default;
 };
 
-/// Refunds a part of an earlier transaction. An immutable value. It is checked when it is started, not when
-/// it is constructed.
+/// A request to refund a part of an earlier transaction. An immutable value. It is checked when it is
+/// started, not when it is constructed.
 class PartialRefundRequest : public ImmutableRecord<PartialRefundRequestFields> {
  public:
   /// Stores the fields unchanged, except that both ids are trimmed.

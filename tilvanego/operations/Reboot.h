@@ -27,7 +27,7 @@ struct RebootRequestFields {
   bool operator==(const RebootRequestFields&) const = default;
 };
 
-/// Restarts the card reader. An immutable value. It is checked when it is started, not when it is
+/// A request to restart the card reader. An immutable value. It is checked when it is started, not when it is
 /// constructed.
 class RebootRequest : public ImmutableRecord<RebootRequestFields> {
  public:

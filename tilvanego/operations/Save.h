@@ -33,8 +33,8 @@ struct SaveRequestFields {
   bool operator==(const SaveRequestFields&) const = default;
 };
 
-/// Stores a card in the payment application. An immutable value. It is checked when it is started, not when
-/// it is constructed.
+/// A request to store a card in the payment application. An immutable value. It is checked when it is
+/// started, not when it is constructed.
 class SaveRequest : public ImmutableRecord<SaveRequestFields> {
  public:
   /// Stores the fields unchanged, except that the id is trimmed, and the currency is trimmed and converted to

@@ -29,8 +29,8 @@ struct TransactionListRequestFields {
   bool operator==(const TransactionListRequestFields&) const = default;
 };
 
-/// Requests the transactions that the payment application has stored. An immutable value. It is checked when
-/// it is started, not when it is constructed.
+/// A request for the transactions that the payment application has stored. An immutable value. It is checked
+/// when it is started, not when it is constructed.
 class TransactionListRequest : public ImmutableRecord<TransactionListRequestFields> {
  public:
   /// Stores the URL unchanged and the id trimmed.
