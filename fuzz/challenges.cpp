@@ -1,5 +1,5 @@
-// The challenges of a "WWW-Authenticate" field: what is read is written again, every value in quotes, and
-// must read as the same; and what can be answered has a realm and a method that the field named.
+// The challenges of a "WWW-Authenticate" field. Challenges that were read are written with every value in
+// quotes, and must read as the same. The supported challenge has a realm and a method of the field.
 
 #include <tilvanego/network/curl/Challenges.h>
 

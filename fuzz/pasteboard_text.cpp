@@ -1,8 +1,8 @@
-// Whatever lies on the pasteboard when a callback says that the result is there. The payment ends once, by a
-// result; only an envelope of this handoff is taken away, all else stays as it was.
+// Any text on the pasteboard when a callback names a result there. The payment completes at most once, with a
+// result. Only an envelope of this handoff is removed; other contents stay unchanged.
 //
-// The first byte chooses where the text lies, and whether it is the JSON of an envelope or the plaintext of
-// one that is sealed as this payment's result.
+// The first byte chooses the place of the text, and whether it is the JSON of an envelope or the plaintext of
+// a sealed result of this payment.
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>

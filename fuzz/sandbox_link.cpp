@@ -12,7 +12,7 @@ namespace {
 using namespace tilvanego;
 using namespace tilvanego::sandbox;
 
-/// What a payment's completion gets for an outcome, if the host's URL says nothing itself.
+/// The result of a payment for an outcome, if the host's URL has no status.
 std::string_view resultName(Outcome outcome) {
   switch (outcome) {
     case Outcome::approve:
