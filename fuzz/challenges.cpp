@@ -40,7 +40,7 @@ bool areEqual(const Challenge& a, const Challenge& b) {
   return a.scheme == b.scheme && a.parameters == b.parameters;
 }
 
-void checkAnswer(const std::vector<Challenge>& challenges) {
+void checkSupported(const std::vector<Challenge>& challenges) {
   const auto space = detail::supportedSpace(challenges);
   if (!space) return;
   const bool isDigest = space->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
@@ -64,6 +64,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   const auto again = detail::parseChallenges(written(challenges));
   require(std::ranges::equal(challenges, again, areEqual));
-  checkAnswer(challenges);
+  checkSupported(challenges);
   return 0;
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include <tilvanego/facade/Ways.h>
+#include <tilvanego/facade/OperationTransport.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {

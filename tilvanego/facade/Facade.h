@@ -22,9 +22,9 @@
 
 namespace tilvanego::detail {
 
-/// Builds an operation's link and reads its callbacks. Defined in `Ways.h`.
+/// Builds an operation's link and reads its callbacks. Defined in `OperationTransport.h`.
 template <typename Operation>
-struct Ways;
+struct OperationTransport;
 
 /// Starts all operations, keeps the pending ones and routes callbacks to them: each operation has one slot.
 /// Used on the main thread only, without a lock. `TilvaneGo` and the calls in progress own it; the functions
@@ -53,8 +53,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Ends the process if this isn't the main thread, with a message that names `operation`.
   void requireMainThread(std::string_view operation) { detail::requireMainThread(mainQueue(), operation); }
 
-  /// Starts `Operation`. `launch` has the further arguments of `Ways<Operation>::link`. The outcome is
-  /// reported only by `completion`: within this call if the start is refused.
+  /// Starts `Operation`. `launch` has the further arguments of `OperationTransport<Operation>::link`. The
+  /// outcome is reported only by `completion`: within this call if the start is refused.
   template <typename Operation, typename... Launch>
   void start(typename Operation::Request request, Completion<Operation> completion, Launch... launch);
 
@@ -99,7 +99,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   using Rank = Routed (Facade::*)(URL& url);
 
   template <typename>
-  friend struct Ways;
+  friend struct OperationTransport;
 
   template <typename Operation>
   [[nodiscard]] Slot<Operation>& slot() {
@@ -209,7 +209,7 @@ template <typename Operation, typename... Launch>
 std::expected<URL, typename Operation::Error> Facade::builtLink(const Slot<Operation>& pending,
                                                                 const Launch&... launch) {
   try {
-    return Ways<Operation>::link(*this, pending, launch...);
+    return OperationTransport<Operation>::link(*this, pending, launch...);
   } catch (...) {
     // An exception of a port, or a failed allocation.
     return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
@@ -238,7 +238,7 @@ template <typename Operation>
 std::optional<typename Operation::Result> Facade::result(URL url) const {
   const auto pending = slot<Operation>();
   if (!pending) return std::nullopt;
-  auto found = Ways<Operation>::read(std::move(url), pending->request, platform_);
+  auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_);
   if (slot<Operation>() != pending) found.reset();
   return found;
 }
@@ -247,7 +247,7 @@ template <typename Operation>
 Facade::Routed Facade::route(URL& url) {
   const auto pending = slot<Operation>();
   if (!pending) return Routed::goOn;
-  if (const auto found = Ways<Operation>::read(std::move(url), pending->request, platform_);
+  if (const auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_);
       found && finish<Operation>(pending, *found)) {
     return Routed::finished;
   }

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include <tilvanego/facade/Facade.h>
-#include <tilvanego/facade/Ways.h>
+#include <tilvanego/facade/OperationTransport.h>
 #include <tilvanego/payment/PaymentTexts.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {

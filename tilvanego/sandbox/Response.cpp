@@ -199,10 +199,10 @@ std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link, 
     return std::unexpected(std::move(possible).error());
   }
   if (decision.outcome == Outcome::silent) return std::nullopt;
-  const auto answered = carriedItems(link, decision, transport, ports);
-  if (!answered) return std::unexpected(answered.error());
+  const auto carried = carriedItems(link, decision, transport, ports);
+  if (!carried) return std::unexpected(carried.error());
   auto items = link.callbackURL().queryItems().value_or(std::vector<QueryItem>());
-  items.insert(items.end(), answered->begin(), answered->end());
+  items.insert(items.end(), carried->begin(), carried->end());
   auto url = link.callbackURL().replacingQueryItems(items);
   if (!url) return wrong("the answer is too long for a URL");
   return url;
