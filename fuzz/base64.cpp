@@ -2,8 +2,8 @@
 
 #include "fuzz/Fuzzer.h"
 
-// Any bytes are the same after encoding and decoding with both alphabets. A text that can be decoded is the
-// same after encoding again, except for padding and unused bits.
+// Any bytes survive both alphabets; a text that decodes encodes to itself, but for padding and its spare
+// bits.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::span bytes(data, size);
   const tilvanego::Bytes original(bytes.begin(), bytes.end());

@@ -1,5 +1,5 @@
-// Any bytes as a sealed envelope: as its JSON, and as the plaintext of a sealed envelope of which the first
-// byte chooses a change. An envelope that opens was sealed for the same handoff, request, direction and
+// Any bytes as a sealed envelope: as its JSON, and, under a first byte that says what to change, as the
+// plaintext of one that was sealed. What opens was sealed for the same handoff, request, direction and
 // expiry.
 
 #include <tilvanego/json/JSON.h>
@@ -13,7 +13,7 @@ namespace {
 using namespace tilvanego;
 using namespace tilvanego::detail;
 
-/// The plaintext of a result's envelope for `requestId`.
+/// The plaintext of an envelope that says of itself that it answers `requestId`.
 std::optional<std::string> opened(const PaymentHandoffEnvelope& envelope, std::string_view requestId,
                                   const Date& now) {
   Bytes box;
@@ -31,7 +31,7 @@ void readJSON(std::string_view text) {
   if (written) require(json::decode<PaymentHandoffEnvelope>(*written).has_value());
   const auto plaintext = opened(*envelope, envelope->requestId, envelope->expiresAt);
   if (!plaintext) return;
-  // It was sealed with the key: with any other id it doesn't open.
+  // Whoever wrote it knew the key: the same text under any other id doesn't open.
   auto other = *envelope;
   other.handoffId += "x";
   require(!opened(other, other.requestId, other.expiresAt));
@@ -48,8 +48,8 @@ void sealAndOpen(std::uint8_t change, std::string_view plaintext) {
                                                              createdAt)
                 .value() == *payload);
   }
-  // Changes one character of the ciphertext, or one field that is authenticated. The last character is left
-  // out: it may have unused bits.
+  // One character of what was sealed, or one thing that it was sealed for. The last character may hold bits
+  // that stand for nothing.
   switch (change % 4) {
     case 0: {
       char& character = envelope.ciphertext[change * 7 % (envelope.ciphertext.size() - 1)];

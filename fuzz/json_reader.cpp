@@ -46,7 +46,7 @@ void checkError(const JSONError& error, std::size_t size) {
   require(!error.description().empty());
 }
 
-// A value that was read is written in every layout, and reads as the same value.
+// What was read is written in every layout, and reads back as the same.
 template <typename T>
 void checkRoundTrip(const T& value) {
   for (const bool sorted : {false, true}) {
@@ -58,7 +58,7 @@ void checkRoundTrip(const T& value) {
   }
 }
 
-// Skipping a value is as strict as reading it, except for numbers beyond the range of double.
+// Passing over a value is as strict as reading it, but for numbers that no double holds.
 void checkSkipping(std::string_view text, const std::expected<JSONValue, JSONError>& value) {
   json::Reader reader(text);
   const bool skipped = reader.skip() && reader.finish();
@@ -66,7 +66,7 @@ void checkSkipping(std::string_view text, const std::expected<JSONValue, JSONErr
   if (!value && skipped) require(value.error().failure == JSONFailure::numberOutOfRange);
 }
 
-// The memory of a value without its texts, and the number of its elements and entries.
+// What a value takes beside its texts, and how many elements and entries are in it.
 struct Cost {
   std::size_t memory = 0;
   std::size_t elements = 0;
@@ -84,7 +84,7 @@ void addCost(const JSONValue& value, Cost& cost) {
   }
 }
 
-// A reader with limits reads the same value or refuses it, and a value that it reads is within the limits.
+// A reader with limits reads the same or refuses, and what it reads keeps to them.
 template <typename T>
 void checkLimits(std::string_view text, const std::expected<T, JSONError>& unlimited) {
   for (const JSONLimits& limits : {JSONLimits{.elements = 8}, JSONLimits{.depth = 3},
@@ -108,7 +108,7 @@ void checkLimits(std::string_view text, const std::expected<T, JSONError>& unlim
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // Copied to memory of exactly this size, so that a sanitizer finds a read past the end.
+  // A copy of its own size, so that a read past the end is seen.
   const std::vector<char> bytes(data, data + size);
   const std::string_view text(bytes.data(), bytes.size());
 

@@ -1,6 +1,6 @@
-// Parameters of any names and values as a multipart body and as a form. Small readers in this file must read
-// the same parts, and no content may add a part. The input consists of records: kind, length of the name,
-// name, length of the content, content.
+// Parameters of any names and values as a multipart body and as a form, which small readers of their own take
+// apart again: each part must come back as it went in, and no content may make a part of its own. The input
+// is records of a kind, the length of a name, the name, the length of a content, the content.
 
 #include <tilvanego/http_client/encodings/FormDataEncoding.h>
 #include <tilvanego/http_client/encodings/FormURLEncoding.h>
