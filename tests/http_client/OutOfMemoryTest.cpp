@@ -3,7 +3,7 @@
 #include <tilvanego/json/JSONValue.h>
 
 #include "tests/http_client/TestClient.h"
-#include "tests/support/AllocationFailure.h"
+#include "tests/support/AllocationCount.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Test.h"
 
@@ -24,13 +24,13 @@ bool endsOnce(const FakeResponse& answer, Step failing, std::size_t passed) {
   bool hasCome = false;
   const auto run = [&](Step step, const auto& action) {
     if (step != failing) return action();
-    const AllocationFailure failure(passed);
+    failAllocation(passed + 1);
     try {
       action();
     } catch (const std::bad_alloc&) {
       hasThrown = true;
     }
-    hasCome = failure.hasCome();
+    hasCome = failAllocation(0) == 0;
   };
   run(Step::send, [&] {
     builder.execute([&](const auto& result) {
@@ -89,9 +89,10 @@ TEST(OutOfMemory, TheCauseIsWithinReachAndTheCodeSaysWhere) {
       EXPECT_NE(std::string(result.error().what()), "");
       ++codes.at(result.error().code() == 200 ? 0 : 1);
     });
-    const AllocationFailure failure(passed);
+    failAllocation(passed + 1);
     client.session.session->deliver();
     client.queue.runPending();
+    failAllocation(0);
   }
   EXPECT_GT(codes[0], 0) << "while the body was made";
 }
