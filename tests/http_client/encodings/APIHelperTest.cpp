@@ -1,5 +1,4 @@
 #include <tilvanego/http_client/encodings/APIHelper.h>
-#include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
 #include "tests/support/Test.h"
@@ -87,34 +86,6 @@ TEST(APIHelper, GivesNoneWhereThereIsNoQueryItem) {
   EXPECT_EQ(APIHelper::mapValuesToQueryItems(Parameters{{"a", AnyValue::array({})}}), std::nullopt);
   EXPECT_EQ(APIHelper::mapValuesToQueryItems(APIHelper::OptionalParameters{{"a", std::nullopt}}),
             std::nullopt);
-}
-
-TEST(JSONDataEncoding, SetsTheBodyAndKeepsAnExistingContentType) {
-  const JSONDataEncoding encoding;
-  const Data body("{}");
-  const auto encoded = encoding.encode(URLRequest(), Parameters{{"jsonData", body}, {"other", 1}});
-  ASSERT_TRUE(encoded);
-  EXPECT_EQ(encoded->httpBody, body);
-  EXPECT_EQ(encoded->headers.value("content-type"), "application/json");
-
-  URLRequest typed;
-  typed.headers.setValue("content-type", "application/vnd.api+json");
-  EXPECT_EQ(encoding.encode(typed, Parameters{{"jsonData", body}})->headers, typed.headers);
-}
-
-TEST(JSONDataEncoding, LeavesARequestWithoutJSONBytesAsItIs) {
-  const std::optional<Parameters> without[] = {std::nullopt, Parameters(), Parameters{{"other", Data("{}")}},
-                                               Parameters{{"jsonData", "{}"}},
-                                               Parameters{{"jsonData", Data()}}};
-  URLRequest request;
-  request.httpBody = Data("before");
-  for (const auto& parameters : without) EXPECT_EQ(*JSONDataEncoding().encode(request, parameters), request);
-}
-
-TEST(JSONDataEncoding, CarriesBytesUnderTheirName) {
-  EXPECT_EQ(JSONDataEncoding::encodingParameters(std::nullopt), std::nullopt);
-  EXPECT_EQ(JSONDataEncoding::encodingParameters(Data()), std::nullopt);
-  EXPECT_EQ(JSONDataEncoding::encodingParameters(Data("1")), (Parameters{{"jsonData", Data("1")}}));
 }
 
 }  // namespace
