@@ -151,7 +151,7 @@ TEST_F(BuilderExchange, TheCredentialIsThereWhileTheTaskIsAndGoesWithEachTry) {
   for (const bool bySessionsTask : {true, false}) {
     const auto held = builder<std::string>("GET", server.url("/held"));
     const auto outcome = start(held);
-    server.waitForSilences(++holds);
+    server.waitFor(&Counts::silences, ++holds);
     EXPECT_TRUE(hasCredential(interceptor->identifiers.back()));
     bySessionsTask ? held->requestTask->get()->cancel() : held->requestTask->cancel();
     finish();

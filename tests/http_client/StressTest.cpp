@@ -84,16 +84,23 @@ class StressInterceptor final : public DefaultOpenAPIInterceptor {
 
 class Stress {
  public:
+  Stress() {
+    client_.configuration->setRequestBuilderFactory(
+        std::make_shared<RequestBuilderFactoryWithSession<>>(session_));
+    client_.configuration->setInterceptor(interceptor_);
+    client_.configuration->setCredential(URLCredential{"till", "s3cret"});
+  }
+
   void run() {
-    for (int thread = 0; thread < threadCount; ++thread) windows_.emplace_back(windowSize);
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < threadCount; ++thread)
+    for (int thread = 0; thread < threadCount; ++thread) {
       threads.emplace_back([this, thread] { sendMany(thread); });
-    queue_.run();
+    }
+    client_.queue.run();
     for (auto& thread : threads) thread.join();
-    configuration_.reset();
+    client_.configuration.reset();
     session_.reset();
-    queue_.runPending();
+    client_.queue.runPending();
   }
 
   void check() {
@@ -111,11 +118,12 @@ class Stress {
   void sendMany(int thread) {
     std::mt19937 random(static_cast<unsigned>(thread));
     std::deque<std::shared_ptr<RequestTask>> toCancel;
-    auto& window = windows_[static_cast<std::size_t>(thread)];
+    // How many more requests may be in flight.
+    const auto window = std::make_shared<std::counting_semaphore<>>(windowSize);
     for (int index = 0; index < requestsOfThread; ++index) {
       const int number = thread * requestsOfThread + index;
       const bool silent = random() % 16 == 0;
-      window.acquire();
+      window->acquire();
       auto task = send(number, silent, random() % 3 == 0 ? random() % 20'000 : 0, window);
       if (silent || random() % 8 == 0) toCancel.push_back(std::move(task));
       // Sooner or later, and never so late that the window is full of what waits for it.
@@ -126,12 +134,12 @@ class Stress {
     }
     for (const auto& task : toCancel) task->cancel();
     // All of this thread's requests have ended when the window is free again.
-    for (int count = 0; count < windowSize; ++count) window.acquire();
-    if (--threadsRunning_ == 0) queue_.stop();
+    for (int count = 0; count < windowSize; ++count) window->acquire();
+    if (--threadsRunning_ == 0) client_.queue.stop();
   }
 
   std::shared_ptr<RequestTask> send(int number, bool silent, std::size_t bodySize,
-                                    std::counting_semaphore<>& window) {
+                                    const std::shared_ptr<std::counting_semaphore<>>& window) {
     const auto path = (silent ? "/silent/" : "/echo/") + std::to_string(number);
     const std::string body(bodySize, static_cast<char>('a' + number % 26));
     const auto request = makeRequestBuilder<std::string>(
@@ -139,11 +147,11 @@ class Stress {
          .URLString = server_.url(path),
          .parameters = body.empty() ? std::optional<Parameters>() : Parameters{{"body", Data(body)}},
          .headers = {{"Content-Type", "application/octet-stream"}},
-         .apiConfiguration = configuration_});
-    return request.execute([this, number, expected = path + "|" + body, &window](const auto& result) {
+         .apiConfiguration = client_.configuration});
+    return request.execute([this, number, expected = path + "|" + body, window](const auto& result) {
       ++completions_[static_cast<std::size_t>(number)];
       count(result, expected);
-      window.release();
+      window->release();
     });
   }
 
@@ -157,19 +165,12 @@ class Stress {
     ++(wasCancelled ? cancelled_ : failed_);
   }
 
-  RunLoop queue_;
+  TestClient client_{{}};
   LoopbackServer server_{FaultyEcho()};
-  std::shared_ptr<StressInterceptor> interceptor_ = std::make_shared<StressInterceptor>(queue_);
+  std::shared_ptr<StressInterceptor> interceptor_ = std::make_shared<StressInterceptor>(client_.queue);
   std::shared_ptr<URLSession> session_ =
       std::make_shared<URLSession>(URLSessionConfiguration{.proxy = "", .maximumConnectionsPerHost = 0},
                                    std::make_shared<SessionDelegate>());
-  std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration_ =
-      std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
-          "http://unused.invalid", OstrelTilvanePoiModelsAPIConfiguration::Headers(),
-          URLCredential{"till", "s3cret"}, std::make_shared<RequestBuilderFactoryWithSession<>>(session_),
-          queue_, std::make_shared<CodableHelper>(), StatusCodeRange(), interceptor_);
-  // How many more requests each thread may have in flight.
-  std::deque<std::counting_semaphore<>> windows_;
   std::array<std::atomic<int>, requestCount> completions_{};
   std::atomic<int> threadsRunning_ = threadCount;
   std::atomic<int> succeeded_ = 0;

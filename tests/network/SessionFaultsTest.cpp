@@ -198,10 +198,10 @@ TEST_F(SessionFaults, OneFaultLeavesTheOthersOfTheSessionAlone) {
   });
   std::vector<Send*> held;
   for (int count = 0; count < 20; ++count) held.push_back(&start(get(holding.url())));
-  holding.waitForRequests(20);
+  holding.waitFor(&Counts::requests, 20);
   EXPECT_EQ(send(get(server.url("/reset"))).code(), Code::networkConnectionLost);
   auto& silent = start(get(server.url("/silent")));
-  server.waitForSilences(1);
+  server.waitFor(&Counts::silences, 1);
   silent.task().cancel();
   EXPECT_EQ(silent.outcome().code(), Code::cancelled);
   released.set_value();
@@ -225,16 +225,16 @@ TEST_F(SessionCancel, EndsTheTaskAtEveryMoment) {
   unstarted.task().resume();
   EXPECT_EQ(server.connectionCount(), 0U);
   auto& shakingHands = start(get(localURL(server.port(), "https")));
-  server.waitForConnections(1);
+  server.waitFor(&Counts::connections, 1);
   isCancelled(shakingHands);
   isCancelled(start(get(server.url())));
   isCancelled(start(get(localURL(stuck.port()))));
   for (std::size_t count = 1; const auto* path : {"/", "/head", "/body"}) {
     SCOPED_TRACE(path);
     auto& waiting = start(get(server.url(path)));
-    server.waitForSilences(count);
+    server.waitFor(&Counts::silences, count);
     isCancelled(waiting);
-    server.waitForHangUps(count++);
+    server.waitFor(&Counts::hangUps, count++);
   }
 }
 
@@ -255,7 +255,7 @@ TEST_F(SessionCancel, TheEndOfTheSessionEndsItsTasks) {
   const LoopbackServer server([](const ReceivedRequest&) { return silence; });
   std::vector<Send*> sends;
   for (int count = 0; count < 10; ++count) sends.push_back(&start(get(server.url())));
-  server.waitForSilences(10);
+  server.waitFor(&Counts::silences, 10);
   sends.push_back(&start(get(server.url())));
   session.reset();
   for (const auto* send : sends) EXPECT_EQ(send->outcome().code(), Code::cancelled);

@@ -47,7 +47,7 @@ TEST_F(SessionLife, ACompletionMayDropTheLastReferenceToItsSession) {
     others.push_back(std::make_unique<Send>(*shared, get(server.url("/held"))));
     others.back()->task().resume();
   }
-  server.waitForRequests(3);
+  server.waitFor(&Counts::requests, 3);
   std::promise<void> dropped;
   const auto task =
       shared->dataTaskFromProtocol(get(server.url()), [&dropped, held = shared](auto&&...) mutable {

@@ -3,21 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <condition_variable>
-#include <future>
-#include <mutex>
-#include <set>
 #include <sstream>
-#include <thread>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sys/socket.h>
 #include <zlib.h>
 
 #include <tilvanego/values/ASCII.h>
-
-#include "tests/support/LoopbackSocket.h"
 
 namespace tilvanego::test {
 namespace {
@@ -93,188 +85,137 @@ std::string compressed(std::string_view plain, int form) {
   return result;
 }
 
-class LoopbackServer::Loop {
- public:
-  Loop(Handler handler, Waits waits)
-      : handler_(std::move(handler)), waits_(waits), acceptor_([this] { accept(); }) {}
+struct LoopbackServer::Connection {
+  FileDescriptor socket;
+  std::string rest;
+  std::size_t requestCount = 0;
 
-  ~Loop() {
-    shutdown(listener_.get(), SHUT_RDWR);
-    acceptor_.join();
-    note([this] {
-      for (const int socket : open_) shutdown(socket, SHUT_RDWR);
-    });
-  }
-
-  template <typename Read>
-  auto read(Read read) const {
-    const std::scoped_lock lock(mutex_);
-    return read(record_);
-  }
-
-  template <typename Condition>
-  void wait(Condition condition) const {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return condition(record_); });
-  }
-
-  struct Record {
-    std::vector<ReceivedRequest> requests;
-    std::string bytes;
-    std::size_t connections = 0;
-    std::size_t silences = 0;
-    std::size_t hangUps = 0;
-  };
-
- private:
-  struct Connection {
-    FileDescriptor socket;
-    std::string rest;
-    std::size_t requestCount = 0;
-  };
-
-  template <typename Change>
-  void note(Change change) {
-    const std::scoped_lock lock(mutex_);
-    change();
-    changed_.notify_all();
-  }
-
-  void accept() {
-    while (FileDescriptor socket{accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)}) {
-      std::erase_if(served_, [](const auto& one) {
-        return one.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-      });
-      const int on = 1;
-      setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-      note([&] {
-        ++record_.connections;
-        open_.insert(socket.get());
-      });
-      served_.push_back(
-          std::async(std::launch::async, [this, connection = Connection{std::move(socket), {}, 0}]() mutable {
-            serve(connection);
-            note([&] {
-              open_.erase(connection.socket.get());
-              connection.socket = {};
-            });
-          }));
-    }
-  }
-
-  void serve(Connection& connection) {
-    while (auto request = nextRequest(connection)) {
-      request->numberOnConnection = connection.requestCount++;
-      note([&] { record_.requests.push_back(*request); });
-      const auto [bytes, end, drips] = handled(*request);
-      if (!send(connection, bytes, drips ? 1 : bytes.size()) || end == End::close) return;
-      if (end == End::reset) {
-        const linger reset{.l_onoff = 1, .l_linger = 0};
-        setsockopt(connection.socket.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
-        return;
-      }
-      if (end == End::silence) note([&] { ++record_.silences; });
-      if (end == End::nextRequest && waits_ == Waits::forBody) continue;
-      while (receive(connection)) {
-      }
-      note([&] { ++record_.hangUps; });
-      return;
-    }
-  }
-
-  ServerResponse handled(const ReceivedRequest& request) {
-    const std::scoped_lock oneAtATime(handling_);
-    return handler_(request);
-  }
-
-  std::optional<ReceivedRequest> nextRequest(Connection& connection) {
-    std::size_t end = 0;
-    while ((end = connection.rest.find(headEnd)) == std::string::npos) {
-      if (!receive(connection)) return std::nullopt;
-    }
-    auto request = requestOf(connection.rest.substr(0, end + 2));
-    connection.rest.erase(0, end + headEnd.size());
-    if (waits_ == Waits::forHead) return request;
-    if (request.header("Expect")) send(connection, "HTTP/1.1 100 Continue\r\n\r\n");
-    const auto size = std::stoul(request.header("Content-Length").value_or("0"));
-    while (connection.rest.size() < size) {
-      if (!receive(connection)) return std::nullopt;
-    }
-    request.body = connection.rest.substr(0, size);
-    connection.rest.erase(0, size);
-    return request;
-  }
-
-  // False when the client has hung up.
-  bool receive(Connection& connection) {
-    std::array<char, 65536> buffer;
-    const auto count = recv(connection.socket.get(), buffer.data(), buffer.size(), 0);
-    if (count <= 0) return false;
-    const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
-    note([&] { record_.bytes += bytes; });
-    connection.rest += bytes;
-    return true;
-  }
-
-  static bool send(const Connection& connection, std::string_view bytes, std::size_t pieceSize = SIZE_MAX) {
+  bool send(std::string_view bytes, std::size_t pieceSize = SIZE_MAX) const {
     while (!bytes.empty()) {
-      const auto count =
-          ::send(connection.socket.get(), bytes.data(), std::min(pieceSize, bytes.size()), MSG_NOSIGNAL);
+      const auto count = ::send(socket.get(), bytes.data(), std::min(pieceSize, bytes.size()), MSG_NOSIGNAL);
       if (count < 0) return false;
       bytes.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;
   }
-
-  const Handler handler_;
-  const Waits waits_;
-  const FileDescriptor listener_ = loopbackListener(SOMAXCONN);
-
- public:
-  const std::uint16_t port = portOf(listener_);
-
- private:
-  std::mutex handling_;
-  mutable std::mutex mutex_;
-  mutable std::condition_variable changed_;
-  Record record_;
-  std::set<int> open_;
-  // The acceptor's; each waits for its thread's end when it goes.
-  std::vector<std::future<void>> served_;
-  std::thread acceptor_;
 };
 
 LoopbackServer::LoopbackServer(Handler handler, Waits waits)
-    : loop_(std::make_unique<Loop>(std::move(handler), waits)) {}
-LoopbackServer::~LoopbackServer() = default;
+    : handler_(std::move(handler)), waits_(waits), acceptor_([this] { accept(); }) {}
 
-std::uint16_t LoopbackServer::port() const { return loop_->port; }
+LoopbackServer::~LoopbackServer() {
+  shutdown(listener_.get(), SHUT_RDWR);
+  acceptor_.join();
+  note([this] {
+    for (const int socket : open_) shutdown(socket, SHUT_RDWR);
+  });
+}
+
+template <typename Change>
+void LoopbackServer::note(Change change) {
+  const std::scoped_lock lock(mutex_);
+  change();
+  changed_.notify_all();
+}
+
+void LoopbackServer::accept() {
+  while (FileDescriptor socket{accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)}) {
+    std::erase_if(served_, [](const auto& one) {
+      return one.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
+    const int on = 1;
+    setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    note([&] {
+      ++counts_.connections;
+      open_.insert(socket.get());
+    });
+    served_.push_back(
+        std::async(std::launch::async, [this, connection = Connection{std::move(socket), {}, 0}]() mutable {
+          serve(connection);
+          note([&] {
+            open_.erase(connection.socket.get());
+            connection.socket = {};
+          });
+        }));
+  }
+}
+
+void LoopbackServer::serve(Connection& connection) {
+  while (auto request = nextRequest(connection)) {
+    request->numberOnConnection = connection.requestCount++;
+    note([&] {
+      ++counts_.requests;
+      requests_.push_back(*request);
+    });
+    const auto [bytes, end, drips] = handled(*request);
+    if (!connection.send(bytes, drips ? 1 : bytes.size()) || end == End::close) return;
+    if (end == End::reset) {
+      const linger reset{.l_onoff = 1, .l_linger = 0};
+      setsockopt(connection.socket.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+      return;
+    }
+    if (end == End::silence) note([&] { ++counts_.silences; });
+    if (end == End::nextRequest && waits_ == Waits::forBody) continue;
+    while (receive(connection)) {
+    }
+    note([&] { ++counts_.hangUps; });
+    return;
+  }
+}
+
+ServerResponse LoopbackServer::handled(const ReceivedRequest& request) {
+  const std::scoped_lock oneAtATime(handling_);
+  return handler_(request);
+}
+
+std::optional<ReceivedRequest> LoopbackServer::nextRequest(Connection& connection) {
+  std::size_t end = 0;
+  while ((end = connection.rest.find(headEnd)) == std::string::npos) {
+    if (!receive(connection)) return std::nullopt;
+  }
+  auto request = requestOf(connection.rest.substr(0, end + 2));
+  connection.rest.erase(0, end + headEnd.size());
+  if (waits_ == Waits::forHead) return request;
+  if (request.header("Expect")) connection.send("HTTP/1.1 100 Continue\r\n\r\n");
+  const auto size = std::stoul(request.header("Content-Length").value_or("0"));
+  while (connection.rest.size() < size) {
+    if (!receive(connection)) return std::nullopt;
+  }
+  request.body = connection.rest.substr(0, size);
+  connection.rest.erase(0, size);
+  return request;
+}
+
+// False when the client has hung up.
+bool LoopbackServer::receive(Connection& connection) {
+  std::array<char, 65536> buffer;
+  const auto count = recv(connection.socket.get(), buffer.data(), buffer.size(), 0);
+  if (count <= 0) return false;
+  const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
+  note([&] { bytes_ += bytes; });
+  connection.rest += bytes;
+  return true;
+}
 
 std::string LoopbackServer::url(std::string_view path) const {
   return "http://127.0.0.1:" + std::to_string(port()) + std::string(path);
 }
 
 std::vector<ReceivedRequest> LoopbackServer::requests() const {
-  return loop_->read([](const auto& record) { return record.requests; });
+  const std::scoped_lock lock(mutex_);
+  return requests_;
 }
 std::string LoopbackServer::receivedBytes() const {
-  return loop_->read([](const auto& record) { return record.bytes; });
+  const std::scoped_lock lock(mutex_);
+  return bytes_;
 }
 std::size_t LoopbackServer::connectionCount() const {
-  return loop_->read([](const auto& record) { return record.connections; });
+  const std::scoped_lock lock(mutex_);
+  return counts_.connections;
 }
-
-void LoopbackServer::waitForConnections(std::size_t count) const {
-  loop_->wait([&](const Loop::Record& record) { return record.connections >= count; });
-}
-void LoopbackServer::waitForRequests(std::size_t count) const {
-  loop_->wait([&](const Loop::Record& record) { return record.requests.size() >= count; });
-}
-void LoopbackServer::waitForSilences(std::size_t count) const {
-  loop_->wait([&](const Loop::Record& record) { return record.silences >= count; });
-}
-void LoopbackServer::waitForHangUps(std::size_t count) const {
-  loop_->wait([&](const Loop::Record& record) { return record.hangUps >= count; });
+void LoopbackServer::waitFor(std::size_t Counts::* what, std::size_t count) const {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return counts_.*what >= count; });
 }
 
 }  // namespace tilvanego::test

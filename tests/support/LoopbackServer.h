@@ -1,14 +1,22 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
+#include <future>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
+
+#include <sys/socket.h>
+
+#include "tests/support/LoopbackSocket.h"
 
 namespace tilvanego::test {
 
@@ -86,7 +94,7 @@ class LoopbackServer {
   LoopbackServer& operator=(const LoopbackServer&) = delete;
   ~LoopbackServer();
 
-  [[nodiscard]] std::uint16_t port() const;
+  [[nodiscard]] std::uint16_t port() const { return portOf(listener_); }
   /// "http://127.0.0.1:PORT" and the path, which starts with "/".
   [[nodiscard]] std::string url(std::string_view path = "/") const;
 
@@ -97,16 +105,39 @@ class LoopbackServer {
   /// How many connections were accepted so far.
   [[nodiscard]] std::size_t connectionCount() const;
 
-  /// Each waits until so many in all have been accepted, received, met with silence, or given up in it by the
-  /// client.
-  void waitForConnections(std::size_t count) const;
-  void waitForRequests(std::size_t count) const;
-  void waitForSilences(std::size_t count) const;
-  void waitForHangUps(std::size_t count) const;
+  /// How often something has happened: connections were accepted, requests received, met with silence, or
+  /// given up in it by the client.
+  struct Counts {
+    std::size_t connections = 0, requests = 0, silences = 0, hangUps = 0;
+  };
+  /// Waits until it has happened so often in all.
+  void waitFor(std::size_t Counts::* what, std::size_t count) const;
 
  private:
-  class Loop;
-  std::unique_ptr<Loop> loop_;
+  struct Connection;
+
+  void accept();
+  void serve(Connection& connection);
+  ServerResponse handled(const ReceivedRequest& request);
+  std::optional<ReceivedRequest> nextRequest(Connection& connection);
+  bool receive(Connection& connection);
+  template <typename Change>
+  void note(Change change);
+
+  const Handler handler_;
+  const Waits waits_;
+  const FileDescriptor listener_ = loopbackListener(SOMAXCONN);
+  std::mutex handling_;
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  Counts counts_;
+  std::vector<ReceivedRequest> requests_;
+  std::string bytes_;
+  std::set<int> open_;
+  // The acceptor's; each waits for its thread's end when it goes.
+  std::vector<std::future<void>> served_;
+  std::thread acceptor_;
 };
+using Counts = LoopbackServer::Counts;
 
 }  // namespace tilvanego::test

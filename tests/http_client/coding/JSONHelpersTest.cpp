@@ -1,6 +1,5 @@
 #include <unordered_set>
 
-#include <tilvanego/http_client/coding/CodingKey.h>
 #include <tilvanego/http_client/coding/KeyedContainers.h>
 #include <tilvanego/http_client/coding/NullEncodable.h>
 #include <tilvanego/json/JSON.h>
@@ -202,6 +201,11 @@ TEST(KeyedContainers, TakeEnumerationsForKeysAndPassOverOthers) {
   EXPECT_EQ(pairs, (std::map<Status, int>{{Status::saved, 1}}));
 }
 
+TEST(KeyedContainers, TakeTextsForKeysAndNeverNumbers) {
+  EXPECT_EQ(CodingKey<std::string>::intValue("12"), std::nullopt);
+  EXPECT_EQ(CodingKey<std::string>::fromInt(12), std::nullopt);
+}
+
 TEST(KeyedContainers, AreBoundInDepthAndTime) {
   const auto nested = [](std::size_t depth) {
     return R"({"price":"1","seats":[],"note":)" + std::string(depth, '[') + std::string(depth, ']') + "}";
@@ -217,13 +221,6 @@ TEST(KeyedContainers, AreBoundInDepthAndTime) {
   }
   EXPECT_EQ(json::decode<NullEncodable<std::vector<int>>>("[1]", nullptr, {.memory = 1}).error().report(),
             "[0]: what was read takes more than 1 bytes of memory (byte 0)");
-}
-
-TEST(CodingKey, IsATextAndNeverANumber) {
-  EXPECT_EQ(CodingKey<std::string>::stringValue("12"), "12");
-  EXPECT_EQ(CodingKey<std::string>::fromString("12"), "12");
-  EXPECT_EQ(CodingKey<std::string>::intValue("12"), std::nullopt);
-  EXPECT_EQ(CodingKey<std::string>::fromInt(12), std::nullopt);
 }
 
 TEST(JSONValueOfAnything, IsWhatItsJSONSays) {
