@@ -1,9 +1,18 @@
+#include <csignal>
 #include <thread>
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/Test.h"
 
-namespace tilvanego::test {
+namespace tilvanego {
+namespace test {
+struct Opaque {};
+}  // namespace test
+
+template <>
+inline constexpr bool hasCustomBuilder<test::Opaque> = true;
+
+namespace test {
 namespace {
 
 using Configuration = OstrelTilvanePoiModelsAPIConfiguration;
@@ -138,5 +147,57 @@ TEST(DecodableRequestBuilderError, DescribesWhatItHolds) {
   EXPECT_EQ(Cases(Cases::JsonDecoding{json}).description(), json.description());
 }
 
+TEST(FaultsOfTheProgramDeathTest, EndTheProcessWithWhatToMend) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto dies = [](const auto& call, const std::string& words) {
+    EXPECT_EXIT(call(), testing::KilledBySignal(SIGABRT), words);
+  };
+  const auto run = []<typename T>(const std::string& method, RequestBuilder::Headers headers = {},
+                                  std::optional<Data> data = Data()) {
+    TestClient client({httpResponse(200, std::move(data))});
+    (void)client.run(client.builder<T>(
+        {.method = method, .URLString = "https://host.example/a", .headers = std::move(headers)}));
+  };
+  const std::string start = "URLSessionImplementations: Fatal error: ";
+  for (const std::string method : {"get", ""}) {
+    dies([&] { run.operator()<Empty>(method); }, start + "Unsupported Http method - " + method + "\n");
+  }
+  for (const std::string type : {"text/plain", "Application/json", ""}) {
+    dies([&] { run.operator()<Empty>("POST", {{"Content-Type", type}}); },
+         start + "Unsupported Media Type - " + type + "\n");
+  }
+  dies([&] { run.operator()<Opaque>("GET"); }, start + "Unsupported Response Body Type - .*Opaque\n");
+  dies([&] { run.operator()<Data>("GET", {}, std::nullopt); },
+       start + "No bytes for the response body type tilvanego::Data");
+  TestClient client({httpResponse(200)});
+  dies([&] { (void)client.run(RequestBuilderOf<URL>(client.builder<std::string>().pointer())); },
+       "Unsupported Response Body Type - tilvanego::URL");
+  const auto mixUpKinds = [&] {
+    client.configuration->setRequestBuilderFactory(
+        std::make_shared<
+            RequestBuilderFactoryWithSession<URLSessionRequestBuilder, URLSessionRequestBuilder>>(
+            client.session.session));
+    (void)client.run<std::string>();
+  };
+  dies(mixUpKinds, "Unsupported Response Body Type - std::.*basic_string");
+  const std::string empty = "TilvaneGo: execute was given an empty completion";
+  dies([&] { client.builder<Empty>().execute(RequestBuilderOf<Empty>::Completion()); }, empty);
+  dies([&] { client.builder<Empty>()->execute(RequestBuilder::Completion()); }, empty);
+  const auto deleted = []<typename Builder>(const Builder& builder) {
+    return !requires { builder.execute(nullptr); };
+  };
+  EXPECT_TRUE(deleted(client.builder<Empty>()) && deleted(*client.builder<Empty>().pointer()));
+  const auto constant = []() -> Task<int> { co_return 1; };
+  const auto awaitTwice = [&](bool moved) {
+    auto task = constant();
+    const auto taken = moved ? std::move(task) : constant();
+    if (!moved) (void)std::move(task).wait();
+    (void)std::move(task).wait();
+  };
+  for (const bool moved : {false, true})
+    dies([&] { awaitTwice(moved); }, "TilvaneGo: a Task is awaited once");
+}
+
 }  // namespace
-}  // namespace tilvanego::test
+}  // namespace test
+}  // namespace tilvanego
