@@ -26,59 +26,58 @@ bool holdsIt(const Failure& failure) {
   }
 }
 
-/// A session of the host's, which throws at one step and else does what the one in memory does.
-class ThrowingSession final : public URLSessionProtocol {
- public:
-  ThrowingSession(std::shared_ptr<URLSessionProtocol> session, std::string step)
-      : session_(std::move(session)), step_(std::move(step)) {}
-
-  std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(const URLRequest& request,
-                                                                   DataTaskCompletion completion) override {
-    if (step_ == "task") throwIt();
-    return std::make_shared<ThrowingTask>(session_->dataTaskFromProtocol(request, std::move(completion)),
-                                          step_);
+/// Throws at one step of many.
+struct Throws {
+  std::string step;
+  void operator()(const std::string& here) const {
+    if (here == step) throwIt();
   }
+};
 
- private:
-  class ThrowingTask final : public URLSessionDataTaskProtocol {
-   public:
-    ThrowingTask(std::shared_ptr<URLSessionDataTaskProtocol> task, std::string step)
-        : task_(std::move(task)), step_(std::move(step)) {}
+/// A session of the host's, which throws at one step and else does what the one in memory does.
+struct ThrowingSession final : URLSessionProtocol {
+  struct ThrowingTask final : URLSessionDataTaskProtocol {
+    ThrowingTask(std::shared_ptr<URLSessionDataTaskProtocol> itsTask, Throws itsStep)
+        : task(std::move(itsTask)), at(std::move(itsStep)) {}
     void resume() override {
-      if (step_ == "resume") throwIt();
-      task_->resume();
-      if (step_ == "resumed") throwIt();
+      at("resume");
+      task->resume();
+      at("resumed");
     }
     [[nodiscard]] int taskIdentifier() const override {
-      if (step_ == "identifier") throwIt();
-      return task_->taskIdentifier();
+      at("identifier");
+      return task->taskIdentifier();
     }
-    [[nodiscard]] std::shared_ptr<Progress> progress() const override { return task_->progress(); }
+    [[nodiscard]] std::shared_ptr<Progress> progress() const override { return task->progress(); }
     void cancel() override {
-      task_->cancel();
-      if (step_ == "cancel") throwIt();
+      task->cancel();
+      at("cancel");
     }
-
-   private:
-    std::shared_ptr<URLSessionDataTaskProtocol> task_;
-    std::string step_;
+    std::shared_ptr<URLSessionDataTaskProtocol> task;
+    Throws at;
   };
 
-  std::shared_ptr<URLSessionProtocol> session_;
-  std::string step_;
+  ThrowingSession(std::shared_ptr<URLSessionProtocol> itsSession, Throws itsStep)
+      : session(std::move(itsSession)), at(std::move(itsStep)) {}
+  std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(const URLRequest& request,
+                                                                   DataTaskCompletion completion) override {
+    at("task");
+    return std::make_shared<ThrowingTask>(session->dataTaskFromProtocol(request, std::move(completion)), at);
+  }
+  std::shared_ptr<URLSessionProtocol> session;
+  Throws at;
 };
 
 /// A kind of the host's, which throws at one step.
-class ThrowingKind final : public URLSessionDecodableRequestBuilder {
- public:
-  ThrowingKind(Construction construction, std::shared_ptr<URLSessionProtocol> session, std::string step)
+struct ThrowingKind final : URLSessionDecodableRequestBuilder {
+  ThrowingKind(Construction construction, std::shared_ptr<URLSessionProtocol> itsSession, Throws itsStep)
       : URLSessionDecodableRequestBuilder(std::move(construction)),
-        session_(std::move(session)),
-        step_(std::move(step)) {}
+        session(std::move(itsSession)),
+        at(std::move(itsStep)) {}
 
   std::shared_ptr<URLSessionProtocol> createURLSession() override {
     at("session");
-    return std::make_shared<ThrowingSession>(session_, step_);
+    return std::make_shared<ThrowingSession>(session, at);
   }
   Headers buildHeaders() override {
     at("headers");
@@ -101,46 +100,8 @@ class ThrowingKind final : public URLSessionDecodableRequestBuilder {
     const Completion own = [completion](Result result) { completion(std::move(result)); };
     URLSessionDecodableRequestBuilder::retry(exchange, code, failure, own);
   }
-
- private:
-  void at(const std::string& step) const {
-    if (step == step_) throwIt();
-  }
-  std::shared_ptr<URLSessionProtocol> session_;
-  std::string step_;
-};
-
-/// One send with host code that throws at the step.
-struct Sending {
-  explicit Sending(const std::string& step, FakeResponse answer) : client({std::move(answer)}) {
-    const auto at = [step](const std::string& here) {
-      if (step == here) throwIt();
-    };
-    const auto& type = bodyTypeOf<std::string>();
-    RequestBuilderArguments arguments{
-        .method = "GET", .URLString = "https://host.example/a", .apiConfiguration = client.configuration};
-    const RequestBuilderOf<std::string> builder(
-        RequestBuilder::make<ThrowingKind>(type, std::move(arguments), client.session.session, step));
-    client.callAtEachMoment(*builder.pointer(), at);
-    builder->setOnProgressReady([at](const std::shared_ptr<Progress>& progress) {
-      at("progressReady");
-      progress->addObserver([at](const Progress&) { at("progress"); });
-      progress->update(1, 2);
-    });
-    testing::internal::CaptureStderr();
-    const auto result = client.run(builder);
-    lines = testing::internal::GetCapturedStderr();
-    code = result ? 0 : result.error().code();
-    isItsCause = !result && holdsIt(result.error().underlyingFailure());
-    completions = std::ranges::count_if(client.interceptor->events,
-                                        [](const auto& event) { return event.contains("completion"); });
-  }
-
-  TestClient client;
-  std::string lines;
-  int code = 0;
-  bool isItsCause = false;
-  std::ptrdiff_t completions = 0;
+  std::shared_ptr<URLSessionProtocol> session;
+  Throws at;
 };
 
 std::string droppedLine(const std::string& callback) {
@@ -183,11 +144,26 @@ TEST(HostCode, WhatItThrowsIsAFailureWhereItAnswersAndDroppedWhereItListens) {
   }};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.step);
-    const Sending sending(row.step, httpResponse(row.succeedsElse ? 200 : 500, Data("well")));
-    EXPECT_EQ(sending.code, row.code);
-    EXPECT_EQ(sending.isItsCause, row.isItsCause);
-    EXPECT_EQ(sending.completions, 1);
-    EXPECT_EQ(sending.lines, row.dropped.empty() ? "" : droppedLine(row.dropped));
+    TestClient client({httpResponse(row.succeedsElse ? 200 : 500, Data("well"))});
+    const Throws at{row.step};
+    RequestBuilderArguments arguments{
+        .method = "GET", .URLString = "https://host.example/a", .apiConfiguration = client.configuration};
+    const RequestBuilderOf<std::string> builder(RequestBuilder::make<ThrowingKind>(
+        bodyTypeOf<std::string>(), std::move(arguments), client.session.session, at));
+    client.callAtEachMoment(*builder.pointer(), at);
+    builder->setOnProgressReady([at](const std::shared_ptr<Progress>& progress) {
+      at("progressReady");
+      progress->addObserver([at](const Progress&) { at("progress"); });
+      progress->update(1, 2);
+    });
+    testing::internal::CaptureStderr();
+    const auto result = client.run(builder);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), row.dropped.empty() ? "" : droppedLine(row.dropped));
+    EXPECT_EQ(result ? 0 : result.error().code(), row.code);
+    EXPECT_EQ(!result && holdsIt(result.error().underlyingFailure()), row.isItsCause);
+    EXPECT_EQ(std::ranges::count_if(client.interceptor->events,
+                                    [](const auto& event) { return event.contains("completion"); }),
+              1);
   }
 }
 
@@ -294,7 +270,7 @@ TEST(HostCode, EveryObserverAndActionRunsThoughOneThrows) {
   const StopCallback late(source.token(), throwing);
   EXPECT_EQ(calls, 9);
   TestClient client({httpResponse(200)});
-  ThrowingSession session(client.session.session, "cancel");
+  ThrowingSession session(client.session.session, {"cancel"});
   RequestTask task;
   task.set(session.dataTaskFromProtocol({}, [](auto...) {}));
   task.cancel();

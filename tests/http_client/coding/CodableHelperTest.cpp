@@ -1,4 +1,3 @@
-#include <atomic>
 #include <thread>
 
 #include <tilvanego/http_client/coding/CodableHelper.h>
@@ -176,25 +175,21 @@ TEST(CodableHelper, LetsASubclassSeeEveryBody) {
 
 TEST(CodableHelper, IsUsedFromSeveralThreadsWhileItsSettingsChange) {
   CodableHelper helper;
-  std::atomic<int> strange = 0;
+  helper.updateJsonEncoder([](JSONEncoder& encoder) { encoder.prettyPrinted = false; });
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       for (int round = 0; round < 200; ++round) {
-        const auto body = helper.encode(Visit{"B", moment, {}});
-        const bool isKnown = body && (body->text().contains("@1709634030") ||
-                                      body->text().contains("2024-03-05T10:20:30.500Z"));
-        if (!isKnown) ++strange;
+        const auto body = encoded(helper);
+        EXPECT_TRUE(body == R"(["@1709634030"])" || body == R"(["2024-03-05T10:20:30.500Z"])") << body;
       }
     });
   }
   for (int round = 0; round < 200; ++round) {
     helper.setDateFormatter(round % 2 == 0 ? secondsFormatter : nullptr);
-    helper.updateJsonEncoder([](JSONEncoder& encoder) { encoder.prettyPrinted = !encoder.prettyPrinted; });
     EXPECT_EQ(helper.decode<int>(Data("5")), 5);
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(strange, 0);
 }
 
 TEST(JSONEncodingHelper, CarriesTheBodyOrPrintsWhyThereIsNone) {

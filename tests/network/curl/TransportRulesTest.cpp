@@ -1,17 +1,24 @@
 #include <curl/curl.h>
 
+#include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/curl/Body.h>
+#include <tilvanego/network/curl/Challenges.h>
 #include <tilvanego/network/curl/CurlErrors.h>
 #include <tilvanego/network/curl/Proxies.h>
 #include <tilvanego/network/curl/RequestRules.h>
+#include <tilvanego/network/curl/ResponseHead.h>
 
 #include "tests/support/Test.h"
 
 using namespace tilvanego;
 using namespace tilvanego::detail;
 using Code = TransportError::Code;
+using Fields = std::vector<HTTPHeaders::Field>;
+using Method = URLProtectionSpace::AuthenticationMethod;
 
 namespace {
+
+constexpr std::size_t limit = std::size_t{64} * 1024;
 
 URLRequest request(const std::string& method, const std::string& url) {
   URLRequest made;
@@ -124,4 +131,154 @@ TEST(TransportRules, TheEnvironmentNamesProxiesWhereTheConfigurationDoesNot) {
 
   const auto none = Proxies::from("");
   EXPECT_EQ(none.forHTTP.url + none.forHTTPS.url + none.exceptions, "");
+}
+
+TEST(Challenges, TheStrongestThatCanBeAnsweredIsTakenFromWhateverTheServerWrites) {
+  struct Expected {
+    Method method;
+    std::string realm;
+  };
+  struct Case {
+    std::string field;
+    std::optional<Expected> expected;
+  };
+  const Case cases[] = {
+      {"Basic realm=\"shop\"", Expected{Method::httpBasic, "shop"}},
+      {"bAsIc REALM=shop", Expected{Method::httpBasic, "shop"}},
+      {"Basic", Expected{Method::httpBasic, ""}},
+      {"Basic realm = \"a \\\"b\\\", Digest nonce=1\"",
+       Expected{Method::httpBasic, "a \"b\", Digest nonce=1"}},
+      {"Basic realm=\"b\", Digest realm=\"d\", nonce=\"n\"", Expected{Method::httpDigest, "d"}},
+      {"Digest realm=\"d\", nonce=\"n\", algorithm=SHA-256, qop=\"auth,auth-int\", Basic realm=\"b\"",
+       Expected{Method::httpDigest, "d"}},
+      // The first digest is the one that libcurl takes.
+      {"Digest realm=\"d\", nonce=\"n\", algorithm=SHA-512-256, Digest nonce=\"n\", Basic realm=\"b\"",
+       Expected{Method::httpBasic, "b"}},
+      {"Digest realm=\"d\"", std::nullopt},
+      {"Negotiate YII=, NTLM, Bearer realm=\"x\"", std::nullopt},
+      {"NTLM TlRMTVNTUAAC, Basic realm=b", Expected{Method::httpBasic, "b"}},
+      {", ,,Basic realm=\"never closed", Expected{Method::httpBasic, "never closed"}},
+      {"=\"=,;\\\" (", std::nullopt},
+      {"", std::nullopt},
+  };
+  for (const auto& [field, expected] : cases) {
+    const auto space = supportedSpace(parseChallenges(field));
+    ASSERT_EQ(space.has_value(), expected.has_value()) << field;
+    if (!space) continue;
+    EXPECT_EQ(space->authenticationMethod, expected->method) << field;
+    EXPECT_EQ(space->realm, expected->realm) << field;
+  }
+}
+
+TEST(ResponseHead, FieldsAreReadLineByLine) {
+  struct Case {
+    std::vector<std::string> lines;
+    std::string statusLine;
+    Fields fields;
+  };
+  const Case cases[] = {
+      {{"HTTP/1.1 200 OK\r\n", "A: 1\r\n", "b:\t2 \r\n", "\r\n"},
+       "HTTP/1.1 200 OK",
+       {{"A", "1"}, {"b", "2"}}},
+      // HTTP/2 has no reason, and servers before it may give none.
+      {{"HTTP/2 204 \r\n", "\r\n"}, "HTTP/2 204", {}},
+      {{"HTTP/1.1 200 \xE9\r\n", "A: \xE9\r\n"}, "HTTP/1.1 200 \xC3\xA9", {{"A", "\xC3\xA9"}}},
+      {{"HTTP/1.1 200 OK\r\n", "A: 1\r\n", "B: x\r\n", "a: 2\r\n"},
+       "HTTP/1.1 200 OK",
+       {{"A", "1, 2"}, {"B", "x"}}},
+      // A value may go on in further lines; those without anything in them add nothing.
+      {{"HTTP/1.1 200 OK\r\n", "A: 1\r\n", " 2\r\n", "\t\r\n", "  3\r\n"},
+       "HTTP/1.1 200 OK",
+       {{"A", "1 2 3"}}},
+      {{"HTTP/1.1 200 OK\r\n", "A:\r\n", " 1\r\n"}, "HTTP/1.1 200 OK", {{"A", "1"}}},
+      {{"HTTP/1.1 200 OK\r\n", " 1\r\n", "no colon\r\n", "Bad Name: 1\r\n", ": 1\r\n", " 2\r\n"},
+       "HTTP/1.1 200 OK",
+       {}},
+      {{"HTTP/1.1 100 Continue\r\n", "A: 1\r\n", "\r\n", "HTTP/1.1 200 OK\r\n", "B: 2\r\n", "\r\n"},
+       "HTTP/1.1 200 OK",
+       {{"B", "2"}}},
+      {{"HTTP/1.1 200 OK\r\n", "HTTP/1.1: 1\r\n", "A: 1\r\n"}, "HTTP/1.1 200 OK", {{"A", "1"}}},
+  };
+  for (const Case& one : cases) {
+    ResponseHead head(limit);
+    for (const std::string& line : one.lines) EXPECT_TRUE(head.addLine(line)) << line;
+    if (!head.isComplete()) {
+      EXPECT_TRUE(head.addLine("\r\n"));
+    }
+    const detail::HTTPHead read = detail::readHead(head.lines());
+    EXPECT_EQ(read.statusLine, one.statusLine);
+    EXPECT_EQ(read.headers.fields(), one.fields) << one.lines.size();
+  }
+}
+
+TEST(ResponseHead, TrailersAreLeftOut) {
+  ResponseHead head(limit);
+  for (const char* line : {"HTTP/1.1 200 OK\r\n", "A: 1\r\n", "\r\n"}) EXPECT_TRUE(head.addLine(line));
+  EXPECT_TRUE(head.isComplete());
+  head.bodyBegins();
+  EXPECT_TRUE(head.addLine("A: 2\r\n"));
+  EXPECT_EQ(detail::readHead(head.lines()).headers, (HTTPHeaders{{"A", "1"}}));
+}
+
+TEST(ResponseHead, ALengthIsOneNumber) {
+  struct Case {
+    std::vector<std::string> values;
+    bool broken;
+  };
+  for (const auto& [values, broken] :
+       {Case{{"5"}, false}, Case{{" 5\t"}, false}, Case{{"5", "5"}, false}, Case{{"5, 5"}, false},
+        Case{{"9223372036854775807"}, false}, Case{{"9223372036854775808"}, true}, Case{{"5", "3"}, true},
+        Case{{"3, 5"}, true}, Case{{""}, true}, Case{{"+5"}, true}, Case{{"-1"}, true}, Case{{"5x"}, true},
+        Case{{"99999999999999999999"}, true}}) {
+    ResponseHead head(limit);
+    EXPECT_TRUE(head.addLine("HTTP/1.1 200 OK\r\n"));
+    for (const auto& value : values) EXPECT_TRUE(head.addLine("content-Length:" + value + "\r\n"));
+    EXPECT_EQ(head.hasBrokenLength(), broken) << values.front();
+    EXPECT_TRUE(head.addLine("\r\n") && head.addLine("HTTP/1.1 200 OK\r\n"));
+    EXPECT_FALSE(head.hasBrokenLength()) << "the next head's";
+  }
+}
+
+TEST(ResponseHead, RefusalsAreCountedOverAllHeads) {
+  ResponseHead head(limit);
+  for (std::size_t i = 0; i <= ResponseHead::maxRefusals; ++i) {
+    EXPECT_FALSE(head.hasTooManyRefusals());
+    EXPECT_TRUE(head.addLine(i % 2 == 0 ? "HTTP/1.1 401 No\r\n" : "HTTP/2 407 \r\n") && head.addLine("\r\n"));
+  }
+  EXPECT_TRUE(head.hasTooManyRefusals());
+  head.clear();
+  EXPECT_FALSE(head.hasTooManyRefusals());
+}
+
+TEST(ResponseHead, FieldsAndBytesHaveALimit) {
+  ResponseHead many(limit);
+  EXPECT_TRUE(many.addLine("HTTP/1.1 200 OK\r\n"));
+  for (std::size_t i = 0; i < ResponseHead::maxFields; ++i) EXPECT_TRUE(many.addLine("A: 1\r\n"));
+  EXPECT_FALSE(many.addLine("A: 1\r\n"));
+
+  const std::string start = "HTTP/1.1 200 OK\r\n";
+  const std::string field = "A: \r\n";
+  const std::string value(limit - start.size() - field.size(), 'x');
+  ResponseHead full(limit);
+  EXPECT_TRUE(full.addLine(start));
+  EXPECT_TRUE(full.addLine("A: " + value + "\r\n"));
+  EXPECT_FALSE(full.addLine("\r\n"));
+  EXPECT_FALSE(ResponseHead(limit).addLine("HTTP/1.1 200 " + std::string(limit, 'x')));
+}
+
+TEST(ResponseHead, InterimHeadsAndTrailersCountToo) {
+  const auto linesUntilRefused = [](const std::vector<std::string>& lines, bool inBody) {
+    ResponseHead head(limit);
+    std::size_t bytes = 0;
+    for (const char* line : {"HTTP/1.1 200 OK\r\n", "\r\n"}) {
+      EXPECT_TRUE(head.addLine(line));
+      bytes += std::string_view(line).size();
+    }
+    if (inBody) head.bodyBegins();
+    for (std::size_t i = 0; head.addLine(lines[i % lines.size()]); ++i)
+      bytes += lines[i % lines.size()].size();
+    return bytes;
+  };
+  EXPECT_LE(linesUntilRefused({"HTTP/1.1 103 Early\r\n", "A: 1\r\n", "\r\n"}, false), limit);
+  EXPECT_LE(linesUntilRefused({"A: 1\r\n"}, true), limit);
 }
