@@ -159,9 +159,9 @@ TEST_F(BuilderExchange, TheCredentialIsThereWhileTheTaskIsAndGoesWithEachTry) {
     EXPECT_EQ(outcome->transportCode(), TransportError::Code::cancelled);
     EXPECT_TRUE(outcome->onQueue);
   }
-  interceptor->retries = 3;
+  interceptor->retries = 100;  // it alone bounds them
   EXPECT_EQ(send<std::string>("GET", server.url("/failing")).code(), 500);
-  EXPECT_EQ(interceptor->identifiers.size(), 6U);
+  EXPECT_EQ(interceptor->identifiers.size(), 103U);
 }
 
 TEST_F(BuilderExchange, ItsCredentialGoesOnceAndToTheServerOfTheRequestAlone) {

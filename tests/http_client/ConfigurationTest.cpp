@@ -22,12 +22,9 @@ TEST(Configuration, SharedStartsWithWhatItsCommentSays) {
   EXPECT_EQ(Configuration::shared(), shared);
   const auto base = URL::parse(shared->basePath()).value();
   EXPECT_EQ("https://" + base.host().value(), base.absoluteString());
-  EXPECT_TRUE(shared->customHeaders().empty());
-  EXPECT_EQ(shared->credential(), std::nullopt);
   EXPECT_NE(dynamic_cast<const URLSessionRequestBuilderFactory*>(shared->requestBuilderFactory().get()),
             nullptr);
   EXPECT_EQ(&shared->apiResponseQueue(), &RunLoop::main());
-  EXPECT_NE(shared->codableHelper(), nullptr);
   EXPECT_NE(dynamic_cast<DefaultOpenAPIInterceptor*>(shared->interceptor().get()), nullptr);
   for (const auto& [status, succeeds] :
        {std::pair{199, false}, {200, true}, {299, true}, {300, false}, {-1, false}}) {

@@ -129,14 +129,10 @@ TEST(Execution, MakesABodyOfEachType) {
   check(Data("[null]"), JSONValue::array({nullptr}));
 }
 
-TEST(Execution, AHeaderValueThatIsNoTextIsMissing) {
-  TestClient client({httpResponse(200, Data(), {{"Good", "yes"}, {"Bad", "\xFF"}})});
-  EXPECT_EQ(client.run<std::string>()->header, (ResponseHeader{{"Good", "yes"}}));
-}
-
-TEST(Execution, AHeaderFieldIsFoundWhateverItsCase) {
+TEST(Execution, AHeaderFieldIsFoundWhateverItsCaseIfItIsText) {
   for (const std::string_view written : {"Content-Type", "content-type", "CONTENT-TYPE"}) {
-    TestClient client({httpResponse(200, Data(), {{"X_", "1"}, {written, "text/plain"}, {"x-Long", "2"}})});
+    TestClient client({httpResponse(
+        200, Data(), {{"X_", "1"}, {written, "text/plain"}, {"x-Long", "2"}, {"Bad", "\xFF"}})});
     const auto header = client.run<std::string>()->header;
     ASSERT_EQ(header.size(), 3U);
     EXPECT_EQ(header.at("Content-Type"), "text/plain");
@@ -309,16 +305,6 @@ TEST(Interceptor, ARetryIsAFullNewPassWithWhatTheBuilderHasByThen) {
                     "session: didReceive third", "session: didComplete well", "session: completion"}));
   EXPECT_EQ(client.session.session->requests().at(0).headers.value("Try"), std::nullopt);
   EXPECT_EQ(client.session.session->requests().at(2).headers.value("Try"), "3");
-}
-
-TEST(Interceptor, TheInterceptorAloneBoundsTheRetries) {
-  TestClient client({httpResponse(500)});
-  int left = 100;
-  client.interceptor->onRetry = [&](auto completion) {
-    completion(left-- > 0 ? OpenAPIInterceptorRetry::retry : OpenAPIInterceptorRetry::dontRetry);
-  };
-  EXPECT_EQ(client.run<Empty>().error().code(), 500);
-  EXPECT_EQ(client.session.session->requests().size(), 101);
 }
 
 TEST(Interceptor, ARetryMayBeAnsweredLaterOnAnotherThread) {

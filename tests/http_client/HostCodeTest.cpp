@@ -291,47 +291,35 @@ TEST(HostCode, AWaitEndsWithItsTaskThoughABlockOfTheLoopThrows) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), droppedLine("a block of the main queue"));
 }
 
-/// Runs an action on another thread, and waits for it, when its last copy ends: a lock that is held meanwhile
-/// holds it up for ever.
-class AtItsEnd {
- public:
-  explicit AtItsEnd(std::function<void()> action)
-      : action_(new std::function<void()>(std::move(action)), [](std::function<void()>* last) {
-          std::thread(*last).join();
-          delete last;
-        }) {}
-
- private:
-  std::shared_ptr<std::function<void()>> action_;
-};
-
 TEST(HostCode, NothingOfTheHostsEndsUnderALock) {
   int ends = 0;
-  const auto holding = [&](std::function<void()> action) {
-    return AtItsEnd([&ends, action = std::move(action)] {
-      action();
+  // A lock that is held while it ends holds it up for ever: it uses, on another thread, what held it.
+  const auto holding = [&]<typename T>(T one, const std::function<void()>& use) {
+    return std::shared_ptr<T>(new T(std::move(one)), [&ends, use](T* last) {
+      std::thread(use).join();
       ++ends;
+      delete last;
     });
   };
 
   Progress progress;
   const auto useProgress = [&] { progress.update(progress.completedUnitCount() + 1, 100); };
-  const int observer = progress.addObserver([held = holding(useProgress)](const Progress&) {});
+  const int observer = progress.addObserver([held = holding(1, useProgress)](const Progress&) {});
   progress.removeObserver(observer);
-  progress.setCancellationHandler([held = holding(useProgress)] {});
+  progress.setCancellationHandler([held = holding(1, useProgress)] {});
   progress.setCancellationHandler({});
   EXPECT_EQ(ends, 2);
 
   const StopSource source;
   auto other = std::make_shared<StopCallback>(source.token(), [] {});
   const StopCallback last(source.token(), [held = std::exchange(other, nullptr)] {});
-  const StopCallback elsewhere(source.token(), [held = holding([&] { (void)source.stopRequested(); })] {});
+  const StopCallback elsewhere(source.token(), [held = holding(1, [&] { (void)source.stopRequested(); })] {});
   EXPECT_TRUE(source.requestStop());
   EXPECT_EQ(ends, 3);
 
-  SynchronizedDictionary<int, AtItsEnd> dictionary;
+  SynchronizedDictionary<int, std::shared_ptr<int>> dictionary;
   const auto useDictionary = [&] { (void)dictionary.value(1); };
-  for (int i = 0; i < 3; ++i) dictionary.setValue(1, holding(useDictionary));
+  for (int i = 0; i < 3; ++i) dictionary.setValue(1, holding(1, useDictionary));
   dictionary.setValue(1, std::nullopt);
   dictionary.setValue(1, std::nullopt);
   EXPECT_EQ(ends, 6);
@@ -339,30 +327,23 @@ TEST(HostCode, NothingOfTheHostsEndsUnderALock) {
   TestClient client({httpResponse(200)});
   const auto builder = client.builder<Empty>();
   const auto useBuilder = [&] { builder->addHeader("a", "b"); };
-  builder->setOnProgressReady([held = holding(useBuilder)](const auto&) {});
-  builder->setOnProgressReady([held = holding(useBuilder)](const auto&) {});
+  for (int i = 0; i < 2; ++i) {
+    builder->setOnProgressReady([held = holding(1, useBuilder)](const auto&) {});
+  }
   builder->updateOnProgressReady([](auto& ready) { ready = nullptr; });
   EXPECT_EQ(builder->onProgressReady(), nullptr);
   EXPECT_EQ(ends, 8);
 
-  struct HoldingInterceptor : DefaultOpenAPIInterceptor {
-    explicit HoldingInterceptor(AtItsEnd end) : held(std::move(end)) {}
-    AtItsEnd held;
-  };
   const auto useConfiguration = [&] { (void)client.configuration->basePath(); };
   for (int i = 0; i < 2; ++i) {
-    client.configuration->setInterceptor(std::make_shared<HoldingInterceptor>(holding(useConfiguration)));
+    client.configuration->setInterceptor(holding(DefaultOpenAPIInterceptor(), useConfiguration));
   }
   client.configuration->updateInterceptor([&](auto& one) { one = client.interceptor; });
   EXPECT_EQ(ends, 10);
 
-  struct HoldingFormatter : OpenISO8601DateFormatter {
-    explicit HoldingFormatter(AtItsEnd end) : held(std::move(end)) {}
-    AtItsEnd held;
-  };
   CodableHelper helper;
   const auto formatter = [&] {
-    return std::make_shared<HoldingFormatter>(holding([&] { (void)helper.jsonDecoder(); }));
+    return holding(OpenISO8601DateFormatter(), [&] { (void)helper.jsonDecoder(); });
   };
   helper.setDateFormatter(formatter());
   helper.updateDateFormatter([](auto& one) { one = nullptr; });

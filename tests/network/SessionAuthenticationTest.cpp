@@ -1,6 +1,4 @@
 // Basic and Digest, of servers and of proxies, answered by a delegate or by default.
-#include <mutex>
-
 #include "tests/network/SessionTest.h"
 #include "tests/support/Authentication.h"
 
@@ -14,30 +12,33 @@ namespace {
 const URLCredential right{"till", "s3cret pass"};
 const URLCredential wrong{"till", "guess"};
 
-// Gives the credential once and rejects afterwards, as the library's own delegate does. Keeps what it was
-// asked.
-class RecordingDelegate final : public URLSessionDelegate {
- public:
-  explicit RecordingDelegate(URLCredential credential) : credential_(std::move(credential)) {}
+// Keeps what it was asked.
+struct RecordingDelegate final : URLSessionDelegate {
+  using Answer = std::function<URLAuthenticationResponse(int previousFailures)>;
+  explicit RecordingDelegate(Answer itsAnswer) : answer(std::move(itsAnswer)) {}
+  // Gives the credential once and rejects afterwards, as the library's own delegate does.
+  explicit RecordingDelegate(const URLCredential& credential)
+      : answer([credential](int previousFailures) -> URLAuthenticationResponse {
+          using enum URLAuthenticationResponse::Disposition;
+          if (previousFailures > 0) return {rejectProtectionSpace};
+          return {useCredential, credential};
+        }) {}
 
   URLAuthenticationResponse didReceiveChallenge(const URLSessionConfiguration& /*configuration*/,
                                                 const URLSessionDataTaskProtocol& /*task*/,
                                                 const URLAuthenticationChallenge& challenge) override {
-    using enum URLAuthenticationResponse::Disposition;
-    const std::scoped_lock lock(mutex_);
-    challenges_.push_back(challenge);
-    if (challenge.previousFailureCount > 0) return {rejectProtectionSpace};
-    return {useCredential, credential_};
+    challenges.push_back(challenge);
+    return answer(challenge.previousFailureCount);
   }
-  std::vector<URLAuthenticationChallenge> challenges() {
-    const std::scoped_lock lock(mutex_);
-    return challenges_;
+  void didEndTask(const URLSessionDataTaskProtocol& /*task*/) override {
+    ++ended;
+    throw 1;
   }
 
- private:
-  const URLCredential credential_;
-  std::mutex mutex_;
-  std::vector<URLAuthenticationChallenge> challenges_;
+  const Answer answer;
+  // The session's thread's until the session has ended what it was asked for.
+  std::vector<URLAuthenticationChallenge> challenges;
+  int ended = 0;
 };
 
 using SessionAuthentication = SessionTest;
@@ -59,8 +60,8 @@ TEST_F(SessionAuthentication, TheRightPasswordOpensAndAWrongOneIsTriedOnce) {
         EXPECT_EQ(send(post(start + path, "body")).text(), "POST body");
       }
       EXPECT_TRUE(server.requests().back().target.starts_with(isProxy ? start + "/deeper" : "/deeper"));
-      ASSERT_FALSE(delegate->challenges().empty());
-      for (const auto& challenge : delegate->challenges()) {
+      ASSERT_FALSE(delegate->challenges.empty());
+      for (const auto& challenge : delegate->challenges) {
         EXPECT_EQ(
             challenge.protectionSpace,
             (URLProtectionSpace{"127.0.0.1", server.port(), "http", "shop",
@@ -75,7 +76,7 @@ TEST_F(SessionAuthentication, TheRightPasswordOpensAndAWrongOneIsTriedOnce) {
       EXPECT_EQ(refused.status(), isProxy ? 407 : 401);
       EXPECT_EQ(refused.text(), "who is it?");
       EXPECT_FALSE(refused.error);
-      const auto challenges = delegate->challenges();
+      const auto& challenges = delegate->challenges;
       ASSERT_EQ(challenges.size(), 2U);
       EXPECT_EQ(challenges[0].previousFailureCount, 0);
       EXPECT_EQ(challenges[1].previousFailureCount, 1);
@@ -170,28 +171,18 @@ TEST_F(SessionAuthentication, AServerThatCallsEachAnswerOutOfDateHearsFew) {
 }
 
 TEST_F(SessionAuthentication, ADelegateThatThrowsRejectsAndOneThatNeverRejectsIsAskedTenTimes) {
-  struct Stubborn final : URLSessionDelegate {
-    URLAuthenticationResponse didReceiveChallenge(const URLSessionConfiguration&,
-                                                  const URLSessionDataTaskProtocol&,
-                                                  const URLAuthenticationChallenge& challenge) override {
-      failures.push_back(challenge.previousFailureCount);
-      if (throws) throw std::runtime_error("no");
-      return {URLAuthenticationResponse::Disposition::useCredential, wrong};
-    }
-    void didEndTask(const URLSessionDataTaskProtocol&) override {
-      ++ended;
-      throw 1;
-    }
-    bool throws = false;
-    std::vector<int> failures;
-    int ended = 0;
-  };
-  const auto stubborn = std::make_shared<Stubborn>();
+  bool throws = false;
+  const auto stubborn = std::make_shared<RecordingDelegate>([&](int) -> URLAuthenticationResponse {
+    if (throws) throw std::runtime_error("no");
+    return {URLAuthenticationResponse::Disposition::useCredential, wrong};
+  });
   const LoopbackServer server(guarded(Scheme::basic));
   useSession({}, stubborn);
   EXPECT_EQ(send(get(server.url())).status(), 401);
-  EXPECT_EQ(stubborn->failures, (std::vector{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
-  stubborn->throws = true;
+  ASSERT_EQ(stubborn->challenges.size(), 10U);
+  for (int i = 0; i < 10; ++i)
+    EXPECT_EQ(stubborn->challenges.at(static_cast<std::size_t>(i)).previousFailureCount, i);
+  throws = true;
   EXPECT_EQ(send(get(server.url())).status(), 401);
   EXPECT_EQ(server.requests().size(), 12U);
   EXPECT_EQ(stubborn->ended, 2);
