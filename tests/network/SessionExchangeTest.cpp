@@ -126,7 +126,7 @@ TEST_F(SessionRequests, NothingOfAHeaderThatWouldSmuggleReachesTheWire) {
     request.headers.setValue(name, "value");
     EXPECT_EQ(send(request).code(), Code::invalidRequest) << name;
   }
-  EXPECT_EQ(server.receivedBytes(), "");
+  EXPECT_EQ(server.connectionCount(), 0U);
 }
 
 TEST_F(SessionRequests, RequestsCannotForgeTheirLength) {
@@ -250,7 +250,9 @@ TEST_F(SessionRedirects, LeadNeitherToAnotherProtocolNorSecretsToAnotherServer) 
   URLRequest request = get(server.url("/other"));
   request.headers = {{"Authorization", "Bearer s3cret"}, {"Cookie", "id=s3cret"}, {"X-Till", "7"}};
   EXPECT_EQ(send(request).text(), "other");
-  EXPECT_TRUE(server.receivedBytes().contains("Bearer s3cret"));
-  EXPECT_TRUE(other.receivedBytes().contains("X-Till: 7"));
-  EXPECT_FALSE(other.receivedBytes().contains("s3cret")) << other.receivedBytes();
+  EXPECT_EQ(server.requests().back().header("Authorization"), "Bearer s3cret");
+  const auto there = other.requests().back();
+  EXPECT_EQ(there.header("X-Till"), "7");
+  EXPECT_EQ(there.header("Authorization"), std::nullopt);
+  EXPECT_EQ(there.header("Cookie"), std::nullopt);
 }

@@ -191,9 +191,7 @@ bool LoopbackServer::receive(Connection& connection) {
   std::array<char, 65536> buffer;
   const auto count = recv(connection.socket.get(), buffer.data(), buffer.size(), 0);
   if (count <= 0) return false;
-  const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
-  note([&] { bytes_ += bytes; });
-  connection.rest += bytes;
+  connection.rest.append(buffer.data(), static_cast<std::size_t>(count));
   return true;
 }
 
@@ -204,10 +202,6 @@ std::string LoopbackServer::url(std::string_view path) const {
 std::vector<ReceivedRequest> LoopbackServer::requests() const {
   const std::scoped_lock lock(mutex_);
   return requests_;
-}
-std::string LoopbackServer::receivedBytes() const {
-  const std::scoped_lock lock(mutex_);
-  return bytes_;
 }
 std::size_t LoopbackServer::connectionCount() const {
   const std::scoped_lock lock(mutex_);

@@ -100,8 +100,6 @@ class LoopbackServer {
 
   /// Every request that was handled so far, in the order of arrival.
   [[nodiscard]] std::vector<ReceivedRequest> requests() const;
-  /// Every byte so far, whether or not it made up a request.
-  [[nodiscard]] std::string receivedBytes() const;
   /// How many connections were accepted so far.
   [[nodiscard]] std::size_t connectionCount() const;
 
@@ -132,7 +130,6 @@ class LoopbackServer {
   mutable std::condition_variable changed_;
   Counts counts_;
   std::vector<ReceivedRequest> requests_;
-  std::string bytes_;
   std::set<int> open_;
   // The acceptor's; each waits for its thread's end when it goes.
   std::vector<std::future<void>> served_;

@@ -23,7 +23,9 @@ void check(int result, const char* call) {
 }
 
 FileDescriptor streamSocket(int more = 0) {
-  return checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | more, 0), "socket");
+  FileDescriptor made(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | more, 0));
+  check(made.get(), "socket");
+  return made;
 }
 
 FileDescriptor boundSocket(int shared) {
@@ -40,11 +42,6 @@ bool connects(const FileDescriptor& socket, std::uint16_t port) {
 }
 
 }  // namespace
-
-FileDescriptor checked(int descriptor, const char* call) {
-  check(descriptor, call);
-  return FileDescriptor(descriptor);
-}
 
 FileDescriptor heldPort() { return boundSocket(1); }
 

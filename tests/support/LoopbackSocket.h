@@ -9,9 +9,6 @@ namespace tilvanego::test {
 
 using detail::FileDescriptor;
 
-/// Wraps what a system call gave; throws with the name of the call if it failed.
-FileDescriptor checked(int descriptor, const char* call);
-
 /// Holds a free port of 127.0.0.1, which refuses every connection unless a listener of the same user sets
 /// SO_REUSEPORT too.
 FileDescriptor heldPort();

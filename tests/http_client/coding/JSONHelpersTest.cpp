@@ -182,6 +182,8 @@ TEST(KeyedContainers, SayWhichKeyFailedAndWhere) {
 }
 
 TEST(KeyedContainers, TakeEnumerationsForKeysAndPassOverOthers) {
+  EXPECT_EQ(CodingKey<std::string>::intValue("12"), std::nullopt) << "a text is never a number";
+  EXPECT_EQ(CodingKey<std::string>::fromInt(12), std::nullopt);
   using models::Status;
   json::Writer writer;
   KeyedEncodingContainer<Status> written(writer);
@@ -196,11 +198,6 @@ TEST(KeyedContainers, TakeEnumerationsForKeysAndPassOverOthers) {
   std::map<Status, int> pairs;
   EXPECT_TRUE(read.decodeMap(pairs));
   EXPECT_EQ(pairs, (std::map<Status, int>{{Status::saved, 1}}));
-}
-
-TEST(KeyedContainers, TakeTextsForKeysAndNeverNumbers) {
-  EXPECT_EQ(CodingKey<std::string>::intValue("12"), std::nullopt);
-  EXPECT_EQ(CodingKey<std::string>::fromInt(12), std::nullopt);
 }
 
 TEST(KeyedContainers, AreBoundInDepthAndTime) {
