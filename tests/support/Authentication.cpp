@@ -3,7 +3,6 @@
 #include <array>
 #include <iomanip>
 #include <map>
-#include <regex>
 #include <sstream>
 
 #include <openssl/evp.h>
@@ -28,10 +27,16 @@ std::string hash(const char* algorithm, std::initializer_list<std::string_view> 
 
 bool admitsDigest(const ReceivedRequest& request, const std::string& credentials, const char* algorithm,
                   bool isProxy) {
-  static const std::regex form(R"re((\w+)=(?:"([^"]*)"|([^ ,]*)))re");
   std::map<std::string, std::string> said;
-  for (std::sregex_iterator one(credentials.begin(), credentials.end(), form), end; one != end; ++one) {
-    said[one->str(1)] = one->str(2) + one->str(3);
+  std::string_view rest = credentials;
+  for (std::size_t equals = 0; (equals = rest.find('=')) != std::string_view::npos;) {
+    auto name = rest.substr(0, equals);
+    name.remove_prefix(name.find_last_of(" ,") + 1);
+    const bool isQuoted = rest.substr(equals + 1).starts_with('"');
+    rest.remove_prefix(equals + (isQuoted ? 2 : 1));
+    const auto value = rest.substr(0, rest.find_first_of(isQuoted ? "\"" : ", "));
+    said.emplace(name, value);
+    rest.remove_prefix(value.size());
   }
   const auto secret = hash(algorithm, {"till", "shop", "s3cret pass"});
   const auto asked = hash(algorithm, {request.method, said["uri"]});
