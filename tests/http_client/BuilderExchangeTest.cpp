@@ -209,19 +209,6 @@ TEST_F(BuilderExchange, AFileOfAnySizeLandsBelowTheCaches) {
   EXPECT_EQ(std::filesystem::file_size(file), 4U);
 }
 
-TEST_F(BuilderExchange, AFaultOfTheServerIsTheTransportsFailureOnTheQueue) {
-  using Code = TransportError::Code;
-  const ServerResponse lost{halfBody, End::reset};
-  for (const auto& [fault, code] :
-       {std::pair{lost, Code::networkConnectionLost}, {notHTTP, Code::badServerResponse}}) {
-    const LoopbackServer server([&](const ReceivedRequest&) { return fault; });
-    const auto outcome = send<std::string>("POST", server.url());
-    EXPECT_EQ(outcome.code(), ErrorResponse::transportFailed);
-    EXPECT_EQ(outcome.transportCode(), code);
-    EXPECT_TRUE(outcome.onQueue);
-  }
-}
-
 TEST_F(BuilderExchange, ACompletionThatThrowsOnTheSessionsThreadEndsTheProcessByName) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto end = [this] {

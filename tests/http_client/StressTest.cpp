@@ -58,28 +58,19 @@ class FaultyEcho {
   std::map<std::uint32_t, std::uint32_t> tries_;
 };
 
-// Lets about half of the failures be tried again, at once or from the queue; never what was cancelled.
-class StressInterceptor final : public DefaultOpenAPIInterceptor {
- public:
-  explicit StressInterceptor(RunLoop& queue) : queue_(queue) {}
-
+// Lets about half of the failures be tried again; never what was cancelled.
+struct StressInterceptor final : DefaultOpenAPIInterceptor {
   void retry(const URLRequest& /*request*/, const Session& /*session*/, const Builder& /*builder*/,
              const std::optional<Data>& /*data*/, const URLResponsePointer& /*response*/,
              const Failure& error, RetryCompletion completion) override {
     const auto* transport = error.as<TransportError>();
     const bool cancelled = transport != nullptr && transport->code == TransportError::Code::cancelled;
-    const auto chance = scatter(decisions_++, 1);
-    if (cancelled || chance % 2 == 0) return completion(OpenAPIInterceptorRetry::dontRetry);
+    if (cancelled || scatter(decisions++, 1) % 2 == 0) return completion(OpenAPIInterceptorRetry::dontRetry);
     ++retries;
-    if (chance % 3 == 0) return completion(OpenAPIInterceptorRetry::retry);
-    queue_.post([completion = std::move(completion)] { completion(OpenAPIInterceptorRetry::retry); });
+    completion(OpenAPIInterceptorRetry::retry);
   }
-
   std::atomic<int> retries = 0;
-
- private:
-  RunLoop& queue_;
-  std::atomic<std::uint32_t> decisions_ = 0;
+  std::atomic<std::uint32_t> decisions = 0;
 };
 
 class Stress {
@@ -167,7 +158,7 @@ class Stress {
 
   TestClient client_{{}};
   LoopbackServer server_{FaultyEcho()};
-  std::shared_ptr<StressInterceptor> interceptor_ = std::make_shared<StressInterceptor>(client_.queue);
+  std::shared_ptr<StressInterceptor> interceptor_ = std::make_shared<StressInterceptor>();
   std::shared_ptr<URLSession> session_ =
       std::make_shared<URLSession>(URLSessionConfiguration{.proxy = "", .maximumConnectionsPerHost = 0},
                                    std::make_shared<SessionDelegate>());

@@ -154,17 +154,6 @@ TEST_F(SessionRequests, EveryStatusIsAnAnswer) {
   }
 }
 
-TEST_F(SessionRequests, FieldsThatComeTwiceAreJoinedAndOddOnesDoNoHarm) {
-  const LoopbackServer server([](const ReceivedRequest&) {
-    return response(200, "x",
-                    {{"X-Twice", "one"}, {"x-twice", "two"}, {"X-Empty", ""}, {"X-Latin", "caf\xE9"}});
-  });
-  const auto outcome = send(get(server.url()));
-  EXPECT_EQ(outcome.header("X-Twice"), "one, two");
-  EXPECT_EQ(outcome.header("x-empty"), "");
-  EXPECT_EQ(outcome.header("X-Latin"), "caf\xC3\xA9");
-}
-
 TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
   const LoopbackServer server([](const ReceivedRequest& request) {
     if (request.path() == "/login") {
