@@ -194,7 +194,6 @@ TEST(CodableHelper, IsUsedFromSeveralThreadsWhileItsSettingsChange) {
 
 TEST(JSONEncodingHelper, CarriesTheBodyOrPrintsWhyThereIsNone) {
   const CodableHelper helper;
-  EXPECT_EQ(JSONEncodingHelper::encodingParameters(5, helper), (Parameters{{"jsonData", Data("5")}}));
   EXPECT_EQ(JSONEncodingHelper::encodingParameters(std::optional<int>(), helper), std::nullopt);
   EXPECT_EQ(JSONEncodingHelper::encodingParameters(std::optional<int>(6), helper),
             (Parameters{{"jsonData", Data("6")}}));
