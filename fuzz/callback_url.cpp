@@ -1,21 +1,22 @@
 #include <tilvanego/frame/CallbackURLs.h>
-#include <tilvanego/values/LinkWriter.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/URLComponents.h>
 
 #include "fuzz/Fuzzer.h"
+#include "tests/support/TestHost.h"
 
-// Any bytes as a callback URL. A URL that parses must have the same parts by every function that reads them.
+// Any bytes as a callback URL. What parses must read back the same by every way there is, and is a result or
+// "not mine": the same through a running payment and on its own.
 namespace {
 
-using tilvanego::LinkItem;
-using tilvanego::LinkTarget;
+using tilvanego::PaymentRequest;
+using tilvanego::PaymentResult;
 using tilvanego::QueryItem;
 using tilvanego::RawQueryItem;
+using tilvanego::TilvaneGo;
 using tilvanego::URL;
 using tilvanego::URLComponents;
-using tilvanego::writeLink;
 
 bool sameComponents(const URL& a, const URL& b) {
   return a == b && a.scheme() == b.scheme() && a.user() == b.user() && a.password() == b.password() &&
@@ -58,19 +59,6 @@ void checkWriting(const URL& url) {
   // A single item without name and value is written like no items.
   const bool lone = items == std::vector<QueryItem>{{"", std::nullopt}};
   require(lone || again->queryItems() == items, "items that are put into a URL are read from it");
-
-  static constexpr LinkTarget target("tilvanego", "payment", "/v1/start");
-  std::vector<LinkItem> linkItems;
-  for (const QueryItem& item : items)
-    linkItems.push_back({item.name, item.value ? *item.value : std::string_view()});
-  const URL link = writeLink(target, linkItems).value();
-  const auto read = URL::parse(link.absoluteString());
-  require(read && sameComponents(link, *read), "a written link is the URL of its text");
-  require(std::ranges::equal(
-              link.queryItems().value_or(std::vector<QueryItem>{}), items, {},
-              [](const QueryItem& item) { return item.value.value_or(""); },
-              [](const QueryItem& item) { return item.value.value_or(""); }),
-          "a link's values are those that were written");
 }
 
 void checkComparison(const URL& url) {
@@ -83,6 +71,25 @@ void checkComparison(const URL& url) {
   if (!rebuilt || url.writtenHost().value_or("").contains('%')) return;
   require(tilvanego::detail::callbackURLsMatch(url, *rebuilt),
           "scheme, host and path survive new components");
+}
+
+void checkResult(const URL& url) {
+  static const URL expected = URL::parse("myshop://done").value();
+  const auto mine = TilvaneGo::parsePaymentResult(url, "A-1", expected);
+  const auto anyones = TilvaneGo::parsePaymentResult(url);
+  require(anyones.has_value());
+  if (mine && mine->response()) require(mine->response() == anyones->response());
+
+  tilvanego::test::TestHost host;
+  int completions = 0;
+  host.sdk->startPayment(
+      PaymentRequest({.requestId = "A-1", .amount = 1, .currency = "EUR", .callbackURL = expected}),
+      [&](const PaymentResult& result) {
+        ++completions;
+        require(result == *mine);
+      });
+  require(host.sdk->handleCallback(url) == mine.has_value());
+  require(completions == (mine ? 1 : 0));
 }
 
 }  // namespace
@@ -99,5 +106,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   checkItems(*url);
   checkWriting(*url);
   checkComparison(*url);
+  checkResult(*url);
   return 0;
 }

@@ -11,49 +11,18 @@ using tilvanego::JSONLimits;
 using tilvanego::JSONValue;
 namespace json = tilvanego::json;
 
-struct Line {
-  std::string name;
-  std::optional<std::int64_t> count;
-  std::optional<double> weight;
-  bool operator==(const Line&) const = default;
-  static constexpr auto jsonFields() {
-    return json::fields(json::field("name", &Line::name), json::field("count", &Line::count),
-                        json::field("weight", &Line::weight));
-  }
-};
-
-struct Order {
-  std::optional<std::string> id;
-  std::optional<bool> open;
-  std::optional<tilvanego::UUID> uuid;
-  std::vector<Line> lines;
-  std::optional<std::array<float, 2>> place;
-  std::optional<std::uint64_t> number;
-  std::optional<std::map<std::string, std::string>> items;
-  std::optional<Line> a_rather_long_key_of_a_line;
-  bool operator==(const Order&) const = default;
-  static constexpr auto jsonFields() {
-    return json::fields(json::field("id", &Order::id), json::field("open", &Order::open),
-                        json::field("uuid", &Order::uuid), json::field("lines", &Order::lines),
-                        json::field("place", &Order::place), json::field("number", &Order::number),
-                        json::field("items", &Order::items),
-                        json::field("a rather long key of a line", &Order::a_rather_long_key_of_a_line));
-  }
-};
-
 void checkError(const JSONError& error, std::size_t size) {
   require(error.offset <= size);
   require(!error.description().empty());
 }
 
 // What was read is written in every layout, and reads back as the same.
-template <typename T>
-void checkRoundTrip(const T& value) {
+void checkRoundTrip(const JSONValue& value) {
   for (const bool sorted : {false, true}) {
     for (const bool pretty : {false, true}) {
       const auto text = json::encode(value, {.sortedKeys = sorted, .pretty = pretty});
       require(text.has_value());
-      require(json::decode<T>(*text) == value);
+      require(json::decode<JSONValue>(*text) == value);
     }
   }
 }
@@ -66,30 +35,11 @@ void checkSkipping(std::string_view text, const std::expected<JSONValue, JSONErr
   if (!value && skipped) require(value.error().failure == JSONFailure::numberOutOfRange);
 }
 
-// What a value takes beside its texts, and how many elements and entries are in it.
-struct Cost {
-  std::size_t memory = 0;
-  std::size_t elements = 0;
-};
-
-void addCost(const JSONValue& value, Cost& cost) {
-  if (const auto* array = value.arrayValue()) {
-    cost.memory += array->capacity() * sizeof(JSONValue);
-    cost.elements += array->size();
-    for (const JSONValue& element : *array) addCost(element, cost);
-  } else if (const auto* dictionary = value.dictionaryValue()) {
-    cost.memory += dictionary->size() * sizeof(JSONValue::Dictionary::value_type);
-    cost.elements += dictionary->size();
-    for (const auto& [key, entry] : *dictionary) addCost(entry, cost);
-  }
-}
-
-// A reader with limits reads the same or refuses, and what it reads keeps to them.
-template <typename T>
-void checkLimits(std::string_view text, const std::expected<T, JSONError>& unlimited) {
+// A reader with limits reads the same or refuses.
+void checkLimits(std::string_view text, const std::expected<JSONValue, JSONError>& unlimited) {
   for (const JSONLimits& limits : {JSONLimits{.elements = 8}, JSONLimits{.depth = 3},
                                    JSONLimits{.memory = 1000}, JSONLimits{.bytes = 20}}) {
-    const auto value = json::decode<T>(text, nullptr, limits);
+    const auto value = json::decode<JSONValue>(text, nullptr, limits);
     if (!value) {
       checkError(value.error(), text.size());
       const JSONFailure why = value.error().failure;
@@ -97,11 +47,6 @@ void checkLimits(std::string_view text, const std::expected<T, JSONError>& unlim
       continue;
     }
     require(unlimited.has_value() && *value == *unlimited && text.size() <= limits.bytes);
-    if constexpr (std::is_same_v<T, JSONValue>) {
-      Cost cost;
-      addCost(*value, cost);
-      require(cost.elements <= limits.elements && cost.memory <= limits.memory);
-    }
   }
 }
 
@@ -120,10 +65,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const JSONValue copy = *value;
     require(copy == *value && copy.hash() == value->hash());
   }
-
-  const auto order = json::decode<Order>(text);
-  order ? checkRoundTrip(*order) : checkError(order.error(), size);
-  checkLimits(text, order);
-  if (order && !value) require(value.error().failure == JSONFailure::numberOutOfRange);
   return 0;
 }

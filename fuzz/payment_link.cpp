@@ -1,5 +1,5 @@
-// Any payment request. It makes a link with the same texts, or fails with a message. No debug line shows the
-// token.
+// Any record: a link that reads back as the record's own texts, or a message; never the token in what is
+// shown.
 
 #include <tilvanego/values/Text.h>
 
@@ -10,27 +10,20 @@ namespace {
 
 using namespace tilvanego;
 
-/// Reads texts from the input. Each ends before the next 0xFF, a byte that UTF-8 doesn't have.
-class Input {
- public:
-  explicit Input(std::string_view rest) : rest_(rest) {}
-
-  std::string text() {
-    const std::size_t end = rest_.find('\xFF');
-    std::string taken(rest_.substr(0, end));
-    rest_ = end == std::string_view::npos ? std::string_view() : rest_.substr(end + 1);
-    return taken;
+// The texts of the input, each up to the next 0xFF, which stands in no UTF-8; one that is missing is empty.
+std::array<std::string, 8> textsOf(std::string_view input) {
+  std::array<std::string, 8> texts;
+  for (std::string& text : texts) {
+    const std::size_t end = std::min(input.find('\xFF'), input.size());
+    text = input.substr(0, end);
+    input.remove_prefix(std::min(end + 1, input.size()));
   }
+  return texts;
+}
 
-  std::optional<std::string> optionalText() {
-    std::string taken = text();
-    if (taken.starts_with('-')) return std::nullopt;
-    return taken;
-  }
-
- private:
-  std::string_view rest_;
-};
+std::optional<std::string> optional(const std::string& text) {
+  return text.starts_with('-') ? std::nullopt : std::optional(text);
+}
 
 void requireItem(const URL& link, std::string_view name, const std::optional<std::string>& value) {
   if (value && !isValidUTF8(*value)) return;
@@ -46,22 +39,21 @@ void requireItem(const URL& link, std::string_view name, const std::optional<std
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(textOf(data, size));
-  const std::string requestId = input.text();
-  const auto amount = Decimal::parse(input.text());
-  const auto tip = input.optionalText();
-  const auto callbackURL = URL::parse(input.text());
+  const auto [requestId, amountText, tip, callback, currency, customId, notes, accountId] =
+      textsOf(textOf(data, size));
+  const auto amount = Decimal::parse(amountText);
+  const auto callbackURL = URL::parse(callback);
   if (!amount || !callbackURL) return 0;
   const PaymentRequest request(
       {.requestId = requestId,
        .amount = *amount,
-       .tip = tip ? Decimal::parse(*tip) : std::nullopt,
-       .currency = input.text(),
+       .tip = optional(tip) ? Decimal::parse(tip) : std::nullopt,
+       .currency = currency,
        .callbackURL = *callbackURL,
-       .customId = input.optionalText(),
-       .notes = input.optionalText(),
+       .customId = optional(customId),
+       .notes = optional(notes),
        .credentials =
-           PaymentCredentials({.basicToken = "QsecretQ", .accountId = input.text(), .environment = "cert"})});
+           PaymentCredentials({.basicToken = "QsecretQ", .accountId = accountId, .environment = "cert"})});
 
   test::TestHost host;
   bool refused = false;

@@ -1,9 +1,18 @@
+#include <csignal>
 #include <thread>
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/Test.h"
 
-namespace tilvanego::test {
+namespace tilvanego {
+namespace test {
+struct Opaque {};
+}  // namespace test
+
+template <>
+inline constexpr bool hasCustomBuilder<test::Opaque> = true;
+
+namespace test {
 namespace {
 
 using Configuration = OstrelTilvanePoiModelsAPIConfiguration;
@@ -12,14 +21,10 @@ TEST(Configuration, SharedStartsWithWhatItsCommentSays) {
   const auto& shared = Configuration::shared();
   EXPECT_EQ(Configuration::shared(), shared);
   const auto base = URL::parse(shared->basePath()).value();
-  EXPECT_EQ(base.scheme(), "https");
   EXPECT_EQ("https://" + base.host().value(), base.absoluteString());
-  EXPECT_TRUE(shared->customHeaders().empty());
-  EXPECT_EQ(shared->credential(), std::nullopt);
   EXPECT_NE(dynamic_cast<const URLSessionRequestBuilderFactory*>(shared->requestBuilderFactory().get()),
             nullptr);
   EXPECT_EQ(&shared->apiResponseQueue(), &RunLoop::main());
-  EXPECT_NE(shared->codableHelper(), nullptr);
   EXPECT_NE(dynamic_cast<DefaultOpenAPIInterceptor*>(shared->interceptor().get()), nullptr);
   for (const auto& [status, succeeds] :
        {std::pair{199, false}, {200, true}, {299, true}, {300, false}, {-1, false}}) {
@@ -27,45 +32,18 @@ TEST(Configuration, SharedStartsWithWhatItsCommentSays) {
   }
 }
 
-TEST(Configuration, EachFieldIsReadWrittenAndUpdated) {
+// No two fields have the same type, so none can be taken for another.
+TEST(Configuration, AFieldIsReadWrittenAndUpdated) {
   const TestClient client({httpResponse(200)});
   Configuration& configuration = *client.configuration;
-  configuration.setBasePath("https://a.example");
-  configuration.updateBasePath([](std::string& path) { path += ":8443"; });
-  EXPECT_EQ(configuration.basePath(), "https://a.example:8443");
-
-  configuration.setCustomHeaders({{"A", "1"}});
-  configuration.updateCustomHeaders([](auto& headers) { headers["B"] = "2"; });
-  EXPECT_EQ(configuration.customHeaders(), (Configuration::Headers{{"A", "1"}, {"B", "2"}}));
-
   configuration.setCredential(URLCredential{"user", "a"});
   configuration.updateCredential([](auto& credential) { credential->password = "b"; });
   EXPECT_EQ(configuration.credential(), (URLCredential{"user", "b"}));
-
-  configuration.setSuccessfulStatusCodeRange({100, 200});
-  configuration.updateSuccessfulStatusCodeRange([](StatusCodeRange& range) { ++range.upperBound; });
-  EXPECT_EQ(configuration.successfulStatusCodeRange(), (StatusCodeRange{100, 201}));
-
-  const auto factory = std::make_shared<URLSessionRequestBuilderFactory>();
-  configuration.setRequestBuilderFactory(factory);
-  configuration.updateRequestBuilderFactory([&](const auto& held) { EXPECT_EQ(held, factory); });
-  EXPECT_EQ(configuration.requestBuilderFactory(), factory);
-
   RunLoop other, another;
   configuration.setApiResponseQueue(other);
   EXPECT_EQ(&configuration.apiResponseQueue(), &other);
   configuration.updateApiResponseQueue([&](MainQueue*& queue) { queue = &another; });
   EXPECT_EQ(&configuration.apiResponseQueue(), &another);
-
-  const auto helper = std::make_shared<CodableHelper>();
-  configuration.setCodableHelper(helper);
-  configuration.updateCodableHelper([&](const auto& held) { EXPECT_EQ(held, helper); });
-  EXPECT_EQ(configuration.codableHelper(), helper);
-
-  const auto interceptor = std::make_shared<DefaultOpenAPIInterceptor>();
-  configuration.setInterceptor(interceptor);
-  configuration.updateInterceptor([&](const auto& held) { EXPECT_EQ(held, interceptor); });
-  EXPECT_EQ(configuration.interceptor(), interceptor);
 }
 
 TEST(Configuration, AnUpdateMayUseTheConfigurationAgainAndLosesNoOther) {
@@ -166,49 +144,57 @@ TEST(DecodableRequestBuilderError, DescribesWhatItHolds) {
   EXPECT_EQ(Cases(Cases::JsonDecoding{json}).description(), json.description());
 }
 
-struct ChallengeRow {
-  std::string name;
-  int previousFailures;
-  bool builderHasOne, storageHasOne;
-  URLAuthenticationResponse::Disposition disposition;
-  std::optional<URLCredential> credential;
-};
-
-TEST(SessionDelegate, AnswersAChallengeOnceWithTheNearestCredential) {
-  using enum URLAuthenticationResponse::Disposition;
-  const URLCredential own{"builder", "a"}, kept{"storage", "b"};
-  const URLProtectionSpace space{.host = "host.example", .port = 443, .protocol = "https", .realm = "tills"};
-  const std::vector<ChallengeRow> rows{
-      {"own credential", 0, true, true, useCredential, own},
-      {"stored credential", 0, false, true, useCredential, kept},
-      {"no credential", 0, false, false, performDefaultHandling, std::nullopt},
-      {"second challenge", 1, true, true, rejectProtectionSpace, std::nullopt},
-      {"third challenge", 2, false, false, rejectProtectionSpace, std::nullopt},
+TEST(FaultsOfTheProgramDeathTest, EndTheProcessWithWhatToMend) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto dies = [](const auto& call, const std::string& words) {
+    EXPECT_EXIT(call(), testing::KilledBySignal(SIGABRT), words);
   };
-  const auto& shared = URLSessionRequestBuilderConfiguration::shared();
-  for (const ChallengeRow& row : rows) {
-    SCOPED_TRACE(row.name);
-    MemoryURLSession session(nullptr);
-    const auto task = session.dataTaskFromProtocol({}, nullptr);
-    if (row.builderHasOne) shared.credentialStore->setValue(task->taskIdentifier(), own);
-    const URLSessionConfiguration& configuration = shared.defaultURLSession->configuration();
-    const auto& storage = *configuration.credentialStorage;
-    URLCredentialStorage::shared()->setDefaultCredential(
-        row.storageHasOne ? std::optional(kept) : std::nullopt, space);
-    EXPECT_EQ(storage.defaultCredential(space).has_value(), row.storageHasOne);
-    const auto answer = shared.sessionDelegate->didReceiveChallenge(
-        configuration, *task, {.protectionSpace = space, .previousFailureCount = row.previousFailures});
-    EXPECT_EQ(answer.disposition, row.disposition);
-    EXPECT_EQ(answer.credential, row.credential);
-    shared.credentialStore->setValue(task->taskIdentifier(), std::nullopt);
+  const auto run = []<typename T>(const std::string& method, RequestBuilder::Headers headers = {},
+                                  std::optional<Data> data = Data()) {
+    TestClient client({httpResponse(200, std::move(data))});
+    (void)client.run(client.builder<T>(
+        {.method = method, .URLString = "https://host.example/a", .headers = std::move(headers)}));
+  };
+  const std::string start = "URLSessionImplementations: Fatal error: ";
+  for (const std::string method : {"get", ""}) {
+    dies([&] { run.operator()<Empty>(method); }, start + "Unsupported Http method - " + method + "\n");
   }
-  URLCredentialStorage::shared()->setDefaultCredential(std::nullopt, space);
-  const auto task = MemoryURLSession(nullptr).dataTaskFromProtocol({}, nullptr);
-  EXPECT_EQ(shared.sessionDelegate
-                ->didReceiveChallenge({.credentialStorage = nullptr}, *task, {.protectionSpace = space})
-                .disposition,
-            performDefaultHandling);
+  for (const std::string type : {"text/plain", "Application/json", ""}) {
+    dies([&] { run.operator()<Empty>("POST", {{"Content-Type", type}}); },
+         start + "Unsupported Media Type - " + type + "\n");
+  }
+  dies([&] { run.operator()<Opaque>("GET"); }, start + "Unsupported Response Body Type - .*Opaque\n");
+  dies([&] { run.operator()<Data>("GET", {}, std::nullopt); },
+       start + "No bytes for the response body type tilvanego::Data");
+  TestClient client({httpResponse(200)});
+  dies([&] { (void)client.run(RequestBuilderOf<URL>(client.builder<std::string>().pointer())); },
+       "Unsupported Response Body Type - tilvanego::URL");
+  const auto mixUpKinds = [&] {
+    client.configuration->setRequestBuilderFactory(
+        std::make_shared<
+            RequestBuilderFactoryWithSession<URLSessionRequestBuilder, URLSessionRequestBuilder>>(
+            client.session.session));
+    (void)client.run<std::string>();
+  };
+  dies(mixUpKinds, "Unsupported Response Body Type - std::.*basic_string");
+  const std::string empty = "TilvaneGo: execute was given an empty completion";
+  dies([&] { client.builder<Empty>().execute(RequestBuilderOf<Empty>::Completion()); }, empty);
+  dies([&] { client.builder<Empty>()->execute(RequestBuilder::Completion()); }, empty);
+  const auto deleted = []<typename Builder>(const Builder& builder) {
+    return !requires { builder.execute(nullptr); };
+  };
+  EXPECT_TRUE(deleted(client.builder<Empty>()) && deleted(*client.builder<Empty>().pointer()));
+  const auto constant = []() -> Task<int> { co_return 1; };
+  const auto awaitTwice = [&](bool moved) {
+    auto task = constant();
+    const auto taken = moved ? std::move(task) : constant();
+    if (!moved) (void)std::move(task).wait();
+    (void)std::move(task).wait();
+  };
+  for (const bool moved : {false, true})
+    dies([&] { awaitTwice(moved); }, "TilvaneGo: a Task is awaited once");
 }
 
 }  // namespace
-}  // namespace tilvanego::test
+}  // namespace test
+}  // namespace tilvanego

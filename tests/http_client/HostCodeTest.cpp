@@ -1,8 +1,6 @@
-#include <csignal>
 #include <thread>
 
 #include <tilvanego/http_client/SynchronizedDictionary.h>
-#include <tilvanego/platform/HostCode.h>
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/Test.h"
@@ -28,59 +26,58 @@ bool holdsIt(const Failure& failure) {
   }
 }
 
-/// A session of the host's, which throws at one step and else does what the one in memory does.
-class ThrowingSession final : public URLSessionProtocol {
- public:
-  ThrowingSession(std::shared_ptr<URLSessionProtocol> session, std::string step)
-      : session_(std::move(session)), step_(std::move(step)) {}
-
-  std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(const URLRequest& request,
-                                                                   DataTaskCompletion completion) override {
-    if (step_ == "task") throwIt();
-    return std::make_shared<ThrowingTask>(session_->dataTaskFromProtocol(request, std::move(completion)),
-                                          step_);
+/// Throws at one step of many.
+struct Throws {
+  std::string step;
+  void operator()(const std::string& here) const {
+    if (here == step) throwIt();
   }
+};
 
- private:
-  class ThrowingTask final : public URLSessionDataTaskProtocol {
-   public:
-    ThrowingTask(std::shared_ptr<URLSessionDataTaskProtocol> task, std::string step)
-        : task_(std::move(task)), step_(std::move(step)) {}
+/// A session of the host's, which throws at one step and else does what the one in memory does.
+struct ThrowingSession final : URLSessionProtocol {
+  struct ThrowingTask final : URLSessionDataTaskProtocol {
+    ThrowingTask(std::shared_ptr<URLSessionDataTaskProtocol> itsTask, Throws itsStep)
+        : task(std::move(itsTask)), at(std::move(itsStep)) {}
     void resume() override {
-      if (step_ == "resume") throwIt();
-      task_->resume();
-      if (step_ == "resumed") throwIt();
+      at("resume");
+      task->resume();
+      at("resumed");
     }
     [[nodiscard]] int taskIdentifier() const override {
-      if (step_ == "identifier") throwIt();
-      return task_->taskIdentifier();
+      at("identifier");
+      return task->taskIdentifier();
     }
-    [[nodiscard]] std::shared_ptr<Progress> progress() const override { return task_->progress(); }
+    [[nodiscard]] std::shared_ptr<Progress> progress() const override { return task->progress(); }
     void cancel() override {
-      task_->cancel();
-      if (step_ == "cancel") throwIt();
+      task->cancel();
+      at("cancel");
     }
-
-   private:
-    std::shared_ptr<URLSessionDataTaskProtocol> task_;
-    std::string step_;
+    std::shared_ptr<URLSessionDataTaskProtocol> task;
+    Throws at;
   };
 
-  std::shared_ptr<URLSessionProtocol> session_;
-  std::string step_;
+  ThrowingSession(std::shared_ptr<URLSessionProtocol> itsSession, Throws itsStep)
+      : session(std::move(itsSession)), at(std::move(itsStep)) {}
+  std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(const URLRequest& request,
+                                                                   DataTaskCompletion completion) override {
+    at("task");
+    return std::make_shared<ThrowingTask>(session->dataTaskFromProtocol(request, std::move(completion)), at);
+  }
+  std::shared_ptr<URLSessionProtocol> session;
+  Throws at;
 };
 
 /// A kind of the host's, which throws at one step.
-class ThrowingKind final : public URLSessionDecodableRequestBuilder {
- public:
-  ThrowingKind(Construction construction, std::shared_ptr<URLSessionProtocol> session, std::string step)
+struct ThrowingKind final : URLSessionDecodableRequestBuilder {
+  ThrowingKind(Construction construction, std::shared_ptr<URLSessionProtocol> itsSession, Throws itsStep)
       : URLSessionDecodableRequestBuilder(std::move(construction)),
-        session_(std::move(session)),
-        step_(std::move(step)) {}
+        session(std::move(itsSession)),
+        at(std::move(itsStep)) {}
 
   std::shared_ptr<URLSessionProtocol> createURLSession() override {
     at("session");
-    return std::make_shared<ThrowingSession>(session_, step_);
+    return std::make_shared<ThrowingSession>(session, at);
   }
   Headers buildHeaders() override {
     at("headers");
@@ -103,58 +100,8 @@ class ThrowingKind final : public URLSessionDecodableRequestBuilder {
     const Completion own = [completion](Result result) { completion(std::move(result)); };
     URLSessionDecodableRequestBuilder::retry(exchange, code, failure, own);
   }
-
- private:
-  void at(const std::string& step) const {
-    if (step == step_) throwIt();
-  }
-  std::shared_ptr<URLSessionProtocol> session_;
-  std::string step_;
-};
-
-/// One send with host code that throws at the step.
-struct Sending {
-  explicit Sending(const std::string& step, FakeResponse answer) : client({std::move(answer)}) {
-    const auto at = [step](const std::string& here) {
-      if (step == here) throwIt();
-    };
-    client.interceptor->onIntercept = [at](const URLRequest& request, const auto& completion) {
-      at("intercept");
-      completion(request);
-      at("intercepted");
-    };
-    client.interceptor->onRetry = [at](const auto& completion) {
-      at("retry");
-      completion(OpenAPIInterceptorRetry::dontRetry);
-      at("retried");
-    };
-    client.interceptor->onWillSend = [at](RequestBuilder&) { at("willSend"); };
-    client.interceptor->onReceive = [at](RequestBuilder&) { at("didReceive"); };
-    client.interceptor->onComplete = [at](RequestBuilder&) { at("didComplete"); };
-    const auto& type = bodyTypeOf<std::string>();
-    RequestBuilderArguments arguments{
-        .method = "GET", .URLString = "https://host.example/a", .apiConfiguration = client.configuration};
-    const RequestBuilderOf<std::string> builder(
-        RequestBuilder::make<ThrowingKind>(type, std::move(arguments), client.session.session, step));
-    builder->setOnProgressReady([at](const std::shared_ptr<Progress>& progress) {
-      at("progressReady");
-      progress->addObserver([at](const Progress&) { at("progress"); });
-      progress->update(1, 2);
-    });
-    testing::internal::CaptureStderr();
-    const auto result = client.run(builder);
-    lines = testing::internal::GetCapturedStderr();
-    code = result ? 0 : result.error().code();
-    isItsCause = !result && holdsIt(result.error().underlyingFailure());
-    completions = std::ranges::count_if(client.interceptor->events,
-                                        [](const auto& event) { return event.contains("completion"); });
-  }
-
-  TestClient client;
-  std::string lines;
-  int code = 0;
-  bool isItsCause = false;
-  std::ptrdiff_t completions = 0;
+  std::shared_ptr<URLSessionProtocol> session;
+  Throws at;
 };
 
 std::string droppedLine(const std::string& callback) {
@@ -197,11 +144,26 @@ TEST(HostCode, WhatItThrowsIsAFailureWhereItAnswersAndDroppedWhereItListens) {
   }};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.step);
-    const Sending sending(row.step, httpResponse(row.succeedsElse ? 200 : 500, Data("well")));
-    EXPECT_EQ(sending.code, row.code);
-    EXPECT_EQ(sending.isItsCause, row.isItsCause);
-    EXPECT_EQ(sending.completions, 1);
-    EXPECT_EQ(sending.lines, row.dropped.empty() ? "" : droppedLine(row.dropped));
+    TestClient client({httpResponse(row.succeedsElse ? 200 : 500, Data("well"))});
+    const Throws at{row.step};
+    RequestBuilderArguments arguments{
+        .method = "GET", .URLString = "https://host.example/a", .apiConfiguration = client.configuration};
+    const RequestBuilderOf<std::string> builder(RequestBuilder::make<ThrowingKind>(
+        bodyTypeOf<std::string>(), std::move(arguments), client.session.session, at));
+    client.callAtEachMoment(*builder.pointer(), at);
+    builder->setOnProgressReady([at](const std::shared_ptr<Progress>& progress) {
+      at("progressReady");
+      progress->addObserver([at](const Progress&) { at("progress"); });
+      progress->update(1, 2);
+    });
+    testing::internal::CaptureStderr();
+    const auto result = client.run(builder);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), row.dropped.empty() ? "" : droppedLine(row.dropped));
+    EXPECT_EQ(result ? 0 : result.error().code(), row.code);
+    EXPECT_EQ(!result && holdsIt(result.error().underlyingFailure()), row.isItsCause);
+    EXPECT_EQ(std::ranges::count_if(client.interceptor->events,
+                                    [](const auto& event) { return event.contains("completion"); }),
+              1);
   }
 }
 
@@ -241,19 +203,6 @@ TEST(HostCode, WhatACompletionThrowsLeavesByTheHostsOwnCall) {
   EXPECT_THROW(client.queue.runPending(), Thrown);
   EXPECT_EQ(client.queue.runPending(), 1U);
   EXPECT_EQ(completions, 4);
-}
-
-TEST(HostCodeDeathTest, OnTheLibrarysThreadTheEndOfTheProcessNamesTheCompletion) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const auto end = [] {
-    const detail::OwnThread marked;
-    TestClient client({httpResponse(200)});
-    client.builder<Empty>().execute([](const auto&) { throwIt(); });
-    client.session.session->deliver();
-  };
-  EXPECT_EXIT(
-      end(), testing::KilledBySignal(SIGABRT),
-      "TilvaneGo: the completion of RequestBuilder::execute threw .*Thrown on a thread of the library");
 }
 
 TEST(HostCode, AnAnswerInMemoryThatThrowsFailsItsTask) {
@@ -321,7 +270,7 @@ TEST(HostCode, EveryObserverAndActionRunsThoughOneThrows) {
   const StopCallback late(source.token(), throwing);
   EXPECT_EQ(calls, 9);
   TestClient client({httpResponse(200)});
-  ThrowingSession session(client.session.session, "cancel");
+  ThrowingSession session(client.session.session, {"cancel"});
   RequestTask task;
   task.set(session.dataTaskFromProtocol({}, [](auto...) {}));
   task.cancel();
@@ -342,47 +291,35 @@ TEST(HostCode, AWaitEndsWithItsTaskThoughABlockOfTheLoopThrows) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), droppedLine("a block of the main queue"));
 }
 
-/// Runs an action on another thread, and waits for it, when its last copy ends: a lock that is held meanwhile
-/// holds it up for ever.
-class AtItsEnd {
- public:
-  explicit AtItsEnd(std::function<void()> action)
-      : action_(new std::function<void()>(std::move(action)), [](std::function<void()>* last) {
-          std::thread(*last).join();
-          delete last;
-        }) {}
-
- private:
-  std::shared_ptr<std::function<void()>> action_;
-};
-
 TEST(HostCode, NothingOfTheHostsEndsUnderALock) {
   int ends = 0;
-  const auto holding = [&](std::function<void()> action) {
-    return AtItsEnd([&ends, action = std::move(action)] {
-      action();
+  // A lock that is held while it ends holds it up for ever: it uses, on another thread, what held it.
+  const auto holding = [&]<typename T>(T one, const std::function<void()>& use) {
+    return std::shared_ptr<T>(new T(std::move(one)), [&ends, use](T* last) {
+      std::thread(use).join();
       ++ends;
+      delete last;
     });
   };
 
   Progress progress;
   const auto useProgress = [&] { progress.update(progress.completedUnitCount() + 1, 100); };
-  const int observer = progress.addObserver([held = holding(useProgress)](const Progress&) {});
+  const int observer = progress.addObserver([held = holding(1, useProgress)](const Progress&) {});
   progress.removeObserver(observer);
-  progress.setCancellationHandler([held = holding(useProgress)] {});
+  progress.setCancellationHandler([held = holding(1, useProgress)] {});
   progress.setCancellationHandler({});
   EXPECT_EQ(ends, 2);
 
   const StopSource source;
   auto other = std::make_shared<StopCallback>(source.token(), [] {});
   const StopCallback last(source.token(), [held = std::exchange(other, nullptr)] {});
-  const StopCallback elsewhere(source.token(), [held = holding([&] { (void)source.stopRequested(); })] {});
+  const StopCallback elsewhere(source.token(), [held = holding(1, [&] { (void)source.stopRequested(); })] {});
   EXPECT_TRUE(source.requestStop());
   EXPECT_EQ(ends, 3);
 
-  SynchronizedDictionary<int, AtItsEnd> dictionary;
+  SynchronizedDictionary<int, std::shared_ptr<int>> dictionary;
   const auto useDictionary = [&] { (void)dictionary.value(1); };
-  for (int i = 0; i < 3; ++i) dictionary.setValue(1, holding(useDictionary));
+  for (int i = 0; i < 3; ++i) dictionary.setValue(1, holding(1, useDictionary));
   dictionary.setValue(1, std::nullopt);
   dictionary.setValue(1, std::nullopt);
   EXPECT_EQ(ends, 6);
@@ -390,30 +327,23 @@ TEST(HostCode, NothingOfTheHostsEndsUnderALock) {
   TestClient client({httpResponse(200)});
   const auto builder = client.builder<Empty>();
   const auto useBuilder = [&] { builder->addHeader("a", "b"); };
-  builder->setOnProgressReady([held = holding(useBuilder)](const auto&) {});
-  builder->setOnProgressReady([held = holding(useBuilder)](const auto&) {});
+  for (int i = 0; i < 2; ++i) {
+    builder->setOnProgressReady([held = holding(1, useBuilder)](const auto&) {});
+  }
   builder->updateOnProgressReady([](auto& ready) { ready = nullptr; });
   EXPECT_EQ(builder->onProgressReady(), nullptr);
   EXPECT_EQ(ends, 8);
 
-  struct HoldingInterceptor : DefaultOpenAPIInterceptor {
-    explicit HoldingInterceptor(AtItsEnd end) : held(std::move(end)) {}
-    AtItsEnd held;
-  };
   const auto useConfiguration = [&] { (void)client.configuration->basePath(); };
   for (int i = 0; i < 2; ++i) {
-    client.configuration->setInterceptor(std::make_shared<HoldingInterceptor>(holding(useConfiguration)));
+    client.configuration->setInterceptor(holding(DefaultOpenAPIInterceptor(), useConfiguration));
   }
   client.configuration->updateInterceptor([&](auto& one) { one = client.interceptor; });
   EXPECT_EQ(ends, 10);
 
-  struct HoldingFormatter : OpenISO8601DateFormatter {
-    explicit HoldingFormatter(AtItsEnd end) : held(std::move(end)) {}
-    AtItsEnd held;
-  };
   CodableHelper helper;
   const auto formatter = [&] {
-    return std::make_shared<HoldingFormatter>(holding([&] { (void)helper.jsonDecoder(); }));
+    return holding(OpenISO8601DateFormatter(), [&] { (void)helper.jsonDecoder(); });
   };
   helper.setDateFormatter(formatter());
   helper.updateDateFormatter([](auto& one) { one = nullptr; });
@@ -443,27 +373,17 @@ TEST(HostCode, ABuilderMayBeUsedAndLetGoInEveryHook) {
         }
         if (deed == "let go") builder.reset();
       };
-      (*builder)->setOnProgressReady([&](const auto&) { at("progressReady"); });
-      client.interceptor->onIntercept = [&](const URLRequest& request, const auto& completion) {
-        at("intercept");
-        completion(request);
-      };
-      client.interceptor->onRetry = [&](const auto& completion) {
-        at("retry");
-        completion(OpenAPIInterceptorRetry::dontRetry);
-      };
-      client.interceptor->onWillSend = [&](RequestBuilder&) { at("willSend"); };
-      client.interceptor->onReceive = [&](RequestBuilder&) { at("didReceive"); };
-      client.interceptor->onComplete = [&](RequestBuilder&) { at("didComplete"); };
+      const std::weak_ptr<RequestBuilder> watched = builder->pointer();
+      client.callAtEachMoment(**builder, at);
       ++sends;
       (*builder).execute([&](const auto& result) {
         count(result);
         at("completion");
       });
-      while (client.session.session->deliver() + client.queue.runPending() > 0) {
-      }
+      client.finish();
       EXPECT_TRUE(isDone);
       EXPECT_EQ(completions, sends);
+      EXPECT_EQ(watched.expired(), deed == "let go");
     }
   }
 }

@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "tests/http_client/TestClient.h"
-#include "tests/support/HTTPMessages.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/Test.h"
 
@@ -34,81 +33,65 @@ class FaultyEcho {
  public:
   ServerResponse operator()(const ReceivedRequest& request) {
     const auto path = request.path();
-    if (path.starts_with("/silent")) return silence();
+    if (path.starts_with("/silent")) return silence;
     const auto number = static_cast<std::uint32_t>(std::stoi(path.substr(path.rfind('/') + 1)));
     const std::string body = path + "|" + request.body;
-    switch (scatter(number, ++tries_[number]) % 24) {
-      case 0:
-        return resetBeforeHead();
-      case 1:
-        return resetInHead();
-      case 2:
-        return resetInBody();
-      case 3:
-        return closedBeforeHead();
-      case 4:
-        return closedInBody();
-      case 5:
-        return closedInChunks();
-      case 6:
-        return brokenChunkSize();
-      case 7:
-        return notHTTP();
-      case 8:
-        return response(503, "busy");
-      case 9:
-        return response(200, body).then(ServerResponse::Close{});
-      case 10:
-        return chunkedResponse(200, body, 7);
-      case 11:
-        return redirect(path);
-      case 12:
-        return response(401, "no challenge");
-      default:
-        return response(200, body);
-    }
+    const std::string chunk = headOf(200, {{"Transfer-Encoding", "chunked"}}) + "5\r\nhello\r\n20\r\nsho";
+    const std::vector<ServerResponse> ways{{"", End::reset},
+                                           {halfHead, End::reset},
+                                           {halfBody, End::reset},
+                                           {"", End::close},
+                                           {halfBody, End::close},
+                                           {chunk, End::close},
+                                           brokenChunkSize,
+                                           notHTTP,
+                                           response(503, "busy"),
+                                           response(200, body).then(End::close),
+                                           chunkedResponse(200, body, 7),
+                                           redirect(path),
+                                           response(401, "no challenge")};
+    const std::size_t way = scatter(number, ++tries_[number]) % 24;
+    return way < ways.size() ? ways[way] : response(200, body);
   }
 
  private:
   std::map<std::uint32_t, std::uint32_t> tries_;
 };
 
-// Lets about half of the failures be tried again, at once or from the queue; never what was cancelled.
-class StressInterceptor final : public DefaultOpenAPIInterceptor {
- public:
-  explicit StressInterceptor(RunLoop& queue) : queue_(queue) {}
-
+// Lets about half of the failures be tried again; never what was cancelled.
+struct StressInterceptor final : DefaultOpenAPIInterceptor {
   void retry(const URLRequest& /*request*/, const Session& /*session*/, const Builder& /*builder*/,
              const std::optional<Data>& /*data*/, const URLResponsePointer& /*response*/,
              const Failure& error, RetryCompletion completion) override {
     const auto* transport = error.as<TransportError>();
     const bool cancelled = transport != nullptr && transport->code == TransportError::Code::cancelled;
-    const auto chance = scatter(decisions_++, 1);
-    if (cancelled || chance % 2 == 0) return completion(OpenAPIInterceptorRetry::dontRetry);
+    if (cancelled || scatter(decisions++, 1) % 2 == 0) return completion(OpenAPIInterceptorRetry::dontRetry);
     ++retries;
-    if (chance % 3 == 0) return completion(OpenAPIInterceptorRetry::retry);
-    queue_.post([completion = std::move(completion)] { completion(OpenAPIInterceptorRetry::retry); });
+    completion(OpenAPIInterceptorRetry::retry);
   }
-
   std::atomic<int> retries = 0;
-
- private:
-  RunLoop& queue_;
-  std::atomic<std::uint32_t> decisions_ = 0;
+  std::atomic<std::uint32_t> decisions = 0;
 };
 
 class Stress {
  public:
+  Stress() {
+    client_.configuration->setRequestBuilderFactory(
+        std::make_shared<RequestBuilderFactoryWithSession<>>(session_));
+    client_.configuration->setInterceptor(interceptor_);
+    client_.configuration->setCredential(URLCredential{"till", "s3cret"});
+  }
+
   void run() {
-    for (int thread = 0; thread < threadCount; ++thread) windows_.emplace_back(windowSize);
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < threadCount; ++thread)
+    for (int thread = 0; thread < threadCount; ++thread) {
       threads.emplace_back([this, thread] { sendMany(thread); });
-    queue_.run();
+    }
+    client_.queue.run();
     for (auto& thread : threads) thread.join();
-    configuration_.reset();
+    client_.configuration.reset();
     session_.reset();
-    queue_.runPending();
+    client_.queue.runPending();
   }
 
   void check() {
@@ -126,11 +109,12 @@ class Stress {
   void sendMany(int thread) {
     std::mt19937 random(static_cast<unsigned>(thread));
     std::deque<std::shared_ptr<RequestTask>> toCancel;
-    auto& window = windows_[static_cast<std::size_t>(thread)];
+    // How many more requests may be in flight.
+    const auto window = std::make_shared<std::counting_semaphore<>>(windowSize);
     for (int index = 0; index < requestsOfThread; ++index) {
       const int number = thread * requestsOfThread + index;
       const bool silent = random() % 16 == 0;
-      window.acquire();
+      window->acquire();
       auto task = send(number, silent, random() % 3 == 0 ? random() % 20'000 : 0, window);
       if (silent || random() % 8 == 0) toCancel.push_back(std::move(task));
       // Sooner or later, and never so late that the window is full of what waits for it.
@@ -141,12 +125,12 @@ class Stress {
     }
     for (const auto& task : toCancel) task->cancel();
     // All of this thread's requests have ended when the window is free again.
-    for (int count = 0; count < windowSize; ++count) window.acquire();
-    if (--threadsRunning_ == 0) queue_.stop();
+    for (int count = 0; count < windowSize; ++count) window->acquire();
+    if (--threadsRunning_ == 0) client_.queue.stop();
   }
 
   std::shared_ptr<RequestTask> send(int number, bool silent, std::size_t bodySize,
-                                    std::counting_semaphore<>& window) {
+                                    const std::shared_ptr<std::counting_semaphore<>>& window) {
     const auto path = (silent ? "/silent/" : "/echo/") + std::to_string(number);
     const std::string body(bodySize, static_cast<char>('a' + number % 26));
     const auto request = makeRequestBuilder<std::string>(
@@ -154,11 +138,11 @@ class Stress {
          .URLString = server_.url(path),
          .parameters = body.empty() ? std::optional<Parameters>() : Parameters{{"body", Data(body)}},
          .headers = {{"Content-Type", "application/octet-stream"}},
-         .apiConfiguration = configuration_});
-    return request.execute([this, number, expected = path + "|" + body, &window](const auto& result) {
+         .apiConfiguration = client_.configuration});
+    return request.execute([this, number, expected = path + "|" + body, window](const auto& result) {
       ++completions_[static_cast<std::size_t>(number)];
       count(result, expected);
-      window.release();
+      window->release();
     });
   }
 
@@ -172,19 +156,12 @@ class Stress {
     ++(wasCancelled ? cancelled_ : failed_);
   }
 
-  RunLoop queue_;
+  TestClient client_{{}};
   LoopbackServer server_{FaultyEcho()};
-  std::shared_ptr<StressInterceptor> interceptor_ = std::make_shared<StressInterceptor>(queue_);
+  std::shared_ptr<StressInterceptor> interceptor_ = std::make_shared<StressInterceptor>();
   std::shared_ptr<URLSession> session_ =
       std::make_shared<URLSession>(URLSessionConfiguration{.proxy = "", .maximumConnectionsPerHost = 0},
                                    std::make_shared<SessionDelegate>());
-  std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration_ =
-      std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
-          "http://unused.invalid", OstrelTilvanePoiModelsAPIConfiguration::Headers(),
-          URLCredential{"till", "s3cret"}, std::make_shared<RequestBuilderFactoryWithSession<>>(session_),
-          queue_, std::make_shared<CodableHelper>(), StatusCodeRange(), interceptor_);
-  // How many more requests each thread may have in flight.
-  std::deque<std::counting_semaphore<>> windows_;
   std::array<std::atomic<int>, requestCount> completions_{};
   std::atomic<int> threadsRunning_ = threadCount;
   std::atomic<int> succeeded_ = 0;

@@ -135,13 +135,35 @@ struct TestClient {
       interceptor->note(outcome ? "completion again" : "completion");
       outcome = std::move(result);
     });
-    while (session.deliver() + queue.runPending() > 0) {
-    }
+    finish();
     return *std::move(outcome);
   }
   template <typename T>
   typename RequestBuilderOf<T>::Result run() {
     return run(builder<T>());
+  }
+  /// Delivers until nothing is under way.
+  void finish() {
+    while (session.deliver() + queue.runPending() > 0) {
+    }
+  }
+
+  /// Has `at` called with the name of each moment of the builder's sends, which aren't tried again.
+  void callAtEachMoment(RequestBuilder& builder, const std::function<void(const std::string&)>& at) {
+    builder.setOnProgressReady([at](const auto&) { at("progressReady"); });
+    interceptor->onIntercept = [at](const URLRequest& request, const auto& completion) {
+      at("intercept");
+      completion(request);
+      at("intercepted");
+    };
+    interceptor->onRetry = [at](const auto& completion) {
+      at("retry");
+      completion(OpenAPIInterceptorRetry::dontRetry);
+      at("retried");
+    };
+    interceptor->onWillSend = [at](RequestBuilder&) { at("willSend"); };
+    interceptor->onReceive = [at](RequestBuilder&) { at("didReceive"); };
+    interceptor->onComplete = [at](RequestBuilder&) { at("didComplete"); };
   }
 
   RunLoop queue;

@@ -1,14 +1,7 @@
 // What goes over the wire and comes back when nothing is wrong.
-#include <algorithm>
-#include <fstream>
 #include <mutex>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "tests/network/SessionTest.h"
-#include "tests/support/Authentication.h"
-#include "tests/support/HTTPMessages.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/NginxServer.h"
 
@@ -44,32 +37,12 @@ using SessionRedirects = SessionTest;
 
 }  // namespace
 
-TEST_F(SessionWithNginx, EveryStatusIsAnAnswer) {
-  for (const int status : NginxServer::statuses()) {
-    const auto outcome = send(get(nginx->url("/status/" + std::to_string(status))));
-    EXPECT_EQ(outcome.status(), status);
-    EXPECT_FALSE(outcome.error) << status;
-    EXPECT_TRUE(outcome.data) << status;
-  }
-}
-
-TEST_F(SessionWithNginx, ConnectionsAreKept) {
-  std::set<std::string> connections;
-  for (int count = 0; count < 20; ++count) {
-    connections.insert(send(get(nginx->url("/hello"))).header("X-Connection"));
-    EXPECT_EQ(send(post(nginx->url("/sink"), "body")).status(), 204);
-  }
-  EXPECT_EQ(connections.size(), 1U);
-}
-
 TEST_F(SessionWithNginx, TLSIsRefusedWithoutTheCertificateAndTakenWithIt) {
   EXPECT_EQ(send(get(nginx->secureURL("/hello"))).code(), Code::serverCertificateUntrusted);
   trust(nginx->certificate());
   EXPECT_EQ(send(get(nginx->secureURL("/hello"))).text(), "hello\n");
-  EXPECT_EQ(send(get(nginx->secureURL("/hello", "localhost"))).text(), "hello\n");
   // Known, but for another host.
-  trust(nginx->otherCertificate());
-  EXPECT_EQ(send(get(nginx->otherSecureURL("/hello"))).code(), Code::serverCertificateUntrusted);
+  EXPECT_EQ(send(get(nginx->secureURL("/hello", "localhost"))).code(), Code::serverCertificateUntrusted);
   trust(nginx->files() / "missing.pem");
   EXPECT_EQ(send(get(nginx->secureURL("/hello"))).code(), Code::secureConnectionFailed);
   // Plain HTTP where TLS is expected.
@@ -105,33 +78,6 @@ TEST_F(SessionWithNginx, LargeBodiesArriveWholeBothWays) {
   }
 }
 
-TEST_F(SessionWithNginx, CompressedBodiesArriveAsTheyWere) {
-  std::string text;
-  for (int line = 0; line < 20'000; ++line) text += "line " + std::to_string(line) + "\n";
-  std::ofstream(nginx->files() / "text") << text;
-  const auto outcome = send(get(nginx->url("/zipped/text")));
-  EXPECT_EQ(outcome.header("Content-Encoding"), "gzip");
-  EXPECT_TRUE(outcome.text() == text);
-}
-
-TEST_F(SessionWithNginx, HeadHasNoBody) {
-  URLRequest request = get(nginx->url("/hello"));
-  request.httpMethod = "HEAD";
-  const auto outcome = send(request);
-  EXPECT_EQ(outcome.status(), 200);
-  EXPECT_EQ(outcome.header("Content-Length"), "6");
-  EXPECT_EQ(outcome.text(), "");
-}
-
-TEST_F(SessionWithNginx, ALineBreakInAHeaderDoesNotReachHTTP2Either) {
-  trust(nginx->certificate());
-  URLRequest request = get(nginx->secureURL("/hello"));
-  request.headers.setValue("X-Seen", "fine");
-  EXPECT_EQ(send(request).header("X-Seen"), "fine");
-  request.headers.setValue("X-Seen", "one\r\nX-Evil: two");
-  EXPECT_EQ(send(request).code(), Code::invalidRequest);
-}
-
 TEST_F(SessionRequests, MethodPathHeadersAndBodyGoOutAsTheyStand) {
   const LoopbackServer server([](const ReceivedRequest&) { return response(200); });
   for (const auto* method : {"GET", "POST", "PUT", "PATCH", "DELETE", "OPTIONS", "TRACE"}) {
@@ -152,6 +98,7 @@ TEST_F(SessionRequests, MethodPathHeadersAndBodyGoOutAsTheyStand) {
     EXPECT_EQ(received.header("X-Till"), "7");
     EXPECT_EQ(received.header("Content-Type"), "text/odd");
     EXPECT_EQ(received.header("X-Empty"), "");
+    EXPECT_TRUE(received.header("Accept-Encoding").value().contains("gzip"));
     EXPECT_EQ(received.header("X-UTF8"),
               "Stra\xC3\x9F"
               "e");
@@ -179,7 +126,7 @@ TEST_F(SessionRequests, NothingOfAHeaderThatWouldSmuggleReachesTheWire) {
     request.headers.setValue(name, "value");
     EXPECT_EQ(send(request).code(), Code::invalidRequest) << name;
   }
-  EXPECT_EQ(server.receivedBytes(), "");
+  EXPECT_EQ(server.connectionCount(), 0U);
 }
 
 TEST_F(SessionRequests, RequestsCannotForgeTheirLength) {
@@ -190,25 +137,21 @@ TEST_F(SessionRequests, RequestsCannotForgeTheirLength) {
     EXPECT_EQ(send(request).status(), 200);
     const auto received = server.requests().back();
     EXPECT_EQ(received.body, "four");
-    EXPECT_EQ(std::ranges::count_if(received.headers,
-                                    [](const auto& field) {
-                                      return field.first == "Content-Length" ||
-                                             field.first == "content-length";
-                                    }),
-              1);
+    EXPECT_EQ(received.header("Content-Length"), "4");
+    EXPECT_EQ(received.header("Transfer-Encoding"), std::nullopt);
   }
   EXPECT_EQ(server.requests().size(), 3U);
 }
 
-TEST_F(SessionRequests, FieldsThatComeTwiceAreJoinedAndOddOnesDoNoHarm) {
-  const LoopbackServer server([](const ReceivedRequest&) {
-    return response(200, "x",
-                    {{"X-Twice", "one"}, {"x-twice", "two"}, {"X-Empty", ""}, {"X-Latin", "caf\xE9"}});
-  });
-  const auto outcome = send(get(server.url()));
-  EXPECT_EQ(outcome.header("X-Twice"), "one, two");
-  EXPECT_EQ(outcome.header("x-empty"), "");
-  EXPECT_EQ(outcome.header("X-Latin"), "caf\xC3\xA9");
+TEST_F(SessionRequests, EveryStatusIsAnAnswer) {
+  const LoopbackServer server(
+      [](const ReceivedRequest& request) { return response(std::stoi(request.path().substr(1))); });
+  for (int status = 200; status < 600; ++status) {
+    const auto outcome = send(get(server.url("/" + std::to_string(status))));
+    EXPECT_EQ(outcome.status(), status);
+    EXPECT_FALSE(outcome.error) << status;
+    EXPECT_TRUE(outcome.data) << status;
+  }
 }
 
 TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
@@ -296,7 +239,9 @@ TEST_F(SessionRedirects, LeadNeitherToAnotherProtocolNorSecretsToAnotherServer) 
   URLRequest request = get(server.url("/other"));
   request.headers = {{"Authorization", "Bearer s3cret"}, {"Cookie", "id=s3cret"}, {"X-Till", "7"}};
   EXPECT_EQ(send(request).text(), "other");
-  EXPECT_TRUE(server.receivedBytes().contains("Bearer s3cret"));
-  EXPECT_TRUE(other.receivedBytes().contains("X-Till: 7"));
-  EXPECT_FALSE(other.receivedBytes().contains("s3cret")) << other.receivedBytes();
+  EXPECT_EQ(server.requests().back().header("Authorization"), "Bearer s3cret");
+  const auto there = other.requests().back();
+  EXPECT_EQ(there.header("X-Till"), "7");
+  EXPECT_EQ(there.header("Authorization"), std::nullopt);
+  EXPECT_EQ(there.header("Cookie"), std::nullopt);
 }

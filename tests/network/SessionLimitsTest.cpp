@@ -1,15 +1,13 @@
 // What no server can go beyond: the size of an answer, the time of a request, and how often it is sent.
-#include <cstdint>
-#include <functional>
-#include <optional>
-#include <string>
-#include <utility>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+#include <sys/stat.h>
 
 #include "tests/network/SessionTest.h"
-#include "tests/support/HTTPMessages.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/NginxServer.h"
-#include "tests/support/RefusingHTTP2Server.h"
 
 using namespace tilvanego;
 using namespace tilvanego::test;
@@ -20,39 +18,31 @@ TEST_F(SessionLimits, ABodyIsAsLargeAsTheSessionOrTheRequestAllows) {
   const std::string limit(1000, 'x');
   const std::string more(1001, 'x');
   // Half a MB that become 100 MiB.
-  const auto bomb = [bytes = compressed(std::string(100 * 1024 * 1024, '\0'), gzipForm)] {
-    return response(200, bytes, {{"Content-Encoding", "gzip"}});
+  const auto bomb = response(200, compressed(std::string(100 * 1024 * 1024, '\0'), gzipForm),
+                             {{"Content-Encoding", "gzip"}});
+  const auto zipped = [](const std::string& body) {
+    return response(200, compressed(body, gzipForm), {{"Content-Encoding", "gzip"}});
   };
+  const std::string endless = headOf(200, {{"Content-Length", "99999999999"}});
   struct Case {
     const char* name;
-    std::function<ServerResponse()> response;
+    ServerResponse response;
     std::optional<std::uint64_t> ofRequest;
     std::optional<Code> code;
     const char* method = "GET";
   };
   const Case cases[] = {
-      {"to the byte", [&] { return response(200, limit); }, {}, {}},
-      {"announced", [&] { return response(200, more); }, {}, Code::bodyTooLarge},
-      {"announced alone",
-       [] {
-         return sent(headOf(200, {{"Content-Length", "99999999999"}}) + "x").then(ServerResponse::Hold{});
-       },
-       {},
-       Code::bodyTooLarge},
-      {"never announced", [&] { return chunkedResponse(200, more, 100); }, {}, Code::bodyTooLarge},
-      {"to the byte, compressed",
-       [&] { return response(200, compressed(limit, gzipForm), {{"Content-Encoding", "gzip"}}); },
-       {},
-       {}},
-      {"compressed",
-       [&] { return response(200, compressed(more, gzipForm), {{"Content-Encoding", "gzip"}}); },
-       {},
-       Code::bodyTooLarge},
-      {"of a redirect", [&] { return response(302, more, {{"Location", "/"}}); }, {}, Code::bodyTooLarge},
-      {"of an unanswered challenge", [&] { return response(401, more); }, {}, Code::bodyTooLarge},
-      {"never sent", [] { return sent(headOf(200, {{"Content-Length", "99999999999"}})); }, {}, {}, "HEAD"},
-      {"more by the request", [&] { return chunkedResponse(200, more, 100); }, 1001, {}},
-      {"less by the request", [&] { return chunkedResponse(200, limit, 100); }, 999, Code::bodyTooLarge},
+      {"to the byte", response(200, limit), {}, {}},
+      {"announced", response(200, more), {}, Code::bodyTooLarge},
+      {"announced alone", {endless + "x", End::silence}, {}, Code::bodyTooLarge},
+      {"never announced", chunkedResponse(200, more, 100), {}, Code::bodyTooLarge},
+      {"to the byte, compressed", zipped(limit), {}, {}},
+      {"compressed", zipped(more), {}, Code::bodyTooLarge},
+      {"of a redirect", response(302, more, {{"Location", "/"}}), {}, Code::bodyTooLarge},
+      {"of an unanswered challenge", response(401, more), {}, Code::bodyTooLarge},
+      {"never sent", {endless}, {}, {}, "HEAD"},
+      {"more by the request", chunkedResponse(200, more, 100), 1001, {}},
+      {"less by the request", chunkedResponse(200, limit, 100), 999, Code::bodyTooLarge},
       {"no limit by the request", bomb, 0, {}},
   };
   URLSessionConfiguration narrow;
@@ -60,7 +50,7 @@ TEST_F(SessionLimits, ABodyIsAsLargeAsTheSessionOrTheRequestAllows) {
   useSession(narrow);
   for (const auto& [name, response, ofRequest, code, method] : cases) {
     SCOPED_TRACE(name);
-    const LoopbackServer server([&](const ReceivedRequest&) { return response(); });
+    const LoopbackServer server([&](const ReceivedRequest&) { return response; });
     URLRequest request = get(server.url());
     request.httpMethod = method;
     request.maximumBodySize = ofRequest;
@@ -70,19 +60,19 @@ TEST_F(SessionLimits, ABodyIsAsLargeAsTheSessionOrTheRequestAllows) {
     EXPECT_NE(outcome.status(), 0);
   }
   useSession({});
-  const LoopbackServer server([&](const ReceivedRequest&) { return bomb(); });
+  const LoopbackServer server([&](const ReceivedRequest&) { return bomb; });
   EXPECT_EQ(send(get(server.url())).code(), Code::bodyTooLarge);
 }
 
 TEST_F(SessionLimits, AnAnswerThatNeverEndsEndsByTheSessionsTime) {
-  const std::string endless(50'000'000, 'x');
+  const ServerResponse endless{response(200, std::string(50'000'000, 'x')).bytes, End::nextRequest, true};
   URLSessionConfiguration hasty;
   hasty.maximumRequestTime = 0.3;
   useSession(hasty);
   const LoopbackServer server([&](const ReceivedRequest& request) {
-    if (request.path() == "/drip") return dripped(200, endless);
+    if (request.path() == "/drip") return endless;
     // Bytes keep coming until the whole answer is late.
-    return request.path() == "/silence" ? silence() : redirect("/drip");
+    return request.path() == "/silence" ? silence : redirect("/drip");
   });
   for (const auto* path : {"/drip", "/silence", "/redirect"}) {
     const auto outcome = send(get(server.url(path)));
@@ -91,18 +81,40 @@ TEST_F(SessionLimits, AnAnswerThatNeverEndsEndsByTheSessionsTime) {
   }
 }
 
+// Agrees to HTTP/2 and refuses every stream (REFUSED_STREAM). It says its port and each method to a pipe, and
+// ends with its input.
+constexpr const char* refusingServer = R"(node -e '
+  const fs = require("fs"), [key, cert] = process.argv.slice(1, 3).map(path => fs.readFileSync(path));
+  const heard = fs.openSync(process.argv[3], "w"), say = word => fs.writeSync(heard, word + "\n");
+  const server = require("http2").createSecureServer({key, cert});
+  server.on("stream", (stream, head) => { say(head[":method"]); stream.on("error", () => {}).close(7); });
+  server.listen(0, "127.0.0.1", () => say(server.address().port));
+  process.stdin.on("end", () => process.exit()).resume();' )";
+
 TEST_F(SessionLimits, AStreamThatIsRefusedIsSentOnceMoreIfItMayBe) {
   const NginxServer certificates;
+  const auto certificate = certificates.certificate().string();
+  const auto pipe = certificates.files().string() + "/heard";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  auto key = certificates.certificate();
+  const auto command =
+      refusingServer + key.replace_extension("key").string() + " " + certificate + " " + pipe;
+  FILE* const server = popen(command.c_str(), "w");
+  ASSERT_NE(server, nullptr);
+  std::ifstream heard(pipe);
+  std::string port;
+  heard >> port;
   URLSessionConfiguration configuration;
-  configuration.additionalCertificates = certificates.certificate();
-  for (const auto& [method, sends] : {std::pair{"GET", 2}, {"PUT", 2}, {"POST", 1}}) {
-    RefusingHTTP2Server server(certificates.certificate());
-    useSession(configuration);
-    URLRequest request = get(server.url());
+  configuration.additionalCertificates = certificate;
+  useSession(configuration);
+  for (const auto* method : {"GET", "PUT", "POST"}) {
+    URLRequest request = get("https://127.0.0.1:" + port + "/");
     request.httpMethod = method;
     const auto outcome = send(request);
     EXPECT_EQ(outcome.code(), Code::networkConnectionLost) << outcome.error->description();
-    EXPECT_EQ(server.refusals(), sends) << method;
-    endSession();
   }
+  pclose(server);
+  using Methods = std::istream_iterator<std::string>;
+  EXPECT_EQ(std::vector<std::string>(Methods(heard), {}),
+            (std::vector<std::string>{"GET", "GET", "PUT", "PUT", "POST"}));
 }

@@ -91,7 +91,7 @@ class Send {
 /// A test with a session, at the end of which each completion must have run once, on the session's thread.
 class SessionTest : public testing::Test {
  protected:
-  explicit SessionTest(URLSessionConfiguration configuration = {}) { useSession(std::move(configuration)); }
+  SessionTest() { useSession({}); }
 
   void useSession(URLSessionConfiguration configuration,
                   std::shared_ptr<URLSessionDelegate> delegate = nullptr) {

@@ -1,106 +1,71 @@
 #include "tests/support/Authentication.h"
 
 #include <array>
-#include <cctype>
+#include <iomanip>
+#include <map>
+#include <sstream>
 
 #include <openssl/evp.h>
-
-#include <tilvanego/values/Base64.h>
 
 namespace tilvanego::test {
 namespace {
 
 constexpr std::string_view nonce = "dcd98b7102dd2f0e8b11d0f600bfb0c093";
 
-std::string hexadecimalHash(std::string_view algorithm, std::string_view text) {
-  std::array<unsigned char, EVP_MAX_MD_SIZE> hash;
-  unsigned size = 0;
-  const auto* const digest = algorithm == "MD5" ? EVP_md5() : EVP_sha256();
-  EVP_Digest(text.data(), text.size(), hash.data(), &size, digest, nullptr);
-  std::string digits;
-  for (unsigned index = 0; index < size; ++index) {
-    digits += "0123456789abcdef"[hash[index] >> 4U];
-    digits += "0123456789abcdef"[hash[index] & 0xFU];
-  }
-  return digits;
+// Of the parts with colons between them.
+std::string hash(const char* algorithm, std::initializer_list<std::string_view> parts) {
+  std::string text;
+  for (const auto part : parts) text.append(text.empty() ? "" : ":").append(part);
+  std::array<unsigned char, EVP_MAX_MD_SIZE> bytes;
+  std::size_t size = 0;
+  EVP_Q_digest(nullptr, algorithm, nullptr, text.data(), text.size(), bytes.data(), &size);
+  std::ostringstream digits;
+  digits << std::hex << std::setfill('0');
+  for (std::size_t index = 0; index < size; ++index) digits << std::setw(2) << int{bytes[index]};
+  return digits.str();
 }
 
-// name=value or name="value", separated by commas.
-std::map<std::string, std::string> parametersOf(std::string_view text) {
-  std::map<std::string, std::string> parameters;
-  while (true) {
-    text.remove_prefix(std::min(text.find_first_not_of(" ,"), text.size()));
-    const auto equals = text.find('=');
-    if (equals == std::string_view::npos) return parameters;
-    const std::string name(text.substr(0, equals));
-    text.remove_prefix(equals + 1);
-    const bool quoted = text.starts_with('"');
-    if (quoted) text.remove_prefix(1);
-    const auto value = text.substr(0, text.find_first_of(quoted ? "\"" : ", "));
-    parameters[name] = value;
-    text.remove_prefix(std::min(value.size() + 1, text.size()));
+bool admitsDigest(const ReceivedRequest& request, const std::string& credentials, const char* algorithm,
+                  bool isProxy) {
+  std::map<std::string, std::string> said;
+  std::string_view rest = credentials;
+  for (std::size_t equals = 0; (equals = rest.find('=')) != std::string_view::npos;) {
+    auto name = rest.substr(0, equals);
+    name.remove_prefix(name.find_last_of(" ,") + 1);
+    const bool isQuoted = rest.substr(equals + 1).starts_with('"');
+    rest.remove_prefix(equals + (isQuoted ? 2 : 1));
+    const auto value = rest.substr(0, rest.find_first_of(isQuoted ? "\"" : ", "));
+    said.emplace(name, value);
+    rest.remove_prefix(value.size());
   }
-}
-
-std::string joined(std::initializer_list<std::string_view> parts) {
-  std::string all;
-  for (const auto part : parts) {
-    if (!all.empty()) all += ':';
-    all += part;
-  }
-  return all;
+  const auto secret = hash(algorithm, {"till", "shop", "s3cret pass"});
+  const auto asked = hash(algorithm, {request.method, said["uri"]});
+  return said["username"] == "till" && said["realm"] == "shop" && said["nonce"] == nonce &&
+         (said["uri"] == request.target || (isProxy && request.target.ends_with(said["uri"]))) &&
+         said["qop"] == "auth" && said["nc"].size() == 8 && !said["cnonce"].empty() &&
+         said["algorithm"] == algorithm &&
+         said["response"] == hash(algorithm, {secret, nonce, said["nc"], said["cnonce"], "auth", asked});
 }
 
 }  // namespace
 
-std::string digestResponse(std::string_view algorithm, std::string_view user, std::string_view realm,
-                           std::string_view password, std::string_view method,
-                           const std::map<std::string, std::string>& parameters) {
-  const auto value = [&](const char* name) -> std::string_view {
-    const auto found = parameters.find(name);
-    return found == parameters.end() ? std::string_view() : found->second;
+LoopbackServer::Handler guarded(Scheme scheme, bool isProxy) {
+  return [=](const ReceivedRequest& request) {
+    const char* const algorithm = scheme == Scheme::digestMD5 ? "MD5" : "SHA-256";
+    const auto credentials = request.header(isProxy ? "Proxy-Authorization" : "Authorization").value_or("");
+    if (scheme == Scheme::basic
+            ? credentials == "Basic dGlsbDpzM2NyZXQgcGFzcw=="
+            : credentials.starts_with("Digest ") && admitsDigest(request, credentials, algorithm, isProxy)) {
+      return response(200, request.method + " " + request.body);
+    }
+    std::ostringstream challenge;
+    challenge << (scheme == Scheme::basic ? "Basic" : "Digest") << R"( realm="shop")";
+    if (scheme != Scheme::basic) {
+      challenge << R"(, qop="auth", algorithm=)" << algorithm << R"(, nonce=")" << nonce << '"';
+    }
+    return response(isProxy ? 407 : 401, "who is it?",
+                    {{isProxy ? "Proxy-Authenticate" : "WWW-Authenticate", challenge.str()}});
   };
-  const auto secret = hexadecimalHash(algorithm, joined({user, realm, password}));
-  const auto request = hexadecimalHash(algorithm, joined({method, value("uri")}));
-  return hexadecimalHash(
-      algorithm, joined({secret, value("nonce"), value("nc"), value("cnonce"), value("qop"), request}));
-}
-
-bool Authenticator::admits(const ReceivedRequest& request) const {
-  const auto field = request.header(isProxy_ ? "Proxy-Authorization" : "Authorization");
-  if (!field) return false;
-  const std::string_view prefix = scheme_ == Scheme::basic ? "Basic " : "Digest ";
-  if (!field->starts_with(prefix)) return false;
-  const auto credentials = std::string_view(*field).substr(prefix.size());
-  return scheme_ == Scheme::basic ? admitsBasic(credentials) : admitsDigest(request, credentials);
-}
-
-bool Authenticator::admitsBasic(std::string_view credentials) const {
-  const auto expected = joined({user, password});
-  return credentials ==
-         base64Encode({reinterpret_cast<const unsigned char*>(expected.data()), expected.size()});
-}
-
-bool Authenticator::admitsDigest(const ReceivedRequest& request, std::string_view credentials) const {
-  const auto algorithm = scheme_ == Scheme::digestMD5 ? "MD5" : "SHA-256";
-  auto parameters = parametersOf(credentials);
-  return parameters["username"] == user && parameters["realm"] == realm && parameters["nonce"] == nonce &&
-         (parameters["uri"] == request.target || (isProxy_ && request.target.ends_with(parameters["uri"]))) &&
-         parameters["qop"] == "auth" && parameters["nc"].size() == 8 && !parameters["cnonce"].empty() &&
-         parameters["algorithm"] == algorithm &&
-         parameters["response"] ==
-             digestResponse(algorithm, user, realm, password, request.method, parameters);
-}
-
-ServerResponse Authenticator::challenge() const {
-  std::string value =
-      scheme_ == Scheme::basic ? "Basic realm=\"shop\"" : "Digest realm=\"shop\", qop=\"auth\"";
-  if (scheme_ != Scheme::basic) {
-    value.append(", algorithm=").append(scheme_ == Scheme::digestMD5 ? "MD5" : "SHA-256");
-    value.append(", nonce=\"").append(nonce).append("\"");
-  }
-  return response(isProxy_ ? 407 : 401, "who is it?",
-                  {{isProxy_ ? "Proxy-Authenticate" : "WWW-Authenticate", std::move(value)}});
 }
 
 }  // namespace tilvanego::test

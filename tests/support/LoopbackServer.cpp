@@ -2,271 +2,214 @@
 
 #include <algorithm>
 #include <array>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
-#include <optional>
-#include <thread>
-#include <utility>
-#include <variant>
+#include <chrono>
+#include <sstream>
 
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <zlib.h>
 
-#include "tests/support/LoopbackSocket.h"
+#include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::test {
 namespace {
 
-struct Connection {
-  Connection(FileDescriptor descriptor, std::size_t itsNumber)
-      : socket(std::move(descriptor)), number(itsNumber) {}
+constexpr std::string_view headEnd = "\r\n\r\n";
 
-  FileDescriptor socket;
-  std::size_t number;
-  RequestReader reader;
-  std::size_t requestCount = 0;
-  std::deque<ServerResponse::Step> steps;
-  // How much of the step in front is sent, if that is a Send.
-  std::size_t sent = 0;
-  bool holds = false;
-  // The rest of what comes isn't looked at.
-  bool deaf = false;
+std::optional<std::string> valueIn(const HeaderFields& headers, std::string_view name) {
+  for (const auto& [key, value] : headers) {
+    if (detail::equalIgnoringASCIICase(key, name)) return value;
+  }
+  return std::nullopt;
+}
 
-  [[nodiscard]] bool hasToSend() const { return !steps.empty() && !holds; }
-  void take(ServerResponse response) { std::ranges::move(response.steps, std::back_inserter(steps)); }
-};
-
-// What both threads see.
-struct Record {
-  std::vector<ReceivedRequest> requests;
-  std::vector<std::string> bytes;
-  std::size_t holds = 0;
-  std::size_t hangUps = 0;
-  bool stopped = false;
-  bool released = false;
-};
+ReceivedRequest requestOf(const std::string& head) {
+  ReceivedRequest request;
+  std::istringstream lines(head);
+  std::string line;
+  lines >> request.method >> request.target;
+  std::getline(lines, line);
+  while (std::getline(lines, line, '\r') && lines.ignore()) {
+    const auto colon = std::min(line.find(':'), line.size());
+    const auto value = std::min(line.find_first_not_of(" \t", colon + 1), line.size());
+    request.headers.emplace_back(line.substr(0, colon), line.substr(value));
+  }
+  return request;
+}
 
 }  // namespace
 
-class LoopbackServer::Loop {
- public:
-  Loop(Handler handler, HeadHandler headHandler)
-      : handler_(std::move(handler)),
-        headHandler_(std::move(headHandler)),
-        listener_(loopbackListener(SOMAXCONN)),
-        port(portOf(listener_)),
-        wake_(checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
-        thread_([this] { run(); }) {}
+std::optional<std::string> ReceivedRequest::header(std::string_view name) const {
+  return valueIn(headers, name);
+}
 
-  ~Loop() {
-    change([](Record& record) { record.stopped = true; });
-    thread_.join();
+std::string headOf(int status, const HeaderFields& headers) {
+  std::string head = "HTTP/1.1 " + std::to_string(status) + " Told\r\n";
+  for (const auto& [name, value] : headers) head.append(name).append(": ").append(value).append("\r\n");
+  return head.append("\r\n");
+}
+
+ServerResponse response(int status, std::string_view body, HeaderFields headers) {
+  if (!valueIn(headers, "Content-Length"))
+    headers.emplace_back("Content-Length", std::to_string(body.size()));
+  return {headOf(status, headers).append(body)};
+}
+
+ServerResponse chunkedResponse(int status, std::string_view body, std::size_t chunkSize,
+                               HeaderFields headers) {
+  headers.emplace_back("Transfer-Encoding", "chunked");
+  std::ostringstream bytes;
+  bytes << headOf(status, headers) << std::hex;
+  for (; !body.empty(); body.remove_prefix(std::min(chunkSize, body.size()))) {
+    const auto chunk = body.substr(0, chunkSize);
+    bytes << chunk.size() << "\r\n" << chunk << "\r\n";
   }
+  return {bytes.str() + "0\r\n\r\n"};
+}
 
-  template <typename Read>
-  auto read(Read read) const {
-    const std::scoped_lock lock(mutex_);
-    return read(record_);
-  }
+ServerResponse redirect(std::string_view location, int status) {
+  return response(status, {}, {{"Location", std::string(location)}});
+}
 
-  template <typename Condition>
-  void wait(Condition condition) const {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return condition(record_); });
-  }
+std::string compressed(std::string_view plain, int form) {
+  z_stream stream{};
+  deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, form, 9, Z_DEFAULT_STRATEGY);
+  std::string result(deflateBound(&stream, plain.size()), '\0');
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(plain.data()));
+  stream.avail_in = static_cast<uInt>(plain.size());
+  stream.next_out = reinterpret_cast<Bytef*>(result.data());
+  stream.avail_out = static_cast<uInt>(result.size());
+  deflate(&stream, Z_FINISH);
+  result.resize(stream.total_out);
+  deflateEnd(&stream);
+  return result;
+}
 
-  // From the test's threads: changes the record and has the server's thread look at it.
-  template <typename Change>
-  void change(Change change) {
-    note(change);
-    (void)eventfd_write(wake_.get(), 1);
-  }
+struct LoopbackServer::Connection {
+  FileDescriptor socket;
+  std::string rest;
+  std::size_t requestCount = 0;
 
- private:
-  template <typename Change>
-  void note(Change change) {
-    const std::scoped_lock lock(mutex_);
-    change(record_);
-    changed_.notify_all();
-  }
-
-  void run() {
-    while (!obeyTest()) {
-      std::vector<pollfd> waited{{wake_.get(), POLLIN, 0}, {listener_.get(), POLLIN, 0}};
-      for (const auto& connection : connections_) {
-        const int events = POLLIN | (connection.hasToSend() ? POLLOUT : 0);
-        waited.push_back({connection.socket.get(), static_cast<short>(events), 0});
-      }
-      if (poll(waited.data(), waited.size(), -1) < 0) continue;
-      serve(waited);
-      std::erase_if(connections_, [](const Connection& connection) { return !connection.socket; });
-      if (waited[1].revents != 0) accept();
+  bool send(std::string_view bytes, std::size_t pieceSize = SIZE_MAX) const {
+    while (!bytes.empty()) {
+      const auto count = ::send(socket.get(), bytes.data(), std::min(pieceSize, bytes.size()), MSG_NOSIGNAL);
+      if (count < 0) return false;
+      bytes.remove_prefix(static_cast<std::size_t>(count));
     }
-  }
-
-  // True to stop.
-  bool obeyTest() {
-    eventfd_t ignored = 0;
-    (void)eventfd_read(wake_.get(), &ignored);
-    const std::scoped_lock lock(mutex_);
-    if (std::exchange(record_.released, false)) {
-      for (auto& connection : connections_) {
-        if (std::exchange(connection.holds, false)) connection.steps.pop_front();
-      }
-    }
-    return record_.stopped;
-  }
-
-  void accept() {
-    while (FileDescriptor socket{accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC)}) {
-      sendWithoutDelay(socket);
-      connections_.emplace_back(std::move(socket), accepted_++);
-      note([](Record& record) { record.bytes.emplace_back(); });
-    }
-  }
-
-  void serve(const std::vector<pollfd>& waited) {
-    for (std::size_t index = 0; index < connections_.size(); ++index) {
-      auto& connection = connections_[index];
-      const int events = waited[index + 2].revents;
-      if ((events & (POLLIN | POLLHUP | POLLERR)) != 0) receive(connection);
-      if (connection.socket && connection.hasToSend()) step(connection);
-    }
-  }
-
-  void receive(Connection& connection) {
-    std::array<char, 65536> buffer;
-    const auto count = recv(connection.socket.get(), buffer.data(), buffer.size(), 0);
-    if (count < 0 && errno == EAGAIN) return;
-    if (count <= 0) {
-      connection.socket = {};
-      note([](Record& record) { ++record.hangUps; });
-      return;
-    }
-    const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
-    note([&](Record& record) { record.bytes[connection.number] += bytes; });
-    if (connection.deaf) return;
-    connection.reader.append(bytes);
-    respondToHead(connection);
-    while (auto request = connection.deaf ? std::nullopt : connection.reader.takeRequest()) {
-      request->connection = connection.number;
-      request->numberOnConnection = connection.requestCount++;
-      note([&](Record& record) { record.requests.push_back(*request); });
-      connection.take(handler_(*request));
-      respondToHead(connection);
-    }
-    if (connection.reader.isBroken() && !std::exchange(connection.deaf, true)) {
-      connection.take(response(400, "no HTTP request").then(ServerResponse::Close{}));
-    }
-  }
-
-  void respondToHead(Connection& connection) {
-    const auto head = connection.reader.takeHead();
-    if (!head) return;
-    auto early = headHandler_ ? headHandler_(*head) : std::nullopt;
-    if (early) {
-      connection.take(*std::move(early));
-      connection.deaf = true;
-    } else if (head->header("Expect")) {
-      connection.take(ServerResponse{{ServerResponse::Send{"HTTP/1.1 100 Continue\r\n\r\n"}}});
-    }
-  }
-
-  // Goes on as far as it can without waiting; a piece of a Send ends a turn.
-  void step(Connection& connection) {
-    while (connection.hasToSend()) {
-      const auto& next = connection.steps.front();
-      if (const auto* send = std::get_if<ServerResponse::Send>(&next)) {
-        if (!sendSome(connection, *send)) return;
-      } else if (std::holds_alternative<ServerResponse::Hold>(next)) {
-        connection.holds = true;
-        note([](Record& record) { ++record.holds; });
-        return;
-      } else {
-        if (std::holds_alternative<ServerResponse::Reset>(next)) closeWithReset(connection.socket);
-        connection.socket = {};
-        return;
-      }
-      connection.steps.pop_front();
-    }
-  }
-
-  // True when all is sent.
-  static bool sendSome(Connection& connection, const ServerResponse::Send& send) {
-    auto rest = std::string_view(send.bytes).substr(connection.sent);
-    if (send.pieceSize != 0) rest = rest.substr(0, send.pieceSize);
-    const auto count = ::send(connection.socket.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
-    // Whoever hung up is noticed when its connection is read.
-    if (count > 0) connection.sent += static_cast<std::size_t>(count);
-    if (connection.sent < send.bytes.size()) return false;
-    connection.sent = 0;
     return true;
   }
-
-  const Handler handler_;
-  const HeadHandler headHandler_;
-  const FileDescriptor listener_;
-
- public:
-  const std::uint16_t port;
-
- private:
-  const FileDescriptor wake_;
-  // The server's thread alone.
-  std::vector<Connection> connections_;
-  std::size_t accepted_ = 0;
-
-  mutable std::mutex mutex_;
-  mutable std::condition_variable changed_;
-  Record record_;
-
-  std::thread thread_;
 };
 
-LoopbackServer::LoopbackServer(Handler handler, HeadHandler headHandler)
-    : loop_(std::make_unique<Loop>(std::move(handler), std::move(headHandler))) {}
-LoopbackServer::~LoopbackServer() = default;
+LoopbackServer::LoopbackServer(Handler handler, Waits waits)
+    : handler_(std::move(handler)), waits_(waits), acceptor_([this] { accept(); }) {}
 
-std::uint16_t LoopbackServer::port() const { return loop_->port; }
+LoopbackServer::~LoopbackServer() {
+  shutdown(listener_.get(), SHUT_RDWR);
+  acceptor_.join();
+  note([this] {
+    for (const int socket : open_) shutdown(socket, SHUT_RDWR);
+  });
+}
+
+template <typename Change>
+void LoopbackServer::note(Change change) {
+  const std::scoped_lock lock(mutex_);
+  change();
+  changed_.notify_all();
+}
+
+void LoopbackServer::accept() {
+  while (FileDescriptor socket{accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)}) {
+    std::erase_if(served_, [](const auto& one) {
+      return one.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
+    const int on = 1;
+    setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    note([&] {
+      ++counts_.connections;
+      open_.insert(socket.get());
+    });
+    served_.push_back(
+        std::async(std::launch::async, [this, connection = Connection{std::move(socket), {}, 0}]() mutable {
+          serve(connection);
+          note([&] {
+            open_.erase(connection.socket.get());
+            connection.socket = {};
+          });
+        }));
+  }
+}
+
+void LoopbackServer::serve(Connection& connection) {
+  while (auto request = nextRequest(connection)) {
+    request->numberOnConnection = connection.requestCount++;
+    note([&] {
+      ++counts_.requests;
+      requests_.push_back(*request);
+    });
+    const auto [bytes, end, drips] = handled(*request);
+    if (!connection.send(bytes, drips ? 1 : bytes.size()) || end == End::close) return;
+    if (end == End::reset) {
+      const linger reset{.l_onoff = 1, .l_linger = 0};
+      setsockopt(connection.socket.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+      return;
+    }
+    if (end == End::silence) note([&] { ++counts_.silences; });
+    if (end == End::nextRequest && waits_ == Waits::forBody) continue;
+    while (receive(connection)) {
+    }
+    note([&] { ++counts_.hangUps; });
+    return;
+  }
+}
+
+ServerResponse LoopbackServer::handled(const ReceivedRequest& request) {
+  const std::scoped_lock oneAtATime(handling_);
+  return handler_(request);
+}
+
+std::optional<ReceivedRequest> LoopbackServer::nextRequest(Connection& connection) {
+  std::size_t end = 0;
+  while ((end = connection.rest.find(headEnd)) == std::string::npos) {
+    if (!receive(connection)) return std::nullopt;
+  }
+  auto request = requestOf(connection.rest.substr(0, end + 2));
+  connection.rest.erase(0, end + headEnd.size());
+  if (waits_ == Waits::forHead) return request;
+  if (request.header("Expect")) connection.send("HTTP/1.1 100 Continue\r\n\r\n");
+  const auto size = std::stoul(request.header("Content-Length").value_or("0"));
+  while (connection.rest.size() < size) {
+    if (!receive(connection)) return std::nullopt;
+  }
+  request.body = connection.rest.substr(0, size);
+  connection.rest.erase(0, size);
+  return request;
+}
+
+// False when the client has hung up.
+bool LoopbackServer::receive(Connection& connection) {
+  std::array<char, 65536> buffer;
+  const auto count = recv(connection.socket.get(), buffer.data(), buffer.size(), 0);
+  if (count <= 0) return false;
+  connection.rest.append(buffer.data(), static_cast<std::size_t>(count));
+  return true;
+}
 
 std::string LoopbackServer::url(std::string_view path) const {
   return "http://127.0.0.1:" + std::to_string(port()) + std::string(path);
 }
 
 std::vector<ReceivedRequest> LoopbackServer::requests() const {
-  return loop_->read([](const Record& record) { return record.requests; });
+  const std::scoped_lock lock(mutex_);
+  return requests_;
 }
-
-std::string LoopbackServer::receivedBytes() const {
-  return loop_->read([](const Record& record) {
-    std::string all;
-    for (const auto& bytes : record.bytes) all += bytes;
-    return all;
-  });
-}
-
 std::size_t LoopbackServer::connectionCount() const {
-  return loop_->read([](const Record& record) { return record.bytes.size(); });
+  const std::scoped_lock lock(mutex_);
+  return counts_.connections;
 }
-
-void LoopbackServer::waitForConnections(std::size_t count) const {
-  loop_->wait([&](const Record& record) { return record.bytes.size() >= count; });
-}
-void LoopbackServer::waitForRequests(std::size_t count) const {
-  loop_->wait([&](const Record& record) { return record.requests.size() >= count; });
-}
-void LoopbackServer::waitForHolds(std::size_t count) const {
-  loop_->wait([&](const Record& record) { return record.holds >= count; });
-}
-void LoopbackServer::waitForHangUps(std::size_t count) const {
-  loop_->wait([&](const Record& record) { return record.hangUps >= count; });
-}
-
-void LoopbackServer::release() {
-  loop_->change([](Record& record) { record.released = true; });
+void LoopbackServer::waitFor(std::size_t Counts::* what, std::size_t count) const {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return counts_.*what >= count; });
 }
 
 }  // namespace tilvanego::test

@@ -5,7 +5,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 namespace tilvanego::test {
@@ -19,74 +18,54 @@ sockaddr_in loopbackAddress(std::uint16_t port) {
   return address;
 }
 
-FileDescriptor streamSocket() {
-  return checked(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0), "socket");
+void check(int result, const char* call) {
+  if (result < 0) throw std::system_error(errno, std::generic_category(), call);
 }
 
-FileDescriptor boundSocket(bool shared = false) {
+FileDescriptor streamSocket(int more = 0) {
+  FileDescriptor made(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | more, 0));
+  check(made.get(), "socket");
+  return made;
+}
+
+FileDescriptor boundSocket(int shared) {
   auto result = streamSocket();
-  const int reuse = shared ? 1 : 0;
-  setsockopt(result.get(), SOL_SOCKET, SO_REUSEPORT, &reuse, sizeof reuse);
+  setsockopt(result.get(), SOL_SOCKET, SO_REUSEPORT, &shared, sizeof shared);
   const auto address = loopbackAddress(0);
-  if (bind(result.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    throw std::system_error(errno, std::generic_category(), "bind");
-  }
+  check(bind(result.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind");
   return result;
 }
 
-// 0, or why the connection isn't established; it may yet be if that is EINPROGRESS.
-int connectTo(const FileDescriptor& socket, std::uint16_t port) {
+bool connects(const FileDescriptor& socket, std::uint16_t port) {
   const auto address = loopbackAddress(port);
-  return connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
+  return connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
 }  // namespace
 
-FileDescriptor checked(int descriptor, const char* call) {
-  if (descriptor < 0) throw std::system_error(errno, std::generic_category(), call);
-  return FileDescriptor(descriptor);
-}
+FileDescriptor heldPort() { return boundSocket(1); }
 
 FileDescriptor loopbackListener(int backlog) {
-  auto listener = boundSocket();
-  if (listen(listener.get(), backlog) != 0) throw std::system_error(errno, std::generic_category(), "listen");
+  auto listener = boundSocket(0);
+  check(listen(listener.get(), backlog), "listen");
   return listener;
 }
-
-FileDescriptor sharedPort() { return boundSocket(true); }
 
 std::uint16_t portOf(const FileDescriptor& socket) {
   sockaddr_in address{};
   socklen_t size = sizeof address;
-  if (getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    throw std::system_error(errno, std::generic_category(), "getsockname");
-  }
+  check(getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &size), "getsockname");
   return ntohs(address.sin_port);
 }
 
-void sendWithoutDelay(const FileDescriptor& socket) {
-  const int on = 1;
-  setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-}
-
-void closeWithReset(const FileDescriptor& socket) {
-  const linger reset{.l_onoff = 1, .l_linger = 0};
-  setsockopt(socket.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
-}
-
-bool isListening(std::uint16_t port) {
-  // A blocking connect to loopback is answered at once, one way or the other.
-  const auto socket = checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
-  return connectTo(socket, port) == 0;
-}
-
-RefusingPort::RefusingPort() : socket_(boundSocket()) {}
+// A connection to loopback that waits is established or refused at once.
+bool isListening(std::uint16_t port) { return connects(streamSocket(), port); }
 
 StuckPort::StuckPort() : listener_(loopbackListener(0)) {
   // A backlog of 0 has room for one connection; the system may allow for a few more.
   for (int count = 0; count < 8; ++count) {
-    waiting_.push_back(streamSocket());
-    (void)connectTo(waiting_.back(), port());
+    waiting_.push_back(streamSocket(SOCK_NONBLOCK));
+    (void)connects(waiting_.back(), port());
   }
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <charconv>
 #include <fstream>
 #include <iterator>
 
@@ -17,8 +16,7 @@ class VectorValue {
   enum class Kind { null, boolean, number, text, array, object };
 
   Kind kind = Kind::null;
-  bool truth = false;
-  /// A text's content in UTF-8, or a number's literal as it stands in the file.
+  /// A text's content in UTF-8, or the literal of a number or a boolean as it stands in the file.
   std::string content;
   /// An array's elements, or an object's values in the file's order.
   std::vector<VectorValue> elements;
@@ -26,32 +24,22 @@ class VectorValue {
   std::vector<std::string> names;
 
   bool isNull() const { return kind == Kind::null; }
-  bool boolean() const { return expect(Kind::boolean).truth; }
+  bool boolean() const { return expect(Kind::boolean).content == "true"; }
   const std::string& text() const { return expect(Kind::text).content; }
   /// A number's literal, for what a double can't hold.
   const std::string& literal() const { return expect(Kind::number).content; }
+  double number() const { return std::stod(literal()); }
+  std::int64_t integer() const { return std::stoll(literal()); }
   const std::vector<VectorValue>& array() const { return expect(Kind::array).elements; }
-
   /// The text, or nothing for null.
   std::optional<std::string> optionalText() const {
     return isNull() ? std::nullopt : std::optional<std::string>(text());
   }
-  double number() const { return std::stod(literal()); }
-  std::int64_t integer() const {
-    std::int64_t value = 0;
-    const std::string& digits = literal();
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (error != std::errc{} || end != digits.data() + digits.size()) {
-      throw std::runtime_error("not an integer: " + digits);
-    }
-    return value;
-  }
 
-  bool has(std::string_view name) const { return find(name) != nullptr; }
   const VectorValue& operator[](std::string_view name) const {
-    const VectorValue* value = find(name);
-    if (value == nullptr) throw std::runtime_error("no field " + std::string(name));
-    return *value;
+    const auto found = std::ranges::find(expect(Kind::object).names, name);
+    if (found == names.end()) throw std::runtime_error("no field " + std::string(name));
+    return elements[static_cast<std::size_t>(found - names.begin())];
   }
   const VectorValue& operator[](std::size_t index) const { return array().at(index); }
 
@@ -60,158 +48,105 @@ class VectorValue {
     if (kind != wanted) throw std::runtime_error("value of another kind; content: " + content);
     return *this;
   }
-  const VectorValue* find(std::string_view name) const {
-    const auto found = std::ranges::find(expect(Kind::object).names, name);
-    return found == names.end() ? nullptr : &elements[static_cast<std::size_t>(found - names.begin())];
-  }
 };
 
 /// Strict enough for files that we write ourselves; recursion follows the file's nesting.
 class VectorReader {
  public:
-  explicit VectorReader(std::string_view text) : text_(text) {}
+  explicit VectorReader(std::string_view text) : rest_(text) {}
 
   VectorValue document() {
     VectorValue value = readValue();
-    skipBlanks();
-    if (at_ != text_.size()) fail("text after the document");
+    if (next() != '\0') fail("the end");
     return value;
   }
 
  private:
-  [[noreturn]] void fail(const char* what) const {
-    throw std::runtime_error(std::string(what) + " at byte " + std::to_string(at_));
+  [[noreturn]] void fail(std::string_view expected) const {
+    throw std::runtime_error("expected " + std::string(expected) + " before " +
+                             std::string(rest_.substr(0, 40)));
   }
-  char peek() const { return at_ < text_.size() ? text_[at_] : '\0'; }
-  void skipBlanks() {
-    while (at_ < text_.size() && std::string_view(" \t\r\n").contains(text_[at_])) ++at_;
+  /// The next character that is no blank; NUL at the end.
+  char next() {
+    rest_.remove_prefix(std::min(rest_.find_first_not_of(" \t\r\n"), rest_.size()));
+    return rest_.empty() ? '\0' : rest_.front();
   }
-  void take(std::string_view expected) {
-    if (!text_.substr(at_).starts_with(expected)) fail("unexpected character");
-    at_ += expected.size();
+  std::string_view cut(std::size_t size) {
+    if (size > rest_.size()) fail("more");
+    const std::string_view front = rest_.substr(0, size);
+    rest_.remove_prefix(size);
+    return front;
+  }
+  void take(char expected) {
+    if (next() != expected) fail({&expected, 1});
+    cut(1);
   }
 
   VectorValue readValue() {
-    skipBlanks();
     VectorValue value;
-    switch (peek()) {
-      case '{':
-        readObject(value);
-        break;
-      case '[':
-        readArray(value);
-        break;
-      case '"':
-        value.kind = VectorValue::Kind::text;
-        value.content = readText();
-        break;
-      case 't':
-      case 'f':
+    const char first = next();
+    if (first == '{' || first == '[') {
+      value.kind = first == '{' ? VectorValue::Kind::object : VectorValue::Kind::array;
+      readElements(value, first, first == '{' ? '}' : ']');
+    } else if (first == '"') {
+      value.kind = VectorValue::Kind::text;
+      value.content = readText();
+    } else {
+      value.content = cut(std::min(rest_.find_first_of(" \t\r\n,]}"), rest_.size()));
+      if (value.content == "true" || value.content == "false") {
         value.kind = VectorValue::Kind::boolean;
-        value.truth = peek() == 't';
-        take(value.truth ? "true" : "false");
-        break;
-      case 'n':
-        take("null");
-        break;
-      default:
-        readNumber(value);
+      } else if (value.content != "null") {
+        if (!std::string_view("-0123456789").contains(first)) fail("a value");
+        value.kind = VectorValue::Kind::number;
+      }
     }
     return value;
   }
 
-  void readNumber(VectorValue& value) {
-    const std::size_t start = at_;
-    while (std::string_view("+-.0123456789eE").contains(peek()) && peek() != '\0') ++at_;
-    if (at_ == start) fail("no value");
-    value.kind = VectorValue::Kind::number;
-    value.content = text_.substr(start, at_ - start);
-  }
-
-  void readArray(VectorValue& value) {
-    value.kind = VectorValue::Kind::array;
-    take("[");
-    for (skipBlanks(); peek() != ']'; skipBlanks()) {
-      if (!value.elements.empty()) take(",");
+  void readElements(VectorValue& value, char begin, char end) {
+    take(begin);
+    while (next() != end) {
+      if (!value.elements.empty()) take(',');
+      if (begin == '{') {
+        value.names.push_back(readText());
+        take(':');
+      }
       value.elements.push_back(readValue());
     }
-    take("]");
-  }
-
-  void readObject(VectorValue& value) {
-    value.kind = VectorValue::Kind::object;
-    take("{");
-    for (skipBlanks(); peek() != '}'; skipBlanks()) {
-      if (!value.names.empty()) take(",");
-      skipBlanks();
-      value.names.push_back(readText());
-      skipBlanks();
-      take(":");
-      value.elements.push_back(readValue());
-    }
-    take("}");
+    take(end);
   }
 
   std::string readText() {
-    take("\"");
-    std::string result;
-    while (peek() != '"') {
-      if (at_ == text_.size()) fail("text without an end");
-      const char unit = text_[at_++];
+    take('"');
+    std::string text;
+    for (char unit = 0; (unit = cut(1)[0]) != '"';) {
       if (unit == '\\') {
-        readEscape(result);
+        appendEscaped(cut(1)[0], text);
       } else {
-        result += unit;
+        text += unit;
       }
     }
-    take("\"");
-    return result;
+    return text;
   }
 
-  void readEscape(std::string& result) {
-    constexpr std::string_view letters = "bfnrt\"\\/", meanings = "\b\f\n\r\t\"\\/";
-    const char letter = peek();
-    ++at_;
-    if (letter == 'u') return appendUTF8(readCodePoint(), result);
-    const std::size_t which = letters.find(letter);
-    if (which == std::string_view::npos) fail("unknown escape");
-    result += meanings[which];
-  }
-
-  char32_t readCodePoint() {
-    const char32_t first = readHex();
-    if (first < 0xD800 || first > 0xDBFF) return first;
-    take("\\u");
-    return 0x10000 + ((first - 0xD800) << 10) + (readHex() - 0xDC00);
-  }
-
-  char32_t readHex() {
-    std::uint32_t value = 0;
-    const std::string_view digits = text_.substr(at_, 4);
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
-    if (digits.size() != 4 || error != std::errc{} || end != digits.data() + 4) fail("bad \\u escape");
-    at_ += 4;
-    return value;
-  }
-
-  static void appendUTF8(char32_t point, std::string& result) {
-    const auto tail = [&](unsigned shift) { result += static_cast<char>(0x80 | ((point >> shift) & 0x3F)); };
+  void appendEscaped(char letter, std::string& text) {
+    if (letter != 'u') {
+      if (!std::string_view("n\"\\").contains(letter)) fail("an escape that is known");
+      text += letter == 'n' ? '\n' : letter;
+      return;
+    }
+    const auto point = static_cast<unsigned>(std::stoul(std::string(cut(4)), nullptr, 16));
+    if (point >= 0xD800 && point <= 0xDFFF) fail("an escape that is a character");
     if (point < 0x80) {
-      result += static_cast<char>(point);
-    } else if (point < 0x800) {
-      result += static_cast<char>(0xC0 | (point >> 6));
-      tail(0);
-    } else if (point < 0x10000) {
-      result += static_cast<char>(0xE0 | (point >> 12));
-      tail(6), tail(0);
+      text += static_cast<char>(point);
     } else {
-      result += static_cast<char>(0xF0 | (point >> 18));
-      tail(12), tail(6), tail(0);
+      text += static_cast<char>(point < 0x800 ? 0xC0 | (point >> 6U) : 0xE0 | (point >> 12U));
+      if (point >= 0x800) text += static_cast<char>(0x80 | ((point >> 6U) & 0x3FU));
+      text += static_cast<char>(0x80 | (point & 0x3FU));
     }
   }
 
-  std::string_view text_;
-  std::size_t at_ = 0;
+  std::string_view rest_;
 };
 
 /// The whole of tests/data/`fileName`.
