@@ -22,6 +22,18 @@ using detail::RebootOperation;
 using detail::SaveOperation;
 using detail::TransactionListOperation;
 
+/// The platform of a host that brings none.
+template <bool exists = hasDesktopAdapters>
+Platform platformOfTheSystem() {
+  if constexpr (exists) {
+    return Platform::standard<exists>();
+  } else {
+    detail::wrongUse(
+        "this library was built without the desktop's adapters: call TilvaneGo::usePlatform before "
+        "the first use of TilvaneGo::shared().");
+  }
+}
+
 /// What `usePlatform` gave, until `shared` takes it.
 struct SharedPlatform {
   std::optional<Platform> given;
@@ -35,7 +47,7 @@ struct SharedPlatform {
 
   Platform take() {
     taken = true;
-    return given ? *std::exchange(given, std::nullopt) : Platform::standard();
+    return given ? *std::exchange(given, std::nullopt) : platformOfTheSystem();
   }
 };
 
