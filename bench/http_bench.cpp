@@ -16,7 +16,7 @@
 
 namespace http_bench {
 
-void AnswerCheck::operator()(const char* client, long status, const char* body, std::size_t size) {
+void ResponseCheck::operator()(const char* client, long status, const char* body, std::size_t size) {
   const bool right = status == work_.status && size == work_.download.size() &&
                      (seen_ || std::string_view(body, size) == work_.download);
   if (!right) {
@@ -70,7 +70,7 @@ void run(benchmark::State& state, const std::shared_ptr<Subject>& subject) {
     subject->client = subject->make(subject->work);
     subject->client->send(2 * subject->inFlight, subject->inFlight);
   }
-  if (AnswerCheck::anyWrong()) return state.SkipWithError("a wrong answer");
+  if (ResponseCheck::anyWrong()) return state.SkipWithError("a wrong answer");
   std::ofstream("/proc/self/clear_refs") << "5";
   const double before = memory("VmRSS:");
   while (state.KeepRunningBatch(static_cast<benchmark::IterationCount>(subject->batch))) {
@@ -124,5 +124,5 @@ int main(int argumentCount, char** arguments) {
   if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments)) return 1;
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
-  return AnswerCheck::anyWrong() ? 1 : 0;
+  return ResponseCheck::anyWrong() ? 1 : 0;
 }

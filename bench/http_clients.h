@@ -15,7 +15,7 @@ struct Work {
   /// Sent if it isn't empty.
   std::string upload;
   int status = 200;
-  /// What the answer's body must be.
+  /// What the body of the response must be.
   std::string download;
 };
 
@@ -23,26 +23,26 @@ class Client {
  public:
   virtual ~Client() = default;
   /// Sends so many requests, at most `inFlight` of them at once, on connections that are kept from one call
-  /// to the next. Each answer's body is memory of its own.
+  /// to the next. The body of each response is memory of its own.
   virtual void send(std::size_t count, std::size_t inFlight) = 0;
 };
 
-/// The library's session; the next request is made where an answer arrives, on the session's thread.
+/// The library's session; the next request is made where a response arrives, on the session's thread.
 std::unique_ptr<Client> library(const Work& work);
-/// The same from a thread that waits for each answer before it sends on.
+/// The same from a thread that waits for each response before it sends on.
 std::unique_ptr<Client> waitingLibrary(const Work& work);
 /// libcurl's multi interface and one thread.
 std::unique_ptr<Client> bareCurl(const Work& work);
 /// cpp-httplib, with a thread for each request in flight and TCP_NODELAY, without which it waits.
 std::unique_ptr<Client> cppHTTPLib(const Work& work);
 
-/// Prints a message and remembers it for the whole program unless the answer is what the work expects. The
+/// Prints a message and remembers it for the whole program unless the response is what the work expects. The
 /// length alone is compared once the bytes have been seen to be right.
-class AnswerCheck {
+class ResponseCheck {
  public:
-  explicit AnswerCheck(const Work& work) : work_(work) {}
+  explicit ResponseCheck(const Work& work) : work_(work) {}
   void operator()(const char* client, long status, const char* body, std::size_t size);
-  /// Whether any answer of any client was wrong. From any thread.
+  /// Whether any response of any client was wrong. From any thread.
   static bool anyWrong() { return anyWrong_; }
 
  private:

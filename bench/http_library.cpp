@@ -34,7 +34,7 @@ class Library : public Client {
     {
       const std::scoped_lock lock(mutex_);
       toStart_ = count;
-      toAnswer_ = count;
+      openRequests_ = count;
     }
     for (std::size_t index = 0; index < inFlight; ++index) startNext();
     wait();
@@ -51,30 +51,30 @@ class Library : public Client {
         .dataTaskFromProtocol(request_,
                               [this](const auto& data, const auto& response, const auto& error) {
                                 check(data, response, error);
-                                answered();
+                                responseCame();
                               })
         ->resume();
   }
 
-  virtual void answered() {
+  virtual void responseCame() {
     startNext();
-    noteAnswer();
+    countResponse();
   }
 
-  void noteAnswer() {
+  void countResponse() {
     const std::scoped_lock lock(mutex_);
-    if (--toAnswer_ == 0) allAnswered_.notify_one();
+    if (--openRequests_ == 0) noneOpen_.notify_one();
   }
 
   void wait() {
     std::unique_lock lock(mutex_);
-    allAnswered_.wait(lock, [&] { return toAnswer_ == 0; });
+    noneOpen_.wait(lock, [&] { return openRequests_ == 0; });
   }
 
   std::mutex mutex_;
-  std::condition_variable allAnswered_;
+  std::condition_variable noneOpen_;
   std::size_t toStart_ = 0;
-  std::size_t toAnswer_ = 0;
+  std::size_t openRequests_ = 0;
 
  private:
   void check(const std::optional<Data>& data, const URLResponsePointer& response,
@@ -86,7 +86,7 @@ class Library : public Client {
 
   const Work work_;
   const URLRequest request_;
-  AnswerCheck check_{work_};
+  ResponseCheck check_{work_};
   URLSession session_;
 };
 
@@ -99,7 +99,7 @@ class WaitingLibrary final : public Library {
   }
 
  private:
-  void answered() override { noteAnswer(); }
+  void responseCame() override { countResponse(); }
 };
 
 }  // namespace

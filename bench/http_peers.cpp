@@ -36,18 +36,18 @@ class BareCurl final : public Client {
     while (transfers_.size() < inFlight) transfers_.push_back(makeTransfer());
     std::size_t left = count;
     for (std::size_t index = 0; index < inFlight && left > 0; ++index, --left) start(*transfers_[index]);
-    for (std::size_t answered = 0; answered < count;) {
+    for (std::size_t received = 0; received < count;) {
       int running = 0;
       curl_multi_perform(multi_, &running);
       int ignored = 0;
       while (const auto* message = curl_multi_info_read(multi_, &ignored)) {
         auto& transfer = finish(*message);
-        ++answered;
+        ++received;
         if (left == 0) continue;
         --left;
         start(transfer);
       }
-      if (answered < count) curl_multi_poll(multi_, nullptr, 0, 1000, nullptr);
+      if (received < count) curl_multi_poll(multi_, nullptr, 0, 1000, nullptr);
     }
   }
 
@@ -87,7 +87,7 @@ class BareCurl final : public Client {
   }
 
   const Work work_;
-  AnswerCheck check_{work_};
+  ResponseCheck check_{work_};
   CURLM* const multi_ = curl_multi_init();
   std::vector<std::unique_ptr<Transfer>> transfers_;
 };
@@ -125,7 +125,7 @@ class CppHTTPLib final : public Client {
       check("cpp-httplib", result ? result->status : 0, result ? result->body.data() : nullptr,
             result ? result->body.size() : 0);
     }
-    AnswerCheck check;
+    ResponseCheck check;
     httplib::Client client;
   };
 

@@ -111,7 +111,7 @@ void buildBody(benchmark::State& state) {
 BENCHMARK(buildBody);
 
 void wholeCall(benchmark::State& state) {
-  const Data answer(R"({"requestId":"A-1001","amount":"12.50","currency":"EUR","till":12})");
+  const Data response(R"({"requestId":"A-1001","amount":"12.50","currency":"EUR","till":12})");
   std::shared_ptr<MemoryURLSession> session;
   std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> client;
   std::size_t calls = 0;
@@ -119,7 +119,7 @@ void wholeCall(benchmark::State& state) {
     // The session keeps every request that it was given.
     if (calls++ % 1024 == 0) {
       session = std::make_shared<MemoryURLSession>(
-          [&](const URLRequest&) { return MemoryURLSession::Result::http(200, answer); });
+          [&](const URLRequest&) { return MemoryURLSession::Result::http(200, response); });
       client = configuration(session);
     }
     std::int64_t till = 0;

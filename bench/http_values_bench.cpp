@@ -103,8 +103,8 @@ TILVANEGO_SEARCHES(reference);
 TILVANEGO_SEARCHES(slashed);
 TILVANEGO_SEARCHES(beyondASCII);
 
-/// A list of answers as the HTTP interface gives them, `count` times some 470 bytes.
-std::string answers(int count) {
+/// A list of responses as the HTTP interface gives them, `count` times some 470 bytes.
+std::string responses(int count) {
   std::string text = "[";
   for (int i = 0; i < count; ++i) {
     if (i != 0) text += ',';
@@ -120,7 +120,7 @@ std::string answers(int count) {
 }
 
 void roundTripOurs(benchmark::State& state) {
-  const std::string text = answers(static_cast<int>(state.range(0)));
+  const std::string text = responses(static_cast<int>(state.range(0)));
   require(json::decode<JSONValue>(*json::encode(*json::decode<JSONValue>(text))) ==
           json::decode<JSONValue>(text));
   for (auto _ : state) {
@@ -132,7 +132,7 @@ void roundTripOurs(benchmark::State& state) {
 }
 
 void roundTripNlohmann(benchmark::State& state) {
-  const std::string text = answers(static_cast<int>(state.range(0)));
+  const std::string text = responses(static_cast<int>(state.range(0)));
   // The same value: what one wrote reads as what the other wrote.
   require(json::decode<JSONValue>(nlohmann::json::parse(text).dump()) == json::decode<JSONValue>(text));
   for (auto _ : state) {

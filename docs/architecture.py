@@ -41,7 +41,7 @@ PAYMENT = [
     (3, 2, "opens the callback URL"),
     (2, 0, "the system brings the callback URL to the host"),
     (0, 1, "handleCallback(url)"),
-    (1, 1, "read the answer, compare the request id, empty the slot"),
+    (1, 1, "read the response, compare the request id, empty the slot"),
     (1, 0, "completion(result), once"),
 ]
 

@@ -1,6 +1,5 @@
-// A till that awaits its operations: `Awaited` turns a start and its completion into something to `co_await`,
-// and one coroutine reads like the work of the till: pay, then give the money back. Everything runs on the
-// main thread.
+// A till that awaits its operations. `Awaited` makes an operation awaitable, so one coroutine contains the
+// whole work of the till: a payment, then its refund. Everything runs on the main thread.
 
 #include <coroutine>
 
@@ -20,15 +19,16 @@ using namespace tilvanego;
 
 namespace {
 
-// The result of one operation. `start` gets the completion that the operation is to have. The coroutine
-// resumes within that completion. An operation that is cancelled has none, so who cancels drops the task.
+// Awaits the result of one operation. `start` receives the completion for the operation. The coroutine
+// resumes inside that completion. The completion of a cancelled operation is never called: after a cancel,
+// destroy the task.
 template <typename Result>
 class Awaited {
  public:
   using Completion = std::function<void(const Result&)>;
   explicit Awaited(std::function<void(Completion)> start) : start_(std::move(start)) {}
 
-  // A refused request completes within its start: then there is nothing to wait for.
+  // A refused request completes inside its start: then the coroutine doesn't wait.
   bool await_ready() {
     start_([this](const Result& result) {
       result_ = result;
@@ -45,8 +45,7 @@ class Awaited {
   std::coroutine_handle<> waiting_;
 };
 
-// Requests are made in functions of their own: g++ 12 frees the fields between braces twice in a `co_await`
-// expression.
+// Separate functions make the requests: in a `co_await` expression, g++ 12 frees fields between braces twice.
 Awaited<PaymentResult> pay(const std::string& requestId) {
   const PaymentRequest request({.requestId = requestId,
                                 .amount = *Decimal::parse("12.50"),
@@ -66,7 +65,7 @@ Awaited<FullRefundResult> refund(const std::string& requestId, const std::string
       [request](auto completion) { TilvaneGo::shared().fullRefund(request, std::move(completion)); });
 }
 
-// Whether the money went out and came back.
+// Returns true if the payment and its refund succeeded.
 Task<bool> payAndRefund() {
   const PaymentResult paid = co_await pay("A-1001");
   std::cout << "payment: " << paid.name() << '\n';

@@ -1,6 +1,6 @@
-// A till with an event loop of its own, here poll(2) on an eventfd. A `MainQueueAdapter` puts the library's
-// blocks on that loop, so that every call, completion and log message runs on the till's own main thread. A
-// till on a toolkit's loop posts by the toolkit's function in place of `TillLoop::post`.
+// A till with its own event loop: poll(2) on an eventfd. A `MainQueueAdapter` posts the library's blocks to
+// that loop, so that every call, completion and log message runs on the till's main thread. A till with the
+// loop of a toolkit calls the toolkit's function instead of `TillLoop::post`.
 
 #include <cerrno>
 #include <cstdint>
@@ -25,7 +25,7 @@ using namespace tilvanego;
 
 namespace {
 
-// The till's own loop. Any thread may post; the thread that made the loop runs it.
+// The till's loop. Any thread may post; the thread that created the loop runs it.
 class TillLoop {
  public:
   TillLoop() : wakeUp_(eventfd(0, EFD_CLOEXEC)) {
@@ -45,7 +45,7 @@ class TillLoop {
 
   void run() {
     while (!stopped_) {
-      // A till waits for its scanner, its drawer and its display here, too.
+      // A real till also waits for its scanner, drawer and display here.
       pollfd waiting{.fd = wakeUp_, .events = POLLIN, .revents = 0};
       if (poll(&waiting, 1, -1) < 1) continue;
       eventfd_t count = 0;
@@ -71,7 +71,7 @@ class TillLoop {
 
 int main() {
   TillLoop loop;
-  // Behind the loop, so that it ends before the loop does.
+  // Declared after the loop, so that it is destroyed before the loop.
   MainQueueAdapter mainQueue([&loop](std::function<void()> block) { loop.post(std::move(block)); },
                              [&loop] { return loop.isCurrent(); });
   Platform platform = Platform::standard(mainQueue);

@@ -1,6 +1,6 @@
-// A till without an event loop of its own: it starts one payment and drains the library's `RunLoop` until the
-// result is there. The sandbox stands for the payment application; a real till leaves `usePlatform` out, and
-// its own code hands the callback URL that the system opens to `handleCallback`.
+// A till without an event loop: it starts one payment and drains the library's `RunLoop` until the result
+// arrives. The sandbox replaces the payment application. A real till doesn't call `usePlatform`, and passes
+// the callback URL that the system opens to `handleCallback`.
 
 #include <cstdlib>
 #include <iostream>
@@ -14,7 +14,7 @@ using namespace tilvanego;
 
 namespace {
 
-// Has the sandbox open the links, and hands its callback URLs to the library.
+// Lets the sandbox open the links, and passes its callback URLs to the library.
 void rehearse() {
   Platform platform = Platform::standard();
   platform.application = std::make_unique<sandbox::SandboxApplication>(
@@ -45,7 +45,7 @@ int main() {
     RunLoop::main().stop();
   });
 
-  // Returns after the completion has stopped it.
+  // Returns after the completion has stopped the loop.
   RunLoop::main().run();
   return paid ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -1,6 +1,6 @@
-// A host's own test with the sandbox, without a test framework: the code under test is the host's `describe`,
-// and the sandbox plays every outcome. Nothing waits: `runPending` does all that happens, so what has not
-// completed then stays pending.
+// A test of a host with the sandbox, without a test framework. It tests the host's function `describe`; the
+// sandbox plays every outcome. Nothing waits: `runPending` runs everything, so an operation that has not
+// completed after it stays pending.
 
 #include <cstdlib>
 #include <iostream>
@@ -18,7 +18,7 @@ using sandbox::Outcome;
 
 namespace {
 
-// The host's code under test: what the till's display shows.
+// The host's function under test: the text of the till's display.
 std::string describe(const PaymentResult& result) {
   if (std::holds_alternative<PaymentResult::Success>(result)) return "Thank you";
   if (std::holds_alternative<PaymentResult::Declined>(result)) return "Card declined";
@@ -28,7 +28,7 @@ std::string describe(const PaymentResult& result) {
                                                                  : "Please ask the staff";
 }
 
-// Pays once; gives what the display shows, or nothing if no result came.
+// Makes one payment. Returns the text of the display, or nothing if there is no result.
 std::optional<std::string> shownAfterPayment(const PaymentLaunchTransport& transport) {
   const PaymentRequest request({.requestId = "A-1001",
                                 .amount = *Decimal::parse("12.50"),

@@ -1,6 +1,6 @@
 #pragma once
 
-// What each fuzzer uses.
+// Functions for every fuzzer.
 
 #include <algorithm>
 #include <array>
@@ -18,7 +18,7 @@
 #include <utility>
 #include <vector>
 
-/// Ends the program, and so the input is kept, if it breaks the rule.
+/// Ends the program if the rule is broken, so that the input is kept.
 inline void require(bool holds, const char* rule = "a rule") {
   if (holds) return;
   std::fprintf(stderr, "broken: %s\n", rule);

@@ -6,7 +6,7 @@
 
 #include "fuzz/Fuzzer.h"
 
-// Any bytes as a callback URL. What parses must read back the same by every way there is.
+// Any bytes as a callback URL. A URL that parses must have the same parts by every function that reads them.
 namespace {
 
 using tilvanego::LinkItem;
@@ -48,14 +48,14 @@ void checkItems(const URL& url) {
   require(index == items.value_or(std::vector<QueryItem>{}).size(), "no fewer raw items than decoded ones");
 }
 
-/// Items without escapes that make no UTF-8 survive being written.
+/// Items are the same after they are written and read again, unless their escapes are no UTF-8.
 void checkWriting(const URL& url) {
   const std::vector<QueryItem> items = url.queryItems().value_or(std::vector<QueryItem>{});
   const auto replaced = url.replacingQueryItems(items);
   const auto again =
       replaced ? URL::parse(replaced->absoluteString()) : std::unexpected(tilvanego::URLError{});
   require(again && sameComponents(*replaced, *again), "a URL with other items is a URL");
-  // A lone item without name and value looks like no items.
+  // A single item without name and value is written like no items.
   const bool lone = items == std::vector<QueryItem>{{"", std::nullopt}};
   require(lone || again->queryItems() == items, "items that are put into a URL are read from it");
 

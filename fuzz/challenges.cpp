@@ -1,5 +1,5 @@
-// The challenges of a "WWW-Authenticate" field: what is read is written again, every value in quotes, and
-// must read as the same; and what can be answered has a realm and a method that the field named.
+// The challenges of a "WWW-Authenticate" field. Challenges that were read are written with every value in
+// quotes, and must read as the same. The supported challenge has a realm and a method of the field.
 
 #include <tilvanego/network/curl/Challenges.h>
 
@@ -40,7 +40,7 @@ bool areEqual(const Challenge& a, const Challenge& b) {
   return a.scheme == b.scheme && a.parameters == b.parameters;
 }
 
-void checkAnswer(const std::vector<Challenge>& challenges) {
+void checkSupported(const std::vector<Challenge>& challenges) {
   const auto space = detail::supportedSpace(challenges);
   if (!space) return;
   const bool isDigest = space->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
@@ -64,6 +64,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   const auto again = detail::parseChallenges(written(challenges));
   require(std::ranges::equal(challenges, again, areEqual));
-  checkAnswer(challenges);
+  checkSupported(challenges);
   return 0;
 }

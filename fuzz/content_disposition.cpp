@@ -1,6 +1,6 @@
-// Where a download goes: the path of a URL in the first line, and what a server says in "Content-Disposition"
-// in the rest. The file name must be what a plain reading of the rule gives, and no path and no name may lead
-// out of the directory for downloads.
+// The path of a download: the first line is the path of a URL, the rest is a server's "Content-Disposition".
+// A simple implementation of the rule must find the same file name. No path and no name may lead out of the
+// directory for downloads.
 
 #include <filesystem>
 

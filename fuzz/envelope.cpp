@@ -19,7 +19,7 @@ std::optional<std::string> opened(const PaymentHandoffEnvelope& envelope, std::s
   Bytes box;
   const auto text = openPlaintext(envelope, PaymentHandoffDirection::result, requestId, now, box);
   if (!text) return std::nullopt;
-  require(envelope.expiresAt >= now && envelope.requestId == requestId && envelope.hasWantedForm() &&
+  require(envelope.expiresAt >= now && envelope.requestId == requestId && envelope.hasExpectedForm() &&
           envelope.direction == PaymentHandoffDirection::result);
   return std::string(*text);
 }

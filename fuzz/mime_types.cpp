@@ -1,5 +1,5 @@
-// A file of the shared MIME database as anyone may have left it: what it says goes into a header, so only a
-// type and a subtype may come out, and the common types stay unless something weighs more.
+// Any bytes as a file of the shared MIME database. Its types are written into headers, so each must be a type
+// and a subtype. A common type is replaced only by an entry with more weight.
 
 #include <tilvanego/http_client/encodings/MIMETypes.h>
 

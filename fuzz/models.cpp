@@ -1,5 +1,5 @@
-// Any bytes as any record, which the first byte picks: refused with a fault that can be said in one line, or
-// read into a record whose JSON is read as an equal one.
+// Any bytes as a record that the first byte chooses. They are refused with an error of one line, or read as a
+// record whose JSON reads as an equal record.
 
 #include <tilvanego/models/Catalogue.h>
 
@@ -28,7 +28,7 @@ void checkRecord(const RecordType& type, const AnyRecord& record) {
   record.visitRules([](const std::string& path, const models::RuledValue&) { require(!path.empty()); });
 }
 
-// Within limits the same comes out, or a refusal that says so.
+// With limits, the same record is read, or the error is that of a limit.
 void checkLimits(const RecordType& type, std::string_view text, const AnyRecord& record) {
   for (const JSONLimits& limits : {JSONLimits{.elements = 6}, JSONLimits{.memory = 2000}}) {
     const auto limited = type.decode(text, limits);
@@ -40,7 +40,7 @@ void checkLimits(const RecordType& type, std::string_view text, const AnyRecord&
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  // A copy of exactly that size, so that a read past its end is caught.
+  // Copied to memory of exactly this size, so that a sanitizer finds a read past the end.
   const std::vector<char> bytes(data + 1, data + size);
   const std::string_view text(bytes.data(), bytes.size());
   const RecordType& type = models::recordTypes()[data[0] % models::recordTypes().size()];

@@ -1,5 +1,5 @@
-// The file of the per-user pasteboard, read as it came and, so that the checksum doesn't keep the fuzzer out,
-// as the body of a file with the right header. What can be read is written back as the very same bytes.
+// Any bytes as the file of the user's pasteboard, and as the body of a file with a valid header, since the
+// fuzzer can't guess the checksum. A pasteboard that can be read is written as the same bytes.
 
 #include <tilvanego/platform/desktop/PasteboardFormat.h>
 

@@ -1,8 +1,8 @@
-// Whatever lies on the pasteboard when a callback says that the result is there. The payment ends once, by a
-// result; only an envelope of this handoff is taken away, all else stays as it was.
+// Any text on the pasteboard when a callback names a result there. The payment completes at most once, with a
+// result. Only an envelope of this handoff is removed; other contents stay unchanged.
 //
-// The first byte chooses where the text lies, and whether it is the JSON of an envelope or the plaintext of
-// one that is sealed as this payment's result.
+// The first byte chooses the place of the text, and whether it is the JSON of an envelope or the plaintext of
+// a sealed result of this payment.
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
@@ -50,7 +50,7 @@ std::vector<PasteboardItem> itemsWith(std::uint8_t where, const std::string& tex
 
 bool isOfThisHandoff(std::string_view text) {
   const auto envelope = json::decode<PaymentHandoffEnvelope>(text);
-  return envelope && envelope->namespace_ == PaymentHandoffEnvelope::wantedNamespace &&
+  return envelope && envelope->namespace_ == PaymentHandoffEnvelope::expectedNamespace &&
          envelope->handoffId == handoffId;
 }
 
@@ -77,11 +77,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   host.pasteboard->place(itemsWith(data[0], text));
   const auto before = host.pasteboard->contents();
 
-  const URL answer =
+  const URL resultURL =
       URL::parse("myshop://done?transport=pasteboard&resultHandoffId=" + std::string(handoffId) +
                  "&request_id=A-1")
           .value();
-  const bool finished = host.sdk->handleCallback(answer);
+  const bool finished = host.sdk->handleCallback(resultURL);
   require(completions == (finished ? 1 : 0));
   if (sealed) require(!missing);
   if (host.pasteboard->contents() != before) {

@@ -1,6 +1,6 @@
-// Any bytes as a compressed payload: as a callback's text, and, so that base64 and sizes don't keep the
-// fuzzer out, as the gzip stream and as the JSON of one that is well formed around it. The limits hold, and
-// what is read is what a running payment hears.
+// Any bytes as a compressed payload: as the text of a callback, and, since the fuzzer can't guess base64 and
+// sizes, as the gzip stream or the JSON of a valid payload. The limits hold, and a pending payment receives
+// the result that was read.
 
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
@@ -48,7 +48,7 @@ void receiveStream(std::span<const std::uint8_t> stream) {
   receiveText(textWith(base64URLEncode(stream), json ? json->size() : 0, stream.size()));
 }
 
-/// What can be sent is read back as it was.
+/// A payload that can be sent reads as the same JSON.
 void receiveJSON(std::string_view json) {
   const auto payload = compressPayloadJSON(json);
   if (!payload) return;

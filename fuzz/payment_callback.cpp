@@ -1,5 +1,5 @@
-// Any bytes as a callback: a result or "not mine", and the same answer through a running payment and on its
-// own.
+// Any bytes as a callback. The result is the same, or is none in both cases, whether a running payment
+// receives the callback or it is parsed alone.
 
 #include "fuzz/Fuzzer.h"
 #include "tests/support/TestHost.h"

@@ -1,5 +1,5 @@
-// Any record: a link that reads back as the record's own texts, or a message; never the token in what is
-// shown.
+// Any payment request. It makes a link with the same texts, or fails with a message. No debug line shows the
+// token.
 
 #include <tilvanego/values/Text.h>
 
@@ -10,7 +10,7 @@ namespace {
 
 using namespace tilvanego;
 
-/// Takes texts off the input, each up to the next 0xFF, which stands in no UTF-8.
+/// Reads texts from the input. Each ends before the next 0xFF, a byte that UTF-8 doesn't have.
 class Input {
  public:
   explicit Input(std::string_view rest) : rest_(rest) {}

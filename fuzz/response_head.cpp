@@ -1,6 +1,6 @@
-// The lines of an answer's head as any server may send them: what is kept are tokens for names, UTF-8 without
-// line breaks for values, each name once, and no more than the limits allow. And bodies compressed as the
-// head says.
+// The lines of the head of a response, as any server may send them. Names that are kept are tokens, values
+// are UTF-8 without line breaks, each name is there once, and no limit is passed. Also bodies that are
+// compressed as the head says.
 
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/HTTPHead.h>
@@ -30,7 +30,7 @@ void check(const ResponseHead& collected) {
   }
 }
 
-// None if the bytes aren't what the coding says. At most 1 MiB is looked at.
+// Returns nothing if the bytes aren't in the coding. Decodes at most 1 MiB.
 std::optional<std::string> decoded(detail::ContentCoding coding, std::string_view body,
                                    std::size_t pieceSize) {
   detail::ContentDecoder decoder(coding);
@@ -50,7 +50,7 @@ std::optional<std::string> decoded(detail::ContentCoding coding, std::string_vie
   return plain;
 }
 
-// However a body is cut, it decodes to the same.
+// A body decodes to the same bytes, whatever the sizes of its pieces.
 void checkBody(const ResponseHead& head, std::string_view body) {
   const auto fields = detail::readHead(head.lines()).headers;
   const auto coding = detail::contentCodingOf(fields.value("Content-Encoding").value_or(""));
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   ResponseHead head(std::size_t{64} * 1024);
   while (!rest.empty()) {
     const std::size_t length = std::min(rest.find('\n'), rest.size() - 1) + 1;
-    // A copy of its own size, so that a read past the end is seen.
+    // Copied to memory of exactly this size, so that a sanitizer finds a read past the end.
     const std::string line(rest.substr(0, length));
     rest.remove_prefix(length);
     if (!head.addLine(line)) break;

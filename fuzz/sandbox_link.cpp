@@ -1,9 +1,9 @@
-// Any URL as a launch link: refused with a reason, or it can be shown on a terminal, and each answer reaches
-// the host as what it was meant to be.
+// Any URL as a launch link. It is refused with a reason, or it can be shown on a terminal, and the host reads
+// each outcome from the response.
 
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/frame/CallbackURLs.h>
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 
 #include "fuzz/Fuzzer.h"
 
@@ -12,7 +12,7 @@ namespace {
 using namespace tilvanego;
 using namespace tilvanego::sandbox;
 
-/// What a payment's completion gets for an outcome, if the host's URL says nothing itself.
+/// The result of a payment for an outcome, if the host's URL has no status.
 std::string_view resultName(Outcome outcome) {
   switch (outcome) {
     case Outcome::approve:
@@ -26,8 +26,8 @@ std::string_view resultName(Outcome outcome) {
   }
 }
 
-void checkAnswer(const LaunchLink& link, Outcome outcome) {
-  const auto callback = answer(link, outcome);
+void checkResponse(const LaunchLink& link, Outcome outcome) {
+  const auto callback = respond(link, outcome);
   if (!callback || !*callback) return;
   require(detail::callbackURLsMatch(**callback, link.callbackURL()));
   if (link.operation() != Operation::payment || link.callbackURL().encodedQuery()) return;
@@ -49,6 +49,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const std::string& line : link->lines()) {
     for (const char c : line) require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);
   }
-  for (const Outcome outcome : allCases<Outcome>()) checkAnswer(*link, outcome);
+  for (const Outcome outcome : allCases<Outcome>()) checkResponse(*link, outcome);
   return 0;
 }

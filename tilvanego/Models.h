@@ -1,7 +1,7 @@
 #pragma once
 
-/// All of TilvaneGo::Models: the records of the POI interface and their catalogue, with what reads, writes
-/// and checks them. A header for each family costs less to compile.
+/// All of TilvaneGo::Models: the records of a terminal's HTTP interface (POI, point of interaction), their
+/// catalogue, and the functions that read, write and check them. The header of one family compiles faster.
 #include <tilvanego/Version.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>

@@ -2,5 +2,5 @@
 
 /// All of TilvaneGo::Sandbox: the payment application to rehearse with.
 #include <tilvanego/Version.h>
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 #include <tilvanego/sandbox/SandboxApplication.h>

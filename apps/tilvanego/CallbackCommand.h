@@ -6,8 +6,8 @@ class App;
 
 namespace tilvanego::program {
 
-/// `tilvanego callback SOCKET URL`: hands a callback URL to a running host. Running it sets `status`, which
-/// outlives `program`.
+/// Adds `tilvanego callback SOCKET URL`, which passes a callback URL to a running host. The command sets
+/// `status`, which must outlive `program`.
 void addCallbackCommand(CLI::App& program);
 
 }  // namespace tilvanego::program

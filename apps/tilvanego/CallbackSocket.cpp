@@ -13,7 +13,7 @@ namespace tilvanego::program {
 namespace {
 
 /// Connections beyond these wait in the system's queue.
-constexpr std::size_t mostConnections = 16;
+constexpr std::size_t maxConnections = 16;
 
 std::string systemMessage(int code) { return std::generic_category().message(code); }
 
@@ -27,8 +27,8 @@ Descriptor openSocket(int flags = 0) {
   return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
 }
 
-/// Makes way for a new socket at `path`; what stands there is removed only if it is a socket without a
-/// listener.
+/// Removes the file at `path` if it is a socket without a listener. Returns why no new socket can be created
+/// there, or nothing.
 std::optional<std::string> removeStaleSocket(const std::string& path, const sockaddr_un& address) {
   struct stat there{};
   if (::lstat(path.c_str(), &there) != 0) return std::nullopt;
@@ -40,7 +40,7 @@ std::optional<std::string> removeStaleSocket(const std::string& path, const sock
   return std::nullopt;
 }
 
-/// The file that `bind` makes is the user's own from its first moment.
+/// With this file creation mask, only the user can access the new file at any time.
 int bindPrivately(const Descriptor& socket, const sockaddr_un& address) {
   const mode_t before = ::umask(S_IXUSR | S_IRWXG | S_IRWXO);
   const int code =
@@ -103,13 +103,13 @@ std::expected<std::unique_ptr<CallbackSocket>, std::string> CallbackSocket::list
 }
 
 void CallbackSocket::addTo(std::vector<pollfd>& waiting) const {
-  if (connections_.size() < mostConnections) waiting.push_back({listener_.get(), POLLIN, 0});
+  if (connections_.size() < maxConnections) waiting.push_back({listener_.get(), POLLIN, 0});
   for (const Connection& one : connections_) waiting.push_back({one.descriptor.get(), POLLIN, 0});
 }
 
 void CallbackSocket::serve(const Handler& handler) {
   acceptWaiting();
-  // A handler may take its time, and the list grows only in here: going by index is safe.
+  // Only this function adds connections, so the indexes stay valid while a handler runs.
   for (std::size_t i = 0; i < connections_.size();) {
     const Progress progress = readFrom(connections_[i]);
     if (progress == Progress::waiting) {
@@ -128,7 +128,7 @@ void CallbackSocket::serve(const Handler& handler) {
 }
 
 void CallbackSocket::acceptWaiting() {
-  while (connections_.size() < mostConnections) {
+  while (connections_.size() < maxConnections) {
     Descriptor one(::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (!one) return;
     connections_.push_back({std::move(one), {}});
@@ -148,7 +148,7 @@ CallbackSocket::Progress CallbackSocket::readFrom(Connection& connection) {
 }
 
 void CallbackSocket::reply(const Connection& connection, std::string_view text) {
-  // A sender that has gone doesn't want it, and what is this short fits the system's buffer.
+  // A failure is ignored: the sender has gone then. The text is short enough for the system's buffer.
   static_cast<void>(::send(connection.descriptor.get(), text.data(), text.size(), MSG_NOSIGNAL));
 }
 

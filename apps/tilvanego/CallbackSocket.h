@@ -15,40 +15,40 @@
 
 #include "Descriptor.h"
 
-/// How a callback URL reaches a running host: over a Unix socket that only its user can connect to. Each
-/// connection carries one URL up to the end of the writer's side, and gets one reply: "ok", or what was
-/// wrong.
+/// Passes callback URLs to a running host over a Unix socket that only the user can connect to. Each
+/// connection carries one URL: its text ends where the sender closes its side. The host replies "ok", or says
+/// what is wrong.
 namespace tilvanego::program {
 
-/// Bytes of the longest URL that is taken.
+/// The maximum length of a URL, in bytes.
 inline constexpr std::size_t longestCallbackURL = std::size_t{16} << 20U;
 inline constexpr std::string_view callbackTaken = "ok";
 
-/// The address of a socket; fails for a path that is empty or too long for one.
+/// Returns the address of a socket. Fails if the path is empty or too long for an address.
 [[nodiscard]] std::expected<sockaddr_un, std::string> socketAddress(const std::string& path);
 
-/// A connection to a host that listens at `path`; fails with a sentence for the user.
+/// Connects to a host that listens at `path`. Fails with a sentence for the user.
 [[nodiscard]] std::expected<Descriptor, std::string> connectToHost(const std::string& path);
 
-/// The host's end. It is never blocked by a connection that is slow.
+/// The socket of the host. A slow connection doesn't block it.
 class CallbackSocket {
  public:
-  /// Takes a received URL text; fails with a sentence for its sender.
+  /// Called with the text of a received URL. Fails with a sentence for the sender.
   using Handler = std::function<std::expected<void, std::string>(const std::string& text)>;
 
-  /// Listens at `path`, readable and writable for the user alone. A socket that nobody listens on any more is
-  /// replaced; everything else at `path` is left alone and gives an error, a sentence for the user.
+  /// Listens at `path`; only the user can access the socket. Replaces a socket without a listener. Fails,
+  /// with a sentence for the user, if anything else is at `path`, and keeps that.
   [[nodiscard]] static std::expected<std::unique_ptr<CallbackSocket>, std::string> listenAt(
       const std::string& path);
 
-  /// Removes the socket's file, if it still is this one's.
+  /// Removes the socket's file, unless another file is now at its path.
   ~CallbackSocket();
   CallbackSocket(const CallbackSocket&) = delete;
   CallbackSocket& operator=(const CallbackSocket&) = delete;
 
-  /// Adds what `serve` waits for.
+  /// Adds the descriptors that `serve` waits for.
   void addTo(std::vector<pollfd>& waiting) const;
-  /// Accepts and reads what there is, and calls `handler` for each URL that is complete.
+  /// Accepts connections and reads the available bytes. Calls `handler` for each complete URL.
   void serve(const Handler& handler);
 
  private:

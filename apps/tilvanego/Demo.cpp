@@ -30,7 +30,7 @@ namespace {
 using sandbox::SandboxApplication;
 using sandbox::SandboxError;
 
-/// A URL without what a bystander at the terminal mustn't read.
+/// The text of a URL with its secrets hidden.
 std::string withoutSecrets(const URL& url) {
   auto items = url.queryItems();
   if (!items) return url.absoluteString();
@@ -48,7 +48,7 @@ class Demo {
     const auto clock = std::make_shared<const SystemClock>();
     auto randomSource = std::make_unique<OpenSSLRandomSource>();
     auto pasteboard = std::make_unique<MemoryPasteboard>(clock);
-    // The platform keeps all of it as long as the process.
+    // The platform owns these objects until the process ends.
     auto application = std::make_unique<SandboxApplication>(
         loop_, [this](const URL& url) { receive(url); },
         sandbox::HandoffPorts{
@@ -65,8 +65,8 @@ class Demo {
     });
   }
 
-  /// Shows how an operation ends that `start` starts, with the completion that it is given. False if it can't
-  /// be shown to its end.
+  /// Runs an operation and shows its result. `start` starts it with the completion that it receives. Returns
+  /// false if the operation could not be shown completely.
   template <OperationKind kind, typename Start>
   [[nodiscard]] bool show(std::string_view title, std::string_view asks, Start start) {
     terminal_.heading(title);
@@ -164,7 +164,7 @@ struct Step {
   typename OperationRecords<kind>::Request request;
 };
 
-/// The step of each operation but the payment. `money` is the amount with its currency.
+/// The step of each operation except the payment. `money` is the amount with its currency.
 template <OperationKind kind>
 Step<kind> step(const Decimal& amount, const std::string& money) = delete;
 
@@ -229,7 +229,7 @@ Step<OperationKind::save> step(const Decimal& /*amount*/, const std::string& /*m
           SaveRequest({.requestId = "A-1009", .callbackURL = callbackURL(), .currency = "EUR"})};
 }
 
-/// Each operation but the payment, once.
+/// Runs each operation once, except the payment.
 bool showOthers(Demo& demo, const Decimal& amount) {
   bool shown = true;
   forEachOperation([&]<OperationKind kind>() {

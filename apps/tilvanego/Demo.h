@@ -14,14 +14,14 @@ namespace tilvanego::program {
 struct DemoOptions {
   std::vector<PaymentLaunchTransport> transports;
   bool otherOperations = true;
-  /// In euro, for each operation that has an amount.
+  /// The amount in euro of each operation that has one.
   Decimal amount;
-  /// Nothing: the amount decides.
+  /// Without a value, the amount decides.
   std::optional<sandbox::Outcome> outcome;
 };
 
-/// Shows payments out and back in this process, with the sandbox as the payment application. False if one of
-/// them could not be shown to its end. Uses the process's one instance of the library.
+/// Shows the operations in this process, with the sandbox as the payment application. Returns false if one of
+/// them could not be shown completely. Uses the shared instance of the library.
 [[nodiscard]] bool runDemo(const DemoOptions& options, Terminal& terminal);
 
 }  // namespace tilvanego::program

@@ -22,7 +22,7 @@ struct DemoArguments {
   std::string outcome;
 };
 
-/// Fewer than the payment's inline link has, so that `automatic` is seen to choose.
+/// Less than the length of the payment's inline link, so that `automatic` chooses another form.
 constexpr std::int64_t automaticLimit = 100;
 
 struct NamedTransport {

@@ -6,7 +6,7 @@ class App;
 
 namespace tilvanego::program {
 
-/// `tilvanego demo`: a payment out and back in one process. Running it sets `status`, which outlives
+/// Adds `tilvanego demo`, which shows payments in one process. The command sets `status`, which must outlive
 /// `program`.
 void addDemoCommand(CLI::App& program);
 

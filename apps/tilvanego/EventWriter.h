@@ -7,14 +7,14 @@
 
 namespace tilvanego::program {
 
-/// Writes what happens, one JSON object a line, each line at once.
+/// Writes events, one JSON object per line. Each line is flushed.
 class EventWriter {
  public:
-  /// `output` outlives this.
+  /// `output` must outlive this object.
   explicit EventWriter(std::FILE* output) : output_(output) {}
 
   void write(const JSONObject& object);
-  /// One line that says what was wrong with a line of the script, or why it couldn't be done.
+  /// Writes why a line of the script is wrong or failed.
   void error(std::string_view message) { write(JSONObject().add("error", message)); }
 
  private:

@@ -4,12 +4,12 @@
 
 namespace tilvanego::program {
 
-/// What a command leaves the program with.
+/// The exit statuses of the program.
 inline constexpr int exitDone = 0;
 inline constexpr int exitFailed = 1;
 inline constexpr int exitWrongUsage = 2;
 
-/// Called last in a command that has run: `CLI::App::parse` gives another status than 0 by throwing it.
+/// Ends a command that has run. Throws a status other than 0, which leaves `CLI::App::parse`.
 inline void endWith(int status) {
   if (status != exitDone) throw CLI::RuntimeError(status);
 }

@@ -14,7 +14,7 @@ constexpr std::size_t longestQuotation = 60;
 
 std::string quotation(std::string_view text) {
   if (text.size() <= longestQuotation) return debugLiteral(text);
-  // Not within a character.
+  // Does not cut within a character.
   std::size_t end = longestQuotation;
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
   return debugLiteral(text.substr(0, end)) + "...";
@@ -60,7 +60,7 @@ void FieldReader::refuseType(std::string_view name, std::string_view wanted) {
 }
 
 std::optional<std::string> FieldReader::finish() const {
-  // An unknown name comes first: it often is a known one misspelt, which is then missing.
+  // An unknown name is reported first: often it is a misspelt name, and the right one is missing.
   for (const auto& [name, value] : object_) {
     if (value.isNull() || std::ranges::find(known_, std::string_view(name)) != known_.end()) continue;
     return pathTo(name) + " is unknown here; known: " + listed(known_, "and") + ".";

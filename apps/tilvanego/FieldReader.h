@@ -16,50 +16,49 @@
 
 namespace tilvanego::program {
 
-/// What a field of type `T` may hold: `wanted` ends the sentence "... must be"; `read` gives
-/// nothing for everything else; `blank` is any value at all.
+/// The values of a field of type `T`: `wanted` ends the sentence "... must be"; `read` returns nothing for
+/// any other value; `blank` is a value for a field with a fault.
 template <typename T>
 struct FieldType;
 
-/// A text of a script as an error line quotes it: in double quotes, cut where it is long.
+/// Quotes a text of a script for an error line: in double quotes, a long text shortened.
 [[nodiscard]] std::string quotation(std::string_view text);
 
-/// Reads the fields of one JSON object by name, and sees to it that each is there, of the right type, and
-/// known.
+/// Reads the fields of one JSON object by name, and checks that each is present, known and of the right type.
 ///
-/// A field that is null counts as left out. Reading goes on behind a fault, with blank values, so that a
-/// record can be read in one expression; `finish` tells the fault. No value is quoted but that of an
-/// enumeration: it may be a secret.
+/// A field that is null counts as absent. After a fault, reading continues with blank values, so that a
+/// record can be read in one expression; `finish` returns the fault. Errors quote only values of
+/// enumerations: others may be secrets.
 class FieldReader {
  public:
-  /// `object` outlives this. `path` stands before a field's name in errors: "request.".
+  /// `object` must outlive this object. `path` precedes the names of fields in errors: "request.".
   explicit FieldReader(const JSONValue::Dictionary& object, std::string path = {})
       : object_(object), path_(std::move(path)) {}
 
-  /// The field's value; for an optional, nothing if it was left out.
+  /// Returns the value of the field; for an optional, nothing if the field is absent.
   template <typename T>
   [[nodiscard]] T get(std::string_view name);
 
-  /// The reader of a nested object, whose own fault is to be given to `refuseIf`. The object is empty if
-  /// there is a fault.
+  /// Returns the reader of a nested object; pass the result of its `finish` to `refuseIf`. After a fault, the
+  /// object is empty.
   [[nodiscard]] FieldReader nested(std::string_view name) {
     return FieldReader(object(name), path_ + std::string(name) + ".");
   }
 
-  /// Notes a fault. The first one counts.
+  /// Stores a fault, unless there is one already.
   void refuse(std::string fault);
   void refuseIf(std::optional<std::string> fault) {
     if (fault) refuse(*std::move(fault));
   }
 
-  /// The field's value, if it is given. Counts the name as known.
+  /// Returns the value of the field, or null if it is absent. The name then counts as known.
   [[nodiscard]] const JSONValue* find(std::string_view name);
   [[nodiscard]] std::string pathTo(std::string_view name) const {
     return quotation(path_ + std::string(name));
   }
 
-  /// The fault, as one line that says what to mend; nothing if the object is as it should be. Every name that
-  /// hasn't been asked for is unknown.
+  /// Returns the fault as one line that says what to mend, or nothing. Every name that was not requested is
+  /// unknown.
   [[nodiscard]] std::optional<std::string> finish() const;
 
  private:
@@ -143,7 +142,7 @@ struct FieldType<URL> {
   static URL blank() { return *URL::parse("blank:"); }
 };
 
-/// The texts quoted and joined by commas, with `lastWord` ("or") before the last one.
+/// Quotes the texts and joins them by commas, with `lastWord` ("or") before the last one.
 [[nodiscard]] std::string listed(const std::vector<std::string_view>& texts, std::string_view lastWord);
 
 template <HasRawText Enumeration>

@@ -82,7 +82,7 @@ int runHost(const HostArguments& arguments) {
     callbacks = *std::move(socket);
   }
   const int signal = runScript(options, callbacks.get());
-  // What listened is gone by then, and the caller learns what ended this.
+  // Removes the socket before the signal ends the process.
   callbacks.reset();
   if (signal != 0) std::raise(signal);
   return exitDone;

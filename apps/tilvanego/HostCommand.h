@@ -6,8 +6,8 @@ class App;
 
 namespace tilvanego::program {
 
-/// `tilvanego host`: a host driven by a script of JSON lines. Running it sets `status`, which outlives
-/// `program`.
+/// Adds `tilvanego host`, a host that runs a script of JSON lines. The command sets `status`, which must
+/// outlive `program`.
 void addHostCommand(CLI::App& program);
 
 }  // namespace tilvanego::program

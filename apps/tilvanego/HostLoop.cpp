@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::array endingSignals{SIGINT, SIGTERM, SIGHUP};
 
-// What a signal handler may touch.
+// Of types that a signal handler may use.
 volatile std::sig_atomic_t signalCaught = 0;
 volatile std::sig_atomic_t signalWakeUp = -1;
 
@@ -68,7 +68,7 @@ int HostLoop::run(const Handlers& handlers) {
   }
 }
 
-/// True if there is input to read.
+/// Returns true if there is input.
 bool HostLoop::waitForSomething() {
   std::vector<pollfd> waiting{{wakeUp_.get(), POLLIN, 0}, {input_, POLLIN, 0}};
   if (callbacks_ != nullptr) callbacks_->addTo(waiting);

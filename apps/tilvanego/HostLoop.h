@@ -13,8 +13,8 @@
 
 namespace tilvanego::program {
 
-/// Waits at once for lines of a script, for callbacks and for what comes to the main queue. Whatever a line
-/// or a callback puts on the main queue has run before the next one is taken.
+/// Waits for lines of a script, for callbacks and for blocks of the main queue at the same time. The blocks
+/// that a line or a callback posts run before the next line or callback.
 class HostLoop {
  public:
   struct Handlers {
@@ -22,14 +22,14 @@ class HostLoop {
     CallbackSocket::Handler callback;
   };
 
-  /// `loop` is the main queue, `input` a descriptor to read the script from, `callbacks` null for none. All
-  /// outlive this.
+  /// `loop` is the main queue, `input` the descriptor of the script; `callbacks` may be null. All must
+  /// outlive this object.
   HostLoop(RunLoop& loop, int input, CallbackSocket* callbacks);
   HostLoop(const HostLoop&) = delete;
   HostLoop& operator=(const HostLoop&) = delete;
   ~HostLoop();
 
-  /// Returns 0 at the end of the input, or the number of the signal that asked the program to end.
+  /// Returns 0 at the end of the input, or the number of the signal that ends the program.
   [[nodiscard]] int run(const Handlers& handlers);
 
  private:
@@ -39,7 +39,7 @@ class HostLoop {
   RunLoop& loop_;
   int input_;
   CallbackSocket* callbacks_;
-  /// Becomes readable when the main queue has something to do, and by a signal.
+  /// Becomes readable when the main queue has blocks, and by a signal.
   Descriptor wakeUp_;
   LineBuffer lines_;
   bool inputEnded_ = false;

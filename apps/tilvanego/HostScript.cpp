@@ -46,7 +46,7 @@ HostAction readCallback(FieldReader& line) {
 }
 
 HostAction readOpened(FieldReader& line) {
-  return [opened = line.get<bool>("opened")](HostSession& session) { session.answerOldestOpen(opened); };
+  return [opened = line.get<bool>("opened")](HostSession& session) { session.reportOldestOpen(opened); };
 }
 
 HostAction readCancel(FieldReader& line) {
@@ -113,7 +113,7 @@ HostAction readNow(FieldReader& line) {
 struct Command {
   std::string_view name;
   HostAction (*read)(FieldReader& line);
-  /// Null is a value for it, not a field left out.
+  /// Null is a value of this command, not an absent field.
   bool takesNull = false;
 };
 
@@ -139,7 +139,7 @@ std::string commandNames() {
   return listed(names, "or");
 }
 
-/// The one command that a line is to name.
+/// Returns the command of a line. Fails if the line has none, or more than one.
 std::expected<const Command*, std::string> findCommand(const JSONValue::Dictionary& line) {
   const Command* found = nullptr;
   for (const Command& one : commands) {
@@ -156,7 +156,7 @@ std::expected<const Command*, std::string> findCommand(const JSONValue::Dictiona
   return found;
 }
 
-/// A name that stands twice in one object, at any depth of a text that is known to be JSON.
+/// Returns a name that occurs twice in one object, at any depth. The text must be JSON.
 std::optional<std::string> repeatedName(json::Reader& reader) {
   JSONKind kind{};
   if (!reader.peek(kind)) return std::nullopt;

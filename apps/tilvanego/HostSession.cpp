@@ -72,10 +72,10 @@ std::unique_ptr<Pasteboard> HostSession::makePasteboard(const HostOptions& optio
   return pasteboard;
 }
 
-void HostSession::answerOldestOpen(bool opened) {
+void HostSession::reportOldestOpen(bool opened) {
   if (memoryApplication_ == nullptr) {
     events_.error(R"("opened" works under --open none only: here the command's exit status tells.)");
-  } else if (!memoryApplication_->answerOldest(opened)) {
+  } else if (!memoryApplication_->reportOldest(opened)) {
     events_.error("No open request waits for an answer.");
   }
 }

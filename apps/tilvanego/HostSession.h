@@ -18,17 +18,17 @@
 namespace tilvanego::program {
 
 struct HostOptions {
-  /// What opens links, with its leading arguments; nothing: links are only reported.
+  /// The command that opens links, with its first arguments. Without a value, links are only reported.
   std::optional<std::vector<std::string>> openCommand;
-  /// The per-user store instead of a pasteboard in memory.
+  /// Whether the pasteboard is the user's store. Otherwise it is in memory.
   bool pasteboardStore = false;
 };
 
-/// The library in use by a scripted host: everything that it causes is written as an event. One in a process,
-/// since the library is; it lives as long as the process.
+/// The library as a script uses it: writes everything that the library causes as an event. There is only one,
+/// since it uses the shared instance of the library; it lives as long as the process.
 class HostSession {
  public:
-  /// Gives the library its platform. `events` and `loop` outlive this.
+  /// Sets the platform of the library. `events` and `loop` must outlive this object.
   HostSession(const HostOptions& options, EventWriter& events, RunLoop& loop);
   HostSession(const HostSession&) = delete;
   HostSession& operator=(const HostSession&) = delete;
@@ -37,9 +37,10 @@ class HostSession {
   [[nodiscard]] EventWriter& events() { return events_; }
   [[nodiscard]] ManualClock& clock() { return *clock_; }
 
-  /// Reports the open request that has waited longest; an error event if none can be.
-  void answerOldestOpen(bool opened);
-  /// Puts items on the pasteboard as another application would; an error event where that isn't ours to do.
+  /// Reports the oldest pending open request as opened or not. Writes an error event if there is none.
+  void reportOldestOpen(bool opened);
+  /// Puts items on the pasteboard as another application would. Writes an error event if this pasteboard
+  /// doesn't allow that.
   void placeOnPasteboard(const std::vector<PasteboardItem>& items, const std::optional<std::string>& string);
   [[nodiscard]] PasteboardContents pasteboardContents() const;
 
@@ -49,7 +50,7 @@ class HostSession {
 
   EventWriter& events_;
   std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
-  // Owned by the platform. Of each pair one is null.
+  // Owned by the platform. One pasteboard is null, and the application is null if a command opens links.
   MemoryApplication* memoryApplication_ = nullptr;
   MemoryPasteboard* memoryPasteboard_ = nullptr;
   PasteboardStore* pasteboardStore_ = nullptr;

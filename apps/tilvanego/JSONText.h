@@ -13,12 +13,13 @@
 
 namespace tilvanego::program {
 
-/// One JSON value (RFC 8259) as compact text on one line: slashes and what is beyond ASCII stand as they are.
+/// One JSON value (RFC 8259) as compact text on one line. Slashes and characters outside ASCII are not
+/// escaped.
 struct JSONText {
   std::string text;
 };
 
-/// What isn't UTF-8 is replaced by U+FFFD, byte by byte.
+/// Replaces each byte that isn't UTF-8 by U+FFFD.
 [[nodiscard]] JSONText jsonText(std::string_view value);
 [[nodiscard]] JSONText jsonText(std::int64_t value);
 template <std::same_as<bool> Bool>
@@ -38,7 +39,7 @@ template <HasRawText Enumeration>
 }
 [[nodiscard]] inline JSONText jsonText(JSONText value) { return value; }
 
-/// A JSON object that grows field by field, in the order of the calls.
+/// A JSON object with its fields in the order of the calls.
 class JSONObject {
  public:
   template <typename Value>
@@ -49,7 +50,7 @@ class JSONObject {
     return addText(name, jsonText(std::string_view(value)));
   }
   JSONObject& add(std::string_view name, const JSONObject& value) { return addText(name, value.finish()); }
-  /// An absent value is left out.
+  /// Adds nothing for an absent value.
   template <typename Value>
   JSONObject& add(std::string_view name, const std::optional<Value>& value) {
     return value ? add(name, *value) : *this;
@@ -67,7 +68,7 @@ class JSONObject {
   std::string text_ = "{";
 };
 
-/// A JSON list that grows element by element.
+/// A JSON array with its elements in the order of the calls.
 class JSONList {
  public:
   void add(const JSONObject& element);

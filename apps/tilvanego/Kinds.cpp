@@ -13,7 +13,7 @@
 namespace tilvanego::program {
 namespace {
 
-/// A completion that shows its result.
+/// A completion that writes its result.
 template <OperationKind kind>
 typename OperationFunctions<kind>::Completion shownCompletion(HostSession& session) {
   return [&session](const auto& result) {
@@ -34,7 +34,7 @@ HostAction readStart(FieldReader& line) {
   };
 }
 
-/// The payment alone has a choice of transports.
+/// Only the payment has several transports.
 template <>
 HostAction readStart<OperationKind::payment>(FieldReader& line) {
   auto request = readRecord<PaymentRequest>(line, "request");

@@ -18,12 +18,12 @@ namespace tilvanego::program {
 
 class HostSession;
 
-/// What one line of a script does once it has been read without fault.
+/// The action of a line of a script.
 using HostAction = std::function<void(HostSession& session)>;
 
-/// An operation that a script drives, by the library's public functions.
+/// An operation as a script uses it, by the library's public functions.
 struct Kind {
-  /// Reads what "start" needs beside the kind.
+  /// Reads the fields of "start" after the kind.
   HostAction (*readStart)(FieldReader& line);
   bool (*isInProgress)(const TilvaneGo& sdk);
   void (*cancel)(TilvaneGo& sdk);
@@ -35,7 +35,7 @@ struct Kind {
 
 [[nodiscard]] const Kind& kindOf(OperationKind kind);
 
-/// Reads the older entry of the payment.
+/// Reads the line of the older function that starts a payment.
 [[nodiscard]] HostAction readSendRequestAction(FieldReader& line);
 
 }  // namespace tilvanego::program

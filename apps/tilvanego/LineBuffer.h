@@ -7,30 +7,30 @@
 
 namespace tilvanego::program {
 
-/// Cuts a stream of bytes into its lines.
+/// Splits a stream of bytes into lines.
 class LineBuffer {
  public:
-  /// A line that is longer is given as too long, without being kept.
+  /// A longer line is returned as too long, without its text.
   static constexpr std::size_t longestLine = std::size_t{64} << 20U;
 
   struct Line {
-    /// Without its end.
+    /// Without the line end.
     std::string text;
     bool tooLong = false;
   };
 
   void append(std::string_view bytes);
-  /// No more bytes come: what is left is a line as well.
+  /// Ends the input: the remaining bytes are the last line.
   void close() { closed_ = true; }
 
-  /// The next whole line, if there is one.
+  /// Returns the next complete line, if there is one.
   [[nodiscard]] std::optional<Line> next();
 
  private:
-  /// Bytes that have come and aren't given yet; `start_` of them are given.
+  /// The received bytes; the first `start_` of them were returned already.
   std::string bytes_;
   std::size_t start_ = 0;
-  /// How far the search for a line end has come.
+  /// There is no line end before this position.
   std::size_t searched_ = 0;
   bool dropping_ = false;
   bool closed_ = false;

@@ -14,11 +14,11 @@ namespace tilvanego::program {
 /// Whether the models have a record of this name.
 [[nodiscard]] bool isModel(std::string_view name);
 
-/// A builder whose body, a `std::string`, is the answer read as a record whose type only the command line
-/// tells, and written again: pretty, with its keys sorted.
+/// A builder for records whose type is known only from the command line. Its body, a `std::string`, is the
+/// response's record as JSON: pretty, with sorted keys.
 class ModelBuilder final : public RequestBuilderWithSession<URLSessionDecodableRequestBuilder> {
  public:
-  /// `isModel(name)` holds.
+  /// Requires `isModel(name)`.
   ModelBuilder(Construction construction, std::shared_ptr<URLSessionProtocol> session, std::string_view name);
 
   void processRequestResponse(const URLSessionExchange& exchange, const HTTPURLResponse& response,

@@ -120,7 +120,7 @@ std::expected<models::AnyRecord, JSONError> readRecord(const std::string& name) 
 int decode(const std::string& name) {
   const auto record = readRecord(name);
   if (!record) return exitFailed;
-  // What was read is UTF-8, so it can be written.
+  // A record that was read is UTF-8, so it can be written.
   std::cout << record->encode({.sortedKeys = true, .pretty = true}).value() << '\n';
   return exitDone;
 }

@@ -6,7 +6,7 @@ class App;
 
 namespace tilvanego::program {
 
-/// `tilvanego model`: what the POI records are, and whether a JSON text is one of them.
+/// Adds `tilvanego model`, which shows the POI records and checks whether a JSON text is one of them.
 void addModelCommand(CLI::App& program);
 
 }  // namespace tilvanego::program

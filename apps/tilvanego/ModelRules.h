@@ -9,7 +9,7 @@
 
 namespace tilvanego::program {
 
-/// One part of a rule, under the name of the kind of fault that it finds: "maxLength" and 25.
+/// One part of a rule, with the name of the fault that it finds: "maxLength" and 25.
 struct RulePart {
   std::string_view name;
   std::string value;

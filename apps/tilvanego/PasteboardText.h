@@ -7,7 +7,7 @@
 #include "FieldReader.h"
 #include "JSONText.h"
 
-/// Pasteboard items as scripts write them: {TYPE: TEXT or {"base64": B}, ...}.
+/// Pasteboard items in the form of scripts: {TYPE: TEXT or {"base64": B}, ...}.
 namespace tilvanego::program {
 
 [[nodiscard]] JSONObject pasteboardObject(const PasteboardContents& contents);

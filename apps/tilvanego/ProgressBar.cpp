@@ -43,7 +43,7 @@ void ProgressBar::show(const std::string& text) {
   const std::lock_guard held(mutex_);
   if (text == shown_) return;
   shown_ = text;
-  // To the line's start, and clear it (ECMA-48).
+  // Returns to the start of the line and clears it (ECMA-48).
   std::fprintf(stderr, "\r\x1b[K%s", text.c_str());
   std::fflush(stderr);
 }

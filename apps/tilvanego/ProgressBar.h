@@ -8,10 +8,10 @@
 
 namespace tilvanego::program {
 
-/// One line on standard error, a terminal, that shows how far a piece of work has come.
+/// One line on standard error that shows a progress. Standard error must be a terminal.
 class ProgressBar {
  public:
-  /// From any thread. The bar outlives the progress's last change.
+  /// May be called from any thread. The bar must outlive the last change of the progress.
   void watch(const std::shared_ptr<Progress>& progress);
   /// Clears the line.
   void finish();

@@ -11,13 +11,13 @@
 
 #include "FieldReader.h"
 
-/// How the requests of a script are read: each field by its name, through the public constructors.
+/// Reads the requests of a script: each field by its name, by the public constructors.
 namespace tilvanego::program {
 
 template <typename Record>
 concept RecordOfFields = DescribedFields<typename Record::Fields>;
 
-/// Reads a record that `parent` has under `name`; what is wrong with it is noted there.
+/// Reads the record in the field `name` of `parent`. A fault is stored in `parent`.
 template <RecordOfFields Record>
 [[nodiscard]] Record readRecord(FieldReader& parent, std::string_view name);
 
@@ -50,7 +50,7 @@ Record readRecord(FieldReader& parent, std::string_view name) {
   return record;
 }
 
-/// The seven texts of the older entry.
+/// The seven texts of the older function that starts a payment.
 struct SendRequestTexts {
   std::string requestId;
   std::string amount;
@@ -64,7 +64,7 @@ struct SendRequestTexts {
 };
 [[nodiscard]] SendRequestTexts readSendRequest(FieldReader& line);
 
-/// The transport of a payment, if `line` names one.
+/// Reads the transport of a payment, if `line` has one.
 [[nodiscard]] std::optional<PaymentLaunchTransport> readTransport(FieldReader& line);
 
 }  // namespace tilvanego::program

@@ -5,8 +5,8 @@
 
 namespace tilvanego::program {
 
-/// Calls `visit(name, value)` for each field of a response or a transaction, then for what is computed from
-/// them. A value may be an absent optional.
+/// Calls `visit(name, value)` for each field of a response or a transaction, then for each computed value. A
+/// value may be an absent optional.
 template <typename Record, typename Visit>
 void visitRecord(const Record& record, Visit visit) {
   visitFields(record.fields(), visit);

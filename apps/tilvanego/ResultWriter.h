@@ -8,13 +8,13 @@
 #include "JSONText.h"
 #include "ResponseFields.h"
 
-/// How results are shown: the same for all kinds, over the members that their cases have.
+/// Writes the results of all kinds, by the members of their cases.
 namespace tilvanego::program {
 
 template <typename Record>
 [[nodiscard]] JSONObject recordObject(const Record& record);
 
-/// The values that are records themselves.
+/// For the values that are records.
 [[nodiscard]] inline JSONObject recordsValue(const TilvaneGoTransactionDetails& details) {
   return recordObject(details);
 }
@@ -37,7 +37,7 @@ JSONObject recordObject(const Record& record) {
   return object;
 }
 
-/// An error case's payload by its names.
+/// The payload of an error case, by the names of its members.
 template <typename Case>
 [[nodiscard]] JSONObject payloadObject(const Case& one) {
   JSONObject payload;

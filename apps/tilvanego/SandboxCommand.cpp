@@ -17,7 +17,7 @@
 #include <tilvanego/platform/desktop/CommandLine.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 
 #include "ExitStatus.h"
 
@@ -35,7 +35,7 @@ using sandbox::TransportFault;
 struct SandboxOptions {
   std::string link;
   std::string outcome;
-  std::string answer = "same";
+  std::string transport = "same";
   std::string fault;
   std::string word;
   std::string keys;
@@ -50,7 +50,7 @@ std::vector<std::string> namesOf() {
   return names;
 }
 
-/// Every status word, of whatever operation and outcome, in alphabetical order.
+/// The status words of all operations and outcomes, in alphabetical order.
 std::vector<std::string> allWords() {
   std::set<std::string> words;
   for (const auto operation : allCases<sandbox::Operation>()) {
@@ -71,7 +71,7 @@ std::string amountsHelp() {
   return help + " any other approve";
 }
 
-/// Asks the person until an outcome is named; `usual` if they only confirm, or go away.
+/// Asks the user until they enter an outcome. Returns `usual` for an empty line or at the end of the input.
 Outcome askedOutcome(Outcome usual) {
   std::string line;
   while (true) {
@@ -96,7 +96,7 @@ std::expected<LaunchLink, SandboxError> read(const std::string& text, const Hand
   return LaunchLink::read(*url, ports);
 }
 
-/// Starts the command with the callback URL, and waits for what becomes of it.
+/// Runs the command with the callback URL and waits for its end.
 bool openCallback(const std::string& command, const URL& callback) {
   RunLoop& loop = RunLoop::main();
   SpawnedOpener opener(loop, *splitCommandLine(command));
@@ -124,12 +124,12 @@ int runSandbox(const SandboxOptions& options) {
 
   const Decision decision{
       .outcome = decide(options, *link),
-      .transport = fromRawText<Transport>(options.answer),
+      .transport = fromRawText<Transport>(options.transport),
       .fault = fromRawText<TransportFault>(options.fault),
       .word = options.word.empty() ? std::nullopt : std::optional(options.word),
       .keys = fromRawText<sandbox::KeySpelling>(options.keys).value_or(sandbox::KeySpelling::first),
   };
-  const auto callback = answer(*link, decision, ports);
+  const auto callback = respond(*link, decision, ports);
   if (!callback) return failed(callback.error().message);
   std::cout << "outcome: " << rawText(decision.outcome) << '\n' << std::flush;
   if (!*callback) return exitDone;
@@ -150,7 +150,7 @@ void addSandboxCommand(CLI::App& program) {
   command->add_option("LINK", options->link, "The link that a host opened")->required();
   command->add_option("--outcome", options->outcome, "What happens to the request")
       ->check(CLI::IsMember(namesOf<Outcome>()));
-  command->add_option("--answer", options->answer, "How the answer travels; same is how the request came")
+  command->add_option("--answer", options->transport, "How the answer travels; same is how the request came")
       ->check(CLI::IsMember({"same", "url", "gzip", "pasteboard"}))
       ->capture_default_str();
   command->add_option("--fault", options->fault, "What goes wrong with an answer by gzip or pasteboard")

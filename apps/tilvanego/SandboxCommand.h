@@ -6,7 +6,7 @@ class App;
 
 namespace tilvanego::program {
 
-/// `tilvanego sandbox LINK`: the payment application to rehearse with.
+/// Adds `tilvanego sandbox LINK`, the payment application for rehearsals.
 void addSandboxCommand(CLI::App& program);
 
 }  // namespace tilvanego::program

@@ -43,7 +43,7 @@ Reading readFile(const std::string& name) {
   return std::unexpected(FileReadError{name, std::generic_category().message(errno)}.description());
 }
 
-/// A file's URL, which the runtime reads, or the bytes of standard input.
+/// The URL of a file, for the runtime to read, or the bytes of standard input.
 std::expected<AnyValue, std::string> fileValue(const std::string& name) {
   if (name == standardInput) {
     auto data = readFile(name);

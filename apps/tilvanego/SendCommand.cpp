@@ -21,14 +21,14 @@
 namespace tilvanego::program {
 namespace {
 
-/// What stands before and behind the first separator; none without one.
+/// Returns the texts before and after the first separator; nothing if there is none.
 std::optional<NamedValue> splitAt(std::string_view text, char separator) {
   const std::size_t at = text.find(separator);
   if (at == std::string_view::npos) return std::nullopt;
   return NamedValue{std::string(text.substr(0, at)), std::string(text.substr(at + 1))};
 }
 
-// Values may be secrets, and usage errors don't repeat them.
+// The message doesn't repeat the value, which may be a secret.
 [[noreturn]] void refuse(const std::string& option, const std::string& what) {
   throw CLI::ValidationError(option, what);
 }
@@ -123,10 +123,10 @@ void addBodies(CLI::App& command, SendOptions& options) {
   }
 }
 
-AnswerForm answerForm(const std::string& text, std::string& model) {
-  const std::pair<std::string_view, AnswerForm> forms[] = {
-      {"text", AnswerForm::text}, {"bytes", AnswerForm::bytes}, {"json", AnswerForm::json},
-      {"file", AnswerForm::file}, {"none", AnswerForm::none},
+ResponseForm responseForm(const std::string& text, std::string& model) {
+  const std::pair<std::string_view, ResponseForm> forms[] = {
+      {"text", ResponseForm::text}, {"bytes", ResponseForm::bytes}, {"json", ResponseForm::json},
+      {"file", ResponseForm::file}, {"none", ResponseForm::none},
   };
   for (const auto& [name, form] : forms) {
     if (text == name) return form;
@@ -135,13 +135,14 @@ AnswerForm answerForm(const std::string& text, std::string& model) {
   if (!text.starts_with(prefix)) refuse("--as", "must be text, bytes, json, file, none or model:NAME");
   model = text.substr(prefix.size());
   if (!isModel(model)) refuse("--as", "no model has this name; `tilvanego model list` shows all");
-  return AnswerForm::model;
+  return ResponseForm::model;
 }
 
-void addAnswer(CLI::App& command, SendOptions& options) {
+void addResponseForm(CLI::App& command, SendOptions& options) {
   command
       .add_option_function<std::string>(
-          "--as", [&options](const std::string& text) { options.answer = answerForm(text, options.model); },
+          "--as",
+          [&options](const std::string& text) { options.responseForm = responseForm(text, options.model); },
           "How the body is read: text, bytes, json, file, none or model:NAME; text without it")
       ->type_name("FORM");
   command.add_flag("--include", options.include,
@@ -184,7 +185,7 @@ void addSendCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("send", "Sends one request through the HTTP client runtime");
   addTarget(*command, *options);
   addBodies(*command, *options);
-  addAnswer(*command, *options);
+  addResponseForm(*command, *options);
   addConnection(*command, *options);
   command->footer("FILE may be - for standard input. One kind of body at most; GET and HEAD send none.");
   command->callback([options] {

@@ -6,7 +6,7 @@ class App;
 
 namespace tilvanego::program {
 
-/// `tilvanego send METHOD URL`: one request through the HTTP client runtime.
+/// Adds `tilvanego send METHOD URL`, one request by the HTTP client.
 void addSendCommand(CLI::App& program);
 
 }  // namespace tilvanego::program

@@ -7,7 +7,7 @@
 namespace tilvanego::program {
 namespace {
 
-/// A multipart body's type has the boundary, and stays.
+/// The content type of a multipart body contains the boundary, so it isn't replaced.
 std::optional<std::string> ownContentType(const SendOptions& options) {
   const auto type = options.headers.value("Content-Type");
   if (!type || options.bodyKind == SendBodyKind::multipart) return std::nullopt;
@@ -19,8 +19,8 @@ bool isWorthAnotherSend(const URLResponsePointer& response, const Failure& error
     return transport->code == TransportError::Code::networkConnectionLost ||
            transport->code == TransportError::Code::cannotConnectToHost;
   }
-  const auto* answer = dynamic_cast<const HTTPURLResponse*>(response.get());
-  return answer != nullptr && answer->statusCode() >= 500;
+  const auto* http = dynamic_cast<const HTTPURLResponse*>(response.get());
+  return http != nullptr && http->statusCode() >= 500;
 }
 
 }  // namespace

@@ -11,8 +11,8 @@
 
 namespace tilvanego::program {
 
-/// Gives a request what its builder doesn't say: the time limit and a content type of the person's own. Has a
-/// send repeated that found no connection, lost it, or was answered with a status of 500 or more.
+/// Sets the request's time limit and the content type that the user asked for. Repeats a send that found no
+/// connection, lost it, or received a status of 500 or more.
 class SendInterceptor final : public DefaultOpenAPIInterceptor {
  public:
   explicit SendInterceptor(const SendOptions& options);
@@ -26,7 +26,7 @@ class SendInterceptor final : public DefaultOpenAPIInterceptor {
                           const Builder& requestBuilder, const std::optional<Data>& data,
                           const URLResponsePointer& response, const std::optional<Failure>& error) override;
 
-  /// Of the latest answer; null before one came.
+  /// The latest response; null before the first.
   [[nodiscard]] URLResponsePointer response() const { return response_.value(); }
 
  private:

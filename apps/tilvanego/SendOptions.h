@@ -20,27 +20,27 @@ struct NamedValue {
 /// The one body that a request may have.
 enum class SendBodyKind : std::uint8_t { none, json, form, multipart, octet };
 
-enum class AnswerForm : std::uint8_t { text, bytes, json, file, none, model };
+enum class ResponseForm : std::uint8_t { text, bytes, json, file, none, model };
 
-/// What `tilvanego send` is asked for.
+/// The options of `tilvanego send`.
 struct SendOptions {
   HTTPMethod method = HTTPMethod::get;
   std::string url;
   HTTPHeaders headers;
   std::vector<NamedValue> query;
   SendBodyKind bodyKind = SendBodyKind::none;
-  /// Of `json` and `octet`; "-" is standard input.
+  /// For `json` and `octet`; "-" is standard input.
   std::string bodyFile;
-  /// Of `form` and `multipart`.
+  /// For `form` and `multipart`.
   std::vector<NamedValue> bodyItems;
   std::optional<URLCredential> user;
-  /// Sends after the first.
+  /// The maximum number of repetitions.
   unsigned retries = 0;
-  AnswerForm answer = AnswerForm::text;
-  /// The record's name, for `AnswerForm::model`.
+  ResponseForm responseForm = ResponseForm::text;
+  /// The record's name, for `ResponseForm::model`.
   std::string model;
   bool include = false;
-  /// Seconds without any byte.
+  /// In seconds without any byte.
   std::optional<double> timeout;
   std::string certificate;
   std::optional<std::string> proxy;

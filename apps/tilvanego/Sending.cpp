@@ -30,7 +30,8 @@ namespace {
 
 void write(std::FILE* stream, std::string_view text) { std::fwrite(text.data(), 1, text.size(), stream); }
 
-/// Some causes repeat what a server said, and the report is one line.
+/// Replaces control characters by spaces: some causes quote text of a server, and the report must be one
+/// line.
 std::string oneLine(std::string text) {
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
@@ -45,10 +46,10 @@ int reportFailure(int code, const std::string& cause) {
 
 /// The status line, the fields, and an empty line.
 std::string headText(const URLResponsePointer& response) {
-  const auto* answer = dynamic_cast<const HTTPURLResponse*>(response.get());
-  if (answer == nullptr) return {};
-  std::string text = answer->statusLine() + "\n";
-  for (const auto& [name, value] : answer->headers().fields())
+  const auto* http = dynamic_cast<const HTTPURLResponse*>(response.get());
+  if (http == nullptr) return {};
+  std::string text = http->statusLine() + "\n";
+  for (const auto& [name, value] : http->headers().fields())
     text.append(name).append(": ").append(value).append("\n");
   return text + "\n";
 }
@@ -58,31 +59,31 @@ std::string outputOf(const Data& body) { return std::string(body.text()); }
 std::string outputOf(const URL& body) { return body.path() + "\n"; }
 std::string outputOf(Empty) { return {}; }
 std::string outputOf(const JSONValue& body) {
-  // What was read can be written.
+  // A value that was read can be written.
   return json::encode(body, {.sortedKeys = true, .pretty = true}).value() + "\n";
 }
 
-/// One request, from its options to its answer.
+/// One request, from its options to its response.
 class Sending {
  public:
   Sending(const SendOptions& options, RequestBuilderArguments arguments);
   ~Sending();
 
-  /// Sends, reads the answer's body as a T by a builder of the kind, and shows it.
+  /// Sends, reads the body of the response as a T by a builder of the kind, and shows it.
   template <std::copy_constructible T,
             typename Kind = RequestBuilderWithSession<URLSessionDecodableRequestBuilder>, typename... Extra>
   int run(Extra&&... extra) {
     const RequestBuilderOf<T> builder(RequestBuilder::make<Kind>(bodyTypeOf<T>(), std::move(arguments_),
                                                                  session_, std::forward<Extra>(extra)...));
-    const auto result = answerTo<T>(builder);
+    const auto result = responseTo<T>(builder);
     bar_.finish();
-    return result ? showAnswer(outputOf(result->body)) : showFailure(result.error());
+    return result ? showResponse(outputOf(result->body)) : showFailure(result.error());
   }
 
  private:
   template <typename T>
-  std::expected<Response<T>, ErrorResponse> answerTo(const RequestBuilderOf<T>& builder);
-  [[nodiscard]] int showAnswer(const std::string& output) const;
+  std::expected<Response<T>, ErrorResponse> responseTo(const RequestBuilderOf<T>& builder);
+  [[nodiscard]] int showResponse(const std::string& output) const;
   [[nodiscard]] int showFailure(const ErrorResponse& error) const;
 
   const SendOptions& options_;
@@ -103,22 +104,22 @@ Sending::Sending(const SendOptions& options, RequestBuilderArguments arguments)
   arguments_.apiConfiguration->setInterceptor(interceptor_);
 }
 
-// The session's thread lets go of the session once the completion has returned. Were it the last one to do
-// so, the thread would still be ending while the program does.
+// The session's thread releases its share of the session after the completion has returned. If that share
+// were the last one, the thread would still be ending while the program ends.
 Sending::~Sending() {
   while (session_.use_count() > 1) std::this_thread::yield();
 }
 
 template <typename T>
-std::expected<Response<T>, ErrorResponse> Sending::answerTo(const RequestBuilderOf<T>& builder) {
+std::expected<Response<T>, ErrorResponse> Sending::responseTo(const RequestBuilderOf<T>& builder) {
   if (options_.progress && ::isatty(STDERR_FILENO) == 1) {
     builder->setOnProgressReady([this](const std::shared_ptr<Progress>& progress) { bar_.watch(progress); });
   }
   RunLoop& loop = RunLoop::main();
   std::optional<std::expected<Response<T>, ErrorResponse>> result;
-  builder.execute([&](std::expected<Response<T>, ErrorResponse> answer) {
-    loop.post([&, answer = std::move(answer)]() mutable {
-      result = std::move(answer);
+  builder.execute([&](std::expected<Response<T>, ErrorResponse> response) {
+    loop.post([&, response = std::move(response)]() mutable {
+      result = std::move(response);
       loop.stop();
     });
   });
@@ -126,7 +127,7 @@ std::expected<Response<T>, ErrorResponse> Sending::answerTo(const RequestBuilder
   return *std::move(result);
 }
 
-int Sending::showAnswer(const std::string& output) const {
+int Sending::showResponse(const std::string& output) const {
   if (options_.include) write(stdout, headText(interceptor_->response()));
   write(stdout, output);
   if (std::fflush(stdout) == 0) return exitDone;
@@ -141,8 +142,8 @@ int Sending::showFailure(const ErrorResponse& error) const {
   return status;
 }
 
-/// The content type tells the runtime how to encode the body, and ends the process if it knows no way. So it
-/// gets the one of the body's kind, and the interceptor puts the person's own in its place.
+/// The runtime chooses the encoding of the body by the content type, and ends the process if it has none for
+/// it. So the headers have the content type of the body's kind; the interceptor replaces it by the user's.
 std::map<std::string, std::string> headersOf(const SendOptions& options) {
   HTTPHeaders fields = options.headers;
   fields.remove("Content-Type");
@@ -153,7 +154,8 @@ std::map<std::string, std::string> headersOf(const SendOptions& options) {
   return headers;
 }
 
-/// The URL with the query that was asked for; one that can't be read stays, for the runtime to refuse.
+/// The URL with the query of the options. A URL that can't be read is returned unchanged: the runtime refuses
+/// it.
 std::string urlWithQuery(const SendOptions& options) {
   const auto url = URL::parse(options.url);
   if (!url || options.query.empty()) return options.url;
@@ -173,18 +175,18 @@ int runSend(const SendOptions& options) {
       .headers = headersOf(options),
   };
   Sending sending(options, std::move(arguments));
-  switch (options.answer) {
-    case AnswerForm::text:
+  switch (options.responseForm) {
+    case ResponseForm::text:
       return sending.run<std::string>();
-    case AnswerForm::bytes:
+    case ResponseForm::bytes:
       return sending.run<Data>();
-    case AnswerForm::json:
+    case ResponseForm::json:
       return sending.run<JSONValue>();
-    case AnswerForm::file:
+    case ResponseForm::file:
       return sending.run<URL>();
-    case AnswerForm::none:
+    case ResponseForm::none:
       return sending.run<Empty>();
-    case AnswerForm::model:
+    case ResponseForm::model:
       return sending.run<std::string, ModelBuilder>(options.model);
   }
   return exitFailed;

@@ -4,8 +4,8 @@
 
 namespace tilvanego::program {
 
-/// Sends the request, shows the answer or why there is none, and gives the program's exit status. To be
-/// called on the main thread, whose queue it runs meanwhile.
+/// Sends the request, shows the response or the failure, and returns the program's exit status. Call it on
+/// the main thread: it runs the main queue until the request is over.
 [[nodiscard]] int runSend(const SendOptions& options);
 
 }  // namespace tilvanego::program

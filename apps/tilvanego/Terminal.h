@@ -5,15 +5,16 @@
 
 namespace tilvanego::program {
 
-/// Text for people on standard output, in colour only where that is a terminal and NO_COLOR isn't set.
+/// Writes text for a reader to standard output. Uses colours only if that is a terminal and NO_COLOR isn't
+/// set.
 class Terminal {
  public:
   Terminal();
 
   void heading(std::string_view text);
-  /// One line: a label, and beside it what it is about.
+  /// Writes one line with a label and a text.
   void line(std::string_view label, std::string_view text);
-  /// A line that goes on the one before.
+  /// Writes a line that continues the one before.
   void detail(std::string_view text) { line({}, text); }
   void gap();
   void good(std::string_view label, std::string_view text);

@@ -13,8 +13,8 @@
 
 namespace {
 
-/// What nobody expected on the command line: options by their names, and other words unless they may be a
-/// link, or a piece of one, with a token in it.
+/// Returns the unexpected arguments for a message: the names of options, and other words. A word that may be
+/// a link, or a part of one, is replaced: it may contain a token.
 std::string notExpected(const CLI::App& program) {
   std::string names;
   for (const std::string& text : program.remaining(true)) {

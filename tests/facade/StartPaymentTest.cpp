@@ -157,7 +157,7 @@ TEST(StartPayment, AcceptsAZeroTipAndBlanksAroundTheId) {
 TEST(StartPayment, ThatIsOpenedWaitsForItsCallback) {
   TestHost host;
   host.sdk->startPayment(PaymentRequest(validFields()), noting(host, "completion"));
-  ASSERT_TRUE(host.application->answerOldest(true));
+  ASSERT_TRUE(host.application->reportOldest(true));
   host.loop.runPending();
   EXPECT_TRUE(host.sdk->isPaymentInProgress());
 }
@@ -165,7 +165,7 @@ TEST(StartPayment, ThatIsOpenedWaitsForItsCallback) {
 TEST(StartPayment, ThatIsFinishedBeforeTheRefusedOpenIsToldIgnoresIt) {
   TestHost host;
   host.sdk->startPayment(PaymentRequest(validFields()), noting(host, "completion"));
-  host.application->answerOldest(false);
+  host.application->reportOldest(false);
   EXPECT_TRUE(host.sdk->handleCallback(parsedURL("myshop://done?status=cancel")));
   host.takeEvents();
   host.loop.runPending();

@@ -1,6 +1,6 @@
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 #include <tilvanego/sandbox/SandboxApplication.h>
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/Wiping.h>
@@ -94,7 +94,7 @@ const std::vector<End>& allEnds() {
       {"not opened",
        [](QuietHost& host, const Started& one) {
          one.start(host, done());
-         host.application->answerOldest(false);
+         host.application->reportOldest(false);
          host.loop.runPending();
        }},
       {"cancelled",

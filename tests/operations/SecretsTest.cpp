@@ -38,7 +38,7 @@ TEST(Secrets, AreShownByNoKindOnItsWayOut) {
     TestHost host;
     kind.start(host, parsedURL("myshop://done"));
     kind.start(host, parsedURL("myshop://done"));
-    host.application->answerOldest(false);
+    host.application->reportOldest(false);
     host.loop.runPending();
     const std::string text = shown(host);
     EXPECT_EQ(text.find(secretToken), std::string::npos) << text;

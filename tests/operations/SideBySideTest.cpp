@@ -59,7 +59,7 @@ TEST_P(EachKind, ThatIsNotOpenedFailsOnceInALaterTurn) {
   TestHost host;
   start(host, kind);
   host.takeEvents();
-  host.application->answerOldest(false);
+  host.application->reportOldest(false);
   EXPECT_TRUE((*host.sdk.*kind.isInProgress)());
   host.loop.runPending();
   const std::string name(kind.name);
@@ -76,7 +76,7 @@ TEST_P(EachKind, ThatIsCancelledIsForgotten) {
   host.takeEvents();
   (*host.sdk.*kind.cancel)();
   EXPECT_FALSE((*host.sdk.*kind.isInProgress)());
-  host.application->answerOldest(false);
+  host.application->reportOldest(false);
   host.loop.runPending();
   EXPECT_FALSE(host.sdk->handleCallback(urlOf(kind)));
   EXPECT_EQ(host.takeEvents(), Events{nothingPending});
@@ -174,7 +174,7 @@ TEST(Destruction, ReleasesPendingKindsWithoutCallingThem) {
   TestHost host;
   for (const Kind& kind : allKinds()) start(host, kind);
   host.takeEvents();
-  while (host.application->answerOldest(false)) continue;
+  while (host.application->reportOldest(false)) continue;
   host.sdk.reset();
   host.loop.runPending();
   EXPECT_EQ(host.takeEvents(), Events{});

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 
 #include "tests/support/Kinds.h"
 #include "tests/support/TestHost.h"
@@ -24,7 +24,7 @@ std::string roundTrip(const test::Kind& kind, Outcome outcome) {
   for (const std::string& line : link->lines()) {
     EXPECT_EQ(line.find(test::secretToken), std::string::npos) << line;
   }
-  const auto callback = answer(*link, outcome);
+  const auto callback = respond(*link, outcome);
   if (!callback) return callback.error().message;
   host.takeEvents();
   if (*callback) {
@@ -83,7 +83,7 @@ template <typename Result>
 auto approved(Result (*parse)(URL, const std::optional<std::string>&, const std::optional<URL>&),
               std::string_view link) {
   const auto read = LaunchLink::read(test::parsedURL("tilvanego://payment/v1/" + std::string(link)));
-  return parse(**answer(*read, Outcome::approve), std::nullopt, std::nullopt)->response().value();
+  return parse(**respond(*read, Outcome::approve), std::nullopt, std::nullopt)->response().value();
 }
 
 TEST(OperationAnswers, HoldWhatTheOperationIsFor) {

@@ -83,7 +83,7 @@ TEST(SandboxApplication, AnswersAsTheRequestCameUnlessTheHostSetATransport) {
   });
   rehearsal.pay("12", PaymentLaunchTransport::gzip());
   rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
-  rehearsal.sandbox->setAnswer(Transport::gzip);
+  rehearsal.sandbox->setTransport(Transport::gzip);
   rehearsal.pay("12");
   rehearsal.sdk->reboot(RebootRequest({.requestId = "A-2", .callbackURL = *URL::parse("shop://done")}),
                         [&](const RebootResult& result) { rehearsal.events.emplace_back(result.name()); });

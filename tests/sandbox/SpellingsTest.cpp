@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include <tilvanego/sandbox/Answer.h>
-#include <tilvanego/sandbox/AnswerTables.h>
+#include <tilvanego/sandbox/Response.h>
+#include <tilvanego/sandbox/ResponseTables.h>
 #include <tilvanego/sandbox/SandboxApplication.h>
 
 #include "tests/support/Kinds.h"
@@ -115,7 +115,7 @@ Names written(const Array& names) {
 TEST(Spellings, OfTheLibraryAreThoseOfTheProtocol) {
   ASSERT_EQ(protocol().size(), allCases<Operation>().size());
   for (const auto& [kind, fields, words] : protocol()) {
-    const AnswerTable& table = answerTable(fromRawText<Operation>(kind).value());
+    const ResponseTable& table = responseTable(fromRawText<Operation>(kind).value());
     std::set<Names> known;
     for (const KeyNames& names : table.keys) known.insert(written(names));
     EXPECT_EQ(known, std::set<Names>(fields.begin(), fields.end())) << kind;
@@ -144,13 +144,13 @@ std::string_view caseOf(const Spellings& one, Outcome outcome) {
 
 /// A host and the payment application that answers its links.
 struct Rehearsal {
-  Rehearsal() : sandbox(host.loop, [this](const URL& url) { answer(url); }) {
+  Rehearsal() : sandbox(host.loop, [this](const URL& url) { respond(url); }) {
     sandbox.setObserver([this](const URL&, const auto& outcome) {
       if (!outcome) refusal = outcome.error().message;
     });
   }
 
-  void answer(const URL& url) {
+  void respond(const URL& url) {
     callback = url;
     EXPECT_TRUE(host.sdk->handleCallback(url));
   }
@@ -243,7 +243,7 @@ TEST(Spellings, AreKeptByEveryTransport) {
                                            .customId = "c"}),
                            [&](const PaymentResult& payment) { result = payment; });
     const auto link = LaunchLink::read(host.application->openedURLs().front());
-    const auto callback = answer(
+    const auto callback = respond(
         *link,
         {.outcome = Outcome::cancel, .transport = transport, .word = "canceled", .keys = KeySpelling::second},
         ports);

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 
 #include "tests/support/TestHost.h"
 
@@ -62,7 +62,7 @@ struct Payment {
   std::string answered(const Decision& decision) {
     const auto asked = read();
     if (!asked) return asked.error().message;
-    const auto callback = answer(*asked, decision, ports());
+    const auto callback = respond(*asked, decision, ports());
     if (!callback) return callback.error().message;
     if (!*callback) return "";
     EXPECT_TRUE(host.sdk->handleCallback(**callback));
@@ -174,7 +174,7 @@ TEST(Transports, LeaveTheRequestOnThePasteboardUntilTheAnswerReplacesIt) {
   const auto asked = payment.host.pasteboard->contents();
   ASSERT_TRUE(payment.read());
   EXPECT_EQ(payment.host.pasteboard->contents(), asked);
-  const auto callback = answer(*payment.read(), Decision{}, payment.ports());
+  const auto callback = respond(*payment.read(), Decision{}, payment.ports());
   const auto answered = payment.host.pasteboard->contents();
   EXPECT_NE(answered, asked);
   EXPECT_TRUE(answered.options.localOnly);
@@ -276,19 +276,19 @@ TEST(Transports, NameNoAnswerThatCouldntBeLeft) {
   const auto link = Payment(Transport::gzip).read();
   const Decision decision{.transport = Transport::pasteboard};
   FullPasteboard full;
-  EXPECT_EQ(answer(*link, decision, {.pasteboard = &full}).error().message,
+  EXPECT_EQ(respond(*link, decision, {.pasteboard = &full}).error().message,
             "the pasteboard didn't keep the answer: It is full.");
   NoRandomBytes none;
-  EXPECT_EQ(answer(*link, decision, {.pasteboard = &full, .randomSource = &none}).error().message,
+  EXPECT_EQ(respond(*link, decision, {.pasteboard = &full, .randomSource = &none}).error().message,
             "the random source gave no bytes for a handoff id");
-  EXPECT_EQ(answer(*link, decision).error().message,
+  EXPECT_EQ(respond(*link, decision).error().message,
             "the answer needs a pasteboard, and this sandbox was given none");
 
   const auto endless = LaunchLink::read(
       *URL::parse("tilvanego://payment/v1/start?request_id=1&amount=1&type=sale&currency=EUR&return_url=a:b&"
                   "require_reader_ready=true&custom_id=" +
                   std::string(300'000, 'x')));
-  EXPECT_EQ(answer(*endless, {.transport = Transport::gzip}).error().message,
+  EXPECT_EQ(respond(*endless, {.transport = Transport::gzip}).error().message,
             "the answer is too long to travel compressed");
 }
 

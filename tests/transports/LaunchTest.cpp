@@ -139,7 +139,7 @@ TEST(PaymentTransport, CompressedLinkHasItsItemsInOrderAndOpensToTheRequest) {
 
   const auto envelope = detail::decodeURLPayload<PaymentHandoffRequestPayload>(link);
   ASSERT_TRUE(envelope);
-  EXPECT_TRUE(envelope->hasWantedForm());
+  EXPECT_TRUE(envelope->hasExpectedForm());
   EXPECT_EQ(envelope->direction, detail::PaymentHandoffDirection::request);
   EXPECT_EQ(envelope->requestId, "A-1");
   EXPECT_EQ(envelope->createdAt, Date::fromSecondsSince1970(1'700'000'000)) << "whole seconds";

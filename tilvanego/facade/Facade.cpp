@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <array>
 
-#include <tilvanego/facade/Ways.h>
+#include <tilvanego/facade/OperationTransport.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
 
 void Facade::end() {
-  // All of it at once, for what ends here may call back.
+  // Everything is moved out first: the destructors of what is moved may call this object.
   ended_ = true;
   const auto logger = std::exchange(logger_, nullptr);
   const auto slots = std::exchange(slots_, {});
@@ -29,7 +29,7 @@ consteval auto Facade::ranks() {
   std::array<Rank, std::tuple_size_v<Slots>> ranks{};
   auto next = ranks.begin();
   forEachOperation([&]<OperationKind kind>() { *next++ = &Facade::offer<kind>; });
-  // The payment is the first of the list, and the last that a callback is offered to.
+  // The payment is the first kind of the list, and the last that is offered a callback.
   std::ranges::rotate(ranks, ranks.begin() + 1);
   return ranks;
 }
@@ -49,28 +49,28 @@ bool Facade::handleCallback(URL url) {
 }
 
 void Facade::log(TilvaneLogLevel level, std::string_view message) {
-  // Read just before each message and held during the call, so that a logger may replace itself.
+  // Copied for each message, so that a logger may replace itself while it runs.
   if (const auto current = logger_) runListener("The logger", [&] { (*current)(level, message); });
 }
 
 void Facade::openPaymentApp(const URL& url, OpenFailure failed) {
-  const auto told = std::make_shared<bool>(false);
-  const auto tell = [told, weak = weak_from_this(), failed](bool opened) {
+  const auto reported = std::make_shared<bool>(false);
+  const auto report = [reported, weak = weak_from_this(), failed](bool opened) {
     const auto self = weak.lock();
     if (!self) return;
     self->requireMainThread("The completion handler of openURL");
-    if (std::exchange(*told, true)) return;
-    // The outcome is acted on in a later turn, after the start has returned, even if the handler ran inside
-    // of it.
+    if (std::exchange(*reported, true)) return;
+    // A later block of the main queue acts on the outcome: the start has then returned, even if it called
+    // this handler.
     postOrEnd(self->mainQueue(), [weak, opened, failed] {
       const auto facade = weak.lock();
       if (facade && !opened) ((*facade).*failed)();
     });
   };
   try {
-    platform_.application->openURL(url, tell);
+    platform_.application->openURL(url, report);
   } catch (...) {
-    tell(false);
+    report(false);
   }
 }
 

@@ -22,26 +22,27 @@
 
 namespace tilvanego::detail {
 
-/// How the requests of an operation travel out, and how their callbacks are read. Beside the frame, in
-/// `Ways.h`.
+/// Builds an operation's link and reads its callbacks. Defined in `OperationTransport.h`.
 template <typename Operation>
-struct Ways;
+struct OperationTransport;
 
-/// The behaviour that all operations share: one pending slot each, one launch frame, one router. Bound to the
-/// main thread; there is no lock. Kept alive by `TilvaneGo` and by the calls that are under way, and held
-/// weakly by what the platform calls back.
+/// Starts all operations, keeps the pending ones and routes callbacks to them: each operation has one slot.
+/// Used on the main thread only, without a lock. `TilvaneGo` and the calls in progress own it; the functions
+/// that the platform calls back hold weak pointers to it.
 ///
-/// Any call of a port, the logger or a completion, and the end of what they captured, is host code: it may
-/// call anything here, end operations and start others, or end the instance. So a slot is empty before host
-/// code hears of it, a frame owns what it uses across such a call, and what it tells afterwards goes to the
-/// very operation that it began with, or to none.
+/// Every call of a port, of the logger or of a completion runs host code, and so does the destruction of what
+/// these captured. Host code may call any function of this class: it may end operations, start others, or end
+/// the instance. Therefore three rules hold. A slot is emptied before its completion is called. A function
+/// owns what it uses after a call of host code. And after such a call it completes only the operation that it
+/// began with, if that is still pending.
 class Facade : public std::enable_shared_from_this<Facade> {
  public:
   /// Ends the process if a port is missing.
   explicit Facade(Platform platform)
       : platform_(guardedPlatform(std::move(platform))), mainQueue_(*platform_.mainQueue) {}
 
-  /// Forgets all that is pending, and the logger; nothing starts any more.
+  /// Removes all pending operations without calling their completions, and the logger. No operation starts
+  /// after this.
   void end();
 
   [[nodiscard]] TilvaneLogger logger() const { return logger_ ? *logger_ : TilvaneLogger(); }
@@ -49,11 +50,11 @@ class Facade : public std::enable_shared_from_this<Facade> {
 
   [[nodiscard]] const WeakMainQueue& mainQueue() const { return mainQueue_; }
 
-  /// `operation` is named in the message with which a call from another thread ends the process.
+  /// Ends the process if this isn't the main thread, with a message that names `operation`.
   void requireMainThread(std::string_view operation) { detail::requireMainThread(mainQueue(), operation); }
 
-  /// Starts `Operation`; `launch` is what its link step takes beside the request. Tells the outcome by
-  /// `completion` alone, at once for a start that is refused.
+  /// Starts `Operation`. `launch` has the further arguments of `OperationTransport<Operation>::link`. The
+  /// outcome is reported only by `completion`: within this call if the start is refused.
   template <typename Operation, typename... Launch>
   void start(typename Operation::Request request, Completion<Operation> completion, Launch... launch);
 
@@ -62,7 +63,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
     return slot<Operation>() != nullptr;
   }
 
-  /// Forgets the pending operation without calling its completion.
+  /// Removes the pending operation without calling its completion.
   template <typename Operation>
   void cancel() {
     static_cast<void>(take<Operation>());
@@ -74,15 +75,18 @@ class Facade : public std::enable_shared_from_this<Facade> {
     return pending && callbackURLsMatch(url, pending->request.callbackURL());
   }
 
-  /// What `url` means for the pending operation, which stays pending.
+  /// The result of the pending operation if `url` were its callback; nothing if it isn't. The operation stays
+  /// pending.
   template <typename Operation>
   [[nodiscard]] std::optional<typename Operation::Result> result(URL url) const;
 
-  /// Offers `url` to the pending operations in the order of their ranks; true if one was finished by it.
+  /// Offers `url` to the pending operations in the order of `ranks`. Returns true if this completed one of
+  /// them.
   [[nodiscard]] bool handleCallback(URL url);
 
  private:
-  /// A pending operation's identity is its address: no other has it as long as a frame holds this.
+  /// A pending operation is identified by its address, which is unique as long as a function holds this
+  /// pointer.
   template <typename Operation>
   using Slot = std::shared_ptr<Pending<Operation>>;
   using Slots = decltype([]<std::size_t... index>(std::index_sequence<index...>) {
@@ -91,11 +95,11 @@ class Facade : public std::enable_shared_from_this<Facade> {
   using OpenFailure = void (Facade::*)();
 
   enum class Routed { goOn, finished, refused };
-  /// A step of the router: offers `url` to the pending operation of one kind.
+  /// Offers `url` to the pending operation of one kind.
   using Rank = Routed (Facade::*)(URL& url);
 
   template <typename>
-  friend struct Ways;
+  friend struct OperationTransport;
 
   template <typename Operation>
   [[nodiscard]] Slot<Operation>& slot() {
@@ -111,24 +115,25 @@ class Facade : public std::enable_shared_from_this<Facade> {
     return (isInProgress<Blockers>() || ...);
   }
 
-  /// Empties the slot and gives the completion, which ends with whoever takes it.
+  /// Empties the slot and returns the completion, which the caller then owns.
   template <typename Operation>
   [[nodiscard]] Completion<Operation> take();
 
-  /// Ends `pending` with a result. False, and nothing is told, if host code has ended it already.
+  /// Completes `pending` with a result. Returns false and calls nothing if host code has ended the operation
+  /// already.
   template <typename Operation>
   bool finish(const Slot<Operation>& pending, const typename Operation::Result& result);
 
-  /// The link of a pending operation. An exception of a port fails it, too.
+  /// Builds the link of a pending operation. An exception of a port is a failure, too.
   template <typename Operation, typename... Launch>
   [[nodiscard]] std::expected<URL, typename Operation::Error> builtLink(const Slot<Operation>& pending,
                                                                         const Launch&... launch);
-  /// The link that carries every field in its query.
+  /// Builds the link that has every field in its query.
   template <typename Operation>
   [[nodiscard]] std::expected<URL, typename Operation::Error> inlineLink(const Slot<Operation>& pending);
   /// `failed` is called in a later turn of the main queue if the link isn't opened.
   void openPaymentApp(const URL& url, OpenFailure failed);
-  /// Ends whatever operation of its kind is pending by now.
+  /// Completes the operation of this type that is pending at this time, whichever it is.
   template <typename Operation>
   void notOpened();
 
@@ -138,14 +143,15 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] Routed offer(URL& url) {
     return route<typename OperationOf<kind>::type>(url);
   }
-  /// One rank for each kind, in the order in which a callback is offered to them.
+  /// One function for each kind, in the order in which they are offered a callback.
   [[nodiscard]] static consteval auto ranks();
 
   void debugLine(const std::string& text) { platform_.debugOutput->writeLine(text); }
   void log(TilvaneLogLevel level, std::string_view message);
 
   Platform platform_;
-  /// The host's queue may live in `main`, and this doesn't end before the process.
+  /// Weak: the host's queue may be a local variable of `main`, while this object lives until the process
+  /// ends.
   WeakMainQueue mainQueue_;
   std::shared_ptr<const TilvaneLogger> logger_;
   Slots slots_;
@@ -194,7 +200,7 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
     finish<Operation>(pending, failureWithoutResponse<Operation>(url.error()));
     return;
   }
-  // Nothing is opened for an operation that host code has ended.
+  // Host code may have ended the operation, here and below; then no link is opened.
   if (slot<Operation>() == pending) log(TilvaneLogLevel::info, Operation::texts.opening);
   if (slot<Operation>() == pending) openPaymentApp(*url, &Facade::notOpened<Operation>);
 }
@@ -203,9 +209,9 @@ template <typename Operation, typename... Launch>
 std::expected<URL, typename Operation::Error> Facade::builtLink(const Slot<Operation>& pending,
                                                                 const Launch&... launch) {
   try {
-    return Ways<Operation>::link(*this, pending, launch...);
+    return OperationTransport<Operation>::link(*this, pending, launch...);
   } catch (...) {
-    // A port's exception, or no memory.
+    // An exception of a port, or a failed allocation.
     return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
   }
 }
@@ -232,7 +238,7 @@ template <typename Operation>
 std::optional<typename Operation::Result> Facade::result(URL url) const {
   const auto pending = slot<Operation>();
   if (!pending) return std::nullopt;
-  auto found = Ways<Operation>::read(std::move(url), pending->request, platform_);
+  auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_);
   if (slot<Operation>() != pending) found.reset();
   return found;
 }
@@ -241,7 +247,7 @@ template <typename Operation>
 Facade::Routed Facade::route(URL& url) {
   const auto pending = slot<Operation>();
   if (!pending) return Routed::goOn;
-  if (const auto found = Ways<Operation>::read(std::move(url), pending->request, platform_);
+  if (const auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_);
       found && finish<Operation>(pending, *found)) {
     return Routed::finished;
   }

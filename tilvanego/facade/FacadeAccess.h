@@ -7,12 +7,13 @@
 
 namespace tilvanego::detail {
 
-/// Makes an instance of its own, for tests and rehearsals that must not share the process's one.
+/// Makes separate instances of `TilvaneGo`, for tests and rehearsals that must not share that of the process.
 struct FacadeAccess {
   struct End {
     void operator()(TilvaneGo* instance) const { delete instance; }
   };
-  /// Ends its instance, on the main thread: what is pending is forgotten, and no completion is called.
+  /// Destroys its instance. Do this on the main thread. Pending operations end without a call of their
+  /// completions.
   using Owned = std::unique_ptr<TilvaneGo, End>;
 
   /// Ends the process if a port is missing.

@@ -9,7 +9,7 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// How much a message of the library matters, in ascending order.
+/// The importance of a log message, in ascending order.
 enum class TilvaneLogLevel { debug, info, warning, error };
 
 template <>
@@ -22,11 +22,11 @@ struct RawTexts<TilvaneLogLevel> {
   };
 };
 
-/// Hears the library's messages, on the main thread, from within the operation that causes them. The text is
-/// valid during the call. No message holds a credential, a payload or card data.
+/// Called with each message of the library, on the main thread, during the operation that causes it. The text
+/// is valid during the call. No message holds a credential, a payload or card data.
 ///
-/// May call the library: what it cancels while it is being opened isn't opened. May throw: it only listens,
-/// so the exception is dropped after one line on standard error.
+/// May call the library: if it cancels the operation whose link is about to be opened, the link isn't opened.
+/// May throw: it only listens, so the exception is dropped after one line on standard error.
 using TilvaneLogger = std::function<void(TilvaneLogLevel level, std::string_view message)>;
 
 }  // namespace tilvanego

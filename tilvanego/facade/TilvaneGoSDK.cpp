@@ -5,8 +5,9 @@
 #include <utility>
 
 #include <tilvanego/facade/Facade.h>
-#include <tilvanego/facade/Ways.h>
+#include <tilvanego/facade/OperationTransport.h>
 #include <tilvanego/payment/PaymentTexts.h>
+#include <tilvanego/platform/FatalError.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -34,13 +35,13 @@ Platform platformOfTheSystem() {
   }
 }
 
-/// What `usePlatform` gave, until `shared` takes it.
+/// The platform that `usePlatform` sets, until `shared` takes it.
 struct SharedPlatform {
   std::optional<Platform> given;
   bool taken = false;
 
   static SharedPlatform& instance() {
-    // Never destroyed: the host's ports may use what ended with `main`.
+    // Never destroyed: the host's ports may use objects that ended with `main`.
     static SharedPlatform& one = *new SharedPlatform;
     return one;
   }
@@ -78,7 +79,7 @@ void TilvaneGo::usePlatform(Platform platform) {
     std::abort();
   }
   detail::requireWholePlatform(platform);
-  // An earlier one ends when the new one is in its place: its ports may call back.
+  // The earlier platform is destroyed after the new one is stored, since its ports may call this function.
   const std::optional<Platform> replaced = std::exchange(shared.given, std::move(platform));
 }
 

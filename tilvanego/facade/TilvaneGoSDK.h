@@ -90,7 +90,7 @@ class TilvaneGo final {
   /// link as not opened after a new payment was started, that report ends the new payment: see
   /// `Application::openURL`.
   void cancelPendingPayment();
-  /// Whether `url` is the callback URL of the pending payment, whatever its query says.
+  /// Whether `url` is the callback URL of the pending payment. Its query is ignored.
   [[nodiscard]] bool isPaymentCallback(const URL& url) const;
   /// Returns the result that `url` holds for the pending payment, which stays pending; nothing if no payment
   /// is pending or the URL isn't its callback. A result on the pasteboard is removed from there: a second

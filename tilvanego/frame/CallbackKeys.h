@@ -13,11 +13,11 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/URL.h>
 
-/// How a callback's query items fill the fields of a response: in one pass over the query, whatever the
+/// Stores the query items of a callback in the fields of a response. It passes over the query once, for any
 /// number of fields.
 namespace tilvanego::detail {
 
-/// A field of `Fields` and the names under which a callback may give it.
+/// A field of `Fields`, and the names that its query item may have.
 template <typename Fields>
 struct CallbackKey {
   static constexpr std::size_t maxAliases = 4;
@@ -36,7 +36,7 @@ template <typename Fields, auto Member>
           [](Fields& fields, URLTextView value) { value.decodeInto(fields.*Member); }};
 }
 
-/// The key of an integer field: absent unless the decoded value is one, which fails nothing.
+/// The key of an integer field. A value that isn't an integer leaves the field empty; that is no failure.
 template <typename Fields, auto Member>
 [[nodiscard]] consteval CallbackKey<Fields> integerKey(std::string_view first, std::string_view second) {
   return {{first, second, {}, {}}, [](Fields& fields, URLTextView value) {
@@ -45,8 +45,8 @@ template <typename Fields, auto Member>
           }};
 }
 
-/// A name of letters, digits and "_", kept so that another is compared with it eight bytes at a time, case
-/// ignored.
+/// A name of letters, digits and "_". It is stored so that it can be compared with another name eight bytes
+/// at a time, without regard to case.
 class CallbackName {
  public:
   static constexpr std::size_t maxSize = 32;
@@ -62,7 +62,8 @@ class CallbackName {
 
   [[nodiscard]] constexpr std::string_view lower() const { return {lower_.data(), size_}; }
 
-  /// `name` is as long as this one. The last step overlaps the one before it, so that no byte is left over.
+  /// Requires that `name` has the same length. The last chunk may overlap the one before it, so that no
+  /// single bytes remain.
   [[nodiscard]] bool equals(std::string_view name) const {
     if (size_ >= sizeof(std::uint64_t)) return equalsBy<std::uint64_t>(name);
     if (size_ >= sizeof(std::uint32_t)) return equalsBy<std::uint32_t>(name);
@@ -94,9 +95,9 @@ class CallbackName {
   std::uint8_t size_ = 0;
 };
 
-/// Finds the key that an item's name belongs to, case ignored. Built at compile time from an operation's
-/// keys; the names are grouped by their length, so that a name is compared with the one or two that could
-/// equal it.
+/// Finds the key of an item by its name, without regard to case. It is built at compile time from an
+/// operation's keys. The names are grouped by length, so that a name is compared only with the few that have
+/// its length.
 template <std::size_t KeyCount>
 class CallbackKeyIndex {
  public:
@@ -116,7 +117,7 @@ class CallbackKeyIndex {
     }
   }
 
-  /// `encodedName` is the name as it stands in a URL.
+  /// `encodedName` is the name as the URL has it, with its percent escapes.
   [[nodiscard]] std::size_t find(std::string_view encodedName) const {
     const std::size_t found = findASCII(encodedName);
     if (found != notFound || !encodedName.contains('%')) return found;
@@ -138,7 +139,7 @@ class CallbackKeyIndex {
     return notFound;
   }
 
-  /// Beyond ASCII a name may equal one of another length: the Kelvin sign is a "k".
+  /// Outside ASCII, two equal names may differ in length: the Kelvin sign equals "k".
   [[nodiscard]] std::size_t findDecoded(std::string_view name) const {
     const std::string folded = caseFolded(name);
     for (std::size_t i = 0; i < count_; ++i) {
@@ -152,8 +153,8 @@ class CallbackKeyIndex {
   std::uint8_t count_ = 0;
 };
 
-/// Fills `fields` from the query of `url`. Of the items whose names belong to one field the first decides,
-/// even if it has no value.
+/// Fills `fields` from the query of `url`. If several items belong to one field, the first is used, even if
+/// it has no value.
 template <const auto& Keys, const auto& Index, typename Fields>
 void readCallback(const URL& url, Fields& fields) {
   static_assert(Keys.size() <= 32);

@@ -17,15 +17,15 @@
 
 namespace tilvanego::detail {
 
-/// The fields of a response on their way into it: converts to the response where that is wanted, without a
-/// detour.
+/// Converts to the response that is made of `fields`. So the response is built in its place inside a result,
+/// and isn't moved there.
 template <typename Response>
-struct Taken {
+struct ResponseFrom {
   typename Response::Fields& fields;
   operator Response() const { return Response(std::move(fields)); }
 };
 
-/// Words that a callback's status may be, and what makes the result that each of them gives.
+/// Status words with the same meaning, and the function that makes their result.
 template <typename Result>
 struct StatusWords {
   static constexpr std::size_t maxWords = 5;
@@ -34,16 +34,16 @@ struct StatusWords {
   void (*makeResult)(std::optional<Result>& result, typename Result::Response::Fields& fields);
 };
 
-/// Each of the words gives `Case` with the response.
+/// The result of each of the words is `Case` with the response.
 template <typename Result, typename Case>
 [[nodiscard]] consteval StatusWords<Result> wordsFor(std::convertible_to<std::string_view> auto... words) {
   return {{words...}, [](std::optional<Result>& result, typename Result::Response::Fields& fields) {
-            result.emplace(std::in_place_type<Case>, Taken<typename Result::Response>{fields});
+            result.emplace(std::in_place_type<Case>, ResponseFrom<typename Result::Response>{fields});
           }};
 }
 
-/// What the status of a callback decides by: trimmed and in lower case. Empty if there is none. A status that
-/// is so already isn't copied: the view is of `status` or of `storage`.
+/// Returns the status, trimmed and in lower case; empty if there is none. The view is of `status` if that
+/// needs no change, and of `storage` otherwise.
 [[nodiscard]] inline std::string_view normalStatus(const std::optional<std::string>& status,
                                                    std::string& storage) {
   if (!status) return {};
@@ -53,7 +53,7 @@ template <typename Result, typename Case>
   return storage;
 }
 
-/// The words among which `status` is; null if it is none that the operation knows.
+/// Returns the entry of `all` that contains `status`, or null.
 template <typename Result, std::size_t Count>
 [[nodiscard]] const StatusWords<Result>* wordsWith(const std::array<StatusWords<Result>, Count>& all,
                                                    std::string_view status) {
@@ -63,11 +63,11 @@ template <typename Result, std::size_t Count>
   return nullptr;
 }
 
-/// Turns a callback URL into the result of `Operation`: the steps that all operations share, over its tables
-/// `callbackKeys` and `statusWords`. Expectations may be null.
+/// Reads the result of `Operation` from a callback URL, by the operation's tables `callbackKeys` and
+/// `statusWords`. The expected request id and callback URL may be null.
 ///
-/// Nothing means that the URL isn't for this operation, and `url` stays as it is. Everything else that is
-/// wrong with it is a failure.
+/// Returns nothing if the URL isn't for this operation; `url` is then unchanged. Any other fault of the URL
+/// is a result, a `Failure`.
 template <typename Operation>
 [[nodiscard]] std::optional<typename Operation::Result> parseCallback(URL&& url,
                                                                       const std::string* expectedRequestId,
@@ -75,14 +75,15 @@ template <typename Operation>
   using Result = typename Operation::Result;
   using Response = typename Operation::Response;
   using Error = typename Operation::Error;
-  // Every way out returns this one, so that a result is built where the caller wants it and never moved.
+  // Every `return` names this variable, so that the result is built in the caller's place and is never moved.
   std::optional<Result> result;
   if (expectedCallbackURL != nullptr && !callbackURLsMatch(url, *expectedCallbackURL)) return result;
 
   typename Response::Fields fields{.callbackURL = std::move(url)};
   readCallback<Operation::callbackKeys, Operation::callbackKeyIndex>(fields.callbackURL, fields);
   const auto fail = [&](Error error) {
-    result.emplace(std::in_place_type<typename Result::Failure>, std::move(error), Taken<Response>{fields});
+    result.emplace(std::in_place_type<typename Result::Failure>, std::move(error),
+                   ResponseFrom<Response>{fields});
   };
 
   std::string storage;

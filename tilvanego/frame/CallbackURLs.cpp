@@ -17,7 +17,7 @@ bool sameSchemes(const URL& a, const URL& b) {
          equalIgnoringASCIICase(first.value_or(""), second.value_or(""));
 }
 
-/// Whether a written host may read otherwise than it stands: by an escape, or by an "xn--" label.
+/// Whether the host may change when it is decoded: it has an escape or an "xn--" label.
 bool isEncoded(std::string_view host) { return host.contains('%') || host.contains("--"); }
 
 bool sameHosts(const URL& a, const URL& b) {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <variant>
 
-/// What the result and error unions of all operations are made of.
+/// The parts of the result and error unions of all operations.
 ///
 /// Each union is a class derived from `std::variant`. Read it with
 /// `std::get_if<PaymentResult::Success>(&result)` or `std::visit`. Each case is a small struct with its

@@ -3,7 +3,7 @@
 #include <tilvanego/frame/CallbackKeys.h>
 #include <tilvanego/frame/CallbackParser.h>
 
-/// The rows that several operations' tables of callback keys and status words have in common.
+/// Rows of callback keys and status words that several operations use in their tables.
 namespace tilvanego::detail {
 
 template <typename Fields>

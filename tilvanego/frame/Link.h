@@ -12,12 +12,11 @@
 #include <tilvanego/values/LinkWriter.h>
 #include <tilvanego/values/URL.h>
 
-/// The rules that all launch links share: how a link is put together, and how its text is cleaned before it
-/// is shown.
+/// What all launch links share: their query items, and the form of their text in debug lines.
 namespace tilvanego::detail {
 
-/// The query items of one launch link, in their order. Names and values are views: what they look at must
-/// live until the link is built. Texts made for the link alone are kept here.
+/// The query items of one launch link, in order. Names and values are views of texts that must live until the
+/// link is built. Texts that are made only for the link are stored here.
 class LinkItems {
  public:
   /// No link has more items than this.
@@ -25,12 +24,12 @@ class LinkItems {
 
   void add(std::string_view name, std::string_view value) { items_.at(count_++) = {name, value}; }
 
-  /// An absent value leaves the item out; an empty one is sent as it is.
+  /// Adds no item for an absent value. An empty value is sent.
   void addIfPresent(std::string_view name, const std::optional<std::string>& value) {
     if (value) add(name, *value);
   }
 
-  /// A text that lives nowhere else, such as an amount's.
+  /// Adds an item and stores its text, such as an amount's.
   void addText(std::string_view name, std::string text) {
     std::string& kept = texts_[textCount_++];
     kept = std::move(text);
@@ -50,16 +49,16 @@ class LinkItems {
   std::uint8_t textCount_ = 0;
 };
 
-/// Where the launch links of an operation go.
+/// The scheme, host and path of an operation's launch links.
 [[nodiscard]] consteval LinkTarget launchTarget(std::string_view path) {
   return {"tilvanego", "payment", path};
 }
 
-/// The URL's text for debug lines: query items with the name of a token or a payload, whatever their case,
-/// have the value "<redacted>". Without a URL: "url is empty!". No secret is copied on the way.
+/// The URL's text for debug lines. The value of each query item that is named like a token or a payload is
+/// "<redacted>"; the case of the name is ignored. Without a URL: "url is empty!". Makes no copy of a secret.
 [[nodiscard]] std::string redactedURLText(const std::optional<URL>& url);
 
-/// The same, where payloads alone are hidden.
+/// The same, but only payloads are redacted.
 [[nodiscard]] std::string redactedPayloadURL(const std::optional<URL>& url);
 
 }  // namespace tilvanego::detail

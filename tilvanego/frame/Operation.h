@@ -11,10 +11,10 @@ namespace tilvanego::detail {
 
 /// The record types of one operation.
 ///
-/// An operation is a struct of data over these: its `texts`; the error cases `InProgress` and
-/// `AppNotInstalled`; `describe`, `validate` and `addItems` for the way out; `callbackKeys`, `statusWords`
-/// and `failed` for the way back. `Facade` gives all operations their behaviour. What only some of them say
-/// is told at `BlockersOf` and `passesOnUnmatched`.
+/// A description of an operation is a struct that derives from this one. It must define `texts`, the error
+/// cases `InProgress` and `AppNotInstalled`, the functions `describe`, `validate` and `addItems` for its
+/// request, and `callbackKeys`, `statusWords` and `failed` for its response. It may define `BlockedBy` (see
+/// `BlockersOf`) and `passesOnUnmatched`. `Facade` runs every operation by its description.
 template <OperationKind operationKind>
 struct OperationTypes {
   static constexpr OperationKind kind = operationKind;
@@ -25,21 +25,21 @@ struct OperationTypes {
   using Fields = typename Response::Fields;
 };
 
-/// The operation of a kind, as its `type`. Specialised for each, beside the operation.
+/// `type` is the description of the operation of a kind. Each description is followed by its specialisation.
 template <OperationKind kind>
 struct OperationOf;
 
 /// The texts of one operation.
 struct OperationTexts {
-  /// Opens the debug line that shows the request.
+  /// The beginning of the debug line that shows the request.
   std::string_view sending;
   std::string_view buildFailure;
-  /// Logged before the link is opened.
+  /// The log message before the link is opened.
   std::string_view opening;
-  /// Opens the debug line that shows the link.
+  /// The beginning of the debug line that shows the link.
   std::string_view urlLabel;
   LinkTarget target;
-  /// Logged when a callback isn't the pending operation's.
+  /// The log message for a callback that isn't the pending operation's.
   std::string_view unmatchedCallback;
 };
 
@@ -50,8 +50,8 @@ struct OperationList {
   using Tuple = std::tuple<Each<Operations>...>;
 };
 
-/// The operations that keep `Operation` from starting while they are pending: itself, or those that its
-/// `BlockedBy` lists.
+/// `List` has the operations that prevent the start of `Operation` while they are pending: those that its
+/// `BlockedBy` lists, or only itself if it has no `BlockedBy`.
 template <typename Operation>
 struct BlockersOf {
   using List = OperationList<Operation>;
@@ -62,8 +62,8 @@ struct BlockersOf<Operation> {
   using List = typename Operation::BlockedBy;
 };
 
-/// Whether a callback that isn't the pending `Operation`'s is still offered to the ranks behind it; it isn't,
-/// unless the operation says `passesOnUnmatched`.
+/// Whether the router offers a callback that isn't the pending `Operation`'s to the operations after it. True
+/// if the operation defines `passesOnUnmatched` as true.
 template <typename Operation>
 inline constexpr bool passesOnUnmatched = requires { requires Operation::passesOnUnmatched; };
 

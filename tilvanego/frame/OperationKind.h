@@ -35,7 +35,8 @@ inline constexpr auto operationKinds = allCases<OperationKind>();
 /// The name of an operation in words, as "transaction list".
 [[nodiscard]] std::string operationWords(OperationKind kind);
 
-/// The records of one operation: `Request` and `Result`. Specialised for each, beside its records.
+/// The records of one operation: `Request` and `Result`. The header of each operation's records has its
+/// specialisation.
 template <OperationKind kind>
 struct OperationRecords;
 

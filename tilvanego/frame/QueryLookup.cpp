@@ -8,7 +8,7 @@
 namespace tilvanego::detail {
 
 bool isNamed(const RawQueryItem& item, std::string_view name) {
-  // A URL's text is ASCII: only escapes make a name equal to one of another length.
+  // A URL's text is ASCII, so a name without escapes can only equal a name of its own length.
   if (item.name.contains('%')) return equalIgnoringCase(item.decodedName(), name);
   return item.name.size() == name.size() && equalIgnoringCase(item.name, name);
 }

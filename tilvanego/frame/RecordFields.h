@@ -18,7 +18,7 @@ concept DescribedFields = std::is_aggregate_v<Fields> && requires {
   { Fields::fieldCount } -> std::convertible_to<std::size_t>;
 };
 
-/// The name of a field, as its member is called.
+/// The name of a field: that of its member.
 template <DescribedFields Fields, std::size_t index>
 inline constexpr std::string_view fieldName = json::detail::memberName<Fields, Fields::fieldCount, index>;
 

@@ -9,8 +9,8 @@
 
 namespace tilvanego::detail {
 
-/// Builds the text by which a debug line shows a request: `SaveRequest(requestId: A-1, customId: nil)`. Which
-/// fields are shown, and which only by whether they are there, is the operation's to say.
+/// Builds the text of a request for a debug line: `SaveRequest(requestId: A-1, customId: nil)`. The operation
+/// chooses the fields, and of which it shows only whether they are present (`flag`).
 class RequestDescription {
  public:
   explicit RequestDescription(std::string_view record) : text_(record) {}
@@ -31,7 +31,7 @@ class RequestDescription {
   std::string_view separator_ = "(";
 };
 
-/// An optional value as descriptions show it.
+/// The text of an optional value in a description.
 [[nodiscard]] inline std::string_view orNil(const std::optional<std::string>& value) {
   return value ? std::string_view(*value) : "nil";
 }

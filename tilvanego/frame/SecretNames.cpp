@@ -25,7 +25,7 @@ constexpr std::array secretNames{
 }  // namespace
 
 std::optional<Secret> secretNamed(std::string_view name) {
-  // The Kelvin sign is a "K" as well.
+  // A name outside ASCII may equal one inside: the Kelvin sign equals "k".
   if (detail::asciiPrefixLength(name) < name.size()) {
     const std::string lower = lowercased(name);
     return detail::asciiPrefixLength(lower) == lower.size() ? secretNamed(lower) : std::nullopt;

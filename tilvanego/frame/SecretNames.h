@@ -10,7 +10,7 @@ namespace [[gnu::visibility("default")]] tilvanego {
 enum class Secret {
   /// The credential token.
   token,
-  /// A compressed request, token included, or a compressed answer.
+  /// A compressed request, with its token, or a compressed response.
   payload,
   /// A card's data in clear.
   cardData,

@@ -25,8 +25,8 @@ std::optional<std::string_view> checkCallbackURL(const URL& url) {
 }
 
 std::optional<std::string_view> checkCurrency(std::string_view currency) {
-  // The pattern ^[A-Z]{3}$, whose "$" also stands before one line end at the end of the text. A currency
-  // never ends in one, since records trim it.
+  // Equals the pattern ^[A-Z]{3}$: its "$" would also match before a line end at the end of the text, but
+  // records trim the currency.
   const bool matches =
       currency.size() == 3 && std::ranges::all_of(currency, [](char c) { return c >= 'A' && c <= 'Z'; });
   if (!matches) return "Currency must be a three-letter ISO 4217 code.";

@@ -6,11 +6,12 @@
 #include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
-/// The tests that several operations' requests go through. Each gives nothing, or the message of its failure.
+/// Checks that the requests of several operations share. The `check…` functions return the message of the
+/// failure, or nothing.
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
-/// A text that is empty but for whitespace and newlines.
+/// Whether the text has only whitespace and newlines.
 [[nodiscard]] bool isBlank(std::string_view text);
 
 [[nodiscard]] std::optional<std::string_view> checkRequestId(std::string_view requestId);
@@ -18,7 +19,7 @@ namespace [[gnu::visibility("default")]] support {
 [[nodiscard]] std::optional<std::string_view> checkCallbackURL(const URL& url);
 [[nodiscard]] std::optional<std::string_view> checkCurrency(std::string_view currency);
 
-/// Whether an environment is exactly one that the payment application knows.
+/// Whether the payment application has an environment of exactly this name.
 [[nodiscard]] bool isKnownEnvironment(std::string_view environment);
 
 }  // namespace support

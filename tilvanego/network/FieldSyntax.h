@@ -16,14 +16,14 @@ inline constexpr auto tokenCharacters = [] {
   return are;
 }();
 
-/// Whether the character may stand in a token, as method and header names are (RFC 9110, section 5.6.2).
+/// Whether a token may contain the character. Method and header names are tokens (RFC 9110, section 5.6.2).
 constexpr bool isTokenCharacter(char c) { return tokenCharacters[static_cast<unsigned char>(c)]; }
 
 constexpr bool isToken(std::string_view text) {
   return !text.empty() && std::ranges::all_of(text, isTokenCharacter);
 }
 
-/// Without the blanks and the line break at the ends, which don't belong to a field's value (RFC 9110,
+/// Returns the value without the blanks and the line break at its ends, which aren't part of it (RFC 9110,
 /// section 5.5).
 constexpr std::string_view trimmedField(std::string_view value) {
   const auto isOutside = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };

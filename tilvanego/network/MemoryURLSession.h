@@ -15,8 +15,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// the host calls `deliver`.
 ///
 /// All operations may be called from any thread. A task that was resumed or cancelled keeps its builder and
-/// its completion alive until it is delivered, or until the session ends: then it is let go unanswered, and
-/// tasks that the host still holds do nothing.
+/// its completion alive until it is delivered. When the session ends, it releases its tasks without calling
+/// their completions; tasks that the host still holds do nothing after that.
 class MemoryURLSession final : public URLSessionProtocol {
  public:
   /// The arguments of a task's completion.

@@ -21,7 +21,7 @@ struct CaptureRequestFields {
   /// The authorization to capture. Stored trimmed.
   std::string transactionId;
   /// In the currency's main unit, with a "." before the fraction, as in "12.50". Must begin with a number
-  /// greater than zero. Stored trimmed, and sent so, trailing zeros included.
+  /// greater than zero. The constructor trims it. It is sent with its trailing zeros.
   std::string amount;
   /// The URL that the payment application opens when it is done. Its scheme must be one that the system
   /// passes to the host.
@@ -31,11 +31,11 @@ struct CaptureRequestFields {
   bool operator==(const CaptureRequestFields&) const = default;
 };
 
-/// Settles an earlier authorization. An immutable value. It is checked when it is started, not when it is
-/// constructed.
+/// A request to settle an earlier authorization. An immutable value. It is checked when it is started, not
+/// when it is constructed.
 class CaptureRequest : public ImmutableRecord<CaptureRequestFields> {
  public:
-  /// Stores the URL as it is, the texts trimmed.
+  /// Stores the URL unchanged and the texts trimmed.
   explicit CaptureRequest(Fields fields);
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
@@ -63,8 +63,7 @@ struct CaptureResponseFields {
   bool operator==(const CaptureResponseFields&) const = default;
 };
 
-/// What a capture's callback said, percent-decoded, but neither trimmed nor interpreted. An immutable
-/// value.
+/// The items of a capture's callback, percent-decoded but not trimmed. An immutable value.
 class CaptureResponse : public ImmutableRecord<CaptureResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;

@@ -13,7 +13,7 @@
 
 namespace tilvanego::detail {
 
-/// The capture, as the frame, the parser and the router see it.
+/// The description of the capture.
 struct CaptureOperation : OperationTypes<OperationKind::capture> {
   static constexpr OperationTexts texts{
       .sending = "Sending Capture Request - [",

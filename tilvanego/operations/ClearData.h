@@ -25,18 +25,18 @@ struct ClearDataRequestFields {
   URL callbackURL;
   /// In the currency's main unit. Must be greater than zero if present.
   std::optional<Decimal> amount = std::nullopt;
-  /// Passed on to the payment application, which gives it its unit. Must be greater than zero if present.
+  /// Sent to the payment application, which defines its unit. Must be greater than zero if present.
   std::optional<std::int64_t> timeout = std::nullopt;
 
   static constexpr std::size_t fieldCount = 4;
   bool operator==(const ClearDataRequestFields&) const = default;
 };
 
-/// Asks for a card's clear data. An immutable value. It is checked when it is started, not when it is
+/// A request for a card's clear data. An immutable value. It is checked when it is started, not when it is
 /// constructed.
 class ClearDataRequest : public ImmutableRecord<ClearDataRequestFields> {
  public:
-  /// Stores the fields as they are, but for the id, trimmed.
+  /// Stores the fields unchanged, except that the id is trimmed.
   explicit ClearDataRequest(Fields fields);
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
@@ -62,11 +62,10 @@ struct ClearDataResponseFields {
   bool operator==(const ClearDataResponseFields&) const = default;
 };
 
-/// What a clear data callback said, percent-decoded, but neither trimmed nor interpreted. An immutable
-/// value.
+/// The items of a clear-data callback, percent-decoded but not trimmed. An immutable value.
 ///
-/// It holds card data in clear: `clearPan`, `clearTrack2` and the `callbackURL` that brought them. The
-/// library shows them in no log line, debug line or error; a host that logs the URL shows them itself.
+/// It holds card data in clear: in `clearPan`, `clearTrack2` and `callbackURL`. No log line, debug line or
+/// error of the library shows them. A host must not log the URL.
 class ClearDataResponse : public ImmutableRecord<ClearDataResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;
@@ -105,7 +104,7 @@ class ClearDataError : public cases::ErrorUnion<ClearDataErrorCases> {
 
 /// How clear data ended: `Success`, `Masked` (the card was read, its data is not in clear) or `Cancelled`,
 /// each with the `response` of the callback, or `Failure` with an `error` and, if the items of a callback
-/// could be read, its `response`. The status alone tells them apart, whatever card data came with it.
+/// could be read, its `response`. Only the status decides which one, not the card data in the callback.
 class ClearDataResult : public cases::ResultUnion<ClearDataResponse, ClearDataError, cases::Success,
                                                   cases::Masked, cases::Cancelled> {
  public:

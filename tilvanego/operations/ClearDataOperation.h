@@ -13,7 +13,7 @@
 
 namespace tilvanego::detail {
 
-/// The clear data, as the frame, the parser and the router see it.
+/// The description of the clear-data operation.
 struct ClearDataOperation : OperationTypes<OperationKind::clearData> {
   static constexpr OperationTexts texts{
       .sending = "Sending Clear Data Request - [",

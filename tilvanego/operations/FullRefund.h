@@ -30,11 +30,11 @@ struct FullRefundRequestFields {
   bool operator==(const FullRefundRequestFields&) const = default;
 };
 
-/// Asks for the whole of an earlier transaction back. An immutable value. It is checked when it is started,
+/// A request to refund an earlier transaction in full. An immutable value. It is checked when it is started,
 /// not when it is constructed.
 class FullRefundRequest : public ImmutableRecord<FullRefundRequestFields> {
  public:
-  /// Stores the fields as they are, but for the two ids, trimmed.
+  /// Stores the fields unchanged, except that both ids are trimmed.
   explicit FullRefundRequest(Fields fields);
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
@@ -45,7 +45,7 @@ class FullRefundRequest : public ImmutableRecord<FullRefundRequestFields> {
   bool operator==(const FullRefundRequest&) const = default;
 };
 
-/// What a full refund's callback said.
+/// The items of a full refund's callback.
 class FullRefundResponse : public RefundResponse {
  public:
   using RefundResponse::RefundResponse;

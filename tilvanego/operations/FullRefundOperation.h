@@ -14,7 +14,7 @@ namespace tilvanego::detail {
 
 struct PartialRefundOperation;
 
-/// The full refund, as the frame, the parser and the router see it.
+/// The description of the full refund.
 struct FullRefundOperation : OperationTypes<OperationKind::fullRefund> {
   static constexpr OperationTexts texts{
       .sending = "Sending Full Refund Request - [",

@@ -21,10 +21,9 @@ struct InitializationRequestFields {
   /// The URL that the payment application opens when it is done. Its scheme must be one that the system
   /// passes to the host.
   URL callbackURL;
-  /// The name of the host, sent as it is.
+  /// The name of the host, sent unchanged.
   std::string sourceApplication;
-  /// A secret: no log line, debug line or description shows it, and it is wiped from the memory of each
-  /// request that ends.
+  /// A secret: no log line, debug line or description shows it, and the destructor of each request wipes it.
   std::optional<std::string> basicToken = std::nullopt;
   std::optional<std::string> accountId = std::nullopt;
   /// Must be "STAGING", "CERT" or "PROD". The constructor trims it and converts it to capitals.
@@ -35,11 +34,11 @@ struct InitializationRequestFields {
   bool operator==(const InitializationRequestFields&) const = default;
 };
 
-/// Asks the payment application to prepare itself for this host. An immutable value. It is checked when it
-/// is started, not when it is constructed.
+/// A request to prepare the payment application for this host. An immutable value. It is checked when it is
+/// started, not when it is constructed.
 class InitializationRequest : public ImmutableRecord<InitializationRequestFields> {
  public:
-  /// Stores the fields as they are, but for the environment, trimmed and in capitals.
+  /// Stores the fields unchanged, except that the environment is trimmed and converted to capitals.
   explicit InitializationRequest(Fields fields);
 
   InitializationRequest(const InitializationRequest&) = default;
@@ -70,8 +69,7 @@ struct InitializationResponseFields {
   bool operator==(const InitializationResponseFields&) const = default;
 };
 
-/// What an initialization's callback said, percent-decoded, but neither trimmed nor interpreted. An
-/// immutable value.
+/// The items of an initialization's callback, percent-decoded but not trimmed. An immutable value.
 class InitializationResponse : public ImmutableRecord<InitializationResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;

@@ -8,7 +8,7 @@
 namespace tilvanego {
 
 InitializationRequest::InitializationRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
-  // A short text leaves a copy behind when it is moved.
+  // A short text remains in the string that it was moved from.
   detail::wipe(fields.basicToken);
   if (auto& environment = fields_.environment) environment = uppercased(trimmed(*environment));
 }

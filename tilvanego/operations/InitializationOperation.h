@@ -13,7 +13,7 @@
 
 namespace tilvanego::detail {
 
-/// The initialization, as the frame, the parser and the router see it.
+/// The description of the initialization.
 struct InitializationOperation : OperationTypes<OperationKind::initialization> {
   static constexpr OperationTexts texts{
       .sending = "Sending Initialization Request - [",

@@ -22,7 +22,7 @@ struct PartialRefundRequestFields {
   std::string requestId;
   /// The transaction to refund. Stored trimmed.
   std::string transactionId;
-  /// How much of it, in the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than
+  /// The amount to refund, in the currency's main unit, as 12.50 for twelve euro fifty. Must be greater than
   /// zero.
   Decimal amount;
   /// The URL that the payment application opens when it is done. Its scheme must be one that the system
@@ -34,11 +34,11 @@ struct PartialRefundRequestFields {
   bool operator==(const PartialRefundRequestFields&) const = default;
 };
 
-/// Asks for a part of an earlier transaction back. An immutable value. It is checked when it is started,
-/// not when it is constructed.
+/// A request to refund a part of an earlier transaction. An immutable value. It is checked when it is
+/// started, not when it is constructed.
 class PartialRefundRequest : public ImmutableRecord<PartialRefundRequestFields> {
  public:
-  /// Stores the fields as they are, but for the two ids, trimmed.
+  /// Stores the fields unchanged, except that both ids are trimmed.
   explicit PartialRefundRequest(Fields fields);
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
@@ -50,7 +50,7 @@ class PartialRefundRequest : public ImmutableRecord<PartialRefundRequestFields> 
   bool operator==(const PartialRefundRequest&) const = default;
 };
 
-/// What a partial refund's callback said.
+/// The items of a partial refund's callback.
 class PartialRefundResponse : public RefundResponse {
  public:
   using RefundResponse::RefundResponse;

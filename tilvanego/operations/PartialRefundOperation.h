@@ -14,7 +14,7 @@ namespace tilvanego::detail {
 
 struct FullRefundOperation;
 
-/// The partial refund, as the frame, the parser and the router see it.
+/// The description of the partial refund.
 struct PartialRefundOperation : OperationTypes<OperationKind::partialRefund> {
   static constexpr OperationTexts texts{
       .sending = "Sending Partial Refund Request - [",

@@ -27,11 +27,11 @@ struct RebootRequestFields {
   bool operator==(const RebootRequestFields&) const = default;
 };
 
-/// Asks for a restart of the card reader. An immutable value. It is checked when it is started, not when it
-/// is constructed.
+/// A request to restart the card reader. An immutable value. It is checked when it is started, not when it is
+/// constructed.
 class RebootRequest : public ImmutableRecord<RebootRequestFields> {
  public:
-  /// Stores the URL as it is, the id trimmed.
+  /// Stores the URL unchanged and the id trimmed.
   explicit RebootRequest(Fields fields);
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
@@ -46,7 +46,7 @@ struct RebootResponseFields {
   URL callbackURL;
   std::optional<std::string> requestId = std::nullopt;
   std::optional<std::string> status = std::nullopt;
-  /// Absent also where the callback gave no integer of 64 bits.
+  /// Also absent if the item in the callback isn't an integer of 64 bits.
   std::optional<std::int64_t> responseCode = std::nullopt;
   std::optional<std::string> readerSerial = std::nullopt;
   std::optional<std::string> errorCode = std::nullopt;
@@ -56,7 +56,7 @@ struct RebootResponseFields {
   bool operator==(const RebootResponseFields&) const = default;
 };
 
-/// What a reboot's callback said, as raw text but for `responseCode`: nothing is trimmed or interpreted. An
+/// The items of a reboot's callback, percent-decoded but not trimmed; `responseCode` is read as a number. An
 /// immutable value.
 class RebootResponse : public ImmutableRecord<RebootResponseFields> {
  public:
@@ -94,7 +94,7 @@ class RebootError : public cases::ErrorUnion<RebootErrorCases> {
 };
 
 /// How a reboot ended: `Success` with the `response` of the callback, or `Failure` with an `error` and, if
-/// the items of a callback could be read, its `response`. The status alone decides, whatever the response
+/// the items of a callback could be read, its `response`. Only the status decides which one, not the response
 /// code.
 class RebootResult : public cases::ResultUnion<RebootResponse, RebootError, cases::Success> {
  public:

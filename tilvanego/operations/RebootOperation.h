@@ -13,7 +13,7 @@
 
 namespace tilvanego::detail {
 
-/// The reboot, as the frame, the parser and the router see it.
+/// The description of the reboot.
 struct RebootOperation : OperationTypes<OperationKind::reboot> {
   static constexpr OperationTexts texts{
       .sending = "Sending Reboot Request - [",

@@ -24,8 +24,8 @@ struct RefundResponseFields {
   bool operator==(const RefundResponseFields&) const = default;
 };
 
-/// What a refund's callback said, full or partial, percent-decoded, but neither trimmed nor interpreted. An
-/// immutable value.
+/// The items of the callback of a full or partial refund, percent-decoded but not trimmed. An immutable
+/// value.
 class RefundResponse : public ImmutableRecord<RefundResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;

@@ -6,7 +6,7 @@
 
 namespace tilvanego::detail {
 
-/// The way back of both refunds.
+/// The callback keys and status words of both refunds.
 template <typename Fields>
 inline constexpr std::array refundCallbackKeys{
     requestIdKey<Fields>, transactionIdKey<Fields>, statusKey<Fields>,

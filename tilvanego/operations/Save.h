@@ -33,11 +33,12 @@ struct SaveRequestFields {
   bool operator==(const SaveRequestFields&) const = default;
 };
 
-/// Stores a card with the payment application. An immutable value. It is checked when it is started, not
-/// when it is constructed.
+/// A request to store a card in the payment application. An immutable value. It is checked when it is
+/// started, not when it is constructed.
 class SaveRequest : public ImmutableRecord<SaveRequestFields> {
  public:
-  /// Stores the fields as they are, but for the id, trimmed, and the currency, trimmed and in capitals.
+  /// Stores the fields unchanged, except that the id is trimmed, and the currency is trimmed and converted to
+  /// capitals.
   explicit SaveRequest(Fields fields);
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
@@ -58,7 +59,7 @@ struct SaveResponseFields {
   std::optional<std::string> status = std::nullopt;
   std::optional<std::string> transactionId = std::nullopt;
   std::optional<std::string> approvalCode = std::nullopt;
-  /// Also what the callback calls just "message".
+  /// Also from an item named "message".
   std::optional<std::string> processorMessage = std::nullopt;
   std::optional<std::string> entryMode = std::nullopt;
   std::optional<std::string> cardBrand = std::nullopt;
@@ -70,7 +71,7 @@ struct SaveResponseFields {
   bool operator==(const SaveResponseFields&) const = default;
 };
 
-/// What a save's callback said, percent-decoded, but neither trimmed nor interpreted. An immutable value.
+/// The items of a save's callback, percent-decoded but not trimmed. An immutable value.
 class SaveResponse : public ImmutableRecord<SaveResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;

@@ -13,7 +13,7 @@
 
 namespace tilvanego::detail {
 
-/// The save, as the frame, the parser and the router see it.
+/// The description of the save.
 struct SaveOperation : OperationTypes<OperationKind::save> {
   static constexpr OperationTexts texts{
       .sending = "Sending Save Request - [",
@@ -40,7 +40,7 @@ struct SaveOperation : OperationTypes<OperationKind::save> {
       textKey<Fields, &Fields::cardBrand>("card_brand", "cardBrand"),
       textKey<Fields, &Fields::cardLast4>("card_last4", "cardLast4"),
       errorCodeKey<Fields>,
-      // "message" is the processor's here.
+      // Without "message": in this operation it is the processor's message.
       textKey<Fields, &Fields::errorMessage>("error_message", "errorMessage"),
   };
   static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};

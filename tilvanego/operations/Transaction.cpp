@@ -8,7 +8,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-/// Adds a part to a joined text; an absent part adds nothing, an empty one counts.
+/// Joins texts with a separator. An absent text adds nothing, not even a separator; an empty one does.
 class Joined {
  public:
   explicit Joined(std::string_view separator) : separator_(separator) {}

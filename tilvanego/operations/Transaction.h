@@ -12,8 +12,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// How a stored transaction went, as the payment application tells it. Texts are as they came; amounts and
-/// timestamp stay text. In JSON every field may be missing or null, and an absent one is left out.
+/// The details of a stored transaction. Texts are unchanged; amounts and the timestamp are texts, too. In
+/// JSON every field may be missing or null when it is read; an absent field isn't written.
 struct TilvaneGoTransactionDetails {
   std::optional<models::Status> status = std::nullopt;
   std::optional<std::string> description = std::nullopt;
@@ -30,8 +30,8 @@ struct TilvaneGoTransactionDetails {
   static constexpr std::size_t fieldCount = 11;
   bool operator==(const TilvaneGoTransactionDetails&) const = default;
 
-  /// The card brand's raw text and the last four digits, with one blank between them: "VISA 4242". What is
-  /// absent is left out; empty if both are.
+  /// The raw text of the card brand, a blank and the last four digits: "VISA 4242". If one of them is absent,
+  /// only the other; empty without both.
   [[nodiscard]] std::string cardLabel() const;
 
   static constexpr auto jsonFields() {
@@ -66,16 +66,16 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A transaction that the payment application has stored.
 ///
-/// Its JSON has two forms on purpose: `json::decode` reads amounts that are numbers, `json::encode` writes
-/// them as texts, so that what was written can't be read back as it is. A number is read as the shortest
-/// decimal that reads back as the same 64-bit float, and written with at most three fraction digits.
+/// Its JSON has two forms on purpose: `json::decode` reads amounts as numbers, `json::encode` writes them as
+/// texts. So written JSON can't be read again. A number is read as the shortest decimal that reads back as
+/// the same 64-bit float, and written with at most three fraction digits.
 struct TilvaneGoTransaction {
   /// In the currency's main unit, as 12.50 for twelve euro fifty.
   Decimal amount;
   /// In the same unit, on top of the amount.
   std::optional<Decimal> tip = std::nullopt;
   std::optional<TilvaneGoTransactionType> type = std::nullopt;
-  /// Two fields by two JSON keys, both as they came.
+  /// Two fields with two JSON keys, both unchanged.
   std::optional<std::string> customId = std::nullopt;
   std::optional<std::string> customID = std::nullopt;
   std::optional<std::string> notes = std::nullopt;
@@ -87,8 +87,8 @@ struct TilvaneGoTransaction {
   /// Amount and tip together.
   [[nodiscard]] Decimal totalAmount() const;
 
-  /// A text to tell transactions apart: transaction id, both custom ids, timestamp and amount, those that are
-  /// there, joined by "-". Never empty.
+  /// A text that distinguishes transactions: transaction id, both custom ids, timestamp and amount, as far as
+  /// they are present, joined by "-". Never empty.
   [[nodiscard]] std::string id() const;
 
   static constexpr auto jsonFields() {

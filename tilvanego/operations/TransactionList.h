@@ -18,8 +18,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The fields of a `TransactionListRequest`.
 struct TransactionListRequestFields {
-  /// The host's own id for this request, with which the callback is compared. Stored trimmed; an empty one
-  /// is absent, isn't sent, and any callback's id will do.
+  /// The host's own id for this request. A callback with another id fails with `requestIdMismatch`. The id is
+  /// trimmed; an empty id is absent: it isn't sent, and a callback with any id is accepted.
   std::optional<std::string> requestId = std::nullopt;
   /// The URL that the payment application opens when it is done. Its scheme must be one that the system
   /// passes to the host.
@@ -29,11 +29,11 @@ struct TransactionListRequestFields {
   bool operator==(const TransactionListRequestFields&) const = default;
 };
 
-/// Asks for the transactions that the payment application has stored. An immutable value. It is checked
+/// A request for the transactions that the payment application has stored. An immutable value. It is checked
 /// when it is started, not when it is constructed.
 class TransactionListRequest : public ImmutableRecord<TransactionListRequestFields> {
  public:
-  /// Stores the URL as it is, the id trimmed.
+  /// Stores the URL unchanged and the id trimmed.
   explicit TransactionListRequest(Fields fields);
 
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
@@ -50,18 +50,17 @@ struct TransactionListResponseFields {
   std::optional<std::string> status = std::nullopt;
   std::optional<std::string> errorCode = std::nullopt;
   std::optional<std::string> errorMessage = std::nullopt;
-  /// As the callback gave it, which needn't be the length of the list; absent unless it is an integer of 64
-  /// bits.
+  /// The number in the callback, which may differ from the length of the list. Also absent if the item isn't
+  /// an integer of 64 bits.
   std::optional<std::int64_t> transactionCount = std::nullopt;
-  /// Empty but in a success.
+  /// Empty unless the result is a success.
   std::vector<TilvaneGoTransaction> transactions = {};
 
   static constexpr std::size_t fieldCount = 7;
   bool operator==(const TransactionListResponseFields&) const = default;
 };
 
-/// What a transaction list's callback said. Texts are raw: nothing is trimmed or interpreted. An immutable
-/// value.
+/// The items of a transaction list's callback. Texts are percent-decoded but not trimmed. An immutable value.
 class TransactionListResponse : public ImmutableRecord<TransactionListResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;
@@ -79,7 +78,8 @@ class TransactionListResponse : public ImmutableRecord<TransactionListResponseFi
 
 /// The cases of `TransactionListError`, reached as `TransactionListError::InvalidRequest` and so on.
 struct TransactionListErrorCases {
-  /// The list came, and is no JSON array of transactions. `reason` says where and why, and shows no values.
+  /// The list in the callback isn't a JSON array of transactions. `reason` says where and why; it shows no
+  /// values.
   struct DecodingFailed {
     static constexpr std::string_view name = "decodingFailed";
     std::string reason;

@@ -13,7 +13,7 @@
 
 namespace tilvanego::detail {
 
-/// The transaction list, as the frame, the parser and the router see it.
+/// The description of the transaction list.
 struct TransactionListOperation : OperationTypes<OperationKind::transactionList> {
   static constexpr OperationTexts texts{
       .sending = "Sending Transaction List Request - [",
@@ -34,15 +34,15 @@ struct TransactionListOperation : OperationTypes<OperationKind::transactionList>
       requestIdKey<Fields>,
       integerKey<Fields, &Fields::transactionCount>("transaction_count", "transactionCount"),
       statusKey<Fields>,
-      // Just "code" isn't known here.
+      // Without "code": this operation doesn't accept it.
       textKey<Fields, &Fields::errorCode>("error_code", "errorCode"),
       errorMessageKey<Fields>,
   };
   static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
 
-  /// Under which names the list itself stands, which only a success has.
+  /// The names of the item with the list, which only a success has.
   static constexpr std::array<std::string_view, 2> listNames{"transactionList", "transaction_list"};
-  /// Reads it.
+  /// Reads the list from its item.
   [[nodiscard]] static Result decodeList(Fields&& fields);
 
   static constexpr std::array statusWords{

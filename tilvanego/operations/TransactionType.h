@@ -8,8 +8,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// What a stored transaction was. Read from JSON by `transactionTypeFrom`, which knows more spellings than
-/// `fromRawText`; written by its raw text.
+/// The type of a stored transaction. It is read from JSON by `transactionTypeFrom`, which accepts more
+/// spellings than `fromRawText`, and written as its raw text.
 enum class TilvaneGoTransactionType {
   sale,
   authorization,
@@ -48,8 +48,8 @@ struct RawTexts<TilvaneGoTransactionType> {
   };
 };
 
-/// The type that a text of any case names. "auth", "authorization", "_init" and "initialization" may have
-/// whitespace around them; any other raw text with whitespace around it is unknown, as is every other text.
+/// Returns the type that a text names, without regard to case. Only "auth", "authorization", "_init" and
+/// "initialization" may have whitespace around them. Every other text is `unknownDefaultOpenApi`.
 [[nodiscard]] TilvaneGoTransactionType transactionTypeFrom(std::string_view text);
 
 }  // namespace tilvanego

@@ -15,7 +15,7 @@
 
 namespace tilvanego::detail {
 
-/// The payment, as the frame, the parser and the router see it.
+/// The description of the payment.
 struct PaymentOperation : OperationTypes<OperationKind::payment> {
   static constexpr OperationTexts texts{
       .sending = "Sending Request - [",

@@ -11,12 +11,12 @@ PaymentCredentials::PaymentCredentials(Fields fields)
     : basicToken_(std::move(fields.basicToken)),
       accountId_(std::move(fields.accountId)),
       environment_(uppercased(trimmed(fields.environment))) {
-  // A short text leaves a copy behind when it is moved.
+  // A short text remains in the string that it was moved from.
   detail::wipe(fields.basicToken);
 }
 
 PaymentCredentials& PaymentCredentials::operator=(PaymentCredentials other) noexcept {
-  // The old token goes where it is wiped: into `other`.
+  // Swapped: `other` then holds the old token and wipes it in its destructor.
   std::swap(basicToken_, other.basicToken_);
   std::swap(accountId_, other.accountId_);
   std::swap(environment_, other.environment_);

@@ -29,8 +29,7 @@ struct PaymentResponseFields {
   bool operator==(const PaymentResponseFields&) const = default;
 };
 
-/// What a payment's callback said, percent-decoded, but neither trimmed nor interpreted. An immutable
-/// value.
+/// The items of a payment's callback, percent-decoded but not trimmed. An immutable value.
 class PaymentResponse : public ImmutableRecord<PaymentResponseFields> {
  public:
   using ImmutableRecord::ImmutableRecord;

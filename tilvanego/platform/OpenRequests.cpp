@@ -29,7 +29,7 @@ OpenRequests::Id OpenRequests::add(const URL& url, std::function<void(bool opene
   return last_;
 }
 
-void OpenRequests::answer(Id request, bool opened) {
+void OpenRequests::report(Id request, bool opened) {
   const auto entry = waiting_.extract(request);
   if (entry) entry.mapped().handler(opened || entry.mapped().overtaken);
 }

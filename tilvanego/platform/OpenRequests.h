@@ -31,12 +31,12 @@ class OpenRequests {
   /// Drops the handlers of pending requests without a call.
   ~OpenRequests();
 
-  /// Adds a request. Call `answer` only after this has returned. `completionHandler` must not be empty.
+  /// Adds a request. Call `report` only after this has returned. `completionHandler` must not be empty.
   [[nodiscard]] Id add(const URL& url, std::function<void(bool opened)> completionHandler);
 
   /// Removes the request, then calls its handler, with true if the link was opened or the request was
   /// overtaken. Does nothing for an unknown request. Throws what the handler throws.
-  void answer(Id request, bool opened);
+  void report(Id request, bool opened);
 
   /// The number of pending requests.
   [[nodiscard]] std::size_t size() const { return waiting_.size(); }

@@ -24,7 +24,7 @@ std::unexpected<SandboxError> wrong(std::string message) {
   return std::unexpected(SandboxError{std::move(message)});
 }
 
-/// The byte says enough: the text around it may be a secret.
+/// Shows only the position of the fault: the text around it may be a secret.
 std::string notTheExpectedJSON(const JSONError& error) {
   return "isn't the expected JSON (byte " + std::to_string(error.offset) + ")";
 }
@@ -56,7 +56,7 @@ std::string described(const HandoffFailure& failure) {
   return "is no request, or another one than the link's";
 }
 
-/// A link that names what it must.
+/// The items of a link with a compressed or sealed request.
 class Carrier {
  public:
   explicit Carrier(const std::vector<QueryItem>& items) : items_(items) {}
@@ -68,7 +68,7 @@ class Carrier {
     }
     return {};
   }
-  /// An item that is there.
+  /// The value of an item that `require` has found.
   [[nodiscard]] const std::string& at(std::string_view name) const { return *find(name)->value; }
 
  private:
@@ -87,7 +87,7 @@ std::expected<Payload, SandboxError> compressedRequest(const URL& link, const Ca
   auto envelope = detail::decodeURLPayload<Payload>(link);
   detail::wipeGzipMemory();
   if (!envelope) return wrong("the link's payload " + described(envelope.error()));
-  if (!envelope->hasWantedForm()) return wrong("the link's payload is of another kind or version");
+  if (!envelope->hasExpectedForm()) return wrong("the link's payload is of another kind or version");
   if (envelope->direction != PaymentHandoffDirection::request)
     return wrong("the link's payload is no request");
   if (envelope->requestId != carrier.at("requestId")) return wrong("the link's payload is another request's");
@@ -112,7 +112,7 @@ std::expected<Payload, SandboxError> sealedRequest(const Carrier& carrier, const
 
 std::vector<QueryItem> itemsOf(Payload&& payload) {
   std::vector<QueryItem> items;
-  // A buffer that grew would leave a short token behind.
+  // Reserved: a vector that grows would leave a copy of a short token in freed memory.
   items.reserve(12);
   const auto add = [&](std::string_view name, std::optional<std::string>&& value) {
     if (value) items.push_back({std::string(name), std::move(value)});

@@ -38,11 +38,12 @@ const QueryItem* find(const std::vector<QueryItem>& items, std::string_view name
 }
 
 std::expected<std::vector<QueryItem>, SandboxError> queryItems(const URL& link) {
-  // Far more than any link has, and few enough to be compared with each other.
+  // More than any real link has. The limit keeps the search for duplicates short: it compares each item with
+  // all before it.
   constexpr std::size_t maxItems = 64;
   std::vector<QueryItem> items;
   const detail::WipedAtEnd wiped(items);
-  // A buffer that grew would leave short secrets behind.
+  // Reserved: a vector that grows would leave copies of short secrets in freed memory.
   items.reserve(maxItems);
   for (const RawQueryItem& raw : link.rawQueryItems()) {
     QueryItem item{raw.decodedName(), raw.value.decoded()};
@@ -58,7 +59,7 @@ std::expected<std::vector<QueryItem>, SandboxError> queryItems(const URL& link) 
   return items;
 }
 
-/// How a payment's link says that its request travels elsewhere than in its items.
+/// The transport of a link's request. Only the link of a payment may have another one than its own items.
 std::expected<Transport, SandboxError> transportOf(const LinkForm& form,
                                                    const std::vector<QueryItem>& items) {
   const QueryItem* named = form.operation == Operation::payment ? find(items, "transport") : nullptr;

@@ -22,29 +22,28 @@ namespace [[gnu::visibility("default")]] sandbox {
 /// What a host can ask of a payment application.
 using Operation = OperationKind;
 
-/// How a request or an answer travels: in the items of its URL, in one compressed item, or sealed on the
-/// pasteboard.
+/// The transport of a request or a response: in the items of its URL, in one compressed item, or sealed on
+/// the pasteboard.
 enum class Transport { url, gzip, pasteboard };
 
-/// What is wrong: a sentence without its full stop. What it quotes is escaped, and never a secret.
+/// What is wrong: a sentence without a full stop. Quoted text is escaped, and no secret is quoted.
 struct SandboxError {
   std::string message;
   bool operator==(const SandboxError&) const = default;
 };
 
-/// A launch link as the payment application reads it. An immutable value, whose items are wiped from the
-/// memory when it ends.
+/// A launch link as the payment application reads it. An immutable value; its destructor wipes its items.
 ///
-/// It is strict about what a host's library must send: an operation's items have to be there, once each, and
-/// each value has to be one that the library lets through. Items that it doesn't know are kept and shown.
+/// It accepts only what the host's library sends: each item of the operation must be present once, with a
+/// value that the library allows. Unknown items are kept and shown.
 class LaunchLink {
  public:
-  /// Bytes of the longest link that is read.
+  /// The maximum length of a link, in bytes.
   static constexpr std::size_t maxLength = 1U << 20U;
 
-  /// Reads a link of any operation, and the request that it carries compressed or names on the pasteboard of
-  /// `ports`. Fails with the first thing that is wrong with it. A request on the pasteboard stays there, to
-  /// be read again, unless it has expired.
+  /// Reads a link of any operation, also with a request that it carries compressed or names on the pasteboard
+  /// of `ports`. Fails with the first fault of the link. A request on the pasteboard stays there and can be
+  /// read again, unless it has expired.
   [[nodiscard]] static std::expected<LaunchLink, SandboxError> read(const URL& link,
                                                                     const HandoffPorts& ports = {});
 
@@ -54,22 +53,23 @@ class LaunchLink {
   ~LaunchLink();
 
   [[nodiscard]] Operation operation() const { return operation_; }
-  /// How the request came.
+  /// The transport of the request.
   [[nodiscard]] Transport transport() const { return transport_; }
-  /// Never empty. Nothing only if the operation is a transaction list.
+  /// Never an empty text. Only a transaction list may have none.
   [[nodiscard]] const std::optional<std::string>& requestId() const { return requestId_; }
-  /// Where the answer goes; it has a scheme.
+  /// The URL for the response; it has a scheme.
   [[nodiscard]] const URL& callbackURL() const { return callbackURL_; }
-  /// The amount asked for; nothing if the operation has none.
+  /// The amount; nothing if the operation has none.
   [[nodiscard]] const std::optional<Decimal>& amount() const { return amount_; }
 
-  /// What was asked, item by item, in the order and by the names of a link that carries all in its query.
+  /// The items of the request, with the names and in the order of a link that carries them in its query.
   [[nodiscard]] const std::vector<QueryItem>& items() const { return items_; }
-  /// The value of an item, byte for byte by its name; nothing if there is none. Points into this object.
+  /// The value of the item with exactly this name; nothing if there is none. The view points into this
+  /// object.
   [[nodiscard]] std::optional<std::string_view> item(std::string_view name) const;
 
-  /// What was asked, for people: the operation, with its transport unless that is the URL, and one line for
-  /// each item, "name: value". Control characters are escaped, and secrets are shown as "hidden".
+  /// The request for a reader: a line with the operation, and its transport unless that is the URL; then a
+  /// line "name: value" for each item. Control characters are escaped, and secrets are shown as "hidden".
   [[nodiscard]] std::vector<std::string> lines() const;
 
   bool operator==(const LaunchLink&) const = default;

@@ -29,7 +29,7 @@ std::string_view aboveZero(const std::optional<Decimal>& number) {
 
 std::string_view amount(std::string_view value) { return aboveZero(Decimal::parseExact(value)); }
 
-/// A capture's amount is the host's own text, of which only the beginning must be a number.
+/// The amount of a capture is a text of the host. Only its beginning must be a number.
 std::string_view captureAmount(std::string_view value) { return aboveZero(Decimal::parse(value)); }
 
 std::string_view tip(std::string_view value) {
@@ -80,7 +80,8 @@ constexpr std::array payment{
     ItemForm{"require_reader_ready", Presence::required, boolean},
 };
 
-// The initialization alone writes its names in camel case, and each of its credentials may stand alone.
+// Only the initialization has names in camel case, and each of its credentials may be present without the
+// others.
 constexpr std::array initialization{
     ItemForm{"requestId", Presence::required, notBlank},
     ItemForm{"sourceApplication", Presence::required, anyText},

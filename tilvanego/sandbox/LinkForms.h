@@ -8,38 +8,38 @@
 #include <tilvanego/sandbox/LaunchLink.h>
 #include <tilvanego/values/QueryItem.h>
 
-/// What the links of each operation hold, beside their return URL.
+/// The items of each operation's links, without the return URL.
 namespace tilvanego::sandbox {
 
 struct ItemForm {
   enum class Presence {
     required,
     optional,
-    /// An item of credentials, which are there as a whole or not at all.
+    /// An item of the credentials: the link has all of these items or none.
     withOthers,
   };
 
   std::string_view name;
   Presence presence;
-  /// What is wrong with a value, as in "is no number"; empty if nothing is.
+  /// Returns what is wrong with a value, such as "is no number"; empty if it is valid.
   std::string_view (*fault)(std::string_view value);
 };
 
 struct LinkForm {
   Operation operation;
   std::string_view path;
-  /// In the order of the link. What else the link holds is not looked at.
+  /// In the order of the link. Other items of the link are ignored.
   std::span<const ItemForm> items;
 };
 
-/// Null for a path that names no operation.
+/// Returns null for a path of no operation.
 [[nodiscard]] const LinkForm* formWithPath(std::string_view path);
 
-/// Fails for the first item that should be there and isn't.
+/// Fails for the first required item that is missing.
 [[nodiscard]] std::expected<void, SandboxError> checkPresence(const LinkForm& form,
                                                               const std::vector<QueryItem>& items);
 
-/// Fails for the first item whose value the host's library would never send.
+/// Fails for the first item with a value that the host's library never sends.
 [[nodiscard]] std::expected<void, SandboxError> checkValues(const LinkForm& form,
                                                             const std::vector<QueryItem>& items);
 

@@ -1,7 +1,7 @@
 #include <tilvanego/sandbox/SandboxApplication.h>
 
 #include <tilvanego/platform/HostCode.h>
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -15,14 +15,14 @@ SandboxApplication::SandboxApplication(MainQueue& mainQueue, std::function<void(
 void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)> completionHandler) {
   const bool opened = installed_ && equalIgnoringCase(url.scheme().value_or(""), "tilvanego");
   const auto request = requests_->add(url, std::move(completionHandler));
-  post([request, opened](OpenRequests& requests) { requests.answer(request, opened); });
+  post([request, opened](OpenRequests& requests) { requests.report(request, opened); });
   if (!opened) return;
 
   const auto handled = handle(url);
   if (handled && handled->callback) {
     post([open = openCallback_, callback = *handled->callback](OpenRequests&) { open(callback); });
   }
-  // Copies: the observer may set another one, and end what opened the link.
+  // Copied: the observer may set another observer, or destroy the caller's URL.
   if (const Observer observer = observer_) {
     URL link(url);
     const detail::WipedAtEnd wiped(link);
@@ -40,7 +40,7 @@ std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::han
       .word = word_,
       .keys = keys_,
   };
-  auto callback = answer(*request, decision, ports_);
+  auto callback = respond(*request, decision, ports_);
   if (!callback) return std::unexpected(std::move(callback).error());
   return Handled{*std::move(request), decision.outcome, *std::move(callback)};
 }

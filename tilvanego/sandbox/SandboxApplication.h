@@ -31,8 +31,9 @@ class SandboxApplication final : public Application {
     Outcome outcome;
     std::optional<URL> callback;
   };
-  /// Called for each link, before `openURL` returns, with what became of it, or with why the link can't be
-  /// read or answered. May throw: the exception is dropped after one line on standard error.
+  /// Called for each link, before `openURL` returns, with its request and response, or with the reason why
+  /// the link can't be read or gets no response. May throw: the exception is dropped after one line on
+  /// standard error.
   using Observer = std::function<void(const URL& link, const std::expected<Handled, SandboxError>& handled)>;
 
   /// `openCallback` is called with each callback URL, each time in its own block on `mainQueue`. `ports` are
@@ -41,8 +42,8 @@ class SandboxApplication final : public Application {
                      const HandoffPorts& ports = {});
 
   /// Opens links of the scheme "tilvanego" while the application is installed. A link that can't be read, or
-  /// can't be answered with the outcome that was set, is opened and never answered. A request that a newer
-  /// one overtakes is reported as opened, see `OpenRequests`.
+  /// for which the set outcome is impossible, is reported as opened and gets no response. A request that a
+  /// newer one overtakes is reported as opened, see `OpenRequests`.
   void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
 
   /// Sets the outcome of every later request. The default is nothing: the amount decides, and a request
@@ -51,14 +52,14 @@ class SandboxApplication final : public Application {
 
   /// Sets the transport of the responses to later payments. The default is nothing: the transport of the
   /// request. The responses of all other operations travel in the items of the URL.
-  void setAnswer(std::optional<Transport> transport) { transport_ = transport; }
+  void setTransport(std::optional<Transport> transport) { transport_ = transport; }
 
   /// Sets the fault of every later response. The default is nothing.
   void setFault(std::optional<TransportFault> fault) { fault_ = fault; }
 
   /// Sets the status word of every later response: one of the `statusWords` of the request's operation and
-  /// outcome. The default is nothing: the usual word. A request for which `word` is not one of them isn't
-  /// answered.
+  /// outcome. The default is nothing: the usual word. A request for which `word` is not one of them gets no
+  /// response.
   void setWord(std::optional<std::string> word) { word_ = std::move(word); }
 
   /// Sets the spelling of the item names of every later response. The default is the first spelling.
@@ -84,7 +85,7 @@ class SandboxApplication final : public Application {
   KeySpelling keys_ = KeySpelling::first;
   bool installed_ = true;
   Observer observer_;
-  /// Held weakly by blocks, so that those which outlive this do nothing.
+  /// Posted blocks hold weak pointers to it: a block that runs after the end of this object does nothing.
   std::shared_ptr<OpenRequests> requests_ = std::make_shared<OpenRequests>();
 };
 

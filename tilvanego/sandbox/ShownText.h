@@ -3,10 +3,10 @@
 #include <string>
 #include <string_view>
 
-/// Text of others for a terminal, which would obey the controls in it.
+/// Escapes text from outside for a terminal, which would execute the control characters in it.
 namespace tilvanego::sandbox {
 
-/// UTF-8 text with the controls of both sets escaped, as in "\u{1B}".
+/// Escapes the control characters (C0 and C1) of UTF-8 text, as in "\u{1B}".
 [[nodiscard]] std::string shown(std::string_view text);
 
 /// The same in double quotes.

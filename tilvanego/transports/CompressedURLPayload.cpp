@@ -28,12 +28,12 @@ std::span<const std::uint8_t> bytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-/// The URL that the items inside of a result's envelope stand for.
+/// The callback URL that has the items of a result's envelope.
 std::expected<URL, URLPayloadFailure> unpackedCallback(const URL& url, const URL& expectedCallbackURL,
                                                        const std::string& expectedRequestId) {
   const auto envelope = decodeURLPayload<PaymentURLResultPayload>(url);
   if (!envelope) return std::unexpected(envelope.error());
-  if (!envelope->hasWantedForm() || envelope->direction != PaymentHandoffDirection::result ||
+  if (!envelope->hasExpectedForm() || envelope->direction != PaymentHandoffDirection::result ||
       envelope->requestId != expectedRequestId) {
     return invalid();
   }
@@ -42,7 +42,7 @@ std::expected<URL, URLPayloadFailure> unpackedCallback(const URL& url, const URL
   return *std::move(rebuilt);
 }
 
-/// What a host hears: that a payload isn't the expected JSON shows only once it is decompressed.
+/// The error for the host. Wrong JSON is reported as a failed decompression.
 PaymentError reported(const URLPayloadFailure& failure) {
   const auto* error = std::get_if<PaymentError>(&failure);
   return error != nullptr ? *error : PaymentError::UrlPayloadDecompressionFailed{};
@@ -70,7 +70,7 @@ std::expected<std::string, PaymentError> payloadJSON(const URL& url) {
   auto compressed = base64URLDecode(*payload);
   const WipedAtEnd wipedCompressed(compressed);
   if (!compressed) return invalid();
-  // A compressed size that is merely wrong counts as too large as well.
+  // A wrong compressed size counts as too large, too.
   if (*compressedSize > maxPayloadGzip || *compressedSize != compressed->size() ||
       *jsonSize > maxPayloadJSON) {
     return tooLarge();

@@ -21,26 +21,26 @@
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/Wiping.h>
 
-/// Envelopes that travel compressed in a URL. Compressed isn't encrypted: who sees the URL can read what is
-/// in it.
+/// Envelopes that a URL carries compressed. Compression isn't encryption: everyone who sees the URL can read
+/// its content.
 ///
-/// A host writes requests and reads results, the payment application does the reverse; writing an envelope
-/// and reading it from a URL is the same for both.
+/// A host writes requests and reads results; the payment application writes results and reads requests. Both
+/// use these functions.
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
-/// Bytes of the longest JSON of an envelope, of the longest gzip stream, and of the longest launch link.
+/// Maximum sizes in bytes: of the JSON of an envelope, of its gzip stream, and of a launch link.
 inline constexpr std::size_t maxPayloadJSON = 262'144;
 inline constexpr std::size_t maxPayloadGzip = 65'536;
 inline constexpr std::size_t maxCompressedURL = 102'400;
 
-/// What the item "encoding" says, byte for byte.
+/// The exact value of the item "encoding".
 inline constexpr std::string_view payloadEncoding = "gzip-json";
 
-/// Why a payload couldn't be written or read: an error that a host may hear of, or the JSON coder's own.
+/// Why a payload couldn't be written or read: an error for the host, or that of the JSON reader or writer.
 using URLPayloadFailure = std::variant<PaymentError, JSONError>;
 
-/// An envelope as the items "payload", "payload_size" and "compressed_size" carry it.
+/// The values of the items "payload", "payload_size" and "compressed_size".
 struct CompressedPayload {
   /// URL-safe base64.
   std::string text;
@@ -48,10 +48,10 @@ struct CompressedPayload {
   std::size_t compressedSize = 0;
 };
 
-/// Fails with `urlPayloadTooLarge`, before anything is compressed if the JSON is too long already.
+/// Fails with `urlPayloadTooLarge`. JSON that is too long isn't compressed.
 [[nodiscard]] std::expected<CompressedPayload, PaymentError> compressPayloadJSON(std::string_view json);
 
-/// The JSON that a URL's items carry, its sizes checked against what they say.
+/// Decompresses the JSON in a URL's items and checks that its sizes are those of the items.
 [[nodiscard]] std::expected<std::string, PaymentError> payloadJSON(const URL& url);
 
 template <typename Payload>
@@ -60,8 +60,8 @@ template <typename Payload>
                                                                         const Date& createdAt,
                                                                         Payload payload) {
   using Envelope = PaymentURLPayloadEnvelope<Payload>;
-  return {.namespace_ = std::string(Envelope::wantedNamespace),
-          .schemaVersion = Envelope::wantedSchemaVersion,
+  return {.namespace_ = std::string(Envelope::expectedNamespace),
+          .schemaVersion = Envelope::expectedSchemaVersion,
           .direction = direction,
           .requestId = std::move(requestId),
           .createdAt = createdAt,
@@ -79,7 +79,7 @@ template <typename Payload>
   return *std::move(payload);
 }
 
-/// Reads what a URL carries, whatever its namespace, version, direction and request id.
+/// Reads the envelope in a URL. Doesn't check its namespace, version, direction and request id.
 template <typename Payload>
 [[nodiscard]] std::expected<PaymentURLPayloadEnvelope<Payload>, URLPayloadFailure> decodeURLPayload(
     const URL& url) {
@@ -94,11 +94,11 @@ template <typename Payload>
 /// Fails with `urlPayloadTooLarge` for a link of more than `maxCompressedURL` bytes.
 [[nodiscard]] std::expected<void, PaymentError> validatedCompressedURL(const URL& url);
 
-/// The launch link that carries a request compressed. Shows it in a debug line.
+/// Builds the launch link with the compressed request, and shows it in a debug line.
 [[nodiscard]] std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentRequest& request,
                                                                             const Platform& platform);
 
-/// Whether an item of the URL says that it carries a compressed payload.
+/// Whether the URL has an item that announces a compressed payload.
 [[nodiscard]] bool isCompressed(const URL& url);
 
 /// Returns the result of a callback with a compressed payload; nothing if the URL has none or isn't the

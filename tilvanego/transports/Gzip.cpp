@@ -20,7 +20,8 @@ constexpr int gzipWindowBits = 15 + 16;
 constexpr int gzipOrZlibWindowBits = 15 + 32;
 constexpr int memoryLevel = 8;
 
-/// zlib's memory, which is given back to the system at the end alone, and wiped before.
+/// The memory of zlib. It stays allocated until the destructor, for the next text; `wipe` overwrites all of
+/// it.
 class KeptMemory {
  public:
   void* take(std::size_t size) {
@@ -54,7 +55,8 @@ void* takeMemory(void* kept, unsigned count, unsigned size) {
 }
 void giveMemoryBack(void* kept, void* memory) { static_cast<KeptMemory*>(kept)->giveBack(memory); }
 
-/// One step of `work` into a chunk of room at `to`. Gives zlib's result and how many bytes it made.
+/// Runs one step of `work` that writes at most `gzipChunk` bytes to `to`. Returns zlib's result and the
+/// number of bytes written.
 std::pair<int, std::size_t> step(z_stream& stream, int (*work)(z_stream*, int), int flush, std::uint8_t* to) {
   stream.next_out = to;
   stream.avail_out = gzipChunk;
@@ -77,8 +79,8 @@ struct Inflating {
   static void end(z_stream& stream) { inflateEnd(&stream); }
 };
 
-/// The thread's stream of a kind, kept from one text to the next: begun anew each time, its memory would cost
-/// more than the work on a short text does.
+/// A thread's stream of one kind. It is kept between texts: for a short text, allocating its memory takes
+/// longer than the compression.
 template <typename Kind>
 class KeptStream {
  public:
@@ -91,14 +93,14 @@ class KeptStream {
   KeptStream& operator=(const KeptStream&) = delete;
   ~KeptStream() { wipe(); }
 
-  /// The stream at its beginning, with all of its input; null if zlib can't begin.
+  /// Resets the stream and sets its input. Returns null if zlib fails.
   z_stream* begin(std::span<const std::uint8_t> input) {
-    // zlib counts its input in an `unsigned`.
+    // zlib stores the size of its input as `unsigned`.
     if (!std::in_range<unsigned>(input.size())) return nullptr;
     if (begun_ && Kind::reset(zlib_) != Z_OK) wipe();
     if (!begun_) begun_ = Kind::init(zlib_) == Z_OK;
     if (!begun_) return nullptr;
-    // zlib doesn't write to its input; its pointer isn't const unless asked.
+    // zlib doesn't write to its input. Its pointer is only const if ZLIB_CONST is defined.
     zlib_.next_in = const_cast<std::uint8_t*>(input.data());
     zlib_.avail_in = static_cast<unsigned>(input.size());
     return &zlib_;
@@ -126,7 +128,7 @@ std::expected<Bytes, PaymentError> gzipCompress(std::span<const std::uint8_t> by
   const auto failure = [] { return std::unexpected(PaymentError::UrlPayloadInvalid{}); };
   z_stream* const stream = KeptStream<Deflating>::ofThread().begin(bytes);
   if (stream == nullptr) return failure();
-  // All of it at most: a buffer that grew would leave its former self behind.
+  // Reserves the maximum: a vector that grows would leave a copy of its bytes in freed memory.
   Bytes output;
   output.reserve(deflateBound(stream, static_cast<uLong>(bytes.size())));
   std::array<std::uint8_t, gzipChunk> chunk;

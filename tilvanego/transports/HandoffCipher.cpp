@@ -23,7 +23,7 @@ using Cipher = std::unique_ptr<EVP_CIPHER, Release<EVP_CIPHER_free>>;
 using Digest = std::unique_ptr<EVP_MD, Release<EVP_MD_free>>;
 using DigestContext = std::unique_ptr<EVP_MD_CTX, Release<EVP_MD_CTX_free>>;
 
-// Finding an algorithm takes as long as sealing a kilobyte, so each is found once.
+// Fetching an algorithm takes as long as sealing a kilobyte, so each is fetched once.
 const EVP_CIPHER* cipher() {
   static const Cipher one(EVP_CIPHER_fetch(nullptr, "AES-256-GCM", nullptr));
   return one.get();
@@ -33,7 +33,7 @@ const EVP_MD* digest() {
   return one.get();
 }
 
-/// One use of the cipher. No context is kept: it holds the key.
+/// One encryption or decryption. The context holds the key, so it isn't kept for the next use.
 class CipherRun {
  public:
   [[nodiscard]] bool start(bool sealing, const HandoffKey& key, const std::uint8_t* nonce,
@@ -50,7 +50,7 @@ class CipherRun {
     int size = 0;
     return fits(count) && EVP_CipherUpdate(context_.get(), to, &size, from, static_cast<int>(count)) == 1;
   }
-  /// Opening, this says whether the tag verifies.
+  /// Ends the run. A decryption fails here if the tag doesn't verify.
   [[nodiscard]] bool finish() {
     std::array<std::uint8_t, handoffTagSize> nothing;
     int size = 0;
@@ -92,9 +92,9 @@ std::expected<HandoffKey, HandoffCipherError> handoffKey(PaymentHandoffDirection
 
 std::string handoffAssociatedData(PaymentHandoffDirection direction, std::string_view handoffId,
                                   std::string_view requestId, const Date& expiresAt) {
-  const std::string version = std::to_string(PaymentHandoffEnvelope::wantedSchemaVersion);
+  const std::string version = std::to_string(PaymentHandoffEnvelope::expectedSchemaVersion);
   const std::string expiry = std::to_string(static_cast<std::int64_t>(expiresAt.secondsSince1970()));
-  std::string text(PaymentHandoffEnvelope::wantedNamespace);
+  std::string text(PaymentHandoffEnvelope::expectedNamespace);
   for (const std::string_view part : {std::string_view(version), rawText(direction), handoffId, requestId,
                                       sdkVersion, std::string_view(expiry)}) {
     text.append("|").append(part);

@@ -11,12 +11,13 @@ namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 namespace {
 
-// Its text and its whole seconds name the same instant, which is authenticated by the seconds.
+// Rounded to whole seconds, so that the text in the envelope and the authenticated seconds are the same
+// instant.
 Date expiryOf(const Date& createdAt) {
   return Date::fromSecondsSince1970(std::floor(createdAt.secondsSince1970() + handoffLifetime));
 }
 
-/// Instants whose seconds are counted exactly; no calendar goes so far.
+/// Whether a `double` holds the seconds of this instant exactly. No calendar date is beyond the limit.
 bool isCountable(const Date& date) {
   constexpr double limit = 9e15;
   return std::abs(date.secondsSince1970()) < limit;
@@ -41,8 +42,8 @@ std::expected<PaymentHandoffEnvelope, HandoffFailure> sealPlaintext(
                            randomSource);
   if (!box) return std::unexpected(box.error());
   return PaymentHandoffEnvelope{
-      .namespace_ = std::string(PaymentHandoffEnvelope::wantedNamespace),
-      .schemaVersion = PaymentHandoffEnvelope::wantedSchemaVersion,
+      .namespace_ = std::string(PaymentHandoffEnvelope::expectedNamespace),
+      .schemaVersion = PaymentHandoffEnvelope::expectedSchemaVersion,
       .direction = direction,
       .handoffId = std::string(handoffId),
       .requestId = std::string(requestId),
@@ -56,7 +57,7 @@ std::expected<std::string_view, HandoffFailure> openPlaintext(const PaymentHando
                                                               PaymentHandoffDirection direction,
                                                               std::string_view expectedRequestId,
                                                               const Date& now, Bytes& box) {
-  if (!envelope.hasWantedForm() || envelope.direction != direction ||
+  if (!envelope.hasExpectedForm() || envelope.direction != direction ||
       envelope.requestId != expectedRequestId || !isCountable(envelope.expiresAt)) {
     return std::unexpected(PaymentHandoffError::invalidPayload);
   }

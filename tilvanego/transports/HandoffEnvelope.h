@@ -15,13 +15,13 @@
 #include <tilvanego/values/Support.h>
 #include <tilvanego/values/Wiping.h>
 
-/// Sealing and opening the envelopes of the pasteboard. A host seals requests and opens results, the payment
-/// application does the reverse; these functions do for both. Plaintexts are wiped as soon as they have been
-/// read.
+/// Seals and opens the envelopes of the pasteboard. A host seals requests and opens results; the payment
+/// application seals results and opens requests. Both use these functions. The templates wipe each plaintext
+/// after use.
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
-/// The faults that the handoff itself knows.
+/// The failures of a handoff itself.
 enum class PaymentHandoffError { payloadMissing, payloadExpired, invalidPayload };
 
 /// The pasteboard is missing or didn't keep an envelope.
@@ -30,8 +30,8 @@ struct PasteboardFailure {
   std::string reason;
 };
 
-/// Why an envelope couldn't be sealed, left or opened: one of those, or the cipher's or the JSON coder's own
-/// failure.
+/// Why an envelope couldn't be sealed, put on the pasteboard or opened: one of these, or the failure of the
+/// cipher or of the JSON reader or writer.
 using HandoffFailure = std::variant<PaymentHandoffError, HandoffCipherError, JSONError, PasteboardFailure>;
 
 /// How long an envelope can be opened, in seconds.
@@ -44,7 +44,7 @@ inline constexpr double handoffLifetime = 300;
     std::string_view plaintext, PaymentHandoffDirection direction, std::string_view handoffId,
     std::string_view requestId, const Date& createdAt, RandomSource& randomSource);
 
-/// The plaintext is a view into `box`, which the caller wipes.
+/// The returned plaintext is a view of `box`, which the caller must wipe.
 [[nodiscard]] std::expected<std::string_view, HandoffFailure> openPlaintext(
     const PaymentHandoffEnvelope& envelope, PaymentHandoffDirection direction,
     std::string_view expectedRequestId, const Date& now, Bytes& box);
@@ -61,8 +61,7 @@ template <typename Payload>
   return sealPlaintext(*plaintext, direction, handoffId, requestId, createdAt, randomSource);
 }
 
-/// Opens an envelope that goes in this direction and answers this request. At its very last instant it still
-/// opens.
+/// Opens an envelope of this direction and request id. It can be opened up to and including `expiresAt`.
 template <typename Payload>
 [[nodiscard]] std::expected<Payload, HandoffFailure> openHandoffEnvelope(
     const PaymentHandoffEnvelope& envelope, PaymentHandoffDirection direction,

@@ -20,20 +20,20 @@
 #include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
-/// The records that travel between a host and the payment application in envelopes. Both sides write and read
-/// them.
+/// The envelopes between a host and the payment application, and the records in them. Both sides write and
+/// read them.
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
-/// How the envelopes and what is in them are written: keys in ascending order, no white space, dates in whole
-/// seconds of UTC.
+/// The JSON form of envelopes and their records: keys in ascending order, no white space, dates in UTC with
+/// whole seconds.
 inline constexpr JSONFormat envelopeFormat{.sortedKeys = true, .pretty = false, .dates = nullptr};
 
-/// What the links and envelopes call the version of this library. The payment application answers by it, so
-/// it stays as it is while the wire forms do.
+/// The library version in links and envelopes. The form of the payment application's response depends on it,
+/// so it changes only when the wire forms change.
 inline constexpr std::string_view sdkVersion = "1.0.0";
 
-/// Which way an envelope goes.
+/// The direction of an envelope: to the payment application, or back.
 enum class PaymentHandoffDirection { request, result };
 
 }  // namespace support
@@ -50,10 +50,10 @@ struct tilvanego::RawTexts<tilvanego::detail::PaymentHandoffDirection> {
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
-/// A payment request as either envelope carries it, credentials included.
+/// A payment request in an envelope of either kind, with its credentials.
 struct PaymentHandoffRequestPayload {
   std::string requestId;
-  /// Amount and tip in plain positional form, as the inline link has them.
+  /// Amount and tip are decimals without an exponent, as in the inline link.
   std::string amount;
   std::optional<std::string> tip = std::nullopt;
   /// The raw text of a `PaymentTransactionType`.
@@ -80,7 +80,7 @@ struct PaymentHandoffRequestPayload {
   }
 };
 
-/// The items that the payment application would else have put on the callback URL.
+/// The query items that the callback URL would have if it carried the result itself.
 using ResultQueryItems = std::map<std::string, std::string, std::less<>>;
 
 /// A payment's result in a sealed envelope.
@@ -93,7 +93,7 @@ struct PaymentHandoffResultPayload {
   }
 };
 
-/// A payment's result in a compressed envelope. Its key is another one than in a sealed envelope.
+/// A payment's result in a compressed envelope. Its JSON key differs from that of a sealed envelope.
 struct PaymentURLResultPayload {
   ResultQueryItems queryItems;
   bool operator==(const PaymentURLResultPayload&) const = default;
@@ -103,10 +103,10 @@ struct PaymentURLResultPayload {
   }
 };
 
-/// What lies on the pasteboard. Its keys are in camel case.
+/// The sealed envelope on the pasteboard. Its keys are in camel case.
 struct PaymentHandoffEnvelope {
-  static constexpr std::string_view wantedNamespace = "com.ostrel.tilvane.handoff";
-  static constexpr std::int64_t wantedSchemaVersion = 1;
+  static constexpr std::string_view expectedNamespace = "com.ostrel.tilvane.handoff";
+  static constexpr std::int64_t expectedSchemaVersion = 1;
 
   std::string namespace_;
   std::int64_t schemaVersion = 0;
@@ -121,8 +121,8 @@ struct PaymentHandoffEnvelope {
   std::string ciphertext;
   bool operator==(const PaymentHandoffEnvelope&) const = default;
 
-  [[nodiscard]] bool hasWantedForm() const {
-    return namespace_ == wantedNamespace && schemaVersion == wantedSchemaVersion;
+  [[nodiscard]] bool hasExpectedForm() const {
+    return namespace_ == expectedNamespace && schemaVersion == expectedSchemaVersion;
   }
 
   static constexpr auto jsonFields() {
@@ -137,11 +137,11 @@ struct PaymentHandoffEnvelope {
   }
 };
 
-/// What is compressed into a URL. Its keys are in snake case.
+/// The envelope that a URL carries compressed. Its keys are in snake case.
 template <typename Payload>
 struct PaymentURLPayloadEnvelope {
-  static constexpr std::string_view wantedNamespace = "com.ostrel.tilvane.urlpayload";
-  static constexpr std::int64_t wantedSchemaVersion = 1;
+  static constexpr std::string_view expectedNamespace = "com.ostrel.tilvane.urlpayload";
+  static constexpr std::int64_t expectedSchemaVersion = 1;
 
   std::string namespace_;
   std::int64_t schemaVersion = 0;
@@ -152,8 +152,8 @@ struct PaymentURLPayloadEnvelope {
   Payload payload;
   bool operator==(const PaymentURLPayloadEnvelope&) const = default;
 
-  [[nodiscard]] bool hasWantedForm() const {
-    return namespace_ == wantedNamespace && schemaVersion == wantedSchemaVersion;
+  [[nodiscard]] bool hasExpectedForm() const {
+    return namespace_ == expectedNamespace && schemaVersion == expectedSchemaVersion;
   }
 
   static constexpr auto jsonFields() {
@@ -166,8 +166,8 @@ struct PaymentURLPayloadEnvelope {
   }
 };
 
-/// The callback URL that a result's items would have made: scheme, host and path of `expectedCallbackURL`,
-/// and the items in the order of their names. Nothing if there is no such URL.
+/// Builds the callback URL that would carry `items` itself: scheme, host and path of `expectedCallbackURL`,
+/// then the items in the order of their names. Nothing if they don't make a URL.
 [[nodiscard]] std::optional<URL> rebuiltCallback(const URL& expectedCallbackURL,
                                                  const ResultQueryItems& items);
 

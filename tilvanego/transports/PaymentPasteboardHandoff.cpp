@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view pasteboardTransport = "pasteboard";
 
-/// The text that a value is, or that its bytes are in UTF-8; nothing if that is empty.
+/// The text of a value, or its bytes as UTF-8; nothing if it is empty.
 std::optional<std::string> textOf(const PasteboardValue& value) {
   if (const auto* text = std::get_if<std::string>(&value)) {
     return text->empty() ? std::nullopt : std::optional(*text);
@@ -39,7 +39,7 @@ std::optional<std::string> textOf(const PasteboardItem& item) {
   return std::nullopt;
 }
 
-/// The URL that the items inside of a result's envelope stand for.
+/// The callback URL that has the items of a result's envelope.
 std::expected<URL, HandoffFailure> unsealedCallback(const PaymentHandoffEnvelope& envelope,
                                                     const URL& expectedCallbackURL,
                                                     const std::string& expectedRequestId, const Date& now) {
@@ -51,7 +51,7 @@ std::expected<URL, HandoffFailure> unsealedCallback(const PaymentHandoffEnvelope
   return *std::move(rebuilt);
 }
 
-/// What a host hears: the cipher's and the JSON reader's failures are one to it.
+/// The error for the host. Failures of the cipher and of the JSON reader are the same error.
 PaymentError reported(const HandoffFailure& failure) {
   if (std::holds_alternative<PasteboardFailure>(failure)) return PaymentError::PasteboardHandoffUnavailable{};
   const auto* error = std::get_if<PaymentHandoffError>(&failure);
@@ -77,7 +77,7 @@ std::expected<void, std::string> placeHandoffText(Pasteboard& pasteboard, std::s
                                                   const Date& expiration) {
   PasteboardItem item;
   for (const std::string_view type : handoffTextTypes) {
-    // It may be long, and its last copy is itself.
+    // The text may be long: the last type gets it by a move.
     item.emplace(type, type == handoffTextTypes.back() ? std::move(text) : text);
   }
   std::vector<PasteboardItem> items;
@@ -105,7 +105,7 @@ std::optional<std::string> pasteboardHandoffText(const Pasteboard& pasteboard) t
   }
   return std::nullopt;
 } catch (...) {
-  // One that can't be read counts as empty.
+  // A pasteboard that can't be read counts as empty.
   return std::nullopt;
 }
 
@@ -116,7 +116,7 @@ std::expected<PaymentHandoffEnvelope, HandoffFailure> readHandoffEnvelope(Pasteb
   if (!text) return std::unexpected(PaymentHandoffError::payloadMissing);
   auto envelope = json::decode<PaymentHandoffEnvelope>(*text);
   if (!envelope) return std::unexpected(std::move(envelope).error());
-  if (!envelope->hasWantedForm() || envelope->handoffId != handoffId) {
+  if (!envelope->hasExpectedForm() || envelope->handoffId != handoffId) {
     return std::unexpected(PaymentHandoffError::payloadMissing);
   }
   if (envelope->expiresAt < now) {
@@ -127,16 +127,16 @@ std::expected<PaymentHandoffEnvelope, HandoffFailure> readHandoffEnvelope(Pasteb
 }
 
 void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId) {
-  // Read anew: something else may have come to lie there since.
+  // Read again: another program may have replaced the contents.
   const auto text = pasteboardHandoffText(pasteboard);
   if (!text) return;
   const auto envelope = json::decode<PaymentHandoffEnvelope>(*text);
-  if (!envelope || envelope->namespace_ != PaymentHandoffEnvelope::wantedNamespace ||
+  if (!envelope || envelope->namespace_ != PaymentHandoffEnvelope::expectedNamespace ||
       envelope->handoffId != handoffId) {
     return;
   }
   try {
-    // One that stays is gone when it expires.
+    // An envelope that couldn't be removed disappears when it expires.
     [[maybe_unused]] const auto emptied = pasteboard.setItems({});
   } catch (...) {
   }
@@ -171,7 +171,7 @@ std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& 
                                                      const std::string& expectedRequestId,
                                                      const Platform& platform) {
   if (!callbackURLsMatch(url, expectedCallbackURL)) return std::nullopt;
-  // With case, unlike the compressed transport's name.
+  // The case of this value matters; that of the compressed transport's name doesn't.
   if (queryValue(url, {"transport"}) != pasteboardTransport) return std::nullopt;
   const auto handoffId = queryValue(url, {"resultHandoffId", "result_handoff_id"});
   if (!handoffId) return std::nullopt;

@@ -16,11 +16,10 @@
 #include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
-/// Sealed envelopes on the pasteboard, and the short links that name them. All of it is bound to the main
-/// thread.
+/// Sealed envelopes on the pasteboard, and the short links that name them. Used on the main thread only.
 ///
-/// The pasteboard belongs to everyone: another program may replace what lies there between any two calls. An
-/// envelope of another handoff and text that is no envelope are never removed.
+/// Every program may use the pasteboard: its contents may be replaced between any two calls. Envelopes of
+/// other handoffs, and text that is no envelope, are never removed.
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 

@@ -34,7 +34,7 @@ Link compressedLink(const PaymentRequest& request, const Platform& platform) {
     if (url) return *std::move(url);
     if (auto* error = std::get_if<PaymentError>(&url.error())) return failed(std::move(*error));
   } catch (...) {
-    // The clock's, which keeps only this form from being built.
+    // The clock threw: only this form can't be built.
   }
   return notBuilt();
 }
@@ -49,10 +49,10 @@ Link pasteboardLink(const PaymentRequest& request, const Platform& platform) {
   return notBuilt();
 }
 
-/// The first form that fits: inline, compressed, on the pasteboard.
+/// The first of these forms that fits: inline, compressed, pasteboard.
 Link fittingLink(std::expected<URL, PaymentError>&& inlineURL, std::int64_t maxInlineURLLength,
                  const PaymentRequest& request, const Platform& platform) {
-  // Where no inline link can be formed, no other is tried.
+  // If there is no inline link, no other form is tried.
   if (!inlineURL || std::cmp_less_equal(inlineURL->absoluteString().size(), maxInlineURLLength)) {
     return inlineLink(std::move(inlineURL));
   }
@@ -66,7 +66,7 @@ std::expected<URL, PaymentLinkFailure> paymentAppURL(std::expected<URL, PaymentE
                                                      const PaymentRequest& request,
                                                      const PaymentLaunchTransport& transport,
                                                      const Platform& platform) {
-  // Another form leaves it unused, with the token in it.
+  // It contains the token, and other forms don't use it.
   const WipedAtEnd wiped(inlineURL);
   const auto& chosen = transport.variant();
   if (const auto* automatic = std::get_if<PaymentLaunchTransport::Automatic>(&chosen)) {
@@ -85,7 +85,7 @@ std::optional<PaymentResult> paymentResult(URL&& url, const PaymentRequest& requ
   try {
     if (auto result = pasteboardPaymentResult(url, callbackURL, requestId, platform)) return result;
   } catch (...) {
-    // The clock's: whether the answer came in time can't be told.
+    // The clock threw: it is unknown whether the response came in time.
     return PaymentResult::Failure{PaymentError::PasteboardHandoffDecryptionFailed{}, std::nullopt};
   }
   if (auto result = compressedPaymentResult(url, callbackURL, requestId)) return result;

@@ -11,25 +11,26 @@
 #include <tilvanego/platform/Platform.h>
 #include <tilvanego/values/URL.h>
 
-/// The choice among the three ways in which a payment travels, out and back.
+/// Chooses one of the three transports of a payment, for its request and for its result.
 namespace tilvanego::detail {
 
 /// Why a payment has no launch link.
 struct PaymentLinkFailure {
   PaymentError error;
-  /// What the logger hears, where the error alone doesn't say enough: a line for the host's developer.
+  /// A log line for the host's developer, if the error needs an explanation; else empty.
   std::string reason;
 };
 
-/// The launch link by the chosen transport. `inlineURL` is the one with every field in its query, or why
-/// there is none; it has been shown already, whichever is chosen.
+/// Returns the launch link of the chosen transport. `inlineURL` is the link with every field in its query, or
+/// the error that prevented it.
 [[nodiscard]] std::expected<URL, PaymentLinkFailure> paymentAppURL(std::expected<URL, PaymentError> inlineURL,
                                                                    const PaymentRequest& request,
                                                                    const PaymentLaunchTransport& transport,
                                                                    const Platform& platform);
 
-/// What a callback means for a pending request. How the request went out doesn't matter: the callback itself
-/// says how the answer came. Nothing if it isn't the request's, and `url` stays as it is then.
+/// Returns the result of a pending request from a callback. The callback alone determines the transport of
+/// the response; that of the request doesn't matter. Returns nothing if the callback isn't for this request;
+/// `url` is then unchanged.
 [[nodiscard]] std::optional<PaymentResult> paymentResult(URL&& url, const PaymentRequest& request,
                                                          const Platform& platform);
 

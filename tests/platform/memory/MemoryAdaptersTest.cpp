@@ -26,10 +26,10 @@ TEST(MemoryApplication, AnswersTheOldestRequestFirstAndEachOnce) {
   application.openURL(link("a:2"),
                       [&](bool opened) { answers.push_back(opened ? "second yes" : "second no"); });
   EXPECT_EQ(loop.runPending(), 0U);
-  EXPECT_EQ(application.unanswered(), 2U);
-  EXPECT_TRUE(application.answerOldest(false));
-  EXPECT_TRUE(application.answerOldest(true));
-  EXPECT_FALSE(application.answerOldest(true));
+  EXPECT_EQ(application.pendingCount(), 2U);
+  EXPECT_TRUE(application.reportOldest(false));
+  EXPECT_TRUE(application.reportOldest(true));
+  EXPECT_FALSE(application.reportOldest(true));
   EXPECT_EQ(answers, (std::vector<std::string>{"first no", "second yes"}));
   EXPECT_EQ(application.openedURLs(), (std::vector{link("a:1"), link("a:2")}));
 }
@@ -40,16 +40,16 @@ TEST(MemoryApplication, AnswersOfItsOwnComeThroughTheMainQueueAndLeaveEarlierReq
   std::vector<bool> answers;
   const auto answered = [&](bool opened) { answers.push_back(opened); };
   application.openURL(link("a:1"), answered);
-  application.answerAutomatically(true);
+  application.reportAutomatically(true);
   application.openURL(link("a:2"), answered);
   EXPECT_TRUE(answers.empty());
   loop.runPending();
   EXPECT_EQ(answers, std::vector{true});
-  EXPECT_EQ(application.unanswered(), 1U);
-  application.answerAutomatically(std::nullopt);
+  EXPECT_EQ(application.pendingCount(), 1U);
+  application.reportAutomatically(std::nullopt);
   application.openURL(link("a:3"), answered);
   loop.runPending();
-  EXPECT_EQ(application.unanswered(), 2U);
+  EXPECT_EQ(application.pendingCount(), 2U);
 }
 
 TEST(MemoryApplication, TheHookSeesEachLinkAndMayOpenAnother) {
@@ -73,7 +73,7 @@ TEST(MemoryApplication, ReportsWhatItIsToldAlsoForARequestThatWasOvertaken) {
   const auto answered = [&](bool opened) { answers.push_back(opened); };
   application.openURL(link("a://b/c?1"), answered);
   application.openURL(link("a://b/c?2"), answered);
-  application.answerOldest(false);
+  application.reportOldest(false);
   EXPECT_EQ(answers, std::vector{false});
 }
 
@@ -81,8 +81,8 @@ TEST(MemoryApplication, AnAnswerMayOpenTheNextLink) {
   RunLoop loop;
   MemoryApplication application(loop);
   application.openURL(link("a:1"), [&](bool) { application.openURL(link("a:2"), [](bool) {}); });
-  application.answerOldest(true);
-  EXPECT_EQ(application.unanswered(), 1U);
+  application.reportOldest(true);
+  EXPECT_EQ(application.pendingCount(), 1U);
 }
 
 TEST(PasteboardString, IsTheFirstItemsTextUnderTheFirstTextTypeThatHasOne) {

@@ -82,7 +82,7 @@ std::vector<Challenge> parseChallenges(std::string_view field) {
     const auto name = reader.token();
     const bool blank = reader.skipBlanks();
     if (name.empty()) {
-      // A comma, or what can't begin anything.
+      // Skips a comma, or a character that no token begins with.
       reader.skip();
     } else if (reader.startsWith('=') && !challenges.empty()) {
       reader.skip();

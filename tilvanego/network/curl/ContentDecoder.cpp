@@ -52,27 +52,28 @@ void ContentDecoder::feed(std::string_view bytes) {
 }
 
 // Called before the first byte of the body and before each further gzip stream in it.
-bool ContentDecoder::begin() {
-  if (!begun_) return inflateReset2(&zlib_, windowBits(coding_, *zlib_.next_in)) == Z_OK;
+ContentDecoder::Stage ContentDecoder::begin() {
+  if (stage_ == Stage::beforeBody) {
+    inflateReset2(&zlib_, windowBits(coding_, *zlib_.next_in));
+    return Stage::inStream;
+  }
   // Bytes after the end are ignored, unless they are another stream.
-  return coding_ == ContentCoding::gzip && *zlib_.next_in == gzipStart && inflateReset(&zlib_) == Z_OK;
+  if (coding_ != ContentCoding::gzip || *zlib_.next_in != gzipStart) return Stage::ignoring;
+  inflateReset(&zlib_);
+  return Stage::inStream;
 }
 
 std::optional<std::size_t> ContentDecoder::read(std::span<char> room) {
   do {
-    if (zlib_.avail_in > 0 && (!begun_ || atEnd_)) {
-      if (!begin()) zlib_.avail_in = 0;
-      atEnd_ = begun_ && zlib_.avail_in == 0;
-      begun_ = true;
-    }
-    if (!begun_ || atEnd_) return 0;
+    if (zlib_.avail_in > 0 && (stage_ == Stage::beforeBody || stage_ == Stage::afterStream)) stage_ = begin();
+    if (stage_ != Stage::inStream) return 0;
     zlib_.next_out = reinterpret_cast<Bytef*>(room.data());
     zlib_.avail_out = static_cast<uInt>(room.size());
     const int result = inflate(&zlib_, Z_NO_FLUSH);
     if (result == Z_MEM_ERROR) throw std::bad_alloc();
     // No input and no output isn't a failure: the next bytes are needed.
     if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) return std::nullopt;
-    atEnd_ = result == Z_STREAM_END;
+    if (result == Z_STREAM_END) stage_ = Stage::afterStream;
     if (const auto count = room.size() - zlib_.avail_out; count > 0) return count;
   } while (zlib_.avail_in > 0);
   return 0;

@@ -33,15 +33,16 @@ class ContentDecoder {
   [[nodiscard]] std::optional<std::size_t> read(std::span<char> room);
 
   /// Whether the compressed data are complete.
-  [[nodiscard]] bool isAtEnd() const { return atEnd_; }
+  [[nodiscard]] bool isAtEnd() const { return stage_ == Stage::afterStream || stage_ == Stage::ignoring; }
 
  private:
-  [[nodiscard]] bool begin();
+  /// `ignoring` lasts to the body's end: bytes after the last stream don't depend on how the body is cut.
+  enum class Stage { beforeBody, inStream, afterStream, ignoring };
+  [[nodiscard]] Stage begin();
 
   const ContentCoding coding_;
   z_stream zlib_{};
-  bool begun_ = false;
-  bool atEnd_ = false;
+  Stage stage_ = Stage::beforeBody;
 };
 
 }  // namespace tilvanego::detail

@@ -14,7 +14,7 @@ namespace tilvanego::detail {
 namespace {
 
 /// The time for a callback that runs when the exit begins. It may be waiting for the thread that exits.
-constexpr std::chrono::seconds patienceWithHostCode{1};
+constexpr std::chrono::seconds hostCodeTimeout{1};
 
 thread_local bool isInHostCode = false;
 
@@ -87,12 +87,12 @@ void ExitGate::close() {
   changed_.notify_all();
   changed_.wait(lock, [this] { return inside_ == 0; });
   const int own = isInHostCode ? 1 : 0;
-  changed_.wait_for(lock, patienceWithHostCode, [&] { return inHostCode_ <= own; });
+  changed_.wait_for(lock, hostCodeTimeout, [&] { return inHostCode_ <= own; });
 }
 
 void ExitGate::enter() {
   std::unique_lock lock(mutex_);
-  comeIn(lock);
+  waitAndEnter(lock);
 }
 
 bool ExitGate::tryToEnter() {
@@ -112,7 +112,7 @@ void ExitGate::leave() {
 void ExitGate::leaveForHostCode() {
   std::unique_lock lock(mutex_);
   --inside_;
-  if (closed_) comeIn(lock);
+  if (closed_) waitAndEnter(lock);
   if (held_) changed_.notify_all();
   ++inHostCode_;
   isInHostCode = true;
@@ -122,17 +122,17 @@ void ExitGate::comeBackFromHostCode() {
   isInHostCode = false;
   std::unique_lock lock(mutex_);
   --inHostCode_;
-  comeIn(lock);
+  waitAndEnter(lock);
 }
 
 void ExitGate::stepAside() {
   std::unique_lock lock(mutex_);
   --inside_;
-  comeIn(lock);
+  waitAndEnter(lock);
 }
 
 // Never returns once the gate is closed.
-void ExitGate::comeIn(std::unique_lock<std::mutex>& lock) {
+void ExitGate::waitAndEnter(std::unique_lock<std::mutex>& lock) {
   if (barred_) changed_.notify_all();
   changed_.wait(lock, [this] { return !barred_; });
   ++inside_;

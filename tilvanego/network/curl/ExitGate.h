@@ -71,7 +71,7 @@ class ExitGate {
   void leaveForHostCode();
   void comeBackFromHostCode();
   void stepAside();
-  void comeIn(std::unique_lock<std::mutex>& lock);
+  void waitAndEnter(std::unique_lock<std::mutex>& lock);
 
   std::mutex mutex_;
   std::condition_variable changed_;

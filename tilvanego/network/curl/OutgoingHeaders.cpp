@@ -14,7 +14,8 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody) {
   text_.clear();
   starts_.clear();
   for (const auto& [name, value] : fields.fields()) {
-    // How the body is framed is libcurl's to say: a wrong word here would split or hang the connection.
+    // libcurl sets these fields. With a wrong value, the server would wait for more bytes or read the rest of
+    // the body as a request.
     if (equalIgnoringASCIICase(name, "Content-Length") || equalIgnoringASCIICase(name, "Transfer-Encoding"))
       continue;
     add(name, trimmedField(value));

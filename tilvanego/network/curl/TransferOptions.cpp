@@ -167,8 +167,9 @@ void Transfer::setMethodAndBody() {
   // libcurl would send the session's cookies in a second field.
   const bool usesCookies = !request_->headers.value("Cookie");
   if (usesCookies != cookiesSet_) {
-    // Attached again, the share gives back the cookies that a null file name took away. It is never detached:
-    // the handle would make a TLS session cache of its own, which the next share makes libcurl lose.
+    // A null file name removes the session's cookies from the handle; setting the share again restores them.
+    // The share is never removed from the handle: the handle would create its own TLS session cache, which
+    // libcurl would leak when the share is set again.
     if (usesCookies || !cookiesSet_) set(handle(), CURLOPT_SHARE, share_);
     // The empty file name enables cookies.
     set(handle(), CURLOPT_COOKIEFILE, usesCookies ? "" : nullptr);

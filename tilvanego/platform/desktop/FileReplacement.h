@@ -31,8 +31,8 @@ enum class FileReplacementFailure { none, create, write, rename };
     const FileDescriptor file(openat(directory.get(), temporaryName.c_str(),
                                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerFile));
     if (!file) return FileReplacementFailure::create;
-    // The user's file creation mask may have removed a right. A file system without rights refuses, and needs
-    // none.
+    // The user's file creation mask may have removed a right. Fails on a file system without permissions,
+    // which doesn't matter.
     fchmod(file.get(), ownerFile);
     if (!writeFully(file.get(), bytes)) failure = FileReplacementFailure::write;
   }

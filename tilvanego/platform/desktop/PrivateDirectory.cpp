@@ -101,7 +101,7 @@ std::unexpected<std::string> PrivateDirectory::failed(const std::string& name, c
 std::expected<void, std::string> PrivateDirectory::replace(const std::string& name,
                                                            std::span<const std::uint8_t> bytes) const {
   const std::string fresh = name + ".new";
-  // A killed writer may have left one.
+  // A killed writer may have left a temporary file.
   if (auto removed = remove(fresh); !removed) return removed;
   switch (replaceFile(directory_, name, fresh, bytes)) {
     case FileReplacementFailure::create:

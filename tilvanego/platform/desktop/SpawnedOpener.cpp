@@ -40,7 +40,7 @@ class SignalsBlocked {
 void report(const WeakMainQueue& mainQueue, std::weak_ptr<OpenRequests> requests, OpenRequests::Id request,
             bool opened) {
   detail::postOrEnd(mainQueue, [requests = std::move(requests), request, opened] {
-    if (const auto waiting = requests.lock()) waiting->answer(request, opened);
+    if (const auto waiting = requests.lock()) waiting->report(request, opened);
   });
 }
 

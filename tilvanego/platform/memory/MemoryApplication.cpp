@@ -12,9 +12,9 @@ MemoryApplication::~MemoryApplication() {
 
 void MemoryApplication::openURL(const URL& url, std::function<void(bool opened)> completionHandler) {
   openedURLs_.push_back(url);
-  if (automaticAnswer_) {
+  if (automaticReport_) {
     mainQueue_.post(
-        [handler = std::move(completionHandler), opened = *automaticAnswer_] { handler(opened); });
+        [handler = std::move(completionHandler), opened = *automaticReport_] { handler(opened); });
   } else {
     handlers_.push_back(std::move(completionHandler));
   }
@@ -26,7 +26,7 @@ void MemoryApplication::openURL(const URL& url, std::function<void(bool opened)>
   }
 }
 
-bool MemoryApplication::answerOldest(bool opened) {
+bool MemoryApplication::reportOldest(bool opened) {
   if (handlers_.empty()) return false;
   const auto handler = std::move(handlers_.front());
   handlers_.pop_front();

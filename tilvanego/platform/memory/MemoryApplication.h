@@ -34,15 +34,15 @@ class MemoryApplication final : public Application {
   [[nodiscard]] const std::vector<URL>& openedURLs() const TILVANEGO_LIFETIMEBOUND { return openedURLs_; }
 
   /// The number of pending open requests.
-  [[nodiscard]] std::size_t unanswered() const { return handlers_.size(); }
+  [[nodiscard]] std::size_t pendingCount() const { return handlers_.size(); }
 
   /// Reports `opened` for the oldest pending open request, in this call. Returns false if none is pending.
   /// Throws what the handler throws; the request is then no longer pending.
-  bool answerOldest(bool opened);
+  bool reportOldest(bool opened);
 
   /// From now on reports `opened` for each open request, on the main queue. Without a value, each request
-  /// waits for `answerOldest`. The default is no value.
-  void answerAutomatically(std::optional<bool> opened) { automaticAnswer_ = opened; }
+  /// waits for `reportOldest`. The default is no value.
+  void reportAutomatically(std::optional<bool> opened) { automaticReport_ = opened; }
 
   /// Sets a function that is called inside each `openURL`, after the link is kept. An empty function removes
   /// it. May throw: the exception leaves `openURL`, like that of an application that fails; the request stays
@@ -53,7 +53,7 @@ class MemoryApplication final : public Application {
   WeakMainQueue mainQueue_;
   std::vector<URL> openedURLs_;
   std::deque<std::function<void(bool)>> handlers_;
-  std::optional<bool> automaticAnswer_;
+  std::optional<bool> automaticReport_;
   std::function<void(const URL&)> onOpen_;
 };
 

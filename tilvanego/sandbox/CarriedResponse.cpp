@@ -1,4 +1,4 @@
-#include <tilvanego/sandbox/CarriedAnswer.h>
+#include <tilvanego/sandbox/CarriedResponse.h>
 
 #include <string>
 #include <string_view>
@@ -23,7 +23,7 @@ std::unexpected<SandboxError> wrong(std::string_view message) {
   return std::unexpected(SandboxError{std::string(message)});
 }
 
-/// What an envelope says of the answer in it.
+/// The direction and request id of a response's envelope.
 struct Label {
   PaymentHandoffDirection direction;
   std::string requestId;
@@ -42,8 +42,8 @@ detail::ResultQueryItems mapOf(std::vector<QueryItem> items) {
   return map;
 }
 
-/// Changes base64 text within its last eight bytes. In a gzip stream they are the checksum and the length, in
-/// a sealed box a part of the tag, so that the change can't go unnoticed.
+/// Changes base64 text within its last eight bytes. These hold the checksum and length of a gzip stream, and
+/// a part of a sealed box's tag, so every reader detects the change.
 void tamper(std::string& text) {
   char& letter = text.at(text.size() - 8);
   letter = letter == 'A' ? 'B' : 'A';
@@ -59,12 +59,13 @@ std::expected<PaymentHandoffEnvelope, detail::HandoffFailure> sealed(const Launc
     return detail::sealPlaintext(plainText, label.direction, handoffId, label.requestId, createdAt,
                                  randomSource);
   }
-  return detail::sealHandoffEnvelope(detail::PaymentHandoffResultPayload{mapOf(answerItems(link, decision))},
-                                     label.direction, handoffId, label.requestId, createdAt, randomSource);
+  return detail::sealHandoffEnvelope(
+      detail::PaymentHandoffResultPayload{mapOf(responseItems(link, decision))}, label.direction, handoffId,
+      label.requestId, createdAt, randomSource);
 }
 
-/// Leaves the envelope on the pasteboard, or tells why it couldn't. One that has expired is kept as long as a
-/// fresh one: else the host would find none, and couldn't refuse it.
+/// Puts the envelope on the pasteboard, or returns why it couldn't. The pasteboard keeps an expired envelope
+/// as long as a new one: otherwise the host would find none, and couldn't refuse it.
 std::expected<void, std::string> place(Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope,
                                        const Date& now) {
   auto text = json::encode(envelope, detail::envelopeFormat);
@@ -84,14 +85,14 @@ std::expected<detail::CompressedPayload, detail::URLPayloadFailure> compressed(c
   Label label = labelOf(link, decision);
   return detail::encodeCompressedPayload(
       detail::makeURLPayloadEnvelope(label.direction, std::move(label.requestId), now,
-                                     detail::PaymentURLResultPayload{mapOf(answerItems(link, decision))}));
+                                     detail::PaymentURLResultPayload{mapOf(responseItems(link, decision))}));
 }
 
 }  // namespace
 
-std::expected<std::vector<QueryItem>, SandboxError> compressedAnswer(const LaunchLink& link,
-                                                                     const Decision& decision,
-                                                                     const HandoffPorts& ports) {
+std::expected<std::vector<QueryItem>, SandboxError> compressedResponse(const LaunchLink& link,
+                                                                       const Decision& decision,
+                                                                       const HandoffPorts& ports) {
   auto payload = compressed(link, decision, ports.clock->now());
   if (!payload) return wrong("the answer is too long to travel compressed");
   if (decision.outcome == Outcome::tampered) tamper(payload->text);
@@ -106,9 +107,9 @@ std::expected<std::vector<QueryItem>, SandboxError> compressedAnswer(const Launc
   };
 }
 
-std::expected<std::vector<QueryItem>, SandboxError> sealedAnswer(const LaunchLink& link,
-                                                                 const Decision& decision,
-                                                                 const HandoffPorts& ports) {
+std::expected<std::vector<QueryItem>, SandboxError> sealedResponse(const LaunchLink& link,
+                                                                   const Decision& decision,
+                                                                   const HandoffPorts& ports) {
   if (ports.pasteboard == nullptr) {
     return wrong("the answer needs a pasteboard, and this sandbox was given none");
   }

@@ -1,4 +1,4 @@
-#include <tilvanego/sandbox/AnswerTables.h>
+#include <tilvanego/sandbox/ResponseTables.h>
 
 #include <algorithm>
 #include <array>
@@ -11,8 +11,8 @@ namespace {
 
 using Value = std::optional<std::string>;
 
-/// A number that the request decides, so that a rehearsal can be replayed and two requests seldom share it
-/// (FNV-1a).
+/// A hash of the request (FNV-1a): the same request always has the same number, and two requests seldom share
+/// one.
 std::uint64_t hash(const LaunchLink& link) {
   std::uint64_t hash = 0xCBF2'9CE4'8422'2325;
   const auto add = [&](std::string_view text) {
@@ -40,14 +40,14 @@ Value copied(const LaunchLink& link, std::string_view name) {
   return value ? Value(*value) : std::nullopt;
 }
 
-/// A field that an approved operation alone has, with always the same text.
+/// The value of a field that only an approved operation has: always the same text.
 template <const auto& Text>
 Value ifApproved(const LaunchLink& /*link*/, Verdict verdict) {
   return verdict == Verdict::approved ? Value(Text) : std::nullopt;
 }
 
 Value transactionId(const LaunchLink& link, Verdict verdict) {
-  // Nothing that was cancelled or broke off has reached the processor.
+  // A cancelled or failed operation has not reached the processor.
   const bool processed = verdict == Verdict::approved || verdict == Verdict::declined;
   return processed ? Value(digits(hash(link), 12)) : std::nullopt;
 }
@@ -76,7 +76,7 @@ Value errorMessage(const LaunchLink& link, Verdict verdict) {
   return verdict == Verdict::approved ? std::nullopt : message(link, verdict);
 }
 
-/// A response code as card processors give it (ISO 8583, data element 39).
+/// A response code of card processors (ISO 8583, data element 39).
 Value errorCode(const LaunchLink& /*link*/, Verdict verdict) {
   switch (verdict) {
     case Verdict::approved:
@@ -92,13 +92,13 @@ Value errorCode(const LaunchLink& /*link*/, Verdict verdict) {
 }
 
 constexpr std::array paymentFields{
-    AnswerField{"processor_message", message},
-    AnswerField{"approval_code", approvalCode},
-    AnswerField{"transaction_id", transactionId},
-    AnswerField{"custom_id", customId},
+    ResponseField{"processor_message", message},
+    ResponseField{"approval_code", approvalCode},
+    ResponseField{"transaction_id", transactionId},
+    ResponseField{"custom_id", customId},
 };
 
-constexpr std::array initializationFields{AnswerField{"message", message}};
+constexpr std::array initializationFields{ResponseField{"message", message}};
 
 constexpr std::string_view transactionCount = "2";
 constexpr std::string_view transactions =
@@ -108,34 +108,33 @@ constexpr std::string_view transactions =
     R"({"amount":7,"type":"refund","transactionDetails":{"status":"REFUNDED","transactionId":"100000000002",)"
     R"("timestamp":"2025-03-01T10:20:00Z","cardBrand":"MASTERCARD","cardLast4":"4444"}}])";
 constexpr std::array transactionListFields{
-    AnswerField{"transaction_count", ifApproved<transactionCount>},
-    AnswerField{"transactionList", ifApproved<transactions>},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"transaction_count", ifApproved<transactionCount>},
+    ResponseField{"transactionList", ifApproved<transactions>},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
 constexpr std::array refundFields{
-    AnswerField{"transaction_id", transactionId},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"transaction_id", transactionId},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
 constexpr std::string_view captureType = "capture";
 constexpr std::array captureFields{
-    AnswerField{"type", ifApproved<captureType>},
-    AnswerField{"transaction_id", transactionId},
-    AnswerField{"approved_amount",
-                [](const LaunchLink& link, Verdict verdict) {
-                  return verdict == Verdict::approved ? copied(link, "amount") : std::nullopt;
-                }},
-    AnswerField{"original_transaction_id",
-                [](const LaunchLink& link, Verdict /*verdict*/) { return copied(link, "transaction_id"); }},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"type", ifApproved<captureType>},
+    ResponseField{"transaction_id", transactionId},
+    ResponseField{"approved_amount",
+                  [](const LaunchLink& link, Verdict verdict) {
+                    return verdict == Verdict::approved ? copied(link, "amount") : std::nullopt;
+                  }},
+    ResponseField{"original_transaction_id",
+                  [](const LaunchLink& link, Verdict /*verdict*/) { return copied(link, "transaction_id"); }},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
-/// A card's data, of a number that no issuer gives out; with its digits hidden where the application keeps
-/// them.
+/// The data of a card with a test number; its digits are masked if the application declines to return them.
 template <const auto& Clear, const auto& Masked>
 Value cardData(const LaunchLink& /*link*/, Verdict verdict) {
   if (verdict == Verdict::approved) return Value(Clear);
@@ -147,44 +146,44 @@ constexpr std::string_view maskedPan = "411111******1111";
 constexpr std::string_view track2 = ";4111111111111111=30121010000000000000?";
 constexpr std::string_view maskedTrack2 = ";411111******1111=************?";
 constexpr std::array clearDataFields{
-    AnswerField{"clear_pan", cardData<pan, maskedPan>},
-    AnswerField{"clear_track2", cardData<track2, maskedTrack2>},
-    AnswerField{"error_code",
-                [](const LaunchLink& link, Verdict verdict) {
-                  return verdict == Verdict::declined ? std::nullopt : errorCode(link, verdict);
-                }},
-    AnswerField{"error_message",
-                [](const LaunchLink& link, Verdict verdict) {
-                  return verdict == Verdict::declined ? std::nullopt : errorMessage(link, verdict);
-                }},
+    ResponseField{"clear_pan", cardData<pan, maskedPan>},
+    ResponseField{"clear_track2", cardData<track2, maskedTrack2>},
+    ResponseField{"error_code",
+                  [](const LaunchLink& link, Verdict verdict) {
+                    return verdict == Verdict::declined ? std::nullopt : errorCode(link, verdict);
+                  }},
+    ResponseField{"error_message",
+                  [](const LaunchLink& link, Verdict verdict) {
+                    return verdict == Verdict::declined ? std::nullopt : errorMessage(link, verdict);
+                  }},
 };
 
 constexpr std::string_view readerSerial = "SANDBOX-0001";
 constexpr std::array rebootFields{
-    AnswerField{"response_code",
-                [](const LaunchLink& link, Verdict verdict) {
-                  return Value(errorCode(link, verdict).value_or("0"));
-                }},
-    AnswerField{"reader_serial", ifApproved<readerSerial>},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"response_code",
+                  [](const LaunchLink& link, Verdict verdict) {
+                    return Value(errorCode(link, verdict).value_or("0"));
+                  }},
+    ResponseField{"reader_serial", ifApproved<readerSerial>},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
 constexpr std::string_view entryMode = "CONTACTLESS";
 constexpr std::string_view cardBrand = "VISA";
 constexpr std::string_view cardLast4 = "1111";
 constexpr std::array saveFields{
-    AnswerField{"transaction_id", transactionId},
-    AnswerField{"approval_code", approvalCode},
-    AnswerField{"processor_message", message},
-    AnswerField{"entry_mode", ifApproved<entryMode>},
-    AnswerField{"card_brand", ifApproved<cardBrand>},
-    AnswerField{"card_last4", ifApproved<cardLast4>},
-    AnswerField{"error_code", errorCode},
-    AnswerField{"error_message", errorMessage},
+    ResponseField{"transaction_id", transactionId},
+    ResponseField{"approval_code", approvalCode},
+    ResponseField{"processor_message", message},
+    ResponseField{"entry_mode", ifApproved<entryMode>},
+    ResponseField{"card_brand", ifApproved<cardBrand>},
+    ResponseField{"card_last4", ifApproved<cardLast4>},
+    ResponseField{"error_code", errorCode},
+    ResponseField{"error_message", errorMessage},
 };
 
-/// What the host's library knows of an operation's callbacks.
+/// The spellings that the library accepts for each item of an operation's callbacks.
 template <typename One>
 constexpr auto keysOf = [] {
   std::array<KeyNames, One::callbackKeys.size()> keys;
@@ -211,14 +210,14 @@ constexpr auto keyNamed(std::span<const KeyNames> keys, std::string_view first) 
   return std::ranges::find(keys, first, [](const KeyNames& names) { return names.front(); });
 }
 
-/// The callbacks of one operation: the status of one that was done, the items that follow request id and
-/// status, and the status of one that was declined.
+/// Makes the table of one operation, with the status of a success, the items after request id and status, and
+/// the status of a decline.
 template <Operation operation>
-consteval AnswerTable table(std::string_view approved, std::span<const AnswerField> fields,
-                            std::string_view declined = "declined") {
+consteval ResponseTable table(std::string_view approved, std::span<const ResponseField> fields,
+                              std::string_view declined = "declined") {
   using One = typename detail::OperationOf<operation>::type;
   const std::span<const KeyNames> keys = keysOf<One>;
-  for (const AnswerField& field : fields) {
+  for (const ResponseField& field : fields) {
     if (keyNamed(keys, field.name) == keys.end()) throw "the library knows no field of this name";
   }
   return {operation, approved, declined, fields, keys, wordsOf<One>};
@@ -235,14 +234,16 @@ constexpr std::array tables{
     table<Operation::reboot>("rebooted", rebootFields),
     table<Operation::save>("saved", saveFields),
 };
-static_assert(std::ranges::equal(tables, operationKinds, {}, &AnswerTable::operation),
+static_assert(std::ranges::equal(tables, operationKinds, {}, &ResponseTable::operation),
               "each operation has a row, in the order of the list");
 
 }  // namespace
 
-const AnswerTable& answerTable(Operation operation) { return tables.at(static_cast<std::size_t>(operation)); }
+const ResponseTable& responseTable(Operation operation) {
+  return tables.at(static_cast<std::size_t>(operation));
+}
 
-std::string_view spelledKey(const AnswerTable& table, std::string_view name, KeySpelling spelling) {
+std::string_view spelledKey(const ResponseTable& table, std::string_view name, KeySpelling spelling) {
   return spelled(*keyNamed(table.keys, name), spelling);
 }
 

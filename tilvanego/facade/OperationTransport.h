@@ -12,33 +12,33 @@
 
 namespace tilvanego::detail {
 
-/// The usual way: the link and the callback carry every field in their queries.
+/// For every operation but the payment: the link and the callback have every field in their queries.
 template <typename Operation>
-struct Ways {
+struct OperationTransport {
   [[nodiscard]] static auto link(Facade& facade, const std::shared_ptr<Pending<Operation>>& pending) {
     return facade.inlineLink<Operation>(pending);
   }
 
-  /// Moves from `url` if it is the request's.
+  /// Returns nothing, and leaves `url` unchanged, unless it is the callback of `request`.
   [[nodiscard]] static std::optional<typename Operation::Result> read(
       URL&& url, const typename Operation::Request& request, const Platform& /*platform*/) {
     return parseCallback<Operation>(std::move(url), pointerTo(request.requestId()), &request.callbackURL());
   }
 
  private:
-  /// An id that a request may leave out is then not expected either.
+  /// Null if the request has no id: any id is then accepted.
   static const std::string* pointerTo(const std::string& id) { return &id; }
   static const std::string* pointerTo(const std::optional<std::string>& id) { return id ? &*id : nullptr; }
 };
 
-/// A payment has a choice of transports, out and back.
+/// For the payment: the link and the callback each use one of three transports.
 template <>
-struct Ways<PaymentOperation> {
+struct OperationTransport<PaymentOperation> {
   [[nodiscard]] static std::expected<URL, PaymentError> link(
       Facade& facade, const std::shared_ptr<Pending<PaymentOperation>>& pending,
       const PaymentLaunchTransport& transport) {
     auto inlineURL = facade.inlineLink<PaymentOperation>(pending);
-    // No other form is built, nor the pasteboard replaced, for a payment that host code has ended.
+    // If host code has ended the payment, builds no other form, and keeps the pasteboard.
     if (facade.slot<PaymentOperation>() != pending) return inlineURL;
     auto url = paymentAppURL(std::move(inlineURL), pending->request, transport, facade.platform_);
     if (url) return *std::move(url);
@@ -46,7 +46,7 @@ struct Ways<PaymentOperation> {
     return std::unexpected(std::move(url).error().error);
   }
 
-  /// Moves from `url` if it is the request's.
+  /// Returns nothing, and leaves `url` unchanged, unless it is the callback of `request`.
   [[nodiscard]] static std::optional<PaymentResult> read(URL&& url, const PaymentRequest& request,
                                                          const Platform& platform) {
     return paymentResult(std::move(url), request, platform);

@@ -1,4 +1,4 @@
-#include <tilvanego/sandbox/Answer.h>
+#include <tilvanego/sandbox/Response.h>
 
 #include <algorithm>
 #include <array>
@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include <tilvanego/sandbox/AnswerTables.h>
-#include <tilvanego/sandbox/CarriedAnswer.h>
+#include <tilvanego/sandbox/CarriedResponse.h>
+#include <tilvanego/sandbox/ResponseTables.h>
 #include <tilvanego/sandbox/ShownText.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -32,7 +32,7 @@ Verdict verdictOf(Outcome outcome) {
   }
 }
 
-std::string_view statusOf(const AnswerTable& table, Outcome outcome) {
+std::string_view statusOf(const ResponseTable& table, Outcome outcome) {
   switch (outcome) {
     case Outcome::decline:
       return table.declined;
@@ -51,8 +51,8 @@ std::span<const std::string_view> written(const StatusRow& row) {
   return {row.begin(), std::ranges::find(row, std::string_view())};
 }
 
-/// The row of words that has this one; empty if there is none.
-std::span<const std::string_view> rowWith(const AnswerTable& table, std::string_view word) {
+/// The row that contains the word; empty if there is none.
+std::span<const std::string_view> rowWith(const ResponseTable& table, std::string_view word) {
   const auto found = std::ranges::find_if(
       table.words, [&](const StatusRow& row) { return std::ranges::find(row, word) != row.end(); });
   return found == table.words.end() ? std::span<const std::string_view>() : written(*found);
@@ -62,7 +62,7 @@ std::unexpected<SandboxError> wrong(std::string message) {
   return std::unexpected(SandboxError{std::move(message)});
 }
 
-/// The transports by which an outcome can be had.
+/// The transports that an outcome is possible with.
 std::span<const Transport> transportsOf(Outcome outcome) {
   static constexpr auto all = allCases<Transport>();
   switch (outcome) {
@@ -87,7 +87,7 @@ std::span<const Transport> transportsOf(TransportFault fault) {
   }
 }
 
-/// Whether an outcome or a fault, which `what` is, can be had by a transport.
+/// Fails unless `what`, an outcome or a fault, is possible with the transport.
 template <typename What>
 std::expected<void, SandboxError> checkTransport(std::string_view kind, What what, Transport transport) {
   const auto possible = transportsOf(what);
@@ -128,20 +128,20 @@ std::expected<void, SandboxError> checkPossible(const LaunchLink& link, const De
   return {};
 }
 
-/// The items of the callback URL, which hold the answer, carry it or name it.
+/// The items of the callback URL: the response itself, a compressed response, or the name of a sealed one.
 std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLink& link,
                                                                  const Decision& decision,
                                                                  Transport transport,
                                                                  const HandoffPorts& ports) {
   switch (transport) {
     case Transport::gzip:
-      return compressedAnswer(link, decision, ports);
+      return compressedResponse(link, decision, ports);
     case Transport::pasteboard:
-      return sealedAnswer(link, decision, ports);
+      return sealedResponse(link, decision, ports);
     case Transport::url:
       break;
   }
-  return answerItems(link, decision);
+  return responseItems(link, decision);
 }
 
 }  // namespace
@@ -161,19 +161,19 @@ std::vector<std::string_view> statusWords(Operation operation, Outcome outcome) 
     default:
       break;
   }
-  const AnswerTable& table = answerTable(operation);
+  const ResponseTable& table = responseTable(operation);
   const std::string_view usual = statusOf(table, outcome);
   auto words = rowWith(table, usual);
-  // The words of a result that this operation doesn't know are a payment's.
-  if (words.empty()) words = rowWith(answerTable(Operation::payment), usual);
+  // If this operation has no result for the outcome, the words are those of a payment.
+  if (words.empty()) words = rowWith(responseTable(Operation::payment), usual);
   return {words.begin(), words.end()};
 }
 
-std::vector<QueryItem> answerItems(const LaunchLink& link, const Decision& decision) {
+std::vector<QueryItem> responseItems(const LaunchLink& link, const Decision& decision) {
   std::vector<QueryItem> items;
   const Outcome outcome = decision.outcome;
   if (outcome == Outcome::silent) return items;
-  const AnswerTable& table = answerTable(link.operation());
+  const ResponseTable& table = responseTable(link.operation());
   const auto add = [&](std::string_view name, std::string value) {
     items.push_back({std::string(spelledKey(table, name, decision.keys)), std::move(value)});
   };
@@ -188,28 +188,28 @@ std::vector<QueryItem> answerItems(const LaunchLink& link, const Decision& decis
   return items;
 }
 
-std::vector<QueryItem> answerItems(const LaunchLink& link, Outcome outcome) {
-  return answerItems(link, Decision{.outcome = outcome});
+std::vector<QueryItem> responseItems(const LaunchLink& link, Outcome outcome) {
+  return responseItems(link, Decision{.outcome = outcome});
 }
 
-std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, const Decision& decision,
-                                                       const HandoffPorts& ports) {
+std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link, const Decision& decision,
+                                                        const HandoffPorts& ports) {
   const Transport transport = decision.transport.value_or(link.transport());
   if (auto possible = checkPossible(link, decision, transport); !possible) {
     return std::unexpected(std::move(possible).error());
   }
   if (decision.outcome == Outcome::silent) return std::nullopt;
-  const auto answered = carriedItems(link, decision, transport, ports);
-  if (!answered) return std::unexpected(answered.error());
+  const auto carried = carriedItems(link, decision, transport, ports);
+  if (!carried) return std::unexpected(carried.error());
   auto items = link.callbackURL().queryItems().value_or(std::vector<QueryItem>());
-  items.insert(items.end(), answered->begin(), answered->end());
+  items.insert(items.end(), carried->begin(), carried->end());
   auto url = link.callbackURL().replacingQueryItems(items);
   if (!url) return wrong("the answer is too long for a URL");
   return url;
 }
 
-std::expected<std::optional<URL>, SandboxError> answer(const LaunchLink& link, Outcome outcome) {
-  return answer(link, Decision{.outcome = outcome, .transport = Transport::url});
+std::expected<std::optional<URL>, SandboxError> respond(const LaunchLink& link, Outcome outcome) {
+  return respond(link, Decision{.outcome = outcome, .transport = Transport::url});
 }
 
 }  // namespace sandbox

@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include <tilvanego/sandbox/Answer.h>
-#include <tilvanego/sandbox/AnswerTables.h>
+#include <tilvanego/sandbox/Response.h>
+#include <tilvanego/sandbox/ResponseTables.h>
 
 #include "tests/support/TestHost.h"
 
@@ -31,7 +31,7 @@ std::optional<PaymentResult> paidWith(Outcome outcome) {
                                          .customId = "c&1"}),
                          [&](const PaymentResult& payment) { result = payment; });
   const auto link = LaunchLink::read(host.application->openedURLs().at(0));
-  const auto callback = answer(*link, outcome);
+  const auto callback = respond(*link, outcome);
   EXPECT_TRUE(callback) << callback.error().message;
   if (callback && *callback) {
     EXPECT_TRUE(host.sdk->handleCallback(**callback));
@@ -39,7 +39,7 @@ std::optional<PaymentResult> paidWith(Outcome outcome) {
   return result;
 }
 
-TEST(Answer, GivesTheHostTheResultOfItsOutcome) {
+TEST(Response, GivesTheHostTheResultOfItsOutcome) {
   struct Case {
     Outcome outcome;
     std::string_view result;
@@ -73,39 +73,39 @@ TEST(Answer, GivesTheHostTheResultOfItsOutcome) {
   EXPECT_FALSE(paidWith(Outcome::silent));
 }
 
-TEST(Answer, KeepsWhatTheHostPutIntoItsURL) {
+TEST(Response, KeepsWhatTheHostPutIntoItsURL) {
   const LaunchLink link =
       linkOf("reboot?request_id=%26%201", "shop://u@done:8/a%25252Fb?x=%252526%2526%26flag%23top");
-  EXPECT_EQ((*answer(link, Outcome::approve))->absoluteString(),
+  EXPECT_EQ((*respond(link, Outcome::approve))->absoluteString(),
             "shop://u@done:8/a%252Fb?x=%2526%26&flag&request_id=%26%201&status=rebooted&response_code=0&"
             "reader_serial=SANDBOX-0001#top");
 }
 
-TEST(Answer, IsTheSameForTheSameRequestAndAnotherForAnother) {
+TEST(Response, IsTheSameForTheSameRequestAndAnotherForAnother) {
   const std::string payment = "start?amount=1&type=sale&currency=EUR&require_reader_ready=true&request_id=";
-  EXPECT_EQ(answerItems(linkOf(payment + "1"), Outcome::approve),
-            answerItems(linkOf(payment + "1"), Outcome::approve));
+  EXPECT_EQ(responseItems(linkOf(payment + "1"), Outcome::approve),
+            responseItems(linkOf(payment + "1"), Outcome::approve));
   const auto idOf = [&](const std::string& requestId) {
-    return answerItems(linkOf(payment + requestId), Outcome::approve).at(4);
+    return responseItems(linkOf(payment + requestId), Outcome::approve).at(4);
   };
   EXPECT_EQ(idOf("1").name, "transaction_id");
   EXPECT_EQ(idOf("1").value->size(), 12U);
   EXPECT_NE(idOf("1"), idOf("2"));
 }
 
-TEST(Answer, RefusesWhatTheRequestCantBeAnsweredWith) {
+TEST(Response, RefusesWhatTheRequestCantBeAnsweredWith) {
   const LaunchLink list = linkOf("getTransactionList?x=");
-  EXPECT_EQ(answer(list, Outcome::wrongId).error().message,
+  EXPECT_EQ(respond(list, Outcome::wrongId).error().message,
             "the outcome wrong-id needs a request with an id");
-  EXPECT_EQ(answer(list, Outcome::tampered).error().message,
+  EXPECT_EQ(respond(list, Outcome::tampered).error().message,
             "the outcome tampered needs an answer by gzip or pasteboard, and this one travels by url");
-  EXPECT_EQ(answer(list, Outcome::expired).error().message,
+  EXPECT_EQ(respond(list, Outcome::expired).error().message,
             "the outcome expired needs an answer by pasteboard, and this one travels by url");
-  EXPECT_EQ(answer(list, Decision{.transport = Transport::gzip}).error().message,
+  EXPECT_EQ(respond(list, Decision{.transport = Transport::gzip}).error().message,
             "only a payment is answered by gzip");
 }
 
-TEST(Answer, WithoutAnAmountIsAnApproval) {
+TEST(Response, WithoutAnAmountIsAnApproval) {
   EXPECT_EQ(usualOutcome(linkOf("reboot?request_id=1")), Outcome::approve);
   EXPECT_EQ(usualOutcome(linkOf("clear_data?request_id=1&amount=3.01")), Outcome::decline);
 }
