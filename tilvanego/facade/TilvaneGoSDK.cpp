@@ -7,6 +7,7 @@
 #include <tilvanego/facade/Facade.h>
 #include <tilvanego/facade/OperationTransport.h>
 #include <tilvanego/payment/PaymentTexts.h>
+#include <tilvanego/platform/FatalError.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -22,6 +23,18 @@ using detail::RebootOperation;
 using detail::SaveOperation;
 using detail::TransactionListOperation;
 
+/// The platform of a host that brings none.
+template <bool exists = hasDesktopAdapters>
+Platform platformOfTheSystem() {
+  if constexpr (exists) {
+    return Platform::standard<exists>();
+  } else {
+    detail::wrongUse(
+        "this library was built without the desktop's adapters: call TilvaneGo::usePlatform before "
+        "the first use of TilvaneGo::shared().");
+  }
+}
+
 /// The platform that `usePlatform` sets, until `shared` takes it.
 struct SharedPlatform {
   std::optional<Platform> given;
@@ -35,7 +48,7 @@ struct SharedPlatform {
 
   Platform take() {
     taken = true;
-    return given ? *std::exchange(given, std::nullopt) : Platform::standard();
+    return given ? *std::exchange(given, std::nullopt) : platformOfTheSystem();
   }
 };
 

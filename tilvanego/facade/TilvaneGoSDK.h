@@ -48,7 +48,7 @@ class TilvaneGo final {
 
   /// Sets the platform that `shared` uses; the default is `Platform::standard`. Call it before the first use
   /// of `shared`: a later call, or a platform without one of its required ports, ends the process with a
-  /// message.
+  /// message. So does `shared` itself without a platform in a library that has no `Platform::standard`.
   static void usePlatform(Platform platform);
 
   TilvaneGo(const TilvaneGo&) = delete;

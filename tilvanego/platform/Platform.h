@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
+#include <tilvanego/Features.h>
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/Clock.h>
 #include <tilvanego/platform/DebugOutput.h>
@@ -10,6 +12,7 @@
 #include <tilvanego/platform/RandomSource.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/SystemClock.h>
+#include <tilvanego/values/Support.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -34,10 +37,23 @@ struct Platform {
 
   /// Returns a platform for a Linux desktop or till, without configuration: `xdg-open` opens links, the
   /// pasteboard is the user's `PasteboardStore`, random bytes come from OpenSSL, debug lines go to standard
-  /// output. The pasteboard uses `clock` too, which must not be null.
+  /// output. The pasteboard uses `clock` too, which must not be null. Exists only in a library that was built
+  /// with the desktop's adapters (`TILVANEGO_DESKTOP`).
+  template <bool exists = hasDesktopAdapters>
+    requires exists
   [[nodiscard]] static Platform standard(
       MainQueue& mainQueue = RunLoop::main(),
       std::shared_ptr<const Clock> clock = std::make_shared<const SystemClock>());
 };
+
+namespace support {
+[[nodiscard]] Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clock);
+}
+
+template <bool exists>
+  requires exists
+Platform Platform::standard(MainQueue& mainQueue, std::shared_ptr<const Clock> clock) {
+  return support::standardPlatform(mainQueue, std::move(clock));
+}
 
 }  // namespace tilvanego

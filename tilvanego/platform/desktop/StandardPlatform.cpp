@@ -6,9 +6,9 @@
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
+namespace [[gnu::visibility("default")]] tilvanego::support {
 
-Platform Platform::standard(MainQueue& mainQueue, std::shared_ptr<const Clock> clock) {
+Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clock) {
   auto pasteboard = std::make_unique<PasteboardStore>(clock);
   return {.mainQueue = &mainQueue,
           .clock = std::move(clock),
@@ -18,4 +18,4 @@ Platform Platform::standard(MainQueue& mainQueue, std::shared_ptr<const Clock> c
           .application = std::make_unique<SpawnedOpener>(mainQueue)};
 }
 
-}  // namespace tilvanego
+}  // namespace tilvanego::support
