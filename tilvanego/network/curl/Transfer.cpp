@@ -20,11 +20,14 @@ constexpr const char* outOfMemory = "out of memory";
 /// The number of bytes that are decompressed at a time.
 constexpr std::size_t decodedPiece = std::size_t{16} * 1024;
 
+/// Whether a field of a head or a trailer is beyond libcurl's own limits. Up to 8.5, and for a trailer in
+/// every version, libcurl reports that as a lack of memory.
+bool isFieldTooLong(CURLcode result, bool isHeadComplete, std::string_view text) {
 #if LIBCURL_VERSION_NUM >= 0x080600
-constexpr CURLcode tooLarge = CURLE_TOO_LARGE;
-#else
-constexpr CURLcode tooLarge = CURLE_OUT_OF_MEMORY;
+  if (result == CURLE_TOO_LARGE) return true;
 #endif
+  return result == CURLE_OUT_OF_MEMORY && (!isHeadComplete || text.contains("chunked-encoding"));
+}
 
 std::size_t bodySize(const URLRequest& request) { return request.httpBody ? request.httpBody->size() : 0; }
 
@@ -145,7 +148,7 @@ TransportError Transfer::failureOf(CURLcode result) const {
   }
   long requestSize = 0;
   curl_easy_getinfo(handle(), CURLINFO_REQUEST_SIZE, &requestSize);
-  if ((result == tooLarge || result == CURLE_OUT_OF_MEMORY) && requestSize > 0 && !head_.isComplete()) {
+  if (requestSize > 0 && isFieldTooLong(result, head_.isComplete(), errorText_.data())) {
     return {Code::badServerResponse, "the answer has too long a header field"};
   }
   return transportError(result, errorText_.data());
