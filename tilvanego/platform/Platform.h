@@ -48,7 +48,7 @@ struct Platform {
 
 namespace support {
 [[nodiscard]] Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clock);
-}
+}  // namespace support
 
 template <bool exists>
   requires exists

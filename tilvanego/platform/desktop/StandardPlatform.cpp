@@ -6,7 +6,7 @@
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
-namespace [[gnu::visibility("default")]] tilvanego::support {
+namespace tilvanego::support {
 
 Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clock) {
   auto pasteboard = std::make_unique<PasteboardStore>(clock);
