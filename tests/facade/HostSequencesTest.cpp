@@ -42,7 +42,8 @@ struct Completing {
 };
 
 const auto& kinds = startableKinds<Completing>;
-constexpr std::size_t paymentKind = 8;
+const auto paymentKind = static_cast<std::size_t>(std::ranges::find(operationKinds, OperationKind::payment) -
+                                                  operationKinds.begin());
 
 class Sequence {
  public:
@@ -355,8 +356,8 @@ class Sequence {
   Dice dice_;
   HookedHost host_;
   TilvaneGo* sdk_ = nullptr;
-  std::array<Started*, kinds.size()> pending_{};
-  std::array<int, kinds.size()> refusedOpens_{};
+  std::array<Started*, operationKinds.size()> pending_{};
+  std::array<int, operationKinds.size()> refusedOpens_{};
   std::deque<Started> started_;
   std::deque<Kept> kept_;
   std::vector<Frame> frames_;
