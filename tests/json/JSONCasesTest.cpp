@@ -5,6 +5,7 @@
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
+#include <tilvanego/values/Base64.h>
 
 #include "tests/support/VectorFile.h"
 
@@ -47,23 +48,10 @@ JSONValue valueOf(const VectorValue& typed) {
   return nullptr;
 }
 
-std::string bytesOf(const std::string& base64) {
-  static constexpr std::string_view alphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string bytes;
-  std::uint32_t bits = 0;
-  int count = 0;
-  for (const char c : base64) {
-    if (c == '=') break;
-    bits = bits << 6 | static_cast<std::uint32_t>(alphabet.find(c));
-    if ((count += 6) >= 8) bytes += static_cast<char>(bits >> (count -= 8) & 0xFF);
-  }
-  return bytes;
-}
-
 TEST(JSONCases, EveryTextIsReadAsTheCaseFileSays) {
   for (const VectorValue& one : test::vectorCases("json-reading.json", 210)) {
-    const std::string text = bytesOf(one["json"].text());
+    const auto bytes = base64Decode(one["json"].text()).value();
+    const std::string text(bytes.begin(), bytes.end());
     SCOPED_TRACE(text.substr(0, 80));
     const auto value = json::decode<JSONValue>(text);
     EXPECT_EQ(value.has_value(), one["accepted"].boolean());
