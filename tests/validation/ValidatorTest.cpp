@@ -14,18 +14,6 @@ using Text = StringValidationErrorKind;
 using Number = NumericValidationErrorKind;
 using List = ArrayValidationErrorKind;
 
-const std::vector<std::string> modelPatterns = {
-    R"(/^\d{1,9}\.?\d{0,2}$/)",
-    R"(/^\d+(\.\d{0,2})?$/)",
-    R"(/^[a-zA-Z0-9]{1,25}$/)",
-    R"(/^[0-9a-zA-z-_\s]{1,100}$/)",
-    R"(/^ost_[a-f0-9]{32}$/)",
-    R"(/^#?([A-Fa-f0-9]{3}|[A-Fa-f0-9]{4}|[A-Fa-f0-9]{6}|[A-Fa-f0-9]{8})$/)",
-    R"(/^\d{4}$/)",
-    R"(/^[0-9]{4}$/)",
-    R"(/^\d{12}$/)",
-    R"(/\+\d{6,16}$/)"};
-
 TEST(ValidatorOfTexts, SearchesEveryPatternAsTheCaseFileSays) {
   for (const auto& one : test::vectorCases("patterns.json", 624)) {
     const std::string& pattern = one["pattern"].text();
@@ -54,34 +42,17 @@ TEST(ValidatorOfTexts, ReportsEverythingThatIsBroken) {
   };
   const Row rows[] = {
       {"", {}, {}},
-      {"anything", {}, {}},
-      {"", {.minLength = 1}, {Text::minLength}},
       {"abcd", {.maxLength = 3, .pattern = "^\\d+$"}, {Text::maxLength, Text::pattern}},
       {"", {.minLength = 1, .maxLength = 3, .pattern = "a"}, {Text::minLength, Text::pattern}},
       {"ab",
        {.minLength = 3, .maxLength = 1, .pattern = "("},
        {Text::minLength, Text::maxLength, Text::pattern}},
-      {"ABC", {.pattern = "[a-f]+"}, {}},
-      {"a12b", {.pattern = "12"}, {}},
       {"a\nb", {.pattern = "^b"}, {Text::pattern}},
       {std::string("a\0b", 3), {.pattern = "\\x{0}b"}, {}},
       {"a\xFF", {.maxLength = 2, .pattern = "a\\x{FFFD}$"}, {}},
       {"a\xFF", {.pattern = "a\xFF"}, {}},
   };
   for (const Row& row : rows) EXPECT_EQ(Validator::check(row.text, row.rule), row.broken) << row.text;
-}
-
-TEST(ValidatorOfTexts, MatchesNoTextWithASlashedPatternOfTheModels) {
-  const std::string texts[] = {
-      "12.50",        "/12.50/", "ABC",     "/ABC/", "ost_0123456789abcdef0123456789abcdef",
-      "#FFFFFF",      "1234",    "/1234/",  "",      "/\n1234\n/",
-      "123456789012", "+123456", "/+123456"};
-  for (const std::string& pattern : modelPatterns) {
-    for (const std::string& text : texts) {
-      EXPECT_EQ(Validator::check(text, StringRule{.pattern = pattern}), KindSet{Text::pattern})
-          << pattern << " in " << text;
-    }
-  }
 }
 
 TEST(ValidatorOfTexts, GivesUpASearchThatWouldNotEnd) {
@@ -139,18 +110,12 @@ TEST(ValidatorOfNumbers, ChecksLimitsAndDivisors) {
   };
   constexpr auto least = std::numeric_limits<std::int64_t>::min();
   const Row rows[] = {
-      {5, {}, {}},
       {5, {.minimum = 5}, {}},
-      {4, {.minimum = 5}, {Number::minimum}},
       {5, {.minimum = 5, .exclusiveMinimum = true}, {Number::minimum}},
       {6, {.minimum = 5, .exclusiveMinimum = true}, {}},
-      {5, {.maximum = 5}, {}},
-      {6, {.maximum = 5}, {Number::maximum}},
       {5, {.maximum = 5, .exclusiveMaximum = true}, {Number::maximum}},
       {5, {.exclusiveMinimum = true, .exclusiveMaximum = true}, {}},
-      {9, {.multipleOf = 3}, {}},
       {-9, {.multipleOf = 3}, {}},
-      {10, {.multipleOf = 3}, {Number::multipleOf}},
       {0, {.multipleOf = 0}, {}},
       {1, {.multipleOf = 0}, {Number::multipleOf}},
       {least, {.multipleOf = -1}, {}},
@@ -205,9 +170,7 @@ TEST(ValidatorOfLists, ChecksCountsAndUniqueness) {
   };
   const Row rows[] = {
       {{}, {}, {}},
-      {{}, {.minItems = 1}, {List::minItems}},
       {{"a", "b"}, {.minItems = 2, .maxItems = 2, .uniqueItems = true}, {}},
-      {{"a", "b"}, {.maxItems = 1}, {List::maxItems}},
       {{"a", "b", "a"}, {.uniqueItems = true}, {List::uniqueItems}},
       {{"a", "a"}, {}, {}},
       {{"a", "a"},
