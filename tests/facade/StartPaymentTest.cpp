@@ -42,7 +42,7 @@ TEST(StartPaymentDeathTest, FromAnotherThreadEndsTheProcessWithAMessage) {
         host.loop.runPending();
         std::thread([&] { host.sdk->startPayment(validRequest(), nullptr); }).join();
       },
-      "startPayment");
+      "startPayment was called from another thread than the main thread");
 }
 
 TEST(Shared, IsOneInstance) { EXPECT_EQ(&TilvaneGo::shared(), &TilvaneGo::shared()); }

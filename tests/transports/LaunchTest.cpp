@@ -45,17 +45,6 @@ const Events byInlineLink = after({"log info Opening", "open"});
 const Events byCompressedLink = after({"debug CompressedURL", "log info Opening", "open"});
 const Events byPasteboard = after({"debug PasteboardPaymentAppURL", "log info Opening", "open"});
 
-/// Text with six random bits a byte.
-std::string noise(std::size_t size) {
-  std::string text(size, ' ');
-  std::uint32_t state = 7;
-  for (char& c : text) {
-    state = state * 1664525 + 1013904223;
-    c = static_cast<char>('0' + (state >> 26));
-  }
-  return text;
-}
-
 TEST(PaymentTransport, UrlSchemeHasNoLimit) {
   TestHost host;
   auto fields = paymentFields();

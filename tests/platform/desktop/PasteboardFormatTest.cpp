@@ -133,7 +133,6 @@ TEST(PasteboardFormat, ABodyThatIsNotTheOneFormOfAPasteboardReadsAsNothing) {
   for (const auto& [what, parts, readable] : std::vector<Case>{
            {"nothing but flags and no item", {{0}, count0}, true},
            {"two values in order", {{0}, count1, count2, typeA, text, typeB, other}, true},
-           {"no body", {}, false},
            {"an unknown flag", {{4}, count0}, false},
            {"a date announced and missing", {{2}, count0}, false},
            {"a date that isn't finite", {{2}, {0, 0, 0, 0, 0, 0, 0xF0, 0x7F}, count0}, false},

@@ -82,12 +82,8 @@ class SpawnedOpenerTest : public testing::Test {
 }  // namespace
 
 TEST_F(SpawnedOpenerTest, ALinkIsOpenedIfTheProgramEndsWithStatusZero) {
-  struct Case {
-    std::string body;
-    bool opened;
-  };
-  for (const auto& [body, opened] : std::vector<Case>{
-           {"exit 0", true}, {"exit 1", false}, {"exit 127", false}, {"kill -KILL $$", false}}) {
+  for (const auto& [body, opened] :
+       {std::pair{"exit 0", true}, {"exit 1", false}, {"exit 127", false}, {"kill -KILL $$", false}}) {
     EXPECT_EQ(openWith({program("p", body)}), opened) << body;
   }
 }
