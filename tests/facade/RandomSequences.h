@@ -1,5 +1,7 @@
 #pragma once
 
+#include <random>
+
 #include <tilvanego/facade/Facade.h>
 
 #include "tests/support/Kinds.h"
@@ -14,18 +16,12 @@ struct Thrown {};
 /// The same numbers for the same seed, whatever the standard library.
 class Dice {
  public:
-  explicit Dice(std::uint64_t seed) : state_(seed) {}
-  std::uint64_t next() {
-    std::uint64_t mixed = (state_ += 0x9E3779B97F4A7C15U);
-    mixed = (mixed ^ (mixed >> 30U)) * 0xBF58476D1CE4E5B9U;
-    mixed = (mixed ^ (mixed >> 27U)) * 0x94D049BB133111EBU;
-    return mixed ^ (mixed >> 31U);
-  }
-  std::size_t below(std::size_t bound) { return static_cast<std::size_t>(next() % bound); }
+  explicit Dice(std::uint64_t seed) : engine_(seed) {}
+  std::size_t below(std::size_t bound) { return static_cast<std::size_t>(engine_() % bound); }
   bool oneIn(std::size_t chances) { return below(chances) == 0; }
 
  private:
-  std::uint64_t state_;
+  std::mt19937_64 engine_;
 };
 
 /// What a completion says of its operation.

@@ -263,12 +263,7 @@ TEST(JSONRecord, HasUpTo64Fields) {
 }
 
 TEST(JSONRecord, AFailureNamesItsPath) {
-  struct Case {
-    std::string_view replaced;
-    std::string_view by;
-    std::string_view description;
-  };
-  static constexpr Case cases[] = {
+  static constexpr std::array<std::string_view, 3> cases[] = {
       {R"("zebra":"z",)", "", "zebra is missing (byte 35)"},
       {R"("z")", "null", "expected a text, found null at zebra (byte 9)"},
       {R"("z")", "1", "expected a text, found a number at zebra (byte 9)"},

@@ -69,12 +69,9 @@ TEST(MemoryApplication, TheHookSeesEachLinkAndMayOpenAnother) {
 }
 
 TEST(PasteboardString, IsTheFirstItemsTextUnderTheFirstTextTypeThatHasOne) {
-  struct Case {
-    std::vector<PasteboardItem> items;
-    std::optional<std::string> string;
-  };
   const Bytes bytes{'b'};
-  for (const auto& [items, string] : std::vector<Case>{
+  for (const auto& [items, string] :
+       std::vector<std::pair<std::vector<PasteboardItem>, std::optional<std::string>>>{
            {{}, std::nullopt},
            {{{}}, std::nullopt},
            {{{{"public.plain-text", "p"}, {"public.text", "t"}, {"public.utf8-plain-text", "u"}}}, "u"},
