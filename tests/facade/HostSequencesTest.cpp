@@ -125,13 +125,8 @@ class Sequence {
   /// Runs a call of the library's; gives how many operations ended within it, but not within another one.
   template <typename Body>
   int within(Call call, Started* started, Body body) {
-    struct Popped {
-      explicit Popped(std::vector<Frame>& all) : frames(all) {}
-      ~Popped() { frames.pop_back(); }
-      std::vector<Frame>& frames;
-    };
     frames_.push_back({call, started});
-    const Popped popped(frames_);
+    const std::shared_ptr<void> popped(nullptr, [this](void*) { frames_.pop_back(); });
     body();
     return frames_.back().ended;
   }

@@ -45,8 +45,6 @@ TEST(StartPaymentDeathTest, FromAnotherThreadEndsTheProcessWithAMessage) {
       "startPayment was called from another thread than the main thread");
 }
 
-TEST(Shared, IsOneInstance) { EXPECT_EQ(&TilvaneGo::shared(), &TilvaneGo::shared()); }
-
 TEST(SharedDeathTest, TakesNoPlatformOnceItIsInUse) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_DEATH(

@@ -285,14 +285,6 @@ TEST(JSONRecord, AFailureNamesItsPath) {
   }
 }
 
-TEST(JSONRecord, UnknownTextsBecomeTheFallbackCase) {
-  EXPECT_EQ(json::decode<Mode>(R"("chip")"), Mode::unknown);
-  EXPECT_EQ(json::decode<Mode>(R"("CHIP")"), Mode::chip);
-  EXPECT_EQ(json::decode<Mode>(R"("")"), Mode::swipe);
-  EXPECT_EQ(json::encode(Mode::unknown), R"("unknown")");
-  EXPECT_FALSE(json::decode<Mode>("1").has_value());
-}
-
 TEST(JSONRecord, AmountsAreReadAsTheirFieldSaysAndWrittenAsTexts) {
   const auto receipt = json::decode<Receipt>(R"({"amount":12.1,"tip":"0.50"})");
   ASSERT_TRUE(receipt.has_value()) << receipt.error().description();

@@ -150,21 +150,6 @@ TEST(HandoffEnvelope, InTheStandardAlphabetOpensToo) {
   }
 }
 
-TEST(HandoffEnvelope, HasAFreshNonceEachTime) {
-  test::TestHost host;
-  const auto platform = Platform::standard(host.loop);
-  const auto seal = [&] {
-    return sealHandoffEnvelope(PaymentHandoffResultPayload{test::resultItems()}, Direction::result, "h",
-                               "A-1", test::startOfTest, *platform.randomSource)
-        .value();
-  };
-  const auto first = seal();
-  const auto second = seal();
-  EXPECT_NE(first.ciphertext, second.ciphertext);
-  EXPECT_EQ(nameOf(openedBy(first)), "good");
-  EXPECT_EQ(nameOf(openedBy(second)), "good");
-}
-
 TEST(HandoffEnvelope, NeedsRandomBytesAValidTextAndADateThatCounts) {
   ScriptedRandomSource none;
   ScriptedRandomSource some(Bytes(100, 1));

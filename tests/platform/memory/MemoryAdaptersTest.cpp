@@ -86,19 +86,6 @@ TEST(PasteboardString, IsTheFirstItemsTextUnderTheFirstTextTypeThatHasOne) {
   }
 }
 
-TEST(MemoryPasteboard, IsEmptyOnceTheClockIsPastTheExpirationDate) {
-  const auto clock = std::make_shared<ManualClock>(seconds(100));
-  MemoryPasteboard pasteboard(clock);
-  const std::vector<PasteboardItem> items{{{"public.text", "sealed"}}};
-  EXPECT_TRUE(pasteboard.setItems(items, {.localOnly = true, .expirationDate = seconds(200)}));
-  EXPECT_EQ(pasteboard.contents(), (PasteboardContents{items, {true, seconds(200)}}));
-  clock->stopAt(seconds(200));
-  EXPECT_EQ(pasteboard.string(), "sealed") << "at the instant itself it is still there";
-  clock->stopAt(seconds(200.001));
-  EXPECT_EQ(pasteboard.contents(), PasteboardContents{});
-  EXPECT_EQ(pasteboard.string(), std::nullopt);
-}
-
 TEST(MemoryPasteboard, AnotherApplicationsTextOutranksTheItemsUntilTheNextWrite) {
   MemoryPasteboard pasteboard(std::make_shared<ManualClock>(seconds(0)));
   EXPECT_TRUE(pasteboard.setItems({}, {.localOnly = true, .expirationDate = seconds(9)}));
