@@ -1,6 +1,4 @@
 #include <bit>
-#include <charconv>
-#include <cmath>
 #include <optional>
 
 #include <tilvanego/json/JSON.h>
@@ -14,23 +12,15 @@ namespace {
 
 using test::VectorValue;
 
-std::int64_t integerOf(const std::string& digits) {
-  std::int64_t value = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), value);
-  return value;
-}
-
 double doubleOf(const std::string& bits) {
-  std::uint64_t value = 0;
-  std::from_chars(bits.data(), bits.data() + bits.size(), value, 16);
-  return std::bit_cast<double>(value);
+  return std::bit_cast<double>(std::uint64_t{std::stoull(bits, nullptr, 16)});
 }
 
 // The typed values of the case files: one field, named after the case.
 JSONValue valueOf(const VectorValue& typed) {
   const std::string& name = typed.names.at(0);
   const VectorValue& payload = typed.elements.at(0);
-  if (name == "int") return integerOf(payload.text());
+  if (name == "int") return std::int64_t{std::stoll(payload.text())};
   if (name == "double") return doubleOf(payload.text());
   if (name == "bool") return payload.boolean();
   if (name == "string") return payload.text();

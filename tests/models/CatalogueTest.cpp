@@ -185,22 +185,6 @@ TEST(Catalogue, AValueOfAnotherTypeIsRefusedUnderItsPath) {
   }
 }
 
-TEST(Catalogue, TheFirstFaultIsThatOfTheFirstField) {
-  for (const VectorValue& record : tables().records()) {
-    Members members = tables().full(record);
-    for (std::size_t i = 0; i < members.size(); ++i)
-      members[i].second = ModelTables::valuesOfOtherKinds(record["fields"][i]["type"].text()).front();
-    // One field after the other is mended, the first ones standing last.
-    for (std::size_t i = 0; i < members.size(); ++i) {
-      const std::string text = objectText({members.rbegin(), members.rend()});
-      EXPECT_TRUE(refusal(typeOf(record), text).starts_with(members[i].first + ": "))
-          << refusal(typeOf(record), text);
-      members[i].second = tables().full(record)[i].second;
-    }
-    EXPECT_EQ(refusal(typeOf(record), objectText({members.rbegin(), members.rend()})), "none");
-  }
-}
-
 TEST(Catalogue, UnknownTextsBecomeTheFallbackAndAreToldByTheRecordsThatTell) {
   std::size_t tellers = 0;
   for (const VectorValue& record : tables().records()) {

@@ -49,11 +49,7 @@ TEST(PasteboardLaunch, ThatIsNotKeptEndsThePaymentAtOnceAndTheLoggerHearsWhy) {
   const auto open = directory.path() / "open";
   std::filesystem::create_directory(open);
   std::filesystem::permissions(open, std::filesystem::perms::all);
-  struct Case {
-    std::function<std::unique_ptr<Pasteboard>()> pasteboard;
-    std::size_t notes;
-    std::string reason;
-  };
+  using Case = std::tuple<std::function<std::unique_ptr<Pasteboard>()>, std::size_t, std::string>;
   for (const auto& [pasteboard, notes, reason] : std::vector<Case>{
            {[&] { return store(open); }, 300'000,
             open.string() + " is open to other users; its mode must be 0700."},

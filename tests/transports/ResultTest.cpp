@@ -79,11 +79,7 @@ std::vector<PasteboardItem> asText(const PaymentHandoffEnvelope& envelope) {
 TEST(PasteboardResult, IsTheFirstTextOfTheFirstItemThatHasOne) {
   const std::string good = json::encode(sealedItems(), detail::envelopeFormat).value();
   const Bytes bytes(good.begin(), good.end());
-  struct State {
-    std::string_view rule;
-    std::vector<PasteboardItem> items;
-    std::string_view outcome;
-  };
+  using State = std::tuple<std::string_view, std::vector<PasteboardItem>, std::string_view>;
   for (const auto& [rule, items, outcome] : std::vector<State>{
            {"an empty text", {{{"public.utf8-plain-text", ""}}}, "failure pasteboardHandoffMissing"},
            {"a picture", {{{"public.png", Bytes{0x89, 0xff}}}}, "failure pasteboardHandoffMissing"},
@@ -102,11 +98,7 @@ TEST(PasteboardResult, IsTheFirstTextOfTheFirstItemThatHasOne) {
 }
 
 TEST(PasteboardResult, IsLookedForOnlyWhereTheCallbackNamesIt) {
-  struct Callback {
-    std::string query;
-    std::string_view outcome;
-    bool read;
-  };
+  using Callback = std::tuple<std::string, std::string_view, bool>;
   for (const auto& [query, outcome, read] :
        {Callback{"transport=url&transport=pasteboard&resultHandoffId=h", "failure missingStatus +", false},
         {"transport&transport=pasteboard&resultHandoffId=h", "failure missingStatus +", false},
