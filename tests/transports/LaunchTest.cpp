@@ -1,3 +1,4 @@
+#include <tilvanego/frame/Link.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 #include <tilvanego/values/Base64.h>
 
