@@ -67,30 +67,32 @@ class HookedHost {
   detail::FacadeAccess::Owned sdk;
 
  private:
-  struct HookedDebugOutput final : DebugOutput {
-    explicit HookedDebugOutput(HookedHost& owner) : host(owner) {}
-    void writeLine(std::string_view text) override { host.call(Port::debugOutput, text); }
+  template <typename Interface>
+  struct OfHost : Interface {
+    explicit OfHost(HookedHost& owner) : host(owner) {}
     HookedHost& host;
   };
-  struct HookedClock final : Clock {
-    explicit HookedClock(HookedHost& owner) : host(owner) {}
+  struct HookedDebugOutput final : OfHost<DebugOutput> {
+    using OfHost::OfHost;
+    void writeLine(std::string_view text) override { host.call(Port::debugOutput, text); }
+  };
+  struct HookedClock final : OfHost<Clock> {
+    using OfHost::OfHost;
     [[nodiscard]] Date now() const override {
       host.call(Port::clock);
       return host.clock->now();
     }
-    HookedHost& host;
   };
-  struct HookedRandomSource final : RandomSource {
-    explicit HookedRandomSource(HookedHost& owner) : host(owner) {}
+  struct HookedRandomSource final : OfHost<RandomSource> {
+    using OfHost::OfHost;
     [[nodiscard]] bool fill(std::span<std::uint8_t> bytes) override {
       host.call(Port::randomSource);
       std::ranges::generate(bytes, [this] { return host.nextByte_++; });
       return true;
     }
-    HookedHost& host;
   };
-  struct HookedPasteboard final : Pasteboard {
-    explicit HookedPasteboard(HookedHost& owner) : host(owner) {}
+  struct HookedPasteboard final : OfHost<Pasteboard> {
+    using OfHost::OfHost;
     [[nodiscard]] std::optional<std::string> string() const override {
       host.call(Port::pasteboardRead);
       return host.pasteboard.string();
@@ -104,16 +106,14 @@ class HookedHost {
       host.call(Port::pasteboardWrite);
       return host.pasteboard.setItems(std::move(items), options);
     }
-    HookedHost& host;
   };
-  struct HookedApplication final : Application {
-    explicit HookedApplication(HookedHost& owner) : host(owner) {}
+  struct HookedApplication final : OfHost<Application> {
+    using OfHost::OfHost;
     void openURL(const URL& url, std::function<void(bool)> completionHandler) override {
       host.opened.push_back(url.absoluteString());
       host.handlers.push_back(std::move(completionHandler));
       host.call(Port::application, url.absoluteString());
     }
-    HookedHost& host;
   };
 
   std::uint8_t nextByte_ = 0;

@@ -10,13 +10,7 @@ using Transport = PaymentLaunchTransport;
 
 const URL done = parsedURL("shop://done");
 
-PaymentRequest payment(std::string id, URL callbackURL = done) {
-  return PaymentRequest({.requestId = std::move(id),
-                         .amount = 1,
-                         .currency = "EUR",
-                         .callbackURL = std::move(callbackURL),
-                         .credentials = credentials()});
-}
+PaymentRequest payment(const std::string& id) { return fullRequest<OperationKind::payment>(done, id); }
 
 /// Notes "ID SUMMARY" of each result.
 struct Ends {
@@ -75,18 +69,12 @@ TEST(HostCode, ThatEndsTheInstanceFromACompletionLeavesNothingBehind) {
   const auto held = [&] {
     return atEnd([&, sdk = host.sdk.get()] {
       ended = true;
-      sdk->reboot(RebootRequest({.requestId = "1", .callbackURL = done}), nullptr);
+      sdk->reboot(fullRequest<OperationKind::reboot>(done), nullptr);
       EXPECT_FALSE(sdk->isRebootInProgress()) << "nothing starts any more";
     });
   };
-  host.sdk->save(SaveRequest({.requestId = "1", .callbackURL = done, .currency = "EUR"}),
-                 [last = held()](const SaveResult&) { FAIL(); });
-  host.sdk->initialize(InitializationRequest({.requestId = "1",
-                                              .callbackURL = done,
-                                              .sourceApplication = "shop",
-                                              .basicToken = "t",
-                                              .accountId = "a",
-                                              .environment = "PROD"}),
+  host.sdk->save(fullRequest<OperationKind::save>(done), [last = held()](const SaveResult&) { FAIL(); });
+  host.sdk->initialize(fullRequest<OperationKind::initialization>(done),
                        [&](const InitializationResult&) { host.sdk.reset(); });
   EXPECT_TRUE(host.sdk->handleCallback(done));
   EXPECT_TRUE(ended);
@@ -100,56 +88,44 @@ struct Moment {
   int nth;
 };
 
-void PrintTo(const Moment& moment, std::ostream* out) { *out << moment.name; }
+const std::array moments{Moment{"debugLine", Transport::urlScheme(), Port::debugOutput, 3},
+                         Moment{"logger", Transport::urlScheme(), Port::logger, 1},
+                         Moment{"secondDebugLine", Transport::gzip(), Port::debugOutput, 4},
+                         Moment{"clock", Transport::gzip(), Port::clock, 1},
+                         Moment{"id", Transport::pasteboard(), Port::randomSource, 1},
+                         Moment{"nonce", Transport::pasteboard(), Port::randomSource, 2},
+                         Moment{"envelope", Transport::pasteboard(), Port::pasteboardWrite, 1},
+                         Moment{"automatic", Transport::automatic(0), Port::debugOutput, 3}};
 
-class DuringALaunch : public testing::TestWithParam<Moment> {};
+TEST(HostCode, DuringALaunchMayCancelReplaceOrEndThePayment) {
+  for (const auto& [name, transport, port, nth] : moments) {
+    SCOPED_TRACE(name);
+    HookedHost host;
+    Ends ends;
+    host.hook = once(port, nth, [&] { host.sdk->cancelPendingPayment(); });
+    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
+    EXPECT_FALSE(host.sdk->isPaymentInProgress());
+    EXPECT_EQ(host.opened, Names{});
+    EXPECT_EQ(ends.names, Names{}) << "a cancelled payment is neither opened nor told";
 
-INSTANTIATE_TEST_SUITE_P(Moments, DuringALaunch,
-                         testing::Values(Moment{"debugLine", Transport::urlScheme(), Port::debugOutput, 3},
-                                         Moment{"logger", Transport::urlScheme(), Port::logger, 1},
-                                         Moment{"secondDebugLine", Transport::gzip(), Port::debugOutput, 4},
-                                         Moment{"clock", Transport::gzip(), Port::clock, 1},
-                                         Moment{"id", Transport::pasteboard(), Port::randomSource, 1},
-                                         Moment{"nonce", Transport::pasteboard(), Port::randomSource, 2},
-                                         Moment{"envelope", Transport::pasteboard(), Port::pasteboardWrite,
-                                                1},
-                                         Moment{"automatic", Transport::automatic(0), Port::debugOutput, 3}),
-                         [](const auto& moment) { return std::string(moment.param.name); });
+    host.hook = once(
+        port, nth, [&] { EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved"))); });
+    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
+    EXPECT_EQ(std::exchange(ends.names, {}), Names{"1 success+"}) << "an early callback ends it";
+    EXPECT_EQ(host.opened, Names{});
 
-TEST_P(DuringALaunch, ACancelledPaymentIsNeitherOpenedNorTold) {
-  HookedHost host;
-  Ends ends;
-  host.hook = once(GetParam().port, GetParam().nth, [&] { host.sdk->cancelPendingPayment(); });
-  host.sdk->startPayment(payment("1"), GetParam().transport, ends.of("1"));
-  EXPECT_FALSE(host.sdk->isPaymentInProgress());
-  EXPECT_EQ(host.opened, Names{});
-  EXPECT_EQ(ends.names, Names{});
-}
-
-TEST_P(DuringALaunch, APaymentStartedInItsPlaceIsAnother) {
-  HookedHost host;
-  Ends ends;
-  host.hook = once(GetParam().port, GetParam().nth, [&] {
-    host.sdk->cancelPendingPayment();
-    host.sdk->startPayment(payment("2"), ends.of("2"));
-    // What the first one's launch does from here on fails, and is nothing to the second.
-    host.hook = once(Port::randomSource, 1, fail);
-  });
-  host.sdk->startPayment(payment("1"), GetParam().transport, ends.of("1"));
-  EXPECT_EQ(ends.names, Names{});
-  ASSERT_EQ(host.opened.size(), 1U);
-  EXPECT_TRUE(host.opened[0].contains("request_id=2&")) << host.opened[0];
-  EXPECT_TRUE(host.sdk->isPaymentInProgress());
-}
-
-TEST_P(DuringALaunch, AnEarlyCallbackEndsIt) {
-  HookedHost host;
-  Ends ends;
-  host.hook = once(GetParam().port, GetParam().nth,
-                   [&] { EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved"))); });
-  host.sdk->startPayment(payment("1"), GetParam().transport, ends.of("1"));
-  EXPECT_EQ(ends.names, Names{"1 success+"});
-  EXPECT_EQ(host.opened, Names{});
+    host.hook = once(port, nth, [&] {
+      host.sdk->cancelPendingPayment();
+      host.sdk->startPayment(payment("2"), ends.of("2"));
+      // What the first one's launch does from here on fails, and is nothing to the second.
+      host.hook = once(Port::randomSource, 1, fail);
+    });
+    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
+    EXPECT_EQ(ends.names, Names{});
+    ASSERT_EQ(host.opened.size(), 1U);
+    EXPECT_TRUE(host.opened[0].contains("request_id=2&")) << host.opened[0];
+    EXPECT_TRUE(host.sdk->isPaymentInProgress()) << "one started in its place is another";
+  }
 }
 
 /// Has an answer to the request lie on the pasteboard; gives the callback that names it.
@@ -185,13 +161,7 @@ TEST(HostCode, AnAnswerReadForACancelledPaymentEndsNoOther) {
 TEST(HostCode, MayEndTheURLThatItsCallIsAbout) {
   HookedHost host;
   Ends ends;
-  host.sdk->initialize(InitializationRequest({.requestId = "1",
-                                              .callbackURL = parsedURL("shop://ready"),
-                                              .sourceApplication = "shop",
-                                              .basicToken = "t",
-                                              .accountId = "a",
-                                              .environment = "PROD"}),
-                       nullptr);
+  host.sdk->initialize(fullRequest<OperationKind::initialization>(parsedURL("shop://ready")), nullptr);
   host.sdk->startPayment(payment("1"), ends.of("1"));
   auto url = std::make_unique<URL>(parsedURL("shop://done?status=approved&long=enough-to-be-on-the-heap"));
   host.hook = [&](Port, std::string_view) { url.reset(); };
@@ -200,52 +170,50 @@ TEST(HostCode, MayEndTheURLThatItsCallIsAbout) {
   EXPECT_EQ(ends.names, Names{"1 success+"});
 }
 
-/// Which port throws, each time it is called, and how the payment ends then, if it does.
-struct Throw {
-  std::string_view name;
-  Transport transport;
-  Port port;
-  std::optional<std::string> ending;
-  std::size_t opened;
-};
-
-void PrintTo(const Throw& thrown, std::ostream* out) { *out << thrown.name; }
-
-class APortThatThrows : public testing::TestWithParam<Throw> {};
-
 const std::string unbuilt = "1 failure(invalidRequest: Unable to build Tilvane payment URL.)";
 const std::string unavailable =
     "1 failure(pasteboardHandoffUnavailable: Pasteboard handoff is not available on this platform.)";
 const std::string notInstalled =
     "1 failure(paymentAppNotInstalled: Tilvane payment app is not installed or cannot be opened.)";
 
-INSTANTIATE_TEST_SUITE_P(
-    Ports, APortThatThrows,
-    testing::Values(Throw{"debugOutput", Transport::pasteboard(), Port::debugOutput, std::nullopt, 1},
-                    Throw{"logger", Transport::urlScheme(), Port::logger, std::nullopt, 1},
-                    Throw{"clockForGzip", Transport::gzip(), Port::clock, unbuilt, 0},
-                    Throw{"clockForPasteboard", Transport::pasteboard(), Port::clock, unbuilt, 0},
-                    Throw{"clockForAutomatic", Transport::automatic(0), Port::clock, unbuilt, 0},
-                    Throw{"randomSource", Transport::pasteboard(), Port::randomSource, unbuilt, 0},
-                    Throw{"pasteboard", Transport::pasteboard(), Port::pasteboardWrite, unavailable, 0},
-                    Throw{"application", Transport::urlScheme(), Port::application, notInstalled, 1}),
-    [](const auto& thrown) { return std::string(thrown.param.name); });
-
-TEST_P(APortThatThrows, FailsAsItCouldHaveAndLeavesNoSlotTaken) {
-  HookedHost host;
-  Ends ends;
-  host.hook = [](Port port, std::string_view) {
-    if (port == GetParam().port) fail();
+TEST(HostCode, APortThatThrowsFailsAsItCouldHaveAndLeavesNoSlotTaken) {
+  struct Throw {
+    Transport transport;
+    Port port;
+    /// How the payment ends then, if it does.
+    std::optional<std::string> ending;
+    std::size_t opened;
+    std::string_view logged = {};
   };
-  EXPECT_NO_THROW(host.sdk->startPayment(payment("1"), GetParam().transport, ends.of("1")));
-  if (GetParam().port == Port::application) {
-    EXPECT_EQ(ends.names, Names{}) << "told in a later turn, as any link that isn't opened";
-    host.handlers.front()(false);
-    EXPECT_EQ(host.loop.runPending(), 1U) << "told once, though the handler was kept and called";
+  for (const auto& [transport, throwing, ending, opened, logged] :
+       {Throw{Transport::pasteboard(), Port::debugOutput, std::nullopt, 1},
+        Throw{Transport::urlScheme(), Port::logger, std::nullopt, 1},
+        Throw{Transport::gzip(), Port::clock, unbuilt, 0},
+        Throw{Transport::pasteboard(), Port::clock, unbuilt, 0},
+        Throw{Transport::automatic(0), Port::clock, unbuilt, 0},
+        Throw{Transport::pasteboard(), Port::randomSource, unbuilt, 0},
+        Throw{Transport::pasteboard(), Port::pasteboardWrite, unavailable, 0,
+              "The payment can't be left on the pasteboard. Pasteboard::setItems threw"},
+        Throw{Transport::urlScheme(), Port::application, notInstalled, 1}}) {
+    SCOPED_TRACE(transport.text() + " " + std::to_string(static_cast<int>(throwing)));
+    HookedHost host;
+    Ends ends;
+    std::string messages;
+    host.hook = [&, port = throwing](Port called, std::string_view text) {
+      if (called == Port::logger) messages += text;
+      if (called == port) fail();
+    };
+    EXPECT_NO_THROW(host.sdk->startPayment(payment("1"), transport, ends.of("1")));
+    if (throwing == Port::application) {
+      EXPECT_EQ(ends.names, Names{}) << "told in a later turn, as any link that isn't opened";
+      host.handlers.front()(false);
+      EXPECT_EQ(host.loop.runPending(), 1U) << "told once, though the handler was kept and called";
+    }
+    EXPECT_EQ(host.opened.size(), opened);
+    EXPECT_EQ(ends.names, ending ? Names{*ending} : Names{});
+    EXPECT_EQ(host.sdk->isPaymentInProgress(), !ending);
+    EXPECT_TRUE(messages.contains(logged)) << messages;
   }
-  EXPECT_EQ(host.opened.size(), GetParam().opened);
-  EXPECT_EQ(ends.names, GetParam().ending ? Names{*GetParam().ending} : Names{});
-  EXPECT_EQ(host.sdk->isPaymentInProgress(), !GetParam().ending);
 }
 
 TEST(HostCode, AnOpenThatThrowsAfterItsReportIsAsItWasReported) {

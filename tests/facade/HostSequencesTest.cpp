@@ -42,7 +42,8 @@ struct Completing {
 };
 
 const auto& kinds = startableKinds<Completing>;
-constexpr std::size_t paymentKind = 8;
+const auto paymentKind = static_cast<std::size_t>(std::ranges::find(operationKinds, OperationKind::payment) -
+                                                  operationKinds.begin());
 
 class Sequence {
  public:
@@ -124,13 +125,8 @@ class Sequence {
   /// Runs a call of the library's; gives how many operations ended within it, but not within another one.
   template <typename Body>
   int within(Call call, Started* started, Body body) {
-    struct Popped {
-      explicit Popped(std::vector<Frame>& all) : frames(all) {}
-      ~Popped() { frames.pop_back(); }
-      std::vector<Frame>& frames;
-    };
     frames_.push_back({call, started});
-    const Popped popped(frames_);
+    const std::shared_ptr<void> popped(nullptr, [this](void*) { frames_.pop_back(); });
     body();
     return frames_.back().ended;
   }
@@ -355,8 +351,8 @@ class Sequence {
   Dice dice_;
   HookedHost host_;
   TilvaneGo* sdk_ = nullptr;
-  std::array<Started*, kinds.size()> pending_{};
-  std::array<int, kinds.size()> refusedOpens_{};
+  std::array<Started*, operationKinds.size()> pending_{};
+  std::array<int, operationKinds.size()> refusedOpens_{};
   std::deque<Started> started_;
   std::deque<Kept> kept_;
   std::vector<Frame> frames_;

@@ -1,10 +1,9 @@
 #include <bit>
-#include <charconv>
-#include <cmath>
 #include <optional>
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
+#include <tilvanego/values/Base64.h>
 
 #include "tests/support/VectorFile.h"
 
@@ -13,23 +12,15 @@ namespace {
 
 using test::VectorValue;
 
-std::int64_t integerOf(const std::string& digits) {
-  std::int64_t value = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), value);
-  return value;
-}
-
 double doubleOf(const std::string& bits) {
-  std::uint64_t value = 0;
-  std::from_chars(bits.data(), bits.data() + bits.size(), value, 16);
-  return std::bit_cast<double>(value);
+  return std::bit_cast<double>(std::uint64_t{std::stoull(bits, nullptr, 16)});
 }
 
 // The typed values of the case files: one field, named after the case.
 JSONValue valueOf(const VectorValue& typed) {
   const std::string& name = typed.names.at(0);
   const VectorValue& payload = typed.elements.at(0);
-  if (name == "int") return integerOf(payload.text());
+  if (name == "int") return std::int64_t{std::stoll(payload.text())};
   if (name == "double") return doubleOf(payload.text());
   if (name == "bool") return payload.boolean();
   if (name == "string") return payload.text();
@@ -47,23 +38,10 @@ JSONValue valueOf(const VectorValue& typed) {
   return nullptr;
 }
 
-std::string bytesOf(const std::string& base64) {
-  static constexpr std::string_view alphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string bytes;
-  std::uint32_t bits = 0;
-  int count = 0;
-  for (const char c : base64) {
-    if (c == '=') break;
-    bits = bits << 6 | static_cast<std::uint32_t>(alphabet.find(c));
-    if ((count += 6) >= 8) bytes += static_cast<char>(bits >> (count -= 8) & 0xFF);
-  }
-  return bytes;
-}
-
 TEST(JSONCases, EveryTextIsReadAsTheCaseFileSays) {
   for (const VectorValue& one : test::vectorCases("json-reading.json", 210)) {
-    const std::string text = bytesOf(one["json"].text());
+    const auto bytes = base64Decode(one["json"].text()).value();
+    const std::string text(bytes.begin(), bytes.end());
     SCOPED_TRACE(text.substr(0, 80));
     const auto value = json::decode<JSONValue>(text);
     EXPECT_EQ(value.has_value(), one["accepted"].boolean());

@@ -28,11 +28,7 @@ std::string repeated(std::string_view unit, std::size_t bytes) {
 std::string nested(std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); }
 
 TEST(JSONLimits, ATextBeyondALimitIsRefusedWithItsPath) {
-  struct Case {
-    std::string_view text;
-    JSONLimits limits;
-    std::string_view report;
-  };
+  using Case = std::tuple<std::string_view, JSONLimits, std::string_view>;
   static constexpr std::string_view shelf =
       R"({"books":[["a"],["b","c"]],"notes":{"x":[1,2],"y":{}},"u":[0]})";
   static constexpr Case cases[] = {

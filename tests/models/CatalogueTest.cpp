@@ -108,12 +108,14 @@ TEST(Catalogue, EnumerationsAreThePublishedTables) {
   }
 }
 
-TEST(Catalogue, EveryRecordComesBackAsItWas) {
+TEST(Catalogue, EveryRecordComesBackAsItWasWithoutUnknownKeys) {
   for (const VectorValue& record : tables().records()) {
     const RecordType& type = typeOf(record);
     for (const std::string& text :
          {objectText(tables().full(record)), objectText(tables().minimal(record))}) {
       EXPECT_EQ(written(type, text), text);
+      const std::string more = text == "{}" ? "}" : "," + text.substr(1);
+      EXPECT_EQ(written(type, R"({"unheardOf":{"deep":[1,null,"2"]},"CodingKeys":1e400)" + more), text);
       const AnyRecord original = type.decode(text).value();
       for (const JSONFormat& format : {JSONFormat{.sortedKeys = true}, JSONFormat{.pretty = true}}) {
         const AnyRecord again = type.decode(original.encode(format).value()).value();
@@ -180,32 +182,6 @@ TEST(Catalogue, AValueOfAnotherTypeIsRefusedUnderItsPath) {
             << type.name << ' ' << value << ' ' << refusal(type, objectText(members));
       }
     }
-  }
-}
-
-TEST(Catalogue, TheFirstFaultIsThatOfTheFirstField) {
-  for (const VectorValue& record : tables().records()) {
-    Members members = tables().full(record);
-    for (std::size_t i = 0; i < members.size(); ++i)
-      members[i].second = ModelTables::valuesOfOtherKinds(record["fields"][i]["type"].text()).front();
-    // One field after the other is mended, the first ones standing last.
-    for (std::size_t i = 0; i < members.size(); ++i) {
-      const std::string text = objectText({members.rbegin(), members.rend()});
-      EXPECT_TRUE(refusal(typeOf(record), text).starts_with(members[i].first + ": "))
-          << refusal(typeOf(record), text);
-      members[i].second = tables().full(record)[i].second;
-    }
-    EXPECT_EQ(refusal(typeOf(record), objectText({members.rbegin(), members.rend()})), "none");
-  }
-}
-
-TEST(Catalogue, UnknownKeysAreLost) {
-  for (const VectorValue& record : tables().records()) {
-    const Members all = tables().full(record);
-    Members more = all;
-    more.insert(more.begin(), {"unheardOf", R"({"deep":[1,null,"2"]})"});
-    more.emplace_back("CodingKeys", "1e400");
-    EXPECT_EQ(written(typeOf(record), objectText(more)), objectText(all));
   }
 }
 

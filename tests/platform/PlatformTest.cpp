@@ -14,31 +14,18 @@ using namespace tilvanego;
 
 namespace {
 
-// Sets XDG_RUNTIME_DIR for as long as it lives; nullptr unsets it.
-class RuntimeDirectory {
- public:
-  explicit RuntimeDirectory(const char* path) {
-    if (const char* before = std::getenv(name)) before_ = before;
-    set(path);
+// Each test sets it before what it looks at; nullptr unsets it.
+void setRuntimeDirectory(const char* path) {
+  constexpr const char* name = "XDG_RUNTIME_DIR";
+  if (path) {
+    setenv(name, path, 1);
+  } else {
+    unsetenv(name);
   }
-  RuntimeDirectory(const RuntimeDirectory&) = delete;
-  RuntimeDirectory& operator=(const RuntimeDirectory&) = delete;
-  ~RuntimeDirectory() { set(before_ ? before_->c_str() : nullptr); }
-
- private:
-  static void set(const char* path) {
-    if (path) {
-      setenv(name, path, 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-  static constexpr const char* name = "XDG_RUNTIME_DIR";
-  std::optional<std::string> before_;
-};
+}
 
 std::filesystem::path chosenDirectory(const char* runtimeDirectory) {
-  const RuntimeDirectory environment(runtimeDirectory);
+  setRuntimeDirectory(runtimeDirectory);
   return PasteboardStore(nullptr).directory();
 }
 
@@ -46,7 +33,7 @@ std::filesystem::path chosenDirectory(const char* runtimeDirectory) {
 
 TEST(StandardPlatform, WorksWithoutConfiguration) {
   const TemporaryDirectory runtime;
-  const RuntimeDirectory environment(runtime.path().c_str());
+  setRuntimeDirectory(runtime.path().c_str());
   RunLoop loop;
   const auto platform = Platform::standard(loop);
   EXPECT_EQ(platform.mainQueue, &loop);
@@ -65,7 +52,7 @@ TEST(StandardPlatform, WorksWithoutConfiguration) {
 
 TEST(StandardPlatform, OneCallGivesAClockOfTheHostsToThePasteboardToo) {
   const TemporaryDirectory runtime;
-  const RuntimeDirectory environment(runtime.path().c_str());
+  setRuntimeDirectory(runtime.path().c_str());
   RunLoop loop;
   const auto clock = std::make_shared<ManualClock>(Date::fromSecondsSince1970(1000));
   auto platform = Platform::standard(loop, clock);

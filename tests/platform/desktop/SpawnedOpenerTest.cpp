@@ -60,19 +60,16 @@ class SpawnedOpenerTest : public testing::Test {
     return path;
   }
 
-  bool open(Application& application, const std::string& text = "tilvanego://payment/v1/start?a=b%20c&d='") {
+  bool openWith(std::vector<std::string> command) {
+    SpawnedOpener opener(loop, std::move(command));
     bool result = false;
-    application.openURL(link(text), [&](bool opened) {
+    opener.openURL(link("tilvanego://payment/v1/start?a=b%20c&d='"), [&](bool opened) {
       EXPECT_TRUE(loop.isCurrent());
       result = opened;
       loop.stop();
     });
     loop.run();
     return result;
-  }
-  bool openWith(std::vector<std::string> command) {
-    SpawnedOpener opener(loop, std::move(command));
-    return open(opener);
   }
 
   const TemporaryDirectory temporary;
@@ -82,12 +79,8 @@ class SpawnedOpenerTest : public testing::Test {
 }  // namespace
 
 TEST_F(SpawnedOpenerTest, ALinkIsOpenedIfTheProgramEndsWithStatusZero) {
-  struct Case {
-    std::string body;
-    bool opened;
-  };
-  for (const auto& [body, opened] : std::vector<Case>{
-           {"exit 0", true}, {"exit 1", false}, {"exit 127", false}, {"kill -KILL $$", false}}) {
+  for (const auto& [body, opened] :
+       {std::pair{"exit 0", true}, {"exit 1", false}, {"exit 127", false}, {"kill -KILL $$", false}}) {
     EXPECT_EQ(openWith({program("p", body)}), opened) << body;
   }
 }
@@ -114,7 +107,7 @@ TEST_F(SpawnedOpenerTest, TheLinkIsTheLastArgumentAndNothingReadsItAsAShellWould
 
 TEST_F(SpawnedOpenerTest, TheProgramInheritsStandardErrorAlone) {
   const auto held = temporary.path() / "held by the host";
-  const int descriptor = ::open(held.c_str(), O_RDWR | O_CREAT, 0600);
+  const int descriptor = open(held.c_str(), O_RDWR | O_CREAT, 0600);
   ASSERT_GE(descriptor, 0);
   const int high = fcntl(descriptor, F_DUPFD, 200);
   const auto path = program("p", R"(
