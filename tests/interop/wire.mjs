@@ -49,15 +49,3 @@ export function readLink(link) {
   assert.equal(byName.size, items.length);
   return byName;
 }
-
-// A request as it stands in an envelope, whatever form it came in.
-export function checkRequest(request) {
-  const { tip, custom_id: customId, notes, credentials, require_reader_ready: ready, ...texts } = request;
-  assert.deepEqual(Object.keys(texts).sort(), ['amount', 'currency', 'request_id', 'return_url', 'type']);
-  const optional = [tip, customId, notes].filter((text) => text !== undefined);
-  for (const text of [...Object.values(texts), ...optional]) assert.equal(typeof text, 'string');
-  assert.equal(typeof ready, 'boolean');
-  if (credentials === undefined) return;
-  assert.deepEqual(Object.keys(credentials).sort(), ['account_id', 'basic_token', 'environment']);
-  for (const text of Object.values(credentials)) assert.equal(typeof text, 'string');
-}
