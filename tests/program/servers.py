@@ -69,7 +69,7 @@ class ScriptedServer:
     def serve(self):
         while self.ready(self.listener):
             connection, _ = self.listener.accept()
-            with connection, contextlib.suppress(ssl.SSLError):  # of a client that doesn't trust the certificate
+            with connection, contextlib.suppress(ssl.SSLError, ConnectionError):  # a refused certificate
                 self.serve_connection(self.context.wrap_socket(connection, server_side=True) if self.context else connection)
 
     def serve_connection(self, connection):
