@@ -47,15 +47,6 @@ TEST(Secrets, AreShownByNoKindOnItsWayOut) {
   }
 }
 
-TEST(Secrets, AreOpenedAllTheSame) {
-  for (const std::string_view name : {"initialization", "fullRefund", "partialRefund", "save", "payment"}) {
-    TestHost host;
-    kindNamed(name).start(host, parsedURL("myshop://done"));
-    EXPECT_NE(host.application->openedURLs().at(0).absoluteString().find(secretToken), std::string::npos)
-        << name;
-  }
-}
-
 TEST(Secrets, OfACallbackAreShownByNoKind) {
   for (const Kind& kind : allKinds()) {
     for (const std::string& query : hostileQueries()) {
@@ -70,12 +61,6 @@ TEST(Secrets, OfACallbackAreShownByNoKind) {
       EXPECT_EQ(text.find(secretToken), std::string::npos) << kind.name << " " << text;
     }
   }
-}
-
-TEST(Secrets, OfACardReachTheResponse) {
-  const auto result = TilvaneGo::parseClearDataResult(parsedURL("myshop://done" + hostileQueries()[2]));
-  EXPECT_EQ(result.value().response().value().clearPan(), clearPan);
-  EXPECT_EQ(result.value().response().value().clearTrack2(), clearTrack2);
 }
 
 template <typename T>

@@ -82,18 +82,6 @@ TEST_P(EachKind, ThatIsCancelledIsForgotten) {
   EXPECT_EQ(host.takeEvents(), Events{nothingPending});
 }
 
-TEST_P(EachKind, WaitsOnWhenTheURLIsAnothers) {
-  const Kind& kind = GetParam();
-  TestHost host;
-  start(host, kind);
-  host.takeEvents();
-  EXPECT_FALSE(host.sdk->handleCallback(parsedURL("myshop://elsewhere?status=success")));
-  Events expected{unmatched(kind)};
-  if (kind.name == "initialization") expected.emplace_back(nothingPending);
-  EXPECT_EQ(host.takeEvents(), expected);
-  EXPECT_TRUE((*host.sdk.*kind.isInProgress)());
-}
-
 INSTANTIATE_TEST_SUITE_P(All, EachKind, testing::ValuesIn(allKinds()),
                          [](const auto& kind) { return std::string(kind.param.name); });
 
@@ -113,16 +101,6 @@ TEST(SideBySide, EightKindsArePendingAtOnceAndARefundKeepsOutTheOther) {
   }
 }
 
-TEST(SideBySide, ARefundMayStartOnceTheOtherHasEnded) {
-  TestHost host;
-  const Kind& full = kindNamed("fullRefund");
-  const Kind& partial = kindNamed("partialRefund");
-  start(host, full);
-  EXPECT_TRUE(host.sdk->handleCallback(urlOf(full)));
-  start(host, partial);
-  EXPECT_TRUE((*host.sdk.*partial.isInProgress)());
-}
-
 TEST(Ranks, TheFirstPendingKindTakesACallbackOfItsURL) {
   // All under one URL: each callback finishes the next rank.
   TestHost host;
@@ -139,6 +117,11 @@ TEST(Ranks, TheFirstPendingKindTakesACallbackOfItsURL) {
 }
 
 TEST(Ranks, OnlyAnInitializationPassesOnWhatIsNotItsOwn) {
+  TestHost alone;
+  start(alone, kindNamed("initialization"));
+  alone.takeEvents();
+  EXPECT_FALSE(alone.sdk->handleCallback(parsedURL("myshop://elsewhere")));
+  EXPECT_EQ(alone.takeEvents(), (Events{unmatched(kindNamed("initialization")), nothingPending}));
   for (const Kind& first : allKinds()) {
     for (const Kind& second : allKinds()) {
       if (&second <= &first) continue;
@@ -156,18 +139,6 @@ TEST(Ranks, OnlyAnInitializationPassesOnWhatIsNotItsOwn) {
       EXPECT_EQ((*host.sdk.*second.isInProgress)(), !passes);
     }
   }
-}
-
-TEST(Ranks, AWrongRequestIdEndsTheTakerAlone) {
-  TestHost host;
-  const URL shared = parsedURL("myshop://done");
-  kindNamed("capture").start(host, shared);
-  kindNamed("payment").start(host, shared);
-  host.takeEvents();
-  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("myshop://done?request_id=other&status=approved")));
-  EXPECT_EQ(host.takeEvents().size(), 1U);
-  EXPECT_FALSE(host.sdk->isCaptureInProgress());
-  EXPECT_TRUE(host.sdk->isPaymentInProgress());
 }
 
 TEST(Destruction, ReleasesPendingKindsWithoutCallingThem) {
