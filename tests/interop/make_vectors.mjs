@@ -1,10 +1,10 @@
 // Makes tests/data/transports/{envelopes,gzip}.json with Node.js's own crypto and zlib, so that the library is held to
 // what another implementation writes. Run by hand when a wire form gains a case: node tests/interop/make_vectors.mjs
 // The bytes that stand for random ones are counted up from the case's seed: the same run gives the same files.
-import { createCipheriv, createHash } from 'node:crypto';
+import { createHash } from 'node:crypto';
 import { writeFileSync } from 'node:fs';
 import { deflateRawSync, deflateSync, gzipSync } from 'node:zlib';
-import { canonical, dateText } from './wire.mjs';
+import { associatedData, canonical, keyOf, seal } from './wire.mjs';
 
 const folder = new URL('../data/transports/', import.meta.url);
 
@@ -13,25 +13,14 @@ function bytesFrom(seed, count) {
 }
 
 function envelopeCase({ name, direction, requestId, createdAt, payload, seed }) {
-  const handoffId = bytesFrom(seed, 32).toString('base64url');
+  const about = { direction, handoffId: bytesFrom(seed, 32).toString('base64url'), requestId };
   const nonce = bytesFrom(seed + 1, 12);
-  const expiresAt = Math.floor(createdAt + 300);
-  const keyText = `ostrel.tilvane.handoff.v1.${direction}.${handoffId}.${requestId}`;
-  const key = createHash('sha256').update(keyText, 'utf8').digest();
-  const associatedData = `com.ostrel.tilvane.handoff|1|${direction}|${handoffId}|${requestId}|1.0.0|${expiresAt}`;
   const plaintext = typeof payload === 'string' ? payload : canonical(payload);
-  const cipher = createCipheriv('aes-256-gcm', key, nonce);
-  cipher.setAAD(Buffer.from(associatedData, 'utf8'));
-  const body = Buffer.concat([cipher.update(plaintext, 'utf8'), cipher.final()]);
-  const tag = cipher.getAuthTag();
-  const ciphertext = Buffer.concat([nonce, body, tag]).toString('base64url');
-  const envelope = canonical({
-    namespace: 'com.ostrel.tilvane.handoff', schemaVersion: 1, direction, handoffId, requestId, sdkVersion: '1.0.0',
-    createdAt: dateText(Math.floor(createdAt)), expiresAt: dateText(expiresAt), ciphertext,
-  });
+  const { expires, tag, ciphertext, envelope } = seal(plaintext, nonce, { ...about, createdAt });
   return {
-    name, direction, handoffId, requestId, createdAt, expiresAt, key: key.toString('base64'), associatedData,
-    nonce: nonce.toString('base64'), plaintext, tag: tag.toString('base64'), ciphertext, envelope,
+    name, ...about, createdAt, expiresAt: expires, key: keyOf(...Object.values(about)).toString('base64'),
+    associatedData: associatedData(...Object.values(about), expires), nonce: nonce.toString('base64'), plaintext,
+    tag: tag.toString('base64'), ciphertext, envelope: canonical(envelope),
   };
 }
 

@@ -2,15 +2,15 @@
 //
 // Takes { link, envelope, now, form, answer } as JSON on standard input: the link, the text on the pasteboard if there
 // is one, the seconds since 1970, and the items to be answered by "inline", "gzip" or "pasteboard". Holds the link to
-// every promise of its form, and writes { form, request, callback, envelope }: what came in by which form, the URL to be
-// opened, and the text to be put on the pasteboard. The status is 0 only if all was as promised.
+// every promise of its form, and writes { form, request, callback, envelope }: what came in by which form, the URL to
+// be opened, and the text to be put on the pasteboard. The status is 0 only if all was as promised.
 import assert from 'node:assert/strict';
-import { createCipheriv, createDecipheriv, createHash, randomBytes } from 'node:crypto';
+import { createDecipheriv, randomBytes } from 'node:crypto';
 import { readFileSync } from 'node:fs';
 import { gunzipSync, gzipSync } from 'node:zlib';
-import { canonical, dateText, query, readBase64URL, readCanonical, readDate, readLink } from './wire.mjs';
+import { associatedData, dateText, keyOf, NAMESPACE, query, readBase64URL, readCanonical, readDate, readLink,
+  SDK_VERSION, seal } from './wire.mjs';
 
-const SDK_VERSION = '1.0.0';
 const LIFETIME = 300;
 const NONCE_SIZE = 12;
 const TAG_SIZE = 16;
@@ -44,17 +44,11 @@ function readGzip(items) {
   return payload;
 }
 
-const keyOf = (direction, handoffId, requestId) =>
-  createHash('sha256').update(`ostrel.tilvane.handoff.v1.${direction}.${handoffId}.${requestId}`, 'utf8').digest();
-
-const associatedData = (direction, handoffId, requestId, expires) => Buffer.from(
-  ['com.ostrel.tilvane.handoff', '1', direction, handoffId, requestId, SDK_VERSION, expires].join('|'), 'utf8');
-
 function open({ direction, handoffId, requestId, expiresAt, ciphertext }) {
   const box = readBase64URL(ciphertext);
   assert(box.length >= NONCE_SIZE + TAG_SIZE);
   const cipher = createDecipheriv('aes-256-gcm', keyOf(direction, handoffId, requestId), box.subarray(0, NONCE_SIZE));
-  cipher.setAAD(associatedData(direction, handoffId, requestId, readDate(expiresAt)));
+  cipher.setAAD(Buffer.from(associatedData(direction, handoffId, requestId, readDate(expiresAt)), 'utf8'));
   cipher.setAuthTag(box.subarray(-TAG_SIZE));
   return Buffer.concat([cipher.update(box.subarray(NONCE_SIZE, -TAG_SIZE)), cipher.final()]);
 }
@@ -68,7 +62,7 @@ function readHandoff(items) {
   const { ciphertext, ...rest } = envelope;
   const created = Math.floor(now);
   assert.deepEqual(rest, {
-    namespace: 'com.ostrel.tilvane.handoff', schemaVersion: 1, direction: 'request', handoffId: items.get('handoffId'),
+    namespace: NAMESPACE, schemaVersion: 1, direction: 'request', handoffId: items.get('handoffId'),
     requestId: items.get('requestId'), sdkVersion: SDK_VERSION, createdAt: dateText(created),
     expiresAt: dateText(created + LIFETIME),
   });
@@ -97,26 +91,15 @@ function answerByGzip(requestId) {
   ] };
 }
 
-function seal(text, ...about) {
-  const nonce = randomBytes(NONCE_SIZE);
-  const cipher = createCipheriv('aes-256-gcm', keyOf(...about.slice(0, 3)), nonce);
-  cipher.setAAD(associatedData(...about));
-  const body = Buffer.concat([cipher.update(text, 'utf8'), cipher.final()]);
-  return Buffer.concat([nonce, body, cipher.getAuthTag()]).toString('base64url');
-}
-
 function answerByHandoff(requestId) {
   const handoffId = randomBytes(32).toString('base64url');
-  const expires = Math.floor(now + LIFETIME);
-  const envelope = json({
-    ciphertext: seal(json({ queryItems: asked.answer }), 'result', handoffId, requestId, expires),
-    namespace: 'com.ostrel.tilvane.handoff', schemaVersion: 1, direction: 'result', handoffId, requestId,
-    sdkVersion: SDK_VERSION, createdAt: dateText(Math.floor(now)), expiresAt: dateText(expires),
-  });
-  return { items: [['transport', 'pasteboard'], ['resultHandoffId', handoffId]], envelope };
+  const about = { direction: 'result', handoffId, requestId, createdAt: now };
+  const { envelope } = seal(json({ queryItems: asked.answer }), randomBytes(NONCE_SIZE), about);
+  return { items: [['transport', 'pasteboard'], ['resultHandoffId', handoffId]], envelope: json(envelope) };
 }
 
-const answers = { inline: () => ({ items: Object.entries(asked.answer) }), gzip: answerByGzip, pasteboard: answerByHandoff };
+const answerInline = () => ({ items: Object.entries(asked.answer) });
+const answers = { inline: answerInline, gzip: answerByGzip, pasteboard: answerByHandoff };
 
 const items = readLink(asked.link);
 const form = items.get('transport') ?? 'inline';

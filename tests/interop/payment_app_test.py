@@ -26,8 +26,8 @@ FULL = {"requestId": "Ä|1.2 /&=+%", "amount": "1000000000000.01", "tip": "0.10"
         "currency": "EUR", "callbackURL": "myshop://done/till/4?lane=a%20b&x=1", "customId": "", "notes": NOTES,
         "credentials": {"basicToken": "s3cret+/=", "accountId": "Konto №7", "environment": "cert"},
         "requiresReaderReady": False}
-FULL_SENT = {"request_id": "Ä|1.2 /&=+%", "amount": "1000000000000.01", "tip": "0.1", "type": "auth", "currency": "EUR",
-             "return_url": "myshop://done/till/4?lane=a%20b&x=1", "custom_id": "", "notes": NOTES,
+FULL_SENT = {"request_id": "Ä|1.2 /&=+%", "amount": "1000000000000.01", "tip": "0.1", "type": "auth",
+             "currency": "EUR", "return_url": "myshop://done/till/4?lane=a%20b&x=1", "custom_id": "", "notes": NOTES,
              "credentials": {"basic_token": "s3cret+/=", "account_id": "Konto №7", "environment": "CERT"},
              "require_reader_ready": False}
 ANSWER = {"request_id": FULL["requestId"], "status": "approved", "approval_code": "00/7 + 1&2=3",

@@ -1,5 +1,9 @@
 // The texts that a link and an envelope are made of, read as strictly as they are promised to be written.
 import assert from 'node:assert/strict';
+import { createCipheriv, createHash } from 'node:crypto';
+
+export const SDK_VERSION = '1.0.0';
+export const NAMESPACE = 'com.ostrel.tilvane.handoff';
 
 // JSON with its keys in ascending order, slashes escaped, no white space.
 export function canonical(value) {
@@ -48,4 +52,25 @@ export function readLink(link) {
   const byName = new Map(items);
   assert.equal(byName.size, items.length);
   return byName;
+}
+
+export const keyOf = (direction, handoffId, requestId) =>
+  createHash('sha256').update(`ostrel.tilvane.handoff.v1.${direction}.${handoffId}.${requestId}`, 'utf8').digest();
+
+export const associatedData = (direction, handoffId, requestId, expires) =>
+  [NAMESPACE, '1', direction, handoffId, requestId, SDK_VERSION, expires].join('|');
+
+// The sealed text, with its tag and the envelope's record, whose JSON its writer may lay out as it likes.
+export function seal(text, nonce, { direction, handoffId, requestId, createdAt }) {
+  const expires = Math.floor(createdAt + 300);
+  const cipher = createCipheriv('aes-256-gcm', keyOf(direction, handoffId, requestId), nonce);
+  cipher.setAAD(Buffer.from(associatedData(direction, handoffId, requestId, expires), 'utf8'));
+  const body = Buffer.concat([cipher.update(text, 'utf8'), cipher.final()]);
+  const tag = cipher.getAuthTag();
+  const ciphertext = Buffer.concat([nonce, body, tag]).toString('base64url');
+  const envelope = {
+    namespace: NAMESPACE, schemaVersion: 1, direction, handoffId, requestId, sdkVersion: SDK_VERSION,
+    createdAt: dateText(Math.floor(createdAt)), expiresAt: dateText(expires), ciphertext,
+  };
+  return { expires, tag, ciphertext, envelope };
 }
