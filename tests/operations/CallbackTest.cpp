@@ -125,19 +125,6 @@ TEST(CallbackFields, AreTheRawTextsOfTheFirstItemsOfTheirNames) {
                                                                                    .errorCode = "c",
                                                                                    .errorMessage = ""}));
 
-  url = parsedURL(
-      "a://b?request_id=A&result=approved&transactionType=auth&transactionId=T&approvedAmount=1.0"
-      "&original_transaction_id=O&errorCode=c&error_message=m");
-  EXPECT_EQ(responseOf(TilvaneGo::parseCaptureResult(url)), CaptureResponse({.callbackURL = url,
-                                                                             .requestId = "A",
-                                                                             .status = "approved",
-                                                                             .type = "auth",
-                                                                             .transactionId = "T",
-                                                                             .approvedAmount = "1.0",
-                                                                             .originalTransactionId = "O",
-                                                                             .errorCode = "c",
-                                                                             .errorMessage = "m"}));
-
   url = parsedURL("a://b?sessionId=A&status=masked&clearPan=4111%201&clear_track2=;1=2?%00&code=c&message=m");
   EXPECT_EQ(responseOf(TilvaneGo::parseClearDataResult(url)), ClearDataResponse({.callbackURL = url,
                                                                                  .requestId = "A",
@@ -146,15 +133,6 @@ TEST(CallbackFields, AreTheRawTextsOfTheFirstItemsOfTheirNames) {
                                                                                  .clearTrack2 = ";1=2?\0"s,
                                                                                  .errorCode = "c",
                                                                                  .errorMessage = "m"}));
-
-  url = parsedURL("a://b?request_id=A&status=rebooted&responseCode=500&reader_serial=%20S&code=c&message=m");
-  EXPECT_EQ(responseOf(TilvaneGo::parseRebootResult(url)), RebootResponse({.callbackURL = url,
-                                                                           .requestId = "A",
-                                                                           .status = "rebooted",
-                                                                           .responseCode = 500,
-                                                                           .readerSerial = " S",
-                                                                           .errorCode = "c",
-                                                                           .errorMessage = "m"}));
 
   url = parsedURL(
       "a://b?request_id=A&status=ok&txn_id=T&authCode=1&message=p&entryMode=NFC&cardBrand=VISA"
