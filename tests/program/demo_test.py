@@ -1,11 +1,9 @@
 """The demo: every operation out and back, readable, and without secrets."""
 
 import os
-import pty
-import subprocess
 import unittest
 
-from running import PROGRAM, run
+from running import on_terminal, run
 
 
 def results(*arguments):
@@ -51,22 +49,12 @@ class Demo(unittest.TestCase):
             self.assertNotIn(secret, shown)
 
     def test_colours_are_for_terminals_that_want_them(self):
-        def on_terminal(**environment):
-            controller, terminal = pty.openpty()
+        def shown(**environment):
             environment = {k: v for k, v in os.environ.items() if k != "NO_COLOR"} | environment
-            with subprocess.Popen([PROGRAM, "demo", "--transport", "urlScheme"], stdout=terminal, env=environment):
-                os.close(terminal)
-                shown = b""
-                try:
-                    while chunk := os.read(controller, 4096):
-                        shown += chunk
-                except OSError:
-                    pass  # what a terminal gives at its end
-            os.close(controller)
-            return shown
+            return on_terminal("stdout", "demo", "--transport", "urlScheme", env=environment)[1]
 
-        self.assertIn(b"\x1b[", on_terminal())
-        self.assertNotIn(b"\x1b[", on_terminal(NO_COLOR="1"))
+        self.assertIn(b"\x1b[", shown())
+        self.assertNotIn(b"\x1b[", shown(NO_COLOR="1"))
         self.assertNotIn(b"\x1b[", run("demo").stdout)
 
 

@@ -2,12 +2,10 @@
 
 import base64
 import os
-import pty
 import re
-import subprocess
 import unittest
 
-from running import PROGRAM, InDirectory, run
+from running import InDirectory, on_terminal, run
 from servers import RESET, SILENCE, ScriptedServer, answer
 
 # As a till without a proxy of its own would run it.
@@ -163,13 +161,8 @@ class Answers(InDirectory):
     def test_progress_is_shown_on_a_terminal_alone(self):
         with ScriptedServer(answer(body=b"x" * 5000)) as server:
             self.assertEqual(send("GET", server.url(), "--progress"), (0, b"x" * 5000, b""))
-        terminal, end = pty.openpty()
         with ScriptedServer(answer(body=b"x" * 5000)) as server:
-            done = subprocess.run([PROGRAM, "send", "GET", server.url(), "--progress"], stdout=subprocess.PIPE, stderr=end,
-                                  env=ENVIRONMENT, timeout=60)
-        os.close(end)
-        with open(terminal, "rb", buffering=0) as screen:
-            shown = screen.read(65536)
+            done, shown = on_terminal("stderr", "send", "GET", server.url(), "--progress", env=ENVIRONMENT)
         self.assertEqual((done.returncode, done.stdout), (0, b"x" * 5000))
         self.assertIn(b"[" + b"#" * 30 + b"] 100% of 5.0 kB", shown)
         self.assertTrue(shown.endswith(b"\r\x1b[K"), shown)

@@ -1,14 +1,13 @@
-"""Runs `tilvanego sandbox` as a process. Its one argument is the program."""
+"""The payment application as a command: what it shows of a link, and how it answers."""
 
-import json
 import os
 import pty
 import subprocess
-import sys
 import tempfile
 import unittest
 
-PROGRAM = sys.argv.pop(1)
+from running import PROGRAM
+
 PAYMENT = ("tilvanego://payment/v1/start?request_id=A-1&amount={}&type=sale&currency=EUR&return_url=shop://done"
            "&basic_token=s3cret&account_id=acc&environment=CERT&require_reader_ready=true")
 
