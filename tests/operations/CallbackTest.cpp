@@ -150,13 +150,13 @@ TEST(CallbackFields, AreTheRawTextsOfTheFirstItemsOfTheirNames) {
 }
 
 TEST(CallbackIntegers, AreSignedDigitsThatFit64Bits) {
-  using Limits = std::numeric_limits<std::int64_t>;
-  std::map<std::string, std::optional<std::int64_t>> texts{{"0", 0},
-                                                           {"+7", 7},
-                                                           {"-7", -7},
-                                                           {"007", 7},
-                                                           {"9223372036854775807", Limits::max()},
-                                                           {"-9223372036854775808", Limits::min()}};
+  std::map<std::string, std::optional<std::int64_t>> texts;
+  for (const std::int64_t number :
+       {std::int64_t{0}, std::int64_t{-7}, std::numeric_limits<std::int64_t>::max(),
+        std::numeric_limits<std::int64_t>::min()}) {
+    texts[std::to_string(number)] = number;
+  }
+  texts["+7"] = texts["007"] = 7;
   for (const char* text : {"9223372036854775808", "-9223372036854775809", "", "+", "-", "+-7", "7%20", "%207",
                            "7x", "7.0", "%D9%A7", "7%00"}) {
     texts[text] = std::nullopt;

@@ -15,6 +15,11 @@ std::string unmatched(const Kind& kind) {
          " return URL.";
 }
 
+std::string inProgress(const Kind& kind) {
+  const std::string name(kind.name);
+  return name + " failure(" + name + "InProgress: " + std::string(kind.inProgress) + ")";
+}
+
 /// A callback URL of the kind's own.
 URL urlOf(const Kind& kind, std::string_view query = "") {
   return parsedURL("myshop://" + std::string(kind.name) + std::string(query));
@@ -46,11 +51,8 @@ TEST_P(EachKind, IsRefusedWhileItIsPending) {
   const Kind& kind = GetParam();
   TestHost host;
   start(host, kind);
-  host.takeEvents();
   kind.start(host, parsedURL("no/scheme"));
-  const Events events = host.takeEvents();
-  EXPECT_EQ(events.back(), std::string(kind.name) + " failure(" + std::string(kind.name) +
-                               "InProgress: " + std::string(kind.inProgress) + ")");
+  EXPECT_EQ(host.takeEvents().back(), inProgress(kind));
   EXPECT_TRUE(host.sdk->handleCallback(urlOf(kind))) << "the first one waits on";
 }
 
@@ -93,11 +95,8 @@ TEST(SideBySide, EightKindsArePendingAtOnceAndARefundKeepsOutTheOther) {
       if (kind.name != excluded) start(host, kind);
     }
     for (const Kind& kind : allKinds()) EXPECT_EQ((*host.sdk.*kind.isInProgress)(), kind.name != excluded);
-    host.takeEvents();
-    const Kind& late = kindNamed(excluded);
-    start(host, late);
-    EXPECT_EQ(host.takeEvents().back(), std::string(excluded) + " failure(" + std::string(excluded) +
-                                            "InProgress: " + std::string(late.inProgress) + ")");
+    start(host, kindNamed(excluded));
+    EXPECT_EQ(host.takeEvents().back(), inProgress(kindNamed(excluded)));
   }
 }
 

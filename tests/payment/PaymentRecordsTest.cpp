@@ -47,22 +47,16 @@ TEST(PaymentError, DescribesWhatLacksADetail) {
             "The payment callback could not be parsed.");
 }
 
-TEST(PaymentResult, IsVisitedAndComparedAsAVariant) {
-  const PaymentResponse::Fields fields{.callbackURL = callbackURL, .status = "ok"};
-  const PaymentResponse response(fields);
+TEST(PaymentResult, IsComparedWithItsCases) {
+  const PaymentResponse response({.callbackURL = callbackURL, .status = "ok"});
   const PaymentResult success = PaymentResult::Success{response};
-  const PaymentResult failure = PaymentResult::Failure{PaymentError::MissingStatus{}, std::nullopt};
-  EXPECT_NE(success, failure);
   EXPECT_EQ(success, PaymentResult(PaymentResult::Success{response}));
   EXPECT_NE(success, PaymentResult(PaymentResult::Declined{response}));
-  EXPECT_EQ(success.response(), response);
-  EXPECT_EQ(failure.response(), std::nullopt);
   EXPECT_TRUE(success == PaymentResult::Success{response} && PaymentResult::Success{response} == success);
   EXPECT_TRUE(success != PaymentResult::Declined{response} && PaymentResult::Declined{response} != success);
   const PaymentError error = PaymentError::PaymentFailed{"odd"};
   EXPECT_TRUE(error == PaymentError::PaymentFailed{"odd"} && PaymentError::PaymentFailed{"odd"} == error);
   EXPECT_TRUE(error != PaymentError::PaymentFailed{"even"} && PaymentError::MissingStatus{} != error);
-  EXPECT_EQ(std::get<PaymentResult::Failure>(failure).error, PaymentError::MissingStatus{});
 }
 
 }  // namespace
