@@ -8,8 +8,8 @@ import assert from 'node:assert/strict';
 import { createDecipheriv, randomBytes } from 'node:crypto';
 import { readFileSync } from 'node:fs';
 import { gunzipSync, gzipSync } from 'node:zlib';
-import { associatedData, dateText, keyOf, NAMESPACE, query, readBase64URL, readCanonical, readDate, readLink,
-  SDK_VERSION, seal } from './wire.mjs';
+import { associatedData, dateText, keyOf, NAMESPACE, query, readBase64URL, readCanonical, readLink, SDK_VERSION,
+  seal } from './wire.mjs';
 
 const LIFETIME = 300;
 const NONCE_SIZE = 12;
@@ -44,11 +44,11 @@ function readGzip(items) {
   return payload;
 }
 
-function open({ direction, handoffId, requestId, expiresAt, ciphertext }) {
+function open({ direction, handoffId, requestId, ciphertext }) {
   const box = readBase64URL(ciphertext);
   assert(box.length >= NONCE_SIZE + TAG_SIZE);
   const cipher = createDecipheriv('aes-256-gcm', keyOf(direction, handoffId, requestId), box.subarray(0, NONCE_SIZE));
-  cipher.setAAD(Buffer.from(associatedData(direction, handoffId, requestId, readDate(expiresAt)), 'utf8'));
+  cipher.setAAD(Buffer.from(associatedData(direction, handoffId, requestId, Math.floor(now) + LIFETIME), 'utf8'));
   cipher.setAuthTag(box.subarray(-TAG_SIZE));
   return Buffer.concat([cipher.update(box.subarray(NONCE_SIZE, -TAG_SIZE)), cipher.final()]);
 }

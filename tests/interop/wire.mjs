@@ -23,11 +23,6 @@ export function readCanonical(bytes) {
 // Dates are in whole seconds since 1970.
 export const dateText = (seconds) => new Date(seconds * 1000).toISOString().replace('.000Z', 'Z');
 
-export function readDate(text) {
-  assert.match(text, /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$/);
-  return Date.parse(text) / 1000;
-}
-
 export function readBase64URL(text) {
   const bytes = Buffer.from(text, 'base64url');
   assert.equal(bytes.toString('base64url'), text, 'the URL-safe alphabet, no padding');

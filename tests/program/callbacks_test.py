@@ -26,98 +26,85 @@ class Opening(InDirectory):
             self.assertEqual(host.finish(), (0, [{"pending": "payment", "inProgress": True}]))
 
 
-class SocketTest(InDirectory):
-    def host(self, *options):
-        return RunningHost("--callbacks", str(self.socket), *options)
+class Callbacks(InDirectory):
+    def setUp(self):
+        super().setUp()
+        self.host = self.listening()
 
-    def ready(self, host):
-        """Once a host has answered, it listens."""
+    def listening(self):
+        """A host that has answered: it listens from then on."""
+        host = RunningHost("--callbacks", str(self.socket))
+        self.addCleanup(host.__exit__)
         host.ask({"pending": "payment"}, "pending")
+        return host
 
     def callback(self, url):
         return run("callback", str(self.socket), url)
 
+    def sender(self, sent):
+        sender = socket.socket(socket.AF_UNIX)
+        self.addCleanup(sender.close)
+        sender.connect(str(self.socket))
+        sender.sendall(sent)
+        return sender
 
-class Callbacks(SocketTest):
     def test_a_callback_finishes_the_payment_before_its_sender_ends(self):
-        with self.host() as host:
-            host.ask(payment(), "open")
-            done = self.callback("myshop://done?status=approved&request_id=A1")
-            self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
-            self.assertEqual(host.hear("completion")["value"]["case"], "success")
-            self.assertFalse(host.ask({"pending": "payment"}, "pending")["inProgress"])
+        self.host.ask(payment(), "open")
+        done = self.callback("myshop://done?status=approved&request_id=A1")
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
+        self.assertEqual(self.host.hear("completion")["value"]["case"], "success")
+        self.assertFalse(self.host.ask({"pending": "payment"}, "pending")["inProgress"])
 
     def test_a_callback_that_nobody_waits_for_is_delivered_and_warned_of(self):
-        with self.host() as host:
-            self.ready(host)
-            self.assertEqual(self.callback("a:b").returncode, 0)
-            self.assertEqual(host.hear("log")["log"], "warning")
+        self.assertEqual(self.callback("a:b").returncode, 0)
+        self.assertEqual(self.host.hear("log")["log"], "warning")
 
     def test_without_a_host_the_sender_fails_and_says_what_to_start(self):
+        self.host.finish()
         done = self.callback("a:b")
         self.assertEqual(done.returncode, 1)
         self.assertIn(f"tilvanego host --callbacks {self.socket}".encode(), done.stderr)
 
-    def test_what_is_no_url_is_refused(self):
-        with self.host() as host:
-            self.ready(host)
-            self.assertEqual(self.callback("1:2").returncode, 1)
-            for text, reply in [(b"", b"no URL"), (b"1:2", b"no URL"), (b"\xff\0:", b"no URL")]:
-                with socket.socket(socket.AF_UNIX) as sender:
-                    sender.connect(str(self.socket))
-                    sender.sendall(text)
-                    sender.shutdown(socket.SHUT_WR)
-                    self.assertIn(reply, sender.recv(4096))
-            self.ready(host)
-
-    def test_a_url_beyond_the_limit_is_refused(self):
-        with self.host() as host, socket.socket(socket.AF_UNIX) as sender:
-            self.ready(host)
-            sender.connect(str(self.socket))
-            with self.assertRaises(OSError):
-                while True:
-                    sender.sendall(b"x" * (1 << 20))
-            self.ready(host)
+    def test_what_is_no_url_or_beyond_the_limit_is_refused(self):
+        self.assertEqual(self.callback("1:2").returncode, 1)
+        for text in [b"", b"1:2", b"\xff\0:"]:
+            sender = self.sender(text)
+            sender.shutdown(socket.SHUT_WR)
+            self.assertIn(b"no URL", sender.recv(4096))
+        sender = self.sender(b"")
+        with self.assertRaises(OSError):
+            while True:
+                sender.sendall(b"x" * (1 << 20))
+        self.assertEqual(self.callback("a:b").returncode, 0)
 
     def test_senders_that_stall_hold_up_nobody(self):
-        with self.host() as host:
-            self.ready(host)
-            stalled = [socket.socket(socket.AF_UNIX) for _ in range(10)]
-            for one in stalled:
-                one.connect(str(self.socket))
-                one.sendall(b"a:")
-            self.assertEqual(self.callback("a:b").returncode, 0)
-            for one in stalled:
-                one.close()
-            self.assertEqual(self.callback("a:b").returncode, 0)
+        stalled = [self.sender(b"a:") for _ in range(10)]
+        self.assertEqual(self.callback("a:b").returncode, 0)
+        for one in stalled:
+            one.close()
+        self.assertEqual(self.callback("a:b").returncode, 0)
 
     def test_the_socket_is_the_users_alone_and_gone_afterwards(self):
-        for end in [lambda host: host.finish(), lambda host: host.process.send_signal(signal.SIGTERM)]:
-            with self.host() as host:
-                self.ready(host)
-                self.assertEqual(stat.S_IMODE(os.lstat(self.socket).st_mode), 0o600)
-                end(host)
-                host.process.wait(60)
+        for host, end in [(self.host, lambda host: host.finish()),
+                          (None, lambda host: host.process.send_signal(signal.SIGTERM))]:
+            host = host or self.listening()
+            self.assertEqual(stat.S_IMODE(os.lstat(self.socket).st_mode), 0o600)
+            end(host)
+            host.process.wait(60)
             self.assertFalse(self.socket.exists())
 
-    def test_an_abandoned_socket_is_replaced(self):
-        with self.host() as host:
-            self.ready(host)
+    def test_an_abandoned_socket_is_replaced_and_nothing_else(self):
+        done = run("host", "--callbacks", str(self.socket))
+        self.assertEqual((done.returncode, done.stdout), (1, b""))
+        self.assertIn(b"Another host", done.stderr)
+        self.assertEqual(self.callback("a:b").returncode, 0)
+        self.host.process.kill()
+        self.host.process.wait(60)
         self.assertTrue(self.socket.is_socket())
-        with self.host() as host:
-            self.ready(host)
-
-    def test_what_isnt_an_abandoned_socket_stays(self):
+        self.listening().finish()
         self.socket.write_text("mine")
         done = run("host", "--callbacks", str(self.socket))
         self.assertEqual((done.returncode, self.socket.read_text()), (1, "mine"))
-        self.socket.unlink()
-        with self.host() as host:
-            self.ready(host)
-            done = run("host", "--callbacks", str(self.socket))
-            self.assertEqual((done.returncode, done.stdout), (1, b""))
-            self.assertIn(b"Another host", done.stderr)
-            self.assertEqual(self.callback("a:b").returncode, 0)
 
     def test_a_path_that_no_socket_can_have_is_an_error(self):
         for path in [str(self.directory / ("x" * 120)), str(self.directory / "missing" / "socket")]:
