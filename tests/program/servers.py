@@ -34,7 +34,7 @@ class Connection(http.server.BaseHTTPRequestHandler):
         body = self.rfile.read(int(self.headers.get("Content-Length") or 0))
         script = self.server.script
         script.requests.append(Request(self.requestline, self.headers, body))
-        given = script.answers.pop(0) if script.answers else answer("599 No answer left")
+        given = script.answers.pop(0) if script.answers else script.always(script.requests[-1])
         self.close_connection = given in (RESET, SILENCE)
         if given is RESET:
             self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
@@ -53,6 +53,8 @@ class Connection(http.server.BaseHTTPRequestHandler):
 class ScriptedServer:
     """Gives its answers in their order, whatever is asked, and keeps the requests. An answer is bytes, or one of the
     above. Speaks TLS with a certificate that it makes in the file `secure`."""
+
+    always = staticmethod(lambda request: answer("599 No answer left"))  # what it gives when none is left
 
     def __init__(self, *answers, secure=None):
         self.answers, self.requests = list(answers), []
