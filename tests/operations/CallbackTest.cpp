@@ -95,12 +95,9 @@ TEST(FailureText, SaysMessageAndCodeAsFarAsTheyCame) {
 }
 
 TEST(FailureText, KnowsShortKeysWhereTheKindDoes) {
-  const auto text = [](std::string_view kind) {
-    return kindNamed(kind).parse(parsedURL("a://b?status=failed&code=51&message=No"));
-  };
-  EXPECT_EQ(text("transactionList"), "failure(transactionListFailed: No)+") << "no code";
-  EXPECT_EQ(text("save"), "failure(saveFailed: Save failed with code 51.)+")
-      << "the message is the processor's";
+  const URL url = parsedURL("a://b?status=failed&code=51&message=No");
+  EXPECT_EQ(kindNamed("transactionList").parse(url), "failure(transactionListFailed: No)+");
+  EXPECT_EQ(kindNamed("save").parse(url), "failure(saveFailed: Save failed with code 51.)+");
 }
 
 /// The response to `url`, which brings every field.

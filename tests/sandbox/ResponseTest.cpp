@@ -66,15 +66,14 @@ TEST(Response, KeepsWhatTheHostPutIntoItsURL) {
 }
 
 TEST(Response, IsTheSameForTheSameRequestAndAnotherForAnother) {
-  const std::string payment = "start?amount=1&type=sale&currency=EUR&require_reader_ready=true&request_id=";
-  EXPECT_EQ(responseItems(linkOf(payment + "1"), Outcome::approve),
-            responseItems(linkOf(payment + "1"), Outcome::approve));
-  const auto idOf = [&](const std::string& requestId) {
-    return responseItems(linkOf(payment + requestId), Outcome::approve).at(4);
+  const auto itemsOf = [](const std::string& requestId) {
+    return responseItems(linkOf("capture?amount=1&transaction_id=T&request_id=" + requestId),
+                         Outcome::approve);
   };
-  EXPECT_EQ(idOf("1").name, "transaction_id");
-  EXPECT_EQ(idOf("1").value->size(), 12U);
-  EXPECT_NE(idOf("1"), idOf("2"));
+  EXPECT_EQ(itemsOf("1"), itemsOf("1"));
+  EXPECT_EQ(itemsOf("1").at(3).name, "transaction_id");
+  EXPECT_EQ(itemsOf("1").at(3).value->size(), 12U);
+  EXPECT_NE(itemsOf("1").at(3), itemsOf("2").at(3));
 }
 
 TEST(Response, RefusesWhatTheRequestCantBeAnsweredWith) {
@@ -87,6 +86,11 @@ TEST(Response, RefusesWhatTheRequestCantBeAnsweredWith) {
             "the outcome expired needs an answer by pasteboard, and this one travels by url");
   EXPECT_EQ(respond(list, Decision{.transport = Transport::gzip}).error().message,
             "only a payment is answered by gzip");
+  EXPECT_EQ(
+      respond(list, Decision{.word = "saved"}).error().message,
+      "the word \"saved\" isn't transactionList's for the outcome approve: success, succeeded, completed");
+  EXPECT_EQ(respond(list, Decision{.outcome = Outcome::noStatus, .word = "saved"}).error().message,
+            "the outcome no-status has no status word to choose");
 }
 
 TEST(Response, WithoutAnAmountIsAnApproval) {

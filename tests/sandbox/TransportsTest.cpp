@@ -1,5 +1,6 @@
 #include <span>
 
+#include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/sandbox/Response.h>
 
 #include "tests/support/Test.h"
@@ -251,17 +252,6 @@ TEST(Transports, SayWhatIsWrongOnThePasteboard) {
             "the link's request lies on the pasteboard, and this sandbox was given none");
 }
 
-/// A pasteboard that takes nothing, as one in a directory that can't be written.
-class FullPasteboard final : public Pasteboard {
- public:
-  [[nodiscard]] std::optional<std::string> string() const override { return std::nullopt; }
-  [[nodiscard]] std::vector<PasteboardItem> items() const override { return {}; }
-  [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> /*items*/,
-                                                          const PasteboardOptions& /*options*/) override {
-    return std::unexpected("It is full.");
-  }
-};
-
 class NoRandomBytes final : public RandomSource {
  public:
   [[nodiscard]] bool fill(std::span<std::uint8_t> /*bytes*/) override { return false; }
@@ -270,9 +260,10 @@ class NoRandomBytes final : public RandomSource {
 TEST(Transports, NameNoAnswerThatCouldntBeLeft) {
   const auto link = Payment(Transport::gzip).read();
   const Decision decision{.transport = Transport::pasteboard};
-  FullPasteboard full;
-  EXPECT_EQ(respond(*link, decision, {.pasteboard = &full}).error().message,
-            "the pasteboard didn't keep the answer: It is full.");
+  PasteboardStore full("/dev/null/none", std::make_shared<ManualClock>());
+  EXPECT_TRUE(respond(*link, decision, {.pasteboard = &full})
+                  .error()
+                  .message.starts_with("the pasteboard didn't keep the answer: "));
   NoRandomBytes none;
   EXPECT_EQ(respond(*link, decision, {.pasteboard = &full, .randomSource = &none}).error().message,
             "the random source gave no bytes for a handoff id");
