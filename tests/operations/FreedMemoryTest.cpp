@@ -115,14 +115,11 @@ TEST_P(FreedMemory, HoldsNoTokenHoweverAnOperationEnds) {
 }
 
 TEST_P(FreedMemory, HoldsNoCompressedToken) {
-  const auto start = [](QuietHost& host) {
-    paymentBy("", PaymentLaunchTransport::gzip()).start(host, done());
-    return host.application->openedURLs().at(0).queryItems()->at(2).value.value();
-  };
   std::string payload;
   {
     QuietHost host;
-    payload = start(host);
+    paymentBy("", PaymentLaunchTransport::gzip()).start(host, done());
+    payload = host.application->openedURLs().at(0).queryItems()->at(2).value.value();
   }
   const Bytes gzip = base64URLDecode(payload).value();
   const std::string_view bytes(reinterpret_cast<const char*>(gzip.data()), gzip.size());
