@@ -20,11 +20,11 @@ const { now, ...asked } = JSON.parse(readFileSync(0, 'utf8'));
 function readInline(items) {
   const order = ['request_id', 'amount', 'type', 'currency', 'return_url', 'tip', 'custom_id', 'notes', 'basic_token',
     'account_id', 'environment', 'require_reader_ready'];
-  assert.deepEqual([...items.keys()], order.filter((name) => items.has(name)));
+  assert.deepEqual([...items.keys()], order);
   const { basic_token, account_id, environment, require_reader_ready, ...request } = Object.fromEntries(items);
   assert.match(require_reader_ready, /^(true|false)$/);
   request.require_reader_ready = require_reader_ready === 'true';
-  if (basic_token !== undefined) request.credentials = { basic_token, account_id, environment };
+  request.credentials = { basic_token, account_id, environment };
   return request;
 }
 
@@ -108,6 +108,5 @@ if (form !== 'inline') {
   assert.deepEqual([items.get('requestId'), items.get('callbackUrl')], [request.request_id, request.return_url]);
 }
 const { items: answerItems, envelope } = answers[asked.form](request.request_id);
-const separator = request.return_url.includes('?') ? '&' : '?';
-const callback = `${request.return_url}${separator}${query(answerItems)}`;
+const callback = `${request.return_url}&${query(answerItems)}`;
 process.stdout.write(JSON.stringify({ form, request, callback, envelope }));

@@ -27,9 +27,8 @@ class Requests(InDirectory):
             return server.requests[0]
 
     def file(self, name, content):
-        path = self.directory / name
-        path.write_bytes(content)
-        return str(path)
+        (self.directory / name).write_bytes(content)
+        return str(self.directory / name)
 
     def test_the_method_and_the_query_stand_in_the_request_line(self):
         for arguments, line in [
@@ -43,10 +42,8 @@ class Requests(InDirectory):
             self.assertEqual(self.sent(*arguments).line, line + " HTTP/1.1")
 
     def test_the_last_header_of_a_name_wins(self):
-        request = self.sent("GET", "/", "--header", "X-Till: 1", "--header", "x-till:  2 : 3 ", "--header",
-                            "User-Agent: till/1")
-        self.assertEqual(request.headers.get_all("X-Till"), ["2 : 3"])
-        self.assertEqual(request.headers.get_all("User-Agent"), ["till/1"])
+        request = self.sent("GET", "/", "--header", "User-Agent: 1", "--header", "user-agent:  2 : 3 ")
+        self.assertEqual(request.headers.get_all("User-Agent"), ["2 : 3"])
 
     def test_each_kind_of_body_has_its_content_type(self):
         json_file = self.file("a.json", b'{"n": 1.50, "big": 1e400}\n')
