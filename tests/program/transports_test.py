@@ -10,10 +10,6 @@ from running import PROGRAM, InDirectory, RunningHost, payment
 LONG = "".join(random.Random(1).choices("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789", k=120_000))
 
 
-def by(transport, **fields):
-    return payment(**fields) | {"transport": transport}
-
-
 class ThroughTheStore(InDirectory):
     """A host and a payment application, each a process, with the user's pasteboard between them."""
 
@@ -27,7 +23,7 @@ class ThroughTheStore(InDirectory):
         for transport, answer, notes in [("urlScheme", "same", ""), ("pasteboard", "same", ""), ("gzip", "pasteboard", ""),
                                          ({"automatic": 2000}, "same", LONG)]:
             with self.host("--answer", answer, "--outcome", "approve") as host:
-                paid = host.ask(by(transport, customId="table 7 ü+&", notes=notes), "completion")["value"]
+                paid = host.ask(payment(customId="table 7 ü+&", notes=notes) | {"transport": transport}, "completion")["value"]
                 self.assertEqual((paid["case"], paid["response"]["customId"]), ("success", "table 7 ü+&"))
                 left = host.ask({"getPasteboard": True}, "pasteboard")
                 self.assertEqual(left, {"pasteboard": [], "localOnly": False, "expirationDate": None})

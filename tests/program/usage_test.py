@@ -15,6 +15,8 @@ class Usage(unittest.TestCase):
             done = run(*arguments, "--help")
             self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
             self.assertIn(b"Usage: tilvanego " + " ".join(arguments).encode(), done.stdout)
+        self.assertIn(b".01 decline, .02 cancel, .03 fail, .04 silent, .05 wrong-id, .06 no-status, .07 unknown-status, "
+                      b".08 tampered, .09 expired, any other approve", run("sandbox", "--help").stdout)
 
     def test_wrong_usage_says_what_is_wrong_on_standard_error(self):
         for arguments, named in [
