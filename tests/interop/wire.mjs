@@ -1,5 +1,9 @@
 // The texts that a link and an envelope are made of, read as strictly as they are promised to be written.
 import assert from 'node:assert/strict';
+import { createCipheriv, createHash } from 'node:crypto';
+
+export const SDK_VERSION = '1.0.0';
+export const NAMESPACE = 'com.ostrel.tilvane.handoff';
 
 // JSON with its keys in ascending order, slashes escaped, no white space.
 export function canonical(value) {
@@ -18,11 +22,6 @@ export function readCanonical(bytes) {
 
 // Dates are in whole seconds since 1970.
 export const dateText = (seconds) => new Date(seconds * 1000).toISOString().replace('.000Z', 'Z');
-
-export function readDate(text) {
-  assert.match(text, /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$/);
-  return Date.parse(text) / 1000;
-}
 
 export function readBase64URL(text) {
   const bytes = Buffer.from(text, 'base64url');
@@ -50,14 +49,23 @@ export function readLink(link) {
   return byName;
 }
 
-// A request as it stands in an envelope, whatever form it came in.
-export function checkRequest(request) {
-  const { tip, custom_id: customId, notes, credentials, require_reader_ready: ready, ...texts } = request;
-  assert.deepEqual(Object.keys(texts).sort(), ['amount', 'currency', 'request_id', 'return_url', 'type']);
-  const optional = [tip, customId, notes].filter((text) => text !== undefined);
-  for (const text of [...Object.values(texts), ...optional]) assert.equal(typeof text, 'string');
-  assert.equal(typeof ready, 'boolean');
-  if (credentials === undefined) return;
-  assert.deepEqual(Object.keys(credentials).sort(), ['account_id', 'basic_token', 'environment']);
-  for (const text of Object.values(credentials)) assert.equal(typeof text, 'string');
+export const keyOf = (direction, handoffId, requestId) =>
+  createHash('sha256').update(`ostrel.tilvane.handoff.v1.${direction}.${handoffId}.${requestId}`, 'utf8').digest();
+
+export const associatedData = (direction, handoffId, requestId, expires) =>
+  [NAMESPACE, '1', direction, handoffId, requestId, SDK_VERSION, expires].join('|');
+
+// The sealed text, with its tag and the envelope's record, whose JSON its writer may lay out as it likes.
+export function seal(text, nonce, { direction, handoffId, requestId, createdAt }) {
+  const expires = Math.floor(createdAt + 300);
+  const cipher = createCipheriv('aes-256-gcm', keyOf(direction, handoffId, requestId), nonce);
+  cipher.setAAD(Buffer.from(associatedData(direction, handoffId, requestId, expires), 'utf8'));
+  const body = Buffer.concat([cipher.update(text, 'utf8'), cipher.final()]);
+  const tag = cipher.getAuthTag();
+  const ciphertext = Buffer.concat([nonce, body, tag]).toString('base64url');
+  const envelope = {
+    namespace: NAMESPACE, schemaVersion: 1, direction, handoffId, requestId, sdkVersion: SDK_VERSION,
+    createdAt: dateText(Math.floor(createdAt)), expiresAt: dateText(expires), ciphertext,
+  };
+  return { expires, tag, ciphertext, envelope };
 }

@@ -4,9 +4,6 @@
 namespace tilvanego::test {
 namespace {
 
-constexpr std::string_view clearPan = "4111222233334444";
-constexpr std::string_view clearTrack2 = "4111222233334444=2912";
-
 /// Everything that the library shows or says of itself; not the links that it opens.
 std::string shown(const TestHost& host) {
   std::string text;
@@ -14,23 +11,6 @@ std::string shown(const TestHost& host) {
     if (!event.starts_with("open ")) text += event + "\n";
   }
   return text;
-}
-
-/// Callbacks that hold card data in clear and end in each kind of failure, and in none.
-const std::vector<std::string>& hostileQueries() {
-  static const std::string card =
-      "clear_pan=4111222233334444&clearTrack2=4111222233334444%3D2912&basic_token=t0ken";
-  static const std::vector<std::string> queries{
-      "?" + card,
-      "?" + card + "&status=whatever",
-      "?" + card + "&status=success",
-      "?" + card + "&status=masked",
-      "?" + card +
-          "&status=success&transactionList=[{\"amount\":1,\"transactionDetails\":\"4111222233334444\"}]",
-      "?" + card + "&status=success&transactionList=4111222233334444",
-      "?" + card + "&request_id=other",
-  };
-  return queries;
 }
 
 TEST(Secrets, AreShownByNoKindOnItsWayOut) {
@@ -47,35 +27,26 @@ TEST(Secrets, AreShownByNoKindOnItsWayOut) {
   }
 }
 
-TEST(Secrets, AreOpenedAllTheSame) {
-  for (const std::string_view name : {"initialization", "fullRefund", "partialRefund", "save", "payment"}) {
-    TestHost host;
-    kindNamed(name).start(host, parsedURL("myshop://done"));
-    EXPECT_NE(host.application->openedURLs().at(0).absoluteString().find(secretToken), std::string::npos)
-        << name;
-  }
-}
-
 TEST(Secrets, OfACallbackAreShownByNoKind) {
-  for (const Kind& kind : allKinds()) {
-    for (const std::string& query : hostileQueries()) {
+  const std::string card =
+      "?clear_pan=4111222233334444&clearTrack2=4111222233334444%3D2912&basic_token=t0ken";
+  // They end in each kind of failure, and in none.
+  for (const std::string_view rest :
+       {"", "&status=whatever", "&status=success", "&status=masked", "&request_id=other",
+        R"(&status=success&transactionList=[{"amount":1,"transactionDetails":"4111222233334444"}])",
+        "&status=success&transactionList=4111222233334444"}) {
+    for (const Kind& kind : allKinds()) {
+      const std::string query = card + std::string(rest);
       TestHost host;
       kind.start(host, parsedURL("myshop://done"));
       EXPECT_FALSE(host.sdk->handleCallback(parsedURL("myshop://elsewhere" + query)));
       EXPECT_TRUE(host.sdk->handleCallback(parsedURL("myshop://done" + query)));
       EXPECT_FALSE(host.sdk->handleCallback(parsedURL("myshop://done" + query)));
       const std::string text = shown(host);
-      EXPECT_EQ(text.find(clearPan), std::string::npos) << kind.name << " " << text;
-      EXPECT_EQ(text.find(clearTrack2), std::string::npos) << kind.name << " " << text;
-      EXPECT_EQ(text.find(secretToken), std::string::npos) << kind.name << " " << text;
+      EXPECT_FALSE(text.contains("4111222233334444")) << kind.name << " " << text;
+      EXPECT_FALSE(text.contains(secretToken)) << kind.name << " " << text;
     }
   }
-}
-
-TEST(Secrets, OfACardReachTheResponse) {
-  const auto result = TilvaneGo::parseClearDataResult(parsedURL("myshop://done" + hostileQueries()[2]));
-  EXPECT_EQ(result.value().response().value().clearPan(), clearPan);
-  EXPECT_EQ(result.value().response().value().clearTrack2(), clearTrack2);
 }
 
 template <typename T>

@@ -6,26 +6,16 @@ import socket
 import stat
 import unittest
 
-from running import PROGRAM, InDirectory, RunningHost, payment, run
+from running import InDirectory, RunningHost, payment, run
 
 
 class Opening(InDirectory):
-    def outcome(self, command):
-        with RunningHost("--open", command) as host:
-            host.tell(payment())
-            host.hear("open")
-            return host.hear("completion")["value"]["error"]
-
-    def test_a_command_that_fails_or_isnt_there_counts_as_not_opened(self):
-        for command in ["false", "sh -c 'exit 3'", str(self.directory / "missing")]:
-            self.assertEqual(self.outcome(command), "paymentAppNotInstalled")
-
-    def test_the_link_is_the_commands_last_argument(self):
+    def test_the_link_is_the_commands_last_argument_and_a_command_that_fails_opened_nothing(self):
         kept = self.directory / "kept"
         with RunningHost("--open", f"sh -c 'printf %s \"$2\" > \"$1\"; exit 1' sh {kept}") as host:
             host.tell(payment(notes="a 'b' $(c)"))
             link = host.hear("open")["open"]
-            host.hear("completion")
+            self.assertEqual(host.hear("completion")["value"]["error"], "paymentAppNotInstalled")
         self.assertEqual(kept.read_text(), link)
 
     def test_an_opened_link_leaves_the_payment_pending_and_the_end_of_input_ends_the_host(self):
@@ -36,123 +26,89 @@ class Opening(InDirectory):
             self.assertEqual(host.finish(), (0, [{"pending": "payment", "inProgress": True}]))
 
 
-class SocketTest(InDirectory):
-    def host(self, *options):
-        return RunningHost("--callbacks", str(self.socket), *options)
+class Callbacks(InDirectory):
+    def setUp(self):
+        super().setUp()
+        self.host = self.listening()
 
-    def ready(self, host):
-        """Once a host has answered, it listens."""
+    def listening(self):
+        """A host that has answered: it listens from then on."""
+        host = RunningHost("--callbacks", str(self.socket))
+        self.addCleanup(host.__exit__)
         host.ask({"pending": "payment"}, "pending")
+        return host
 
     def callback(self, url):
         return run("callback", str(self.socket), url)
 
+    def sender(self, sent):
+        sender = socket.socket(socket.AF_UNIX)
+        self.addCleanup(sender.close)
+        sender.connect(str(self.socket))
+        sender.sendall(sent)
+        return sender
 
-class Callbacks(SocketTest):
     def test_a_callback_finishes_the_payment_before_its_sender_ends(self):
-        with self.host() as host:
-            host.ask(payment(), "open")
-            done = self.callback("myshop://done?status=approved&request_id=A1")
-            self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
-            self.assertEqual(host.hear("completion")["value"]["case"], "success")
-            self.assertFalse(host.ask({"pending": "payment"}, "pending")["inProgress"])
+        self.host.ask(payment(), "open")
+        done = self.callback("myshop://done?status=approved&request_id=A1")
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
+        self.assertEqual(self.host.hear("completion")["value"]["case"], "success")
+        self.assertFalse(self.host.ask({"pending": "payment"}, "pending")["inProgress"])
 
     def test_a_callback_that_nobody_waits_for_is_delivered_and_warned_of(self):
-        with self.host() as host:
-            self.ready(host)
-            self.assertEqual(self.callback("a:b").returncode, 0)
-            self.assertEqual(host.hear("log")["log"], "warning")
+        self.assertEqual(self.callback("a:b").returncode, 0)
+        self.assertEqual(self.host.hear("log")["log"], "warning")
 
     def test_without_a_host_the_sender_fails_and_says_what_to_start(self):
+        self.host.finish()
         done = self.callback("a:b")
         self.assertEqual(done.returncode, 1)
         self.assertIn(f"tilvanego host --callbacks {self.socket}".encode(), done.stderr)
 
-    def test_what_is_no_url_is_refused(self):
-        with self.host() as host:
-            self.ready(host)
-            self.assertEqual(self.callback("1:2").returncode, 1)
-            for text, reply in [(b"", b"no URL"), (b"1:2", b"no URL"), (b"\xff\0:", b"no URL")]:
-                with socket.socket(socket.AF_UNIX) as sender:
-                    sender.connect(str(self.socket))
-                    sender.sendall(text)
-                    sender.shutdown(socket.SHUT_WR)
-                    self.assertIn(reply, sender.recv(4096))
-            self.ready(host)
-
-    def test_a_url_beyond_the_limit_is_refused(self):
-        with self.host() as host, socket.socket(socket.AF_UNIX) as sender:
-            self.ready(host)
-            sender.connect(str(self.socket))
-            with self.assertRaises(OSError):
-                while True:
-                    sender.sendall(b"x" * (1 << 20))
-            self.ready(host)
+    def test_what_is_no_url_or_beyond_the_limit_is_refused(self):
+        self.assertEqual(self.callback("1:2").returncode, 1)
+        for text in [b"", b"1:2", b"\xff\0:"]:
+            sender = self.sender(text)
+            sender.shutdown(socket.SHUT_WR)
+            self.assertIn(b"no URL", sender.recv(4096))
+        sender = self.sender(b"")
+        with self.assertRaises(OSError):
+            while True:
+                sender.sendall(b"x" * (1 << 20))
+        self.assertEqual(self.callback("a:b").returncode, 0)
 
     def test_senders_that_stall_hold_up_nobody(self):
-        with self.host() as host:
-            self.ready(host)
-            stalled = [socket.socket(socket.AF_UNIX) for _ in range(10)]
-            for one in stalled:
-                one.connect(str(self.socket))
-                one.sendall(b"a:")
-            self.assertEqual(self.callback("a:b").returncode, 0)
-            for one in stalled:
-                one.close()
-            self.assertEqual(self.callback("a:b").returncode, 0)
+        stalled = [self.sender(b"a:") for _ in range(10)]
+        self.assertEqual(self.callback("a:b").returncode, 0)
+        for one in stalled:
+            one.close()
+        self.assertEqual(self.callback("a:b").returncode, 0)
 
     def test_the_socket_is_the_users_alone_and_gone_afterwards(self):
-        for end in [lambda host: host.finish(), lambda host: host.process.send_signal(signal.SIGTERM)]:
-            with self.host() as host:
-                self.ready(host)
-                self.assertEqual(stat.S_IMODE(os.lstat(self.socket).st_mode), 0o600)
-                end(host)
-                host.process.wait(60)
+        for host, end in [(self.host, lambda host: host.finish()),
+                          (None, lambda host: host.process.send_signal(signal.SIGTERM))]:
+            host = host or self.listening()
+            self.assertEqual(stat.S_IMODE(os.lstat(self.socket).st_mode), 0o600)
+            end(host)
+            host.process.wait(60)
             self.assertFalse(self.socket.exists())
 
-    def test_an_abandoned_socket_is_replaced(self):
-        with self.host() as host:
-            self.ready(host)
+    def test_an_abandoned_socket_is_replaced_and_nothing_else(self):
+        done = run("host", "--callbacks", str(self.socket))
+        self.assertEqual((done.returncode, done.stdout), (1, b""))
+        self.assertIn(b"Another host", done.stderr)
+        self.assertEqual(self.callback("a:b").returncode, 0)
+        self.host.process.kill()
+        self.host.process.wait(60)
         self.assertTrue(self.socket.is_socket())
-        with self.host() as host:
-            self.ready(host)
-
-    def test_what_isnt_an_abandoned_socket_stays(self):
+        self.listening().finish()
         self.socket.write_text("mine")
         done = run("host", "--callbacks", str(self.socket))
         self.assertEqual((done.returncode, self.socket.read_text()), (1, "mine"))
-        self.socket.unlink()
-        with self.host() as host:
-            self.ready(host)
-            done = run("host", "--callbacks", str(self.socket))
-            self.assertEqual((done.returncode, done.stdout), (1, b""))
-            self.assertIn(b"Another host", done.stderr)
-            self.assertEqual(self.callback("a:b").returncode, 0)
 
     def test_a_path_that_no_socket_can_have_is_an_error(self):
         for path in [str(self.directory / ("x" * 120)), str(self.directory / "missing" / "socket")]:
             self.assertEqual(run("host", "--callbacks", path).returncode, 1)
-
-
-class TwoProcesses(SocketTest):
-    """A host and a payment application, each a process, with nothing between them but commands."""
-
-    def paid(self, outcome, **fields):
-        answer = f"{PROGRAM} callback {self.socket}"
-        with self.host("--open", f"{PROGRAM} sandbox --outcome {outcome} --open '{answer}'") as host:
-            host.tell(payment(**fields))
-            return host.hear("completion")["value"]
-
-    def test_a_payment_goes_out_and_comes_back(self):
-        for outcome, case, error in [("approve", "success", None), ("decline", "declined", None),
-                                     ("cancel", "cancelled", None), ("wrong-id", "failure", "requestIdMismatch"),
-                                     ("no-status", "failure", "missingStatus")]:
-            result = self.paid(outcome, customId="table 7 ü+&")
-            self.assertEqual((result["case"], result.get("error")), (case, error))
-        self.assertEqual(self.paid("approve", customId="table 7 ü+&")["response"]["customId"], "table 7 ü+&")
-
-    def test_an_application_that_cant_answer_counts_as_not_opened(self):
-        self.assertEqual(self.paid("tampered")["error"], "paymentAppNotInstalled")
 
 
 if __name__ == "__main__":

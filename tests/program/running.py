@@ -1,8 +1,10 @@
 """Runs the program for the tests beside this file."""
 
+import contextlib
 import json
 import os
 import pathlib
+import pty
 import subprocess
 import tempfile
 import unittest
@@ -20,6 +22,18 @@ def host(*lines):
     done = run("host", given=b"".join(line + b"\n" for line in lines))
     assert done.returncode == 0 and done.stderr == b"", done
     return [json.loads(line) for line in done.stdout.splitlines()]
+
+
+def on_terminal(stream, *arguments, env):
+    """The finished program, one of whose streams is a terminal, and what this shows."""
+    controller, terminal = pty.openpty()
+    done = subprocess.run([PROGRAM, *arguments], **{"stdout": subprocess.PIPE, stream: terminal}, timeout=60, env=env)
+    os.close(terminal)
+    shown = b""
+    with open(controller, "rb", buffering=0) as screen, contextlib.suppress(OSError):  # a terminal's end is an error
+        while chunk := screen.read(4096):
+            shown += chunk
+    return done, shown
 
 
 class RunningHost:

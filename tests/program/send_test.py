@@ -1,14 +1,11 @@
 """`tilvanego send`: what goes out for each option, and what is shown of the answer."""
 
 import base64
-import hashlib
 import os
-import pty
 import re
-import subprocess
 import unittest
 
-from running import PROGRAM, InDirectory, run
+from running import InDirectory, on_terminal, run
 from servers import RESET, SILENCE, ScriptedServer, answer
 
 # As a till without a proxy of its own would run it.
@@ -30,28 +27,23 @@ class Requests(InDirectory):
             return server.requests[0]
 
     def file(self, name, content):
-        path = self.directory / name
-        path.write_bytes(content)
-        return str(path)
+        (self.directory / name).write_bytes(content)
+        return str(self.directory / name)
 
     def test_the_method_and_the_query_stand_in_the_request_line(self):
         for arguments, line in [
             (["GET", "/a?x=1"], "GET /a?x=1"),
-            (["DELETE", "/"], "DELETE /"),
             (["GET", "/a?x=1#f", "--query", "b=x y&z", "--query", "a=", "--query", "b=2=2"],
              "GET /a?a=&b=x%20y%26z&b=2%3D2"),
             (["POST", "/a?x=1", "--form", "f=1", "--query", "q=+é"], "POST /a?q=+%C3%A9"),
             (["PUT", "/", "--query", "=v"], "PUT /?=v"),
-            (["OPTIONS", "/o"], "OPTIONS /o"),
             (["PATCH", "/p", "--form", "a=1"], "PATCH /p"),
         ]:
             self.assertEqual(self.sent(*arguments).line, line + " HTTP/1.1")
 
     def test_the_last_header_of_a_name_wins(self):
-        request = self.sent("GET", "/", "--header", "X-Till: 1", "--header", "x-till:  2 : 3 ", "--header",
-                            "User-Agent: till/1")
-        self.assertEqual(request.fields["x-till"], ["2 : 3"])
-        self.assertEqual(request.fields["user-agent"], ["till/1"])
+        request = self.sent("GET", "/", "--header", "User-Agent: 1", "--header", "user-agent:  2 : 3 ")
+        self.assertEqual(request.headers.get_all("User-Agent"), ["2 : 3"])
 
     def test_each_kind_of_body_has_its_content_type(self):
         json_file = self.file("a.json", b'{"n": 1.50, "big": 1e400}\n')
@@ -64,16 +56,10 @@ class Requests(InDirectory):
              "application/x-www-form-urlencoded"),
             (["--octet", octet_file], b"", b"\0\r\n\xff", "application/octet-stream"),
             (["--octet", "-"], b"\0 from a pipe", b"\0 from a pipe", "application/octet-stream"),
-            (["--octet", "-"], b"", b"", "application/octet-stream"),
+            (["--json", "-", "--header", "content-type: text/csv"], b"{}", b"{}", "text/csv"),
         ]:
             request = self.sent("POST", "/", *options, given=given)
             self.assertEqual((request.body, request.field("Content-Type")), (body, content_type), options)
-
-    def test_a_content_type_of_ones_own_replaces_that_of_the_kind(self):
-        for kind in [["--json", "-"], ["--octet", "-"], ["--form", "a=1"], []]:
-            for name in ["Content-Type", "content-type"]:
-                request = self.sent("PUT", "/", *kind, "--header", f"{name}: text/csv; x=1", given=b"{}")
-                self.assertEqual(request.fields["content-type"], ["text/csv; x=1"], kind)
 
     def test_a_multipart_body_has_values_and_files_in_the_order_of_their_names(self):
         receipt = self.file("receipt 1.pdf", b"%PDF\r\n")
@@ -97,21 +83,6 @@ class Requests(InDirectory):
             self.assertEqual([request.field("Authorization") for request in server.requests],
                              ["", f"Basic {credentials}"])
 
-    def test_a_digest_challenge_is_answered_without_showing_the_password(self):
-        def md5(text):
-            return hashlib.md5(text.encode()).hexdigest()
-
-        def check(request):
-            given = dict(re.findall(r'(\w+)="?([^",]*)"?', request.field("Authorization")))
-            first, second = md5("me:till:secret"), md5("GET:/a?b=1")
-            expected = md5(f"{first}:n0nce:{given['nc']}:{given['cnonce']}:auth:{second}")
-            good = given["username"] == "me" and given["response"] == expected
-            return answer(body=b"in") if good else answer("403 Forbidden")
-
-        challenge = answer("401 Unauthorized", b"", 'WWW-Authenticate: Digest realm="till", nonce="n0nce", qop="auth"')
-        with ScriptedServer(challenge, check) as server:
-            self.assertEqual(send("GET", server.url("/a?b=1"), "--user", "me:secret"), (0, b"in", b""))
-
     def test_a_proxy_gets_the_request(self):
         with ScriptedServer(answer(body=b"by proxy")) as proxy:
             done = send("GET", "http://shop.invalid/a", "--proxy", proxy.url(""))
@@ -123,22 +94,21 @@ class Requests(InDirectory):
 
 class Retries(unittest.TestCase):
     def test_a_broken_connection_and_a_servers_failure_are_tried_again(self):
-        with ScriptedServer(RESET, answer("503 Busy"), answer(body=b"done")) as server:
-            self.assertEqual(send("POST", server.url("/a"), "--form", "a=1", "--retries", "2"), (0, b"done", b""))
+        with ScriptedServer(RESET, answer("503 Busy", b"", "X-Try: 1"), answer("201 Made", b"", "X-Try: 2")) as server:
+            done = send("POST", server.url("/a"), "--form", "a=1", "--retries", "2", "--include")
+            self.assertEqual(done, (0, b"HTTP/1.1 201 Made\nX-Try: 2\nContent-Length: 0\n\n", b""))
             self.assertEqual([request.body for request in server.requests], [b"a=1"] * 3)
 
-    def test_there_are_no_more_sends_than_asked_for(self):
-        for retries, sends in [([], 1), (["--retries", "0"], 1), (["--retries", "2"], 3)]:
-            with ScriptedServer(*[answer("500 No", b"why")] * 5) as server:
+    def test_there_are_no_more_sends_than_asked_for_and_none_that_would_mend_nothing(self):
+        refused = answer("401 No", b"why", 'WWW-Authenticate: Basic realm="r"')
+        for failing, retries, sends in [(answer("500 No", b"why"), [], 1), (answer("500 No", b"why"), ["--retries", "2"], 3),
+                                        (answer("499 No", b"why"), ["--retries", "2"], 1),
+                                        (refused, ["--retries", "2", "--user", "till:wrong"], 2)]:
+            with ScriptedServer(*[failing] * 5) as server:
                 status, output, error = send("PUT", server.url(), *retries)
                 self.assertEqual((status, output, len(server.requests)), (1, b"", sends))
-                self.assertRegex(error, rb"\Aerror: 500: [^\n]+\nwhy\Z")
-
-    def test_what_another_send_would_not_mend_is_sent_once(self):
-        for failing in [answer("404 No"), answer("499 No"), answer("401 No", b"", 'WWW-Authenticate: Basic realm="r"')]:
-            with ScriptedServer(failing, answer()) as server:
-                self.assertEqual(send("GET", server.url(), "--retries", "3")[0], 1)
-                self.assertEqual(len(server.requests), 1)
+                self.assertRegex(error, rb"\Aerror: \d{3}: [^\n]+\nwhy\Z")
+                self.assertNotIn(b"wrong", error)
 
 
 class Answers(InDirectory):
@@ -179,44 +149,24 @@ class Answers(InDirectory):
         self.assertTrue(report.startswith(b"error: 404: "))
         self.assertEqual(rest, head.replace(b"200 Very Good", b"404 Very Bad") + b"body")
 
-    def test_the_head_is_that_of_the_last_send(self):
-        with ScriptedServer(answer("503 Busy", b"", "X-Try: 1"), answer("201 Made", b"", "X-Try: 2")) as server:
-            done = send("GET", server.url(), "--retries", "1", "--include")
-        self.assertEqual(done, (0, b"HTTP/1.1 201 Made\nX-Try: 2\nContent-Length: 0\n\n", b""))
-
-    def test_an_answer_that_is_no_such_record_fails_with_the_answers_status_and_is_shown(self):
-        for body, shown in [(b'{"total": 12}', b"total"), (b"{", b"byte 1"), (b"", b"")]:
-            status, output, error = self.shown(answer("201 Made", body), "--as", "model:Amounts")
+    def test_an_answer_that_isnt_what_was_asked_for_fails_with_its_status_and_is_shown(self):
+        for body, form, shown in [(b'{"total": 12}', "model:Amounts", b"total"), (b"{", "model:Amounts", b"byte 1"),
+                                  (b"", "model:Amounts", b""), (b'{"a": }', "json", b"byte 6")]:
+            status, output, error = self.shown(answer("201 Made", body), "--as", form)
             self.assertEqual((status, output), (1, b""))
             self.assertRegex(error, rb"\Aerror: 201: [^\n]*" + shown + rb"[^\n]*\n" + re.escape(body) + rb"\Z")
-
-    def test_a_json_body_that_isnt_json_fails_with_the_answers_status_and_is_shown(self):
-        status, output, error = self.shown(answer("202 OK", b'{"a": }'), "--as", "json")
-        self.assertEqual((status, output), (1, b""))
-        self.assertRegex(error, rb'\Aerror: 202: [^\n]+byte 6[^\n]*\n\{"a": \}\Z')
 
     def test_progress_is_shown_on_a_terminal_alone(self):
         with ScriptedServer(answer(body=b"x" * 5000)) as server:
             self.assertEqual(send("GET", server.url(), "--progress"), (0, b"x" * 5000, b""))
-        terminal, end = pty.openpty()
         with ScriptedServer(answer(body=b"x" * 5000)) as server:
-            done = subprocess.run([PROGRAM, "send", "GET", server.url(), "--progress"], stdout=subprocess.PIPE, stderr=end,
-                                  env=ENVIRONMENT, timeout=60)
-        os.close(end)
-        with open(terminal, "rb", buffering=0) as screen:
-            shown = screen.read(65536)
+            done, shown = on_terminal("stderr", "send", "GET", server.url(), "--progress", env=ENVIRONMENT)
         self.assertEqual((done.returncode, done.stdout), (0, b"x" * 5000))
         self.assertIn(b"[" + b"#" * 30 + b"] 100% of 5.0 kB", shown)
         self.assertTrue(shown.endswith(b"\r\x1b[K"), shown)
 
 
 class Connections(InDirectory):
-    def test_a_redirect_is_followed(self):
-        moved = answer("302 Found", b"", "Location: /b")
-        with ScriptedServer(moved, answer(body=b"there")) as server:
-            self.assertEqual(send("GET", server.url("/a")), (0, b"there", b""))
-            self.assertEqual(server.requests[1].line, "GET /b HTTP/1.1")
-
     def test_a_secure_server_is_trusted_by_its_certificate_alone(self):
         certificate = self.directory / "certificate.pem"
         with ScriptedServer(answer(body=b"secret"), secure=certificate) as server:
@@ -226,14 +176,6 @@ class Connections(InDirectory):
                 status, output, error = send("GET", server.url(), *trusted)
             self.assertEqual((status, output), (1, b""))
             self.assertRegex(error, rb"\Aerror: -1: [^\n]+\n\Z")
-
-    def test_a_refused_password_isnt_shown(self):
-        challenge = answer("401 Unauthorized", b"who?", 'WWW-Authenticate: Basic realm="till"')
-        with ScriptedServer(challenge, challenge) as server:
-            status, output, error = send("GET", server.url(), "--user", "till:wrong")
-        self.assertEqual((status, output), (1, b""))
-        self.assertRegex(error, rb"\Aerror: 401: [^\n]+\nwho\?\Z")
-        self.assertNotIn(b"wrong", error)
 
 
 class Failures(InDirectory):
@@ -249,14 +191,11 @@ class Failures(InDirectory):
         with ScriptedServer() as server:
             for arguments, cause in [
                 (["GET", "http://[::1"], b"URL"),
-                (["GET", ""], b"URL"),
                 (["POST", server.url(), "--octet", missing], missing.encode()),
                 (["POST", server.url(), "--octet", str(self.directory)], b"directory"),
-                (["POST", server.url(), "--json", missing], missing.encode()),
                 (["POST", server.url(), "--multipart", f"f=@{missing}"], missing.encode()),
                 (["POST", server.url(), "--multipart", "a\nb=1"], b"line end"),
                 (["POST", server.url(), "--json", str(broken)], b"isn't JSON"),
-                (["POST", server.url(), "--json", "-"], b"isn't JSON"),
             ]:
                 error = self.failure(*arguments)
                 self.assertRegex(error, rb"\Aerror: 415: [^\n]+\n\Z")
@@ -276,11 +215,9 @@ class Failures(InDirectory):
         with ScriptedServer() as server:
             for arguments, named in [
                 (["get", server.url()], b"METHOD"),
-                (["FETCH", server.url()], b"METHOD"),
                 (["GET"], b"URL"),
                 (["GET", server.url(), "extra"], b"extra"),
                 (["POST", server.url(), "--json", "-", "--octet", "-"], b"excludes"),
-                (["POST", server.url(), "--form", "a=1", "--multipart", "a=1"], b"excludes"),
                 (["POST", server.url(), "--json", "-", "--json", "-"], b"--json"),
                 (["GET", server.url(), "--form", "a=1"], b"GET"),
                 (["HEAD", server.url(), "--json", "-"], b"HEAD"),
@@ -292,12 +229,9 @@ class Failures(InDirectory):
                 (["GET", server.url(), "--user", "s3cret"], b"--user"),
                 (["GET", server.url(), "--as", "pdf"], b"--as"),
                 (["GET", server.url(), "--as", "model:Unheard"], b"--as"),
-                (["GET", server.url(), "--as", "model:"], b"--as"),
                 (["GET", server.url(), "--retries", "-1"], b"--retries"),
-                (["GET", server.url(), "--retries", "some"], b"--retries"),
                 (["GET", server.url(), "--timeout", "0"], b"--timeout"),
                 (["GET", server.url(), "--timeout", "nan"], b"--timeout"),
-                (["GET", server.url(), "--timeout", "soon"], b"--timeout"),
             ]:
                 status, output, error = send(*arguments)
                 self.assertEqual((status, output), (2, b""), arguments)

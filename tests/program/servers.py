@@ -1,7 +1,6 @@
 """A server on loopback for the tests beside this file, which answers what a test says."""
 
-import contextlib
-import select
+import http.server
 import socket
 import ssl
 import struct
@@ -21,84 +20,66 @@ def answer(status="200 OK", body=b"", *fields):
 class Request:
     """One request as it came."""
 
-    def __init__(self, head, body):
-        lines = head.decode("latin-1").split("\r\n")
-        self.line, self.body = lines[0], body
-        self.fields = {}
-        for line in lines[1:]:
-            name, _, value = line.partition(":")
-            self.fields.setdefault(name.lower(), []).append(value.strip())
+    def __init__(self, line, headers, body):
+        self.line, self.headers, self.body = line, headers, body
 
     def field(self, name):
-        return ", ".join(self.fields.get(name.lower(), []))
+        return ", ".join(self.headers.get_all(name, []))
+
+
+class Connection(http.server.BaseHTTPRequestHandler):
+    protocol_version = "HTTP/1.1"
+
+    def answer(self):
+        body = self.rfile.read(int(self.headers.get("Content-Length") or 0))
+        script = self.server.script
+        script.requests.append(Request(self.requestline, self.headers, body))
+        given = script.answers.pop(0) if script.answers else script.always(script.requests[-1])
+        self.close_connection = given in (RESET, SILENCE)
+        if given is RESET:
+            self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+            self.connection.close()
+        elif given is SILENCE:
+            self.rfile.read(1)
+        else:
+            self.wfile.write(given)
+
+    do_GET = do_POST = do_PUT = do_DELETE = do_PATCH = answer
+
+    def log_message(self, *_):
+        pass
 
 
 class ScriptedServer:
-    """Gives its answers in their order, whatever is asked, and keeps the requests. An answer is bytes, one of the
-    above, or a function from the request to such. Speaks TLS with a certificate that it makes in the file `secure`."""
+    """Gives its answers in their order, whatever is asked, and keeps the requests. An answer is bytes, or one of the
+    above. Speaks TLS with a certificate that it makes in the file `secure`."""
+
+    always = staticmethod(lambda request: answer("599 No answer left"))  # what it gives when none is left
 
     def __init__(self, *answers, secure=None):
         self.answers, self.requests = list(answers), []
-        self.scheme, self.context = "http", None
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Connection)
+        self.server.script = self
+        self.root = f"{'https' if secure else 'http'}://127.0.0.1:{self.server.server_address[1]}"
         if secure:
-            self.scheme, self.context = "https", ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
             key = secure.with_suffix(".key")
             subprocess.run(
                 ["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-days", "2",
                  "-subj", "/CN=till", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", secure, "-batch"],
                 check=True, capture_output=True)
-            self.context.load_cert_chain(secure, key)
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
-        self.ending, self.end = socket.socketpair()
-        self.thread = threading.Thread(target=self.serve)
+            context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            context.load_cert_chain(secure, key)
+            self.server.socket = context.wrap_socket(self.server.socket, server_side=True)
+        self.thread = threading.Thread(target=self.server.serve_forever, args=(0.01,))
 
     def __enter__(self):
         self.thread.start()
         return self
 
     def __exit__(self, *_):
-        self.end.close()
+        self.server.shutdown()
         self.thread.join()
-        self.listener.close()
-        self.ending.close()
+        self.server.server_close()
 
     def url(self, path="/"):
-        return f"{self.scheme}://127.0.0.1:{self.port}{path}"
-
-    def serve(self):
-        while self.ready(self.listener):
-            connection, _ = self.listener.accept()
-            with connection, contextlib.suppress(ssl.SSLError):  # of a client that doesn't trust the certificate
-                self.serve_connection(self.context.wrap_socket(connection, server_side=True) if self.context else connection)
-
-    def serve_connection(self, connection):
-        buffer = b""
-        while True:
-            while b"\r\n\r\n" not in buffer or len(buffer) < self.length(buffer):
-                received = connection.recv(65536) if self.ready(connection) else b""
-                if not received:
-                    return
-                buffer += received
-            head, _, rest = buffer[:self.length(buffer)].partition(b"\r\n\r\n")
-            buffer = buffer[self.length(buffer):]
-            self.requests.append(Request(head, rest))
-            given = self.answers.pop(0) if self.answers else answer("599 No answer left")
-            given = given(self.requests[-1]) if callable(given) else given
-            if given is RESET:
-                connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-                return
-            if given is SILENCE:
-                self.ready(connection)
-                return
-            connection.sendall(given)
-
-    def ready(self, waiting):
-        """Waits for a socket; false at the end of the test."""
-        readable, _, _ = select.select([waiting, self.ending], [], [])
-        return self.ending not in readable
-
-    @staticmethod
-    def length(buffer):
-        head, _, _ = buffer.partition(b"\r\n\r\n")
-        return len(head) + 4 + int(Request(head, b"").field("Content-Length") or 0)
+        return self.root + path

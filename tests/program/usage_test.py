@@ -15,6 +15,8 @@ class Usage(unittest.TestCase):
             done = run(*arguments, "--help")
             self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
             self.assertIn(b"Usage: tilvanego " + " ".join(arguments).encode(), done.stdout)
+        self.assertIn(b".01 decline, .02 cancel, .03 fail, .04 silent, .05 wrong-id, .06 no-status, .07 unknown-status, "
+                      b".08 tampered, .09 expired, any other approve", run("sandbox", "--help").stdout)
 
     def test_wrong_usage_says_what_is_wrong_on_standard_error(self):
         for arguments, named in [
@@ -27,6 +29,14 @@ class Usage(unittest.TestCase):
             (["demo", "--transport", "pigeon"], b"--transport"),
             (["demo", "--outcome", "luck"], b"--outcome"),
             (["demo", "--amount", "12,5"], b"--amount"),
+            (["sandbox"], b"LINK"),
+            (["sandbox", "--outcome", "perhaps", "a:b"], b"--outcome"),
+            (["sandbox", "--answer", "fax", "a:b"], b"--answer"),
+            (["sandbox", "--fault", "fax", "a:b"], b"--fault"),
+            (["sandbox", "--word", "fax", "a:b"], b"--word"),
+            (["sandbox", "--keys", "fifth", "a:b"], b"--keys"),
+            (["sandbox", "--pasteboard", "fax", "a:b"], b"--pasteboard"),
+            (["sandbox", "--open", "'", "a:b"], b"--open"),
             (["callback"], b"SOCKET"),
             (["model"], b"subcommand"),
             (["model", "describe", "amounts"], b"amounts"),

@@ -1,13 +1,6 @@
-#include <array>
-#include <optional>
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/sandbox/Response.h>
-#include <tilvanego/sandbox/ResponseTables.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/TestHost.h"
 
 namespace tilvanego::sandbox {
@@ -20,57 +13,48 @@ LaunchLink linkOf(const std::string& operationAndItems, const std::string& retur
   return *std::move(link);
 }
 
-/// The payment of a host, and the result that an outcome brings it; nothing if no callback came.
-std::optional<PaymentResult> paidWith(Outcome outcome) {
-  test::TestHost host;
-  std::optional<PaymentResult> result;
-  host.sdk->startPayment(PaymentRequest({.requestId = "A-1",
-                                         .amount = Decimal(10),
-                                         .currency = "EUR",
-                                         .callbackURL = *URL::parse("shop://done?till=1"),
-                                         .customId = "c&1"}),
-                         [&](const PaymentResult& payment) { result = payment; });
-  const auto link = LaunchLink::read(host.application->openedURLs().at(0));
-  const auto callback = respond(*link, outcome);
-  EXPECT_TRUE(callback) << callback.error().message;
-  if (callback && *callback) {
-    EXPECT_TRUE(host.sdk->handleCallback(**callback));
-  }
-  return result;
-}
-
-TEST(Response, GivesTheHostTheResultOfItsOutcome) {
+TEST(Response, HasTheFieldsThatItsOutcomeComesTo) {
   struct Case {
     Outcome outcome;
-    std::string_view result;
-    std::string_view status;
-    std::string_view error;
+    std::string_view names;
   };
-  const std::array cases{
-      Case{Outcome::approve, "success", "approved", ""},
-      Case{Outcome::decline, "declined", "declined", ""},
-      Case{Outcome::cancel, "cancelled", "cancelled", ""},
-      Case{Outcome::fail, "failure", "failed", "paymentFailed"},
-      Case{Outcome::wrongId, "failure", "approved", "requestIdMismatch"},
-      Case{Outcome::noStatus, "failure", "", "missingStatus"},
-      Case{Outcome::unknownStatus, "failure", "parked", "paymentFailed"},
-  };
-  for (const auto& [outcome, name, status, error] : cases) {
-    SCOPED_TRACE(rawText(outcome));
-    const auto result = paidWith(outcome);
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->name(), name);
-    const auto response = result->response();
-    ASSERT_TRUE(response);
-    EXPECT_EQ(response->status().value_or(""), status);
-    EXPECT_EQ(response->customId(), "c&1");
-    EXPECT_EQ(response->requestId() == "A-1", outcome != Outcome::wrongId);
-    EXPECT_EQ(response->approvalCode().has_value(),
-              outcome != Outcome::decline && outcome != Outcome::cancel && outcome != Outcome::fail);
-    const auto* failure = std::get_if<PaymentResult::Failure>(&*result);
-    EXPECT_EQ(failure != nullptr ? failure->error.name() : "", error);
+  const LaunchLink payment =
+      linkOf("start?request_id=1&amount=1&type=sale&currency=EUR&require_reader_ready=true&custom_id=c%261");
+  for (const auto& [outcome, names] : {
+           Case{Outcome::approve, "processor_message approval_code transaction_id custom_id "},
+           Case{Outcome::decline, "processor_message transaction_id custom_id "},
+           Case{Outcome::cancel, "processor_message custom_id "},
+           Case{Outcome::fail, "processor_message custom_id "},
+       }) {
+    std::string written;
+    for (const auto& [name, value] : responseItems(payment, outcome)) written += name + " ";
+    EXPECT_EQ(written, "request_id status " + std::string(names)) << rawText(outcome);
+    EXPECT_EQ(responseItems(payment, outcome).back().value, "c&1");
   }
-  EXPECT_FALSE(paidWith(Outcome::silent));
+}
+
+template <typename Result>
+auto approved(Result (*parse)(URL, const std::optional<std::string>&, const std::optional<URL>&),
+              const std::string& operationAndItems) {
+  return parse(**respond(linkOf(operationAndItems), Outcome::approve), {}, {})->response().value();
+}
+
+TEST(Response, HoldsWhatTheOperationIsFor) {
+  const auto list = approved(TilvaneGo::parseTransactionListResult, "getTransactionList?x=");
+  EXPECT_EQ(list.transactionCount(), 2);
+  ASSERT_EQ(list.transactions().size(), 2U);
+  EXPECT_EQ(list.transactions()[0].transactionDetails.cardLabel(), "VISA 1111");
+  const auto captured =
+      approved(TilvaneGo::parseCaptureResult, "capture?request_id=1&transaction_id=T&amount=12.50");
+  EXPECT_EQ(captured.approvedAmount(), "12.50");
+  EXPECT_EQ(captured.originalTransactionId(), "T");
+  EXPECT_NE(captured.transactionId(), "T");
+  const auto cleared = approved(TilvaneGo::parseClearDataResult, "clear_data?request_id=1");
+  EXPECT_EQ(cleared.clearPan(), "4111111111111111");
+  EXPECT_EQ(cleared.clearTrack2(), ";4111111111111111=30121010000000000000?");
+  const auto saved = approved(TilvaneGo::parseSaveResult, "save?request_id=1&currency=EUR");
+  EXPECT_EQ(saved.cardLast4(), "1111");
+  EXPECT_TRUE(saved.approvalCode() && saved.transactionId() && saved.entryMode() && saved.cardBrand());
 }
 
 TEST(Response, KeepsWhatTheHostPutIntoItsURL) {
@@ -82,15 +66,14 @@ TEST(Response, KeepsWhatTheHostPutIntoItsURL) {
 }
 
 TEST(Response, IsTheSameForTheSameRequestAndAnotherForAnother) {
-  const std::string payment = "start?amount=1&type=sale&currency=EUR&require_reader_ready=true&request_id=";
-  EXPECT_EQ(responseItems(linkOf(payment + "1"), Outcome::approve),
-            responseItems(linkOf(payment + "1"), Outcome::approve));
-  const auto idOf = [&](const std::string& requestId) {
-    return responseItems(linkOf(payment + requestId), Outcome::approve).at(4);
+  const auto itemsOf = [](const std::string& requestId) {
+    return responseItems(linkOf("capture?amount=1&transaction_id=T&request_id=" + requestId),
+                         Outcome::approve);
   };
-  EXPECT_EQ(idOf("1").name, "transaction_id");
-  EXPECT_EQ(idOf("1").value->size(), 12U);
-  EXPECT_NE(idOf("1"), idOf("2"));
+  EXPECT_EQ(itemsOf("1"), itemsOf("1"));
+  EXPECT_EQ(itemsOf("1").at(3).name, "transaction_id");
+  EXPECT_EQ(itemsOf("1").at(3).value->size(), 12U);
+  EXPECT_NE(itemsOf("1").at(3), itemsOf("2").at(3));
 }
 
 TEST(Response, RefusesWhatTheRequestCantBeAnsweredWith) {
@@ -103,6 +86,11 @@ TEST(Response, RefusesWhatTheRequestCantBeAnsweredWith) {
             "the outcome expired needs an answer by pasteboard, and this one travels by url");
   EXPECT_EQ(respond(list, Decision{.transport = Transport::gzip}).error().message,
             "only a payment is answered by gzip");
+  EXPECT_EQ(
+      respond(list, Decision{.word = "saved"}).error().message,
+      "the word \"saved\" isn't transactionList's for the outcome approve: success, succeeded, completed");
+  EXPECT_EQ(respond(list, Decision{.outcome = Outcome::noStatus, .word = "saved"}).error().message,
+            "the outcome no-status has no status word to choose");
 }
 
 TEST(Response, WithoutAnAmountIsAnApproval) {

@@ -1,16 +1,9 @@
-#include <memory>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <tilvanego/facade/FacadeAccess.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/sandbox/SandboxApplication.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego::sandbox {
 namespace {
@@ -52,19 +45,15 @@ struct Rehearsal {
 
 using Events = std::vector<std::string>;
 
-TEST(SandboxApplication, AnswersOnTheMainQueueAsTheAmountDecides) {
+TEST(SandboxApplication, AnswersOnTheMainQueueAsTheAmountDecidesUnlessTheHostSetAnOutcome) {
   Rehearsal rehearsal;
   rehearsal.pay("12");
   rehearsal.pay("12.01");
-  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "success", "handled",  //
-                                      "decline", "started", "declined", "handled"}));
-}
-
-TEST(SandboxApplication, DoesWhatTheHostSetInsteadOfTheAmount) {
-  Rehearsal rehearsal;
   rehearsal.sandbox->setOutcome(Outcome::cancel);
   rehearsal.pay("12.01");
-  EXPECT_EQ(rehearsal.events, (Events{"cancel", "started", "cancelled", "handled"}));
+  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "success", "handled",   //
+                                      "decline", "started", "declined", "handled",  //
+                                      "cancel", "started", "cancelled", "handled"}));
 }
 
 TEST(SandboxApplication, HasAnObserverThatOnlyListens) {
@@ -76,25 +65,23 @@ TEST(SandboxApplication, HasAnObserverThatOnlyListens) {
 
 TEST(SandboxApplication, AnswersAsTheRequestCameUnlessTheHostSetATransport) {
   Rehearsal rehearsal;
-  std::vector<std::string> callbacks;
+  Events callbacks;
   rehearsal.sandbox->setObserver([&](const URL&, const auto& handled) {
-    callbacks.push_back(handled ? handled->callback->absoluteString().substr(0, 27)
-                                : handled.error().message);
+    callbacks.push_back(handled->callback->absoluteString().substr(0, 27));
   });
   rehearsal.pay("12", PaymentLaunchTransport::gzip());
   rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
   rehearsal.sandbox->setTransport(Transport::gzip);
   rehearsal.pay("12");
   rehearsal.sdk->reboot(RebootRequest({.requestId = "A-2", .callbackURL = *URL::parse("shop://done")}),
-                        [&](const RebootResult& result) { rehearsal.events.emplace_back(result.name()); });
+                        nullptr);
   rehearsal.loop.runPending();
   EXPECT_EQ(callbacks, (Events{"shop://done?transport=gzip&", "shop://done?transport=paste",
                                "shop://done?transport=gzip&", "shop://done?request_id=A-2&"}));
-  EXPECT_EQ(rehearsal.events, (Events{"started", "success", "handled", "started", "success", "handled",
-                                      "started", "success", "handled", "success", "handled"}));
+  EXPECT_EQ(std::ranges::count(rehearsal.events, "success"), 3);
 }
 
-TEST(SandboxApplication, LetsTheSetFaultHappenToEachAnswer) {
+TEST(SandboxApplication, LetsTheSetFaultHappenAndLeavesPendingWhatItCantOrWontAnswer) {
   Rehearsal rehearsal;
   rehearsal.sandbox->setFault(TransportFault::wrongDirection);
   rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
@@ -103,16 +90,10 @@ TEST(SandboxApplication, LetsTheSetFaultHappenToEachAnswer) {
   EXPECT_EQ(rehearsal.events.at(4),
             "the fault wrong-direction needs an answer by gzip or pasteboard, and this one travels by url");
   EXPECT_TRUE(rehearsal.sdk->isPaymentInProgress());
-}
-
-TEST(SandboxApplication, LeavesAPaymentPendingThatItCantOrWontAnswer) {
-  for (const Outcome outcome : {Outcome::silent, Outcome::tampered}) {
-    Rehearsal rehearsal;
-    rehearsal.sandbox->setOutcome(outcome);
-    rehearsal.pay("12");
-    EXPECT_EQ(rehearsal.events.size(), 2U);
-    EXPECT_TRUE(rehearsal.sdk->isPaymentInProgress());
-  }
+  Rehearsal silent;
+  silent.pay("12.04");
+  EXPECT_EQ(silent.events, (Events{"silent", "started"}));
+  EXPECT_TRUE(silent.sdk->isPaymentInProgress());
 }
 
 TEST(SandboxApplication, OpensNothingWhileItIsNotInstalled) {

@@ -40,14 +40,9 @@ def plan(*script):
     return [line for line in lines if re.match(r"cmake |ctest ", line)]
 
 
-def claim(holds, what):
-    if not holds:
-        raise AssertionError(what)
-
-
 def try_tests(*selection):
     found = output("ctest", "--test-dir", str(BUILD), "-N", *selection)
-    claim(int(re.search(r"^Total Tests: (\d+)", found, re.MULTILINE)[1]) > 0, f"no test is chosen by {selection}")
+    assert int(re.search(r"^Total Tests: (\d+)", found, re.MULTILINE)[1]) > 0, f"no test is chosen by {selection}"
 
 
 def try_command(command):
@@ -59,18 +54,18 @@ def try_command(command):
             for planned in plan(*words):
                 try_command(planned)
         elif words[:2] == ["cmake", "--build"]:
-            claim(preset in presets("buildPresets"), f"no preset to build: {preset}")
+            assert preset in presets("buildPresets"), f"no preset to build: {preset}"
             if preset == "dev" and "--target" in words:
                 output("ninja", "-C", str(BUILD), "-t", "query", words[words.index("--target") + 1])
         elif words[0] == "cmake":
-            claim(preset in presets("configurePresets"), f"no preset: {preset}")
+            assert preset in presets("configurePresets"), f"no preset: {preset}"
         elif words[0] == "ctest":
-            claim(preset in presets("testPresets"), f"no preset to test: {preset}")
+            assert preset in presets("testPresets"), f"no preset to test: {preset}"
             if "-R" in words:
                 try_tests("-R", words[words.index("-R") + 1])
         else:
             passed = output(str(BUILD / words[0].removeprefix("build/dev/")), *words[1:])
-            claim(re.search(r"\[  PASSED  \] [1-9]", passed), f"no test is chosen by {words[1:]}")
+            assert re.search(r"\[  PASSED  \] [1-9]", passed), f"no test is chosen by {words[1:]}"
 
 
 def shown():
@@ -93,7 +88,7 @@ class Commands(unittest.TestCase):
 
     def test_paths_that_the_pages_show_lead_somewhere(self):
         def exists(path):
-            claim(any(TREE.glob(re.sub(r"NAME|…", "*", path.split()[0]))), f"no such path: {path}")
+            assert any(TREE.glob(re.sub(r"NAME|…", "*", path.split()[0]))), f"no such path: {path}"
         self.try_each(PATH, exists, 20)
 
     def test_tests_that_the_pages_name_exist(self):
@@ -124,7 +119,7 @@ class Threats(unittest.TestCase):
         self.assertGreaterEqual(len(names), 20)
         for name in names:
             with self.subTest(name=name):
-                claim(re.search(rf"\b{name}\b", code), f"docs/threats.md names a limit that isn't in the code: {name}")
+                assert re.search(rf"\b{name}\b", code), f"docs/threats.md names a limit that isn't in the code: {name}"
 
 
 class Presets(unittest.TestCase):
