@@ -3,6 +3,7 @@
 /// All of TilvaneGo::SDK but JSON and validation, which Models.h and HTTPClient.h bring: `TilvaneGo`, the
 /// records of all operations, the ports of the platform with their adapters, and the values that these speak
 /// in.
+#include <tilvanego/Features.h>
 #include <tilvanego/Version.h>
 #include <tilvanego/async/Task.h>
 #include <tilvanego/facade/OperationFunctions.h>
@@ -26,7 +27,8 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/URLComponents.h>
 
-#ifdef __linux__
+// An install tree that was built without the adapters for a Linux desktop has none of their headers.
+#if defined(__linux__) && __has_include(<tilvanego/platform/desktop/CommandLine.h>)
 #include <tilvanego/platform/desktop/CommandLine.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>

@@ -1,9 +1,22 @@
 #include <tilvanego/frame/Link.h>
+#include <tilvanego/frame/RecordFields.h>
 
 #include "tests/support/Test.h"
 
 namespace tilvanego::detail {
 namespace {
+
+// The compilers write brackets and semicolons into the names of such types.
+template <typename Key>
+struct Row {
+  int quantity;
+  int price;
+  static constexpr std::size_t fieldCount = 2;
+};
+template <char>
+struct Marked {};
+static_assert(fieldName<Row<char[4]>, 0> == "quantity" && fieldName<Row<char[4]>, 1> == "price");
+static_assert(fieldName<Row<Marked<';'>>, 1> == "price" && fieldName<Row<Marked<']'>>, 1> == "price");
 
 TEST(LaunchLink, KeepsTheOrderAndEscapesEachItem) {
   LinkItems items;

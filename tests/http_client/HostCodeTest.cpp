@@ -241,9 +241,28 @@ TEST(HostCode, ASessionInMemoryThatEndsLetsGoOfWhatWaits) {
   int ended = 0;
   task([&](auto...) { session.reset(), ++ended; });
   task([&](auto...) { ++ended; });
+  task([&, held](auto...) { ++ended; });
   for (const auto& each : tasks) each->resume();
-  EXPECT_EQ(session->deliver(), 2U);
-  EXPECT_EQ(ended, 2);
+  EXPECT_EQ(session->deliver(), 1U);
+  EXPECT_EQ(ended, 1);
+  EXPECT_EQ(held.use_count(), 1) << "though the host holds the task";
+}
+
+TEST(HostCode, ASessionInMemoryKeepsAProgressAsAnotherDoes) {
+  MemoryURLSession session([](const URLRequest&) { return FakeResponse::http(200, Data("body")); });
+  std::vector<std::string> ends;
+  const auto complete = [&](auto, auto response, auto error) {
+    ends.push_back(response ? "response" : error->description());
+  };
+  const auto first = session.dataTaskFromProtocol({}, complete);
+  const auto second = session.dataTaskFromProtocol({}, complete);
+  session.dataTaskFromProtocol({}, nullptr)->resume();
+  first->resume();
+  second->progress()->cancel();
+  EXPECT_EQ(session.deliver(), 3U);
+  EXPECT_EQ(ends, (std::vector<std::string>{"response", "cancelled: cancelled"}));
+  EXPECT_EQ(first->progress()->completedUnitCount(), 4);
+  EXPECT_TRUE(first->progress()->isFinished());
 }
 
 TEST(HostCode, EveryObserverAndActionRunsThoughOneThrows) {

@@ -231,6 +231,8 @@ TEST(JSONValue, EveryNumberThatIsReadComesBackFromItsText) {
   EXPECT_EQ(json::decode<JSONValue>("9.007199254740993e15"), JSONValue(9007199254740993));
 }
 
+static_assert(!std::is_constructible_v<JSONValue, char> && std::is_constructible_v<JSONValue, unsigned char>);
+
 TEST(JSONValue, SubscriptsChainAndNeverFail) {
   const auto value = json::decode<JSONValue>(R"({"list":[1,2.5,"x",[{"a":true}]],"flag":true,"none":null})");
   ASSERT_TRUE(value.has_value());

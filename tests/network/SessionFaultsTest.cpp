@@ -1,4 +1,5 @@
 // Servers that break what they begin, and ends that the host brings about.
+#include <array>
 #include <future>
 
 #include "tests/network/SessionTest.h"
@@ -48,6 +49,11 @@ TEST_F(SessionFaults, EachFaultOfAServerIsToldByItsCode) {
       {"reset before the head", {"", End::reset}, lost, false},
       {"reset in the head", {halfHead, End::reset}, lost, false},
       {"reset in the body", {halfBody, End::reset}, lost, true},
+      {"a first field that is folded",
+       {"HTTP/1.1 200 OK\r\n folded: x\r\nContent-Length: 0\r\n\r\n"},
+       bad,
+       false},
+      {"a trailer without a colon", chunked("0\r\nX\r\n\r\n"), bad, true},
       {"a chunk of no size", brokenChunkSize, bad, true},
       {"a size beyond all numbers", chunked("FFFFFFFFFFFFFFFFF\r\nx"), bad, true},
       {"chunks without line breaks", chunked("1\r\nxx1\r\nx"), bad, true},
@@ -81,6 +87,51 @@ TEST_F(SessionFaults, EachFaultOfAServerIsToldByItsCode) {
       EXPECT_EQ(outcome.response != nullptr, hasResponse);
       EXPECT_FALSE(outcome.data);
     }
+  }
+}
+
+TEST_F(SessionFaults, AFoldedFirstFieldAfterAChallengeIsOneToo) {
+  const LoopbackServer server([](const ReceivedRequest& request) {
+    if (!request.header("Authorization")) {
+      return response(401, {}, {{"WWW-Authenticate", "Basic realm=\"x\""}, {"X-Other", "y"}});
+    }
+    return ServerResponse{"HTTP/1.1 200 OK\r\n folded: x\r\nContent-Length: 0\r\n\r\n"};
+  });
+  EXPECT_EQ(send(get("http://u:p@" + server.url().substr(7))).code(), Code::badServerResponse);
+}
+
+TEST_F(SessionFaults, WhatComesBeforeARequestIsNoResponseToIt) {
+  for (const std::string& early : {response(200, "early").bytes, std::string(halfHead), std::string()}) {
+    const FileDescriptor listener = loopbackListener(8);
+    std::promise<void> completed, sent;
+    // Responds to one request on each of two connections; the second only if the first isn't used again.
+    auto requests = std::async(std::launch::async, [&] {
+      std::string first;
+      const FileDescriptor kept(accept(listener.get(), nullptr, nullptr));
+      for (std::array<char, 4096> room; !first.contains("\r\n\r\n");) {
+        first.append(room.data(), static_cast<std::size_t>(recv(kept.get(), room.data(), room.size(), 0)));
+      }
+      const auto reply = [](const FileDescriptor& connection, const std::string& bytes) {
+        EXPECT_EQ(::send(connection.get(), bytes.data(), bytes.size(), 0), std::ssize(bytes));
+      };
+      reply(kept, response(200, "first").bytes);
+      completed.get_future().wait();
+      early.empty() ? static_cast<void>(shutdown(kept.get(), SHUT_WR)) : reply(kept, early);
+      sent.set_value();
+      const FileDescriptor fresh(accept(listener.get(), nullptr, nullptr));
+      std::string second;
+      for (std::array<char, 4096> room; !second.ends_with("body");) {
+        second.append(room.data(), static_cast<std::size_t>(recv(fresh.get(), room.data(), room.size(), 0)));
+      }
+      reply(fresh, response(200, "second").bytes);
+      return second;
+    });
+    EXPECT_EQ(send(get(localURL(portOf(listener)))).text(), "first");
+    completed.set_value();
+    sent.get_future().wait();
+    EXPECT_EQ(send(post(localURL(portOf(listener)), "body")).text(), "second") << early;
+    shutdown(listener.get(), SHUT_RDWR);
+    EXPECT_TRUE(requests.get().starts_with("POST / "));
   }
 }
 

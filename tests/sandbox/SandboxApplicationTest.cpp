@@ -1,6 +1,11 @@
+#include <span>
+#include <stdexcept>
+
 #include <tilvanego/facade/FacadeAccess.h>
+#include <tilvanego/platform/SystemClock.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
+#include <tilvanego/sandbox/Response.h>
 #include <tilvanego/sandbox/SandboxApplication.h>
 
 #include "tests/support/Test.h"
@@ -54,6 +59,29 @@ TEST(SandboxApplication, AnswersOnTheMainQueueAsTheAmountDecidesUnlessTheHostSet
   EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "success", "handled",   //
                                       "decline", "started", "declined", "handled",  //
                                       "cancel", "started", "cancelled", "handled"}));
+}
+
+TEST(SandboxApplication, FailsWhatNeedsAPortThatThrows) {
+  struct ThrowingClock : Clock {
+    [[nodiscard]] Date now() const override { throw std::runtime_error("no time"); }
+  } clock;
+  struct ThrowingRandomSource : RandomSource {
+    bool fill(std::span<std::uint8_t>) override { throw std::runtime_error("no bytes"); }
+  } randomSource;
+  MemoryPasteboard pasteboard(std::make_shared<SystemClock>());
+  const std::string start = "tilvanego://payment/v1/start?";
+  const auto link = LaunchLink::read(*URL::parse(
+      start + "request_id=1&amount=1&type=sale&currency=EUR&return_url=a:b&require_reader_ready=true"));
+  ASSERT_TRUE(link);
+  const std::string message = "the clock or the random source of this sandbox threw an exception";
+  const HandoffPorts withoutTime{.pasteboard = &pasteboard, .clock = &clock};
+  const HandoffPorts withoutBytes{.pasteboard = &pasteboard, .randomSource = &randomSource};
+  EXPECT_EQ(respond(*link, {.transport = Transport::gzip}, withoutTime).error().message, message);
+  EXPECT_EQ(respond(*link, {.transport = Transport::pasteboard}, withoutTime).error().message, message);
+  EXPECT_EQ(respond(*link, {.transport = Transport::pasteboard}, withoutBytes).error().message, message);
+  const auto sealed =
+      URL::parse(start + "transport=pasteboard&handoffId=h&callbackUrl=a:b&requestId=1&sdkVersion=1.0.0");
+  EXPECT_EQ(LaunchLink::read(*sealed, withoutTime).error().message, message);
 }
 
 TEST(SandboxApplication, HasAnObserverThatOnlyListens) {

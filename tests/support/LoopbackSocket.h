@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include <tilvanego/platform/desktop/FileDescriptor.h>
+#include <tilvanego/platform/FileDescriptor.h>
 
 namespace tilvanego::test {
 

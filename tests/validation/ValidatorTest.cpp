@@ -173,7 +173,8 @@ TEST(Validator, KeepsToThePatternAmongMoreThanAThreadKeeps) {
     threads.emplace_back([&wrong, i] {
       for (int round = 0; round < 240; ++round) {
         const std::string digits = std::to_string(round % 80 + i);
-        const StringRule rule{.minLength = 1, .pattern = "^" + digits + "$"};
+        const std::string pattern = "^" + digits + "$";
+        const StringRule rule{.minLength = 1, .pattern = pattern};
         if (!Validator::check(digits, rule).empty()) ++wrong;
         if (Validator::check("x" + digits, rule).empty()) ++wrong;
       }

@@ -13,8 +13,8 @@
 #include <unistd.h>
 
 #include <tilvanego/platform/OpenSSLRandomSource.h>
-#include <tilvanego/platform/desktop/FileDescriptor.h>
-#include <tilvanego/platform/desktop/FileReplacement.h>
+#include <tilvanego/platform/FileDescriptor.h>
+#include <tilvanego/platform/FileReplacement.h>
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/UUID.h>

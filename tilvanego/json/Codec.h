@@ -101,11 +101,13 @@ struct Codec<float> {
   static bool write(Writer& writer, float value) { return writer.number(value); }
 };
 
+template <typename T>
+concept CharacterType = std::same_as<T, char> || std::same_as<T, wchar_t> || std::same_as<T, char8_t> ||
+                        std::same_as<T, char16_t> || std::same_as<T, char32_t>;
+
 /// An integer type. Characters and booleans are not numbers.
 template <typename T>
-concept WholeNumber =
-    std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
-    !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
+concept WholeNumber = std::integral<T> && !std::same_as<T, bool> && !CharacterType<T>;
 
 /// Integers of up to 64 bits. A number beyond the type's range is refused.
 template <WholeNumber Integer>

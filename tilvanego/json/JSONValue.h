@@ -40,8 +40,7 @@ class JSONValue {
   JSONValue(std::string_view value) : value_(std::string(value)) {}
   JSONValue(const char* value) : value_(std::string(value)) {}
   /// An `int`, or the nearest `double` for a number that does not fit 64 signed bits.
-  template <std::integral Integer>
-    requires(!std::same_as<Integer, bool>)
+  template <json::WholeNumber Integer>
   JSONValue(Integer value) {
     if (std::in_range<std::int64_t>(value)) {
       value_ = static_cast<std::int64_t>(value);
@@ -50,6 +49,8 @@ class JSONValue {
     }
   }
   JSONValue(double value) : value_(value) {}
+  template <json::CharacterType Character>
+  JSONValue(Character) = delete;
   template <std::same_as<bool> Bool>
   JSONValue(Bool value) : value_(value) {}
   JSONValue(Array value);
@@ -111,7 +112,7 @@ class JSONValue {
   JSONLookup operator[](std::nullptr_t) const = delete;
   /// Finds the element of an array. Finds nothing if the index is negative or past the end, or if the value
   /// is of another case.
-  template <std::integral Index>
+  template <json::WholeNumber Index>
   [[nodiscard]] JSONLookup operator[](Index index) const TILVANEGO_LIFETIMEBOUND;
 
   // Not defaulted here, where the type is incomplete: libc++ 19 would then move the elements of an `Array` as
@@ -187,7 +188,7 @@ class JSONLookup {
   }
   JSONLookup operator[](const char* key) const { return (*this)[std::string_view(key)]; }
   JSONLookup operator[](std::nullptr_t) const = delete;
-  template <std::integral Index>
+  template <json::WholeNumber Index>
   [[nodiscard]] JSONLookup operator[](Index index) const {
     return found_ ? (*found_)[index] : JSONLookup();
   }
@@ -219,7 +220,7 @@ class JSONLookup {
 
 inline JSONLookup JSONValue::operator[](std::string_view key) const { return JSONLookup(find(key)); }
 inline JSONLookup JSONValue::operator[](const char* key) const { return JSONLookup(find(key)); }
-template <std::integral Index>
+template <json::WholeNumber Index>
 JSONLookup JSONValue::operator[](Index index) const {
   return std::in_range<std::ptrdiff_t>(index) ? JSONLookup(element(static_cast<std::ptrdiff_t>(index)))
                                               : JSONLookup();

@@ -21,9 +21,12 @@ consteval std::string_view spelledType() {
 
 /// Returns the first template argument as the compiler writes it.
 [[nodiscard]] consteval std::string_view firstArgument(std::string_view spelling) {
-  spelling.remove_prefix(spelling.rfind('[') + 1);
+  // The argument may itself contain brackets and semicolons. What stands before and after it doesn't: g++
+  // ends with the meaning of the function's return type.
+  spelling.remove_prefix(spelling.find('['));
   spelling.remove_prefix(spelling.find("= ") + 2);
-  return spelling.substr(0, spelling.find_first_of(";]"));
+  spelling.remove_suffix(1);
+  return spelling.substr(0, spelling.rfind("; std::string_view = "));
 }
 
 [[nodiscard]] consteval std::string_view lastIdentifier(std::string_view spelling) {
@@ -120,6 +123,7 @@ struct Holder {
 #ifdef __clang__
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wundefined-var-template"
+#pragma clang diagnostic ignored "-Wundefined-internal"
 #endif
 /// Never defined: only the addresses of its members are used, as template arguments.
 template <typename Record>

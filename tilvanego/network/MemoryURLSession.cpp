@@ -12,6 +12,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 struct MemoryURLSession::State {
   explicit State(Responder function) : responder(std::move(function)) {}
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+  ~State();
 
   const Responder responder;
   mutable std::mutex mutex;
@@ -40,8 +43,16 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
     }
     Result result = cancelled ? Result::failed(TransportError{TransportError::Code::cancelled, "cancelled"})
                               : respond(state);
-    completion(std::move(result.data), std::move(result.response), std::move(result.error));
+    if (!result.error) {
+      const auto sizeOf = [](const std::optional<Data>& data) { return data ? data->size() : 0; };
+      const auto units = static_cast<std::int64_t>(sizeOf(request_.httpBody) + sizeOf(result.data));
+      progress_->update(units, units);
+    }
+    if (completion) completion(std::move(result.data), std::move(result.response), std::move(result.error));
   }
+
+  /// Releases the completion of a task whose session has ended.
+  void drop() { const DataTaskCompletion dropped = std::exchange(completion_, nullptr); }
 
  private:
   Result respond(State& state) {
@@ -72,6 +83,11 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
   bool cancelled_ = false;
 };
 
+// Nobody else uses a task's completion any more: only a session delivers.
+MemoryURLSession::State::~State() {
+  for (const auto& task : ending) task->drop();
+}
+
 MemoryURLSession::Result MemoryURLSession::Result::http(int statusCode, std::optional<Data> body,
                                                         HTTPHeaders headers) {
   static const std::optional<URL> url;
@@ -84,20 +100,30 @@ MemoryURLSession::MemoryURLSession(Responder responder)
 std::shared_ptr<URLSessionDataTaskProtocol> MemoryURLSession::dataTaskFromProtocol(
     const URLRequest& request, DataTaskCompletion completionHandler) {
   auto task = std::make_shared<MemoryTask>(state_, request, std::move(completionHandler));
+  task->progress()->setCancellationHandler([weak = std::weak_ptr(task)] {
+    if (const auto cancelled = weak.lock()) cancelled->cancel();
+  });
   const std::lock_guard held(state_->mutex);
   state_->requests.push_back(request);
   return task;
 }
 
 std::size_t MemoryURLSession::deliver() {
-  // A completion may end the session.
-  const std::shared_ptr<State> state = state_;
+  // A responder or a completion may end the session: the remaining tasks then end with it.
+  const std::weak_ptr<State> session = state_;
   std::vector<std::shared_ptr<MemoryTask>> ending;
   {
-    const std::lock_guard held(state->mutex);
-    ending.swap(state->ending);
+    const std::lock_guard held(state_->mutex);
+    ending.swap(state_->ending);
   }
+  std::size_t delivered = 0;
   for (auto task = ending.begin(); task != ending.end(); ++task) {
+    const std::shared_ptr<State> state = session.lock();
+    if (!state) {
+      (*task)->drop();
+      continue;
+    }
+    ++delivered;
     try {
       (*task)->deliver(*state);
     } catch (...) {
@@ -106,7 +132,7 @@ std::size_t MemoryURLSession::deliver() {
       throw;
     }
   }
-  return ending.size();
+  return delivered;
 }
 
 std::vector<URLRequest> MemoryURLSession::requests() const {

@@ -16,7 +16,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 ///
 /// All operations may be called from any thread. A task that was resumed or cancelled keeps its builder and
 /// its completion alive until it is delivered. When the session ends, it releases its tasks without calling
-/// their completions; tasks that the host still holds do nothing after that.
+/// their completions; tasks that the host still holds do nothing after that. A builder whose factory holds
+/// the session keeps the session, too: deliver what was sent before you release both.
 class MemoryURLSession final : public URLSessionProtocol {
  public:
   /// The arguments of a task's completion.
@@ -39,13 +40,15 @@ class MemoryURLSession final : public URLSessionProtocol {
   /// task then fails with the exception. If `responder` is empty, each task fails.
   explicit MemoryURLSession(Responder responder);
 
+  /// The task's progress is complete when the task has succeeded. An empty completion isn't called.
   std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
       const URLRequest& request, DataTaskCompletion completionHandler) override;
 
   /// Ends the tasks that were resumed or cancelled since the last call, in that order, and returns their
   /// number. Completions run on the calling thread. A task that is resumed meanwhile waits for the next call.
   /// A cancelled task fails with `TransportError::Code::cancelled`, as in a `URLSession`. If a completion
-  /// throws, the exception leaves this call, and the remaining tasks wait for the next call.
+  /// throws, the exception leaves this call, and the remaining tasks wait for the next call. If the session
+  /// ends meanwhile, the remaining tasks end without a call.
   std::size_t deliver();
 
   /// The requests of all tasks, in the order in which the tasks were created.

@@ -46,7 +46,7 @@ struct Platform {
       std::shared_ptr<const Clock> clock = std::make_shared<const SystemClock>());
 };
 
-namespace support {
+namespace [[gnu::visibility("default")]] support {
 [[nodiscard]] Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clock);
 }  // namespace support
 

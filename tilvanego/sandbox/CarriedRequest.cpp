@@ -8,6 +8,7 @@
 #include <utility>
 #include <variant>
 
+#include <tilvanego/sandbox/Guarded.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
@@ -143,8 +144,9 @@ std::expected<std::vector<QueryItem>, SandboxError> carriedRequest(const URL& li
   if (auto complete = carrier.require({"callbackUrl", "requestId", "sdkVersion"}); !complete) {
     return std::unexpected(std::move(complete).error());
   }
-  auto payload =
-      transport == Transport::gzip ? compressedRequest(link, carrier) : sealedRequest(carrier, ports);
+  auto payload = guarded([&] {
+    return transport == Transport::gzip ? compressedRequest(link, carrier) : sealedRequest(carrier, ports);
+  });
   if (!payload) return std::unexpected(std::move(payload).error());
   if (payload->requestId != carrier.at("requestId")) return wrong("the link's requestId isn't its request's");
   if (payload->callbackURL != carrier.at("callbackUrl")) {

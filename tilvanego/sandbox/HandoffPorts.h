@@ -17,9 +17,9 @@ struct HandoffPorts {
   /// The pasteboard that the host uses. Null: nothing can travel by the pasteboard.
   Pasteboard* pasteboard = nullptr;
   /// Dates responses and checks whether a request has expired. Not null. Use the host's clock if that is set
-  /// by hand.
+  /// by hand. May throw: the request or the response then fails.
   const Clock* clock = &systemClock();
-  /// Makes ids and nonces. Not null.
+  /// Makes ids and nonces. Not null. May throw: the response then fails.
   RandomSource* randomSource = &systemRandomSource();
 };
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <tilvanego/sandbox/CarriedResponse.h>
+#include <tilvanego/sandbox/Guarded.h>
 #include <tilvanego/sandbox/ResponseTables.h>
 #include <tilvanego/sandbox/ShownText.h>
 
@@ -135,9 +136,9 @@ std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLin
                                                                  const HandoffPorts& ports) {
   switch (transport) {
     case Transport::gzip:
-      return compressedResponse(link, decision, ports);
+      return guarded([&] { return compressedResponse(link, decision, ports); });
     case Transport::pasteboard:
-      return sealedResponse(link, decision, ports);
+      return guarded([&] { return sealedResponse(link, decision, ports); });
     case Transport::url:
       break;
   }

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include <tilvanego/platform/desktop/FileDescriptor.h>
+#include <tilvanego/platform/FileDescriptor.h>
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/URL.h>
 

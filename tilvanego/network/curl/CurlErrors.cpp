@@ -46,6 +46,8 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_BAD_CONTENT_ENCODING:
+    // And this one for a first field that is folded and for a trailer without a colon.
+    case CURLE_BAD_FUNCTION_ARGUMENT:
     case CURLE_FILESIZE_EXCEEDED:
       return badServerResponse;
     default:

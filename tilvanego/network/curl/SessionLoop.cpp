@@ -47,7 +47,7 @@ void makeRoom(std::vector<Element>& elements, std::size_t count) {
 
 SessionLoop::SessionLoop(TransferSettings settings) : settings_(std::move(settings)), gate_(*settings_.gate) {
   initializeCurl();
-  auto& [share, multi, active, spare] = *handles_;
+  auto& [sockets, share, multi, active, spare] = *handles_;
   share.reset(curl_share_init());
   multi.reset(curl_multi_init());
   if (!share || !multi) throw std::bad_alloc();
@@ -211,11 +211,11 @@ void SessionLoop::process(const std::shared_ptr<SessionTask>& task) {
 }
 
 void SessionLoop::start(const std::shared_ptr<SessionTask>& task) {
-  auto& [share, multi, active, spare] = *handles_;
+  auto& [sockets, share, multi, active, spare] = *handles_;
   try {
     makeRoom(touched_, active.size() + 1);
     makeRoom(active, active.size() + 1);
-    if (spare.empty()) spare.push_back(std::make_unique<Transfer>(settings_, share.get(), touched_));
+    if (spare.empty()) spare.push_back(std::make_unique<Transfer>(settings_, sockets, share.get(), touched_));
   } catch (const std::bad_alloc&) {
     return complete(task, Outcome::outOfMemory());
   }

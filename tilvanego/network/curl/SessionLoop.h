@@ -55,6 +55,7 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
 
   /// All objects of libcurl. The order matters: each uses those above it.
   struct Handles {
+    Sockets sockets;
     std::unique_ptr<CURLSH, ShareDeleter> share;
     std::unique_ptr<CURLM, MultiDeleter> multi;
     /// Transfers with a task.

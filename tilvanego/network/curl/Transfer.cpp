@@ -45,8 +45,9 @@ Outcome Outcome::failed(TransportError::Code code, const char* message) {
   }
 }
 
-Transfer::Transfer(const TransferSettings& settings, CURLSH* share, Touched& touched)
+Transfer::Transfer(const TransferSettings& settings, Sockets& sockets, CURLSH* share, Touched& touched)
     : settings_(settings),
+      sockets_(sockets),
       touched_(touched),
       share_(share),
       handle_(curl_easy_init()),
@@ -92,6 +93,10 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) {
 
 std::optional<Outcome> Transfer::concludeResponse(CURLcode result) {
   if (refusal_) return failed(refusal_->code, refusal_->message);
+  if (isConnectionStale_) {
+    prepare(Connection::fresh);
+    return std::nullopt;
+  }
   long tunnelStatus = 0;
   curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
   if (result != CURLE_OK && tunnelStatus == 407 && respondToChallenge(true)) return std::nullopt;
@@ -279,11 +284,20 @@ int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_of
   return 0;
 }
 
+// What a server sends on a kept connection before the request is no response to it, but libcurl up to 7.88
+// would read it as one. Nothing was sent yet, so a request of any method may take another connection. Bytes
+// of TLS are left to libcurl: they need not be a response's.
+//
 // When a kept connection ends without a response, or a stream of HTTP/2 is refused, libcurl repeats the
 // request without limit, whatever its method. The server may have processed it, so only an idempotent request
 // is sent a second time.
-int Transfer::onSending(void* self, char*, char*, int, int) noexcept {
+int Transfer::onSending(void* self, char*, char*, int remotePort, int localPort) noexcept {
   auto& transfer = *static_cast<Transfer*>(self);
+  if (transfer.connection_ == Connection::any && !isSecure(*transfer.request_->url) &&
+      transfer.sockets_.hasUnread(localPort, remotePort)) {
+    transfer.isConnectionStale_ = true;
+    return CURL_PREREQFUNC_ABORT;
+  }
   const int allowed = isIdempotent(transfer.request_->httpMethod) ? 2 : 1;
   if (transfer.sendsWithoutResponse_++ >= allowed) {
     transfer.refuse(Code::networkConnectionLost, "the connection ended before an answer came");

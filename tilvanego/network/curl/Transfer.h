@@ -27,6 +27,7 @@
 #include <tilvanego/network/curl/Proxies.h>
 #include <tilvanego/network/curl/ResponseHead.h>
 #include <tilvanego/network/curl/SessionTask.h>
+#include <tilvanego/network/curl/Sockets.h>
 
 namespace tilvanego::detail {
 
@@ -71,7 +72,7 @@ class Transfer {
   using Touched = std::vector<Transfer*>;
 
   /// All arguments must outlive the transfer. Throws std::bad_alloc if libcurl can't create a handle.
-  Transfer(const TransferSettings& settings, CURLSH* share, Touched& touched);
+  Transfer(const TransferSettings& settings, Sockets& sockets, CURLSH* share, Touched& touched);
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
   ~Transfer();
@@ -116,10 +117,12 @@ class Transfer {
   static std::size_t onHeader(char* line, std::size_t size, std::size_t count, void* self) noexcept;
   static std::size_t onBody(char* bytes, std::size_t size, std::size_t count, void* self) noexcept;
   static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) noexcept;
-  static int onSending(void* self, char*, char*, int, int) noexcept;
+  static int onSending(void* self, char*, char*, int remotePort, int localPort) noexcept;
 
+  void renewHandle();
   void setConstantOptions();
-  void prepare();
+  enum class Connection { any, fresh };
+  void prepare(Connection connection = Connection::any);
   void setMethodAndBody();
   void setTarget();
   void setURL(const std::string& text);
@@ -151,6 +154,7 @@ class Transfer {
   [[nodiscard]] TransportError failureOf(CURLcode result) const;
 
   const TransferSettings& settings_;
+  Sockets& sockets_;
   Touched& touched_;
   /// The parsed URL of the request, which the handle uses.
   std::unique_ptr<CURLU, URLDeleter> url_{curl_url()};
@@ -167,6 +171,13 @@ class Transfer {
   int redirects_ = 0;
   /// The handle contains the state of a challenge.
   bool challenged_ = false;
+  /// The task's next requests need the handle.
+  bool keepsHandle_ = false;
+  /// The handle was prepared for a request before.
+  bool used_ = false;
+  Connection connection_ = Connection::any;
+  /// Nothing was sent: see `onSending`.
+  bool isConnectionStale_ = false;
   /// The servers, proxies and realms to which a credential of this task was sent.
   std::vector<URLProtectionSpace> spacesWithCredential_;
 

@@ -49,7 +49,8 @@ std::expected<bool, TransportError> Transfer::followRedirect(int statusCode) {
   return true;
 }
 
-// libcurl has parsed the challenge too: with the credential set, it adds the field to the next request.
+// libcurl has parsed the challenge too: with the credential set, it adds the field to the next request. For
+// Digest that needs the same handle.
 bool Transfer::respondToChallenge(bool fromProxy) {
   challenged_ = true;
   const auto head = readHead(head_.lines());
@@ -62,9 +63,11 @@ bool Transfer::respondToChallenge(bool fromProxy) {
   if (!credential) return false;
 
   const bool digest = supported->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
+  keepsHandle_ = digest || !spacesWithCredential_.empty();
+  prepare();
+  keepsHandle_ = true;
   sendCredential(fromProxy ? proxyOptions : serverOptions, *credential, digest);
   spacesWithCredential_.push_back(std::move(challenge->protectionSpace));
-  prepare();
   return true;
 }
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-
-#include <sys/socket.h>
+#include <new>
+#include <utility>
 
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/Transfer.h>
@@ -26,15 +26,6 @@ void set(CURL* handle, CURLoption option, Value value) {
   static_cast<void>(curl_easy_setopt(handle, option, value));
 }
 
-/// Opens a socket that programs started by the host don't inherit.
-curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
-#ifdef SOCK_CLOEXEC
-  return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-#else
-  return socket(address->family, address->socktype, address->protocol);
-#endif
-}
-
 }  // namespace
 
 void Transfer::setConstantOptions() {
@@ -49,7 +40,7 @@ void Transfer::setConstantOptions() {
   set(curl, CURLOPT_XFERINFODATA, static_cast<void*>(this));
   set(curl, CURLOPT_PREREQFUNCTION, &onSending);
   set(curl, CURLOPT_PREREQDATA, static_cast<void*>(this));
-  set(curl, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+  sockets_.serve(curl);
 
   set(curl, CURLOPT_NOSIGNAL, 1L);
   set(curl, CURLOPT_PATH_AS_IS, 1L);
@@ -92,7 +83,25 @@ void Transfer::sendCredential(const CredentialOptions& options, const URLCredent
   set(handle(), options.method, digest ? CURLAUTH_DIGEST : CURLAUTH_BASIC);
 }
 
-void Transfer::prepare() {
+// Each request has a handle of its own, until the handle contains a credential or the state of a challenge.
+// On a used handle, libcurl counts its repetitions of all requests together, and up to 8.0 reads freed memory
+// if the first field of a head is folded.
+void Transfer::renewHandle() {
+  handle_.reset(curl_easy_init());
+  if (!handle_) throw std::bad_alloc();
+  urlSet_.clear();
+  proxySet_ = {};
+  connectTimeoutSet_ = 0;
+  customMethodSet_ = progressSet_ = headersSet_ = waitsForMultiplexing_ = false;
+  cookiesSet_.reset();
+  setConstantOptions();
+}
+
+void Transfer::prepare(Connection connection) {
+  if (!handle_ || (std::exchange(used_, true) && !keepsHandle_)) renewHandle();
+  connection_ = connection;
+  set(handle(), CURLOPT_FRESH_CONNECT, connection == Connection::fresh ? 1L : 0L);
+  isConnectionStale_ = false;
   head_.clear();
   body_ = {};
   decoder_.reset();

@@ -8,7 +8,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <tilvanego/platform/desktop/FileReplacement.h>
+#include <tilvanego/platform/FileReplacement.h>
 
 namespace tilvanego::detail {
 namespace {

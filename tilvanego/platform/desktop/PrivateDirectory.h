@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include <tilvanego/platform/desktop/FileDescriptor.h>
+#include <tilvanego/platform/FileDescriptor.h>
 #include <tilvanego/values/Bytes.h>
 
 namespace tilvanego::detail {

@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <tilvanego/platform/desktop/FileDescriptor.h>
+#include <tilvanego/platform/FileDescriptor.h>
 
 namespace tilvanego::detail {
 
