@@ -120,7 +120,7 @@ struct Rehearsal {
           EXPECT_TRUE(host.sdk->handleCallback(url));
         }) {
     sandbox.setOutcome(outcome);
-    sandbox.setObserver([this](const URL&, const auto& handled) {
+    sandbox.setObserver([](const URL&, const auto& handled) {
       EXPECT_EQ(handled->request.requestId(), "A-1");
       for (const std::string& line : handled->request.lines()) {
         EXPECT_FALSE(line.contains(test::secretToken)) << line;
