@@ -12,9 +12,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/platform/FileDescriptor.h>
 #include <tilvanego/platform/FileReplacement.h>
+#include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/UUID.h>
