@@ -31,7 +31,7 @@ void Sockets::serve(CURL* handle) {
 
 bool Sockets::hasUnread(int localPort, int remotePort) {
   for (Entry& entry : entries_) {
-    if (entry.localPort == 0) {
+    if (entry.remotePort == 0) {
       entry.localPort = portBy(&getsockname, entry.socket);
       entry.remotePort = portBy(&getpeername, entry.socket);
     }

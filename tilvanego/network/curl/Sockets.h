@@ -25,7 +25,7 @@ class Sockets {
  private:
   struct Entry {
     curl_socket_t socket;
-    /// 0 until it was asked for.
+    /// 0 until the connection stands: a socket that is connecting has a local port, but no remote one yet.
     int localPort = 0;
     int remotePort = 0;
   };
