@@ -101,6 +101,7 @@ struct Codec<float> {
   static bool write(Writer& writer, float value) { return writer.number(value); }
 };
 
+/// A type of characters. JSON has no value for a single character.
 template <typename T>
 concept CharacterType = std::same_as<T, char> || std::same_as<T, wchar_t> || std::same_as<T, char8_t> ||
                         std::same_as<T, char16_t> || std::same_as<T, char32_t>;
