@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <span>
@@ -13,6 +14,33 @@
 #include <tilvanego/platform/FileDescriptor.h>
 
 namespace tilvanego::detail {
+
+/// Lets writing beyond the process's file-size limit fail with EFBIG on this thread. By default SIGXFSZ would
+/// end the process. Keeps `errno`.
+class FileSizeSignalBlocked {
+ public:
+  FileSizeSignalBlocked() {
+    sigemptyset(&signal_);
+    sigaddset(&signal_, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+  }
+  FileSizeSignalBlocked(const FileSizeSignalBlocked&) = delete;
+  FileSizeSignalBlocked& operator=(const FileSizeSignalBlocked&) = delete;
+  ~FileSizeSignalBlocked() {
+    const int cause = errno;
+    sigset_t pending;
+    int number = 0;
+    if (!sigismember(&before_, SIGXFSZ) && sigpending(&pending) == 0 && sigismember(&pending, SIGXFSZ)) {
+      sigwait(&signal_, &number);
+    }
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    errno = cause;
+  }
+
+ private:
+  sigset_t signal_{};
+  sigset_t before_{};
+};
 
 /// The step of `replaceFile` that failed, or `none`.
 enum class FileReplacementFailure { none, create, write, rename };
@@ -34,6 +62,7 @@ enum class FileReplacementFailure { none, create, write, rename };
     // The user's file creation mask may have removed a right. Fails on a file system without permissions,
     // which doesn't matter.
     fchmod(file.get(), ownerFile);
+    const FileSizeSignalBlocked blocked;
     if (!writeFully(file.get(), bytes)) failure = FileReplacementFailure::write;
   }
   if (failure == FileReplacementFailure::none &&
