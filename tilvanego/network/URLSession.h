@@ -86,8 +86,7 @@ class URLSession final : public URLSessionProtocol {
 
   [[nodiscard]] const URLSessionConfiguration& configuration() const TILVANEGO_LIFETIMEBOUND;
 
-  /// Deletes the cookies, and the header fields of earlier requests that buffers still hold. Tasks that are
-  /// resumed later send none of these cookies; running tasks may store new ones.
+  /// Deletes the cookies. Tasks that are resumed later send none of them; running tasks may store new ones.
   void clearCookies();
 
   /// The completion gets an `HTTPURLResponse` and data on success; the data are empty if there is no body. On

@@ -27,10 +27,7 @@ bool ResponseHead::addLine(std::string_view line) {
   received_ += line.size();
   if (received_ > maxBytes_) return false;
   if (inBody_) return true;
-  if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) {
-    startOver();
-    noteStatus(line);
-  }
+  if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) startOver();
   if (complete_) return true;
   bytes_.append(line);
   if (line == "\r\n" || line == "\n") {
@@ -46,12 +43,6 @@ bool ResponseHead::addLine(std::string_view line) {
 void ResponseHead::clear() {
   startOver();
   received_ = 0;
-  refusals_ = 0;
-}
-
-void ResponseHead::noteStatus(std::string_view line) {
-  const std::string_view status = line.substr(std::min(line.find(' '), line.size()));
-  if (status.starts_with(" 401") || status.starts_with(" 407")) ++refusals_;
 }
 
 // libcurl would use the last of several lengths, and the digits at the start of an invalid one.

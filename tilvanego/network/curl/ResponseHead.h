@@ -15,8 +15,6 @@ namespace tilvanego::detail {
 class ResponseHead {
  public:
   static constexpr std::size_t maxFields = 1000;
-  /// libcurl itself repeats a Digest request without limit as long as the server calls its nonce stale.
-  static constexpr std::size_t maxRefusals = 4;
 
   /// `maxBytes` limits all lines of a response together, also those that are replaced or left out.
   explicit ResponseHead(std::size_t maxBytes) : maxBytes_(maxBytes) {}
@@ -32,8 +30,6 @@ class ResponseHead {
   [[nodiscard]] bool isComplete() const { return complete_; }
   /// Whether "Content-Length" isn't one number (RFC 9112, section 6.3).
   [[nodiscard]] bool hasBrokenLength() const { return hasBrokenLength_; }
-  /// Whether a server or proxy has refused more than `maxRefusals` credentials.
-  [[nodiscard]] bool hasTooManyRefusals() const { return refusals_ > maxRefusals; }
   [[nodiscard]] bool hasContentEncoding() const { return hasContentEncoding_; }
   /// The lines as received, for `readHead`; empty until the head is complete.
   [[nodiscard]] std::string_view lines() const TILVANEGO_LIFETIMEBOUND {
@@ -42,7 +38,6 @@ class ResponseHead {
 
  private:
   void startOver();
-  void noteStatus(std::string_view line);
   void noteLength(std::string_view value);
 
   std::size_t maxBytes_;
@@ -54,7 +49,6 @@ class ResponseHead {
   bool hasContentEncoding_ = false;
   bool hasBrokenLength_ = false;
   std::optional<std::uint64_t> length_;
-  std::size_t refusals_ = 0;
 };
 
 }  // namespace tilvanego::detail
