@@ -14,6 +14,8 @@ namespace tilvanego::detail {
 /// of a proxy's responses are replaced by the next head; trailers are left out.
 class ResponseHead {
  public:
+  /// The most fields of a response, also those that are replaced or left out; each line of a folded one
+  /// counts.
   static constexpr std::size_t maxFields = 1000;
 
   /// `maxBytes` limits all lines of a response together, also those that are replaced or left out.
@@ -42,8 +44,8 @@ class ResponseHead {
 
   std::size_t maxBytes_;
   std::string bytes_;
-  std::size_t lineCount_ = 0;
   std::size_t received_ = 0;
+  std::size_t fieldCount_ = 0;
   bool complete_ = false;
   bool inBody_ = false;
   bool hasContentEncoding_ = false;

@@ -272,6 +272,7 @@ void SessionLoop::failOverdue() {
   // From the end, because `fail` moves the last transfer to the position of the failed one.
   for (auto i = handles_->active.size(); i-- > 0;) {
     auto& transfer = *handles_->active[i];
+    if (transfer.deadline() <= now_) transfer.noteUnfinishedLine(now_);
     if (transfer.deadline() <= now_) {
       fail(transfer, Code::timedOut, transfer.timeoutMessage(now_));
     } else {

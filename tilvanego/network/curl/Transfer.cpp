@@ -167,6 +167,18 @@ void Transfer::noteActivity(Clock::time_point now) {
   report(completed, totalUnits());
 }
 
+// libcurl tells of whole lines only, in a head, between chunks and in a trailer. A connection of HTTP/2 also
+// receives bytes of other requests; there libcurl passes each frame on.
+void Transfer::noteUnfinishedLine(Clock::time_point now) {
+  if (isSecure(*request_->url)) {
+    long version = CURL_HTTP_VERSION_NONE;
+    curl_easy_getinfo(handle(), CURLINFO_HTTP_VERSION, &version);
+    if (version != CURL_HTTP_VERSION_1_0 && version != CURL_HTTP_VERSION_1_1) return;
+  }
+  const auto since = sockets_.sinceLastByte(localPort_, remotePort_);
+  if (since) lastActivity_ = std::max(lastActivity_, now - *since);
+}
+
 void Transfer::report(std::int64_t completed, std::int64_t total) {
   if (!task_->hasProgress()) return;
   settings_.gate->runHostCode([&] { task_->report(completed, total); });
@@ -295,6 +307,8 @@ int Transfer::onSending(void* self, char*, char*, int remotePort, int localPort)
     transfer.refuse(Code::networkConnectionLost, "the connection ended before an answer came");
     return CURL_PREREQFUNC_ABORT;
   }
+  transfer.localPort_ = localPort;
+  transfer.remotePort_ = remotePort;
   transfer.touch();
   return CURL_PREREQFUNC_OK;
 }

@@ -84,6 +84,8 @@ class Transfer {
 
   /// Called by the loop for each touched transfer: bytes were sent or received at `now`.
   void noteActivity(Clock::time_point now);
+  /// Called by the loop when the deadline has passed: looks whether bytes came of which libcurl didn't tell.
+  void noteUnfinishedLine(Clock::time_point now);
   /// The time at which the transfer times out if no byte is sent or received before.
   [[nodiscard]] Clock::time_point deadline() const { return std::min(lastActivity_ + limit_, end_); }
   /// The message for a transfer that has timed out.
@@ -166,6 +168,9 @@ class Transfer {
   std::optional<Authorization> serverAuthorization_;
   std::optional<Authorization> proxyAuthorization_;
   Connection connection_ = Connection::any;
+  /// The ports of the request's connection; 0 until it is sent.
+  int localPort_ = 0;
+  int remotePort_ = 0;
   /// Nothing was sent: see `onSending`.
   bool isConnectionStale_ = false;
   /// The servers, proxies and realms to which a credential of this task was sent.

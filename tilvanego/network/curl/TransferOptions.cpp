@@ -72,6 +72,8 @@ void Transfer::prepare(Connection connection) {
   renewHandle();
   connection_ = connection;
   if (connection == Connection::fresh) set(handle(), CURLOPT_FRESH_CONNECT, 1L);
+  localPort_ = 0;
+  remotePort_ = 0;
   isConnectionStale_ = false;
   head_.clear();
   body_ = {};
