@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <span>
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 #include <tilvanego/values/ASCII.h>
@@ -21,6 +22,7 @@ constexpr std::size_t clientNonceSize = 33;
 std::string hexadecimal(std::span<const unsigned char> bytes) {
   static constexpr std::string_view digits = "0123456789abcdef";
   std::string text;
+  text.reserve(2 * bytes.size());
   for (const unsigned byte : bytes) text.append({digits[byte >> 4U], digits[byte & 15U]});
   return text;
 }
@@ -55,11 +57,11 @@ std::string digestOf(const Challenge& challenge, std::initializer_list<std::stri
       equalIgnoringASCIICase(challenge.parameter("algorithm").value_or("md5").substr(0, 3), "md5");
   std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
   std::size_t size = 0;
-  if (EVP_Q_digest(nullptr, isMD5 ? "MD5" : "SHA256", nullptr, text.data(), text.size(), hash.data(),
-                   &size) != 1) {
-    return {};
-  }
-  return hexadecimal(std::span(hash).first(size));
+  const char* const name = isMD5 ? "MD5" : "SHA256";
+  const bool isDone = EVP_Q_digest(nullptr, name, nullptr, text.data(), text.size(), hash.data(), &size) == 1;
+  std::string digest = isDone ? hexadecimal(std::span(hash).first(size)) : std::string();
+  OPENSSL_cleanse(hash.data(), hash.size());
+  return digest;
 }
 
 bool isTrue(const Challenge& challenge, std::string_view name) {

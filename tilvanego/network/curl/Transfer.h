@@ -120,9 +120,6 @@ class Transfer {
   void setEnd();
   void setHeaders(bool announcesBody);
   void setProxy();
-  [[nodiscard]] std::string pathAndQuery() const;
-  [[nodiscard]] std::string hostAndPort() const;
-  [[nodiscard]] std::optional<std::string> partOfURL(CURLUPart part, unsigned flags = 0) const;
   void touch() noexcept;
   void bodyBegins();
   [[nodiscard]] bool takeBody(std::string_view bytes);
@@ -138,7 +135,7 @@ class Transfer {
   [[nodiscard]] std::expected<bool, TransportError> prepareNextRequest(int statusCode);
   [[nodiscard]] std::expected<bool, TransportError> followRedirect(int statusCode);
   [[nodiscard]] bool respondToChallenge(bool fromProxy);
-  [[nodiscard]] bool authorize(const Challenge& challenge, bool fromProxy);
+  [[nodiscard]] std::optional<Authorization> authorizationFor(const Challenge& challenge, bool fromProxy);
   [[nodiscard]] std::optional<URLAuthenticationChallenge> challengeFor(URLProtectionSpace space,
                                                                        bool fromProxy) const;
   [[nodiscard]] std::optional<URLCredential> credentialFor(const URLAuthenticationChallenge& challenge) const;

@@ -61,33 +61,33 @@ bool Transfer::respondToChallenge(bool fromProxy) {
   if (!challenge) return false;
   auto& authorization = fromProxy ? proxyAuthorization_ : serverAuthorization_;
   if (!authorization || !authorization->renew(*challenge)) {
-    if (!authorize(*challenge, fromProxy)) return false;
+    auto next = authorizationFor(*challenge, fromProxy);
+    authorization.reset();
+    if (!next) return false;
+    authorization.emplace(*std::move(next));
   }
   prepare();
   return true;
 }
 
-bool Transfer::authorize(const Challenge& challenge, bool fromProxy) {
-  auto& authorization = fromProxy ? proxyAuthorization_ : serverAuthorization_;
-  authorization.reset();
-  if (spacesWithCredential_.size() >= maxChallengeResponses) return false;
+std::optional<Authorization> Transfer::authorizationFor(const Challenge& challenge, bool fromProxy) {
+  if (spacesWithCredential_.size() >= maxChallengeResponses) return std::nullopt;
   auto told = challengeFor(spaceOf(challenge), fromProxy);
-  if (!told) return false;
+  if (!told) return std::nullopt;
   const WipedAtEnd wipedProposal(told->proposedCredential);
   auto credential = credentialFor(*told);
   const WipedAtEnd wiped(credential);
-  if (!credential) return false;
+  if (!credential) return std::nullopt;
   OpenSSLRandomSource random;
-  auto made = Authorization::make(challenge, *credential, random);
-  if (!made) return false;
-  authorization.emplace(*std::move(made));
-  spacesWithCredential_.push_back(std::move(told->protectionSpace));
-  return true;
+  auto authorization = Authorization::make(challenge, *credential, random);
+  if (authorization) spacesWithCredential_.push_back(std::move(told->protectionSpace));
+  return authorization;
 }
 
 std::optional<URLCredential> Transfer::credentialFor(const URLAuthenticationChallenge& challenge) const {
   using enum URLAuthenticationResponse::Disposition;
   URLAuthenticationResponse response;
+  const WipedAtEnd wiped(response.credential);
   if (settings_.delegate) {
     settings_.gate->runHostCode([&] {
       try {

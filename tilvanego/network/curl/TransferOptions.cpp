@@ -111,37 +111,12 @@ void Transfer::setProxy() {
     set(handle(), CURLOPT_PROXYPASSWORD, proxy.credential->password.c_str());
   }
   if (!proxyAuthorization_) return;
-  std::string value = secure ? proxyAuthorization_->field("CONNECT", hostAndPort())
-                             : proxyAuthorization_->field(request_->httpMethod, pathAndQuery());
+  std::string value = secure ? proxyAuthorization_->field("CONNECT", hostAndPort(*request_->url))
+                             : proxyAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
   const WipedAtEnd wiped(value);
   // This field replaces the one that libcurl makes of user and password.
   proxyHeaders_.set({}, false, {"Proxy-Authorization", value});
   set(handle(), CURLOPT_PROXYHEADER, proxyHeaders_.list());
-}
-
-std::optional<std::string> Transfer::partOfURL(CURLUPart part, unsigned flags) const {
-  char* text = nullptr;
-  if (curl_url_get(url_.get(), part, &text, flags) != CURLUE_OK) return std::nullopt;
-  const std::unique_ptr<char, decltype(&curl_free)> owned(text, &curl_free);
-  return text;
-}
-
-// As libcurl sends them.
-std::string Transfer::pathAndQuery() const {
-#ifdef CURLU_GET_EMPTY
-  constexpr unsigned emptyToo = CURLU_GET_EMPTY;
-#else
-  constexpr unsigned emptyToo = 0;
-#endif
-  std::string target = partOfURL(CURLUPART_PATH, CURLU_URLENCODE).value_or("/");
-  if (const auto query = partOfURL(CURLUPART_QUERY, emptyToo)) target.append("?").append(*query);
-  return target;
-}
-
-// As in libcurl's CONNECT.
-std::string Transfer::hostAndPort() const {
-  return partOfURL(CURLUPART_HOST).value_or("") + ":" +
-         partOfURL(CURLUPART_PORT, CURLU_DEFAULT_PORT).value_or("");
 }
 
 // Sets the parsed URL: with the text, libcurl would parse and rebuild it for each request.
@@ -192,7 +167,8 @@ void Transfer::setHeaders(bool announcesBody) {
   set(handle(), CURLOPT_COOKIEFILE, request_->headers.value("Cookie") ? nullptr : "");
   std::string value;
   const WipedAtEnd wiped(value);
-  if (serverAuthorization_) value = serverAuthorization_->field(request_->httpMethod, pathAndQuery());
+  if (serverAuthorization_)
+    value = serverAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
   headers_.set(request_->headers, announcesBody, {"Authorization", value});
   if (auto* const lines = headers_.list()) set(handle(), CURLOPT_HTTPHEADER, lines);
 }
