@@ -1,9 +1,11 @@
 // The challenges of a "WWW-Authenticate" field. Challenges that were read are written with every value in
-// quotes, and must read as the same. The supported challenge has a realm and a method of the field.
+// quotes, and must read as the same. The response to the supported challenge is a field that repeats its
+// nonce.
 
 #include <tilvanego/network/curl/Challenges.h>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/network/curl/Authorization.h>
 #include <tilvanego/values/ASCII.h>
 
 #include "fuzz/Fuzzer.h"
@@ -40,15 +42,33 @@ bool areEqual(const Challenge& a, const Challenge& b) {
   return a.scheme == b.scheme && a.parameters == b.parameters;
 }
 
+struct NoRandomness final : RandomSource {
+  bool fill(std::span<std::uint8_t> bytes) override {
+    std::ranges::fill(bytes, std::uint8_t{0});
+    return true;
+  }
+};
+
 void checkSupported(const std::vector<Challenge>& challenges) {
-  const auto space = detail::supportedSpace(challenges);
-  if (!space) return;
-  const bool isDigest = space->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
-  require(std::ranges::any_of(challenges, [&](const Challenge& challenge) {
-    return detail::asciiLowercased(challenge.scheme) == (isDigest ? "digest" : "basic") &&
-           challenge.parameter("realm").value_or("") == space->realm &&
-           (!isDigest || challenge.parameter("nonce").has_value());
-  }));
+  const Challenge* const challenge = detail::supportedChallenge(challenges);
+  if (!challenge) return;
+  const bool isDigest = detail::spaceOf(*challenge).authenticationMethod ==
+                        URLProtectionSpace::AuthenticationMethod::httpDigest;
+  require(detail::asciiLowercased(challenge->scheme) == (isDigest ? "digest" : "basic"));
+  NoRandomness random;
+  auto authorization = detail::Authorization::make(*challenge, {"till", "s3cret"}, random);
+  require(authorization.has_value());
+  for (const bool renewed : {false, true}) {
+    if (renewed) static_cast<void>(authorization->renew(*challenge));
+    const std::string field = authorization->field("GET", "/path");
+    require(!detail::hasControlCharacter(field));
+    const auto sent = detail::parseChallenges(field);
+    if (!isDigest) continue;
+    require(sent.size() == 1 && sent.front().scheme == "Digest" && sent.front().parameter("response"));
+    for (const char* name : {"nonce", "opaque"}) {
+      require(sent.front().parameter(name) == challenge->parameter(name));
+    }
+  }
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 // What no server can go beyond: the size of an answer, the time of a request, and how often it is sent.
+#include <array>
 #include <cstdio>
+#include <future>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -82,43 +85,152 @@ TEST_F(SessionLimits, AnAnswerThatNeverEndsEndsByTheSessionsTime) {
   }
 }
 
-// Agrees to HTTP/2 and refuses every stream (REFUSED_STREAM). It says its port and each method to a pipe, and
-// ends with its input.
-constexpr const char* refusingServer = R"(node -e '
-  const fs = require("fs"), [key, cert] = process.argv.slice(1, 3).map(path => fs.readFileSync(path));
-  const heard = fs.openSync(process.argv[3], "w"), say = word => fs.writeSync(heard, word + "\n");
-  const server = require("http2").createSecureServer({key, cert});
-  server.on("stream", (stream, head) => { say(head[":method"]); stream.on("error", () => {}).close(7); });
-  server.listen(0, "127.0.0.1", () => say(server.address().port));
-  process.stdin.on("end", () => process.exit()).resume();' )";
+namespace {
 
-TEST_F(SessionLimits, AStreamThatIsRefusedIsSentOnceMoreIfItMayBe) {
-  const NginxServer certificates;
-  const auto certificate = certificates.certificate().string();
-  const auto pipe = certificates.files().string() + "/heard";
-  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  auto key = certificates.certificate();
-  const auto command =
-      refusingServer + key.replace_extension("key").string() + " " + certificate + " " + pipe;
-  FILE* const server = popen(command.c_str(), "w");
-  ASSERT_NE(server, nullptr);
-  const FileDescriptor heard(open(pipe.c_str(), O_RDONLY));
+// A server of node with the certificate of an nginx. It says its port and more to a pipe, line by line, and
+// ends with its input. The script finds `say`, `serve` to listen, `options` with key and certificate, and
+// `argument`.
+class NodeServer {
+ public:
+  explicit NodeServer(const std::string& script, const std::string& argument = "") {
+    const auto pipe = certificates_.files().string() + "/heard";
+    EXPECT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    auto key = certificates_.certificate();
+    const auto command = "node -e '" + std::string(start) + script + "' " +
+                         key.replace_extension("key").string() + " " + certificates_.certificate().string() +
+                         " " + pipe + " " + argument;
+    process_ = popen(command.c_str(), "w");
+    heard_ = FileDescriptor(open(pipe.c_str(), O_RDONLY));
+    url_ = "https://127.0.0.1:" + word() + "/";
+  }
+  NodeServer(const NodeServer&) = delete;
+  NodeServer& operator=(const NodeServer&) = delete;
+  ~NodeServer() { end(); }
+
+  void end() {
+    if (process_) pclose(std::exchange(process_, nullptr));
+  }
+  [[nodiscard]] const std::string& url() const { return url_; }
+  [[nodiscard]] URLSessionConfiguration configuration() const {
+    URLSessionConfiguration trusting;
+    trusting.additionalCertificates = certificates_.certificate();
+    return trusting;
+  }
   // Byte by byte: a stream of libc++ waits until its buffer is full.
-  const auto word = [&heard] {
+  std::string word() {
     std::string text;
-    for (char letter = 0; read(heard.get(), &letter, 1) == 1 && letter != '\n';) text += letter;
+    for (char letter = 0; read(heard_.get(), &letter, 1) == 1 && letter != '\n';) text += letter;
     return text;
-  };
-  const std::string port = word();
-  URLSessionConfiguration configuration;
-  configuration.additionalCertificates = certificate;
-  useSession(configuration);
-  for (const auto* method : {"GET", "PUT", "POST"}) {
-    URLRequest request = get("https://127.0.0.1:" + port + "/");
+  }
+
+ private:
+  static constexpr std::string_view start = R"(
+    const fs = require("fs"), [key, cert] = process.argv.slice(1, 3).map(path => fs.readFileSync(path));
+    const heard = fs.openSync(process.argv[3], "w"), say = word => fs.writeSync(heard, word + "\n");
+    const options = {key, cert}, argument = process.argv[4];
+    const serve = server => server.listen(0, "127.0.0.1", () => say(server.address().port));
+    process.stdin.on("end", () => process.exit()).resume();)";
+
+  NginxServer certificates_;
+  FILE* process_ = nullptr;
+  FileDescriptor heard_;
+  std::string url_;
+};
+
+}  // namespace
+
+TEST_F(SessionLimits, AStreamThatIsRefusedIsSentOnceMoreIfItMayBeAndAMalformedOneIsTold) {
+  // Ends every stream of HTTP/2 with the error code in its path.
+  NodeServer server(R"(
+    const server = require("http2").createSecureServer(options);
+    server.on("stream", (stream, head) => {
+      say(head[":method"]);
+      stream.on("error", () => {}).close(Number(head[":path"].slice(1)));
+    });
+    serve(server);)");
+  useSession(server.configuration());
+  const auto fails = [&](const char* method, const char* errorCode, Code code) {
+    URLRequest request = get(server.url() + errorCode);
     request.httpMethod = method;
     const auto outcome = send(request);
-    EXPECT_EQ(outcome.code(), Code::networkConnectionLost) << outcome.error->description();
+    EXPECT_EQ(outcome.code(), code) << outcome.error->description();
+  };
+  // 7 is REFUSED_STREAM.
+  for (const auto* method : {"GET", "PUT", "POST"}) fails(method, "7", Code::networkConnectionLost);
+  for (const auto* violation : {"1", "3", "5", "6", "9"}) fails("HEAD", violation, Code::badServerResponse);
+  for (const auto* other : {"0", "2", "8"}) fails("HEAD", other, Code::networkConnectionLost);
+  server.end();
+  for (const auto* method : {"GET", "GET", "PUT", "PUT", "POST", "HEAD"}) EXPECT_EQ(server.word(), method);
+}
+
+namespace {
+
+// Responds to one request on the listener: with the first part, with one byte of the second after each pause,
+// and with the third. Ends when the client hangs up.
+void drip(const FileDescriptor& listener, const std::array<std::string, 3>& parts) {
+  const LoopbackServer silent([](const ReceivedRequest&) { return silence; });
+  URLSession pauses({.proxy = ""});
+  URLRequest pause = get(silent.url());
+  pause.timeoutInterval = 0.25;
+  const FileDescriptor connection(accept(listener.get(), nullptr, nullptr));
+  char byte = 0;
+  for (std::string head; !head.ends_with("\r\n\r\n"); head += byte) {
+    if (recv(connection.get(), &byte, 1, 0) != 1) return;
   }
-  pclose(server);
-  for (const auto* method : {"GET", "GET", "PUT", "PUT", "POST", ""}) EXPECT_EQ(word(), method);
+  const auto sends = [&](std::string_view text) {
+    return ::send(connection.get(), text.data(), text.size(), MSG_NOSIGNAL) == std::ssize(text);
+  };
+  bool isOpen = sends(parts[0]);
+  for (std::size_t i = 0; isOpen && i < parts[1].size(); ++i) {
+    const Send waiting(pauses, pause);
+    waiting.task().resume();
+    EXPECT_EQ(waiting.outcome().code(), Code::timedOut);
+    isOpen = sends(parts[1].substr(i, 1));
+  }
+  EXPECT_TRUE(!isOpen || sends(parts[2]));
+}
+
+}  // namespace
+
+TEST_F(SessionLimits, BytesInsideALineAreNoSilenceButTheWholeRequestMayBeLate) {
+  const std::string ok = "HTTP/1.1 200 OK\r\n";
+  const std::string chunks = ok + "Transfer-Encoding: chunked\r\n\r\n";
+  const std::string noBody = "\r\nContent-Length: 0\r\n\r\n";
+  struct Case {
+    std::array<std::string, 3> parts;
+    std::optional<Code> code{};
+    FileDescriptor listener = loopbackListener(1);
+  };
+  Case cases[] = {{{"HTTP/1.1 200 ", "Fine", noBody}},
+                  {{ok + "X: ", "long", noBody}},
+                  {{chunks, "0000", "\r\n\r\n"}},
+                  {{chunks + "0\r\n", "X: y", "\r\n\r\n"}},
+                  {{ok, std::string(100, 'x'), ""}, Code::timedOut},
+                  {{ok + "X: ", "tls!", noBody}}};
+  const auto& tunnelled = std::end(cases)[-1].listener;
+  const NodeServer tunnel(R"(
+    serve(require("tls").createServer(options, outside => {
+      const inside = require("net").connect(argument, "127.0.0.1");
+      inside.pipe(outside.on("error", () => inside.destroy())).pipe(inside.on("error", () => outside.destroy()));
+    }));)",
+                          std::to_string(portOf(tunnelled)));
+  auto configuration = tunnel.configuration();
+  configuration.maximumRequestTime = 2.5;
+  useSession(configuration);
+  std::vector<std::future<void>> servers;
+  std::vector<const Send*> sends;
+  for (const auto& [parts, code, listener] : cases) {
+    servers.push_back(std::async(std::launch::async, drip, std::cref(listener), std::cref(parts)));
+    auto request =
+        get(&listener == &tunnelled ? tunnel.url() : "http://127.0.0.1:" + std::to_string(portOf(listener)));
+    request.timeoutInterval = 0.8;
+    sends.push_back(&start(request));
+  }
+  for (std::size_t i = 0; i < sends.size(); ++i) {
+    const auto outcome = sends[i]->outcome();
+    EXPECT_EQ(outcome.code(), cases[i].code) << cases[i].parts[1];
+    EXPECT_TRUE(!outcome.error || outcome.error->description().contains("whole request"))
+        << outcome.error->description();
+    shutdown(cases[i].listener.get(), SHUT_RDWR);
+  }
 }

@@ -19,6 +19,17 @@ std::string_view takeLine(std::string_view& rest) {
   return line;
 }
 
+void addField(HTTPHeaders& headers, std::string_view line, FieldValues values) {
+  const auto colon = line.find(':');
+  if (colon == std::string_view::npos) return;
+  const auto name = trimmedField(line.substr(0, colon));
+  if (!isToken(name)) return;
+  const auto value = trimmedField(line.substr(colon + 1));
+  headers.addValue(name, values == FieldValues::texts ? fieldText(value) : std::string(value));
+}
+
+}  // namespace
+
 std::string fieldText(std::string_view bytes) {
   if (isValidUTF8(bytes)) return std::string(bytes);
   std::string text;
@@ -26,17 +37,8 @@ std::string fieldText(std::string_view bytes) {
   return text;
 }
 
-void addField(HTTPHeaders& headers, std::string_view line) {
-  const auto colon = line.find(':');
-  if (colon == std::string_view::npos) return;
-  const auto name = trimmedField(line.substr(0, colon));
-  if (isToken(name)) headers.addValue(name, fieldText(trimmedField(line.substr(colon + 1))));
-}
-
-}  // namespace
-
 // A line that begins with a space or tab continues the value of the line before it (RFC 9112, section 5.2).
-HTTPHead readHead(std::string_view lines) {
+HTTPHead readHead(std::string_view lines, FieldValues values) {
   HTTPHead head;
   head.headers.reserve(static_cast<std::size_t>(std::ranges::count(lines, '\n')));
   std::string unfolded;
@@ -53,7 +55,7 @@ HTTPHead readHead(std::string_view lines) {
         }
         line = unfolded;
       }
-      addField(head.headers, line);
+      addField(head.headers, line, values);
     }
   }
   return head;

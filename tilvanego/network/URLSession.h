@@ -38,7 +38,7 @@ struct URLSessionConfiguration {
   std::uint64_t maximumBodySize = std::uint64_t{64} * 1024 * 1024;
   /// The largest head of a response in bytes: status line, header fields, interim responses and trailers
   /// together. A larger one, or more than 1000 fields, fails with `badServerResponse`. 0 means no limit of
-  /// the session; libcurl's own limit, 100 KiB for one field, remains.
+  /// the session; libcurl's own limits remain: 100 KiB for one field, 4 KiB for one field of a trailer.
   std::uint64_t maximumHeadSize = std::uint64_t{64} * 1024;
   /// The longest time in seconds from the start of a request to the end of its response, redirects and
   /// challenges included; a longer request fails with `timedOut`. 0 or less means no limit.
@@ -59,7 +59,9 @@ struct URLSessionConfiguration {
 /// - "Content-Length" and "Transfer-Encoding" of a request are ignored: the session sets them.
 /// - When a connection is lost, the session itself never repeats a request whose method isn't idempotent
 ///   (RFC 9110, section 9.2.2).
-/// - `URLRequest::timeoutInterval` is the longest time without a byte in either direction. Connecting counts
+/// - `URLRequest::timeoutInterval` is the longest time without a byte in either direction; over HTTP/2,
+/// without
+///   a frame of the request. Connecting counts
 ///   as one such time, waiting for the first byte of the response as the next.
 ///
 /// Threads: all operations may be called from any thread. The session starts one thread with its first task;
@@ -86,8 +88,7 @@ class URLSession final : public URLSessionProtocol {
 
   [[nodiscard]] const URLSessionConfiguration& configuration() const TILVANEGO_LIFETIMEBOUND;
 
-  /// Deletes the cookies, and the header fields of earlier requests that buffers still hold. Tasks that are
-  /// resumed later send none of these cookies; running tasks may store new ones.
+  /// Deletes the cookies. Tasks that are resumed later send none of them; running tasks may store new ones.
   void clearCookies();
 
   /// The completion gets an `HTTPURLResponse` and data on success; the data are empty if there is no body. On

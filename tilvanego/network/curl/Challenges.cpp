@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
@@ -57,12 +58,31 @@ class Reader {
   std::string_view rest_;
 };
 
+bool isOf(const Challenge& challenge, std::string_view scheme) {
+  return equalIgnoringASCIICase(challenge.scheme, scheme);
+}
+
+/// Whether the list is missing or offers "auth".
+bool isQualitySupported(const Challenge& digest) {
+  auto list = digest.parameter("qop").value_or("auth");
+  for (;;) {
+    const auto comma = std::min(list.find(','), list.size());
+    if (equalIgnoringASCIICase(trimmedField(list.substr(0, comma)), "auth")) return true;
+    if (comma == list.size()) return false;
+    list.remove_prefix(comma + 1);
+  }
+}
+
 bool isComputable(const Challenge& digest) {
-  static constexpr std::array<std::string_view, 4> algorithms = {"md5", "md5-sess", "sha-256",
+  static constexpr std::array<std::string_view, 4> algorithms = {"md5", "sha-256", "md5-sess",
                                                                  "sha-256-sess"};
-  const auto algorithm = digest.parameter("algorithm");
-  if (!digest.parameter("nonce")) return false;
-  return !algorithm || std::ranges::find(algorithms, asciiLowercased(*algorithm)) != algorithms.end();
+  const auto algorithm = asciiLowercased(digest.parameter("algorithm").value_or("md5"));
+  if (std::ranges::find(algorithms, algorithm) == algorithms.end()) return false;
+  // Only with "qop" the server is told the client's nonce, which the secret of a session contains.
+  if (algorithm.ends_with("-sess") && !digest.parameter("qop")) return false;
+  return digest.parameter("nonce") && isQualitySupported(digest) &&
+         std::ranges::none_of(digest.parameters,
+                              [](const auto& item) { return hasControlCharacter(item.second); });
 }
 
 }  // namespace
@@ -97,24 +117,27 @@ std::vector<Challenge> parseChallenges(std::string_view field) {
   return challenges;
 }
 
-std::optional<URLProtectionSpace> supportedSpace(const std::vector<Challenge>& challenges) {
-  const auto first = [&](std::string_view scheme) {
-    return std::ranges::find(challenges, scheme,
-                             [](const Challenge& each) { return asciiLowercased(each.scheme); });
-  };
-  const auto space = [](const Challenge& challenge, URLProtectionSpace::AuthenticationMethod method) {
-    URLProtectionSpace made;
-    made.realm = challenge.parameter("realm").value_or("");
-    made.authenticationMethod = method;
-    return made;
-  };
-  if (const auto digest = first("digest"); digest != challenges.end() && isComputable(*digest)) {
-    return space(*digest, URLProtectionSpace::AuthenticationMethod::httpDigest);
-  }
-  if (const auto basic = first("basic"); basic != challenges.end()) {
-    return space(*basic, URLProtectionSpace::AuthenticationMethod::httpBasic);
-  }
-  return std::nullopt;
+bool hasControlCharacter(std::string_view text) {
+  return std::ranges::any_of(text, [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7F; });
+}
+
+bool isDigest(const Challenge& challenge) { return isOf(challenge, "digest"); }
+
+const Challenge* supportedChallenge(const std::vector<Challenge>& challenges) {
+  const auto digest = std::ranges::find_if(
+      challenges, [](const Challenge& each) { return isDigest(each) && isComputable(each); });
+  if (digest != challenges.end()) return &*digest;
+  const auto basic =
+      std::ranges::find_if(challenges, [](const Challenge& each) { return isOf(each, "basic"); });
+  return basic != challenges.end() ? &*basic : nullptr;
+}
+
+URLProtectionSpace spaceOf(const Challenge& challenge) {
+  using enum URLProtectionSpace::AuthenticationMethod;
+  URLProtectionSpace space;
+  space.realm = fieldText(challenge.parameter("realm").value_or(""));
+  space.authenticationMethod = isDigest(challenge) ? httpDigest : httpBasic;
+  return space;
 }
 
 }  // namespace tilvanego::detail

@@ -15,7 +15,7 @@ namespace tilvanego::detail {
 struct Challenge {
   /// As the server sent it; case-insensitive.
   std::string scheme;
-  /// Names in lower case, values without quotes and escapes. A token68 is left out.
+  /// Names in lower case, values without quotes and escapes, in the field's own bytes. A token68 is left out.
   std::vector<std::pair<std::string, std::string>> parameters;
 
   [[nodiscard]] std::optional<std::string_view> parameter(std::string_view lowerCaseName) const
@@ -25,9 +25,17 @@ struct Challenge {
 /// Returns all challenges of a field, whose values are separated by commas. Invalid parts are ignored.
 [[nodiscard]] std::vector<Challenge> parseChallenges(std::string_view field);
 
-/// Returns method and realm of the challenge that the session responds to; the caller sets the other members.
-/// It is the first Digest challenge, the one that libcurl responds to, if libcurl supports its algorithm;
-/// else Basic; else there is no value.
-[[nodiscard]] std::optional<URLProtectionSpace> supportedSpace(const std::vector<Challenge>& challenges);
+/// Whether the text has a character that a header field must not repeat (RFC 9110, section 5.5).
+[[nodiscard]] bool hasControlCharacter(std::string_view text);
+
+[[nodiscard]] bool isDigest(const Challenge& challenge);
+
+/// Returns the challenge that the session responds to: the first Digest with an algorithm that
+/// `Authorization` computes, else the first Basic, else null.
+[[nodiscard]] const Challenge* supportedChallenge(
+    const std::vector<Challenge>& challenges TILVANEGO_LIFETIMEBOUND);
+
+/// Returns method and realm of a supported challenge; the caller sets the other members.
+[[nodiscard]] URLProtectionSpace spaceOf(const Challenge& challenge);
 
 }  // namespace tilvanego::detail

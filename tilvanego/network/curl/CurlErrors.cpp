@@ -1,5 +1,7 @@
 #include <tilvanego/network/curl/CurlErrors.h>
 
+#include <algorithm>
+#include <array>
 #include <string>
 
 #include <curl/curl.h>
@@ -7,6 +9,14 @@
 namespace tilvanego::detail {
 
 namespace {
+
+/// Whether the text has a code of HTTP/2 with which a stream ends whose response is malformed (RFC 9113,
+/// section 7). libcurl doesn't tell which side has sent the code.
+bool namesViolation(std::string_view detail) {
+  static constexpr std::array<std::string_view, 5> codes = {
+      "PROTOCOL_ERROR", "FLOW_CONTROL_ERROR", "STREAM_CLOSED", "FRAME_SIZE_ERROR", "COMPRESSION_ERROR"};
+  return std::ranges::any_of(codes, [&](std::string_view code) { return detail.contains(code); });
+}
 
 TransportError::Code codeOf(CURLcode code, std::string_view detail) {
   using enum TransportError::Code;
@@ -39,9 +49,11 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
     case CURLE_SEND_ERROR:
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
+    // Also a server that ends its connection properly.
     case CURLE_HTTP2:
-    case CURLE_HTTP2_STREAM:
       return networkConnectionLost;
+    case CURLE_HTTP2_STREAM:
+      return namesViolation(detail) ? badServerResponse : networkConnectionLost;
     // The scheme was checked before: libcurl uses this code for a response without a status line.
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY:

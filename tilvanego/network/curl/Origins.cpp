@@ -6,6 +6,12 @@
 
 namespace tilvanego::detail {
 
+namespace {
+
+std::uint32_t portOf(const URL& url) { return url.port().value_or(isSecure(url) ? 443 : 80); }
+
+}  // namespace
+
 bool isHTTP(const URL& url) {
   return isSecure(url) || equalIgnoringASCIICase(url.scheme().value_or(""), "http");
 }
@@ -14,11 +20,21 @@ bool hasOrigin(const URL& url) { return isHTTP(url) && !url.writtenHost().value_
 
 std::optional<Origin> originOf(const URL& url) {
   if (!hasOrigin(url)) return std::nullopt;
-  const auto port = url.port().value_or(isSecure(url) ? 443 : 80);
-  return Origin{asciiLowercased(*url.scheme()), asciiLowercased(*url.writtenHost()), port};
+  return Origin{asciiLowercased(*url.scheme()), asciiLowercased(*url.writtenHost()), portOf(url)};
 }
 
 bool isSecure(const URL& url) { return equalIgnoringASCIICase(url.scheme().value_or(""), "https"); }
+
+std::string pathAndQuery(const URL& url) {
+  std::string target(url.encodedPath());
+  if (target.empty()) target = "/";
+  if (const auto query = url.encodedQuery()) target.append("?").append(*query);
+  return target;
+}
+
+std::string hostAndPort(const URL& url) {
+  return std::string(url.writtenHost().value_or("")) + ":" + std::to_string(portOf(url));
+}
 
 std::string textWithoutUser(const URL& url) {
   std::string text = url.absoluteString();

@@ -31,6 +31,12 @@ struct Origin {
 /// Whether the scheme is https. Allocates nothing.
 [[nodiscard]] bool isSecure(const URL& url);
 
+/// The target of a request: path and query (RFC 9112, section 3.2.1).
+[[nodiscard]] std::string pathAndQuery(const URL& url);
+
+/// The target of a CONNECT: host and port (section 3.2.3).
+[[nodiscard]] std::string hostAndPort(const URL& url);
+
 /// Returns the URL's text without user and password.
 [[nodiscard]] std::string textWithoutUser(const URL& url);
 

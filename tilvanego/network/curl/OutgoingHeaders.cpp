@@ -4,22 +4,25 @@
 
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 
 OutgoingHeaders::OutgoingHeaders() = default;
-OutgoingHeaders::~OutgoingHeaders() = default;
+OutgoingHeaders::~OutgoingHeaders() { wipe(text_); }
 
-void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody) {
-  text_.clear();
+void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential) {
+  wipe(text_);
   starts_.clear();
   for (const auto& [name, value] : fields.fields()) {
     // libcurl sets these fields. With a wrong value, the server would wait for more bytes or read the rest of
     // the body as a request.
     if (equalIgnoringASCIICase(name, "Content-Length") || equalIgnoringASCIICase(name, "Transfer-Encoding"))
       continue;
+    if (!credential.value.empty() && equalIgnoringASCIICase(name, credential.name)) continue;
     add(name, trimmedField(value));
   }
+  if (!credential.value.empty()) add(credential.name, credential.value);
   if (withBody) {
     if (!fields.value("Content-Type")) suppress("Content-Type");
     if (!fields.value("Expect")) suppress("Expect");
@@ -37,6 +40,7 @@ curl_slist* OutgoingHeaders::list() { return nodes_.empty() ? nullptr : nodes_.d
 // For libcurl "Name;" means a field with an empty value, "Name:" means that the field isn't sent.
 void OutgoingHeaders::add(std::string_view name, std::string_view value) {
   starts_.push_back(text_.size());
+  makeRoom(text_, name.size() + value.size() + sizeof(": "));
   text_.append(name);
   if (value.empty()) {
     text_.push_back(';');

@@ -12,7 +12,15 @@ struct curl_slist;  // NOLINT(readability-identifier-naming): libcurl's
 
 namespace tilvanego::detail {
 
-/// The header fields of a request as a list of libcurl, in memory that is reused for the next request.
+/// A field of a credential.
+struct CredentialField {
+  std::string_view name;
+  /// No field if it is empty.
+  std::string_view value;
+};
+
+/// The header fields of a request as a list of libcurl, in memory that is reused for the next request and
+/// wiped at the end.
 class OutgoingHeaders {
  public:
   OutgoingHeaders();
@@ -21,8 +29,8 @@ class OutgoingHeaders {
   ~OutgoingHeaders();
 
   /// Sets the fields, which must have been checked. With a body, prevents libcurl from adding "Content-Type"
-  /// and "Expect" unless the fields contain them.
-  void set(const HTTPHeaders& fields, bool withBody);
+  /// and "Expect" unless the fields contain them. `credential` replaces the fields of its name.
+  void set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential = {});
   /// Valid until the next `set`; null without fields.
   [[nodiscard]] curl_slist* list() TILVANEGO_LIFETIMEBOUND;
 

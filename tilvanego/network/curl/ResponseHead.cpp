@@ -24,34 +24,25 @@ std::string_view withoutBlanks(std::string_view text) {
 }  // namespace
 
 bool ResponseHead::addLine(std::string_view line) {
+  const bool isEmpty = line == "\r\n" || line == "\n";
+  const bool isFirst = !inBody_ && line.starts_with("HTTP/") && (bytes_.empty() || complete_);
   received_ += line.size();
-  if (received_ > maxBytes_) return false;
-  if (inBody_) return true;
-  if (line.starts_with("HTTP/") && (bytes_.empty() || complete_)) {
-    startOver();
-    noteStatus(line);
-  }
-  if (complete_) return true;
+  if (!isEmpty && !isFirst) ++fieldCount_;
+  if (received_ > maxBytes_ || fieldCount_ > maxFields) return false;
+  if (isFirst) startOver();
+  if (inBody_ || complete_) return true;
   bytes_.append(line);
-  if (line == "\r\n" || line == "\n") {
-    complete_ = true;
-    return true;
-  }
+  if (isEmpty) complete_ = true;
   constexpr std::string_view length = "content-length:";
   if (isField(line, "content-encoding:")) hasContentEncoding_ = true;
   if (isField(line, length)) noteLength(line.substr(length.size()));
-  return ++lineCount_ <= maxFields + 1;
+  return true;
 }
 
 void ResponseHead::clear() {
   startOver();
   received_ = 0;
-  refusals_ = 0;
-}
-
-void ResponseHead::noteStatus(std::string_view line) {
-  const std::string_view status = line.substr(std::min(line.find(' '), line.size()));
-  if (status.starts_with(" 401") || status.starts_with(" 407")) ++refusals_;
+  fieldCount_ = 0;
 }
 
 // libcurl would use the last of several lengths, and the digits at the start of an invalid one.
@@ -72,7 +63,6 @@ void ResponseHead::noteLength(std::string_view value) {
 
 void ResponseHead::startOver() {
   bytes_.clear();
-  lineCount_ = 0;
   complete_ = false;
   inBody_ = false;
   hasContentEncoding_ = false;

@@ -14,9 +14,9 @@ namespace tilvanego::detail {
 /// of a proxy's responses are replaced by the next head; trailers are left out.
 class ResponseHead {
  public:
+  /// The most fields of a response, also those that are replaced or left out; each line of a folded one
+  /// counts.
   static constexpr std::size_t maxFields = 1000;
-  /// libcurl itself repeats a Digest request without limit as long as the server calls its nonce stale.
-  static constexpr std::size_t maxRefusals = 4;
 
   /// `maxBytes` limits all lines of a response together, also those that are replaced or left out.
   explicit ResponseHead(std::size_t maxBytes) : maxBytes_(maxBytes) {}
@@ -32,8 +32,6 @@ class ResponseHead {
   [[nodiscard]] bool isComplete() const { return complete_; }
   /// Whether "Content-Length" isn't one number (RFC 9112, section 6.3).
   [[nodiscard]] bool hasBrokenLength() const { return hasBrokenLength_; }
-  /// Whether a server or proxy has refused more than `maxRefusals` credentials.
-  [[nodiscard]] bool hasTooManyRefusals() const { return refusals_ > maxRefusals; }
   [[nodiscard]] bool hasContentEncoding() const { return hasContentEncoding_; }
   /// The lines as received, for `readHead`; empty until the head is complete.
   [[nodiscard]] std::string_view lines() const TILVANEGO_LIFETIMEBOUND {
@@ -42,19 +40,17 @@ class ResponseHead {
 
  private:
   void startOver();
-  void noteStatus(std::string_view line);
   void noteLength(std::string_view value);
 
   std::size_t maxBytes_;
   std::string bytes_;
-  std::size_t lineCount_ = 0;
   std::size_t received_ = 0;
+  std::size_t fieldCount_ = 0;
   bool complete_ = false;
   bool inBody_ = false;
   bool hasContentEncoding_ = false;
   bool hasBrokenLength_ = false;
   std::optional<std::uint64_t> length_;
-  std::size_t refusals_ = 0;
 };
 
 }  // namespace tilvanego::detail

@@ -17,7 +17,6 @@ namespace {
 
 using Code = TransportError::Code;
 
-constexpr std::size_t maximumSpareTransfers = 64;
 constexpr long maximumKeptConnections = 64;
 /// In milliseconds. Under heavy load, a transfer of libcurl 7.88 sometimes stopped, with no event to wait
 /// for, until the next call of libcurl. One call a second avoids that.
@@ -47,11 +46,10 @@ void makeRoom(std::vector<Element>& elements, std::size_t count) {
 
 SessionLoop::SessionLoop(TransferSettings settings) : settings_(std::move(settings)), gate_(*settings_.gate) {
   initializeCurl();
-  auto& [sockets, share, multi, active, spare] = *handles_;
+  auto& [sockets, share, multi, active] = *handles_;
   share.reset(curl_share_init());
   multi.reset(curl_multi_init());
   if (!share || !multi) throw std::bad_alloc();
-  spare.reserve(maximumSpareTransfers);
   // No lock functions: one thread uses them.
   curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
   curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
@@ -211,16 +209,14 @@ void SessionLoop::process(const std::shared_ptr<SessionTask>& task) {
 }
 
 void SessionLoop::start(const std::shared_ptr<SessionTask>& task) {
-  auto& [sockets, share, multi, active, spare] = *handles_;
+  auto& [sockets, share, multi, active] = *handles_;
   try {
     makeRoom(touched_, active.size() + 1);
     makeRoom(active, active.size() + 1);
-    if (spare.empty()) spare.push_back(std::make_unique<Transfer>(settings_, sockets, share.get(), touched_));
+    active.push_back(std::make_unique<Transfer>(settings_, sockets, share.get(), touched_));
   } catch (const std::bad_alloc&) {
     return complete(task, Outcome::outOfMemory());
   }
-  active.push_back(std::move(spare.back()));
-  spare.pop_back();
   auto& started = *active.back();
   started.position = active.size() - 1;
   if (auto refused = started.begin(task)) {
@@ -237,9 +233,7 @@ void SessionLoop::send(Transfer& transfer) {
   nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
 }
 
-// Also destroys the spare transfers, which still hold the header fields of their last request.
 void SessionLoop::deleteCookies() {
-  handles_->spare.clear();
   if (CURL* any = curl_easy_init()) {
     curl_easy_setopt(any, CURLOPT_SHARE, handles_->share.get());
     curl_easy_setopt(any, CURLOPT_COOKIELIST, "ALL");
@@ -278,6 +272,7 @@ void SessionLoop::failOverdue() {
   // From the end, because `fail` moves the last transfer to the position of the failed one.
   for (auto i = handles_->active.size(); i-- > 0;) {
     auto& transfer = *handles_->active[i];
+    if (transfer.deadline() <= now_) transfer.noteUnfinishedLine(now_);
     if (transfer.deadline() <= now_) {
       fail(transfer, Code::timedOut, transfer.timeoutMessage(now_));
     } else {
@@ -296,12 +291,7 @@ void SessionLoop::finish(Transfer& transfer, Outcome outcome) {
   auto task = transfer.end();
   active.back()->position = transfer.position;
   std::swap(active[transfer.position], active.back());
-  auto ended = std::move(active.back());
   active.pop_back();
-  // Can't fail: the capacity was reserved.
-  if (ended->isReusable() && handles_->spare.size() < maximumSpareTransfers) {
-    handles_->spare.push_back(std::move(ended));
-  }
   complete(std::move(task), std::move(outcome));
 }
 

@@ -32,8 +32,7 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   /// short; the task isn't queued then.
   void submit(std::shared_ptr<SessionTask> task);
 
-  /// Deletes the cookies and the data of earlier requests in the handles, before a later task starts. May be
-  /// called from any thread.
+  /// Deletes the cookies before a later task starts. May be called from any thread.
   void clearCookies();
 
   /// Ends all tasks, also later ones, as cancelled, and then the thread. Waits for the thread, except on that
@@ -58,10 +57,7 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
     Sockets sockets;
     std::unique_ptr<CURLSH, ShareDeleter> share;
     std::unique_ptr<CURLM, MultiDeleter> multi;
-    /// Transfers with a task.
     std::vector<std::unique_ptr<Transfer>> active;
-    /// Transfers without a task, kept for the next one.
-    std::vector<std::unique_ptr<Transfer>> spare;
   };
 
   void startThread();

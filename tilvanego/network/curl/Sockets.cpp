@@ -4,6 +4,7 @@
 #include <exception>
 
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -29,17 +30,33 @@ void Sockets::serve(CURL* handle) {
   curl_easy_setopt(handle, CURLOPT_CLOSESOCKETDATA, static_cast<void*>(this));
 }
 
-bool Sockets::hasUnread(int localPort, int remotePort) {
+const Sockets::Entry* Sockets::find(int localPort, int remotePort) {
   for (Entry& entry : entries_) {
     if (entry.remotePort == 0) {
       entry.localPort = portBy(&getsockname, entry.socket);
       entry.remotePort = portBy(&getpeername, entry.socket);
     }
-    if (entry.localPort != localPort || entry.remotePort != remotePort) continue;
-    char byte = 0;
-    return recv(entry.socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0;
+    if (entry.localPort == localPort && entry.remotePort == remotePort) return &entry;
   }
-  return false;
+  return nullptr;
+}
+
+bool Sockets::hasUnread(int localPort, int remotePort) {
+  const auto* const entry = find(localPort, remotePort);
+  char byte = 0;
+  return entry && recv(entry->socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0;
+}
+
+std::optional<std::chrono::milliseconds> Sockets::sinceLastByte(int localPort, int remotePort) {
+#ifdef __linux__
+  const auto* const entry = find(localPort, remotePort);
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  if (entry && getsockopt(entry->socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0) {
+    return std::chrono::milliseconds(info.tcpi_last_data_recv);
+  }
+#endif
+  return std::nullopt;
 }
 
 curl_socket_t Sockets::open(void* self, curlsocktype, curl_sockaddr* address) noexcept {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <vector>
 
 #include <curl/curl.h>
@@ -22,6 +24,10 @@ class Sockets {
   /// unknown connection.
   [[nodiscard]] bool hasUnread(int localPort, int remotePort);
 
+  /// How long ago this connection received its last byte. No value for an unknown connection, or on a system
+  /// that doesn't tell.
+  [[nodiscard]] std::optional<std::chrono::milliseconds> sinceLastByte(int localPort, int remotePort);
+
  private:
   struct Entry {
     curl_socket_t socket;
@@ -29,6 +35,8 @@ class Sockets {
     int localPort = 0;
     int remotePort = 0;
   };
+
+  [[nodiscard]] const Entry* find(int localPort, int remotePort);
 
   static curl_socket_t open(void* self, curlsocktype, curl_sockaddr* address) noexcept;
   static int close(void* self, curl_socket_t socket) noexcept;

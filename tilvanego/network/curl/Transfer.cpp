@@ -50,11 +50,7 @@ Transfer::Transfer(const TransferSettings& settings, Sockets& sockets, CURLSH* s
       sockets_(sockets),
       touched_(touched),
       share_(share),
-      handle_(curl_easy_init()),
-      head_(limitOf(settings.configuration.maximumHeadSize)) {
-  if (!handle_) throw std::bad_alloc();
-  setConstantOptions();
-}
+      head_(limitOf(settings.configuration.maximumHeadSize)) {}
 
 Transfer::~Transfer() = default;
 
@@ -76,9 +72,6 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
 std::shared_ptr<SessionTask> Transfer::end() {
   // Aborting the transfer may have called a callback of libcurl.
   if (std::exchange(isTouched_, false)) std::erase(touched_, this);
-  request_ = nullptr;
-  redirected_.reset();
-  redirects_ = 0;
   task_->transfer = nullptr;
   return std::exchange(task_, nullptr);
 }
@@ -174,6 +167,18 @@ void Transfer::noteActivity(Clock::time_point now) {
   report(completed, totalUnits());
 }
 
+// libcurl tells of whole lines only, in a head, between chunks and in a trailer. A connection of HTTP/2 also
+// receives bytes of other requests; there libcurl passes each frame on.
+void Transfer::noteUnfinishedLine(Clock::time_point now) {
+  if (isSecure(*request_->url)) {
+    long version = CURL_HTTP_VERSION_NONE;
+    curl_easy_getinfo(handle(), CURLINFO_HTTP_VERSION, &version);
+    if (version != CURL_HTTP_VERSION_1_0 && version != CURL_HTTP_VERSION_1_1) return;
+  }
+  const auto since = sockets_.sinceLastByte(localPort_, remotePort_);
+  if (since) lastActivity_ = std::max(lastActivity_, now - *since);
+}
+
 void Transfer::report(std::int64_t completed, std::int64_t total) {
   if (!task_->hasProgress()) return;
   settings_.gate->runHostCode([&] { task_->report(completed, total); });
@@ -248,13 +253,12 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
   try {
     transfer.touch();
     transfer.sendsWithoutResponse_ = 0;
-    if (!transfer.progressSet_) transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
+    if (!transfer.followsUpload_)
+      transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
     if (!transfer.head_.addLine({line, length})) {
       transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
     } else if (transfer.head_.hasBrokenLength()) {
       transfer.refuse(Code::badServerResponse, "the answer's \"Content-Length\" isn't one number");
-    } else if (transfer.head_.hasTooManyRefusals()) {
-      transfer.refuse(Code::badServerResponse, "each answer to a challenge is called out of date");
     } else {
       return length;
     }
@@ -303,6 +307,8 @@ int Transfer::onSending(void* self, char*, char*, int remotePort, int localPort)
     transfer.refuse(Code::networkConnectionLost, "the connection ended before an answer came");
     return CURL_PREREQFUNC_ABORT;
   }
+  transfer.localPort_ = localPort;
+  transfer.remotePort_ = remotePort;
   transfer.touch();
   return CURL_PREREQFUNC_OK;
 }

@@ -19,6 +19,7 @@
 #include <tilvanego/network/URLRequest.h>
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/network/URLSession.h>
+#include <tilvanego/network/curl/Authorization.h>
 #include <tilvanego/network/curl/Body.h>
 #include <tilvanego/network/curl/ContentDecoder.h>
 #include <tilvanego/network/curl/ExitGate.h>
@@ -52,18 +53,9 @@ struct Outcome {
   }
 };
 
-/// The options of libcurl for the credential of a server or a proxy.
-struct CredentialOptions {
-  CURLoption user;
-  CURLoption password;
-  CURLoption method;
-};
-inline constexpr CredentialOptions serverOptions = {CURLOPT_USERNAME, CURLOPT_PASSWORD, CURLOPT_HTTPAUTH};
-inline constexpr CredentialOptions proxyOptions = {CURLOPT_PROXYUSERNAME, CURLOPT_PROXYPASSWORD,
-                                                   CURLOPT_PROXYAUTH};
-
-/// An easy handle of libcurl that sends one task at a time, with its redirects and challenges. Used by the
-/// session's thread only.
+/// Sends one task, with its redirects and challenges. Each request has an easy handle of libcurl of its own:
+/// on a used one, libcurl counts its repetitions of all requests together, and up to 8.0 reads freed memory
+/// if the first field of a head is folded. Used by the session's thread only.
 class Transfer {
  public:
   using Clock = std::chrono::steady_clock;
@@ -71,7 +63,7 @@ class Transfer {
   /// Transfers that had a callback of libcurl since the loop's last round, each once.
   using Touched = std::vector<Transfer*>;
 
-  /// All arguments must outlive the transfer. Throws std::bad_alloc if libcurl can't create a handle.
+  /// All arguments must outlive the transfer.
   Transfer(const TransferSettings& settings, Sockets& sockets, CURLSH* share, Touched& touched);
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
@@ -90,11 +82,10 @@ class Transfer {
   /// Releases the task and returns it.
   [[nodiscard]] std::shared_ptr<SessionTask> end();
 
-  /// Whether the handle may be used for another task: not if it contains a credential or a challenge.
-  [[nodiscard]] bool isReusable() const { return !challenged_; }
-
   /// Called by the loop for each touched transfer: bytes were sent or received at `now`.
   void noteActivity(Clock::time_point now);
+  /// Called by the loop when the deadline has passed: looks whether bytes came of which libcurl didn't tell.
+  void noteUnfinishedLine(Clock::time_point now);
   /// The time at which the transfer times out if no byte is sent or received before.
   [[nodiscard]] Clock::time_point deadline() const { return std::min(lastActivity_ + limit_, end_); }
   /// The message for a transfer that has timed out.
@@ -120,7 +111,6 @@ class Transfer {
   static int onSending(void* self, char*, char*, int remotePort, int localPort) noexcept;
 
   void renewHandle();
-  void setConstantOptions();
   enum class Connection { any, fresh };
   void prepare(Connection connection = Connection::any);
   void setMethodAndBody();
@@ -128,8 +118,8 @@ class Transfer {
   void setURL(const std::string& text);
   void setTimeout();
   void setEnd();
-  void withholdCredential(const CredentialOptions& options);
-  void sendCredential(const CredentialOptions& options, const URLCredential& credential, bool digest);
+  void setHeaders(bool announcesBody);
+  void setProxy();
   void touch() noexcept;
   void bodyBegins();
   [[nodiscard]] bool takeBody(std::string_view bytes);
@@ -145,6 +135,7 @@ class Transfer {
   [[nodiscard]] std::expected<bool, TransportError> prepareNextRequest(int statusCode);
   [[nodiscard]] std::expected<bool, TransportError> followRedirect(int statusCode);
   [[nodiscard]] bool respondToChallenge(bool fromProxy);
+  [[nodiscard]] std::optional<Authorization> authorizationFor(const Challenge& challenge, bool fromProxy);
   [[nodiscard]] std::optional<URLAuthenticationChallenge> challengeFor(URLProtectionSpace space,
                                                                        bool fromProxy) const;
   [[nodiscard]] std::optional<URLCredential> credentialFor(const URLAuthenticationChallenge& challenge) const;
@@ -162,6 +153,7 @@ class Transfer {
   CURLSH* const share_;
   std::unique_ptr<CURL, Deleter> handle_;
   OutgoingHeaders headers_;
+  OutgoingHeaders proxyHeaders_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
 
   std::shared_ptr<SessionTask> task_;
@@ -169,13 +161,13 @@ class Transfer {
   const URLRequest* request_ = nullptr;
   std::optional<URLRequest> redirected_;
   int redirects_ = 0;
-  /// The handle contains the state of a challenge.
-  bool challenged_ = false;
-  /// The task's next requests need the handle.
-  bool keepsHandle_ = false;
-  /// The handle was prepared for a request before.
-  bool used_ = false;
+  /// The responses to the last challenge of the request's server and of its proxy.
+  std::optional<Authorization> serverAuthorization_;
+  std::optional<Authorization> proxyAuthorization_;
   Connection connection_ = Connection::any;
+  /// The ports of the request's connection; 0 until it is sent.
+  int localPort_ = 0;
+  int remotePort_ = 0;
   /// Nothing was sent: see `onSending`.
   bool isConnectionStale_ = false;
   /// The servers, proxies and realms to which a credential of this task was sent.
@@ -187,6 +179,8 @@ class Transfer {
   /// Has a value if the body is compressed.
   std::optional<ContentDecoder> decoder_;
   bool bodyBegun_ = false;
+  /// libcurl reports how much of the body was sent.
+  bool followsUpload_ = false;
   /// -1 while unknown.
   std::int64_t responseLength_ = -1;
   std::int64_t uploaded_ = 0;
@@ -204,16 +198,6 @@ class Transfer {
   Clock::duration limit_{};
   /// The latest end of the whole request.
   Clock::time_point end_ = Clock::time_point::max();
-
-  // The current options of the handle, so that only changed options are set.
-  std::string urlSet_;
-  Proxy proxySet_;
-  long connectTimeoutSet_ = 0;
-  bool customMethodSet_ = false;
-  bool progressSet_ = false;
-  bool headersSet_ = false;
-  std::optional<bool> cookiesSet_;
-  bool waitsForMultiplexing_ = false;
 };
 
 }  // namespace tilvanego::detail

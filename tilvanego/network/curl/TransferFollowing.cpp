@@ -10,6 +10,8 @@
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/RequestRules.h>
 #include <tilvanego/network/curl/Transfer.h>
+#include <tilvanego/platform/OpenSSLRandomSource.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 
@@ -40,40 +42,52 @@ std::expected<bool, TransportError> Transfer::followRedirect(int statusCode) {
     return std::unexpected(TransportError{TransportError::Code::tooManyRedirects, "more than 20 redirects"});
   }
 
-  if (challenged_ && originOf(*request_->url) != originOf(*(*next)->url)) {
-    withholdCredential(serverOptions);
-  }
+  const auto& from = *request_->url;
+  const auto& to = *(*next)->url;
+  if (originOf(from) != originOf(to)) serverAuthorization_.reset();
+  const auto& proxies = settings_.proxies;
+  if (proxies.forScheme(isSecure(from)) != proxies.forScheme(isSecure(to))) proxyAuthorization_.reset();
   redirected_ = *std::move(next);
   request_ = &*redirected_;
   prepare();
   return true;
 }
 
-// libcurl has parsed the challenge too: with the credential set, it adds the field to the next request. For
-// Digest that needs the same handle.
 bool Transfer::respondToChallenge(bool fromProxy) {
-  challenged_ = true;
-  const auto head = readHead(head_.lines());
+  const auto head = readHead(head_.lines(), FieldValues::bytes);
   const auto field = head.headers.value(fromProxy ? "Proxy-Authenticate" : "WWW-Authenticate");
-  const auto supported = field ? supportedSpace(parseChallenges(*field)) : std::nullopt;
-  if (!supported || spacesWithCredential_.size() >= maxChallengeResponses) return false;
-  auto challenge = challengeFor(*supported, fromProxy);
+  const auto challenges = parseChallenges(field.value_or(""));
+  const auto* const challenge = supportedChallenge(challenges);
   if (!challenge) return false;
-  const auto credential = credentialFor(*challenge);
-  if (!credential) return false;
-
-  const bool digest = supported->authenticationMethod == URLProtectionSpace::AuthenticationMethod::httpDigest;
-  keepsHandle_ = digest || !spacesWithCredential_.empty();
+  auto& authorization = fromProxy ? proxyAuthorization_ : serverAuthorization_;
+  if (!authorization || !authorization->renew(*challenge)) {
+    auto next = authorizationFor(*challenge, fromProxy);
+    authorization.reset();
+    if (!next) return false;
+    authorization.emplace(*std::move(next));
+  }
   prepare();
-  keepsHandle_ = true;
-  sendCredential(fromProxy ? proxyOptions : serverOptions, *credential, digest);
-  spacesWithCredential_.push_back(std::move(challenge->protectionSpace));
   return true;
+}
+
+std::optional<Authorization> Transfer::authorizationFor(const Challenge& challenge, bool fromProxy) {
+  if (spacesWithCredential_.size() >= maxChallengeResponses) return std::nullopt;
+  auto told = challengeFor(spaceOf(challenge), fromProxy);
+  if (!told) return std::nullopt;
+  const WipedAtEnd wipedProposal(told->proposedCredential);
+  auto credential = credentialFor(*told);
+  const WipedAtEnd wiped(credential);
+  if (!credential) return std::nullopt;
+  OpenSSLRandomSource random;
+  auto authorization = Authorization::make(challenge, *credential, random);
+  if (authorization) spacesWithCredential_.push_back(std::move(told->protectionSpace));
+  return authorization;
 }
 
 std::optional<URLCredential> Transfer::credentialFor(const URLAuthenticationChallenge& challenge) const {
   using enum URLAuthenticationResponse::Disposition;
   URLAuthenticationResponse response;
+  const WipedAtEnd wiped(response.credential);
   if (settings_.delegate) {
     settings_.gate->runHostCode([&] {
       try {

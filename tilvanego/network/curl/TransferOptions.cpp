@@ -1,5 +1,4 @@
-// Sets the options of a transfer's handle: those that are equal for all requests once, the others if they
-// differ from the handle's last request.
+// Sets the options of a transfer's handle.
 
 #include <algorithm>
 #include <climits>
@@ -9,6 +8,7 @@
 
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/Transfer.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 
@@ -16,8 +16,7 @@ namespace {
 
 /// libcurl sends a body of up to this size together with the head; longer bodies report progress.
 constexpr std::size_t followedBodySize = std::size_t{64} * 1024;
-/// The size of libcurl's upload buffer; the first is libcurl's default.
-constexpr long usualBuffer = 64L * 1024;
+/// The size of libcurl's upload buffer for them; otherwise it is 64 KiB.
 constexpr long longBodyBuffer = 256L * 1024;
 
 template <typename Value>
@@ -28,7 +27,9 @@ void set(CURL* handle, CURLoption option, Value value) {
 
 }  // namespace
 
-void Transfer::setConstantOptions() {
+void Transfer::renewHandle() {
+  handle_.reset(curl_easy_init());
+  if (!handle_) throw std::bad_alloc();
   CURL* const curl = handle();
   set(curl, CURLOPT_PRIVATE, static_cast<void*>(this));
   set(curl, CURLOPT_ERRORBUFFER, errorText_.data());
@@ -49,9 +50,9 @@ void Transfer::setConstantOptions() {
   set(curl, CURLOPT_ACCEPT_ENCODING, "gzip");
   // Bodies are decompressed here: libcurl fails a request with a coding that it doesn't know.
   set(curl, CURLOPT_HTTP_CONTENT_DECODING, 0L);
-  withholdCredential(serverOptions);
-  set(curl, CURLOPT_PROXY, "");
-  set(curl, CURLOPT_NOPROXY, settings_.proxies.exceptions.c_str());
+  // Never removed from the handle: the handle would create its own TLS session cache, which libcurl would
+  // leak.
+  set(curl, CURLOPT_SHARE, share_);
 #if LIBCURL_VERSION_NUM >= 0x075500
   set(curl, CURLOPT_PROTOCOLS_STR, "http,https");
 #else
@@ -67,40 +68,12 @@ void Transfer::setConstantOptions() {
   }
 }
 
-// With an empty user and no method, nothing is sent. Without any user, libcurl would handle the next
-// challenge on this handle as a repetition of the first: it would send a refused credential twice and ignore
-// a changed nonce.
-void Transfer::withholdCredential(const CredentialOptions& options) {
-  set(handle(), options.user, "");
-  set(handle(), options.password, "");
-  set(handle(), options.method, CURLAUTH_NONE);
-}
-
-void Transfer::sendCredential(const CredentialOptions& options, const URLCredential& credential,
-                              bool digest) {
-  set(handle(), options.user, credential.user.c_str());
-  set(handle(), options.password, credential.password.c_str());
-  set(handle(), options.method, digest ? CURLAUTH_DIGEST : CURLAUTH_BASIC);
-}
-
-// Each request has a handle of its own, until the handle contains a credential or the state of a challenge.
-// On a used handle, libcurl counts its repetitions of all requests together, and up to 8.0 reads freed memory
-// if the first field of a head is folded.
-void Transfer::renewHandle() {
-  handle_.reset(curl_easy_init());
-  if (!handle_) throw std::bad_alloc();
-  urlSet_.clear();
-  proxySet_ = {};
-  connectTimeoutSet_ = 0;
-  customMethodSet_ = progressSet_ = headersSet_ = waitsForMultiplexing_ = false;
-  cookiesSet_.reset();
-  setConstantOptions();
-}
-
 void Transfer::prepare(Connection connection) {
-  if (!handle_ || (std::exchange(used_, true) && !keepsHandle_)) renewHandle();
+  renewHandle();
   connection_ = connection;
-  set(handle(), CURLOPT_FRESH_CONNECT, connection == Connection::fresh ? 1L : 0L);
+  if (connection == Connection::fresh) set(handle(), CURLOPT_FRESH_CONNECT, 1L);
+  localPort_ = 0;
+  remotePort_ = 0;
   isConnectionStale_ = false;
   head_.clear();
   body_ = {};
@@ -121,32 +94,41 @@ void Transfer::setTarget() {
   const auto& url = *request_->url;
   // User and password are used for a challenge only, and must not be in error texts.
   setURL(url.user() ? textWithoutUser(url) : url.absoluteString());
-  const bool secure = isSecure(url);
-  if (const auto& proxy = settings_.proxies.forScheme(secure); proxy != proxySet_) {
-    set(handle(), CURLOPT_PROXY, proxy.url.c_str());
-    if (proxy.credential) {
-      sendCredential(proxyOptions, *proxy.credential, false);
-    } else {
-      withholdCredential(proxyOptions);
-    }
-    proxySet_ = proxy;
-  }
+  setProxy();
   // Only with TLS can a connection carry several requests at once; otherwise waiting for it costs time.
-  if (secure != waitsForMultiplexing_) {
-    set(handle(), CURLOPT_PIPEWAIT, secure ? 1L : 0L);
-    waitsForMultiplexing_ = secure;
+  if (isSecure(url)) set(handle(), CURLOPT_PIPEWAIT, 1L);
+}
+
+void Transfer::setProxy() {
+  const bool secure = isSecure(*request_->url);
+  const auto& proxy = settings_.proxies.forScheme(secure);
+  // An empty text keeps libcurl from using the environment's proxy.
+  set(handle(), CURLOPT_PROXY, proxy.url.c_str());
+  if (proxy.url.empty()) return;
+  set(handle(), CURLOPT_NOPROXY, settings_.proxies.exceptions.c_str());
+  if (proxy.credential) {
+    set(handle(), CURLOPT_PROXYUSERNAME, proxy.credential->user.c_str());
+    set(handle(), CURLOPT_PROXYPASSWORD, proxy.credential->password.c_str());
   }
+  if (!proxyAuthorization_) return;
+  std::string value = secure ? proxyAuthorization_->field("CONNECT", hostAndPort(*request_->url))
+                             : proxyAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
+  const WipedAtEnd wiped(value);
+  // This field replaces the one that libcurl makes of user and password.
+  proxyHeaders_.set({}, false, {"Proxy-Authorization", value});
+  set(handle(), CURLOPT_PROXYHEADER, proxyHeaders_.list());
 }
 
 // Sets the parsed URL: with the text, libcurl would parse and rebuild it for each request.
 void Transfer::setURL(const std::string& text) {
-  if (urlSet_ == text) return;
-  urlSet_ = text;
   const bool isRead =
       url_ && curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK;
-  set(handle(), CURLOPT_CURLU, isRead ? url_.get() : nullptr);
-  // For a URL that can't be parsed, libcurl creates the error.
-  if (!isRead) set(handle(), CURLOPT_URL, text.c_str());
+  if (isRead) {
+    set(handle(), CURLOPT_CURLU, url_.get());
+  } else {
+    // libcurl creates the error.
+    set(handle(), CURLOPT_URL, text.c_str());
+  }
 }
 
 void Transfer::setMethodAndBody() {
@@ -169,32 +151,26 @@ void Transfer::setMethodAndBody() {
     set(handle(), CURLOPT_HTTPGET, 1L);
   }
 
-  const bool custom = method != standard;
-  if (custom || customMethodSet_) set(handle(), CURLOPT_CUSTOMREQUEST, custom ? method.c_str() : nullptr);
-  customMethodSet_ = custom;
+  if (method != standard) set(handle(), CURLOPT_CUSTOMREQUEST, method.c_str());
+  setHeaders(announcesBody);
 
-  // libcurl would send the session's cookies in a second field.
-  const bool usesCookies = !request_->headers.value("Cookie");
-  if (usesCookies != cookiesSet_) {
-    // A null file name removes the session's cookies from the handle; setting the share again restores them.
-    // The share is never removed from the handle: the handle would create its own TLS session cache, which
-    // libcurl would leak when the share is set again.
-    if (usesCookies || !cookiesSet_) set(handle(), CURLOPT_SHARE, share_);
-    // The empty file name enables cookies.
-    set(handle(), CURLOPT_COOKIEFILE, usesCookies ? "" : nullptr);
+  followsUpload_ = size > followedBodySize;
+  if (followsUpload_) {
+    set(handle(), CURLOPT_NOPROGRESS, 0L);
+    set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, longBodyBuffer);
   }
-  cookiesSet_ = usesCookies;
-  headers_.set(request_->headers, announcesBody);
-  auto* const lines = headers_.list();
-  if (lines || headersSet_) set(handle(), CURLOPT_HTTPHEADER, lines);
-  headersSet_ = lines != nullptr;
+}
 
-  const bool follows = size > followedBodySize;
-  if (follows != progressSet_) {
-    set(handle(), CURLOPT_NOPROGRESS, follows ? 0L : 1L);
-    set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, follows ? longBodyBuffer : usualBuffer);
-    progressSet_ = follows;
-  }
+void Transfer::setHeaders(bool announcesBody) {
+  // With cookies of the request, those of the session are switched off: libcurl would send them in a second
+  // field. The empty file name only enables them.
+  set(handle(), CURLOPT_COOKIEFILE, request_->headers.value("Cookie") ? nullptr : "");
+  std::string value;
+  const WipedAtEnd wiped(value);
+  if (serverAuthorization_)
+    value = serverAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
+  headers_.set(request_->headers, announcesBody, {"Authorization", value});
+  if (auto* const lines = headers_.list()) set(handle(), CURLOPT_HTTPHEADER, lines);
 }
 
 // Sets the latest end of the task, redirects and challenges included.
@@ -214,10 +190,7 @@ void Transfer::setTimeout() {
   const double seconds = interval > 0 ? std::min(interval, longest) : longest;
   limit_ = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
   const auto milliseconds = static_cast<long>(std::ceil(seconds * 1000));
-  if (milliseconds != connectTimeoutSet_) {
-    set(handle(), CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
-    connectTimeoutSet_ = milliseconds;
-  }
+  set(handle(), CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
 }
 
 }  // namespace tilvanego::detail

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <tilvanego/network/URLCredential.h>
+#include <tilvanego/network/curl/Challenges.h>
+#include <tilvanego/platform/RandomSource.h>
+#include <tilvanego/values/Wiping.h>
+
+namespace tilvanego {
+
+inline void wipe(URLCredential& credential) noexcept {
+  support::wipe(credential.user);
+  support::wipe(credential.password);
+}
+
+namespace detail {
+
+/// A credential for one challenge: gives the "Authorization" or "Proxy-Authorization" field of each request
+/// that is sent with it (RFC 7616, RFC 7617). Holds no password; its destructor wipes what could replace one.
+class Authorization {
+ public:
+  /// `challenge` is one that `supportedChallenge` returned; `random` makes the client's nonce. Returns no
+  /// value if the user name has a control character, or if there are no random bytes or no such hash.
+  [[nodiscard]] static std::optional<Authorization> make(const Challenge& challenge,
+                                                         const URLCredential& credential,
+                                                         RandomSource& random);
+  Authorization(Authorization&&) = default;
+  Authorization& operator=(Authorization&&) = delete;
+  ~Authorization();
+
+  /// Returns the field's value for a request with this method and this target: path and query, or host and
+  /// port for CONNECT. The caller must wipe it.
+  [[nodiscard]] std::string field(std::string_view method, std::string_view target);
+
+  /// Takes the nonce of `challenge` if that only calls the last one stale, the first time. Returns false for
+  /// a challenge that refuses the credential.
+  [[nodiscard]] bool renew(const Challenge& challenge);
+
+ private:
+  explicit Authorization(const Challenge& challenge) : challenge_(challenge) {}
+
+  Challenge challenge_;
+  /// For Basic the whole field, for Digest the hash of user, realm and password.
+  std::string secret_;
+  /// The user name of a Digest as it is sent.
+  std::string user_;
+  std::string clientNonce_;
+  std::uint32_t nonceCount_ = 0;
+  bool isRenewed_ = false;
+};
+
+}  // namespace detail
+}  // namespace tilvanego
