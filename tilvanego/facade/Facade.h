@@ -90,7 +90,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   template <typename Operation>
   using Slot = std::shared_ptr<Pending<Operation>>;
   using Slots = decltype([]<std::size_t... index>(std::index_sequence<index...>) {
-    return std::tuple<Slot<typename OperationOf<operationKinds[index]>::type>...>();
+    return std::tuple<Slot<OperationOf<operationKinds[index]>>...>();
   }(std::make_index_sequence<operationKinds.size()>()));
   using OpenFailure = void (Facade::*)();
 
@@ -141,7 +141,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] Routed route(URL& url);
   template <OperationKind kind>
   [[nodiscard]] Routed offer(URL& url) {
-    return route<typename OperationOf<kind>::type>(url);
+    return route<OperationOf<kind>>(url);
   }
   /// One function for each kind, in the order in which they are offered a callback.
   [[nodiscard]] static consteval auto ranks();

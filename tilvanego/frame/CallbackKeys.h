@@ -155,13 +155,14 @@ class CallbackKeyIndex {
 
 /// Fills `fields` from the query of `url`. If several items belong to one field, the first is used, even if
 /// it has no value.
-template <const auto& Keys, const auto& Index, typename Fields>
+template <const auto& Keys, typename Fields>
 void readCallback(const URL& url, Fields& fields) {
   static_assert(Keys.size() <= 32);
+  static constexpr CallbackKeyIndex index(Keys);
   std::uint32_t decided = 0;
   for (const auto& item : url.rawQueryItems()) {
-    const std::size_t key = Index.find(item.name);
-    if (key == Index.notFound || (decided >> key & 1U) != 0) continue;
+    const std::size_t key = index.find(item.name);
+    if (key == index.notFound || (decided >> key & 1U) != 0) continue;
     decided |= 1U << key;
     Keys[key].store(fields, item.value);
   }

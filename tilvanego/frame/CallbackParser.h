@@ -80,7 +80,7 @@ template <typename Operation>
   if (expectedCallbackURL != nullptr && !callbackURLsMatch(url, *expectedCallbackURL)) return result;
 
   typename Response::Fields fields{.callbackURL = std::move(url)};
-  readCallback<Operation::callbackKeys, Operation::callbackKeyIndex>(fields.callbackURL, fields);
+  readCallback<Operation::callbackKeys>(fields.callbackURL, fields);
   const auto fail = [&](Error error) {
     result.emplace(std::in_place_type<typename Result::Failure>, std::move(error),
                    ResponseFrom<Response>{fields});

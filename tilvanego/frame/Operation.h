@@ -25,10 +25,6 @@ struct OperationTypes {
   using Fields = typename Response::Fields;
 };
 
-/// `type` is the description of the operation of a kind. Each description is followed by its specialisation.
-template <OperationKind kind>
-struct OperationOf;
-
 /// The texts of one operation.
 struct OperationTexts {
   /// The beginning of the debug line that shows the request.

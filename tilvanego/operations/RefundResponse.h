@@ -36,8 +36,6 @@ class RefundResponse : public ImmutableRecord<RefundResponseFields> {
   [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
-
-  bool operator==(const RefundResponse&) const = default;
 };
 
 }  // namespace tilvanego

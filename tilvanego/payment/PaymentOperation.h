@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 #include <tilvanego/frame/CommonTables.h>
 #include <tilvanego/frame/Link.h>
@@ -40,7 +39,6 @@ struct PaymentOperation : OperationTypes<OperationKind::payment> {
       transactionIdKey<Fields>,
       textKey<Fields, &Fields::customId>("custom_id", "customId"),
   };
-  static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
 
   static constexpr std::array statusWords{
       wordsFor<Result, Result::Success>("approved", "success", "succeeded", "completed"),
@@ -51,8 +49,5 @@ struct PaymentOperation : OperationTypes<OperationKind::payment> {
     return PaymentError::PaymentFailed{callback.status};
   }
 };
-
-template <>
-struct OperationOf<OperationKind::payment> : std::type_identity<PaymentOperation> {};
 
 }  // namespace tilvanego::detail

@@ -215,7 +215,7 @@ constexpr auto keyNamed(std::span<const KeyNames> keys, std::string_view first) 
 template <Operation operation>
 consteval ResponseTable table(std::string_view approved, std::span<const ResponseField> fields,
                               std::string_view declined = "declined") {
-  using One = typename detail::OperationOf<operation>::type;
+  using One = detail::OperationOf<operation>;
   const std::span<const KeyNames> keys = keysOf<One>;
   for (const ResponseField& field : fields) {
     if (keyNamed(keys, field.name) == keys.end()) throw "the library knows no field of this name";
