@@ -67,10 +67,7 @@ struct BodyType {
 template <typename T>
 inline constexpr bool hasCustomBuilder = false;
 
-}  // namespace tilvanego
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 /// The name of a type as C++ spells it.
 [[nodiscard]] std::string typeName(const std::type_info& type);
 }  // namespace support

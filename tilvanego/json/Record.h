@@ -76,9 +76,8 @@ template <ListsItsFields Record>
 inline constexpr auto recordFields = RecordAccess::fields<Record>();
 
 }  // namespace json
-}  // namespace tilvanego
 
-namespace tilvanego::json::detail {
+namespace json::detail {
 
 template <typename T>
 struct OptionalTraits : std::false_type {
@@ -140,28 +139,17 @@ using CodingOf =
                        std::type_identity<Codec<typename OptionalTraits<typename OneField::Type>::Value>>,
                        std::type_identity<typename OneField::Coding>>::type;
 
-}  // namespace tilvanego::json::detail
+/// Computed once for each record: compilers limit the steps of a constant expression.
+template <typename Record>
+[[gnu::visibility("hidden")]] inline constexpr std::array<std::string_view, Layout<Record>::count> keysOf =
+    Layout<Record>::keys();
 
-namespace tilvanego {
+}  // namespace json::detail
+
 namespace [[gnu::visibility("default")]] json {
 
 template <IsRecord Record>
 inline constexpr std::size_t fieldCount = detail::Layout<Record>::count;
-
-}  // namespace json
-}  // namespace tilvanego
-
-namespace tilvanego::json::detail {
-
-/// Computed once for each record: compilers limit the steps of a constant expression.
-template <typename Record>
-[[gnu::visibility("hidden")]] inline constexpr std::array<std::string_view, fieldCount<Record>> keysOf =
-    Layout<Record>::keys();
-
-}  // namespace tilvanego::json::detail
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] json {
 
 /// Returns the keys of a record in the order of its fields.
 template <IsRecord Record>
@@ -170,9 +158,8 @@ template <IsRecord Record>
 }
 
 }  // namespace json
-}  // namespace tilvanego
 
-namespace tilvanego::json::detail {
+namespace json::detail {
 
 /// Most fields are strings: the reader and the writer have special functions for them.
 template <typename OneField>
@@ -375,9 +362,8 @@ struct Description {
                                      &clearFields<Record>};
 };
 
-}  // namespace tilvanego::json::detail
+}  // namespace json::detail
 
-namespace tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 template <IsRecord Record>

@@ -89,9 +89,6 @@ enum class AVSResponseCode {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::TenderType> : models::OpenRawTexts<models::TenderType> {

@@ -129,9 +129,6 @@ struct EBT {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::EBT::ModelType> : models::OpenRawTexts<models::EBT::ModelType> {

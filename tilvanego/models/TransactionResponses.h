@@ -256,9 +256,6 @@ struct StatusResponse {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::ListTransactionResponseInstance::TransactionType>

@@ -59,10 +59,7 @@ std::string TilvaneGoTransaction::id() const {
   return std::move(id).take();
 }
 
-}  // namespace tilvanego
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 
 bool TolerantTransactionType::read(json::Reader& reader, TilvaneGoTransactionType& type) {
   std::string_view text;

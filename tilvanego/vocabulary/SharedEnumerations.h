@@ -88,9 +88,6 @@ template <TopLevelEnumeration Enumeration>
 }
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> {
