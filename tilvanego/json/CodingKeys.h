@@ -49,13 +49,9 @@ template <typename Keys>
 /// Like `caseNames`, but `value` has the text `text`; `further` are further values, each with its text after
 /// it.
 template <typename Keys, typename... Further>
-[[nodiscard]] consteval auto caseNamesBut(Keys value, std::string_view text, Further... further) {
-  auto table = [&] {
-    if constexpr (sizeof...(further) == 0)
-      return caseNames<Keys>();
-    else
-      return caseNamesBut(further...);
-  }();
+[[nodiscard]] constexpr auto caseNamesBut(Keys value, std::string_view text, Further... further) {
+  auto table = caseNames<Keys>();
+  if constexpr (sizeof...(further) > 0) table = caseNamesBut(further...);
   table[static_cast<std::size_t>(value)].second = text;
   return table;
 }

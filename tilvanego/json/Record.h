@@ -46,7 +46,6 @@ namespace [[gnu::visibility("default")]] json {
 /// One field of a record: its key, its member and its codec.
 template <typename Record, typename Member, typename FieldCodec>
 struct Field {
-  using Owner = Record;
   using Type = Member;
   using Coding = FieldCodec;
   std::string_view key;
@@ -299,23 +298,18 @@ template <typename OneField>
 inline constexpr bool isRequired = !OptionalTraits<typename OneField::Type>::value &&
                                    !mayBeAbsent<CodingOf<OneField>, typename OneField::Type>;
 
-template <typename Record>
-[[nodiscard]] consteval std::uint64_t requiredFields() {
-  return []<std::size_t... index>(std::index_sequence<index...>) {
-    return (std::uint64_t{0} | ... | (isRequired<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
-  }(std::make_index_sequence<fieldCount<Record>>());
-}
-
 /// Whether a missing field can be cleared: an optional, or a codec with `makeAbsent`.
 template <typename OneField>
 inline constexpr bool isClearable =
     OptionalTraits<typename OneField::Type>::value ||
     requires(typename OneField::Type& value) { CodingOf<OneField>::makeAbsent(value); };
 
+/// One bit for each field for whose type `holds` returns true.
 template <typename Record>
-[[nodiscard]] consteval std::uint64_t clearableFields() {
-  return []<std::size_t... index>(std::index_sequence<index...>) {
-    return (std::uint64_t{0} | ... | (isClearable<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
+[[nodiscard]] consteval std::uint64_t fieldsWhere(auto holds) {
+  return [=]<std::size_t... index>(std::index_sequence<index...>) {
+    return (std::uint64_t{0} | ... |
+            (holds.template operator()<FieldAt<Record, index>>() ? std::uint64_t{1} << index : 0));
   }(std::make_index_sequence<fieldCount<Record>>());
 }
 
@@ -357,8 +351,8 @@ struct Description {
   static constexpr RecordTable table{fields,
                                      sorted.data(),
                                      slots,
-                                     requiredFields<Record>(),
-                                     clearableFields<Record>(),
+                                     fieldsWhere<Record>([]<typename F>() { return isRequired<F>; }),
+                                     fieldsWhere<Record>([]<typename F>() { return isClearable<F>; }),
                                      &clearFields<Record>};
 };
 
