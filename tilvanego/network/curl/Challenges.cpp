@@ -8,7 +8,6 @@
 #include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 class Reader {

@@ -5,7 +5,6 @@
 #include <curl/curl.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 TransportError::Code codeOf(CURLcode code, std::string_view detail) {

@@ -12,7 +12,6 @@
 #include <tilvanego/network/curl/Transfer.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 constexpr int maximumRedirects = 20;

@@ -11,7 +11,6 @@
 #include <tilvanego/network/curl/Transfer.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 /// libcurl sends a body of up to this size together with the head; longer bodies report progress.
