@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>

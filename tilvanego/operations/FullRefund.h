@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>

@@ -3,10 +3,8 @@
 #include <utility>
 #include <vector>
 
-#include <tilvanego/frame/RequestDescription.h>
 #include <tilvanego/frame/Validation.h>
 #include <tilvanego/json/JSON.h>
-#include <tilvanego/payment/CredentialRules.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>

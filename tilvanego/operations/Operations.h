@@ -7,7 +7,7 @@
 #include <string_view>
 #include <tuple>
 
-#include <tilvanego/frame/CommonTables.h>
+#include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
 #include <tilvanego/operations/Records.h>
@@ -20,11 +20,9 @@ namespace tilvanego::detail {
 struct InitializationOperation : OperationTypes<OperationKind::initialization> {
   static constexpr OperationTexts texts{
       .sending = "Sending Initialization Request - [",
-      .buildFailure = "Unable to build Tilvane initialization URL.",
       .opening = "Opening Tilvane payment app for initialization.",
       .urlLabel = "InitializationURL: ",
       .target = launchTarget("/v1/initialize"),
-      .unmatchedCallback = "Ignored callback that did not match the active initialization return URL.",
   };
   using InProgress = Error::InitializationInProgress;
   using AppNotInstalled = Error::InitializationAppNotInstalled;
@@ -50,11 +48,9 @@ struct InitializationOperation : OperationTypes<OperationKind::initialization> {
 struct TransactionListOperation : OperationTypes<OperationKind::transactionList> {
   static constexpr OperationTexts texts{
       .sending = "Sending Transaction List Request - [",
-      .buildFailure = "Unable to build Tilvane transaction list URL.",
       .opening = "Opening Tilvane payment app for transaction list.",
       .urlLabel = "TransactionListURL: ",
       .target = launchTarget("/v1/getTransactionList"),
-      .unmatchedCallback = "Ignored callback that did not match the active transaction list return URL.",
   };
   using InProgress = Error::TransactionListInProgress;
   using AppNotInstalled = Error::TransactionListAppNotInstalled;
@@ -87,29 +83,15 @@ struct TransactionListOperation : OperationTypes<OperationKind::transactionList>
   }
 };
 
-/// The callback keys and status words of both refunds.
-template <typename Fields>
-inline constexpr std::array refundCallbackKeys{
-    requestIdKey<Fields>, transactionIdKey<Fields>, statusKey<Fields>,
-    errorCodeKey<Fields>, errorMessageKey<Fields>,
-};
-
-template <typename Result>
-inline constexpr std::array refundStatusWords{
-    wordsFor<Result, typename Result::Success>("success", "succeeded", "completed", "approved", "refunded"),
-};
-
 struct PartialRefundOperation;
 
 /// The description of the full refund.
 struct FullRefundOperation : OperationTypes<OperationKind::fullRefund> {
   static constexpr OperationTexts texts{
       .sending = "Sending Full Refund Request - [",
-      .buildFailure = "Unable to build Tilvane full refund URL.",
       .opening = "Opening Tilvane payment app for full refund.",
       .urlLabel = "FullRefundURL: ",
       .target = launchTarget("/v1/full_refund"),
-      .unmatchedCallback = "Ignored callback that did not match the active full refund return URL.",
   };
   using InProgress = Error::FullRefundInProgress;
   using AppNotInstalled = Error::FullRefundAppNotInstalled;
@@ -119,8 +101,13 @@ struct FullRefundOperation : OperationTypes<OperationKind::fullRefund> {
   [[nodiscard]] static std::optional<std::string_view> validate(const Request& request);
   static void addItems(const Request& request, LinkItems& items);
 
-  static constexpr auto callbackKeys = refundCallbackKeys<Fields>;
-  static constexpr auto statusWords = refundStatusWords<Result>;
+  static constexpr std::array callbackKeys{
+      requestIdKey<Fields>, transactionIdKey<Fields>, statusKey<Fields>,
+      errorCodeKey<Fields>, errorMessageKey<Fields>,
+  };
+  static constexpr std::array statusWords{
+      wordsFor<Result, Result::Success>("success", "succeeded", "completed", "approved", "refunded"),
+  };
   [[nodiscard]] static Error failed(const Fields& callback) {
     return Error::FullRefundFailed{callback.errorCode, callback.errorMessage};
   }
@@ -130,11 +117,9 @@ struct FullRefundOperation : OperationTypes<OperationKind::fullRefund> {
 struct PartialRefundOperation : OperationTypes<OperationKind::partialRefund> {
   static constexpr OperationTexts texts{
       .sending = "Sending Partial Refund Request - [",
-      .buildFailure = "Unable to build Tilvane partial refund URL.",
       .opening = "Opening Tilvane payment app for partial refund.",
       .urlLabel = "PartialRefundURL: ",
       .target = launchTarget("/v1/refund"),
-      .unmatchedCallback = "Ignored callback that did not match the active partial refund return URL.",
   };
   using InProgress = Error::PartialRefundInProgress;
   using AppNotInstalled = Error::PartialRefundAppNotInstalled;
@@ -144,8 +129,10 @@ struct PartialRefundOperation : OperationTypes<OperationKind::partialRefund> {
   [[nodiscard]] static std::optional<std::string_view> validate(const Request& request);
   static void addItems(const Request& request, LinkItems& items);
 
-  static constexpr auto callbackKeys = refundCallbackKeys<Fields>;
-  static constexpr auto statusWords = refundStatusWords<Result>;
+  static constexpr auto callbackKeys = FullRefundOperation::callbackKeys;
+  static constexpr std::array statusWords{
+      wordsFor<Result, Result::Success>("success", "succeeded", "completed", "approved", "refunded"),
+  };
   [[nodiscard]] static Error failed(const Fields& callback) {
     return Error::PartialRefundFailed{callback.errorCode, callback.errorMessage};
   }
@@ -155,11 +142,9 @@ struct PartialRefundOperation : OperationTypes<OperationKind::partialRefund> {
 struct CaptureOperation : OperationTypes<OperationKind::capture> {
   static constexpr OperationTexts texts{
       .sending = "Sending Capture Request - [",
-      .buildFailure = "Unable to build Tilvane capture URL.",
       .opening = "Opening Tilvane payment app for capture.",
       .urlLabel = "CaptureURL: ",
       .target = launchTarget("/v1/capture"),
-      .unmatchedCallback = "Ignored callback that did not match the active capture return URL.",
   };
   using InProgress = Error::CaptureInProgress;
   using AppNotInstalled = Error::CaptureAppNotInstalled;
@@ -191,11 +176,9 @@ struct CaptureOperation : OperationTypes<OperationKind::capture> {
 struct ClearDataOperation : OperationTypes<OperationKind::clearData> {
   static constexpr OperationTexts texts{
       .sending = "Sending Clear Data Request - [",
-      .buildFailure = "Unable to build Tilvane clear data URL.",
       .opening = "Opening Tilvane payment app for clear data.",
       .urlLabel = "ClearDataURL: ",
       .target = launchTarget("/v1/clear_data"),
-      .unmatchedCallback = "Ignored callback that did not match the active clear data return URL.",
   };
   using InProgress = Error::ClearDataInProgress;
   using AppNotInstalled = Error::ClearDataAppNotInstalled;
@@ -227,11 +210,9 @@ struct ClearDataOperation : OperationTypes<OperationKind::clearData> {
 struct RebootOperation : OperationTypes<OperationKind::reboot> {
   static constexpr OperationTexts texts{
       .sending = "Sending Reboot Request - [",
-      .buildFailure = "Unable to build Tilvane reboot URL.",
       .opening = "Opening Tilvane payment app for reboot.",
       .urlLabel = "RebootURL: ",
       .target = launchTarget("/v1/reboot"),
-      .unmatchedCallback = "Ignored callback that did not match the active reboot return URL.",
   };
   using InProgress = Error::RebootInProgress;
   using AppNotInstalled = Error::RebootAppNotInstalled;
@@ -259,11 +240,9 @@ struct RebootOperation : OperationTypes<OperationKind::reboot> {
 struct SaveOperation : OperationTypes<OperationKind::save> {
   static constexpr OperationTexts texts{
       .sending = "Sending Save Request - [",
-      .buildFailure = "Unable to build Tilvane save URL.",
       .opening = "Opening Tilvane payment app for save.",
       .urlLabel = "SaveURL: ",
       .target = launchTarget("/v1/save"),
-      .unmatchedCallback = "Ignored callback that did not match the active save return URL.",
   };
   using InProgress = Error::SaveInProgress;
   using AppNotInstalled = Error::SaveAppNotInstalled;

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/URL.h>

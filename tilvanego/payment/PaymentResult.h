@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>

@@ -5,7 +5,6 @@
 #include <exception>
 #include <initializer_list>
 #include <string>
-#include <utility>
 
 #include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/values/RawText.h>
