@@ -177,7 +177,7 @@ constexpr auto keysOf<detail::TransactionListOperation> = [] {
   using One = detail::TransactionListOperation;
   std::array<KeyNames, One::callbackKeys.size() + 1> keys;
   std::ranges::transform(One::callbackKeys, keys.begin(), [](const auto& key) { return key.aliases; });
-  std::ranges::copy(One::listNames, keys.back().begin());
+  keys.back() = One::listKeys.front().aliases;
   return keys;
 }();
 
