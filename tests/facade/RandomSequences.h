@@ -68,7 +68,7 @@ template <typename Completion>
 inline const auto startableKinds = []<std::size_t... index>(std::index_sequence<index...>) {
   return std::array{
       StartableKind<Completion>{kindNamed(rawText(operationKinds[index])),
-                                detail::OperationOf<operationKinds[index]>::type::texts.urlLabel,
+                                detail::OperationOf<operationKinds[index]>::texts.urlLabel,
                                 &startKind<operationKinds[index], Completion>}...};
 }(std::make_index_sequence<operationKinds.size()>());
 

@@ -1,7 +1,5 @@
 #include <tilvanego/async/StopToken.h>
 
-#include <algorithm>
-
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego {

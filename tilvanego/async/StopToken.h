@@ -21,10 +21,7 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 class StopCallback;
 
-}  // namespace tilvanego
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 
 /// The shared state of the sources, tokens and callbacks of one stop request.
 class StopState {
@@ -50,9 +47,6 @@ class StopState {
 };
 
 }  // namespace support
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A token by which work learns that it shall stop. Copies share the request. Any thread may use a token.
 ///

@@ -20,9 +20,16 @@ class Task;
 
 namespace tilvanego::detail {
 
-/// The part of the promise that all tasks share.
+template <typename T>
+class TaskPromise;
+
+/// The part of the promise that doesn't depend on the result.
+template <typename T>
 class TaskPromiseBase {
  public:
+  Task<T> get_return_object() noexcept {
+    return Task<T>(std::coroutine_handle<TaskPromise<T>>::from_promise(static_cast<TaskPromise<T>&>(*this)));
+  }
   std::suspend_always initial_suspend() noexcept { return {}; }
 
   struct FinalSuspend {
@@ -42,12 +49,11 @@ class TaskPromiseBase {
 };
 
 template <typename T>
-class TaskPromise : public TaskPromiseBase {
+class TaskPromise : public TaskPromiseBase<T> {
  public:
-  Task<T> get_return_object() noexcept;
   void return_value(T value) { result.emplace(std::move(value)); }
   T take() {
-    if (failure) std::rethrow_exception(failure);
+    if (this->failure) std::rethrow_exception(this->failure);
     return std::move(*result);
   }
 
@@ -55,9 +61,8 @@ class TaskPromise : public TaskPromiseBase {
 };
 
 template <>
-class TaskPromise<void> : public TaskPromiseBase {
+class TaskPromise<void> : public TaskPromiseBase<void> {
  public:
-  Task<void> get_return_object() noexcept;
   void return_void() noexcept {}
   void take() const {
     if (failure) std::rethrow_exception(failure);
@@ -114,7 +119,7 @@ class [[nodiscard]] Task {
   T wait(RunLoop& loop) &&;
 
  private:
-  friend promise_type;
+  friend detail::TaskPromiseBase<T>;
   explicit Task(std::coroutine_handle<promise_type> handle) : handle_(handle) {}
 
   std::coroutine_handle<promise_type> begin() const noexcept {
@@ -145,23 +150,6 @@ class [[nodiscard]] Task {
 
   std::coroutine_handle<promise_type> handle_;
 };
-
-}  // namespace tilvanego
-
-namespace tilvanego::detail {
-
-template <typename T>
-Task<T> TaskPromise<T>::get_return_object() noexcept {
-  return Task<T>(std::coroutine_handle<TaskPromise>::from_promise(*this));
-}
-
-inline Task<void> TaskPromise<void>::get_return_object() noexcept {
-  return Task<void>(std::coroutine_handle<TaskPromise>::from_promise(*this));
-}
-
-}  // namespace tilvanego::detail
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <typename T>
 T Task<T>::wait() && {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include <tilvanego/facade/OperationTransport.h>
+#include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
@@ -23,6 +23,13 @@ void Facade::setLogger(TilvaneLogger logger) {
   if (ended_) return;
   auto replaced = logger ? std::make_shared<const TilvaneLogger>(std::move(logger)) : nullptr;
   logger_.swap(replaced);
+}
+
+void Facade::requireMainThread(std::string_view operation) const {
+  if (mainQueue_.isCurrent()) return;
+  wrongUse(std::string(operation) +
+           " was called from another thread than the main thread. Call it on the thread that drains the main "
+           "queue, or post the call to that queue.");
 }
 
 consteval auto Facade::ranks() {

@@ -10,19 +10,20 @@
 #include <utility>
 
 #include <tilvanego/facade/LogLevel.h>
+#include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
 #include <tilvanego/operations/Operations.h>
 #include <tilvanego/platform/GuardedPlatform.h>
-#include <tilvanego/platform/MainThread.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/transports/PaymentTransports.h>
 #include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 
-/// Builds an operation's link and reads its callbacks. Defined in `OperationTransport.h`.
+/// Builds an operation's link and reads its callbacks.
 template <typename Operation>
 struct OperationTransport;
 
@@ -50,8 +51,9 @@ class Facade : public std::enable_shared_from_this<Facade> {
 
   [[nodiscard]] const WeakMainQueue& mainQueue() const { return mainQueue_; }
 
-  /// Ends the process if this isn't the main thread, with a message that names `operation`.
-  void requireMainThread(std::string_view operation) { detail::requireMainThread(mainQueue(), operation); }
+  /// Ends the process if this isn't the main thread, with a message that names `operation`: a call from
+  /// another thread would be a data race.
+  void requireMainThread(std::string_view operation) const;
 
   /// Starts `Operation`. `launch` has the further arguments of `OperationTransport<Operation>::link`. The
   /// outcome is reported only by `completion`: within this call if the start is refused.
@@ -90,7 +92,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   template <typename Operation>
   using Slot = std::shared_ptr<Pending<Operation>>;
   using Slots = decltype([]<std::size_t... index>(std::index_sequence<index...>) {
-    return std::tuple<Slot<typename OperationOf<operationKinds[index]>::type>...>();
+    return std::tuple<Slot<OperationOf<operationKinds[index]>>...>();
   }(std::make_index_sequence<operationKinds.size()>()));
   using OpenFailure = void (Facade::*)();
 
@@ -141,7 +143,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] Routed route(URL& url);
   template <OperationKind kind>
   [[nodiscard]] Routed offer(URL& url) {
-    return route<typename OperationOf<kind>::type>(url);
+    return route<OperationOf<kind>>(url);
   }
   /// One function for each kind, in the order in which they are offered a callback.
   [[nodiscard]] static consteval auto ranks();
@@ -207,13 +209,11 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
 
 template <typename Operation, typename... Launch>
 std::expected<URL, typename Operation::Error> Facade::builtLink(const Slot<Operation>& pending,
-                                                                const Launch&... launch) {
-  try {
-    return OperationTransport<Operation>::link(*this, pending, launch...);
-  } catch (...) {
-    // An exception of a port, or a failed allocation.
-    return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
-  }
+                                                                const Launch&... launch) try {
+  return OperationTransport<Operation>::link(*this, pending, launch...);
+} catch (...) {
+  // An exception of a port, or a failed allocation.
+  return std::unexpected(cases::InvalidRequest{buildFailure(Operation::kind)});
 }
 
 template <typename Operation>
@@ -223,7 +223,7 @@ std::expected<URL, typename Operation::Error> Facade::inlineLink(const Slot<Oper
   auto url = writeLink(Operation::texts.target, items.items());
   const WipedAtEnd wiped(url);
   debugLine(std::string(Operation::texts.urlLabel) + redactedURLText(url));
-  if (!url) return std::unexpected(cases::InvalidRequest{std::string(Operation::texts.buildFailure)});
+  if (!url) return std::unexpected(cases::InvalidRequest{buildFailure(Operation::kind)});
   return *std::move(url);
 }
 
@@ -251,8 +251,49 @@ Facade::Routed Facade::route(URL& url) {
       found && finish<Operation>(pending, *found)) {
     return Routed::finished;
   }
-  log(TilvaneLogLevel::warning, Operation::texts.unmatchedCallback);
+  log(TilvaneLogLevel::warning, unmatchedCallback(Operation::kind));
   return passesOnUnmatched<Operation> ? Routed::goOn : Routed::refused;
 }
+
+/// For every operation but the payment: the link and the callback have every field in their queries.
+template <typename Operation>
+struct OperationTransport {
+  [[nodiscard]] static auto link(Facade& facade, const std::shared_ptr<Pending<Operation>>& pending) {
+    return facade.inlineLink<Operation>(pending);
+  }
+
+  /// Returns nothing, and leaves `url` unchanged, unless it is the callback of `request`.
+  [[nodiscard]] static std::optional<typename Operation::Result> read(
+      URL&& url, const typename Operation::Request& request, const Platform& /*platform*/) {
+    return parseCallback<Operation>(std::move(url), pointerTo(request.requestId()), &request.callbackURL());
+  }
+
+ private:
+  /// Null if the request has no id: any id is then accepted.
+  static const std::string* pointerTo(const std::string& id) { return &id; }
+  static const std::string* pointerTo(const std::optional<std::string>& id) { return id ? &*id : nullptr; }
+};
+
+/// For the payment: the link and the callback each use one of three transports.
+template <>
+struct OperationTransport<PaymentOperation> {
+  [[nodiscard]] static std::expected<URL, PaymentError> link(
+      Facade& facade, const std::shared_ptr<Pending<PaymentOperation>>& pending,
+      const PaymentLaunchTransport& transport) {
+    auto inlineURL = facade.inlineLink<PaymentOperation>(pending);
+    // If host code has ended the payment, builds no other form, and keeps the pasteboard.
+    if (facade.slot<PaymentOperation>() != pending) return inlineURL;
+    auto url = paymentAppURL(std::move(inlineURL), pending->request, transport, facade.platform_);
+    if (url) return *std::move(url);
+    if (!url.error().reason.empty()) facade.log(TilvaneLogLevel::warning, url.error().reason);
+    return std::unexpected(std::move(url).error().error);
+  }
+
+  /// Returns nothing, and leaves `url` unchanged, unless it is the callback of `request`.
+  [[nodiscard]] static std::optional<PaymentResult> read(URL&& url, const PaymentRequest& request,
+                                                         const Platform& platform) {
+    return paymentResult(std::move(url), request, platform);
+  }
+};
 
 }  // namespace tilvanego::detail

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <string_view>
-#include <utility>
 
-#include <tilvanego/values/RawText.h>
+#include <tilvanego/json/CodingKeys.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -14,12 +12,7 @@ enum class TilvaneLogLevel { debug, info, warning, error };
 
 template <>
 struct RawTexts<TilvaneLogLevel> {
-  static constexpr std::array table{
-      std::pair{TilvaneLogLevel::debug, std::string_view("debug")},
-      std::pair{TilvaneLogLevel::info, std::string_view("info")},
-      std::pair{TilvaneLogLevel::warning, std::string_view("warning")},
-      std::pair{TilvaneLogLevel::error, std::string_view("error")},
-  };
+  static constexpr auto table = json::caseNames<TilvaneLogLevel>();
 };
 
 /// Called with each message of the library, on the main thread, during the operation that causes it. The text

@@ -1,27 +1,15 @@
 #include <tilvanego/facade/TilvaneGoSDK.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <utility>
 
 #include <tilvanego/facade/Facade.h>
-#include <tilvanego/facade/OperationTransport.h>
-#include <tilvanego/payment/PaymentTexts.h>
 #include <tilvanego/platform/FatalError.h>
+#include <tilvanego/values/Text.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
-
 namespace {
 
-using detail::CaptureOperation;
-using detail::ClearDataOperation;
-using detail::FullRefundOperation;
-using detail::InitializationOperation;
-using detail::PartialRefundOperation;
-using detail::PaymentOperation;
-using detail::RebootOperation;
-using detail::SaveOperation;
-using detail::TransactionListOperation;
+using namespace detail;
 
 /// The platform of a host that brings none.
 template <bool exists = hasDesktopAdapters>
@@ -59,6 +47,35 @@ std::optional<typename Operation::Result> parse(URL url, const std::optional<std
                                           expectedCallbackURL ? &*expectedCallbackURL : nullptr);
 }
 
+std::unexpected<PaymentError> refused(std::string message) {
+  return std::unexpected<PaymentError>(cases::InvalidRequest{std::move(message)});
+}
+
+std::optional<std::string> presentUnlessEmpty(std::string text) {
+  return text.empty() ? std::nullopt : std::optional(std::move(text));
+}
+
+/// The request of `sendRequest`. Doesn't check it otherwise: its start does.
+std::expected<PaymentRequest, PaymentError> paymentRequestFromTexts(
+    std::string requestId, const std::string& amount, const std::string& type, std::string currency,
+    const std::string& returnUrl, std::string customId, std::string notes) {
+  const auto number = Decimal::parse(amount);
+  if (!number) return refused("Amount must be a decimal value.");
+  const auto transactionType = fromRawText<PaymentTransactionType>(lowercased(type));
+  if (!transactionType) return refused("Unsupported transaction type: " + type + ".");
+  auto callbackURL = URL::parse(returnUrl);
+  if (!callbackURL) return refused("Return URL is invalid.");
+  return PaymentRequest({.requestId = std::move(requestId),
+                         .amount = *number,
+                         .transactionType = *transactionType,
+                         .currency = std::move(currency),
+                         .callbackURL = *std::move(callbackURL),
+                         .customId = presentUnlessEmpty(std::move(customId)),
+                         .notes = presentUnlessEmpty(std::move(notes)),
+                         .credentials = std::nullopt,
+                         .requiresReaderReady = true});
+}
+
 }  // namespace
 
 TilvaneGo::TilvaneGo(Platform platform) : facade_(std::make_shared<detail::Facade>(std::move(platform))) {}
@@ -74,9 +91,7 @@ TilvaneGo& TilvaneGo::shared() {
 void TilvaneGo::usePlatform(Platform platform) {
   auto& shared = SharedPlatform::instance();
   if (shared.taken) {
-    std::fputs("TilvaneGo: usePlatform must be called before the first use of TilvaneGo::shared().\n",
-               stderr);
-    std::abort();
+    detail::wrongUse("usePlatform must be called before the first use of TilvaneGo::shared().");
   }
   detail::requireWholePlatform(platform);
   // The earlier platform is destroyed after the new one is stored, since its ports may call this function.
@@ -104,8 +119,8 @@ void TilvaneGo::sendRequest(std::string requestId, const std::string& amount, co
                             std::string currency, const std::string& returnUrl, std::string customId,
                             std::string notes, PaymentCompletion completion) {
   const auto facade = on("sendRequest");
-  auto request = detail::paymentRequestFromTexts(std::move(requestId), amount, type, std::move(currency),
-                                                 returnUrl, std::move(customId), std::move(notes));
+  auto request = paymentRequestFromTexts(std::move(requestId), amount, type, std::move(currency), returnUrl,
+                                         std::move(customId), std::move(notes));
   if (!request) {
     if (completion) completion(detail::failureWithoutResponse<PaymentOperation>(std::move(request).error()));
     return;

@@ -4,18 +4,174 @@
 #include <array>
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include <tilvanego/frame/CallbackKeys.h>
 #include <tilvanego/frame/CallbackURLs.h>
-#include <tilvanego/frame/Cases.h>
+#include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/Integer.h>
+#include <tilvanego/values/RawQueryItems.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/URL.h>
 
+/// Reads callbacks: stores their query items in the fields of a response, in one pass over the query for any
+/// number of fields, and makes the result that the status means.
 namespace tilvanego::detail {
+
+/// A field of `Fields`, and the names that its query item may have.
+template <typename Fields>
+struct CallbackKey {
+  static constexpr std::size_t maxAliases = 4;
+
+  std::array<std::string_view, maxAliases> aliases;
+  /// Stores an item's value, which may be absent.
+  void (*store)(Fields& fields, URLTextView value);
+};
+
+/// The key of a text field: the value is decoded and stored as it is.
+template <typename Fields, auto Member>
+[[nodiscard]] consteval CallbackKey<Fields> textKey(std::string_view first, std::string_view second = {},
+                                                    std::string_view third = {},
+                                                    std::string_view fourth = {}) {
+  return {{first, second, third, fourth},
+          [](Fields& fields, URLTextView value) { value.decodeInto(fields.*Member); }};
+}
+
+/// The key of an integer field. A value that isn't an integer leaves the field empty; that is no failure.
+template <typename Fields, auto Member>
+[[nodiscard]] consteval CallbackKey<Fields> integerKey(std::string_view first, std::string_view second) {
+  return {{first, second, {}, {}}, [](Fields& fields, URLTextView value) {
+            fields.*Member =
+                value.decoded().and_then([](const std::string& text) { return parseInteger(text); });
+          }};
+}
+
+/// A name of letters, digits and "_". It is stored so that it can be compared with another name eight bytes
+/// at a time, without regard to case.
+class CallbackName {
+ public:
+  static constexpr std::size_t maxSize = 32;
+
+  constexpr CallbackName() = default;
+  consteval explicit CallbackName(std::string_view name) {
+    for (const char c : name) {
+      const bool isLetter = asciiLowercased(c) != asciiUppercased(c);
+      caseBits_[size_] = isLetter ? 0x20 : 0;
+      lower_[size_++] = asciiLowercased(c);
+    }
+  }
+
+  [[nodiscard]] constexpr std::string_view lower() const { return {lower_.data(), size_}; }
+
+  /// Requires that `name` has the same length. The last chunk may overlap the one before it, so that no
+  /// single bytes remain.
+  [[nodiscard]] bool equals(std::string_view name) const {
+    if (size_ >= sizeof(std::uint64_t)) return equalsBy<std::uint64_t>(name);
+    if (size_ >= sizeof(std::uint32_t)) return equalsBy<std::uint32_t>(name);
+    return equalsBy<std::uint8_t>(name);
+  }
+
+ private:
+  template <typename Chunk>
+  [[nodiscard]] bool equalsBy(std::string_view name) const {
+    for (std::size_t at = 0; at + sizeof(Chunk) < size_; at += sizeof(Chunk)) {
+      if (differs<Chunk>(name, at)) return false;
+    }
+    return !differs<Chunk>(name, size_ - sizeof(Chunk));
+  }
+
+  template <typename Chunk>
+  [[nodiscard]] bool differs(std::string_view name, std::size_t at) const {
+    Chunk given;
+    Chunk caseBits;
+    Chunk lower;
+    std::memcpy(&given, name.data() + at, sizeof given);
+    std::memcpy(&caseBits, caseBits_.data() + at, sizeof caseBits);
+    std::memcpy(&lower, lower_.data() + at, sizeof lower);
+    return static_cast<Chunk>(given | caseBits) != lower;
+  }
+
+  std::array<char, maxSize> lower_{};
+  std::array<char, maxSize> caseBits_{};
+  std::uint8_t size_ = 0;
+};
+
+/// Finds the key of an item by its name, without regard to case. It is built at compile time from an
+/// operation's keys. The names are grouped by length, so that a name is compared only with the few that have
+/// its length.
+template <std::size_t KeyCount>
+class CallbackKeyIndex {
+ public:
+  static constexpr std::size_t notFound = KeyCount;
+
+  template <typename Fields>
+  consteval explicit CallbackKeyIndex(const std::array<CallbackKey<Fields>, KeyCount>& keys) {
+    for (std::size_t length = 1; length <= CallbackName::maxSize; ++length) {
+      firstOfLength_[length] = count_;
+      for (std::size_t key = 0; key < KeyCount; ++key) {
+        for (std::string_view alias : keys[key].aliases) {
+          if (alias.size() == length)
+            entries_[count_++] = {CallbackName(alias), static_cast<std::uint8_t>(key)};
+        }
+      }
+      firstOfLength_[length + 1] = count_;
+    }
+  }
+
+  /// `encodedName` is the name as the URL has it, with its percent escapes.
+  [[nodiscard]] std::size_t find(std::string_view encodedName) const {
+    const std::size_t found = findASCII(encodedName);
+    if (found != notFound || !encodedName.contains('%')) return found;
+    return findDecoded(RawQueryItem{encodedName, {}}.decodedName());
+  }
+
+ private:
+  struct Entry {
+    CallbackName name;
+    std::uint8_t key = 0;
+  };
+
+  [[nodiscard]] std::size_t findASCII(std::string_view name) const {
+    if (name.empty() || name.size() > CallbackName::maxSize) return notFound;
+    const std::size_t end = firstOfLength_[name.size() + 1];
+    for (std::size_t i = firstOfLength_[name.size()]; i < end; ++i) {
+      if (entries_[i].name.equals(name)) return entries_[i].key;
+    }
+    return notFound;
+  }
+
+  /// Outside ASCII, two equal names may differ in length: the Kelvin sign equals "k".
+  [[nodiscard]] std::size_t findDecoded(std::string_view name) const {
+    const std::string folded = caseFolded(name);
+    for (std::size_t i = 0; i < count_; ++i) {
+      if (caseFolded(entries_[i].name.lower()) == folded) return entries_[i].key;
+    }
+    return notFound;
+  }
+
+  std::array<Entry, KeyCount * CallbackKey<int>::maxAliases> entries_{};
+  std::array<std::uint8_t, CallbackName::maxSize + 2> firstOfLength_{};
+  std::uint8_t count_ = 0;
+};
+
+/// Fills `fields` from the query of `url`. If several items belong to one field, the first is used, even if
+/// it has no value.
+template <const auto& Keys, typename Fields>
+void readCallback(const URL& url, Fields& fields) {
+  static_assert(Keys.size() <= 32);
+  static constexpr CallbackKeyIndex index(Keys);
+  std::uint32_t decided = 0;
+  for (const auto& item : url.rawQueryItems()) {
+    const std::size_t key = index.find(item.name);
+    if (key == index.notFound || (decided >> key & 1U) != 0) continue;
+    decided |= 1U << key;
+    Keys[key].store(fields, item.value);
+  }
+}
 
 /// Converts to the response that is made of `fields`. So the response is built in its place inside a result,
 /// and isn't moved there.
@@ -80,7 +236,7 @@ template <typename Operation>
   if (expectedCallbackURL != nullptr && !callbackURLsMatch(url, *expectedCallbackURL)) return result;
 
   typename Response::Fields fields{.callbackURL = std::move(url)};
-  readCallback<Operation::callbackKeys, Operation::callbackKeyIndex>(fields.callbackURL, fields);
+  readCallback<Operation::callbackKeys>(fields.callbackURL, fields);
   const auto fail = [&](Error error) {
     result.emplace(std::in_place_type<typename Result::Failure>, std::move(error),
                    ResponseFrom<Response>{fields});
@@ -99,5 +255,33 @@ template <typename Operation>
   }
   return result;
 }
+
+// Rows of callback keys and status words that several operations use in their tables.
+
+template <typename Fields>
+inline constexpr auto requestIdKey =
+    textKey<Fields, &Fields::requestId>("request_id", "requestId", "session_id", "sessionId");
+
+template <typename Fields>
+inline constexpr auto statusKey = textKey<Fields, &Fields::status>("status", "result");
+
+template <typename Fields>
+inline constexpr auto transactionIdKey =
+    textKey<Fields, &Fields::transactionId>("transaction_id", "transactionId", "txn_id");
+
+template <typename Fields>
+inline constexpr auto errorCodeKey = textKey<Fields, &Fields::errorCode>("error_code", "errorCode", "code");
+
+template <typename Fields>
+inline constexpr auto errorMessageKey =
+    textKey<Fields, &Fields::errorMessage>("error_message", "errorMessage", "message");
+
+template <typename Result>
+inline constexpr auto cancelledWords =
+    wordsFor<Result, typename Result::Cancelled>("cancelled", "canceled", "cancel");
+
+template <typename Result>
+inline constexpr auto declinedWords =
+    wordsFor<Result, typename Result::Declined>("declined", "decline", "rejected");
 
 }  // namespace tilvanego::detail

@@ -1,11 +1,9 @@
 #include <tilvanego/frame/CallbackURLs.h>
 
-#include <optional>
 #include <string_view>
 
 #include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Text.h>
-#include <tilvanego/values/URL.h>
 
 namespace tilvanego::detail {
 namespace {

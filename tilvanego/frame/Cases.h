@@ -91,11 +91,10 @@ inline constexpr bool isCaseOf = false;
 template <typename Case, typename... Cases>
 inline constexpr bool isCaseOf<Case, std::variant<Cases...>> = (std::same_as<Case, Cases> || ...);
 
-/// An error union: a `std::variant` of an operation's cases, which `Cases` lists as its `Variant`.
-template <typename Cases>
-class ErrorUnion : public Cases, public Cases::Variant {
+/// A `std::variant` of cases.
+template <typename Variant>
+class Union : public Variant {
  public:
-  using Variant = typename Cases::Variant;
   using Variant::Variant;
 
   /// The name of the case, as in "invalidRequest".
@@ -103,21 +102,29 @@ class ErrorUnion : public Cases, public Cases::Variant {
     return std::visit([](const auto& one) { return one.name; }, variant());
   }
 
-  /// What went wrong, as an English sentence for the host's developer.
-  [[nodiscard]] std::string errorDescription() const {
-    return std::visit([](const auto& one) -> std::string { return one.description(); }, variant());
-  }
-
   /// Returns true if it holds `Case` and the payloads are equal.
   template <typename Case>
     requires isCaseOf<Case, Variant>
-  friend bool operator==(const ErrorUnion& error, const Case& other) {
-    const auto* held = std::get_if<Case>(&error.variant());
-    return held != nullptr && *held == other;
+  friend bool operator==(const Union& held, const Case& other) {
+    const auto* one = std::get_if<Case>(&held.variant());
+    return one != nullptr && *one == other;
   }
 
- private:
+ protected:
   [[nodiscard]] const Variant& variant() const { return *this; }
+};
+
+/// An error union: a `std::variant` of an operation's cases, which `Cases` lists as its `Variant`.
+template <typename Cases>
+class ErrorUnion : public Cases, public Union<typename Cases::Variant> {
+ public:
+  using typename Cases::Variant;
+  using Union<Variant>::Union;
+
+  /// What went wrong, as an English sentence for the host's developer.
+  [[nodiscard]] std::string errorDescription() const {
+    return std::visit([](const auto& one) -> std::string { return one.description(); }, this->variant());
+  }
 };
 
 /// The operation ended otherwise than by a failure: the payment application called back, and this is what the
@@ -151,34 +158,19 @@ struct Failure {
 
 /// The result of an operation: one of `Cases` with a response, or `Failure`.
 template <typename ResponseType, typename ErrorType, template <typename> typename... Cases>
-class ResultUnion : public std::variant<Cases<ResponseType>..., Failure<ResponseType, ErrorType>> {
+class ResultUnion : public Union<std::variant<Cases<ResponseType>..., Failure<ResponseType, ErrorType>>> {
  public:
   using Variant = std::variant<Cases<ResponseType>..., cases::Failure<ResponseType, ErrorType>>;
-  using Variant::Variant;
+  using Union<Variant>::Union;
   using Response = ResponseType;
   using Error = ErrorType;
   using Failure = cases::Failure<ResponseType, ErrorType>;
 
-  /// The name of the case, as in "success".
-  [[nodiscard]] std::string_view name() const {
-    return std::visit([](const auto& one) { return one.name; }, variant());
-  }
-
   /// Returns the response; nothing if no callback came or its items could not be read.
   [[nodiscard]] std::optional<Response> response() const {
-    return std::visit([](const auto& one) -> std::optional<Response> { return one.response; }, variant());
+    return std::visit([](const auto& one) -> std::optional<Response> { return one.response; },
+                      this->variant());
   }
-
-  /// Returns true if it holds `Case` and the payloads are equal.
-  template <typename Case>
-    requires isCaseOf<Case, Variant>
-  friend bool operator==(const ResultUnion& result, const Case& other) {
-    const auto* held = std::get_if<Case>(&result.variant());
-    return held != nullptr && *held == other;
-  }
-
- private:
-  [[nodiscard]] const Variant& variant() const { return *this; }
 };
 
 }  // namespace cases

@@ -8,7 +8,6 @@
 #include <tilvanego/values/QueryItem.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 std::string redacted(const std::optional<URL>& url, std::initializer_list<Secret> hidden) {

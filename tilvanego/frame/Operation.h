@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <optional>
+#include <string>
 #include <string_view>
-#include <tuple>
 
 #include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/LinkWriter.h>
 
 namespace tilvanego::detail {
@@ -25,30 +28,30 @@ struct OperationTypes {
   using Fields = typename Response::Fields;
 };
 
-/// `type` is the description of the operation of a kind. Each description is followed by its specialisation.
-template <OperationKind kind>
-struct OperationOf;
-
 /// The texts of one operation.
 struct OperationTexts {
   /// The beginning of the debug line that shows the request.
   std::string_view sending;
-  std::string_view buildFailure;
   /// The log message before the link is opened.
   std::string_view opening;
   /// The beginning of the debug line that shows the link.
   std::string_view urlLabel;
   LinkTarget target;
-  /// The log message for a callback that isn't the pending operation's.
-  std::string_view unmatchedCallback;
 };
+
+/// The error message for a link that can't be built.
+[[nodiscard]] inline std::string buildFailure(OperationKind kind) {
+  return "Unable to build Tilvane " + operationWords(kind) + " URL.";
+}
+
+/// The log message for a callback that isn't the pending operation's.
+[[nodiscard]] inline std::string unmatchedCallback(OperationKind kind) {
+  return "Ignored callback that did not match the active " + operationWords(kind) + " return URL.";
+}
 
 /// A list of operations.
 template <typename... Operations>
-struct OperationList {
-  template <template <typename> typename Each>
-  using Tuple = std::tuple<Each<Operations>...>;
-};
+struct OperationList {};
 
 /// `List` has the operations that prevent the start of `Operation` while they are pending: those that its
 /// `BlockedBy` lists, or only itself if it has no `BlockedBy`.
@@ -76,5 +79,38 @@ struct Pending {
   typename Operation::Request request;
   Completion<Operation> completion;
 };
+
+/// Builds the text of a request for a debug line: `SaveRequest(requestId: A-1, customId: nil)`. The operation
+/// chooses the fields, and of which it shows only whether they are present (`flag`).
+class RequestDescription {
+ public:
+  explicit RequestDescription(std::string_view record) : text_(record) {}
+
+  RequestDescription& field(std::string_view name, std::string_view value) {
+    text_.append(separator_).append(name).append(": ").append(value);
+    separator_ = ", ";
+    return *this;
+  }
+  RequestDescription& flag(std::string_view name, bool value) {
+    return field(name, value ? "true" : "false");
+  }
+
+  [[nodiscard]] std::string text() const { return text_ + ")"; }
+
+ private:
+  std::string text_;
+  std::string_view separator_ = "(";
+};
+
+/// The text of an optional value in a description.
+[[nodiscard]] inline std::string_view orNil(const std::optional<std::string>& value) {
+  return value ? std::string_view(*value) : "nil";
+}
+[[nodiscard]] inline std::string orNil(const std::optional<Decimal>& value) {
+  return value ? value->text() : "nil";
+}
+[[nodiscard]] inline std::string orNil(const std::optional<std::int64_t>& value) {
+  return value ? std::to_string(*value) : "nil";
+}
 
 }  // namespace tilvanego::detail

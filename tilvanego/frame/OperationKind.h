@@ -40,6 +40,12 @@ inline constexpr auto operationKinds = allCases<OperationKind>();
 template <OperationKind kind>
 struct OperationRecords;
 
+template <typename RequestType, typename ResultType>
+struct RecordTypes {
+  using Request = RequestType;
+  using Result = ResultType;
+};
+
 /// Calls `visit.template operator()<kind>()` for each operation, in the order of the list.
 template <typename Visit>
 constexpr void forEachOperation(Visit&& visit) {

@@ -17,9 +17,9 @@
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/network/Failure.h>
+#include <tilvanego/platform/HostCode.h>
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/Data.h>
-#include <tilvanego/values/Support.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -69,17 +69,7 @@ inline constexpr bool hasCustomBuilder = false;
 
 }  // namespace tilvanego
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
-/// The name of a type as C++ spells it.
-[[nodiscard]] std::string typeName(const std::type_info& type);
-}  // namespace support
-}  // namespace tilvanego
-
 namespace tilvanego::detail {
-
-template <typename T>
-concept NilConstructible = std::convertible_to<std::nullopt_t, T> || std::convertible_to<std::nullptr_t, T>;
 
 template <typename T>
 concept JSONDecodable = requires(json::Reader& reader, T& value) {

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <string_view>
 #include <system_error>
-#include <utility>
 
 #include <tilvanego/http_client/FileDownload.h>
 #include <tilvanego/network/OpenAPIMutex.h>

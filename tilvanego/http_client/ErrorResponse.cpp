@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <new>
-#include <utility>
 
 #include <tilvanego/network/ExceptionFailure.h>
 
@@ -23,19 +22,17 @@ std::string describe(int code, const Failure& failure) {
 }  // namespace
 
 ErrorResponse ErrorResponse::error(int code, std::optional<Data> data, URLResponsePointer response,
-                                   Failure underlyingFailure) noexcept {
-  try {
-    std::string description = describe(code, underlyingFailure);
-    return {code,
-            std::make_shared<const Payload>(Payload{std::move(data), std::move(response),
-                                                    std::move(underlyingFailure), std::move(description)})};
-  } catch (...) {
-    // Created without heap memory, and never destroyed, because a request may end while the process exits.
-    alignas(Payload) static std::array<std::byte, sizeof(Payload)> place;
-    static const auto* const payload =
-        new (place.data()) Payload{{}, nullptr, ExceptionFailure(std::current_exception()), "out of memory"};
-    return {code, std::shared_ptr<const Payload>(std::shared_ptr<void>(), payload)};
-  }
+                                   Failure underlyingFailure) noexcept try {
+  std::string description = describe(code, underlyingFailure);
+  return {code,
+          std::make_shared<const Payload>(Payload{std::move(data), std::move(response),
+                                                  std::move(underlyingFailure), std::move(description)})};
+} catch (...) {
+  // Created without heap memory, and never destroyed, because a request may end while the process exits.
+  alignas(Payload) static std::array<std::byte, sizeof(Payload)> place;
+  static const auto* const payload =
+      new (place.data()) Payload{{}, nullptr, ExceptionFailure(std::current_exception()), "out of memory"};
+  return {code, std::shared_ptr<const Payload>(std::shared_ptr<void>(), payload)};
 }
 
 // Not inline, because g++ 12 warns in an optimised host whose completion takes its result by value.

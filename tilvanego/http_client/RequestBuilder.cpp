@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <coroutine>
-#include <exception>
 
 #include <tilvanego/network/ExceptionFailure.h>
 

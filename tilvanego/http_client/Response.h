@@ -40,18 +40,12 @@ struct HeaderNameLess {
 /// ```
 using ResponseHeader = std::map<std::string, std::string, HeaderNameLess>;
 
-}  // namespace tilvanego
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 
 /// Returns the header fields whose values are UTF-8; others are left out.
 [[nodiscard]] ResponseHeader headerTexts(const HTTPURLResponse& response);
 
 }  // namespace support
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The response of a successful request.
 template <typename T>

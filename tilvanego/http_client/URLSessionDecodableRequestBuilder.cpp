@@ -29,7 +29,7 @@ void URLSessionDecodableRequestBuilder::processRequestResponse(const URLSessionE
     case BodyKind::text:
       return succeed(exchange, response, textOf(exchange.data), completion);
     case BodyKind::url:
-      if (auto file = tryDownload(exchange, response, error)) {
+      if (auto file = download(exchange, response, error)) {
         return succeed(exchange, response, *std::move(file), completion);
       } else {
         return fail(exchange, ErrorResponse::downloadFailed, exchange.data, file.error(), completion);
@@ -44,19 +44,9 @@ void URLSessionDecodableRequestBuilder::processRequestResponse(const URLSessionE
   }
 }
 
-std::expected<URL, Failure> URLSessionDecodableRequestBuilder::tryDownload(
+std::expected<URL, Failure> URLSessionDecodableRequestBuilder::download(
     const URLSessionExchange& exchange, const HTTPURLResponse& response,
-    const std::optional<Failure>& error) {
-  try {
-    return download(exchange, response, error);
-  } catch (...) {
-    return std::unexpected(detail::currentFailure());
-  }
-}
-
-std::expected<URL, Failure> URLSessionDecodableRequestBuilder::download(const URLSessionExchange& exchange,
-                                                                        const HTTPURLResponse& response,
-                                                                        const std::optional<Failure>& error) {
+    const std::optional<Failure>& error) try {
   if (error) return downloadFailure(DownloadException::responseFailed);
   if (!exchange.data) return downloadFailure(DownloadException::responseDataMissing);
   const auto url = urlOf(exchange.request);
@@ -75,6 +65,8 @@ std::expected<URL, Failure> URLSessionDecodableRequestBuilder::download(const UR
   auto file = detail::writeBelow(cachesDirectory(), *names, *exchange.data);
   if (!file) return std::unexpected(Failure(std::move(file.error())));
   return *std::move(file);
+} catch (...) {
+  return std::unexpected(detail::currentFailure());
 }
 
 void URLSessionDecodableRequestBuilder::decode(const URLSessionExchange& exchange,

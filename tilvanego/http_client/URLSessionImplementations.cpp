@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/platform/RunLoop.h>
 

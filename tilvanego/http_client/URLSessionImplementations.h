@@ -6,7 +6,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include <tilvanego/http_client/CachesDirectory.h>
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
@@ -180,8 +179,6 @@ class URLSessionDecodableRequestBuilder : public URLSessionRequestBuilder {
   [[nodiscard]] virtual std::filesystem::path cachesDirectory() const;
 
  private:
-  std::expected<URL, Failure> tryDownload(const URLSessionExchange& exchange, const HTTPURLResponse& response,
-                                          const std::optional<Failure>& error);
   std::expected<URL, Failure> download(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                        const std::optional<Failure>& error);
   void decode(const URLSessionExchange& exchange, const HTTPURLResponse& response,

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <exception>
 #include <optional>
 #include <string_view>
@@ -21,7 +20,6 @@
 #include <tilvanego/values/Text.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
-
 namespace {
 
 using OnceCompletion = detail::Once<RequestBuilder::Result>;
@@ -43,23 +41,19 @@ bool isPending(const RequestBuilder::Completion& completion, std::string_view st
   return !once.isUsed();
 }
 
-void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) {
-  try {
-    completion(std::move(result));
-  } catch (...) {
-    if (detail::isOwnThread()) detail::endForException("the completion of RequestBuilder::execute");
-    throw;
-  }
+void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
+  completion(std::move(result));
+} catch (...) {
+  if (detail::isOwnThread()) detail::endForException("the completion of RequestBuilder::execute");
+  throw;
 }
 
 /// Never throws: without memory to copy the cause, the cause is that lack of memory.
 ErrorResponse errorOf(const URLSessionExchange& exchange, int code, const std::optional<Data>& data,
-                      const Failure& failure) {
-  try {
-    return ErrorResponse::error(code, data, exchange.response, failure);
-  } catch (...) {
-    return ErrorResponse::error(code, data, exchange.response, ExceptionFailure(std::current_exception()));
-  }
+                      const Failure& failure) try {
+  return ErrorResponse::error(code, data, exchange.response, failure);
+} catch (...) {
+  return ErrorResponse::error(code, data, exchange.response, ExceptionFailure(std::current_exception()));
 }
 
 const HTTPURLResponse* httpResponse(const URLSessionExchange& exchange) {
@@ -94,16 +88,14 @@ void URLSessionRequestBuilder::start(const Completion& completion) {
 }
 
 std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
-    std::shared_ptr<URLSessionProtocol>& urlSession) {
-  try {
-    urlSession = createURLSession();
-    const auto httpMethod = fromRawText<HTTPMethod>(method);
-    if (!httpMethod) detail::fatalError("Unsupported Http method - " + method);
-    const auto encoding = encodingFor(*httpMethod);
-    return createURLRequest(urlSession, *httpMethod, *encoding, headers());
-  } catch (...) {
-    return std::unexpected(detail::currentFailure());
-  }
+    std::shared_ptr<URLSessionProtocol>& urlSession) try {
+  urlSession = createURLSession();
+  const auto httpMethod = fromRawText<HTTPMethod>(method);
+  if (!httpMethod) detail::fatalError("Unsupported Http method - " + method);
+  const auto encoding = encodingFor(*httpMethod);
+  return createURLRequest(urlSession, *httpMethod, *encoding, headers());
+} catch (...) {
+  return std::unexpected(detail::currentFailure());
 }
 
 void URLSessionRequestBuilder::intercept(const URLRequest& request,
@@ -266,13 +258,11 @@ void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int cod
 }
 
 void URLSessionRequestBuilder::executeAgain(const URLSessionExchange& exchange,
-                                            const Completion& completion) {
-  try {
-    execute(completion);
-  } catch (...) {
-    if (isPending(completion, "RequestBuilder::execute")) {
-      refuse(exchange.request, exchange.session, detail::currentFailure(), completion);
-    }
+                                            const Completion& completion) try {
+  execute(completion);
+} catch (...) {
+  if (isPending(completion, "RequestBuilder::execute")) {
+    refuse(exchange.request, exchange.session, detail::currentFailure(), completion);
   }
 }
 

@@ -17,7 +17,7 @@
 #include <tilvanego/json/JSONWriter.h>
 #include <tilvanego/values/RawText.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
+namespace tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 /// How values of one type are read from JSON and written to it. A codec must define two static functions,
@@ -187,9 +187,8 @@ struct Codec<std::optional<T>> {
 };
 
 }  // namespace json
-}  // namespace tilvanego
 
-namespace tilvanego::json::detail {
+namespace json::detail {
 
 /// Writes the elements of a vector or an array in their order.
 template <typename T>
@@ -205,9 +204,8 @@ template <typename T>
   return true;
 }
 
-}  // namespace tilvanego::json::detail
+}  // namespace json::detail
 
-namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 template <typename T>

@@ -46,10 +46,12 @@ template <typename Keys>
   }(std::make_index_sequence<detail::countEnumerators<Keys>()>());
 }
 
-/// Like `caseNames`, but `value` has the text `text`.
-template <typename Keys>
-[[nodiscard]] consteval auto caseNamesBut(Keys value, std::string_view text) {
+/// Like `caseNames`, but `value` has the text `text`; `further` are further values, each with its text after
+/// it.
+template <typename Keys, typename... Further>
+[[nodiscard]] constexpr auto caseNamesBut(Keys value, std::string_view text, Further... further) {
   auto table = caseNames<Keys>();
+  if constexpr (sizeof...(further) > 0) table = caseNamesBut(further...);
   table[static_cast<std::size_t>(value)].second = text;
   return table;
 }

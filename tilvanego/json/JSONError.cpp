@@ -17,39 +17,25 @@ std::string_view nameOf(JSONKind kind) {
 }
 
 std::string_view wordsFor(JSONFailure failure) {
-  switch (failure) {
-    case JSONFailure::unexpectedEnd:
-      return "the text ends inside a value";
-    case JSONFailure::unexpectedCharacter:
-      return "unexpected character";
-    case JSONFailure::trailingContent:
-      return "something follows the value";
-    case JSONFailure::invalidNumber:
-      return "malformed number";
-    case JSONFailure::invalidEscape:
-      return "invalid escape in a text";
-    case JSONFailure::controlCharacter:
-      return "unescaped control character in a text";
-    case JSONFailure::invalidUTF8:
-      return "text that is not UTF-8";
-    case JSONFailure::tooDeep:
-      return "nested too deeply";
-    case JSONFailure::wrongKind:
-      return "value of the wrong kind";
-    case JSONFailure::numberOutOfRange:
-      return "the number does not fit";
-    case JSONFailure::missingKey:
-      return "missing key";
-    case JSONFailure::unknownText:
-      return "unknown text";
-    case JSONFailure::invalidValue:
-      return "invalid value";
-    case JSONFailure::notFinite:
-      return "the number is not finite";
-    case JSONFailure::beyondLimit:
-      return "beyond the limits of reading";
-  }
-  return {};
+  // In the order of the failures.
+  static constexpr std::array<std::string_view, 15> words = {
+      "the text ends inside a value",
+      "unexpected character",
+      "something follows the value",
+      "malformed number",
+      "invalid escape in a text",
+      "unescaped control character in a text",
+      "text that is not UTF-8",
+      "nested too deeply",
+      "value of the wrong kind",
+      "the number does not fit",
+      "missing key",
+      "unknown text",
+      "invalid value",
+      "the number is not finite",
+      "beyond the limits of reading",
+  };
+  return words[static_cast<std::size_t>(failure)];
 }
 
 // True for a text that is not JSON, or that exceeds a limit.

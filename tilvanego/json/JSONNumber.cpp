@@ -1,6 +1,5 @@
 #include <tilvanego/json/JSONNumber.h>
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>

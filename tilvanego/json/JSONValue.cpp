@@ -14,6 +14,18 @@ std::size_t mix(std::size_t seed, std::size_t hash) {
   return (seed ^ hash) * 0x9E3779B97F4A7C15u + (seed >> 17);
 }
 
+// Whether both have the same case and the same content, or the same number of elements.
+bool alike(const JSONValue& a, const JSONValue& b) {
+  if (const auto* text = a.stringValue()) return b.isString() && *text == *b.stringValue();
+  if (const auto* array = a.arrayValue()) return b.isArray() && array->size() == b.arrayValue()->size();
+  if (const auto* dictionary = a.dictionaryValue())
+    return b.isDictionary() && dictionary->size() == b.dictionaryValue()->size();
+  return a.isNull() == b.isNull() && a.intValue() == b.intValue() && a.doubleValue() == b.doubleValue() &&
+         a.boolValue() == b.boolValue() && b.isString() == a.isString() && !b.isArray() && !b.isDictionary();
+}
+
+bool sameKeys(const Levels& a, const Levels& b) { return a.key() == nullptr || *a.key() == *b.key(); }
+
 }  // namespace
 
 JSONValue::JSONValue(Array value) : value_(ArrayBox()) {
@@ -143,22 +155,6 @@ void JSONValue::copy(const JSONValue& other) {
     copied = const_cast<JSONValue*>(to.next());
   }
 }
-
-namespace {
-
-// Whether both have the same case and the same content, or the same number of elements.
-bool alike(const JSONValue& a, const JSONValue& b) {
-  if (const auto* text = a.stringValue()) return b.isString() && *text == *b.stringValue();
-  if (const auto* array = a.arrayValue()) return b.isArray() && array->size() == b.arrayValue()->size();
-  if (const auto* dictionary = a.dictionaryValue())
-    return b.isDictionary() && dictionary->size() == b.dictionaryValue()->size();
-  return a.isNull() == b.isNull() && a.intValue() == b.intValue() && a.doubleValue() == b.doubleValue() &&
-         a.boolValue() == b.boolValue() && b.isString() == a.isString() && !b.isArray() && !b.isDictionary();
-}
-
-bool sameKeys(const Levels& a, const Levels& b) { return a.key() == nullptr || *a.key() == *b.key(); }
-
-}  // namespace
 
 bool operator==(const JSONValue& a, const JSONValue& b) {
   Levels inA;

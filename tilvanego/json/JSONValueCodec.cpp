@@ -38,6 +38,35 @@ bool readNumber(Reader& reader, JSONValue& value) {
   return true;
 }
 
+bool beginValue(Writer& writer, const JSONValue& value) {
+  if (const auto* text = value.stringValue()) return writer.text(*text);
+  if (value.isDictionary()) return writer.beginObject();
+  if (value.isArray()) return writer.beginArray();
+  if (const auto whole = value.intValue()) return writer.integer(*whole);
+  if (const auto real = value.doubleValue()) return writer.number(*real);
+  if (const auto truth = value.boolValue()) return writer.boolean(*truth);
+  return writer.null();
+}
+
+void endLevel(Writer& writer, bool isDictionary) {
+  if (isDictionary) {
+    writer.endObject();
+  } else {
+    writer.endArray();
+  }
+}
+
+bool failInLevels(Writer& writer, Levels& levels) {
+  for (; !levels.empty(); levels.leave()) {
+    if (levels.isInDictionary()) {
+      writer.failInside(*levels.key());
+    } else {
+      writer.failInside(levels.index());
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 // Reads a value without recursion: the open arrays and dictionaries are in a vector, so that depth needs no
@@ -160,39 +189,6 @@ bool json::Codec<JSONValue>::read(Reader& reader, JSONValue& value) {
   value = JSONValue();
   return JSONValue::Reading(reader, value).run();
 }
-
-namespace {
-
-bool beginValue(Writer& writer, const JSONValue& value) {
-  if (const auto* text = value.stringValue()) return writer.text(*text);
-  if (value.isDictionary()) return writer.beginObject();
-  if (value.isArray()) return writer.beginArray();
-  if (const auto whole = value.intValue()) return writer.integer(*whole);
-  if (const auto real = value.doubleValue()) return writer.number(*real);
-  if (const auto truth = value.boolValue()) return writer.boolean(*truth);
-  return writer.null();
-}
-
-void endLevel(Writer& writer, bool isDictionary) {
-  if (isDictionary) {
-    writer.endObject();
-  } else {
-    writer.endArray();
-  }
-}
-
-bool failInLevels(Writer& writer, Levels& levels) {
-  for (; !levels.empty(); levels.leave()) {
-    if (levels.isInDictionary()) {
-      writer.failInside(*levels.key());
-    } else {
-      writer.failInside(levels.index());
-    }
-  }
-  return false;
-}
-
-}  // namespace
 
 bool json::Codec<JSONValue>::write(Writer& writer, const JSONValue& value) {
   Levels levels;

@@ -1,7 +1,6 @@
 #include <tilvanego/json/JSONWriter.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstring>
 #include <utility>

@@ -23,9 +23,6 @@ struct JSONFormat {
   const JSONDates* dates = nullptr;
 };
 
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 struct RecordField;

@@ -46,7 +46,6 @@ namespace [[gnu::visibility("default")]] json {
 /// One field of a record: its key, its member and its codec.
 template <typename Record, typename Member, typename FieldCodec>
 struct Field {
-  using Owner = Record;
   using Type = Member;
   using Coding = FieldCodec;
   std::string_view key;
@@ -76,9 +75,8 @@ template <ListsItsFields Record>
 inline constexpr auto recordFields = RecordAccess::fields<Record>();
 
 }  // namespace json
-}  // namespace tilvanego
 
-namespace tilvanego::json::detail {
+namespace json::detail {
 
 template <typename T>
 struct OptionalTraits : std::false_type {
@@ -140,28 +138,17 @@ using CodingOf =
                        std::type_identity<Codec<typename OptionalTraits<typename OneField::Type>::Value>>,
                        std::type_identity<typename OneField::Coding>>::type;
 
-}  // namespace tilvanego::json::detail
+/// Computed once for each record: compilers limit the steps of a constant expression.
+template <typename Record>
+[[gnu::visibility("hidden")]] inline constexpr std::array<std::string_view, Layout<Record>::count> keysOf =
+    Layout<Record>::keys();
 
-namespace tilvanego {
+}  // namespace json::detail
+
 namespace [[gnu::visibility("default")]] json {
 
 template <IsRecord Record>
 inline constexpr std::size_t fieldCount = detail::Layout<Record>::count;
-
-}  // namespace json
-}  // namespace tilvanego
-
-namespace tilvanego::json::detail {
-
-/// Computed once for each record: compilers limit the steps of a constant expression.
-template <typename Record>
-[[gnu::visibility("hidden")]] inline constexpr std::array<std::string_view, fieldCount<Record>> keysOf =
-    Layout<Record>::keys();
-
-}  // namespace tilvanego::json::detail
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] json {
 
 /// Returns the keys of a record in the order of its fields.
 template <IsRecord Record>
@@ -170,9 +157,8 @@ template <IsRecord Record>
 }
 
 }  // namespace json
-}  // namespace tilvanego
 
-namespace tilvanego::json::detail {
+namespace json::detail {
 
 /// Most fields are strings: the reader and the writer have special functions for them.
 template <typename OneField>
@@ -312,23 +298,18 @@ template <typename OneField>
 inline constexpr bool isRequired = !OptionalTraits<typename OneField::Type>::value &&
                                    !mayBeAbsent<CodingOf<OneField>, typename OneField::Type>;
 
-template <typename Record>
-[[nodiscard]] consteval std::uint64_t requiredFields() {
-  return []<std::size_t... index>(std::index_sequence<index...>) {
-    return (std::uint64_t{0} | ... | (isRequired<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
-  }(std::make_index_sequence<fieldCount<Record>>());
-}
-
 /// Whether a missing field can be cleared: an optional, or a codec with `makeAbsent`.
 template <typename OneField>
 inline constexpr bool isClearable =
     OptionalTraits<typename OneField::Type>::value ||
     requires(typename OneField::Type& value) { CodingOf<OneField>::makeAbsent(value); };
 
+/// One bit for each field for whose type `holds` returns true.
 template <typename Record>
-[[nodiscard]] consteval std::uint64_t clearableFields() {
-  return []<std::size_t... index>(std::index_sequence<index...>) {
-    return (std::uint64_t{0} | ... | (isClearable<FieldAt<Record, index>> ? std::uint64_t{1} << index : 0));
+[[nodiscard]] consteval std::uint64_t fieldsWhere(auto holds) {
+  return [=]<std::size_t... index>(std::index_sequence<index...>) {
+    return (std::uint64_t{0} | ... |
+            (holds.template operator()<FieldAt<Record, index>>() ? std::uint64_t{1} << index : 0));
   }(std::make_index_sequence<fieldCount<Record>>());
 }
 
@@ -370,14 +351,13 @@ struct Description {
   static constexpr RecordTable table{fields,
                                      sorted.data(),
                                      slots,
-                                     requiredFields<Record>(),
-                                     clearableFields<Record>(),
+                                     fieldsWhere<Record>([]<typename F>() { return isRequired<F>; }),
+                                     fieldsWhere<Record>([]<typename F>() { return isClearable<F>; }),
                                      &clearFields<Record>};
 };
 
-}  // namespace tilvanego::json::detail
+}  // namespace json::detail
 
-namespace tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 template <IsRecord Record>

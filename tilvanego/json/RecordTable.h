@@ -12,6 +12,17 @@ namespace [[gnu::visibility("default")]] json {
 class Reader;
 class Writer;
 
+/// A few bytes distinguish most keys of a record; probing finds the others.
+[[nodiscard]] constexpr std::size_t keyHash(std::string_view key) {
+  if (key.empty()) return 0;
+  const auto byteAt = [&](std::size_t i) {
+    return static_cast<std::size_t>(static_cast<unsigned char>(key[i]));
+  };
+  const std::size_t mixed = byteAt(0) * 0x9E5 + byteAt(key.size() / 2) * 0x1F35 +
+                            byteAt(key.size() - 1) * 0x6A7 + key.size() * 0xB1D;
+  return mixed ^ (mixed >> 7);
+}
+
 /// The description of one field of a record for the reader and the writer, without its types.
 struct RecordField {
   /// The quoted key, and its first 16 bytes, filled up with zeros.
@@ -43,19 +54,14 @@ struct RecordTable {
   static constexpr std::uint8_t freeSlot = 0xFF;
 
   /// Returns the index of the field with this key, or the number of fields.
-  [[nodiscard]] std::size_t find(std::string_view key) const;
+  [[nodiscard]] std::size_t find(std::string_view key) const {
+    const std::size_t mask = slots.size() - 1;
+    for (std::size_t slot = keyHash(key) & mask; slots[slot] != freeSlot; slot = (slot + 1) & mask) {
+      if (fields[slots[slot]].key() == key) return slots[slot];
+    }
+    return fields.size();
+  }
 };
-
-/// A few bytes distinguish most keys of a record; probing finds the others.
-[[nodiscard]] constexpr std::size_t keyHash(std::string_view key) {
-  if (key.empty()) return 0;
-  const auto byteAt = [&](std::size_t i) {
-    return static_cast<std::size_t>(static_cast<unsigned char>(key[i]));
-  };
-  const std::size_t mixed = byteAt(0) * 0x9E5 + byteAt(key.size() / 2) * 0x1F35 +
-                            byteAt(key.size() - 1) * 0x6A7 + key.size() * 0xB1D;
-  return mixed ^ (mixed >> 7);
-}
 
 }  // namespace json
 }  // namespace tilvanego

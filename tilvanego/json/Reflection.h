@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <string_view>
 #include <tuple>
-#include <utility>
 
 /// The names of enumerators, types and members as texts, from the compiler. g++ and clang write a template's
 /// arguments into `__PRETTY_FUNCTION__`: `... [with auto value = tilvanego::models::Status::force; ...]`.

@@ -2,7 +2,6 @@
 
 #include <bit>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 
 #ifdef __SSE2__

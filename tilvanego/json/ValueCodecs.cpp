@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include <tilvanego/values/DateFormats.h>
 #include <tilvanego/values/DecimalFormatter.h>
@@ -10,19 +9,12 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-class InternetDateTime final : public JSONDates {
+template <std::optional<Date> (*readText)(std::string_view), std::string (*textOf)(const Date&)>
+class DatesBy final : public JSONDates {
  public:
-  std::optional<Date> read(std::string_view text) const override { return readInternetDate(text); }
+  std::optional<Date> read(std::string_view text) const override { return readText(text); }
   std::optional<std::string> write(const Date& date) const override {
-    return hasDateText(date) ? std::optional(internetDateText(date)) : std::nullopt;
-  }
-};
-
-class APIDates final : public JSONDates {
- public:
-  std::optional<Date> read(std::string_view text) const override { return readAPIDate(text); }
-  std::optional<std::string> write(const Date& date) const override {
-    return hasDateText(date) ? std::optional(apiDateText(date)) : std::nullopt;
+    return hasDateText(date) ? std::optional(textOf(date)) : std::nullopt;
   }
 };
 
@@ -30,12 +22,12 @@ class APIDates final : public JSONDates {
 
 const JSONDates& JSONDates::api() {
   // Never destroyed: a session may read a response while the process ends.
-  static const APIDates& form = *new APIDates;
+  static const auto& form = *new DatesBy<readAPIDate, apiDateText>;
   return form;
 }
 
 const JSONDates& JSONDates::internetDateTime() {
-  static const InternetDateTime& form = *new InternetDateTime;
+  static const auto& form = *new DatesBy<readInternetDate, internetDateText>;
   return form;
 }
 

@@ -85,9 +85,6 @@ struct AmountsResponse {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::AmountsResponse::CodingKeys> {

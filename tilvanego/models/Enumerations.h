@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <string_view>
 
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
@@ -89,50 +88,20 @@ enum class AVSResponseCode {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::TenderType> : models::OpenRawTexts<models::TenderType> {
-  using enum models::TenderType;
-  static constexpr std::array table{
-      row(credit, "CREDIT"), row(debit, "DEBIT"), row(ebt, "EBT"), row(fsa, "FSA"), fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 template <>
 struct RawTexts<models::Currency> : models::OpenRawTexts<models::Currency> {
-  using enum models::Currency;
-  static constexpr std::array table{
-      row(usd, "USD"),
-      fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 template <>
 struct RawTexts<models::AuthMessageEnum> : models::OpenRawTexts<models::AuthMessageEnum> {
-  using enum models::AuthMessageEnum;
-  static constexpr std::array table{
-      row(approved, "APPROVED"),
-      row(force, "FORCE"),
-      row(partiallyApproved, "PARTIALLY APPROVED"),
-      row(invalidCardNumber, "INVALID CARD NUMBER"),
-      row(unknown, "UNKNOWN"),
-      row(declined, "DECLINED"),
-      row(ccvDeclined, "CCV DECLINED"),
-      row(avsDeclined, "AVS DECLINED"),
-      row(invalidTransaction, "INVALID TRANSACTION"),
-      row(processingException, "PROCESSING EXCEPTION"),
-      row(timeout, "TIMEOUT"),
-      row(invalidPin, "INVALID PIN"),
-      row(invalidExpiry, "INVALID EXPIRY"),
-      row(suspectedFraud, "SUSPECTED FRAUD"),
-      row(velocityCheckFailed, "VELOCITY CHECK FAILED"),
-      row(captured, "CAPTURED"),
-      row(pending, "PENDING"),
-      fallbackRow,
-  };
+  static constexpr auto table = capitals<' '>();
 };
 
 template <>

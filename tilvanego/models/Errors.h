@@ -71,9 +71,6 @@ struct ApiViolation {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::ErrorType> : models::OpenRawTexts<models::ErrorType> {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
 
@@ -129,19 +128,10 @@ struct EBT {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::EBT::ModelType> : models::OpenRawTexts<models::EBT::ModelType> {
-  using enum models::EBT::ModelType;
-  static constexpr std::array table{
-      row(cash, "CASH"),
-      row(voucher, "VOUCHER"),
-      row(food, "FOOD"),
-      fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 }  // namespace tilvanego

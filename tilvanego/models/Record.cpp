@@ -1,7 +1,5 @@
 #include <tilvanego/models/Record.h>
 
-#include <utility>
-
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 namespace {

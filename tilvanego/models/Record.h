@@ -46,9 +46,7 @@ template <typename T>
 concept RecordOrList = Record<T> || RecordList<T>;
 
 }  // namespace models
-}  // namespace tilvanego
 
-namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
 /// Decodes one value of the text by `read`. On failure returns false and sets `error`.
@@ -58,9 +56,7 @@ namespace [[gnu::visibility("default")]] support {
 [[nodiscard]] JSONFormat withDates(JSONFormat format);
 
 }  // namespace support
-}  // namespace tilvanego
 
-namespace tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
 /// Decodes the JSON text (RFC 8259 in UTF-8) of a record or of an array of records: `decode<Trace>(text)`,

@@ -199,29 +199,17 @@ struct CaptureSignatureResponse {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::ReprintReceiptRequest::Copy>
     : models::OpenRawTexts<models::ReprintReceiptRequest::Copy> {
-  using enum models::ReprintReceiptRequest::Copy;
-  static constexpr std::array table{
-      row(customer, "customer"),
-      row(merchant, "merchant"),
-      fallbackRow,
-  };
+  static constexpr auto table = json::caseNamesBut(fallback, fallbackRow.second);
 };
 
 template <>
 struct RawTexts<models::ReprintReceiptRequest::TransType>
     : models::OpenRawTexts<models::ReprintReceiptRequest::TransType> {
-  using enum models::ReprintReceiptRequest::TransType;
-  static constexpr std::array table{
-      row(auth, "auth"),     row(capture, "capture"),   row(sale, "sale"),
-      row(refund, "refund"), row(reversal, "reversal"), fallbackRow,
-  };
+  static constexpr auto table = json::caseNamesBut(fallback, fallbackRow.second);
 };
 
 template <>

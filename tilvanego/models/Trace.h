@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -102,23 +101,12 @@ struct TraceResponse {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::TransactionHistoryRecord::Action>
     : models::OpenRawTexts<models::TransactionHistoryRecord::Action> {
-  using enum models::TransactionHistoryRecord::Action;
-  static constexpr std::array table{
-      row(_init, "init"),
-      row(update, "update"),
-      row(authorization, "authorization"),
-      row(capture, "capture"),
-      row(transaction, "transaction"),
-      row(refund, "refund"),
-      fallbackRow,
-  };
+  static constexpr auto table = json::caseNamesBut(models::TransactionHistoryRecord::Action::_init, "init",
+                                                   fallback, fallbackRow.second);
 };
 
 }  // namespace tilvanego

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -256,58 +255,27 @@ struct StatusResponse {
 };
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::ListTransactionResponseInstance::TransactionType>
     : models::OpenRawTexts<models::ListTransactionResponseInstance::TransactionType> {
-  using enum models::ListTransactionResponseInstance::TransactionType;
-  static constexpr std::array table{
-      row(sale, "SALE"),       row(authorization, "AUTHORIZATION"),
-      row(refund, "REFUND"),   row(credit, "CREDIT"),
-      row(debit, "DEBIT"),     row(store, "STORE"),
-      row(force, "FORCE"),     row(reversal, "REVERSAL"),
-      row(balance, "BALANCE"), row(void_, "VOID"),
-      row(_init, "INIT"),      fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 template <>
 struct RawTexts<models::BinDataResponse::Program> : models::OpenRawTexts<models::BinDataResponse::Program> {
-  using enum models::BinDataResponse::Program;
-  static constexpr std::array table{
-      row(standard, "STANDARD"),
-      row(unknown, "UNKNOWN"),
-      row(healthcare, "HEALTHCARE"),
-      row(fleet, "FLEET"),
-      fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 template <>
 struct RawTexts<models::BinDataResponse::ProgramCard>
     : models::OpenRawTexts<models::BinDataResponse::ProgramCard> {
-  using enum models::BinDataResponse::ProgramCard;
-  static constexpr std::array table{
-      row(fsa, "FSA"),
-      row(hsa, "HSA"),
-      row(hra, "HRA"),
-      fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 template <>
 struct RawTexts<models::CVM::Method> : models::OpenRawTexts<models::CVM::Method> {
-  using enum models::CVM::Method;
-  static constexpr std::array table{
-      row(signature, "SIGNATURE"),
-      row(offlinePin, "OFFLINE_PIN"),
-      row(onlinePin, "ONLINE_PIN"),
-      row(noCvmRequired, "NO_CVM_REQUIRED"),
-      fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 }  // namespace tilvanego

@@ -32,10 +32,7 @@ class ExceptionFailure {
   std::exception_ptr exception_;
 };
 
-}  // namespace tilvanego
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 
 /// Returns the exception that is being handled as a failure. A thrown `Failure` or `CancellationError` is
 /// returned unchanged, any other exception inside an `ExceptionFailure`. Call it in a `catch` block only.

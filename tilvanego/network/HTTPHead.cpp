@@ -8,7 +8,6 @@
 #include <tilvanego/values/UTF8.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 bool isContinuation(std::string_view line) { return line.starts_with(' ') || line.starts_with('\t'); }

@@ -1,12 +1,10 @@
 #include <tilvanego/network/HTTPHeaders.h>
 
 #include <algorithm>
-#include <utility>
 
 #include <tilvanego/values/ASCII.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
-
 namespace {
 
 bool isNamed(const HTTPHeaders::Field& field, std::string_view name) {

@@ -1,46 +1,32 @@
 #include <tilvanego/network/TransportError.h>
 
+#include <array>
+#include <cstddef>
 #include <string_view>
 
 namespace [[gnu::visibility("default")]] tilvanego {
-
 namespace {
 
 std::string_view nameOf(TransportError::Code code) {
-  using enum TransportError::Code;
-  switch (code) {
-    case cancelled:
-      return "cancelled";
-    case timedOut:
-      return "timed out";
-    case invalidRequest:
-      return "invalid request";
-    case unsupportedURL:
-      return "unsupported URL";
-    case cannotFindHost:
-      return "cannot find host";
-    case cannotConnectToHost:
-      return "cannot connect to host";
-    case proxyAuthenticationRequired:
-      return "proxy authentication required";
-    case secureConnectionFailed:
-      return "secure connection failed";
-    case serverCertificateUntrusted:
-      return "server certificate untrusted";
-    case networkConnectionLost:
-      return "network connection lost";
-    case badServerResponse:
-      return "bad server response";
-    case bodyTooLarge:
-      return "body too large";
-    case tooManyRedirects:
-      return "too many redirects";
-    case redirectRefused:
-      return "redirect refused";
-    case unknown:
-      break;
-  }
-  return "transport failure";
+  // In the order of the codes.
+  static constexpr std::array<std::string_view, 15> names{
+      "cancelled",
+      "timed out",
+      "invalid request",
+      "unsupported URL",
+      "cannot find host",
+      "cannot connect to host",
+      "proxy authentication required",
+      "secure connection failed",
+      "server certificate untrusted",
+      "network connection lost",
+      "bad server response",
+      "body too large",
+      "too many redirects",
+      "redirect refused",
+      "transport failure",
+  };
+  return names.at(static_cast<std::size_t>(code));
 }
 
 }  // namespace

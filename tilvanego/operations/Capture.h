@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
@@ -42,8 +41,6 @@ class CaptureRequest : public ImmutableRecord<CaptureRequestFields> {
   [[nodiscard]] const std::string& transactionId() const { return fields_.transactionId; }
   [[nodiscard]] const std::string& amount() const { return fields_.amount; }
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-
-  bool operator==(const CaptureRequest&) const = default;
 };
 
 /// The fields of a `CaptureResponse`.
@@ -79,8 +76,6 @@ class CaptureResponse : public ImmutableRecord<CaptureResponseFields> {
   }
   [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
-
-  bool operator==(const CaptureResponse&) const = default;
 };
 
 /// The cases of `CaptureError`, reached as `CaptureError::InvalidRequest` and so on.
@@ -112,9 +107,6 @@ class CaptureResult : public cases::ResultUnion<CaptureResponse, CaptureError, c
 };
 
 template <>
-struct OperationRecords<OperationKind::capture> {
-  using Request = CaptureRequest;
-  using Result = CaptureResult;
-};
+struct OperationRecords<OperationKind::capture> : RecordTypes<CaptureRequest, CaptureResult> {};
 
 }  // namespace tilvanego

@@ -1,15 +1,11 @@
 #pragma once
 
-#include <array>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <type_traits>
-
-#include <tilvanego/frame/CommonTables.h>
+#include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
+#include <tilvanego/frame/Validation.h>
 #include <tilvanego/operations/Capture.h>
+#include <tilvanego/values/Decimal.h>
 
 namespace tilvanego::detail {
 
@@ -17,18 +13,34 @@ namespace tilvanego::detail {
 struct CaptureOperation : OperationTypes<OperationKind::capture> {
   static constexpr OperationTexts texts{
       .sending = "Sending Capture Request - [",
-      .buildFailure = "Unable to build Tilvane capture URL.",
       .opening = "Opening Tilvane payment app for capture.",
       .urlLabel = "CaptureURL: ",
       .target = launchTarget("/v1/capture"),
-      .unmatchedCallback = "Ignored callback that did not match the active capture return URL.",
   };
   using InProgress = Error::CaptureInProgress;
   using AppNotInstalled = Error::CaptureAppNotInstalled;
 
-  [[nodiscard]] static std::string describe(const Request& request);
-  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request);
-  static void addItems(const Request& request, LinkItems& items);
+  [[nodiscard]] static std::string describe(const Request& request) {
+    return RequestDescription("CaptureRequest")
+        .field("requestId", request.requestId())
+        .field("transactionId", request.transactionId())
+        .field("amount", request.amount())
+        .field("callbackURL", request.callbackURL().absoluteString())
+        .text();
+  }
+  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request) {
+    if (auto failure = checkRequestId(request.requestId())) return failure;
+    if (auto failure = checkTransactionId(request.transactionId())) return failure;
+    const auto amount = Decimal::parse(request.amount());
+    if (!amount || *amount <= 0) return "Amount must be a decimal value greater than zero.";
+    return checkCallbackURL(request.callbackURL());
+  }
+  static void addItems(const Request& request, LinkItems& items) {
+    items.add("request_id", request.requestId());
+    items.add("transaction_id", request.transactionId());
+    items.add("amount", request.amount());
+    items.add("return_url", request.callbackURL().absoluteString());
+  }
 
   static constexpr std::array callbackKeys{
       requestIdKey<Fields>,
@@ -40,7 +52,6 @@ struct CaptureOperation : OperationTypes<OperationKind::capture> {
       errorCodeKey<Fields>,
       errorMessageKey<Fields>,
   };
-  static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
 
   static constexpr std::array statusWords{
       wordsFor<Result, Result::Success>("success", "succeeded", "completed", "approved", "captured"),
@@ -49,8 +60,5 @@ struct CaptureOperation : OperationTypes<OperationKind::capture> {
     return Error::CaptureFailed{callback.errorCode, callback.errorMessage};
   }
 };
-
-template <>
-struct OperationOf<OperationKind::capture> : std::type_identity<CaptureOperation> {};
 
 }  // namespace tilvanego::detail

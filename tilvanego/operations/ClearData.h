@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
@@ -43,8 +42,6 @@ class ClearDataRequest : public ImmutableRecord<ClearDataRequestFields> {
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const std::optional<Decimal>& amount() const { return fields_.amount; }
   [[nodiscard]] std::optional<std::int64_t> timeout() const { return fields_.timeout; }
-
-  bool operator==(const ClearDataRequest&) const = default;
 };
 
 /// The fields of a `ClearDataResponse`.
@@ -77,8 +74,6 @@ class ClearDataResponse : public ImmutableRecord<ClearDataResponseFields> {
   [[nodiscard]] const std::optional<std::string>& clearTrack2() const { return fields_.clearTrack2; }
   [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
-
-  bool operator==(const ClearDataResponse&) const = default;
 };
 
 /// The cases of `ClearDataError`, reached as `ClearDataError::InvalidRequest` and so on.
@@ -115,9 +110,6 @@ class ClearDataResult : public cases::ResultUnion<ClearDataResponse, ClearDataEr
 };
 
 template <>
-struct OperationRecords<OperationKind::clearData> {
-  using Request = ClearDataRequest;
-  using Result = ClearDataResult;
-};
+struct OperationRecords<OperationKind::clearData> : RecordTypes<ClearDataRequest, ClearDataResult> {};
 
 }  // namespace tilvanego

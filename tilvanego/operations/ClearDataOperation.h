@@ -1,14 +1,9 @@
 #pragma once
 
-#include <array>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <type_traits>
-
-#include <tilvanego/frame/CommonTables.h>
+#include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
+#include <tilvanego/frame/Validation.h>
 #include <tilvanego/operations/ClearData.h>
 
 namespace tilvanego::detail {
@@ -17,18 +12,35 @@ namespace tilvanego::detail {
 struct ClearDataOperation : OperationTypes<OperationKind::clearData> {
   static constexpr OperationTexts texts{
       .sending = "Sending Clear Data Request - [",
-      .buildFailure = "Unable to build Tilvane clear data URL.",
       .opening = "Opening Tilvane payment app for clear data.",
       .urlLabel = "ClearDataURL: ",
       .target = launchTarget("/v1/clear_data"),
-      .unmatchedCallback = "Ignored callback that did not match the active clear data return URL.",
   };
   using InProgress = Error::ClearDataInProgress;
   using AppNotInstalled = Error::ClearDataAppNotInstalled;
 
-  [[nodiscard]] static std::string describe(const Request& request);
-  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request);
-  static void addItems(const Request& request, LinkItems& items);
+  [[nodiscard]] static std::string describe(const Request& request) {
+    return RequestDescription("ClearDataRequest")
+        .field("requestId", request.requestId())
+        .field("callbackURL", request.callbackURL().absoluteString())
+        .field("amount", orNil(request.amount()))
+        .field("timeout", orNil(request.timeout()))
+        .text();
+  }
+  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request) {
+    if (auto failure = checkRequestId(request.requestId())) return failure;
+    if (auto failure = checkCallbackURL(request.callbackURL())) return failure;
+    if (request.amount() && *request.amount() <= 0) return "Amount must be greater than zero when provided.";
+    if (request.timeout() && *request.timeout() <= 0)
+      return "Timeout must be greater than zero when provided.";
+    return std::nullopt;
+  }
+  static void addItems(const Request& request, LinkItems& items) {
+    items.add("request_id", request.requestId());
+    items.add("return_url", request.callbackURL().absoluteString());
+    if (request.amount()) items.addText("amount", request.amount()->text());
+    if (request.timeout()) items.addText("timeout", std::to_string(*request.timeout()));
+  }
 
   static constexpr std::array callbackKeys{
       requestIdKey<Fields>,
@@ -38,7 +50,6 @@ struct ClearDataOperation : OperationTypes<OperationKind::clearData> {
       errorCodeKey<Fields>,
       errorMessageKey<Fields>,
   };
-  static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
 
   static constexpr std::array statusWords{
       wordsFor<Result, Result::Success>("returned", "success", "succeeded", "completed"),
@@ -49,8 +60,5 @@ struct ClearDataOperation : OperationTypes<OperationKind::clearData> {
     return Error::ClearDataFailed{callback.errorCode, callback.errorMessage};
   }
 };
-
-template <>
-struct OperationOf<OperationKind::clearData> : std::type_identity<ClearDataOperation> {};
 
 }  // namespace tilvanego::detail

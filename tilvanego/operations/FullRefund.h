@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
@@ -41,8 +40,6 @@ class FullRefundRequest : public ImmutableRecord<FullRefundRequestFields> {
   [[nodiscard]] const std::string& transactionId() const { return fields_.transactionId; }
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const PaymentCredentials& credentials() const { return fields_.credentials; }
-
-  bool operator==(const FullRefundRequest&) const = default;
 };
 
 /// The items of a full refund's callback.
@@ -82,9 +79,6 @@ class FullRefundResult : public cases::ResultUnion<FullRefundResponse, FullRefun
 };
 
 template <>
-struct OperationRecords<OperationKind::fullRefund> {
-  using Request = FullRefundRequest;
-  using Result = FullRefundResult;
-};
+struct OperationRecords<OperationKind::fullRefund> : RecordTypes<FullRefundRequest, FullRefundResult> {};
 
 }  // namespace tilvanego

@@ -1,14 +1,11 @@
 #pragma once
 
-#include <optional>
-#include <string>
-#include <string_view>
-#include <type_traits>
-
+#include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
+#include <tilvanego/frame/Validation.h>
 #include <tilvanego/operations/FullRefund.h>
-#include <tilvanego/operations/RefundTables.h>
+#include <tilvanego/payment/PaymentOperation.h>
 
 namespace tilvanego::detail {
 
@@ -18,29 +15,45 @@ struct PartialRefundOperation;
 struct FullRefundOperation : OperationTypes<OperationKind::fullRefund> {
   static constexpr OperationTexts texts{
       .sending = "Sending Full Refund Request - [",
-      .buildFailure = "Unable to build Tilvane full refund URL.",
       .opening = "Opening Tilvane payment app for full refund.",
       .urlLabel = "FullRefundURL: ",
       .target = launchTarget("/v1/full_refund"),
-      .unmatchedCallback = "Ignored callback that did not match the active full refund return URL.",
   };
   using InProgress = Error::FullRefundInProgress;
   using AppNotInstalled = Error::FullRefundAppNotInstalled;
   using BlockedBy = OperationList<FullRefundOperation, PartialRefundOperation>;
 
-  [[nodiscard]] static std::string describe(const Request& request);
-  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request);
-  static void addItems(const Request& request, LinkItems& items);
+  [[nodiscard]] static std::string describe(const Request& request) {
+    return RequestDescription("FullRefundRequest")
+        .field("requestId", request.requestId())
+        .field("transactionId", request.transactionId())
+        .field("callbackURL", request.callbackURL().absoluteString())
+        .flag("credentials", true)
+        .text();
+  }
+  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request) {
+    if (auto failure = checkRequestId(request.requestId())) return failure;
+    if (auto failure = checkTransactionId(request.transactionId())) return failure;
+    if (auto failure = checkCallbackURL(request.callbackURL())) return failure;
+    return checkRequiredCredentials(request.credentials());
+  }
+  static void addItems(const Request& request, LinkItems& items) {
+    items.add("request_id", request.requestId());
+    items.add("transaction_id", request.transactionId());
+    items.add("return_url", request.callbackURL().absoluteString());
+    addCredentials(items, request.credentials());
+  }
 
-  static constexpr auto callbackKeys = refundCallbackKeys<Fields>;
-  static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
-  static constexpr auto statusWords = refundStatusWords<Result>;
+  static constexpr std::array callbackKeys{
+      requestIdKey<Fields>, transactionIdKey<Fields>, statusKey<Fields>,
+      errorCodeKey<Fields>, errorMessageKey<Fields>,
+  };
+  static constexpr std::array statusWords{
+      wordsFor<Result, Result::Success>("success", "succeeded", "completed", "approved", "refunded"),
+  };
   [[nodiscard]] static Error failed(const Fields& callback) {
     return Error::FullRefundFailed{callback.errorCode, callback.errorMessage};
   }
 };
-
-template <>
-struct OperationOf<OperationKind::fullRefund> : std::type_identity<FullRefundOperation> {};
 
 }  // namespace tilvanego::detail

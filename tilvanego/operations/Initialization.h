@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
@@ -53,8 +52,6 @@ class InitializationRequest : public ImmutableRecord<InitializationRequestFields
   [[nodiscard]] const std::optional<std::string>& accountId() const { return fields_.accountId; }
   [[nodiscard]] const std::optional<std::string>& environment() const { return fields_.environment; }
   [[nodiscard]] const std::optional<std::string>& basePath() const { return fields_.basePath; }
-
-  bool operator==(const InitializationRequest&) const = default;
 };
 
 /// The fields of a `InitializationResponse`.
@@ -78,8 +75,6 @@ class InitializationResponse : public ImmutableRecord<InitializationResponseFiel
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
   [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] const std::optional<std::string>& message() const { return fields_.message; }
-
-  bool operator==(const InitializationResponse&) const = default;
 };
 
 /// The cases of `InitializationError`, reached as `InitializationError::InvalidRequest` and so on.
@@ -114,9 +109,7 @@ class InitializationResult
 };
 
 template <>
-struct OperationRecords<OperationKind::initialization> {
-  using Request = InitializationRequest;
-  using Result = InitializationResult;
-};
+struct OperationRecords<OperationKind::initialization>
+    : RecordTypes<InitializationRequest, InitializationResult> {};
 
 }  // namespace tilvanego

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
@@ -46,8 +45,6 @@ class PartialRefundRequest : public ImmutableRecord<PartialRefundRequestFields> 
   [[nodiscard]] const Decimal& amount() const { return fields_.amount; }
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
   [[nodiscard]] const PaymentCredentials& credentials() const { return fields_.credentials; }
-
-  bool operator==(const PartialRefundRequest&) const = default;
 };
 
 /// The items of a partial refund's callback.
@@ -89,9 +86,7 @@ class PartialRefundResult
 };
 
 template <>
-struct OperationRecords<OperationKind::partialRefund> {
-  using Request = PartialRefundRequest;
-  using Result = PartialRefundResult;
-};
+struct OperationRecords<OperationKind::partialRefund>
+    : RecordTypes<PartialRefundRequest, PartialRefundResult> {};
 
 }  // namespace tilvanego

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
@@ -36,8 +35,6 @@ class RebootRequest : public ImmutableRecord<RebootRequestFields> {
 
   [[nodiscard]] const std::string& requestId() const { return fields_.requestId; }
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-
-  bool operator==(const RebootRequest&) const = default;
 };
 
 /// The fields of a `RebootResponse`.
@@ -69,8 +66,6 @@ class RebootResponse : public ImmutableRecord<RebootResponseFields> {
   [[nodiscard]] const std::optional<std::string>& readerSerial() const { return fields_.readerSerial; }
   [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
-
-  bool operator==(const RebootResponse&) const = default;
 };
 
 /// The cases of `RebootError`, reached as `RebootError::InvalidRequest` and so on.
@@ -103,9 +98,6 @@ class RebootResult : public cases::ResultUnion<RebootResponse, RebootError, case
 };
 
 template <>
-struct OperationRecords<OperationKind::reboot> {
-  using Request = RebootRequest;
-  using Result = RebootResult;
-};
+struct OperationRecords<OperationKind::reboot> : RecordTypes<RebootRequest, RebootResult> {};
 
 }  // namespace tilvanego

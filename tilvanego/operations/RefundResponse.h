@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include <tilvanego/frame/RecordFields.h>
 #include <tilvanego/values/URL.h>
@@ -36,8 +35,6 @@ class RefundResponse : public ImmutableRecord<RefundResponseFields> {
   [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
-
-  bool operator==(const RefundResponse&) const = default;
 };
 
 }  // namespace tilvanego

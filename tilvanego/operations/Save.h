@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 
 #include <tilvanego/frame/Cases.h>
@@ -47,8 +46,6 @@ class SaveRequest : public ImmutableRecord<SaveRequestFields> {
   [[nodiscard]] const std::optional<std::string>& customId() const { return fields_.customId; }
   [[nodiscard]] const std::optional<std::string>& notes() const { return fields_.notes; }
   [[nodiscard]] const std::optional<PaymentCredentials>& credentials() const { return fields_.credentials; }
-
-  bool operator==(const SaveRequest&) const = default;
 };
 
 /// The fields of a `SaveResponse`.
@@ -89,8 +86,6 @@ class SaveResponse : public ImmutableRecord<SaveResponseFields> {
   [[nodiscard]] const std::optional<std::string>& cardLast4() const { return fields_.cardLast4; }
   [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
-
-  bool operator==(const SaveResponse&) const = default;
 };
 
 /// The cases of `SaveError`, reached as `SaveError::InvalidRequest` and so on.
@@ -125,9 +120,6 @@ class SaveResult
 };
 
 template <>
-struct OperationRecords<OperationKind::save> {
-  using Request = SaveRequest;
-  using Result = SaveResult;
-};
+struct OperationRecords<OperationKind::save> : RecordTypes<SaveRequest, SaveResult> {};
 
 }  // namespace tilvanego

@@ -1,15 +1,11 @@
 #pragma once
 
-#include <array>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <type_traits>
-
-#include <tilvanego/frame/CommonTables.h>
+#include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
+#include <tilvanego/frame/Validation.h>
 #include <tilvanego/operations/Save.h>
+#include <tilvanego/payment/PaymentOperation.h>
 
 namespace tilvanego::detail {
 
@@ -17,18 +13,37 @@ namespace tilvanego::detail {
 struct SaveOperation : OperationTypes<OperationKind::save> {
   static constexpr OperationTexts texts{
       .sending = "Sending Save Request - [",
-      .buildFailure = "Unable to build Tilvane save URL.",
       .opening = "Opening Tilvane payment app for save.",
       .urlLabel = "SaveURL: ",
       .target = launchTarget("/v1/save"),
-      .unmatchedCallback = "Ignored callback that did not match the active save return URL.",
   };
   using InProgress = Error::SaveInProgress;
   using AppNotInstalled = Error::SaveAppNotInstalled;
 
-  [[nodiscard]] static std::string describe(const Request& request);
-  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request);
-  static void addItems(const Request& request, LinkItems& items);
+  [[nodiscard]] static std::string describe(const Request& request) {
+    return RequestDescription("SaveRequest")
+        .field("requestId", request.requestId())
+        .field("currency", request.currency())
+        .field("callbackURL", request.callbackURL().absoluteString())
+        .field("customId", orNil(request.customId()))
+        .field("notes", request.notes() ? "present" : "nil")
+        .flag("credentials", request.credentials().has_value())
+        .text();
+  }
+  [[nodiscard]] static std::optional<std::string_view> validate(const Request& request) {
+    if (auto failure = checkRequestId(request.requestId())) return failure;
+    if (auto failure = checkCallbackURL(request.callbackURL())) return failure;
+    if (auto failure = checkCurrency(request.currency())) return failure;
+    return checkOptionalCredentials(request.credentials());
+  }
+  static void addItems(const Request& request, LinkItems& items) {
+    items.add("request_id", request.requestId());
+    items.add("return_url", request.callbackURL().absoluteString());
+    items.add("currency", request.currency());
+    items.addIfPresent("custom_id", request.customId());
+    items.addIfPresent("notes", request.notes());
+    if (request.credentials()) addCredentials(items, *request.credentials());
+  }
 
   static constexpr std::array callbackKeys{
       requestIdKey<Fields>,
@@ -43,7 +58,6 @@ struct SaveOperation : OperationTypes<OperationKind::save> {
       // Without "message": in this operation it is the processor's message.
       textKey<Fields, &Fields::errorMessage>("error_message", "errorMessage"),
   };
-  static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
 
   static constexpr std::array statusWords{
       wordsFor<Result, Result::Success>("approved", "success", "succeeded", "completed", "saved"),
@@ -54,8 +68,5 @@ struct SaveOperation : OperationTypes<OperationKind::save> {
     return Error::SaveFailed{callback.errorCode, callback.errorMessage};
   }
 };
-
-template <>
-struct OperationOf<OperationKind::save> : std::type_identity<SaveOperation> {};
 
 }  // namespace tilvanego::detail

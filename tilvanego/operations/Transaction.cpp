@@ -1,5 +1,6 @@
 #include <tilvanego/operations/Transaction.h>
 
+#include <initializer_list>
 #include <string_view>
 #include <utility>
 
@@ -8,26 +9,17 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-/// Joins texts with a separator. An absent text adds nothing, not even a separator; an empty one does.
-class Joined {
- public:
-  explicit Joined(std::string_view separator) : separator_(separator) {}
-
-  void add(std::string_view part) {
-    if (hasParts_) text_ += separator_;
-    hasParts_ = true;
-    text_ += part;
+/// Joins the texts that are present, also empty ones.
+std::string joined(std::initializer_list<std::optional<std::string_view>> parts, char separator) {
+  std::string text;
+  bool isFirst = true;
+  for (const auto& part : parts) {
+    if (!part) continue;
+    if (!std::exchange(isFirst, false)) text += separator;
+    text += *part;
   }
-  void addIfPresent(const std::optional<std::string>& part) {
-    if (part) add(*part);
-  }
-  [[nodiscard]] std::string take() && { return std::move(text_); }
-
- private:
-  std::string_view separator_;
-  std::string text_;
-  bool hasParts_ = false;
-};
+  return text;
+}
 
 }  // namespace
 
@@ -41,28 +33,18 @@ TilvaneGoTransactionType transactionTypeFrom(std::string_view text) {
 }
 
 std::string TilvaneGoTransactionDetails::cardLabel() const {
-  Joined label(" ");
-  if (cardBrand) label.add(rawText(*cardBrand));
-  label.addIfPresent(cardLast4);
-  return std::move(label).take();
+  return joined({cardBrand.transform(rawText<models::CardBrand>), cardLast4}, ' ');
 }
 
 Decimal TilvaneGoTransaction::totalAmount() const { return tip ? amount + *tip : amount; }
 
 std::string TilvaneGoTransaction::id() const {
-  Joined id("-");
-  id.addIfPresent(transactionDetails.transactionId);
-  id.addIfPresent(customId);
-  id.addIfPresent(customID);
-  id.addIfPresent(transactionDetails.timestamp);
-  id.add(amount.text());
-  return std::move(id).take();
+  const std::string amountText = amount.text();
+  return joined(
+      {transactionDetails.transactionId, customId, customID, transactionDetails.timestamp, amountText}, '-');
 }
 
-}  // namespace tilvanego
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 
 bool TolerantTransactionType::read(json::Reader& reader, TilvaneGoTransactionType& type) {
   std::string_view text;

@@ -48,10 +48,7 @@ struct TilvaneGoTransactionDetails {
   }
 };
 
-}  // namespace tilvanego
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 
 /// Read by `transactionTypeFrom`, written by the raw text.
 struct TolerantTransactionType {
@@ -60,9 +57,6 @@ struct TolerantTransactionType {
 };
 
 }  // namespace support
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A transaction that the payment application has stored.
 ///

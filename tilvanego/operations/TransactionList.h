@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -38,8 +37,6 @@ class TransactionListRequest : public ImmutableRecord<TransactionListRequestFiel
 
   [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
   [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-
-  bool operator==(const TransactionListRequest&) const = default;
 };
 
 /// The fields of a `TransactionListResponse`.
@@ -72,8 +69,6 @@ class TransactionListResponse : public ImmutableRecord<TransactionListResponseFi
   [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
   [[nodiscard]] std::optional<std::int64_t> transactionCount() const { return fields_.transactionCount; }
   [[nodiscard]] const std::vector<TilvaneGoTransaction>& transactions() const { return fields_.transactions; }
-
-  bool operator==(const TransactionListResponse&) const = default;
 };
 
 /// The cases of `TransactionListError`, reached as `TransactionListError::InvalidRequest` and so on.
@@ -124,9 +119,7 @@ class TransactionListResult
 };
 
 template <>
-struct OperationRecords<OperationKind::transactionList> {
-  using Request = TransactionListRequest;
-  using Result = TransactionListResult;
-};
+struct OperationRecords<OperationKind::transactionList>
+    : RecordTypes<TransactionListRequest, TransactionListResult> {};
 
 }  // namespace tilvanego

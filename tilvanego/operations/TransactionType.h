@@ -1,10 +1,8 @@
 #pragma once
 
-#include <array>
 #include <string_view>
-#include <utility>
 
-#include <tilvanego/values/RawText.h>
+#include <tilvanego/json/CodingKeys.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -29,23 +27,9 @@ enum class TilvaneGoTransactionType {
 
 template <>
 struct RawTexts<TilvaneGoTransactionType> {
-  static constexpr std::array table{
-      std::pair{TilvaneGoTransactionType::sale, std::string_view("sale")},
-      std::pair{TilvaneGoTransactionType::authorization, std::string_view("authorization")},
-      std::pair{TilvaneGoTransactionType::refund, std::string_view("refund")},
-      std::pair{TilvaneGoTransactionType::capture, std::string_view("capture")},
-      std::pair{TilvaneGoTransactionType::credit, std::string_view("credit")},
-      std::pair{TilvaneGoTransactionType::debit, std::string_view("debit")},
-      std::pair{TilvaneGoTransactionType::store, std::string_view("store")},
-      std::pair{TilvaneGoTransactionType::save, std::string_view("save")},
-      std::pair{TilvaneGoTransactionType::force, std::string_view("force")},
-      std::pair{TilvaneGoTransactionType::reversal, std::string_view("reversal")},
-      std::pair{TilvaneGoTransactionType::balance, std::string_view("balance")},
-      std::pair{TilvaneGoTransactionType::void_, std::string_view("void")},
-      std::pair{TilvaneGoTransactionType::initialization, std::string_view("init")},
-      std::pair{TilvaneGoTransactionType::unknownDefaultOpenApi,
-                std::string_view("unknown_default_open_api")},
-  };
+  using enum TilvaneGoTransactionType;
+  static constexpr auto table = json::caseNamesBut(void_, "void", initialization, "init",
+                                                   unknownDefaultOpenApi, "unknown_default_open_api");
 };
 
 /// Returns the type that a text names, without regard to case. Only "auth", "authorization", "_init" and

@@ -1,10 +1,16 @@
 #include <tilvanego/payment/PaymentOperation.h>
 
-#include <tilvanego/frame/RequestDescription.h>
 #include <tilvanego/frame/Validation.h>
-#include <tilvanego/payment/CredentialRules.h>
 
 namespace tilvanego::detail {
+namespace {
+
+std::optional<std::string_view> checkCredentialEnvironment(const PaymentCredentials& credentials) {
+  if (isKnownEnvironment(credentials.environment())) return std::nullopt;
+  return "Credential environment must be STAGING, CERT, or PROD.";
+}
+
+}  // namespace
 
 std::string PaymentOperation::describe(const PaymentRequest& request) {
   return RequestDescription("PaymentRequest")
@@ -41,6 +47,28 @@ void PaymentOperation::addItems(const PaymentRequest& request, LinkItems& items)
   items.addIfPresent("notes", request.notes());
   if (request.credentials()) addCredentials(items, *request.credentials());
   items.add("require_reader_ready", request.requiresReaderReady() ? "true" : "false");
+}
+
+std::optional<std::string_view> checkRequiredCredentials(const PaymentCredentials& credentials) {
+  if (isBlank(credentials.basicToken())) return "Credential basic token is required.";
+  if (isBlank(credentials.accountId())) return "Credential account ID is required.";
+  return checkCredentialEnvironment(credentials);
+}
+
+std::optional<std::string_view> checkOptionalCredentials(
+    const std::optional<PaymentCredentials>& credentials) {
+  if (!credentials) return std::nullopt;
+  if (isBlank(credentials->basicToken()))
+    return "Credential basic token is required when credentials are provided.";
+  if (isBlank(credentials->accountId()))
+    return "Credential account ID is required when credentials are provided.";
+  return checkCredentialEnvironment(*credentials);
+}
+
+void addCredentials(LinkItems& items, const PaymentCredentials& credentials) {
+  items.add("basic_token", credentials.basicToken());
+  items.add("account_id", credentials.accountId());
+  items.add("environment", credentials.environment());
 }
 
 }  // namespace tilvanego::detail

@@ -1,13 +1,11 @@
 #pragma once
 
 #include <array>
-#include <expected>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
-#include <tilvanego/frame/CommonTables.h>
+#include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/Link.h>
 #include <tilvanego/frame/Operation.h>
 #include <tilvanego/payment/PaymentRequest.h>
@@ -19,11 +17,9 @@ namespace tilvanego::detail {
 struct PaymentOperation : OperationTypes<OperationKind::payment> {
   static constexpr OperationTexts texts{
       .sending = "Sending Request - [",
-      .buildFailure = "Unable to build Tilvane payment URL.",
       .opening = "Opening Tilvane payment app.",
       .urlLabel = "InlinePaymentUrl: ",
       .target = launchTarget("/v1/start"),
-      .unmatchedCallback = "Ignored callback that did not match the active payment return URL.",
   };
   using InProgress = PaymentError::PaymentInProgress;
   using AppNotInstalled = PaymentError::PaymentAppNotInstalled;
@@ -40,7 +36,6 @@ struct PaymentOperation : OperationTypes<OperationKind::payment> {
       transactionIdKey<Fields>,
       textKey<Fields, &Fields::customId>("custom_id", "customId"),
   };
-  static constexpr CallbackKeyIndex callbackKeyIndex{callbackKeys};
 
   static constexpr std::array statusWords{
       wordsFor<Result, Result::Success>("approved", "success", "succeeded", "completed"),
@@ -52,7 +47,16 @@ struct PaymentOperation : OperationTypes<OperationKind::payment> {
   }
 };
 
-template <>
-struct OperationOf<OperationKind::payment> : std::type_identity<PaymentOperation> {};
+// The checks and the query items of credentials, for every request that has them.
+
+/// Checks credentials that a request must have. Returns the message of the first failure, or nothing.
+[[nodiscard]] std::optional<std::string_view> checkRequiredCredentials(const PaymentCredentials& credentials);
+
+/// The same for credentials that a request may leave out.
+[[nodiscard]] std::optional<std::string_view> checkOptionalCredentials(
+    const std::optional<PaymentCredentials>& credentials);
+
+/// Adds credentials to a link. `redactedURLText` hides the token by the name of its item.
+void addCredentials(LinkItems& items, const PaymentCredentials& credentials);
 
 }  // namespace tilvanego::detail

@@ -63,8 +63,6 @@ class PaymentRequest : public ImmutableRecord<PaymentRequestFields> {
   [[nodiscard]] const std::optional<std::string>& notes() const { return fields_.notes; }
   [[nodiscard]] const std::optional<PaymentCredentials>& credentials() const { return fields_.credentials; }
   [[nodiscard]] bool requiresReaderReady() const { return fields_.requiresReaderReady; }
-
-  bool operator==(const PaymentRequest&) const = default;
 };
 
 }  // namespace tilvanego

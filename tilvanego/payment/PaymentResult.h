@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
@@ -43,8 +42,6 @@ class PaymentResponse : public ImmutableRecord<PaymentResponseFields> {
   [[nodiscard]] const std::optional<std::string>& approvalCode() const { return fields_.approvalCode; }
   [[nodiscard]] const std::optional<std::string>& transactionId() const { return fields_.transactionId; }
   [[nodiscard]] const std::optional<std::string>& customId() const { return fields_.customId; }
-
-  bool operator==(const PaymentResponse&) const = default;
 };
 
 /// How a payment ended: `Success`, `Cancelled` or `Declined`, each with the `response` of the callback, or
@@ -66,9 +63,6 @@ class PaymentResult : public cases::ResultUnion<PaymentResponse, PaymentError, c
 };
 
 template <>
-struct OperationRecords<OperationKind::payment> {
-  using Request = PaymentRequest;
-  using Result = PaymentResult;
-};
+struct OperationRecords<OperationKind::payment> : RecordTypes<PaymentRequest, PaymentResult> {};
 
 }  // namespace tilvanego

@@ -1,10 +1,6 @@
 #pragma once
 
-#include <array>
-#include <string_view>
-#include <utility>
-
-#include <tilvanego/values/RawText.h>
+#include <tilvanego/json/CodingKeys.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -19,11 +15,7 @@ enum class PaymentTransactionType {
 
 template <>
 struct RawTexts<PaymentTransactionType> {
-  static constexpr std::array table{
-      std::pair{PaymentTransactionType::sale, std::string_view("sale")},
-      std::pair{PaymentTransactionType::auth, std::string_view("auth")},
-      std::pair{PaymentTransactionType::save, std::string_view("save")},
-  };
+  static constexpr auto table = json::caseNames<PaymentTransactionType>();
 };
 
 }  // namespace tilvanego

@@ -1,10 +1,9 @@
 #include <tilvanego/platform/GuardedPlatform.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <utility>
 
+#include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
@@ -26,12 +25,8 @@ class GuardedRandomSource final : public RandomSource {
  public:
   explicit GuardedRandomSource(std::unique_ptr<RandomSource> host) : host_(std::move(host)) {}
 
-  bool fill(std::span<std::uint8_t> bytes) override {
-    try {
-      return host_->fill(bytes);
-    } catch (...) {
-      return false;
-    }
+  bool fill(std::span<std::uint8_t> bytes) override try { return host_->fill(bytes); } catch (...) {
+    return false;
   }
 
  private:
@@ -42,20 +37,16 @@ class GuardedPasteboard final : public Pasteboard {
  public:
   explicit GuardedPasteboard(std::unique_ptr<Pasteboard> host) : host_(std::move(host)) {}
 
-  std::optional<std::string> string() const override {
-    try {
-      return host_ ? host_->string() : std::nullopt;
-    } catch (...) {
-      return std::nullopt;
-    }
+  std::optional<std::string> string() const override try {
+    return host_ ? host_->string() : std::nullopt;
+  } catch (...) {
+    return std::nullopt;
   }
 
-  std::vector<PasteboardItem> items() const override {
-    try {
-      return host_ ? host_->items() : std::vector<PasteboardItem>();
-    } catch (...) {
-      return {};
-    }
+  std::vector<PasteboardItem> items() const override try {
+    return host_ ? host_->items() : std::vector<PasteboardItem>();
+  } catch (...) {
+    return {};
   }
 
   std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
@@ -76,11 +67,7 @@ class GuardedPasteboard final : public Pasteboard {
 
 void requireWholePlatform(const Platform& platform) {
   const auto require = [](bool present, const char* name) {
-    if (present) return;
-    std::fputs(("TilvaneGo: Platform::" + std::string(name) + " is null. The library can't do without it.\n")
-                   .c_str(),
-               stderr);
-    std::abort();
+    if (!present) wrongUse("Platform::" + std::string(name) + " is null. The library can't do without it.");
   };
   require(platform.mainQueue != nullptr, "mainQueue");
   require(platform.clock != nullptr, "clock");

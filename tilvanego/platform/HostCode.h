@@ -1,6 +1,8 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 
 #include <tilvanego/values/Support.h>
@@ -19,6 +21,9 @@
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
+/// The name of a type as C++ spells it.
+[[nodiscard]] std::string typeName(const std::type_info& type);
+
 /// Writes "TilvaneGo: CALLBACK threw TYPE; the exception is dropped." for the exception that is being
 /// handled.
 void reportDroppedException(std::string_view callback) noexcept;
@@ -31,25 +36,21 @@ void reportDroppedException(std::string_view callback) noexcept;
 
 /// Runs `call`, a callback that only observes. Returns false if it threw.
 template <typename Call>
-bool runListener(std::string_view callback, Call&& call) noexcept {
-  try {
-    std::forward<Call>(call)();
-    return true;
-  } catch (...) {
-    reportDroppedException(callback);
-    return false;
-  }
+bool runListener(std::string_view callback, Call&& call) noexcept try {
+  std::forward<Call>(call)();
+  return true;
+} catch (...) {
+  reportDroppedException(callback);
+  return false;
 }
 
 /// Posts to a main queue of the host. If that throws, the process ends, since there is no other way to report
 /// the result.
 template <typename Queue, typename Block>
-void postOrEnd(Queue& queue, Block&& block) noexcept {
-  try {
-    queue.post(std::forward<Block>(block));
-  } catch (...) {
-    endForException("MainQueue::post", "; the library can't tell the host anything without it.");
-  }
+void postOrEnd(Queue& queue, Block&& block) noexcept try {
+  queue.post(std::forward<Block>(block));
+} catch (...) {
+  endForException("MainQueue::post", "; the library can't tell the host anything without it.");
 }
 
 /// Marks the calling thread as one of the library, as long as the object exists.

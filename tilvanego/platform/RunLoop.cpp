@@ -1,9 +1,8 @@
 #include <tilvanego/platform/RunLoop.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <utility>
 
+#include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -16,10 +15,7 @@ class RunLoop::Drain {
     const auto self = std::this_thread::get_id();
     const std::scoped_lock lock(loop.mutex_);
     if (loop.drains_ > 0 && loop.mainThread_.load() != self) {
-      std::fputs(
-          "TilvaneGo: a RunLoop is drained by two threads at once. Drain it on the main thread alone.\n",
-          stderr);
-      std::abort();
+      detail::wrongUse("a RunLoop is drained by two threads at once. Drain it on the main thread alone.");
     }
     loop.mainThread_.store(self);
     ++loop.drains_;
@@ -55,10 +51,7 @@ RunLoop::~RunLoop() {
 }
 
 void RunLoop::post(std::function<void()> block) {
-  if (!block) {
-    std::fputs("TilvaneGo: RunLoop::post was given an empty block.\n", stderr);
-    std::abort();
-  }
+  if (!block) detail::wrongUse("RunLoop::post was given an empty block.");
   const std::scoped_lock lock(mutex_);
   if (ended_) return;
   blocks_.push_back(std::move(block));

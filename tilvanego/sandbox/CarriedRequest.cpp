@@ -1,5 +1,3 @@
-#include <tilvanego/sandbox/CarriedRequest.h>
-
 #include <algorithm>
 #include <initializer_list>
 #include <optional>
@@ -8,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-#include <tilvanego/sandbox/Guarded.h>
+#include <tilvanego/sandbox/Carried.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
@@ -20,10 +18,6 @@ using detail::HandoffFailure;
 using detail::PaymentHandoffDirection;
 using detail::PaymentHandoffError;
 using Payload = detail::PaymentHandoffRequestPayload;
-
-std::unexpected<SandboxError> wrong(std::string message) {
-  return std::unexpected(SandboxError{std::move(message)});
-}
 
 /// Shows only the position of the fault: the text around it may be a secret.
 std::string notTheExpectedJSON(const JSONError& error) {

@@ -1,9 +1,8 @@
-#include <tilvanego/sandbox/CarriedResponse.h>
-
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/sandbox/Carried.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
 
@@ -18,10 +17,6 @@ constexpr std::string_view plainText = "approved";
 constexpr KeyNames payloadSizeNames{"payload_size", "payloadSize"};
 constexpr KeyNames compressedSizeNames{"compressed_size", "compressedSize"};
 constexpr KeyNames handoffIdNames{"resultHandoffId", "result_handoff_id"};
-
-std::unexpected<SandboxError> wrong(std::string_view message) {
-  return std::unexpected(SandboxError{std::string(message)});
-}
 
 /// The direction and request id of a response's envelope.
 struct Label {

@@ -3,9 +3,8 @@
 #include <array>
 #include <cstddef>
 #include <string_view>
-#include <utility>
 
-#include <tilvanego/values/RawText.h>
+#include <tilvanego/json/CodingKeys.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
@@ -33,10 +32,5 @@ using KeyNames = std::array<std::string_view, 4>;
 
 template <>
 struct tilvanego::RawTexts<tilvanego::sandbox::KeySpelling> {
-  using enum sandbox::KeySpelling;
-  static constexpr std::array table{
-      std::pair{first, std::string_view("first")},         std::pair{second, std::string_view("second")},
-      std::pair{third, std::string_view("third")},         std::pair{fourth, std::string_view("fourth")},
-      std::pair{camelCase, std::string_view("camelCase")},
-  };
+  static constexpr auto table = json::caseNames<sandbox::KeySpelling>();
 };

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include <tilvanego/frame/SecretNames.h>
-#include <tilvanego/sandbox/CarriedRequest.h>
+#include <tilvanego/sandbox/Carried.h>
 #include <tilvanego/sandbox/LinkForms.h>
 #include <tilvanego/sandbox/ShownText.h>
 #include <tilvanego/values/Text.h>
@@ -12,10 +12,6 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 namespace {
-
-std::unexpected<SandboxError> wrong(std::string message) {
-  return std::unexpected(SandboxError{std::move(message)});
-}
 
 std::string said(std::string_view what, std::string_view value) {
   return "the link's " + std::string(what) + " is " + quoted(value);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <expected>
 #include <optional>
@@ -10,10 +9,10 @@
 #include <vector>
 
 #include <tilvanego/frame/OperationKind.h>
+#include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/sandbox/HandoffPorts.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/QueryItem.h>
-#include <tilvanego/values/RawText.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -91,10 +90,5 @@ class LaunchLink {
 
 template <>
 struct tilvanego::RawTexts<tilvanego::sandbox::Transport> {
-  using enum sandbox::Transport;
-  static constexpr std::array table{
-      std::pair{url, std::string_view("url")},
-      std::pair{gzip, std::string_view("gzip")},
-      std::pair{pasteboard, std::string_view("pasteboard")},
-  };
+  static constexpr auto table = json::caseNames<sandbox::Transport>();
 };

@@ -133,7 +133,7 @@ constexpr std::array save{
 
 template <Operation operation>
 consteval LinkForm form(std::span<const ItemForm> items) {
-  return {operation, detail::OperationOf<operation>::type::texts.target.path(), items};
+  return {operation, detail::OperationOf<operation>::texts.target.path(), items};
 }
 
 constexpr std::array forms{

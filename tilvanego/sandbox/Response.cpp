@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <span>
-#include <string>
-#include <string_view>
 #include <utility>
 
-#include <tilvanego/sandbox/CarriedResponse.h>
-#include <tilvanego/sandbox/Guarded.h>
+#include <tilvanego/sandbox/Carried.h>
 #include <tilvanego/sandbox/ResponseTables.h>
 #include <tilvanego/sandbox/ShownText.h>
 
@@ -34,18 +31,9 @@ Verdict verdictOf(Outcome outcome) {
 }
 
 std::string_view statusOf(const ResponseTable& table, Outcome outcome) {
-  switch (outcome) {
-    case Outcome::decline:
-      return table.declined;
-    case Outcome::cancel:
-      return "cancelled";
-    case Outcome::fail:
-      return "failed";
-    case Outcome::unknownStatus:
-      return "parked";
-    default:
-      return table.approved;
-  }
+  if (outcome == Outcome::unknownStatus) return "parked";
+  const std::array<std::string_view, 4> statuses{table.approved, table.declined, "cancelled", "failed"};
+  return statuses.at(static_cast<std::size_t>(verdictOf(outcome)));
 }
 
 std::span<const std::string_view> written(const StatusRow& row) {
@@ -57,10 +45,6 @@ std::span<const std::string_view> rowWith(const ResponseTable& table, std::strin
   const auto found = std::ranges::find_if(
       table.words, [&](const StatusRow& row) { return std::ranges::find(row, word) != row.end(); });
   return found == table.words.end() ? std::span<const std::string_view>() : written(*found);
-}
-
-std::unexpected<SandboxError> wrong(std::string message) {
-  return std::unexpected(SandboxError{std::move(message)});
 }
 
 /// The transports that an outcome is possible with.
@@ -147,6 +131,15 @@ std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLin
 
 }  // namespace
 
+Outcome outcomeForAmount(const Decimal& amount) {
+  const std::string text = amount.text();
+  const std::size_t point = text.find('.');
+  if (point == std::string::npos) return Outcome::approve;
+  const auto* const deciding =
+      std::ranges::find(decidingFractions, text.substr(point + 1), &DecidingFraction::fraction);
+  return deciding != decidingFractions.end() ? deciding->outcome : Outcome::approve;
+}
+
 Outcome usualOutcome(const LaunchLink& link) {
   return link.amount() ? outcomeForAmount(*link.amount()) : Outcome::approve;
 }
@@ -168,6 +161,18 @@ std::vector<std::string_view> statusWords(Operation operation, Outcome outcome) 
   // If this operation has no result for the outcome, the words are those of a payment.
   if (words.empty()) words = rowWith(responseTable(Operation::payment), usual);
   return {words.begin(), words.end()};
+}
+
+std::string_view spelled(const KeyNames& names, KeySpelling spelling) {
+  if (spelling == KeySpelling::camelCase) {
+    const auto isCamelCase = [](std::string_view name) {
+      return std::ranges::any_of(name, [](char c) { return c >= 'A' && c <= 'Z'; });
+    };
+    const auto* const found = std::ranges::find_if(names, isCamelCase);
+    return found == names.end() ? names.front() : *found;
+  }
+  const auto count = static_cast<std::size_t>(std::ranges::find(names, std::string_view()) - names.begin());
+  return names.at(std::min(static_cast<std::size_t>(spelling), count - 1));
 }
 
 std::vector<QueryItem> responseItems(const LaunchLink& link, const Decision& decision) {

@@ -1,7 +1,6 @@
 #include <tilvanego/sandbox/ResponseTables.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 
 #include <tilvanego/operations/Operations.h>
@@ -59,17 +58,9 @@ Value approvalCode(const LaunchLink& link, Verdict verdict) {
 Value customId(const LaunchLink& link, Verdict /*verdict*/) { return copied(link, "custom_id"); }
 
 Value message(const LaunchLink& /*link*/, Verdict verdict) {
-  switch (verdict) {
-    case Verdict::approved:
-      return "Approved";
-    case Verdict::declined:
-      return "Declined by the issuer";
-    case Verdict::cancelled:
-      return "Cancelled on the terminal";
-    case Verdict::failed:
-      return "The terminal reported a fault";
-  }
-  return std::nullopt;
+  constexpr std::array texts{"Approved", "Declined by the issuer", "Cancelled on the terminal",
+                             "The terminal reported a fault"};
+  return texts.at(static_cast<std::size_t>(verdict));
 }
 
 Value errorMessage(const LaunchLink& link, Verdict verdict) {
@@ -78,17 +69,8 @@ Value errorMessage(const LaunchLink& link, Verdict verdict) {
 
 /// A response code of card processors (ISO 8583, data element 39).
 Value errorCode(const LaunchLink& /*link*/, Verdict verdict) {
-  switch (verdict) {
-    case Verdict::approved:
-      return std::nullopt;
-    case Verdict::declined:
-      return "05";
-    case Verdict::cancelled:
-      return "17";
-    case Verdict::failed:
-      return "96";
-  }
-  return std::nullopt;
+  constexpr std::array codes{"", "05", "17", "96"};
+  return verdict == Verdict::approved ? std::nullopt : Value(codes.at(static_cast<std::size_t>(verdict)));
 }
 
 constexpr std::array paymentFields{
@@ -195,7 +177,7 @@ constexpr auto keysOf<detail::TransactionListOperation> = [] {
   using One = detail::TransactionListOperation;
   std::array<KeyNames, One::callbackKeys.size() + 1> keys;
   std::ranges::transform(One::callbackKeys, keys.begin(), [](const auto& key) { return key.aliases; });
-  std::ranges::copy(One::listNames, keys.back().begin());
+  keys.back() = One::listKeys.front().aliases;
   return keys;
 }();
 
@@ -215,7 +197,7 @@ constexpr auto keyNamed(std::span<const KeyNames> keys, std::string_view first) 
 template <Operation operation>
 consteval ResponseTable table(std::string_view approved, std::span<const ResponseField> fields,
                               std::string_view declined = "declined") {
-  using One = typename detail::OperationOf<operation>::type;
+  using One = detail::OperationOf<operation>;
   const std::span<const KeyNames> keys = keysOf<One>;
   for (const ResponseField& field : fields) {
     if (keyNamed(keys, field.name) == keys.end()) throw "the library knows no field of this name";

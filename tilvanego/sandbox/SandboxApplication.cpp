@@ -1,7 +1,6 @@
 #include <tilvanego/sandbox/SandboxApplication.h>
 
 #include <tilvanego/platform/HostCode.h>
-#include <tilvanego/sandbox/Response.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -33,13 +32,9 @@ void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)
 std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::handle(const URL& link) const {
   auto request = LaunchLink::read(link, ports_);
   if (!request) return std::unexpected(std::move(request).error());
-  const Decision decision{
-      .outcome = outcome_.value_or(usualOutcome(*request)),
-      .transport = request->operation() == Operation::payment ? transport_ : std::nullopt,
-      .fault = fault_,
-      .word = word_,
-      .keys = keys_,
-  };
+  Decision decision = decision_;
+  decision.outcome = outcome_.value_or(usualOutcome(*request));
+  if (request->operation() != Operation::payment) decision.transport.reset();
   auto callback = respond(*request, decision, ports_);
   if (!callback) return std::unexpected(std::move(callback).error());
   return Handled{*std::move(request), decision.outcome, *std::move(callback)};

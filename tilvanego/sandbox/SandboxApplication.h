@@ -11,10 +11,8 @@
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/platform/OpenRequests.h>
 #include <tilvanego/sandbox/HandoffPorts.h>
-#include <tilvanego/sandbox/KeySpelling.h>
 #include <tilvanego/sandbox/LaunchLink.h>
-#include <tilvanego/sandbox/Outcome.h>
-#include <tilvanego/sandbox/TransportFault.h>
+#include <tilvanego/sandbox/Response.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -52,18 +50,18 @@ class SandboxApplication final : public Application {
 
   /// Sets the transport of the responses to later payments. The default is nothing: the transport of the
   /// request. The responses of all other operations travel in the items of the URL.
-  void setTransport(std::optional<Transport> transport) { transport_ = transport; }
+  void setTransport(std::optional<Transport> transport) { decision_.transport = transport; }
 
   /// Sets the fault of every later response. The default is nothing.
-  void setFault(std::optional<TransportFault> fault) { fault_ = fault; }
+  void setFault(std::optional<TransportFault> fault) { decision_.fault = fault; }
 
   /// Sets the status word of every later response: one of the `statusWords` of the request's operation and
   /// outcome. The default is nothing: the usual word. A request for which `word` is not one of them gets no
   /// response.
-  void setWord(std::optional<std::string> word) { word_ = std::move(word); }
+  void setWord(std::optional<std::string> word) { decision_.word = std::move(word); }
 
   /// Sets the spelling of the item names of every later response. The default is the first spelling.
-  void setKeys(KeySpelling keys) { keys_ = keys; }
+  void setKeys(KeySpelling keys) { decision_.keys = keys; }
 
   /// Sets whether the payment application is installed. The default is true.
   void setInstalled(bool installed) { installed_ = installed; }
@@ -79,10 +77,8 @@ class SandboxApplication final : public Application {
   std::function<void(const URL&)> openCallback_;
   HandoffPorts ports_;
   std::optional<Outcome> outcome_;
-  std::optional<Transport> transport_;
-  std::optional<TransportFault> fault_;
-  std::optional<std::string> word_;
-  KeySpelling keys_ = KeySpelling::first;
+  /// The decision about a payment, without the outcome.
+  Decision decision_;
   bool installed_ = true;
   Observer observer_;
   /// Posted blocks hold weak pointers to it: a block that runs after the end of this object does nothing.

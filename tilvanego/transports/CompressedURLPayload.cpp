@@ -48,6 +48,15 @@ PaymentError reported(const URLPayloadFailure& failure) {
   return error != nullptr ? *error : PaymentError::UrlPayloadDecompressionFailed{};
 }
 
+/// Whether the URL has an item that announces a compressed payload.
+bool isCompressed(const URL& url) {
+  return std::ranges::any_of(url.rawQueryItems(), [](const RawQueryItem& item) {
+    if (!isNamed(item, "transport")) return false;
+    const auto value = item.value.decoded();
+    return value && equalIgnoringCase(*value, gzipTransport);
+  });
+}
+
 }  // namespace
 
 std::expected<CompressedPayload, PaymentError> compressPayloadJSON(std::string_view json) {
@@ -83,11 +92,6 @@ std::expected<std::string, PaymentError> payloadJSON(const URL& url) {
   return json;
 }
 
-std::expected<void, PaymentError> validatedCompressedURL(const URL& url) {
-  if (url.absoluteString().size() > maxCompressedURL) return tooLarge();
-  return {};
-}
-
 std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentRequest& request,
                                                               const Platform& platform) {
   auto payload = encodeCompressedPayload(makeURLPayloadEnvelope(PaymentHandoffDirection::request,
@@ -109,17 +113,9 @@ std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentReque
   auto url = writeLink(PaymentOperation::texts.target, items.items());
   const WipedAtEnd wipedURL(url);
   if (!url) return invalid();
-  if (auto validated = validatedCompressedURL(*url); !validated) return std::unexpected(validated.error());
+  if (url->absoluteString().size() > maxCompressedURL) return tooLarge();
   platform.debugOutput->writeLine("CompressedURL: " + redactedPayloadURL(url));
   return *std::move(url);
-}
-
-bool isCompressed(const URL& url) {
-  return std::ranges::any_of(url.rawQueryItems(), [](const RawQueryItem& item) {
-    if (!isNamed(item, "transport")) return false;
-    const auto value = item.value.decoded();
-    return value && equalIgnoringCase(*value, gzipTransport);
-  });
 }
 
 std::optional<PaymentResult> compressedPaymentResult(const URL& url, const URL& expectedCallbackURL,

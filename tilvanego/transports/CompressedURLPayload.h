@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <expected>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -91,15 +89,9 @@ template <typename Payload>
   return *std::move(envelope);
 }
 
-/// Fails with `urlPayloadTooLarge` for a link of more than `maxCompressedURL` bytes.
-[[nodiscard]] std::expected<void, PaymentError> validatedCompressedURL(const URL& url);
-
 /// Builds the launch link with the compressed request, and shows it in a debug line.
 [[nodiscard]] std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentRequest& request,
                                                                             const Platform& platform);
-
-/// Whether the URL has an item that announces a compressed payload.
-[[nodiscard]] bool isCompressed(const URL& url);
 
 /// Returns the result of a callback with a compressed payload; nothing if the URL has none or isn't the
 /// expected callback URL.

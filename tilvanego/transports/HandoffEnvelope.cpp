@@ -3,7 +3,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <span>
 
 #include <tilvanego/values/Base64.h>
 

@@ -1,15 +1,13 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
+#include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/ValueCodecs.h>
 #include <tilvanego/payment/PaymentCredentials.h>
@@ -22,8 +20,8 @@
 
 /// The envelopes between a host and the payment application, and the records in them. Both sides write and
 /// read them.
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace support {
 
 /// The JSON form of envelopes and their records: keys in ascending order, no white space, dates in UTC with
 /// whole seconds.
@@ -37,18 +35,13 @@ inline constexpr std::string_view sdkVersion = "1.0.0";
 enum class PaymentHandoffDirection { request, result };
 
 }  // namespace support
-}  // namespace tilvanego
 
 template <>
-struct tilvanego::RawTexts<tilvanego::detail::PaymentHandoffDirection> {
-  static constexpr std::array table{
-      std::pair{detail::PaymentHandoffDirection::request, std::string_view("request")},
-      std::pair{detail::PaymentHandoffDirection::result, std::string_view("result")},
-  };
+struct RawTexts<support::PaymentHandoffDirection> {
+  static constexpr auto table = json::caseNames<support::PaymentHandoffDirection>();
 };
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 
 /// A payment request in an envelope of either kind, with its credentials.
 struct PaymentHandoffRequestPayload {

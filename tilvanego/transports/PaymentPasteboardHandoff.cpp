@@ -39,6 +39,19 @@ std::optional<std::string> textOf(const PasteboardItem& item) {
   return std::nullopt;
 }
 
+/// Returns the first text that isn't empty, in this order: the pasteboard's own text; an item's value of a
+/// type in `handoffTextTypes`, as text or as UTF-8; an item's value of any other type.
+std::optional<std::string> pasteboardHandoffText(const Pasteboard& pasteboard) try {
+  if (auto text = pasteboard.string(); text && !text->empty()) return text;
+  for (const PasteboardItem& item : pasteboard.items()) {
+    if (auto text = textOf(item)) return text;
+  }
+  return std::nullopt;
+} catch (...) {
+  // A pasteboard that can't be read counts as empty.
+  return std::nullopt;
+}
+
 /// The callback URL that has the items of a result's envelope.
 std::expected<URL, HandoffFailure> unsealedCallback(const PaymentHandoffEnvelope& envelope,
                                                     const URL& expectedCallbackURL,
@@ -96,17 +109,6 @@ std::expected<void, HandoffFailure> writeHandoffEnvelope(Pasteboard& pasteboard,
   auto kept = placeHandoffText(pasteboard, *std::move(text), envelope.expiresAt);
   if (!kept) return std::unexpected(PasteboardFailure{std::move(kept).error()});
   return {};
-}
-
-std::optional<std::string> pasteboardHandoffText(const Pasteboard& pasteboard) try {
-  if (auto text = pasteboard.string(); text && !text->empty()) return text;
-  for (const PasteboardItem& item : pasteboard.items()) {
-    if (auto text = textOf(item)) return text;
-  }
-  return std::nullopt;
-} catch (...) {
-  // A pasteboard that can't be read counts as empty.
-  return std::nullopt;
 }
 
 std::expected<PaymentHandoffEnvelope, HandoffFailure> readHandoffEnvelope(Pasteboard& pasteboard,

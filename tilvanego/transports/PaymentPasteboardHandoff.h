@@ -38,10 +38,6 @@ inline constexpr std::array<std::string_view, 3> handoffTextTypes{"public.utf8-p
 [[nodiscard]] std::expected<void, HandoffFailure> writeHandoffEnvelope(
     Pasteboard& pasteboard, const PaymentHandoffEnvelope& envelope);
 
-/// Returns the first text that isn't empty, in this order: the pasteboard's own text; an item's value of a
-/// type in `handoffTextTypes`, as text or as UTF-8; an item's value of any other type.
-[[nodiscard]] std::optional<std::string> pasteboardHandoffText(const Pasteboard& pasteboard);
-
 /// Returns the envelope of this handoff. Fails with `payloadMissing` if there is no text, or if the
 /// envelope has another handoff id, namespace or version; with `payloadExpired` if it has expired, after
 /// emptying the pasteboard; with the JSON reader's failure for any other text.

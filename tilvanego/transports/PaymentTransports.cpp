@@ -1,6 +1,5 @@
 #include <tilvanego/transports/PaymentTransports.h>
 
-#include <string>
 #include <utility>
 #include <variant>
 
@@ -20,7 +19,7 @@ std::unexpected<PaymentLinkFailure> failed(PaymentError error, std::string reaso
 }
 
 std::unexpected<PaymentLinkFailure> notBuilt() {
-  return failed(cases::InvalidRequest{std::string(PaymentOperation::texts.buildFailure)});
+  return failed(cases::InvalidRequest{buildFailure(PaymentOperation::kind)});
 }
 
 Link inlineLink(std::expected<URL, PaymentError>&& url) {

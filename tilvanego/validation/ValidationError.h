@@ -1,14 +1,12 @@
 #pragma once
 
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <exception>
 #include <initializer_list>
 #include <string>
-#include <string_view>
-#include <utility>
 
+#include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/values/RawText.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -22,26 +20,17 @@ enum class ArrayValidationErrorKind { minItems, maxItems, uniqueItems };
 
 template <>
 struct RawTexts<StringValidationErrorKind> {
-  using enum StringValidationErrorKind;
-  static constexpr std::array table{std::pair{minLength, std::string_view("minLength")},
-                                    std::pair{maxLength, std::string_view("maxLength")},
-                                    std::pair{pattern, std::string_view("pattern")}};
+  static constexpr auto table = json::caseNames<StringValidationErrorKind>();
 };
 
 template <>
 struct RawTexts<NumericValidationErrorKind> {
-  using enum NumericValidationErrorKind;
-  static constexpr std::array table{std::pair{minimum, std::string_view("minimum")},
-                                    std::pair{maximum, std::string_view("maximum")},
-                                    std::pair{multipleOf, std::string_view("multipleOf")}};
+  static constexpr auto table = json::caseNames<NumericValidationErrorKind>();
 };
 
 template <>
 struct RawTexts<ArrayValidationErrorKind> {
-  using enum ArrayValidationErrorKind;
-  static constexpr std::array table{std::pair{minItems, std::string_view("minItems")},
-                                    std::pair{maxItems, std::string_view("maxItems")},
-                                    std::pair{uniqueItems, std::string_view("uniqueItems")}};
+  static constexpr auto table = json::caseNames<ArrayValidationErrorKind>();
 };
 
 /// A set of cases of one of these enumerations.

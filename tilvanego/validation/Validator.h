@@ -5,9 +5,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 #include <tilvanego/validation/Rules.h>

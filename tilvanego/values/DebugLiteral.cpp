@@ -1,5 +1,7 @@
 #include <tilvanego/values/DebugLiteral.h>
 
+#include <cstddef>
+
 #include <unicode/uchar.h>
 
 #include <tilvanego/values/UTF8.h>
@@ -10,14 +12,8 @@ namespace {
 // Whether the scalar combines with a printable ASCII character before it.
 bool attaches(char32_t scalar) {
   if (scalar < 0x300) return false;
-  switch (u_getIntPropertyValue(static_cast<UChar32>(scalar), UCHAR_GRAPHEME_CLUSTER_BREAK)) {
-    case U_GCB_EXTEND:
-    case U_GCB_SPACING_MARK:
-    case U_GCB_ZWJ:
-      return true;
-    default:
-      return false;
-  }
+  const auto kind = u_getIntPropertyValue(static_cast<UChar32>(scalar), UCHAR_GRAPHEME_CLUSTER_BREAK);
+  return kind == U_GCB_EXTEND || kind == U_GCB_SPACING_MARK || kind == U_GCB_ZWJ;
 }
 
 // Two digits for ASCII, four for the rest of the first plane, else eight.
@@ -32,24 +28,10 @@ void appendHexEscape(std::string& literal, char32_t scalar) {
 
 // Returns the character after the backslash, or 0 if the scalar has no short escape.
 constexpr char shortEscape(char32_t scalar) {
-  switch (scalar) {
-    case U'\0':
-      return '0';
-    case U'\t':
-      return 't';
-    case U'\n':
-      return 'n';
-    case U'\r':
-      return 'r';
-    case U'"':
-      return '"';
-    case U'\'':
-      return '\'';
-    case U'\\':
-      return '\\';
-    default:
-      return 0;
-  }
+  constexpr std::u32string_view escaped(U"\0\t\n\r\"'\\", 7);
+  constexpr std::string_view letters = "0tnr\"'\\";
+  const std::size_t at = escaped.find(scalar);
+  return at == escaped.npos ? '\0' : letters[at];
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include <limits>
 #include <utility>
 
+#include <tilvanego/values/DecimalFormatter.h>
+
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
@@ -336,6 +338,11 @@ Decimal operator+(const Decimal& a, const Decimal& b) {
   const auto exact = addedExactly(greater, lesser);
   const DecimalParts sum = exact ? *exact : addedDigitByDigit(greater, lesser);
   return sum.decimal().value_or(*DecimalParts{sum.negative, largestMantissa, largestExponent}.decimal());
+}
+
+std::string formattedDecimal(const Decimal& value) {
+  const Decimal rounded = value.rounded(3);
+  return value.isNegative() && rounded.isZero() ? "-0" : rounded.text();
 }
 
 }  // namespace tilvanego

@@ -1,13 +1,7 @@
 #include <tilvanego/values/PercentEncoding.h>
 
-#include <cstddef>
-#include <cstdint>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <utility>
 
-#include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/Text.h>
 
 namespace tilvanego {
@@ -60,19 +54,6 @@ std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed) {
   }
   for (; index < text.size(); ++index) kept += isKept(index);
   return 3 * text.size() - 2 * kept;
-}
-
-std::string queryItemEncoded(std::string_view text) {
-  std::string encoded;
-  encoded.reserve(percentEncodedSize(text, CharacterClass::queryItem));
-  appendPercentEncoded(encoded, text, CharacterClass::queryItem);
-  return encoded;
-}
-
-std::string alphanumericEncoded(std::string_view text) {
-  std::string encoded;
-  appendPercentEncoded(encoded, text, CharacterClass::alphanumeric);
-  return encoded;
 }
 
 bool appendPercentDecoded(std::string& target, std::string_view text) {

@@ -30,13 +30,6 @@ inline char* writeEscape(char* out, char byte) {
 /// Returns the number of bytes that `appendPercentEncoded` appends.
 [[nodiscard]] std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed);
 
-/// Returns `text` encoded as the name or value of a query item. Not escaped are the ASCII letters and digits
-/// and -._~!$'()*+,;:@/? ; so "+" stays "+", and a space becomes "%20".
-[[nodiscard]] std::string queryItemEncoded(std::string_view text);
-
-/// Returns `text` with every byte escaped but the ASCII letters and digits.
-[[nodiscard]] std::string alphanumericEncoded(std::string_view text);
-
 /// Returns `text` with its escapes decoded. Returns no value if a "%" is not followed by two hexadecimal
 /// digits, or if the result is not UTF-8. "+" stays "+".
 [[nodiscard]] std::optional<std::string> percentDecoded(std::string_view text);

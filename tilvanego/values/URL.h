@@ -17,25 +17,19 @@
 #include <tilvanego/values/Support.h>
 #include <tilvanego/values/URLParts.h>
 
+namespace tilvanego::detail {
+struct SplitText;
+}  // namespace tilvanego::detail
+
 namespace [[gnu::visibility("default")]] tilvanego {
 
 class LinkTarget;
 struct LinkItem;
 class URL;
 
-}  // namespace tilvanego
-
-namespace tilvanego::detail {
-struct SplitText;
-}  // namespace tilvanego::detail
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace support {
 void wipe(URL& url) noexcept;
 }  // namespace support
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Why a text is not a URL.
 struct URLError {

@@ -1,11 +1,35 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
 #include <tilvanego/json/Reflection.h>
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/RawText.h>
+
+namespace tilvanego::models::detail {
+
+struct Capitals {
+  [[nodiscard]] constexpr std::string_view text() const { return {characters.data(), size}; }
+  std::array<char, 64> characters{};
+  std::size_t size = 0;
+};
+
+/// The name of an enumerator in capitals.
+template <auto value, char separator>
+inline constexpr Capitals capitals = [] {
+  Capitals made;
+  for (const char c : json::detail::enumeratorName<value>) {
+    if (c == '_') continue;
+    if (c >= 'A' && c <= 'Z') made.characters[made.size++] = separator;
+    made.characters[made.size++] = tilvanego::detail::asciiUppercased(c);
+  }
+  return made;
+}();
+
+}  // namespace tilvanego::models::detail
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
@@ -31,6 +55,18 @@ struct OpenRawTexts {
   [[nodiscard]] static constexpr std::pair<Enumeration, std::string_view> row(Enumeration value,
                                                                               std::string_view text) {
     return {value, text};
+  }
+
+  /// A table in which the text of each case but the fallback is its name in capitals, with `separator`
+  /// between the words: "FALLBACK_SWIPE" for `fallbackSwipe`, "VOID" for `void_`.
+  template <char separator = '_'>
+  [[nodiscard]] static consteval auto capitals() {
+    constexpr std::size_t last = json::detail::countEnumerators<Enumeration>() - 1;
+    return []<std::size_t... index>(std::index_sequence<index...>) {
+      return std::array{row(static_cast<Enumeration>(index),
+                            detail::capitals<static_cast<Enumeration>(index), separator>.text())...,
+                        fallbackRow};
+    }(std::make_index_sequence<last>());
   }
 };
 
@@ -88,51 +124,20 @@ template <TopLevelEnumeration Enumeration>
 }
 
 }  // namespace models
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 template <>
 struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> {
-  using enum models::Status;
-  static constexpr std::array table{
-      row(approved, "APPROVED"),
-      row(declined, "DECLINED"),
-      row(failed, "FAILED"),
-      row(pending, "PENDING"),
-      row(initialized, "INITIALIZED"),
-      row(authorized, "AUTHORIZED"),
-      row(saved, "SAVED"),
-      row(refunded, "REFUNDED"),
-      row(voided, "VOIDED"),
-      row(captured, "CAPTURED"),
-      row(force, "FORCE"),
-      row(credited, "CREDITED"),
-      fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 template <>
 struct RawTexts<models::ResponseEntryMode> : models::OpenRawTexts<models::ResponseEntryMode> {
-  using enum models::ResponseEntryMode;
-  static constexpr std::array table{
-      row(contact, "CONTACT"), row(contactless, "CONTACTLESS"),      row(nfc, "NFC"), row(swipe, "SWIPE"),
-      row(keyed, "KEYED"),     row(fallbackSwipe, "FALLBACK_SWIPE"), fallbackRow,
-  };
+  static constexpr auto table = capitals();
 };
 
 template <>
 struct RawTexts<models::CardBrand> : models::OpenRawTexts<models::CardBrand> {
-  using enum models::CardBrand;
-  static constexpr std::array table{
-      row(visa, "VISA"),
-      row(mastercard, "MASTERCARD"),
-      row(discover, "DISCOVER"),
-      row(americanExpress, "AMERICAN EXPRESS"),
-      row(jcb, "JCB"),
-      row(dinersClub, "DINERS CLUB"),
-      fallbackRow,
-  };
+  static constexpr auto table = capitals<' '>();
 };
 
 }  // namespace tilvanego

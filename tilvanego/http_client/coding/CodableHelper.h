@@ -4,8 +4,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <utility>
 
 #include <tilvanego/http_client/coding/JSONCoders.h>

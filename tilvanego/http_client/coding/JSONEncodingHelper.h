@@ -6,16 +6,13 @@
 #include <tilvanego/http_client/encodings/AnyValue.h>
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace support {
 
 /// Prints the failure's description as one line on standard output.
 void printEncodingFailure(const JSONError& failure);
 
 }  // namespace support
-}  // namespace tilvanego
-
-namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Creates the parameters of a request with a JSON body. A host may derive from it to replace
 /// `encodingParameters`.

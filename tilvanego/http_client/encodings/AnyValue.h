@@ -14,6 +14,7 @@
 #include <variant>
 #include <vector>
 
+#include <tilvanego/json/Codec.h>
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/Data.h>
 #include <tilvanego/values/Date.h>
@@ -22,15 +23,6 @@
 #include <tilvanego/values/RawText.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/UUID.h>
-
-namespace tilvanego::detail {
-
-template <typename T>
-inline constexpr bool isCharacter =
-    std::same_as<T, char> || std::same_as<T, wchar_t> || std::same_as<T, char8_t> ||
-    std::same_as<T, char16_t> || std::same_as<T, char32_t>;
-
-}  // namespace tilvanego::detail
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -56,8 +48,7 @@ class AnyValue {
   AnyValue(std::nullptr_t) = delete;
   template <std::same_as<bool> Bool>
   AnyValue(Bool value) : value_(value) {}
-  template <std::integral Integer>
-    requires(!std::same_as<Integer, bool> && !detail::isCharacter<Integer>)
+  template <json::WholeNumber Integer>
   AnyValue(Integer value) {
     if (std::in_range<std::int64_t>(value)) {
       value_ = static_cast<std::int64_t>(value);
@@ -66,8 +57,7 @@ class AnyValue {
     }
   }
   /// Deleted: a character could be meant as a text or as a number.
-  template <typename Character>
-    requires detail::isCharacter<Character>
+  template <json::CharacterType Character>
   AnyValue(Character) = delete;
   template <std::floating_point Float>
   AnyValue(Float value) : value_(static_cast<double>(value)) {}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -21,19 +22,14 @@ class DownloadException {
   [[nodiscard]] constexpr Case value() const { return value_; }
   /// One line for a developer.
   [[nodiscard]] std::string description() const {
-    switch (value_) {
-      case responseDataMissing:
-        return "the answer to a download has no bytes";
-      case responseFailed:
-        return "a download failed on its way";
-      case requestMissing:
-        return "there is no request";
-      case requestMissingPath:
-        return "the request's URL has no path";
-      case requestMissingURL:
-        return "the request has no URL, or its text is none";
-    }
-    return "";
+    constexpr std::array texts{
+        "the answer to a download has no bytes",
+        "a download failed on its way",
+        "there is no request",
+        "the request's URL has no path",
+        "the request has no URL, or its text is none",
+    };
+    return texts.at(value_);
   }
 
   constexpr bool operator==(const DownloadException&) const = default;

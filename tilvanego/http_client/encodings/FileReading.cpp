@@ -5,7 +5,6 @@
 #include <new>
 #include <stdexcept>
 #include <system_error>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,15 +19,13 @@ std::string systemReason(int error) { return std::error_code(error, std::generic
 
 /// Returns false if memory is short. A file may have any size, so that is an error of the file, not an
 /// exception.
-bool couldResize(Bytes& bytes, std::size_t size) {
-  try {
-    bytes.resize(size);
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
-  } catch (const std::length_error&) {
-    return false;
-  }
+bool couldResize(Bytes& bytes, std::size_t size) try {
+  bytes.resize(size);
+  return true;
+} catch (const std::bad_alloc&) {
+  return false;
+} catch (const std::length_error&) {
+  return false;
 }
 
 /// Returns the path of a file URL, or the reason why it isn't one.

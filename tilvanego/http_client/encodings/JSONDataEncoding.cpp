@@ -1,11 +1,8 @@
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
-namespace {
 
 constexpr const char* bytesName = "jsonData";
-
-}  // namespace
 
 std::expected<URLRequest, Failure> JSONDataEncoding::encode(
     URLRequest request, const std::optional<Parameters>& parameters) const {

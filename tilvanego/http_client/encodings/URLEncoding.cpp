@@ -1,7 +1,6 @@
 #include <tilvanego/http_client/encodings/URLEncoding.h>
 
 #include <string>
-#include <string_view>
 
 #include <tilvanego/http_client/encodings/APIHelper.h>
 #include <tilvanego/http_client/encodings/DownloadException.h>

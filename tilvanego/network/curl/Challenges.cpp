@@ -9,7 +9,6 @@
 #include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 class Reader {

@@ -1,14 +1,12 @@
 #include <tilvanego/network/curl/ContentDecoder.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <new>
 
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 constexpr int largestWindow = 15;

@@ -7,7 +7,6 @@
 #include <curl/curl.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 /// Whether the text has a code of HTTP/2 with which a stream ends whose response is malformed (RFC 9113,

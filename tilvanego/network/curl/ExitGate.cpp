@@ -10,7 +10,6 @@
 #include <tilvanego/network/curl/SessionLoop.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 /// The time for a callback that runs when the exit begins. It may be waiting for the thread that exits.

@@ -1,7 +1,5 @@
 #include <tilvanego/network/curl/Origins.h>
 
-#include <cstddef>
-
 #include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {

@@ -10,7 +10,6 @@
 #include <tilvanego/values/PercentEncoding.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 std::string firstSet(std::initializer_list<const char*> names) {

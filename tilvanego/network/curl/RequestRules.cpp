@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -11,7 +10,6 @@
 #include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 using Code = TransportError::Code;

@@ -8,7 +8,6 @@
 #include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 bool isField(std::string_view line, std::string_view nameInLowerCase) {

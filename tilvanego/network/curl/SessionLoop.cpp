@@ -12,7 +12,6 @@
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 using Code = TransportError::Code;

@@ -6,7 +6,6 @@
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 int nextIdentifier() {

@@ -1,6 +1,5 @@
 #include <tilvanego/network/curl/Sockets.h>
 
-#include <algorithm>
 #include <exception>
 
 #include <netinet/in.h>
@@ -9,7 +8,6 @@
 #include <unistd.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 /// 0 for a socket that isn't connected by IP.

@@ -7,11 +7,9 @@
 
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/curl/CurlErrors.h>
-#include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/RequestRules.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 using Code = TransportError::Code;

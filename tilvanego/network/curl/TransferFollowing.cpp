@@ -14,7 +14,6 @@
 #include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 constexpr int maximumRedirects = 20;

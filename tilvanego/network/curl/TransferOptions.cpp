@@ -11,7 +11,6 @@
 #include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
-
 namespace {
 
 /// libcurl sends a body of up to this size together with the head; longer bodies report progress.

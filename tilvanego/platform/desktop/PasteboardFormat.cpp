@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <concepts>
-#include <string>
 #include <string_view>
 #include <utility>
 #include <variant>

@@ -3,7 +3,7 @@
 #include <mutex>
 #include <optional>
 
-#include <tilvanego/platform/Clock.h>
+#include <tilvanego/platform/SystemClock.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -14,11 +14,20 @@ class ManualClock final : public Clock {
   /// Makes a stopped clock.
   explicit ManualClock(const Date& instant) : stoppedAt_(instant) {}
 
-  [[nodiscard]] Date now() const override;
+  [[nodiscard]] Date now() const override {
+    const std::scoped_lock lock(mutex_);
+    return stoppedAt_ ? *stoppedAt_ : SystemClock().now();
+  }
 
   /// From now on `now()` returns `instant`.
-  void stopAt(const Date& instant);
-  void followSystem();
+  void stopAt(const Date& instant) {
+    const std::scoped_lock lock(mutex_);
+    stoppedAt_ = instant;
+  }
+  void followSystem() {
+    const std::scoped_lock lock(mutex_);
+    stoppedAt_.reset();
+  }
 
  private:
   mutable std::mutex mutex_;

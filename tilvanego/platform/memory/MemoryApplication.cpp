@@ -1,7 +1,5 @@
 #include <tilvanego/platform/memory/MemoryApplication.h>
 
-#include <utility>
-
 #include <tilvanego/values/Wiping.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {

@@ -4,7 +4,6 @@
 #include <deque>
 #include <functional>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include <tilvanego/platform/Application.h>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -16,7 +17,13 @@ class ScriptedRandomSource final : public RandomSource {
   explicit ScriptedRandomSource(Bytes script = {}) : script_(std::move(script)) {}
 
   /// Fails, and returns no bytes, if too few are left.
-  [[nodiscard]] bool fill(std::span<std::uint8_t> bytes) override;
+  [[nodiscard]] bool fill(std::span<std::uint8_t> bytes) override {
+    const auto left = std::span(script_).subspan(std::min(given_, script_.size()));
+    if (left.size() < bytes.size()) return false;
+    std::ranges::copy(left.first(bytes.size()), bytes.begin());
+    given_ += bytes.size();
+    return true;
+  }
 
  private:
   Bytes script_;
