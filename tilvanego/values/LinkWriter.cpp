@@ -13,14 +13,15 @@
 
 namespace tilvanego {
 
-using detail::CharacterBlock;
+using detail::Block;
+using detail::blockSize;
 using detail::CharacterClass;
 using detail::URLParts;
 
 namespace {
 
 // Texts are copied in whole blocks, so the buffer must have this many bytes more than the text.
-constexpr std::size_t slack = CharacterBlock::size;
+constexpr std::size_t slack = blockSize;
 
 char* write(char* out, std::string_view text) {
   std::memcpy(out, text.data(), text.size());
@@ -37,13 +38,13 @@ char* writeEncoded(char* out, std::string_view text) {
       out = detail::writeEscape(out, character);
     }
   };
-  while (static_cast<std::size_t>(end - at) >= CharacterBlock::size) {
-    const CharacterBlock block(at);
-    std::memcpy(out, &block.bytes, CharacterBlock::size);
-    const std::size_t kept = detail::leading(detail::membersOf<CharacterClass::queryItem>(block.bytes));
+  while (static_cast<std::size_t>(end - at) >= blockSize) {
+    const Block block = detail::loadBlock(at);
+    std::memcpy(out, &block, blockSize);
+    const std::size_t kept = detail::firstMarked(~detail::membersOf<CharacterClass::queryItem>(block));
     at += kept;
     out += kept;
-    if (kept < CharacterBlock::size) writeOne(*at++);
+    if (kept < blockSize) writeOne(*at++);
   }
   while (at != end) writeOne(*at++);
   return out;
@@ -68,11 +69,20 @@ std::size_t targetSize(const LinkTarget& target) {
   return target.scheme().size() + 3 + target.host().size() + target.path().size();
 }
 
+std::size_t encodedSize(std::string_view text) {
+  std::size_t size = text.size();
+  const char* const end = text.data() + text.size();
+  const auto nextEscape = [end](const char* at) {
+    return detail::endOfRun<CharacterClass::queryItem>(at, end);
+  };
+  for (const char* at = nextEscape(text.data()); at != end; at = nextEscape(at + 1)) size += 2;
+  return size;
+}
+
 std::size_t encodedSize(const LinkTarget& target, std::span<const LinkItem> items) {
   std::size_t size = targetSize(target);
   for (const auto& [name, value] : items) {
-    size += 2 + detail::percentEncodedSize(name, CharacterClass::queryItem) +
-            detail::percentEncodedSize(value, CharacterClass::queryItem);
+    size += 2 + encodedSize(name) + encodedSize(value);
   }
   return size;
 }

@@ -45,7 +45,7 @@ struct LinkItem {
   std::string_view value;
 };
 
-/// Returns scheme://host/path?name=value&…, with each name and value encoded as by `queryItemEncoded`.
+/// Returns scheme://host/path?name=value&…, with each name and value encoded as the class `queryItem` says.
 /// Without items there is no "?". Allocates once. Returns no value if the text would be 4 GiB or longer,
 /// which no URL may be.
 [[nodiscard]] std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);

@@ -2,11 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/values/Blocks.h>
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/Text.h>
 
@@ -15,11 +17,22 @@ namespace [[gnu::visibility("default")]] support {
 namespace {
 
 // Writes at most text.size() bytes. Returns the end of the written bytes, or null for an escape without two
-// digits. `seen` becomes the OR of all written bytes.
-char* decodeEscapes(std::string_view text, char* out, std::uint8_t& seen) {
+// digits. `isASCII` says whether all written bytes are.
+char* decodeEscapes(std::string_view text, char* out, bool& isASCII) {
+  Block seen{};
+  int seenAlone = 0;
   const char* at = text.data();
   const char* const end = at + text.size();
   while (at != end) {
+    if (static_cast<std::size_t>(end - at) >= blockSize) {
+      const Block block = loadBlock(at);
+      std::memcpy(out, &block, blockSize);
+      seen |= block;
+      const std::size_t plain = firstMarked(block == '%');
+      at += plain;
+      out += plain;
+      if (plain == blockSize) continue;
+    }
     char byte = *at++;
     if (byte == '%') {
       if (end - at < 2) return nullptr;
@@ -29,63 +42,26 @@ char* decodeEscapes(std::string_view text, char* out, std::uint8_t& seen) {
       byte = static_cast<char>(high << 4 | low);
       at += 2;
     }
-    seen = static_cast<std::uint8_t>(seen | static_cast<std::uint8_t>(byte));
+    seenAlone |= byte;
     *out++ = byte;
   }
+  isASCII = !anyMarked(seen < 0) && (seenAlone & 0x80) == 0;
   return out;
 }
 
 }  // namespace
 
-void appendPercentEncoded(std::string& target, std::string_view text, CharacterClass allowed) {
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  while (true) {
-    const char* const run = at;
-    at = endOfRun(at, end, allowed);
-    target.append(run, at);
-    if (at == end) return;
-    char escape[3];
-    target.append(escape, writeEscape(escape, *at++));
-  }
-}
-
-std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed) {
-  const auto isKept = [&](std::size_t index) -> std::size_t { return belongs(text[index], allowed) ? 1 : 0; };
-  std::size_t kept = 0;
-  std::size_t index = 0;
-  // Four independent look-ups in one sum take half the time.
-  for (; text.size() - index >= 4; index += 4) {
-    kept += (isKept(index) + isKept(index + 1)) + (isKept(index + 2) + isKept(index + 3));
-  }
-  for (; index < text.size(); ++index) kept += isKept(index);
-  return 3 * text.size() - 2 * kept;
-}
-
-std::string queryItemEncoded(std::string_view text) {
-  std::string encoded;
-  encoded.reserve(percentEncodedSize(text, CharacterClass::queryItem));
-  appendPercentEncoded(encoded, text, CharacterClass::queryItem);
-  return encoded;
-}
-
-std::string alphanumericEncoded(std::string_view text) {
-  std::string encoded;
-  appendPercentEncoded(encoded, text, CharacterClass::alphanumeric);
-  return encoded;
-}
-
 bool appendPercentDecoded(std::string& target, std::string_view text) {
   const std::size_t before = target.size();
-  std::uint8_t seen = 0;
+  bool isASCII = true;
   bool whole = true;
   target.resize_and_overwrite(before + text.size(), [&](char* out, std::size_t) {
-    const char* const decodedEnd = decodeEscapes(text, out + before, seen);
+    const char* const decodedEnd = decodeEscapes(text, out + before, isASCII);
     whole = decodedEnd != nullptr;
     return whole ? static_cast<std::size_t>(decodedEnd - out) : before;
   });
   if (!whole) return false;
-  if (seen < 0x80 || isValidUTF8(std::string_view(target).substr(before))) return true;
+  if (isASCII || isValidUTF8(std::string_view(target).substr(before))) return true;
   target.resize(before);
   return false;
 }

@@ -37,10 +37,10 @@ void appendQuery(std::string& target, std::span<const QueryItem> items) {
   if (items.empty()) target += separator;
   for (const QueryItem& item : items) {
     target += std::exchange(separator, '&');
-    appendPercentEncoded(target, item.name, CharacterClass::queryItem);
+    appendPercentEncoded<CharacterClass::queryItem>(target, item.name);
     if (!item.value) continue;
     target += '=';
-    appendPercentEncoded(target, *item.value, CharacterClass::queryItem);
+    appendPercentEncoded<CharacterClass::queryItem>(target, *item.value);
   }
 }
 

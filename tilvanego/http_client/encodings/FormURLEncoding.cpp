@@ -13,10 +13,10 @@ std::string formText(const std::vector<QueryItem>& items) {
   std::string text;
   for (const QueryItem& item : items) {
     if (&item != &items.front()) text += '&';
-    detail::appendPercentEncoded(text, item.name, unescaped);
+    detail::appendPercentEncoded<unescaped>(text, item.name);
     if (!item.value) continue;
     text += '=';
-    detail::appendPercentEncoded(text, *item.value, unescaped);
+    detail::appendPercentEncoded<unescaped>(text, *item.value);
   }
   return text;
 }
