@@ -39,9 +39,7 @@ inline constexpr std::size_t bitsOfMark = 4;
   // A pair of bytes, shifted by four, has four bits of each in its low byte.
   using Pairs [[gnu::vector_size(blockSize)]] = std::uint16_t;
   using Bytes [[gnu::vector_size(blockSize / 2)]] = std::uint8_t;
-  const Bytes halves = __builtin_convertvector(reinterpret_cast<Pairs>(marks) >> 4, Bytes);
-  const auto bits = std::bit_cast<MarkBits>(halves);
-  return std::endian::native == std::endian::little ? bits : std::byteswap(bits);
+  return std::bit_cast<MarkBits>(__builtin_convertvector(reinterpret_cast<Pairs>(marks) >> 4, Bytes));
 }
 #endif
 
@@ -50,7 +48,9 @@ inline constexpr std::size_t bitsOfMark = 4;
 /// The index of the first marked byte, or 16.
 [[nodiscard]] inline std::size_t firstMarked(Block marks) {
   const MarkBits bits = markBits(marks);
-  return bits == 0 ? blockSize : static_cast<std::size_t>(std::countr_zero(bits)) / bitsOfMark;
+  const int before =
+      std::endian::native == std::endian::little ? std::countr_zero(bits) : std::countl_zero(bits);
+  return bits == 0 ? blockSize : static_cast<std::size_t>(before) / bitsOfMark;
 }
 
 /// Returns the first position from `at` on that `marksOf` marks, or `end`. `marksOf` takes a block and
