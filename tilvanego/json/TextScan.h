@@ -42,7 +42,7 @@ template <TextEnds ends>
   });
 }
 
-// As numbers, since g++ would choose between signed bytes rather than combine their bits.
+// What is gathered of many blocks is kept as numbers: of bytes g++ makes a choice where an OR is enough.
 using Halves [[gnu::vector_size(blockSize)]] = std::uint64_t;
 
 /// Copies four to fifteen bytes in two halves, which may overlap. Returns true if none of them ends a run for

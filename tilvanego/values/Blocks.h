@@ -21,8 +21,8 @@ using Block [[gnu::vector_size(blockSize)]] = std::int8_t;
   return block;
 }
 
-// Marks as bits, `bitsOfMark` for each byte; the first byte's are the lowest. Zeros below `beyondMarks` are
-// as many as those of a block without marks.
+// Marks as bits, `bitsOfMark` for each byte, in the order of memory. x86 has an instruction for it that no
+// operator of vectors stands for; the other form becomes one instruction of 64-bit ARM.
 #ifdef __SSE2__
 using MarkBits = std::uint32_t;
 inline constexpr std::size_t bitsOfMark = 1;
