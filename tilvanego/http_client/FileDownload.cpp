@@ -36,7 +36,7 @@ FileDescriptor openDirectory(const FileDescriptor& parent, const std::string& na
 
 URL fileURL(const std::filesystem::path& path) {
   std::string text = "file://";
-  appendPercentEncoded<CharacterClass::path>(text, path.string());
+  appendPercentEncoded(text, path.string(), CharacterClass::path);
   return *URL::parse(std::move(text));
 }
 

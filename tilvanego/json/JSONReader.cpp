@@ -51,8 +51,6 @@ Reader::Reader(std::string_view piece, Reader& whole) : Reader(piece, whole.date
   elementsLeft_ = uncounted;
 }
 
-void Reader::skipRunOfBlanks() { cursor_ = detail::endOfBlanks(cursor_, end_); }
-
 // Texts
 
 inline bool Reader::startValue(JSONKind expected, char first) {

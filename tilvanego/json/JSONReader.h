@@ -109,10 +109,10 @@ class Reader {
   bool failBeyondMemory();
   Next failBeyondElements();
   bool failKind(JSONKind expected);
+  static constexpr bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
   void skipBlanks() {
-    if (cursor_ != end_ && *cursor_ <= ' ') skipRunOfBlanks();
+    while (cursor_ != end_ && *cursor_ <= ' ' && isBlank(*cursor_)) ++cursor_;
   }
-  void skipRunOfBlanks();
   bool startValue(JSONKind expected, char first);
   bool readTextFrom(const char* start, std::string_view& value);
   bool takeRun(const char*& cursor);

@@ -35,13 +35,6 @@ template <TextEnds ends>
   return tilvanego::detail::findMarked(cursor, end, endsOfRun<ends>);
 }
 
-/// Returns the first position from `cursor` on that holds no white space, or `end`.
-[[nodiscard]] inline const char* endOfBlanks(const char* cursor, const char* end) {
-  return tilvanego::detail::findMarked(cursor, end, [](auto bytes) {
-    return (bytes != ' ') & (bytes != '\n') & (bytes != '\r') & (bytes != '\t');
-  });
-}
-
 // What is gathered of many blocks is kept as numbers: of bytes g++ makes a choice where an OR is enough.
 using Halves [[gnu::vector_size(blockSize)]] = std::uint64_t;
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -66,18 +65,6 @@ template <CharacterClass Class>
   return inRange<'0', 9>(bytes) | inRange<'a', 5>(bytes | caseBit);
 }
 
-/// Returns the end of the run of members of `Class` that begins at `at`.
-template <CharacterClass Class>
-[[nodiscard]] inline const char* endOfRun(const char* at, const char* end) {
-  return findMarked(at, end, [](auto bytes) {
-    if constexpr (std::integral<decltype(bytes)>) {
-      return !belongs(static_cast<char>(bytes), Class);
-    } else {
-      return ~membersOf<Class>(bytes);
-    }
-  });
-}
-
 /// Returns the first position from `at` on that holds neither a member of `Class` nor a whole escape, or
 /// `end`.
 template <CharacterClass Class>
@@ -92,7 +79,7 @@ template <CharacterClass Class>
     at += blockSize;
   }
   while (true) {
-    at = endOfRun<Class>(at, end);
+    at = endOfRun(at, end, Class);
     if (end - at <= static_cast<std::ptrdiff_t>(escapeTail) || *at != '%') return at;
     if ((hexValue(at[1]) | hexValue(at[2])) < 0) return at;
     at += 1 + escapeTail;

@@ -61,9 +61,25 @@ inline constexpr std::array<std::int8_t, 256> hexValues = makeHexValues();
 
 }  // namespace characterTables
 
+/// The classes of a byte, as a bit mask.
+[[nodiscard]] constexpr unsigned classesOf(char character) {
+  return characterTables::classes[static_cast<std::uint8_t>(character)];
+}
+
 [[nodiscard]] constexpr bool belongs(char character, CharacterClass characterClass) {
-  const unsigned classes = characterTables::classes[static_cast<std::uint8_t>(character)];
-  return (classes & static_cast<unsigned>(characterClass)) != 0;
+  return (classesOf(character) & static_cast<unsigned>(characterClass)) != 0;
+}
+
+/// The end of the run of characters of `characterClass` that begins at `at`. Four at a time, since most runs
+/// are long.
+[[nodiscard]] constexpr const char* endOfRun(const char* at, const char* end, CharacterClass characterClass) {
+  const auto mask = static_cast<unsigned>(characterClass);
+  while (end - at >= 4 &&
+         (classesOf(at[0]) & classesOf(at[1]) & classesOf(at[2]) & classesOf(at[3]) & mask) != 0) {
+    at += 4;
+  }
+  while (at != end && belongs(*at, characterClass)) ++at;
+  return at;
 }
 
 /// The value of a hexadecimal digit in either case, or -1.

@@ -69,20 +69,11 @@ std::size_t targetSize(const LinkTarget& target) {
   return target.scheme().size() + 3 + target.host().size() + target.path().size();
 }
 
-std::size_t encodedSize(std::string_view text) {
-  std::size_t size = text.size();
-  const char* const end = text.data() + text.size();
-  const auto nextEscape = [end](const char* at) {
-    return detail::endOfRun<CharacterClass::queryItem>(at, end);
-  };
-  for (const char* at = nextEscape(text.data()); at != end; at = nextEscape(at + 1)) size += 2;
-  return size;
-}
-
 std::size_t encodedSize(const LinkTarget& target, std::span<const LinkItem> items) {
   std::size_t size = targetSize(target);
   for (const auto& [name, value] : items) {
-    size += 2 + encodedSize(name) + encodedSize(value);
+    size += 2 + detail::percentEncodedSize(name, CharacterClass::queryItem) +
+            detail::percentEncodedSize(value, CharacterClass::queryItem);
   }
   return size;
 }

@@ -6,12 +6,16 @@
 #include <string>
 #include <string_view>
 
-#include <tilvanego/values/CharacterRuns.h>
+#include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/Support.h>
 
 /// Percent-encoding (RFC 3986, section 2.1) of UTF-8 text, with upper-case hexadecimal digits. Nothing is
 /// normalised, and bytes that are not UTF-8 are escaped one by one.
-namespace tilvanego::detail {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
+
+/// Appends `text` with every byte outside `allowed` escaped, "%" included.
+void appendPercentEncoded(std::string& target, std::string_view text, CharacterClass allowed);
 
 /// Writes the escape of a byte, three characters. Returns the end of what it wrote.
 inline char* writeEscape(char* out, char byte) {
@@ -23,26 +27,8 @@ inline char* writeEscape(char* out, char byte) {
   return out;
 }
 
-/// Appends `text` with every byte outside `Allowed` escaped, "%" included. In a query item the ASCII letters
-/// and digits and -._~!$'()*+,;:@/? are allowed; so "+" stays "+", and a space becomes "%20".
-template <CharacterClass Allowed>
-void appendPercentEncoded(std::string& target, std::string_view text) {
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  while (true) {
-    const char* const run = at;
-    at = endOfRun<Allowed>(at, end);
-    target.append(run, at);
-    if (at == end) return;
-    char escape[3];
-    target.append(escape, writeEscape(escape, *at++));
-  }
-}
-
-}  // namespace tilvanego::detail
-
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+/// Returns the number of bytes that `appendPercentEncoded` appends.
+[[nodiscard]] std::size_t percentEncodedSize(std::string_view text, CharacterClass allowed);
 
 /// Returns `text` with its escapes decoded. Returns no value if a "%" is not followed by two hexadecimal
 /// digits, or if the result is not UTF-8. "+" stays "+".

@@ -114,7 +114,7 @@ std::optional<std::string> URL::encodedHost() const {
   const auto unicode = detail::hostToUnicode(*written);
   if (!unicode) return std::string(*written);
   std::string encodedHost;
-  detail::appendPercentEncoded<detail::CharacterClass::host>(encodedHost, *unicode);
+  detail::appendPercentEncoded(encodedHost, *unicode, detail::CharacterClass::host);
   return encodedHost;
 }
 

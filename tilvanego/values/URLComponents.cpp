@@ -37,10 +37,10 @@ void appendQuery(std::string& target, std::span<const QueryItem> items) {
   if (items.empty()) target += separator;
   for (const QueryItem& item : items) {
     target += std::exchange(separator, '&');
-    appendPercentEncoded<CharacterClass::queryItem>(target, item.name);
+    appendPercentEncoded(target, item.name, CharacterClass::queryItem);
     if (!item.value) continue;
     target += '=';
-    appendPercentEncoded<CharacterClass::queryItem>(target, *item.value);
+    appendPercentEncoded(target, *item.value, CharacterClass::queryItem);
   }
 }
 

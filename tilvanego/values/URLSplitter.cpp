@@ -105,7 +105,7 @@ class Splitter {
   bool takePlainHost() {
     const char* const begin = text_.data() + at_;
     const char* const end = text_.data() + text_.size();
-    const char* const hostEnd = endOfRun<CharacterClass::host>(begin, end);
+    const char* const hostEnd = endOfRun(begin, end, CharacterClass::host);
     if (hostEnd != end && *hostEnd != '/' && *hostEnd != '?' && *hostEnd != '#') return false;
     split_.parts.host = offset(at_);
     at_ += static_cast<std::size_t>(hostEnd - begin);
@@ -181,10 +181,9 @@ class Splitter {
   SplitText split_;
 };
 
-template <CharacterClass Allowed>
-void appendComponent(std::string& target, std::string_view component, bool encode) {
+void appendComponent(std::string& target, std::string_view component, bool encode, CharacterClass allowed) {
   if (encode) {
-    appendPercentEncoded<Allowed>(target, component);
+    appendPercentEncoded(target, component, allowed);
   } else {
     target += component;
   }
@@ -195,10 +194,10 @@ void appendUserInformation(std::string& target, std::string_view text, const Spl
   if (text.empty()) return;
   text.remove_suffix(1);
   const std::size_t colon = std::min(text.find(':'), text.size());
-  appendComponent<CharacterClass::user>(target, text.substr(0, colon), split.userNeedsEncoding);
+  appendComponent(target, text.substr(0, colon), split.userNeedsEncoding, CharacterClass::user);
   if (colon < text.size()) {
     target += ':';
-    appendComponent<CharacterClass::password>(target, text.substr(colon + 1), split.passwordNeedsEncoding);
+    appendComponent(target, text.substr(colon + 1), split.passwordNeedsEncoding, CharacterClass::password);
   }
   target += '@';
 }
@@ -243,12 +242,12 @@ std::expected<std::string, URLError> encodedURL(std::string_view text, const Spl
   }
   if (query != fragment) {
     encoded += '?';
-    appendComponent<CharacterClass::query>(encoded, text.substr(query + 1, fragment - query - 1),
-                                           split.queryNeedsEncoding);
+    appendComponent(encoded, text.substr(query + 1, fragment - query - 1), split.queryNeedsEncoding,
+                    CharacterClass::query);
   }
   if (fragment != text.size()) {
     encoded += '#';
-    appendComponent<CharacterClass::query>(encoded, text.substr(fragment + 1), split.fragmentNeedsEncoding);
+    appendComponent(encoded, text.substr(fragment + 1), split.fragmentNeedsEncoding, CharacterClass::query);
   }
   return encoded;
 }
@@ -273,13 +272,13 @@ void appendEncodedPath(std::string& target, std::string_view path) {
     std::string_view segment = path.substr(0, path.find('/'));
     path.remove_prefix(segment.size());
     for (std::size_t colon = segment.find(':'); colon != std::string_view::npos; colon = segment.find(':')) {
-      appendPercentEncoded<CharacterClass::path>(target, segment.substr(0, colon));
+      appendPercentEncoded(target, segment.substr(0, colon), CharacterClass::path);
       target += "%3A";
       segment.remove_prefix(colon + 1);
     }
-    appendPercentEncoded<CharacterClass::path>(target, segment);
+    appendPercentEncoded(target, segment, CharacterClass::path);
   }
-  appendPercentEncoded<CharacterClass::path>(target, path);
+  appendPercentEncoded(target, path, CharacterClass::path);
 }
 
 bool isScheme(std::string_view text) {

@@ -1,14 +1,24 @@
 #include <tilvanego/values/UTF8.h>
 
+#include <cstring>
+
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Blocks.h>
 
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
 std::size_t asciiPrefixLength(std::string_view text) {
-  const char* const begin = text.data();
-  const char* const end = findMarked(begin, begin + text.size(), [](auto bytes) { return bytes < 0; });
-  return static_cast<std::size_t>(end - begin);
+  std::size_t at = 0;
+  for (; at + blockSize <= text.size(); at += blockSize) {
+    if (anyMarked(loadBlock(text.data() + at) < 0)) break;
+  }
+  for (std::uint64_t eight = 0; at + sizeof eight <= text.size(); at += sizeof eight) {
+    std::memcpy(&eight, text.data() + at, sizeof eight);
+    if ((eight & 0x8080808080808080U) != 0) break;
+  }
+  while (at < text.size() && isASCII(text[at])) ++at;
+  return at;
 }
 
 void appendScalar(std::string& text, char32_t scalar) {

@@ -13,10 +13,10 @@ std::string formText(const std::vector<QueryItem>& items) {
   std::string text;
   for (const QueryItem& item : items) {
     if (&item != &items.front()) text += '&';
-    detail::appendPercentEncoded<unescaped>(text, item.name);
+    detail::appendPercentEncoded(text, item.name, unescaped);
     if (!item.value) continue;
     text += '=';
-    detail::appendPercentEncoded<unescaped>(text, *item.value);
+    detail::appendPercentEncoded(text, *item.value, unescaped);
   }
   return text;
 }
