@@ -18,6 +18,20 @@ ALONE = {
 # Made from cmake/*.h.in.
 MADE = {"tilvanego/Version.h", "tilvanego/Features.h"}
 
+# What POSIX has beyond the C library.
+POSIX = re.compile(
+    r"(arpa|net|netinet|sys)/.*|c?signal(\.h)?|(aio|dirent|dlfcn|fcntl|fnmatch|ftw|glob|grp|iconv|ifaddrs|langinfo|libgen|mqueue|"
+    r"netdb|poll|pthread|pwd|regex|sched|semaphore|spawn|strings|syslog|termios|time|ucontext|unistd|utime|wordexp)\.h"
+)
+# Outside platform/ these alone need a system that has it.
+SYSTEM = {
+    "tilvanego/http_client/FileDownload.cpp": "opens directories one in another, so that no symbolic link leads elsewhere",
+    "tilvanego/http_client/encodings/FileReading.cpp": "asks for size and kind of the file that it has open",
+    "tilvanego/network/curl/ExitGate.cpp": "is told of a fork",
+    "tilvanego/network/curl/SessionLoop.cpp": "keeps the host's signals off its thread",
+    "tilvanego/network/curl/Sockets.cpp": "asks a connection's sockets for their ports",
+}
+
 
 def arrows():
     """Each room with the rooms that it may include, from CONTRIBUTING."""
@@ -79,6 +93,12 @@ def faults(files, private, allowed, test_folders):
     if found := circle(folders):
         yield "folders include in a circle: " + " -> ".join(found)
 
+    asking = {name: header for name, headers in includes.items() for header in headers if POSIX.fullmatch(header)}
+    for name in sorted(name for name in asking.keys() - SYSTEM if room(name) != "platform"):
+        yield f"{name} includes {asking[name]}: what only POSIX has belongs in platform/"
+    for name in sorted(SYSTEM.keys() - asking):
+        yield f"{name} needs nothing of POSIX any more: strike it off the list"
+
     for here in sorted({room(name) for name in files} - {None} - set(allowed)):
         yield f"no line of the table is for {here}"
     for folder in sorted({posixpath.dirname(name) for name in files if room(name)}):
@@ -107,6 +127,8 @@ def mutations(files):
     yield with_include("tilvanego/network/URLSession.h", "tilvanego/network/curl/Transfer.h"), "is private, and an umbrella reaches it"
     yield with_include("tilvanego/http_client/encodings/AnyValue.h", "tilvanego/http_client/Response.h"), "in a circle"
     yield with_include("tilvanego/facade/Facade.cpp", "tilvanego/facade/Gone.h"), "which isn't there"
+    yield with_include("tilvanego/values/Date.h", "sys/time.h"), "Date.h includes sys/time.h: what only POSIX"
+    yield {**files, "tilvanego/network/curl/Sockets.cpp": ""}, "Sockets.cpp needs nothing of POSIX any more"
     yield {**files, "tilvanego/attic/Old.h": "namespace tilvanego {}\n"}, "no folder of tests mirrors tilvanego/attic"
     yield {**files, "tilvanego/json/Own.h": ""}, "no umbrella reaches tilvanego/json/Own.h"
 

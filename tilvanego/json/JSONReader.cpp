@@ -16,6 +16,10 @@ namespace [[gnu::visibility("default")]] json {
 namespace {
 
 using detail::TextEnds;
+using tilvanego::detail::anyMarked;
+using tilvanego::detail::Block;
+using tilvanego::detail::blockSize;
+using tilvanego::detail::loadBlock;
 
 constexpr std::size_t uncounted = std::numeric_limits<std::size_t>::max();
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
@@ -203,18 +207,15 @@ bool Reader::finish() {
 inline bool Reader::takeKey(const RecordField& field) {
   const std::size_t size = field.quoted.size();
   const auto left = static_cast<std::size_t>(end_ - cursor_);
-#ifdef __SSE2__
-  if (left >= 16) {
-    const __m128i same = _mm_cmpeq_epi8(detail::loadBlock(cursor_), detail::loadBlock(field.lead.data()));
-    const auto length =
-        static_cast<std::size_t>(std::countr_one(static_cast<unsigned>(_mm_movemask_epi8(same))));
-    if (length < std::min<std::size_t>(size, 16)) return false;
-    if (size <= 16) {
+  if (left >= blockSize) {
+    // Beyond the key, its block has zeros.
+    const Block lead = loadBlock(field.lead.data());
+    if (anyMarked(~((lead == loadBlock(cursor_)) | (lead == 0)))) return false;
+    if (size <= blockSize) {
       cursor_ += size;
       return true;
     }
   }
-#endif
   if (left < size || std::memcmp(cursor_, field.quoted.data(), size) != 0) return false;
   cursor_ += size;
   return true;

@@ -12,14 +12,15 @@
 
 namespace tilvanego {
 
-using detail::CharacterBlock;
+using detail::Block;
+using detail::blockSize;
 using detail::CharacterClass;
 using detail::URLParts;
 
 namespace {
 
 // Texts are copied in whole blocks, so the buffer must have this many bytes more than the text.
-constexpr std::size_t slack = CharacterBlock::size;
+constexpr std::size_t slack = blockSize;
 
 char* write(char* out, std::string_view text) {
   std::memcpy(out, text.data(), text.size());
@@ -36,13 +37,13 @@ char* writeEncoded(char* out, std::string_view text) {
       out = detail::writeEscape(out, character);
     }
   };
-  while (static_cast<std::size_t>(end - at) >= CharacterBlock::size) {
-    const CharacterBlock block(at);
-    std::memcpy(out, &block.bytes, CharacterBlock::size);
-    const std::size_t kept = detail::leading(detail::membersOf<CharacterClass::queryItem>(block.bytes));
+  while (static_cast<std::size_t>(end - at) >= blockSize) {
+    const Block block = detail::loadBlock(at);
+    std::memcpy(out, &block, blockSize);
+    const std::size_t kept = detail::firstMarked(~detail::membersOf<CharacterClass::queryItem>(block));
     at += kept;
     out += kept;
-    if (kept < CharacterBlock::size) writeOne(*at++);
+    if (kept < blockSize) writeOne(*at++);
   }
   while (at != end) writeOne(*at++);
   return out;

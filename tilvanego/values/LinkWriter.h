@@ -45,11 +45,10 @@ struct LinkItem {
   std::string_view value;
 };
 
-/// Returns scheme://host/path?name=value&…, with each name and value percent-encoded: of ASCII, only letters,
-/// digits and
-/// -._~!$'()*+,;:@/? stay as they are.
-/// Without items there is no "?". Allocates once. Returns no value if the text would be 4 GiB or longer,
-/// which no URL may be.
+/// Returns scheme://host/path?name=value&…, with each name and value percent-encoded. Not
+/// escaped are the ASCII letters and digits and -._~!$'()*+,;:@/? ; so "+" stays "+", and a space becomes
+/// "%20". Without items there is no "?". Allocates once. Returns no value if the text would be 4 GiB or
+/// longer, which no URL may be.
 [[nodiscard]] std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
 
 }  // namespace tilvanego

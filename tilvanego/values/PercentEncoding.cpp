@@ -1,7 +1,10 @@
 #include <tilvanego/values/PercentEncoding.h>
 
+#include <cstdint>
+#include <cstring>
 #include <utility>
 
+#include <tilvanego/values/Blocks.h>
 #include <tilvanego/values/Text.h>
 
 namespace tilvanego {
@@ -9,10 +12,19 @@ namespace [[gnu::visibility("default")]] support {
 namespace {
 
 // Writes at most text.size() bytes. Returns the end of the written bytes, or null for an escape without two
-// digits. `seen` becomes the OR of all written bytes.
+// digits. `seen` becomes 0x80 or more if one is beyond ASCII.
 char* decodeEscapes(std::string_view text, char* out, std::uint8_t& seen) {
   const char* at = text.data();
   const char* const end = at + text.size();
+  // Before the first escape whole blocks are copied. Short texts between escapes are faster byte by byte.
+  Block blocks{};
+  for (; static_cast<std::size_t>(end - at) >= blockSize; at += blockSize, out += blockSize) {
+    const Block block = loadBlock(at);
+    if (anyMarked(block == '%')) break;
+    blocks |= block;
+    std::memcpy(out, &block, blockSize);
+  }
+  if (anyMarked(blocks < 0)) seen = 0x80;
   while (at != end) {
     char byte = *at++;
     if (byte == '%') {

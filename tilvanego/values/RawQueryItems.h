@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include <tilvanego/values/CharacterRuns.h>
+#include <tilvanego/values/Blocks.h>
 #include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -96,7 +96,7 @@ class RawQueryItems {
           static_cast<const char*>(std::memchr(start, '&', static_cast<std::size_t>(end_ - start)));
       const char* const itemEnd = separator == nullptr ? end_ : separator;
       next_ = separator == nullptr ? nullptr : separator + 1;
-      const char* const sign = detail::findNear<'='>(start, itemEnd);
+      const char* const sign = detail::findMarked(start, itemEnd, [](auto bytes) { return bytes == '='; });
       item_.name = std::string_view(start, sign);
       item_.value = sign == itemEnd ? URLTextView() : URLTextView(sign + 1, itemEnd);
     }

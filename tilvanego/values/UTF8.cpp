@@ -3,12 +3,16 @@
 #include <cstring>
 
 #include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/Blocks.h>
 
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
 std::size_t asciiPrefixLength(std::string_view text) {
   std::size_t at = 0;
+  for (; at + blockSize <= text.size(); at += blockSize) {
+    if (anyMarked(loadBlock(text.data() + at) < 0)) break;
+  }
   for (std::uint64_t eight = 0; at + sizeof eight <= text.size(); at += sizeof eight) {
     std::memcpy(&eight, text.data() + at, sizeof eight);
     if ((eight & 0x8080808080808080U) != 0) break;
