@@ -46,9 +46,11 @@ class Usage(unittest.TestCase):
                       b".08 tampered, .09 expired, any other approve", run("sandbox", "--help").stdout)
 
     def test_the_man_page_has_every_command_option_and_choice(self):
-        sections = dict(re.findall(r"^\.Ss (.*)\n((?:(?!\.S[hs]).*\n)*)", (APP / "tilvanego.1").read_text(encoding="utf-8"), re.M))
+        page = (APP / "tilvanego.1").read_text(encoding="utf-8")
+        sections = dict(re.findall(r"^\.Ss (.*)\n((?:(?!\.S[hs]).*\n)*)", page, re.M))
         found = helps()
-        self.assertEqual(sorted(sections), sorted(" ".join(command) for command, (_, below) in found.items() if not below))
+        commands = [" ".join(command) for command, (_, below) in found.items() if not below]
+        self.assertEqual(sorted(sections), sorted(commands))
         for name, section in sections.items():
             shown = options(found[tuple(name.split())][0])
             described = dict(re.findall(r"^\.It Fl -([a-z-]+)(.*\n(?:(?!\.It|\.El).*\n)*)", section, re.M))
