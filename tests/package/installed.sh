@@ -1,5 +1,6 @@
 #!/bin/sh
-# Installs the packages that lie in a folder, builds and runs hosts with them, and removes them: FOLDER. For a system that is thrown away.
+# Installs the packages that lie in a folder, builds and runs hosts with them, removes them, and builds a host that brings the
+# library itself: FOLDER. For a system that is thrown away.
 set -eu
 packages=$1 tree=$(dirname "$0")/../.. work=$(mktemp -d)
 export DEBIAN_FRONTEND=noninteractive
@@ -28,5 +29,13 @@ test -s /usr/share/bash-completion/completions/tilvanego
 dpkg --purge tilvanego libtilvanego-dev libtilvanego1
 files >"$work/after"
 diff "$work/before" "$work/after"
-rm -r "$work"
 echo "Installed, used and removed."
+
+# The library in a host's own build needs what it stands on.
+install libicu-dev libssl-dev zlib1g-dev
+cmake -S "$tree/tests/package/embedding" -B "$work/embedding" -DTREE="$(realpath "$tree")" -DWAY=FetchContent \
+  -DTILVANEGO_BUILD_HTTP_CLIENT=OFF
+cmake --build "$work/embedding" --target host -j "$(nproc)"
+"$work/embedding/host"
+rm -r "$work"
+echo "Built within a host."
