@@ -10,13 +10,29 @@ install(FILES ${PROJECT_BINARY_DIR}/TilvaneGoConfig.cmake ${PROJECT_BINARY_DIR}/
         DESTINATION ${config_dir})
 install(EXPORT TilvaneGoTargets NAMESPACE TilvaneGo:: DESTINATION ${config_dir})
 
-# A shared library brings what it needs with it; a host that links the static one names the others too.
-if(BUILD_SHARED_LIBS)
-  set(pc_requires Requires.private)
-else()
-  set(pc_requires Requires)
-endif()
+# One file for each library. A host that links the static ones names what they stand on; a shared one brings that with it.
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" pc_prefix ${pc_prefix})
-configure_file(${CMAKE_CURRENT_LIST_DIR}/tilvanego.pc.in ${PROJECT_BINARY_DIR}/tilvanego.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/tilvanego.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+function(tilvanego_pkg_config name library description)
+  cmake_parse_arguments(PARSE_ARGV 3 arg "" "" "REQUIRES;STATIC_REQUIRES")
+  if(NOT TARGET TilvaneGo::${library})
+    return()
+  endif()
+  set(requires ${arg_REQUIRES})
+  set(threads "")
+  if(NOT BUILD_SHARED_LIBS)
+    list(APPEND requires ${arg_STATIC_REQUIRES})
+    set(threads " -pthread")
+  endif()
+  list(JOIN requires ", " requires)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/tilvanego.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
+
+set(same_version "tilvanego = ${PROJECT_VERSION}")
+tilvanego_pkg_config(tilvanego SDK "${PROJECT_DESCRIPTION}" STATIC_REQUIRES "icu-i18n >= 66" "icu-uc >= 66"
+                     "libcrypto >= 3" zlib)
+tilvanego_pkg_config(tilvanego-http-client HTTPClient "Sends requests to a terminal's HTTP interface"
+                     REQUIRES ${same_version} STATIC_REQUIRES "libcurl >= 7.81")
+tilvanego_pkg_config(tilvanego-models Models "The records of a terminal's HTTP interface" REQUIRES ${same_version})
+tilvanego_pkg_config(tilvanego-sandbox Sandbox "A payment application to rehearse with" REQUIRES ${same_version})

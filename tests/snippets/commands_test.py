@@ -97,7 +97,7 @@ class Commands(unittest.TestCase):
     def test_what_is_not_there_is_refused(self):
         for command in ["scripts/fuzz 600 url", "scripts/fuzz soon", "scripts/bench url", "scripts/format --chek",
                         "scripts/tidy url", "scripts/setup url", "scripts/test URL", "scripts/test -R NoSuchRule",
-                        "bash .ci/run fast", "cmake --preset debug", "cmake --build --preset base",
+                        "scripts/package a b", "bash .ci/run fast", "cmake --preset debug", "cmake --build --preset base",
                         "cmake --build --preset dev --target url_test", "ctest --preset demo",
                         "build/dev/tests/values/values_test --gtest_filter='NoSuchRule.*'"]:
             with self.subTest(command=command), self.assertRaises(AssertionError):
