@@ -66,10 +66,9 @@ void startKind(TilvaneGo& sdk, const std::string& id, const URL& url, const Paym
 /// In the order of `operationKinds`.
 template <typename Completion>
 inline const auto startableKinds = []<std::size_t... index>(std::index_sequence<index...>) {
-  return std::array{
-      StartableKind<Completion>{kindNamed(rawText(operationKinds[index])),
-                                detail::OperationOf<operationKinds[index]>::texts.urlLabel,
-                                &startKind<operationKinds[index], Completion>}...};
+  return std::array{StartableKind<Completion>{kindNamed(rawText(operationKinds[index])),
+                                              detail::OperationOf<operationKinds[index]>::texts.urlLabel,
+                                              &startKind<operationKinds[index], Completion>}...};
 }(std::make_index_sequence<operationKinds.size()>());
 
 }  // namespace tilvanego::test
