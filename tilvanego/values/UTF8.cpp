@@ -10,12 +10,12 @@ namespace [[gnu::visibility("default")]] support {
 
 std::size_t asciiPrefixLength(std::string_view text) {
   std::size_t at = 0;
-  for (; at + blockSize <= text.size(); at += blockSize) {
-    if (anyMarked(loadBlock(text.data() + at) < 0)) break;
-  }
-  for (std::uint64_t eight = 0; at + sizeof eight <= text.size(); at += sizeof eight) {
+  // Between other characters runs are short, so blocks follow only where eight bytes are ASCII.
+  for (std::uint64_t eight = 0; at + sizeof eight <= text.size();) {
     std::memcpy(&eight, text.data() + at, sizeof eight);
     if ((eight & 0x8080808080808080U) != 0) break;
+    at += sizeof eight;
+    while (at + blockSize <= text.size() && !anyMarked(loadBlock(text.data() + at) < 0)) at += blockSize;
   }
   while (at < text.size() && isASCII(text[at])) ++at;
   return at;
