@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <climits>
+
 #include <pthread.h>
 
 #include <tilvanego/json/JSON.h>
@@ -107,12 +110,13 @@ TEST(JSONLimits, MemoryIsCountedForEachKindOfList) {
   refused.operator()<JSONValue>(keys + "}");
 }
 
-// On a thread with a stack of 64 KB, or more where a sanitizer pads every frame.
+// On a thread with a stack of 64 KB, or more where a sanitizer pads every frame or a processor's threads need
+// more.
 void onSmallStack(std::function<void()> action) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  constexpr std::size_t stackSize = std::size_t{1} << 20;
+  const std::size_t stackSize = std::size_t{1} << 20;
 #else
-  constexpr std::size_t stackSize = std::size_t{64} << 10;
+  const auto stackSize = std::max(std::size_t{64} << 10, static_cast<std::size_t>(PTHREAD_STACK_MIN));
 #endif
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);
