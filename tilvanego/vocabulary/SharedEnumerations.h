@@ -19,7 +19,7 @@ struct Capitals {
 
 /// The name of an enumerator in capitals.
 template <auto value, char separator>
-inline constexpr Capitals capitals = [] {
+[[gnu::visibility("hidden")]] inline constexpr Capitals capitals = [] {
   Capitals made;
   for (const char c : json::detail::enumeratorName<value>) {
     if (c == '_') continue;
