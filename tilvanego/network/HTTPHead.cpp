@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/network/URLResponse.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/UTF8.h>
 
@@ -61,3 +62,8 @@ HTTPHead readHead(std::string_view lines, FieldValues values) {
 }
 
 }  // namespace tilvanego::detail
+
+const tilvanego::detail::HTTPHead& tilvanego::HTTPURLResponse::head() const {
+  if (unread_) std::call_once(read_, [this] { head_ = detail::readHead(unread_->lines); });
+  return head_;
+}

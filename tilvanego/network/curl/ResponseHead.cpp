@@ -1,10 +1,10 @@
 #include <tilvanego/network/curl/ResponseHead.h>
 
-#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <system_error>
 
+#include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/values/ASCII.h>
 
 namespace tilvanego::detail {
@@ -12,12 +12,6 @@ namespace {
 
 bool isField(std::string_view line, std::string_view nameInLowerCase) {
   return equalIgnoringASCIICase(line.substr(0, nameInLowerCase.size()), nameInLowerCase);
-}
-
-std::string_view withoutBlanks(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r\n";
-  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-  return text.substr(0, text.find_last_not_of(blanks) + 1);
 }
 
 }  // namespace
@@ -48,7 +42,7 @@ void ResponseHead::clear() {
 void ResponseHead::noteLength(std::string_view value) {
   for (;;) {
     const auto comma = value.find(',');
-    const std::string_view digits = withoutBlanks(value.substr(0, comma));
+    const std::string_view digits = trimmedField(value.substr(0, comma));
     std::uint64_t length = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), length);
     const bool isNumber = error == std::errc() && end == digits.data() + digits.size() &&

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include <tilvanego/network/HTTPHead.h>
-#include <tilvanego/network/curl/CurlErrors.h>
 #include <tilvanego/network/curl/RequestRules.h>
 
 namespace tilvanego::detail {

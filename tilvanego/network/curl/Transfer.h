@@ -20,12 +20,11 @@
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/network/URLSession.h>
 #include <tilvanego/network/curl/Authorization.h>
-#include <tilvanego/network/curl/Body.h>
-#include <tilvanego/network/curl/ContentDecoder.h>
 #include <tilvanego/network/curl/ExitGate.h>
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/OutgoingHeaders.h>
 #include <tilvanego/network/curl/Proxies.h>
+#include <tilvanego/network/curl/ResponseBody.h>
 #include <tilvanego/network/curl/ResponseHead.h>
 #include <tilvanego/network/curl/SessionTask.h>
 #include <tilvanego/network/curl/Sockets.h>
@@ -52,6 +51,10 @@ struct Outcome {
     return {.error = TransportError{TransportError::Code::unknown, "out of memory"}};
   }
 };
+
+/// Converts a `CURLcode` of a transfer to an error for the host. `detail` is the text of libcurl's error
+/// buffer. It may be empty; it isn't shown where it might contain a password.
+[[nodiscard]] TransportError transportError(CURLcode code, std::string_view detail);
 
 /// Sends one task, with its redirects and challenges. Each request has an easy handle of libcurl of its own:
 /// on a used one, libcurl counts its repetitions of all requests together, and up to 8.0 reads freed memory

@@ -1,6 +1,5 @@
-#include <tilvanego/network/curl/ContentDecoder.h>
+#include <tilvanego/network/curl/ResponseBody.h>
 
-#include <algorithm>
 #include <new>
 
 #include <tilvanego/network/FieldSyntax.h>
