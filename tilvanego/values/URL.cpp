@@ -170,4 +170,37 @@ std::optional<URL> URL::replacingQueryItems(std::span<const QueryItem> items) co
   return URL(std::move(text), parts);
 }
 
+std::optional<URL> URLComponents::url() const {
+  std::string text;
+  if (scheme) {
+    if (!detail::isScheme(*scheme)) return std::nullopt;
+    text += *scheme;
+    text += ':';
+  }
+  if (host) {
+    const auto written = detail::writtenHost(*host);
+    if (!written || (!path.empty() && !path.starts_with('/'))) return std::nullopt;
+    text += "//";
+    text += *written;
+  } else if (path.starts_with("//")) {
+    return std::nullopt;
+  }
+  detail::appendEncodedPath(text, path);
+  if (queryItems) detail::appendQuery(text, *queryItems);
+  auto parsed = URL::parse(std::move(text));
+  return parsed ? std::optional(*std::move(parsed)) : std::nullopt;
+}
+
+void detail::appendQuery(std::string& target, std::span<const QueryItem> items) {
+  char separator = '?';
+  if (items.empty()) target += separator;
+  for (const QueryItem& item : items) {
+    target += std::exchange(separator, '&');
+    appendPercentEncoded(target, item.name, CharacterClass::queryItem);
+    if (!item.value) continue;
+    target += '=';
+    appendPercentEncoded(target, *item.value, CharacterClass::queryItem);
+  }
+}
+
 }  // namespace tilvanego
