@@ -9,8 +9,7 @@
 
 #include <tilvanego/values/RawText.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 constexpr std::string_view keyPrefix = "ostrel.tilvane.handoff.v1.";
@@ -138,5 +137,4 @@ std::expected<std::string_view, HandoffCipherError> openBox(const HandoffKey& ke
   return std::string_view(reinterpret_cast<const char*>(text), size);
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

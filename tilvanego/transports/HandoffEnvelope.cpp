@@ -6,8 +6,7 @@
 
 #include <tilvanego/values/Base64.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 // Rounded to whole seconds, so that the text in the envelope and the authenticated seconds are the same
@@ -73,5 +72,4 @@ std::expected<std::string_view, HandoffFailure> openPlaintext(const PaymentHando
   return *plaintext;
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

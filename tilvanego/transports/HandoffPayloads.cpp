@@ -2,8 +2,7 @@
 
 #include <tilvanego/values/URLComponents.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 
 PaymentHandoffRequestPayload PaymentHandoffRequestPayload::of(const PaymentRequest& request) {
   return {.requestId = request.requestId(),
@@ -29,5 +28,4 @@ std::optional<URL> rebuiltCallback(const URL& expectedCallbackURL, const ResultQ
   return parts.url();
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support
