@@ -2,10 +2,9 @@
 
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/curl/Authorization.h>
+#include <tilvanego/network/curl/IncomingResponse.h>
 #include <tilvanego/network/curl/Proxies.h>
 #include <tilvanego/network/curl/RequestRules.h>
-#include <tilvanego/network/curl/ResponseBody.h>
-#include <tilvanego/network/curl/ResponseHead.h>
 #include <tilvanego/network/curl/Transfer.h>
 #include <tilvanego/values/Base64.h>
 
