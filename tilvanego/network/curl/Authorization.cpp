@@ -70,11 +70,6 @@ bool isOf(const Challenge& challenge, std::string_view scheme) {
 
 bool isDigest(const Challenge& challenge) { return isOf(challenge, "digest"); }
 
-/// Whether the text has a character that a header field must not repeat (RFC 9110, section 5.5).
-bool hasControlCharacter(std::string_view text) {
-  return std::ranges::any_of(text, [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7F; });
-}
-
 /// Whether the list is missing or offers "auth".
 bool isQualitySupported(const Challenge& digest) {
   auto list = digest.parameter("qop").value_or("auth");
@@ -170,6 +165,10 @@ std::optional<std::string_view> Challenge::parameter(std::string_view lowerCaseN
       std::ranges::find(parameters, lowerCaseName, [](const auto& item) { return item.first; });
   if (found == parameters.end()) return std::nullopt;
   return found->second;
+}
+
+bool hasControlCharacter(std::string_view text) {
+  return std::ranges::any_of(text, [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7F; });
 }
 
 std::vector<Challenge> parseChallenges(std::string_view field) {

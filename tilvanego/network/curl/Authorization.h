@@ -36,6 +36,9 @@ struct Challenge {
 /// Returns all challenges of a field, whose values are separated by commas. Invalid parts are ignored.
 [[nodiscard]] std::vector<Challenge> parseChallenges(std::string_view field);
 
+/// Whether the text has a character that a header field must not repeat (RFC 9110, section 5.5).
+[[nodiscard]] bool hasControlCharacter(std::string_view text);
+
 /// Returns the challenge that the session responds to: the first Digest with an algorithm that
 /// `Authorization` computes, else the first Basic, else null.
 [[nodiscard]] const Challenge* supportedChallenge(
