@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <cstdlib>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -12,9 +11,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <tilvanego/http_client/CachesDirectory.h>
-#include <tilvanego/network/OpenAPIMutex.h>
-#include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/FileDescriptor.h>
 #include <tilvanego/platform/FileReplacement.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
@@ -58,34 +54,12 @@ bool makeDirectories(const std::filesystem::path& directory) {
   return true;
 }
 
-/// Whether the text can name an entry of a directory: not empty, not "." or "..", without "/" and NUL.
+}  // namespace
+
 bool isPlainName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.find('/') == name.npos &&
          name.find('\0') == name.npos;
 }
-
-std::string programName() {
-  std::error_code unknown;
-  std::string name = std::filesystem::read_symlink("/proc/self/exe", unknown).filename().string();
-  // The system appends this if the program's file was replaced while it runs.
-  constexpr std::string_view replaced = " (deleted)";
-  if (name.ends_with(replaced)) name.resize(name.size() - replaced.size());
-  return isPlainName(name) ? name : "tilvanego-host";
-}
-
-OpenAPIMutex<std::string>& sharedName() {
-  // Never destroyed, because a request may end while the process exits.
-  static auto& name = *new OpenAPIMutex<std::string>(programName());
-  return name;
-}
-
-std::filesystem::path absolutePathIn(const char* variable) {
-  const char* value = std::getenv(variable);
-  std::filesystem::path path(value != nullptr ? value : "");
-  return path.is_absolute() ? path : std::filesystem::path();
-}
-
-}  // namespace
 
 std::expected<std::vector<std::string>, DownloadException> downloadNames(std::string_view path,
                                                                          std::string_view fileName) {
@@ -138,22 +112,3 @@ std::expected<URL, FileWriteError> writeBelow(const std::filesystem::path& direc
 }
 
 }  // namespace tilvanego::detail
-
-namespace [[gnu::visibility("default")]] tilvanego {
-
-void CachesDirectory::setName(std::string name) {
-  if (!detail::isPlainName(name)) {
-    detail::wrongUse("CachesDirectory::setName takes one name, such as \"com.example.till\", not a path");
-  }
-  detail::sharedName().withValue([&](std::string& held) { held.swap(name); });
-}
-
-std::string CachesDirectory::name() { return detail::sharedName().value(); }
-
-std::filesystem::path CachesDirectory::path() {
-  if (const auto caches = detail::absolutePathIn("XDG_CACHE_HOME"); !caches.empty()) return caches / name();
-  if (const auto home = detail::absolutePathIn("HOME"); !home.empty()) return home / ".cache" / name();
-  return {};
-}
-
-}  // namespace tilvanego
