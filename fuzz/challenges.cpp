@@ -2,8 +2,6 @@
 // quotes, and must read as the same. The response to the supported challenge is a field that repeats its
 // nonce.
 
-#include <tilvanego/network/curl/Challenges.h>
-
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/curl/Authorization.h>
 #include <tilvanego/values/ASCII.h>

@@ -4,8 +4,7 @@
 
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/HTTPHead.h>
-#include <tilvanego/network/curl/ContentDecoder.h>
-#include <tilvanego/network/curl/ResponseHead.h>
+#include <tilvanego/network/curl/IncomingResponse.h>
 #include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Text.h>
 

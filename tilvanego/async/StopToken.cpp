@@ -2,8 +2,7 @@
 
 #include <tilvanego/platform/HostCode.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 using Action = std::function<void()>;
@@ -67,5 +66,4 @@ void StopState::remove(StopCallback& callback) {
   ended_.wait(held, [&] { return running_ != &callback; });
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

@@ -52,31 +52,35 @@ class OpenAPIInterceptor {
                      const Failure& error, RetryCompletion completion) = 0;
 
   /// Called before the session starts the request, on the thread that called `intercept`'s completion.
-  virtual void willSendRequest(const URLRequest& urlRequest, const Session& urlSession,
-                               const Builder& requestBuilder);
+  virtual void willSendRequest(const URLRequest& /*urlRequest*/, const Session& /*urlSession*/,
+                               const Builder& /*requestBuilder*/) {}
 
   /// Called when the session has reported a response or a failure, on the session's thread, for each try.
-  virtual void didReceiveResponse(const URLRequest& urlRequest, const Session& urlSession,
-                                  const Builder& requestBuilder, const std::optional<Data>& data,
-                                  const URLResponsePointer& response, const std::optional<Failure>& error);
+  virtual void didReceiveResponse(const URLRequest& /*urlRequest*/, const Session& /*urlSession*/,
+                                  const Builder& /*requestBuilder*/, const std::optional<Data>& /*data*/,
+                                  const URLResponsePointer& /*response*/,
+                                  const std::optional<Failure>& /*error*/) {}
 
   /// Called once at the end, before the builder's completion. On success `result` holds a body of the
   /// builder's body type. Called on the session's thread, or on the thread that called the completion of
   /// `intercept` or `retry`.
-  virtual void didComplete(const URLRequest& urlRequest, const Session& urlSession,
-                           const Builder& requestBuilder, const std::optional<Data>& data,
-                           const URLResponsePointer& response,
-                           const std::expected<std::any, Failure>& result);
+  virtual void didComplete(const URLRequest& /*urlRequest*/, const Session& /*urlSession*/,
+                           const Builder& /*requestBuilder*/, const std::optional<Data>& /*data*/,
+                           const URLResponsePointer& /*response*/,
+                           const std::expected<std::any, Failure>& /*result*/) {}
 };
 
 /// Sends every request unchanged, and never retries.
 class DefaultOpenAPIInterceptor : public OpenAPIInterceptor {
  public:
-  void intercept(const URLRequest& urlRequest, const Session& urlSession, const Builder& requestBuilder,
-                 InterceptCompletion completion) override;
-  void retry(const URLRequest& urlRequest, const Session& urlSession, const Builder& requestBuilder,
-             const std::optional<Data>& data, const URLResponsePointer& response, const Failure& error,
-             RetryCompletion completion) override;
+  void intercept(const URLRequest& urlRequest, const Session&, const Builder&,
+                 InterceptCompletion completion) override {
+    completion(urlRequest);
+  }
+  void retry(const URLRequest&, const Session&, const Builder&, const std::optional<Data>&,
+             const URLResponsePointer&, const Failure&, RetryCompletion completion) override {
+    completion(OpenAPIInterceptorRetry::dontRetry);
+  }
 };
 
 }  // namespace tilvanego

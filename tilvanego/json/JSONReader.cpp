@@ -11,8 +11,7 @@
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] json {
+namespace tilvanego::json {
 namespace {
 
 using detail::TextEnds;
@@ -351,5 +350,4 @@ bool Reader::failIn(std::string_view piece, JSONError error) {
   return false;
 }
 
-}  // namespace json
-}  // namespace tilvanego
+}  // namespace tilvanego::json

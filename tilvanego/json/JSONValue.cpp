@@ -132,14 +132,11 @@ void JSONValue::copyOneLevel(const JSONValue& other) {
     if (!*dictionary) return;
     box = std::make_unique<BoxedDictionary>();
     for (const auto& [key, value] : (*dictionary)->entries) box->entries.try_emplace(box->entries.end(), key);
-  } else if (const auto* text = other.stringValue()) {
-    value_ = *text;
-  } else if (const auto whole = other.intValue()) {
-    value_ = *whole;
-  } else if (const auto real = other.doubleValue()) {
-    value_ = *real;
-  } else if (const auto truth = other.boolValue()) {
-    value_ = *truth;
+  } else {
+    const auto copy = [this]<typename Held>(const Held& held) {
+      if constexpr (std::copy_constructible<Held>) value_ = held;
+    };
+    std::visit(copy, other.value_);
   }
 }
 

@@ -8,19 +8,8 @@
 
 namespace tilvanego::json::detail {
 
-/// The stack of arrays and dictionaries of a walk through a value, the innermost last. It lies on the heap:
-///
-/// ```cpp
-/// void visitAll(const JSONValue& whole, const std::function<void(const JSONValue&)>& visit) {
-///   json::detail::Levels levels;
-///   for (const JSONValue* one = &whole; one != nullptr; one = levels.next()) {
-///     visit(*one);
-///     levels.enter(*one);
-///   }
-/// }
-/// ```
-///
-/// visits a whole value, parents first.
+/// The stack of arrays and dictionaries of a walk through a value, the innermost last. It lies on the heap. A
+/// walk visits a value, calls `enter` with it and goes on with what `next` returns: parents come first.
 class Levels {
  public:
   /// Makes `next` return the values inside this value. If there are none, returns false and does nothing.

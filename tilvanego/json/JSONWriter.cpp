@@ -13,8 +13,7 @@
 #include <tilvanego/values/DoubleText.h>
 #include <tilvanego/values/UTF8.h>
 
-namespace [[gnu::visibility("default")]] tilvanego {
-namespace [[gnu::visibility("default")]] json {
+namespace tilvanego::json {
 namespace {
 
 using detail::TextEnds;
@@ -246,5 +245,4 @@ bool Writer::writeRecord(const RecordTable& table, const void* record) {
   return true;
 }
 
-}  // namespace json
-}  // namespace tilvanego
+}  // namespace tilvanego::json

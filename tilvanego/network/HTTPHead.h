@@ -13,6 +13,11 @@ struct HTTPHead {
   HTTPHeaders headers;
 };
 
+/// The head as the server sent it, not yet parsed by `readHead`.
+struct UnreadHead {
+  std::string lines;
+};
+
 /// Returns the text of a field's bytes, which are read as ISO 8859-1 if they aren't UTF-8.
 [[nodiscard]] std::string fieldText(std::string_view bytes);
 

@@ -26,19 +26,6 @@ class URLResponse {
   std::optional<URL> url_;
 };
 
-}  // namespace tilvanego
-
-namespace tilvanego::detail {
-
-/// The head as the server sent it, not yet parsed by `readHead`.
-struct UnreadHead {
-  std::string lines;
-};
-
-}  // namespace tilvanego::detail
-
-namespace [[gnu::visibility("default")]] tilvanego {
-
 /// The status line and header fields of an HTTP response. Immutable; several threads may use one object.
 class HTTPURLResponse final : public URLResponse {
  public:

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <span>
 #include <string>
 

@@ -50,13 +50,11 @@ class GuardedPasteboard final : public Pasteboard {
   }
 
   std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
-                                            const PasteboardOptions& options) override {
+                                            const PasteboardOptions& options) override try {
     if (!host_) return std::unexpected("The platform has no pasteboard.");
-    try {
-      return host_->setItems(std::move(items), options);
-    } catch (...) {
-      return std::unexpected("Pasteboard::setItems threw an exception.");
-    }
+    return host_->setItems(std::move(items), options);
+  } catch (...) {
+    return std::unexpected("Pasteboard::setItems threw an exception.");
   }
 
  private:

@@ -8,8 +8,7 @@
 
 #include <tilvanego/platform/FatalError.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 thread_local bool ownThread = false;
@@ -66,5 +65,4 @@ void endForException(std::string_view callback, std::string_view reason) noexcep
   std::abort();
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

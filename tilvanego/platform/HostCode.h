@@ -67,13 +67,11 @@ class OwnThread {
 
 /// Runs `call`, a completion, on a thread of the library.
 template <typename Call>
-void runOnOwnThread(std::string_view callback, Call&& call) noexcept {
+void runOnOwnThread(std::string_view callback, Call&& call) noexcept try {
   const OwnThread marked;
-  try {
-    std::forward<Call>(call)();
-  } catch (...) {
-    endForException(callback);
-  }
+  std::forward<Call>(call)();
+} catch (...) {
+  endForException(callback);
 }
 
 }  // namespace support

@@ -11,8 +11,7 @@
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 constexpr std::string_view gzipTransport = "gzip";
@@ -126,5 +125,4 @@ std::optional<PaymentResult> compressedPaymentResult(const URL& url, const URL& 
   return parseCallback<PaymentOperation>(*std::move(callback), &expectedRequestId, &expectedCallbackURL);
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

@@ -12,8 +12,7 @@
 
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 constexpr int gzipWindowBits = 15 + 16;
@@ -176,5 +175,4 @@ std::expected<std::string, PaymentError> gzipDecompress(std::span<const std::uin
   return failure();
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

@@ -8,17 +8,13 @@
 #include <openssl/evp.h>
 
 #include <tilvanego/values/RawText.h>
+#include <tilvanego/values/Release.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 constexpr std::string_view keyPrefix = "ostrel.tilvane.handoff.v1.";
 
-template <auto release>
-struct Release {
-  void operator()(auto* object) const { release(object); }
-};
 using Cipher = std::unique_ptr<EVP_CIPHER, Release<EVP_CIPHER_free>>;
 using Digest = std::unique_ptr<EVP_MD, Release<EVP_MD_free>>;
 using DigestContext = std::unique_ptr<EVP_MD_CTX, Release<EVP_MD_CTX_free>>;
@@ -138,5 +134,4 @@ std::expected<std::string_view, HandoffCipherError> openBox(const HandoffKey& ke
   return std::string_view(reinterpret_cast<const char*>(text), size);
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

@@ -5,9 +5,9 @@
 #include <cstdint>
 
 #include <tilvanego/values/Base64.h>
+#include <tilvanego/values/URLComponents.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 // Rounded to whole seconds, so that the text in the envelope and the authenticated seconds are the same
@@ -23,6 +23,30 @@ bool isCountable(const Date& date) {
 }
 
 }  // namespace
+
+PaymentHandoffRequestPayload PaymentHandoffRequestPayload::of(const PaymentRequest& request) {
+  return {.requestId = request.requestId(),
+          .amount = request.amount().text(),
+          .tip = request.tip().transform([](const Decimal& tip) { return tip.text(); }),
+          .type = std::string(rawText(request.transactionType())),
+          .currency = request.currency(),
+          .callbackURL = request.callbackURL().absoluteString(),
+          .customId = request.customId(),
+          .notes = request.notes(),
+          .credentials = request.credentials(),
+          .requiresReaderReady = request.requiresReaderReady()};
+}
+
+std::optional<URL> rebuiltCallback(const URL& expectedCallbackURL, const ResultQueryItems& items) {
+  URLComponents parts{
+      .scheme = expectedCallbackURL.scheme().transform([](auto text) { return std::string(text); }),
+      .host = expectedCallbackURL.host(),
+      .path = expectedCallbackURL.path(),
+      .queryItems = std::vector<QueryItem>()};
+  parts.queryItems->reserve(items.size());
+  for (const auto& [name, value] : items) parts.queryItems->push_back({name, value});
+  return parts.url();
+}
 
 std::expected<std::string, PaymentHandoffError> makeHandoffId(RandomSource& randomSource) {
   std::array<std::uint8_t, 32> bytes;
@@ -73,5 +97,4 @@ std::expected<std::string_view, HandoffFailure> openPlaintext(const PaymentHando
   return *plaintext;
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

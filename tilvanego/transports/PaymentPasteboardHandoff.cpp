@@ -11,8 +11,7 @@
 #include <tilvanego/payment/PaymentOperation.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 constexpr std::string_view pasteboardTransport = "pasteboard";
@@ -191,5 +190,4 @@ std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& 
   return result;
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

@@ -10,6 +10,7 @@
 #include <unicode/uregex.h>
 #include <unicode/ustring.h>
 
+#include <tilvanego/values/Release.h>
 #include <tilvanego/values/Text.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -72,13 +73,9 @@ class Matcher {
   }
 
  private:
-  struct Close {
-    void operator()(URegularExpression* regex) const { uregex_close(regex); }
-  };
-
   std::string pattern_;
   // Null if the pattern isn't valid.
-  std::unique_ptr<URegularExpression, Close> regex_;
+  std::unique_ptr<URegularExpression, detail::Release<uregex_close>> regex_;
 };
 
 // The patterns that a thread used last, the most recent first.

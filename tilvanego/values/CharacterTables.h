@@ -21,9 +21,7 @@ enum class CharacterClass : std::uint16_t {
   alphanumeric = 256
 };
 
-namespace characterTables {
-
-[[nodiscard]] consteval std::array<std::uint16_t, 256> makeClasses() {
+inline constexpr auto characterClasses = [] {
   std::array<std::uint16_t, 256> classes{};
   const auto admit = [&](std::string_view characters, auto... memberOf) {
     for (const char character : characters) {
@@ -41,28 +39,22 @@ namespace characterTables {
   admit("@/", path, query, queryItem);
   admit("?", query, queryItem);
   return classes;
-}
+}();
 
-[[nodiscard]] consteval std::array<std::int8_t, 256> makeHexValues() {
+inline constexpr auto hexValues = [] {
   std::array<std::int8_t, 256> values{};
   values.fill(-1);
-  for (int digit = 0; digit < 10; ++digit)
-    values[static_cast<std::uint8_t>('0' + digit)] = static_cast<std::int8_t>(digit);
-  for (int digit = 10; digit < 16; ++digit) {
-    values[static_cast<std::uint8_t>('A' + digit - 10)] = static_cast<std::int8_t>(digit);
-    values[static_cast<std::uint8_t>('a' + digit - 10)] = static_cast<std::int8_t>(digit);
+  for (std::uint8_t digit = 0; digit < 16; ++digit) {
+    for (const std::string_view digits : {"0123456789ABCDEF", "0123456789abcdef"}) {
+      values[static_cast<std::uint8_t>(digits[digit])] = static_cast<std::int8_t>(digit);
+    }
   }
   return values;
-}
-
-inline constexpr std::array<std::uint16_t, 256> classes = makeClasses();
-inline constexpr std::array<std::int8_t, 256> hexValues = makeHexValues();
-
-}  // namespace characterTables
+}();
 
 /// The classes of a byte, as a bit mask.
 [[nodiscard]] constexpr unsigned classesOf(char character) {
-  return characterTables::classes[static_cast<std::uint8_t>(character)];
+  return characterClasses[static_cast<std::uint8_t>(character)];
 }
 
 [[nodiscard]] constexpr bool belongs(char character, CharacterClass characterClass) {
@@ -83,7 +75,7 @@ inline constexpr std::array<std::int8_t, 256> hexValues = makeHexValues();
 
 /// The value of a hexadecimal digit in either case, or -1.
 [[nodiscard]] constexpr int hexValue(char character) {
-  return characterTables::hexValues[static_cast<std::uint8_t>(character)];
+  return hexValues[static_cast<std::uint8_t>(character)];
 }
 
 }  // namespace tilvanego::detail

@@ -1,4 +1,4 @@
-#include <tilvanego/values/IDNA.h>
+// Internationalised host names (UTS #46, non-transitional) and their ASCII form (RFC 5891).
 
 #include <cstddef>
 #include <cstdint>
@@ -6,6 +6,7 @@
 #include <unicode/uidna.h>
 
 #include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/URLSplitter.h>
 
 namespace tilvanego::detail {
 namespace {

@@ -1,6 +1,5 @@
 #include <tilvanego/values/LinkWriter.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>

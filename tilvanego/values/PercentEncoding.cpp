@@ -1,14 +1,12 @@
 #include <tilvanego/values/PercentEncoding.h>
 
-#include <cstdint>
 #include <cstring>
 #include <utility>
 
 #include <tilvanego/values/Blocks.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 namespace {
 
 // Writes at most text.size() bytes. Returns the end of the written bytes, or null for an escape without two
@@ -89,5 +87,4 @@ std::optional<std::string> percentDecoded(std::string_view text) {
   return decoded;
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

@@ -12,6 +12,7 @@
 #include <unicode/utext.h>
 
 #include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/Release.h>
 #include <tilvanego/values/UTF8.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -118,17 +119,12 @@ std::optional<std::u16string> canonicalFolding(std::string_view text) {
       .and_then(canonicallyDecomposed);
 }
 
-struct CloseBreakIterator {
-  void operator()(UBreakIterator* iterator) const { ubrk_close(iterator); }
-};
-
 // Opening an iterator loads its rules; each thread does so once.
 UBreakIterator* characterIterator() {
-  thread_local const std::unique_ptr<UBreakIterator, CloseBreakIterator> iterator = [] {
+  thread_local const std::unique_ptr<UBreakIterator, detail::Release<ubrk_close>> iterator([] {
     UErrorCode status = U_ZERO_ERROR;
-    return std::unique_ptr<UBreakIterator, CloseBreakIterator>(
-        ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status));
-  }();
+    return ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status);
+  }());
   return iterator.get();
 }
 

@@ -1,10 +1,8 @@
 #include <tilvanego/values/URL.h>
 
 #include <algorithm>
-#include <charconv>
-#include <system_error>
 
-#include <tilvanego/values/IDNA.h>
+#include <tilvanego/values/Integer.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URLComponents.h>
 #include <tilvanego/values/URLSplitter.h>
@@ -20,6 +18,19 @@ std::string decodedOrAsItStands(std::string_view encoded) {
   std::string decoded;
   if (!detail::appendPercentDecoded(decoded, encoded)) decoded = encoded;
   return decoded;
+}
+
+// Appends "?" and the items, encoded, with "&" between them.
+void appendQuery(std::string& target, std::span<const QueryItem> items) {
+  char separator = '?';
+  if (items.empty()) target += separator;
+  for (const QueryItem& item : items) {
+    target += std::exchange(separator, '&');
+    detail::appendPercentEncoded(target, item.name, detail::CharacterClass::queryItem);
+    if (!item.value) continue;
+    target += '=';
+    detail::appendPercentEncoded(target, *item.value, detail::CharacterClass::queryItem);
+  }
 }
 
 }  // namespace
@@ -120,10 +131,7 @@ std::optional<std::string> URL::encodedHost() const {
 
 std::optional<std::uint32_t> URL::port() const {
   if (!hasAuthority() || parts_.path <= parts_.hostEnd) return std::nullopt;
-  const std::string_view digits = slice(parts_.hostEnd + 1U, parts_.path);
-  std::uint32_t port = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-  return error == std::errc{} ? std::optional(port) : std::nullopt;
+  return wholeNumber<std::uint32_t>(slice(parts_.hostEnd + 1U, parts_.path));
 }
 
 std::size_t URL::queryEnd() const { return std::min<std::size_t>(parts_.fragment, text_.size()); }
@@ -160,7 +168,7 @@ std::optional<std::string> URL::fragment() const {
 
 std::optional<URL> URL::replacingQueryItems(std::span<const QueryItem> items) const {
   std::string text(slice(0, pathEnd()));
-  detail::appendQuery(text, items);
+  appendQuery(text, items);
   const std::size_t fragment = text.size();
   text += slice(queryEnd(), text_.size());
   if (text.size() >= URLParts::none) return std::nullopt;
@@ -168,6 +176,27 @@ std::optional<URL> URL::replacingQueryItems(std::span<const QueryItem> items) co
   parts.query = static_cast<std::uint32_t>(pathEnd());
   if (parts.fragment != URLParts::none) parts.fragment = static_cast<std::uint32_t>(fragment);
   return URL(std::move(text), parts);
+}
+
+std::optional<URL> URLComponents::url() const {
+  std::string text;
+  if (scheme) {
+    if (!detail::isScheme(*scheme)) return std::nullopt;
+    text += *scheme;
+    text += ':';
+  }
+  if (host) {
+    const auto written = detail::writtenHost(*host);
+    if (!written || (!path.empty() && !path.starts_with('/'))) return std::nullopt;
+    text += "//";
+    text += *written;
+  } else if (path.starts_with("//")) {
+    return std::nullopt;
+  }
+  detail::appendEncodedPath(text, path);
+  if (queryItems) appendQuery(text, *queryItems);
+  auto parsed = URL::parse(std::move(text));
+  return parsed ? std::optional(*std::move(parsed)) : std::nullopt;
 }
 
 }  // namespace tilvanego

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -28,10 +27,3 @@ struct URLComponents {
 };
 
 }  // namespace tilvanego
-
-namespace tilvanego::detail {
-
-/// Appends "?" and the items, encoded, with "&" between them.
-void appendQuery(std::string& target, std::span<const QueryItem> items);
-
-}  // namespace tilvanego::detail

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/CharacterRuns.h>
 #include <tilvanego/values/CharacterTables.h>
-#include <tilvanego/values/IDNA.h>
 #include <tilvanego/values/PercentEncoding.h>
 
 namespace tilvanego::detail {
@@ -20,8 +20,6 @@ std::unexpected<URLError> refuse(std::size_t index, std::string_view message) {
 constexpr bool isLetter(char character) {
   return belongs(character, CharacterClass::schemeTail) && (character & 0x40) != 0;
 }
-
-constexpr bool isBeyondASCII(char character) { return static_cast<std::uint8_t>(character) >= 0x80; }
 
 // Returns the first offset from `index` on that holds neither a member of `Allowed` nor an escape.
 template <CharacterClass Allowed>
@@ -125,7 +123,7 @@ class Splitter {
     const std::string_view upToEnd = text_.substr(0, authorityEnd);
     const std::size_t end = std::min(upToEnd.find(':', at_), authorityEnd);
     const std::string_view host = text_.substr(at_, end - at_);
-    split_.hostNeedsEncoding = std::ranges::any_of(host, isBeyondASCII);
+    split_.hostNeedsEncoding = !std::ranges::all_of(host, isASCII);
     const std::size_t allowed = endOfAllowed<CharacterClass::host>(host, 0);
     if (!split_.hostNeedsEncoding && allowed != host.size()) {
       return refuse(at_ + allowed, "this character can't stand in a host");
@@ -262,7 +260,7 @@ std::optional<std::string> writtenHost(std::string_view host) {
     return std::string(host);
   }
   std::optional<std::string> written =
-      std::ranges::any_of(host, isBeyondASCII) ? hostToASCII(host) : std::optional<std::string>(host);
+      std::ranges::all_of(host, isASCII) ? std::optional<std::string>(host) : hostToASCII(host);
   if (written && !allOf(*written, CharacterClass::host)) return std::nullopt;
   return written;
 }

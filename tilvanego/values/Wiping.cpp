@@ -4,8 +4,7 @@
 
 #include <openssl/crypto.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 
 void wipe(std::string& text) noexcept {
   // Resizing to the capacity does not reallocate, and makes the bytes after the end accessible.
@@ -35,5 +34,4 @@ void makeRoom(std::string& text, std::size_t count) {
   text = std::move(larger);
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

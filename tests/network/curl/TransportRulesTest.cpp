@@ -2,12 +2,10 @@
 
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/curl/Authorization.h>
-#include <tilvanego/network/curl/Body.h>
-#include <tilvanego/network/curl/Challenges.h>
-#include <tilvanego/network/curl/CurlErrors.h>
+#include <tilvanego/network/curl/IncomingResponse.h>
 #include <tilvanego/network/curl/Proxies.h>
 #include <tilvanego/network/curl/RequestRules.h>
-#include <tilvanego/network/curl/ResponseHead.h>
+#include <tilvanego/network/curl/Transfer.h>
 #include <tilvanego/values/Base64.h>
 
 #include "tests/support/Test.h"

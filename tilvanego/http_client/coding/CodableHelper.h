@@ -53,26 +53,21 @@ class CodableHelper {
   /// Decodes a body as a T. Never throws: an exception of a formatter, a codec or a derived class, and a lack
   /// of memory, become an `invalidValue` with the exception's text.
   template <typename T>
-  [[nodiscard]] std::expected<T, JSONError> decode(const Data& body) const {
-    try {
-      std::expected<T, JSONError> result(json::RecordAccess::make<T>());
-      auto done =
-          decodeBody(body, [&](json::Reader& reader) { return json::Codec<T>::read(reader, *result); });
-      if (!done) result = std::unexpected(std::move(done.error()));
-      return result;
-    } catch (...) {
-      return std::unexpected(currentError());
-    }
+  [[nodiscard]] std::expected<T, JSONError> decode(const Data& body) const try {
+    std::expected<T, JSONError> result(json::RecordAccess::make<T>());
+    auto done = decodeBody(body, [&](json::Reader& reader) { return json::Codec<T>::read(reader, *result); });
+    if (!done) result = std::unexpected(std::move(done.error()));
+    return result;
+  } catch (...) {
+    return std::unexpected(currentError());
   }
 
   /// Encodes a value as a body. Never throws, like `decode`.
   template <typename T>
-  [[nodiscard]] std::expected<Data, JSONError> encode(const T& value) const {
-    try {
-      return encodeBody([&](json::Writer& writer) { return json::Codec<T>::write(writer, value); });
-    } catch (...) {
-      return std::unexpected(currentError());
-    }
+  [[nodiscard]] std::expected<Data, JSONError> encode(const T& value) const try {
+    return encodeBody([&](json::Writer& writer) { return json::Codec<T>::write(writer, value); });
+  } catch (...) {
+    return std::unexpected(currentError());
   }
 
  protected:

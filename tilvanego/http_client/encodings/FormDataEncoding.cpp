@@ -147,17 +147,10 @@ std::string Multipart::typeOf(const URL& fileURL, std::string_view fileName) con
 }  // namespace
 
 std::string FormDataError::description() const {
-  switch (reason) {
-    case Reason::invalidName:
-      return "a part's name holds a line end or a NUL";
-    case Reason::invalidFileName:
-      return "the name of the file for part \"" + name + "\" holds a line end or a NUL";
-    case Reason::invalidContentType:
-      return "the content type of the file for part \"" + name + "\" holds a line end or a NUL";
-    case Reason::noRandomBytes:
-      return "the system has no random bytes for the boundary";
-  }
-  return {};
+  if (reason == Reason::noRandomBytes) return "the system has no random bytes for the boundary";
+  if (reason == Reason::invalidName) return "a part's name holds a line end or a NUL";
+  const std::string what = reason == Reason::invalidFileName ? "the name" : "the content type";
+  return what + " of the file for part \"" + name + "\" holds a line end or a NUL";
 }
 
 std::expected<URLRequest, Failure> FormDataEncoding::encode(

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/Integer.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -95,14 +95,6 @@ bool isTokenCharacter(char c) {
   return isAlphanumeric || std::string_view("!#$&-^_.+").contains(c);
 }
 
-/// Whether the text is a type and a subtype, so that nothing else gets into a header.
-bool isType(std::string_view text) {
-  const std::size_t slash = text.find('/');
-  if (slash == 0 || slash == std::string_view::npos || slash + 1 == text.size()) return false;
-  return std::ranges::all_of(text.substr(0, slash), isTokenCharacter) &&
-         std::ranges::all_of(text.substr(slash + 1), isTokenCharacter);
-}
-
 /// Removes the part up to the first separator from `text` and returns it without the separator; without a
 /// separator, the whole text.
 std::string_view cutField(std::string_view& text, char separator) {
@@ -112,11 +104,11 @@ std::string_view cutField(std::string_view& text, char separator) {
   return field;
 }
 
-std::optional<int> weightOf(std::string_view text) {
-  int weight = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), weight);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return weight;
+/// Whether the text is a type and a subtype, so that nothing else gets into a header.
+bool isType(std::string_view text) {
+  const std::string_view type = cutField(text, '/');
+  return !type.empty() && !text.empty() && std::ranges::all_of(type, isTokenCharacter) &&
+         std::ranges::all_of(text, isTokenCharacter);
 }
 
 std::optional<std::string> smallFile(const std::filesystem::path& path) {
@@ -159,7 +151,7 @@ std::optional<std::string_view> MIMETypes::typeForExtension(std::string_view ext
 void MIMETypes::addGlobs(std::string_view text) {
   while (!text.empty()) {
     std::string_view line = cutField(text, '\n');
-    const auto weight = weightOf(cutField(line, ':'));
+    const auto weight = wholeNumber<int>(cutField(line, ':'));
     const std::string_view type = cutField(line, ':');
     std::string_view pattern = cutField(line, ':');
     const std::string_view flags = cutField(line, ':');

@@ -1,10 +1,6 @@
-#include <tilvanego/network/curl/CurlErrors.h>
+// What a failure of libcurl is for the host.
 
-#include <algorithm>
-#include <array>
-#include <string>
-
-#include <curl/curl.h>
+#include <tilvanego/network/curl/Transfer.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -68,8 +64,7 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
 
 }  // namespace
 
-TransportError transportError(int curlCode, std::string_view detail) {
-  const auto code = static_cast<CURLcode>(curlCode);
+TransportError transportError(CURLcode code, std::string_view detail) {
   // A text with "@" may contain the URL of a proxy with user and password.
   const bool mayBeShown = !detail.empty() && detail.find('@') == std::string_view::npos;
   return {codeOf(code, detail), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};

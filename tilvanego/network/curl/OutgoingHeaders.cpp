@@ -1,14 +1,11 @@
 #include <tilvanego/network/curl/OutgoingHeaders.h>
 
-#include <curl/curl.h>
-
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 
-OutgoingHeaders::OutgoingHeaders() = default;
 OutgoingHeaders::~OutgoingHeaders() { wipe(text_); }
 
 void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential) {
@@ -34,8 +31,6 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const Creden
     nodes_[i].next = i + 1 < nodes_.size() ? &nodes_[i + 1] : nullptr;
   }
 }
-
-curl_slist* OutgoingHeaders::list() { return nodes_.empty() ? nullptr : nodes_.data(); }
 
 // For libcurl "Name;" means a field with an empty value, "Name:" means that the field isn't sent.
 void OutgoingHeaders::add(std::string_view name, std::string_view value) {

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
+#include <curl/curl.h>
+
 #include <tilvanego/network/HTTPHeaders.h>
 #include <tilvanego/values/Lifetime.h>
-
-struct curl_slist;  // NOLINT(readability-identifier-naming): libcurl's
 
 namespace tilvanego::detail {
 
@@ -23,7 +23,7 @@ struct CredentialField {
 /// wiped at the end.
 class OutgoingHeaders {
  public:
-  OutgoingHeaders();
+  OutgoingHeaders() = default;
   OutgoingHeaders(const OutgoingHeaders&) = delete;
   OutgoingHeaders& operator=(const OutgoingHeaders&) = delete;
   ~OutgoingHeaders();
@@ -32,7 +32,9 @@ class OutgoingHeaders {
   /// and "Expect" unless the fields contain them. `credential` replaces the fields of its name.
   void set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential = {});
   /// Valid until the next `set`; null without fields.
-  [[nodiscard]] curl_slist* list() TILVANEGO_LIFETIMEBOUND;
+  [[nodiscard]] curl_slist* list() TILVANEGO_LIFETIMEBOUND {
+    return nodes_.empty() ? nullptr : nodes_.data();
+  }
 
  private:
   void add(std::string_view name, std::string_view value);

@@ -10,6 +10,7 @@
 #include <tilvanego/network/curl/ExitGate.h>
 #include <tilvanego/network/curl/SessionTask.h>
 #include <tilvanego/network/curl/Transfer.h>
+#include <tilvanego/values/Release.h>
 
 namespace tilvanego::detail {
 
@@ -44,18 +45,11 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
  private:
   using Clock = Transfer::Clock;
 
-  struct MultiDeleter {
-    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
-  };
-  struct ShareDeleter {
-    void operator()(CURLSH* share) const { curl_share_cleanup(share); }
-  };
-
   /// All objects of libcurl. The order matters: each uses those above it.
   struct Handles {
     Sockets sockets;
-    std::unique_ptr<CURLSH, ShareDeleter> share;
-    std::unique_ptr<CURLM, MultiDeleter> multi;
+    std::unique_ptr<CURLSH, Release<curl_share_cleanup>> share;
+    std::unique_ptr<CURLM, Release<curl_multi_cleanup>> multi;
     std::vector<std::unique_ptr<Transfer>> active;
   };
 

@@ -6,21 +6,10 @@
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
-namespace {
-
-int nextIdentifier() {
-  static std::atomic<int> last = 0;
-  return ++last;
-}
-
-}  // namespace
 
 SessionTask::SessionTask(std::shared_ptr<SessionLoop> loop, const URLRequest& request,
                          DataTaskCompletion completion)
-    : loop_(std::move(loop)),
-      identifier_(nextIdentifier()),
-      request_(request),
-      completion_(std::move(completion)) {}
+    : loop_(std::move(loop)), request_(request), completion_(std::move(completion)) {}
 
 void SessionTask::resume() {
   if ((state_.load() & (resumed | cancelled)) == 0) enter(resumed);

@@ -45,8 +45,10 @@ class SessionTask final : public URLSessionDataTaskProtocol,
 
   void enter(State state);
 
+  static inline std::atomic<int> lastIdentifier = 0;
+
   const std::shared_ptr<SessionLoop> loop_;
-  const int identifier_;
+  const int identifier_ = ++lastIdentifier;
   std::atomic<std::uint8_t> state_ = 0;
   URLRequest request_;
   DataTaskCompletion completion_;

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include <tilvanego/network/HTTPHead.h>
-#include <tilvanego/network/curl/CurlErrors.h>
 #include <tilvanego/network/curl/RequestRules.h>
 
 namespace tilvanego::detail {
@@ -35,12 +34,10 @@ std::uint64_t limitOf(std::uint64_t configured) {
 
 }  // namespace
 
-Outcome Outcome::failed(TransportError::Code code, const char* message) {
-  try {
-    return {.error = TransportError{code, message}};
-  } catch (const std::bad_alloc&) {
-    return outOfMemory();
-  }
+Outcome Outcome::failed(TransportError::Code code, const char* message) try {
+  return {.error = TransportError{code, message}};
+} catch (const std::bad_alloc&) {
+  return outOfMemory();
 }
 
 Transfer::Transfer(const TransferSettings& settings, Sockets& sockets, CURLSH* share, Touched& touched)
@@ -74,15 +71,7 @@ std::shared_ptr<SessionTask> Transfer::end() {
   return std::exchange(task_, nullptr);
 }
 
-std::optional<Outcome> Transfer::conclude(CURLcode result) {
-  try {
-    return concludeResponse(result);
-  } catch (const std::exception&) {
-    return Outcome::outOfMemory();
-  }
-}
-
-std::optional<Outcome> Transfer::concludeResponse(CURLcode result) {
+std::optional<Outcome> Transfer::conclude(CURLcode result) try {
   if (refusal_) return failed(refusal_->code, refusal_->message);
   if (isConnectionStale_) {
     prepare(Connection::fresh);
@@ -110,14 +99,14 @@ std::optional<Outcome> Transfer::concludeResponse(CURLcode result) {
   report(units, units);
   auto response = takeResponse();
   return Outcome{.data = Data(body_.take()), .response = std::move(response)};
+} catch (const std::exception&) {
+  return Outcome::outOfMemory();
 }
 
-Outcome Transfer::failed(TransportError::Code code, const char* message) {
-  try {
-    return failed(TransportError{code, message});
-  } catch (const std::bad_alloc&) {
-    return Outcome::outOfMemory();
-  }
+Outcome Transfer::failed(TransportError::Code code, const char* message) try {
+  return failed(TransportError{code, message});
+} catch (const std::bad_alloc&) {
+  return Outcome::outOfMemory();
 }
 
 Outcome Transfer::failed(TransportError error) {

@@ -20,15 +20,14 @@
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/network/URLSession.h>
 #include <tilvanego/network/curl/Authorization.h>
-#include <tilvanego/network/curl/Body.h>
-#include <tilvanego/network/curl/ContentDecoder.h>
 #include <tilvanego/network/curl/ExitGate.h>
+#include <tilvanego/network/curl/IncomingResponse.h>
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/OutgoingHeaders.h>
 #include <tilvanego/network/curl/Proxies.h>
-#include <tilvanego/network/curl/ResponseHead.h>
 #include <tilvanego/network/curl/SessionTask.h>
 #include <tilvanego/network/curl/Sockets.h>
+#include <tilvanego/values/Release.h>
 
 namespace tilvanego::detail {
 
@@ -52,6 +51,10 @@ struct Outcome {
     return {.error = TransportError{TransportError::Code::unknown, "out of memory"}};
   }
 };
+
+/// Converts a `CURLcode` of a transfer to an error for the host. `detail` is the text of libcurl's error
+/// buffer. It may be empty; it isn't shown where it might contain a password.
+[[nodiscard]] TransportError transportError(CURLcode code, std::string_view detail);
 
 /// Sends one task, with its redirects and challenges. Each request has an easy handle of libcurl of its own:
 /// on a used one, libcurl counts its repetitions of all requests together, and up to 8.0 reads freed memory
@@ -97,13 +100,6 @@ class Transfer {
   std::size_t position = 0;
 
  private:
-  struct Deleter {
-    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
-  };
-  struct URLDeleter {
-    void operator()(CURLU* url) const { curl_url_cleanup(url); }
-  };
-
   // Called by libcurl.
   static std::size_t onHeader(char* line, std::size_t size, std::size_t count, void* self) noexcept;
   static std::size_t onBody(char* bytes, std::size_t size, std::size_t count, void* self) noexcept;
@@ -128,7 +124,6 @@ class Transfer {
   [[nodiscard]] std::int64_t totalUnits() const;
   void report(std::int64_t completed, std::int64_t total);
 
-  [[nodiscard]] std::optional<Outcome> concludeResponse(CURLcode result);
   [[nodiscard]] Outcome failed(TransportError error);
 
   // Called after a response. Return true if the handle is prepared for a further request.
@@ -148,10 +143,10 @@ class Transfer {
   Sockets& sockets_;
   Touched& touched_;
   /// The parsed URL of the request, which the handle uses.
-  std::unique_ptr<CURLU, URLDeleter> url_{curl_url()};
+  std::unique_ptr<CURLU, Release<curl_url_cleanup>> url_{curl_url()};
   /// The data that the handles of a session share, such as cookies.
   CURLSH* const share_;
-  std::unique_ptr<CURL, Deleter> handle_;
+  std::unique_ptr<CURL, Release<curl_easy_cleanup>> handle_;
   OutgoingHeaders headers_;
   OutgoingHeaders proxyHeaders_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};

@@ -6,7 +6,6 @@
 
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/URLCredentialStorage.h>
-#include <tilvanego/network/curl/Challenges.h>
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/RequestRules.h>
 #include <tilvanego/network/curl/Transfer.h>

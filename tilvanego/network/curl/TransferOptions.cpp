@@ -4,7 +4,6 @@
 #include <climits>
 #include <cmath>
 #include <new>
-#include <utility>
 
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/Transfer.h>

@@ -12,46 +12,38 @@
 namespace tilvanego::detail {
 namespace {
 
-class FileActions {
+// What a program gets of this one: standard error alone of its descriptors, no blocked signal, and the
+// default disposition of each.
+class Inheritance {
  public:
-  FileActions() : failed_(posix_spawn_file_actions_init(&actions_) != 0) {}
-  FileActions(const FileActions&) = delete;
-  FileActions& operator=(const FileActions&) = delete;
-  ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
+  Inheritance()
+      : failed_((posix_spawn_file_actions_init(&actions_) | posix_spawnattr_init(&attributes_)) != 0) {}
+  Inheritance(const Inheritance&) = delete;
+  Inheritance& operator=(const Inheritance&) = delete;
+  ~Inheritance() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
 
   // False if memory is short.
-  bool set() {
-    return !failed_ &&
-           posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0) == 0 &&
-           posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0) == 0 &&
-           posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1) == 0;
-  }
-  const posix_spawn_file_actions_t* get() const { return &actions_; }
-
- private:
-  posix_spawn_file_actions_t actions_{};
-  bool failed_;
-};
-
-class Attributes {
- public:
-  Attributes() : failed_(posix_spawnattr_init(&attributes_) != 0) {}
-  Attributes(const Attributes&) = delete;
-  Attributes& operator=(const Attributes&) = delete;
-  ~Attributes() { posix_spawnattr_destroy(&attributes_); }
-
   bool set() {
     sigset_t none;
     sigset_t all;
     sigemptyset(&none);
     sigfillset(&all);
-    return !failed_ && posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
+    return !failed_ &&
+           posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0) == 0 &&
+           posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0) == 0 &&
+           posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1) == 0 &&
+           posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
            posix_spawnattr_setsigdefault(&attributes_, &all) == 0 &&
            posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF) == 0;
   }
-  const posix_spawnattr_t* get() const { return &attributes_; }
+  const posix_spawn_file_actions_t* actions() const { return &actions_; }
+  const posix_spawnattr_t* attributes() const { return &attributes_; }
 
  private:
+  posix_spawn_file_actions_t actions_{};
   posix_spawnattr_t attributes_{};
   bool failed_;
 };
@@ -59,9 +51,8 @@ class Attributes {
 }  // namespace
 
 std::optional<pid_t> spawnProgram(const std::vector<std::string>& words) try {
-  FileActions actions;
-  Attributes attributes;
-  if (words.empty() || !actions.set() || !attributes.set()) return std::nullopt;
+  Inheritance inheritance;
+  if (words.empty() || !inheritance.set()) return std::nullopt;
 
   // posix_spawnp takes pointers to what it doesn't change.
   std::vector<char*> arguments;
@@ -70,8 +61,8 @@ std::optional<pid_t> spawnProgram(const std::vector<std::string>& words) try {
   arguments.push_back(nullptr);
 
   pid_t process = 0;
-  const int failure =
-      posix_spawnp(&process, arguments.front(), actions.get(), attributes.get(), arguments.data(), environ);
+  const int failure = posix_spawnp(&process, arguments.front(), inheritance.actions(),
+                                   inheritance.attributes(), arguments.data(), environ);
   if (failure != 0) return std::nullopt;
   return process;
 } catch (const std::bad_alloc&) {

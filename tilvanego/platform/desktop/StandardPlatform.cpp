@@ -6,8 +6,7 @@
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] support {
+namespace tilvanego::support {
 
 Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clock) {
   auto pasteboard = std::make_unique<PasteboardStore>(clock);
@@ -19,5 +18,4 @@ Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clo
           .application = std::make_unique<SpawnedOpener>(mainQueue)};
 }
 
-}  // namespace support
-}  // namespace tilvanego
+}  // namespace tilvanego::support

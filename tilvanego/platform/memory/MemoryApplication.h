@@ -4,12 +4,14 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/values/Lifetime.h>
 #include <tilvanego/values/URL.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -25,9 +27,25 @@ class MemoryApplication final : public Application {
   MemoryApplication(const MemoryApplication&) = delete;
   MemoryApplication& operator=(const MemoryApplication&) = delete;
   /// Wipes the links, which may contain tokens.
-  ~MemoryApplication() override;
+  ~MemoryApplication() override {
+    for (URL& url : openedURLs_) detail::wipe(url);
+  }
 
-  void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
+  void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override {
+    openedURLs_.push_back(url);
+    if (automaticReport_) {
+      mainQueue_.post(
+          [handler = std::move(completionHandler), opened = *automaticReport_] { handler(opened); });
+    } else {
+      handlers_.push_back(std::move(completionHandler));
+    }
+    // Copied: the function may open another link, or set another function.
+    if (const auto onOpen = onOpen_) {
+      URL copy(url);
+      const detail::WipedAtEnd wiped(copy);
+      onOpen(copy);
+    }
+  }
 
   /// All links so far, the oldest first.
   [[nodiscard]] const std::vector<URL>& openedURLs() const TILVANEGO_LIFETIMEBOUND { return openedURLs_; }
@@ -37,7 +55,13 @@ class MemoryApplication final : public Application {
 
   /// Reports `opened` for the oldest pending open request, in this call. Returns false if none is pending.
   /// Throws what the handler throws; the request is then no longer pending.
-  bool reportOldest(bool opened);
+  bool reportOldest(bool opened) {
+    if (handlers_.empty()) return false;
+    const auto handler = std::move(handlers_.front());
+    handlers_.pop_front();
+    handler(opened);
+    return true;
+  }
 
   /// From now on reports `opened` for each open request, on the main queue. Without a value, each request
   /// waits for `reportOldest`. The default is no value.

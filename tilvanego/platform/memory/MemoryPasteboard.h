@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include <tilvanego/platform/Clock.h>
 #include <tilvanego/platform/Pasteboard.h>
@@ -14,19 +15,30 @@ class MemoryPasteboard final : public Pasteboard {
   using Pasteboard::setItems;
 
   /// Items expire by `clock`, which must not be null.
-  explicit MemoryPasteboard(std::shared_ptr<const Clock> clock);
+  explicit MemoryPasteboard(std::shared_ptr<const Clock> clock) : clock_(std::move(clock)) {}
 
-  [[nodiscard]] std::optional<std::string> string() const override;
-  [[nodiscard]] std::vector<PasteboardItem> items() const override;
+  [[nodiscard]] std::optional<std::string> string() const override {
+    return string_ ? string_ : pasteboardString(items());
+  }
+  [[nodiscard]] std::vector<PasteboardItem> items() const override { return contents().items; }
   [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem> items,
-                                                          const PasteboardOptions& options) override;
+                                                          const PasteboardOptions& options) override {
+    contents_ = {std::move(items), options};
+    string_.reset();
+    return {};
+  }
 
   /// Returns the items and their options. After the expiration date, returns no items and default options.
-  [[nodiscard]] PasteboardContents contents() const;
+  [[nodiscard]] PasteboardContents contents() const {
+    return isExpired(contents_.options, clock_->now()) ? PasteboardContents{} : contents_;
+  }
 
   /// Acts as another application that writes the pasteboard: sets items with default options and, optionally,
   /// the result of `string()`. The next `setItems` replaces both.
-  void place(std::vector<PasteboardItem> items, std::optional<std::string> string = std::nullopt);
+  void place(std::vector<PasteboardItem> items, std::optional<std::string> string = std::nullopt) {
+    contents_ = {std::move(items), PasteboardOptions{}};
+    string_ = std::move(string);
+  }
 
  private:
   std::shared_ptr<const Clock> clock_;

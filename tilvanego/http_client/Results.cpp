@@ -1,13 +1,28 @@
-#include <tilvanego/http_client/ErrorResponse.h>
+// What a request ends with: a response or an error.
 
 #include <array>
 #include <cstddef>
 #include <new>
 
+#include <tilvanego/http_client/DecodableRequestBuilderError.h>
+#include <tilvanego/http_client/ErrorResponse.h>
+#include <tilvanego/http_client/Response.h>
 #include <tilvanego/network/ExceptionFailure.h>
+#include <tilvanego/values/Text.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
+
+struct Description {
+  using Cases = DecodableRequestBuilderErrorCases;
+  std::string operator()(const Cases::JsonDecoding& one) const { return one.failure.description(); }
+  std::string operator()(const Cases::GeneralError& one) const { return one.failure.description(); }
+  std::string operator()(const Cases::EmptyDataResponse&) const { return "the answer has no body"; }
+  std::string operator()(const Cases::NilHTTPResponse&) const { return "the answer is no HTTP response"; }
+  std::string operator()(const Cases::UnsuccessfulHTTPStatusCode&) const {
+    return "the HTTP status says that the request didn't succeed";
+  }
+};
 
 /// The `description()` of a host's cause may throw; the text then has no cause.
 std::string describe(int code, const Failure& failure) {
@@ -20,6 +35,16 @@ std::string describe(int code, const Failure& failure) {
 }
 
 }  // namespace
+
+ResponseHeader support::headerTexts(const HTTPURLResponse& response) {
+  ResponseHeader texts;
+  for (const auto& [name, value] : response.headers().fields()) {
+    if (isValidUTF8(name) && isValidUTF8(value)) texts.emplace(name, value);
+  }
+  return texts;
+}
+
+std::string DecodableRequestBuilderError::description() const { return std::visit(Description(), value_); }
 
 ErrorResponse ErrorResponse::error(int code, std::optional<Data> data, URLResponsePointer response,
                                    Failure underlyingFailure) noexcept try {

@@ -1,10 +1,11 @@
-#include <tilvanego/network/curl/ContentDecoder.h>
+#include <tilvanego/network/curl/IncomingResponse.h>
 
-#include <algorithm>
+#include <limits>
 #include <new>
 
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/Integer.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -21,7 +22,57 @@ int windowBits(ContentCoding coding, unsigned char first) {
   return isBare ? -largestWindow : largestWindow + readsHeader;
 }
 
+bool isField(std::string_view line, std::string_view nameInLowerCase) {
+  return equalIgnoringASCIICase(line.substr(0, nameInLowerCase.size()), nameInLowerCase);
+}
+
 }  // namespace
+
+bool ResponseHead::addLine(std::string_view line) {
+  const bool isEmpty = line == "\r\n" || line == "\n";
+  const bool isFirst = !inBody_ && line.starts_with("HTTP/") && (bytes_.empty() || complete_);
+  received_ += line.size();
+  if (!isEmpty && !isFirst) ++fieldCount_;
+  if (received_ > maxBytes_ || fieldCount_ > maxFields) return false;
+  if (isFirst) startOver();
+  if (inBody_ || complete_) return true;
+  bytes_.append(line);
+  if (isEmpty) complete_ = true;
+  constexpr std::string_view length = "content-length:";
+  if (isField(line, "content-encoding:")) hasContentEncoding_ = true;
+  if (isField(line, length)) noteLength(line.substr(length.size()));
+  return true;
+}
+
+void ResponseHead::clear() {
+  startOver();
+  received_ = 0;
+  fieldCount_ = 0;
+}
+
+// libcurl would use the last of several lengths, and the digits at the start of an invalid one.
+void ResponseHead::noteLength(std::string_view value) {
+  for (;;) {
+    const auto comma = value.find(',');
+    const auto length = wholeNumber<std::uint64_t>(trimmedField(value.substr(0, comma)));
+    if (!length || *length > std::uint64_t{std::numeric_limits<std::int64_t>::max()} ||
+        length_.value_or(*length) != *length) {
+      hasBrokenLength_ = true;
+    }
+    length_ = length;
+    if (comma == value.npos) return;
+    value.remove_prefix(comma + 1);
+  }
+}
+
+void ResponseHead::startOver() {
+  bytes_.clear();
+  complete_ = false;
+  inBody_ = false;
+  hasContentEncoding_ = false;
+  hasBrokenLength_ = false;
+  length_.reset();
+}
 
 std::optional<ContentCoding> contentCodingOf(std::string_view field) {
   std::optional<ContentCoding> found;

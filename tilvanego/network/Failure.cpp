@@ -1,8 +1,12 @@
-#include <tilvanego/network/TransportError.h>
+#include <tilvanego/network/Failure.h>
 
 #include <array>
 #include <cstddef>
 #include <string_view>
+
+#include <tilvanego/async/StopToken.h>
+#include <tilvanego/network/ExceptionFailure.h>
+#include <tilvanego/network/TransportError.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -35,6 +39,22 @@ std::string TransportError::description() const {
   std::string text(nameOf(code));
   if (!message.empty()) text.append(": ").append(message);
   return text;
+}
+
+std::string ExceptionFailure::description() const try {
+  std::rethrow_exception(exception_);
+} catch (const std::exception& thrown) {
+  return thrown.what();
+} catch (...) {
+  return "an exception of unknown type";
+}
+
+Failure support::currentFailure() try { throw; } catch (const Failure& failure) {
+  return failure;
+} catch (const CancellationError& cancelled) {
+  return cancelled;
+} catch (...) {
+  return ExceptionFailure(std::current_exception());
 }
 
 }  // namespace tilvanego

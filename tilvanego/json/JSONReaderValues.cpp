@@ -1,3 +1,6 @@
+// How the reader recognises the kind of a value, and reads null, booleans, numbers, and strings with escapes
+// or with characters beyond ASCII.
+
 #include <tilvanego/json/JSONReader.h>
 #include <tilvanego/json/TextScan.h>
 #include <tilvanego/values/ASCII.h>
@@ -5,9 +8,7 @@
 #include <tilvanego/values/UTF8.h>
 #include <tilvanego/values/Wiping.h>
 
-// How the reader reads strings with escapes or with characters beyond ASCII.
-namespace tilvanego {
-namespace [[gnu::visibility("default")]] json {
+namespace tilvanego::json {
 namespace {
 
 using detail::TextEnds;
@@ -19,7 +20,102 @@ using tilvanego::detail::isASCII;
 constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
 constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
+constexpr bool startsNumber(char c) { return c == '-' || (c >= '0' && c <= '9'); }
+
+std::optional<JSONKind> kindFrom(char first) {
+  switch (first) {
+    case '"':
+      return JSONKind::string;
+    case '{':
+      return JSONKind::object;
+    case '[':
+      return JSONKind::array;
+    case 't':
+    case 'f':
+      return JSONKind::boolean;
+    case 'n':
+      return JSONKind::null;
+    default:
+      return startsNumber(first) ? std::optional(JSONKind::number) : std::nullopt;
+  }
+}
+
+// Reads a number as `meaning` returns it, or fails with `complaint`.
+template <typename Value>
+bool readBy(Reader& reader, std::optional<Value> (detail::JSONNumber::*meaning)() const, Value& value,
+            const char* complaint = "") {
+  detail::JSONNumber number;
+  if (!reader.readNumber(number)) return false;
+  const std::optional<Value> read = (number.*meaning)();
+  value = read.value_or(0);
+  return read || reader.fail(JSONFailure::numberOutOfRange, complaint);
+}
+
 }  // namespace
+
+bool Reader::failKind(JSONKind expected) {
+  if (cursor_ == end_) return failAt(cursor_, JSONFailure::unexpectedEnd);
+  const auto found = kindFrom(*cursor_);
+  error_.found = found.value_or(JSONKind::number);
+  if (!found) return failAt(cursor_, JSONFailure::unexpectedCharacter);
+  error_.expected = expected;
+  return failAt(cursor_, JSONFailure::wrongKind);
+}
+
+bool Reader::peek(JSONKind& kind) {
+  skipBlanks();
+  value_ = cursor_;
+  if (cursor_ == end_) return failAt(cursor_, JSONFailure::unexpectedEnd);
+  const auto found = kindFrom(*cursor_);
+  kind = found.value_or(kind);
+  return found || failAt(cursor_, JSONFailure::unexpectedCharacter);
+}
+
+bool Reader::takeWord(std::string_view word) {
+  const std::string_view rest(cursor_, static_cast<std::size_t>(end_ - cursor_));
+  if (!rest.starts_with(word)) return false;
+  cursor_ += word.size();
+  return true;
+}
+
+bool Reader::takeNull() {
+  skipBlanks();
+  value_ = cursor_;
+  return takeWord("null");
+}
+
+bool Reader::readBoolean(bool& value) {
+  skipBlanks();
+  value_ = cursor_;
+  value = takeWord("true");
+  if (value || takeWord("false")) return true;
+  JSONKind found{};
+  if (!peek(found)) return false;
+  return found == JSONKind::boolean ? failAt(cursor_, JSONFailure::unexpectedCharacter)
+                                    : failKind(JSONKind::boolean);
+}
+
+bool Reader::readNumber(detail::JSONNumber& number) {
+  skipBlanks();
+  value_ = cursor_;
+  if (cursor_ == end_ || !startsNumber(*cursor_)) return failKind(JSONKind::number);
+  number = detail::scanJSONNumber({cursor_, static_cast<std::size_t>(end_ - cursor_)});
+  cursor_ += number.text.size();
+  return !number.text.empty() || failAt(value_, JSONFailure::invalidNumber);
+}
+
+bool Reader::readInteger(std::int64_t& value) {
+  return readBy(*this, &detail::JSONNumber::asInteger, value, "the number is not a whole number of 64 bits");
+}
+
+bool Reader::readInteger(std::uint64_t& value) {
+  return readBy(*this, &detail::JSONNumber::asUnsigned, value,
+                "the number is not a whole number of 64 bits without a sign");
+}
+
+bool Reader::readDouble(double& value) { return readBy(*this, &detail::JSONNumber::asDouble, value); }
+
+bool Reader::readFloat(float& value) { return readBy(*this, &detail::JSONNumber::asFloat, value); }
 
 Reader::~Reader() { tilvanego::detail::wipe(scratch_); }
 
@@ -105,5 +201,4 @@ bool Reader::takeUnit(const char*& cursor, char32_t& unit) {
   return true;
 }
 
-}  // namespace json
-}  // namespace tilvanego
+}  // namespace tilvanego::json

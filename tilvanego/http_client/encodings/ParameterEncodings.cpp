@@ -1,0 +1,107 @@
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include <tilvanego/http_client/encodings/APIHelper.h>
+#include <tilvanego/http_client/encodings/DownloadException.h>
+#include <tilvanego/http_client/encodings/FileReading.h>
+#include <tilvanego/http_client/encodings/FormURLEncoding.h>
+#include <tilvanego/http_client/encodings/JSONDataEncoding.h>
+#include <tilvanego/http_client/encodings/OctetStreamEncoding.h>
+#include <tilvanego/http_client/encodings/URLEncoding.h>
+#include <tilvanego/platform/FatalError.h>
+#include <tilvanego/values/PercentEncoding.h>
+
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace {
+
+constexpr const char* bytesName = "jsonData";
+
+void setTypeUnlessGiven(URLRequest& request, std::string type) {
+  if (!request.headers.value("Content-Type")) request.headers.setValue("Content-Type", std::move(type));
+}
+
+std::optional<URL> withoutQuery(const URL& url) {
+  const auto query = url.encodedQuery();
+  if (!query) return url;
+  std::string text = url.absoluteString();
+  const auto at = static_cast<std::size_t>(query->data() - url.absoluteString().data()) - 1;
+  text.erase(at, query->size() + 1);
+  const auto parsed = URL::parse(std::move(text));
+  return parsed ? std::optional(*parsed) : std::nullopt;
+}
+
+std::string formText(const std::vector<QueryItem>& items) {
+  constexpr auto unescaped = detail::CharacterClass::alphanumeric;
+  std::string text;
+  for (const QueryItem& item : items) {
+    if (&item != &items.front()) text += '&';
+    detail::appendPercentEncoded(text, item.name, unescaped);
+    if (!item.value) continue;
+    text += '=';
+    detail::appendPercentEncoded(text, *item.value, unescaped);
+  }
+  return text;
+}
+
+std::expected<Data, Failure> bytesOf(const AnyValue& body) {
+  if (const auto* data = body.as<Data>()) return *data;
+  const auto* url = body.as<URL>();
+  if (url == nullptr) detail::fatalError("Unprocessable body " + body.description());
+  const auto file = detail::FileToSend::open(*url);
+  if (!file) return std::unexpected(file.error());
+  Bytes bytes;
+  if (const auto read = file->appendTo(bytes); !read) return std::unexpected(read.error());
+  return Data(std::move(bytes));
+}
+
+}  // namespace
+
+std::expected<URLRequest, Failure> URLEncoding::encode(URLRequest request,
+                                                       const std::optional<Parameters>& parameters) const {
+  if (!parameters) return request;
+  if (!request.url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
+  if (parameters->empty()) return request;
+  const auto items = APIHelper::mapValuesToQueryItems(*parameters);
+  request.url = items ? request.url->replacingQueryItems(*items) : withoutQuery(*request.url);
+  return request;
+}
+
+std::expected<URLRequest, Failure> FormURLEncoding::encode(
+    URLRequest request, const std::optional<Parameters>& parameters) const {
+  const auto items = APIHelper::mapValuesToQueryItems(parameters.value_or(Parameters()));
+  setTypeUnlessGiven(request, "application/x-www-form-urlencoded");
+  request.httpBody = items ? std::optional(Data(formText(*items))) : std::nullopt;
+  return request;
+}
+
+std::expected<URLRequest, Failure> JSONDataEncoding::encode(
+    URLRequest request, const std::optional<Parameters>& parameters) const {
+  if (!parameters) return request;
+  const auto entry = parameters->find(bytesName);
+  if (entry == parameters->end()) return request;
+  const Data* const bytes = entry->second.as<Data>();
+  if (bytes == nullptr || bytes->empty()) return request;
+  setTypeUnlessGiven(request, "application/json");
+  request.httpBody = *bytes;
+  return request;
+}
+
+std::optional<Parameters> JSONDataEncoding::encodingParameters(const std::optional<Data>& jsonData) {
+  if (!jsonData || jsonData->empty()) return std::nullopt;
+  return Parameters{{bytesName, *jsonData}};
+}
+
+std::expected<URLRequest, Failure> OctetStreamEncoding::encode(
+    URLRequest request, const std::optional<Parameters>& parameters) const {
+  if (!parameters) return request;
+  const auto body = parameters->find("body");
+  if (body == parameters->end()) return request;
+  auto bytes = bytesOf(body->second);
+  if (!bytes) return std::unexpected(std::move(bytes.error()));
+  setTypeUnlessGiven(request, "application/octet-stream");
+  request.httpBody = std::move(*bytes);
+  return request;
+}
+
+}  // namespace tilvanego
