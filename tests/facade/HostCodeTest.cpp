@@ -1,4 +1,5 @@
 #include "tests/facade/HookedHost.h"
+#include "tests/support/AllocationCount.h"
 #include "tests/support/Kinds.h"
 #include "tests/support/Test.h"
 
@@ -213,6 +214,31 @@ TEST(HostCode, APortThatThrowsFailsAsItCouldHaveAndLeavesNoSlotTaken) {
     EXPECT_EQ(ends.names, ending ? Names{*ending} : Names{});
     EXPECT_EQ(host.sdk->isPaymentInProgress(), !ending);
     EXPECT_TRUE(messages.contains(logged)) << messages;
+  }
+}
+
+TEST(HostCode, AnAllocationThatFailsDuringALaunchLeavesNoSlotTaken) {
+  for (const auto& transport : {Transport::urlScheme(), Transport::gzip(), Transport::pasteboard()}) {
+    bool hasFailed = true;
+    for (std::size_t number = 1; hasFailed; ++number) {
+      SCOPED_TRACE(transport.text() + " " + std::to_string(number));
+      HookedHost host;
+      Ends ends;
+      auto request = payment("1");
+      auto completion = ends.of("1");
+      bool threw = false;
+      failAllocation(number);
+      try {
+        host.sdk->startPayment(std::move(request), transport, std::move(completion));
+      } catch (const std::bad_alloc&) {
+        threw = true;
+      }
+      hasFailed = failAllocation(0) == 0;
+      // A link that could not be opened ends the payment in a later turn.
+      host.loop.runPending();
+      EXPECT_EQ(host.sdk->isPaymentInProgress(), !threw && ends.names.empty());
+      EXPECT_TRUE(!host.sdk->isPaymentInProgress() || host.opened.size() == 1);
+    }
   }
 }
 

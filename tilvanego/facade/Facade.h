@@ -126,6 +126,9 @@ class Facade : public std::enable_shared_from_this<Facade> {
   template <typename Operation>
   bool finish(const Slot<Operation>& pending, const typename Operation::Result& result);
 
+  /// Builds and opens the link of a pending operation, or completes it with the failure.
+  template <typename Operation, typename... Launch>
+  void launchPending(const Slot<Operation>& pending, const Launch&... launch);
   /// Builds the link of a pending operation. An exception of a port is a failure, too.
   template <typename Operation, typename... Launch>
   [[nodiscard]] std::expected<URL, typename Operation::Error> builtLink(const Slot<Operation>& pending,
@@ -195,7 +198,17 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
   }
   const auto pending = std::make_shared<Pending<Operation>>(std::move(request), std::move(completion));
   slot<Operation>() = pending;
+  try {
+    launchPending<Operation>(pending, launch...);
+  } catch (...) {
+    // There is no memory even for a failure. What the completion throws leaves with an empty slot.
+    if (slot<Operation>() == pending) cancel<Operation>();
+    throw;
+  }
+}
 
+template <typename Operation, typename... Launch>
+void Facade::launchPending(const Slot<Operation>& pending, const Launch&... launch) {
   auto url = builtLink<Operation>(pending, launch...);
   const WipedAtEnd wiped(url);
   if (!url) {

@@ -24,7 +24,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 ///
 /// A host starts an operation. The payment application does its work and opens the host's callback URL. The
 /// host passes that URL to `handleCallback`, and the completion receives the typed result. The completion
-/// alone receives the outcome: no start function returns a value or throws.
+/// alone receives the outcome: no start function returns a value or throws. One case remains: without memory
+/// even for an error, std::bad_alloc leaves the start; no completion is then called, and nothing is pending.
 ///
 /// *Threads.* Call all functions but the static parsers on the main thread: the thread that drains the main
 /// queue. A call from another thread ends the process with a message. Completions and the logger run on the

@@ -10,10 +10,17 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
+// Empty for a value that is none of the enumeration's cases.
+template <typename Case, std::size_t count>
+std::string_view textOf(const std::array<std::string_view, count>& texts, Case value) {
+  const auto index = static_cast<std::size_t>(value);
+  return index < count ? texts[index] : std::string_view();
+}
+
 std::string_view nameOf(JSONKind kind) {
   static constexpr std::array<std::string_view, 6> names = {"null",   "true or false", "a number",
                                                             "a text", "a list",        "an object"};
-  return names[static_cast<std::size_t>(kind)];
+  return textOf(names, kind);
 }
 
 std::string_view wordsFor(JSONFailure failure) {
@@ -35,7 +42,7 @@ std::string_view wordsFor(JSONFailure failure) {
       "the number is not finite",
       "beyond the limits of reading",
   };
-  return words[static_cast<std::size_t>(failure)];
+  return textOf(words, failure);
 }
 
 // True for a text that is not JSON, or that exceeds a limit.

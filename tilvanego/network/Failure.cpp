@@ -1,5 +1,6 @@
 #include <tilvanego/network/Failure.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -12,7 +13,7 @@ namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 std::string_view nameOf(TransportError::Code code) {
-  // In the order of the codes.
+  // In the order of the codes; the last is also for a value that is none of them.
   static constexpr std::array<std::string_view, 15> names{
       "cancelled",
       "timed out",
@@ -30,7 +31,7 @@ std::string_view nameOf(TransportError::Code code) {
       "redirect refused",
       "transport failure",
   };
-  return names.at(static_cast<std::size_t>(code));
+  return names[std::min<std::size_t>(static_cast<std::size_t>(code), names.size() - 1)];
 }
 
 }  // namespace

@@ -14,31 +14,36 @@
 
 namespace tilvanego::detail {
 
-/// Lets writing beyond the process's file-size limit fail with EFBIG on this thread. By default SIGXFSZ would
-/// end the process. Keeps `errno`.
+/// Lets writing beyond the process's file-size limit fail with EFBIG on this thread, without the signal
+/// SIGXFSZ, which ends the process by default. Keeps `errno`.
 class FileSizeSignalBlocked {
  public:
   FileSizeSignalBlocked() {
     sigemptyset(&signal_);
     sigaddset(&signal_, SIGXFSZ);
+    wasPending_ = isPending();
     pthread_sigmask(SIG_BLOCK, &signal_, &before_);
   }
   FileSizeSignalBlocked(const FileSizeSignalBlocked&) = delete;
   FileSizeSignalBlocked& operator=(const FileSizeSignalBlocked&) = delete;
   ~FileSizeSignalBlocked() {
     const int cause = errno;
-    sigset_t pending;
     int number = 0;
-    if (!sigismember(&before_, SIGXFSZ) && sigpending(&pending) == 0 && sigismember(&pending, SIGXFSZ)) {
-      sigwait(&signal_, &number);
-    }
+    // A host that blocks the signal itself doesn't get it either, unless it was pending before.
+    if (!wasPending_ && isPending()) sigwait(&signal_, &number);
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
     errno = cause;
   }
 
  private:
+  static bool isPending() {
+    sigset_t pending;
+    return sigpending(&pending) == 0 && sigismember(&pending, SIGXFSZ) == 1;
+  }
+
   sigset_t signal_{};
   sigset_t before_{};
+  bool wasPending_ = false;
 };
 
 /// The step of `replaceFile` that failed, or `none`.

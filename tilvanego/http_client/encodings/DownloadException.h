@@ -29,7 +29,8 @@ class DownloadException {
         "the request's URL has no path",
         "the request has no URL, or its text is none",
     };
-    return texts.at(value_);
+    const auto index = static_cast<std::size_t>(value_);
+    return index < texts.size() ? texts[index] : "a download failed";
   }
 
   constexpr bool operator==(const DownloadException&) const = default;

@@ -215,6 +215,8 @@ std::optional<Authorization> Authorization::make(const Challenge& challenge, con
                                                  RandomSource& random) {
   Authorization made(challenge);
   if (!isDigest(challenge)) {
+    // The server would read another user (RFC 7617, section 2).
+    if (credential.user.contains(':')) return std::nullopt;
     made.secret_ = basicField(credential);
     return made;
   }
@@ -236,11 +238,13 @@ Authorization::~Authorization() {
 }
 
 bool Authorization::renew(const Challenge& challenge) {
-  const auto isSame = [&](std::string_view name) {
-    return challenge.parameter(name) == challenge_.parameter(name);
+  const auto isSame = [&](std::string_view name, std::string_view otherwise) {
+    return equalIgnoringASCIICase(challenge.parameter(name).value_or(otherwise),
+                                  challenge_.parameter(name).value_or(otherwise));
   };
   if (isRenewed_ || !isDigest(challenge_) || !isDigest(challenge) || !isTrue(challenge, "stale") ||
-      !isSame("realm") || !isSame("algorithm") || !isSame("userhash") || isSame("nonce")) {
+      challenge.parameter("realm") != challenge_.parameter("realm") || !isSame("algorithm", "md5") ||
+      !isSame("userhash", "false") || challenge.parameter("nonce") == challenge_.parameter("nonce")) {
     return false;
   }
   challenge_ = challenge;

@@ -8,7 +8,8 @@ namespace tilvanego::detail {
 
 OutgoingHeaders::~OutgoingHeaders() { wipe(text_); }
 
-void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential) {
+void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential,
+                          std::string_view leftOut) {
   wipe(text_);
   starts_.clear();
   for (const auto& [name, value] : fields.fields()) {
@@ -17,6 +18,7 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const Creden
     if (equalIgnoringASCIICase(name, "Content-Length") || equalIgnoringASCIICase(name, "Transfer-Encoding"))
       continue;
     if (!credential.value.empty() && equalIgnoringASCIICase(name, credential.name)) continue;
+    if (equalIgnoringASCIICase(name, leftOut)) continue;
     add(name, trimmedField(value));
   }
   if (!credential.value.empty()) add(credential.name, credential.value);

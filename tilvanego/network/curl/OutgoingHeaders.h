@@ -29,8 +29,10 @@ class OutgoingHeaders {
   ~OutgoingHeaders();
 
   /// Sets the fields, which must have been checked. With a body, prevents libcurl from adding "Content-Type"
-  /// and "Expect" unless the fields contain them. `credential` replaces the fields of its name.
-  void set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential = {});
+  /// and "Expect" unless the fields contain them. `credential` replaces the fields of its name. Fields with
+  /// the name `leftOut` aren't sent.
+  void set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential = {},
+           std::string_view leftOut = {});
   /// Valid until the next `set`; null without fields.
   [[nodiscard]] curl_slist* list() TILVANEGO_LIFETIMEBOUND {
     return nodes_.empty() ? nullptr : nodes_.data();

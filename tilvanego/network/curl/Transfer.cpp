@@ -77,9 +77,7 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) try {
     prepare(Connection::fresh);
     return std::nullopt;
   }
-  long tunnelStatus = 0;
-  curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
-  if (result != CURLE_OK && tunnelStatus == 407 && respondToChallenge(true)) return std::nullopt;
+  if (result != CURLE_OK && tunnelStatus() == 407 && respondToChallenge(true)) return std::nullopt;
   if (result != CURLE_OK) return failed(failureOf(result));
 
   long statusCode = 0;
@@ -124,13 +122,17 @@ URLResponsePointer Transfer::takeResponse() {
   return response;
 }
 
+// The status of a proxy that has refused a tunnel; 0 until its head is complete, and without such a proxy.
+long Transfer::tunnelStatus() const {
+  long status = 0;
+  curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &status);
+  return status >= 300 && head_.isComplete() ? status : 0;
+}
+
 TransportError Transfer::failureOf(CURLcode result) const {
-  long tunnelStatus = 0;
-  curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
-  if (tunnelStatus == 407) return {Code::proxyAuthenticationRequired, "the proxy answered 407"};
-  if (tunnelStatus >= 300) {
-    return {Code::cannotConnectToHost, "the proxy answered " + std::to_string(tunnelStatus)};
-  }
+  const long status = tunnelStatus();
+  if (status == 407) return {Code::proxyAuthenticationRequired, "the proxy answered 407"};
+  if (status != 0) return {Code::cannotConnectToHost, "the proxy answered " + std::to_string(status)};
   long requestSize = 0;
   curl_easy_getinfo(handle(), CURLINFO_REQUEST_SIZE, &requestSize);
   if (requestSize > 0 && isFieldTooLong(result, head_.isComplete(), errorText_.data())) {
@@ -246,9 +248,11 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
       transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
     } else if (transfer.head_.hasBrokenLength()) {
       transfer.refuse(Code::badServerResponse, "the answer's \"Content-Length\" isn't one number");
-    } else {
+    } else if (transfer.tunnelStatus() == 0) {
       return length;
     }
+    // The body of a proxy that refuses a tunnel isn't received: while bytes of it come, libcurl reads them
+    // without a look at anything else.
   } catch (const std::exception&) {
     transfer.refuse(Code::unknown, outOfMemory);
   }

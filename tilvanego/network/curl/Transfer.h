@@ -116,6 +116,7 @@ class Transfer {
   void setEnd();
   void setHeaders(bool announcesBody);
   void setProxy();
+  [[nodiscard]] std::string wholeTarget() const;
   void touch() noexcept;
   void bodyBegins();
   [[nodiscard]] bool takeBody(std::string_view bytes);
@@ -137,6 +138,7 @@ class Transfer {
   [[nodiscard]] std::optional<URLCredential> proposedCredential(
       const URLAuthenticationChallenge& challenge) const;
   [[nodiscard]] URLResponsePointer takeResponse();
+  [[nodiscard]] long tunnelStatus() const;
   [[nodiscard]] TransportError failureOf(CURLcode result) const;
 
   const TransferSettings& settings_;

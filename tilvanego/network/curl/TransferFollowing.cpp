@@ -126,7 +126,10 @@ std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSp
 
 std::optional<URLCredential> Transfer::proposedCredential(const URLAuthenticationChallenge& challenge) const {
   const auto& url = *task_->request().url;
-  if (!challenge.protectionSpace.isProxy && !challenge.isElsewhere) {
+  if (challenge.protectionSpace.isProxy) {
+    const auto& proxy = settings_.proxies.forScheme(isSecure(*request_->url));
+    if (proxy.credential) return proxy.credential;
+  } else if (!challenge.isElsewhere) {
     if (auto user = url.user()) return URLCredential{*std::move(user), url.password().value_or("")};
   }
   const auto& storage = settings_.configuration.credentialStorage;

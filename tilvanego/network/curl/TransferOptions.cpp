@@ -104,17 +104,24 @@ void Transfer::setProxy() {
   set(handle(), CURLOPT_PROXY, proxy.url.c_str());
   if (proxy.url.empty()) return;
   set(handle(), CURLOPT_NOPROXY, settings_.proxies.exceptions.c_str());
-  if (proxy.credential) {
-    set(handle(), CURLOPT_PROXYUSERNAME, proxy.credential->user.c_str());
-    set(handle(), CURLOPT_PROXYPASSWORD, proxy.credential->password.c_str());
-  }
   if (!proxyAuthorization_) return;
   std::string value = secure ? proxyAuthorization_->field("CONNECT", hostAndPort(*request_->url))
-                             : proxyAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
+                             : proxyAuthorization_->field(request_->httpMethod, wholeTarget());
   const WipedAtEnd wiped(value);
-  // This field replaces the one that libcurl makes of user and password.
   proxyHeaders_.set({}, false, {"Proxy-Authorization", value});
   set(handle(), CURLOPT_PROXYHEADER, proxyHeaders_.list());
+}
+
+// Returns the target of a request to a proxy, the whole URL as libcurl writes it.
+std::string Transfer::wholeTarget() const {
+  const std::unique_ptr<CURLU, Release<curl_url_cleanup>> url(curl_url_dup(url_.get()));
+  char* text = nullptr;
+  if (!url || curl_url_set(url.get(), CURLUPART_FRAGMENT, nullptr, 0) != CURLUE_OK ||
+      curl_url_get(url.get(), CURLUPART_URL, &text, CURLU_NO_DEFAULT_PORT) != CURLUE_OK) {
+    return textWithoutUser(*request_->url);
+  }
+  const std::unique_ptr<char, Release<curl_free>> owned(text);
+  return text;
 }
 
 // Sets the parsed URL: with the text, libcurl would parse and rebuild it for each request.
@@ -167,7 +174,8 @@ void Transfer::setHeaders(bool announcesBody) {
   const WipedAtEnd wiped(value);
   if (serverAuthorization_)
     value = serverAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
-  headers_.set(request_->headers, announcesBody, {"Authorization", value});
+  headers_.set(request_->headers, announcesBody, {"Authorization", value},
+               proxyAuthorization_ ? "Proxy-Authorization" : "");
   if (auto* const lines = headers_.list()) set(handle(), CURLOPT_HTTPHEADER, lines);
 }
 
