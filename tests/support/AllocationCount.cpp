@@ -12,6 +12,7 @@ namespace {
 std::atomic<std::size_t> allocations = 0;
 std::atomic<std::size_t> bytes = 0;
 thread_local std::size_t untilFailure = 0;
+thread_local std::size_t failuresLeft = 0;
 std::atomic<std::size_t> live = 0;
 std::atomic<std::size_t> peak = 0;
 
@@ -25,7 +26,8 @@ std::size_t tilvanego::test::allocationCount() { return allocations; }
 
 std::size_t tilvanego::test::allocatedBytes() { return bytes; }
 
-std::size_t tilvanego::test::failAllocation(std::size_t number) {
+std::size_t tilvanego::test::failAllocation(std::size_t number, std::size_t inARow) {
+  failuresLeft = number > 0 ? inARow : 0;
   return std::exchange(untilFailure, number);
 }
 
@@ -40,7 +42,11 @@ void tilvanego::test::forgetPeakBytes() { peak = live.load(); }
 void* operator new(std::size_t size) {
   ++allocations;
   bytes += size;
-  if (untilFailure > 0 && --untilFailure == 0) throw std::bad_alloc();
+  if (untilFailure > 0) --untilFailure;
+  if (untilFailure == 0 && failuresLeft > 0) {
+    --failuresLeft;
+    throw std::bad_alloc();
+  }
   void* const memory = std::malloc(size == 0 ? 1 : size);
   if (memory == nullptr) throw std::bad_alloc();
   const std::size_t now = live += malloc_usable_size(memory);

@@ -30,9 +30,19 @@ class Failure {
           return std::string(std::any_cast<const Cause&>(held).description());
         }) {}
 
+  /// Returns a failure with this cause, which must never be destroyed. Needs no memory: it is for a lack of
+  /// that.
+  template <FailureCause Cause>
+  [[nodiscard]] static Failure ofStatic(const Cause& cause) noexcept {
+    return {std::any(&cause), [](const std::any& held) {
+              return std::string((*std::any_cast<const Cause*>(&held))->description());
+            }};
+  }
+
   /// Returns the cause if it has exactly this type, else null. The pointer is valid as long as this object.
   template <typename Cause>
   [[nodiscard]] const Cause* as() const TILVANEGO_LIFETIMEBOUND {
+    if (const auto* const found = std::any_cast<const Cause*>(&cause_)) return *found;
     return std::any_cast<Cause>(&cause_);
   }
 
@@ -40,6 +50,9 @@ class Failure {
   [[nodiscard]] std::string description() const { return describe_(cause_); }
 
  private:
+  Failure(std::any cause, std::string (*describe)(const std::any&))
+      : cause_(std::move(cause)), describe_(describe) {}
+
   std::any cause_;
   std::string (*describe_)(const std::any&);
 };

@@ -1,5 +1,6 @@
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <expected>
 #include <filesystem>
 #include <fstream>
@@ -202,6 +203,13 @@ TEST_F(PasteboardStoreTest, AWriteThatFailsLeavesWhatWasThereAndSaysWhy) {
     // What a full disk is to a writer: a part is written, the rest isn't. SIGXFSZ would end this process.
     const Limit limit(RLIMIT_FSIZE, 100'000);
     refused(text(std::string(200'000, 'y')), "pasteboard.new can't be written: File too large.");
+    // Nor does it wait for a host that blocks it.
+    sigset_t signal, before;
+    sigemptyset(&signal);
+    sigaddset(&signal, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &signal, &before);
+    refused(text(std::string(200'000, 'y')), "pasteboard.new can't be written: File too large.");
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
   }
   {
     const int lowestFree = dup(0);

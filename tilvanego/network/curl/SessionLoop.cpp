@@ -46,6 +46,8 @@ void makeRoom(std::vector<Element>& elements, std::size_t count) {
 
 SessionLoop::SessionLoop(TransferSettings settings) : settings_(std::move(settings)), gate_(*settings_.gate) {
   initializeCurl();
+  // The first call takes the memory that later ones may lack.
+  static_cast<void>(Outcome::outOfMemory());
   auto& [sockets, share, multi, active] = *handles_;
   share.reset(curl_share_init());
   multi.reset(curl_multi_init());

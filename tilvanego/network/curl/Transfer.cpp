@@ -34,6 +34,11 @@ std::uint64_t limitOf(std::uint64_t configured) {
 
 }  // namespace
 
+Outcome Outcome::outOfMemory() {
+  static const auto& error = *new TransportError{Code::unknown, detail::outOfMemory};
+  return {.error = Failure::ofStatic(error)};
+}
+
 Outcome Outcome::failed(TransportError::Code code, const char* message) try {
   return {.error = TransportError{code, message}};
 } catch (const std::bad_alloc&) {

@@ -47,9 +47,8 @@ struct Outcome {
 
   /// Returns `outOfMemory()` if there is no memory for the message.
   [[nodiscard]] static Outcome failed(TransportError::Code code, const char* message);
-  [[nodiscard]] static Outcome outOfMemory() {
-    return {.error = TransportError{TransportError::Code::unknown, "out of memory"}};
-  }
+  /// Needs no memory, but for the first call.
+  [[nodiscard]] static Outcome outOfMemory();
 };
 
 /// Converts a `CURLcode` of a transfer to an error for the host. `detail` is the text of libcurl's error
