@@ -11,8 +11,8 @@ std::size_t allocationCount();
 /// How many bytes it has asked for in all of these calls.
 std::size_t allocatedBytes();
 
-/// Has the calling thread's allocation fail that is so many on, counted from 1, and those after it, `inARow` in
-/// all; 0: none. Gives how many were still to come before the former one.
+/// Has the calling thread's allocation fail that is so many on, counted from 1, and those after it, `inARow`
+/// in all; 0: none. Gives how many were still to come before the former one.
 std::size_t failAllocation(std::size_t number, std::size_t inARow = 1);
 /// The bytes that are allocated now, as the allocator rounds them, and the most that ever were since the peak
 /// was forgotten.

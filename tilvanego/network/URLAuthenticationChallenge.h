@@ -37,8 +37,8 @@ struct URLProtectionSpace {
 /// A server or a proxy requires credentials: status 401 or 407 (RFC 9110, section 11).
 struct URLAuthenticationChallenge {
   URLProtectionSpace protectionSpace;
-  /// How many credentials of this task were already sent to this server or proxy (scheme, host, port), for any
-  /// realm: it has refused them, or a redirect has led back to it.
+  /// How many credentials of this task were already sent to this server or proxy (scheme, host, port), for
+  /// any realm: it has refused them, or a redirect has led back to it.
   int previousFailureCount = 0;
   /// The credential that default handling would use: the user and password of the request's URL, if the
   /// request's own server sent the challenge, else the storage's default credential for the space. No value
