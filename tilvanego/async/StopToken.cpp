@@ -2,7 +2,8 @@
 
 #include <tilvanego/platform/HostCode.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 using Action = std::function<void()>;
@@ -66,4 +67,5 @@ void StopState::remove(StopCallback& callback) {
   ended_.wait(held, [&] { return running_ != &callback; });
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

@@ -8,7 +8,8 @@
 
 #include <tilvanego/platform/FatalError.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 thread_local bool ownThread = false;
@@ -65,4 +66,5 @@ void endForException(std::string_view callback, std::string_view reason) noexcep
   std::abort();
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

@@ -11,7 +11,8 @@
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 constexpr std::string_view gzipTransport = "gzip";
@@ -125,4 +126,5 @@ std::optional<PaymentResult> compressedPaymentResult(const URL& url, const URL& 
   return parseCallback<PaymentOperation>(*std::move(callback), &expectedRequestId, &expectedCallbackURL);
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

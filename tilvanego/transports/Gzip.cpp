@@ -12,7 +12,8 @@
 
 #include <tilvanego/values/Wiping.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 constexpr int gzipWindowBits = 15 + 16;
@@ -175,4 +176,5 @@ std::expected<std::string, PaymentError> gzipDecompress(std::span<const std::uin
   return failure();
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

@@ -10,7 +10,8 @@
 #include <tilvanego/values/RawText.h>
 #include <tilvanego/values/Release.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 constexpr std::string_view keyPrefix = "ostrel.tilvane.handoff.v1.";
@@ -134,4 +135,5 @@ std::expected<std::string_view, HandoffCipherError> openBox(const HandoffKey& ke
   return std::string_view(reinterpret_cast<const char*>(text), size);
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

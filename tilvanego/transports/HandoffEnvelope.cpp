@@ -7,7 +7,8 @@
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/URLComponents.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 // Rounded to whole seconds, so that the text in the envelope and the authenticated seconds are the same
@@ -97,4 +98,5 @@ std::expected<std::string_view, HandoffFailure> openPlaintext(const PaymentHando
   return *plaintext;
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

@@ -11,7 +11,8 @@
 #include <tilvanego/payment/PaymentOperation.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 constexpr std::string_view pasteboardTransport = "pasteboard";
@@ -190,4 +191,5 @@ std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& 
   return result;
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

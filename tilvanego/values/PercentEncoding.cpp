@@ -6,7 +6,8 @@
 #include <tilvanego/values/Blocks.h>
 #include <tilvanego/values/Text.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 namespace {
 
 // Writes at most text.size() bytes. Returns the end of the written bytes, or null for an escape without two
@@ -87,4 +88,5 @@ std::optional<std::string> percentDecoded(std::string_view text) {
   return decoded;
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

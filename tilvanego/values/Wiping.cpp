@@ -4,7 +4,8 @@
 
 #include <openssl/crypto.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 void wipe(std::string& text) noexcept {
   // Resizing to the capacity does not reallocate, and makes the bytes after the end accessible.
@@ -34,4 +35,5 @@ void makeRoom(std::string& text, std::size_t count) {
   text = std::move(larger);
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego

@@ -6,7 +6,8 @@
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
-namespace tilvanego::support {
+namespace tilvanego {
+namespace [[gnu::visibility("default")]] support {
 
 Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clock) {
   auto pasteboard = std::make_unique<PasteboardStore>(clock);
@@ -18,4 +19,5 @@ Platform standardPlatform(MainQueue& mainQueue, std::shared_ptr<const Clock> clo
           .application = std::make_unique<SpawnedOpener>(mainQueue)};
 }
 
-}  // namespace tilvanego::support
+}  // namespace support
+}  // namespace tilvanego
