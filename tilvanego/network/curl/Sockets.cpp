@@ -50,7 +50,9 @@ std::optional<std::chrono::milliseconds> Sockets::sinceLastByte(int localPort, i
   const auto* const entry = find(localPort, remotePort);
   tcp_info info{};
   socklen_t size = sizeof info;
-  if (entry && getsockopt(entry->socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0) {
+  // A system that only imitates Linux may leave 0 in these members; the request was sent longer ago.
+  if (entry && getsockopt(entry->socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0 &&
+      info.tcpi_last_data_sent > 0) {
     return std::chrono::milliseconds(info.tcpi_last_data_recv);
   }
 #endif
