@@ -4,7 +4,6 @@
 #include <coroutine>
 
 #include <tilvanego/network/ExceptionFailure.h>
-#include <tilvanego/platform/HostCode.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -85,19 +84,6 @@ Task<AnyResponse> sendWatched(std::shared_ptr<RequestBuilder> builder, StopToken
 }
 
 }  // namespace
-
-void RequestTask::cancel() {
-  // Destroyed without the lock: the session's task may hold the last reference to the owner of this object.
-  std::shared_ptr<URLSessionDataTaskProtocol> dropped;
-  _state.withValue([&](auto& task) {
-    if (task) detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
-    dropped = std::exchange(task, nullptr);
-  });
-}
-
-void RequestTask::set(std::shared_ptr<URLSessionDataTaskProtocol> task) {
-  _state.withValue([&](auto& held) { held.swap(task); });
-}
 
 RequestBuilder::RequestBuilder(Construction construction)
     : parameters(std::move(construction.arguments_.parameters)),

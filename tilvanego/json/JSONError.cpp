@@ -20,6 +20,7 @@ std::string_view textOf(const std::array<std::string_view, count>& texts, Case v
 std::string_view nameOf(JSONKind kind) {
   static constexpr std::array<std::string_view, 6> names = {"null",   "true or false", "a number",
                                                             "a text", "a list",        "an object"};
+  static_assert(names.size() == static_cast<std::size_t>(JSONKind::object) + 1);
   return textOf(names, kind);
 }
 
@@ -42,6 +43,7 @@ std::string_view wordsFor(JSONFailure failure) {
       "the number is not finite",
       "beyond the limits of reading",
   };
+  static_assert(words.size() == static_cast<std::size_t>(JSONFailure::beyondLimit) + 1);
   return textOf(words, failure);
 }
 

@@ -31,6 +31,7 @@ std::string_view nameOf(TransportError::Code code) {
       "redirect refused",
       "transport failure",
   };
+  static_assert(names.size() == static_cast<std::size_t>(TransportError::Code::unknown) + 1);
   return names[std::min<std::size_t>(static_cast<std::size_t>(code), names.size() - 1)];
 }
 
@@ -50,12 +51,16 @@ std::string ExceptionFailure::description() const try {
   return "an exception of unknown type";
 }
 
-Failure support::currentFailure() try { throw; } catch (const Failure& failure) {
-  return failure;
-} catch (const CancellationError& cancelled) {
-  return cancelled;
-} catch (...) {
-  return ExceptionFailure(std::current_exception());
+Failure support::currentFailure() {
+  try {
+    throw;
+  } catch (const Failure& failure) {
+    return failure;
+  } catch (const CancellationError& cancelled) {
+    return cancelled;
+  } catch (...) {
+    return ExceptionFailure(std::current_exception());
+  }
 }
 
 }  // namespace tilvanego

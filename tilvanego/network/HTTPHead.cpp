@@ -5,7 +5,6 @@
 
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/URLResponse.h>
-#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/UTF8.h>
 
@@ -65,47 +64,6 @@ HTTPHead readHead(std::string_view lines, FieldValues values) {
 }  // namespace tilvanego::detail
 
 namespace [[gnu::visibility("default")]] tilvanego {
-namespace {
-
-bool isNamed(const HTTPHeaders::Field& field, std::string_view name) {
-  return field.name.size() == name.size() && detail::equalIgnoringASCIICase(field.name, name);
-}
-
-}  // namespace
-
-HTTPHeaders::HTTPHeaders(std::initializer_list<std::pair<std::string_view, std::string_view>> fields) {
-  for (const auto& [name, value] : fields) setValue(name, std::string(value));
-}
-
-std::vector<HTTPHeaders::Field>::iterator HTTPHeaders::find(std::string_view name) {
-  return std::ranges::find_if(fields_, [&](const Field& field) { return isNamed(field, name); });
-}
-
-std::optional<std::string_view> HTTPHeaders::value(std::string_view name) const {
-  const auto found = std::ranges::find_if(fields_, [&](const Field& field) { return isNamed(field, name); });
-  if (found == fields_.end()) return std::nullopt;
-  return found->value;
-}
-
-void HTTPHeaders::setValue(std::string_view name, std::string value) {
-  if (const auto found = find(name); found != fields_.end()) {
-    found->value = std::move(value);
-  } else {
-    fields_.push_back({std::string(name), std::move(value)});
-  }
-}
-
-void HTTPHeaders::addValue(std::string_view name, std::string value) {
-  if (const auto found = find(name); found != fields_.end()) {
-    found->value.append(", ").append(value);
-  } else {
-    fields_.push_back({std::string(name), std::move(value)});
-  }
-}
-
-void HTTPHeaders::remove(std::string_view name) {
-  if (const auto found = find(name); found != fields_.end()) fields_.erase(found);
-}
 
 const detail::HTTPHead& HTTPURLResponse::head() const {
   if (unread_) std::call_once(read_, [this] { head_ = detail::readHead(unread_->lines); });

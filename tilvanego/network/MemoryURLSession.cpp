@@ -55,8 +55,12 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
   void drop() { const DataTaskCompletion dropped = std::exchange(completion_, nullptr); }
 
  private:
-  Result respond(State& state) try { return state.responder(request_); } catch (...) {
-    return Result::failed(detail::currentFailure());
+  Result respond(State& state) {
+    try {
+      return state.responder(request_);
+    } catch (...) {
+      return Result::failed(detail::currentFailure());
+    }
   }
   void end(bool cancelled) {
     const std::shared_ptr<State> state = state_.lock();

@@ -60,9 +60,8 @@ struct URLSessionConfiguration {
 /// - When a connection is lost, the session itself never repeats a request whose method isn't idempotent
 ///   (RFC 9110, section 9.2.2).
 /// - `URLRequest::timeoutInterval` is the longest time without a byte in either direction; over HTTP/2,
-/// without
-///   a frame of the request. Connecting counts
-///   as one such time, waiting for the first byte of the response as the next.
+///   without a frame of the request. Connecting counts as one such time, waiting for the first byte of the
+///   response as the next.
 ///
 /// Threads: all operations may be called from any thread. The session starts one thread with its first task;
 /// completions, the delegate and progress observers run there, without a lock held. A completion must not

@@ -1,21 +1,10 @@
 #include <tilvanego/http_client/coding/CodableHelper.h>
 
-#include <cstdio>
 #include <exception>
 #include <new>
-
-#include <tilvanego/http_client/coding/JSONEncodingHelper.h>
-#include <tilvanego/values/DateFormats.h>
+#include <utility>
 
 namespace [[gnu::visibility("default")]] tilvanego {
-
-std::optional<Date> OpenISO8601DateFormatter::date(std::string_view text) const { return readAPIDate(text); }
-
-std::string OpenISO8601DateFormatter::string(const Date& date) const { return apiDateText(date); }
-
-std::optional<std::string> OpenISO8601DateFormatter::write(const Date& date) const {
-  return hasDateText(date) ? std::optional(string(date)) : std::nullopt;
-}
 
 JSONError CodableHelper::currentError() noexcept {
   JSONError error;
@@ -132,13 +121,4 @@ std::expected<Data, JSONError> CodableHelper::encodeBody(
   return std::unexpected(std::move(writer.error()));
 }
 
-namespace support {
-
-void printEncodingFailure(const JSONError& failure) {
-  const std::string line = failure.description() + '\n';
-  std::fwrite(line.data(), 1, line.size(), stdout);
-  std::fflush(stdout);
-}
-
-}  // namespace support
 }  // namespace tilvanego

@@ -29,6 +29,7 @@ class DownloadException {
         "the request's URL has no path",
         "the request has no URL, or its text is none",
     };
+    static_assert(texts.size() == requestMissingURL + 1);
     const auto index = static_cast<std::size_t>(value_);
     return index < texts.size() ? texts[index] : "a download failed";
   }

@@ -9,7 +9,6 @@
 
 #include <openssl/crypto.h>
 
-#include <tilvanego/network/URLSession.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
@@ -309,24 +308,3 @@ void SessionLoop::complete(std::shared_ptr<SessionTask> task, Outcome outcome) {
 }
 
 }  // namespace tilvanego::detail
-
-namespace [[gnu::visibility("default")]] tilvanego {
-
-URLSession::URLSession(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate) {
-  auto proxies = detail::Proxies::from(configuration.proxy);
-  loop_ = std::make_shared<detail::SessionLoop>(
-      detail::TransferSettings{std::move(configuration), std::move(delegate), std::move(proxies)});
-}
-
-URLSession::~URLSession() { loop_->close(); }
-
-const URLSessionConfiguration& URLSession::configuration() const { return loop_->configuration(); }
-
-void URLSession::clearCookies() { loop_->clearCookies(); }
-
-std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskFromProtocol(
-    const URLRequest& request, DataTaskCompletion completionHandler) {
-  return std::make_shared<detail::SessionTask>(loop_, request, std::move(completionHandler));
-}
-
-}  // namespace tilvanego

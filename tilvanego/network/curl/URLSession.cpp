@@ -1,0 +1,27 @@
+#include <tilvanego/network/URLSession.h>
+
+#include <utility>
+
+#include <tilvanego/network/curl/SessionLoop.h>
+#include <tilvanego/network/curl/SessionTask.h>
+
+namespace [[gnu::visibility("default")]] tilvanego {
+
+URLSession::URLSession(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate) {
+  auto proxies = detail::Proxies::from(configuration.proxy);
+  loop_ = std::make_shared<detail::SessionLoop>(
+      detail::TransferSettings{std::move(configuration), std::move(delegate), std::move(proxies)});
+}
+
+URLSession::~URLSession() { loop_->close(); }
+
+const URLSessionConfiguration& URLSession::configuration() const { return loop_->configuration(); }
+
+void URLSession::clearCookies() { loop_->clearCookies(); }
+
+std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskFromProtocol(
+    const URLRequest& request, DataTaskCompletion completionHandler) {
+  return std::make_shared<detail::SessionTask>(loop_, request, std::move(completionHandler));
+}
+
+}  // namespace tilvanego
