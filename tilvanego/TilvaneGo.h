@@ -1,8 +1,8 @@
 #pragma once
 
-/// All of TilvaneGo::SDK but JSON and validation, which Models.h and HTTPClient.h bring: `TilvaneGo`, the
-/// records of all operations, the ports of the platform with their adapters, and the values that these speak
-/// in.
+/// All of TilvaneGo::SDK but JSON and validation, which Models.h and HTTPClient.h bring: the class
+/// `TilvaneGo` (facade/TilvaneGoSDK.h), the records of all operations, the ports of the platform with their
+/// adapters, and the values that these speak in.
 #include <tilvanego/Features.h>
 #include <tilvanego/Version.h>
 #include <tilvanego/async/Task.h>

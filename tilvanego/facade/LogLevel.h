@@ -11,9 +11,7 @@ namespace [[gnu::visibility("default")]] tilvanego {
 enum class TilvaneLogLevel { debug, info, warning, error };
 
 template <>
-struct RawTexts<TilvaneLogLevel> {
-  static constexpr auto table = json::caseNames<TilvaneLogLevel>();
-};
+inline constexpr bool json::namesAreTexts<TilvaneLogLevel> = true;
 
 /// Called with each message of the library, on the main thread, during the operation that causes it. The text
 /// is valid during the call. No message holds a credential, a payload or card data.

@@ -25,9 +25,7 @@ enum class OperationKind {
 };
 
 template <>
-struct RawTexts<OperationKind> {
-  static constexpr auto table = json::caseNames<OperationKind>();
-};
+inline constexpr bool json::namesAreTexts<OperationKind> = true;
 
 /// Every operation, in the order of the list.
 inline constexpr auto operationKinds = allCases<OperationKind>();

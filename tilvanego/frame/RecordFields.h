@@ -2,12 +2,15 @@
 
 #include <concepts>
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
 #include <tilvanego/json/Reflection.h>
+#include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -55,6 +58,29 @@ class ImmutableRecord {
  protected:
   // NOLINTNEXTLINE(readability-identifier-naming): private to the records.
   Fields fields_;
+};
+
+/// The base class of responses, with what most of them have. All items are percent-decoded but not trimmed.
+template <typename FieldsType>
+class ResponseRecord : public ImmutableRecord<FieldsType> {
+ public:
+  using ImmutableRecord<FieldsType>::ImmutableRecord;
+
+  /// The URL that was read.
+  [[nodiscard]] const URL& callbackURL() const { return this->fields_.callbackURL; }
+  [[nodiscard]] const std::optional<std::string>& requestId() const { return this->fields_.requestId; }
+  [[nodiscard]] const std::optional<std::string>& status() const { return this->fields_.status; }
+  /// Only the responses whose fields have it.
+  [[nodiscard]] const auto& errorCode() const
+    requires requires(FieldsType fields) { fields.errorCode; }
+  {
+    return this->fields_.errorCode;
+  }
+  [[nodiscard]] const auto& errorMessage() const
+    requires requires(FieldsType fields) { fields.errorMessage; }
+  {
+    return this->fields_.errorMessage;
+  }
 };
 
 }  // namespace tilvanego

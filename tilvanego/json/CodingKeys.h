@@ -33,6 +33,14 @@ namespace [[gnu::visibility("default")]] json {
 template <typename Enumeration>
 concept IsCodingKeys = std::is_enum_v<Enumeration> && detail::typeName<Enumeration>.ends_with("::CodingKeys");
 
+/// Specialise it as true for an enumeration whose raw texts are the names of its cases. It is true for each
+/// `CodingKeys`.
+template <typename Enumeration>
+inline constexpr bool namesAreTexts = IsCodingKeys<Enumeration>;
+
+template <typename Enumeration>
+concept NamesAreTexts = namesAreTexts<Enumeration>;
+
 /// A record that names its keys in `CodingKeys`.
 template <typename Record>
 concept NamesItsKeys = std::is_aggregate_v<Record> && IsCodingKeys<typename Record::CodingKeys>;
@@ -41,9 +49,8 @@ concept NamesItsKeys = std::is_aggregate_v<Record> && IsCodingKeys<typename Reco
 template <typename Keys>
 [[nodiscard]] consteval auto caseNames() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
-    return std::array{
-        std::pair{static_cast<Keys>(index), detail::enumeratorName<static_cast<Keys>(index)>}...};
-  }(std::make_index_sequence<detail::countEnumerators<Keys>()>());
+    return std::array{std::pair{static_cast<Keys>(index), detail::enumeratorNames<Keys>.names[index]}...};
+  }(std::make_index_sequence<detail::enumeratorNames<Keys>.count>());
 }
 
 /// Like `caseNames`, but `value` has the text `text`; `further` are further values, each with its text after
@@ -70,9 +77,9 @@ struct Described {
 }  // namespace json
 }  // namespace tilvanego
 
-template <tilvanego::json::IsCodingKeys Keys>
-struct tilvanego::RawTexts<Keys> {
-  static constexpr auto table = tilvanego::json::caseNames<Keys>();
+template <tilvanego::json::NamesAreTexts Enumeration>
+struct tilvanego::RawTexts<Enumeration> {
+  static constexpr auto table = tilvanego::json::caseNames<Enumeration>();
 };
 
 template <tilvanego::json::NamesItsKeys Record>

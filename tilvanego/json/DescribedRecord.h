@@ -73,7 +73,7 @@ concept InitialisesItsMembers = requires { new const Record; };
 template <typename Record>
 [[nodiscard]] consteval bool casesNameTheMembers() {
   return []<std::size_t... index>(std::index_sequence<index...>) {
-    return ((enumeratorName<static_cast<typename Record::CodingKeys>(index)> ==
+    return ((enumeratorNames<typename Record::CodingKeys>.names[index] ==
              memberName<Record, sizeof...(index), index>) &&
             ...);
   }(std::make_index_sequence<fieldCount<Record>>());
@@ -88,7 +88,7 @@ template <NamesItsKeys Record>
 const RecordTable& Described<Record>::table() {
   static_assert(detail::casesNameTheMembers<Record>(),
                 "CodingKeys has a case for each member, of its name and in its place");
-  static_assert(detail::countEnumerators<typename Record::CodingKeys>() ==
+  static_assert(detail::enumeratorNames<typename Record::CodingKeys>.count ==
                     RawTexts<typename Record::CodingKeys>::table.size(),
                 "each case of CodingKeys has one raw text");
   static_assert(detail::InitialisesItsMembers<Record>,

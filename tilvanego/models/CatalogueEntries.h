@@ -102,8 +102,7 @@ consteval bool ruleIsNamedAfterItsField() {
     using json::detail::firstArgument, json::detail::lastIdentifier, json::detail::spelled;
     constexpr std::string_view constant =
         lastIdentifier(firstArgument(spelled<std::get<rule.index()>(rule)>()));
-    constexpr std::string_view field =
-        json::detail::enumeratorName<static_cast<typename R::CodingKeys>(index)>;
+    constexpr std::string_view field = json::detail::enumeratorNames<typename R::CodingKeys>.names[index];
     return constant.starts_with(field) && constant.substr(field.size()) == "Rule";
   }
 }
@@ -154,7 +153,7 @@ constexpr auto describeFields() {
   checkDeclaration<R>();
   return []<std::size_t... index>(std::index_sequence<index...>) {
     return std::array{
-        FieldDescription{.name = json::detail::enumeratorName<static_cast<typename R::CodingKeys>(index)>,
+        FieldDescription{.name = json::detail::enumeratorNames<typename R::CodingKeys>.names[index],
                          .key = json::recordKeys<R>()[index],
                          .type = typeText<typename ListTraits<Value<R, index>>::Element>,
                          .isArray = ListTraits<Value<R, index>>::value,
@@ -258,7 +257,8 @@ template <typename Enumeration>
 constexpr auto describeCases() {
   using Texts = RawTexts<Enumeration>;
   static_assert(isOpen<Enumeration>, "the raw texts of an enumeration in a record derive from OpenRawTexts");
-  static_assert(json::detail::countEnumerators<Enumeration>() == Texts::table.size(), "each case has a text");
+  static_assert(json::detail::enumeratorNames<Enumeration>.count == Texts::table.size(),
+                "each case has a text");
   static_assert(json::rawTextsAreDistinct<Enumeration>(), "each case and each raw text is said once");
   return []<std::size_t... index>(std::index_sequence<index...>) {
     static_assert(((Texts::table[index].first == static_cast<Enumeration>(index)) && ...),
@@ -266,7 +266,7 @@ constexpr auto describeCases() {
     const auto name = [](std::string_view enumerator) {
       return enumerator.ends_with('_') ? enumerator.substr(0, enumerator.size() - 1) : enumerator;
     };
-    return std::array{CaseDescription{name(json::detail::enumeratorName<static_cast<Enumeration>(index)>),
+    return std::array{CaseDescription{name(json::detail::enumeratorNames<Enumeration>.names[index]),
                                       Texts::table[index].second}...};
   }(std::make_index_sequence<Texts::table.size()>());
 }

@@ -90,19 +90,13 @@ enum class AVSResponseCode {
 }  // namespace models
 
 template <>
-struct RawTexts<models::TenderType> : models::OpenRawTexts<models::TenderType> {
-  static constexpr auto table = capitals();
-};
+inline constexpr char models::capitalsSeparator<models::TenderType> = '_';
 
 template <>
-struct RawTexts<models::Currency> : models::OpenRawTexts<models::Currency> {
-  static constexpr auto table = capitals();
-};
+inline constexpr char models::capitalsSeparator<models::Currency> = '_';
 
 template <>
-struct RawTexts<models::AuthMessageEnum> : models::OpenRawTexts<models::AuthMessageEnum> {
-  static constexpr auto table = capitals<' '>();
-};
+inline constexpr char models::capitalsSeparator<models::AuthMessageEnum> = ' ';
 
 template <>
 struct RawTexts<models::CVV2ResponseCode> : models::OpenRawTexts<models::CVV2ResponseCode> {

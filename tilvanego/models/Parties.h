@@ -130,8 +130,6 @@ struct EBT {
 }  // namespace models
 
 template <>
-struct RawTexts<models::EBT::ModelType> : models::OpenRawTexts<models::EBT::ModelType> {
-  static constexpr auto table = capitals();
-};
+inline constexpr char models::capitalsSeparator<models::EBT::ModelType> = '_';
 
 }  // namespace tilvanego

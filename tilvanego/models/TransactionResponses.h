@@ -257,25 +257,16 @@ struct StatusResponse {
 }  // namespace models
 
 template <>
-struct RawTexts<models::ListTransactionResponseInstance::TransactionType>
-    : models::OpenRawTexts<models::ListTransactionResponseInstance::TransactionType> {
-  static constexpr auto table = capitals();
-};
+inline constexpr char models::capitalsSeparator<models::ListTransactionResponseInstance::TransactionType> =
+    '_';
 
 template <>
-struct RawTexts<models::BinDataResponse::Program> : models::OpenRawTexts<models::BinDataResponse::Program> {
-  static constexpr auto table = capitals();
-};
+inline constexpr char models::capitalsSeparator<models::BinDataResponse::Program> = '_';
 
 template <>
-struct RawTexts<models::BinDataResponse::ProgramCard>
-    : models::OpenRawTexts<models::BinDataResponse::ProgramCard> {
-  static constexpr auto table = capitals();
-};
+inline constexpr char models::capitalsSeparator<models::BinDataResponse::ProgramCard> = '_';
 
 template <>
-struct RawTexts<models::CVM::Method> : models::OpenRawTexts<models::CVM::Method> {
-  static constexpr auto table = capitals();
-};
+inline constexpr char models::capitalsSeparator<models::CVM::Method> = '_';
 
 }  // namespace tilvanego

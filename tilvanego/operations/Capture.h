@@ -61,21 +61,16 @@ struct CaptureResponseFields {
 };
 
 /// The items of a capture's callback, percent-decoded but not trimmed. An immutable value.
-class CaptureResponse : public ImmutableRecord<CaptureResponseFields> {
+class CaptureResponse : public ResponseRecord<CaptureResponseFields> {
  public:
-  using ImmutableRecord::ImmutableRecord;
+  using ResponseRecord::ResponseRecord;
 
-  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
-  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] const std::optional<std::string>& type() const { return fields_.type; }
   [[nodiscard]] const std::optional<std::string>& transactionId() const { return fields_.transactionId; }
   [[nodiscard]] const std::optional<std::string>& approvedAmount() const { return fields_.approvedAmount; }
   [[nodiscard]] const std::optional<std::string>& originalTransactionId() const {
     return fields_.originalTransactionId;
   }
-  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
-  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 };
 
 /// The cases of `CaptureError`, reached as `CaptureError::InvalidRequest` and so on.

@@ -63,17 +63,12 @@ struct ClearDataResponseFields {
 ///
 /// It holds card data in clear: in `clearPan`, `clearTrack2` and `callbackURL`. No log line, debug line or
 /// error of the library shows them. A host must not log the URL.
-class ClearDataResponse : public ImmutableRecord<ClearDataResponseFields> {
+class ClearDataResponse : public ResponseRecord<ClearDataResponseFields> {
  public:
-  using ImmutableRecord::ImmutableRecord;
+  using ResponseRecord::ResponseRecord;
 
-  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
-  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] const std::optional<std::string>& clearPan() const { return fields_.clearPan; }
   [[nodiscard]] const std::optional<std::string>& clearTrack2() const { return fields_.clearTrack2; }
-  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
-  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 };
 
 /// The cases of `ClearDataError`, reached as `ClearDataError::InvalidRequest` and so on.

@@ -67,13 +67,10 @@ struct InitializationResponseFields {
 };
 
 /// The items of an initialization's callback, percent-decoded but not trimmed. An immutable value.
-class InitializationResponse : public ImmutableRecord<InitializationResponseFields> {
+class InitializationResponse : public ResponseRecord<InitializationResponseFields> {
  public:
-  using ImmutableRecord::ImmutableRecord;
+  using ResponseRecord::ResponseRecord;
 
-  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
-  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] const std::optional<std::string>& message() const { return fields_.message; }
 };
 

@@ -55,17 +55,12 @@ struct RebootResponseFields {
 
 /// The items of a reboot's callback, percent-decoded but not trimmed; `responseCode` is read as a number. An
 /// immutable value.
-class RebootResponse : public ImmutableRecord<RebootResponseFields> {
+class RebootResponse : public ResponseRecord<RebootResponseFields> {
  public:
-  using ImmutableRecord::ImmutableRecord;
+  using ResponseRecord::ResponseRecord;
 
-  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
-  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] std::optional<std::int64_t> responseCode() const { return fields_.responseCode; }
   [[nodiscard]] const std::optional<std::string>& readerSerial() const { return fields_.readerSerial; }
-  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
-  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 };
 
 /// The cases of `RebootError`, reached as `RebootError::InvalidRequest` and so on.

@@ -25,16 +25,11 @@ struct RefundResponseFields {
 
 /// The items of the callback of a full or partial refund, percent-decoded but not trimmed. An immutable
 /// value.
-class RefundResponse : public ImmutableRecord<RefundResponseFields> {
+class RefundResponse : public ResponseRecord<RefundResponseFields> {
  public:
-  using ImmutableRecord::ImmutableRecord;
+  using ResponseRecord::ResponseRecord;
 
-  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
   [[nodiscard]] const std::optional<std::string>& transactionId() const { return fields_.transactionId; }
-  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
-  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
-  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 };
 
 }  // namespace tilvanego

@@ -69,13 +69,10 @@ struct SaveResponseFields {
 };
 
 /// The items of a save's callback, percent-decoded but not trimmed. An immutable value.
-class SaveResponse : public ImmutableRecord<SaveResponseFields> {
+class SaveResponse : public ResponseRecord<SaveResponseFields> {
  public:
-  using ImmutableRecord::ImmutableRecord;
+  using ResponseRecord::ResponseRecord;
 
-  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
-  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] const std::optional<std::string>& transactionId() const { return fields_.transactionId; }
   [[nodiscard]] const std::optional<std::string>& approvalCode() const { return fields_.approvalCode; }
   [[nodiscard]] const std::optional<std::string>& processorMessage() const {
@@ -84,8 +81,6 @@ class SaveResponse : public ImmutableRecord<SaveResponseFields> {
   [[nodiscard]] const std::optional<std::string>& entryMode() const { return fields_.entryMode; }
   [[nodiscard]] const std::optional<std::string>& cardBrand() const { return fields_.cardBrand; }
   [[nodiscard]] const std::optional<std::string>& cardLast4() const { return fields_.cardLast4; }
-  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
-  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
 };
 
 /// The cases of `SaveError`, reached as `SaveError::InvalidRequest` and so on.

@@ -58,15 +58,10 @@ struct TransactionListResponseFields {
 };
 
 /// The items of a transaction list's callback. Texts are percent-decoded but not trimmed. An immutable value.
-class TransactionListResponse : public ImmutableRecord<TransactionListResponseFields> {
+class TransactionListResponse : public ResponseRecord<TransactionListResponseFields> {
  public:
-  using ImmutableRecord::ImmutableRecord;
+  using ResponseRecord::ResponseRecord;
 
-  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
-  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
-  [[nodiscard]] const std::optional<std::string>& errorCode() const { return fields_.errorCode; }
-  [[nodiscard]] const std::optional<std::string>& errorMessage() const { return fields_.errorMessage; }
   [[nodiscard]] std::optional<std::int64_t> transactionCount() const { return fields_.transactionCount; }
   [[nodiscard]] const std::vector<TilvaneGoTransaction>& transactions() const { return fields_.transactions; }
 };

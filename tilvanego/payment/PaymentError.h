@@ -38,7 +38,7 @@ struct PaymentErrorCases {
                    UrlPayloadDecompressionFailed>;
 };
 
-/// Why a payment failed: one of the cases above.
+/// Why a payment failed: one of the cases above. Never thrown: `PaymentResult::Failure` holds it.
 ///
 /// ```cpp
 /// bool mustWaitForTheFirst(const PaymentError& error) {

@@ -29,13 +29,10 @@ struct PaymentResponseFields {
 };
 
 /// The items of a payment's callback, percent-decoded but not trimmed. An immutable value.
-class PaymentResponse : public ImmutableRecord<PaymentResponseFields> {
+class PaymentResponse : public ResponseRecord<PaymentResponseFields> {
  public:
-  using ImmutableRecord::ImmutableRecord;
+  using ResponseRecord::ResponseRecord;
 
-  [[nodiscard]] const URL& callbackURL() const { return fields_.callbackURL; }
-  [[nodiscard]] const std::optional<std::string>& requestId() const { return fields_.requestId; }
-  [[nodiscard]] const std::optional<std::string>& status() const { return fields_.status; }
   [[nodiscard]] const std::optional<std::string>& processorMessage() const {
     return fields_.processorMessage;
   }

@@ -14,8 +14,6 @@ enum class PaymentTransactionType {
 };
 
 template <>
-struct RawTexts<PaymentTransactionType> {
-  static constexpr auto table = json::caseNames<PaymentTransactionType>();
-};
+inline constexpr bool json::namesAreTexts<PaymentTransactionType> = true;
 
 }  // namespace tilvanego

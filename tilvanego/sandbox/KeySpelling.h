@@ -31,6 +31,4 @@ using KeyNames = std::array<std::string_view, 4>;
 }  // namespace tilvanego
 
 template <>
-struct tilvanego::RawTexts<tilvanego::sandbox::KeySpelling> {
-  static constexpr auto table = json::caseNames<sandbox::KeySpelling>();
-};
+inline constexpr bool tilvanego::json::namesAreTexts<tilvanego::sandbox::KeySpelling> = true;

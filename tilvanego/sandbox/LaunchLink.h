@@ -89,6 +89,4 @@ class LaunchLink {
 }  // namespace tilvanego
 
 template <>
-struct tilvanego::RawTexts<tilvanego::sandbox::Transport> {
-  static constexpr auto table = json::caseNames<sandbox::Transport>();
-};
+inline constexpr bool tilvanego::json::namesAreTexts<tilvanego::sandbox::Transport> = true;

@@ -131,15 +131,6 @@ std::expected<std::vector<QueryItem>, SandboxError> carriedItems(const LaunchLin
 
 }  // namespace
 
-Outcome outcomeForAmount(const Decimal& amount) {
-  const std::string text = amount.text();
-  const std::size_t point = text.find('.');
-  if (point == std::string::npos) return Outcome::approve;
-  const auto* const deciding =
-      std::ranges::find(decidingFractions, text.substr(point + 1), &DecidingFraction::fraction);
-  return deciding != decidingFractions.end() ? deciding->outcome : Outcome::approve;
-}
-
 Outcome usualOutcome(const LaunchLink& link) {
   return link.amount() ? outcomeForAmount(*link.amount()) : Outcome::approve;
 }

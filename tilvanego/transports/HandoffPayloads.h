@@ -37,9 +37,7 @@ enum class PaymentHandoffDirection { request, result };
 }  // namespace support
 
 template <>
-struct RawTexts<support::PaymentHandoffDirection> {
-  static constexpr auto table = json::caseNames<support::PaymentHandoffDirection>();
-};
+inline constexpr bool json::namesAreTexts<support::PaymentHandoffDirection> = true;
 
 namespace support {
 

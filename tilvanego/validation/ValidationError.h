@@ -19,19 +19,13 @@ enum class NumericValidationErrorKind { minimum, maximum, multipleOf };
 enum class ArrayValidationErrorKind { minItems, maxItems, uniqueItems };
 
 template <>
-struct RawTexts<StringValidationErrorKind> {
-  static constexpr auto table = json::caseNames<StringValidationErrorKind>();
-};
+inline constexpr bool json::namesAreTexts<StringValidationErrorKind> = true;
 
 template <>
-struct RawTexts<NumericValidationErrorKind> {
-  static constexpr auto table = json::caseNames<NumericValidationErrorKind>();
-};
+inline constexpr bool json::namesAreTexts<NumericValidationErrorKind> = true;
 
 template <>
-struct RawTexts<ArrayValidationErrorKind> {
-  static constexpr auto table = json::caseNames<ArrayValidationErrorKind>();
-};
+inline constexpr bool json::namesAreTexts<ArrayValidationErrorKind> = true;
 
 /// A set of cases of one of these enumerations.
 template <typename Kind>

@@ -72,9 +72,9 @@ std::uint64_t eightBytesAt(const std::uint8_t* from) {
 void encodeTwelveTo(char* to, const std::uint8_t* from, const PairTable& pairs) {
   const std::uint64_t a = eightBytesAt(from);
   const std::uint64_t b = eightBytesAt(from + 6);
-  const std::array<Pair, 8> characters{
-      pairs[a >> 52], pairs[(a >> 40) & 0xFFF], pairs[(a >> 28) & 0xFFF], pairs[(a >> 16) & 0xFFF],
-      pairs[b >> 52], pairs[(b >> 40) & 0xFFF], pairs[(b >> 28) & 0xFFF], pairs[(b >> 16) & 0xFFF]};
+  const auto pair = [&pairs](std::uint64_t bits) { return pairs[static_cast<std::size_t>(bits & 0xFFF)]; };
+  const std::array<Pair, 8> characters{pair(a >> 52), pair(a >> 40), pair(a >> 28), pair(a >> 16),
+                                       pair(b >> 52), pair(b >> 40), pair(b >> 28), pair(b >> 16)};
   std::memcpy(to, characters.data(), sizeof characters);
 }
 

@@ -11,23 +11,34 @@
 
 namespace tilvanego::models::detail {
 
+/// The raw texts of an enumeration whose texts are its cases' names in capitals.
+template <typename Enumeration, char separator>
 struct Capitals {
-  [[nodiscard]] constexpr std::string_view text() const { return {characters.data(), size}; }
-  std::array<char, 64> characters{};
-  std::size_t size = 0;
+  static constexpr const auto& names = json::detail::enumeratorNames<Enumeration>;
+
+  consteval Capitals() {
+    std::size_t end = 0;
+    for (std::size_t index = 0; index < names.count; ++index) {
+      for (const char c : names.names[index]) {
+        if (c == '_') continue;
+        if (c >= 'A' && c <= 'Z') characters[end++] = separator;
+        characters[end++] = tilvanego::detail::asciiUppercased(c);
+      }
+      ends[index] = end;
+    }
+  }
+
+  [[nodiscard]] constexpr std::string_view text(std::size_t index) const {
+    const std::size_t begin = index == 0 ? 0 : ends[index - 1];
+    return {characters.data() + begin, ends[index] - begin};
+  }
+
+  std::array<char, 32 * names.count> characters{};
+  std::array<std::size_t, names.count> ends{};
 };
 
-/// The name of an enumerator in capitals.
-template <auto value, char separator>
-[[gnu::visibility("hidden")]] inline constexpr Capitals capitals = [] {
-  Capitals made;
-  for (const char c : json::detail::enumeratorName<value>) {
-    if (c == '_') continue;
-    if (c >= 'A' && c <= 'Z') made.characters[made.size++] = separator;
-    made.characters[made.size++] = tilvanego::detail::asciiUppercased(c);
-  }
-  return made;
-}();
+template <typename Enumeration, char separator>
+[[gnu::visibility("hidden")]] inline constexpr Capitals<Enumeration, separator> capitals;
 
 }  // namespace tilvanego::models::detail
 
@@ -56,19 +67,13 @@ struct OpenRawTexts {
                                                                               std::string_view text) {
     return {value, text};
   }
-
-  /// A table in which the text of each case but the fallback is its name in capitals, with `separator`
-  /// between the words: "FALLBACK_SWIPE" for `fallbackSwipe`, "VOID" for `void_`.
-  template <char separator = '_'>
-  [[nodiscard]] static consteval auto capitals() {
-    constexpr std::size_t last = json::detail::countEnumerators<Enumeration>() - 1;
-    return []<std::size_t... index>(std::index_sequence<index...>) {
-      return std::array{row(static_cast<Enumeration>(index),
-                            detail::capitals<static_cast<Enumeration>(index), separator>.text())...,
-                        fallbackRow};
-    }(std::make_index_sequence<last>());
-  }
 };
+
+/// Specialise it for an enumeration whose raw texts are its cases' names in capitals: with the character
+/// between the words. With '_', `fallbackSwipe` is "FALLBACK_SWIPE", and `void_` is "VOID". The texts are
+/// made where they are first used.
+template <typename Enumeration>
+inline constexpr char capitalsSeparator = '\0';
 
 template <typename Enumeration>
 concept HasUnknownCase = requires { Enumeration::unknownDefaultOpenApi; };
@@ -125,19 +130,24 @@ template <TopLevelEnumeration Enumeration>
 
 }  // namespace models
 
-template <>
-struct RawTexts<models::Status> : models::OpenRawTexts<models::Status> {
-  static constexpr auto table = capitals();
+template <typename Enumeration>
+  requires(models::capitalsSeparator<Enumeration> != '\0')
+struct RawTexts<Enumeration> : models::OpenRawTexts<Enumeration> {
+  static constexpr auto table = []<std::size_t... index>(std::index_sequence<index...>) {
+    using Texts = models::OpenRawTexts<Enumeration>;
+    constexpr auto& capitals = models::detail::capitals<Enumeration, models::capitalsSeparator<Enumeration>>;
+    return std::array{Texts::row(static_cast<Enumeration>(index), capitals.text(index))...,
+                      Texts::fallbackRow};
+  }(std::make_index_sequence<static_cast<std::size_t>(Enumeration::unknownDefaultOpenApi)>());
 };
 
 template <>
-struct RawTexts<models::ResponseEntryMode> : models::OpenRawTexts<models::ResponseEntryMode> {
-  static constexpr auto table = capitals();
-};
+inline constexpr char models::capitalsSeparator<models::Status> = '_';
 
 template <>
-struct RawTexts<models::CardBrand> : models::OpenRawTexts<models::CardBrand> {
-  static constexpr auto table = capitals<' '>();
-};
+inline constexpr char models::capitalsSeparator<models::ResponseEntryMode> = '_';
+
+template <>
+inline constexpr char models::capitalsSeparator<models::CardBrand> = ' ';
 
 }  // namespace tilvanego

@@ -268,6 +268,16 @@ TEST(ResponseHead, ALengthIsOneNumber) {
   }
 }
 
+TEST(ResponseHead, NoLineFoldsIntoTheStatusLine) {
+  for (const char* folded : {" folded: x\r\n", "\tx\r\n"}) {
+    ResponseHead head(limit);
+    EXPECT_TRUE(head.addLine("HTTP/1.1 103 Early Hints\r\n") && head.addLine("A: 1\r\n") &&
+                head.addLine(folded));
+    EXPECT_TRUE(head.addLine("\r\n") && head.addLine("HTTP/1.1 200 OK\r\n"));
+    EXPECT_FALSE(head.addLine(folded));
+  }
+}
+
 TEST(ResponseHead, FieldsAndBytesHaveALimit) {
   ResponseHead many(limit);
   EXPECT_TRUE(many.addLine("HTTP/1.1 200 OK\r\n"));

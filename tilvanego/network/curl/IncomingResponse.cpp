@@ -36,6 +36,9 @@ bool ResponseHead::addLine(std::string_view line) {
   if (received_ > maxBytes_ || fieldCount_ > maxFields) return false;
   if (isFirst) startOver();
   if (inBody_ || complete_) return true;
+  // A folded line has nothing to continue after the status line.
+  if ((line.starts_with(' ') || line.starts_with('\t')) && bytes_.find('\n') + 1 == bytes_.size())
+    return false;
   bytes_.append(line);
   if (isEmpty) complete_ = true;
   constexpr std::string_view length = "content-length:";

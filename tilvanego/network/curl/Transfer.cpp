@@ -250,7 +250,9 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
     if (!transfer.followsUpload_)
       transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
     if (!transfer.head_.addLine({line, length})) {
-      transfer.refuse(Code::badServerResponse, "the answer has too many header fields, or too long ones");
+      transfer.refuse(
+          Code::badServerResponse,
+          "the answer has too many header fields, too long ones, or a folded line before the first");
     } else if (transfer.head_.hasBrokenLength()) {
       transfer.refuse(Code::badServerResponse, "the answer's \"Content-Length\" isn't one number");
     } else if (transfer.tunnelStatus() == 0) {

@@ -1,4 +1,4 @@
-// The further request after a redirect or a challenge.
+// The further request after a redirect or a challenge. Transfer.cpp repeats a request whose connection ended.
 
 #include <algorithm>
 #include <cstddef>
