@@ -224,7 +224,7 @@ TEST(ResponseHead, FieldsAreReadLineByLine) {
       // A value may go on in further lines; those without anything in them add nothing.
       {ok + "A: 1\r\n 2\r\n\t\r\n  3\r\n", {{"A", "1 2 3"}}},
       {ok + "A:\r\n 1\r\nB:\r\n", {{"A", "1"}, {"B", ""}}},
-      {ok + " 1\r\nno colon\r\nBad Name: 1\r\n: 1\r\n 2\r\n", {}},
+      {ok + "no colon\r\nBad Name: 1\r\n: 1\r\n 2\r\n", {}},
       {"HTTP/1.1 100 Continue\r\nA: 1\r\n\r\n" + ok + "B: 2\r\n", {{"B", "2"}}},
       {ok + "HTTP/1.1: 1\r\nA: 1\r\n", {{"A", "1"}}},
   };
