@@ -13,9 +13,9 @@
 /// Amounts of money as a person types and reads them. Any thread may call these functions.
 ///
 /// ```cpp
-/// const auto amount = parseAmount("12,50", "EUR", ',');    // 12.5; parseAmount("12,50", "EUR") is refused
-/// const auto shown = amount.and_then([](const Decimal& read) { return amountText(read, "EUR"); });  //
-/// "12.50"
+/// // A till of a country with a decimal comma.
+/// const auto amount = parseAmount("12,50", "EUR", ',');  // parseAmount("12,50", "EUR") is refused
+/// const auto shown = amount ? amountText(*amount, "EUR") : std::unexpected(amount.error());  // "12.50"
 /// ```
 namespace [[gnu::visibility("default")]] tilvanego {
 
