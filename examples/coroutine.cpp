@@ -48,9 +48,9 @@ class Awaited {
 // Separate functions make the requests: in a `co_await` expression, g++ 12 frees fields between braces twice.
 Awaited<PaymentResult> pay(const std::string& requestId) {
   const PaymentRequest request({.requestId = requestId,
-                                .amount = *Decimal::parse("12.50"),
+                                .amount = "12.50"_decimal,
                                 .currency = "EUR",
-                                .callbackURL = *URL::parse("till://payment-done")});
+                                .callbackURL = "till://payment-done"_url});
   return Awaited<PaymentResult>(
       [request](auto completion) { TilvaneGo::shared().startPayment(request, std::move(completion)); });
 }
@@ -59,7 +59,7 @@ Awaited<FullRefundResult> refund(const std::string& requestId, const std::string
   const PaymentCredentials credentials({.basicToken = "secret", .accountId = "ACC-1", .environment = "CERT"});
   const FullRefundRequest request({.requestId = requestId,
                                    .transactionId = transactionId,
-                                   .callbackURL = *URL::parse("till://refund-done"),
+                                   .callbackURL = "till://refund-done"_url,
                                    .credentials = credentials});
   return Awaited<FullRefundResult>(
       [request](auto completion) { TilvaneGo::shared().fullRefund(request, std::move(completion)); });

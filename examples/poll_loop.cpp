@@ -81,9 +81,9 @@ int main() {
 
   bool paid = false;
   const PaymentRequest request({.requestId = "A-1001",
-                                .amount = *Decimal::parse("12.50"),
+                                .amount = "12.50"_decimal,
                                 .currency = "EUR",
-                                .callbackURL = *URL::parse("till://payment-done")});
+                                .callbackURL = "till://payment-done"_url});
   TilvaneGo::shared().startPayment(request, [&](const PaymentResult& result) {
     paid = std::holds_alternative<PaymentResult::Success>(result) && loop.isCurrent();
     std::cout << result.name() << '\n';

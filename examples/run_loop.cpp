@@ -28,10 +28,10 @@ int main() {
   rehearse();
 
   const PaymentRequest request({.requestId = "A-1001",
-                                .amount = *Decimal::parse("12.50"),
+                                .amount = "12.50"_decimal,
                                 .transactionType = PaymentTransactionType::sale,
                                 .currency = "EUR",
-                                .callbackURL = *URL::parse("till://payment-done")});
+                                .callbackURL = "till://payment-done"_url});
   bool paid = false;
   TilvaneGo::shared().startPayment(request, [&paid](const PaymentResult& result) {
     if (const auto* success = std::get_if<PaymentResult::Success>(&result)) {

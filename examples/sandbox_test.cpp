@@ -31,9 +31,9 @@ std::string describe(const PaymentResult& result) {
 // Makes one payment. Returns the text of the display, or nothing if there is no result.
 std::optional<std::string> shownAfterPayment(const PaymentLaunchTransport& transport) {
   const PaymentRequest request({.requestId = "A-1001",
-                                .amount = *Decimal::parse("12.50"),
+                                .amount = "12.50"_decimal,
                                 .currency = "EUR",
-                                .callbackURL = *URL::parse("till://payment-done")});
+                                .callbackURL = "till://payment-done"_url});
   std::optional<std::string> shown;
   TilvaneGo::shared().startPayment(request, transport,
                                    [&shown](const PaymentResult& result) { shown = describe(result); });

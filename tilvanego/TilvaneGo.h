@@ -20,10 +20,12 @@
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
+#include <tilvanego/values/Amount.h>
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/DateFormats.h>
 #include <tilvanego/values/DebugLiteral.h>
 #include <tilvanego/values/DecimalFormatter.h>
+#include <tilvanego/values/Literals.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/URLComponents.h>
 

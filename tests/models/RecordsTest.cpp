@@ -1,4 +1,5 @@
 #include <expected>
+#include <sstream>
 #include <unordered_set>
 
 #include <tilvanego/Models.h>
@@ -15,6 +16,19 @@ namespace {
 std::string written(std::string_view name, std::string_view text) {
   const auto record = findRecordType(name)->decode(text);
   return record ? record->encode().value() : record.error().report();
+}
+
+TEST(Records, WriteTheirFieldsToAStream) {
+  EXPECT_EQ(testing::PrintToString(Trace{.cashier = "A\nnn", .timestamp = Date(), .tags = {{"a", "b"}}}),
+            R"(Trace(cashier: "A\nnn", clientIp: nil, customId: nil, timestamp: 1970-01-01T00:00:00.000Z, )"
+            R"(extTransactionId: nil, tags: ["a", "b"]))");
+  EXPECT_EQ(testing::PrintToString(AmountsExtended{.total = "12.50"}),
+            R"(AmountsExtended(currency: USD, total: "12.50", gratuity: nil, cashback: nil))");
+  EXPECT_EQ(testing::PrintToString(TenderType::ebt), "EBT");
+  EXPECT_EQ(testing::PrintToString(static_cast<TenderType>(99)), "99");
+  std::ostringstream nested;
+  nested << TraceResponse{.history = std::vector<TransactionHistoryRecord>(1)};
+  EXPECT_TRUE(nested.str().contains("history: [TransactionHistoryRecord(")) << nested.str();
 }
 
 TEST(Records, TextsAreReadAndWrittenAsTheInterfaceHasThem) {

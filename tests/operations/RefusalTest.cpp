@@ -4,7 +4,8 @@
 namespace tilvanego::test {
 namespace {
 
-/// The message by which a start is refused, or "" if it is pending.
+/// The message by which a start is refused, or "" if it is pending. The request says the same without a
+/// start.
 template <typename Request, typename Completion>
 std::string refusal(void (TilvaneGo::*start)(Request, Completion), const Request& request) {
   TestHost host;
@@ -18,6 +19,7 @@ std::string refusal(void (TilvaneGo::*start)(Request, Completion), const Request
     message = failure.error.errorDescription();
     pending = false;
   });
+  EXPECT_EQ(request.validate().value_or(""), message);
   EXPECT_EQ(host.application->openedURLs().size(), pending ? 1U : 0U);
   for (const Kind& kind : allKinds()) {
     EXPECT_FALSE(!pending && (*host.sdk.*kind.isInProgress)()) << "a refused start leaves nothing behind";

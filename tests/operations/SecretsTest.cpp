@@ -49,13 +49,48 @@ TEST(Secrets, OfACallbackAreShownByNoKind) {
   }
 }
 
-template <typename T>
-concept Streamable = requires(std::ostream& out, const T& value) { out << value; };
+TEST(Secrets, AreWrittenToAStreamByNoRecord) {
+  using testing::PrintToString;
+  forEachOperation([]<OperationKind kind>() {
+    const auto request = fullRequest<kind>(parsedURL("myshop://done"));
+    const auto result = operationFunctions<kind>.parse(
+        parsedURL("myshop://done?status=success&basic_token=t0ken&clear%5Fpan=4111&clearTrack2=4111%3D2912"
+                  "&payload=p4yload&transactionList=%5B%5D"),
+        std::nullopt, std::nullopt);
+    const std::string text = PrintToString(request) + PrintToString(request.fields()) +
+                             PrintToString(result) + PrintToString(*result);
+    for (const std::string_view secret :
+         {secretToken, secretNotes, std::string_view("4111"), std::string_view("p4yload")}) {
+      EXPECT_FALSE(text.contains(secret)) << text;
+    }
+  });
+  EXPECT_EQ(PrintToString(credentials()),
+            R"(PaymentCredentials(basicToken: present, accountId: "acc", environment: "PROD"))");
+  EXPECT_EQ(
+      PrintToString(TilvaneGoTransaction{.amount = 12, .customId = "a\"\nb", .notes = "n0tes"}),
+      R"(TilvaneGoTransaction(amount: 12, tip: nil, type: nil, customId: "a\"\nb", customID: nil, )"
+      R"(notes: present, transactionDetails: TilvaneGoTransactionDetails(status: nil, description: nil, )"
+      R"(transactionId: nil, timestamp: nil, approvedAmount: nil, requestedAmount: nil, authCode: nil, )"
+      R"(processorMessage: nil, entryMode: nil, cardBrand: nil, cardLast4: nil)))");
+}
 
-static_assert(!Streamable<ClearDataResponse> && !Streamable<ClearDataResult> &&
-              !Streamable<PaymentCredentials> && !Streamable<InitializationRequest> &&
-              !Streamable<SaveRequest> && !Streamable<FullRefundRequest> &&
-              !Streamable<PartialRefundRequest> && !Streamable<PaymentRequest>);
+TEST(Results, WriteTheirCaseWithErrorAndResponse) {
+  const auto shown = [](std::string_view url) {
+    return testing::PrintToString(*TilvaneGo::parseRebootResult(parsedURL(url), "A", std::nullopt));
+  };
+  const std::string rest = ", responseCode: nil, readerSerial: nil, errorCode: nil, errorMessage: nil)";
+  EXPECT_EQ(shown("a:b?status=rebooted"),
+            "success(RebootResponse(callbackURL: a:b?status=rebooted, requestId: nil, status: \"rebooted\"" +
+                rest + ")");
+  EXPECT_EQ(shown("a:b?request_id=B"),
+            "failure(requestIdMismatch: \"Reboot callback request ID mismatch. Expected A, received B.\", "
+            "RebootResponse(callbackURL: a:b?request_id=B, requestId: \"B\", status: nil" +
+                rest + ")");
+  EXPECT_EQ(testing::PrintToString(RebootResult(RebootResult::Failure{RebootError::MissingStatus{}, {}})),
+            "failure(missingStatus: \"Reboot callback is missing a status.\")");
+  EXPECT_EQ(testing::PrintToString(TransactionListError::DecodingFailed{"why"}),
+            "decodingFailed: \"Transaction list could not be decoded: why\"");
+}
 
 }  // namespace
 }  // namespace tilvanego::test

@@ -9,10 +9,11 @@ import sys
 ROOT = pathlib.Path(sys.argv[1])
 FACADE = "tilvanego/facade/TilvaneGoSDK.h"
 # Public without an umbrella: a subsystem's chief header that serves this project's programs, what one source of a host's own
-# records includes, and what exists on another system.
+# records includes, what most hosts need not compile (<chrono>), and what exists on another system.
 ALONE = {
     "tilvanego/transports/PaymentPasteboardHandoff.h",
     "tilvanego/json/DescribedRecord.h",
+    "tilvanego/values/ChronoDate.h",
     "tilvanego/platform/apple/ApplePlatform.h",
 }
 # Made from cmake/*.h.in.

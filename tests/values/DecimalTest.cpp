@@ -1,5 +1,7 @@
+#include <tilvanego/values/Amount.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/DecimalFormatter.h>
+#include <tilvanego/values/Literals.h>
 
 #include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
@@ -148,6 +150,162 @@ TEST(Decimal, AddsExactlyWhileItsMantissaSufficesAndRoundsHalfToEven) {
       {largest, "-" + largest, "0"},
   };
   for (const auto& [a, b, sum] : cases) EXPECT_EQ((number(a) + number(b)).text(), sum) << a << " + " << b;
+}
+
+TEST(Decimal, ReckonsExactlyOrNotAtAll) {
+  const std::string largest(largestMantissa);
+  using Reckoned = std::optional<Decimal> (Decimal::*)(const Decimal&) const;
+  struct Case {
+    std::string a;
+    Reckoned reckon;
+    std::string b;
+    std::string result;
+  };
+  const Case cases[] = {
+      {"12.50", &Decimal::plus, "0.05", "12.55"},
+      {"0", &Decimal::plus, "1e127", number("1e127").text()},
+      // Exact, though the sum of the mantissas has more than 128 bits.
+      {largest, &Decimal::plus, "5", "340282366920938463463374607431768211460"},
+      {largest, &Decimal::plus, "1", "none"},
+      {"1e38", &Decimal::plus, "0.5", "none"},
+      {largest + "e127", &Decimal::plus, largest + "e127", "none"},
+      {"12.50", &Decimal::minus, "20", "-7.5"},
+      {"0", &Decimal::minus, "1e-128", "-" + number("1e-128").text()},
+      {"12.50", &Decimal::times, "-3", "-37.5"},
+      {"12.50", &Decimal::times, "0.19", "2.375"},
+      {largest, &Decimal::times, "0", "0"},
+      // Twos and fives of both make tens, which need no mantissa.
+      {"1e20", &Decimal::times, "1e20", "1" + std::string(40, '0')},
+      {"170141183460469231731687303715884105728", &Decimal::times, "5",
+       "850705917302346158658436518579420528640"},
+      {"5", &Decimal::times, "170141183460469231731687303715884105728",
+       "850705917302346158658436518579420528640"},
+      {largest, &Decimal::times, "3", "none"},
+      {"1e-100", &Decimal::times, "1e-29", "none"},
+      {"1e100", &Decimal::times, "1e30", "1" + std::string(130, '0')},
+      {"1e127", &Decimal::times, "1e38", "1" + std::string(165, '0')},
+      {"1e127", &Decimal::times, "1e39", "none"},
+      {"10e127", &Decimal::times, "0.1", number("1e127").text()},
+  };
+  for (const auto& [a, reckon, b, result] : cases) {
+    EXPECT_EQ(textOrNone((number(a).*reckon)(number(b))), result) << a << " and " << b;
+  }
+}
+
+TEST(Decimal, RoundsAsTold) {
+  using enum Rounding;
+  struct Case {
+    std::string_view a;
+    std::string_view divisor;
+    unsigned digits;
+    std::string_view halfEven, halfUp, up, down;
+  };
+  constexpr std::string_view third = "0.33333333333333333333333333333333333333";
+  const Case cases[] = {
+      {"0.125", "1", 2, "0.12", "0.13", "0.13", "0.12"},
+      {"-0.125", "1", 2, "-0.12", "-0.13", "-0.13", "-0.12"},
+      {"0.375", "1", 2, "0.38", "0.38", "0.38", "0.37"},
+      {"0.5", "1", 0, "0", "1", "1", "0"},
+      {"1e-128", "1", 2, "0", "0", "0.01", "0"},
+      {"12.50", "1", 2, "12.5", "12.5", "12.5", "12.5"},
+      {"1e127", "1", 2, "1e127", "1e127", "1e127", "1e127"},
+      // Only the last digit of the quotient tells that this isn't a tie.
+      {"0.1250001", "1", 2, "0.13", "0.13", "0.13", "0.12"},
+      {"1", "8", 2, "0.12", "0.13", "0.13", "0.12"},
+      {"-1", "8", 2, "-0.12", "-0.13", "-0.13", "-0.12"},
+      {"1.00000001", "8", 2, "0.13", "0.13", "0.13", "0.12"},
+      {"10", "3", 2, "3.33", "3.33", "3.34", "3.33"},
+      {"119", "1.19", 2, "100", "100", "100", "100"},
+      {"1e-20", "3e20", 2, "0", "0", "0.01", "0"},
+      {"2.5e-3", "1e-1", 2, "0.02", "0.03", "0.03", "0.02"},
+      {"1e127", "1e-38", 0, "1e165", "1e165", "1e165", "1e165"},
+      {"1", "3", 38, third, third, "0.33333333333333333333333333333333333334", third},
+      // Beyond what a number can hold.
+      {"1", "3", 40, "none", "none", "none", "none"},
+      {"1", "0", 2, "none", "none", "none", "none"},
+      {"1", "1", 129, "none", "none", "none", "none"},
+      {"1", "300000000000000000000000000000000000001", 60, "none", "none", "none", "none"},
+  };
+  for (const auto& [a, divisor, digits, halfEven, halfUp, up, down] : cases) {
+    for (const auto& [rounding, text] :
+         {std::pair(Rounding::halfEven, halfEven), std::pair(Rounding::halfUp, halfUp),
+          std::pair(Rounding::up, up), std::pair(Rounding::down, down)}) {
+      SCOPED_TRACE(std::string(a) + " / " + std::string(divisor) + " " +
+                   std::to_string(static_cast<int>(rounding)));
+      const auto expected = Decimal::parseExact(text);
+      EXPECT_EQ(number(a).dividedBy(number(divisor), digits, rounding), expected);
+      if (divisor == "1" && expected) {
+        EXPECT_EQ(number(a).rounded(digits, rounding), expected);
+      }
+    }
+  }
+}
+
+TEST(Decimal, HasOneHashForEachNumber) {
+  std::set<std::size_t> hashes;
+  for (const auto text : {"0", "1", "-1", "10", "0.1", "1e127", "18446744073709551616", "12.5", "125"}) {
+    hashes.insert(std::hash<Decimal>()(number(text)));
+  }
+  EXPECT_EQ(hashes.size(), 9U);
+  EXPECT_EQ(std::hash<Decimal>()(number("12.50")), std::hash<Decimal>()(number("1.25e1")));
+  EXPECT_EQ(std::hash<Decimal>()(number("-0")), std::hash<Decimal>()(Decimal()));
+}
+
+TEST(Decimal, LiteralsAreTheNumbersThatTheirTextsAre) {
+  static_assert("12.50"_decimal == "12.5"_decimal);
+  EXPECT_EQ(testing::PrintToString("12.50"_decimal), "12.5");
+  for (const std::string_view text :
+       {"0", "-0", "007", "-12.50", "1000", "0.001", "18446744073709551615", "1844674407370955161.5"}) {
+    EXPECT_EQ(detail::LiteralReader::decimal(text), Decimal::parseExact(text)) << text;
+  }
+  for (const std::string_view text :
+       {"", "-", "12,50", "1.", ".5", "+1", "1e3", " 1", "1.2.3", "--1", "18446744073709551616"}) {
+    EXPECT_FALSE(detail::LiteralReader::decimal(text)) << text;
+  }
+}
+
+TEST(Amounts, AreReadWholeAndShownWithTheDigitsOfTheirCurrency) {
+  struct Case {
+    std::string_view typed;
+    std::string_view currency;
+    std::string_view shown;
+    char point = '.';
+  };
+  for (const auto& [typed, currency, shown, point] :
+       {Case{"12.50", "EUR", "12.50"},
+        Case{"12.5", "EUR", "12.50"},
+        Case{"012", "EUR", "12.00"},
+        Case{"0.05", "USD", "0.05"},
+        Case{"12,50", "EUR", "12,50", ','},
+        Case{"1200", "JPY", "1200"},
+        Case{"1.5", "KWD", "1.500"},
+        Case{"1.2345", "CLF", "1.2345"},
+        Case{"1", "ZZZ", "1.00"},
+        Case{"12,50", "EUR", "notAnAmount"},
+        Case{"12.50", "EUR", "notAnAmount", ','},
+        Case{"", "EUR", "notAnAmount"},
+        Case{"12.", "EUR", "notAnAmount"},
+        Case{".5", "EUR", "notAnAmount"},
+        Case{"-1", "EUR", "notAnAmount"},
+        Case{"+1", "EUR", "notAnAmount"},
+        Case{"1e3", "EUR", "notAnAmount"},
+        Case{" 1", "EUR", "notAnAmount"},
+        Case{"1.2.3", "EUR", "notAnAmount"},
+        Case{"\u0661", "EUR", "notAnAmount"},
+        Case{"1.000", "EUR", "tooManyFractionDigits"},
+        Case{"1.0", "JPY", "tooManyFractionDigits"},
+        Case{"1", "XAU", "unknownCurrency"},
+        Case{"1", "eur", "unknownCurrency"},
+        Case{"1", "", "unknownCurrency"},
+        Case{"340282366920938463463374607431768211456", "EUR", "tooLarge"}}) {
+    const auto amount = parseAmount(typed, currency, point);
+    const std::string text = amount ? amountText(*amount, currency, point).value_or("no text")
+                                    : std::string(rawText(amount.error()));
+    EXPECT_EQ(text, shown) << typed << " " << currency;
+  }
+  EXPECT_EQ(amountText("-12.5"_decimal, "EUR"), "-12.50");
+  EXPECT_EQ(amountText("0.125"_decimal, "EUR").error(), AmountError::tooManyFractionDigits);
+  EXPECT_EQ(amountText(1, "XAU").error(), AmountError::unknownCurrency);
 }
 
 TEST(Decimal, TakesTheShortestDigitsOfADouble) {

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include <tilvanego/values/Base64.h>
+#include <tilvanego/values/ChronoDate.h>
 #include <tilvanego/values/DateFormats.h>
 #include <tilvanego/values/DoubleText.h>
 #include <tilvanego/values/UUID.h>
@@ -102,6 +103,13 @@ TEST(UUID, IsWrittenInCapitalsAndReadWithEachHyphenInItsPlace) {
   }
 }
 
+TEST(UUID, IsHashedAndWrittenByItsText) {
+  const UUID uuid = UUID::parse("123E4567-E89B-12D3-A456-42661417ABCD").value();
+  EXPECT_EQ(testing::PrintToString(uuid), uuid.text());
+  EXPECT_LT(UUID(), uuid);
+  EXPECT_NE(std::hash<UUID>()(uuid), std::hash<UUID>()(UUID()));
+}
+
 TEST(UUID, MarksRandomBytesAsVersionFour) {
   UUID::Octets ones;
   ones.fill(0xFF);
@@ -138,6 +146,39 @@ std::optional<std::string> microseconds(const std::optional<Date>& date) {
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%.6f", date->secondsSince1970());
   return text.data();
+}
+
+TEST(Date, IsASystemTimeAsFarAsThatCounts) {
+  using namespace std::chrono;
+  const sys_time<milliseconds> now{milliseconds(1'709'634'030'123)};
+  EXPECT_EQ(dateFrom(now), readAPIDate("2024-03-05T10:20:30.123Z"));
+  EXPECT_EQ(systemTime<milliseconds>(dateFrom(now)), now);
+  EXPECT_EQ(systemTime(dateFrom(now)), now);
+  EXPECT_EQ(systemTime<seconds>(Date::fromSecondsSince1970(-1.5)), sys_seconds(seconds(-2)));
+  EXPECT_EQ(systemTime<duration<double>>(Date::fromSecondsSince1970(0.25))->time_since_epoch().count(), 0.25);
+  const Date last = Date::fromSecondsSince1970(9'223'372'036.0);
+  EXPECT_TRUE(systemTime<nanoseconds>(last));
+  for (const double far : {9'223'372'037.0, -9'223'372'038.0, 1e300, -std::numeric_limits<double>::infinity(),
+                           std::numeric_limits<double>::quiet_NaN()}) {
+    EXPECT_FALSE(systemTime<nanoseconds>(Date::fromSecondsSince1970(far))) << far;
+  }
+  EXPECT_EQ(
+      (systemTime<duration<std::int8_t, std::ratio<86'400>>>(Date::fromSecondsSince1970(86'400 * 128.0))),
+      std::nullopt);
+}
+
+TEST(Date, IsHashedByItsValueAndWrittenWhole) {
+  const std::pair<double, std::string_view> cases[] = {
+      {1'709'634'030.123, "2024-03-05T10:20:30.123Z"},
+      {0.0001, "1970-01-01T00:00:00.000Z (0.0001 s since 1970)"},
+      {1e12, "9999-12-31T23:59:59.999Z (1000000000000.0 s since 1970)"},
+      {std::numeric_limits<double>::quiet_NaN(), "1970-01-01T00:00:00.000Z (nan s since 1970)"},
+  };
+  for (const auto& [seconds, text] : cases)
+    EXPECT_EQ(testing::PrintToString(Date::fromSecondsSince1970(seconds)), text);
+  const auto hash = [](double seconds) { return std::hash<Date>()(Date::fromSecondsSince1970(seconds)); };
+  EXPECT_EQ(hash(0.0), hash(-0.0));
+  EXPECT_NE(hash(1), hash(2));
 }
 
 TEST(DateFormats, ReadsInternetDatesAsThePlatformDoes) {

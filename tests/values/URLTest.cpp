@@ -1,5 +1,6 @@
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/values/LinkWriter.h>
+#include <tilvanego/values/Literals.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/URLComponents.h>
@@ -20,6 +21,49 @@ URL parsed(std::string_view text) {
   auto url = URL::parse(text);
   if (!url) throw std::runtime_error("no URL: " + std::string(text));
   return *std::move(url);
+}
+
+TEST(URL, LiteralsAreURLsAsTheyStand) {
+  EXPECT_EQ("myshop://done/A-1?a=b%20c#d"_url, parsed("myshop://done/A-1?a=b%20c#d"));
+  // Each byte in each place: what the compiler takes, the parser takes unchanged.
+  std::size_t taken = 0;
+  for (const std::string_view form :
+       {"*",       "a*:b",       "*a:b",     "a*//h",    "a:*",   "a://*",   "a://h*",
+        "a://h:*", "a://h:8*/p", "a://h*/p", "a://h/p*", "a:p?*", "a:p#*",   "a:?*#",
+        "a://h?*", "a://h#*",    "a:%*0",    "a:?%4*",   "a:#%*", "a:p#%*1", "a://%4*"}) {
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string text(form);
+      text[text.find('*')] = static_cast<char>(byte);
+      if (!detail::LiteralReader::isURL(text)) continue;
+      ++taken;
+      const auto url = URL::parse(text);
+      ASSERT_TRUE(url && url->scheme()) << text;
+      EXPECT_EQ(url->absoluteString(), text);
+    }
+  }
+  EXPECT_EQ(taken, 986U);
+  for (const std::string_view refused : {"", "done", ":a", "1a:b", "a b:c", "a://u@h", "a://[::1]",
+                                         "a://h:", "a://h:8a", "a:b c", "a:\u00e9", "a:%4", "a:#b#c"}) {
+    EXPECT_FALSE(detail::LiteralReader::isURL(refused)) << refused;
+  }
+}
+
+TEST(URL, AreOrderedAndHashedByTheirTextAndWrittenWithoutSecrets) {
+  EXPECT_LT(parsed("a:b"), parsed("a:c"));
+  EXPECT_LT(parsed("a:b"), parsed("a:b?"));
+  EXPECT_EQ(std::hash<URL>()(parsed("a:b")), std::hash<URL>()(parsed("a:b")));
+  EXPECT_NE(std::hash<URL>()(parsed("a:b")), std::hash<URL>()(parsed("a:c")));
+  const std::pair<std::string_view, std::string_view> cases[] = {
+      {"a:b", "a:b"},
+      {"a://h:8/p%20?#f", "a://h:8/p%20?#f"},
+      {"a://user:word@h/p?x&y=&z=1#f", "a://user:<redacted>@h/p?x&y=&z=1#f"},
+      {"a:b?Basic%5FToken=t&c&payload=&clear_pan=1#f",
+       "a:b?Basic%5FToken=<redacted>&c&payload=<redacted>&clear_pan=<redacted>#f"},
+  };
+  for (const auto& [text, shown] : cases) EXPECT_EQ(testing::PrintToString(parsed(text)), shown);
+  EXPECT_EQ(testing::PrintToString(Items{{"a", "b"}, {"c", {}}, {"payload", "p"}}),
+            "{ a=b, c, payload=<redacted> }");
+  EXPECT_EQ(testing::PrintToString(URL::parse("").error()), "an empty text is no URL (offset 0)");
 }
 
 TEST(URL, SaysAtWhichByteATextStopsBeingAURL) {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <tilvanego/facade/Facade.h>
+#include <tilvanego/facade/FreshInstance.h>
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/values/Text.h>
 
@@ -83,6 +84,7 @@ TilvaneGo::TilvaneGo(Platform platform) : facade_(std::make_shared<detail::Facad
 TilvaneGo::~TilvaneGo() { facade_->end(); }
 
 TilvaneGo& TilvaneGo::shared() {
+  if (const FreshInstance* const fresh = FreshInstance::innermost()) return **fresh;
   // Never destroyed: the platform may call back until the process has ended.
   static TilvaneGo& instance = *new TilvaneGo(SharedPlatform::instance().take());
   return instance;

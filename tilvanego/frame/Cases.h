@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <concepts>
 #include <cstddef>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
+
+#include <tilvanego/json/ShownFields.h>
 
 /// The parts of the result and error unions of all operations.
 ///
@@ -85,6 +88,21 @@ struct FailedWithCode {
   bool operator==(const FailedWithCode&) const = default;
 };
 
+/// A case of an error union.
+template <typename Case>
+concept ErrorCase = DescribesItself<Case> && requires {
+  { Case::name } -> std::convertible_to<std::string_view>;
+};
+
+/// Writes the name and the description: `paymentFailed: "Payment failed with status parked."`.
+template <ErrorCase Case>
+std::ostream& operator<<(std::ostream& out, const Case& error) {
+  support::showText(out, Case::name);
+  support::showText(out, ": ");
+  support::showLiteral(out, error.description());
+  return out;
+}
+
 /// Whether `Case` is one of a variant's.
 template <typename Case, typename Variant>
 inline constexpr bool isCaseOf = false;
@@ -108,6 +126,11 @@ class Union : public Variant {
   friend bool operator==(const Union& held, const Case& other) {
     const auto* one = std::get_if<Case>(&held.variant());
     return one != nullptr && *one == other;
+  }
+
+  /// Writes the case.
+  friend std::ostream& operator<<(std::ostream& out, const Union& held) {
+    return std::visit([&out](const auto& one) -> std::ostream& { return out << one; }, held.variant());
   }
 
  protected:
@@ -134,6 +157,14 @@ struct Ended {
   static constexpr std::string_view name = Name;
   Response response;
   bool operator==(const Ended&) const = default;
+  /// Writes "success(RESPONSE)".
+  friend std::ostream& operator<<(std::ostream& out, const Ended& ended) {
+    support::showText(out, name);
+    support::showText(out, "(");
+    out << ended.response;
+    support::showText(out, ")");
+    return out;
+  }
 };
 
 template <typename Response>
@@ -154,6 +185,17 @@ struct Failure {
   Error error;
   std::optional<Response> response;
   bool operator==(const Failure&) const = default;
+  /// Writes "failure(ERROR, RESPONSE)"; without a response "failure(ERROR)".
+  friend std::ostream& operator<<(std::ostream& out, const Failure& failure) {
+    support::showText(out, "failure(");
+    out << failure.error;
+    if (failure.response) {
+      support::showText(out, ", ");
+      out << *failure.response;
+    }
+    support::showText(out, ")");
+    return out;
+  }
 };
 
 /// The result of an operation: one of `Cases` with a response, or `Failure`.
@@ -174,4 +216,8 @@ class ResultUnion : public Union<std::variant<Cases<ResponseType>..., Failure<Re
 };
 
 }  // namespace cases
+
+// For the cases that stand outside `cases`.
+using cases::operator<<;
+
 }  // namespace tilvanego

@@ -4,8 +4,8 @@
 #include <initializer_list>
 #include <vector>
 
-#include <tilvanego/frame/SecretNames.h>
 #include <tilvanego/values/QueryItem.h>
+#include <tilvanego/values/SecretNames.h>
 
 namespace tilvanego::detail {
 namespace {

@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 #include <utility>
 
 #include <tilvanego/json/Reflection.h>
+#include <tilvanego/json/ShownFields.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -40,6 +42,15 @@ void visitFields(const Fields& fields, Visit&& visit) {
   }(std::make_index_sequence<Fields::fieldCount>());
 }
 
+/// Writes the fields as "Record(name: value, …)": texts in quotes, absent ones as nil. What is secret by its
+/// name (`isSecretName`), and notes, are shown as present or not.
+template <DescribedFields Fields>
+std::ostream& operator<<(std::ostream& out, const Fields& fields) {
+  support::FieldsShown shown(out, support::recordName<Fields>());
+  visitFields(fields, [&shown](std::string_view name, const auto& value) { shown.field(name, value); });
+  return shown.end();
+}
+
 /// The base class of requests and responses: an immutable value of `Fields`. The derived classes add the
 /// accessors.
 template <typename FieldsType>
@@ -54,6 +65,10 @@ class ImmutableRecord {
   [[nodiscard]] const Fields& fields() const { return fields_; }
 
   bool operator==(const ImmutableRecord&) const = default;
+  /// Writes the fields, see above.
+  friend std::ostream& operator<<(std::ostream& out, const ImmutableRecord& record) {
+    return out << record.fields_;
+  }
 
  protected:
   // NOLINTNEXTLINE(readability-identifier-naming): private to the records.

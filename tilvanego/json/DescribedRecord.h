@@ -27,18 +27,6 @@ template <typename T>
   return std::hash<T>()(value);
 }
 
-[[nodiscard]] inline std::size_t hashOf(const Date& date) { return hashOf(date.secondsSince1970()); }
-
-[[nodiscard]] inline std::size_t hashOf(const Decimal& amount) { return hashOf(amount.text()); }
-
-[[nodiscard]] inline std::size_t hashOf(const URL& url) { return hashOf(url.absoluteString()); }
-
-[[nodiscard]] inline std::size_t hashOf(const UUID& uuid) {
-  const auto& octets = uuid.octets();
-  // The bytes of any object may be read as characters.
-  return hashOf(std::string_view(reinterpret_cast<const char*>(octets.data()), octets.size()));
-}
-
 template <typename T>
 [[nodiscard]] std::size_t hashOf(const std::vector<T>& list) {
   std::size_t hash = list.size();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <tilvanego/json/JSONLimits.h>
+#include <tilvanego/values/Shown.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <tilvanego/json/JSON.h>
+#include <tilvanego/json/ShownFields.h>
 #include <tilvanego/validation/Rules.h>
 
 /// The records of the POI interface are plain structs. An optional field is a `std::optional`. A required
@@ -23,6 +24,12 @@ namespace [[gnu::visibility("default")]] models {
 /// A struct with an enumeration `CodingKeys` that has one case for each member.
 template <typename T>
 concept Record = json::NamesItsKeys<T>;
+
+/// Writes the record as "Trace(cashier: \"Ann\", register: nil, …)", with its keys.
+template <Record T>
+std::ostream& operator<<(std::ostream& out, const T& record) {
+  return support::showRecord(out, record);
+}
 
 /// A field of a record and its rule.
 struct FieldRule {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <tilvanego/values/Lifetime.h>
+#include <tilvanego/values/Shown.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include <tilvanego/values/Shown.h>
+
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Why a request got no complete response: the failure that a `URLSession` passes to a completion.

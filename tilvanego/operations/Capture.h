@@ -8,6 +8,7 @@
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -32,7 +33,7 @@ struct CaptureRequestFields {
 
 /// A request to settle an earlier authorization. An immutable value. It is checked when it is started, not
 /// when it is constructed.
-class CaptureRequest : public ImmutableRecord<CaptureRequestFields> {
+class CaptureRequest : public RequestRecord<OperationKind::capture, CaptureRequestFields> {
  public:
   /// Stores the URL unchanged and the texts trimmed.
   explicit CaptureRequest(Fields fields);

@@ -9,6 +9,7 @@
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/URL.h>
 
@@ -33,7 +34,7 @@ struct ClearDataRequestFields {
 
 /// A request for a card's clear data. An immutable value. It is checked when it is started, not when it is
 /// constructed.
-class ClearDataRequest : public ImmutableRecord<ClearDataRequestFields> {
+class ClearDataRequest : public RequestRecord<OperationKind::clearData, ClearDataRequestFields> {
  public:
   /// Stores the fields unchanged, except that the id is trimmed.
   explicit ClearDataRequest(Fields fields);

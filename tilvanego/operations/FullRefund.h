@@ -7,6 +7,7 @@
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/operations/RefundResponse.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/URL.h>
@@ -31,7 +32,7 @@ struct FullRefundRequestFields {
 
 /// A request to refund an earlier transaction in full. An immutable value. It is checked when it is started,
 /// not when it is constructed.
-class FullRefundRequest : public ImmutableRecord<FullRefundRequestFields> {
+class FullRefundRequest : public RequestRecord<OperationKind::fullRefund, FullRefundRequestFields> {
  public:
   /// Stores the fields unchanged, except that both ids are trimmed.
   explicit FullRefundRequest(Fields fields);

@@ -8,6 +8,7 @@
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -35,7 +36,8 @@ struct InitializationRequestFields {
 
 /// A request to prepare the payment application for this host. An immutable value. It is checked when it is
 /// started, not when it is constructed.
-class InitializationRequest : public ImmutableRecord<InitializationRequestFields> {
+class InitializationRequest
+    : public RequestRecord<OperationKind::initialization, InitializationRequestFields> {
  public:
   /// Stores the fields unchanged, except that the environment is trimmed and converted to capitals.
   explicit InitializationRequest(Fields fields);

@@ -7,6 +7,7 @@
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/operations/RefundResponse.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/Decimal.h>
@@ -35,7 +36,7 @@ struct PartialRefundRequestFields {
 
 /// A request to refund a part of an earlier transaction. An immutable value. It is checked when it is
 /// started, not when it is constructed.
-class PartialRefundRequest : public ImmutableRecord<PartialRefundRequestFields> {
+class PartialRefundRequest : public RequestRecord<OperationKind::partialRefund, PartialRefundRequestFields> {
  public:
   /// Stores the fields unchanged, except that both ids are trimmed.
   explicit PartialRefundRequest(Fields fields);

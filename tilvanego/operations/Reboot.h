@@ -9,6 +9,7 @@
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/values/URL.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -28,7 +29,7 @@ struct RebootRequestFields {
 
 /// A request to restart the card reader. An immutable value. It is checked when it is started, not when it is
 /// constructed.
-class RebootRequest : public ImmutableRecord<RebootRequestFields> {
+class RebootRequest : public RequestRecord<OperationKind::reboot, RebootRequestFields> {
  public:
   /// Stores the URL unchanged and the id trimmed.
   explicit RebootRequest(Fields fields);

@@ -7,7 +7,7 @@
 
 namespace tilvanego {
 
-InitializationRequest::InitializationRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+InitializationRequest::InitializationRequest(Fields fields) : RequestRecord(std::move(fields)) {
   // A short text remains in the string that it was moved from.
   detail::wipe(fields.basicToken);
   if (auto& environment = fields_.environment) environment = uppercased(trimmed(*environment));
@@ -21,38 +21,38 @@ InitializationRequest& InitializationRequest::operator=(InitializationRequest ot
 
 InitializationRequest::~InitializationRequest() { detail::wipe(fields_.basicToken); }
 
-TransactionListRequest::TransactionListRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+TransactionListRequest::TransactionListRequest(Fields fields) : RequestRecord(std::move(fields)) {
   auto& id = fields_.requestId;
   if (!id) return;
   id = std::string(trimmed(*id));
   if (id->empty()) id.reset();
 }
 
-FullRefundRequest::FullRefundRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+FullRefundRequest::FullRefundRequest(Fields fields) : RequestRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
   fields_.transactionId = std::string(trimmed(fields_.transactionId));
 }
 
-PartialRefundRequest::PartialRefundRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+PartialRefundRequest::PartialRefundRequest(Fields fields) : RequestRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
   fields_.transactionId = std::string(trimmed(fields_.transactionId));
 }
 
-CaptureRequest::CaptureRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+CaptureRequest::CaptureRequest(Fields fields) : RequestRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
   fields_.transactionId = std::string(trimmed(fields_.transactionId));
   fields_.amount = std::string(trimmed(fields_.amount));
 }
 
-ClearDataRequest::ClearDataRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+ClearDataRequest::ClearDataRequest(Fields fields) : RequestRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
 }
 
-RebootRequest::RebootRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+RebootRequest::RebootRequest(Fields fields) : RequestRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
 }
 
-SaveRequest::SaveRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+SaveRequest::SaveRequest(Fields fields) : RequestRecord(std::move(fields)) {
   fields_.requestId = std::string(trimmed(fields_.requestId));
   fields_.currency = uppercased(trimmed(fields_.currency));
 }

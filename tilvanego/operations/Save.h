@@ -8,6 +8,7 @@
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/values/URL.h>
 
@@ -34,7 +35,7 @@ struct SaveRequestFields {
 
 /// A request to store a card in the payment application. An immutable value. It is checked when it is
 /// started, not when it is constructed.
-class SaveRequest : public ImmutableRecord<SaveRequestFields> {
+class SaveRequest : public RequestRecord<OperationKind::save, SaveRequestFields> {
  public:
   /// Stores the fields unchanged, except that the id is trimmed, and the currency is trimmed and converted to
   /// capitals.

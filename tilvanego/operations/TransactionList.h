@@ -10,6 +10,7 @@
 #include <tilvanego/frame/Cases.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/operations/Transaction.h>
 #include <tilvanego/values/URL.h>
 
@@ -30,7 +31,8 @@ struct TransactionListRequestFields {
 
 /// A request for the transactions that the payment application has stored. An immutable value. It is checked
 /// when it is started, not when it is constructed.
-class TransactionListRequest : public ImmutableRecord<TransactionListRequestFields> {
+class TransactionListRequest
+    : public RequestRecord<OperationKind::transactionList, TransactionListRequestFields> {
  public:
   /// Stores the URL unchanged and the id trimmed.
   explicit TransactionListRequest(Fields fields);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <iosfwd>
 #include <string>
 
 #include <tilvanego/json/Record.h>
@@ -39,8 +40,13 @@ class PaymentCredentials {
   [[nodiscard]] const std::string& environment() const { return environment_; }
 
   bool operator==(const PaymentCredentials&) const = default;
+  /// Writes account and environment.
+  friend std::ostream& operator<<(std::ostream& out, const PaymentCredentials& credentials) {
+    return credentials.show(out);
+  }
 
  private:
+  std::ostream& show(std::ostream& out) const;
   friend struct json::RecordAccess;
   PaymentCredentials() = default;
 

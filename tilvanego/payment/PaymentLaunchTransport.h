@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <variant>
+
+#include <tilvanego/values/Shown.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -48,6 +51,11 @@ class PaymentLaunchTransport {
   [[nodiscard]] std::string text() const;
 
   bool operator==(const PaymentLaunchTransport&) const = default;
+  /// Writes `text()`.
+  friend std::ostream& operator<<(std::ostream& out, const PaymentLaunchTransport& transport) {
+    support::showText(out, transport.text());
+    return out;
+  }
 
  private:
   explicit PaymentLaunchTransport(Variant variant) : variant_(variant) {}

@@ -1,7 +1,9 @@
 #include <tilvanego/payment/PaymentRequest.h>
 
+#include <ostream>
 #include <utility>
 
+#include <tilvanego/json/ShownFields.h>
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -25,7 +27,15 @@ PaymentCredentials& PaymentCredentials::operator=(PaymentCredentials other) noex
 
 PaymentCredentials::~PaymentCredentials() { detail::wipe(basicToken_); }
 
-PaymentRequest::PaymentRequest(Fields fields) : ImmutableRecord(std::move(fields)) {
+std::ostream& PaymentCredentials::show(std::ostream& out) const {
+  return support::FieldsShown(out, "PaymentCredentials")
+      .field("basicToken", basicToken_)
+      .field("accountId", accountId_)
+      .field("environment", environment_)
+      .end();
+}
+
+PaymentRequest::PaymentRequest(Fields fields) : RequestRecord(std::move(fields)) {
   fields_.currency = uppercased(trimmed(fields_.currency));
   if (fields_.transactionType == PaymentTransactionType::save) {
     fields_.amount = 0;

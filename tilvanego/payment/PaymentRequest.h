@@ -5,6 +5,7 @@
 #include <string>
 
 #include <tilvanego/frame/RecordFields.h>
+#include <tilvanego/frame/RequestRecord.h>
 #include <tilvanego/payment/PaymentCredentials.h>
 #include <tilvanego/payment/PaymentTransactionType.h>
 #include <tilvanego/values/Decimal.h>
@@ -41,13 +42,15 @@ struct PaymentRequestFields {
 /// A payment request. An immutable value. It is checked when it is started, not when it is constructed.
 ///
 /// ```cpp
+/// #include <tilvanego/values/Literals.h>
+///
 /// PaymentRequest request({.requestId = "A-1001",
-///                         .amount = *Decimal::parse("12.50"),
+///                         .amount = "12.50"_decimal,
 ///                         .transactionType = PaymentTransactionType::sale,
 ///                         .currency = "EUR",
-///                         .callbackURL = *URL::parse("myshop://payment-done")});
+///                         .callbackURL = "myshop://payment-done"_url});
 /// ```
-class PaymentRequest : public ImmutableRecord<PaymentRequestFields> {
+class PaymentRequest : public RequestRecord<OperationKind::payment, PaymentRequestFields> {
  public:
   /// Stores the fields unchanged, with two exceptions: the currency is trimmed and converted to capitals;
   /// for the type `save`, amount and tip are set to 0.

@@ -9,6 +9,9 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
+// Enumerations write their raw texts.
+using tilvanego::operator<<;
+
 /// The spelling that a callback uses for the names of its items. The library accepts up to four for one
 /// field: "request_id", "requestId", "session_id" and "sessionId".
 enum class KeySpelling {

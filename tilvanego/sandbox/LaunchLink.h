@@ -18,6 +18,9 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
+// Enumerations write their raw texts.
+using tilvanego::operator<<;
+
 /// What a host can ask of a payment application.
 using Operation = OperationKind;
 

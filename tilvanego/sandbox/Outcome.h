@@ -10,6 +10,9 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
+// Enumerations write their raw texts.
+using tilvanego::operator<<;
+
 /// What the payment application does with a request.
 enum class Outcome {
   approve,

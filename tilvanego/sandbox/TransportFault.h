@@ -9,6 +9,9 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
+// Enumerations write their raw texts.
+using tilvanego::operator<<;
+
 /// A fault in the envelope of a response, in addition to the outcomes `tampered` and `expired`. It doesn't
 /// change the response in the envelope.
 enum class TransportFault {

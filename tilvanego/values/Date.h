@@ -1,6 +1,9 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
+#include <iosfwd>
+#include <string_view>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -15,11 +18,22 @@ class Date {
   [[nodiscard]] constexpr double secondsSince1970() const { return seconds_; }
 
   friend constexpr auto operator<=>(const Date&, const Date&) = default;
+  /// Writes the date in UTC with milliseconds. If that isn't the whole date, the seconds follow in
+  /// parentheses.
+  friend std::ostream& operator<<(std::ostream& out, const Date& date) { return date.show(out); }
 
  private:
+  std::ostream& show(std::ostream& out) const;
   constexpr explicit Date(double seconds) : seconds_(seconds) {}
 
   double seconds_ = 0;
 };
 
 }  // namespace tilvanego
+
+template <>
+struct std::hash<tilvanego::Date> {
+  [[nodiscard]] std::size_t operator()(const tilvanego::Date& date) const {
+    return std::hash<double>()(date.secondsSince1970());
+  }
+};

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <ostream>
 #include <utility>
 
 #include <tilvanego/values/DecimalFormatter.h>
@@ -47,6 +48,18 @@ std::string_view digitsOf(Mantissa mantissa, std::array<char, mantissaDigits>& d
 
 constexpr bool roundsUp(bool odd, std::strong_ordering remainderToHalf) {
   return remainderToHalf > 0 || (remainderToHalf == 0 && odd);
+}
+
+// The part of a number that rounding drops.
+struct Remainder {
+  bool isZero;
+  std::strong_ordering toHalf;
+};
+
+constexpr bool roundsAway(Rounding rounding, bool odd, const Remainder& remainder) {
+  if (remainder.isZero || rounding == Rounding::down) return false;
+  if (rounding == Rounding::up) return true;
+  return rounding == Rounding::halfUp ? remainder.toHalf >= 0 : roundsUp(odd, remainder.toHalf);
 }
 
 }  // namespace
@@ -205,7 +218,11 @@ std::string digitRow(const DecimalParts& parts, int lowest, int highest) {
 }
 
 // Adds digit by digit, for sums that do not fit 128 bits. `a` has the greater magnitude.
-DecimalParts addedDigitByDigit(const DecimalParts& a, const DecimalParts& b) {
+struct RoundedSum {
+  DecimalParts parts;
+  bool isExact;
+};
+RoundedSum addedDigitByDigit(const DecimalParts& a, const DecimalParts& b) {
   const int lowest = std::min(a.exponent, b.exponent);
   const int highest = std::max(a.exponent, b.exponent) + static_cast<int>(mantissaDigits);
   std::string sum = digitRow(a, lowest, highest);
@@ -219,7 +236,7 @@ DecimalParts addedDigitByDigit(const DecimalParts& a, const DecimalParts& b) {
   }
   DigitCollector digits;
   for (const char digit : sum) digits.take(digit);
-  return digits.parts(a.negative, lowest);
+  return {digits.parts(a.negative, lowest), digits.isExact()};
 }
 
 // The common case: both fit one scale and the sum fits too. `a` has the greater magnitude.
@@ -236,6 +253,36 @@ std::optional<DecimalParts> addedExactly(const DecimalParts& a, const DecimalPar
   Mantissa sum = 0;
   if (__builtin_add_overflow(left, right, &sum)) return std::nullopt;
   return DecimalParts{a.negative, sum, exponent};
+}
+
+RoundedSum added(const Decimal& a, const Decimal& b) {
+  DecimalParts greater = DecimalParts::of(a);
+  DecimalParts lesser = DecimalParts::of(b);
+  if (comparedMagnitudes(greater, lesser) < 0) std::swap(greater, lesser);
+  if (const auto exact = addedExactly(greater, lesser)) return {*exact, true};
+  return addedDigitByDigit(greater, lesser);
+}
+
+// Divides a factor two of `a` and a factor five of `b` out, as often as both have one: what is left of the
+// product then ends with no zero, so that it fits if any form of it does.
+void takeTensOut(Mantissa& a, Mantissa& b, int& exponent) {
+  for (; a % 2 == 0 && b % 5 == 0; ++exponent) {
+    a /= 2;
+    b /= 5;
+  }
+}
+
+// Drops the last `count` digits of `mantissa`. `rest` says whether something not zero follows them.
+Remainder dropDigits(Mantissa& mantissa, int count, bool rest) {
+  // From 10^39 on, the mantissa is less than half of one unit.
+  if (static_cast<std::size_t>(count) >= powersOfTen.size()) {
+    return {std::exchange(mantissa, 0) == 0 && !rest, std::strong_ordering::less};
+  }
+  const Mantissa unit = powersOfTen[static_cast<std::size_t>(count)];
+  const Mantissa dropped = mantissa % unit;
+  mantissa /= unit;
+  const auto toHalf = dropped <=> unit / 2;
+  return {dropped == 0 && !rest, toHalf == 0 && rest ? std::strong_ordering::greater : toHalf};
 }
 
 }  // namespace
@@ -302,19 +349,80 @@ std::string Decimal::text() const {
   return result;
 }
 
-Decimal Decimal::rounded(unsigned fractionDigits) const {
+Decimal Decimal::rounded(unsigned fractionDigits, Rounding rounding) const {
   DecimalParts parts = DecimalParts::of(*this);
   const int excess = -parts.exponent - static_cast<int>(std::min(fractionDigits, 128U));
   if (excess <= 0) return *this;
-  // From 10^39 on, the mantissa is less than half of one unit.
-  if (static_cast<std::size_t>(excess) >= powersOfTen.size()) return {};
-  const Mantissa unit = powersOfTen[static_cast<std::size_t>(excess)];
-  const Mantissa remainder = parts.mantissa % unit;
-  parts.mantissa /= unit;
-  if (roundsUp((parts.mantissa & 1) != 0, remainder <=> unit / 2)) ++parts.mantissa;
+  const Remainder dropped = dropDigits(parts.mantissa, excess, false);
+  if (roundsAway(rounding, (parts.mantissa & 1) != 0, dropped)) ++parts.mantissa;
   parts.exponent += excess;
   return parts.decimal().value_or(Decimal());
 }
+
+std::optional<Decimal> Decimal::plus(const Decimal& other) const {
+  if (isZero()) return other;
+  if (other.isZero()) return *this;
+  const RoundedSum sum = added(*this, other);
+  return sum.isExact ? sum.parts.decimal() : std::nullopt;
+}
+
+std::optional<Decimal> Decimal::minus(const Decimal& other) const { return plus(-other); }
+
+std::optional<Decimal> Decimal::times(const Decimal& factor) const {
+  DecimalParts a = DecimalParts::of(*this);
+  DecimalParts b = DecimalParts::of(factor);
+  if (a.mantissa == 0 || b.mantissa == 0) return Decimal();
+  DecimalParts product{a.negative != b.negative, 0, a.exponent + b.exponent};
+  // Numbers of the largest exponent may still end with zeros.
+  for (DecimalParts* parts : {&a, &b}) {
+    for (; parts->mantissa % 10 == 0; parts->mantissa /= 10) ++product.exponent;
+  }
+  takeTensOut(a.mantissa, b.mantissa, product.exponent);
+  takeTensOut(b.mantissa, a.mantissa, product.exponent);
+  if (__builtin_mul_overflow(a.mantissa, b.mantissa, &product.mantissa)) return std::nullopt;
+  for (; product.exponent > largestExponent; --product.exponent) {
+    if (__builtin_mul_overflow(product.mantissa, Mantissa{10}, &product.mantissa)) return std::nullopt;
+  }
+  return product.decimal();
+}
+
+std::optional<Decimal> Decimal::dividedBy(const Decimal& divisor, unsigned fractionDigits,
+                                          Rounding rounding) const {
+  if (divisor.isZero() || fractionDigits > 128) return std::nullopt;
+  const DecimalParts a = DecimalParts::of(*this);
+  const DecimalParts b = DecimalParts::of(divisor);
+  Mantissa rest = a.mantissa % b.mantissa;
+  DecimalParts quotient{a.negative != b.negative, a.mantissa / b.mantissa, a.exponent - b.exponent};
+  const int unit = -static_cast<int>(fractionDigits);
+  // Long division, one digit after the other, until the wanted digits are there or the quotient is exact.
+  for (; quotient.exponent > unit && rest != 0; --quotient.exponent) {
+    if (__builtin_mul_overflow(rest, Mantissa{10}, &rest) ||
+        __builtin_mul_overflow(quotient.mantissa, Mantissa{10}, &quotient.mantissa) ||
+        __builtin_add_overflow(quotient.mantissa, rest / b.mantissa, &quotient.mantissa)) {
+      return std::nullopt;
+    }
+    rest %= b.mantissa;
+  }
+  Remainder dropped{rest == 0, rest <=> b.mantissa - rest};
+  if (quotient.exponent < unit) {
+    dropped = dropDigits(quotient.mantissa, unit - quotient.exponent, rest != 0);
+    quotient.exponent = unit;
+  }
+  if (roundsAway(rounding, (quotient.mantissa & 1) != 0, dropped)) {
+    if (quotient.mantissa == largestMantissa) return std::nullopt;
+    ++quotient.mantissa;
+  }
+  return quotient.decimal();
+}
+
+std::size_t Decimal::hash() const {
+  constexpr std::uint64_t spread = 0x9E3779B97F4A7C15U;
+  std::uint64_t mixed = (high_ * spread ^ low_) * spread;
+  mixed = (mixed ^ static_cast<std::uint8_t>(exponent_)) * spread + (negative_ ? 1 : 0);
+  return static_cast<std::size_t>(mixed ^ mixed >> 32);
+}
+
+std::ostream& Decimal::show(std::ostream& out) const { return out << text(); }
 
 Decimal Decimal::operator-() const {
   Decimal result = *this;
@@ -332,11 +440,7 @@ std::strong_ordering operator<=>(const Decimal& a, const Decimal& b) {
 Decimal operator+(const Decimal& a, const Decimal& b) {
   if (a.isZero()) return b;
   if (b.isZero()) return a;
-  DecimalParts greater = DecimalParts::of(a);
-  DecimalParts lesser = DecimalParts::of(b);
-  if (comparedMagnitudes(greater, lesser) < 0) std::swap(greater, lesser);
-  const auto exact = addedExactly(greater, lesser);
-  const DecimalParts sum = exact ? *exact : addedDigitByDigit(greater, lesser);
+  const DecimalParts sum = added(a, b).parts;
   return sum.decimal().value_or(*DecimalParts{sum.negative, largestMantissa, largestExponent}.decimal());
 }
 

@@ -2,12 +2,26 @@
 
 #include <compare>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
 
+namespace tilvanego::detail {
+struct LiteralReader;
+}  // namespace tilvanego::detail
+
 namespace [[gnu::visibility("default")]] tilvanego {
+
+/// What becomes of digits that are dropped.
+enum class Rounding {
+  halfEven,  ///< to the nearest; a tie to the even neighbour: 0.125 becomes 0.12
+  halfUp,    ///< to the nearest; a tie away from zero: 0.125 becomes 0.13
+  up,        ///< away from zero
+  down,      ///< towards zero
+};
 
 /// An exact base-10 number: a sign, a mantissa of 128 bits and a power-of-ten exponent of -128...127. It
 /// holds numbers of up to 38 significant digits exactly, without allocation. Numbers are equal if their
@@ -44,9 +58,29 @@ class Decimal {
   /// `parse` reads it back as the same number.
   [[nodiscard]] std::string text() const;
 
-  /// Returns the number rounded, half to even, to at most `fractionDigits` digits after the point. A negative
-  /// number may become zero, without a sign.
-  [[nodiscard]] Decimal rounded(unsigned fractionDigits) const;
+  /// Returns the number rounded to at most `fractionDigits` digits after the point. A negative number may
+  /// become zero, without a sign.
+  [[nodiscard]] Decimal rounded(unsigned fractionDigits, Rounding rounding = Rounding::halfEven) const;
+
+  /// The exact sum, difference and product; no value if this class can't hold it. They never round: round a
+  /// product, such as a tax, with `rounded`.
+  [[nodiscard]] std::optional<Decimal> plus(const Decimal& other) const;
+  [[nodiscard]] std::optional<Decimal> minus(const Decimal& other) const;
+  [[nodiscard]] std::optional<Decimal> times(const Decimal& factor) const;
+
+  /// The quotient, rounded once to at most `fractionDigits` digits after the point. No value if the divisor
+  /// is zero, or if this class can't hold the quotient or, on the way to it, ten times the divisor's
+  /// mantissa.
+  [[nodiscard]] std::optional<Decimal> dividedBy(const Decimal& divisor, unsigned fractionDigits,
+                                                 Rounding rounding) const;
+
+  /// The number of digits after the point that `text()` shows.
+  [[nodiscard]] constexpr unsigned fractionDigits() const {
+    return exponent_ < 0 ? static_cast<unsigned>(-exponent_) : 0U;
+  }
+
+  /// Equal numbers have equal hashes.
+  [[nodiscard]] std::size_t hash() const;
 
   [[nodiscard]] constexpr bool isNegative() const { return negative_; }
   [[nodiscard]] constexpr bool isZero() const { return high_ == 0 && low_ == 0; }
@@ -60,10 +94,15 @@ class Decimal {
   /// many digits as fit. A sum beyond the largest magnitude, about 3.4E+165, becomes that magnitude.
   friend Decimal operator+(const Decimal& a, const Decimal& b);
 
+  /// Writes `text()`.
+  friend std::ostream& operator<<(std::ostream& out, const Decimal& value) { return value.show(out); }
+
  private:
   friend struct DecimalParts;
+  friend struct detail::LiteralReader;
 
   Decimal(bool negative, std::uint64_t magnitude);
+  std::ostream& show(std::ostream& out) const;
 
   // Value: (high_ * 2^64 + low_) * 10^exponent_. Kept in one form for each number, which makes equality
   // memberwise: the mantissa has no trailing zero, unless the exponent is the largest; zero has the exponent
@@ -75,3 +114,8 @@ class Decimal {
 };
 
 }  // namespace tilvanego
+
+template <>
+struct std::hash<tilvanego::Decimal> {
+  [[nodiscard]] std::size_t operator()(const tilvanego::Decimal& value) const { return value.hash(); }
+};

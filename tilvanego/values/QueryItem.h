@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <optional>
 #include <string>
 
@@ -12,6 +13,11 @@ struct QueryItem {
   std::optional<std::string> value;
 
   bool operator==(const QueryItem&) const = default;
+  /// Writes "name=value"; the value of a secret's name (`isSecretName`) is "<redacted>".
+  friend std::ostream& operator<<(std::ostream& out, const QueryItem& item) { return item.show(out); }
+
+ private:
+  std::ostream& show(std::ostream& out) const;
 };
 
 }  // namespace tilvanego

@@ -2,9 +2,13 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string_view>
 #include <utility>
+
+#include <tilvanego/values/Shown.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -43,6 +47,17 @@ template <HasRawText Enumeration>
   std::array<Enumeration, table.size()> cases{};
   for (std::size_t i = 0; i < table.size(); ++i) cases[i] = table[i].first;
   return cases;
+}
+
+/// Writes the raw text of a case; for a value that is not a case, its number.
+template <HasRawText Enumeration>
+std::ostream& operator<<(std::ostream& out, Enumeration value) {
+  if (const std::string_view text = rawText(value); !text.empty()) {
+    support::showText(out, text);
+  } else {
+    support::showNumber(out, static_cast<std::int64_t>(value));
+  }
+  return out;
 }
 
 }  // namespace tilvanego

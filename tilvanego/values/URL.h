@@ -1,9 +1,11 @@
 #pragma once
 
+#include <compare>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
+#include <iosfwd>
 #include <optional>
 #include <span>
 #include <string>
@@ -39,6 +41,11 @@ struct URLError {
   std::string_view message;
 
   bool operator==(const URLError&) const = default;
+  /// Writes message and offset.
+  friend std::ostream& operator<<(std::ostream& out, const URLError& error) { return error.show(out); }
+
+ private:
+  std::ostream& show(std::ostream& out) const;
 };
 
 /// An absolute or relative URL of any scheme (RFC 3986): an immutable ASCII text and its components.
@@ -120,6 +127,11 @@ class URL {
 
   /// Compares the texts byte by byte.
   bool operator==(const URL& other) const { return text_ == other.text_; }
+  std::strong_ordering operator<=>(const URL& other) const { return text_ <=> other.text_; }
+
+  /// Writes the text. A password and the values of query items with a secret's name (`isSecretName`) are
+  /// "<redacted>".
+  friend std::ostream& operator<<(std::ostream& out, const URL& url) { return url.show(out); }
 
  private:
   friend std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
@@ -129,6 +141,7 @@ class URL {
   static URL assembled(std::string text, const detail::SplitText& split);
   static std::expected<URL, URLError> encoded(std::string_view text, const detail::SplitText& split);
   static std::expected<URL, URLError> parseOwned(std::string text);
+  std::ostream& show(std::ostream& out) const;
 
   std::string_view slice(std::size_t from, std::size_t to) const { return {text_.data() + from, to - from}; }
   bool hasAuthority() const { return parts_.authority != detail::URLParts::none; }
@@ -141,3 +154,10 @@ class URL {
 };
 
 }  // namespace tilvanego
+
+template <>
+struct std::hash<tilvanego::URL> {
+  [[nodiscard]] std::size_t operator()(const tilvanego::URL& url) const {
+    return std::hash<std::string>()(url.absoluteString());
+  }
+};

@@ -2,7 +2,9 @@
 
 #include <array>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,9 +36,22 @@ class UUID {
   [[nodiscard]] constexpr const Octets& octets() const TILVANEGO_LIFETIMEBOUND { return octets_; }
 
   friend constexpr auto operator<=>(const UUID&, const UUID&) = default;
+  /// Writes `text()`.
+  friend std::ostream& operator<<(std::ostream& out, const UUID& uuid) { return uuid.show(out); }
 
  private:
+  std::ostream& show(std::ostream& out) const;
+
   Octets octets_{};
 };
 
 }  // namespace tilvanego
+
+template <>
+struct std::hash<tilvanego::UUID> {
+  [[nodiscard]] std::size_t operator()(const tilvanego::UUID& uuid) const {
+    // The bytes of any object may be read as characters.
+    const auto* const characters = reinterpret_cast<const char*>(uuid.octets().data());
+    return std::hash<std::string_view>()({characters, uuid.octets().size()});
+  }
+};

@@ -45,6 +45,9 @@ template <typename Enumeration, char separator>
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] models {
 
+// Enumerations write their raw texts.
+using tilvanego::operator<<;
+
 /// The base of the raw texts of every model enumeration. An unknown text (the comparison is case-sensitive)
 /// reads as the last case, `unknownDefaultOpenApi`, and is not an error. The text itself is lost: the case is
 /// written as its own raw text.

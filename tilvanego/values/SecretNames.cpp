@@ -1,4 +1,4 @@
-#include <tilvanego/frame/SecretNames.h>
+#include <tilvanego/values/SecretNames.h>
 
 #include <array>
 
