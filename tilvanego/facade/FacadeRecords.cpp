@@ -98,8 +98,6 @@ bool Facade::keptForInterrupted(const URL& url) {
           paymentResult(URL(url), *request, platform_, unsealedListener(taker->kind, taker->id)));
     }
   }
-  log(TilvaneLogLevel::info,
-      "Kept the callback of an interrupted " + operationWords(taker->kind) + " until it is resumed.");
   return true;
 }
 
