@@ -76,6 +76,7 @@ bool Facade::interruptedAwaits(OperationKind kind, const URL& url) const {
 bool Facade::keptForInterrupted(const URL& url) {
   if (!records_) return false;
   records_->load();
+  if (!records_->hasInterrupted()) return false;
   const auto requestId = namedRequestId(url);
   bool isPendings = false;
   bool namesPending = false;

@@ -6,6 +6,7 @@
 
 #include <tilvanego/facade/Facade.h>
 #include <tilvanego/platform/HostCode.h>
+#include <tilvanego/values/Wiping.h>
 
 /// What `Facade` does with the record of an operation in its pending store.
 namespace tilvanego::detail {
@@ -27,10 +28,11 @@ void Facade::keepForRestart(const Slot<Operation>& pending) {
 
 template <typename Operation>
 std::optional<typename Operation::Result> Facade::readAndKeep(const Slot<Operation>& pending, URL& url) {
-  const auto callback = pending->record != 0 ? std::optional(url) : std::nullopt;
+  // Set aside before reading, which takes the URL.
+  auto callback = pending->record != 0 ? std::optional(url) : std::nullopt;
   auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_,
                                                    unsealedListener(Operation::kind, pending->record));
-  if (found && callback) records_->setCallback(Operation::kind, pending->record, {*callback});
+  if (found && callback) records_->setCallback(Operation::kind, pending->record, {*std::move(callback)});
   return found;
 }
 
@@ -40,14 +42,15 @@ std::optional<typename Operation::Request> Facade::resume(Completion<Operation> 
   records_->load();
   const auto id = records_->oldestInterrupted(Operation::kind);
   if (id == 0 || ended_ || isAnyInProgress(typename BlockersOf<Operation>::List{})) return std::nullopt;
-  const PendingRecord record = *records_->find(Operation::kind, id);
+  const PendingRecord& record = *records_->find(Operation::kind, id);
   auto request = restoredRequest<typename Operation::Request>(record.request);
   if (!request) return std::nullopt;
   const auto pending = std::make_shared<Pending<Operation>>(*request, std::move(completion), record.startedAt,
                                                             record.transport, id);
+  const bool hasCallback = record.callback.has_value();
   records_->resume(Operation::kind, id);
   slot<Operation>() = pending;
-  if (record.callback) {
+  if (hasCallback) {
     postOrEnd(mainQueue_, [weak = weak_from_this(), resumed = std::weak_ptr(pending)] {
       const auto facade = weak.lock();
       const auto waiting = resumed.lock();
@@ -63,6 +66,7 @@ void Facade::deliverKept(const Slot<Operation>& pending) {
   const PendingRecord* record = records_->find(Operation::kind, pending->record);
   if (record == nullptr || !record->callback) return;
   KeptCallback callback = *record->callback;
+  const WipedAtEnd wiped(callback.url);
   const auto read = [&]() -> std::optional<typename Operation::Result> {
     if constexpr (Operation::kind == OperationKind::payment) {
       const auto& request = pending->request;

@@ -7,6 +7,7 @@
 
 #include <tilvanego/facade/RouterOrder.h>
 #include <tilvanego/frame/CallbackURLs.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -90,12 +91,22 @@ void PendingRecords::setCallback(OperationKind kind, Id id, KeptCallback callbac
   auto& kept = found->record.callback;
   if (kept && kept->isUnsealed && !callback.isUnsealed) return;
   const bool isWritten = mayBeWritten(kind, callback.url);
+  if (!isWritten && !found->isInterrupted) return wipe(callback.url);
   kept = std::move(callback);
   if (isWritten) save(kind);
 }
 
 void PendingRecords::remove(OperationKind kind, Id id) {
-  if (std::erase_if(of(kind), [id](const Entry& one) { return one.id == id; }) > 0) save(kind);
+  Entry* const found = entry(kind, id);
+  if (found == nullptr) return;
+  if (auto& callback = found->record.callback) wipe(callback->url);
+  of(kind).erase(of(kind).begin() + (found - of(kind).data()));
+  save(kind);
+}
+
+bool PendingRecords::hasInterrupted() const {
+  return std::ranges::any_of(
+      entries_, [](const Entries& entries) { return std::ranges::any_of(entries, &Entry::isInterrupted); });
 }
 
 std::vector<InterruptedOperation> PendingRecords::interrupted() const {

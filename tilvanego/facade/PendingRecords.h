@@ -38,12 +38,16 @@ class PendingRecords {
   /// Adds the record of a pending operation. If there are too many, drops the oldest one of its kind.
   void add(OperationKind kind, Id id, PendingRecord record);
   /// Stores the callback of a record. That of an earlier call stays if it was unsealed and this one isn't.
+  /// One that must not be written stays in memory, and only for an interrupted operation, which needs it
+  /// there.
   void setCallback(OperationKind kind, Id id, KeptCallback callback);
+  /// Wipes its callback, which may have card data.
   void remove(OperationKind kind, Id id);
 
   /// The record, or null. Valid until the next call of host code.
   [[nodiscard]] const PendingRecord* find(OperationKind kind, Id id) const;
 
+  [[nodiscard]] bool hasInterrupted() const;
   [[nodiscard]] std::vector<InterruptedOperation> interrupted() const;
   /// The oldest interrupted operation of the kind, or 0.
   [[nodiscard]] Id oldestInterrupted(OperationKind kind) const;
