@@ -21,6 +21,7 @@
 #include <tilvanego/operations/Operations.h>
 #include <tilvanego/platform/GuardedPlatform.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/platform/memory/ManualClock.h>
 #include <tilvanego/transports/PaymentTransports.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -181,7 +182,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// One function for each kind, in the order in which they are offered a callback.
   [[nodiscard]] static consteval auto ranks();
 
-  /// A time for the start of an operation, read without host code.
+  /// A time for the start of an operation, read without host code: that of a `ManualClock`, or the system's
+  /// in whole seconds, which costs nearly nothing.
   [[nodiscard]] Date quietNow() const;
   /// Keeps the record of a pending operation, if there is a store.
   template <typename Operation>
@@ -210,6 +212,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Weak: the host's queue may be a local variable of `main`, while this object lives until the process
   /// ends.
   WeakMainQueue mainQueue_;
+  /// The platform's clock if it is one, which no host code runs in; else null.
+  const ManualClock* manualClock_;
   /// Null without a pending store.
   std::unique_ptr<PendingRecords> records_;
   std::shared_ptr<const TilvaneLogger> logger_;

@@ -2,14 +2,13 @@
 
 #include <tilvanego/facade/FacadeRecords.h>
 
+#include <ctime>
 #include <string>
 #include <type_traits>
 
 #include <tilvanego/facade/RouterOrder.h>
 #include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/platform/HostCode.h>
-#include <tilvanego/platform/SystemClock.h>
-#include <tilvanego/platform/memory/ManualClock.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -23,8 +22,8 @@ std::optional<std::string> namedRequestId(const URL& callback) {
 }  // namespace
 
 Date Facade::quietNow() const {
-  const auto* manual = dynamic_cast<const ManualClock*>(platform_.clock.get());
-  return manual != nullptr ? manual->now() : SystemClock().now();
+  return manualClock_ != nullptr ? manualClock_->now()
+                                 : Date::fromSecondsSince1970(static_cast<double>(std::time(nullptr)));
 }
 
 std::vector<PendingOperation> Facade::pendingOperations() const {

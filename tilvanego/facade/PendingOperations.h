@@ -16,7 +16,7 @@ struct PendingOperation {
   /// Absent if the request has none.
   std::optional<std::string> requestId;
   /// By the platform's clock if the platform has a pending store or its clock is a `ManualClock`; else by the
-  /// system's: without a store, a start doesn't read a clock of the host's.
+  /// system's, in whole seconds: without a store, a start doesn't read a clock of the host's.
   Date startedAt;
   /// The transport that the start was given. Of a payment alone.
   std::optional<PaymentLaunchTransport> transport;
