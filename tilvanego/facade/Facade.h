@@ -72,9 +72,9 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Removes the pending operation without calling its completion.
   template <typename Operation>
   void cancel() {
-    const auto cancelled = slot<Operation>();
+    const auto record = slot<Operation>() ? slot<Operation>()->record : 0;
     static_cast<void>(take<Operation>());
-    if (cancelled) dropRecord(Operation::kind, cancelled->record);
+    if (record != 0) dropRecord(Operation::kind, record);
   }
 
   template <typename Operation>
