@@ -11,8 +11,11 @@
 #include <tilvanego/facade/FacadeAccess.h>
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/desktop/FilePendingStore.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
+#include <tilvanego/platform/memory/MemoryPendingStore.h>
 
+#include "tests/support/TemporaryDirectory.h"
 #include "transports_samples.h"
 
 namespace tilvanego::bench {
@@ -34,11 +37,12 @@ class LastLink final : public Application {
 };
 
 struct Host {
-  Host() {
+  explicit Host(std::unique_ptr<PendingStore> store = nullptr) {
     Platform platform = Platform::standard(loop);
     platform.debugOutput = std::make_unique<SilentOutput>();
     platform.pasteboard = std::make_unique<MemoryPasteboard>(platform.clock);
     platform.application = std::make_unique<LastLink>(link);
+    platform.pendingStore = std::move(store);
     sdk = detail::FacadeAccess::make(std::move(platform));
   }
 
@@ -71,6 +75,53 @@ BENCHMARK_CAPTURE(startPayment, compressedOf20KB, notes(20'480), "transport=gzip
 BENCHMARK_CAPTURE(startPayment, pasteboardOf100KB, randomText(102'400), "transport=pasteboard");
 // Too long to be compressed at all.
 BENCHMARK_CAPTURE(startPayment, pasteboardOf300KB, notes(307'200), "transport=pasteboard");
+
+/// A payment from its start to the return of its completion, by an inline link.
+void payOnce(benchmark::State& state, std::unique_ptr<PendingStore> store) {
+  const PaymentRequest request = paymentRequest(notes(100));
+  Host host(std::move(store));
+  const URL callback = *URL::parse(request.callbackURL().absoluteString() +
+                                   "?status=approved&request_id=" + request.requestId());
+  for (auto _ : state) {
+    host.start(request);
+    require(host.sdk->handleCallback(callback), "the callback ends it");
+  }
+}
+
+/// The start alone; the cancel that makes room for the next one isn't measured.
+void startWithFiles(benchmark::State& state) {
+  const PaymentRequest request = paymentRequest(notes(100));
+  TemporaryDirectory directory;
+  Host host(std::make_unique<FilePendingStore>(directory.path() / "kept"));
+  for (auto _ : state) {
+    host.start(request);
+    state.PauseTiming();
+    host.sdk->cancelPendingPayment();
+    state.ResumeTiming();
+  }
+}
+
+/// What a start's write costs by itself: the same bytes, synced and renamed.
+void keepSynced(benchmark::State& state) {
+  TemporaryDirectory directory;
+  FilePendingStore store(directory.path() / "kept");
+  const std::string text(300, 'x');
+  for (auto _ : state) require(store.keep("payment", text).has_value(), "the text is kept");
+}
+
+void payWithFiles(benchmark::State& state) {
+  TemporaryDirectory directory;
+  payOnce(state, std::make_unique<FilePendingStore>(directory.path() / "kept"));
+}
+
+void payWithMemory(benchmark::State& state) { payOnce(state, std::make_unique<MemoryPendingStore>()); }
+void payWithoutStore(benchmark::State& state) { payOnce(state, nullptr); }
+
+BENCHMARK(payWithoutStore);
+BENCHMARK(payWithMemory);
+BENCHMARK(payWithFiles);
+BENCHMARK(startWithFiles);
+BENCHMARK(keepSynced);
 
 }  // namespace
 }  // namespace tilvanego::bench

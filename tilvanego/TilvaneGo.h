@@ -18,6 +18,7 @@
 #include <tilvanego/platform/memory/ManualClock.h>
 #include <tilvanego/platform/memory/MemoryApplication.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
+#include <tilvanego/platform/memory/MemoryPendingStore.h>
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 #include <tilvanego/values/Amount.h>
@@ -32,6 +33,7 @@
 // An install tree that was built without the adapters for a Linux desktop has none of their headers.
 #if defined(__linux__) && __has_include(<tilvanego/platform/desktop/CommandLine.h>)
 #include <tilvanego/platform/desktop/CommandLine.h>
+#include <tilvanego/platform/desktop/FilePendingStore.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 #endif

@@ -29,6 +29,7 @@ struct HostArguments {
   std::string open = "none";
   std::string pasteboard = "memory";
   std::string callbacks;
+  std::string state;
 };
 
 void runLine(const LineBuffer::Line& line, HostSession& session) {
@@ -62,7 +63,9 @@ int runScript(const HostOptions& options, CallbackSocket* callbacks) {
 }
 
 int runHost(const HostArguments& arguments) {
-  HostOptions options{.openCommand = std::nullopt, .pasteboardStore = arguments.pasteboard == "store"};
+  HostOptions options{.openCommand = std::nullopt,
+                      .pasteboardStore = arguments.pasteboard == "store",
+                      .stateDirectory = arguments.state};
   if (arguments.open != "none") {
     options.openCommand = splitCommandLine(arguments.open);
     if (!options.openCommand) {
@@ -110,6 +113,12 @@ void addHostCommand(CLI::App& program) {
       ->add_option("--callbacks", arguments->callbacks,
                    "A socket to make, for: tilvanego callback SOCKET URL")
       ->type_name("SOCKET");
+  command
+      ->add_option(
+          "--state", arguments->state,
+          "A directory that keeps pending operations, so that a host that was killed finds them at its "
+          "next start")
+      ->type_name("DIR");
   command->footer("Try: echo '{\"pending\":\"payment\"}' | tilvanego host");
   command->callback([arguments] { endWith(runHost(*arguments)); });
 }

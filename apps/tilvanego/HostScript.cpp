@@ -19,6 +19,7 @@
 #include "FieldReader.h"
 #include "HostSession.h"
 #include "PasteboardText.h"
+#include "PendingText.h"
 
 namespace tilvanego::program {
 
@@ -56,9 +57,29 @@ HostAction readCancel(FieldReader& line) {
 }
 
 HostAction readPending(FieldReader& line) {
+  if (const JSONValue* value = line.find("pending"); value && value->boolValue() == true) return writePending;
   return [kind = line.get<OperationKind>("pending")](HostSession& session) {
     session.events().write(
         JSONObject().add("pending", kind).add("inProgress", kindOf(kind).isInProgress(session.sdk())));
+  };
+}
+
+HostAction readInterrupted(FieldReader& line) {
+  if (!line.get<bool>("interrupted")) line.refuse(R"("interrupted" must be true.)");
+  return writeInterrupted;
+}
+
+HostAction readResume(FieldReader& line) {
+  return [kind = line.get<OperationKind>("resume")](HostSession& session) {
+    const bool found = kindOf(kind).resume(session);
+    session.events().write(JSONObject().add("resumed", kind).add("found", found));
+  };
+}
+
+HostAction readForget(FieldReader& line) {
+  return [kind = line.get<OperationKind>("forget")](HostSession& session) {
+    const bool found = kindOf(kind).forgetInterrupted(session.sdk());
+    session.events().write(JSONObject().add("forgotten", kind).add("found", found));
   };
 }
 
@@ -124,6 +145,9 @@ constexpr std::array commands{
     Command{"opened", readOpened},
     Command{"cancel", readCancel},
     Command{"pending", readPending},
+    Command{"interrupted", readInterrupted},
+    Command{"resume", readResume},
+    Command{"forget", readForget},
     Command{"isCallback", readIsCallback},
     Command{"result", readResult},
     Command{"parse", readParse},

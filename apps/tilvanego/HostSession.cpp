@@ -8,6 +8,7 @@
 #include <tilvanego/platform/DebugOutput.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/platform/desktop/FilePendingStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
 namespace tilvanego::program {
@@ -48,6 +49,9 @@ HostSession::HostSession(const HostOptions& options, EventWriter& events, RunLoo
       .debugOutput = std::make_unique<DebugEvents>(events),
       .pasteboard = makePasteboard(options),
       .application = std::make_unique<ShownApplication>(events, makeApplication(options, loop)),
+      .pendingStore = options.stateDirectory.empty()
+                          ? nullptr
+                          : std::make_unique<FilePendingStore>(options.stateDirectory),
   });
   sdk().setLogger([&events](TilvaneLogLevel level, std::string_view message) {
     events.write(JSONObject().add("log", level).add("message", message));

@@ -22,6 +22,8 @@ struct HostOptions {
   std::optional<std::vector<std::string>> openCommand;
   /// Whether the pasteboard is the user's store. Otherwise it is in memory.
   bool pasteboardStore = false;
+  /// Where pending operations are kept for the next run. Empty: they aren't kept.
+  std::string stateDirectory = {};
 };
 
 /// The library as a script uses it: writes everything that the library causes as an event. There is only one,

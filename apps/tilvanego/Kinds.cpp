@@ -54,6 +54,12 @@ constexpr Kind row() {
       .readStart = &readStart<kind>,
       .isInProgress = [](const TilvaneGo& sdk) { return (sdk.*operationFunctions<kind>.isInProgress)(); },
       .cancel = [](TilvaneGo& sdk) { (sdk.*operationFunctions<kind>.cancel)(); },
+      .resume =
+          [](HostSession& session) {
+            auto completion = shownCompletion<kind>(session);
+            return (session.sdk().*operationFunctions<kind>.resume)(std::move(completion)).has_value();
+          },
+      .forgetInterrupted = [](TilvaneGo& sdk) { return (sdk.*operationFunctions<kind>.forgetInterrupted)(); },
       .isCallback = [](const TilvaneGo& sdk,
                        const URL& url) { return (sdk.*operationFunctions<kind>.isCallback)(url); },
       .result =

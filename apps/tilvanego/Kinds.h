@@ -27,6 +27,9 @@ struct Kind {
   HostAction (*readStart)(FieldReader& line);
   bool (*isInProgress)(const TilvaneGo& sdk);
   void (*cancel)(TilvaneGo& sdk);
+  /// Returns false if there is nothing to resume.
+  bool (*resume)(HostSession& session);
+  bool (*forgetInterrupted)(TilvaneGo& sdk);
   bool (*isCallback)(const TilvaneGo& sdk, const URL& url);
   std::optional<JSONObject> (*result)(const TilvaneGo& sdk, const URL& url);
   std::optional<JSONObject> (*parse)(const URL& url, const std::optional<std::string>& expectedRequestId,

@@ -19,7 +19,7 @@ _tilvanego() {
       */) ;;
       --as/*) words='text bytes json file none' ;;
       *'{'*) words=${value#*\{} words=${words%%\}*} words=${words//,/ } ;;
-      */FILE* | */SOCKET* | --multipart/*) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+      */FILE* | */SOCKET* | */DIR* | --multipart/*) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     esac
     [ -z "$words" ] || mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
     [ -z "$value" ] || return 0

@@ -16,12 +16,22 @@
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/memory/ManualClock.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
+#include <tilvanego/platform/memory/MemoryPendingStore.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
 
 namespace tilvanego::test {
 
 /// What the library calls on a host.
-enum class Port { debugOutput, clock, randomSource, pasteboardRead, pasteboardWrite, application, logger };
+enum class Port {
+  debugOutput,
+  clock,
+  randomSource,
+  pasteboardRead,
+  pasteboardWrite,
+  application,
+  logger,
+  store
+};
 
 /// A host in memory, each of whose ports calls one function of the test before it does its work. That
 /// function may call the library, and throw.
@@ -29,7 +39,14 @@ class HookedHost {
  public:
   using Hook = std::function<void(Port port, std::string_view text)>;
 
-  HookedHost() {
+  using Records = MemoryPendingStore::Records;
+
+  /// Without records there is no pending store.
+  explicit HookedHost(std::shared_ptr<Records> kept = nullptr) : records(std::move(kept)) { restart(); }
+
+  /// Ends the instance, as the process would end, and makes a new one.
+  void restart() {
+    sdk.reset();
     sdk = detail::FacadeAccess::make(platform());
     sdk->setLogger([this](TilvaneLogLevel, std::string_view message) { call(Port::logger, message); });
   }
@@ -40,7 +57,8 @@ class HookedHost {
             .randomSource = std::make_unique<HookedRandomSource>(*this),
             .debugOutput = std::make_unique<HookedDebugOutput>(*this),
             .pasteboard = std::make_unique<HookedPasteboard>(*this),
-            .application = std::make_unique<HookedApplication>(*this)};
+            .application = std::make_unique<HookedApplication>(*this),
+            .pendingStore = records ? std::make_unique<HookedPendingStore>(*this) : nullptr};
   }
 
   void call(Port port, std::string_view text = {}) {
@@ -60,6 +78,7 @@ class HookedHost {
   /// Not hooked themselves; what the ports go by.
   std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>(Date::fromSecondsSince1970(1e9));
   MemoryPasteboard pasteboard{clock};
+  std::shared_ptr<Records> records;
   /// The open requests, each kept before the hook hears of it.
   std::vector<std::string> opened;
   std::deque<std::function<void(bool)>> handlers;
@@ -114,6 +133,29 @@ class HookedHost {
       host.handlers.push_back(std::move(completionHandler));
       host.call(Port::application, url.absoluteString());
     }
+  };
+  /// The hook hears of each call before and after it.
+  struct HookedPendingStore final : OfHost<PendingStore> {
+    explicit HookedPendingStore(HookedHost& owner) : OfHost(owner), kept(owner.records) {}
+    auto called(std::string_view function, const std::string& name, auto work) {
+      host.call(Port::store, std::string(function) + " " + name);
+      auto done = work();
+      host.call(Port::store, std::string(function) + " " + name + " done");
+      return done;
+    }
+    std::expected<std::optional<std::string>, std::string> read(const std::string& name) override {
+      return called("read", name, [&] { return kept.read(name); });
+    }
+    std::expected<void, std::string> keep(const std::string& name, std::string_view text) override {
+      return called("keep", name, [&] { return kept.keep(name, text); });
+    }
+    std::expected<void, std::string> remove(const std::string& name) override {
+      return called("remove", name, [&] { return kept.remove(name); });
+    }
+    std::expected<void, std::string> setAside(const std::string& name) override {
+      return called("setAside", name, [&] { return kept.setAside(name); });
+    }
+    MemoryPendingStore kept;
   };
 
   std::uint8_t nextByte_ = 0;

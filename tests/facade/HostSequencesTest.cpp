@@ -21,6 +21,7 @@ struct Started {
   std::string id;
   int completions = 0;
   bool over = false;
+  bool wasOpened = false;
 };
 
 /// Captured by completions and loggers: calls the sequence as it ends.
@@ -54,6 +55,7 @@ class Sequence {
     sdk_ = host_.sdk.get();
     host_.hook = [this](Port port, std::string_view text) { onPort(port, text); };
     for (std::size_t left = 2 + dice_.below(6); left > 0; --left) atTop([this] { act(); });
+    checkRecords();
     finish();
     must(live_ == 0, "everything that a host's code captured has ended");
     for (const Started& each : started_) must(each.completions <= 1, "a completion runs at most once");
@@ -102,6 +104,7 @@ class Sequence {
   int live_ = 0;
 
  private:
+  using Names = std::set<std::string>;
   enum class Call { start, callback, drain, other };
   struct Frame {
     Call call;
@@ -155,7 +158,27 @@ class Sequence {
     if (mayThrow && dice_.oneIn(40)) throw Thrown();
   }
 
+  /// A store that never threw holds what is pending, and nothing else.
+  void checkRecords() {
+    if (!host_.records || hasStoreThrown_ || gone_) return;
+    Names kept;
+    for (const auto& [name, text] : *host_.records) kept.insert(name);
+    Names expected;
+    for (const Started* one : pending_) {
+      if (one != nullptr && one->wasOpened) expected.insert(std::string(kinds[one->kind].kind.name));
+    }
+    must(kept == expected, "the store holds what is pending");
+  }
+
   void onPort(Port port, std::string_view text) {
+    if (port == Port::store) {
+      try {
+        return hostCode(true);
+      } catch (const Thrown&) {
+        hasStoreThrown_ = true;
+        throw;
+      }
+    }
     if (port == Port::debugOutput && !frames_.empty() && frames_.back().call == Call::start) {
       Started& launched = *frames_.back().started;
       if (text.starts_with(kinds[launched.kind].urlLabel)) {
@@ -167,6 +190,7 @@ class Sequence {
     if (port != Port::application) return hostCode(true);
     Started* const opening = frames_.empty() ? nullptr : frames_.back().started;
     must(opening != nullptr && pending_[opening->kind] == opening, "only what is pending is opened");
+    if (opening != nullptr) opening->wasOpened = true;
     // A report within the open request, a throw, both or neither.
     auto handler = std::exchange(host_.handlers.back(), nullptr);
     host_.handlers.pop_back();
@@ -349,7 +373,8 @@ class Sequence {
   };
 
   Dice dice_;
-  HookedHost host_;
+  HookedHost host_{dice_.oneIn(2) ? std::make_shared<HookedHost::Records>() : nullptr};
+  bool hasStoreThrown_ = false;
   TilvaneGo* sdk_ = nullptr;
   std::array<Started*, operationKinds.size()> pending_{};
   std::array<int, operationKinds.size()> refusedOpens_{};

@@ -1,12 +1,21 @@
-#include <tilvanego/facade/Facade.h>
-
-#include <algorithm>
 #include <array>
 
+#include <tilvanego/facade/FacadeRecords.h>
+#include <tilvanego/facade/RouterOrder.h>
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
+
+Facade::Facade(Platform platform)
+    : platform_(guardedPlatform(std::move(platform))),
+      mainQueue_(*platform_.mainQueue),
+      manualClock_(dynamic_cast<const ManualClock*>(platform_.clock.get())) {
+  if (!platform_.pendingStore) return;
+  records_ = std::make_unique<PendingRecords>(*platform_.pendingStore, [this](const std::string& message) {
+    log(TilvaneLogLevel::warning, message);
+  });
+}
 
 void Facade::end() {
   // Everything is moved out first: the destructors of what is moved may call this object.
@@ -35,13 +44,12 @@ void Facade::requireMainThread(std::string_view operation) const {
 consteval auto Facade::ranks() {
   std::array<Rank, std::tuple_size_v<Slots>> ranks{};
   auto next = ranks.begin();
-  forEachOperation([&]<OperationKind kind>() { *next++ = &Facade::offer<kind>; });
-  // The payment is the first kind of the list, and the last that is offered a callback.
-  std::ranges::rotate(ranks, ranks.begin() + 1);
+  forEachInRouterOrder([&]<OperationKind kind>() { *next++ = &Facade::offer<kind>; });
   return ranks;
 }
 
 bool Facade::handleCallback(URL url) {
+  if (keptForInterrupted(url)) return true;
   for (const Rank rank : ranks()) {
     const Routed routed = (this->*rank)(url);
     if (routed != Routed::goOn) return routed == Routed::finished;

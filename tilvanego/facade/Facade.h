@@ -10,6 +10,9 @@
 #include <utility>
 
 #include <tilvanego/facade/LogLevel.h>
+#include <tilvanego/facade/Pending.h>
+#include <tilvanego/facade/PendingOperations.h>
+#include <tilvanego/facade/PendingRecords.h>
 #include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/frame/Cases.h>
@@ -18,9 +21,11 @@
 #include <tilvanego/operations/Operations.h>
 #include <tilvanego/platform/GuardedPlatform.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/platform/memory/ManualClock.h>
 #include <tilvanego/transports/PaymentTransports.h>
 #include <tilvanego/values/Wiping.h>
 
+/// FacadeRecords.h defines the templates that need a pending store; whoever instantiates them includes it.
 namespace tilvanego::detail {
 
 /// Builds an operation's link and reads its callbacks.
@@ -39,11 +44,10 @@ struct OperationTransport;
 class Facade : public std::enable_shared_from_this<Facade> {
  public:
   /// Ends the process if a port is missing.
-  explicit Facade(Platform platform)
-      : platform_(guardedPlatform(std::move(platform))), mainQueue_(*platform_.mainQueue) {}
+  explicit Facade(Platform platform);
 
   /// Removes all pending operations without calling their completions, and the logger. No operation starts
-  /// after this.
+  /// after this. The pending store keeps their records, as at the end of the process.
   void end();
 
   [[nodiscard]] TilvaneLogger logger() const { return logger_ ? *logger_ : TilvaneLogger(); }
@@ -68,13 +72,16 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Removes the pending operation without calling its completion.
   template <typename Operation>
   void cancel() {
+    const auto record = slot<Operation>() ? slot<Operation>()->record : 0;
     static_cast<void>(take<Operation>());
+    if (record != 0) dropRecord(Operation::kind, record);
   }
 
   template <typename Operation>
   [[nodiscard]] bool isCallback(const URL& url) const {
     const auto& pending = slot<Operation>();
-    return pending && callbackURLsMatch(url, pending->request.callbackURL());
+    return (pending && callbackURLsMatch(url, pending->request.callbackURL())) ||
+           interruptedAwaits(Operation::kind, url);
   }
 
   /// The result of the pending operation if `url` were its callback; nothing if it isn't. The operation stays
@@ -83,8 +90,17 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] std::optional<typename Operation::Result> result(URL url) const;
 
   /// Offers `url` to the pending operations in the order of `ranks`. Returns true if this completed one of
-  /// them.
+  /// them, or if it was kept for an interrupted one.
   [[nodiscard]] bool handleCallback(URL url);
+
+  [[nodiscard]] std::vector<PendingOperation> pendingOperations() const;
+  [[nodiscard]] std::vector<InterruptedOperation> interruptedOperations() const;
+  /// Puts the oldest interrupted operation into its slot. Returns its request, or nothing if there is none,
+  /// if an operation that blocks it is pending, or after `end`.
+  template <typename Operation>
+  [[nodiscard]] std::optional<typename Operation::Request> resume(Completion<Operation> completion);
+  /// Drops the record of the oldest interrupted operation. Returns false if there is none.
+  bool forgetInterrupted(OperationKind kind);
 
  private:
   /// A pending operation is identified by its address, which is unique as long as a function holds this
@@ -95,6 +111,21 @@ class Facade : public std::enable_shared_from_this<Facade> {
     return std::tuple<Slot<OperationOf<operationKinds[index]>>...>();
   }(std::make_index_sequence<operationKinds.size()>()));
   using OpenFailure = void (Facade::*)();
+
+  /// Removes a record when it is destroyed.
+  class RecordEnd {
+   public:
+    RecordEnd(Facade& facade, OperationKind kind, PendingRecords::Id record)
+        : facade_(facade), kind_(kind), record_(record) {}
+    RecordEnd(const RecordEnd&) = delete;
+    RecordEnd& operator=(const RecordEnd&) = delete;
+    ~RecordEnd() { facade_.dropRecord(kind_, record_); }
+
+   private:
+    Facade& facade_;
+    OperationKind kind_;
+    PendingRecords::Id record_;
+  };
 
   enum class Routed { goOn, finished, refused };
   /// Offers `url` to the pending operation of one kind.
@@ -151,6 +182,29 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// One function for each kind, in the order in which they are offered a callback.
   [[nodiscard]] static consteval auto ranks();
 
+  /// A time for the start of an operation, read without host code: that of a `ManualClock`, or the system's
+  /// in whole seconds, which costs nearly nothing.
+  [[nodiscard]] Date quietNow() const;
+  /// Keeps the record of a pending operation, if there is a store.
+  template <typename Operation>
+  void keepForRestart(const Slot<Operation>& pending);
+  /// Removes a record, if there is one.
+  void dropRecord(OperationKind kind, PendingRecords::Id record) noexcept;
+  /// Reads the result of a pending operation. Keeps the callback first, so that the next start of the process
+  /// can deliver it if this process ends before the completion has returned. Returns nothing, and leaves
+  /// `url` unchanged, unless it is the operation's callback.
+  template <typename Operation>
+  [[nodiscard]] std::optional<typename Operation::Result> readAndKeep(const Slot<Operation>& pending,
+                                                                      URL& url);
+  /// Keeps a result of the pasteboard before it is removed from there. Empty without a record.
+  [[nodiscard]] UnsealedListener unsealedListener(OperationKind kind, PendingRecords::Id record) const;
+  /// Ends a resumed operation by the callback that was kept for it.
+  template <typename Operation>
+  void deliverKept(const Slot<Operation>& pending);
+  [[nodiscard]] bool interruptedAwaits(OperationKind kind, const URL& url) const;
+  /// Keeps `url` for the interrupted operation whose callback it is. Returns false if there is none.
+  [[nodiscard]] bool keptForInterrupted(const URL& url);
+
   void debugLine(const std::string& text) { platform_.debugOutput->writeLine(text); }
   void log(TilvaneLogLevel level, std::string_view message);
 
@@ -158,10 +212,21 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Weak: the host's queue may be a local variable of `main`, while this object lives until the process
   /// ends.
   WeakMainQueue mainQueue_;
+  /// The platform's clock if it is one, which no host code runs in; else null.
+  const ManualClock* manualClock_;
+  /// Null without a pending store.
+  std::unique_ptr<PendingRecords> records_;
   std::shared_ptr<const TilvaneLogger> logger_;
   Slots slots_;
   bool ended_ = false;
 };
+
+/// The transport that a start was given; nothing for the operations that have only one.
+[[nodiscard]] inline std::optional<PaymentLaunchTransport> transportOf() { return std::nullopt; }
+[[nodiscard]] inline std::optional<PaymentLaunchTransport> transportOf(
+    const PaymentLaunchTransport& transport) {
+  return transport;
+}
 
 /// A failure that no callback caused.
 template <typename Operation>
@@ -178,6 +243,8 @@ Completion<Operation> Facade::take() {
 template <typename Operation>
 bool Facade::finish(const Slot<Operation>& pending, const typename Operation::Result& result) {
   if (slot<Operation>() != pending) return false;
+  // Also if the completion throws: it has run.
+  const RecordEnd recordEnd(*this, Operation::kind, pending->record);
   // The slot is empty by now: the completion may start the same operation again.
   if (const auto completion = take<Operation>()) completion(result);
   return true;
@@ -196,7 +263,8 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
   if (const auto message = Operation::validate(request)) {
     return refuse(cases::InvalidRequest{std::string(*message)});
   }
-  const auto pending = std::make_shared<Pending<Operation>>(std::move(request), std::move(completion));
+  const auto pending = std::make_shared<Pending<Operation>>(std::move(request), std::move(completion),
+                                                            quietNow(), transportOf(launch...));
   slot<Operation>() = pending;
   try {
     launchPending<Operation>(pending, launch...);
@@ -217,6 +285,7 @@ void Facade::launchPending(const Slot<Operation>& pending, const Launch&... laun
   }
   // Host code may have ended the operation, here and below; then no link is opened.
   if (slot<Operation>() == pending) log(TilvaneLogLevel::info, Operation::texts.opening);
+  if (slot<Operation>() == pending) keepForRestart<Operation>(pending);
   if (slot<Operation>() == pending) openPaymentApp(*url, &Facade::notOpened<Operation>);
 }
 
@@ -251,7 +320,8 @@ template <typename Operation>
 std::optional<typename Operation::Result> Facade::result(URL url) const {
   const auto pending = slot<Operation>();
   if (!pending) return std::nullopt;
-  auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_);
+  auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_,
+                                                   unsealedListener(Operation::kind, pending->record));
   if (slot<Operation>() != pending) found.reset();
   return found;
 }
@@ -260,8 +330,7 @@ template <typename Operation>
 Facade::Routed Facade::route(URL& url) {
   const auto pending = slot<Operation>();
   if (!pending) return Routed::goOn;
-  if (const auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_);
-      found && finish<Operation>(pending, *found)) {
+  if (const auto found = readAndKeep<Operation>(pending, url); found && finish<Operation>(pending, *found)) {
     return Routed::finished;
   }
   log(TilvaneLogLevel::warning, unmatchedCallback(Operation::kind));
@@ -277,7 +346,8 @@ struct OperationTransport {
 
   /// Returns nothing, and leaves `url` unchanged, unless it is the callback of `request`.
   [[nodiscard]] static std::optional<typename Operation::Result> read(
-      URL&& url, const typename Operation::Request& request, const Platform& /*platform*/) {
+      URL&& url, const typename Operation::Request& request, const Platform& /*platform*/,
+      const UnsealedListener& /*unsealed*/) {
     return parseCallback<Operation>(std::move(url), pointerTo(request.requestId()), &request.callbackURL());
   }
 
@@ -304,8 +374,9 @@ struct OperationTransport<PaymentOperation> {
 
   /// Returns nothing, and leaves `url` unchanged, unless it is the callback of `request`.
   [[nodiscard]] static std::optional<PaymentResult> read(URL&& url, const PaymentRequest& request,
-                                                         const Platform& platform) {
-    return paymentResult(std::move(url), request, platform);
+                                                         const Platform& platform,
+                                                         const UnsealedListener& unsealed) {
+    return paymentResult(std::move(url), request, platform, unsealed);
   }
 };
 

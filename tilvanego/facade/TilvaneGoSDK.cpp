@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include <tilvanego/facade/Facade.h>
+#include <tilvanego/facade/FacadeRecords.h>
 #include <tilvanego/facade/FreshInstance.h>
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/values/Text.h>

@@ -5,8 +5,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <tilvanego/facade/LogLevel.h>
+#include <tilvanego/facade/PendingOperations.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/operations/Records.h>
 #include <tilvanego/payment/PaymentLaunchTransport.h>
@@ -32,9 +34,10 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// main thread, inside the call that causes them. Whether a link was opened is reported on the main queue,
 /// after the start function has returned.
 ///
-/// *State.* At most one operation of each kind is pending. It is kept in memory only. There is no time-out:
-/// an operation waits for its callback, for the report that its link wasn't opened, or for a cancel. A
-/// completion runs once; after a cancel it never runs.
+/// *State.* At most one operation of each kind is pending. It is kept in memory, and by the platform's
+/// `PendingStore`, if it has one, for the next start of the process. There is no time-out: an operation waits
+/// for its callback, for the report that its link wasn't opened, or for a cancel. A completion runs once;
+/// after a cancel it never runs.
 ///
 /// *Host code.* Completions, the logger, the platform's ports, and the destructors of what they captured may
 /// call any function here, and may throw. Before such code runs, the slot of a finished operation is empty.
@@ -61,8 +64,8 @@ class TilvaneGo final {
   void setLogger(TilvaneLogger logger);
 
   /// Handles a URL with which the system opened the host; any URL is allowed. Returns true if the URL
-  /// finished a pending operation, with a success or a failure. Returns false and logs a warning if it
-  /// belongs to none.
+  /// finished a pending operation, with a success or a failure, or if it was kept for an interrupted one.
+  /// Returns false and logs a warning if it belongs to none.
   bool handleCallback(const URL& url);
 
   /// Receives the result; the reference is valid during the call. Called on the main thread, after the
@@ -91,7 +94,8 @@ class TilvaneGo final {
   /// link as not opened after a new payment was started, that report ends the new payment: see
   /// `Application::openURL`.
   void cancelPendingPayment();
-  /// Whether `url` is the callback URL of the pending payment. Its query is ignored.
+  /// Whether `url` is the callback URL of the pending payment, or of an interrupted one that waits for its
+  /// callback. Its query is ignored.
   [[nodiscard]] bool isPaymentCallback(const URL& url) const;
   /// Returns the result that `url` holds for the pending payment, which stays pending; nothing if no payment
   /// is pending or the URL isn't its callback. A result on the pasteboard is removed from there: a second
@@ -200,6 +204,46 @@ class TilvaneGo final {
   [[nodiscard]] static std::optional<SaveResult> parseSaveResult(
       URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
       const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  /// The operations that wait for their callbacks, in the order in which they are offered one.
+  [[nodiscard]] std::vector<PendingOperation> pendingOperations() const;
+
+  // What follows needs `Platform::pendingStore`; without one, nothing is kept and nothing is found. An
+  // operation is kept before its link is opened, without its credentials and notes, and removed when its
+  // completion has returned or when it is cancelled. If the process ends before that, the next one finds it:
+  // it is interrupted. `handleCallback` keeps the callback of an interrupted operation and returns true. An
+  // interrupted operation blocks no start. docs/surviving-a-restart.md describes what this promises.
+
+  /// The operations that an earlier process left and that were neither resumed nor forgotten: in the order of
+  /// the router, the oldest of a kind first.
+  [[nodiscard]] std::vector<InterruptedOperation> interruptedOperations() const;
+
+  /// Makes the oldest interrupted payment the pending one, as if the process had never ended, and returns its
+  /// request: without credentials and notes; required credentials are blank. If its callback has come
+  /// already, the completion runs on the main queue's next turn. Returns nothing, and destroys the
+  /// completion, if no payment is interrupted or one is pending.
+  std::optional<PaymentRequest> resumePayment(PaymentCompletion completion);
+  /// Drops the oldest interrupted payment, with its callback. Returns false if there is none.
+  bool forgetInterruptedPayment();
+
+  // The same for the eight other operations. A refund isn't resumed while a refund of either kind is pending.
+
+  std::optional<InitializationRequest> resumeInitialization(InitializationCompletion completion);
+  bool forgetInterruptedInitialization();
+  std::optional<TransactionListRequest> resumeTransactionList(TransactionListCompletion completion);
+  bool forgetInterruptedTransactionList();
+  std::optional<FullRefundRequest> resumeFullRefund(FullRefundCompletion completion);
+  bool forgetInterruptedFullRefund();
+  std::optional<PartialRefundRequest> resumePartialRefund(PartialRefundCompletion completion);
+  bool forgetInterruptedPartialRefund();
+  std::optional<CaptureRequest> resumeCapture(CaptureCompletion completion);
+  bool forgetInterruptedCapture();
+  std::optional<ClearDataRequest> resumeClearData(ClearDataCompletion completion);
+  bool forgetInterruptedClearData();
+  std::optional<RebootRequest> resumeReboot(RebootCompletion completion);
+  bool forgetInterruptedReboot();
+  std::optional<SaveRequest> resumeSave(SaveCompletion completion);
+  bool forgetInterruptedSave();
 
  private:
   friend struct detail::FacadeAccess;

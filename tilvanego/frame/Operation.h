@@ -73,13 +73,6 @@ inline constexpr bool passesOnUnmatched = requires { requires Operation::passesO
 template <typename Operation>
 using Completion = std::function<void(const typename Operation::Result& result)>;
 
-/// An operation that was started and not yet finished.
-template <typename Operation>
-struct Pending {
-  typename Operation::Request request;
-  Completion<Operation> completion;
-};
-
 /// Builds the text of a request for a debug line: `SaveRequest(requestId: A-1, customId: nil)`. The operation
 /// chooses the fields, and of which it shows only whether they are present (`flag`).
 class RequestDescription {

@@ -49,14 +49,28 @@ class FileSizeSignalBlocked {
 /// The step of `replaceFile` that failed, or `none`.
 enum class FileReplacementFailure { none, create, write, rename };
 
+/// What a change of a file must survive: the end of the process, or also a crash of the system (fsync).
+enum class Durability { written, synced };
+
+/// Waits until the file or directory is on the disk. Succeeds on a file system that can't sync it.
+[[nodiscard]] inline bool syncFile(const FileDescriptor& file) {
+  while (fsync(file.get()) != 0) {
+    if (errno == EINVAL || errno == EROFS) return true;
+    if (errno != EINTR) return false;
+  }
+  return true;
+}
+
 /// Replaces the file `name` of `directory` atomically: a reader finds the earlier file or the whole new one.
 /// The bytes are written to the file `temporaryName` first, which must not exist, and which is then renamed.
 /// Only the owner may read and write the new file. On a failure the earlier file is still there, the
-/// temporary one is removed, and `errno` holds the cause.
+/// temporary one is removed, and `errno` holds the cause. A synced file is on the disk before it is renamed;
+/// then the directory is synced too, as well as the system can.
 [[nodiscard]] inline FileReplacementFailure replaceFile(const FileDescriptor& directory,
                                                         const std::string& name,
                                                         const std::string& temporaryName,
-                                                        std::span<const std::uint8_t> bytes) {
+                                                        std::span<const std::uint8_t> bytes,
+                                                        Durability durability = Durability::written) {
   constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
   auto failure = FileReplacementFailure::none;
   {
@@ -67,7 +81,9 @@ enum class FileReplacementFailure { none, create, write, rename };
     // which doesn't matter.
     fchmod(file.get(), ownerFile);
     const FileSizeSignalBlocked blocked;
-    if (!writeFully(file.get(), bytes)) failure = FileReplacementFailure::write;
+    const bool isSynced = durability == Durability::synced;
+    if (!writeFully(file.get(), bytes) || (isSynced && !syncFile(file)))
+      failure = FileReplacementFailure::write;
   }
   if (failure == FileReplacementFailure::none &&
       renameat(directory.get(), temporaryName.c_str(), directory.get(), name.c_str()) != 0) {
@@ -77,6 +93,9 @@ enum class FileReplacementFailure { none, create, write, rename };
     const int cause = errno;
     unlinkat(directory.get(), temporaryName.c_str(), 0);
     errno = cause;
+  } else if (durability == Durability::synced) {
+    // The file is replaced, whatever this says.
+    static_cast<void>(syncFile(directory));
   }
   return failure;
 }

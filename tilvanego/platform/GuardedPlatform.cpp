@@ -61,6 +61,38 @@ class GuardedPasteboard final : public Pasteboard {
   std::unique_ptr<Pasteboard> host_;
 };
 
+class GuardedPendingStore final : public PendingStore {
+ public:
+  explicit GuardedPendingStore(std::unique_ptr<PendingStore> host) : host_(std::move(host)) {}
+
+  std::expected<std::optional<std::string>, std::string> read(const std::string& name) override try {
+    return host_->read(name);
+  } catch (...) {
+    return std::unexpected("PendingStore::read threw an exception.");
+  }
+
+  std::expected<void, std::string> keep(const std::string& name, std::string_view text) override try {
+    return host_->keep(name, text);
+  } catch (...) {
+    return std::unexpected("PendingStore::keep threw an exception.");
+  }
+
+  std::expected<void, std::string> remove(const std::string& name) override try {
+    return host_->remove(name);
+  } catch (...) {
+    return std::unexpected("PendingStore::remove threw an exception.");
+  }
+
+  std::expected<void, std::string> setAside(const std::string& name) override try {
+    return host_->setAside(name);
+  } catch (...) {
+    return std::unexpected("PendingStore::setAside threw an exception.");
+  }
+
+ private:
+  std::unique_ptr<PendingStore> host_;
+};
+
 }  // namespace
 
 void requireWholePlatform(const Platform& platform) {
@@ -79,6 +111,9 @@ Platform guardedPlatform(Platform platform) {
   platform.debugOutput = std::make_unique<GuardedDebugOutput>(std::move(platform.debugOutput));
   platform.randomSource = std::make_unique<GuardedRandomSource>(std::move(platform.randomSource));
   platform.pasteboard = std::make_unique<GuardedPasteboard>(std::move(platform.pasteboard));
+  if (platform.pendingStore) {
+    platform.pendingStore = std::make_unique<GuardedPendingStore>(std::move(platform.pendingStore));
+  }
   return platform;
 }
 

@@ -10,8 +10,8 @@ namespace tilvanego::detail {
 void requireWholePlatform(const Platform& platform);
 
 /// Returns the platform with its ports wrapped, so that they do not throw: the exception of a debug output is
-/// dropped after one line on standard error, a random source that throws fails, and a pasteboard that throws,
-/// or is null, is empty and keeps nothing. The result's pasteboard is not null.
+/// dropped after one line on standard error, a random source or a pending store that throws fails, and a
+/// pasteboard that throws, or is null, is empty and keeps nothing. The result's pasteboard is not null.
 ///
 /// The clock and the application are not wrapped: they cannot return a failure. Their callers handle their
 /// exceptions.

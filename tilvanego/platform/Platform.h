@@ -9,6 +9,7 @@
 #include <tilvanego/platform/DebugOutput.h>
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/platform/Pasteboard.h>
+#include <tilvanego/platform/PendingStore.h>
 #include <tilvanego/platform/RandomSource.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/SystemClock.h>
@@ -16,9 +17,10 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Everything that the library needs from the system. Only the pasteboard may be null: payments by pasteboard
-/// then fail at once with `pasteboardHandoffUnavailable`. If another member is null, the process ends, with a
-/// message that names it, when the host passes the platform to the library.
+/// Everything that the library needs from the system. The pasteboard may be null: payments by pasteboard then
+/// fail at once with `pasteboardHandoffUnavailable`. The pending store may be null: no operation then
+/// survives its host. If another member is null, the process ends, with a message that names it, when the
+/// host passes the platform to the library.
 ///
 /// The ports may call the library and may throw; docs/platform.md describes what happens then.
 ///
@@ -34,6 +36,8 @@ struct Platform {
   std::unique_ptr<DebugOutput> debugOutput;
   std::unique_ptr<Pasteboard> pasteboard;
   std::unique_ptr<Application> application;
+  /// Keeps pending operations for the next start of the process: docs/surviving-a-restart.md.
+  std::unique_ptr<PendingStore> pendingStore = nullptr;
 
   /// Returns a platform for a Linux desktop or till, without configuration: `xdg-open` opens links, the
   /// pasteboard is the user's `PasteboardStore`, random bytes come from OpenSSL, debug lines go to standard

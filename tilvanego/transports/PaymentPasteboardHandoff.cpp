@@ -171,7 +171,8 @@ std::expected<URL, HandoffFailure> pasteboardPaymentAppURL(const PaymentRequest&
 
 std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& expectedCallbackURL,
                                                      const std::string& expectedRequestId,
-                                                     const Platform& platform) {
+                                                     const Platform& platform,
+                                                     const UnsealedListener& unsealed) {
   if (!callbackURLsMatch(url, expectedCallbackURL)) return std::nullopt;
   // The case of this value matters; that of the compressed transport's name doesn't.
   if (queryValue(url, {"transport"}) != pasteboardTransport) return std::nullopt;
@@ -184,6 +185,7 @@ std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& 
   const auto envelope = readHandoffEnvelope(pasteboard, *handoffId, now);
   if (!envelope) return failed(envelope.error());
   auto callback = unsealedCallback(*envelope, expectedCallbackURL, expectedRequestId, now);
+  if (callback && unsealed) unsealed(*callback);
   auto result = callback ? parseCallback<PaymentOperation>(*std::move(callback), &expectedRequestId,
                                                            &expectedCallbackURL)
                          : failed(callback.error());

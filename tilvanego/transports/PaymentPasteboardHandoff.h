@@ -2,6 +2,7 @@
 
 #include <array>
 #include <expected>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -52,12 +53,18 @@ void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId);
 [[nodiscard]] std::expected<URL, HandoffFailure> pasteboardPaymentAppURL(const PaymentRequest& request,
                                                                          const Platform& platform);
 
+/// Called with the callback URL that would have carried a result of the pasteboard itself, before that result
+/// is removed from there. May be empty.
+using UnsealedListener = std::function<void(const URL& callback)>;
+
 /// Returns the result of a callback that names an envelope on the pasteboard; nothing if the URL names no
-/// envelope or isn't the expected callback URL. A result that was found is removed from the pasteboard.
+/// envelope or isn't the expected callback URL. A result that was found is removed from the pasteboard, after
+/// a call of `unsealed`.
 [[nodiscard]] std::optional<PaymentResult> pasteboardPaymentResult(const URL& url,
                                                                    const URL& expectedCallbackURL,
                                                                    const std::string& expectedRequestId,
-                                                                   const Platform& platform);
+                                                                   const Platform& platform,
+                                                                   const UnsealedListener& unsealed = {});
 
 }  // namespace support
 }  // namespace tilvanego

@@ -77,12 +77,12 @@ std::expected<URL, PaymentLinkFailure> paymentAppURL(std::expected<URL, PaymentE
   return inlineLink(std::move(inlineURL));
 }
 
-std::optional<PaymentResult> paymentResult(URL&& url, const PaymentRequest& request,
-                                           const Platform& platform) {
+std::optional<PaymentResult> paymentResult(URL&& url, const PaymentRequest& request, const Platform& platform,
+                                           const UnsealedListener& unsealed) {
   const std::string& requestId = request.requestId();
   const URL& callbackURL = request.callbackURL();
   try {
-    if (auto result = pasteboardPaymentResult(url, callbackURL, requestId, platform)) return result;
+    if (auto result = pasteboardPaymentResult(url, callbackURL, requestId, platform, unsealed)) return result;
   } catch (...) {
     // The clock threw: it is unknown whether the response came in time.
     return PaymentResult::Failure{PaymentError::PasteboardHandoffDecryptionFailed{}, std::nullopt};

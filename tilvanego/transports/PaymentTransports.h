@@ -9,6 +9,7 @@
 #include <tilvanego/payment/PaymentRequest.h>
 #include <tilvanego/payment/PaymentResult.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/transports/PaymentPasteboardHandoff.h>
 #include <tilvanego/values/URL.h>
 
 /// Chooses one of the three transports of a payment, for its request and for its result.
@@ -30,8 +31,9 @@ struct PaymentLinkFailure {
 
 /// Returns the result of a pending request from a callback. The callback alone determines the transport of
 /// the response; that of the request doesn't matter. Returns nothing if the callback isn't for this request;
-/// `url` is then unchanged.
+/// `url` is then unchanged. `unsealed` is called before a result is removed from the pasteboard.
 [[nodiscard]] std::optional<PaymentResult> paymentResult(URL&& url, const PaymentRequest& request,
-                                                         const Platform& platform);
+                                                         const Platform& platform,
+                                                         const UnsealedListener& unsealed = {});
 
 }  // namespace tilvanego::detail

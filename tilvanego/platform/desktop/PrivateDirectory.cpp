@@ -8,8 +8,6 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <tilvanego/platform/FileReplacement.h>
-
 namespace tilvanego::detail {
 namespace {
 
@@ -25,6 +23,11 @@ std::unexpected<std::string> failedAt(const std::filesystem::path& path, const c
 
 bool isPrivate(const struct stat& status) {
   return status.st_uid == geteuid() && (status.st_mode & rightsOfOthers) == 0;
+}
+
+bool isReadable(const struct stat& status, std::size_t limit) {
+  return S_ISREG(status.st_mode) && isPrivate(status) && status.st_size >= 0 &&
+         static_cast<std::uintmax_t>(status.st_size) <= limit;
 }
 
 // Returns the number of bytes read, which is less than requested only at the end of the file. Returns no
@@ -85,8 +88,7 @@ std::optional<Bytes> PrivateDirectory::read(const std::string& name, std::size_t
       openat(directory_.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   struct stat status{};
   if (!file || fstat(file.get(), &status) != 0) return std::nullopt;
-  if (!S_ISREG(status.st_mode) || !isPrivate(status)) return std::nullopt;
-  if (status.st_size < 0 || static_cast<std::uintmax_t>(status.st_size) > limit) return std::nullopt;
+  if (!isReadable(status, limit)) return std::nullopt;
   Bytes bytes(static_cast<std::size_t>(status.st_size));
   const auto size = readFully(file.get(), bytes);
   if (!size) return std::nullopt;
@@ -94,16 +96,28 @@ std::optional<Bytes> PrivateDirectory::read(const std::string& name, std::size_t
   return bytes;
 }
 
+bool PrivateDirectory::contains(const std::string& name) const {
+  struct stat status{};
+  return fstatat(directory_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool PrivateDirectory::isForeign(const std::string& name, std::size_t limit) const {
+  struct stat status{};
+  return fstatat(directory_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+         !isReadable(status, limit);
+}
+
 std::unexpected<std::string> PrivateDirectory::failed(const std::string& name, const char* what) const {
   return failedAt(path_ / name, what);
 }
 
 std::expected<void, std::string> PrivateDirectory::replace(const std::string& name,
-                                                           std::span<const std::uint8_t> bytes) const {
+                                                           std::span<const std::uint8_t> bytes,
+                                                           Durability durability) const {
   const std::string fresh = name + ".new";
   // A killed writer may have left a temporary file.
   if (auto removed = remove(fresh); !removed) return removed;
-  switch (replaceFile(directory_, name, fresh, bytes)) {
+  switch (replaceFile(directory_, name, fresh, bytes, durability)) {
     case FileReplacementFailure::create:
       return failed(fresh, "can't be made");
     case FileReplacementFailure::write:
@@ -116,9 +130,20 @@ std::expected<void, std::string> PrivateDirectory::replace(const std::string& na
   return {};
 }
 
-std::expected<void, std::string> PrivateDirectory::remove(const std::string& name) const {
-  if (unlinkat(directory_.get(), name.c_str(), 0) == 0 || errno == ENOENT) return {};
-  return failed(name, "can't be removed");
+std::expected<void, std::string> PrivateDirectory::remove(const std::string& name,
+                                                          Durability durability) const {
+  if (unlinkat(directory_.get(), name.c_str(), 0) != 0) {
+    if (errno == ENOENT) return {};
+    return failed(name, "can't be removed");
+  }
+  if (durability == Durability::synced) static_cast<void>(syncFile(directory_));
+  return {};
+}
+
+std::expected<void, std::string> PrivateDirectory::rename(const std::string& name,
+                                                          const std::string& newName) const {
+  if (renameat(directory_.get(), name.c_str(), directory_.get(), newName.c_str()) == 0) return {};
+  return failed(name, "can't be renamed");
 }
 
 std::expected<HeldLock, std::string> PrivateDirectory::lock(const std::string& name,

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include <tilvanego/platform/FileDescriptor.h>
+#include <tilvanego/platform/FileReplacement.h>
 #include <tilvanego/values/Bytes.h>
 
 namespace tilvanego::detail {
@@ -42,13 +43,26 @@ class PrivateDirectory {
   /// has at most `limit` bytes. Returns no value for any other file, and if there is none.
   [[nodiscard]] std::optional<Bytes> read(const std::string& name, std::size_t limit) const;
 
+  /// Returns true if there is anything of this name.
+  [[nodiscard]] bool contains(const std::string& name) const;
+
+  /// Returns true if there is something of this name that `read` refuses for what it is: it isn't a regular
+  /// file, belongs to another user, is open to others or is larger than `limit`.
+  [[nodiscard]] bool isForeign(const std::string& name, std::size_t limit) const;
+
   /// Replaces a file atomically: a reader finds the earlier file or this one. The caller must hold a lock of
   /// all writers of the file (`lock()`). On an error the earlier file is still there.
   [[nodiscard]] std::expected<void, std::string> replace(const std::string& name,
-                                                         std::span<const std::uint8_t> bytes) const;
+                                                         std::span<const std::uint8_t> bytes,
+                                                         Durability durability = Durability::written) const;
 
   /// Removes a file. Succeeds if the file does not exist.
-  [[nodiscard]] std::expected<void, std::string> remove(const std::string& name) const;
+  [[nodiscard]] std::expected<void, std::string> remove(const std::string& name,
+                                                        Durability durability = Durability::written) const;
+
+  /// Gives a file another name, in place of any file of that name.
+  [[nodiscard]] std::expected<void, std::string> rename(const std::string& name,
+                                                        const std::string& newName) const;
 
   /// Takes the lock of this name, exclusive among all processes and objects. Fails if it is still held
   /// elsewhere after `longestWait`.

@@ -1,0 +1,28 @@
+// Any text as what a pending store kept of each kind. Records that can be read are written, and read again as
+// the same; what is written holds no card data.
+
+#include <tilvanego/facade/PendingRecord.h>
+
+#include "fuzz/Fuzzer.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace tilvanego;
+  using namespace tilvanego::detail;
+  for (const OperationKind kind : operationKinds) {
+    auto records = readPendingRecords(kind, textOf(data, size));
+    if (!records) {
+      require(!records.error().empty(), "a refusal has a reason");
+      continue;
+    }
+    require(records->size() <= maximumPendingRecords, "there are not too many");
+    std::vector<const PendingRecord*> all;
+    for (PendingRecord& record : *records) {
+      if (record.callback && !mayBeWritten(kind, record.callback->url)) record.callback.reset();
+      all.push_back(&record);
+    }
+    const auto text = writePendingRecords(kind, all);
+    require(text.has_value(), "what was read can be written");
+    require(readPendingRecords(kind, *text) == records, "it reads as the same");
+  }
+  return 0;
+}
