@@ -174,11 +174,11 @@ bool RehearsalLine::fits(const LaunchLink& request) const {
          (!requestId || requestId == request.requestId());
 }
 
-void RehearsalLine::applyTo(Decision& decision) const {
+void RehearsalLine::applyTo(Decision& decision, Operation asked) const {
   if (outcome) decision.outcome = *outcome;
   if (word) decision.word = word;
   if (keys) decision.keys = *keys;
-  if (answer) decision.transport = answer;
+  if (answer && asked == Operation::payment) decision.transport = answer;
   if (fault) decision.fault = fault;
 }
 

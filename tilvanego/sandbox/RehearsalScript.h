@@ -53,8 +53,8 @@ struct RehearsalLine {
 
   /// Whether the request has what the line asks for, apart from `nth`.
   [[nodiscard]] bool fits(const LaunchLink& request) const;
-  /// Replaces the parts of the decision that the line gives.
-  void applyTo(Decision& decision) const;
+  /// Replaces the parts of the decision about an operation that the line gives.
+  void applyTo(Decision& decision, Operation asked) const;
 
   /// The codec of `amount`.
   struct ExactAmount {

@@ -73,7 +73,7 @@ std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::ans
                                                                                     Playing* playing) {
   Decision decision = decision_;
   decision.outcome = outcome_.value_or(usualOutcome(request));
-  if (line != nullptr) line->applyTo(decision);
+  if (line != nullptr) line->applyTo(decision, request.operation());
   if (request.operation() != Operation::payment) decision.transport.reset();
   const auto ledger = ledger_;
   std::expected<Date, SandboxError> now;
