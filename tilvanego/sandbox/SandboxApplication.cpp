@@ -1,8 +1,5 @@
 #include <tilvanego/sandbox/SandboxApplication.h>
 
-#include <algorithm>
-#include <iterator>
-
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/sandbox/Carried.h>
 #include <tilvanego/sandbox/Ledger.h>
@@ -24,9 +21,10 @@ struct SandboxApplication::Playing {
 
   /// Removes the callbacks whose time has come, and returns them in their order.
   std::vector<Waiting> take(const auto& hasCome) {
-    const auto rest = std::ranges::stable_partition(waiting, std::not_fn(hasCome), &Waiting::due);
-    std::vector<Waiting> taken(std::move_iterator(rest.begin()), std::move_iterator(rest.end()));
-    waiting.erase(rest.begin(), rest.end());
+    std::vector<Waiting> taken;
+    std::vector<Waiting> rest;
+    for (Waiting& one : waiting) (hasCome(one.due) ? taken : rest).push_back(std::move(one));
+    waiting = std::move(rest);
     return taken;
   }
 
