@@ -10,7 +10,7 @@ namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 
 /// A script that is being played: it counts the requests, and knows which lines are used up. A
-/// `SandboxApplication` plays one by itself.
+/// `SandboxApplication` plays one by itself. One thread at a time may use it.
 class Rehearsal {
  public:
   explicit Rehearsal(RehearsalScript script);

@@ -20,10 +20,12 @@
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/URL.h>
 
+namespace tilvanego::sandbox {
+class Ledger;
+}  // namespace tilvanego::sandbox
+
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
-
-class Ledger;
 
 /// A payment application in the host's own process, for rehearsals. The host's library opens its links here;
 /// the responses come back as callback URLs on the main queue, as the system would deliver them. Use it on
@@ -73,14 +75,13 @@ class SandboxApplication final : public Application {
   /// Sets the spelling of the item names of every later response. The default is the first spelling.
   void setKeys(KeySpelling keys) { decision_.keys = keys; }
 
-  /// Sets the script of later requests, from its beginning; nothing: none, and no callback is delivered any
-  /// more that waits for its time. What the deciding line leaves out, and a request that no line fits, is as
-  /// the other functions say.
+  /// Sets the script of later requests; nothing: none. Drops the callbacks that the script before it holds
+  /// back. What the deciding line leaves out, and a request that no line fits, is as the other functions say.
   void setScript(std::optional<RehearsalScript> script);
 
-  /// Delivers the callbacks whose delay is over by the clock of the ports. Only this does: a test sets its
-  /// clock by hand and calls this, a host with a system clock calls it from a timer. A clock that throws
-  /// delivers none.
+  /// Delivers the callbacks whose delay is over by the clock of the ports. Nothing else does: a test sets its
+  /// clock by hand and calls this; a host with a system clock calls it from a timer. If the clock throws,
+  /// none is delivered.
   void deliverDue();
 
   /// Says which lines of the script decided fewer requests than they should, as `Rehearsal::unusedLines`
