@@ -1,5 +1,6 @@
 #include "SandboxCommand.h"
 
+#include <chrono>
 #include <expected>
 #include <iostream>
 #include <memory>
@@ -7,6 +8,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -17,17 +19,22 @@
 #include <tilvanego/platform/desktop/CommandLine.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
+#include <tilvanego/sandbox/Rehearsal.h>
 #include <tilvanego/sandbox/Response.h>
 
 #include "ExitStatus.h"
+#include "ScriptFile.h"
 
 namespace tilvanego::program {
 namespace {
 
 using sandbox::Decision;
+using sandbox::Delivery;
 using sandbox::HandoffPorts;
 using sandbox::LaunchLink;
 using sandbox::Outcome;
+using sandbox::Rehearsal;
+using sandbox::RehearsalLine;
 using sandbox::SandboxError;
 using sandbox::Transport;
 using sandbox::TransportFault;
@@ -39,6 +46,7 @@ struct SandboxOptions {
   std::string fault;
   std::string word;
   std::string keys;
+  std::optional<std::string> script;
   std::string pasteboard = "none";
   std::string open;
 };
@@ -84,7 +92,8 @@ Outcome askedOutcome(Outcome usual) {
   }
 }
 
-Outcome decide(const SandboxOptions& options, const LaunchLink& link) {
+Outcome decide(const SandboxOptions& options, const LaunchLink& link, const RehearsalLine* line) {
+  if (line != nullptr && line->outcome) return *line->outcome;
   if (const auto outcome = fromRawText<Outcome>(options.outcome)) return *outcome;
   const Outcome usual = usualOutcome(link);
   return isatty(STDIN_FILENO) == 1 ? askedOutcome(usual) : usual;
@@ -109,12 +118,62 @@ bool openCallback(const std::string& command, const URL& callback) {
   return wasOpened;
 }
 
+void note(std::string_view message) { std::cerr << "tilvanego sandbox: " << message << '\n'; }
+
 int failed(std::string_view message) {
-  std::cerr << "tilvanego sandbox: " << message << '\n';
+  note(message);
   return exitFailed;
 }
 
+/// Passes the callback URL on, as often and as late as the line of the script says.
+int deliver(const SandboxOptions& options, const LaunchLink& link, const URL& callback,
+            const RehearsalLine& line) {
+  const Delivery delivery = line.delivery.value_or(Delivery::once);
+  if (delivery == Delivery::late)
+    note("the callback would come after the next request, and this is the only one");
+  if (delivery == Delivery::late || delivery == Delivery::never) return exitDone;
+  std::this_thread::sleep_for(std::chrono::duration<double>(line.delay.value_or(0)));
+  const URL arriving = sandbox::delivered(callback, link, delivery);
+  for (int left = delivery == Delivery::twice ? 2 : 1; left > 0; --left) {
+    if (options.open.empty()) {
+      std::cout << arriving.absoluteString() << '\n' << std::flush;
+    } else if (!openCallback(options.open, arriving)) {
+      return failed("the callback URL was not opened by: " + options.open);
+    }
+  }
+  return exitDone;
+}
+
+/// Tells what of the script didn't happen.
+void tellTheRest(const SandboxOptions& options, const Rehearsal& rehearsal) {
+  for (const std::string& request : rehearsal.unmatchedRequests()) note(*options.script + ": " + request);
+  for (const std::string& line : rehearsal.unusedLines()) note(*options.script + ": " + line);
+}
+
+int answer(const SandboxOptions& options, const LaunchLink& link, const HandoffPorts& ports,
+           const RehearsalLine* line) {
+  Decision decision{
+      .outcome = decide(options, link, line),
+      .transport = fromRawText<Transport>(options.transport),
+      .fault = fromRawText<TransportFault>(options.fault),
+      .word = options.word.empty() ? std::nullopt : std::optional(options.word),
+      .keys = fromRawText<sandbox::KeySpelling>(options.keys).value_or(sandbox::KeySpelling::first),
+  };
+  if (line != nullptr) line->applyTo(decision, link.operation());
+  const auto callback = respond(link, decision, ports);
+  if (!callback) return failed(callback.error().message);
+  std::cout << "outcome: " << rawText(decision.outcome) << '\n' << std::flush;
+  if (!*callback) return exitDone;
+  return deliver(options, link, **callback, line != nullptr ? *line : RehearsalLine());
+}
+
 int runSandbox(const SandboxOptions& options) {
+  std::optional<Rehearsal> rehearsal;
+  if (options.script) {
+    auto script = readScriptFile(*options.script);
+    if (!script) return failed(script.error());
+    rehearsal.emplace(*std::move(script));
+  }
   PasteboardStore store(std::make_shared<SystemClock>());
   const HandoffPorts ports{.pasteboard = options.pasteboard == "store" ? &store : nullptr};
   const auto link = read(options.link, ports);
@@ -122,23 +181,9 @@ int runSandbox(const SandboxOptions& options) {
   for (const std::string& line : link->lines()) std::cout << line << '\n';
   std::cout << std::flush;
 
-  const Decision decision{
-      .outcome = decide(options, *link),
-      .transport = fromRawText<Transport>(options.transport),
-      .fault = fromRawText<TransportFault>(options.fault),
-      .word = options.word.empty() ? std::nullopt : std::optional(options.word),
-      .keys = fromRawText<sandbox::KeySpelling>(options.keys).value_or(sandbox::KeySpelling::first),
-  };
-  const auto callback = respond(*link, decision, ports);
-  if (!callback) return failed(callback.error().message);
-  std::cout << "outcome: " << rawText(decision.outcome) << '\n' << std::flush;
-  if (!*callback) return exitDone;
-  if (options.open.empty()) {
-    std::cout << (*callback)->absoluteString() << '\n' << std::flush;
-  } else if (!openCallback(options.open, **callback)) {
-    return failed("the callback URL was not opened by: " + options.open);
-  }
-  return exitDone;
+  const int status = answer(options, *link, ports, rehearsal ? rehearsal->next(*link) : nullptr);
+  if (rehearsal) tellTheRest(options, *rehearsal);
+  return status;
 }
 
 }  // namespace
@@ -150,6 +195,11 @@ void addSandboxCommand(CLI::App& program) {
   command->add_option("LINK", options->link, "The link that a host opened")->required();
   command->add_option("--outcome", options->outcome, "What happens to the request")
       ->check(CLI::IsMember(namesOf<Outcome>()));
+  command
+      ->add_option("--script", options->script,
+                   "The lines of a rehearsal: the first that fits the request decides, and how its callback "
+                   "is delivered")
+      ->type_name("FILE");
   command->add_option("--answer", options->transport, "How the answer travels; same is how the request came")
       ->check(CLI::IsMember({"same", "url", "gzip", "pasteboard"}))
       ->capture_default_str();
@@ -179,6 +229,9 @@ void addSandboxCommand(CLI::App& program) {
         return splitCommandLine(text) ? std::string()
                                       : "is no command line: a quote isn't closed, or it is empty";
       });
+  for (const char* name : {"--outcome", "--answer", "--fault", "--word", "--keys"}) {
+    command->get_option("--script")->excludes(command->get_option(name));
+  }
   command->footer(amountsHelp());
   command->callback([options] { endWith(runSandbox(*options)); });
 }

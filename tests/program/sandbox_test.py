@@ -80,6 +80,54 @@ class SandboxCommand(unittest.TestCase):
             self.assertTrue(file.read().startswith("shop://done?request_id=A-1&status=approved&"))
         self.assertNotIn("shop://done?", done.stdout)
 
+    def test_a_script_answers_the_one_request_and_tells_what_did_not_happen(self):
+        start = "shop://done?request_id=A-1&status="
+        unused = "line 1 decided 0 requests of 1\n"
+        for line, callbacks, told in [
+                ('{"amount": "5", "outcome": "decline"}', [start + "declined"], ""),
+                ('{"delivery": "twice", "keys": "first"}', [start + "approved"] * 2, ""),
+                ('{"delivery": "other-path", "delay": 0.001}', [start.replace("done", "done/other") + "approved"], ""),
+                ('{"delivery": "never"}', [], ""),
+                ('{"delivery": "late"}', [], "the callback would come after the next request, and this is the only one\n"),
+                ('{"requestId": "A-2"}', [start + "cancelled"], 'FILE: request 1, payment "A-1" of 5.02: no line fits\n'
+                                                               "FILE: " + unused),
+                ('{"nth": 2}', [start + "cancelled"], 'FILE: request 1, payment "A-1" of 5.02: no line fits\nFILE: '
+                                                      + unused),
+        ]:
+            with self.subTest(line), tempfile.NamedTemporaryFile("w", encoding="utf-8") as file:
+                file.write(line + "\n")
+                file.flush()
+                done = sandbox("--script", file.name, PAYMENT.format("5.02" if "FILE" in told else "5"))
+                self.assertEqual(done.returncode, 0)
+                said = done.stderr.replace("tilvanego sandbox: ", "").replace(file.name, "FILE")
+                self.assertEqual(said, told)
+                shown = [line for line in done.stdout.splitlines() if line.startswith("shop:")]
+                self.assertEqual([line.split("&processor")[0] for line in shown], callbacks)
+
+    def test_a_script_is_a_small_regular_file_that_can_be_read(self):
+        with tempfile.TemporaryDirectory() as folder:
+            def path(name, text=None):
+                if text is not None:
+                    with open(os.path.join(folder, name), "w", encoding="utf-8") as file:
+                        file.write(text)
+                return os.path.join(folder, name)
+
+            os.symlink(path("good", '{"outcome": "decline"}'), path("link"))
+            os.mkfifo(path("pipe"))
+            for name, error in [
+                    (path("missing"), "No such file or directory"),
+                    (path("link"), "is a symbolic link; name the file itself"),
+                    (path("pipe"), "is no regular file"),
+                    (folder, "is no regular file"),
+                    (path("large", "\n" * (1 << 21)), "the script is longer than 1048576 bytes"),
+                    (path("wrong", '\n{"outcome": "no"}'), 'line 2 of the script has the field "outcome", which must be'),
+            ]:
+                with self.subTest(name):
+                    done = sandbox("--script", name, PAYMENT.format("5"))
+                    self.assertEqual((done.returncode, done.stdout), (1, ""))
+                    self.assertTrue(done.stderr.startswith(f"tilvanego sandbox: {name}: {error}"), done.stderr)
+            self.assertEqual(sandbox("--script", path("good"), "--keys", "first", PAYMENT.format("5")).returncode, 2)
+
     def test_asks_the_person_at_a_terminal(self):
         for typed, status in [("\n", "declined"), ("maybe\ncancel\n", "cancelled"), ("\x04", "declined")]:
             with self.subTest(typed):

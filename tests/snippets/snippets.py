@@ -69,7 +69,11 @@ def is_declaration(block):
 def translation_unit(page, heading, body):
     """Numbered lines as a program, so that the compiler's messages point into the page."""
     def placed(numbered):
-        return [text for number, line in numbered for text in (f'#line {number} "{page}"', line)]
+        # Only where the numbers jump: a block's text of several lines may stand between quotes.
+        text = []
+        for (before, _), (number, line) in zip([(None, "")] + numbered, numbered):
+            text += [line] if before == number - 1 else [f'#line {number} "{page}"', line]
+        return text
 
     if any(re.match(r"\s*int main\(", line) for _, line in body):
         return placed(body)

@@ -180,7 +180,10 @@ std::vector<QueryItem> responseItems(const LaunchLink& link, const Decision& dec
     add("status", decision.word.value_or(std::string(statusOf(table, outcome))));
   }
   for (const auto& [name, value] : table.fields) {
-    if (auto text = value(link, verdictOf(outcome))) add(name, *std::move(text));
+    auto text = value(link, verdictOf(outcome));
+    if (!text) continue;
+    const auto own = decision.values.find(name);
+    add(name, own == decision.values.end() ? *std::move(text) : own->second);
   }
   return items;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <expected>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,6 +31,9 @@ struct Decision {
   std::optional<std::string> word = std::nullopt;
   /// The spelling of the item names.
   KeySpelling keys = KeySpelling::first;
+  /// Values in place of the usual ones, by the first spelling of the item's name: "error_message". Only items
+  /// that the response has, other than request id and status, are replaced.
+  std::map<std::string, std::string, std::less<>> values = {};
 
   bool operator==(const Decision&) const = default;
 };

@@ -1,19 +1,28 @@
 #pragma once
 
+#include <cstddef>
 #include <expected>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <tilvanego/platform/Application.h>
 #include <tilvanego/platform/MainQueue.h>
 #include <tilvanego/platform/OpenRequests.h>
 #include <tilvanego/sandbox/HandoffPorts.h>
 #include <tilvanego/sandbox/LaunchLink.h>
+#include <tilvanego/sandbox/Rehearsal.h>
+#include <tilvanego/sandbox/RehearsalScript.h>
 #include <tilvanego/sandbox/Response.h>
+#include <tilvanego/values/Date.h>
 #include <tilvanego/values/URL.h>
+
+namespace tilvanego::sandbox {
+class Ledger;
+}  // namespace tilvanego::sandbox
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
@@ -23,11 +32,14 @@ namespace [[gnu::visibility("default")]] sandbox {
 /// the main thread only.
 class SandboxApplication final : public Application {
  public:
-  /// A link that was read, its outcome, and its callback URL unless the outcome is `silent`.
+  /// A link that was read, its outcome, and its callback URL unless the outcome is `silent`. A script may
+  /// change the URL on its way, or not deliver it.
   struct Handled {
     LaunchLink request;
     Outcome outcome;
     std::optional<URL> callback;
+    /// The number of the script's line that decided; nothing without one.
+    std::optional<std::size_t> line = std::nullopt;
   };
   /// Called for each link, before `openURL` returns, with its request and response, or with the reason why
   /// the link can't be read or gets no response. May throw: the exception is dropped after one line on
@@ -63,6 +75,33 @@ class SandboxApplication final : public Application {
   /// Sets the spelling of the item names of every later response. The default is the first spelling.
   void setKeys(KeySpelling keys) { decision_.keys = keys; }
 
+  /// Sets the script of later requests; nothing: none. Drops the callbacks that the script before it holds
+  /// back. What the deciding line leaves out, and a request that no line fits, is as the other functions say.
+  void setScript(std::optional<RehearsalScript> script);
+
+  /// Delivers the callbacks whose delay is over by the clock of the ports. Nothing else does: a test sets its
+  /// clock by hand and calls this; a host with a system clock calls it from a timer. If the clock throws,
+  /// none is delivered.
+  void deliverDue();
+
+  /// Says which lines of the script decided fewer requests than they should, as `Rehearsal::unusedLines`
+  /// does, and which callbacks still wait: "line 2 has a callback that waits for the next request". Empty
+  /// without a script.
+  [[nodiscard]] std::vector<std::string> unusedLines() const;
+
+  /// Says which requests no line decided, or couldn't be answered as their line says. Empty without a script.
+  [[nodiscard]] std::vector<std::string> unmatchedRequests() const;
+
+  /// Sets whether the payment application remembers what it did, from an empty memory. The default is false.
+  ///
+  /// Then a transaction list has the payments, refunds and captures that were approved. A full refund needs a
+  /// payment, or a captured authorization, of which nothing was refunded; a partial refund one of which as
+  /// much is left; a capture an authorization that wasn't captured, and at most its amount. Other refunds and
+  /// captures that would be approved fail, with a message that says why. A repeated payment is a payment of
+  /// its own, with another transaction id. An approval counts whatever becomes of its callback; `silent` and
+  /// `unknownStatus` are none.
+  void setRemembering(bool remembering);
+
   /// Sets whether the payment application is installed. The default is true.
   void setInstalled(bool installed) { installed_ = installed; }
 
@@ -70,7 +109,15 @@ class SandboxApplication final : public Application {
   void setObserver(Observer observer) { observer_.swap(observer); }
 
  private:
-  [[nodiscard]] std::expected<Handled, SandboxError> handle(const URL& link) const;
+  struct Playing;
+
+  [[nodiscard]] std::expected<Handled, SandboxError> handle(const URL& link);
+  std::expected<Handled, SandboxError> answer(LaunchLink&& request, const RehearsalLine* line,
+                                              Playing* playing);
+  [[nodiscard]] std::expected<Date, SandboxError> readClock() const;
+  void deliver(const LaunchLink& request, const URL& callback, const RehearsalLine* line, const Date& now,
+               Playing* playing);
+  void postCallback(const URL& callback);
   void post(std::function<void(OpenRequests& requests)> block);
 
   WeakMainQueue mainQueue_;
@@ -81,6 +128,10 @@ class SandboxApplication final : public Application {
   Decision decision_;
   bool installed_ = true;
   Observer observer_;
+  /// Null without a script.
+  std::shared_ptr<Playing> playing_;
+  /// Null if nothing is remembered.
+  std::shared_ptr<Ledger> ledger_;
   /// Posted blocks hold weak pointers to it: a block that runs after the end of this object does nothing.
   std::shared_ptr<OpenRequests> requests_ = std::make_shared<OpenRequests>();
 };
