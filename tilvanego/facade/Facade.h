@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include <tilvanego/facade/CallbackExplanation.h>
 #include <tilvanego/facade/LogLevel.h>
 #include <tilvanego/frame/CallbackParser.h>
 #include <tilvanego/frame/CallbackURLs.h>
@@ -85,6 +86,9 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Offers `url` to the pending operations in the order of `ranks`. Returns true if this completed one of
   /// them.
   [[nodiscard]] bool handleCallback(URL url);
+
+  /// What `handleCallback` would do with `url`. Changes nothing, logs nothing and keeps the pasteboard.
+  [[nodiscard]] CallbackExplanation explain(const URL& url) const;
 
  private:
   /// A pending operation is identified by its address, which is unique as long as a function holds this

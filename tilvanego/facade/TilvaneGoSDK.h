@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/facade/CallbackExplanation.h>
 #include <tilvanego/facade/LogLevel.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/operations/Records.h>
@@ -64,6 +65,12 @@ class TilvaneGo final {
   /// finished a pending operation, with a success or a failure. Returns false and logs a warning if it
   /// belongs to none.
   bool handleCallback(const URL& url);
+
+  /// Says what `handleCallback` would do with a URL, and why: for "the completion never runs", and for "the
+  /// customer paid, the till says failed". Any URL is allowed. Changes nothing, logs nothing, and completes
+  /// nothing; a result on the pasteboard is read and stays there. Much slower than `handleCallback`: for
+  /// people, not for each callback.
+  [[nodiscard]] CallbackExplanation explainCallback(const URL& url) const;
 
   /// Receives the result; the reference is valid during the call. Called on the main thread, after the
   /// operation's slot was emptied. May throw, see above. May be empty: the outcome is then dropped.

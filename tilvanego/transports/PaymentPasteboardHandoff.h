@@ -52,6 +52,9 @@ void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId);
 [[nodiscard]] std::expected<URL, HandoffFailure> pasteboardPaymentAppURL(const PaymentRequest& request,
                                                                          const Platform& platform);
 
+/// The id by which a callback names an envelope on the pasteboard; nothing if it names none.
+[[nodiscard]] std::optional<std::string> resultHandoffId(const URL& url);
+
 /// Returns the result of a callback that names an envelope on the pasteboard; nothing if the URL names no
 /// envelope or isn't the expected callback URL. A result that was found is removed from the pasteboard.
 [[nodiscard]] std::optional<PaymentResult> pasteboardPaymentResult(const URL& url,
