@@ -12,16 +12,12 @@
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
+#include <tilvanego/platform/memory/SilentDebugOutput.h>
 
 #include "transports_samples.h"
 
 namespace tilvanego::bench {
 namespace {
-
-class SilentOutput final : public DebugOutput {
- public:
-  void writeLine(std::string_view) override {}
-};
 
 /// Keeps the last link alone, and never says what became of it.
 class LastLink final : public Application {
@@ -36,7 +32,7 @@ class LastLink final : public Application {
 struct Host {
   Host() {
     Platform platform = Platform::standard(loop);
-    platform.debugOutput = std::make_unique<SilentOutput>();
+    platform.debugOutput = std::make_unique<SilentDebugOutput>();
     platform.pasteboard = std::make_unique<MemoryPasteboard>(platform.clock);
     platform.application = std::make_unique<LastLink>(link);
     sdk = detail::FacadeAccess::make(std::move(platform));

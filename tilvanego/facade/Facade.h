@@ -51,6 +51,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   void setLogger(TilvaneLogger logger);
 
   [[nodiscard]] const WeakMainQueue& mainQueue() const { return mainQueue_; }
+  [[nodiscard]] Timer& timer() const { return *platform_.timer; }
 
   /// Ends the process if this isn't the main thread, with a message that names `operation`: a call from
   /// another thread would be a data race.

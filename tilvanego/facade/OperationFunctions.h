@@ -22,6 +22,7 @@ struct OperationFunctions {
   std::optional<Result> (TilvaneGo::*result)(const URL& url) const;
   std::optional<Result> (*parse)(URL url, const std::optional<std::string>& expectedRequestId,
                                  const std::optional<URL>& expectedCallbackURL);
+  Task<Result> (TilvaneGo::*await)(Request request, OperationWaiting waiting);
 };
 
 /// The functions of one operation: `(sdk.*operationFunctions<kind>.cancel)()`.
@@ -31,7 +32,8 @@ inline constexpr OperationFunctions<kind> operationFunctions;
 template <>
 inline constexpr OperationFunctions<OperationKind::payment> operationFunctions<OperationKind::payment>{
     &TilvaneGo::startPayment,      &TilvaneGo::isPaymentInProgress, &TilvaneGo::cancelPendingPayment,
-    &TilvaneGo::isPaymentCallback, &TilvaneGo::paymentResult,       &TilvaneGo::parsePaymentResult};
+    &TilvaneGo::isPaymentCallback, &TilvaneGo::paymentResult,       &TilvaneGo::parsePaymentResult,
+    &TilvaneGo::startPayment};
 template <>
 inline constexpr OperationFunctions<OperationKind::initialization>
     operationFunctions<OperationKind::initialization>{&TilvaneGo::initialize,
@@ -39,17 +41,26 @@ inline constexpr OperationFunctions<OperationKind::initialization>
                                                       &TilvaneGo::cancelPendingInitialization,
                                                       &TilvaneGo::isInitializationCallback,
                                                       &TilvaneGo::initializationResult,
-                                                      &TilvaneGo::parseInitializationResult};
+                                                      &TilvaneGo::parseInitializationResult,
+                                                      &TilvaneGo::initialize};
 template <>
 inline constexpr OperationFunctions<OperationKind::transactionList>
-    operationFunctions<OperationKind::transactionList>{
-        &TilvaneGo::getTransactionList,           &TilvaneGo::isTransactionListInProgress,
-        &TilvaneGo::cancelPendingTransactionList, &TilvaneGo::isTransactionListCallback,
-        &TilvaneGo::transactionListResult,        &TilvaneGo::parseTransactionListResult};
+    operationFunctions<OperationKind::transactionList>{&TilvaneGo::getTransactionList,
+                                                       &TilvaneGo::isTransactionListInProgress,
+                                                       &TilvaneGo::cancelPendingTransactionList,
+                                                       &TilvaneGo::isTransactionListCallback,
+                                                       &TilvaneGo::transactionListResult,
+                                                       &TilvaneGo::parseTransactionListResult,
+                                                       &TilvaneGo::getTransactionList};
 template <>
 inline constexpr OperationFunctions<OperationKind::fullRefund> operationFunctions<OperationKind::fullRefund>{
-    &TilvaneGo::fullRefund,           &TilvaneGo::isFullRefundInProgress, &TilvaneGo::cancelPendingFullRefund,
-    &TilvaneGo::isFullRefundCallback, &TilvaneGo::fullRefundResult,       &TilvaneGo::parseFullRefundResult};
+    &TilvaneGo::fullRefund,
+    &TilvaneGo::isFullRefundInProgress,
+    &TilvaneGo::cancelPendingFullRefund,
+    &TilvaneGo::isFullRefundCallback,
+    &TilvaneGo::fullRefundResult,
+    &TilvaneGo::parseFullRefundResult,
+    &TilvaneGo::fullRefund};
 template <>
 inline constexpr OperationFunctions<OperationKind::partialRefund>
     operationFunctions<OperationKind::partialRefund>{&TilvaneGo::partialRefund,
@@ -57,22 +68,43 @@ inline constexpr OperationFunctions<OperationKind::partialRefund>
                                                      &TilvaneGo::cancelPendingPartialRefund,
                                                      &TilvaneGo::isPartialRefundCallback,
                                                      &TilvaneGo::partialRefundResult,
-                                                     &TilvaneGo::parsePartialRefundResult};
+                                                     &TilvaneGo::parsePartialRefundResult,
+                                                     &TilvaneGo::partialRefund};
 template <>
 inline constexpr OperationFunctions<OperationKind::capture> operationFunctions<OperationKind::capture>{
-    &TilvaneGo::capture,           &TilvaneGo::isCaptureInProgress, &TilvaneGo::cancelPendingCapture,
-    &TilvaneGo::isCaptureCallback, &TilvaneGo::captureResult,       &TilvaneGo::parseCaptureResult};
+    &TilvaneGo::capture,
+    &TilvaneGo::isCaptureInProgress,
+    &TilvaneGo::cancelPendingCapture,
+    &TilvaneGo::isCaptureCallback,
+    &TilvaneGo::captureResult,
+    &TilvaneGo::parseCaptureResult,
+    &TilvaneGo::capture};
 template <>
 inline constexpr OperationFunctions<OperationKind::clearData> operationFunctions<OperationKind::clearData>{
-    &TilvaneGo::clearData,           &TilvaneGo::isClearDataInProgress, &TilvaneGo::cancelPendingClearData,
-    &TilvaneGo::isClearDataCallback, &TilvaneGo::clearDataResult,       &TilvaneGo::parseClearDataResult};
+    &TilvaneGo::clearData,
+    &TilvaneGo::isClearDataInProgress,
+    &TilvaneGo::cancelPendingClearData,
+    &TilvaneGo::isClearDataCallback,
+    &TilvaneGo::clearDataResult,
+    &TilvaneGo::parseClearDataResult,
+    &TilvaneGo::clearData};
 template <>
 inline constexpr OperationFunctions<OperationKind::reboot> operationFunctions<OperationKind::reboot>{
-    &TilvaneGo::reboot,           &TilvaneGo::isRebootInProgress, &TilvaneGo::cancelPendingReboot,
-    &TilvaneGo::isRebootCallback, &TilvaneGo::rebootResult,       &TilvaneGo::parseRebootResult};
+    &TilvaneGo::reboot,
+    &TilvaneGo::isRebootInProgress,
+    &TilvaneGo::cancelPendingReboot,
+    &TilvaneGo::isRebootCallback,
+    &TilvaneGo::rebootResult,
+    &TilvaneGo::parseRebootResult,
+    &TilvaneGo::reboot};
 template <>
 inline constexpr OperationFunctions<OperationKind::save> operationFunctions<OperationKind::save>{
-    &TilvaneGo::save,           &TilvaneGo::isSaveInProgress, &TilvaneGo::cancelPendingSave,
-    &TilvaneGo::isSaveCallback, &TilvaneGo::saveResult,       &TilvaneGo::parseSaveResult};
+    &TilvaneGo::save,
+    &TilvaneGo::isSaveInProgress,
+    &TilvaneGo::cancelPendingSave,
+    &TilvaneGo::isSaveCallback,
+    &TilvaneGo::saveResult,
+    &TilvaneGo::parseSaveResult,
+    &TilvaneGo::save};
 
 }  // namespace tilvanego

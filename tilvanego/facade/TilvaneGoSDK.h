@@ -8,6 +8,7 @@
 
 #include <tilvanego/facade/CallbackExplanation.h>
 #include <tilvanego/facade/LogLevel.h>
+#include <tilvanego/facade/OperationWaiting.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/operations/Records.h>
 #include <tilvanego/payment/PaymentLaunchTransport.h>
@@ -33,9 +34,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// main thread, inside the call that causes them. Whether a link was opened is reported on the main queue,
 /// after the start function has returned.
 ///
-/// *State.* At most one operation of each kind is pending. It is kept in memory only. There is no time-out:
-/// an operation waits for its callback, for the report that its link wasn't opened, or for a cancel. A
-/// completion runs once; after a cancel it never runs.
+/// *State.* At most one operation of each kind is pending. It is kept in memory only. There is no time-out
+/// but that of an awaited operation: an operation waits for its callback, for the report that its link wasn't
+/// opened, or for a cancel. A completion runs once; after a cancel it never runs.
 ///
 /// *Host code.* Completions, the logger, the platform's ports, and the destructors of what they captured may
 /// call any function here, and may throw. Before such code runs, the slot of a finished operation is empty.
@@ -207,6 +208,37 @@ class TilvaneGo final {
   [[nodiscard]] static std::optional<SaveResult> parseSaveResult(
       URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
       const std::optional<URL>& expectedCallbackURL = std::nullopt);
+
+  // Each operation may be awaited instead: without a completion, these return a task with the result.
+  //
+  // The operation starts when the task is awaited, and the coroutine goes on in a later turn of the main
+  // queue, never inside the await or `handleCallback`. A refused start is a result, a `Failure`, as for a
+  // completion.
+  //
+  // If the operation is cancelled, by the token of `waiting`, by `cancelPending…` or at the end of this
+  // object, the await throws `CancellationError`; after the time-out of `waiting` it throws
+  // `OperationTimedOut`. Then the operation isn't pending any more, but the payment application wasn't told.
+  // If the result came before the stop took effect on the main queue, the await returns the result. A task
+  // that is destroyed while it waits cancels its operation. No other operation is ever cancelled.
+  Task<PaymentResult> startPayment(PaymentRequest request,
+                                   OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<PaymentResult> startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,
+                                   OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<InitializationResult> initialize(InitializationRequest request,
+                                        OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<TransactionListResult> getTransactionList(TransactionListRequest request,
+                                                 OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<FullRefundResult> fullRefund(FullRefundRequest request,
+                                    OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<PartialRefundResult> partialRefund(PartialRefundRequest request,
+                                          OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<CaptureResult> capture(CaptureRequest request,
+                              OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<ClearDataResult> clearData(ClearDataRequest request,
+                                  OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<RebootResult> reboot(RebootRequest request,
+                            OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<SaveResult> save(SaveRequest request, OperationWaiting waiting = OperationWaiting::untilItEnds());
 
  private:
   friend struct detail::FacadeAccess;

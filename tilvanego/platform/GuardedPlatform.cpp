@@ -5,6 +5,7 @@
 
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
+#include <tilvanego/platform/SystemTimer.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -79,6 +80,7 @@ Platform guardedPlatform(Platform platform) {
   platform.debugOutput = std::make_unique<GuardedDebugOutput>(std::move(platform.debugOutput));
   platform.randomSource = std::make_unique<GuardedRandomSource>(std::move(platform.randomSource));
   platform.pasteboard = std::make_unique<GuardedPasteboard>(std::move(platform.pasteboard));
+  if (!platform.timer) platform.timer = std::make_unique<SystemTimer>();
   return platform;
 }
 

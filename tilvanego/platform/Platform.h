@@ -12,13 +12,14 @@
 #include <tilvanego/platform/RandomSource.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/SystemClock.h>
+#include <tilvanego/platform/Timer.h>
 #include <tilvanego/values/Support.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Everything that the library needs from the system. Only the pasteboard may be null: payments by pasteboard
-/// then fail at once with `pasteboardHandoffUnavailable`. If another member is null, the process ends, with a
-/// message that names it, when the host passes the platform to the library.
+/// then fail at once with `pasteboardHandoffUnavailable`, and the timer. If another member is null, the
+/// process ends, with a message that names it, when the host passes the platform to the library.
 ///
 /// The ports may call the library and may throw; docs/platform.md describes what happens then.
 ///
@@ -34,6 +35,8 @@ struct Platform {
   std::unique_ptr<DebugOutput> debugOutput;
   std::unique_ptr<Pasteboard> pasteboard;
   std::unique_ptr<Application> application;
+  /// For the time-outs of awaited operations. Null: the library makes a `SystemTimer`.
+  std::unique_ptr<Timer> timer = nullptr;
 
   /// Returns a platform for a Linux desktop or till, without configuration: `xdg-open` opens links, the
   /// pasteboard is the user's `PasteboardStore`, random bytes come from OpenSSL, debug lines go to standard
