@@ -180,7 +180,7 @@ TEST(AwaitedPayment, AndItsSlotAgreeWhateverComesFirst) {
     // What comes too late.
     const auto isPending = [&] { return play.sdk && play.sdk->isPaymentInProgress(); };
     play.source.requestStop();
-    play.timer->advance(std::chrono::hours(1));
+    if (play.sdk) play.timer->advance(std::chrono::hours(1));
     play.loop.runPending();
     EXPECT_EQ(play.takeNotes(), Events{});
     EXPECT_EQ(isPending(), row.pendingAfterwards);
