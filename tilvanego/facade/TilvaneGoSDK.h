@@ -95,7 +95,8 @@ class TilvaneGo final {
                    std::string currency, const std::string& returnUrl, std::string customId,
                    std::string notes, PaymentCompletion completion);
   [[nodiscard]] bool isPaymentInProgress() const;
-  /// Cancels the pending payment: its completion is destroyed and not called. If the system reports the old
+  /// Cancels the pending payment: its completion is destroyed and not called. The payment application isn't
+  /// told: the customer may still pay. If the system reports the old
   /// link as not opened after a new payment was started, that report ends the new payment: see
   /// `Application::openURL`.
   void cancelPendingPayment();
