@@ -14,17 +14,13 @@
 #include <tilvanego/platform/desktop/FilePendingStore.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/MemoryPendingStore.h>
+#include <tilvanego/platform/memory/SilentDebugOutput.h>
 
 #include "tests/support/TemporaryDirectory.h"
 #include "transports_samples.h"
 
 namespace tilvanego::bench {
 namespace {
-
-class SilentOutput final : public DebugOutput {
- public:
-  void writeLine(std::string_view) override {}
-};
 
 /// Keeps the last link alone, and never says what became of it.
 class LastLink final : public Application {
@@ -39,7 +35,7 @@ class LastLink final : public Application {
 struct Host {
   explicit Host(std::unique_ptr<PendingStore> store = nullptr) {
     Platform platform = Platform::standard(loop);
-    platform.debugOutput = std::make_unique<SilentOutput>();
+    platform.debugOutput = std::make_unique<SilentDebugOutput>();
     platform.pasteboard = std::make_unique<MemoryPasteboard>(platform.clock);
     platform.application = std::make_unique<LastLink>(link);
     platform.pendingStore = std::move(store);

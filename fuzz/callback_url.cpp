@@ -1,5 +1,6 @@
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/Text.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/URLComponents.h>
 
@@ -88,6 +89,13 @@ void checkResult(const URL& url) {
         ++completions;
         require(result == *mine);
       });
+  const auto explanation = host.sdk->explainCallback(url);
+  const auto& payment = explanation.entries.back();
+  require(payment.ends == mine.has_value() && payment.matches == payment.ends);
+  require(
+      !mine || payment.transport != tilvanego::CallbackTransport::urlScheme || payment.result == mine->name(),
+      "an explanation names the result");
+  require(tilvanego::isValidUTF8(payment.reason) && payment.reason.size() < 8'192);
   require(host.sdk->handleCallback(url) == mine.has_value());
   require(completions == (mine ? 1 : 0));
 }

@@ -15,12 +15,15 @@
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/StandardOutput.h>
 #include <tilvanego/platform/SystemClock.h>
+#include <tilvanego/platform/SystemTimer.h>
 #include <tilvanego/platform/memory/ManualClock.h>
+#include <tilvanego/platform/memory/ManualTimer.h>
 #include <tilvanego/platform/memory/MemoryApplication.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/MemoryPendingStore.h>
 #include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
+#include <tilvanego/platform/memory/SilentDebugOutput.h>
 #include <tilvanego/values/Amount.h>
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/DateFormats.h>

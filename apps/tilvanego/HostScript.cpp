@@ -46,6 +46,21 @@ HostAction readCallback(FieldReader& line) {
   };
 }
 
+HostAction readExplain(FieldReader& line) {
+  return [url = line.get<URL>("explain")](HostSession& session) {
+    const CallbackExplanation explanation = session.sdk().explainCallback(url);
+    JSONList entries;
+    for (const auto& entry : explanation.entries) {
+      entries.add(JSONObject()
+                      .add("operation", entry.operation)
+                      .add("pending", entry.pending)
+                      .add("matches", entry.matches)
+                      .add("reason", entry.reason));
+    }
+    session.events().write(JSONObject().add("explain", entries.finish()).add("advice", explanation.advice));
+  };
+}
+
 HostAction readOpened(FieldReader& line) {
   return [opened = line.get<bool>("opened")](HostSession& session) { session.reportOldestOpen(opened); };
 }
@@ -142,6 +157,7 @@ constexpr std::array commands{
     Command{"start", readStart},
     Command{"sendRequest", readSendRequestAction},
     Command{"callback", readCallback},
+    Command{"explain", readExplain},
     Command{"opened", readOpened},
     Command{"cancel", readCancel},
     Command{"pending", readPending},

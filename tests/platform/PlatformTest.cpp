@@ -1,9 +1,11 @@
+#include <chrono>
 #include <filesystem>
 
 #include <unistd.h>
 
 #include <tilvanego/platform/Platform.h>
 #include <tilvanego/platform/StandardOutput.h>
+#include <tilvanego/platform/SystemTimer.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 #include <tilvanego/platform/memory/ManualClock.h>
 
@@ -63,6 +65,31 @@ TEST(StandardPlatform, OneCallGivesAClockOfTheHostsToThePasteboardToo) {
   EXPECT_EQ(platform.pasteboard->string(), "x") << "by the system's clock it is long gone";
   clock->stopAt(Date::fromSecondsSince1970(1301));
   EXPECT_EQ(platform.pasteboard->string(), std::nullopt);
+}
+
+TEST(SystemTimer, CallsEachBlockInItsTimeAndDropsTheRestAtItsEnd) {
+  using std::chrono::milliseconds;
+  RunLoop loop;
+  const auto held = std::make_shared<int>();
+  {
+    SystemTimer timer;
+    for (const milliseconds never : {milliseconds(std::chrono::hours(1)), milliseconds::max()}) {
+      timer.after(never, [held] { FAIL() << "its time hasn't come"; });
+    }
+    std::vector<int> called;
+    for (const milliseconds now : {milliseconds(0), milliseconds::min()}) {
+      timer.after(now, [&] {
+        loop.post([&, here = loop.isCurrent()] {
+          called.push_back(here ? 1 : 0);
+          if (called.size() == 2) loop.stop();
+        });
+        throw std::runtime_error("its timer goes on");
+      });
+    }
+    loop.run();
+    EXPECT_EQ(called, std::vector<int>(2, 0)) << "on a thread of its own";
+  }
+  EXPECT_EQ(held.use_count(), 1);
 }
 
 TEST(StandardOutput, WritesEachLineAsOneLiteral) {

@@ -10,6 +10,7 @@
 #include <tilvanego/platform/Platform.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/memory/ManualClock.h>
+#include <tilvanego/platform/memory/ManualTimer.h>
 #include <tilvanego/platform/memory/MemoryApplication.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/values/RawText.h>
@@ -33,6 +34,9 @@ class TestHost {
     auto memoryPasteboard = std::make_unique<MemoryPasteboard>(clock);
     pasteboard = memoryPasteboard.get();
     platform.pasteboard = std::move(memoryPasteboard);
+    auto manualTimer = std::make_unique<ManualTimer>();
+    timer = manualTimer.get();
+    platform.timer = std::move(manualTimer);
     platform.debugOutput = std::make_unique<NotedDebugOutput>(*this);
     sdk = detail::FacadeAccess::make(std::move(platform));
     sdk->setLogger([this](TilvaneLogLevel level, std::string_view message) {
@@ -48,6 +52,7 @@ class TestHost {
   RunLoop loop;
   MemoryApplication* application = nullptr;
   MemoryPasteboard* pasteboard = nullptr;
+  ManualTimer* timer = nullptr;
   std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
   std::vector<std::string> events;
   detail::FacadeAccess::Owned sdk;

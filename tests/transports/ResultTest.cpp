@@ -112,6 +112,28 @@ TEST(PasteboardResult, IsLookedForOnlyWhereTheCallbackNamesIt) {
   }
 }
 
+TEST(TransportResult, IsExplainedAndStaysWhereItIs) {
+  PendingPayment host;
+  const std::vector<PasteboardItem> items = asText(sealedItems());
+  host.pasteboard->place(items);
+  for (const auto& [callback, transport] :
+       {std::pair{goodCallback(), CallbackTransport::gzip},
+        {"myshop://done?transport=pasteboard&resultHandoffId=h", CallbackTransport::pasteboard}}) {
+    const auto explained = host.sdk->explainCallback(URL::parse(callback).value()).entries.back();
+    EXPECT_TRUE(explained.ends && explained.transport == transport) << explained.reason;
+    EXPECT_EQ(explained.result, "success");
+    EXPECT_EQ(explained.statusWord, "approved");
+    EXPECT_EQ(explained.fields.size(), 2U);
+  }
+  // An envelope that has expired is explained as such, and stays, too.
+  host.clock->stopAt(Date::fromSecondsSince1970(1.8e9));
+  host.pasteboard->place(items);
+  const URL late = URL::parse("myshop://done?transport=pasteboard&resultHandoffId=h").value();
+  EXPECT_EQ(host.sdk->explainCallback(late).entries.back().error, "pasteboardHandoffExpired");
+  EXPECT_EQ(host.pasteboard->items(), items);
+  EXPECT_TRUE(host.takeEvents().empty() && host.sdk->isPaymentInProgress());
+}
+
 TEST(TransportResult, ThatNoURLCanCarryIsInvalid) {
   // Its host reads as one that can't be written again.
   auto fields = paymentFields();

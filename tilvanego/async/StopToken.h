@@ -130,11 +130,18 @@ class StopCallback {
   std::function<void()> action_;
 };
 
-/// The error of work that was stopped before it began.
+/// The error of work that was stopped.
 class CancellationError final : public std::exception {
  public:
+  CancellationError() = default;
+  /// `text` says what was stopped; it must be valid until the process ends.
+  explicit CancellationError(const char* text) : text_(text) {}
+
   [[nodiscard]] std::string description() const { return what(); }
-  [[nodiscard]] const char* what() const noexcept override { return "cancelled before it was sent"; }
+  [[nodiscard]] const char* what() const noexcept override { return text_; }
+
+ private:
+  const char* text_ = "cancelled before it was sent";
 };
 
 }  // namespace tilvanego

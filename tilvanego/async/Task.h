@@ -82,6 +82,19 @@ struct Detached {
   };
 };
 
+/// The same for a task of the host's.
+struct DetachedTask {
+  struct promise_type {
+    DetachedTask get_return_object() noexcept { return {}; }
+    std::suspend_never initial_suspend() noexcept { return {}; }
+    std::suspend_never final_suspend() noexcept { return {}; }
+    void return_void() noexcept {}
+    void unhandled_exception() noexcept {
+      endForException("a detached Task", ", and nobody awaits it: catch exceptions inside the task.");
+    }
+  };
+};
+
 }  // namespace tilvanego::detail
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -150,6 +163,12 @@ class [[nodiscard]] Task {
 
   std::coroutine_handle<promise_type> handle_;
 };
+
+/// Starts a task that nobody awaits, as from the handler of a button, and returns at its first suspension.
+/// The task destroys itself at its end. If it throws, the process ends after one line on standard error.
+inline void detach(Task<void> task) {
+  [](Task<void> owned) -> detail::DetachedTask { co_await std::move(owned); }(std::move(task));
+}
 
 template <typename T>
 T Task<T>::wait() && {

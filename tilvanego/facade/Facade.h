@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include <tilvanego/facade/CallbackExplanation.h>
 #include <tilvanego/facade/LogLevel.h>
 #include <tilvanego/facade/Pending.h>
 #include <tilvanego/facade/PendingOperations.h>
@@ -54,6 +55,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   void setLogger(TilvaneLogger logger);
 
   [[nodiscard]] const WeakMainQueue& mainQueue() const { return mainQueue_; }
+  [[nodiscard]] Timer& timer() const { return *platform_.timer; }
 
   /// Ends the process if this isn't the main thread, with a message that names `operation`: a call from
   /// another thread would be a data race.
@@ -101,6 +103,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] std::optional<typename Operation::Request> resume(Completion<Operation> completion);
   /// Drops the record of the oldest interrupted operation. Returns false if there is none.
   bool forgetInterrupted(OperationKind kind);
+  /// What `handleCallback` would do with `url`. Changes nothing, logs nothing and keeps the pasteboard.
+  [[nodiscard]] CallbackExplanation explain(const URL& url) const;
 
  private:
   /// A pending operation is identified by its address, which is unique as long as a function holds this
@@ -202,6 +206,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   template <typename Operation>
   void deliverKept(const Slot<Operation>& pending);
   [[nodiscard]] bool interruptedAwaits(OperationKind kind, const URL& url) const;
+  /// The interrupted operation whose callback `url` is.
+  [[nodiscard]] std::optional<PendingRecords::Taker> interruptedTaker(const URL& url) const;
   /// Keeps `url` for the interrupted operation whose callback it is. Returns false if there is none.
   [[nodiscard]] bool keptForInterrupted(const URL& url);
 

@@ -72,10 +72,10 @@ bool Facade::interruptedAwaits(OperationKind kind, const URL& url) const {
   return records_->awaits(kind, url);
 }
 
-bool Facade::keptForInterrupted(const URL& url) {
-  if (!records_) return false;
+std::optional<PendingRecords::Taker> Facade::interruptedTaker(const URL& url) const {
+  if (!records_) return std::nullopt;
   records_->load();
-  if (!records_->hasInterrupted()) return false;
+  if (!records_->hasInterrupted()) return std::nullopt;
   const auto requestId = namedRequestId(url);
   bool isPendings = false;
   bool namesPending = false;
@@ -85,8 +85,12 @@ bool Facade::keptForInterrupted(const URL& url) {
     isPendings = true;
     namesPending = namesPending || (requestId && pending->request.requestId() == *requestId);
   });
-  if (namesPending) return false;
-  const auto taker = records_->takerOf(url, requestId, !isPendings);
+  if (namesPending) return std::nullopt;
+  return records_->takerOf(url, requestId, !isPendings);
+}
+
+bool Facade::keptForInterrupted(const URL& url) {
+  const auto taker = interruptedTaker(url);
   if (!taker) return false;
   records_->setCallback(taker->kind, taker->id, {url});
   if (taker->kind == OperationKind::payment) {

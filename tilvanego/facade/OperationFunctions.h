@@ -24,6 +24,7 @@ struct OperationFunctions {
                                  const std::optional<URL>& expectedCallbackURL);
   std::optional<Request> (TilvaneGo::*resume)(Completion completion);
   bool (TilvaneGo::*forgetInterrupted)();
+  Task<Result> (TilvaneGo::*await)(Request request, OperationWaiting waiting);
 };
 
 /// The functions of one operation: `(sdk.*operationFunctions<kind>.cancel)()`.
@@ -32,9 +33,11 @@ inline constexpr OperationFunctions<kind> operationFunctions;
 
 template <>
 inline constexpr OperationFunctions<OperationKind::payment> operationFunctions<OperationKind::payment>{
-    &TilvaneGo::startPayment,      &TilvaneGo::isPaymentInProgress,     &TilvaneGo::cancelPendingPayment,
-    &TilvaneGo::isPaymentCallback, &TilvaneGo::paymentResult,           &TilvaneGo::parsePaymentResult,
-    &TilvaneGo::resumePayment,     &TilvaneGo::forgetInterruptedPayment};
+    &TilvaneGo::startPayment,         &TilvaneGo::isPaymentInProgress,
+    &TilvaneGo::cancelPendingPayment, &TilvaneGo::isPaymentCallback,
+    &TilvaneGo::paymentResult,        &TilvaneGo::parsePaymentResult,
+    &TilvaneGo::resumePayment,        &TilvaneGo::forgetInterruptedPayment,
+    &TilvaneGo::startPayment};
 template <>
 inline constexpr OperationFunctions<OperationKind::initialization>
     operationFunctions<OperationKind::initialization>{&TilvaneGo::initialize,
@@ -44,14 +47,19 @@ inline constexpr OperationFunctions<OperationKind::initialization>
                                                       &TilvaneGo::initializationResult,
                                                       &TilvaneGo::parseInitializationResult,
                                                       &TilvaneGo::resumeInitialization,
-                                                      &TilvaneGo::forgetInterruptedInitialization};
+                                                      &TilvaneGo::forgetInterruptedInitialization,
+                                                      &TilvaneGo::initialize};
 template <>
 inline constexpr OperationFunctions<OperationKind::transactionList>
-    operationFunctions<OperationKind::transactionList>{
-        &TilvaneGo::getTransactionList,           &TilvaneGo::isTransactionListInProgress,
-        &TilvaneGo::cancelPendingTransactionList, &TilvaneGo::isTransactionListCallback,
-        &TilvaneGo::transactionListResult,        &TilvaneGo::parseTransactionListResult,
-        &TilvaneGo::resumeTransactionList,        &TilvaneGo::forgetInterruptedTransactionList};
+    operationFunctions<OperationKind::transactionList>{&TilvaneGo::getTransactionList,
+                                                       &TilvaneGo::isTransactionListInProgress,
+                                                       &TilvaneGo::cancelPendingTransactionList,
+                                                       &TilvaneGo::isTransactionListCallback,
+                                                       &TilvaneGo::transactionListResult,
+                                                       &TilvaneGo::parseTransactionListResult,
+                                                       &TilvaneGo::resumeTransactionList,
+                                                       &TilvaneGo::forgetInterruptedTransactionList,
+                                                       &TilvaneGo::getTransactionList};
 template <>
 inline constexpr OperationFunctions<OperationKind::fullRefund> operationFunctions<OperationKind::fullRefund>{
     &TilvaneGo::fullRefund,
@@ -61,7 +69,8 @@ inline constexpr OperationFunctions<OperationKind::fullRefund> operationFunction
     &TilvaneGo::fullRefundResult,
     &TilvaneGo::parseFullRefundResult,
     &TilvaneGo::resumeFullRefund,
-    &TilvaneGo::forgetInterruptedFullRefund};
+    &TilvaneGo::forgetInterruptedFullRefund,
+    &TilvaneGo::fullRefund};
 template <>
 inline constexpr OperationFunctions<OperationKind::partialRefund>
     operationFunctions<OperationKind::partialRefund>{&TilvaneGo::partialRefund,
@@ -71,12 +80,19 @@ inline constexpr OperationFunctions<OperationKind::partialRefund>
                                                      &TilvaneGo::partialRefundResult,
                                                      &TilvaneGo::parsePartialRefundResult,
                                                      &TilvaneGo::resumePartialRefund,
-                                                     &TilvaneGo::forgetInterruptedPartialRefund};
+                                                     &TilvaneGo::forgetInterruptedPartialRefund,
+                                                     &TilvaneGo::partialRefund};
 template <>
 inline constexpr OperationFunctions<OperationKind::capture> operationFunctions<OperationKind::capture>{
-    &TilvaneGo::capture,           &TilvaneGo::isCaptureInProgress,     &TilvaneGo::cancelPendingCapture,
-    &TilvaneGo::isCaptureCallback, &TilvaneGo::captureResult,           &TilvaneGo::parseCaptureResult,
-    &TilvaneGo::resumeCapture,     &TilvaneGo::forgetInterruptedCapture};
+    &TilvaneGo::capture,
+    &TilvaneGo::isCaptureInProgress,
+    &TilvaneGo::cancelPendingCapture,
+    &TilvaneGo::isCaptureCallback,
+    &TilvaneGo::captureResult,
+    &TilvaneGo::parseCaptureResult,
+    &TilvaneGo::resumeCapture,
+    &TilvaneGo::forgetInterruptedCapture,
+    &TilvaneGo::capture};
 template <>
 inline constexpr OperationFunctions<OperationKind::clearData> operationFunctions<OperationKind::clearData>{
     &TilvaneGo::clearData,
@@ -86,16 +102,29 @@ inline constexpr OperationFunctions<OperationKind::clearData> operationFunctions
     &TilvaneGo::clearDataResult,
     &TilvaneGo::parseClearDataResult,
     &TilvaneGo::resumeClearData,
-    &TilvaneGo::forgetInterruptedClearData};
+    &TilvaneGo::forgetInterruptedClearData,
+    &TilvaneGo::clearData};
 template <>
 inline constexpr OperationFunctions<OperationKind::reboot> operationFunctions<OperationKind::reboot>{
-    &TilvaneGo::reboot,           &TilvaneGo::isRebootInProgress,     &TilvaneGo::cancelPendingReboot,
-    &TilvaneGo::isRebootCallback, &TilvaneGo::rebootResult,           &TilvaneGo::parseRebootResult,
-    &TilvaneGo::resumeReboot,     &TilvaneGo::forgetInterruptedReboot};
+    &TilvaneGo::reboot,
+    &TilvaneGo::isRebootInProgress,
+    &TilvaneGo::cancelPendingReboot,
+    &TilvaneGo::isRebootCallback,
+    &TilvaneGo::rebootResult,
+    &TilvaneGo::parseRebootResult,
+    &TilvaneGo::resumeReboot,
+    &TilvaneGo::forgetInterruptedReboot,
+    &TilvaneGo::reboot};
 template <>
 inline constexpr OperationFunctions<OperationKind::save> operationFunctions<OperationKind::save>{
-    &TilvaneGo::save,           &TilvaneGo::isSaveInProgress,     &TilvaneGo::cancelPendingSave,
-    &TilvaneGo::isSaveCallback, &TilvaneGo::saveResult,           &TilvaneGo::parseSaveResult,
-    &TilvaneGo::resumeSave,     &TilvaneGo::forgetInterruptedSave};
+    &TilvaneGo::save,
+    &TilvaneGo::isSaveInProgress,
+    &TilvaneGo::cancelPendingSave,
+    &TilvaneGo::isSaveCallback,
+    &TilvaneGo::saveResult,
+    &TilvaneGo::parseSaveResult,
+    &TilvaneGo::resumeSave,
+    &TilvaneGo::forgetInterruptedSave,
+    &TilvaneGo::save};
 
 }  // namespace tilvanego

@@ -109,6 +109,9 @@ TilvaneLogger TilvaneGo::logger() const { return on("logger")->logger(); }
 void TilvaneGo::setLogger(TilvaneLogger logger) { on("setLogger")->setLogger(std::move(logger)); }
 
 bool TilvaneGo::handleCallback(const URL& url) { return on("handleCallback")->handleCallback(url); }
+CallbackExplanation TilvaneGo::explainCallback(const URL& url) const {
+  return on("explainCallback")->explain(url);
+}
 
 void TilvaneGo::startPayment(PaymentRequest request, PaymentCompletion completion) {
   startPayment(std::move(request), PaymentLaunchTransport::urlScheme(), std::move(completion));

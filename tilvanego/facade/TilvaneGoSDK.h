@@ -7,7 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include <tilvanego/facade/CallbackExplanation.h>
 #include <tilvanego/facade/LogLevel.h>
+#include <tilvanego/facade/OperationWaiting.h>
 #include <tilvanego/facade/PendingOperations.h>
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/operations/Records.h>
@@ -35,9 +37,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// after the start function has returned.
 ///
 /// *State.* At most one operation of each kind is pending. It is kept in memory, and by the platform's
-/// `PendingStore`, if it has one, for the next start of the process. There is no time-out: an operation waits
-/// for its callback, for the report that its link wasn't opened, or for a cancel. A completion runs once;
-/// after a cancel it never runs.
+/// `PendingStore`, if it has one, for the next start of the process. There is no time-out but that of an
+/// awaited operation: an operation waits for its callback, for the report that its link wasn't opened, or for
+/// a cancel. A completion runs once; after a cancel it never runs.
 ///
 /// *Host code.* Completions, the logger, the platform's ports, and the destructors of what they captured may
 /// call any function here, and may throw. Before such code runs, the slot of a finished operation is empty.
@@ -68,6 +70,12 @@ class TilvaneGo final {
   /// Returns false and logs a warning if it belongs to none.
   bool handleCallback(const URL& url);
 
+  /// Says what `handleCallback` would do with a URL, and why: for "the completion never runs", and for "the
+  /// customer paid, the till says failed". Any URL is allowed. Changes nothing, logs nothing, and completes
+  /// nothing; a result on the pasteboard is read and stays there. Much slower than `handleCallback`: for
+  /// people, not for each callback.
+  [[nodiscard]] CallbackExplanation explainCallback(const URL& url) const;
+
   /// Receives the result; the reference is valid during the call. Called on the main thread, after the
   /// operation's slot was emptied. May throw, see above. May be empty: the outcome is then dropped.
   using PaymentCompletion = std::function<void(const PaymentResult& result)>;
@@ -90,7 +98,8 @@ class TilvaneGo final {
                    std::string currency, const std::string& returnUrl, std::string customId,
                    std::string notes, PaymentCompletion completion);
   [[nodiscard]] bool isPaymentInProgress() const;
-  /// Cancels the pending payment: its completion is destroyed and not called. If the system reports the old
+  /// Cancels the pending payment: its completion is destroyed and not called. The payment application isn't
+  /// told: the customer may still pay. If the system reports the old
   /// link as not opened after a new payment was started, that report ends the new payment: see
   /// `Application::openURL`.
   void cancelPendingPayment();
@@ -244,6 +253,37 @@ class TilvaneGo final {
   bool forgetInterruptedReboot();
   std::optional<SaveRequest> resumeSave(SaveCompletion completion);
   bool forgetInterruptedSave();
+
+  // Each operation may be awaited instead: without a completion, these return a task with the result.
+  //
+  // The operation starts when the task is awaited, and the coroutine goes on in a later turn of the main
+  // queue, never inside the await or `handleCallback`. A refused start is a result, a `Failure`, as for a
+  // completion.
+  //
+  // If the operation is cancelled, by the token of `waiting`, by `cancelPending…` or at the end of this
+  // object, the await throws `CancellationError`; after the time-out of `waiting` it throws
+  // `OperationTimedOut`. Then the operation isn't pending any more, but the payment application wasn't told.
+  // If the result came before the stop took effect on the main queue, the await returns the result. A task
+  // that is destroyed while it waits cancels its operation. No other operation is ever cancelled.
+  Task<PaymentResult> startPayment(PaymentRequest request,
+                                   OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<PaymentResult> startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,
+                                   OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<InitializationResult> initialize(InitializationRequest request,
+                                        OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<TransactionListResult> getTransactionList(TransactionListRequest request,
+                                                 OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<FullRefundResult> fullRefund(FullRefundRequest request,
+                                    OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<PartialRefundResult> partialRefund(PartialRefundRequest request,
+                                          OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<CaptureResult> capture(CaptureRequest request,
+                              OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<ClearDataResult> clearData(ClearDataRequest request,
+                                  OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<RebootResult> reboot(RebootRequest request,
+                            OperationWaiting waiting = OperationWaiting::untilItEnds());
+  Task<SaveResult> save(SaveRequest request, OperationWaiting waiting = OperationWaiting::untilItEnds());
 
  private:
   friend struct detail::FacadeAccess;

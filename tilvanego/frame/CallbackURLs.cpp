@@ -42,4 +42,8 @@ bool callbackURLsMatch(const URL& a, const URL& b) {
   return sameSchemes(a, b) && sameHosts(a, b) && samePaths(a, b);
 }
 
+CallbackURLDifference callbackURLDifference(const URL& a, const URL& b) {
+  return {.scheme = !sameSchemes(a, b), .host = !sameHosts(a, b), .path = !samePaths(a, b)};
+}
+
 }  // namespace tilvanego::detail

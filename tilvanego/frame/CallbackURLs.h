@@ -10,4 +10,12 @@ namespace tilvanego::detail {
 /// escapes, or a host has an "xn--" label.
 [[nodiscard]] bool callbackURLsMatch(const URL& a, const URL& b);
 
+/// The parts in which two URLs differ by that rule.
+struct CallbackURLDifference {
+  bool scheme = false;
+  bool host = false;
+  bool path = false;
+};
+[[nodiscard]] CallbackURLDifference callbackURLDifference(const URL& a, const URL& b);
+
 }  // namespace tilvanego::detail

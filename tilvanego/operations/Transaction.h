@@ -82,7 +82,8 @@ struct TilvaneGoTransaction {
   [[nodiscard]] Decimal totalAmount() const;
 
   /// A text that distinguishes transactions: transaction id, both custom ids, timestamp and amount, as far as
-  /// they are present, joined by "-". Never empty.
+  /// they are present, joined by "-". Never empty. For lists on a screen only: a refund or a capture takes
+  /// `transactionDetails.transactionId`.
   [[nodiscard]] std::string id() const;
 
   static constexpr auto jsonFields() {

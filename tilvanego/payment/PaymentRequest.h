@@ -26,7 +26,8 @@ struct PaymentRequestFields {
   /// The three-letter code of ISO 4217. The constructor trims it and converts it to capitals.
   std::string currency;
   /// The URL that the payment application opens when it is done. Its scheme must be one that the system
-  /// passes to the host.
+  /// passes to the host. Give each payment a path of its own, such as "myshop://payment-done/A-1001": a late
+  /// callback of a cancelled payment is then ignored, and doesn't end the next one.
   URL callbackURL;
   /// The merchant's own reference.
   std::optional<std::string> customId = std::nullopt;

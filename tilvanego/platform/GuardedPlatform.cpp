@@ -5,6 +5,7 @@
 
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
+#include <tilvanego/platform/SystemTimer.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -114,6 +115,7 @@ Platform guardedPlatform(Platform platform) {
   if (platform.pendingStore) {
     platform.pendingStore = std::make_unique<GuardedPendingStore>(std::move(platform.pendingStore));
   }
+  if (!platform.timer) platform.timer = std::make_unique<SystemTimer>();
   return platform;
 }
 

@@ -11,10 +11,11 @@ void requireWholePlatform(const Platform& platform);
 
 /// Returns the platform with its ports wrapped, so that they do not throw: the exception of a debug output is
 /// dropped after one line on standard error, a random source or a pending store that throws fails, and a
-/// pasteboard that throws, or is null, is empty and keeps nothing. The result's pasteboard is not null.
+/// pasteboard that throws, or is null, is empty and keeps nothing. A null timer is replaced by the system's.
+/// Of the result only the pending store may be null.
 ///
-/// The clock and the application are not wrapped: they cannot return a failure. Their callers handle their
-/// exceptions.
+/// The clock, the application and the timer are not wrapped: they cannot return a failure. Their callers
+/// handle their exceptions.
 [[nodiscard]] Platform guardedPlatform(Platform platform);
 
 }  // namespace tilvanego::detail

@@ -13,14 +13,15 @@
 #include <tilvanego/platform/RandomSource.h>
 #include <tilvanego/platform/RunLoop.h>
 #include <tilvanego/platform/SystemClock.h>
+#include <tilvanego/platform/Timer.h>
 #include <tilvanego/values/Support.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// Everything that the library needs from the system. The pasteboard may be null: payments by pasteboard then
 /// fail at once with `pasteboardHandoffUnavailable`. The pending store may be null: no operation then
-/// survives its host. If another member is null, the process ends, with a message that names it, when the
-/// host passes the platform to the library.
+/// survives its host. The timer may be null: the library makes one. If another member is null, the process
+/// ends, with a message that names it, when the host passes the platform to the library.
 ///
 /// The ports may call the library and may throw; docs/platform.md describes what happens then.
 ///
@@ -38,6 +39,8 @@ struct Platform {
   std::unique_ptr<Application> application;
   /// Keeps pending operations for the next start of the process: docs/surviving-a-restart.md.
   std::unique_ptr<PendingStore> pendingStore = nullptr;
+  /// For the time-outs of awaited operations. Null: the library makes a `SystemTimer`.
+  std::unique_ptr<Timer> timer = nullptr;
 
   /// Returns a platform for a Linux desktop or till, without configuration: `xdg-open` opens links, the
   /// pasteboard is the user's `PasteboardStore`, random bytes come from OpenSSL, debug lines go to standard

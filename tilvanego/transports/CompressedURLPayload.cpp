@@ -48,15 +48,6 @@ PaymentError reported(const URLPayloadFailure& failure) {
   return error != nullptr ? *error : PaymentError::UrlPayloadDecompressionFailed{};
 }
 
-/// Whether the URL has an item that announces a compressed payload.
-bool isCompressed(const URL& url) {
-  return std::ranges::any_of(url.rawQueryItems(), [](const RawQueryItem& item) {
-    if (!isNamed(item, "transport")) return false;
-    const auto value = item.value.decoded();
-    return value && equalIgnoringCase(*value, gzipTransport);
-  });
-}
-
 }  // namespace
 
 std::expected<CompressedPayload, PaymentError> compressPayloadJSON(std::string_view json) {
@@ -116,6 +107,14 @@ std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentReque
   if (url->absoluteString().size() > maxCompressedURL) return tooLarge();
   platform.debugOutput->writeLine("CompressedURL: " + redactedPayloadURL(url));
   return *std::move(url);
+}
+
+bool isCompressed(const URL& url) {
+  return std::ranges::any_of(url.rawQueryItems(), [](const RawQueryItem& item) {
+    if (!isNamed(item, "transport")) return false;
+    const auto value = item.value.decoded();
+    return value && equalIgnoringCase(*value, gzipTransport);
+  });
 }
 
 std::optional<PaymentResult> compressedPaymentResult(const URL& url, const URL& expectedCallbackURL,

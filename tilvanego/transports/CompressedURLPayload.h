@@ -93,6 +93,9 @@ template <typename Payload>
 [[nodiscard]] std::expected<URL, URLPayloadFailure> compressedPaymentAppURL(const PaymentRequest& request,
                                                                             const Platform& platform);
 
+/// Whether the URL has an item that announces a compressed payload.
+[[nodiscard]] bool isCompressed(const URL& url);
+
 /// Returns the result of a callback with a compressed payload; nothing if the URL has none or isn't the
 /// expected callback URL.
 [[nodiscard]] std::optional<PaymentResult> compressedPaymentResult(const URL& url,

@@ -169,14 +169,18 @@ std::expected<URL, HandoffFailure> pasteboardPaymentAppURL(const PaymentRequest&
   return *std::move(url);
 }
 
+std::optional<std::string> resultHandoffId(const URL& url) {
+  // The case of this value matters; that of the compressed transport's name doesn't.
+  if (queryValue(url, {"transport"}) != pasteboardTransport) return std::nullopt;
+  return queryValue(url, {"resultHandoffId", "result_handoff_id"});
+}
+
 std::optional<PaymentResult> pasteboardPaymentResult(const URL& url, const URL& expectedCallbackURL,
                                                      const std::string& expectedRequestId,
                                                      const Platform& platform,
                                                      const UnsealedListener& unsealed) {
   if (!callbackURLsMatch(url, expectedCallbackURL)) return std::nullopt;
-  // The case of this value matters; that of the compressed transport's name doesn't.
-  if (queryValue(url, {"transport"}) != pasteboardTransport) return std::nullopt;
-  const auto handoffId = queryValue(url, {"resultHandoffId", "result_handoff_id"});
+  const auto handoffId = resultHandoffId(url);
   if (!handoffId) return std::nullopt;
 
   if (!platform.pasteboard) return failed(PasteboardFailure{"The platform has no pasteboard."});

@@ -53,6 +53,9 @@ void clearHandoffEnvelope(Pasteboard& pasteboard, std::string_view handoffId);
 [[nodiscard]] std::expected<URL, HandoffFailure> pasteboardPaymentAppURL(const PaymentRequest& request,
                                                                          const Platform& platform);
 
+/// The id by which a callback names an envelope on the pasteboard; nothing if it names none.
+[[nodiscard]] std::optional<std::string> resultHandoffId(const URL& url);
+
 /// Called with the callback URL that would have carried a result of the pasteboard itself, before that result
 /// is removed from there. May be empty.
 using UnsealedListener = std::function<void(const URL& callback)>;

@@ -1,39 +1,21 @@
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
-#include <csignal>
 #include <exception>
 #include <future>
 #include <optional>
 #include <thread>
 #include <utility>
 
-#include <pthread.h>
 #include <sys/types.h>
 
 #include <tilvanego/platform/HostCode.h>
+#include <tilvanego/platform/SignalsBlocked.h>
 #include <tilvanego/platform/desktop/SpawnedProgram.h>
 #include <tilvanego/values/URL.h>
 #include <tilvanego/values/Wiping.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
-
-// Blocks all signals of the calling thread while it exists. A thread that is created meanwhile inherits that,
-// so it never receives a signal of the host.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_{};
-};
 
 // Any thread may call this. Reports in a later block of the main queue, if opener and queue still exist. The
 // handlers stay on the main thread, so that their captures are destroyed there, too.
@@ -61,7 +43,7 @@ void SpawnedOpener::openURL(const URL& url, std::function<void(bool opened)> com
   // is started on this thread, since the host may change the environment on it.
   std::promise<std::optional<pid_t>> started;
   try {
-    const SignalsBlocked blocked;
+    const detail::SignalsBlocked blocked;
     std::thread([process = started.get_future(), mainQueue = mainQueue_, requests = std::weak_ptr(requests_),
                  request]() mutable {
       const auto id = process.get();
