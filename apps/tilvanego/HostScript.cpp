@@ -35,6 +35,22 @@ struct FieldType<Date> {
   static Date blank() { return {}; }
 };
 
+/// One kind of operation, or all: `true`.
+struct KindOrAll {
+  std::optional<OperationKind> kind;
+};
+
+template <>
+struct FieldType<KindOrAll> {
+  static std::string wanted() { return FieldType<OperationKind>::wanted(); }
+  static std::optional<KindOrAll> read(const JSONValue& value) {
+    if (value.boolValue() == true) return KindOrAll{};
+    const auto kind = FieldType<OperationKind>::read(value);
+    return kind ? std::optional(KindOrAll{kind}) : std::nullopt;
+  }
+  static KindOrAll blank() { return {}; }
+};
+
 namespace {
 
 HostAction readStart(FieldReader& line) { return kindOf(line.get<OperationKind>("start")).readStart(line); }
@@ -72,8 +88,9 @@ HostAction readCancel(FieldReader& line) {
 }
 
 HostAction readPending(FieldReader& line) {
-  if (const JSONValue* value = line.find("pending"); value && value->boolValue() == true) return writePending;
-  return [kind = line.get<OperationKind>("pending")](HostSession& session) {
+  const auto asked = line.get<KindOrAll>("pending");
+  if (!asked.kind) return writePending;
+  return [kind = *asked.kind](HostSession& session) {
     session.events().write(
         JSONObject().add("pending", kind).add("inProgress", kindOf(kind).isInProgress(session.sdk())));
   };
