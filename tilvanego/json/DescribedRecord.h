@@ -19,7 +19,7 @@
 namespace tilvanego::json::detail {
 
 [[nodiscard]] constexpr std::size_t mixHash(std::size_t seed, std::size_t hash) {
-  return seed ^ (hash + 0x9E3779B97F4A7C15 + (seed << 6) + (seed >> 2));
+  return seed ^ (hash + static_cast<std::size_t>(0x9E3779B97F4A7C15) + (seed << 6) + (seed >> 2));
 }
 
 template <typename T>

@@ -11,7 +11,7 @@ namespace {
 using json::detail::Levels;
 
 std::size_t mix(std::size_t seed, std::size_t hash) {
-  return (seed ^ hash) * 0x9E3779B97F4A7C15u + (seed >> 17);
+  return (seed ^ hash) * static_cast<std::size_t>(0x9E3779B97F4A7C15) + (seed >> 17);
 }
 
 // Whether both have the same case and the same content, or the same number of elements.

@@ -75,7 +75,7 @@ std::expected<std::string, PaymentError> payloadJSON(const URL& url) {
       *jsonSize > maxPayloadJSON) {
     return tooLarge();
   }
-  auto json = gzipDecompress(*compressed, maxPayloadJSON, *jsonSize);
+  auto json = gzipDecompress(*compressed, maxPayloadJSON, static_cast<std::size_t>(*jsonSize));
   if (json && json->size() != *jsonSize) {
     wipe(json);
     return invalid();

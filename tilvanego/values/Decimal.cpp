@@ -10,11 +10,13 @@
 #include <utility>
 
 #include <tilvanego/values/DecimalFormatter.h>
+#include <tilvanego/values/UInt128.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-__extension__ using Mantissa = unsigned __int128;
+using Mantissa = detail::UInt128;
+using detail::addOverflows, detail::multiplyOverflows;
 
 constexpr Mantissa largestMantissa = ~Mantissa{0};
 constexpr int smallestExponent = -128;
@@ -110,8 +112,8 @@ class DigitCollector {
   void take(char digit) {
     const auto value = static_cast<unsigned>(digit - '0');
     Mantissa longer = 0;
-    if (dropped_ == 0 && !__builtin_mul_overflow(mantissa_, Mantissa{10}, &longer) &&
-        !__builtin_add_overflow(longer, Mantissa{value}, &longer)) {
+    if (dropped_ == 0 && !multiplyOverflows(mantissa_, Mantissa{10}, longer) &&
+        !addOverflows(longer, Mantissa{value}, longer)) {
       mantissa_ = longer;
     } else if (dropped_++ == 0) {
       firstDropped_ = value;
@@ -203,7 +205,7 @@ std::strong_ordering comparedMagnitudes(const DecimalParts& a, const DecimalPart
   const auto shift = static_cast<std::size_t>(a.exponent - b.exponent);
   Mantissa scaled = 0;
   const bool beyond =
-      shift >= powersOfTen.size() || __builtin_mul_overflow(a.mantissa, powersOfTen[shift], &scaled);
+      shift >= powersOfTen.size() || multiplyOverflows(a.mantissa, powersOfTen[shift], scaled);
   return beyond ? std::strong_ordering::greater : scaled <=> b.mantissa;
 }
 
@@ -244,14 +246,14 @@ std::optional<DecimalParts> addedExactly(const DecimalParts& a, const DecimalPar
   const int exponent = std::min(a.exponent, b.exponent);
   const auto scaled = [&](const DecimalParts& parts, Mantissa& result) {
     const auto shift = static_cast<std::size_t>(parts.exponent - exponent);
-    return shift < powersOfTen.size() && !__builtin_mul_overflow(parts.mantissa, powersOfTen[shift], &result);
+    return shift < powersOfTen.size() && !multiplyOverflows(parts.mantissa, powersOfTen[shift], result);
   };
   Mantissa left = 0;
   Mantissa right = 0;
   if (!scaled(a, left) || !scaled(b, right)) return std::nullopt;
   if (a.negative != b.negative) return DecimalParts{a.negative, left - right, exponent};
   Mantissa sum = 0;
-  if (__builtin_add_overflow(left, right, &sum)) return std::nullopt;
+  if (addOverflows(left, right, sum)) return std::nullopt;
   return DecimalParts{a.negative, sum, exponent};
 }
 
@@ -379,9 +381,9 @@ std::optional<Decimal> Decimal::times(const Decimal& factor) const {
   }
   takeTensOut(a.mantissa, b.mantissa, product.exponent);
   takeTensOut(b.mantissa, a.mantissa, product.exponent);
-  if (__builtin_mul_overflow(a.mantissa, b.mantissa, &product.mantissa)) return std::nullopt;
+  if (multiplyOverflows(a.mantissa, b.mantissa, product.mantissa)) return std::nullopt;
   for (; product.exponent > largestExponent; --product.exponent) {
-    if (__builtin_mul_overflow(product.mantissa, Mantissa{10}, &product.mantissa)) return std::nullopt;
+    if (multiplyOverflows(product.mantissa, Mantissa{10}, product.mantissa)) return std::nullopt;
   }
   return product.decimal();
 }
@@ -396,9 +398,9 @@ std::optional<Decimal> Decimal::dividedBy(const Decimal& divisor, unsigned fract
   const int unit = -static_cast<int>(fractionDigits);
   // Long division, one digit after the other, until the wanted digits are there or the quotient is exact.
   for (; quotient.exponent > unit && rest != 0; --quotient.exponent) {
-    if (__builtin_mul_overflow(rest, Mantissa{10}, &rest) ||
-        __builtin_mul_overflow(quotient.mantissa, Mantissa{10}, &quotient.mantissa) ||
-        __builtin_add_overflow(quotient.mantissa, rest / b.mantissa, &quotient.mantissa)) {
+    if (multiplyOverflows(rest, Mantissa{10}, rest) ||
+        multiplyOverflows(quotient.mantissa, Mantissa{10}, quotient.mantissa) ||
+        addOverflows(quotient.mantissa, rest / b.mantissa, quotient.mantissa)) {
       return std::nullopt;
     }
     rest %= b.mantissa;

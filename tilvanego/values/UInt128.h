@@ -100,6 +100,10 @@ class PortableUInt128 {
   std::uint64_t low_ = 0;
 };
 
+// Declared here too, so that a using-declaration finds them.
+constexpr bool addOverflows(PortableUInt128 a, PortableUInt128 b, PortableUInt128& sum);
+constexpr bool multiplyOverflows(PortableUInt128 a, PortableUInt128 b, PortableUInt128& product);
+
 #ifdef __SIZEOF_INT128__
 __extension__ using UInt128 = unsigned __int128;
 

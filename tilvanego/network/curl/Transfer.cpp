@@ -1,5 +1,6 @@
 #include <tilvanego/network/curl/Transfer.h>
 
+#include <algorithm>
 #include <exception>
 #include <limits>
 #include <new>
@@ -28,8 +29,9 @@ bool isFieldTooLong(CURLcode result, bool isHeadComplete, std::string_view text)
 
 std::size_t bodySize(const URLRequest& request) { return request.httpBody ? request.httpBody->size() : 0; }
 
-std::uint64_t limitOf(std::uint64_t configured) {
-  return configured == 0 ? std::numeric_limits<std::uint64_t>::max() : configured;
+std::size_t limitOf(std::uint64_t configured) {
+  constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+  return configured == 0 ? most : static_cast<std::size_t>(std::min<std::uint64_t>(configured, most));
 }
 
 }  // namespace
