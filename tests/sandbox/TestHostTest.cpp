@@ -1,8 +1,8 @@
+#include "tests/support/Test.h"
+
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/sandbox/TestHost.h>
 #include <tilvanego/values/Literals.h>
-
-#include "tests/support/Test.h"
 
 namespace tilvanego::sandbox {
 namespace {

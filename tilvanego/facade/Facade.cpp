@@ -8,9 +8,7 @@
 namespace tilvanego::detail {
 
 Facade::Facade(Platform platform)
-    : platform_(guardedPlatform(std::move(platform))),
-      mainQueue_(*platform_.mainQueue),
-      manualClock_(dynamic_cast<const ManualClock*>(platform_.clock.get())) {
+    : platform_(guardedPlatform(std::move(platform))), mainQueue_(*platform_.mainQueue) {
   if (!platform_.pendingStore) return;
   records_ = std::make_unique<PendingRecords>(*platform_.pendingStore, [this](const std::string& message) {
     log(TilvaneLogLevel::warning, message);

@@ -22,7 +22,6 @@
 #include <tilvanego/operations/Operations.h>
 #include <tilvanego/platform/GuardedPlatform.h>
 #include <tilvanego/platform/Platform.h>
-#include <tilvanego/platform/memory/ManualClock.h>
 #include <tilvanego/transports/PaymentTransports.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -186,9 +185,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// One function for each kind, in the order in which they are offered a callback.
   [[nodiscard]] static consteval auto ranks();
 
-  /// A time for the start of an operation, read without host code: that of a `ManualClock`, or the system's
-  /// in whole seconds, which costs nearly nothing.
-  [[nodiscard]] Date quietNow() const;
+  /// The time by the host's clock, or by the system's if the host's throws.
+  [[nodiscard]] Date startTime() const;
   /// Keeps the record of a pending operation, if there is a store.
   template <typename Operation>
   void keepForRestart(const Slot<Operation>& pending);
@@ -218,8 +216,6 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Weak: the host's queue may be a local variable of `main`, while this object lives until the process
   /// ends.
   WeakMainQueue mainQueue_;
-  /// The platform's clock if it is one, which no host code runs in; else null.
-  const ManualClock* manualClock_;
   /// Null without a pending store.
   std::unique_ptr<PendingRecords> records_;
   std::shared_ptr<const TilvaneLogger> logger_;
@@ -263,6 +259,8 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
   };
   debugLine(std::string(Operation::texts.sending) + Operation::describe(request) + "]");
   (debugLine("Sending Transport - [" + launch.text() + "]"), ...);
+  const Date startedAt = startTime();
+  // Nothing below runs host code until the slot is taken.
   if (ended_) return;
   if (isAnyInProgress(typename BlockersOf<Operation>::List{}))
     return refuse(typename Operation::InProgress{});
@@ -270,7 +268,7 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
     return refuse(cases::InvalidRequest{std::string(*message)});
   }
   const auto pending = std::make_shared<Pending<Operation>>(std::move(request), std::move(completion),
-                                                            quietNow(), transportOf(launch...));
+                                                            startedAt, transportOf(launch...));
   slot<Operation>() = pending;
   try {
     launchPending<Operation>(pending, launch...);
