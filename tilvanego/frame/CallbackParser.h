@@ -158,11 +158,25 @@ class CallbackKeyIndex {
   std::uint8_t count_ = 0;
 };
 
-/// Calls `visit(key, item)` for each item of the query that decides a field of `Keys`. If several items
-/// belong to one field, that is the first, even if it has no value.
+/// Fills `fields` from the query of `url`. If several items belong to one field, the first is used, even if
+/// it has no value.
+template <const auto& Keys, typename Fields>
+void readCallback(const URL& url, Fields& fields) {
+  static_assert(Keys.size() <= 32);
+  static constexpr CallbackKeyIndex index(Keys);
+  std::uint32_t decided = 0;
+  for (const auto& item : url.rawQueryItems()) {
+    const std::size_t key = index.find(item.name);
+    if (key == index.notFound || (decided >> key & 1U) != 0) continue;
+    decided |= 1U << key;
+    Keys[key].store(fields, item.value);
+  }
+}
+
+/// Calls `visit(key, item)` for each item that decides a field of `readCallback`, whose loop this is. It has
+/// one of its own: a shared one, with a function for each item, made callbacks slower.
 template <const auto& Keys, typename Visit>
 void visitDecidingItems(const URL& url, Visit visit) {
-  static_assert(Keys.size() <= 32);
   static constexpr CallbackKeyIndex index(Keys);
   std::uint32_t decided = 0;
   for (const auto& item : url.rawQueryItems()) {
@@ -171,13 +185,6 @@ void visitDecidingItems(const URL& url, Visit visit) {
     decided |= 1U << key;
     visit(key, item);
   }
-}
-
-/// Fills `fields` from the query of `url`.
-template <const auto& Keys, typename Fields>
-void readCallback(const URL& url, Fields& fields) {
-  visitDecidingItems<Keys>(
-      url, [&](std::size_t key, const RawQueryItem& item) { Keys[key].store(fields, item.value); });
 }
 
 /// Converts to the response that is made of `fields`. So the response is built in its place inside a result,

@@ -8,7 +8,8 @@
 namespace tilvanego::detail {
 namespace {
 
-bool sameSchemes(const URL& a, const URL& b) {
+// Inlined for `callbackURLsMatch`, which each callback calls several times: two functions call them.
+[[gnu::always_inline]] inline bool sameSchemes(const URL& a, const URL& b) {
   const auto first = a.scheme();
   const auto second = b.scheme();
   return first.has_value() == second.has_value() &&
@@ -27,7 +28,7 @@ bool sameHosts(const URL& a, const URL& b) {
   return lowercased(a.host().value_or("")) == lowercased(b.host().value_or(""));
 }
 
-bool samePaths(const URL& a, const URL& b) {
+[[gnu::always_inline]] inline bool samePaths(const URL& a, const URL& b) {
   const auto orRoot = [](std::string_view path) { return path.empty() ? std::string_view("/") : path; };
   const std::string_view first = orRoot(a.encodedPath());
   const std::string_view second = orRoot(b.encodedPath());
