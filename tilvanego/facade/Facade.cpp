@@ -8,7 +8,9 @@
 namespace tilvanego::detail {
 
 Facade::Facade(Platform platform)
-    : platform_(guardedPlatform(std::move(platform))), mainQueue_(*platform_.mainQueue) {
+    : platform_(guardedPlatform(std::move(platform))),
+      mainQueue_(*platform_.mainQueue),
+      manualClock_(dynamic_cast<const ManualClock*>(platform_.clock.get())) {
   if (!platform_.pendingStore) return;
   records_ = std::make_unique<PendingRecords>(*platform_.pendingStore, [this](const std::string& message) {
     log(TilvaneLogLevel::warning, message);

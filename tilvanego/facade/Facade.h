@@ -22,6 +22,7 @@
 #include <tilvanego/operations/Operations.h>
 #include <tilvanego/platform/GuardedPlatform.h>
 #include <tilvanego/platform/Platform.h>
+#include <tilvanego/platform/memory/ManualClock.h>
 #include <tilvanego/transports/PaymentTransports.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -185,8 +186,9 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// One function for each kind, in the order in which they are offered a callback.
   [[nodiscard]] static consteval auto ranks();
 
-  /// The time by the host's clock, or by the system's if the host's throws.
-  [[nodiscard]] Date startTime() const;
+  /// A time for the start of an operation, read without host code: that of a `ManualClock`, or the system's
+  /// in whole seconds, which costs nearly nothing.
+  [[nodiscard]] Date quietNow() const;
   /// Keeps the record of a pending operation, if there is a store.
   template <typename Operation>
   void keepForRestart(const Slot<Operation>& pending);
@@ -216,6 +218,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Weak: the host's queue may be a local variable of `main`, while this object lives until the process
   /// ends.
   WeakMainQueue mainQueue_;
+  /// The platform's clock if it is one, which no host code runs in; else null.
+  const ManualClock* manualClock_;
   /// Null without a pending store.
   std::unique_ptr<PendingRecords> records_;
   std::shared_ptr<const TilvaneLogger> logger_;
@@ -259,8 +263,6 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
   };
   debugLine(std::string(Operation::texts.sending) + Operation::describe(request) + "]");
   (debugLine("Sending Transport - [" + launch.text() + "]"), ...);
-  const Date startedAt = startTime();
-  // Nothing below runs host code until the slot is taken.
   if (ended_) return;
   if (isAnyInProgress(typename BlockersOf<Operation>::List{}))
     return refuse(typename Operation::InProgress{});
@@ -268,7 +270,7 @@ void Facade::start(typename Operation::Request request, Completion<Operation> co
     return refuse(cases::InvalidRequest{std::string(*message)});
   }
   const auto pending = std::make_shared<Pending<Operation>>(std::move(request), std::move(completion),
-                                                            startedAt, transportOf(launch...));
+                                                            quietNow(), transportOf(launch...));
   slot<Operation>() = pending;
   try {
     launchPending<Operation>(pending, launch...);

@@ -2,13 +2,13 @@
 
 #include <tilvanego/facade/FacadeRecords.h>
 
+#include <ctime>
 #include <string>
 #include <type_traits>
 
 #include <tilvanego/facade/RouterOrder.h>
 #include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/platform/HostCode.h>
-#include <tilvanego/platform/SystemClock.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -21,12 +21,9 @@ std::optional<std::string> namedRequestId(const URL& callback) {
 
 }  // namespace
 
-Date Facade::startTime() const {
-  try {
-    return platform_.clock->now();
-  } catch (...) {
-    return SystemClock().now();
-  }
+Date Facade::quietNow() const {
+  return manualClock_ != nullptr ? manualClock_->now()
+                                 : Date::fromSecondsSince1970(static_cast<double>(std::time(nullptr)));
 }
 
 std::vector<PendingOperation> Facade::pendingOperations() const {

@@ -15,6 +15,11 @@ template <typename Operation>
 void Facade::keepForRestart(const Slot<Operation>& pending) {
   if (!records_) return;
   records_->load();
+  try {
+    pending->startedAt = platform_.clock->now();
+  } catch (...) {
+    // The system's time, which it has already, is as good for a person.
+  }
   if (slot<Operation>() != pending) return;
   pending->record = records_->newId();
   records_->add(Operation::kind, pending->record,
