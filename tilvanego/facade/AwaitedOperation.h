@@ -9,7 +9,7 @@
 
 #include <tilvanego/async/StopToken.h>
 #include <tilvanego/async/Task.h>
-#include <tilvanego/facade/Facade.h>
+#include <tilvanego/facade/FacadeRecords.h>
 #include <tilvanego/facade/OperationWaiting.h>
 #include <tilvanego/platform/HostCode.h>
 

@@ -61,7 +61,7 @@ std::string shortened(std::string_view text) {
   return std::string(text.substr(0, end)) + "…";
 }
 
-std::string quoted(std::string_view text) { return debugLiteral(shortened(text)); }
+std::string literal(std::string_view text) { return debugLiteral(shortened(text)); }
 
 void append(std::string& sentences, std::string_view sentence) {
   if (!sentences.empty() && !sentence.empty()) sentences += ' ';
@@ -155,7 +155,7 @@ class Items {
     std::size_t count = 0;
     for (const RawQueryItem& item : callback_.rawQueryItems()) {
       if (std::ranges::find(used_, item.name.data()) != used_.end()) continue;
-      list(names, count < most ? quoted(item.decodedName()) : "…");
+      list(names, count < most ? literal(item.decodedName()) : "…");
       if (count++ == most) break;
     }
     return names;
@@ -175,11 +175,11 @@ void explainStatus(Entry& entry, const std::optional<std::string>& status) {
     append(entry.reason,
            decided == entry.fields.end()
                ? "It has no status: none of the keys " + spellingsOf(Operation::callbackKeys, "status") + "."
-               : "Its status, by the key " + quoted(decided->key) + ", is blank.");
+               : "Its status, by the key " + literal(decided->key) + ", is blank.");
     return;
   }
   const std::string shown =
-      "The status " + quoted(*status) + ", by the key " + quoted(decided->key) + ", is ";
+      "The status " + literal(*status) + ", by the key " + literal(decided->key) + ", is ";
   if (wordsWith(Operation::statusWords, word) != nullptr) {
     entry.statusWord = word;
     append(entry.reason, shown + "understood as the word " + std::string(word) + ".");
@@ -197,7 +197,7 @@ void explainResponse(Entry& entry, const typename Operation::Response& response)
   if constexpr (requires { Operation::listKeys; }) items.addFields<Operation::listKeys>(entry.fields);
   explainStatus<Operation>(entry, response.status());
   std::string keys;
-  for (const Field& field : entry.fields) list(keys, field.name + " by " + quoted(field.key));
+  for (const Field& field : entry.fields) list(keys, field.name + " by " + literal(field.key));
   if (!keys.empty()) append(entry.reason, "Fields and their keys: " + keys + ".");
   if (const auto unused = items.unused(); !unused.empty()) {
     append(entry.reason, "Items that decide nothing: " + unused + ".");
@@ -262,7 +262,7 @@ void explainMatch(Entry& entry, const URL& url, const typename Operation::Reques
   nameResult(entry, *result);
   const auto* failure = std::get_if<typename Operation::Result::Failure>(&*result);
   append(entry.reason, "The result is " + resultText(entry) +
-                           (failure ? ": " + quoted(failure->error.errorDescription()) : "") + ".");
+                           (failure ? ": " + literal(failure->error.errorDescription()) : "") + ".");
   if (const auto response = result->response()) explainResponse<Operation>(entry, *response);
 }
 

@@ -14,7 +14,7 @@ namespace [[gnu::visibility("default")]] sandbox {
 namespace {
 
 std::string said(std::string_view what, std::string_view value) {
-  return "the link's " + std::string(what) + " is " + quoted(value);
+  return "the link's " + std::string(what) + " is " + inQuotes(value);
 }
 
 std::expected<const LinkForm*, SandboxError> formOf(const URL& link) {
@@ -44,10 +44,10 @@ std::expected<std::vector<QueryItem>, SandboxError> queryItems(const URL& link) 
   for (const RawQueryItem& raw : link.rawQueryItems()) {
     QueryItem item{raw.decodedName(), raw.value.decoded()};
     if (!item.value) {
-      return wrong("the link's item " + quoted(item.name) +
+      return wrong("the link's item " + inQuotes(item.name) +
                    (raw.value ? " has a value that is no percent-encoded UTF-8" : " has no value"));
     }
-    if (find(items, item.name) != nullptr) return wrong("the link has " + quoted(item.name) + " twice");
+    if (find(items, item.name) != nullptr) return wrong("the link has " + inQuotes(item.name) + " twice");
     if (items.size() == maxItems)
       return wrong("the link has more than " + std::to_string(maxItems) + " items");
     items.push_back(std::move(item));

@@ -185,7 +185,7 @@ std::expected<void, SandboxError> checkValues(const LinkForm& form, const std::v
     const std::string_view fault = item.fault(*found->value);
     if (fault.empty()) continue;
     const bool isQuoted = !isSecretName(item.name) && !detail::isBlank(*found->value);
-    const std::string value = !isQuoted ? " " : " is " + quoted(*found->value) + ", which ";
+    const std::string value = !isQuoted ? " " : " is " + inQuotes(*found->value) + ", which ";
     return wrong("'s " + std::string(item.name) + value + std::string(fault));
   }
   return {};

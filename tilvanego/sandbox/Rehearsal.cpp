@@ -9,7 +9,7 @@ namespace {
 std::string described(std::size_t number, const LaunchLink& request) {
   std::string text = "request " + std::to_string(number) + ", ";
   text.append(rawText(request.operation()));
-  if (const auto& id = request.requestId()) text.append(" ").append(quoted(*id));
+  if (const auto& id = request.requestId()) text.append(" ").append(inQuotes(*id));
   if (const auto& amount = request.amount()) text.append(" of ").append(amount->text());
   return text;
 }

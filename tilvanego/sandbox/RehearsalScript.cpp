@@ -55,7 +55,9 @@ constexpr std::array fieldRules{
 static_assert(std::ranges::equal(fieldRules, json::recordKeys<RehearsalLine>(), {}, &FieldRule::name),
               "each field has a rule, in the order of the record");
 
-Fault faultOf(const auto& field) { return "has the field " + quoted(field.name) + ", which " + field.rule(); }
+Fault faultOf(const auto& field) {
+  return "has the field " + inQuotes(field.name) + ", which " + field.rule();
+}
 
 const FieldRule& ruleOf(std::string_view name) {
   return *std::ranges::find(fieldRules, name, &FieldRule::name);
@@ -64,11 +66,11 @@ const FieldRule& ruleOf(std::string_view name) {
 /// Quotes a name of the script, shortened if it is long.
 std::string quotedName(std::string_view name) {
   constexpr std::size_t longest = 60;
-  if (name.size() <= longest) return quoted(name);
+  if (name.size() <= longest) return inQuotes(name);
   // Does not cut within a character.
   std::size_t end = longest;
   while ((static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U) --end;
-  return quoted(name.substr(0, end)) + "...";
+  return inQuotes(name.substr(0, end)) + "...";
 }
 
 /// A fault in the text itself, before any field is read.
@@ -93,7 +95,7 @@ Fault checkNames(std::string_view text) {
       return "has the unknown field " + quotedName(name) +
              "; known: " + listed(json::recordKeys<RehearsalLine>());
     }
-    if (!seen.emplace(name).second) return "has " + quoted(name) + " twice";
+    if (!seen.emplace(name).second) return "has " + inQuotes(name) + " twice";
     if (!reader.skip()) return notJSON(reader.error());
   }
   return next == json::Reader::Next::end && reader.finish() ? Fault() : notJSON(reader.error());

@@ -92,7 +92,7 @@ std::expected<void, SandboxError> checkWord(Operation operation, Outcome outcome
   if (words.empty()) return wrong(outcomeName + " has no status word to choose");
   std::string names;
   for (const std::string_view one : words) names.append(names.empty() ? "" : ", ").append(one);
-  return wrong("the word " + quoted(word) + " isn't " + std::string(rawText(operation)) + "'s for " +
+  return wrong("the word " + inQuotes(word) + " isn't " + std::string(rawText(operation)) + "'s for " +
                outcomeName + ": " + names);
 }
 

@@ -10,6 +10,6 @@ namespace tilvanego::sandbox {
 [[nodiscard]] std::string shown(std::string_view text);
 
 /// The same in double quotes.
-[[nodiscard]] inline std::string quoted(std::string_view text) { return '"' + shown(text) + '"'; }
+[[nodiscard]] inline std::string inQuotes(std::string_view text) { return '"' + shown(text) + '"'; }
 
 }  // namespace tilvanego::sandbox
