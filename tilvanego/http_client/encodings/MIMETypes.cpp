@@ -119,7 +119,7 @@ std::optional<std::string> smallFile(const std::filesystem::path& path) {
   if (error || size > limit) return std::nullopt;
   std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
-  std::string text(size, '\0');
+  std::string text(static_cast<std::size_t>(size), '\0');
   file.read(text.data(), static_cast<std::streamsize>(text.size()));
   text.resize(static_cast<std::size_t>(file.gcount()));
   return text;
