@@ -33,33 +33,29 @@ namespace [[gnu::visibility("default")]] json {
 template <typename Enumeration>
 concept IsCodingKeys = std::is_enum_v<Enumeration> && detail::typeName<Enumeration>.ends_with("::CodingKeys");
 
-/// Specialise it as true for an enumeration whose raw texts are the names of its cases. It is true for each
-/// `CodingKeys`.
+/// Specialise it as true for an enumeration whose raw texts are the names of its cases, but for
+/// `renamedCases`. It is true for each `CodingKeys`. The texts are made where they are first used.
 template <typename Enumeration>
 inline constexpr bool namesAreTexts = IsCodingKeys<Enumeration>;
 
 template <typename Enumeration>
 concept NamesAreTexts = namesAreTexts<Enumeration>;
 
+/// Specialise it with an array of pairs of the cases whose texts aren't their names, and their texts.
+template <typename Enumeration>
+inline constexpr std::array<std::pair<Enumeration, std::string_view>, 0> renamedCases{};
+
 /// A record that names its keys in `CodingKeys`.
 template <typename Record>
 concept NamesItsKeys = std::is_aggregate_v<Record> && IsCodingKeys<typename Record::CodingKeys>;
 
-/// Returns the cases of an enumeration, each with its name as its text.
+/// Returns the cases of an enumeration, each with its name as its text, or with its text of `renamedCases`.
 template <typename Keys>
 [[nodiscard]] consteval auto caseNames() {
-  return []<std::size_t... index>(std::index_sequence<index...>) {
+  auto table = []<std::size_t... index>(std::index_sequence<index...>) {
     return std::array{std::pair{static_cast<Keys>(index), detail::enumeratorNames<Keys>.names[index]}...};
   }(std::make_index_sequence<detail::enumeratorNames<Keys>.count>());
-}
-
-/// Like `caseNames`, but `value` has the text `text`; `further` are further values, each with its text after
-/// it.
-template <typename Keys, typename... Further>
-[[nodiscard]] constexpr auto caseNamesBut(Keys value, std::string_view text, Further... further) {
-  auto table = caseNames<Keys>();
-  if constexpr (sizeof...(further) > 0) table = caseNamesBut(further...);
-  table[static_cast<std::size_t>(value)].second = text;
+  for (const auto& [value, text] : renamedCases<Keys>) table[static_cast<std::size_t>(value)].second = text;
   return table;
 }
 

@@ -87,9 +87,7 @@ struct AmountsResponse {
 }  // namespace models
 
 template <>
-struct RawTexts<models::AmountsResponse::CodingKeys> {
-  using enum models::AmountsResponse::CodingKeys;
-  static constexpr auto table = json::caseNamesBut(gratuity, "Gratuity");
-};
+inline constexpr std::array json::renamedCases<models::AmountsResponse::CodingKeys>{
+    std::pair{models::AmountsResponse::CodingKeys::gratuity, std::string_view("Gratuity")}};
 
 }  // namespace tilvanego

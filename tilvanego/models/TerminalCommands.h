@@ -201,16 +201,10 @@ struct CaptureSignatureResponse {
 }  // namespace models
 
 template <>
-struct RawTexts<models::ReprintReceiptRequest::Copy>
-    : models::OpenRawTexts<models::ReprintReceiptRequest::Copy> {
-  static constexpr auto table = json::caseNamesBut(fallback, fallbackRow.second);
-};
+inline constexpr bool models::namesAreOpenTexts<models::ReprintReceiptRequest::Copy> = true;
 
 template <>
-struct RawTexts<models::ReprintReceiptRequest::TransType>
-    : models::OpenRawTexts<models::ReprintReceiptRequest::TransType> {
-  static constexpr auto table = json::caseNamesBut(fallback, fallbackRow.second);
-};
+inline constexpr bool models::namesAreOpenTexts<models::ReprintReceiptRequest::TransType> = true;
 
 template <>
 struct RawTexts<models::ShowDialogStyle::TextColor>

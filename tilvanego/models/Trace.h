@@ -103,10 +103,10 @@ struct TraceResponse {
 }  // namespace models
 
 template <>
-struct RawTexts<models::TransactionHistoryRecord::Action>
-    : models::OpenRawTexts<models::TransactionHistoryRecord::Action> {
-  static constexpr auto table = json::caseNamesBut(models::TransactionHistoryRecord::Action::_init, "init",
-                                                   fallback, fallbackRow.second);
-};
+inline constexpr bool models::namesAreOpenTexts<models::TransactionHistoryRecord::Action> = true;
+
+template <>
+inline constexpr std::array json::renamedCases<models::TransactionHistoryRecord::Action>{
+    std::pair{models::TransactionHistoryRecord::Action::_init, std::string_view("init")}};
 
 }  // namespace tilvanego

@@ -26,11 +26,13 @@ enum class TilvaneGoTransactionType {
 };
 
 template <>
-struct RawTexts<TilvaneGoTransactionType> {
-  using enum TilvaneGoTransactionType;
-  static constexpr auto table = json::caseNamesBut(void_, "void", initialization, "init",
-                                                   unknownDefaultOpenApi, "unknown_default_open_api");
-};
+inline constexpr bool json::namesAreTexts<TilvaneGoTransactionType> = true;
+
+template <>
+inline constexpr std::array json::renamedCases<TilvaneGoTransactionType>{
+    std::pair{TilvaneGoTransactionType::void_, std::string_view("void")},
+    std::pair{TilvaneGoTransactionType::initialization, std::string_view("init")},
+    std::pair{TilvaneGoTransactionType::unknownDefaultOpenApi, std::string_view("unknown_default_open_api")}};
 
 /// Returns the type that a text names, without regard to case. Only "auth", "authorization", "_init" and
 /// "initialization" may have whitespace around them. Every other text is `unknownDefaultOpenApi`.

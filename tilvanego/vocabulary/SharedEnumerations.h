@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include <tilvanego/json/Reflection.h>
+#include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/RawText.h>
 
@@ -78,6 +78,11 @@ struct OpenRawTexts {
 template <typename Enumeration>
 inline constexpr char capitalsSeparator = '\0';
 
+/// Specialise it as true for an enumeration whose raw texts are its cases' names, but for
+/// `json::renamedCases` and the fallback.
+template <typename Enumeration>
+inline constexpr bool namesAreOpenTexts = false;
+
 template <typename Enumeration>
 concept HasUnknownCase = requires { Enumeration::unknownDefaultOpenApi; };
 
@@ -132,6 +137,16 @@ template <TopLevelEnumeration Enumeration>
 }
 
 }  // namespace models
+
+template <typename Enumeration>
+  requires models::namesAreOpenTexts<Enumeration>
+struct RawTexts<Enumeration> : models::OpenRawTexts<Enumeration> {
+  static constexpr auto table = [] {
+    auto texts = json::caseNames<Enumeration>();
+    texts.back() = models::OpenRawTexts<Enumeration>::fallbackRow;
+    return texts;
+  }();
+};
 
 template <typename Enumeration>
   requires(models::capitalsSeparator<Enumeration> != '\0')
