@@ -158,25 +158,11 @@ class CallbackKeyIndex {
   std::uint8_t count_ = 0;
 };
 
-/// Fills `fields` from the query of `url`. If several items belong to one field, the first is used, even if
-/// it has no value.
-template <const auto& Keys, typename Fields>
-void readCallback(const URL& url, Fields& fields) {
-  static_assert(Keys.size() <= 32);
-  static constexpr CallbackKeyIndex index(Keys);
-  std::uint32_t decided = 0;
-  for (const auto& item : url.rawQueryItems()) {
-    const std::size_t key = index.find(item.name);
-    if (key == index.notFound || (decided >> key & 1U) != 0) continue;
-    decided |= 1U << key;
-    Keys[key].store(fields, item.value);
-  }
-}
-
-/// Calls `visit(key, item)` for each item that decides a field of `readCallback`, whose loop this is. It has
-/// one of its own: a shared one, with a function for each item, made callbacks slower.
+/// Calls `visit(key, item)` for each item of the query that decides a field, in their order. If several
+/// belong to one field, the first decides it, even if it has no value.
 template <const auto& Keys, typename Visit>
 void visitDecidingItems(const URL& url, Visit visit) {
+  static_assert(Keys.size() <= 32);
   static constexpr CallbackKeyIndex index(Keys);
   std::uint32_t decided = 0;
   for (const auto& item : url.rawQueryItems()) {
@@ -185,6 +171,13 @@ void visitDecidingItems(const URL& url, Visit visit) {
     decided |= 1U << key;
     visit(key, item);
   }
+}
+
+/// Fills `fields` from the query of `url`.
+template <const auto& Keys, typename Fields>
+void readCallback(const URL& url, Fields& fields) {
+  visitDecidingItems<Keys>(
+      url, [&fields](std::size_t key, const auto& item) { Keys[key].store(fields, item.value); });
 }
 
 /// Converts to the response that is made of `fields`. So the response is built in its place inside a result,
