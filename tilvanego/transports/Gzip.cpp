@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -50,10 +51,15 @@ class KeptMemory {
   std::vector<Block> blocks_;
 };
 
-void* takeMemory(void* kept, unsigned count, unsigned size) {
-  return static_cast<KeptMemory*>(kept)->take(std::size_t{count} * size);
+/// Returns null without memory: no exception may pass through zlib, which is C.
+void* takeMemory(void* kept, unsigned count, unsigned size) noexcept {
+  try {
+    return static_cast<KeptMemory*>(kept)->take(std::size_t{count} * size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
-void giveMemoryBack(void* kept, void* memory) { static_cast<KeptMemory*>(kept)->giveBack(memory); }
+void giveMemoryBack(void* kept, void* memory) noexcept { static_cast<KeptMemory*>(kept)->giveBack(memory); }
 
 /// Runs one step of `work` that writes at most `gzipChunk` bytes to `to`. Returns zlib's result and the
 /// number of bytes written.
