@@ -108,6 +108,13 @@ struct LiteralReader {
   }
 };
 
+/// Calls `reader` with the text. It is a copy: under g++'s undefined-behaviour sanitizer the address of a
+/// template argument isn't a constant.
+template <std::size_t size>
+[[nodiscard]] consteval auto read(LiteralText<size> text, auto reader) {
+  return reader(text.view());
+}
+
 }  // namespace tilvanego::detail
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -123,7 +130,7 @@ inline namespace [[gnu::visibility("default")]] literals {
 /// The number without its point must be less than 2^64, which holds 19 digits.
 template <detail::LiteralText text>
 [[nodiscard]] consteval Decimal operator""_decimal() {
-  constexpr auto number = detail::LiteralReader::decimal(text.view());
+  constexpr auto number = detail::read(text, detail::LiteralReader::decimal);
   static_assert(
       number.has_value(),
       "a decimal literal has digits, a \"-\" before them and a \".\" between them, and fits 64 bits");
@@ -135,7 +142,7 @@ template <detail::LiteralText text>
 /// hot path keeps one.
 template <detail::LiteralText text>
 [[nodiscard]] URL operator""_url() {
-  static_assert(detail::LiteralReader::isURL(text.view()),
+  static_assert(detail::read(text, detail::LiteralReader::isURL),
                 "a URL literal has a scheme, and only characters that need no percent-encoding");
   return support::urlOfLiteral(text.view());
 }
