@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -28,6 +29,11 @@ void writeFile(const fs::path& path, const std::string& text, mode_t mode = 0600
   EXPECT_EQ(chmod(path.c_str(), mode), 0);
 }
 
+template <typename T>
+bool isLocked(const std::expected<T, std::string>& called) {
+  return !called && called.error().contains("is locked by another program");
+}
+
 TEST(FilePendingStore, KeepsEachTextInAFileOfTheUsersAlone) {
   TemporaryDirectory temporary;
   const fs::path directory = temporary.path() / "state" / "till";
@@ -50,6 +56,7 @@ TEST(FilePendingStore, KeepsEachTextInAFileOfTheUsersAlone) {
   FilePendingStore next(directory);
   EXPECT_EQ(next.read("payment").value(), "second");
   EXPECT_EQ(next.read("save").value(), std::nullopt);
+  EXPECT_FALSE(next.read("lock"));
   EXPECT_TRUE(next.setAside("payment"));
   EXPECT_EQ(next.read("payment").value(), std::nullopt);
   EXPECT_EQ(next.read("payment.unreadable").value(), "second");
@@ -104,33 +111,93 @@ TEST(FilePendingStore, FailsWithAReasonAndLeavesTheFormerText) {
   EXPECT_TRUE(store.keep("payment", "x"));
   EXPECT_FALSE(store.keep("payment", std::string((std::size_t{4} << 20) + 1, 'x')));
   EXPECT_EQ(store.read("payment").value(), "x");
-  fs::remove_all(store.directory());
-  EXPECT_FALSE(store.keep("payment", "y"));
-  EXPECT_TRUE(store.keep("payment", "y")) << "the directory is made again";
 }
 
-TEST(FilePendingStore, BelongsToOneProcessUntilThatEnds) {
+// Each call goes to the directory that a successor would find.
+TEST(FilePendingStore, FollowsItsDirectoryWhenThatIsRemovedOrMadeAnew) {
   TemporaryDirectory temporary;
-  std::array<int, 2> ready{};
-  ASSERT_EQ(pipe(ready.data()), 0);
-  const pid_t other = fork();
-  if (other == 0) {
-    FilePendingStore store(temporary.path());
-    const bool kept = store.keep("payment", "the other's").has_value();
-    _exit(write(ready[1], &kept, 1) == 1 && pause());
+  const fs::path directory = temporary.path() / "own";
+  FilePendingStore store(directory);
+  const auto keepAndRemove = [&](const char* name) {
+    EXPECT_TRUE(store.keep(name, "old"));
+    fs::remove_all(directory);
+  };
+  keepAndRemove("payment");
+  EXPECT_EQ(store.read("payment").value(), std::nullopt);
+  EXPECT_TRUE(store.remove("payment"));
+  EXPECT_FALSE(fs::exists(directory)) << "reading makes nothing";
+  keepAndRemove("payment");
+  EXPECT_TRUE(store.keep("payment", "new"));
+  EXPECT_EQ(store.read("payment").value(), "new");
+  for (const auto& [name, call] :
+       {std::pair<const char*, std::function<bool(const std::string& name)>>{
+            "read", [&](const std::string& name) { return store.read(name) == "another's"; }},
+        {"remove",
+         [&](const std::string& name) { return store.remove(name) && !fs::exists(directory / name); }},
+        {"setAside", [&](const std::string& name) {
+           return store.setAside(name) && fs::exists(directory / (name + ".unreadable"));
+         }}}) {
+    keepAndRemove(name);
+    {
+      FilePendingStore another(directory);
+      EXPECT_TRUE(another.keep(name, "another's"));
+    }
+    EXPECT_TRUE(call(name)) << name;
   }
-  bool kept = false;
-  ASSERT_EQ(read(ready[0], &kept, 1), 1);
-  EXPECT_TRUE(kept);
-  FilePendingStore store(temporary.path());
-  const auto held = store.read("payment");
-  ASSERT_FALSE(held);
-  EXPECT_TRUE(held.error().contains("is locked by another program")) << held.error();
-  kill(other, SIGKILL);
-  EXPECT_EQ(waitpid(other, nullptr, 0), other);
-  EXPECT_EQ(store.read("payment").value(), "the other's");
-  close(ready[0]);
-  close(ready[1]);
+  fs::remove(directory / "lock");
+  FilePendingStore another(directory);
+  EXPECT_TRUE(another.read("read"));
+  EXPECT_TRUE(isLocked(store.keep("read", "x"))) << "another one has made the lock anew";
+}
+
+// The host may have forked a child that lives on.
+TEST(FilePendingStore, BelongsToOneProcessUntilThatEnds) {
+  for (const bool hasForked : {false, true}) {
+    SCOPED_TRACE(hasForked);
+    TemporaryDirectory temporary;
+    std::array<int, 2> ready{};
+    std::array<int, 2> end{};
+    ASSERT_EQ(pipe(ready.data()), 0);
+    ASSERT_EQ(pipe(end.data()), 0);
+    const pid_t other = fork();
+    if (other == 0) {
+      close(end[1]);
+      FilePendingStore store(temporary.path());
+      const bool kept = store.keep("payment", "the other's").has_value();
+      bool waited = false;
+      if (hasForked && fork() == 0) _exit(read(end[0], &waited, 1) != 0);
+      _exit(write(ready[1], &kept, 1) == 1 && pause());
+    }
+    bool kept = false;
+    ASSERT_EQ(read(ready[0], &kept, 1), 1);
+    EXPECT_TRUE(kept);
+    FilePendingStore store(temporary.path());
+    EXPECT_TRUE(isLocked(store.read("payment")));
+    kill(other, SIGKILL);
+    EXPECT_EQ(waitpid(other, nullptr, 0), other);
+    EXPECT_EQ(store.read("payment"), "the other's");
+    EXPECT_TRUE(store.keep("payment", "own"));
+    EXPECT_TRUE(store.remove("payment"));
+    for (const int descriptor : {ready[0], ready[1], end[0], end[1]}) close(descriptor);
+  }
+}
+
+TEST(FilePendingStore, IsLostNeitherToAForkedChildNorToAnotherStoreOfTheProcess) {
+  TemporaryDirectory temporary;
+  auto store = std::make_unique<FilePendingStore>(temporary.path());
+  EXPECT_TRUE(store->keep("payment", "x"));
+  EXPECT_TRUE(isLocked(FilePendingStore(temporary.path()).read("payment")));
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool isExcluded = isLocked(store->keep("payment", "y"));
+    store.reset();
+    _exit(isExcluded && isLocked(FilePendingStore(temporary.path()).read("payment")) ? 0 : 1);
+  }
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(isLocked(FilePendingStore(temporary.path()).read("payment")));
+  EXPECT_EQ(store->read("payment").value(), "x");
 }
 
 TEST(FilePendingStore, OfAHostLiesWhereTheUsersStateDoes) {

@@ -7,7 +7,6 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -69,11 +68,12 @@ class PasteboardStoreTest : public testing::Test {
   static std::expected<void, std::string> put(PasteboardStore& store, const PasteboardContents& contents) {
     return store.setItems(contents.items, contents.options);
   }
-  /// Locks as another program does; closing the descriptor unlocks.
-  int lockFile() const {
+  /// Locks as another program does, if nobody else has the lock. Closing the descriptor unlocks.
+  std::pair<int, bool> lockFile() const {
     const int lock = open((directory / "pasteboard.lock").c_str(), O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(flock(lock, LOCK_EX | LOCK_NB), 0);
-    return lock;
+    struct flock whole{};
+    whole.l_type = F_WRLCK;
+    return {lock, fcntl(lock, F_OFD_SETLK, &whole) == 0};
   }
   fs::perms rights(const fs::path& path) const { return fs::status(path).permissions(); }
 
@@ -230,7 +230,8 @@ TEST_F(PasteboardStoreTest, AWriteThatFailsLeavesWhatWasThereAndSaysWhy) {
 
 TEST_F(PasteboardStoreTest, AWriterWaitsForALockOnlySoLongAndSaysWhoHasIt) {
   ASSERT_TRUE(put(store, text("x")));
-  const int lock = lockFile();
+  const auto [lock, locked] = lockFile();
+  ASSERT_TRUE(locked);
   EXPECT_EQ(put(store, text("y")).error(), (directory / "pasteboard.lock").string() +
                                                " is locked by another program, and still was after 1000 ms.");
   EXPECT_EQ(store.contents(), text("x"));
@@ -280,9 +281,9 @@ TEST_F(PasteboardStoreTest, RemovingTheExpiredLooksAgainWithAllWritersLockedOut)
   ASSERT_TRUE(put(store, text("old", seconds(1))));
   bool locked = false;
   const PasteboardStore alone(directory, std::make_shared<HookedClock>([&](int call) {
-                                const int lock =
-                                    open((directory / "pasteboard.lock").c_str(), O_RDWR | O_CLOEXEC);
-                                if (call == 2) locked = flock(lock, LOCK_EX | LOCK_NB) != 0;
+                                if (call != 2) return;
+                                const auto [lock, free] = lockFile();
+                                locked = !free;
                                 close(lock);
                               }));
   EXPECT_EQ(alone.contents(), PasteboardContents{});
@@ -292,7 +293,8 @@ TEST_F(PasteboardStoreTest, RemovingTheExpiredLooksAgainWithAllWritersLockedOut)
 
 TEST_F(PasteboardStoreTest, AnExpiredEntryIsLeftToAWriterAtWork) {
   ASSERT_TRUE(put(store, text("old", seconds(1))));
-  const int lock = lockFile();
+  const auto [lock, locked] = lockFile();
+  ASSERT_TRUE(locked);
   EXPECT_EQ(store.contents(), PasteboardContents{}) << "and the reader doesn't wait for the writer";
   EXPECT_TRUE(fs::exists(file));
   close(lock);

@@ -51,6 +51,8 @@ void makeParents(const std::filesystem::path& directory) {
 struct FilePendingStore::Held {
   detail::PrivateDirectory directory;
   detail::HeldLock lock;
+  // Absolute: the host may change its working directory.
+  std::filesystem::path lockPath;
 };
 
 FilePendingStore::FilePendingStore(std::filesystem::path directory) : directory_(std::move(directory)) {}
@@ -70,8 +72,17 @@ bool FilePendingStore::exists() const {
   return std::filesystem::symlink_status(directory_, failed).type() != std::filesystem::file_type::not_found;
 }
 
+bool FilePendingStore::isHeld() {
+  if (held_ && !held_->lock.isHeldAt(held_->lockPath)) {
+    // This is a forked child, or the directory was removed or made anew.
+    held_.reset();
+    hasWaited_ = false;
+  }
+  return held_ != nullptr;
+}
+
 std::expected<FilePendingStore::Held*, std::string> FilePendingStore::hold() {
-  if (held_) return held_.get();
+  if (isHeld()) return held_.get();
   if (directory_.empty())
     return std::unexpected(
         "No directory is known for it: neither XDG_STATE_HOME nor HOME is an absolute path.");
@@ -82,13 +93,15 @@ std::expected<FilePendingStore::Held*, std::string> FilePendingStore::hold() {
                                                                        : longestLockWait);
   auto lock = directory->lock(lockName, wait);
   if (!lock) return std::unexpected(std::move(lock).error());
-  held_ = std::make_unique<Held>(*std::move(directory), *std::move(lock));
+  std::error_code failed;
+  held_ = std::make_unique<Held>(*std::move(directory), *std::move(lock),
+                                 std::filesystem::absolute(directory_ / lockName, failed));
   return held_.get();
 }
 
 std::expected<std::optional<std::string>, std::string> FilePendingStore::read(const std::string& name) {
   // Reading makes no directory.
-  if (!held_ && (directory_.empty() || !exists())) return std::nullopt;
+  if (!isHeld() && (directory_.empty() || !exists())) return std::nullopt;
   const auto held = hold();
   if (!held) return std::unexpected(held.error());
   const auto& directory = (*held)->directory;
@@ -115,7 +128,7 @@ std::expected<void, std::string> FilePendingStore::keep(const std::string& name,
 }
 
 std::expected<void, std::string> FilePendingStore::remove(const std::string& name) {
-  if (!held_ && (directory_.empty() || !exists())) return {};
+  if (!isHeld() && (directory_.empty() || !exists())) return {};
   const auto held = hold();
   if (!held) return std::unexpected(held.error());
   return (*held)->directory.remove(name, detail::Durability::synced);

@@ -15,9 +15,13 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// synced: after a crash of the system, too, there is the former text or the new one. A text has at most
 /// 4 MiB.
 ///
-/// The first process that uses a directory holds its lock until it ends. In another process every call then
-/// fails, after a wait of one second at the first one: two processes of one host don't take each other's
-/// operations for interrupted ones.
+/// The first process that uses a directory holds its lock until it ends or destroys the store. Every call of
+/// another process, or of another store of this one, then fails, after a wait of one second at the first
+/// one: two processes of one host don't take each other's operations for interrupted ones. A forked child is
+/// another process: it neither keeps its parent's lock nor releases it, and it can use its copy of the store
+/// when the parent has ended.
+///
+/// If the directory is removed or made anew, the next call goes to the new one.
 ///
 /// A file that is larger, that is no regular file or a symbolic link, that belongs to another user, or that
 /// others have any right to, is not read: it is renamed to NAME.unreadable, and `read` fails with a sentence
@@ -49,6 +53,7 @@ class FilePendingStore final : public PendingStore {
  private:
   /// The open directory and its lock.
   struct Held;
+  [[nodiscard]] bool isHeld();
   [[nodiscard]] std::expected<Held*, std::string> hold();
   [[nodiscard]] bool exists() const;
 

@@ -5,14 +5,12 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace tilvanego::detail {
 namespace {
 
 constexpr mode_t ownerDirectory = S_IRWXU;
-constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
 constexpr mode_t rightsOfOthers = S_IRWXG | S_IRWXO;
 
 // Returns a sentence with the cause in `errno`.
@@ -56,11 +54,6 @@ std::filesystem::path withoutTrailingSeparators(std::filesystem::path path) {
 
 }  // namespace
 
-HeldLock::~HeldLock() {
-  // If it were only closed, a child that was forked meanwhile would keep the lock.
-  if (file_) flock(file_.get(), LOCK_UN);
-}
-
 std::expected<PrivateDirectory, std::string> PrivateDirectory::open(const std::filesystem::path& given,
                                                                     bool create) {
   if (given.native().contains('\0')) return std::unexpected("The directory's name holds a NUL character.");
@@ -83,6 +76,7 @@ std::expected<PrivateDirectory, std::string> PrivateDirectory::open(const std::f
 }
 
 std::optional<Bytes> PrivateDirectory::read(const std::string& name, std::size_t limit) const {
+  if (isLockedHere(directory_, name)) return std::nullopt;
   // Without O_NONBLOCK, a named pipe in the file's place would block the caller.
   const FileDescriptor file(
       openat(directory_.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
@@ -151,23 +145,19 @@ std::expected<HeldLock, std::string> PrivateDirectory::lock(const std::string& n
   // Shorter than the time between two writes of one writer: otherwise a busy writer would lock out all
   // others.
   constexpr std::chrono::microseconds betweenTries(20);
-  FileDescriptor file(openat(directory_.get(), name.c_str(),
-                             O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, ownerFile));
-  if (!file) return failed(name, "can't be opened");
-  // The user's file creation mask may have removed a right that the next writer needs.
-  fchmod(file.get(), ownerFile);
   // The system has no lock with a time-out, so this tries again and again.
   const auto deadline = std::chrono::steady_clock::now() + longestWait;
-  while (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno == EINTR) continue;
-    if (errno != EWOULDBLOCK) return failed(name, "can't be locked");
+  while (true) {
+    auto lock = tryLock(directory_, name);
+    if (lock) return *std::move(lock);
+    if (lock.error() == LockFailure::open) return failed(name, "can't be opened");
+    if (lock.error() == LockFailure::lock) return failed(name, "can't be locked");
     if (std::chrono::steady_clock::now() >= deadline) {
       return std::unexpected((path_ / name).string() + " is locked by another program, and still was after " +
                              std::to_string(longestWait.count()) + " ms.");
     }
     std::this_thread::sleep_for(betweenTries);
   }
-  return HeldLock(std::move(file));
 }
 
 bool isOwnDirectory(const std::filesystem::path& path) {

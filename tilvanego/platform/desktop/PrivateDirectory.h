@@ -12,21 +12,10 @@
 
 #include <tilvanego/platform/FileDescriptor.h>
 #include <tilvanego/platform/FileReplacement.h>
+#include <tilvanego/platform/desktop/FileLock.h>
 #include <tilvanego/values/Bytes.h>
 
 namespace tilvanego::detail {
-
-/// A held lock. The destructor releases it, also if a child process has inherited its descriptor.
-class HeldLock {
- public:
-  explicit HeldLock(FileDescriptor file) : file_(std::move(file)) {}
-  HeldLock(HeldLock&&) noexcept = default;
-  HeldLock& operator=(HeldLock&&) = delete;
-  ~HeldLock();
-
- private:
-  FileDescriptor file_;
-};
 
 /// A directory that only the user can access. It is checked once, when it is opened. Files are then opened
 /// through its descriptor, so that nobody can replace the directory meanwhile.
@@ -40,7 +29,8 @@ class PrivateDirectory {
                                                                          bool create);
 
   /// Returns the content of a regular file that belongs to the user, that others have no right to, and that
-  /// has at most `limit` bytes. Returns no value for any other file, and if there is none.
+  /// has at most `limit` bytes. Returns no value for any other file, for one that this process has locked,
+  /// and if there is none.
   [[nodiscard]] std::optional<Bytes> read(const std::string& name, std::size_t limit) const;
 
   /// Returns true if there is anything of this name.
