@@ -2,6 +2,7 @@
 #include <fstream>
 #include <functional>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -110,6 +111,21 @@ TEST(FilePendingStore, FailsWithAReasonAndLeavesTheFormerText) {
   FilePendingStore store(temporary.path() / "own");
   EXPECT_TRUE(store.keep("payment", "x"));
   EXPECT_FALSE(store.keep("payment", std::string((std::size_t{4} << 20) + 1, 'x')));
+  EXPECT_EQ(store.read("payment").value(), "x");
+}
+
+TEST(FilePendingStore, KeepsItsLockWhenTheDiskIsFull) {
+  TemporaryDirectory temporary;
+  FilePendingStore store(temporary.path());
+  EXPECT_TRUE(store.keep("payment", "x"));
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const rlimit lowered{1000, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &lowered), 0);
+  EXPECT_FALSE(store.keep("payment", std::string(2000, 'y')));
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  FilePendingStore other(temporary.path());
+  EXPECT_TRUE(isLocked(other.read("payment")));
   EXPECT_EQ(store.read("payment").value(), "x");
 }
 

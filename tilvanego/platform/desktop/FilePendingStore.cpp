@@ -121,10 +121,7 @@ std::expected<void, std::string> FilePendingStore::keep(const std::string& name,
   const auto held = hold();
   if (!held) return std::unexpected(held.error());
   const auto bytes = std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-  auto kept = (*held)->directory.replace(name, bytes, detail::Durability::synced);
-  // The directory may have been removed: it is made again next time.
-  if (!kept) held_.reset();
-  return kept;
+  return (*held)->directory.replace(name, bytes, detail::Durability::synced);
 }
 
 std::expected<void, std::string> FilePendingStore::remove(const std::string& name) {
