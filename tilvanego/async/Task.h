@@ -69,31 +69,25 @@ class TaskPromise<void> : public TaskPromiseBase<void> {
   }
 };
 
-/// A coroutine that nobody awaits. It destroys itself at its end.
+/// A coroutine that nobody awaits. It destroys itself at its end. If it throws, `endProcess` is called while
+/// the exception is handled.
+template <void (*endProcess)()>
 struct Detached {
   struct promise_type {
     Detached get_return_object() noexcept { return {}; }
     std::suspend_never initial_suspend() noexcept { return {}; }
     std::suspend_never final_suspend() noexcept { return {}; }
     void return_void() noexcept {}
-    void unhandled_exception() noexcept {
-      endForException("the main queue's post, at the end of Task::wait,");
-    }
+    void unhandled_exception() noexcept { endProcess(); }
   };
 };
 
-/// The same for a task of the host's.
-struct DetachedTask {
-  struct promise_type {
-    DetachedTask get_return_object() noexcept { return {}; }
-    std::suspend_never initial_suspend() noexcept { return {}; }
-    std::suspend_never final_suspend() noexcept { return {}; }
-    void return_void() noexcept {}
-    void unhandled_exception() noexcept {
-      endForException("a detached Task", ", and nobody awaits it: catch exceptions inside the task.");
-    }
-  };
-};
+[[noreturn]] inline void endForThrowingPost() {
+  endForException("the main queue's post, at the end of Task::wait,");
+}
+[[noreturn]] inline void endForDetachedTask() {
+  endForException("a detached Task", ", and nobody awaits it: catch exceptions inside the task.");
+}
 
 }  // namespace tilvanego::detail
 
@@ -156,7 +150,8 @@ class [[nodiscard]] Task {
     T await_resume() const { return this->handle.promise().take(); }
   };
   template <typename Signal>
-  static detail::Detached signalEnd(std::coroutine_handle<promise_type> handle, Signal& signal) {
+  static detail::Detached<detail::endForThrowingPost> signalEnd(std::coroutine_handle<promise_type> handle,
+                                                                Signal& signal) {
     co_await Ended{handle};
     signal();
   }
@@ -167,7 +162,9 @@ class [[nodiscard]] Task {
 /// Starts a task that nobody awaits, as from the handler of a button, and returns at its first suspension.
 /// The task destroys itself at its end. If it throws, the process ends after one line on standard error.
 inline void detach(Task<void> task) {
-  [](Task<void> owned) -> detail::DetachedTask { co_await std::move(owned); }(std::move(task));
+  [](Task<void> owned) -> detail::Detached<detail::endForDetachedTask> {
+    co_await std::move(owned);
+  }(std::move(task));
 }
 
 template <typename T>
