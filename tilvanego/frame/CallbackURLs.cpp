@@ -8,7 +8,8 @@
 namespace tilvanego::detail {
 namespace {
 
-// Inlined for `callbackURLsMatch`, which each callback calls several times: two functions call them.
+// Inlined, as `samePaths` is: for each callback the library calls `callbackURLsMatch` several times. Since
+// `callbackURLDifference` calls these two functions too, the compiler alone would not inline them.
 [[gnu::always_inline]] inline bool sameSchemes(const URL& a, const URL& b) {
   const auto first = a.scheme();
   const auto second = b.scheme();
