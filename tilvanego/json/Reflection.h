@@ -48,9 +48,6 @@ inline constexpr std::string_view typeName = firstArgument(spelledType<T>());
 struct EnumeratorNames {
   static constexpr std::size_t max = 63;
 
-  [[nodiscard]] constexpr auto begin() const { return names.begin(); }
-  [[nodiscard]] constexpr auto end() const { return names.begin() + count; }
-
   std::array<std::string_view, max> names{};
   std::size_t count = 0;
 };
