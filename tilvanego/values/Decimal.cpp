@@ -2,55 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <cstddef>
-#include <limits>
-#include <ostream>
+#include <string>
 #include <utility>
 
-#include <tilvanego/values/DecimalFormatter.h>
-#include <tilvanego/values/UInt128.h>
+#include <tilvanego/values/DecimalParts.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-using Mantissa = detail::UInt128;
 using detail::addOverflows, detail::multiplyOverflows;
-
-constexpr Mantissa largestMantissa = ~Mantissa{0};
-constexpr int smallestExponent = -128;
-constexpr int largestExponent = 127;
-constexpr std::size_t mantissaDigits = 39;
-
-// 10^0 to 10^38, the powers that fit.
-constexpr auto powersOfTen = [] {
-  std::array<Mantissa, mantissaDigits> powers{1};
-  for (std::size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
-  return powers;
-}();
-constexpr std::uint64_t tenTo19 = 10'000'000'000'000'000'000U;
-
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-// The mantissa's digits without leading zeros; none for zero. `digits` must outlive the result.
-std::string_view digitsOf(Mantissa mantissa, std::array<char, mantissaDigits>& digits) {
-  char* const end = digits.data() + digits.size();
-  char* first = end;
-  while (mantissa > std::numeric_limits<std::uint64_t>::max()) {
-    auto low = static_cast<std::uint64_t>(mantissa % tenTo19);
-    mantissa /= tenTo19;
-    for (int i = 0; i < 19; ++i, low /= 10) *--first = static_cast<char>('0' + low % 10);
-  }
-  for (auto low = static_cast<std::uint64_t>(mantissa); low != 0; low /= 10) {
-    *--first = static_cast<char>('0' + low % 10);
-  }
-  return {first, end};
-}
-
-constexpr bool roundsUp(bool odd, std::strong_ordering remainderToHalf) {
-  return remainderToHalf > 0 || (remainderToHalf == 0 && odd);
-}
+using detail::DecimalParts, detail::DigitCollector, detail::Mantissa;
+using detail::largestExponent, detail::largestMantissa, detail::powersOfTen;
 
 // The part of a number that rounding drops.
 struct Remainder {
@@ -61,143 +24,8 @@ struct Remainder {
 constexpr bool roundsAway(Rounding rounding, bool odd, const Remainder& remainder) {
   if (remainder.isZero || rounding == Rounding::down) return false;
   if (rounding == Rounding::up) return true;
-  return rounding == Rounding::halfUp ? remainder.toHalf >= 0 : roundsUp(odd, remainder.toHalf);
+  return rounding == Rounding::halfUp ? remainder.toHalf >= 0 : detail::roundsUp(odd, remainder.toHalf);
 }
-
-}  // namespace
-
-// A number that may not have the canonical form.
-struct DecimalParts {
-  bool negative = false;
-  Mantissa mantissa = 0;
-  int exponent = 0;
-
-  static DecimalParts of(const Decimal& d) {
-    return {d.negative_, (Mantissa{d.high_} << 64) | d.low_, d.exponent_};
-  }
-
-  // Returns no value if the exponent is out of range. Zero is in range with any exponent.
-  std::optional<Decimal> decimal() const {
-    if (mantissa == 0) return Decimal();
-    if (exponent < smallestExponent || exponent > largestExponent) return std::nullopt;
-    DecimalParts canonical = *this;
-    canonical.stripZeros();
-    Decimal result;
-    result.high_ = static_cast<std::uint64_t>(canonical.mantissa >> 64);
-    result.low_ = static_cast<std::uint64_t>(canonical.mantissa);
-    result.exponent_ = static_cast<std::int8_t>(canonical.exponent);
-    result.negative_ = negative;
-    return result;
-  }
-
- private:
-  void stripZeros() {
-    while (mantissa > std::numeric_limits<std::uint64_t>::max() && exponent < largestExponent) {
-      if (mantissa % 10 != 0) return;
-      mantissa /= 10;
-      ++exponent;
-    }
-    auto low = static_cast<std::uint64_t>(mantissa);
-    if ((mantissa >> 64) != 0) return;
-    for (; low % 10 == 0 && exponent < largestExponent; low /= 10) ++exponent;
-    mantissa = low;
-  }
-};
-
-namespace {
-
-// Takes digits, the most significant first, and rounds, half to even, those that do not fit the mantissa.
-class DigitCollector {
- public:
-  void take(char digit) {
-    const auto value = static_cast<unsigned>(digit - '0');
-    Mantissa longer = 0;
-    if (dropped_ == 0 && !multiplyOverflows(mantissa_, Mantissa{10}, longer) &&
-        !addOverflows(longer, Mantissa{value}, longer)) {
-      mantissa_ = longer;
-    } else if (dropped_++ == 0) {
-      firstDropped_ = value;
-    } else if (value != 0) {
-      restIsZero_ = false;
-    }
-  }
-
-  bool isExact() const { return firstDropped_ == 0 && restIsZero_; }
-
-  // Returns the digits so far as an integer times ten to the `exponent`.
-  DecimalParts parts(bool negative, std::int64_t exponent) const {
-    DecimalParts result{negative, mantissa_, 0};
-    std::int64_t power = exponent + dropped_;
-    const auto toHalf =
-        firstDropped_ == 5 && !restIsZero_ ? std::strong_ordering::greater : firstDropped_ <=> 5U;
-    if (roundsUp((mantissa_ & 1) != 0, toHalf)) {
-      if (mantissa_ == largestMantissa) {
-        // 2^128 itself doesn't fit: one digit fewer, rounded up since it ends in 6.
-        result.mantissa = largestMantissa / 10 + 1;
-        ++power;
-      } else {
-        ++result.mantissa;
-      }
-    }
-    result.exponent =
-        static_cast<int>(std::clamp<std::int64_t>(power, smallestExponent - 1, largestExponent + 1));
-    return result;
-  }
-
- private:
-  Mantissa mantissa_ = 0;
-  std::int64_t dropped_ = 0;
-  unsigned firstDropped_ = 0;
-  bool restIsZero_ = true;
-};
-
-// A cursor over the text. Each step reads a part, if it is there, and returns whether it was.
-class NumberScanner {
- public:
-  explicit NumberScanner(std::string_view text) : text_(text) {}
-
-  bool atEnd() const { return at_ == text_.size(); }
-  void skipBlanks() {
-    while (peek() == ' ' || (peek() >= '\t' && peek() <= '\r')) ++at_;
-  }
-  bool takeSign() {
-    const bool negative = peek() == '-';
-    if (negative || peek() == '+') ++at_;
-    return negative;
-  }
-  bool takePoint() { return takeIf('.'); }
-  std::size_t takeDigits(DigitCollector& digits) {
-    const std::size_t start = at_;
-    for (; isDigit(peek()); ++at_) digits.take(text_[at_]);
-    return at_ - start;
-  }
-  // Reads an exponent. Without a digit, returns no value and reads nothing. A huge exponent saturates far
-  // outside the range.
-  std::optional<std::int64_t> takeExponent() {
-    const std::size_t start = at_;
-    if (!takeIf('e') && !takeIf('E')) return std::nullopt;
-    const bool negative = takeSign();
-    if (!isDigit(peek())) {
-      at_ = start;
-      return std::nullopt;
-    }
-    std::int64_t exponent = 0;
-    constexpr std::int64_t enough = std::int64_t{1} << 48;
-    for (; isDigit(peek()); ++at_) exponent = std::min(exponent * 10 + (peek() - '0'), enough);
-    return negative ? -exponent : exponent;
-  }
-
- private:
-  char peek() const { return atEnd() ? '\0' : text_[at_]; }
-  bool takeIf(char expected) {
-    if (peek() != expected) return false;
-    ++at_;
-    return true;
-  }
-
-  std::string_view text_;
-  std::size_t at_ = 0;
-};
 
 std::strong_ordering comparedMagnitudes(const DecimalParts& a, const DecimalParts& b) {
   if (a.exponent < b.exponent) return 0 <=> comparedMagnitudes(b, a);
@@ -211,8 +39,8 @@ std::strong_ordering comparedMagnitudes(const DecimalParts& a, const DecimalPart
 
 // The digits of a number from 10^highest down to 10^lowest.
 std::string digitRow(const DecimalParts& parts, int lowest, int highest) {
-  std::array<char, mantissaDigits> buffer{};
-  const std::string_view digits = digitsOf(parts.mantissa, buffer);
+  std::array<char, detail::mantissaDigits> buffer{};
+  const std::string_view digits = detail::digitsOf(parts.mantissa, buffer);
   std::string row(static_cast<std::size_t>(highest - lowest + 1), '0');
   const auto end = row.size() - static_cast<std::size_t>(parts.exponent - lowest);
   row.replace(end - digits.size(), digits.size(), digits);
@@ -226,7 +54,7 @@ struct RoundedSum {
 };
 RoundedSum addedDigitByDigit(const DecimalParts& a, const DecimalParts& b) {
   const int lowest = std::min(a.exponent, b.exponent);
-  const int highest = std::max(a.exponent, b.exponent) + static_cast<int>(mantissaDigits);
+  const int highest = std::max(a.exponent, b.exponent) + static_cast<int>(detail::mantissaDigits);
   std::string sum = digitRow(a, lowest, highest);
   const std::string other = digitRow(b, lowest, highest);
   const int sign = a.negative == b.negative ? 1 : -1;
@@ -291,65 +119,6 @@ Remainder dropDigits(Mantissa& mantissa, int count, bool rest) {
 
 Decimal::Decimal(bool negative, std::uint64_t magnitude)
     : Decimal(*DecimalParts{negative, magnitude, 0}.decimal()) {}
-
-std::optional<Decimal> Decimal::parse(std::string_view text) {
-  NumberScanner scanner(text);
-  scanner.skipBlanks();
-  const bool negative = scanner.takeSign();
-  DigitCollector digits;
-  const std::size_t whole = scanner.takeDigits(digits);
-  const std::size_t fraction = scanner.takePoint() ? scanner.takeDigits(digits) : 0;
-  if (whole + fraction == 0) return std::nullopt;
-  const std::int64_t exponent = scanner.takeExponent().value_or(0);
-  return digits.parts(negative, exponent - static_cast<std::int64_t>(fraction)).decimal();
-}
-
-std::optional<Decimal> Decimal::parseExact(std::string_view text) {
-  NumberScanner scanner(text);
-  const bool negative = scanner.takeSign();
-  DigitCollector digits;
-  if (scanner.takeDigits(digits) == 0) return std::nullopt;
-  std::size_t fraction = 0;
-  if (scanner.takePoint()) {
-    fraction = scanner.takeDigits(digits);
-    if (fraction == 0) return std::nullopt;
-  }
-  const std::int64_t exponent = scanner.takeExponent().value_or(0);
-  if (!scanner.atEnd() || !digits.isExact()) return std::nullopt;
-  return digits.parts(negative, exponent - static_cast<std::int64_t>(fraction)).decimal();
-}
-
-std::optional<Decimal> Decimal::fromDouble(double value) {
-  if (!std::isfinite(value)) return std::nullopt;
-  std::array<char, 32> digits{};
-  const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), value);
-  return parse(std::string_view(digits.data(), end));
-}
-
-std::string Decimal::text() const {
-  if (isZero()) return "0";
-  const DecimalParts parts = DecimalParts::of(*this);
-  std::array<char, mantissaDigits> buffer{};
-  const std::string_view digits = digitsOf(parts.mantissa, buffer);
-  std::string result;
-  if (parts.negative) result += '-';
-  if (parts.exponent >= 0) {
-    result += digits;
-    result.append(static_cast<std::size_t>(parts.exponent), '0');
-    return result;
-  }
-  const auto fraction = static_cast<std::size_t>(-parts.exponent);
-  if (fraction < digits.size()) {
-    result += digits.substr(0, digits.size() - fraction);
-    result += '.';
-    result += digits.substr(digits.size() - fraction);
-  } else {
-    result += "0.";
-    result.append(fraction - digits.size(), '0');
-    result += digits;
-  }
-  return result;
-}
 
 Decimal Decimal::rounded(unsigned fractionDigits, Rounding rounding) const {
   DecimalParts parts = DecimalParts::of(*this);
@@ -424,8 +193,6 @@ std::size_t Decimal::hash() const {
   return static_cast<std::size_t>(mixed ^ mixed >> 32);
 }
 
-std::ostream& Decimal::show(std::ostream& out) const { return out << text(); }
-
 Decimal Decimal::operator-() const {
   Decimal result = *this;
   result.negative_ = !negative_ && !isZero();
@@ -444,11 +211,6 @@ Decimal operator+(const Decimal& a, const Decimal& b) {
   if (b.isZero()) return a;
   const DecimalParts sum = added(a, b).parts;
   return sum.decimal().value_or(*DecimalParts{sum.negative, largestMantissa, largestExponent}.decimal());
-}
-
-std::string formattedDecimal(const Decimal& value) {
-  const Decimal rounded = value.rounded(3);
-  return value.isNegative() && rounded.isZero() ? "-0" : rounded.text();
 }
 
 }  // namespace tilvanego

@@ -10,6 +10,7 @@
 #include <string_view>
 
 namespace tilvanego::detail {
+struct DecimalParts;
 struct LiteralReader;
 }  // namespace tilvanego::detail
 
@@ -98,7 +99,7 @@ class Decimal {
   friend std::ostream& operator<<(std::ostream& out, const Decimal& value) { return value.show(out); }
 
  private:
-  friend struct DecimalParts;
+  friend struct detail::DecimalParts;
   friend struct detail::LiteralReader;
 
   Decimal(bool negative, std::uint64_t magnitude);
