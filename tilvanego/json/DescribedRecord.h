@@ -13,14 +13,13 @@
 #include <tilvanego/json/CodingKeys.h>
 #include <tilvanego/json/Record.h>
 #include <tilvanego/json/ValueCodecs.h>
+#include <tilvanego/values/HashMixing.h>
 
 /// The definitions behind `Described`, for the one source file of each record that names its keys.
 
 namespace tilvanego::json::detail {
 
-[[nodiscard]] constexpr std::size_t mixHash(std::size_t seed, std::size_t hash) {
-  return seed ^ (hash + static_cast<std::size_t>(0x9E3779B97F4A7C15) + (seed << 6) + (seed >> 2));
-}
+using tilvanego::detail::mixHash;
 
 template <typename T>
 [[nodiscard]] std::size_t hashOf(const T& value) {

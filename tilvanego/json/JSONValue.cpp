@@ -4,15 +4,13 @@
 #include <cstdlib>
 
 #include <tilvanego/json/JSONValueLevels.h>
+#include <tilvanego/values/HashMixing.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
+using detail::mixHash;
 using json::detail::Levels;
-
-std::size_t mix(std::size_t seed, std::size_t hash) {
-  return (seed ^ hash) * static_cast<std::size_t>(0x9E3779B97F4A7C15) + (seed >> 17);
-}
 
 // Whether both have the same case and the same content, or the same number of elements.
 bool alike(const JSONValue& a, const JSONValue& b) {
@@ -172,20 +170,20 @@ std::size_t JSONValue::hash() const {
   std::size_t hash = 0;
   Levels levels;
   for (const JSONValue* one = this; one != nullptr; one = levels.next()) {
-    if (const std::string* key = levels.key()) hash = mix(hash, std::hash<std::string>()(*key));
-    hash = mix(hash, one->value_.index());
+    if (const std::string* key = levels.key()) hash = mixHash(hash, std::hash<std::string>()(*key));
+    hash = mixHash(hash, one->value_.index());
     if (const auto* text = one->stringValue()) {
-      hash = mix(hash, std::hash<std::string>()(*text));
+      hash = mixHash(hash, std::hash<std::string>()(*text));
     } else if (const auto* array = one->arrayValue()) {
-      hash = mix(hash, array->size());
+      hash = mixHash(hash, array->size());
     } else if (const auto* dictionary = one->dictionaryValue()) {
-      hash = mix(hash, dictionary->size());
+      hash = mixHash(hash, dictionary->size());
     } else if (const auto whole = one->intValue()) {
-      hash = mix(hash, std::hash<std::int64_t>()(*whole));
+      hash = mixHash(hash, std::hash<std::int64_t>()(*whole));
     } else if (const auto real = one->doubleValue()) {
-      hash = mix(hash, std::hash<double>()(*real));
+      hash = mixHash(hash, std::hash<double>()(*real));
     } else if (const auto truth = one->boolValue()) {
-      hash = mix(hash, *truth ? 1 : 0);
+      hash = mixHash(hash, *truth ? 1 : 0);
     }
     levels.enter(*one);
   }

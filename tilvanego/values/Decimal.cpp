@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 
 #include <tilvanego/values/DecimalParts.h>
+#include <tilvanego/values/HashMixing.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -187,10 +190,9 @@ std::optional<Decimal> Decimal::dividedBy(const Decimal& divisor, unsigned fract
 }
 
 std::size_t Decimal::hash() const {
-  constexpr std::uint64_t spread = 0x9E3779B97F4A7C15U;
-  std::uint64_t mixed = (high_ * spread ^ low_) * spread;
-  mixed = (mixed ^ static_cast<std::uint8_t>(exponent_)) * spread + (negative_ ? 1 : 0);
-  return static_cast<std::size_t>(mixed ^ mixed >> 32);
+  constexpr std::hash<std::uint64_t> hashOf;
+  const std::size_t mantissa = detail::mixHash(hashOf(high_), hashOf(low_));
+  return detail::mixHash(detail::mixHash(mantissa, static_cast<std::uint8_t>(exponent_)), negative_ ? 1 : 0);
 }
 
 Decimal Decimal::operator-() const {
