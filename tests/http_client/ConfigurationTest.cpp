@@ -1,6 +1,10 @@
 #include <csignal>
 #include <thread>
 
+#include <tilvanego/http_client/encodings/FormDataEncoding.h>
+#include <tilvanego/values/DateFormats.h>
+#include <tilvanego/values/SecretNames.h>
+
 #include "tests/http_client/TestClient.h"
 #include "tests/support/Test.h"
 
@@ -123,6 +127,19 @@ TEST(RequestBuilder, AKindOfTheHostsSeesWhatItIsMadeWith) {
   const auto task = builder->RequestBuilder::execute([](const auto&) { FAIL(); });
   EXPECT_EQ(task, builder->requestTask);
   task->cancel();
+}
+
+TEST(Enumerations, WriteTheNamesOfTheirCasesToAStream) {
+  const auto shown = [](const auto&... value) { return (... + (testing::PrintToString(value) + ' ')); };
+  EXPECT_EQ(shown(OpenAPIInterceptorRetry::dontRetry, BodyKind::other, FormDataError::Reason::noRandomBytes,
+                  DownloadException::requestMissingURL, static_cast<DownloadException::Case>(5)),
+            "dontRetry other noRandomBytes requestMissingURL 5 ");
+  EXPECT_EQ(shown(TransportError::Code::unknown, URLProtectionSpace::AuthenticationMethod::httpDigest,
+                  URLAuthenticationResponse::Disposition::rejectProtectionSpace, HTTPMethod::delete_),
+            "unknown httpDigest rejectProtectionSpace DELETE ");
+  EXPECT_EQ(shown(JSONKind::object, JSONFailure::beyondLimit, json::Reader::Next::failure, Secret::cardData,
+                  APIDatePattern::dateOnly, Rounding::down),
+            "object beyondLimit failure cardData dateOnly down ");
 }
 
 TEST(ErrorResponse, ShowsNeitherBodyNorAddress) {

@@ -1,3 +1,5 @@
+#include <limits>
+
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
 
@@ -260,6 +262,22 @@ TEST(JSONValue, SubscriptsChainAndNeverFail) {
     EXPECT_FALSE(one[0] || one["x"]);
   }
   EXPECT_DEATH((void)*document["missing"], "there is no value here");
+}
+
+TEST(JSONValue, IsWrittenToAStreamAsJSONWithoutSecrets) {
+  const JSONValue token = JSONValue::dictionary({{"basic_token", JSONValue::array({"s3cret"})}});
+  const std::pair<JSONValue, std::string_view> cases[] = {
+      {JSONValue(), "null"},
+      {JSONValue::array({true, 1, 1.0, -2.5e300, "a\"\n"}), R"([true,1,1.0,-2.5e+300,"a\"\n"])"},
+      {JSONValue::array({JSONValue::Array(), JSONValue::array({JSONValue::Dictionary()}), 1}), "[[],[{}],1]"},
+      {JSONValue::dictionary({{"a\n", JSONValue::array({token, 1})}, {"b", nullptr}}),
+       R"({"a\n":[{"basic_token":<redacted>},1],"b":null})"},
+      {JSONValue::dictionary({{"Payload", nullptr}, {"clear_pan", 4}, {"notes", "n0tes"}, {"z", token}}),
+       R"({"Payload":null,"clear_pan":<redacted>,"notes":<redacted>,"z":{"basic_token":<redacted>}})"},
+      {std::numeric_limits<double>::infinity(), "inf"},
+      {"\xFF", "\"\xEF\xBF\xBD\""},
+  };
+  for (const auto& [value, text] : cases) EXPECT_EQ(testing::PrintToString(value), text);
 }
 
 TEST(JSONValue, CasesAreKeptApartAndCopiesAreWhole) {

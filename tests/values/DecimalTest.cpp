@@ -230,8 +230,7 @@ TEST(Decimal, RoundsAsTold) {
     for (const auto& [rounding, text] :
          {std::pair(Rounding::halfEven, halfEven), std::pair(Rounding::halfUp, halfUp),
           std::pair(Rounding::up, up), std::pair(Rounding::down, down)}) {
-      SCOPED_TRACE(std::string(a) + " / " + std::string(divisor) + " " +
-                   std::to_string(static_cast<int>(rounding)));
+      SCOPED_TRACE(std::string(a) + " / " + std::string(divisor) + " " + testing::PrintToString(rounding));
       const auto expected = Decimal::parseExact(text);
       EXPECT_EQ(number(a).dividedBy(number(divisor), digits, rounding), expected);
       if (divisor == "1" && expected) {
@@ -254,6 +253,8 @@ TEST(Decimal, HasOneHashForEachNumber) {
 TEST(Decimal, LiteralsAreTheNumbersThatTheirTextsAre) {
   static_assert("12.50"_decimal == "12.5"_decimal);
   EXPECT_EQ(testing::PrintToString("12.50"_decimal), "12.5");
+  EXPECT_EQ(testing::PrintToString(Rounding::halfUp), "halfUp");
+  EXPECT_EQ(testing::PrintToString(static_cast<Rounding>(-1)), "-1");
   for (const std::string_view text :
        {"0", "-0", "007", "-12.50", "1000", "0.001", "18446744073709551615", "1844674407370955161.5"}) {
     EXPECT_EQ(detail::LiteralReader::decimal(text), Decimal::parseExact(text)) << text;

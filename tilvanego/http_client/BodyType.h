@@ -19,6 +19,7 @@
 #include <tilvanego/network/Failure.h>
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/values/Bytes.h>
+#include <tilvanego/values/CaseNames.h>
 #include <tilvanego/values/Data.h>
 #include <tilvanego/values/URL.h>
 
@@ -32,6 +33,9 @@ enum class BodyKind : std::uint8_t {
   bytes,  ///< `Data` or `Bytes`: the bytes themselves
   other   ///< any other type: decoded from JSON, or by a builder class of the host
 };
+
+template <>
+inline constexpr bool showsCaseNames<BodyKind> = true;
 
 /// Describes the body type T of a response to a builder, which isn't a template itself. `bodyTypeOf<T>()`
 /// returns it; it lives as long as the process. A builder passes a body on as a `std::any` that holds a T.

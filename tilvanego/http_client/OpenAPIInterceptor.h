@@ -11,6 +11,7 @@
 #include <tilvanego/network/URLRequest.h>
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/network/URLSessionProtocol.h>
+#include <tilvanego/values/CaseNames.h>
 #include <tilvanego/values/Data.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -19,6 +20,9 @@ class RequestBuilder;
 
 /// Whether a failed request is sent again.
 enum class OpenAPIInterceptorRetry : std::uint8_t { retry, dontRetry };
+
+template <>
+inline constexpr bool showsCaseNames<OpenAPIInterceptorRetry> = true;
 
 /// Callbacks between the builders and the session: an interceptor may change, refuse, observe and retry each
 /// request. All builders of a configuration share one interceptor, which is called on several threads at

@@ -7,12 +7,16 @@
 #include <vector>
 
 #include <tilvanego/json/JSONLimits.h>
+#include <tilvanego/values/CaseNames.h>
 #include <tilvanego/values/Shown.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The six kinds of JSON values (RFC 8259, section 3).
 enum class JSONKind : std::uint8_t { null, boolean, number, string, array, object };
+
+template <>
+inline constexpr bool showsCaseNames<JSONKind> = true;
 
 /// Why reading a JSON text or writing a value failed.
 enum class JSONFailure : std::uint8_t {
@@ -32,6 +36,9 @@ enum class JSONFailure : std::uint8_t {
   notFinite,            ///< on writing: an infinity or a NaN, for which JSON has no form
   beyondLimit,          ///< reading costs more than the reader's `JSONLimits` allow
 };
+
+template <>
+inline constexpr bool showsCaseNames<JSONFailure> = true;
 
 /// One step into a value: a key of an object or an index of an array.
 using JSONPathStep = std::variant<std::string, std::size_t>;

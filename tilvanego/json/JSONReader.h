@@ -10,12 +10,16 @@
 #include <tilvanego/json/JSONError.h>
 #include <tilvanego/json/JSONLimits.h>
 #include <tilvanego/json/JSONNumber.h>
+#include <tilvanego/values/CaseNames.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] json {
 
 struct RecordField;
 struct RecordTable;
+
+// Enumerations write the names of their cases.
+using tilvanego::operator<<;
 
 /// Reads one JSON text (RFC 8259, UTF-8, with or without a byte order mark) value by value: the caller calls
 /// the function of the kind that it expects next. Each function skips the white space before the value. A
@@ -150,4 +154,8 @@ class Reader {
 };
 
 }  // namespace json
+
+template <>
+inline constexpr bool showsCaseNames<json::Reader::Next> = true;
+
 }  // namespace tilvanego

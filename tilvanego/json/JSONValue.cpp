@@ -2,9 +2,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ostream>
 
 #include <tilvanego/json/JSONValueLevels.h>
 #include <tilvanego/values/HashMixing.h>
+#include <tilvanego/values/SecretNames.h>
+#include <tilvanego/values/Shown.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -23,6 +26,34 @@ bool alike(const JSONValue& a, const JSONValue& b) {
 }
 
 bool sameKeys(const Levels& a, const Levels& b) { return a.key() == nullptr || *a.key() == *b.key(); }
+
+void showText(std::ostream& out, const std::string& text) {
+  if (const auto json = json::encode(text)) {
+    out << *json;
+  } else {
+    // It isn't UTF-8.
+    support::showLiteral(out, text);
+  }
+}
+
+// Writes a value without those inside it.
+void showOne(std::ostream& out, const JSONValue& value) {
+  if (const auto* text = value.stringValue()) {
+    showText(out, *text);
+  } else if (const auto* array = value.arrayValue()) {
+    out << (array->empty() ? "[]" : "[");
+  } else if (const auto* dictionary = value.dictionaryValue()) {
+    out << (dictionary->empty() ? "{}" : "{");
+  } else if (const auto whole = value.intValue()) {
+    support::showNumber(out, *whole);
+  } else if (const auto real = value.doubleValue()) {
+    support::showNumber(out, *real);
+  } else if (const auto truth = value.boolValue()) {
+    out << (*truth ? "true" : "false");
+  } else {
+    out << "null";
+  }
+}
 
 }  // namespace
 
@@ -188,6 +219,29 @@ std::size_t JSONValue::hash() const {
     levels.enter(*one);
   }
   return hash;
+}
+
+std::ostream& JSONValue::show(std::ostream& out) const {
+  Levels levels;
+  const JSONValue* one = this;
+  for (;;) {
+    const bool isHidden = levels.key() != nullptr && isHiddenField(*levels.key()) && !one->isNull();
+    if (isHidden) {
+      out << "<redacted>";
+    } else {
+      showOne(out, *one);
+    }
+    const bool isFirst = !isHidden && levels.enter(*one);
+    while (!levels.empty() && (one = levels.nextInLevel()) == nullptr) {
+      out << (levels.isInDictionary() ? '}' : ']');
+      levels.leave();
+    }
+    if (levels.empty()) return out;
+    if (!isFirst) out << ',';
+    if (!levels.isInDictionary()) continue;
+    showText(out, *levels.key());
+    out << ':';
+  }
 }
 
 }  // namespace tilvanego

@@ -6,6 +6,7 @@
 #include <expected>
 #include <functional>
 #include <initializer_list>
+#include <iosfwd>
 #include <map>
 #include <memory>
 #include <optional>
@@ -121,6 +122,11 @@ class JSONValue {
   /// Equal values have equal hashes.
   [[nodiscard]] std::size_t hash() const;
 
+  /// Writes the value as JSON for a person, in one line; a whole `double` keeps its ".0". What stands under a
+  /// hidden key (`isHiddenField`) is written as `<redacted>`, which is no JSON: `json::encode` writes for
+  /// programs.
+  friend std::ostream& operator<<(std::ostream& out, const JSONValue& value) { return value.show(out); }
+
  private:
   /// Arrays and dictionaries are allocated separately, so that a value is as small as a string; empty ones
   /// are not allocated. `next` links those that will be destroyed.
@@ -137,6 +143,7 @@ class JSONValue {
   class Reading;
   class Doomed;
 
+  std::ostream& show(std::ostream& out) const;
   void copy(const JSONValue& other);
   void copyOneLevel(const JSONValue& other);
   void dismantle() noexcept;

@@ -1,19 +1,18 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <string_view>
 #include <tuple>
 #include <utility>
 
-/// The names of enumerators, types and members as texts, from the compiler. g++ and clang write a template's
-/// arguments into `__PRETTY_FUNCTION__`: `... [with auto value = tilvanego::models::Status::force; ...]`.
+#include <tilvanego/values/CaseNames.h>
+
+/// The names of types and members as texts, from the compiler, beside those of enumerators. g++ and clang
+/// write a template's arguments into `__PRETTY_FUNCTION__`: `... [with auto value =
+/// tilvanego::models::Status::force; ...]`.
 namespace tilvanego::json::detail {
 
-template <auto... values>
-consteval std::string_view spelledList() {
-  return __PRETTY_FUNCTION__;
-}
+using tilvanego::detail::enumeratorNames;
 
 template <auto value>
 consteval std::string_view spelled() {
@@ -43,41 +42,6 @@ consteval std::string_view spelledType() {
 /// The type with its namespaces and enclosing types: "tilvanego::models::EBT::ModelType".
 template <typename T>
 inline constexpr std::string_view typeName = firstArgument(spelledType<T>());
-
-/// The names of the enumerators with the values 0, 1, 2, … without a gap. More than `max` do not compile.
-struct EnumeratorNames {
-  static constexpr std::size_t max = 63;
-
-  std::array<std::string_view, max> names{};
-  std::size_t count = 0;
-};
-
-/// Reads the names from a list of values, `a::b, a::c, (a)2}`. The compiler writes a value that is not an
-/// enumerator as a cast; it ends the list.
-[[nodiscard]] consteval EnumeratorNames listedNames(std::string_view list) {
-  EnumeratorNames listed;
-  std::size_t nesting = 0;
-  std::size_t begin = 0;
-  for (std::size_t at = 0;; ++at) {
-    const char c = list[at];
-    if (c == '<' || c == '(') ++nesting;
-    if (nesting > 0) {
-      if (c == '>' || c == ')') --nesting;
-      if (c == ')' && list[at + 1] >= '-' && list[at + 1] <= '9') return listed;
-    } else if (c == ':') {
-      begin = at + 1;
-    } else if (c == ',') {
-      listed.names[listed.count++] = list.substr(begin, at - begin);
-    }
-  }
-}
-
-/// The names of an enumeration's cases. One text has all of them: to ask the compiler for each is slow.
-template <typename Enumeration>
-inline constexpr EnumeratorNames enumeratorNames = []<std::size_t... index>(std::index_sequence<index...>) {
-  constexpr std::string_view spelling = spelledList<static_cast<Enumeration>(index)...>();
-  return listedNames(spelling.substr(spelling.find("= ") + 3));
-}(std::make_index_sequence<EnumeratorNames::max + 1>());
 
 inline constexpr std::size_t maxMembers = 16;
 

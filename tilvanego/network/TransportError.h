@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include <tilvanego/values/CaseNames.h>
 #include <tilvanego/values/Shown.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -54,5 +55,8 @@ struct TransportError {
 
   bool operator==(const TransportError&) const = default;
 };
+
+template <>
+inline constexpr bool showsCaseNames<TransportError::Code> = true;
 
 }  // namespace tilvanego

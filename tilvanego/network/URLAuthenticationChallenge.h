@@ -7,6 +7,7 @@
 
 #include <tilvanego/network/URLCredential.h>
 #include <tilvanego/network/URLSessionProtocol.h>
+#include <tilvanego/values/CaseNames.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -33,6 +34,9 @@ struct URLProtectionSpace {
 
   std::strong_ordering operator<=>(const URLProtectionSpace&) const = default;
 };
+
+template <>
+inline constexpr bool showsCaseNames<URLProtectionSpace::AuthenticationMethod> = true;
 
 /// A server or a proxy requires credentials: status 401 or 407 (RFC 9110, section 11).
 struct URLAuthenticationChallenge {
@@ -62,6 +66,9 @@ struct URLAuthenticationResponse {
   Disposition disposition = Disposition::performDefaultHandling;
   std::optional<URLCredential> credential{};
 };
+
+template <>
+inline constexpr bool showsCaseNames<URLAuthenticationResponse::Disposition> = true;
 
 /// Callbacks of a session. A session without a delegate handles challenges by default.
 class URLSessionDelegate {

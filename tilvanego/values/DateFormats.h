@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/CaseNames.h>
 #include <tilvanego/values/Date.h>
 
 /// Date texts on the wire, profiles of ISO 8601 (RFC 3339). Dates are Gregorian, also before 1582, and years
@@ -30,6 +31,9 @@ enum class APIDatePattern {
   wholeSeconds,  ///< "2024-03-05T10:20:30Z"
   dateOnly,      ///< "2024-03-05", at midnight UTC
 };
+
+template <>
+inline constexpr bool showsCaseNames<APIDatePattern> = true;
 
 [[nodiscard]] std::optional<Date> readAPIDate(std::string_view text, APIDatePattern pattern);
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include <tilvanego/values/CaseNames.h>
+
 namespace tilvanego::detail {
 struct DecimalParts;
 struct LiteralReader;
@@ -23,6 +25,9 @@ enum class Rounding {
   up,        ///< away from zero
   down,      ///< towards zero
 };
+
+template <>
+inline constexpr bool showsCaseNames<Rounding> = true;
 
 /// An exact base-10 number: a sign, a mantissa of 128 bits and a power-of-ten exponent of -128...127. It
 /// holds numbers of up to 38 significant digits exactly, without allocation. Numbers are equal if their

@@ -3,6 +3,8 @@
 #include <optional>
 #include <string_view>
 
+#include <tilvanego/values/CaseNames.h>
+
 /// The names of secret items and fields. Code that shows links or callbacks hides the values of these
 /// names.
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -15,6 +17,9 @@ enum class Secret {
   /// A card's data in clear.
   cardData,
 };
+
+template <>
+inline constexpr bool showsCaseNames<Secret> = true;
 
 /// Returns the kind of secret that an item or a field of this name holds, or nothing. The name is
 /// case-insensitive. Allocates nothing for a name in ASCII. Any thread may call this.

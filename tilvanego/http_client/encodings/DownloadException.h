@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include <tilvanego/values/CaseNames.h>
+
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// What is missing in a request or in a downloaded response. A `Failure` can hold it.
@@ -39,5 +41,8 @@ class DownloadException {
  private:
   Case value_;
 };
+
+template <>
+inline constexpr bool showsCaseNames<DownloadException::Case> = true;
 
 }  // namespace tilvanego

@@ -7,6 +7,7 @@
 #include <string>
 
 #include <tilvanego/http_client/encodings/ParameterEncoding.h>
+#include <tilvanego/values/CaseNames.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -26,6 +27,9 @@ struct FormDataError {
   [[nodiscard]] std::string description() const;
   bool operator==(const FormDataError&) const = default;
 };
+
+template <>
+inline constexpr bool showsCaseNames<FormDataError::Reason> = true;
 
 /// Encodes the parameters as a multipart body (RFC 7578), in the order of their names. A collection has one
 /// part for each element. A `file:` URL is sent as a file with its name and MIME type; texts, numbers,
