@@ -1,3 +1,6 @@
+#include <new>
+#include <thread>
+
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>
 
@@ -55,6 +58,43 @@ TEST(Gzip, StopsABombOneChunkBeyondTheLimitAtMost) {
     // The output's buffer grows by doubling: four times its last size bounds all of its buffers together.
     EXPECT_LE(test::allocatedBytes() - before, 4 * (limit + gzipChunk)) << limit;
   }
+}
+
+// zlib is C: an exception that passed through it would leave its state allocated, and what it wrote unwiped.
+TEST(Gzip, WithoutMemoryFailsByAValueInsideZlibAndByAnExceptionOutside) {
+  const std::string text = noise(100'000);
+  const Bytes stream = gzipCompress(bytesOf(text)).value();
+  const auto failEachAllocation = [](std::string_view failure, const auto& call) {
+    SCOPED_TRACE(failure);
+    std::size_t failures = 0;
+    std::size_t exceptions = 0;
+    std::vector<std::size_t> kept;
+    bool hasFailed = true;
+    while (hasFailed) {
+      // A fresh thread keeps no memory for zlib yet.
+      std::thread([&] {
+        const std::size_t before = test::liveBytes();
+        test::failAllocation(kept.size() + 1);
+        try {
+          const auto result = call();
+          hasFailed = test::failAllocation(0) == 0;
+          EXPECT_EQ(result ? "" : result.error().name(), hasFailed ? failure : "");
+          failures += hasFailed ? 1 : 0;
+        } catch (const std::bad_alloc&) {
+          ++exceptions;
+        }
+        EXPECT_TRUE(call()) << "once there is memory again";
+        kept.push_back(test::liveBytes() - before);
+      }).join();
+    }
+    EXPECT_GT(failures, 1U);
+    EXPECT_EQ(exceptions, 1U) << "the result's buffer";
+    // Less than the smallest state of zlib; the system rounds each block.
+    for (const std::size_t size : kept) EXPECT_LT(size, kept.back() + 2048) << "a failure leaves no state";
+  };
+  failEachAllocation("urlPayloadInvalid", [&] { return gzipCompress(bytesOf(text)); });
+  failEachAllocation("urlPayloadDecompressionFailed",
+                     [&] { return gzipDecompress(stream, noLimit, text.size()); });
 }
 
 TEST(CompressedPayload, TakesJSONOfExactlyTheLimitAndNotOneByteMore) {
