@@ -77,12 +77,13 @@ class CaptureResponse : public ResponseRecord<CaptureResponseFields> {
 /// The cases of `CaptureError`, reached as `CaptureError::InvalidRequest` and so on.
 struct CaptureErrorCases {
   using InvalidRequest = cases::InvalidRequest;
-  using RequestIdMismatch = cases::RequestIdMismatch<"Capture">;
-  using CaptureFailed = cases::FailedWithCode<"captureFailed", "Capture">;
-  using CaptureAppNotInstalled = cases::Plain<"captureAppNotInstalled", cases::appNotInstalled>;
-  using CaptureInProgress = cases::Plain<"captureInProgress", "A capture request is already in progress.">;
-  using InvalidCallback = cases::Plain<"invalidCallback", "The capture callback could not be parsed.">;
-  using MissingStatus = cases::Plain<"missingStatus", "Capture callback is missing a status.">;
+  struct RequestIdMismatch : cases::RequestIdMismatch<"Capture"> {};
+  struct CaptureFailed : cases::FailedWithCode<"captureFailed", "Capture"> {};
+  struct CaptureAppNotInstalled : cases::Plain<"captureAppNotInstalled", cases::appNotInstalled> {};
+  struct CaptureInProgress : cases::Plain<"captureInProgress", "A capture request is already in progress."> {
+  };
+  struct InvalidCallback : cases::Plain<"invalidCallback", "The capture callback could not be parsed."> {};
+  struct MissingStatus : cases::Plain<"missingStatus", "Capture callback is missing a status."> {};
 
   using Variant = std::variant<InvalidRequest, RequestIdMismatch, CaptureFailed, CaptureAppNotInstalled,
                                CaptureInProgress, InvalidCallback, MissingStatus>;

@@ -75,13 +75,13 @@ class ClearDataResponse : public ResponseRecord<ClearDataResponseFields> {
 /// The cases of `ClearDataError`, reached as `ClearDataError::InvalidRequest` and so on.
 struct ClearDataErrorCases {
   using InvalidRequest = cases::InvalidRequest;
-  using RequestIdMismatch = cases::RequestIdMismatch<"Clear data">;
-  using ClearDataFailed = cases::FailedWithCode<"clearDataFailed", "Clear data">;
-  using ClearDataAppNotInstalled = cases::Plain<"clearDataAppNotInstalled", cases::appNotInstalled>;
-  using ClearDataInProgress =
-      cases::Plain<"clearDataInProgress", "A clear data request is already in progress.">;
-  using InvalidCallback = cases::Plain<"invalidCallback", "The clear data callback could not be parsed.">;
-  using MissingStatus = cases::Plain<"missingStatus", "Clear data callback is missing a status.">;
+  struct RequestIdMismatch : cases::RequestIdMismatch<"Clear data"> {};
+  struct ClearDataFailed : cases::FailedWithCode<"clearDataFailed", "Clear data"> {};
+  struct ClearDataAppNotInstalled : cases::Plain<"clearDataAppNotInstalled", cases::appNotInstalled> {};
+  struct ClearDataInProgress
+      : cases::Plain<"clearDataInProgress", "A clear data request is already in progress."> {};
+  struct InvalidCallback : cases::Plain<"invalidCallback", "The clear data callback could not be parsed."> {};
+  struct MissingStatus : cases::Plain<"missingStatus", "Clear data callback is missing a status."> {};
 
   using Variant = std::variant<InvalidRequest, RequestIdMismatch, ClearDataFailed, ClearDataAppNotInstalled,
                                ClearDataInProgress, InvalidCallback, MissingStatus>;

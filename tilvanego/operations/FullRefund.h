@@ -53,13 +53,14 @@ class FullRefundResponse : public RefundResponse {
 /// The cases of `FullRefundError`, reached as `FullRefundError::InvalidRequest` and so on.
 struct FullRefundErrorCases {
   using InvalidRequest = cases::InvalidRequest;
-  using RequestIdMismatch = cases::RequestIdMismatch<"Full refund">;
-  using FullRefundFailed = cases::FailedWithCode<"fullRefundFailed", "Full refund">;
-  using FullRefundAppNotInstalled = cases::Plain<"fullRefundAppNotInstalled", cases::appNotInstalled>;
-  using FullRefundInProgress =
-      cases::Plain<"fullRefundInProgress", "A full refund request is already in progress.">;
-  using InvalidCallback = cases::Plain<"invalidCallback", "The full refund callback could not be parsed.">;
-  using MissingStatus = cases::Plain<"missingStatus", "Full refund callback is missing a status.">;
+  struct RequestIdMismatch : cases::RequestIdMismatch<"Full refund"> {};
+  struct FullRefundFailed : cases::FailedWithCode<"fullRefundFailed", "Full refund"> {};
+  struct FullRefundAppNotInstalled : cases::Plain<"fullRefundAppNotInstalled", cases::appNotInstalled> {};
+  struct FullRefundInProgress
+      : cases::Plain<"fullRefundInProgress", "A full refund request is already in progress."> {};
+  struct InvalidCallback : cases::Plain<"invalidCallback", "The full refund callback could not be parsed."> {
+  };
+  struct MissingStatus : cases::Plain<"missingStatus", "Full refund callback is missing a status."> {};
 
   using Variant = std::variant<InvalidRequest, RequestIdMismatch, FullRefundFailed, FullRefundAppNotInstalled,
                                FullRefundInProgress, InvalidCallback, MissingStatus>;

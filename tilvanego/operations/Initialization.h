@@ -79,13 +79,15 @@ class InitializationResponse : public ResponseRecord<InitializationResponseField
 /// The cases of `InitializationError`, reached as `InitializationError::InvalidRequest` and so on.
 struct InitializationErrorCases {
   using InvalidRequest = cases::InvalidRequest;
-  using RequestIdMismatch = cases::RequestIdMismatch<"Initialization">;
-  using InitializationFailed = cases::FailedWithStatus<"initializationFailed", "Initialization">;
-  using InitializationAppNotInstalled = cases::Plain<"initializationAppNotInstalled", cases::appNotInstalled>;
-  using InitializationInProgress =
-      cases::Plain<"initializationInProgress", "An initialization is already in progress.">;
-  using InvalidCallback = cases::Plain<"invalidCallback", "The initialization callback could not be parsed.">;
-  using MissingStatus = cases::Plain<"missingStatus", "Initialization callback is missing a status.">;
+  struct RequestIdMismatch : cases::RequestIdMismatch<"Initialization"> {};
+  struct InitializationFailed : cases::FailedWithStatus<"initializationFailed", "Initialization"> {};
+  struct InitializationAppNotInstalled
+      : cases::Plain<"initializationAppNotInstalled", cases::appNotInstalled> {};
+  struct InitializationInProgress
+      : cases::Plain<"initializationInProgress", "An initialization is already in progress."> {};
+  struct InvalidCallback
+      : cases::Plain<"invalidCallback", "The initialization callback could not be parsed."> {};
+  struct MissingStatus : cases::Plain<"missingStatus", "Initialization callback is missing a status."> {};
 
   using Variant =
       std::variant<InvalidRequest, RequestIdMismatch, InitializationFailed, InitializationAppNotInstalled,

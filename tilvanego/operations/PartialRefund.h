@@ -58,13 +58,15 @@ class PartialRefundResponse : public RefundResponse {
 /// The cases of `PartialRefundError`, reached as `PartialRefundError::InvalidRequest` and so on.
 struct PartialRefundErrorCases {
   using InvalidRequest = cases::InvalidRequest;
-  using RequestIdMismatch = cases::RequestIdMismatch<"Partial refund">;
-  using PartialRefundFailed = cases::FailedWithCode<"partialRefundFailed", "Partial refund">;
-  using PartialRefundAppNotInstalled = cases::Plain<"partialRefundAppNotInstalled", cases::appNotInstalled>;
-  using PartialRefundInProgress =
-      cases::Plain<"partialRefundInProgress", "A partial refund request is already in progress.">;
-  using InvalidCallback = cases::Plain<"invalidCallback", "The partial refund callback could not be parsed.">;
-  using MissingStatus = cases::Plain<"missingStatus", "Partial refund callback is missing a status.">;
+  struct RequestIdMismatch : cases::RequestIdMismatch<"Partial refund"> {};
+  struct PartialRefundFailed : cases::FailedWithCode<"partialRefundFailed", "Partial refund"> {};
+  struct PartialRefundAppNotInstalled : cases::Plain<"partialRefundAppNotInstalled", cases::appNotInstalled> {
+  };
+  struct PartialRefundInProgress
+      : cases::Plain<"partialRefundInProgress", "A partial refund request is already in progress."> {};
+  struct InvalidCallback
+      : cases::Plain<"invalidCallback", "The partial refund callback could not be parsed."> {};
+  struct MissingStatus : cases::Plain<"missingStatus", "Partial refund callback is missing a status."> {};
 
   using Variant =
       std::variant<InvalidRequest, RequestIdMismatch, PartialRefundFailed, PartialRefundAppNotInstalled,

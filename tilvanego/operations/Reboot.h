@@ -67,12 +67,12 @@ class RebootResponse : public ResponseRecord<RebootResponseFields> {
 /// The cases of `RebootError`, reached as `RebootError::InvalidRequest` and so on.
 struct RebootErrorCases {
   using InvalidRequest = cases::InvalidRequest;
-  using RequestIdMismatch = cases::RequestIdMismatch<"Reboot">;
-  using RebootFailed = cases::FailedWithCode<"rebootFailed", "Reboot">;
-  using RebootAppNotInstalled = cases::Plain<"rebootAppNotInstalled", cases::appNotInstalled>;
-  using RebootInProgress = cases::Plain<"rebootInProgress", "A reboot request is already in progress.">;
-  using InvalidCallback = cases::Plain<"invalidCallback", "The reboot callback could not be parsed.">;
-  using MissingStatus = cases::Plain<"missingStatus", "Reboot callback is missing a status.">;
+  struct RequestIdMismatch : cases::RequestIdMismatch<"Reboot"> {};
+  struct RebootFailed : cases::FailedWithCode<"rebootFailed", "Reboot"> {};
+  struct RebootAppNotInstalled : cases::Plain<"rebootAppNotInstalled", cases::appNotInstalled> {};
+  struct RebootInProgress : cases::Plain<"rebootInProgress", "A reboot request is already in progress."> {};
+  struct InvalidCallback : cases::Plain<"invalidCallback", "The reboot callback could not be parsed."> {};
+  struct MissingStatus : cases::Plain<"missingStatus", "Reboot callback is missing a status."> {};
 
   using Variant = std::variant<InvalidRequest, RequestIdMismatch, RebootFailed, RebootAppNotInstalled,
                                RebootInProgress, InvalidCallback, MissingStatus>;

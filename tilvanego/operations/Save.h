@@ -87,12 +87,12 @@ class SaveResponse : public ResponseRecord<SaveResponseFields> {
 /// The cases of `SaveError`, reached as `SaveError::InvalidRequest` and so on.
 struct SaveErrorCases {
   using InvalidRequest = cases::InvalidRequest;
-  using RequestIdMismatch = cases::RequestIdMismatch<"Save">;
-  using SaveFailed = cases::FailedWithCode<"saveFailed", "Save">;
-  using SaveAppNotInstalled = cases::Plain<"saveAppNotInstalled", cases::appNotInstalled>;
-  using SaveInProgress = cases::Plain<"saveInProgress", "A save request is already in progress.">;
-  using InvalidCallback = cases::Plain<"invalidCallback", "The save callback could not be parsed.">;
-  using MissingStatus = cases::Plain<"missingStatus", "Save callback is missing a status.">;
+  struct RequestIdMismatch : cases::RequestIdMismatch<"Save"> {};
+  struct SaveFailed : cases::FailedWithCode<"saveFailed", "Save"> {};
+  struct SaveAppNotInstalled : cases::Plain<"saveAppNotInstalled", cases::appNotInstalled> {};
+  struct SaveInProgress : cases::Plain<"saveInProgress", "A save request is already in progress."> {};
+  struct InvalidCallback : cases::Plain<"invalidCallback", "The save callback could not be parsed."> {};
+  struct MissingStatus : cases::Plain<"missingStatus", "Save callback is missing a status."> {};
 
   using Variant = std::variant<InvalidRequest, RequestIdMismatch, SaveFailed, SaveAppNotInstalled,
                                SaveInProgress, InvalidCallback, MissingStatus>;

@@ -82,17 +82,17 @@ struct TransactionListErrorCases {
   };
 
   using InvalidRequest = cases::InvalidRequest;
-  using RequestIdMismatch = cases::RequestIdMismatch<"Transaction list">;
-  using TransactionListFailed = cases::FailedWithCode<"transactionListFailed", "Transaction list">;
-  using TransactionListAppNotInstalled =
-      cases::Plain<"transactionListAppNotInstalled", cases::appNotInstalled>;
-  using TransactionListInProgress =
-      cases::Plain<"transactionListInProgress", "A transaction list request is already in progress.">;
-  using InvalidCallback =
-      cases::Plain<"invalidCallback", "The transaction list callback could not be parsed.">;
-  using MissingStatus = cases::Plain<"missingStatus", "Transaction list callback is missing a status.">;
-  using MissingTransactionList =
-      cases::Plain<"missingTransactionList", "Transaction list callback is missing transactionList.">;
+  struct RequestIdMismatch : cases::RequestIdMismatch<"Transaction list"> {};
+  struct TransactionListFailed : cases::FailedWithCode<"transactionListFailed", "Transaction list"> {};
+  struct TransactionListAppNotInstalled
+      : cases::Plain<"transactionListAppNotInstalled", cases::appNotInstalled> {};
+  struct TransactionListInProgress
+      : cases::Plain<"transactionListInProgress", "A transaction list request is already in progress."> {};
+  struct InvalidCallback
+      : cases::Plain<"invalidCallback", "The transaction list callback could not be parsed."> {};
+  struct MissingStatus : cases::Plain<"missingStatus", "Transaction list callback is missing a status."> {};
+  struct MissingTransactionList
+      : cases::Plain<"missingTransactionList", "Transaction list callback is missing transactionList."> {};
 
   using Variant = std::variant<InvalidRequest, RequestIdMismatch, TransactionListFailed, DecodingFailed,
                                TransactionListAppNotInstalled, TransactionListInProgress, InvalidCallback,
