@@ -140,7 +140,3 @@ class SandboxCommand(unittest.TestCase):
                 self.assertIn("status=" + status, done.stdout)
                 self.assertTrue(done.stderr.startswith("outcome [decline]: "))
                 self.assertEqual("one of approve decline" in done.stderr, typed.startswith("maybe"))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -31,7 +31,3 @@ class ThroughTheStore(InDirectory):
     def test_an_application_that_cant_answer_counts_as_not_opened(self):
         with self.host("--outcome", "tampered") as host:
             self.assertEqual(host.ask(payment(), "completion")["value"]["error"], "paymentAppNotInstalled")
-
-
-if __name__ == "__main__":
-    unittest.main()
