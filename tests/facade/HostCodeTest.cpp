@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "tests/facade/HookedHost.h"
 #include "tests/support/AllocationCount.h"
 #include "tests/support/Kinds.h"
@@ -36,19 +38,6 @@ HookedHost::Hook once(Port port, int nth, std::function<void()> act) {
 }
 
 [[noreturn]] void fail() { throw std::runtime_error("the host's own"); }
-
-TEST(HostCode, ThatACancelledCompletionCapturedFindsItsSlotEmpty) {
-  HookedHost host;
-  Ends ends;
-  host.sdk->startPayment(payment("1"), [last = atEnd([&] {
-                                          EXPECT_FALSE(host.sdk->isPaymentInProgress());
-                                          host.sdk->startPayment(payment("2"), ends.of("2"));
-                                        })](const PaymentResult&) { FAIL() << "it was cancelled"; });
-  host.sdk->cancelPendingPayment();
-  EXPECT_TRUE(host.sdk->isPaymentInProgress());
-  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?request_id=2&status=approved")));
-  EXPECT_EQ(ends.names, Names{"2 success+"});
-}
 
 TEST(HostCode, ThatAReplacedLoggerCapturedMaySetAnother) {
   HookedHost host;
@@ -346,6 +335,53 @@ TEST(WithoutAPortDeathTest, TheProcessEndsWithTheNameOfWhatIsMissing) {
     EXPECT_DEATH(static_cast<void>(detail::FacadeAccess::make(std::move(platform))),
                  "Platform::" + name + " is null");
   }
+}
+
+TEST(StartPayment, WithoutACompletionIsAPaymentAllTheSame) {
+  TestHost host;
+  host.sdk->startPayment(payment("A-1"), nullptr);
+  host.sdk->startPayment(payment("A-1"), nullptr);
+  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved")));
+  host.sdk->sendRequest("", "", "", "", "", "", "", nullptr);
+  EXPECT_FALSE(host.sdk->isPaymentInProgress());
+}
+
+TEST(Logger, MayReplaceItselfFromWithinACall) {
+  TestHost host;
+  std::vector<int> calls;
+  host.sdk->setLogger([&](TilvaneLogLevel, std::string_view) {
+    calls.push_back(1);
+    host.sdk->setLogger([&](TilvaneLogLevel, std::string_view) { calls.push_back(2); });
+    calls.push_back(1);
+  });
+  for (int times = 0; times < 2; ++times) {
+    EXPECT_FALSE(host.sdk->handleCallback(done));
+  }
+  EXPECT_EQ(calls, (std::vector{1, 1, 2}));
+  host.sdk->setLogger(nullptr);
+  EXPECT_FALSE(host.sdk->logger());
+  EXPECT_FALSE(host.sdk->handleCallback(done));
+}
+
+TEST(StartPaymentDeathTest, FromAnotherThreadEndsTheProcessWithAMessage) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_DEATH(
+      {
+        TestHost host;
+        host.loop.runPending();
+        std::thread([&] { host.sdk->startPayment(payment("A-1"), nullptr); }).join();
+      },
+      "startPayment was called from another thread than the main thread");
+}
+
+TEST(SharedDeathTest, TakesNoPlatformOnceItIsInUse) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_DEATH(
+      {
+        EXPECT_FALSE(TilvaneGo::shared().isPaymentInProgress());
+        TilvaneGo::usePlatform(Platform::standard());
+      },
+      "before the first use");
 }
 
 static_assert(std::is_final_v<TilvaneGo> && !std::is_destructible_v<TilvaneGo>);
