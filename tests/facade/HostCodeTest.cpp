@@ -70,54 +70,6 @@ TEST(HostCode, ThatEndsTheInstanceFromACompletionLeavesNothingBehind) {
   EXPECT_TRUE(ended);
 }
 
-/// A launch by a transport, and host code that runs once it is pending and before it is opened.
-struct Moment {
-  std::string_view name;
-  Transport transport;
-  Port port;
-  int nth;
-};
-
-const std::array moments{Moment{"debugLine", Transport::urlScheme(), Port::debugOutput, 3},
-                         Moment{"logger", Transport::urlScheme(), Port::logger, 1},
-                         Moment{"secondDebugLine", Transport::gzip(), Port::debugOutput, 4},
-                         Moment{"clock", Transport::gzip(), Port::clock, 1},
-                         Moment{"id", Transport::pasteboard(), Port::randomSource, 1},
-                         Moment{"nonce", Transport::pasteboard(), Port::randomSource, 2},
-                         Moment{"envelope", Transport::pasteboard(), Port::pasteboardWrite, 1},
-                         Moment{"automatic", Transport::automatic(0), Port::debugOutput, 3}};
-
-TEST(HostCode, DuringALaunchMayCancelReplaceOrEndThePayment) {
-  for (const auto& [name, transport, port, nth] : moments) {
-    SCOPED_TRACE(name);
-    HookedHost host;
-    Ends ends;
-    host.hook = once(port, nth, [&] { host.sdk->cancelPendingPayment(); });
-    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
-    EXPECT_FALSE(host.sdk->isPaymentInProgress());
-    EXPECT_EQ(host.opened, Names{});
-    EXPECT_EQ(ends.names, Names{}) << "a cancelled payment is neither opened nor told";
-
-    host.hook = once(
-        port, nth, [&] { EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved"))); });
-    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
-    EXPECT_EQ(std::exchange(ends.names, {}), Names{"1 success+"}) << "an early callback ends it";
-    EXPECT_EQ(host.opened, Names{});
-
-    host.hook = once(port, nth, [&] {
-      host.sdk->cancelPendingPayment();
-      host.sdk->startPayment(payment("2"), ends.of("2"));
-      // What the first one's launch does from here on fails, and is nothing to the second.
-      host.hook = once(Port::randomSource, 1, fail);
-    });
-    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
-    EXPECT_EQ(ends.names, Names{});
-    ASSERT_EQ(host.opened.size(), 1U);
-    EXPECT_TRUE(host.opened[0].contains("request_id=2&")) << host.opened[0];
-    EXPECT_TRUE(host.sdk->isPaymentInProgress()) << "one started in its place is another";
-  }
-}
-
 /// Has an answer to the request lie on the pasteboard; gives the callback that names it.
 URL sealedResult(HookedHost& host, const std::string& requestId) {
   const std::string handoffId(43, 'A');
