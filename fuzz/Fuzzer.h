@@ -25,6 +25,7 @@ inline void require(bool holds, const char* rule = "a rule") {
   std::abort();
 }
 
+/// An input ends its memory, from libFuzzer and as a seed: a sanitizer sees who reads beyond it.
 inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }

@@ -11,13 +11,7 @@
 // "not mine": the same through a running payment and on its own.
 namespace {
 
-using tilvanego::PaymentRequest;
-using tilvanego::PaymentResult;
-using tilvanego::QueryItem;
-using tilvanego::RawQueryItem;
-using tilvanego::TilvaneGo;
-using tilvanego::URL;
-using tilvanego::URLComponents;
+using namespace tilvanego;
 
 bool sameComponents(const URL& a, const URL& b) {
   return a == b && a.scheme() == b.scheme() && a.user() == b.user() && a.password() == b.password() &&
@@ -54,8 +48,7 @@ void checkItems(const URL& url) {
 void checkWriting(const URL& url) {
   const std::vector<QueryItem> items = url.queryItems().value_or(std::vector<QueryItem>{});
   const auto replaced = url.replacingQueryItems(items);
-  const auto again =
-      replaced ? URL::parse(replaced->absoluteString()) : std::unexpected(tilvanego::URLError{});
+  const auto again = replaced ? URL::parse(replaced->absoluteString()) : std::unexpected(URLError{});
   require(again && sameComponents(*replaced, *again), "a URL with other items is a URL");
   // A single item without name and value is written like no items.
   const bool lone = items == std::vector<QueryItem>{{"", std::nullopt}};
@@ -63,15 +56,14 @@ void checkWriting(const URL& url) {
 }
 
 void checkComparison(const URL& url) {
-  require(tilvanego::detail::callbackURLsMatch(url, url), "a URL matches itself");
+  require(detail::callbackURLsMatch(url, url), "a URL matches itself");
   const auto scheme = url.scheme();
   const URLComponents components{scheme ? std::optional<std::string>(*scheme) : std::nullopt, url.host(),
                                  url.path(), std::vector<QueryItem>{{"status", "approved"}}};
   const auto rebuilt = components.url();
   // An escaped host may hold characters that IDNA maps to others.
   if (!rebuilt || url.writtenHost().value_or("").contains('%')) return;
-  require(tilvanego::detail::callbackURLsMatch(url, *rebuilt),
-          "scheme, host and path survive new components");
+  require(detail::callbackURLsMatch(url, *rebuilt), "scheme, host and path survive new components");
 }
 
 void checkResult(const URL& url) {
@@ -81,7 +73,7 @@ void checkResult(const URL& url) {
   require(anyones.has_value());
   if (mine && mine->response()) require(mine->response() == anyones->response());
 
-  tilvanego::test::TestHost host;
+  test::TestHost host;
   int completions = 0;
   host.sdk->startPayment(
       PaymentRequest({.requestId = "A-1", .amount = 1, .currency = "EUR", .callbackURL = expected}),
@@ -92,10 +84,9 @@ void checkResult(const URL& url) {
   const auto explanation = host.sdk->explainCallback(url);
   const auto& payment = explanation.entries.back();
   require(payment.ends == mine.has_value() && payment.matches == payment.ends);
-  require(
-      !mine || payment.transport != tilvanego::CallbackTransport::urlScheme || payment.result == mine->name(),
-      "an explanation names the result");
-  require(tilvanego::isValidUTF8(payment.reason) && payment.reason.size() < 8'192);
+  require(!mine || payment.transport != CallbackTransport::urlScheme || payment.result == mine->name(),
+          "an explanation names the result");
+  require(isValidUTF8(payment.reason) && payment.reason.size() < 8'192);
   require(host.sdk->handleCallback(url) == mine.has_value());
   require(completions == (mine ? 1 : 0));
 }
@@ -103,8 +94,8 @@ void checkResult(const URL& url) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string input(data, data + size);
-  const auto url = URL::parse(std::string_view(input));
+  const std::string_view input = textOf(data, size);
+  const auto url = URL::parse(input);
   if (!url) {
     require(url.error().offset <= input.size() && !url.error().message.empty(),
             "an error says where and what");

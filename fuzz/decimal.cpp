@@ -63,8 +63,7 @@ void checkAmount(std::string_view text) {
 
 // Two numbers with a semicolon between them.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text(data, data + size);
-  const std::string_view whole(text);
+  const std::string_view whole = textOf(data, size);
   const std::size_t middle = std::min(whole.find(';'), whole.size());
   const auto a = Decimal::parse(whole.substr(0, middle));
   const auto b = Decimal::parse(whole.substr(std::min(middle + 1, whole.size())));

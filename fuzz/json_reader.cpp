@@ -5,11 +5,7 @@
 
 namespace {
 
-using tilvanego::JSONError;
-using tilvanego::JSONFailure;
-using tilvanego::JSONLimits;
-using tilvanego::JSONValue;
-namespace json = tilvanego::json;
+using namespace tilvanego;
 
 void checkError(const JSONError& error, std::size_t size) {
   require(error.offset <= size);
@@ -53,10 +49,7 @@ void checkLimits(std::string_view text, const std::expected<JSONValue, JSONError
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // A copy of its own size, so that a read past the end is seen.
-  const std::vector<char> bytes(data, data + size);
-  const std::string_view text(bytes.data(), bytes.size());
-
+  const std::string_view text = textOf(data, size);
   const auto value = json::decode<JSONValue>(text);
   checkSkipping(text, value);
   value ? checkRoundTrip(*value) : checkError(value.error(), size);

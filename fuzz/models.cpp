@@ -40,9 +40,7 @@ void checkLimits(const RecordType& type, std::string_view text, const AnyRecord&
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  // Copied to memory of exactly this size, so that a sanitizer finds a read past the end.
-  const std::vector<char> bytes(data + 1, data + size);
-  const std::string_view text(bytes.data(), bytes.size());
+  const std::string_view text = textOf(data, size).substr(1);
   const RecordType& type = models::recordTypes()[data[0] % models::recordTypes().size()];
   const auto record = type.decode(text);
   record ? checkRecord(type, *record) : checkFault(record.error(), text.size());

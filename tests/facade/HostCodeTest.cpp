@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "tests/facade/HookedHost.h"
 #include "tests/support/AllocationCount.h"
 #include "tests/support/Kinds.h"
@@ -37,19 +39,6 @@ HookedHost::Hook once(Port port, int nth, std::function<void()> act) {
 
 [[noreturn]] void fail() { throw std::runtime_error("the host's own"); }
 
-TEST(HostCode, ThatACancelledCompletionCapturedFindsItsSlotEmpty) {
-  HookedHost host;
-  Ends ends;
-  host.sdk->startPayment(payment("1"), [last = atEnd([&] {
-                                          EXPECT_FALSE(host.sdk->isPaymentInProgress());
-                                          host.sdk->startPayment(payment("2"), ends.of("2"));
-                                        })](const PaymentResult&) { FAIL() << "it was cancelled"; });
-  host.sdk->cancelPendingPayment();
-  EXPECT_TRUE(host.sdk->isPaymentInProgress());
-  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?request_id=2&status=approved")));
-  EXPECT_EQ(ends.names, Names{"2 success+"});
-}
-
 TEST(HostCode, ThatAReplacedLoggerCapturedMaySetAnother) {
   HookedHost host;
   Names heard;
@@ -79,54 +68,6 @@ TEST(HostCode, ThatEndsTheInstanceFromACompletionLeavesNothingBehind) {
                        [&](const InitializationResult&) { host.sdk.reset(); });
   EXPECT_TRUE(host.sdk->handleCallback(done));
   EXPECT_TRUE(ended);
-}
-
-/// A launch by a transport, and host code that runs once it is pending and before it is opened.
-struct Moment {
-  std::string_view name;
-  Transport transport;
-  Port port;
-  int nth;
-};
-
-const std::array moments{Moment{"debugLine", Transport::urlScheme(), Port::debugOutput, 3},
-                         Moment{"logger", Transport::urlScheme(), Port::logger, 1},
-                         Moment{"secondDebugLine", Transport::gzip(), Port::debugOutput, 4},
-                         Moment{"clock", Transport::gzip(), Port::clock, 1},
-                         Moment{"id", Transport::pasteboard(), Port::randomSource, 1},
-                         Moment{"nonce", Transport::pasteboard(), Port::randomSource, 2},
-                         Moment{"envelope", Transport::pasteboard(), Port::pasteboardWrite, 1},
-                         Moment{"automatic", Transport::automatic(0), Port::debugOutput, 3}};
-
-TEST(HostCode, DuringALaunchMayCancelReplaceOrEndThePayment) {
-  for (const auto& [name, transport, port, nth] : moments) {
-    SCOPED_TRACE(name);
-    HookedHost host;
-    Ends ends;
-    host.hook = once(port, nth, [&] { host.sdk->cancelPendingPayment(); });
-    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
-    EXPECT_FALSE(host.sdk->isPaymentInProgress());
-    EXPECT_EQ(host.opened, Names{});
-    EXPECT_EQ(ends.names, Names{}) << "a cancelled payment is neither opened nor told";
-
-    host.hook = once(
-        port, nth, [&] { EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved"))); });
-    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
-    EXPECT_EQ(std::exchange(ends.names, {}), Names{"1 success+"}) << "an early callback ends it";
-    EXPECT_EQ(host.opened, Names{});
-
-    host.hook = once(port, nth, [&] {
-      host.sdk->cancelPendingPayment();
-      host.sdk->startPayment(payment("2"), ends.of("2"));
-      // What the first one's launch does from here on fails, and is nothing to the second.
-      host.hook = once(Port::randomSource, 1, fail);
-    });
-    host.sdk->startPayment(payment("1"), transport, ends.of("1"));
-    EXPECT_EQ(ends.names, Names{});
-    ASSERT_EQ(host.opened.size(), 1U);
-    EXPECT_TRUE(host.opened[0].contains("request_id=2&")) << host.opened[0];
-    EXPECT_TRUE(host.sdk->isPaymentInProgress()) << "one started in its place is another";
-  }
 }
 
 /// Has an answer to the request lie on the pasteboard; gives the callback that names it.
@@ -346,6 +287,53 @@ TEST(WithoutAPortDeathTest, TheProcessEndsWithTheNameOfWhatIsMissing) {
     EXPECT_DEATH(static_cast<void>(detail::FacadeAccess::make(std::move(platform))),
                  "Platform::" + name + " is null");
   }
+}
+
+TEST(StartPayment, WithoutACompletionIsAPaymentAllTheSame) {
+  TestHost host;
+  host.sdk->startPayment(payment("A-1"), nullptr);
+  host.sdk->startPayment(payment("A-1"), nullptr);
+  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved")));
+  host.sdk->sendRequest("", "", "", "", "", "", "", nullptr);
+  EXPECT_FALSE(host.sdk->isPaymentInProgress());
+}
+
+TEST(Logger, MayReplaceItselfFromWithinACall) {
+  TestHost host;
+  std::vector<int> calls;
+  host.sdk->setLogger([&](TilvaneLogLevel, std::string_view) {
+    calls.push_back(1);
+    host.sdk->setLogger([&](TilvaneLogLevel, std::string_view) { calls.push_back(2); });
+    calls.push_back(1);
+  });
+  for (int times = 0; times < 2; ++times) {
+    EXPECT_FALSE(host.sdk->handleCallback(done));
+  }
+  EXPECT_EQ(calls, (std::vector{1, 1, 2}));
+  host.sdk->setLogger(nullptr);
+  EXPECT_FALSE(host.sdk->logger());
+  EXPECT_FALSE(host.sdk->handleCallback(done));
+}
+
+TEST(StartPaymentDeathTest, FromAnotherThreadEndsTheProcessWithAMessage) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_DEATH(
+      {
+        TestHost host;
+        host.loop.runPending();
+        std::thread([&] { host.sdk->startPayment(payment("A-1"), nullptr); }).join();
+      },
+      "startPayment was called from another thread than the main thread");
+}
+
+TEST(SharedDeathTest, TakesNoPlatformOnceItIsInUse) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_DEATH(
+      {
+        EXPECT_FALSE(TilvaneGo::shared().isPaymentInProgress());
+        TilvaneGo::usePlatform(Platform::standard());
+      },
+      "before the first use");
 }
 
 static_assert(std::is_final_v<TilvaneGo> && !std::is_destructible_v<TilvaneGo>);

@@ -29,21 +29,10 @@ TEST(LaunchLink, KeepsTheOrderAndEscapesEachItem) {
             "tilvanego://payment/v1/x?b=a+b%20c%26d&empty=&a=%C3%BC%23%25%3D%22");
 }
 
-struct Case {
-  std::string_view url;
-  std::string_view shown;
-};
-
-class RedactedURLText : public testing::TestWithParam<Case> {};
-
-TEST_P(RedactedURLText, HidesTheSecretItemsAlone) {
-  EXPECT_EQ(redactedURLText(URL::parse(GetParam().url).value()), GetParam().shown);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Items, RedactedURLText,
-    testing::Values(
-        Case{"a://b?basic_token=abc&x=1", "a://b?basic_token=%3Credacted%3E&x=1"},
+TEST(RedactedURLText, HidesTheSecretItemsAlone) {
+  using Case = std::pair<std::string_view, std::string_view>;
+  for (const auto& [url, shown] :
+       {Case{"a://b?basic_token=abc&x=1", "a://b?basic_token=%3Credacted%3E&x=1"},
         Case{"a://b?BASIC_TOKEN=abc", "a://b?BASIC_TOKEN=%3Credacted%3E"},
         Case{"a://b?basicToken=a&PayLoad=b", "a://b?basicToken=%3Credacted%3E&PayLoad=%3Credacted%3E"},
         Case{"a://b?b%61sic_token=abc", "a://b?basic_token=%3Credacted%3E"},
@@ -51,9 +40,11 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"a://b?xbasic_token=abc&notes=n", "a://b?xbasic_token=abc&notes=n"},
         Case{"a://u:p@b:80/p%20q#f?payload=x", "a://u:p@b:80/p%20q#f?payload=x"},
         Case{"a://b?payload=x#f", "a://b?payload=%3Credacted%3E#f"}, Case{"a://b?", "a://b?"},
-        Case{"a://b?x=%7e%41&&y", "a://b?x=~A&&y"}, Case{"rel?payload=1", "rel?payload=%3Credacted%3E"}));
-
-TEST(RedactedURLText, WithoutAURLSaysSo) { EXPECT_EQ(redactedURLText(std::nullopt), "url is empty!"); }
+        Case{"a://b?x=%7e%41&&y", "a://b?x=~A&&y"}, Case{"rel?payload=1", "rel?payload=%3Credacted%3E"}}) {
+    EXPECT_EQ(redactedURLText(URL::parse(url).value()), shown);
+  }
+  EXPECT_EQ(redactedURLText(std::nullopt), "url is empty!");
+}
 
 }  // namespace
 }  // namespace tilvanego::detail

@@ -1,5 +1,4 @@
 #include <csignal>
-#include <thread>
 
 #include <tilvanego/http_client/encodings/FormDataEncoding.h>
 #include <tilvanego/values/DateFormats.h>
@@ -7,6 +6,7 @@
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/Test.h"
+#include "tests/support/Threads.h"
 
 namespace tilvanego {
 namespace test {
@@ -53,17 +53,13 @@ TEST(Configuration, AFieldIsReadWrittenAndUpdated) {
 TEST(Configuration, AnUpdateMayUseTheConfigurationAgainAndLosesNoOther) {
   const TestClient client({httpResponse(200)});
   client.configuration->setBasePath("");
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 4; ++thread) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 100; ++i) {
-        client.configuration->updateBasePath([&](std::string& path) {
-          path += static_cast<char>('a' + client.configuration->basePath().size() % 26);
-        });
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  inThreads(4, [&](int) {
+    for (int i = 0; i < 100; ++i) {
+      client.configuration->updateBasePath([&](std::string& path) {
+        path += static_cast<char>('a' + client.configuration->basePath().size() % 26);
+      });
+    }
+  });
   const std::string path = client.configuration->basePath();
   ASSERT_EQ(path.size(), 400);
   for (std::size_t i = 0; i < path.size(); ++i) ASSERT_EQ(path[i], 'a' + static_cast<int>(i % 26));

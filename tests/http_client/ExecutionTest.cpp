@@ -6,6 +6,7 @@
 #include "tests/http_client/TestClient.h"
 #include "tests/support/Test.h"
 #include "tests/support/TestData.h"
+#include "tests/support/Threads.h"
 
 namespace tilvanego::test {
 namespace {
@@ -238,18 +239,14 @@ TEST(Execution, ManySendsAtOnceEachCompleteOnce) {
   client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
   std::atomic<int> completions = 0;
   const auto builder = client.builder<std::string>();
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 4; ++thread) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 100; ++i) {
-        builder->setCredential(URLCredential{"user", std::to_string(i)});
-        const auto task = builder.execute([&](const auto&) { ++completions; });
-        if (i % 3 == 0) task->cancel();
-        client.session.session->deliver();
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  inThreads(4, [&](int) {
+    for (int i = 0; i < 100; ++i) {
+      builder->setCredential(URLCredential{"user", std::to_string(i)});
+      const auto task = builder.execute([&](const auto&) { ++completions; });
+      if (i % 3 == 0) task->cancel();
+      client.session.session->deliver();
+    }
+  });
   client.finish();
   EXPECT_EQ(completions, 400);
 }

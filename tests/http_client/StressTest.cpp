@@ -4,11 +4,11 @@
 #include <deque>
 #include <random>
 #include <semaphore>
-#include <thread>
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/Test.h"
+#include "tests/support/Threads.h"
 
 using namespace tilvanego;
 using namespace tilvanego::test;
@@ -83,12 +83,7 @@ class Stress {
   }
 
   void run() {
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < threadCount; ++thread) {
-      threads.emplace_back([this, thread] { sendMany(thread); });
-    }
-    client_.queue.run();
-    for (auto& thread : threads) thread.join();
+    inThreads(threadCount, [this](int thread) { sendMany(thread); }, [this] { client_.queue.run(); });
     client_.configuration.reset();
     session_.reset();
     client_.queue.runPending();

@@ -75,7 +75,3 @@ class PaymentApp(InDirectory):
                     self.assertNotIn("customId", value["response"])
                     # A launch's own envelope is the payment application's to remove.
                     self.assertEqual(left, form == "pasteboard" and answer != "pasteboard")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -23,9 +23,7 @@ class SessionWithNginx : public SessionTest {
   static void TearDownTestSuite() { nginx.reset(); }
 
   void trust(const std::filesystem::path& certificate) {
-    URLSessionConfiguration configuration;
-    configuration.additionalCertificates = certificate;
-    useSession(std::move(configuration));
+    useSession({.additionalCertificates = certificate});
   }
 
   static std::unique_ptr<NginxServer> nginx;

@@ -5,6 +5,7 @@
 #include "tests/network/SessionTest.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/LoopbackSocket.h"
+#include "tests/support/Threads.h"
 
 using namespace tilvanego;
 using namespace tilvanego::test;
@@ -302,11 +303,7 @@ TEST_F(SessionCancel, FromManyThreadsAtOnceEndsTheTaskOnce) {
   const LoopbackServer server([](const ReceivedRequest&) { return silence; });
   for (int round = 0; round < 50; ++round) {
     auto& send = make(get(server.url()));
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-      threads.emplace_back([&send, thread] { thread == 0 ? send.task().resume() : send.task().cancel(); });
-    }
-    for (auto& thread : threads) thread.join();
+    inThreads(4, [&](int thread) { thread == 0 ? send.task().resume() : send.task().cancel(); });
     EXPECT_EQ(send.outcome().code(), Code::cancelled);
   }
 }

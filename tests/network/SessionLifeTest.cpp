@@ -80,9 +80,7 @@ TEST_F(SessionLife, ACompletionMayStartTheNextTaskAndCancelItsOwn) {
 
 TEST_F(SessionLife, MoreTasksThanConnectionsAllEnd) {
   const LoopbackServer server(hello);
-  URLSessionConfiguration configuration;
-  configuration.maximumConnectionsPerHost = 2;
-  useSession(configuration);
+  useSession({.maximumConnectionsPerHost = 2});
   std::vector<Send*> sends;
   for (int i = 0; i < 100; ++i) sends.push_back(&start(get(server.url())));
   for (const auto* each : sends) EXPECT_EQ(each->outcome().status(), 200);

@@ -49,9 +49,7 @@ TEST_F(SessionLimits, ABodyIsAsLargeAsTheSessionOrTheRequestAllows) {
       {"less by the request", chunkedResponse(200, limit, 100), 999, Code::bodyTooLarge},
       {"no limit by the request", bomb, 0, {}},
   };
-  URLSessionConfiguration narrow;
-  narrow.maximumBodySize = 1000;
-  useSession(narrow);
+  useSession({.maximumBodySize = 1000});
   for (const auto& [name, response, ofRequest, code, method] : cases) {
     SCOPED_TRACE(name);
     const LoopbackServer server([&](const ReceivedRequest&) { return response; });
@@ -70,9 +68,7 @@ TEST_F(SessionLimits, ABodyIsAsLargeAsTheSessionOrTheRequestAllows) {
 
 TEST_F(SessionLimits, AnAnswerThatNeverEndsEndsByTheSessionsTime) {
   const ServerResponse endless{response(200, std::string(50'000'000, 'x')).bytes, End::nextRequest, true};
-  URLSessionConfiguration hasty;
-  hasty.maximumRequestTime = 0.3;
-  useSession(hasty);
+  useSession({.maximumRequestTime = 0.3});
   const LoopbackServer server([&](const ReceivedRequest& request) {
     if (request.path() == "/drip") return endless;
     // Bytes keep coming until the whole answer is late.
@@ -112,9 +108,7 @@ class NodeServer {
   }
   [[nodiscard]] const std::string& url() const { return url_; }
   [[nodiscard]] URLSessionConfiguration configuration() const {
-    URLSessionConfiguration trusting;
-    trusting.additionalCertificates = certificates_.certificate();
-    return trusting;
+    return {.additionalCertificates = certificates_.certificate()};
   }
   // Byte by byte: a stream of libc++ waits until its buffer is full.
   std::string word() {

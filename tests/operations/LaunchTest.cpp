@@ -32,32 +32,6 @@ void expectLaunch(TestHost& host, std::string_view kind, const std::string& word
                 "open " + link}));
 }
 
-TEST(Launch, ShowsTheFieldsOfEachRequest) {
-  struct Case {
-    std::string_view kind;
-    std::string words;
-    std::string fields;
-  };
-  for (const auto& [kind, words, fields] :
-       {Case{"initialization", "Initialization",
-             "requestId: A-1, %URL%, sourceApplication: shop, basicToken: true, accountId: acc, environment: "
-             "PROD, "
-             "basePath: /p"},
-        Case{"transactionList", "Transaction List", "requestId: A-1, %URL%"},
-        Case{"fullRefund", "Full Refund", "requestId: A-1, transactionId: T, %URL%, credentials: true"},
-        Case{"partialRefund", "Partial Refund",
-             "requestId: A-1, transactionId: T, amount: 1, %URL%, credentials: true"},
-        Case{"capture", "Capture", "requestId: A-1, transactionId: T, amount: 1, %URL%"},
-        Case{"clearData", "Clear Data", "requestId: A-1, %URL%, amount: 1, timeout: 30"},
-        Case{"reboot", "Reboot", "requestId: A-1, %URL%"},
-        Case{"save", "Save",
-             "requestId: A-1, currency: EUR, %URL%, customId: c, notes: present, credentials: true"}}) {
-    TestHost host;
-    kindNamed(kind).start(host, callback);
-    EXPECT_EQ(host.takeEvents().front(), description(words, fields));
-  }
-}
-
 TEST(Launch, ShowsWhatTheRequestSaysOfItself) {
   forEachOperation([]<OperationKind kind>() {
     TestHost host;

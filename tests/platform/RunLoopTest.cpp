@@ -5,6 +5,7 @@
 #include <tilvanego/platform/RunLoop.h>
 
 #include "tests/support/Test.h"
+#include "tests/support/Threads.h"
 
 using tilvanego::MainQueueAdapter;
 using tilvanego::RunLoop;
@@ -36,19 +37,15 @@ TEST(RunLoop, KeepsTheOrderOfEachPostingThreadAndLosesNothing) {
   std::vector<int> next(threads, 0);
   bool inOrder = true;
   int left = threads * posts;
-  std::vector<std::thread> posting;
-  for (std::size_t thread = 0; thread < threads; ++thread) {
-    posting.emplace_back([&, thread] {
-      for (int number = 0; number < posts; ++number) {
-        loop.post([&, thread, number] {
-          inOrder = inOrder && next[thread]++ == number;
-          if (--left == 0) loop.stop();
-        });
-      }
-    });
-  }
-  loop.run();
-  for (auto& thread : posting) thread.join();
+  const auto post = [&](int thread) {
+    for (int number = 0; number < posts; ++number) {
+      loop.post([&, thread, number] {
+        inOrder = inOrder && next.at(static_cast<std::size_t>(thread))++ == number;
+        if (--left == 0) loop.stop();
+      });
+    }
+  };
+  tilvanego::test::inThreads(threads, post, [&] { loop.run(); });
   EXPECT_TRUE(inOrder);
   EXPECT_EQ(left, 0);
 }

@@ -109,7 +109,3 @@ class Callbacks(InDirectory):
     def test_a_path_that_no_socket_can_have_is_an_error(self):
         for path in [str(self.directory / ("x" * 120)), str(self.directory / "missing" / "socket")]:
             self.assertEqual(run("host", "--callbacks", path).returncode, 1)
-
-
-if __name__ == "__main__":
-    unittest.main()

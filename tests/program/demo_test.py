@@ -53,7 +53,3 @@ class Demo(unittest.TestCase):
         self.assertIn(b"\x1b[", shown())
         self.assertNotIn(b"\x1b[", shown(NO_COLOR="1"))
         self.assertNotIn(b"\x1b[", run("demo").stdout)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -51,7 +51,3 @@ class Lines(unittest.TestCase):
             done = run("host", given=line)
             self.assertTrue(done.stdout.startswith(b'{"error":'), done.stdout)
             self.assertNotIn(b"s3cret", done.stdout)
-
-
-if __name__ == "__main__":
-    unittest.main()

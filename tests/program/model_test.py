@@ -69,7 +69,3 @@ class Texts(unittest.TestCase):
             r"amounts.total: pattern /^\d{1,9}\.?\d{0,2}$/",
             "mmId: maximum 24",
             "trace.tags: maxItems 10"])
-
-
-if __name__ == "__main__":
-    unittest.main()

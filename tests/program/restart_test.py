@@ -59,7 +59,3 @@ class Restart(InDirectory):
             self.assertEqual(host.ask({"forget": "payment"}, "forgotten"), {"forgotten": "payment", "found": False})
             for wrong in ({"pending": False}, {"interrupted": False}, {"resume": True}, {"forget": "payments"}):
                 self.assertIn("must be", host.ask(wrong, "error")["error"])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -238,7 +238,3 @@ class Failures(InDirectory):
                 self.assertIn(named, error)
                 self.assertNotIn(b"s3cret", error)
             self.assertEqual(server.requests, [])
-
-
-if __name__ == "__main__":
-    unittest.main()

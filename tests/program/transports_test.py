@@ -20,8 +20,8 @@ class ThroughTheStore(InDirectory):
                            env=os.environ | {"XDG_RUNTIME_DIR": str(self.directory)})
 
     def test_a_payment_goes_out_and_comes_back_and_leaves_nothing(self):
-        for transport, answer, notes in [("urlScheme", "same", ""), ("pasteboard", "same", ""), ("gzip", "pasteboard", ""),
-                                         ({"automatic": 2000}, "same", LONG)]:
+        for transport, answer, notes in [("urlScheme", "same", ""), ("pasteboard", "same", "n" * 12_000_000),
+                                         ("gzip", "pasteboard", ""), ({"automatic": 2000}, "same", LONG)]:
             with self.host("--answer", answer, "--outcome", "approve") as host:
                 paid = host.ask(payment(customId="table 7 ü+&", notes=notes) | {"transport": transport}, "completion")["value"]
                 self.assertEqual((paid["case"], paid["response"]["customId"]), ("success", "table 7 ü+&"))
@@ -31,7 +31,3 @@ class ThroughTheStore(InDirectory):
     def test_an_application_that_cant_answer_counts_as_not_opened(self):
         with self.host("--outcome", "tampered") as host:
             self.assertEqual(host.ask(payment(), "completion")["value"]["error"], "paymentAppNotInstalled")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -120,7 +120,3 @@ class Usage(unittest.TestCase):
             self.assertIn("--pasteboard memory", refused["error"])
             self.assertEqual(empty, {"pasteboard": [], "localOnly": False, "expirationDate": None})
             self.assertEqual(os.listdir(directory), [])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,6 +1,10 @@
+#include <fstream>
+#include <iterator>
+
 #include <tilvanego/sandbox/Response.h>
 
 #include "tests/support/Test.h"
+#include "tests/support/TestData.h"
 #include "tests/support/TestHost.h"
 
 namespace tilvanego::sandbox {
@@ -96,6 +100,28 @@ TEST(Response, RefusesWhatTheRequestCantBeAnsweredWith) {
 TEST(Response, WithoutAnAmountIsAnApproval) {
   EXPECT_EQ(usualOutcome(linkOf("reboot?request_id=1")), Outcome::approve);
   EXPECT_EQ(usualOutcome(linkOf("clear_data?request_id=1&amount=3.01")), Outcome::decline);
+}
+
+Outcome outcomeOf(std::string_view amount) { return outcomeForAmount(*Decimal::parse(amount)); }
+
+TEST(Outcome, TheFractionOfAnAmountDecides) {
+  for (const auto& [fraction, outcome] : decidingFractions) {
+    EXPECT_EQ(outcomeOf("0." + std::string(fraction)), outcome);
+    EXPECT_EQ(outcomeOf("1234." + std::string(fraction) + "0"), outcome);
+  }
+  for (const std::string_view amount :
+       {"0", "1", "101", "12.5", "12.1", "12.10", "12.011", "12.001", "1e2", "1.99"}) {
+    EXPECT_EQ(outcomeOf(amount), Outcome::approve) << amount;
+  }
+}
+
+TEST(Outcome, TheDocumentationShowsEachDecidingFraction) {
+  std::ifstream file(test::testDataPath("../../docs/rehearsing.md"));
+  const std::string page(std::istreambuf_iterator<char>(file), {});
+  for (const auto& [fraction, outcome] : decidingFractions) {
+    const std::string row = "| ." + std::string(fraction) + " | `" + std::string(rawText(outcome)) + "` |";
+    EXPECT_NE(page.find(row), std::string::npos) << row;
+  }
 }
 
 }  // namespace

@@ -1,50 +1,40 @@
 #include <span>
 #include <stdexcept>
 
-#include <tilvanego/facade/FacadeAccess.h>
+#include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/platform/SystemClock.h>
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
-#include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/sandbox/Response.h>
-#include <tilvanego/sandbox/SandboxApplication.h>
+#include <tilvanego/sandbox/TestHost.h>
+#include <tilvanego/values/Literals.h>
 
 #include "tests/support/Test.h"
 
 namespace tilvanego::sandbox {
 namespace {
 
-/// A host whose links are opened by a sandbox in its own process.
+/// What happens to the payments of a host, in order.
 struct Rehearsal {
   Rehearsal() {
-    Platform platform = Platform::standard(loop);
-    platform.debugOutput = std::make_unique<RecordingDebugOutput>();
-    auto pasteboard = std::make_unique<MemoryPasteboard>(platform.clock);
-    auto application = std::make_unique<SandboxApplication>(
-        loop, [this](const URL& url) { events.push_back(sdk->handleCallback(url) ? "handled" : "ignored"); },
-        HandoffPorts{.pasteboard = pasteboard.get(), .clock = platform.clock.get()});
-    platform.pasteboard = std::move(pasteboard);
-    sandbox = application.get();
-    sandbox->setObserver([this](const URL&, const auto& handled) {
+    sandbox.setObserver([this](const URL&, const auto& handled) {
       events.push_back(handled ? std::string(rawText(handled->outcome)) : handled.error().message);
     });
-    platform.application = std::move(application);
-    sdk = detail::FacadeAccess::make(std::move(platform));
   }
 
   void pay(std::string_view amount,
            const PaymentLaunchTransport& transport = PaymentLaunchTransport::urlScheme()) {
-    sdk->startPayment(PaymentRequest({.requestId = "A-1",
-                                      .amount = *Decimal::parse(amount),
-                                      .currency = "EUR",
-                                      .callbackURL = *URL::parse("shop://done")}),
-                      transport, [this](const PaymentResult& result) { events.emplace_back(result.name()); });
+    host.sdk().startPayment(PaymentRequest({.requestId = "A-1",
+                                            .amount = *Decimal::parse(amount),
+                                            .currency = "EUR",
+                                            .callbackURL = *URL::parse("shop://done")}),
+                            transport,
+                            [this](const PaymentResult& result) { events.emplace_back(result.name()); });
     events.emplace_back("started");
-    loop.runPending();
+    host.loop().runPending();
   }
 
-  RunLoop loop;
-  SandboxApplication* sandbox = nullptr;
-  detail::FacadeAccess::Owned sdk;
+  TestHost host;
+  SandboxApplication& sandbox = host.paymentApplication();
   std::vector<std::string> events;
 };
 
@@ -54,11 +44,11 @@ TEST(SandboxApplication, AnswersOnTheMainQueueAsTheAmountDecidesUnlessTheHostSet
   Rehearsal rehearsal;
   rehearsal.pay("12");
   rehearsal.pay("12.01");
-  rehearsal.sandbox->setOutcome(Outcome::cancel);
+  rehearsal.sandbox.setOutcome(Outcome::cancel);
   rehearsal.pay("12.01");
-  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "success", "handled",   //
-                                      "decline", "started", "declined", "handled",  //
-                                      "cancel", "started", "cancelled", "handled"}));
+  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "success",   //
+                                      "decline", "started", "declined",  //
+                                      "cancel", "started", "cancelled"}));
 }
 
 TEST(SandboxApplication, FailsWhatNeedsAPortThatThrows) {
@@ -86,24 +76,24 @@ TEST(SandboxApplication, FailsWhatNeedsAPortThatThrows) {
 
 TEST(SandboxApplication, HasAnObserverThatOnlyListens) {
   Rehearsal rehearsal;
-  rehearsal.sandbox->setObserver([](const URL&, const auto&) { throw std::runtime_error("an observer's"); });
+  rehearsal.sandbox.setObserver([](const URL&, const auto&) { throw std::runtime_error("an observer's"); });
   rehearsal.pay("12");
-  EXPECT_EQ(rehearsal.events, (Events{"started", "success", "handled"})) << "answered all the same";
+  EXPECT_EQ(rehearsal.events, (Events{"started", "success"})) << "answered all the same";
 }
 
 TEST(SandboxApplication, AnswersAsTheRequestCameUnlessTheHostSetATransport) {
   Rehearsal rehearsal;
   Events callbacks;
-  rehearsal.sandbox->setObserver([&](const URL&, const auto& handled) {
+  rehearsal.sandbox.setObserver([&](const URL&, const auto& handled) {
     callbacks.push_back(handled->callback->absoluteString().substr(0, 27));
   });
   rehearsal.pay("12", PaymentLaunchTransport::gzip());
   rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
-  rehearsal.sandbox->setTransport(Transport::gzip);
+  rehearsal.sandbox.setTransport(Transport::gzip);
   rehearsal.pay("12");
-  rehearsal.sdk->reboot(RebootRequest({.requestId = "A-2", .callbackURL = *URL::parse("shop://done")}),
-                        nullptr);
-  rehearsal.loop.runPending();
+  rehearsal.host.sdk().reboot(RebootRequest({.requestId = "A-2", .callbackURL = *URL::parse("shop://done")}),
+                              nullptr);
+  rehearsal.host.loop().runPending();
   EXPECT_EQ(callbacks, (Events{"shop://done?transport=gzip&", "shop://done?transport=paste",
                                "shop://done?transport=gzip&", "shop://done?request_id=A-2&"}));
   EXPECT_EQ(std::ranges::count(rehearsal.events, "success"), 3);
@@ -111,50 +101,50 @@ TEST(SandboxApplication, AnswersAsTheRequestCameUnlessTheHostSetATransport) {
 
 TEST(SandboxApplication, LetsTheSetFaultHappenAndLeavesPendingWhatItCantOrWontAnswer) {
   Rehearsal rehearsal;
-  rehearsal.sandbox->setFault(TransportFault::wrongDirection);
+  rehearsal.sandbox.setFault(TransportFault::wrongDirection);
   rehearsal.pay("12", PaymentLaunchTransport::pasteboard());
-  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "failure", "handled"}));
+  EXPECT_EQ(rehearsal.events, (Events{"approve", "started", "failure"}));
   rehearsal.pay("12");
-  EXPECT_EQ(rehearsal.events.at(4),
+  EXPECT_EQ(rehearsal.events.at(3),
             "the fault wrong-direction needs an answer by gzip or pasteboard, and this one travels by url");
-  EXPECT_TRUE(rehearsal.sdk->isPaymentInProgress());
+  EXPECT_TRUE(rehearsal.host.sdk().isPaymentInProgress());
   Rehearsal silent;
   silent.pay("12.04");
   EXPECT_EQ(silent.events, (Events{"silent", "started"}));
-  EXPECT_TRUE(silent.sdk->isPaymentInProgress());
+  EXPECT_TRUE(silent.host.sdk().isPaymentInProgress());
 }
 
 TEST(SandboxApplication, OpensNothingWhileItIsNotInstalled) {
   Rehearsal rehearsal;
-  rehearsal.sandbox->setInstalled(false);
+  rehearsal.sandbox.setInstalled(false);
   rehearsal.pay("12");
   EXPECT_EQ(rehearsal.events, (Events{"started", "failure"}));
-  EXPECT_FALSE(rehearsal.sdk->isPaymentInProgress());
+  EXPECT_FALSE(rehearsal.host.sdk().isPaymentInProgress());
 }
 
 TEST(SandboxApplication, OpensItsOwnSchemeEvenIfItCantReadTheLink) {
   Rehearsal rehearsal;
   std::vector<bool> opened;
   for (const std::string_view link : {"tilvanego://payment/v2/start", "mailto:a"}) {
-    rehearsal.sandbox->openURL(*URL::parse(link), [&](bool wasOpened) { opened.push_back(wasOpened); });
+    rehearsal.sandbox.openURL(*URL::parse(link), [&](bool wasOpened) { opened.push_back(wasOpened); });
   }
   EXPECT_TRUE(opened.empty());
-  rehearsal.loop.runPending();
+  rehearsal.host.loop().runPending();
   EXPECT_EQ(opened, (std::vector{true, false}));
   EXPECT_EQ(rehearsal.events, (Events{"the link's path is \"/v2/start\", which names no operation"}));
 }
 
 TEST(SandboxApplication, ReportsARequestAsOpenedThatANewerOneHasOvertaken) {
   Rehearsal rehearsal;
-  rehearsal.sandbox->setInstalled(false);
+  rehearsal.sandbox.setInstalled(false);
   std::vector<std::string> answers;
   for (const std::string_view link : {"tilvanego://payment/v1/reboot?1", "tilvanego://payment/v1/save?1",
                                       "Tilvanego://PAYMENT/v1/reboot?2"}) {
-    rehearsal.sandbox->openURL(*URL::parse(link), [&answers, link](bool opened) {
+    rehearsal.sandbox.openURL(*URL::parse(link), [&answers, link](bool opened) {
       answers.push_back(std::string(link.substr(23)) + (opened ? " yes" : " no"));
     });
   }
-  rehearsal.loop.runPending();
+  rehearsal.host.loop().runPending();
   EXPECT_EQ(answers, (Events{"reboot?1 yes", "save?1 no", "reboot?2 no"}));
 }
 
@@ -167,6 +157,52 @@ TEST(SandboxApplication, AnswersNobodyOnceItIsGone) {
   sandbox.reset();
   loop.runPending();
   EXPECT_EQ(calls, 0);
+}
+
+// The host's code, which knows only the shared instance.
+std::string paid(TestHost& host, const Decimal& amount, const PaymentLaunchTransport& transport) {
+  std::string outcome = "pending";
+  TilvaneGo::shared().startPayment(
+      PaymentRequest(
+          {.requestId = "A-1", .amount = amount, .currency = "EUR", .callbackURL = "shop://done"_url}),
+      transport, [&outcome](const PaymentResult& result) { outcome = result.name(); });
+  host.loop().runPending();
+  return outcome;
+}
+
+TEST(TestHost, GivesEachTestAnInstanceOfItsOwn) {
+  const auto inLink = PaymentLaunchTransport::urlScheme();
+  const auto sealed = PaymentLaunchTransport::pasteboard();
+  std::vector<std::vector<std::string>> lines;
+  for (int run = 0; run < 2; ++run) {
+    TestHost host;
+    EXPECT_EQ(&TilvaneGo::shared(), &host.sdk());
+    EXPECT_FALSE(host.sdk().isPaymentInProgress()) << "left by the run before";
+    EXPECT_EQ(paid(host, 12, inLink), "success");
+    EXPECT_EQ(paid(host, "12.01"_decimal, inLink), "declined");
+    EXPECT_EQ(paid(host, 12, sealed), "success");
+    host.paymentApplication().setOutcome(Outcome::silent);
+    EXPECT_EQ(paid(host, 12, inLink), "pending");
+    lines.push_back(host.debugOutput().take());
+    // Only the id of what is on the pasteboard is random.
+    std::erase_if(lines.back(), [](const std::string& line) { return line.contains("pasteboard"); });
+    EXPECT_FALSE(lines.back().empty());
+  }
+  EXPECT_EQ(lines[0], lines[1]);
+}
+
+TEST(TestHost, IsSharedWhileItLivesInAnyOrder) {
+  const TilvaneGo* const ofTheProcess = &TilvaneGo::shared();
+  auto first = std::make_unique<TestHost>();
+  auto second = std::make_unique<TestHost>();
+  auto third = std::make_unique<TestHost>();
+  EXPECT_EQ(&TilvaneGo::shared(), &third->sdk());
+  second.reset();
+  EXPECT_EQ(&TilvaneGo::shared(), &third->sdk());
+  third.reset();
+  EXPECT_EQ(&TilvaneGo::shared(), &first->sdk());
+  first.reset();
+  EXPECT_EQ(&TilvaneGo::shared(), ofTheProcess);
 }
 
 }  // namespace

@@ -143,7 +143,3 @@ class Presets(unittest.TestCase):
         with tempfile.TemporaryDirectory() as build, self.assertRaisesRegex(AssertionError, "no folder.*: snipets"):
             output("cmake", "-G", "Ninja", "-B", build, "-DTILVANEGO_TEST_FOLDERS_EXCLUDED=package;snipets",
                    "-DCMAKE_CXX_COMPILER=" + os.environ["CXX"])
-
-
-if __name__ == "__main__":
-    unittest.main()

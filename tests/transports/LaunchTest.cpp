@@ -1,7 +1,12 @@
+#include <filesystem>
+
 #include <tilvanego/frame/Link.h>
+#include <tilvanego/platform/desktop/PasteboardStore.h>
+#include <tilvanego/platform/memory/RecordingDebugOutput.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 #include <tilvanego/values/Base64.h>
 
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Test.h"
 #include "tests/transports/Payments.h"
 
@@ -10,7 +15,6 @@ namespace {
 
 using Transport = PaymentLaunchTransport;
 using Events = std::vector<std::string>;
-using detail::PaymentHandoffRequestPayload;
 
 Events launch(TestHost& host, const PaymentRequest::Fields& fields, const Transport& transport) {
   host.clock->stopAt(startOfTest);
@@ -62,19 +66,6 @@ TEST(PaymentTransport, OpensACompressedLinkOfExactlyTheLimit) {
   EXPECT_EQ(outcome(host, fields, Transport::automatic(0)), "pasteboard");
 }
 
-TEST(PaymentTransport, CompressedLinkOpensToTheRequest) {
-  TestHost host;
-  launch(host, paymentFields(), Transport::gzip());
-  const auto envelope =
-      detail::decodeURLPayload<PaymentHandoffRequestPayload>(host.application->openedURLs()[0]);
-  ASSERT_TRUE(envelope);
-  EXPECT_TRUE(envelope->hasExpectedForm());
-  EXPECT_EQ(envelope->direction, detail::PaymentHandoffDirection::request);
-  EXPECT_EQ(envelope->requestId, "A-1");
-  EXPECT_EQ(envelope->createdAt, Date::fromSecondsSince1970(1'700'000'000)) << "whole seconds";
-  EXPECT_EQ(envelope->payload, PaymentHandoffRequestPayload::of(PaymentRequest(paymentFields())));
-}
-
 TEST(PaymentTransport, ShowsNoSecretAndPutsNoneOnThePasteboardInClear) {
   for (const Transport& transport : {Transport::urlScheme(), Transport::gzip(), Transport::pasteboard()}) {
     TestHost host;
@@ -121,6 +112,48 @@ TEST(PaymentTransport, ThatCantBuildItsLinkEndsThePaymentWithOneMessage) {
 TEST(PaymentTransport, NeedsNoRandomBytesForACompressedLink) {
   TestHost host(std::make_unique<ScriptedRandomSource>());
   EXPECT_EQ(outcome(host, paymentFields(), Transport::automatic(0)), "gzip");
+}
+
+TEST(PaymentTransport, ThatIsNotKeptOnThePasteboardEndsThePaymentAtOnceAndTheLoggerHearsWhy) {
+  TemporaryDirectory directory;
+  const auto store = [](const std::filesystem::path& path) -> std::unique_ptr<Pasteboard> {
+    return std::make_unique<PasteboardStore>(path, std::make_shared<ManualClock>(startOfTest));
+  };
+  const auto open = directory.path() / "open";
+  std::filesystem::create_directory(open);
+  std::filesystem::permissions(open, std::filesystem::perms::all);
+  using Case = std::tuple<std::function<std::unique_ptr<Pasteboard>()>, std::size_t, std::string>;
+  for (const auto& [pasteboard, notes, reason] : std::vector<Case>{
+           {[&] { return store(open); }, 300'000,
+            open.string() + " is open to other users; its mode must be 0700."},
+           {[&] { return store(directory.path() / "store"); }, 13'000'000, "The file would have 1733"},
+           {[] { return nullptr; }, 300'000, "The platform has no pasteboard."}}) {
+    for (const Transport& transport : {Transport::pasteboard(), Transport::automatic(0)}) {
+      RunLoop loop;
+      Platform platform = Platform::standard(loop);
+      auto application = std::make_unique<MemoryApplication>(loop);
+      const auto& opened = application->openedURLs();
+      platform.application = std::move(application);
+      platform.debugOutput = std::make_unique<RecordingDebugOutput>();
+      platform.pasteboard = pasteboard();
+      const auto sdk = detail::FacadeAccess::make(std::move(platform));
+      std::vector<std::string> events;
+      sdk->setLogger([&](TilvaneLogLevel level, std::string_view message) {
+        events.push_back(std::string(rawText(level)) + " " + std::string(message));
+      });
+      auto fields = paymentFields();
+      fields.notes = std::string(notes, 'n');
+      sdk->startPayment(PaymentRequest(fields), transport, [&](const PaymentResult& result) {
+        events.emplace_back(std::get<PaymentResult::Failure>(result).error.name());
+      });
+      ASSERT_EQ(events.size(), 2U) << reason;
+      EXPECT_TRUE(events[0].starts_with("warning The payment can't be left on the pasteboard. " + reason))
+          << events[0];
+      EXPECT_EQ(events[1], "pasteboardHandoffUnavailable");
+      EXPECT_FALSE(sdk->isPaymentInProgress());
+      EXPECT_TRUE(opened.empty());
+    }
+  }
 }
 
 TEST(RedactedPayloadURL, HidesThePayloadAloneInAnyCase) {

@@ -1,10 +1,10 @@
 #include <atomic>
 #include <concepts>
-#include <thread>
 
 #include <tilvanego/validation/Validator.h>
 
 #include "tests/support/Test.h"
+#include "tests/support/Threads.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {
@@ -168,19 +168,15 @@ TEST(ValidatorOfLists, ChecksCountsAndUniqueness) {
 
 TEST(Validator, KeepsToThePatternAmongMoreThanAThreadKeeps) {
   std::atomic<int> wrong = 0;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&wrong, i] {
-      for (int round = 0; round < 240; ++round) {
-        const std::string digits = std::to_string(round % 80 + i);
-        const std::string pattern = "^" + digits + "$";
-        const StringRule rule{.minLength = 1, .pattern = pattern};
-        if (!Validator::check(digits, rule).empty()) ++wrong;
-        if (Validator::check("x" + digits, rule).empty()) ++wrong;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  test::inThreads(4, [&wrong](int thread) {
+    for (int round = 0; round < 240; ++round) {
+      const std::string digits = std::to_string(round % 80 + thread);
+      const std::string pattern = "^" + digits + "$";
+      const StringRule rule{.minLength = 1, .pattern = pattern};
+      if (!Validator::check(digits, rule).empty()) ++wrong;
+      if (Validator::check("x" + digits, rule).empty()) ++wrong;
+    }
+  });
   EXPECT_EQ(wrong, 0);
 }
 

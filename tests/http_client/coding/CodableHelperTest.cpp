@@ -1,5 +1,3 @@
-#include <thread>
-
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/http_client/coding/JSONEncodingHelper.h>
 #include <tilvanego/json/JSONValue.h>
@@ -7,6 +5,7 @@
 #include <tilvanego/json/ValueCodecs.h>
 
 #include "tests/support/Test.h"
+#include "tests/support/Threads.h"
 
 namespace tilvanego {
 namespace {
@@ -176,20 +175,18 @@ TEST(CodableHelper, LetsASubclassSeeEveryBody) {
 TEST(CodableHelper, IsUsedFromSeveralThreadsWhileItsSettingsChange) {
   CodableHelper helper;
   helper.updateJsonEncoder([](JSONEncoder& encoder) { encoder.prettyPrinted = false; });
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int round = 0; round < 200; ++round) {
-        const auto body = encoded(helper);
-        EXPECT_TRUE(body == R"(["@1709634030"])" || body == R"(["2024-03-05T10:20:30.500Z"])") << body;
-      }
-    });
-  }
-  for (int round = 0; round < 200; ++round) {
-    helper.setDateFormatter(round % 2 == 0 ? secondsFormatter : nullptr);
-    EXPECT_EQ(helper.decode<int>(Data("5")), 5);
-  }
-  for (std::thread& thread : threads) thread.join();
+  const auto encode = [&](int) {
+    for (int round = 0; round < 200; ++round) {
+      const auto body = encoded(helper);
+      EXPECT_TRUE(body == R"(["@1709634030"])" || body == R"(["2024-03-05T10:20:30.500Z"])") << body;
+    }
+  };
+  test::inThreads(4, encode, [&] {
+    for (int round = 0; round < 200; ++round) {
+      helper.setDateFormatter(round % 2 == 0 ? secondsFormatter : nullptr);
+      EXPECT_EQ(helper.decode<int>(Data("5")), 5);
+    }
+  });
 }
 
 TEST(JSONEncodingHelper, CarriesTheBodyOrPrintsWhyThereIsNone) {
