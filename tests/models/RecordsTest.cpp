@@ -5,6 +5,8 @@
 #include <tilvanego/Models.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/models/Catalogue.h>
+#include <tilvanego/values/SecretNames.h>
+#include <tilvanego/values/Text.h>
 
 #include "tests/models/ModelTables.h"
 #include "tests/support/AllocationCount.h"
