@@ -161,7 +161,11 @@ int answer(const SandboxOptions& options, const LaunchLink& link, const HandoffP
   };
   if (line != nullptr) line->applyTo(decision, link.operation());
   const auto callback = respond(link, decision, ports);
-  if (!callback) return failed(callback.error().message);
+  if (!callback) {
+    const std::string where =
+        line != nullptr ? *options.script + ": line " + std::to_string(line->number) + ": " : "";
+    return failed(where + callback.error().message);
+  }
   std::cout << "outcome: " << rawText(decision.outcome) << '\n' << std::flush;
   if (!*callback) return exitDone;
   return deliver(options, link, **callback, line != nullptr ? *line : RehearsalLine());

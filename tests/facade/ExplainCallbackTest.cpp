@@ -97,6 +97,12 @@ TEST(ExplainCallback, NamesWhatDiffersWhatDecidedAndWhatToMend) {
            R"(missing a status.". Its status, by the key "status", is blank. Fields and their keys: status by )"
            R"("status". Items that decide nothing: "status", "transport".)",
            "The callback ends the pending payment with failure (missingStatus)."},
+          {"myshop://done", "myshop://done?status=approved%FF&txn_id=%C3&status=declined",
+           R"(It is the callback of the pending payment. The result is failure (missingStatus): "Payment callback is )"
+           R"(missing a status.". Its status, by the key "status", isn't UTF-8. Fields and their keys: status by )"
+           R"("status", transactionId by "txn_id". Not UTF-8, and so without a value: status, transactionId; the )"
+           R"(payment application must percent-encode texts as UTF-8. Items that decide nothing: "status".)",
+           "The callback ends the pending payment with failure (missingStatus)."},
           {"", "myshop://done?result=paid",
            R"(No payment is pending. A pending one with this URL would end with failure (paymentFailed). The status )"
            R"("paid", by the key "result", is no word of payment and counts as a failure; the words are approved, )"

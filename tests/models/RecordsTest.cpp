@@ -5,6 +5,8 @@
 #include <tilvanego/Models.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/models/Catalogue.h>
+#include <tilvanego/values/SecretNames.h>
+#include <tilvanego/values/Text.h>
 
 #include "tests/models/ModelTables.h"
 #include "tests/support/AllocationCount.h"
@@ -26,6 +28,23 @@ TEST(Records, WriteTheirFieldsToAStream) {
             R"(AmountsExtended(currency: USD, total: "12.50", gratuity: nil, cashback: nil))");
   EXPECT_EQ(testing::PrintToString(TenderType::ebt), "EBT");
   EXPECT_EQ(testing::PrintToString(static_cast<TenderType>(99)), "99");
+  // Card data, as every record that has some.
+  EXPECT_EQ(testing::PrintToString(VeilmarkCardToken{.osid = "o", .cardNumber = "4", .cardExpiration = "5"}),
+            "VeilmarkCardToken(osid: present, cardNumber: present, cardExpiration: present)");
+  EXPECT_EQ(testing::PrintToString(CardResponse{.bin = "411111", .last4 = "1111", .expiry = "1229"}),
+            R"(CardResponse(name: nil, brand: nil, bin: present, last4: "1111", expiry: present))");
+  for (const RecordType& type : recordTypes()) {
+    for (const FieldDescription& field : type.fields) {
+      const std::string name = lowercased(field.key);
+      bool isNamed = false;
+      for (const std::string_view part : {"token", "osid", "number", "expir", "bin", "track", "cvc",
+                                          "password", "secret", "signature", "cryptogram"}) {
+        isNamed = isNamed || name.contains(part);
+      }
+      const bool isText = field.type.contains("String");
+      EXPECT_EQ(isHiddenField(field.key), isNamed && isText) << type.name << "." << field.key;
+    }
+  }
   std::ostringstream nested;
   nested << TraceResponse{.history = std::vector<TransactionHistoryRecord>(1)};
   EXPECT_TRUE(nested.str().contains("history: [TransactionHistoryRecord(")) << nested.str();

@@ -32,17 +32,6 @@ void expectLaunch(TestHost& host, std::string_view kind, const std::string& word
                 "open " + link}));
 }
 
-TEST(Launch, ShowsWhatTheRequestSaysOfItself) {
-  forEachOperation([]<OperationKind kind>() {
-    TestHost host;
-    const auto request = fullRequest<kind>(callback);
-    (*host.sdk.*operationFunctions<kind>.start)(request, nullptr);
-    const std::string line = host.takeEvents().front();
-    EXPECT_TRUE(line.ends_with("[" + request.description() + "]")) << line;
-    EXPECT_EQ(testing::PrintToString(request), request.description());
-  });
-}
-
 TEST(Launch, TrimsIdsAndAmountsAndLeavesOutWhatIsNotThere) {
   TestHost host;
   host.sdk->initialize(

@@ -145,6 +145,21 @@ TEST(RunLoopDeathTest, AnEmptyBlockEndsTheProcessWithAMessage) {
   EXPECT_DEATH(RunLoop().post(nullptr), "RunLoop::post was given an empty block");
 }
 
+TEST(RunLoop, EndsEveryDrainWhenABlockDestroysIt) {
+  auto owned = std::make_unique<RunLoop>();
+  RunLoop& loop = *owned;
+  std::string order;
+  loop.post([&] {
+    loop.post([&] { owned.reset(); });
+    loop.post([] { ADD_FAILURE() << "a block of a loop that is gone"; });
+    loop.runPending();
+    order += " outer";
+  });
+  loop.post([&] { order += "inner"; });
+  loop.run();
+  EXPECT_EQ(order, "inner outer");
+}
+
 TEST(RunLoop, TheMainThreadIsTheMakerUntilAnotherThreadDrains) {
   RunLoop loop;
   EXPECT_TRUE(loop.isCurrent());

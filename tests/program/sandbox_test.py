@@ -101,6 +101,13 @@ class SandboxCommand(unittest.TestCase):
                 shown = [line for line in done.stdout.splitlines() if line.startswith("shop:")]
                 self.assertEqual([line.split("&processor")[0] for line in shown], callbacks)
 
+        with tempfile.NamedTemporaryFile("w", encoding="utf-8") as file:
+            file.write('\n{"outcome": "tampered"}\n')
+            file.flush()
+            done = sandbox("--script", file.name, PAYMENT.format("5"))
+            self.assertEqual(done.returncode, 1)
+            self.assertTrue(done.stderr.startswith(f"tilvanego sandbox: {file.name}: line 2: the outcome tampered needs"))
+
     def test_a_script_is_a_small_regular_file_that_can_be_read(self):
         with tempfile.TemporaryDirectory() as folder:
             def path(name, text=None):

@@ -57,37 +57,67 @@ TEST(RehearsalScript, NamesTheLineOfItsFirstFaultAndWhatToMend) {
     std::string line;
     std::string_view fault;
   };
-  for (const auto& [line, fault] : {
-           Case{"{", "is no JSON: the text ends inside a value (byte 1)"},
-           Case{good + good, "is no JSON: something follows the value (byte 21)"},
-           Case{"[]", R"(must be a JSON object, such as {"outcome": "decline"})"},
-           Case{"{\"note\":\"\xFF\"}", "is no JSON: "},
-           Case{R"({"outcom\u001b":1})",
-                R"(has the unknown field "outcom\u{1B}"; known: operation, amount, )"},
-           Case{"{\"" + std::string(59, 'a') + "\u00e9\":1}", "has the unknown field \"aaaaa"},
-           Case{R"({"nth":1,"nth":2})", R"(has "nth" twice)"},
-           Case{R"({"outcome":"declined"})",
-                R"(has the field "outcome", which must be one of approve, decline, cancel, )"},
-           Case{R"({"operation":7})", R"(has the field "operation", which must be one of payment, init)"},
-           Case{R"({"amount":12.5})",
-                R"(has the field "amount", which must be a text with a number, such as "12.50")"},
-           Case{R"({"amount":"12,50"})", R"(has the field "amount", which)"},
-           Case{R"({"nth":0})", R"(has the field "nth", which must be a whole number, at least 1)"},
-           Case{R"({"times":-1})", R"(has the field "times", which must be a whole number, at least 1)"},
-           Case{R"({"delay":86401})",
-                R"(has the field "delay", which must be a number of seconds, 0 to 86400)"},
-           Case{R"({"note":)" + std::string(600, '['), "is no JSON: "},
-           Case{R"({"note":")" + std::string(RehearsalScript::maxLineSize, 'a') + R"("})", "is no JSON: "},
-           Case{R"({"nth":1,"times":2})", R"(has "nth" and "times")"},
-           Case{R"({"delay":1,"delivery":"late"})",
-                R"(has a "delay", which the delivery late doesn't wait for)"},
-           Case{R"({"outcome":"silent","delivery":"twice"})",
-                "has the outcome silent, which has nothing to deliver"},
-           Case{R"({"operation":"reboot","fault":"not-json"})", R"(has an "answer" or a "fault" that only)"},
-           Case{R"({"operation":"save","outcome":"cancel","word":"saved"})",
-                R"(has a "word" that its requests never have; known: cancel, canceled, cancelled)"},
-           Case{R"({"outcome":"silent","word":"saved"})", "has the outcome silent, which has no word"},
-       }) {
+  for (
+      const auto& [line, fault] : {
+          Case{"{", "is no JSON: the text ends inside a value (byte 1); write one whole object in each line"},
+          Case{good + good,
+               "is no JSON: something follows the value (byte 21); write one whole object in each line"},
+          Case{"[]", R"(must be a JSON object, such as {"outcome": "decline"})"},
+          Case{"{\"note\":\"\xFF\"}", "is no JSON: "},
+          Case{R"({"outcom\u001b":1})",
+               R"(has the unknown field "outcom\u{1B}"; known: operation, amount, )"},
+          Case{"{\"" + std::string(59, 'a') + "\u00e9\":1}", "has the unknown field \"aaaaa"},
+          Case{R"({"nth":1,"nth":2})", R"(has "nth" twice)"},
+          Case{R"({"outcome":"declined"})",
+               R"(has the field "outcome", which must be one of approve, decline, cancel, )"},
+          Case{R"({"operation":7})", R"(has the field "operation", which must be one of payment, init)"},
+          Case{R"({"amount":12.5})",
+               R"(has the field "amount", which must be a text with a number above zero, such as "12.50")"},
+          Case{R"({"amount":"0"})", R"(has the field "amount", which)"},
+          Case{R"({"amount":"-5"})", R"(has the field "amount", which)"},
+          Case{R"({"requestId":""})", R"(has the field "requestId", which must be a text that isn't blank)"},
+          Case{R"({"amount":"12,50"})", R"(has the field "amount", which)"},
+          Case{R"({"nth":0})", R"(has the field "nth", which must be a whole number, at least 1)"},
+          Case{R"({"times":-1})", R"(has the field "times", which must be a whole number, at least 1)"},
+          Case{R"({"delay":86401})",
+               R"(has the field "delay", which must be a number of seconds, 0 to 86400)"},
+          Case{R"({"note":)" + std::string(600, '['), "is no JSON: "},
+          Case{R"({"note":")" + std::string(RehearsalScript::maxLineSize, 'a') + R"("})",
+               "is longer than 65536 bytes"},
+          Case{R"({"nth":1,"times":2})", R"(has "nth" and "times")"},
+          Case{R"({"delay":1,"delivery":"late"})",
+               R"(has a "delay", which the delivery late doesn't wait for)"},
+          Case{R"({"outcome":"silent","delivery":"twice"})",
+               "has the outcome silent, which has nothing to deliver"},
+          Case{R"({"outcome":"silent","fault":"not-json"})", "has the outcome silent, which has nothing"},
+          Case{R"({"outcome":"silent","answer":"gzip"})", "has the outcome silent, which has nothing"},
+          Case{R"({"operation":"reboot","amount":"5"})",
+               R"(has an "amount", and the operation reboot has none; leave it out)"},
+          Case{R"({"operation":"reboot","answer":"gzip"})",
+               R"(has an "answer" that only the operation payment can have; leave it out)"},
+          Case{R"({"operation":"reboot","fault":"not-json"})",
+               "has the fault not-json, which needs an answer by gzip or pasteboard; only a payment has one"},
+          Case{R"({"operation":"reboot","outcome":"tampered"})",
+               "has the outcome tampered, which needs an answer by gzip or pasteboard; only a payment"},
+          Case{R"({"answer":"url","fault":"not-json"})",
+               "has the fault not-json, which needs an answer by gzip or pasteboard, and the line has one by "
+               "url"},
+          Case{R"({"answer":"gzip","fault":"foreign-handoff"})",
+               "has the fault foreign-handoff, which needs an answer by pasteboard, and the line has one by "
+               "gzip"},
+          Case{
+              R"({"answer":"pasteboard","fault":"wrong-payload-size"})",
+              "has the fault wrong-payload-size, which needs an answer by gzip, and the line has one by pas"},
+          Case{R"({"answer":"url","outcome":"tampered"})", "has the outcome tampered, which needs an answer"},
+          Case{R"({"answer":"gzip","outcome":"expired"})",
+               "has the outcome expired, which needs an answer by pasteboard, and the line has one by gzip"},
+          Case{
+              R"({"outcome":"expired","fault":"wrong-payload-size"})",
+              "has the fault wrong-payload-size, which needs an answer by gzip, and the line has one by pas"},
+          Case{R"({"operation":"save","outcome":"cancel","word":"saved"})",
+               R"(has a "word" that its requests never have; known: cancel, canceled, cancelled)"},
+          Case{R"({"outcome":"silent","word":"saved"})", "has the outcome silent, which has no word"},
+      }) {
     const std::string message = messageOf(good + "\n\n" + line + "\n" + "nonsense");
     EXPECT_TRUE(message.starts_with("line 3 of the script " + std::string(fault))) << line << "\n" << message;
   }
@@ -185,7 +215,11 @@ TEST(SandboxApplication, DeliversAsTheScriptSaysAndTellsAtItsEndWhatDidNotHappen
 {"requestId":"5","delay":30,"delivery":"twice"}
 {"requestId":"6","delay":60.5}
 {"requestId":"7","outcome":"tampered"}
-{"requestId":"9"})"));
+{"requestId":"9"}
+{"requestId":"10","delivery":"late"}
+{"requestId":"11","delay":90}
+{"requestId":"12","delay":85}
+{"requestId":"13","delivery":"late"})"));
   EXPECT_EQ(evening.open(payment("1")), "");
   EXPECT_EQ(evening.open(payment("2")), "1 ") << "also if the next one is late itself";
   EXPECT_EQ(evening.open(payment("3")), "3 3 2 ");
@@ -195,20 +229,32 @@ TEST(SandboxApplication, DeliversAsTheScriptSaysAndTellsAtItsEndWhatDidNotHappen
   EXPECT_EQ(evening.open(payment("7")), "");
   EXPECT_EQ(evening.open(payment("8", "5.01")), "8 ");
   EXPECT_EQ(evening.item("status"), "declined") << "no line fits, so the amount decides";
+  EXPECT_EQ(evening.open(payment("10")), "");
+  EXPECT_EQ(evening.open(payment("11")), "");
+  EXPECT_EQ(evening.open(payment("12")), "");
+  EXPECT_EQ(evening.open(payment("13")), "");
+  EXPECT_EQ(evening.open(*URL::parse("tilvanego://payment/v1/reboot?request_id=14")), "13 ")
+      << "whatever becomes of the next one";
   evening.clock.stopAt(Date::fromSecondsSince1970(1'700'000'029));
   evening.application.deliverDue();
   EXPECT_EQ(evening.run(), "");
   evening.clock.stopAt(Date::fromSecondsSince1970(1'700'000'030));
   evening.application.deliverDue();
   EXPECT_EQ(evening.run(), "5 5 ");
-  EXPECT_EQ(evening.application.unusedLines(),
-            (Texts{"line 8 decided 0 requests of 1",
-                   "line 6 has a callback that waits until 2023-11-14T22:14:20Z"}));
+  EXPECT_EQ(
+      evening.application.unusedLines(),
+      (Texts{"line 8 decided 0 requests of 1", "line 6 has a callback that waits until 2023-11-14T22:14:20Z",
+             "line 10 has a callback that waits until 2023-11-14T22:14:50Z",
+             "line 9 has a callback that waits until 2023-11-14T22:14:50Z",
+             "line 11 has a callback that waits until 2023-11-14T22:14:45Z"}));
   EXPECT_EQ(
       evening.application.unmatchedRequests(),
       (Texts{"request 7, payment \"7\" of 5: the outcome tampered needs an answer by gzip or pasteboard, and "
              "this one travels by url",
-             "request 8, payment \"8\" of 5.01: no line fits"}));
+             "request 8, payment \"8\" of 5.01: no line fits", "request 13: the link has no return_url"}));
+  evening.clock.stopAt(Date::fromSecondsSince1970(1'700'000'090));
+  evening.application.deliverDue();
+  EXPECT_EQ(evening.run(), "6 12 11 10 ") << "by their times, and the late one after the delayed answer";
   evening.application.setScript(std::nullopt);
   EXPECT_TRUE(evening.application.unusedLines().empty() && evening.application.unmatchedRequests().empty());
 }
@@ -320,6 +366,16 @@ TEST(SandboxApplication, CapturesAndRefundsWhatItRemembersOnceAndNoFurther) {
        }) {
     EXPECT_EQ(answerTo(evening, link), answer) << link.absoluteString();
   }
+  // Sums that are beyond 38 digits are refused, not rounded.
+  const std::string most = "340282366920938463463374607431768211455";
+  const std::string longest = idOf(payment("5", most));
+  EXPECT_EQ(answerTo(evening, refund(longest, "340282366920938463463374607431768211454")), "refunded");
+  for (const std::string_view amount : {"2", "1.1", "340282366920938463463374607431768211455"}) {
+    EXPECT_TRUE(answerTo(evening, refund(longest, std::string(amount))).starts_with("failed: The amount"));
+  }
+  EXPECT_EQ(answerTo(evening, refund(longest, "1")), "refunded");
+  EXPECT_EQ(answerTo(evening, payment("6", most, "sale&tip=0.1")), "failed");
+  EXPECT_EQ(evening.item("processor_message"), "The amounts have too many digits to be added exactly");
   const std::string refundable = idOf(payment("4", "50", "auth"));
   const std::string captured = idOf(capture(refundable, "50"));
   EXPECT_EQ(answerTo(evening, refund(captured)), "refunded") << "a refund may name the capture";

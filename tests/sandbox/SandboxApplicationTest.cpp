@@ -205,5 +205,52 @@ TEST(TestHost, IsSharedWhileItLivesInAnyOrder) {
   EXPECT_EQ(&TilvaneGo::shared(), ofTheProcess);
 }
 
+TEST(TestHost, IsSharedUntilWhatTheTestCapturedIsDestroyed) {
+  struct AtEnd {
+    std::function<void()> run;
+    ~AtEnd() { run(); }
+  };
+  const auto payment = [](std::string id) {
+    return PaymentRequest(
+        {.requestId = std::move(id), .amount = 1, .currency = "EUR", .callbackURL = "shop://done"_url});
+  };
+  TestHost outer;
+  outer.paymentApplication().setOutcome(Outcome::silent);
+  outer.sdk().startPayment(payment("outer"), [](const PaymentResult&) {});
+  std::vector<std::string_view> reached;
+  auto inner = std::make_unique<TestHost>();
+  // Of a till that gives up its payment when it is closed, and of one that even starts another.
+  const auto capture = [&, shared = &inner->sdk()] {
+    return std::make_shared<AtEnd>([&, shared] {
+      TilvaneGo::shared().cancelPendingPayment();
+      TilvaneGo::shared().startPayment(payment("inner"), [](const PaymentResult&) {});
+      const bool isPending = TilvaneGo::shared().isPaymentInProgress();
+      reached.push_back(&TilvaneGo::shared() != shared ? "another" : isPending ? "pending" : "ended");
+    });
+  };
+  inner->paymentApplication().setOutcome(Outcome::silent);
+  inner->paymentApplication().setObserver([captured = capture()](const URL&, const auto&) {});
+  inner->sdk().startPayment(payment("A-1"), [captured = capture()](const PaymentResult&) {});
+  inner->loop().post([captured = capture()] {});
+  inner.reset();
+  EXPECT_EQ(reached, std::vector<std::string_view>(3, "ended"));
+  EXPECT_TRUE(outer.sdk().isPaymentInProgress());
+}
+
+TEST(TestHost, MayBeDestroyedByItsOwnCompletion) {
+  auto host = std::make_unique<TestHost>();
+  RunLoop& loop = host->loop();
+  std::string outcome;
+  host->sdk().startPayment(
+      PaymentRequest({.requestId = "A-1", .amount = 1, .currency = "EUR", .callbackURL = "shop://done"_url}),
+      [&](const PaymentResult& result) {
+        outcome = result.name();
+        loop.post([] { ADD_FAILURE() << "a block of a loop that is gone"; });
+        host.reset();
+      });
+  loop.runPending();
+  EXPECT_EQ(outcome, "success");
+}
+
 }  // namespace
 }  // namespace tilvanego::sandbox

@@ -200,6 +200,7 @@ TEST(Decimal, RoundsAsTold) {
     unsigned digits;
     std::string_view halfEven, halfUp, up, down;
   };
+  constexpr std::string_view most = "100000000000000000000000000000000000000e127";
   constexpr std::string_view third = "0.33333333333333333333333333333333333333";
   const Case cases[] = {
       {"0.125", "1", 2, "0.12", "0.13", "0.13", "0.12"},
@@ -218,13 +219,27 @@ TEST(Decimal, RoundsAsTold) {
       {"119", "1.19", 2, "100", "100", "100", "100"},
       {"1e-20", "3e20", 2, "0", "0", "0.01", "0"},
       {"2.5e-3", "1e-1", 2, "0.02", "0.03", "0.03", "0.02"},
-      {"1e127", "1e-38", 0, "1e165", "1e165", "1e165", "1e165"},
+      {"1e127", "1e-38", 0, most, most, most, most},
       {"1", "3", 38, third, third, "0.33333333333333333333333333333333333334", third},
       // Beyond what a number can hold.
       {"1", "3", 40, "none", "none", "none", "none"},
       {"1", "0", 2, "none", "none", "none", "none"},
-      {"1", "1", 129, "none", "none", "none", "none"},
-      {"1", "300000000000000000000000000000000000001", 60, "none", "none", "none", "none"},
+      // What fits fits, by whatever way.
+      {"1", "1", 129U, "1", "1", "1", "1"},
+      {"0", "1", 200U, "0", "0", "0", "0"},
+      {"3402823669209384634633746074317682114.41", "-0.99999", 2U, "none", "none",
+       "-3402857697786362498258728661604298157.4", "none"},
+      {"0.000005", "1.0000000000000000000000000000000000005E-23", 4U, "500000000000000000",
+       "500000000000000000", "500000000000000000", "499999999999999999.9999"},
+      {"0.000005", "1.0000000000000000000000000000000000005E-23", 60U, "none", "none", "none", "none"},
+      {"50000000000000000000000000000e127", "2e-5", 1U, "2500000000000000000000000000000000e127",
+       "2500000000000000000000000000000000e127", "2500000000000000000000000000000000e127",
+       "2500000000000000000000000000000000e127"},
+      {"1", "300000000000000000000000000000000000001", 60U, "3333333333333333333333e-60",
+       "3333333333333333333333e-60", "3333333333333333333334e-60", "3333333333333333333333e-60"},
+      {"1", "3", 4294967295U, "none", "none", "none", "none"},
+      {"1e-128", "2e-1", 128U, "5e-128", "5e-128", "5e-128", "5e-128"},
+      {"1e-100", "1.00000000000000000000000000000000000001e99", 300U, "none", "none", "none", "none"},
   };
   for (const auto& [a, divisor, digits, halfEven, halfUp, up, down] : cases) {
     for (const auto& [rounding, text] :
@@ -232,6 +247,7 @@ TEST(Decimal, RoundsAsTold) {
           std::pair(Rounding::up, up), std::pair(Rounding::down, down)}) {
       SCOPED_TRACE(std::string(a) + " / " + std::string(divisor) + " " + testing::PrintToString(rounding));
       const auto expected = Decimal::parseExact(text);
+      EXPECT_EQ(expected.has_value(), text != "none") << text;
       EXPECT_EQ(number(a).dividedBy(number(divisor), digits, rounding), expected);
       if (divisor == "1" && expected) {
         EXPECT_EQ(number(a).rounded(digits, rounding), expected);
@@ -312,6 +328,7 @@ TEST(Amounts, AreReadWholeAndShownWithTheDigitsOfTheirCurrency) {
 TEST(Decimal, TakesTheShortestDigitsOfADouble) {
   EXPECT_EQ(textOrNone(Decimal::fromDouble(12.1)), "12.1");
   EXPECT_EQ(textOrNone(Decimal::fromDouble(0.1 + 0.2)), "0.30000000000000004");
+  EXPECT_EQ(textOrNone(Decimal::fromDouble(0x1p60)), "1152921504606846976");
   EXPECT_EQ(textOrNone(Decimal::fromDouble(-0.0)), "0");
   EXPECT_EQ(textOrNone(Decimal::fromDouble(-1e21)), "-1000000000000000000000");
   EXPECT_EQ(textOrNone(Decimal::fromDouble(1e127)), "1" + std::string(127, '0'));

@@ -1,4 +1,5 @@
 #include <bit>
+#include <cmath>
 #include <cstdio>
 
 #include <tilvanego/values/Base64.h>
@@ -156,6 +157,30 @@ TEST(Date, IsASystemTimeAsFarAsThatCounts) {
   EXPECT_EQ(systemTime(dateFrom(now)), now);
   EXPECT_EQ(systemTime<seconds>(Date::fromSecondsSince1970(-1.5)), sys_seconds(seconds(-2)));
   EXPECT_EQ(systemTime<duration<double>>(Date::fromSecondsSince1970(0.25))->time_since_epoch().count(), 0.25);
+  struct Case {
+    double seconds;
+    std::int64_t nanoseconds, milliseconds;
+  };
+  for (const auto& [moment, inNanoseconds, inMilliseconds] : {
+           Case{1'709'634'030.1, 1'709'634'030'099'999'905, 1'709'634'030'100},
+           Case{-1'709'634'030.1, -1'709'634'030'099'999'905, -1'709'634'030'100},
+           // Just below a tie, which the product alone would reach.
+           Case{0.0045, 4'500'000, 4},
+           Case{-521.0685, -521'068'500'000, -521'068},
+           Case{0.5e-9, 1, 0},
+           Case{std::nextafter(0.5e-9, 0), 0, 0},
+       }) {
+    const Date date = Date::fromSecondsSince1970(moment);
+    EXPECT_EQ(systemTime<nanoseconds>(date)->time_since_epoch().count(), inNanoseconds) << moment;
+    EXPECT_EQ(systemTime<milliseconds>(date)->time_since_epoch().count(), inMilliseconds) << moment;
+    if (std::abs(moment) > 1) {
+      EXPECT_EQ(dateFrom(*systemTime<nanoseconds>(date)), date);
+    }
+  }
+  // A tie of days, missed by less than a second's last bit.
+  EXPECT_EQ(systemTime<days>(Date::fromSecondsSince1970(43'200))->time_since_epoch().count(), 1);
+  EXPECT_EQ(
+      systemTime<days>(Date::fromSecondsSince1970(std::nextafter(43'200, 0)))->time_since_epoch().count(), 0);
   const Date last = Date::fromSecondsSince1970(9'223'372'036.0);
   EXPECT_TRUE(systemTime<nanoseconds>(last));
   for (const double far : {9'223'372'037.0, -9'223'372'038.0, 1e300, -std::numeric_limits<double>::infinity(),

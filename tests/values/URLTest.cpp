@@ -63,8 +63,12 @@ TEST(URL, AreOrderedAndHashedByTheirTextAndWrittenWithoutSecrets) {
        "a:b?Basic%5FToken=<redacted>&c&payload=<redacted>&clear_pan=<redacted>#f"},
   };
   for (const auto& [text, shown] : cases) EXPECT_EQ(testing::PrintToString(parsed(text)), shown);
-  EXPECT_EQ(testing::PrintToString(Items{{"a", "b"}, {"c", {}}, {"payload", "p"}}),
-            "{ a=b, c, payload=<redacted> }");
+  EXPECT_EQ(testing::PrintToString(Items{{"a", "b\n"},
+                                         {"\x1B"
+                                          "c",
+                                          {}},
+                                         {"payload", "p"}}),
+            R"({ "a"="b\n", "\u{1B}c", "payload"=<redacted> })");
   EXPECT_EQ(testing::PrintToString(URL::parse("").error()), "an empty text is no URL (offset 0)");
 }
 

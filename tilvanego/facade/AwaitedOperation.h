@@ -44,6 +44,14 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation<Op
     if (failure_ && !over_) facade_->cancel<Operation>();
   }
 
+  /// Lets the coroutine throw `failure` in a later turn of the main queue. The operation isn't started.
+  void refuse(std::coroutine_handle<> waiting, std::exception_ptr failure) {
+    waiting_ = waiting;
+    failure_ = std::move(failure);
+    over_ = true;
+    goOn();
+  }
+
   /// Cancels the operation and lets the coroutine throw `failure`, unless it is over or was stopped before.
   void stop(std::exception_ptr failure) {
     if (over_ || failure_) return;
@@ -124,7 +132,6 @@ Task<typename Operation::Result> awaited(std::shared_ptr<Facade> facade, std::st
                                          Launch... launch) {
   using Awaited = AwaitedOperation<Operation>;
   facade->requireMainThread(function);
-  if (waiting.stop().stopRequested()) throw CancellationError();
   const auto operation = std::make_shared<Awaited>(facade);
   struct Dropping {
     ~Dropping() { operation.drop(); }
@@ -139,16 +146,29 @@ Task<typename Operation::Result> awaited(std::shared_ptr<Facade> facade, std::st
       });
     };
   };
-  if (const auto timeout = waiting.timeout()) {
-    facade->timer().after(*timeout, stopping([timeout = *timeout] {
-      return std::make_exception_ptr(OperationTimedOut(Operation::kind, timeout));
-    }));
+  std::exception_ptr refusal;
+  const auto refuseIfStopped = [&] {
+    if (waiting.stop().stopRequested()) refusal = std::make_exception_ptr(CancellationError());
+  };
+  refuseIfStopped();
+  if (const auto timeout = waiting.timeout(); timeout && !refusal) {
+    try {
+      facade->timer().after(*timeout, stopping([timeout = *timeout] {
+        return std::make_exception_ptr(OperationTimedOut(Operation::kind, timeout));
+      }));
+      refuseIfStopped();
+    } catch (...) {
+      refusal = std::current_exception();
+    }
   }
-  const StopCallback stop(waiting.stop(), stopping([] { return Awaited::cancelled(); }));
+  const StopCallback stop(refusal ? StopToken() : waiting.stop(),
+                          stopping([] { return Awaited::cancelled(); }));
 
   // A variable: in a `co_await` expression, g++ 12 frees fields between braces twice.
-  Suspension suspension{
-      [&](std::coroutine_handle<> coroutine) { operation->start(coroutine, std::move(request), launch...); }};
+  Suspension suspension{[&](std::coroutine_handle<> coroutine) {
+    if (refusal) return operation->refuse(coroutine, std::move(refusal));
+    operation->start(coroutine, std::move(request), launch...);
+  }};
   co_await suspension;
   co_return operation->take();
 }

@@ -143,10 +143,14 @@ class Items {
       used_.push_back(item.name.data());
       std::string name = fieldName(Keys[key].aliases[0]);
       auto value = item.value.decoded();
+      if (item.value && !value) notUTF8_.push_back(name);
       if (value) value = isSecretName(name) ? "<redacted>" : shortened(*value);
       fields.push_back({std::move(name), shortened(item.decodedName()), std::move(value)});
     });
   }
+
+  /// The fields whose value isn't UTF-8 when it is percent-decoded.
+  [[nodiscard]] const std::vector<std::string>& notUTF8() const { return notUTF8_; }
 
   /// The names of the items that decide nothing: unknown ones, and all but the first of a field's.
   [[nodiscard]] std::string unused() const {
@@ -164,10 +168,11 @@ class Items {
  private:
   const URL& callback_;
   std::vector<const char*> used_;
+  std::vector<std::string> notUTF8_;
 };
 
 template <typename Operation>
-void explainStatus(Entry& entry, const std::optional<std::string>& status) {
+void explainStatus(Entry& entry, const std::optional<std::string>& status, bool isUTF8) {
   const auto decided = std::ranges::find(entry.fields, "status", &Field::name);
   std::string storage;
   const std::string_view word = normalStatus(status, storage);
@@ -175,7 +180,8 @@ void explainStatus(Entry& entry, const std::optional<std::string>& status) {
     append(entry.reason,
            decided == entry.fields.end()
                ? "It has no status: none of the keys " + spellingsOf(Operation::callbackKeys, "status") + "."
-               : "Its status, by the key " + literal(decided->key) + ", is blank.");
+               : "Its status, by the key " + literal(decided->key) +
+                     (isUTF8 ? ", is blank." : ", isn't UTF-8."));
     return;
   }
   const std::string shown =
@@ -195,10 +201,17 @@ void explainResponse(Entry& entry, const typename Operation::Response& response)
   Items items(response.callbackURL());
   items.addFields<Operation::callbackKeys>(entry.fields);
   if constexpr (requires { Operation::listKeys; }) items.addFields<Operation::listKeys>(entry.fields);
-  explainStatus<Operation>(entry, response.status());
+  const std::vector<std::string>& notUTF8 = items.notUTF8();
+  explainStatus<Operation>(entry, response.status(), std::ranges::find(notUTF8, "status") == notUTF8.end());
   std::string keys;
   for (const Field& field : entry.fields) list(keys, field.name + " by " + literal(field.key));
   if (!keys.empty()) append(entry.reason, "Fields and their keys: " + keys + ".");
+  if (!notUTF8.empty()) {
+    std::string names;
+    for (const std::string& name : notUTF8) list(names, name);
+    append(entry.reason, "Not UTF-8, and so without a value: " + names +
+                             "; the payment application must percent-encode texts as UTF-8.");
+  }
   if (const auto unused = items.unused(); !unused.empty()) {
     append(entry.reason, "Items that decide nothing: " + unused + ".");
   }

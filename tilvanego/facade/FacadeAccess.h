@@ -16,6 +16,9 @@ struct FacadeAccess {
   /// completions.
   using Owned = std::unique_ptr<TilvaneGo, End>;
 
+  /// Ends an instance as its destructor does. It then starts nothing and has nothing pending.
+  static void end(const TilvaneGo& instance);
+
   /// Ends the process if a port is missing.
   [[nodiscard]] static Owned make(Platform platform) { return Owned(new TilvaneGo(std::move(platform))); }
 };

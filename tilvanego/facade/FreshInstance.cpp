@@ -18,11 +18,14 @@ FreshInstance::FreshInstance(Platform platform)
       outer_(std::exchange(innermost(), this)) {}
 
 FreshInstance::~FreshInstance() {
+  end();
   // Not always the innermost: tests may keep theirs in any order.
   FreshInstance** at = &innermost();
   while (*at != this) at = &(*at)->outer_;
   *at = outer_;
 }
+
+void FreshInstance::end() const { detail::FacadeAccess::end(*instance_); }
 
 bool FreshInstance::handleCallback(const URL& url) const { return instance_->handleCallback(url); }
 

@@ -14,13 +14,18 @@ class TilvaneGo;
 /// live, the last one made. Afterwards `shared` is what it was before: an instance of the process that exists
 /// already isn't touched, and none is made for it.
 ///
+/// What a pending completion has captured is destroyed while `shared` is still this instance, which is ended
+/// by then: a destructor that asks it finds nothing pending, and what it starts isn't started. What only the
+/// ports of the platform own, or its queue, ends later, when `shared` is what it was before: empty the queue,
+/// or `end` this, before.
+///
 /// Make and destroy it on the main thread of its platform, while no other thread calls `shared`. In a program
 /// that takes payments it has no place.
 class FreshInstance final {
  public:
   /// Ends the process if a port is missing.
   explicit FreshInstance(Platform platform);
-  /// Pending operations end without a call of their completions.
+  /// Ends it, see `end`.
   ~FreshInstance();
   FreshInstance(const FreshInstance&) = delete;
   FreshInstance& operator=(const FreshInstance&) = delete;
@@ -28,6 +33,10 @@ class FreshInstance final {
   /// Valid as long as this object.
   [[nodiscard]] TilvaneGo& operator*() const { return *instance_; }
   [[nodiscard]] TilvaneGo* operator->() const { return instance_.get(); }
+
+  /// Ends the instance before the destructor does: pending operations end without a call of their
+  /// completions, and later ones aren't started. It remains valid, and `shared` as long as this object lives.
+  void end() const;
 
   /// `TilvaneGo::handleCallback` of this instance.
   bool handleCallback(const URL& url) const;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <tilvanego/facade/FacadeAccess.h>
 #include <tilvanego/facade/FacadeRecords.h>
 #include <tilvanego/facade/FreshInstance.h>
 #include <tilvanego/platform/FatalError.h>
@@ -82,6 +83,8 @@ std::expected<PaymentRequest, PaymentError> paymentRequestFromTexts(
 TilvaneGo::TilvaneGo(Platform platform) : facade_(std::make_shared<detail::Facade>(std::move(platform))) {}
 
 TilvaneGo::~TilvaneGo() { facade_->end(); }
+
+void detail::FacadeAccess::end(const TilvaneGo& instance) { instance.facade_->end(); }
 
 TilvaneGo& TilvaneGo::shared() {
   if (const FreshInstance* const fresh = FreshInstance::innermost()) return **fresh;

@@ -264,7 +264,13 @@ class TilvaneGo final {
   // object, the await throws `CancellationError`; after the time-out of `waiting` it throws
   // `OperationTimedOut`. Then the operation isn't pending any more, but the payment application wasn't told.
   // If the result came before the stop took effect on the main queue, the await returns the result. A task
-  // that is destroyed while it waits cancels its operation. No other operation is ever cancelled.
+  // that is destroyed while it waits cancels its operation. No other operation is ever cancelled. If the main
+  // queue is destroyed, the coroutine never goes on; it ends with its task.
+  //
+  // An operation isn't started if a stop was requested before it, even by `Timer::after`, or if
+  // `Timer::after` throws; the await then throws what `Timer::after` did. A stop that is requested within the
+  // start, by a logger or another port, takes effect in a later turn of the main queue: the link may then be
+  // open.
   Task<PaymentResult> startPayment(PaymentRequest request,
                                    OperationWaiting waiting = OperationWaiting::untilItEnds());
   Task<PaymentResult> startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,

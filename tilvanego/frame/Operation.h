@@ -73,8 +73,9 @@ inline constexpr bool passesOnUnmatched = requires { requires Operation::passesO
 template <typename Operation>
 using Completion = std::function<void(const typename Operation::Result& result)>;
 
-/// Builds the text of a request for a debug line: `SaveRequest(requestId: A-1, customId: nil)`. The operation
-/// chooses the fields, and of which it shows only whether they are present (`flag`).
+/// Builds the text of a request for the debug line of its start: `SaveRequest(requestId: A-1, customId:
+/// nil)`. The operation chooses the fields, and of which it shows only whether they are present (`flag`).
+/// Texts are written as they are; what hosts show is `RequestRecord::description`.
 class RequestDescription {
  public:
   explicit RequestDescription(std::string_view record) : text_(record) {}

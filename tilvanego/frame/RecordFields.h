@@ -42,8 +42,8 @@ void visitFields(const Fields& fields, Visit&& visit) {
   }(std::make_index_sequence<Fields::fieldCount>());
 }
 
-/// Writes the fields as "Record(name: value, …)": texts in quotes, absent ones as nil. What is secret by its
-/// name (`isSecretName`), and notes, are shown as present or not.
+/// Writes the fields as "Record(name: value, …)": texts in quotes, absent ones as nil. What `isHiddenField`
+/// names (secrets, notes, card data) is shown as present or not.
 template <DescribedFields Fields>
 std::ostream& operator<<(std::ostream& out, const Fields& fields) {
   support::FieldsShown shown(out, support::recordName<Fields>());

@@ -28,8 +28,11 @@ class RequestRecord : public ImmutableRecord<Fields> {
   /// is pending, nor what only the start can know: whether the link can be built and opened.
   [[nodiscard]] std::optional<std::string> validate() const;
 
-  /// The request in one line, as the debug line of its start shows it: "RebootRequest(requestId: B-1,
-  /// callbackURL: myshop://rebooted)". Token and notes are not shown. So a request writes itself to a stream.
+  /// The request in one line for the host's own log: `RebootRequest(requestId: "B-1", callbackURL:
+  /// myshop://rebooted)`. So a request and its fields write themselves to a stream, too. Texts are literals
+  /// in quotes with escapes, so that none can end the line or look like another field. Token and notes are
+  /// "present" or "nil", and the callback URL shows no secret (see `URL`). The debug line of a start has the
+  /// texts and the callback URL as they are.
   [[nodiscard]] std::string description() const;
 };
 

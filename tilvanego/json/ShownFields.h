@@ -14,7 +14,7 @@
 #include <tilvanego/values/Shown.h>
 
 /// How records write themselves to a stream, by the one list of their fields: "Ticket(number: \"A-1\", seats:
-/// 2, place: nil)". What is secret by its name, and notes (`isHiddenField`), are shown as present or not.
+/// 2, place: nil)". What `isHiddenField` names (secrets, notes, card data) is shown as present or not.
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 

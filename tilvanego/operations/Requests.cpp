@@ -1,3 +1,6 @@
+#include <sstream>
+#include <utility>
+
 #include <tilvanego/operations/Operations.h>
 
 // What each request says of itself, by the description of its operation: here, where all of them are known.
@@ -19,7 +22,9 @@ std::optional<std::string> RequestRecord<kind, Fields>::validate() const {
 
 template <OperationKind kind, typename Fields>
 std::string RequestRecord<kind, Fields>::description() const {
-  return detail::OperationOf<kind>::describe(whole(*this));
+  std::ostringstream text;
+  text << this->fields();
+  return std::move(text).str();
 }
 
 template class RequestRecord<OperationKind::payment, PaymentRequestFields>;

@@ -7,28 +7,39 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-// Makes the calling thread the main thread, and counts nested drains. Must be created and destroyed without
-// the loop's mutex held.
+// Makes the calling thread the main thread, and is the innermost drain meanwhile. Must be created and
+// destroyed without the loop's mutex held.
 class RunLoop::Drain {
  public:
-  explicit Drain(RunLoop& loop) : loop_(loop) {
+  explicit Drain(RunLoop& loop) : loop_(&loop) {
     const auto self = std::this_thread::get_id();
     const std::scoped_lock lock(loop.mutex_);
-    if (loop.drains_ > 0 && loop.mainThread_.load() != self) {
+    if (loop.drain_ != nullptr && loop.mainThread_.load() != self) {
       detail::wrongUse("a RunLoop is drained by two threads at once. Drain it on the main thread alone.");
     }
     loop.mainThread_.store(self);
-    ++loop.drains_;
+    outer_ = std::exchange(loop.drain_, this);
   }
   Drain(const Drain&) = delete;
   Drain& operator=(const Drain&) = delete;
   ~Drain() {
-    const std::scoped_lock lock(loop_.mutex_);
-    --loop_.drains_;
+    if (loop_ == nullptr) return;
+    const std::scoped_lock lock(loop_->mutex_);
+    loop_->drain_ = outer_;
+  }
+
+  /// What is left to run, one by one; nothing once a block has destroyed the loop.
+  std::function<void()> next(std::function<void()> (RunLoop::*take)()) const {
+    return loop_ == nullptr ? nullptr : (loop_->*take)();
+  }
+  /// The loop is being destroyed, on the thread that drains it.
+  static void endAll(Drain* innermost) noexcept {
+    for (Drain* one = innermost; one != nullptr; one = one->outer_) one->loop_ = nullptr;
   }
 
  private:
-  RunLoop& loop_;
+  RunLoop* loop_;
+  Drain* outer_ = nullptr;
 };
 
 RunLoop::RunLoop() : mainThread_(std::this_thread::get_id()) {}
@@ -41,6 +52,7 @@ RunLoop& RunLoop::main() {
 
 RunLoop::~RunLoop() {
   end();
+  Drain::endAll(drain_);
   // Destroyed after the lock is released: their captures may post, and the loop then drops the blocks.
   std::deque<std::function<void()>> dropped;
   std::function<void()> wakeUp;
@@ -63,13 +75,13 @@ bool RunLoop::isCurrent() const { return mainThread_.load() == std::this_thread:
 
 void RunLoop::run() {
   const Drain drain(*this);
-  while (const auto block = nextUntilStopped()) block();
+  while (const auto block = drain.next(&RunLoop::nextUntilStopped)) block();
 }
 
 std::size_t RunLoop::runPending() {
   const Drain drain(*this);
   std::size_t count = 0;
-  for (; const auto block = nextIfAny(); ++count) block();
+  for (; const auto block = drain.next(&RunLoop::nextIfAny); ++count) block();
   return count;
 }
 

@@ -21,6 +21,7 @@ namespace [[gnu::visibility("default")]] tilvanego {
 ///
 /// A block may drain the loop again; the inner drain continues with the next block. If a block throws, the
 /// exception leaves `run()` or `runPending()`. The block is then removed, and the loop can be drained again.
+/// A block may destroy the loop: each drain returns when its block has.
 class RunLoop final : public MainQueue {
  public:
   RunLoop();
@@ -69,7 +70,8 @@ class RunLoop final : public MainQueue {
   std::function<void()> wakeUp_;
   bool stopped_ = false;
   bool ended_ = false;
-  std::size_t drains_ = 0;
+  /// The innermost one that runs.
+  Drain* drain_ = nullptr;
   std::atomic<std::thread::id> mainThread_;
 };
 

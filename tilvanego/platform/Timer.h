@@ -15,7 +15,8 @@ class Timer {
   /// delay of zero or less is over at once. Blocks that were not called when the timer ends are dropped.
   /// There is no way to take a block back: it does nothing if its operation is over. It does not throw.
   ///
-  /// May throw: the operation is then not started, and the exception leaves the await.
+  /// May throw: the operation is then not started, and the exception leaves the await, in a later turn of the
+  /// main queue.
   virtual void after(std::chrono::milliseconds delay, std::function<void()> block) = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <expected>
 #include <new>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -31,6 +32,13 @@ namespace tilvanego::sandbox {
 [[nodiscard]] std::expected<std::vector<QueryItem>, SandboxError> sealedResponse(const LaunchLink& link,
                                                                                  const Decision& decision,
                                                                                  const HandoffPorts& ports);
+
+/// The transports that an answer with the outcome, or with the fault, can travel by.
+[[nodiscard]] std::span<const Transport> transportsOf(Outcome outcome);
+[[nodiscard]] std::span<const Transport> transportsOf(TransportFault fault);
+
+/// "gzip or pasteboard".
+[[nodiscard]] std::string listed(std::span<const Transport> transports);
 
 [[nodiscard]] inline std::unexpected<SandboxError> wrong(std::string message) {
   return std::unexpected(SandboxError{std::move(message)});

@@ -1,3 +1,5 @@
+#include <array>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +19,10 @@ constexpr std::string_view plainText = "approved";
 constexpr KeyNames payloadSizeNames{"payload_size", "payloadSize"};
 constexpr KeyNames compressedSizeNames{"compressed_size", "compressedSize"};
 constexpr KeyNames handoffIdNames{"resultHandoffId", "result_handoff_id"};
+
+constexpr std::array sealedOrCompressed{Transport::gzip, Transport::pasteboard};
+constexpr std::array sealedAlone{Transport::pasteboard};
+constexpr std::array compressedAlone{Transport::gzip};
 
 /// The direction and request id of a response's envelope.
 struct Label {
@@ -84,6 +90,36 @@ std::expected<detail::CompressedPayload, detail::URLPayloadFailure> compressed(c
 }
 
 }  // namespace
+
+std::span<const Transport> transportsOf(Outcome outcome) {
+  static constexpr auto all = allCases<Transport>();
+  switch (outcome) {
+    case Outcome::tampered:
+      return sealedOrCompressed;
+    case Outcome::expired:
+      return sealedAlone;
+    default:
+      return all;
+  }
+}
+
+std::span<const Transport> transportsOf(TransportFault fault) {
+  switch (fault) {
+    case TransportFault::foreignHandoff:
+      return sealedAlone;
+    case TransportFault::wrongPayloadSize:
+    case TransportFault::wrongCompressedSize:
+      return compressedAlone;
+    default:
+      return sealedOrCompressed;
+  }
+}
+
+std::string listed(std::span<const Transport> transports) {
+  std::string names;
+  for (const Transport one : transports) names.append(names.empty() ? "" : " or ").append(rawText(one));
+  return names;
+}
 
 std::expected<std::vector<QueryItem>, SandboxError> compressedResponse(const LaunchLink& link,
                                                                        const Decision& decision,

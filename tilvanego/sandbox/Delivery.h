@@ -16,7 +16,8 @@ enum class Delivery {
   once,
   /// Two times, one directly after the other.
   twice,
-  /// After the next request, whatever becomes of that one: if it is answered, after its answer.
+  /// After the next request, whatever becomes of that one: if it is answered at once or after a delay, after
+  /// its answer.
   late,
   /// To a scheme that the host didn't ask for.
   otherScheme,

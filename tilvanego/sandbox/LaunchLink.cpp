@@ -1,6 +1,7 @@
 #include <tilvanego/sandbox/LaunchLink.h>
 
 #include <algorithm>
+#include <sstream>
 
 #include <tilvanego/frame/SecretNames.h>
 #include <tilvanego/sandbox/Carried.h>
@@ -131,7 +132,15 @@ std::vector<std::string> LaunchLink::lines() const {
   std::vector<std::string> lines{std::string(rawText(operation_))};
   if (transport_ != Transport::url) lines[0].append(" by ").append(rawText(transport_));
   for (const auto& [name, value] : items_) {
-    lines.push_back(shown(name) + ": " + (isSecretName(name) ? "hidden" : shown(*value)));
+    std::ostringstream line;
+    line << shown(name) << ": ";
+    // The host's URL may have secrets of its own.
+    if (name == "return_url") {
+      line << callbackURL_;
+    } else {
+      line << (isSecretName(name) ? "hidden" : shown(*value));
+    }
+    lines.push_back(std::move(line).str());
   }
   return lines;
 }

@@ -71,7 +71,8 @@ class LaunchLink {
   [[nodiscard]] std::optional<std::string_view> item(std::string_view name) const;
 
   /// The request for a reader: a line with the operation, and its transport unless that is the URL; then a
-  /// line "name: value" for each item. Control characters are escaped, and secrets are shown as "hidden".
+  /// line "name: value" for each item. Control characters are escaped, and secrets are shown as "hidden",
+  /// those in the return URL as "<redacted>".
   [[nodiscard]] std::vector<std::string> lines() const;
 
   bool operator==(const LaunchLink&) const = default;

@@ -73,6 +73,12 @@ struct Listed {
 
 double asNumber(const Decimal& amount) { return json::decode<double>(amount.text()).value_or(0); }
 
+/// What a payment takes: its amount and its tip. No value if that isn't exact.
+std::optional<Decimal> totalOf(const LaunchLink& payment) {
+  const auto tip = payment.item("tip").and_then(Decimal::parseExact);
+  return payment.amount().value_or(0).plus(tip.value_or(0));
+}
+
 }  // namespace
 
 std::size_t Ledger::paymentOf(const LaunchLink& request) const {
@@ -85,6 +91,7 @@ std::size_t Ledger::paymentOf(const LaunchLink& request) const {
 
 std::optional<Ledger::Refusal> Ledger::refusalOf(const LaunchLink& request) const {
   const Operation operation = request.operation();
+  if (operation == Operation::payment && !totalOf(request)) return inexact;
   const bool isCapture = operation == Operation::capture;
   if (!isCapture && !isRefund(operation)) return std::nullopt;
   const std::size_t position = paymentOf(request);
@@ -106,9 +113,10 @@ std::optional<Ledger::Refusal> Ledger::refusalOfRefund(const Payment& payment,
                                                        const std::optional<Decimal>& amount) {
   if (payment.paid.isZero()) return Refusal{"12", "Nothing was paid by the transaction"};
   if (!amount && !payment.refunded.isZero()) return Refusal{"12", "The transaction was refunded before"};
-  if (amount && payment.refunded + *amount > payment.paid) {
-    return Refusal{"13", "The amount is higher than what is left to refund"};
-  }
+  if (!amount) return std::nullopt;
+  const auto refunded = payment.refunded.plus(*amount);
+  if (!refunded) return inexact;
+  if (*refunded > payment.paid) return Refusal{"13", "The amount is higher than what is left to refund"};
   return std::nullopt;
 }
 
@@ -133,7 +141,8 @@ void Ledger::judge(const LaunchLink& request, Decision& decision) const {
     decision.outcome = Outcome::fail;
     decision.word.reset();
     decision.values = {{"error_code", std::string(refusal->code)},
-                       {"error_message", std::string(refusal->message)}};
+                       {"error_message", std::string(refusal->message)},
+                       {"processor_message", std::string(refusal->message)}};
   } else if (auto id = approvedValue(request, decision, "transaction_id")) {
     decision.values = {{"transaction_id", unusedId(*std::move(id))}};
   }
@@ -161,7 +170,7 @@ void Ledger::enter(const LaunchLink& request, const Decision& decision, const Da
 
 void Ledger::enterPayment(const LaunchLink& request, Entry& entry) {
   const std::string_view type = request.item("type").value_or("");
-  const Decimal total = entry.amount + entry.tip.value_or(0);
+  const Decimal total = totalOf(request).value_or(entry.amount);
   if (type == "sale") {
     entry.type = "sale";
     entry.status = "APPROVED";
@@ -189,7 +198,7 @@ void Ledger::enterRefund(Payment& payment, Entry& entry) {
   entry.type = "refund";
   entry.status = "REFUNDED";
   if (entry.amount.isZero()) entry.amount = payment.paid;  // a full refund has no amount
-  payment.refunded = payment.refunded + entry.amount;
+  payment.refunded = payment.refunded.plus(entry.amount).value_or(payment.paid);
 }
 
 std::string Ledger::listText() const {
@@ -200,11 +209,12 @@ std::string Ledger::listText() const {
                     .tip = tip.transform(asNumber),
                     .type = std::string(entry.type),
                     .customId = entry.customId,
-                    .transactionDetails = {.status = std::string(entry.status),
-                                           .transactionId = entry.transactionId,
-                                           .timestamp = internetDateText(entry.time),
-                                           .approvedAmount = (entry.amount + tip.value_or(0)).text(),
-                                           .authCode = entry.approvalCode}});
+                    .transactionDetails = {
+                        .status = std::string(entry.status),
+                        .transactionId = entry.transactionId,
+                        .timestamp = internetDateText(entry.time),
+                        .approvedAmount = entry.amount.plus(tip.value_or(0)).value_or(entry.amount).text(),
+                        .authCode = entry.approvalCode}});
   }
   // Every text came decoded from a link, so it is UTF-8.
   return json::encode(list).value_or("[]");

@@ -56,6 +56,7 @@ class Ledger {
     std::string_view code;
     std::string_view message;
   };
+  static constexpr Refusal inexact{"13", "The amounts have too many digits to be added exactly"};
 
   /// The position of the payment that a capture or a refund names; `payments_.size()` if it is unknown.
   [[nodiscard]] std::size_t paymentOf(const LaunchLink& request) const;

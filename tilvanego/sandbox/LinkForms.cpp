@@ -166,6 +166,11 @@ const LinkForm* formWithPath(std::string_view path) {
   return form == forms.end() ? nullptr : form;
 }
 
+bool hasItem(Operation operation, std::string_view name) {
+  const LinkForm& form = *std::ranges::find(forms, operation, &LinkForm::operation);
+  return std::ranges::find(form.items, name, &ItemForm::name) != form.items.end();
+}
+
 std::expected<void, SandboxError> checkPresence(const LinkForm& form, const std::vector<QueryItem>& items) {
   const bool hasCredentials = std::ranges::any_of(form.items, [&](const ItemForm& item) {
     return item.presence == Presence::withOthers && find(items, item.name) != nullptr;

@@ -35,6 +35,9 @@ struct LinkForm {
 /// Returns null for a path of no operation.
 [[nodiscard]] const LinkForm* formWithPath(std::string_view path);
 
+/// Whether the links of an operation have an item of this name.
+[[nodiscard]] bool hasItem(Operation operation, std::string_view name);
+
 /// Fails for the first required item that is missing.
 [[nodiscard]] std::expected<void, SandboxError> checkPresence(const LinkForm& form,
                                                               const std::vector<QueryItem>& items);

@@ -36,6 +36,11 @@ const RehearsalLine* Rehearsal::next(const LaunchLink& request) {
   return deciding;
 }
 
+void Rehearsal::noteUnreadable(const SandboxError& reason) {
+  lastRequest_ = "request " + std::to_string(++requests_);
+  noteUnanswered(reason);
+}
+
 void Rehearsal::noteUnanswered(const SandboxError& reason) {
   unmatched_.push_back(lastRequest_ + ": " + reason.message);
 }

@@ -19,6 +19,9 @@ class Rehearsal {
   /// there is none. Valid as long as this object exists.
   [[nodiscard]] const RehearsalLine* next(const LaunchLink& request);
 
+  /// Counts a request whose link can't be read, which no line can fit.
+  void noteUnreadable(const SandboxError& reason);
+
   /// Call this if the last request couldn't be answered as its line says.
   void noteUnanswered(const SandboxError& reason);
 
@@ -27,7 +30,8 @@ class Rehearsal {
   [[nodiscard]] std::vector<std::string> unusedLines() const;
 
   /// Says for each request that no line decided, or that couldn't be answered as its line says, which one it
-  /// is: "request 3, payment "A-1003" of 12.5: no line fits". Without control characters.
+  /// is: "request 3, payment "A-1003" of 12.5: no line fits", "request 4: the link has no return_url".
+  /// Without control characters.
   [[nodiscard]] const std::vector<std::string>& unmatchedRequests() const { return unmatched_; }
 
  private:

@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <span>
 #include <variant>
 
+#include <tilvanego/frame/Validation.h>
+#include <tilvanego/sandbox/Carried.h>
+#include <tilvanego/sandbox/LinkForms.h>
 #include <tilvanego/sandbox/ShownText.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -39,8 +43,9 @@ struct FieldRule {
 
 constexpr std::array fieldRules{
     FieldRule{"operation", oneOf<Operation>},
-    FieldRule{"amount", [] { return std::string(R"(must be a text with a number, such as "12.50")"); }},
-    FieldRule{"requestId", text},
+    FieldRule{"amount",
+              [] { return std::string(R"(must be a text with a number above zero, such as "12.50")"); }},
+    FieldRule{"requestId", [] { return std::string("must be a text that isn't blank"); }},
     FieldRule{"nth", wholeNumber},
     FieldRule{"times", wholeNumber},
     FieldRule{"outcome", oneOf<Outcome>},
@@ -77,7 +82,10 @@ std::string quotedName(std::string_view name) {
 Fault notJSON(const JSONError& error) {
   if (error.failure == JSONFailure::wrongKind)
     return R"(must be a JSON object, such as {"outcome": "decline"})";
-  return "is no JSON: " + error.reason() + " (byte " + std::to_string(error.offset) + ")";
+  const bool isNotOneLine =
+      error.failure == JSONFailure::unexpectedEnd || error.failure == JSONFailure::trailingContent;
+  return "is no JSON: " + error.reason() + " (byte " + std::to_string(error.offset) + ")" +
+         (isNotOneLine ? "; write one whole object in each line" : "");
 }
 
 constexpr JSONLimits lineLimits{
@@ -115,6 +123,33 @@ Fault checkWord(const RehearsalLine& line) {
                                     : "has a \"word\" that its requests never have; known: " + listed(known);
 }
 
+/// Finds an outcome or a fault that no answer to the line's requests can have.
+Fault checkTransports(const RehearsalLine& line) {
+  const bool isOtherThanPayment = line.operation.value_or(Operation::payment) != Operation::payment;
+  if (isOtherThanPayment && line.answer.value_or(Transport::url) != Transport::url) {
+    return R"(has an "answer" that only the operation payment can have; leave it out)";
+  }
+  std::vector<Transport> possible;
+  for (const Transport one : allCases<Transport>()) {
+    const bool isAllowed = !isOtherThanPayment || one == Transport::url;
+    if (isAllowed && line.answer.value_or(one) == one) possible.push_back(one);
+  }
+  const auto faultWith = [&](std::string_view field, auto value) -> Fault {
+    const auto needed = transportsOf(value);
+    const std::string written = listed(std::span<const Transport>(possible));
+    std::erase_if(possible, [&](Transport one) { return std::ranges::find(needed, one) == needed.end(); });
+    if (!possible.empty()) return {};
+    return "has the " + std::string(field) + " " + std::string(rawText(value)) +
+           ", which needs an answer by " + listed(needed) +
+           (isOtherThanPayment ? std::string("; only a payment has one")
+                               : ", and the line has one by " + written);
+  };
+  if (line.outcome) {
+    if (Fault fault = faultWith("outcome", *line.outcome); !fault.empty()) return fault;
+  }
+  return line.fault ? faultWith("fault", *line.fault) : Fault();
+}
+
 /// Finds values that contradict each other, so that the line could never do what it says.
 Fault checkTogether(const RehearsalLine& line) {
   if (line.nth && line.times) return R"(has "nth" and "times"; an nth request comes once, leave out "times")";
@@ -123,17 +158,21 @@ Fault checkTogether(const RehearsalLine& line) {
     return "has a \"delay\", which the delivery " + std::string(rawText(*line.delivery)) +
            " doesn't wait for";
   }
-  if (line.outcome == Outcome::silent && (line.delay || line.delivery)) {
+  const bool saysHow = line.keys || line.answer || line.fault || line.delay || line.delivery;
+  if (line.outcome == Outcome::silent && saysHow) {
     return R"(has the outcome silent, which has nothing to deliver; for a lost answer use "never" alone)";
   }
-  const bool needsPayment = line.fault || (line.answer && line.answer != Transport::url);
-  if (needsPayment && line.operation && line.operation != Operation::payment) {
-    return R"(has an "answer" or a "fault" that only the operation payment can have)";
+  if (line.amount && line.operation && !hasItem(*line.operation, "amount")) {
+    return "has an \"amount\", and the operation " + std::string(rawText(*line.operation)) +
+           " has none; leave it out";
   }
+  if (Fault fault = checkTransports(line); !fault.empty()) return fault;
   return line.word ? checkWord(line) : Fault();
 }
 
 Fault checkValues(const RehearsalLine& line) {
+  if (line.amount && *line.amount <= 0) return faultOf(ruleOf("amount"));
+  if (line.requestId && detail::isBlank(*line.requestId)) return faultOf(ruleOf("requestId"));
   if (line.nth == std::size_t{0}) return faultOf(ruleOf("nth"));
   if (line.times == std::size_t{0}) return faultOf(ruleOf("times"));
   if (line.delay && (*line.delay < 0 || *line.delay > longestDelay)) return faultOf(ruleOf("delay"));
@@ -150,10 +189,6 @@ std::expected<RehearsalLine, Fault> readLine(std::string_view text) {
   }
   if (Fault fault = checkValues(*line); !fault.empty()) return std::unexpected(std::move(fault));
   return *std::move(line);
-}
-
-std::unexpected<SandboxError> wrong(std::string message) {
-  return std::unexpected(SandboxError{std::move(message)});
 }
 
 }  // namespace
@@ -194,8 +229,12 @@ std::expected<RehearsalScript, SandboxError> RehearsalScript::parse(std::string_
     const std::string_view one = text.substr(0, text.find('\n'));
     text.remove_prefix(std::min(one.size() + 1, text.size()));
     if (one.find_first_not_of(" \t\r") == std::string_view::npos) continue;
+    const std::string here = "line " + std::to_string(number) + " of the script ";
+    if (one.size() > maxLineSize) {
+      return wrong(here + "is longer than " + std::to_string(maxLineSize) + " bytes");
+    }
     auto line = readLine(one);
-    if (!line) return wrong("line " + std::to_string(number) + " of the script " + line.error());
+    if (!line) return wrong(here + line.error());
     line->number = number;
     lines.push_back(*std::move(line));
   }

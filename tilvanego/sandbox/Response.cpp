@@ -13,10 +13,6 @@ namespace [[gnu::visibility("default")]] tilvanego {
 namespace [[gnu::visibility("default")]] sandbox {
 namespace {
 
-constexpr std::array sealedOrCompressed{Transport::gzip, Transport::pasteboard};
-constexpr std::array sealedAlone{Transport::pasteboard};
-constexpr std::array compressedAlone{Transport::gzip};
-
 Verdict verdictOf(Outcome outcome) {
   switch (outcome) {
     case Outcome::decline:
@@ -47,42 +43,13 @@ std::span<const std::string_view> rowWith(const ResponseTable& table, std::strin
   return found == table.words.end() ? std::span<const std::string_view>() : written(*found);
 }
 
-/// The transports that an outcome is possible with.
-std::span<const Transport> transportsOf(Outcome outcome) {
-  static constexpr auto all = allCases<Transport>();
-  switch (outcome) {
-    case Outcome::tampered:
-      return sealedOrCompressed;
-    case Outcome::expired:
-      return sealedAlone;
-    default:
-      return all;
-  }
-}
-
-std::span<const Transport> transportsOf(TransportFault fault) {
-  switch (fault) {
-    case TransportFault::foreignHandoff:
-      return sealedAlone;
-    case TransportFault::wrongPayloadSize:
-    case TransportFault::wrongCompressedSize:
-      return compressedAlone;
-    default:
-      return sealedOrCompressed;
-  }
-}
-
 /// Fails unless `what`, an outcome or a fault, is possible with the transport.
 template <typename What>
 std::expected<void, SandboxError> checkTransport(std::string_view kind, What what, Transport transport) {
   const auto possible = transportsOf(what);
   if (std::ranges::find(possible, transport) != possible.end()) return {};
-  std::string names;
-  for (const Transport one : possible) {
-    names.append(names.empty() ? "" : " or ").append(rawText(one));
-  }
   return wrong("the " + std::string(kind) + " " + std::string(rawText(what)) + " needs an answer by " +
-               names + ", and this one travels by " + std::string(rawText(transport)));
+               listed(possible) + ", and this one travels by " + std::string(rawText(transport)));
 }
 
 std::expected<void, SandboxError> checkWord(Operation operation, Outcome outcome, std::string_view word) {

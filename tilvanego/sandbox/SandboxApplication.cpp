@@ -1,5 +1,7 @@
 #include <tilvanego/sandbox/SandboxApplication.h>
 
+#include <algorithm>
+
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/sandbox/Carried.h>
 #include <tilvanego/sandbox/Ledger.h>
@@ -19,12 +21,13 @@ struct SandboxApplication::Playing {
     std::size_t line;
   };
 
-  /// Removes the callbacks whose time has come, and returns them in their order.
+  /// Removes the callbacks whose time has come, and returns them in the order of their times.
   std::vector<Waiting> take(const auto& hasCome) {
     std::vector<Waiting> taken;
     std::vector<Waiting> rest;
     for (Waiting& one : waiting) (hasCome(one.due) ? taken : rest).push_back(std::move(one));
     waiting = std::move(rest);
+    std::ranges::stable_sort(taken, {}, &Waiting::due);
     return taken;
   }
 
@@ -53,16 +56,37 @@ void SandboxApplication::openURL(const URL& url, std::function<void(bool opened)
 
 std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::handle(const URL& link) {
   auto request = LaunchLink::read(link, ports_);
-  if (!request) return std::unexpected(std::move(request).error());
   // Kept: a port may set another script.
   const auto playing = playing_;
-  if (playing == nullptr) return answer(*std::move(request), nullptr, nullptr);
+  if (playing == nullptr) {
+    if (!request) return std::unexpected(std::move(request).error());
+    return answer(*std::move(request), nullptr, nullptr);
+  }
   // Taken before this request adds its own, which waits for the one after it.
   const auto late = playing->take([](const std::optional<Date>& due) { return !due; });
-  const RehearsalLine* const line = playing->rehearsal.next(*request);
-  auto handled = answer(*std::move(request), line, playing.get());
-  if (line != nullptr && !handled) playing->rehearsal.noteUnanswered(handled.error());
-  for (const auto& one : late) postCallback(one.callback);
+  auto handled = play(std::move(request), *playing);
+  // They come after the answer, also if that is delayed: it is then the last that waits.
+  const bool isDelayed = handled && handled->callback && !playing->waiting.empty() &&
+                         playing->waiting.back().line == handled->line && playing->waiting.back().due;
+  for (const auto& one : late) {
+    if (isDelayed) {
+      playing->waiting.push_back({one.callback, playing->waiting.back().due, one.line});
+    } else {
+      postCallback(one.callback);
+    }
+  }
+  return handled;
+}
+
+std::expected<SandboxApplication::Handled, SandboxError> SandboxApplication::play(
+    std::expected<LaunchLink, SandboxError>&& request, Playing& playing) {
+  if (!request) {
+    playing.rehearsal.noteUnreadable(request.error());
+    return std::unexpected(std::move(request).error());
+  }
+  const RehearsalLine* const line = playing.rehearsal.next(*request);
+  auto handled = answer(*std::move(request), line, &playing);
+  if (line != nullptr && !handled) playing.rehearsal.noteUnanswered(handled.error());
   return handled;
 }
 

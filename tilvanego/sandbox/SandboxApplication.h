@@ -79,9 +79,9 @@ class SandboxApplication final : public Application {
   /// back. What the deciding line leaves out, and a request that no line fits, is as the other functions say.
   void setScript(std::optional<RehearsalScript> script);
 
-  /// Delivers the callbacks whose delay is over by the clock of the ports. Nothing else does: a test sets its
-  /// clock by hand and calls this; a host with a system clock calls it from a timer. If the clock throws,
-  /// none is delivered.
+  /// Delivers the callbacks whose delay is over by the clock of the ports, in the order of their times.
+  /// Nothing else does: a test sets its clock by hand and calls this; a host with a system clock calls it
+  /// from a timer. If the clock throws, none is delivered.
   void deliverDue();
 
   /// Says which lines of the script decided fewer requests than they should, as `Rehearsal::unusedLines`
@@ -89,7 +89,8 @@ class SandboxApplication final : public Application {
   /// without a script.
   [[nodiscard]] std::vector<std::string> unusedLines() const;
 
-  /// Says which requests no line decided, or couldn't be answered as their line says. Empty without a script.
+  /// Says which requests no line decided, couldn't be answered as their line says, or have a link that can't
+  /// be read. Empty without a script.
   [[nodiscard]] std::vector<std::string> unmatchedRequests() const;
 
   /// Sets whether the payment application remembers what it did, from an empty memory. The default is false.
@@ -112,6 +113,8 @@ class SandboxApplication final : public Application {
   struct Playing;
 
   [[nodiscard]] std::expected<Handled, SandboxError> handle(const URL& link);
+  std::expected<Handled, SandboxError> play(std::expected<LaunchLink, SandboxError>&& request,
+                                            Playing& playing);
   std::expected<Handled, SandboxError> answer(LaunchLink&& request, const RehearsalLine* line,
                                               Playing* playing);
   [[nodiscard]] std::expected<Date, SandboxError> readClock() const;

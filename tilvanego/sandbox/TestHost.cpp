@@ -13,20 +13,25 @@ constexpr Date start = Date::fromSecondsSince1970(1'767'268'800);
 
 }  // namespace
 
-TestHost::TestHost() : clock_(std::make_shared<ManualClock>(start)), instance_(platform()) {}
+TestHost::TestHost()
+    : loop_(std::in_place), clock_(std::make_shared<ManualClock>(start)), instance_(platform()) {}
 
-TestHost::~TestHost() = default;
+TestHost::~TestHost() {
+  instance_.end();
+  application_->setObserver(nullptr);
+  loop_.reset();
+}
 
 Platform TestHost::platform() {
   auto debugOutput = std::make_unique<RecordingDebugOutput>();
   auto pasteboard = std::make_unique<MemoryPasteboard>(clock_);
   auto application = std::make_unique<SandboxApplication>(
-      loop_, [this](const URL& callback) { instance_.handleCallback(callback); },
+      *loop_, [this](const URL& callback) { instance_.handleCallback(callback); },
       HandoffPorts{.pasteboard = pasteboard.get(), .clock = clock_.get()});
   debugOutput_ = debugOutput.get();
   pasteboard_ = pasteboard.get();
   application_ = application.get();
-  return {.mainQueue = &loop_,
+  return {.mainQueue = &*loop_,
           .clock = clock_,
           .randomSource = std::make_unique<OpenSSLRandomSource>(),
           .debugOutput = std::move(debugOutput),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include <tilvanego/facade/FreshInstance.h>
 #include <tilvanego/platform/RunLoop.h>
@@ -16,6 +17,10 @@ namespace [[gnu::visibility("default")]] sandbox {
 /// returns while this object lives, and a payment application that opens its links. Nothing is shared with
 /// the test before or after it, and nothing of the system is used but random bytes. The thread that makes it
 /// is the main thread; use it there only.
+///
+/// The destructor ends the instance and destroys what its pending completions, the blocks of the loop and the
+/// observer have captured, while `shared()` is still this instance: their destructors may call it, and start
+/// nothing any more. A completion may destroy its own `TestHost`; `runPending()` then returns after it.
 class TestHost final {
  public:
   TestHost();
@@ -26,7 +31,7 @@ class TestHost final {
   [[nodiscard]] TilvaneGo& sdk() { return *instance_; }
   [[nodiscard]] SandboxApplication& paymentApplication() { return *application_; }
   /// The main queue. Everything happens in `runPending()`, and nothing waits.
-  [[nodiscard]] RunLoop& loop() { return loop_; }
+  [[nodiscard]] RunLoop& loop() { return *loop_; }
   /// The one clock of library and payment application. It stands still, at 2026-01-01T12:00:00Z until the
   /// test sets it.
   [[nodiscard]] ManualClock& clock() { return *clock_; }
@@ -37,7 +42,7 @@ class TestHost final {
  private:
   [[nodiscard]] Platform platform();
 
-  RunLoop loop_;
+  std::optional<RunLoop> loop_;
   std::shared_ptr<ManualClock> clock_;
   // Owned by the instance's platform.
   RecordingDebugOutput* debugOutput_ = nullptr;

@@ -162,29 +162,66 @@ std::optional<Decimal> Decimal::times(const Decimal& factor) const {
 
 std::optional<Decimal> Decimal::dividedBy(const Decimal& divisor, unsigned fractionDigits,
                                           Rounding rounding) const {
-  if (divisor.isZero() || fractionDigits > 128) return std::nullopt;
+  if (divisor.isZero()) return std::nullopt;
   const DecimalParts a = DecimalParts::of(*this);
   const DecimalParts b = DecimalParts::of(divisor);
   Mantissa rest = a.mantissa % b.mantissa;
   DecimalParts quotient{a.negative != b.negative, a.mantissa / b.mantissa, a.exponent - b.exponent};
-  const int unit = -static_cast<int>(fractionDigits);
-  // Long division, one digit after the other, until the wanted digits are there or the quotient is exact.
+  // A quotient that isn't exact has more digits than fit long before the 512th.
+  const int unit = -static_cast<int>(std::min(fractionDigits, 512U));
+  // Ten times the rest, which may not fit, divided by the divisor.
+  const auto nextDigit = [&rest, divides = b.mantissa] {
+    Mantissa digit = 0;
+    Mantissa left = 0;
+    if (!multiplyOverflows(rest, Mantissa{10}, left)) {
+      digit = left / divides;
+      rest = left % divides;
+      return digit;
+    }
+    left = 0;
+    for (int i = 0; i < 10; ++i) {
+      const bool isWhole = left >= divides - rest;
+      left = isWhole ? left - (divides - rest) : left + rest;
+      if (isWhole) ++digit;
+    }
+    rest = left;
+    return digit;
+  };
+  // Long division, one digit after the other, until the wanted digits are there or the quotient is exact. Of
+  // the digits after those that fit, only a row of zeros or of nines can be rounded to a quotient that fits.
+  int rowLength = 0;
+  Mantissa row = 0;
   for (; quotient.exponent > unit && rest != 0; --quotient.exponent) {
-    if (multiplyOverflows(rest, Mantissa{10}, rest) ||
-        multiplyOverflows(quotient.mantissa, Mantissa{10}, quotient.mantissa) ||
-        addOverflows(quotient.mantissa, rest / b.mantissa, quotient.mantissa)) {
+    const Mantissa digit = nextDigit();
+    Mantissa longer = 0;
+    if (rowLength == 0 && !multiplyOverflows(quotient.mantissa, Mantissa{10}, longer) &&
+        !addOverflows(longer, digit, longer)) {
+      quotient.mantissa = longer;
+    } else if ((digit == 0 || digit == 9) && (rowLength++ == 0 || digit == row)) {
+      row = digit;
+    } else {
       return std::nullopt;
     }
-    rest %= b.mantissa;
   }
   Remainder dropped{rest == 0, rest <=> b.mantissa - rest};
   if (quotient.exponent < unit) {
     dropped = dropDigits(quotient.mantissa, unit - quotient.exponent, rest != 0);
     quotient.exponent = unit;
   }
-  if (roundsAway(rounding, (quotient.mantissa & 1) != 0, dropped)) {
+  const bool isOdd = ((rowLength > 0 ? row : quotient.mantissa) & 1) != 0;
+  const bool isAway = roundsAway(rounding, isOdd, dropped);
+  if (rowLength > 0 && isAway != (row == 9)) return std::nullopt;
+  quotient.exponent += rowLength;
+  if (isAway) {
     if (quotient.mantissa == largestMantissa) return std::nullopt;
     ++quotient.mantissa;
+  }
+  if (quotient.mantissa == 0) return Decimal();
+  for (; quotient.exponent < smallestExponent && quotient.mantissa % 10 == 0; ++quotient.exponent) {
+    quotient.mantissa /= 10;
+  }
+  for (; quotient.exponent > largestExponent; --quotient.exponent) {
+    if (multiplyOverflows(quotient.mantissa, Mantissa{10}, quotient.mantissa)) return std::nullopt;
   }
   return quotient.decimal();
 }

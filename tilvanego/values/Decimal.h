@@ -55,8 +55,9 @@ class Decimal {
   /// an "e". Returns no value for a number that would be rounded.
   [[nodiscard]] static std::optional<Decimal> parseExact(std::string_view text);
 
-  /// Returns the shortest decimal that reads back as the same double: 12.1 becomes 12.1. Returns no value for
-  /// NaN, infinities and doubles outside the range of `parse`.
+  /// Returns the decimal with the fewest digits that reads back as the same double: 12.1 becomes 12.1. A
+  /// whole double whose text is shorter without an exponent is taken exactly: 2^60 becomes
+  /// 1152921504606846976. Returns no value for NaN, infinities and doubles outside the range of `parse`.
   [[nodiscard]] static std::optional<Decimal> fromDouble(double value);
 
   /// Returns plain positional text: "-" if negative, digits, "." and a fraction if there is one. No grouping,
@@ -75,8 +76,7 @@ class Decimal {
   [[nodiscard]] std::optional<Decimal> times(const Decimal& factor) const;
 
   /// The quotient, rounded once to at most `fractionDigits` digits after the point. No value if the divisor
-  /// is zero, or if this class can't hold the quotient or, on the way to it, ten times the divisor's
-  /// mantissa.
+  /// is zero, or if this class can't hold the rounded quotient exactly.
   [[nodiscard]] std::optional<Decimal> dividedBy(const Decimal& divisor, unsigned fractionDigits,
                                                  Rounding rounding) const;
 

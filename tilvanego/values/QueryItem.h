@@ -13,7 +13,8 @@ struct QueryItem {
   std::optional<std::string> value;
 
   bool operator==(const QueryItem&) const = default;
-  /// Writes "name=value"; the value of a secret's name (`isSecretName`) is "<redacted>".
+  /// Writes `"name"="value"`, as literals with escapes; the value of a secret's name (`isSecretName`) is
+  /// `<redacted>`.
   friend std::ostream& operator<<(std::ostream& out, const QueryItem& item) { return item.show(out); }
 
  private:

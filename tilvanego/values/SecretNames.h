@@ -28,9 +28,8 @@ inline constexpr bool showsCaseNames<Secret> = true;
 /// Whether it is a secret of any kind.
 [[nodiscard]] inline bool isSecretName(std::string_view name) { return secretNamed(name).has_value(); }
 
-/// Whether a record that writes itself to a stream hides the field of this name: a secret, or notes.
-[[nodiscard]] inline bool isHiddenField(std::string_view name) {
-  return name == "notes" || isSecretName(name);
-}
+/// Whether a record that writes itself to a stream hides the field of this name: a secret, notes, or what a
+/// terminal's records say of a card and its holder's signature, but for the last four digits.
+[[nodiscard]] bool isHiddenField(std::string_view name);
 
 }  // namespace tilvanego

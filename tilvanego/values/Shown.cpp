@@ -1,6 +1,8 @@
 #include <tilvanego/values/Shown.h>
 
 #include <ostream>
+#include <string>
+#include <utility>
 
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/DateFormats.h>
@@ -22,7 +24,7 @@ void support::showText(std::ostream& out, std::string_view text) { out << text; 
 
 void support::showLiteral(std::ostream& out, std::string_view text) { out << debugLiteral(text); }
 
-void support::showNumber(std::ostream& out, std::int64_t value) { out << value; }
+void support::showNumber(std::ostream& out, std::int64_t value) { out << std::to_string(value); }
 
 void support::showNumber(std::ostream& out, double value) { out << doubleText(value); }
 
@@ -40,9 +42,10 @@ std::ostream& URLError::show(std::ostream& out) const {
 }
 
 std::ostream& QueryItem::show(std::ostream& out) const {
-  out << name;
+  out << debugLiteral(name);
   if (!value) return out;
-  return out << '=' << (isSecretName(name) ? redacted : std::string_view(*value));
+  out << '=';
+  return isSecretName(name) ? out << redacted : out << debugLiteral(*value);
 }
 
 std::ostream& URL::show(std::ostream& out) const {
