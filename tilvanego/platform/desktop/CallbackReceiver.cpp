@@ -8,6 +8,7 @@
 
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
+#include <tilvanego/platform/PlainName.h>
 #include <tilvanego/platform/desktop/CallbackServer.h>
 #include <tilvanego/platform/desktop/CallbackSocket.h>
 #include <tilvanego/platform/desktop/PrivateDirectory.h>
@@ -33,7 +34,8 @@ struct CallbackReceiver::Claimed {
   std::optional<URL> first;
   /// Owned here alone: what is posted and finds none drops its URL.
   std::shared_ptr<const Handler> handler;
-  detail::HeldLock lock;
+  /// Of a name; a socket at a path of the host's own has none.
+  std::optional<detail::HeldLock> lock;
   detail::FileDescriptor listener;
   /// After `receive`. Declared last: its thread ends before the lock is released.
   std::unique_ptr<detail::CallbackServer> server;
@@ -62,7 +64,7 @@ std::expected<std::unique_ptr<CallbackReceiver>, std::string> CallbackReceiver::
       auto listener = detail::listenForCallbacks(socket);
       if (!listener) return std::unexpected(std::move(listener).error());
       return std::unique_ptr<CallbackReceiver>(new CallbackReceiver(std::make_unique<Claimed>(
-          Claimed{socket, std::move(url), nullptr, **std::move(lock), *std::move(listener), nullptr})));
+          Claimed{socket, std::move(url), nullptr, *std::move(lock), *std::move(listener), nullptr})));
     }
     if (!url) return nullptr;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Steady::now());
@@ -74,6 +76,19 @@ std::expected<std::unique_ptr<CallbackReceiver>, std::string> CallbackReceiver::
     }
     std::this_thread::sleep_for(betweenTries);
   }
+}
+
+std::expected<std::unique_ptr<CallbackReceiver>, std::string> CallbackReceiver::listenAt(
+    const std::string& socket) {
+  auto listener = detail::listenForCallbacks(socket);
+  if (!listener) return std::unexpected(std::move(listener).error());
+  return std::unique_ptr<CallbackReceiver>(new CallbackReceiver(std::make_unique<Claimed>(
+      Claimed{socket, std::nullopt, nullptr, std::nullopt, *std::move(listener), nullptr})));
+}
+
+std::expected<void, CallbackReceiver::HandOverFailure> CallbackReceiver::handOver(const std::string& socket,
+                                                                                  const URL& url) {
+  return detail::handOverCallback(socket, url.absoluteString(), longestWait);
 }
 
 std::optional<URL> CallbackReceiver::urlIn(int argc, const char* const* argv) {

@@ -35,6 +35,23 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// the same user, by what the kernel says of them, are listened to. docs/desktop.md has its protocol.
 class CallbackReceiver {
  public:
+  /// Why a URL was not handed over.
+  struct HandOverFailure {
+    enum class Reason {
+      /// Nobody listens.
+      noListener,
+      /// The host closed the connection without a reply: it has ended, or can't say whether it has handled
+      /// the
+      /// URL.
+      noReply,
+      /// The host belongs to another user, refused the URL, or took too long; or the system failed.
+      refused
+    };
+    Reason reason{};
+    /// A sentence for the user.
+    std::string message;
+  };
+
   /// Called on the main thread. Its exception leaves the main queue's call that ran it; the sender then tries
   /// again.
   using Handler = std::function<void(const URL& url)>;
@@ -47,6 +64,16 @@ class CallbackReceiver {
   /// it in time.
   [[nodiscard]] static std::expected<std::unique_ptr<CallbackReceiver>, std::string> claim(
       const std::string& name, std::optional<URL> url);
+
+  /// Listens at the path of a socket, for a host that chooses one of its own. Replaces a socket without a
+  /// listener. Fails with a sentence if anything else is at the path.
+  [[nodiscard]] static std::expected<std::unique_ptr<CallbackReceiver>, std::string> listenAt(
+      const std::string& socket);
+
+  /// Hands a URL to the host that listens at the path of a socket. Blocks until it has handled the URL, for
+  /// 30 seconds at most. Any thread may call it.
+  [[nodiscard]] static std::expected<void, HandOverFailure> handOver(const std::string& socket,
+                                                                     const URL& url);
 
   /// The first of a program's arguments that is a URL with a scheme; nothing if there is none.
   [[nodiscard]] static std::optional<URL> urlIn(int argc, const char* const* argv);

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include <tilvanego/platform/FileDescriptor.h>
+#include <tilvanego/platform/desktop/CallbackReceiver.h>
 
 /// The Unix socket on which a running host takes callback URLs, as its sender and its listener see it.
 ///
@@ -19,20 +20,7 @@ namespace tilvanego::detail {
 inline constexpr std::size_t maxCallbackURL = std::size_t{16} << 20U;
 inline constexpr std::string_view callbackTaken = "ok";
 
-/// Why a URL was not handed over.
-struct HandOverFailure {
-  enum class Reason {
-    /// Nobody listens.
-    noListener,
-    /// The listener closed the connection without a reply.
-    noReply,
-    /// The listener belongs to another user, refused the URL, or took too long; or the system failed.
-    refused
-  };
-  Reason reason{};
-  /// A sentence for the user.
-  std::string message;
-};
+using HandOverFailure = CallbackReceiver::HandOverFailure;
 
 /// Sends a URL to the host that listens at `path`, and blocks until it has replied, or until `longestWait` is
 /// over. The host must be a process of the same user, by what the kernel says of it.

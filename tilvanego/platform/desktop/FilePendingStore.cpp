@@ -9,8 +9,8 @@
 #include <sys/stat.h>
 
 #include <tilvanego/platform/FatalError.h>
+#include <tilvanego/platform/PlainName.h>
 #include <tilvanego/platform/desktop/PrivateDirectory.h>
-#include <tilvanego/platform/desktop/RuntimeDirectory.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {

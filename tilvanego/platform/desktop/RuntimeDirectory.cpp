@@ -19,9 +19,4 @@ std::filesystem::path runtimeDirectory() {
   return "/tmp/tilvanego-" + user;
 }
 
-bool isPlainName(std::string_view name) {
-  using namespace std::string_view_literals;
-  return !name.empty() && name != "." && name != ".." && name.find_first_of("/\0"sv) == name.npos;
-}
-
 }  // namespace tilvanego::detail
