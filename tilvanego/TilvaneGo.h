@@ -39,5 +39,6 @@
 #include <tilvanego/platform/desktop/CommandLine.h>
 #include <tilvanego/platform/desktop/FilePendingStore.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
+#include <tilvanego/platform/desktop/SchemeHandler.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 #endif
