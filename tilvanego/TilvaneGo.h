@@ -35,8 +35,10 @@
 
 // An install tree that was built without the adapters for a Linux desktop has none of their headers.
 #if defined(__linux__) && __has_include(<tilvanego/platform/desktop/CommandLine.h>)
+#include <tilvanego/platform/desktop/CallbackReceiver.h>
 #include <tilvanego/platform/desktop/CommandLine.h>
 #include <tilvanego/platform/desktop/FilePendingStore.h>
 #include <tilvanego/platform/desktop/PasteboardStore.h>
+#include <tilvanego/platform/desktop/SchemeHandler.h>
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 #endif

@@ -12,10 +12,10 @@
 
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/platform/RunLoop.h>
+#include <tilvanego/platform/desktop/CallbackReceiver.h>
 #include <tilvanego/platform/desktop/CommandLine.h>
 #include <tilvanego/values/URL.h>
 
-#include "CallbackSocket.h"
 #include "EventWriter.h"
 #include "ExitStatus.h"
 #include "HostLoop.h"
@@ -45,21 +45,14 @@ void runLine(const LineBuffer::Line& line, HostSession& session) {
   (*action)(session);
 }
 
-std::expected<void, std::string> handleCallback(const std::string& text, HostSession& session) {
-  const auto url = URL::parse(text);
-  if (!url) return std::unexpected("What came is no URL: " + std::string(url.error().message) + ".");
-  session.sdk().handleCallback(*url);
-  return {};
-}
-
-int runScript(const HostOptions& options, CallbackSocket* callbacks) {
+int runScript(const HostOptions& options, CallbackReceiver* callbacks) {
   EventWriter events(stdout);
   HostSession session(options, events, RunLoop::main());
-  HostLoop loop(RunLoop::main(), STDIN_FILENO, callbacks);
-  return loop.run({
-      .line = [&](const LineBuffer::Line& line) { runLine(line, session); },
-      .callback = [&](const std::string& text) { return handleCallback(text, session); },
-  });
+  HostLoop loop(RunLoop::main(), STDIN_FILENO);
+  if (callbacks != nullptr) {
+    callbacks->receive(RunLoop::main(), [&](const URL& url) { session.sdk().handleCallback(url); });
+  }
+  return loop.run([&](const LineBuffer::Line& line) { runLine(line, session); });
 }
 
 int runHost(const HostArguments& arguments) {
@@ -75,9 +68,9 @@ int runHost(const HostArguments& arguments) {
       return exitWrongUsage;
     }
   }
-  std::unique_ptr<CallbackSocket> callbacks;
+  std::unique_ptr<CallbackReceiver> callbacks;
   if (!arguments.callbacks.empty()) {
-    auto socket = CallbackSocket::listenAt(arguments.callbacks);
+    auto socket = CallbackReceiver::listenAt(arguments.callbacks);
     if (!socket) {
       std::fprintf(stderr, "tilvanego host: %s\n", socket.error().c_str());
       return exitFailed;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -37,8 +38,8 @@ void drain(int descriptor) {
 
 }  // namespace
 
-HostLoop::HostLoop(RunLoop& loop, int input, CallbackSocket* callbacks)
-    : loop_(loop), input_(input), callbacks_(callbacks), wakeUp_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+HostLoop::HostLoop(RunLoop& loop, int input)
+    : loop_(loop), input_(input), wakeUp_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   loop_.setWakeUp([descriptor = wakeUp_.get()] { wake(descriptor); });
   signalWakeUp = wakeUp_.get();
   for (const int number : endingSignals) std::signal(number, noteSignal);
@@ -49,29 +50,22 @@ HostLoop::~HostLoop() {
   loop_.setWakeUp({});
 }
 
-int HostLoop::run(const Handlers& handlers) {
+int HostLoop::run(const LineHandler& handler) {
   for (;;) {
     loop_.runPending();
     if (signalCaught != 0) return signalCaught;
     if (const auto line = lines_.next()) {
-      handlers.line(*line);
+      handler(*line);
       continue;
     }
     if (inputEnded_) return 0;
     if (waitForSomething()) readInput();
-    if (callbacks_ == nullptr) continue;
-    callbacks_->serve([&](const std::string& text) {
-      auto handled = handlers.callback(text);
-      loop_.runPending();
-      return handled;
-    });
   }
 }
 
 /// Returns true if there is input.
 bool HostLoop::waitForSomething() {
-  std::vector<pollfd> waiting{{wakeUp_.get(), POLLIN, 0}, {input_, POLLIN, 0}};
-  if (callbacks_ != nullptr) callbacks_->addTo(waiting);
+  std::array waiting{pollfd{wakeUp_.get(), POLLIN, 0}, pollfd{input_, POLLIN, 0}};
   if (::poll(waiting.data(), waiting.size(), -1) < 0) return false;
   if (waiting[0].revents != 0) drain(wakeUp_.get());
   return waiting[1].revents != 0;

@@ -9,6 +9,7 @@
 #include "HostCommand.h"
 #include "ModelCommand.h"
 #include "SandboxCommand.h"
+#include "SchemeCommand.h"
 #include "SendCommand.h"
 
 namespace {
@@ -43,6 +44,7 @@ int main(int argumentCount, char** arguments) {
   addSandboxCommand(program);
   addSendCommand(program);
   addModelCommand(program);
+  addSchemeCommand(program);
   try {
     program.parse(argumentCount, arguments);
   } catch (const CLI::RuntimeError& ended) {

@@ -7,6 +7,7 @@
 #include <tilvanego/http_client/FileDownload.h>
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/platform/FatalError.h>
+#include <tilvanego/platform/PlainName.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {

@@ -14,6 +14,7 @@
 #include <tilvanego/platform/FileDescriptor.h>
 #include <tilvanego/platform/FileReplacement.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
+#include <tilvanego/platform/PlainName.h>
 #include <tilvanego/values/CharacterTables.h>
 #include <tilvanego/values/PercentEncoding.h>
 #include <tilvanego/values/UUID.h>
@@ -55,11 +56,6 @@ bool makeDirectories(const std::filesystem::path& directory) {
 }
 
 }  // namespace
-
-bool isPlainName(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == name.npos &&
-         name.find('\0') == name.npos;
-}
 
 std::expected<std::vector<std::string>, DownloadException> downloadNames(std::string_view path,
                                                                          std::string_view fileName) {

@@ -27,9 +27,6 @@ struct FileWriteError {
 
 namespace tilvanego::detail {
 
-/// Whether the text can name an entry of a directory: not empty, not "." or "..", without "/" and NUL.
-[[nodiscard]] bool isPlainName(std::string_view name);
-
 /// Returns the path components of a downloaded file, relative to the caches directory; the last is the file's
 /// name. `path` is the decoded path of a URL; its empty and "." components are ignored. If `fileName` is
 /// empty, the last component of `path` is the file's name.

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include <tilvanego/platform/FatalError.h>
+#include <tilvanego/platform/PlainName.h>
 #include <tilvanego/platform/desktop/PrivateDirectory.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -30,11 +31,6 @@ std::filesystem::path stateHome() {
   if (auto state = absolutePathIn("XDG_STATE_HOME"); !state.empty()) return state;
   const auto home = absolutePathIn("HOME");
   return home.empty() ? home : home / ".local" / "state";
-}
-
-bool isPlainName(std::string_view name) {
-  using namespace std::string_view_literals;
-  return !name.empty() && name != "." && name != ".." && name.find_first_of("/\0"sv) == name.npos;
 }
 
 // Missing directories get the mode 0700. What can't be made is reported when the last one is opened.
@@ -60,7 +56,7 @@ FilePendingStore::FilePendingStore(std::filesystem::path directory) : directory_
 FilePendingStore::~FilePendingStore() = default;
 
 std::unique_ptr<FilePendingStore> FilePendingStore::ofHost(const std::string& hostName) {
-  if (!isPlainName(hostName)) {
+  if (!detail::isPlainName(hostName)) {
     detail::wrongUse("FilePendingStore::ofHost takes one name, such as \"com.example.till\", not a path.");
   }
   const auto state = stateHome();

@@ -1,13 +1,11 @@
 #include <tilvanego/platform/desktop/PasteboardStore.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <utility>
-
-#include <unistd.h>
 
 #include <tilvanego/platform/desktop/PasteboardFormat.h>
 #include <tilvanego/platform/desktop/PrivateDirectory.h>
+#include <tilvanego/platform/desktop/RuntimeDirectory.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -16,16 +14,6 @@ constexpr const char* fileName = "pasteboard";
 constexpr const char* lockName = "pasteboard.lock";
 // The main thread is blocked for this time at most. Other writers need milliseconds.
 constexpr std::chrono::seconds longestLockWait(1);
-
-std::filesystem::path defaultDirectory() {
-  const std::string user = std::to_string(geteuid());
-  const char* configured = std::getenv("XDG_RUNTIME_DIR");
-  for (const std::filesystem::path& runtime :
-       {std::filesystem::path(configured ? configured : ""), std::filesystem::path("/run/user") / user}) {
-    if (runtime.is_absolute() && detail::isOwnDirectory(runtime)) return runtime / "tilvanego";
-  }
-  return "/tmp/tilvanego-" + user;
-}
 
 std::optional<PasteboardContents> readContents(const detail::PrivateDirectory& directory) {
   const auto file = directory.read(fileName, detail::maximumPasteboardFile);
@@ -46,7 +34,7 @@ void removeExpired(const detail::PrivateDirectory& directory, const Clock& clock
 }  // namespace
 
 PasteboardStore::PasteboardStore(std::shared_ptr<const Clock> clock)
-    : PasteboardStore(defaultDirectory(), std::move(clock)) {}
+    : PasteboardStore(detail::runtimeDirectory(), std::move(clock)) {}
 
 PasteboardStore::PasteboardStore(std::filesystem::path directory, std::shared_ptr<const Clock> clock)
     : directory_(std::move(directory)), clock_(std::move(clock)) {}

@@ -140,6 +140,14 @@ std::expected<void, std::string> PrivateDirectory::rename(const std::string& nam
   return failed(name, "can't be renamed");
 }
 
+std::expected<std::optional<HeldLock>, std::string> PrivateDirectory::tryLock(const std::string& name) const {
+  auto lock = detail::tryLock(directory_, name);
+  if (lock) return *std::move(lock);
+  if (lock.error() == LockFailure::open) return failed(name, "can't be opened");
+  if (lock.error() == LockFailure::lock) return failed(name, "can't be locked");
+  return std::nullopt;
+}
+
 std::expected<HeldLock, std::string> PrivateDirectory::lock(const std::string& name,
                                                             std::chrono::milliseconds longestWait) const {
   // Shorter than the time between two writes of one writer: otherwise a busy writer would lock out all
@@ -148,10 +156,9 @@ std::expected<HeldLock, std::string> PrivateDirectory::lock(const std::string& n
   // The system has no lock with a time-out, so this tries again and again.
   const auto deadline = std::chrono::steady_clock::now() + longestWait;
   while (true) {
-    auto lock = tryLock(directory_, name);
-    if (lock) return *std::move(lock);
-    if (lock.error() == LockFailure::open) return failed(name, "can't be opened");
-    if (lock.error() == LockFailure::lock) return failed(name, "can't be locked");
+    auto lock = tryLock(name);
+    if (!lock) return std::unexpected(std::move(lock).error());
+    if (*lock) return **std::move(lock);
     if (std::chrono::steady_clock::now() >= deadline) {
       return std::unexpected((path_ / name).string() + " is locked by another program, and still was after " +
                              std::to_string(longestWait.count()) + " ms.");

@@ -59,6 +59,9 @@ class PrivateDirectory {
   [[nodiscard]] std::expected<HeldLock, std::string> lock(const std::string& name,
                                                           std::chrono::milliseconds longestWait) const;
 
+  /// Takes the lock, or returns no value at once if it is held elsewhere.
+  [[nodiscard]] std::expected<std::optional<HeldLock>, std::string> tryLock(const std::string& name) const;
+
  private:
   PrivateDirectory(std::filesystem::path path, FileDescriptor directory)
       : path_(std::move(path)), directory_(std::move(directory)) {}

@@ -1,0 +1,176 @@
+#include <tilvanego/platform/desktop/CallbackSocket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <span>
+#include <system_error>
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace tilvanego::detail {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Reason = HandOverFailure::Reason;
+
+// Longer than any sentence of a host.
+constexpr std::size_t maxReply = 4096;
+
+std::string systemMessage(int code) { return std::generic_category().message(code); }
+
+std::expected<sockaddr_un, std::string> socketAddress(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  constexpr std::size_t room = sizeof address.sun_path - 1;
+  if (path.empty() || path.size() > room || path.find('\0') != path.npos) {
+    return std::unexpected("A socket's path must have 1 to " + std::to_string(room) +
+                           " bytes, none of them NUL; choose a shorter one.");
+  }
+  std::ranges::copy(path, address.sun_path);
+  return address;
+}
+
+FileDescriptor openSocket() {
+  return FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+}
+
+// Returns the system's error code, or 0.
+int connectTo(const FileDescriptor& socket, const sockaddr_un& address) {
+  if (!socket) return errno;
+  return ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0
+                                                                                                   : errno;
+}
+
+// Waits until the socket can be read or written. Returns false when the time is over.
+bool waitFor(const FileDescriptor& socket, short events, Clock::time_point deadline) {
+  for (;;) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0) return false;
+    pollfd waiting{socket.get(), events, 0};
+    const int ready = ::poll(&waiting, 1, static_cast<int>(std::min<std::int64_t>(left.count(), 60'000)));
+    if (ready > 0) return true;
+    if (ready < 0 && errno != EINTR) return false;
+  }
+}
+
+std::unexpected<HandOverFailure> failure(Reason reason, std::string message) {
+  return std::unexpected(HandOverFailure{reason, std::move(message)});
+}
+
+std::unexpected<HandOverFailure> tooLate(const std::string& path) {
+  return failure(Reason::refused, "The host at " + path + " didn't take the URL in time.");
+}
+
+std::unexpected<HandOverFailure> ended(const std::string& path) {
+  return failure(Reason::noReply, "The host at " + path + " ended before it took the URL.");
+}
+
+// Fails without a sentence when the other side is gone: it may have sent a reply before.
+std::expected<void, HandOverFailure> send(const FileDescriptor& socket, const std::string& path,
+                                          std::string_view text, Clock::time_point deadline) {
+  while (!text.empty()) {
+    const auto count = ::send(socket.get(), text.data(), text.size(), MSG_NOSIGNAL);
+    if (count > 0) {
+      text.remove_prefix(static_cast<std::size_t>(count));
+    } else if (errno == EAGAIN) {
+      if (!waitFor(socket, POLLOUT, deadline)) return tooLate(path);
+    } else if (errno != EINTR) {
+      return {};
+    }
+  }
+  static_cast<void>(::shutdown(socket.get(), SHUT_WR));
+  return {};
+}
+
+std::expected<std::string, HandOverFailure> receiveReply(const FileDescriptor& socket,
+                                                         const std::string& path,
+                                                         Clock::time_point deadline) {
+  std::string reply;
+  std::array<char, 512> chunk{};
+  while (reply.size() < maxReply) {
+    const auto count = ::read(socket.get(), chunk.data(), chunk.size());
+    if (count > 0) {
+      reply.append(chunk.data(), static_cast<std::size_t>(count));
+    } else if (count < 0 && errno == EAGAIN) {
+      if (!waitFor(socket, POLLIN, deadline)) return tooLate(path);
+    } else if (count == 0 || errno != EINTR) {
+      break;
+    }
+  }
+  return reply;
+}
+
+// Returns why there can be no new socket at `path`, or nothing.
+std::optional<std::string> removeStaleSocket(const std::string& path, const sockaddr_un& address) {
+  struct stat there{};
+  if (::lstat(path.c_str(), &there) != 0) return std::nullopt;
+  if (!S_ISSOCK(there.st_mode)) return path + " is there already and is no socket; choose another path.";
+  const int code = connectTo(openSocket(), address);
+  if (code == 0 || code == EAGAIN) {
+    return "Another host listens at " + path + "; end it, or choose another path.";
+  }
+  if (code != ECONNREFUSED) return path + " can't be replaced: " + systemMessage(code) + ".";
+  if (::unlink(path.c_str()) != 0) return path + " can't be replaced: " + systemMessage(errno) + ".";
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool isOfThisUser(const FileDescriptor& socket) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  return ::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == geteuid();
+}
+
+std::expected<void, HandOverFailure> handOverCallback(const std::string& path, std::string_view url,
+                                                      std::chrono::milliseconds longestWait) {
+  const auto address = socketAddress(path);
+  if (!address) return failure(Reason::refused, address.error());
+  if (url.size() > maxCallbackURL) {
+    return failure(Reason::refused, "The URL is longer than " + std::to_string(maxCallbackURL) + " bytes.");
+  }
+  const auto deadline = Clock::now() + longestWait;
+  const FileDescriptor socket = openSocket();
+  const int code = connectTo(socket, *address);
+  if (code != 0) {
+    return failure(Reason::noListener, "No host listens at " + path + " (" + systemMessage(code) + ").");
+  }
+  if (!isOfThisUser(socket)) {
+    return failure(Reason::refused, "The host at " + path + " belongs to another user.");
+  }
+  if (auto sent = send(socket, path, url, deadline); !sent) return sent;
+  auto reply = receiveReply(socket, path, deadline);
+  if (!reply) return std::unexpected(std::move(reply).error());
+  if (*reply == callbackTaken) return {};
+  if (reply->empty()) return ended(path);
+  return failure(Reason::refused, *std::move(reply));
+}
+
+std::expected<FileDescriptor, std::string> listenForCallbacks(const std::string& path) {
+  const auto address = socketAddress(path);
+  if (!address) return std::unexpected(address.error());
+  if (auto obstacle = removeStaleSocket(path, *address)) return std::unexpected(*std::move(obstacle));
+  FileDescriptor listener = openSocket();
+  const auto fail = [&path] {
+    return std::unexpected("Can't listen at " + path + ": " + systemMessage(errno) + ".");
+  };
+  if (!listener ||
+      ::bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
+    return fail();
+  }
+  // Nobody can connect before `listen`.
+  if (::chmod(path.c_str(), S_IRUSR | S_IWUSR) != 0 || ::listen(listener.get(), SOMAXCONN) != 0) {
+    const auto failed = fail();
+    ::unlink(path.c_str());
+    return failed;
+  }
+  return listener;
+}
+
+}  // namespace tilvanego::detail
