@@ -279,6 +279,8 @@ TEST(Decimal, LiteralsAreTheNumbersThatTheirTextsAre) {
        {"", "-", "12,50", "1.", ".5", "+1", "1e3", " 1", "1.2.3", "--1", "18446744073709551616"}) {
     EXPECT_FALSE(detail::LiteralReader::decimal(text)) << text;
   }
+  // Digits that are beyond the smallest exponent, though they are zeros: as `parse` has it.
+  EXPECT_FALSE(detail::LiteralReader::decimal("0." + std::string(127, '0') + "10"));
 }
 
 TEST(Amounts, AreReadWholeAndShownWithTheDigitsOfTheirCurrency) {

@@ -16,7 +16,7 @@ namespace {
 
 using detail::addOverflows, detail::multiplyOverflows;
 using detail::DecimalParts, detail::DigitCollector, detail::Mantissa;
-using detail::largestExponent, detail::largestMantissa, detail::powersOfTen;
+using detail::largestExponent, detail::smallestExponent, detail::largestMantissa, detail::powersOfTen;
 
 // The part of a number that rounding drops.
 struct Remainder {

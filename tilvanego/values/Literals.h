@@ -49,8 +49,9 @@ struct LiteralReader {
     }
     if (number.low_ == 0) return Decimal();
     auto exponent = point == text.size() ? 0 : -static_cast<std::int64_t>(text.size() - point - 1);
-    for (; number.low_ % 10 == 0; number.low_ /= 10) ++exponent;
+    // As `parse` has it, which counts the zeros at the end, too.
     if (exponent < std::numeric_limits<std::int8_t>::min()) return std::nullopt;
+    for (; number.low_ % 10 == 0; number.low_ /= 10) ++exponent;
     number.exponent_ = static_cast<std::int8_t>(exponent);
     return number;
   }
