@@ -77,6 +77,8 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation<Op
   }
 
   void finish(const Result& result) {
+    // It lives until the coroutine has the result.
+    record_ = facade_->takeEndingRecord();
     over_ = true;
     try {
       result_ = result;
@@ -94,15 +96,28 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation<Op
   }
 
   void goOn() {
-    postOrEnd(facade_->mainQueue(), [self = this->shared_from_this()] {
-      if (const auto waiting = std::exchange(self->waiting_, nullptr)) waiting.resume();
-    });
+    postOrEnd(facade_->mainQueue(), [self = this->shared_from_this()] { self->resume(); });
+  }
+
+  void resume() {
+    const auto record = std::exchange(record_, 0);
+    const auto waiting = std::exchange(waiting_, nullptr);
+    if (!waiting) return facade_->leaveRecord(Operation::kind, record);
+    // Also if the coroutine throws: it has run.
+    struct RecordEnd {
+      ~RecordEnd() { facade.dropRecord(Operation::kind, record); }
+      Facade& facade;
+      PendingRecords::Id record;
+    } const recordEnd{*facade_, record};
+    waiting.resume();
   }
 
   std::shared_ptr<Facade> facade_;
   std::coroutine_handle<> waiting_;
   std::optional<Result> result_;
   std::exception_ptr failure_;
+  /// In the pending store; 0 if there is none.
+  PendingRecords::Id record_ = 0;
   bool started_ = false;
   bool over_ = false;
 };
