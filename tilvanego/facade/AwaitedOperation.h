@@ -19,6 +19,9 @@ namespace tilvanego::detail {
 /// What the coroutine that awaits an operation shares with its completion, its stop and its time-out. Used on
 /// the main thread only.
 ///
+/// With a pending store, the operation's record lives until the coroutine has come back from its resumption.
+/// If the coroutine was destroyed before that, the record becomes that of an interrupted operation.
+///
 /// The completion's last copy tells of its end. So the operation is the one in the slot from the end of its
 /// start until it is `over_`: the completion was called, or was destroyed by whoever cancelled it.
 template <typename Operation>

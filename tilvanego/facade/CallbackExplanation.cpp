@@ -326,7 +326,8 @@ std::string adviceOn(const std::vector<Explained>& all, const Explained* last) {
 /// `record` has the URL of the callback, and is of this kind.
 std::string waitingSentence(const URL& url, OperationKind kind, const PendingRecord& record,
                             const std::optional<PendingRecords::Taker>& taker) {
-  if (taker && taker->kind == kind && !taker->hasCallback) return "An interrupted one waits for this callback.";
+  if (taker && taker->kind == kind && !taker->hasCallback)
+    return "An interrupted one waits for this callback.";
   const auto requestId = namedRequestId(url);
   if (requestId && record.requestId && *requestId != *record.requestId) {
     return "The callback's request id is " + literal(*requestId) + ", the interrupted " +

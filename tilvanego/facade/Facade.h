@@ -103,7 +103,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] std::optional<typename Operation::Request> resume(Completion<Operation> completion);
   /// Drops the record of the oldest interrupted operation. Returns false if there is none.
   bool forgetInterrupted(OperationKind kind);
-  /// What `handleCallback` would do with `url`. Changes nothing, logs nothing and keeps the pasteboard.
+  /// What `handleCallback` would do with `url`. Changes nothing, logs nothing and keeps the pasteboard,
+  /// except that the pending store is read by the first call of all.
   [[nodiscard]] CallbackExplanation explain(const URL& url) const;
 
   /// For a completion that only passes the result on: takes the record of the operation that it ends, whose
