@@ -409,6 +409,19 @@ TEST(APasteboard, KeepsTheResultOfAnInterruptedPaymentThatTheStoreDoesNotTake) {
   }
 }
 
+TEST(APasteboard, IsReadForAPaymentWhoseEarlierCallbackNamedNothingThere) {
+  HookedHost host(noRecords());
+  Names ends;
+  startAndEnd(host);
+  EXPECT_TRUE(host.sdk->handleCallback(answer("transport=pasteboard&resultHandoffId=other")));
+  host.leaveResult(handoffId, "1");
+  EXPECT_TRUE(host.sdk->handleCallback(sealedAnswer()));
+  EXPECT_TRUE(host.sdk->handleCallback(answer("transport=pasteboard&resultHandoffId=other&request_id=1")));
+  EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));
+  host.loop.runPending();
+  EXPECT_EQ(ends, Names{"1 success+"});
+}
+
 TEST(MemoryPendingStore, SetsAsideWithoutReplacing) {
   const auto records = std::make_shared<Records>();
   MemoryPendingStore store(records);

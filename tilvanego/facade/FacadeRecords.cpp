@@ -135,9 +135,14 @@ PendingRecords::Id Facade::readerOf(const URL& url) const {
 bool Facade::keptForInterrupted(const URL& url) {
   const auto taker = interruptedTaker(url);
   if (!taker) return false;
-  if (taker->hasCallback) return true;
-  records_->setCallback(taker->kind, taker->id, {url});
-  if (taker->kind == OperationKind::payment && resultHandoffId(url)) keepFromPasteboard(taker->id, url);
+  const PendingRecord* const record = records_->find(taker->kind, taker->id);
+  const auto& kept = record->callback;
+  // A callback that names nothing on the pasteboard, or no longer, gives way to one that does.
+  const bool isUnread = kept && !kept->isUnsealed && resultHandoffId(kept->url);
+  if (!kept) records_->setCallback(taker->kind, taker->id, {url});
+  if (taker->kind == OperationKind::payment && resultHandoffId(url) && (isUnread || !taker->hasCallback)) {
+    keepFromPasteboard(taker->id, url);
+  }
   return true;
 }
 
