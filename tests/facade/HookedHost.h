@@ -66,11 +66,13 @@ class HookedHost {
   }
 
   /// Leaves the result of a payment, sealed, on the pasteboard, as the payment application does.
-  void leaveResult(const std::string& handoffId, const std::string& requestId) {
+  void leaveResult(const std::string& handoffId, const std::string& requestId,
+                   detail::ResultQueryItems items = {}) {
     OpenSSLRandomSource randomSource;
-    const auto envelope = detail::sealHandoffEnvelope(
-        detail::PaymentHandoffResultPayload{{{"request_id", requestId}, {"status", "approved"}}},
-        detail::PaymentHandoffDirection::result, handoffId, requestId, clock->now(), randomSource);
+    items.insert({{"request_id", requestId}, {"status", "approved"}});
+    const auto envelope = detail::sealHandoffEnvelope(detail::PaymentHandoffResultPayload{std::move(items)},
+                                                      detail::PaymentHandoffDirection::result, handoffId,
+                                                      requestId, clock->now(), randomSource);
     static_cast<void>(detail::writeHandoffEnvelope(pasteboard, envelope.value()));
   }
 

@@ -58,6 +58,8 @@ struct Trial {
   PaymentLaunchTransport transport;
   bool isSealed;
   Coming coming;
+  /// By a coroutine, which gets the result in a later turn of the main queue.
+  bool isAwaited;
   std::filesystem::path directory;
 };
 
@@ -75,8 +77,13 @@ class Life {
   }
 
   void first() {
-    sdk_->startPayment(fullRequest<OperationKind::payment>(done_, trial_.id), trial_.transport, completion());
+    if (trial_.isAwaited) {
+      detach(payment());
+    } else {
+      sdk_->startPayment(request(), trial_.transport, completion());
+    }
     if (trial_.coming == Coming::beforeTheEnd) callBack();
+    host_.loop.runPending();
     if (ledger_->completionsReturned > 0) ledger_->isOver = true;
   }
 
@@ -104,6 +111,15 @@ class Life {
  private:
   void must(bool holds) {
     if (!holds) ++ledger_->faults;
+  }
+
+  [[nodiscard]] PaymentRequest request() const {
+    return fullRequest<OperationKind::payment>(done_, trial_.id);
+  }
+
+  Task<void> payment() {
+    auto task = sdk_->startPayment(request(), trial_.transport, OperationWaiting::untilItEnds());
+    completion()(co_await std::move(task));
   }
 
   [[nodiscard]] TilvaneGo::PaymentCompletion completion() {
@@ -175,12 +191,16 @@ TEST(KilledHost, LosesNoResultAndGetsNoneTwiceButOneWhoseCompletionWasRunning) {
   TemporaryDirectory directory;
   SharedLedger ledger;
   Dice dice(7);
-  const Trial sample{"usual", Transport::pasteboard(), true, Coming::beforeTheEnd, directory.path()};
+  const Trial sample{"usual", Transport::pasteboard(), true, Coming::beforeTheEnd, false, directory.path()};
   const long life = usualLife(sample, ledger);
   std::map<std::string, int> seen;
   for (long kills = 0, number = 0; kills < wanted && !HasFailure(); ++number) {
-    const Trial trial{"id-" + std::to_string(number), transports[dice.below(3)], dice.oneIn(2),
-                      static_cast<Coming>(dice.below(3)), directory.path()};
+    const Trial trial{"id-" + std::to_string(number),
+                      transports[dice.below(3)],
+                      dice.oneIn(2),
+                      static_cast<Coming>(dice.below(3)),
+                      dice.oneIn(2),
+                      directory.path()};
     ledger.clear();
     int duringCompletion = 0;
     for (bool isFirst = true, wasKilled = true; wasKilled; isFirst = false) {

@@ -19,6 +19,9 @@ namespace tilvanego::detail {
 /// What the coroutine that awaits an operation shares with its completion, its stop and its time-out. Used on
 /// the main thread only.
 ///
+/// With a pending store, the operation's record lives until the coroutine has come back from its resumption.
+/// If the coroutine was destroyed before that, the record becomes that of an interrupted operation.
+///
 /// The completion's last copy tells of its end. So the operation is the one in the slot from the end of its
 /// start until it is `over_`: the completion was called, or was destroyed by whoever cancelled it.
 template <typename Operation>
@@ -85,6 +88,8 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation<Op
   }
 
   void finish(const Result& result) {
+    // It lives until the coroutine has the result.
+    record_ = facade_->takeEndingRecord();
     over_ = true;
     try {
       result_ = result;
@@ -102,15 +107,28 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation<Op
   }
 
   void goOn() {
-    postOrEnd(facade_->mainQueue(), [self = this->shared_from_this()] {
-      if (const auto waiting = std::exchange(self->waiting_, nullptr)) waiting.resume();
-    });
+    postOrEnd(facade_->mainQueue(), [self = this->shared_from_this()] { self->resume(); });
+  }
+
+  void resume() {
+    const auto record = std::exchange(record_, 0);
+    const auto waiting = std::exchange(waiting_, nullptr);
+    if (!waiting) return facade_->leaveRecord(Operation::kind, record);
+    // Also if the coroutine throws: it has run.
+    struct RecordEnd {
+      ~RecordEnd() { facade.dropRecord(Operation::kind, record); }
+      Facade& facade;
+      PendingRecords::Id record;
+    } const recordEnd{*facade_, record};
+    waiting.resume();
   }
 
   std::shared_ptr<Facade> facade_;
   std::coroutine_handle<> waiting_;
   std::optional<Result> result_;
   std::exception_ptr failure_;
+  /// In the pending store; 0 if there is none.
+  PendingRecords::Id record_ = 0;
   bool started_ = false;
   bool over_ = false;
 };

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <tilvanego/facade/FacadeRecords.h>
+#include <tilvanego/facade/ReadingPlatform.h>
 #include <tilvanego/facade/RouterOrder.h>
 #include <tilvanego/frame/SecretNames.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
@@ -24,33 +25,11 @@ using Field = CallbackExplanation::Field;
 struct Explained {
   Entry entry;
   bool passesOn = false;
+  /// It is pending, and takes no callback any more.
+  bool isDelivering = false;
   /// One sentence for each part of the URL that differs.
   std::vector<std::string> differences;
 };
-
-/// The host's pasteboard, which stays as it is.
-class UnchangedPasteboard final : public Pasteboard {
- public:
-  explicit UnchangedPasteboard(const Pasteboard& host) : host_(host) {}
-
-  [[nodiscard]] std::optional<std::string> string() const override { return host_.string(); }
-  [[nodiscard]] std::vector<PasteboardItem> items() const override { return host_.items(); }
-  [[nodiscard]] std::expected<void, std::string> setItems(std::vector<PasteboardItem>,
-                                                          const PasteboardOptions&) override {
-    return std::unexpected("The pasteboard is only looked at.");
-  }
-
- private:
-  const Pasteboard& host_;
-};
-
-/// What reading a callback takes from the platform, so that it changes nothing.
-Platform readingPlatform(const Platform& platform) {
-  Platform reading{};
-  reading.clock = platform.clock;
-  reading.pasteboard = std::make_unique<UnchangedPasteboard>(*platform.pasteboard);
-  return reading;
-}
 
 /// The text, or its beginning: a callback may hold anything of any length.
 std::string shortened(std::string_view text) {
@@ -279,6 +258,11 @@ void explainMatch(Entry& entry, const URL& url, const typename Operation::Reques
   if (const auto response = result->response()) explainResponse<Operation>(entry, *response);
 }
 
+std::string deliveringSentence(OperationKind kind) {
+  return "The callback of the resumed " + operationWords(kind) +
+         " came before: it is delivered in the main queue's next turn, and no other one is taken.";
+}
+
 template <typename Operation>
 Explained explainedFor(const URL& url, const std::shared_ptr<Pending<Operation>>& pending,
                        const Platform& reading, bool somePending) {
@@ -290,6 +274,11 @@ Explained explainedFor(const URL& url, const std::shared_ptr<Pending<Operation>>
   if constexpr (Operation::kind == OperationKind::payment) entry.transport = transportOf(url);
   if (!pending) {
     explainIdle<Operation>(entry, url, somePending);
+    return explained;
+  }
+  if (pending->isDelivering) {
+    explained.isDelivering = true;
+    entry.reason = deliveringSentence(Operation::kind);
     return explained;
   }
   const URL& expected = pending->request.callbackURL();
@@ -310,7 +299,7 @@ const Explained* followRouter(std::vector<Explained>& all) {
   const Explained* last = nullptr;
   for (Explained& one : all) {
     Entry& entry = one.entry;
-    if (!entry.pending) continue;
+    if (!entry.pending || one.isDelivering) continue;
     if (last != nullptr) {
       append(entry.reason, "It isn't asked: " + theOperation(last->entry.operation) + " before it " +
                                (last->entry.ends ? "takes" : "refuses") + " the callback.");
@@ -325,13 +314,14 @@ const Explained* followRouter(std::vector<Explained>& all) {
 std::string adviceOn(const std::vector<Explained>& all, const Explained* last) {
   const Explained* nearest = nullptr;
   for (const Explained& one : all) {
-    if (!one.entry.pending) continue;
+    if (!one.entry.pending || one.isDelivering) continue;
     if (nearest == nullptr || one.differences.size() < nearest->differences.size()) nearest = &one;
   }
   if (nearest == nullptr) {
+    const auto delivering = std::ranges::find(all, true, &Explained::isDelivering);
+    if (delivering != all.end()) return delivering->entry.reason;
     return "Nothing is pending in this process: the operation is over, was cancelled, or was started by "
-           "another "
-           "process; a transaction list says what was paid.";
+           "another process; a transaction list says what was paid.";
   }
   if (last != nullptr && last->entry.ends) {
     return "The callback ends " + theOperation(last->entry.operation) + " with " + resultText(last->entry) +
@@ -344,30 +334,57 @@ std::string adviceOn(const std::vector<Explained>& all, const Explained* last) {
   return nearest->differences.front();
 }
 
+// The sentences on interrupted operations.
+
+/// `record` has the URL of the callback, and is of this kind.
+std::string waitingSentence(const URL& url, OperationKind kind, const PendingRecord& record,
+                            const std::optional<PendingRecords::Taker>& taker) {
+  if (taker && taker->kind == kind && !taker->hasCallback)
+    return "An interrupted one waits for this callback.";
+  const auto requestId = namedRequestId(url);
+  if (requestId && record.requestId && *requestId != *record.requestId) {
+    return "The callback's request id is " + literal(*requestId) + ", the interrupted " +
+           operationWords(kind) + " with its callbackURL has " + literal(*record.requestId) + ".";
+  }
+  return "An interrupted one has its callbackURL, but another operation is asked first.";
+}
+
+std::string takerAdvice(const PendingRecords::Taker& taker) {
+  const std::string words = operationWords(taker.kind);
+  return taker.hasCallback
+             ? "The callback of the interrupted " + words +
+                   " has come before and is kept; this one changes nothing."
+             : "The callback is kept for the interrupted " + words + ", and ends it once that is resumed.";
+}
+
 }  // namespace
 
 CallbackExplanation Facade::explain(const URL& url) const {
   const Platform reading = readingPlatform(platform_);
+  const auto taker = interruptedTaker(url);
   const bool somePending =
       std::apply([](const auto&... pending) { return (... || (pending != nullptr)); }, slots_);
   std::vector<Explained> all;
+  std::string waiting;
   forEachInRouterOrder([&]<OperationKind kind>() {
     // Owned: the pasteboard and the clock are host code, which may end the operation.
     const auto pending = slot<OperationOf<kind>>();
     Explained explained = explainedFor<OperationOf<kind>>(url, pending, reading, somePending);
-    if (interruptedAwaits(kind, url)) {
+    if (const PendingRecord* const record = interruptedAt(kind, url)) {
       explained.entry.matches = true;
-      append(explained.entry.reason, "An interrupted one waits for this callback.");
+      const std::string sentence = waitingSentence(url, kind, *record, taker);
+      append(explained.entry.reason, sentence);
+      if (waiting.empty()) waiting = sentence;
     }
     all.push_back(std::move(explained));
   });
 
   CallbackExplanation explanation;
-  if (const auto taker = interruptedTaker(url)) {
-    explanation.advice = "The callback is kept for the interrupted " + operationWords(taker->kind) +
-                         ", and ends it once that is resumed.";
+  if (taker) {
+    explanation.advice = takerAdvice(*taker);
   } else {
-    explanation.advice = adviceOn(all, followRouter(all));
+    const Explained* const last = followRouter(all);
+    explanation.advice = somePending || waiting.empty() ? adviceOn(all, last) : waiting;
   }
   for (Explained& one : all) explanation.entries.push_back(std::move(one.entry));
   return explanation;

@@ -35,8 +35,9 @@ struct CallbackExplanation {
   struct Entry {
     OperationKind operation{};
     bool pending = false;
-    /// Whether it is the callback of the pending operation, or of an interrupted one: scheme, host and path
-    /// are those of its request.
+    /// Whether it is the callback of the pending operation, or of an interrupted one that waits for one:
+    /// scheme, host and path are those of its request. A pending one that was resumed with its callback waits
+    /// for none.
     bool matches = false;
     /// Whether `handleCallback` would end the pending operation with it now.
     bool ends = false;

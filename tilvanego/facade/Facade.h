@@ -82,8 +82,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   template <typename Operation>
   [[nodiscard]] bool isCallback(const URL& url) const {
     const auto& pending = slot<Operation>();
-    return (pending && callbackURLsMatch(url, pending->request.callbackURL())) ||
-           interruptedAwaits(Operation::kind, url);
+    return (pending && !pending->isDelivering && callbackURLsMatch(url, pending->request.callbackURL())) ||
+           interruptedAt(Operation::kind, url) != nullptr;
   }
 
   /// The result of the pending operation if `url` were its callback; nothing if it isn't. The operation stays
@@ -92,7 +92,7 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] std::optional<typename Operation::Result> result(URL url) const;
 
   /// Offers `url` to the pending operations in the order of `ranks`. Returns true if this completed one of
-  /// them, or if it was kept for an interrupted one.
+  /// them, or if it was kept for an interrupted one, now or before.
   [[nodiscard]] bool handleCallback(URL url);
 
   [[nodiscard]] std::vector<PendingOperation> pendingOperations() const;
@@ -103,8 +103,20 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] std::optional<typename Operation::Request> resume(Completion<Operation> completion);
   /// Drops the record of the oldest interrupted operation. Returns false if there is none.
   bool forgetInterrupted(OperationKind kind);
-  /// What `handleCallback` would do with `url`. Changes nothing, logs nothing and keeps the pasteboard.
+  /// What `handleCallback` would do with `url`. Changes nothing, logs nothing and keeps the pasteboard,
+  /// except that the pending store is read by the first call of all.
   [[nodiscard]] CallbackExplanation explain(const URL& url) const;
+
+  /// For a completion that only passes the result on: takes the record of the operation that it ends, whose
+  /// end is then the caller's task (`dropRecord`, `leaveRecord`). To be called before anything else. Returns
+  /// 0 if there is none.
+  [[nodiscard]] PendingRecords::Id takeEndingRecord() {
+    return recordEnd_ != nullptr ? recordEnd_->release() : 0;
+  }
+  /// Removes a record, if there is one.
+  void dropRecord(OperationKind kind, PendingRecords::Id record) noexcept;
+  /// Leaves a record, if there is one, as that of an interrupted operation: nobody received the result.
+  void leaveRecord(OperationKind kind, PendingRecords::Id record) noexcept;
 
  private:
   /// A pending operation is identified by its address, which is unique as long as a function holds this
@@ -116,17 +128,23 @@ class Facade : public std::enable_shared_from_this<Facade> {
   }(std::make_index_sequence<operationKinds.size()>()));
   using OpenFailure = void (Facade::*)();
 
-  /// Removes a record when it is destroyed.
+  /// Removes a record when it is destroyed, that is, when a completion has returned.
   class RecordEnd {
    public:
     RecordEnd(Facade& facade, OperationKind kind, PendingRecords::Id record)
-        : facade_(facade), kind_(kind), record_(record) {}
+        : facade_(facade), outer_(std::exchange(facade.recordEnd_, this)), kind_(kind), record_(record) {}
     RecordEnd(const RecordEnd&) = delete;
     RecordEnd& operator=(const RecordEnd&) = delete;
-    ~RecordEnd() { facade_.dropRecord(kind_, record_); }
+    ~RecordEnd() {
+      facade_.recordEnd_ = outer_;
+      facade_.dropRecord(kind_, record_);
+    }
+
+    [[nodiscard]] PendingRecords::Id release() { return std::exchange(record_, 0); }
 
    private:
     Facade& facade_;
+    RecordEnd* outer_;
     OperationKind kind_;
     PendingRecords::Id record_;
   };
@@ -192,8 +210,6 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Keeps the record of a pending operation, if there is a store.
   template <typename Operation>
   void keepForRestart(const Slot<Operation>& pending);
-  /// Removes a record, if there is one.
-  void dropRecord(OperationKind kind, PendingRecords::Id record) noexcept;
   /// Reads the result of a pending operation. Keeps the callback first, so that the next start of the process
   /// can deliver it if this process ends before the completion has returned. Returns nothing, and leaves
   /// `url` unchanged, unless it is the operation's callback.
@@ -205,11 +221,18 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Ends a resumed operation by the callback that was kept for it.
   template <typename Operation>
   void deliverKept(const Slot<Operation>& pending);
-  [[nodiscard]] bool interruptedAwaits(OperationKind kind, const URL& url) const;
+  /// The oldest interrupted operation that waits for a callback with this URL, or null. Valid until the next
+  /// call of host code.
+  [[nodiscard]] const PendingRecord* interruptedAt(OperationKind kind, const URL& url) const;
   /// The interrupted operation whose callback `url` is.
   [[nodiscard]] std::optional<PendingRecords::Taker> interruptedTaker(const URL& url) const;
+  /// The record of the payment, pending or interrupted, that can read the result which `url` has compressed
+  /// or on the pasteboard: only its request id tells whose it is. 0 if none can, or if there is no choice.
+  [[nodiscard]] PendingRecords::Id readerOf(const URL& url) const;
   /// Keeps `url` for the interrupted operation whose callback it is. Returns false if there is none.
   [[nodiscard]] bool keptForInterrupted(const URL& url);
+  /// Keeps the result on the pasteboard that `url` names, and removes it from there once the store has it.
+  void keepFromPasteboard(PendingRecords::Id record, const URL& url);
 
   void debugLine(const std::string& text) { platform_.debugOutput->writeLine(text); }
   void log(TilvaneLogLevel level, std::string_view message);
@@ -224,8 +247,13 @@ class Facade : public std::enable_shared_from_this<Facade> {
   std::unique_ptr<PendingRecords> records_;
   std::shared_ptr<const TilvaneLogger> logger_;
   Slots slots_;
+  /// Of the innermost completion that is running, or null.
+  RecordEnd* recordEnd_ = nullptr;
   bool ended_ = false;
 };
+
+/// The request id in the items of a callback. That of a compressed or sealed result isn't there.
+[[nodiscard]] std::optional<std::string> namedRequestId(const URL& callback);
 
 /// The transport that a start was given; nothing for the operations that have only one.
 [[nodiscard]] inline std::optional<PaymentLaunchTransport> transportOf() { return std::nullopt; }
@@ -258,7 +286,9 @@ bool Facade::finish(const Slot<Operation>& pending, const typename Operation::Re
 
 template <typename Operation, typename... Launch>
 void Facade::start(typename Operation::Request request, Completion<Operation> completion, Launch... launch) {
-  const auto refuse = [&completion](typename Operation::Error error) {
+  const auto refuse = [&](typename Operation::Error error) {
+    // Another completion may be running, whose record this one must not take.
+    const RecordEnd none(*this, Operation::kind, 0);
     if (completion) completion(failureWithoutResponse<Operation>(std::move(error)));
   };
   debugLine(std::string(Operation::texts.sending) + Operation::describe(request) + "]");
@@ -318,14 +348,14 @@ std::expected<URL, typename Operation::Error> Facade::inlineLink(const Slot<Oper
 template <typename Operation>
 void Facade::notOpened() {
   const auto pending = slot<Operation>();
-  if (!pending) return;
+  if (!pending || pending->isDelivering) return;
   finish<Operation>(pending, failureWithoutResponse<Operation>(typename Operation::AppNotInstalled{}));
 }
 
 template <typename Operation>
 std::optional<typename Operation::Result> Facade::result(URL url) const {
   const auto pending = slot<Operation>();
-  if (!pending) return std::nullopt;
+  if (!pending || pending->isDelivering) return std::nullopt;
   auto found = OperationTransport<Operation>::read(std::move(url), pending->request, platform_,
                                                    unsealedListener(Operation::kind, pending->record));
   if (slot<Operation>() != pending) found.reset();
@@ -335,7 +365,7 @@ std::optional<typename Operation::Result> Facade::result(URL url) const {
 template <typename Operation>
 Facade::Routed Facade::route(URL& url) {
   const auto pending = slot<Operation>();
-  if (!pending) return Routed::goOn;
+  if (!pending || pending->isDelivering) return Routed::goOn;
   if (const auto found = readAndKeep<Operation>(pending, url); found && finish<Operation>(pending, *found)) {
     return Routed::finished;
   }

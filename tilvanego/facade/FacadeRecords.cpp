@@ -2,24 +2,27 @@
 
 #include <tilvanego/facade/FacadeRecords.h>
 
+#include <algorithm>
 #include <ctime>
 #include <string>
 #include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
 
+#include <tilvanego/facade/ReadingPlatform.h>
 #include <tilvanego/facade/RouterOrder.h>
 #include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/platform/HostCode.h>
+#include <tilvanego/transports/CompressedURLPayload.h>
+#include <tilvanego/transports/PaymentPasteboardHandoff.h>
 
 namespace tilvanego::detail {
-namespace {
 
-/// The request id in the items of a callback. That of a compressed or sealed result isn't there.
 std::optional<std::string> namedRequestId(const URL& callback) {
   constexpr auto& names = requestIdKey<PaymentResponse::Fields>.aliases;
   return queryValue(callback, {names[0], names[1], names[2], names[3]});
 }
-
-}  // namespace
 
 Date Facade::quietNow() const {
   return manualClock_ != nullptr ? manualClock_->now()
@@ -59,6 +62,15 @@ void Facade::dropRecord(OperationKind kind, PendingRecords::Id record) noexcept 
   }
 }
 
+void Facade::leaveRecord(OperationKind kind, PendingRecords::Id record) noexcept {
+  if (record == 0) return;
+  try {
+    records_->leave(kind, record);
+  } catch (...) {
+    reportDroppedException("The pending store");
+  }
+}
+
 UnsealedListener Facade::unsealedListener(OperationKind kind, PendingRecords::Id record) const {
   if (record == 0) return {};
   return [records = records_.get(), kind, record](const URL& callback) {
@@ -66,22 +78,27 @@ UnsealedListener Facade::unsealedListener(OperationKind kind, PendingRecords::Id
   };
 }
 
-bool Facade::interruptedAwaits(OperationKind kind, const URL& url) const {
-  if (!records_) return false;
+const PendingRecord* Facade::interruptedAt(OperationKind kind, const URL& url) const {
+  if (!records_) return nullptr;
   records_->load();
-  return records_->awaits(kind, url);
+  return records_->waitingAt(kind, url);
 }
 
 std::optional<PendingRecords::Taker> Facade::interruptedTaker(const URL& url) const {
   if (!records_) return std::nullopt;
   records_->load();
-  if (!records_->hasInterrupted()) return std::nullopt;
+  if (!records_->hasTakers()) return std::nullopt;
   const auto requestId = namedRequestId(url);
+  if (const auto reader = requestId ? 0 : readerOf(url); reader != 0) {
+    const auto takers = records_->takersAt(OperationKind::payment, url);
+    const auto found = std::ranges::find(takers, reader, &PendingRecords::Taker::id);
+    return found == takers.end() ? std::nullopt : std::optional(*found);
+  }
   bool isPendings = false;
   bool namesPending = false;
   forEachOperation([&]<OperationKind kind>() {
     const auto& pending = slot<OperationOf<kind>>();
-    if (!pending || !callbackURLsMatch(url, pending->request.callbackURL())) return;
+    if (!pending || pending->isDelivering || !callbackURLsMatch(url, pending->request.callbackURL())) return;
     isPendings = true;
     namesPending = namesPending || (requestId && pending->request.requestId() == *requestId);
   });
@@ -89,20 +106,56 @@ std::optional<PendingRecords::Taker> Facade::interruptedTaker(const URL& url) co
   return records_->takerOf(url, requestId, !isPendings);
 }
 
+PendingRecords::Id Facade::readerOf(const URL& url) const {
+  if (!resultHandoffId(url) && !isCompressed(url)) return 0;
+  // Copied: the pasteboard and the clock are host code, which may end what is here.
+  std::vector<std::pair<PendingRecords::Id, PaymentRequest>> readers;
+  const auto& pending = slot<PaymentOperation>();
+  if (pending && !pending->isDelivering && callbackURLsMatch(url, pending->request.callbackURL())) {
+    readers.emplace_back(pending->record, pending->request);
+  }
+  const auto takers = records_->takersAt(OperationKind::payment, url);
+  for (const auto& taker : takers) {
+    const PendingRecord& record = *records_->find(taker.kind, taker.id);
+    auto request = restoredRequest<PaymentRequest>(record.request);
+    if (request) readers.emplace_back(taker.id, *std::move(request));
+  }
+  if (takers.empty() || (readers.size() == 1 && !takers.front().hasCallback)) return 0;
+  const Platform reading = readingPlatform(platform_);
+  for (const auto& [id, request] : readers) {
+    const auto result = paymentResult(URL(url), request, reading);
+    if (!result || !result->response()) continue;
+    const auto* failure = std::get_if<PaymentResult::Failure>(&*result);
+    if (failure && std::holds_alternative<PaymentError::RequestIdMismatch>(failure->error)) continue;
+    return id;
+  }
+  return 0;
+}
+
 bool Facade::keptForInterrupted(const URL& url) {
   const auto taker = interruptedTaker(url);
   if (!taker) return false;
-  records_->setCallback(taker->kind, taker->id, {url});
-  if (taker->kind == OperationKind::payment) {
-    // A result on the pasteboard is read now: it expires, and any program may replace it.
-    const PendingRecord* record = records_->find(taker->kind, taker->id);
-    const auto request = record ? restoredRequest<PaymentRequest>(record->request) : std::nullopt;
-    if (request) {
-      static_cast<void>(
-          paymentResult(URL(url), *request, platform_, unsealedListener(taker->kind, taker->id)));
-    }
+  const PendingRecord* const record = records_->find(taker->kind, taker->id);
+  const auto& kept = record->callback;
+  // A callback that names nothing on the pasteboard, or no longer, gives way to one that does.
+  const bool isUnread = kept && !kept->isUnsealed && resultHandoffId(kept->url);
+  if (!kept) records_->setCallback(taker->kind, taker->id, {url});
+  if (taker->kind == OperationKind::payment && resultHandoffId(url) && (isUnread || !taker->hasCallback)) {
+    keepFromPasteboard(taker->id, url);
   }
   return true;
+}
+
+void Facade::keepFromPasteboard(PendingRecords::Id record, const URL& url) {
+  const PendingRecord* const found = records_->find(OperationKind::payment, record);
+  const auto request = found ? restoredRequest<PaymentRequest>(found->request) : std::nullopt;
+  if (!request) return;
+  // It is read now: it expires, and any program may replace it.
+  bool isKept = false;
+  static_cast<void>(paymentResult(URL(url), *request, readingPlatform(platform_), [&](const URL& callback) {
+    isKept = records_->setCallback(OperationKind::payment, record, {callback, true});
+  }));
+  if (isKept) clearHandoffEnvelope(*platform_.pasteboard, *resultHandoffId(url));
 }
 
 }  // namespace tilvanego::detail

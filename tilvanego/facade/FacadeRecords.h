@@ -47,10 +47,10 @@ std::optional<typename Operation::Request> Facade::resume(Completion<Operation> 
   if (!request) return std::nullopt;
   const auto pending = std::make_shared<Pending<Operation>>(*request, std::move(completion), record.startedAt,
                                                             record.transport, id);
-  const bool hasCallback = record.callback.has_value();
+  pending->isDelivering = record.callback.has_value();
   records_->resume(Operation::kind, id);
   slot<Operation>() = pending;
-  if (hasCallback) {
+  if (pending->isDelivering) {
     postOrEnd(mainQueue_, [weak = weak_from_this(), resumed = std::weak_ptr(pending)] {
       const auto facade = weak.lock();
       const auto waiting = resumed.lock();

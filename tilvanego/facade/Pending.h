@@ -19,6 +19,8 @@ struct Pending {
   std::optional<PaymentLaunchTransport> transport;
   /// Its record in the pending store; 0 if it has none.
   std::uint64_t record = 0;
+  /// It was resumed with its callback, which the main queue's next turn delivers: it takes no other one.
+  bool isDelivering = false;
 };
 
 }  // namespace tilvanego::detail

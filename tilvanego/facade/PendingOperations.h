@@ -24,7 +24,8 @@ struct PendingOperation {
   bool operator==(const PendingOperation&) const = default;
 };
 
-/// An operation that was pending when an earlier process ended.
+/// An operation that was pending when an earlier process ended, or that was awaited by a coroutine which was
+/// destroyed when the callback had come and before it had the result.
 struct InterruptedOperation {
   OperationKind kind;
   /// Absent if the request has none.
@@ -34,7 +35,8 @@ struct InterruptedOperation {
   /// In whole seconds, by the clock of the process that started it.
   Date startedAt;
   /// Its callback has come: resuming it delivers the result at once. If the callback had come in the earlier
-  /// process, that was ended while the completion ran, so the host may know the result already.
+  /// process, that was ended before the completion had returned, or before the coroutine that awaited it came
+  /// back from its resumption: the host may know the result already.
   bool callbackReceived = false;
 
   bool operator==(const InterruptedOperation&) const = default;

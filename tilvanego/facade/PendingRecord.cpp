@@ -6,7 +6,9 @@
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/operations/Records.h>
+#include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/values/DateFormats.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -16,7 +18,7 @@ using Dictionary = JSONValue::Dictionary;
 constexpr std::int64_t pendingVersion = 1;
 // Enough for the most records; a hostile text gets no more.
 constexpr JSONLimits limits{
-    .bytes = std::size_t{4} << 20, .elements = 1'024, .depth = 8, .memory = std::size_t{1} << 20};
+    .bytes = maximumPendingText, .elements = 1'024, .depth = 8, .memory = std::size_t{1} << 20};
 
 /// Whether an object has no other keys than these.
 bool hasOnly(const Dictionary& object, std::initializer_list<std::string_view> keys) {
@@ -42,14 +44,58 @@ std::optional<PaymentLaunchTransport> readTransport(JSONLookup value) {
                                                  : std::nullopt;
 }
 
-JSONValue written(OperationKind kind, const PendingRecord& record) {
+JSONValue written(const PendingRecord& record, bool withCallback) {
   Dictionary object{{"request", record.request}, {"startedAt", internetDateText(record.startedAt)}};
   if (record.transport) object.emplace("transport", written(*record.transport));
-  if (record.callback && mayBeWritten(kind, record.callback->url)) {
+  if (withCallback) {
     object.emplace("callback", record.callback->url.absoluteString());
     if (record.callback->isUnsealed) object.emplace("unsealed", true);
   }
   return object;
+}
+
+/// Appends the JSON of a record to `text`, which may have `limit` bytes.
+RecordInText append(std::string& text, std::size_t limit, OperationKind kind, const PendingRecord& record) {
+  using enum RecordInText::Part;
+  const bool hasCallback = record.callback && mayBeWritten(kind, record.callback->url);
+  RecordInText in;
+  for (const bool withCallback : {true, false}) {
+    if (withCallback && !hasCallback) continue;
+    const auto one = json::encode(written(record, withCallback));
+    if (one && one->size() < limit - text.size()) {
+      text.append(text.ends_with('[') ? "" : ",").append(*one);
+      in.part = withCallback == hasCallback ? whole : allButTheCallback;
+      return in;
+    }
+    in.reason = one ? "The records of this kind have more than 4 MiB."
+                    : "It can't be written as JSON: " + one.error().description() + ".";
+  }
+  in.part = nothing;
+  return in;
+}
+
+/// Whether an object in the value has a key that names card data.
+bool holdsCardData(const JSONValue& value) {
+  if (const auto* list = value.arrayValue()) return std::ranges::any_of(*list, holdsCardData);
+  const auto* object = value.dictionaryValue();
+  return object != nullptr && std::ranges::any_of(*object, [](const auto& entry) {
+           return secretNamed(entry.first) == Secret::cardData || holdsCardData(entry.second);
+         });
+}
+
+bool holdsCardData(std::string_view json) {
+  const auto value = json::decode<JSONValue>(json);
+  return value && holdsCardData(*value);
+}
+
+bool holdsCardData(const RawQueryItem& item) {
+  if (secretNamed(item.decodedName()) == Secret::cardData) return true;
+  auto value = item.value.decoded();
+  const WipedAtEnd wiped(value);
+  if (!value) return false;
+  const auto first = value->find_first_not_of(" \t\r\n");
+  return first != value->npos && ((*value)[first] == '[' || (*value)[first] == '{') &&
+         holdsCardData(std::string_view(*value));
 }
 
 /// Stores the callback of a record; false if it isn't one.
@@ -107,20 +153,27 @@ std::optional<std::string> pending_field::requestIdIn(const JSONValue::Dictionar
 
 bool mayBeWritten(OperationKind kind, const URL& callback) {
   if (kind == OperationKind::clearData) return false;
-  return std::ranges::none_of(callback.rawQueryItems(), [](const RawQueryItem& item) {
-    return secretNamed(item.decodedName()) == Secret::cardData;
-  });
+  const auto holds = [](const RawQueryItem& item) { return holdsCardData(item); };
+  if (std::ranges::any_of(callback.rawQueryItems(), holds)) return false;
+  auto unpacked = payloadJSON(callback);
+  const WipedAtEnd wiped(unpacked);
+  return !unpacked || !holdsCardData(std::string_view(*unpacked));
 }
 
-std::expected<std::string, std::string> writePendingRecords(
-    OperationKind kind, const std::vector<const PendingRecord*>& records) {
-  JSONValue::Array list;
-  for (const PendingRecord* record : records) list.push_back(written(kind, *record));
-  const auto all = JSONValue::dictionary(
-      {{"operation", rawText(kind)}, {"operations", std::move(list)}, {"version", pendingVersion}});
-  auto text = json::encode(all);
-  if (!text) return std::unexpected("It can't be written as JSON: " + text.error().description() + ".");
-  return *std::move(text);
+PendingText writePendingRecords(OperationKind kind, const std::vector<const PendingRecord*>& records) {
+  const std::string end = "],\"version\":" + std::to_string(pendingVersion) + "}";
+  PendingText all{.text = "{\"operation\":\"" + std::string(rawText(kind)) + "\",\"operations\":[",
+                  .records = {}};
+  std::size_t count = 0;
+  for (const PendingRecord* record : records) {
+    using enum RecordInText::Part;
+    auto in = count < maximumPendingRecords ? append(all.text, maximumPendingText - end.size(), kind, *record)
+                                            : RecordInText{nothing, "Too many others are kept."};
+    if (in.part != nothing) ++count;
+    all.records.push_back(std::move(in));
+  }
+  all.text += end;
+  return all;
 }
 
 std::expected<std::vector<PendingRecord>, std::string> readPendingRecords(OperationKind kind,

@@ -55,17 +55,36 @@ struct PendingRecord {
 /// The most records of one kind in one text.
 inline constexpr std::size_t maximumPendingRecords = 16;
 
+/// The most bytes of one text, for every store.
+inline constexpr std::size_t maximumPendingText = std::size_t{4} << 20;
+
+/// How much of a record is in a text.
+struct RecordInText {
+  enum class Part { whole, allButTheCallback, nothing };
+  Part part = Part::whole;
+  /// One sentence, unless it is whole.
+  std::string reason;
+};
+
+struct PendingText {
+  std::string text;
+  /// One for each record, in their order.
+  std::vector<RecordInText> records;
+};
+
 /// Writes the records of one kind as one JSON text, in their order. Leaves out a callback that must not be
-/// written (`mayBeWritten`). Fails with a sentence if a text isn't UTF-8.
-[[nodiscard]] std::expected<std::string, std::string> writePendingRecords(
-    OperationKind kind, const std::vector<const PendingRecord*>& records);
+/// written (`mayBeWritten`): such a record counts as whole. A record that can't be written doesn't prevent
+/// the others: one with a text that isn't UTF-8, or beyond the limits above, which the first ones use up.
+[[nodiscard]] PendingText writePendingRecords(OperationKind kind,
+                                              const std::vector<const PendingRecord*>& records);
 
 /// Reads what `writePendingRecords` wrote for the same kind. Fails with a sentence for anything else: it
 /// shows nothing of the text.
 [[nodiscard]] std::expected<std::vector<PendingRecord>, std::string> readPendingRecords(
     OperationKind kind, std::string_view text);
 
-/// Whether a callback of this kind may be kept outside the memory: it must carry no card data.
+/// Whether a callback of this kind may be kept outside the memory: it must carry no card data, neither in its
+/// items nor in the JSON in them, compressed or not.
 [[nodiscard]] bool mayBeWritten(OperationKind kind, const URL& callback);
 
 namespace pending_field {

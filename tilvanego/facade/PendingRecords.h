@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <expected>
 #include <functional>
 #include <optional>
 #include <string>
@@ -15,13 +17,18 @@
 
 namespace tilvanego::detail {
 
-/// The records in a pending store: those of the pending operations, of those whose completion is running, and
-/// of those that an earlier process left (interrupted).
+/// The records in a pending store: those of the pending operations, of those whose completion is running or
+/// whose coroutine hasn't gone on yet, and of those that an earlier process left (interrupted).
 ///
 /// The store holds one text for each kind, with all its records: a completion that starts the same operation
 /// again has two. The text is written after each change. The store and `warn` are host code, and may call the
 /// library: what changes during a call of the store is written when that call has returned. So the store gets
 /// no call within a call, and has the newest state in the end.
+///
+/// A text that wasn't read is never replaced or removed. The text of a kind is read before its first write,
+/// and at each use until that succeeds; what can't be understood is set aside first. After a write that
+/// failed it is read again, since another process may have written one: what this process didn't write is
+/// added, and written with the rest.
 class PendingRecords {
  public:
   /// Identifies a record within this process. 0 is none.
@@ -31,74 +38,117 @@ class PendingRecords {
   PendingRecords(PendingStore& store, std::function<void(const std::string& message)> warn)
       : store_(store), warn_(std::move(warn)) {}
 
-  /// Reads what an earlier process left, once. All other functions require it.
+  /// Reads what an earlier process left, of each kind that wasn't read yet. All other functions require it.
   void load();
 
   [[nodiscard]] Id newId() { return ++lastId_; }
-  /// Adds the record of a pending operation. If there are too many, drops the oldest one of its kind.
+  /// Adds the record of a pending operation. If there are too many of its kind, drops an interrupted one: the
+  /// oldest without a callback, else the oldest.
   void add(OperationKind kind, Id id, PendingRecord record);
   /// Stores the callback of a record. That of an earlier call stays if it was unsealed and this one isn't.
   /// One that must not be written stays in memory, and only for an interrupted operation, which needs it
-  /// there.
-  void setCallback(OperationKind kind, Id id, KeptCallback callback);
+  /// there; the store then has the record without a callback. Returns false if the store doesn't have the
+  /// newest state of the record.
+  bool setCallback(OperationKind kind, Id id, KeptCallback callback);
   /// Wipes its callback, which may have card data.
   void remove(OperationKind kind, Id id);
+  /// Nobody in this process receives the result of an operation whose callback has come: makes its record
+  /// that of an interrupted one. Removes a record without a callback.
+  void leave(OperationKind kind, Id id);
 
   /// The record, or null. Valid until the next call of host code.
   [[nodiscard]] const PendingRecord* find(OperationKind kind, Id id) const;
 
-  [[nodiscard]] bool hasInterrupted() const;
   [[nodiscard]] std::vector<InterruptedOperation> interrupted() const;
   /// The oldest interrupted operation of the kind, or 0.
   [[nodiscard]] Id oldestInterrupted(OperationKind kind) const;
-  /// Makes the record that of a pending operation.
+  /// Makes the record that of a pending operation. If it has a callback, this one is delivered, and the
+  /// operation takes no other.
   void resume(OperationKind kind, Id id);
 
   struct Taker {
     OperationKind kind;
     Id id;
+    /// Its callback has come already.
+    bool hasCallback = false;
   };
+  /// Whether any operation could be a taker.
+  [[nodiscard]] bool hasTakers() const;
   /// The interrupted operation that waits for this callback: its callback URL is this one, and its request id
-  /// is `requestId`. If none has that id, and `unnamed` is true, one whose id can't differ, since the
-  /// callback or the request has none. In the router's order, the oldest first.
+  /// is `requestId`. If none has that id, the one whose callback with that id has come. If there is none
+  /// either, and `unnamed` is true, one whose id can't differ, since the callback or the request has none. In
+  /// the router's order, the oldest first.
   [[nodiscard]] std::optional<Taker> takerOf(const URL& callback, const std::optional<std::string>& requestId,
                                              bool unnamed) const;
-  /// Whether an interrupted operation of the kind waits for a callback with this URL.
-  [[nodiscard]] bool awaits(OperationKind kind, const URL& callback) const;
+  /// All that have this callback URL, whether their callback has come or not. The oldest first.
+  [[nodiscard]] std::vector<Taker> takersAt(OperationKind kind, const URL& callback) const;
+  /// The oldest interrupted operation of the kind that waits for a callback with this URL, or null. Valid
+  /// until the next call of host code.
+  [[nodiscard]] const PendingRecord* waitingAt(OperationKind kind, const URL& callback) const;
 
  private:
   struct Entry {
     Id id;
     PendingRecord record;
     bool isInterrupted;
+    /// It was resumed with its callback.
+    bool isDelivering = false;
+    bool callbackCame = false;
+    /// Its result was on the pasteboard: a callback that only names it tells nothing more.
+    bool wasUnsealed = false;
+    /// The store has it, perhaps in an older state.
+    bool isStored = false;
+    /// The host was told why it can't be written.
+    bool isToldOf = false;
+    /// The number of its state, and of the state in the store.
+    std::uint32_t state = 1;
+    std::uint32_t storedState = 0;
 
-    /// Whether it waits for a callback with this URL.
-    [[nodiscard]] bool awaits(const URL& callback) const;
+    /// Whether it is interrupted, or was resumed with its callback, and has this callback URL.
+    [[nodiscard]] bool takes(const URL& callback) const;
+    [[nodiscard]] bool isInStore() const { return isStored && storedState == state; }
   };
   using Entries = std::vector<Entry>;
+  struct OfKind {
+    Entries entries;
+    /// The text in the store is in `entries`, or there is none.
+    bool isRead = false;
+    /// The text in the store is an older one.
+    bool isChanged = false;
+    /// The text in the store has an operation that is over.
+    bool holdsEnded = false;
+    /// The hashes of the texts that this process read or wrote last, and tried to write.
+    std::optional<std::size_t> known;
+    std::optional<std::size_t> tried;
+    std::string toldReason;
 
-  [[nodiscard]] Entries& of(OperationKind kind) { return entries_[static_cast<std::size_t>(kind)]; }
-  [[nodiscard]] const Entries& of(OperationKind kind) const {
-    return entries_[static_cast<std::size_t>(kind)];
-  }
+    /// Whether the store has the newest state of all of them, and nothing else.
+    [[nodiscard]] bool isInStore() const;
+  };
+
+  [[nodiscard]] OfKind& of(OperationKind kind) { return kinds_[static_cast<std::size_t>(kind)]; }
+  [[nodiscard]] const OfKind& of(OperationKind kind) const { return kinds_[static_cast<std::size_t>(kind)]; }
   [[nodiscard]] Entry* entry(OperationKind kind, Id id);
+  /// Adds what the store holds and this process didn't write.
   void readKind(OperationKind kind);
+  void addFound(OperationKind kind, std::vector<PendingRecord> records);
+  /// Returns false if no record had to be dropped, or none could be.
+  bool dropOne(OperationKind kind);
   void save(OperationKind kind);
   void writeChanges();
   void write(OperationKind kind);
+  [[nodiscard]] std::expected<void, std::string> tryToWrite(OperationKind kind);
+  void warnOfDropping(OperationKind kind);
   /// Tells the same reason once, though each kind has it.
   void warnOfReading(OperationKind kind, const std::string& reason);
+  void warnOfWriting(OperationKind kind, const std::string& reason);
 
   PendingStore& store_;
   std::function<void(const std::string& message)> warn_;
-  std::array<Entries, operationKinds.size()> entries_;
-  /// By kind: the text in the store is an older one.
-  std::array<bool, operationKinds.size()> changed_{};
+  std::array<OfKind, operationKinds.size()> kinds_;
   /// A call of the store is running.
   bool isBusy_ = false;
-  bool isLoaded_ = false;
   Id lastId_ = 0;
-  std::string toldReason_;
 };
 
 }  // namespace tilvanego::detail

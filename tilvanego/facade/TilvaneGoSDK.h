@@ -66,14 +66,15 @@ class TilvaneGo final {
   void setLogger(TilvaneLogger logger);
 
   /// Handles a URL with which the system opened the host; any URL is allowed. Returns true if the URL
-  /// finished a pending operation, with a success or a failure, or if it was kept for an interrupted one.
-  /// Returns false and logs a warning if it belongs to none.
+  /// finished a pending operation, with a success or a failure, or if it was kept for an interrupted one, now
+  /// or before. Returns false and logs a warning if it belongs to none.
   bool handleCallback(const URL& url);
 
   /// Says what `handleCallback` would do with a URL, and why: for "the completion never runs", and for "the
   /// customer paid, the till says failed". Any URL is allowed. Changes nothing, logs nothing, and completes
-  /// nothing; a result on the pasteboard is read and stays there. Much slower than `handleCallback`: for
-  /// people, not for each callback.
+  /// nothing; a result on the pasteboard is read and stays there. Only if it is the first call of a process
+  /// that has a pending store, that store is read, which may log and set a text aside. Much slower than
+  /// `handleCallback`: for people, not for each callback.
   [[nodiscard]] CallbackExplanation explainCallback(const URL& url) const;
 
   /// Receives the result; the reference is valid during the call. Called on the main thread, after the
@@ -219,17 +220,19 @@ class TilvaneGo final {
 
   // What follows needs `Platform::pendingStore`; without one, nothing is kept and nothing is found. An
   // operation is kept before its link is opened, without its credentials and notes, and removed when its
-  // completion has returned or when it is cancelled. If the process ends before that, the next one finds it:
-  // it is interrupted. `handleCallback` keeps the callback of an interrupted operation and returns true. An
+  // completion has returned, when the coroutine that awaits it came back from its resumption with the result,
+  // or when it is cancelled. If the process ends before that, the next one finds it: it is interrupted.
+  // `handleCallback` keeps the callback of an interrupted operation and returns true. An
   // interrupted operation blocks no start. docs/surviving-a-restart.md describes what this promises.
 
-  /// The operations that an earlier process left and that were neither resumed nor forgotten: in the order of
-  /// the router, the oldest of a kind first.
+  /// The operations that an earlier process left, or a destroyed coroutine, and that were neither resumed nor
+  /// forgotten: in the order of the router, the oldest of a kind first.
   [[nodiscard]] std::vector<InterruptedOperation> interruptedOperations() const;
 
   /// Makes the oldest interrupted payment the pending one, as if the process had never ended, and returns its
   /// request: without credentials and notes; required credentials are blank. If its callback has come
-  /// already, the completion runs on the main queue's next turn. Returns nothing, and destroys the
+  /// already, the completion runs on the main queue's next turn, and no other callback is taken. Returns
+  /// nothing, and destroys the
   /// completion, if no payment is interrupted or one is pending.
   std::optional<PaymentRequest> resumePayment(PaymentCompletion completion);
   /// Drops the oldest interrupted payment, with its callback. Returns false if there is none.

@@ -7,12 +7,17 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// The port that keeps what must survive the process: texts in UTF-8, each under a name of ASCII letters. It
-/// knows nothing of operations. Used on the main thread only, one call at a time: what the library has to
-/// keep while a call runs, it keeps after that call.
+/// The port that keeps what must survive the process: texts in UTF-8 of at most 4 MiB, each under a name of
+/// ASCII letters. It knows nothing of operations. Used on the main thread only, one call at a time: what the
+/// library has to keep while a call runs, it keeps after that call.
 ///
 /// Each error is one sentence for the host's developer; it shows nothing of the text. A store that fails ends
 /// no operation: the logger receives the sentence as a warning. May throw: counts as a failure.
+///
+/// A text that the library couldn't read is never lost: the library neither replaces nor removes it before
+/// `read` or `setAside` has succeeded, and reads again after a `keep` or `remove` that failed. If another
+/// process could keep texts under the same names meanwhile, `keep` and `remove` must fail rather than replace
+/// a text that this object has neither read nor kept.
 ///
 /// The library calls it before a link is opened and before a completion runs. So it should return quickly,
 /// and only when the text would survive the end of the process.
@@ -32,7 +37,7 @@ class PendingStore {
   [[nodiscard]] virtual std::expected<void, std::string> remove(const std::string& name) = 0;
 
   /// Moves a text that the library can't understand to another name, where a person can look at it: `read`
-  /// doesn't find it any more.
+  /// doesn't find it any more. Replaces no other text there; fails if there is no free name.
   [[nodiscard]] virtual std::expected<void, std::string> setAside(const std::string& name) = 0;
 };
 

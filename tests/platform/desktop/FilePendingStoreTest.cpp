@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -35,6 +36,11 @@ bool isLocked(const std::expected<T, std::string>& called) {
   return !called && called.error().contains("is locked by another program");
 }
 
+std::string readFile(const fs::path& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 TEST(FilePendingStore, KeepsEachTextInAFileOfTheUsersAlone) {
   TemporaryDirectory temporary;
   const fs::path directory = temporary.path() / "state" / "till";
@@ -60,9 +66,50 @@ TEST(FilePendingStore, KeepsEachTextInAFileOfTheUsersAlone) {
   EXPECT_FALSE(next.read("lock"));
   EXPECT_TRUE(next.setAside("payment"));
   EXPECT_EQ(next.read("payment").value(), std::nullopt);
-  EXPECT_EQ(next.read("payment.unreadable").value(), "second");
-  EXPECT_TRUE(next.remove("payment.unreadable"));
-  EXPECT_FALSE(fs::exists(directory / "payment.unreadable"));
+  EXPECT_EQ(readFile(directory / "payment.unreadable"), "second");
+}
+
+TEST(FilePendingStore, SetsAsideUnderAFreeNameAndReplacesNothingThere) {
+  TemporaryDirectory temporary;
+  const fs::path aside = temporary.path() / "payment.unreadable";
+  fs::create_directory(aside);
+  FilePendingStore store(temporary.path());
+  for (int number = 2; number <= 99; ++number) {
+    EXPECT_TRUE(store.keep("payment", std::to_string(number)));
+    EXPECT_TRUE(store.setAside("payment"));
+    EXPECT_EQ(readFile(aside.string() + "-" + std::to_string(number)), std::to_string(number));
+  }
+  EXPECT_TRUE(store.keep("payment", "100"));
+  EXPECT_EQ(store.setAside("payment").error(),
+            "There are 99 files payment.unreadable already: look at them and remove them.");
+  EXPECT_EQ(store.read("payment").value(), "100");
+}
+
+TEST(FilePendingStore, RefusesNamesOfItsOwnFilesAndPaths) {
+  TemporaryDirectory temporary;
+  FilePendingStore store(temporary.path() / "own");
+  EXPECT_TRUE(store.keep("payment", "x"));
+  for (const std::string name :
+       {"", "lock", ".", "..", "a/../../x", "payment.unreadable", "payment.unreadable-2", "payment.new"}) {
+    const std::string reason = "A pending store's name has ASCII letters only, and isn't \"lock\".";
+    EXPECT_EQ(store.read(name).error(), reason) << name;
+    EXPECT_EQ(store.keep(name, "x").error(), reason) << name;
+    EXPECT_EQ(store.remove(name).error(), reason) << name;
+    EXPECT_EQ(store.setAside(name).error(), reason) << name;
+  }
+}
+
+TEST(FilePendingStore, NeitherReplacesNorRemovesWhatItHasNotRead) {
+  TemporaryDirectory temporary;
+  FilePendingStore store(temporary.path() / "own");
+  EXPECT_EQ(store.read("payment").value(), std::nullopt) << "there is no directory yet";
+  EXPECT_TRUE(FilePendingStore(store.directory()).keep("payment", "another's"));
+  const auto refused = store.keep("payment", "own");
+  ASSERT_FALSE(refused);
+  EXPECT_TRUE(refused.error().ends_with("was kept by another process and must be read first."));
+  EXPECT_FALSE(store.remove("payment"));
+  EXPECT_EQ(store.read("payment").value(), "another's");
+  EXPECT_TRUE(store.keep("payment", "both"));
 }
 
 TEST(FilePendingStore, SetsAsideWhatIsNoFileOfTheUsersAlone) {

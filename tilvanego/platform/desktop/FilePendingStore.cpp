@@ -1,7 +1,9 @@
 #include <tilvanego/platform/desktop/FilePendingStore.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <set>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -33,6 +35,30 @@ std::filesystem::path stateHome() {
   return home.empty() ? home : home / ".local" / "state";
 }
 
+// The lock and the files beside a text have other names.
+std::expected<void, std::string> checkName(const std::string& name) {
+  const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+  if (!name.empty() && name != lockName && std::ranges::all_of(name, isLetter)) return {};
+  return std::unexpected("A pending store's name has ASCII letters only, and isn't \"" +
+                         std::string(lockName) + "\".");
+}
+
+// Renames a text to the first free one of NAME.unreadable, NAME.unreadable-2, … and returns that name.
+std::expected<std::string, std::string> moveAside(const detail::PrivateDirectory& directory,
+                                                  const std::string& name) {
+  constexpr int mostAside = 99;
+  for (int number = 1; number <= mostAside; ++number) {
+    std::string aside =
+        name + std::string(asideSuffix) + (number > 1 ? "-" + std::to_string(number) : std::string());
+    if (directory.contains(aside)) continue;
+    auto renamed = directory.rename(name, aside);
+    if (!renamed) return std::unexpected(std::move(renamed).error());
+    return aside;
+  }
+  return std::unexpected("There are " + std::to_string(mostAside) + " files " + name +
+                         std::string(asideSuffix) + " already: look at them and remove them.");
+}
+
 // Missing directories get the mode 0700. What can't be made is reported when the last one is opened.
 void makeParents(const std::filesystem::path& directory) {
   std::filesystem::path made;
@@ -49,6 +75,8 @@ struct FilePendingStore::Held {
   detail::HeldLock lock;
   // Absolute: the host may change its working directory.
   std::filesystem::path lockPath;
+  // The names whose texts this object has read or kept: no other process changes them.
+  std::set<std::string> known = {};
 };
 
 FilePendingStore::FilePendingStore(std::filesystem::path directory) : directory_(std::move(directory)) {}
@@ -96,41 +124,60 @@ std::expected<FilePendingStore::Held*, std::string> FilePendingStore::hold() {
 }
 
 std::expected<std::optional<std::string>, std::string> FilePendingStore::read(const std::string& name) {
+  if (auto checked = checkName(name); !checked) return std::unexpected(std::move(checked).error());
   // Reading makes no directory.
   if (!isHeld() && (directory_.empty() || !exists())) return std::nullopt;
   const auto held = hold();
   if (!held) return std::unexpected(held.error());
   const auto& directory = (*held)->directory;
-  if (const auto file = directory.read(name, maximumPendingText))
+  if (const auto file = directory.read(name, maximumPendingText)) {
+    (*held)->known.insert(name);
     return std::string(file->begin(), file->end());
+  }
   if (!directory.contains(name)) return std::nullopt;
   const std::string path = (directory_ / name).string();
   if (!directory.isForeign(name, maximumPendingText)) return std::unexpected(path + " can't be read.");
-  auto moved = setAside(name);
-  if (!moved) return std::unexpected(std::move(moved).error());
+  const auto aside = moveAside(directory, name);
+  if (!aside) return std::unexpected(aside.error());
   return std::unexpected(path + " isn't a file of this user alone with at most 4 MiB; it was renamed to " +
-                         name + std::string(asideSuffix) + ".");
+                         *aside + ".");
 }
 
 std::expected<void, std::string> FilePendingStore::keep(const std::string& name, std::string_view text) {
+  if (auto checked = checkName(name); !checked) return checked;
   if (text.size() > maximumPendingText) return std::unexpected("It has more than 4 MiB.");
   const auto held = hold();
   if (!held) return std::unexpected(held.error());
+  if (auto checked = checkKnown(**held, name); !checked) return checked;
   const auto bytes = std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-  return (*held)->directory.replace(name, bytes, detail::Durability::synced);
+  auto kept = (*held)->directory.replace(name, bytes, detail::Durability::synced);
+  if (kept) (*held)->known.insert(name);
+  return kept;
 }
 
 std::expected<void, std::string> FilePendingStore::remove(const std::string& name) {
+  if (auto checked = checkName(name); !checked) return checked;
   if (!isHeld() && (directory_.empty() || !exists())) return {};
   const auto held = hold();
   if (!held) return std::unexpected(held.error());
+  if (auto checked = checkKnown(**held, name); !checked) return checked;
   return (*held)->directory.remove(name, detail::Durability::synced);
 }
 
 std::expected<void, std::string> FilePendingStore::setAside(const std::string& name) {
+  if (auto checked = checkName(name); !checked) return checked;
   const auto held = hold();
   if (!held) return std::unexpected(held.error());
-  return (*held)->directory.rename(name, name + std::string(asideSuffix));
+  const auto aside = moveAside((*held)->directory, name);
+  if (!aside) return std::unexpected(aside.error());
+  return {};
+}
+
+std::expected<void, std::string> FilePendingStore::checkKnown(const Held& held,
+                                                              const std::string& name) const {
+  if (held.known.contains(name) || !held.directory.contains(name)) return {};
+  return std::unexpected((directory_ / name).string() +
+                         " was kept by another process and must be read first.");
 }
 
 }  // namespace tilvanego

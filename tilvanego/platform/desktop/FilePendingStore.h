@@ -25,7 +25,12 @@ namespace [[gnu::visibility("default")]] tilvanego {
 ///
 /// A file that is larger, that is no regular file or a symbolic link, that belongs to another user, or that
 /// others have any right to, is not read: it is renamed to NAME.unreadable, and `read` fails with a sentence
-/// that says so.
+/// that says so. If there is such a file already, the new one is NAME.unreadable-2, and so on up to 99; then
+/// the file stays where it is.
+///
+/// `keep` and `remove` fail if there is a text of this name that the object has neither read nor kept:
+/// another process has kept it since. Names have ASCII letters only, and none is "lock"; other names are
+/// refused.
 class FilePendingStore final : public PendingStore {
  public:
   /// A store in `directory`. The first `keep` creates it, and its parents. Every call fails if it belongs to
@@ -56,6 +61,7 @@ class FilePendingStore final : public PendingStore {
   [[nodiscard]] bool isHeld();
   [[nodiscard]] std::expected<Held*, std::string> hold();
   [[nodiscard]] bool exists() const;
+  [[nodiscard]] std::expected<void, std::string> checkKnown(const Held& held, const std::string& name) const;
 
   std::filesystem::path directory_;
   std::unique_ptr<Held> held_;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include <tilvanego/platform/PendingStore.h>
@@ -13,7 +14,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// finds what the first one kept.
 class MemoryPendingStore final : public PendingStore {
  public:
-  /// The texts by their names. A text that was set aside has ".unreadable" behind its name.
+  /// The texts by their names. A text that was set aside has ".unreadable" behind its name, the next one
+  /// ".unreadable-2", and so on.
   using Records = std::map<std::string, std::string, std::less<>>;
 
   /// `records` must not be null.
@@ -36,7 +38,13 @@ class MemoryPendingStore final : public PendingStore {
   }
   [[nodiscard]] std::expected<void, std::string> setAside(const std::string& name) override {
     auto text = records_->extract(name);
-    if (text) records_->insert_or_assign(name + ".unreadable", std::move(text.mapped()));
+    if (!text) return {};
+    const std::string first = name + ".unreadable";
+    text.key() = first;
+    for (int number = 2; records_->contains(text.key()); ++number) {
+      text.key() = first + "-" + std::to_string(number);
+    }
+    records_->insert(std::move(text));
     return {};
   }
 

@@ -1,0 +1,436 @@
+#include <tilvanego/platform/desktop/FilePendingStore.h>
+#include <tilvanego/transports/CompressedURLPayload.h>
+
+#include "tests/facade/RestartedHost.h"
+#include "tests/facade/Till.h"
+#include "tests/support/TemporaryDirectory.h"
+
+/// What happens to the records when the store fails, when the host ends at a bad moment, and when a callback
+/// could be that of several operations.
+namespace tilvanego::test {
+namespace {
+
+constexpr int always = 1'000;
+const URL other = parsedURL("shop://other");
+const std::string handoffId(43, 'A');
+
+/// The callback of "shop://done" with a result on the pasteboard, or compressed.
+URL sealedAnswer() { return answer("transport=pasteboard&resultHandoffId=" + handoffId); }
+URL zippedAnswer(const std::string& requestId, detail::ResultQueryItems items = {}) {
+  items.insert({{"request_id", requestId}, {"status", "approved"}});
+  const auto payload = detail::encodeCompressedPayload(
+      detail::makeURLPayloadEnvelope(detail::PaymentHandoffDirection::result, requestId, Date(),
+                                     detail::PaymentURLResultPayload{std::move(items)}));
+  return answer("transport=gzip&encoding=gzip-json&payload=" + payload->text +
+                "&payload_size=" + std::to_string(payload->jsonSize) +
+                "&compressed_size=" + std::to_string(payload->compressedSize));
+}
+
+/// What the next process would find now.
+Names nextFinds(const HookedHost& host) {
+  const HookedHost next(std::make_shared<Records>(*host.records));
+  return interrupted(next);
+}
+
+/// A hook that throws in the first `times` calls of this name, and notes the warnings.
+HookedHost::Hook failing(std::string call, int times, Names& warnings) {
+  return [call = std::move(call), left = std::make_shared<int>(times), &warnings](Port port,
+                                                                                  std::string_view text) {
+    if (port == Port::logger) warnings.emplace_back(text);
+    if (port == Port::store && text == call && (*left)-- > 0) throw Thrown();
+  };
+}
+
+bool hasOne(const Names& texts, std::string_view part) {
+  return std::ranges::count_if(texts, [&](const auto& text) { return text.contains(part); }) == 1;
+}
+
+TEST(PendingRecords, ReplaceAndRemoveNoTextThatWasNotRead) {
+  struct Obstacle {
+    std::string call;
+    int times;
+    std::string_view torn;
+  };
+  for (const auto& [call, times, torn] :
+       {Obstacle{"read payment", 1, ""}, Obstacle{"read payment", always, ""},
+        Obstacle{"setAside payment", 1, "{torn"}, Obstacle{"setAside payment", always, "{torn"}}) {
+    for (const bool ends : {false, true}) {
+      SCOPED_TRACE(call + (times == 1 ? " once" : " always") + (ends ? ", and it ends" : ""));
+      HookedHost host(noRecords());
+      startAndEnd(host);
+      if (!torn.empty()) host.records->at("payment") = torn;
+      const Records before = *host.records;
+      Names warnings;
+      host.hook = failing(call, times, warnings);
+      host.sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+      EXPECT_TRUE(host.sdk->isPaymentInProgress());
+      if (ends) {
+        EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://other?status=approved")));
+      }
+      Names left;
+      if (torn.empty()) left.emplace_back("payment 1");
+      if (times == always) {
+        EXPECT_EQ(*host.records, before);
+        EXPECT_TRUE(hasOne(warnings, "can't be read. ")) << "told once";
+        EXPECT_GE(warnings.size(), 2U) << "and that the payment isn't kept";
+      } else {
+        EXPECT_EQ(interrupted(host), left);
+        if (!ends) left.emplace_back("payment 2");
+        EXPECT_EQ(host.records->contains("payment.unreadable"), !torn.empty());
+      }
+      EXPECT_EQ(nextFinds(host), left);
+    }
+  }
+}
+
+TEST(PendingRecords, AreReadAtALaterUseAndThenWrittenWithThoseOfThisProcess) {
+  HookedHost host(noRecords());
+  startAndEnd(host);
+  Names warnings;
+  host.hook = failing("read payment", 3, warnings);
+  host.sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+  EXPECT_EQ(nextFinds(host), Names{"payment 1"}) << "2 isn't kept: nothing could be read";
+  EXPECT_EQ(interrupted(host), Names{});
+  EXPECT_EQ(interrupted(host), Names{"payment 1"});
+  EXPECT_EQ(nextFinds(host), (Names{"payment 1", "payment 2"}));
+}
+
+TEST(PendingRecords, AreNotTakenForAnothersIfTheStoreKeptThemAndFailed) {
+  HookedHost host(noRecords());
+  Names warnings;
+  host.hook = failing("keep payment done", 1, warnings);
+  host.sdk->startPayment(fullRequest<payment>(done, "1"), nullptr);
+  EXPECT_EQ(interrupted(host), Names{});
+  EXPECT_EQ(nextFinds(host), Names{"payment 1"});
+}
+
+TEST(PendingRecords, OfAnotherProcessThatCameBetweenTheReadingAndTheStartAreFound) {
+  TemporaryDirectory temporary;
+  HookedHost host;
+  const auto process = [&] {
+    Platform platform = host.platform();
+    platform.pendingStore = std::make_unique<FilePendingStore>(temporary.path() / "kept");
+    return detail::FacadeAccess::make(std::move(platform));
+  };
+  auto own = process();
+  EXPECT_TRUE(own->interruptedOperations().empty()) << "there is no directory yet";
+  process()->startPayment(fullRequest<payment>(done, "1"), nullptr);
+  own->startPayment(fullRequest<payment>(other, "2"), nullptr);
+  EXPECT_EQ(own->interruptedOperations().size(), 1U);
+  own.reset();
+  EXPECT_EQ(process()->interruptedOperations().size(), 2U);
+}
+
+TEST(PendingRecords, ThatCannotBeWrittenPreventNoOthersAndAreNamed) {
+  struct Case {
+    std::string id;
+    std::string_view reason;
+  };
+  for (const auto& [id, reason] :
+       {Case{"B\xFF",
+             "The payment \"B\uFFFD\" isn't kept for the next start of this host. It can't be written"},
+        Case{std::string(std::size_t{4} << 20, 'B'),
+             "BBB\" isn't kept for the next start of this host. The rec"}}) {
+    HookedHost host(noRecords());
+    Names warnings;
+    startAndEnd(host, "1", other);
+    host.hook = failing("", 0, warnings);
+    host.sdk->startPayment(fullRequest<payment>(done, id), nullptr);
+    host.sdk->reboot(fullRequest<reboot>(parsedURL("shop://reboot"), "R"), nullptr);
+    EXPECT_TRUE(host.sdk->isPaymentInProgress());
+    EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://other?status=approved&request_id=1")));
+    EXPECT_TRUE(hasOne(warnings, reason));
+    EXPECT_EQ(nextFinds(host), (Names{"reboot R", "payment 1+"}));
+  }
+  HookedHost host(noRecords());
+  Names warnings;
+  startAndEnd(host);
+  host.hook = failing("", 0, warnings);
+  EXPECT_TRUE(host.sdk->handleCallback(answer("request_id=1&x=" + std::string(std::size_t{4} << 20, 'x'))));
+  EXPECT_TRUE(hasOne(warnings, "The result of the payment \"1\" isn't kept"));
+  EXPECT_EQ(nextFinds(host), Names{"payment 1"});
+  EXPECT_EQ(interrupted(host), Names{"payment 1+"});
+}
+
+TEST(PendingRecords, BeyondSixteenDropInterruptedOnesAlone) {
+  HookedHost host(noRecords());
+  const auto urlOf = [](int number) { return parsedURL("shop://done/" + std::to_string(number)); };
+  for (int number = 0; number < 16; ++number) startAndEnd(host, std::to_string(number), urlOf(number));
+  for (const int number : {0, 1}) {
+    EXPECT_TRUE(host.sdk->handleCallback(
+        parsedURL(urlOf(number).absoluteString() + "?status=approved&request_id=" + std::to_string(number))));
+  }
+  Names during;
+  EXPECT_TRUE(host.sdk->resumePayment([&](const PaymentResult&) {
+    host.sdk->startPayment(fullRequest<payment>(done, "new"), nullptr);
+    during = nextFinds(host);
+  }));
+  host.loop.runPending();
+  ASSERT_EQ(during.size(), 16U);
+  EXPECT_EQ(during[0] + during[1] + during[2] + during[15], "payment 0+payment 1+payment 3payment new");
+
+  // More of them in use than are kept.
+  HookedHost full(noRecords());
+  Names warnings;
+  full.hook = failing("", 0, warnings);
+  std::function<void(int)> nest = [&](int depth) {
+    full.sdk->startPayment(fullRequest<payment>(done, std::to_string(depth)),
+                           [&, depth](const PaymentResult&) {
+                             if (depth < 17) return nest(depth + 1);
+                             during = nextFinds(full);
+                           });
+    static_cast<void>(full.sdk->handleCallback(answer("status=approved")));
+  };
+  nest(0);
+  EXPECT_EQ(during.size(), 16U);
+  EXPECT_TRUE(
+      hasOne(warnings, "The payment \"16\" isn't kept for the next start of this host. Too many others"));
+  EXPECT_EQ(*full.records, Records{});
+}
+
+TEST(PendingRecords, ThatAreOverAndStillInTheStoreAreTold) {
+  HookedHost host(noRecords());
+  Names warnings;
+  startAndEnd(host, "1", other);
+  host.sdk->startPayment(fullRequest<payment>(done, "2"), nullptr);
+  host.hook = failing("keep payment", always, warnings);
+  host.sdk->cancelPendingPayment();
+  EXPECT_EQ(
+      warnings,
+      Names{"The pending store still holds a payment that is over. PendingStore::keep threw an exception."});
+  EXPECT_EQ(interrupted(host), Names{"payment 1"});
+}
+
+TEST(PendingRecords, OfAnAwaitedOperationLiveUntilItsCoroutineHasComeBack) {
+  struct Reuse {
+    static Till play(TilvaneGo& sdk, HookedHost& host, Names& notes, Names& during) {
+      auto task = sdk.startPayment(fullRequest<payment>(done, "1"), OperationWaiting::untilItEnds());
+      const PaymentResult result = co_await std::move(task);
+      notes.push_back(std::string(result.name()));
+      during = nextFinds(host);
+    }
+  };
+  for (const bool isDestroyed : {false, true}) {
+    HookedHost host(noRecords());
+    Names notes;
+    Names during;
+    std::optional<Till> till(Reuse::play(*host.sdk, host, notes, during));
+    till->begin();
+    EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=1")));
+    EXPECT_EQ(nextFinds(host), Names{"payment 1+"});
+    if (isDestroyed) till.reset();
+    host.loop.runPending();
+    EXPECT_EQ(notes, isDestroyed ? Names{} : Names{"success"});
+    EXPECT_EQ(during, isDestroyed ? Names{} : Names{"payment 1+"});
+    EXPECT_EQ(nextFinds(host), isDestroyed ? Names{"payment 1+"} : Names{});
+    EXPECT_EQ(interrupted(host), isDestroyed ? Names{"payment 1+"} : Names{}) << "nobody has the result";
+  }
+  // One that is refused while a completion runs has nothing to do with the record of that one.
+  HookedHost host(noRecords());
+  Names notes;
+  Names during;
+  std::optional<Till> till(Reuse::play(*host.sdk, host, notes, during));
+  host.sdk->startPayment(fullRequest<payment>(done, "0"), [&](const PaymentResult&) {
+    host.sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+    till->begin();
+  });
+  EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=0")));
+  EXPECT_EQ(nextFinds(host), Names{"payment 2"});
+  host.loop.runPending();
+  EXPECT_EQ(notes, Names{"failure"});
+}
+
+TEST(AResumedOperation, TakesNoOtherCallbackThanTheKeptOne) {
+  struct Case {
+    URL callback;
+    bool handled;
+    std::string_view advice;
+  };
+  constexpr std::string_view delivering =
+      "The callback of the resumed payment came before: it is delivered in the main queue's next turn, and "
+      "no "
+      "other one is taken.";
+  for (const auto& [callback, handled, advice] :
+       {Case{done, false, delivering}, Case{answer("status=declined&request_id=9"), false, delivering},
+        Case{zippedAnswer("9"), false, delivering},
+        Case{
+            answer("status=declined&request_id=1"), true,
+            "The callback of the interrupted payment has come before and is kept; this one changes nothing."},
+        Case{zippedAnswer("1"), true,
+             "The callback of the interrupted payment has come before and is kept; this one changes "
+             "nothing."}}) {
+    SCOPED_TRACE(callback.absoluteString());
+    HookedHost host(noRecords());
+    Names ends;
+    startAndEnd(host);
+    EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=1")));
+    EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));
+    EXPECT_EQ(host.sdk->explainCallback(callback).advice, advice);
+    EXPECT_FALSE(host.sdk->isPaymentCallback(callback));
+    EXPECT_FALSE(host.sdk->paymentResult(callback));
+    EXPECT_EQ(host.sdk->handleCallback(callback), handled);
+    EXPECT_EQ(ends, Names{});
+    host.loop.runPending();
+    EXPECT_EQ(ends, Names{"1 success+"});
+    EXPECT_EQ(*host.records, Records{});
+  }
+  // Nor the report that an earlier link wasn't opened.
+  HookedHost host(noRecords());
+  Names ends;
+  startAndEnd(host);
+  EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=1")));
+  host.sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+  host.sdk->cancelPendingPayment();
+  host.handlers.back()(false);
+  EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));
+  host.loop.runPending();
+  EXPECT_EQ(ends, Names{"1 success+"});
+}
+
+TEST(ACallback, WithAHiddenRequestIdGoesToTheOperationThatCanReadIt) {
+  struct Case {
+    bool isPending2;
+    std::string own;
+    Names left;
+    Names ends;
+  };
+  for (const bool isSealed : {false, true}) {
+    for (const auto& [isPending2, own, left, expected] :
+         {Case{false, "2", {"payment 1", "payment 2+"}, {}},
+          Case{false, "1", {"payment 1+", "payment 2"}, {}}, Case{true, "1", {"payment 1+"}, {}},
+          Case{true, "2", {"payment 1"}, {"2 success+"}}}) {
+      SCOPED_TRACE(own + (isPending2 ? " while 2 is pending" : "") + (isSealed ? ", sealed" : ""));
+      HookedHost host(noRecords());
+      Names ends;
+      startAndEnd(host);
+      if (!isPending2) startAndEnd(host, "2");
+      if (isPending2) host.sdk->startPayment(fullRequest<payment>(done, "2"), noting(ends, "2"));
+      if (isSealed) host.leaveResult(handoffId, own);
+      const URL callback = isSealed ? sealedAnswer() : zippedAnswer(own);
+      const bool isTaken = host.sdk->explainCallback(callback).advice.contains("is kept for the interrupted");
+      EXPECT_EQ(isTaken, expected.empty());
+      EXPECT_TRUE(host.sdk->handleCallback(callback));
+      EXPECT_TRUE(host.pasteboard.items().empty());
+      EXPECT_EQ(interrupted(host), left);
+      EXPECT_EQ(ends, expected);
+      if (isSealed || !expected.empty()) continue;
+      EXPECT_TRUE(host.sdk->handleCallback(callback)) << "it is known by the id inside";
+      EXPECT_EQ(interrupted(host), left);
+      EXPECT_EQ(ends, Names{});
+    }
+  }
+}
+
+TEST(ACallback, ThatWasKeptChangesNothingWhenItComesAgain) {
+  HookedHost host(noRecords());
+  Names ends;
+  startAndEnd(host);
+  host.sdk->startPayment(fullRequest<payment>(done, "2"), noting(ends, "2"));
+  EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=1")));
+  const Records kept = *host.records;
+  const URL again = answer("status=declined&request_id=1");
+  EXPECT_EQ(host.sdk->explainCallback(again).advice,
+            "The callback of the interrupted payment has come before and is kept; this one changes nothing.");
+  EXPECT_TRUE(host.sdk->handleCallback(again));
+  EXPECT_EQ(*host.records, kept);
+  EXPECT_EQ(ends, Names{});
+  EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=2")));
+  EXPECT_EQ(ends, Names{"2 success+"});
+}
+
+TEST(ACallback, OfAnotherRequestIsExplainedByItsId) {
+  HookedHost host(noRecords());
+  startAndEnd(host, "A");
+  const URL callback = answer("status=approved&request_id=B");
+  const auto explanation = host.sdk->explainCallback(callback);
+  const std::string sentence =
+      R"(The callback's request id is "B", the interrupted payment with its callbackURL has "A".)";
+  EXPECT_EQ(explanation.advice, sentence);
+  EXPECT_TRUE(explanation.entries.back().reason.ends_with(sentence)) << explanation.entries.back().reason;
+  EXPECT_FALSE(host.sdk->handleCallback(callback));
+}
+
+TEST(CardData, IsWrittenInNoForm) {
+  const std::string pan = "4111111111111111";
+  for (const bool isInterrupted : {false, true}) {
+    for (const bool isSealed : {false, true}) {
+      SCOPED_TRACE(std::string(isInterrupted ? "interrupted" : "pending") + (isSealed ? ", sealed" : ""));
+      HookedHost host(noRecords());
+      Names ends;
+      Names duringCompletion;
+      const auto completion = [&](const PaymentResult& result) {
+        duringCompletion = nextFinds(host);
+        noting(ends, "1")(result);
+      };
+      host.sdk->startPayment(fullRequest<payment>(done, "1"), completion);
+      if (isInterrupted) host.restart();
+      if (isSealed) host.leaveResult(handoffId, "1", {{"clear_pan", pan}});
+      EXPECT_TRUE(
+          host.sdk->handleCallback(isSealed ? sealedAnswer() : zippedAnswer("1", {{"clear_pan", pan}})));
+      EXPECT_TRUE(host.pasteboard.items().empty());
+      if (isInterrupted) {
+        EXPECT_EQ(interrupted(host), Names{"payment 1+"}) << "in memory";
+        EXPECT_EQ(nextFinds(host), Names{"payment 1"}) << "without the callback";
+        EXPECT_TRUE(host.sdk->resumePayment(completion));
+        host.loop.runPending();
+      }
+      EXPECT_EQ(duringCompletion, Names{"payment 1"});
+      EXPECT_EQ(ends, Names{"1 success+"});
+    }
+  }
+  HookedHost host(noRecords());
+  host.sdk->getTransactionList(fullRequest<transactionList>(done, "L"), nullptr);
+  host.restart();
+  EXPECT_TRUE(host.sdk->handleCallback(
+      answer(R"(request_id=L&status=success&transactionList=%20%5B%7B%22a%22%3A%5B%7B%22clearPan%22%3A%22)" +
+             pan + "%22%7D%5D%7D%5D")));
+  EXPECT_EQ(nextFinds(host), Names{"transactionList L"});
+}
+
+TEST(APasteboard, KeepsTheResultOfAnInterruptedPaymentThatTheStoreDoesNotTake) {
+  for (const bool isPending : {false, true}) {
+    HookedHost host(noRecords());
+    Names ends;
+    Names warnings;
+    host.sdk->startPayment(fullRequest<payment>(done, "1"), noting(ends, "1"));
+    if (!isPending) host.restart();
+    host.leaveResult(handoffId, "1");
+    host.hook = failing("keep payment", always, warnings);
+    EXPECT_TRUE(host.sdk->handleCallback(sealedAnswer()));
+    EXPECT_EQ(host.pasteboard.items().empty(), isPending);
+    if (isPending) continue;
+    host.hook = nullptr;
+    host.restart();
+    EXPECT_TRUE(host.sdk->handleCallback(sealedAnswer())) << "the system gives it to the next process";
+    EXPECT_TRUE(host.pasteboard.items().empty());
+    EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));
+    host.loop.runPending();
+    EXPECT_EQ(ends, Names{"1 success+"});
+  }
+}
+
+TEST(APasteboard, IsReadForAPaymentWhoseEarlierCallbackNamedNothingThere) {
+  HookedHost host(noRecords());
+  Names ends;
+  startAndEnd(host);
+  EXPECT_TRUE(host.sdk->handleCallback(answer("transport=pasteboard&resultHandoffId=other")));
+  host.leaveResult(handoffId, "1");
+  EXPECT_TRUE(host.sdk->handleCallback(sealedAnswer()));
+  EXPECT_TRUE(host.sdk->handleCallback(answer("transport=pasteboard&resultHandoffId=other&request_id=1")));
+  EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));
+  host.loop.runPending();
+  EXPECT_EQ(ends, Names{"1 success+"});
+}
+
+TEST(MemoryPendingStore, SetsAsideWithoutReplacing) {
+  const auto records = std::make_shared<Records>();
+  MemoryPendingStore store(records);
+  for (const char* text : {"a", "b", "c"}) {
+    EXPECT_TRUE(store.keep("x", text));
+    EXPECT_TRUE(store.setAside("x"));
+  }
+  EXPECT_EQ(*records, (Records{{"x.unreadable", "a"}, {"x.unreadable-2", "b"}, {"x.unreadable-3", "c"}}));
+}
+
+}  // namespace
+}  // namespace tilvanego::test
