@@ -121,6 +121,8 @@ PendingRecords::Id Facade::readerOf(const URL& url) const {
     if (request) readers.emplace_back(taker.id, *std::move(request));
   }
   if (takers.empty() || (readers.size() == 1 && !takers.front().hasCallback)) return 0;
+  // Its result isn't on the pasteboard any more.
+  if (const auto unsealed = records_->unsealedBy(url); unsealed != 0) return unsealed;
   const Platform reading = readingPlatform(platform_);
   for (const auto& [id, request] : readers) {
     const auto result = paymentResult(URL(url), request, reading);

@@ -7,6 +7,7 @@
 
 #include <tilvanego/facade/RouterOrder.h>
 #include <tilvanego/frame/CallbackURLs.h>
+#include <tilvanego/transports/PaymentPasteboardHandoff.h>
 #include <tilvanego/values/DebugLiteral.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -143,6 +144,7 @@ bool PendingRecords::setCallback(OperationKind kind, Id id, KeptCallback callbac
     return now != nullptr && now->isInStore();
   };
   if (found->wasUnsealed && !callback.isUnsealed) return isInStore();
+  if (!callback.isUnsealed) found->handoffId = resultHandoffId(callback.url);
   found->callbackCame = true;
   found->wasUnsealed = callback.isUnsealed;
   auto& kept = found->record.callback;
@@ -240,6 +242,15 @@ std::vector<PendingRecords::Taker> PendingRecords::takersAt(OperationKind kind, 
     if (one.takes(callback)) takers.push_back({kind, one.id, one.record.callback.has_value()});
   }
   return takers;
+}
+
+PendingRecords::Id PendingRecords::unsealedBy(const URL& callback) const {
+  const auto handoffId = resultHandoffId(callback);
+  const Entries& payments = of(OperationKind::payment).entries;
+  const auto found = std::ranges::find_if(payments, [&](const Entry& one) {
+    return handoffId && one.handoffId == handoffId && one.wasUnsealed && one.takes(callback);
+  });
+  return found == payments.end() ? 0 : found->id;
 }
 
 const PendingRecord* PendingRecords::waitingAt(OperationKind kind, const URL& callback) const {

@@ -82,6 +82,8 @@ class PendingRecords {
                                              bool unnamed) const;
   /// All that have this callback URL, whether their callback has come or not. The oldest first.
   [[nodiscard]] std::vector<Taker> takersAt(OperationKind kind, const URL& callback) const;
+  /// The payment whose result this callback named on the pasteboard, in this process, and that has it; or 0.
+  [[nodiscard]] Id unsealedBy(const URL& callback) const;
   /// The oldest interrupted operation of the kind that waits for a callback with this URL, or null. Valid
   /// until the next call of host code.
   [[nodiscard]] const PendingRecord* waitingAt(OperationKind kind, const URL& callback) const;
@@ -96,6 +98,8 @@ class PendingRecords {
     bool callbackCame = false;
     /// Its result was on the pasteboard: a callback that only names it tells nothing more.
     bool wasUnsealed = false;
+    /// By which a callback named that result.
+    std::optional<std::string> handoffId = std::nullopt;
     /// The store has it, perhaps in an older state.
     bool isStored = false;
     /// The host was told why it can't be written.
