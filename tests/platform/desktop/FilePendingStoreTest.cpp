@@ -196,7 +196,9 @@ TEST(FilePendingStore, FollowsItsDirectoryWhenThatIsRemovedOrMadeAnew) {
        {std::pair<const char*, std::function<bool(const std::string& name)>>{
             "read", [&](const std::string& name) { return store.read(name) == "another's"; }},
         {"remove",
-         [&](const std::string& name) { return store.remove(name) && !fs::exists(directory / name); }},
+         [&](const std::string& name) {
+           return store.read(name) && store.remove(name) && !fs::exists(directory / name);
+         }},
         {"setAside", [&](const std::string& name) {
            return store.setAside(name) && fs::exists(directory / (name + ".unreadable"));
          }}}) {

@@ -15,6 +15,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// again, with the URL as an argument: that process hands the URL over and ends.
 ///
 /// ```cpp
+/// #include <tilvanego/TilvaneGo.h>
+///
 /// int runTill(int argc, char** argv) {
 ///   RunLoop& loop = RunLoop::main();
 ///   const auto callbacks = CallbackReceiver::claim("com.example.till", CallbackReceiver::urlIn(argc, argv));
