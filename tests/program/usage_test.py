@@ -68,7 +68,7 @@ class Usage(unittest.TestCase):
             for option, choices in options(shown).items():
                 if choices:
                     self.assertEqual(completed(*command, option, ""), choices, (command, option))
-        for words, offered in [(["s"], ["sandbox", "send"]),
+        for words, offered in [(["s"], ["sandbox", "send", "scheme"]),
                                (["sandbox", "--outcome", "approve", "--an"], ["--answer"]),
                                (["sandbox", "--answer", "p"], ["pasteboard"]),
                                (["host", "--open", ""], []),
