@@ -56,8 +56,8 @@ class Decimal {
   [[nodiscard]] static std::optional<Decimal> parseExact(std::string_view text);
 
   /// Returns the decimal with the fewest digits that reads back as the same double: 12.1 becomes 12.1. A
-  /// whole double whose text is shorter without an exponent is taken exactly: 2^60 becomes
-  /// 1152921504606846976. Returns no value for NaN, infinities and doubles outside the range of `parse`.
+  /// whole double whose text is shorter without an exponent is taken exactly, such as 2^60, which becomes
+  /// "1152921504606846976". Returns no value for NaN, infinities and doubles outside the range of `parse`.
   [[nodiscard]] static std::optional<Decimal> fromDouble(double value);
 
   /// Returns plain positional text: "-" if negative, digits, "." and a fraction if there is one. No grouping,
