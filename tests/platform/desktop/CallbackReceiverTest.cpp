@@ -25,6 +25,21 @@ namespace {
 
 constexpr const char* name = "com.example.till";
 
+/// A thread that is joined at its end: `std::jthread`, which libc++ doesn't have yet.
+class JoinedThread {
+ public:
+  template <typename Run>
+  explicit JoinedThread(Run run) : thread_(std::move(run)) {}
+  JoinedThread(JoinedThread&&) = default;
+  JoinedThread& operator=(JoinedThread&&) = delete;
+  ~JoinedThread() {
+    if (thread_.joinable()) thread_.join();
+  }
+
+ private:
+  std::thread thread_;
+};
+
 URL urlOf(const std::string& text) { return URL::parse(text).value(); }
 
 /// A desktop session of one user.
@@ -73,7 +88,7 @@ TEST_F(CallbackReceiverTest, TheFirstReceivesWhatLaterOnesHandOver) {
   EXPECT_EQ(*CallbackReceiver::claim(name, std::nullopt), nullptr);
   EXPECT_NE(*CallbackReceiver::claim("com.example.other", std::nullopt), nullptr);
   std::atomic<bool> ended = false;
-  std::jthread second([&] {
+  const JoinedThread second([&] {
     const auto later = CallbackReceiver::claim(name, urlOf("myshop://done?later"));
     EXPECT_TRUE(later && *later == nullptr);
     ended = true;
@@ -88,7 +103,7 @@ TEST_F(CallbackReceiverTest, AUrlThatWasNotHandledGoesToTheNextHost) {
   auto receiver = claimed();
   std::unique_ptr<CallbackReceiver> next;
   {
-    std::jthread second([&] { next = *CallbackReceiver::claim(name, urlOf("myshop://done?kept")); });
+    const JoinedThread second([&] { next = *CallbackReceiver::claim(name, urlOf("myshop://done?kept")); });
     // The URL waits in the queue when its host ends.
     std::atomic<bool> arrived = false;
     loop_.setWakeUp([&] { arrived = true; });
@@ -131,7 +146,7 @@ TEST_F(CallbackReceiverTest, OfProgramsThatStartAtOnceOneReceivesAllUrls) {
   constexpr std::size_t programs = 12;
   std::vector<std::unique_ptr<CallbackReceiver>> claims(programs);
   std::atomic<std::size_t> started = 0;
-  std::vector<std::jthread> threads;
+  std::vector<JoinedThread> threads;
   for (std::size_t i = 0; i < programs; ++i) {
     threads.emplace_back([&, i] {
       auto claim = CallbackReceiver::claim(name, urlOf("myshop://done?" + std::to_string(i)));
@@ -157,7 +172,7 @@ TEST_F(CallbackReceiverTest, SaysWhatIsWrongWithWhatComes) {
       {std::string(detail::maxCallbackURL + 1, 'a'), "The URL is longer than 16777216 bytes."},
   };
   for (const auto& one : cases) EXPECT_TRUE(replyTo(one.text).starts_with(one.reply)) << replyTo(one.text);
-  std::jthread sender([&] { EXPECT_EQ(replyTo("myshop://done"), "ok"); });
+  const JoinedThread sender([&] { EXPECT_EQ(replyTo("myshop://done"), "ok"); });
   waitFor(1);
 }
 
@@ -165,7 +180,7 @@ TEST_F(CallbackReceiverTest, AHandlerThatThrowsHasNotTakenTheUrl) {
   auto receiver = CallbackReceiver::claim(name, std::nullopt);
   (*receiver)->receive(loop_, [](const URL&) { throw std::runtime_error("the host's"); });
   std::atomic<bool> over = false;
-  std::jthread sender([&] {
+  const JoinedThread sender([&] {
     const auto later = CallbackReceiver::claim(name, urlOf("myshop://done"));
     EXPECT_EQ(later.error(), "The host at " + socketPath() + " ended before it took the URL.");
     over = true;
@@ -220,20 +235,21 @@ void misbehave(const std::string& path, std::mt19937& random) {
 
 TEST_F(CallbackReceiverTest, PeersThatMisbehaveLeaveNothingBehind) {
   const auto receiver = claimed();
-  std::jthread warm([&] { EXPECT_EQ(replyTo("myshop://done?warm"), "ok"); });
-  waitFor(1);
-  warm.join();
+  {
+    const JoinedThread warm([&] { EXPECT_EQ(replyTo("myshop://done?warm"), "ok"); });
+    waitFor(1);
+  }
   const std::size_t before = openDescriptors();
-  std::atomic<bool> over = false;
-  std::jthread peers([&] {
-    std::mt19937 random(20261122);
-    for (int i = 0; i < 100'000; ++i) misbehave(socketPath(), random);
-    EXPECT_EQ(replyTo("myshop://done?last"), "ok");
-    over = true;
-    loop_.post([] {});
-  });
-  while (!over) loop_.runPending();
-  peers.join();
+  {
+    std::atomic<bool> over = false;
+    const JoinedThread peers([&] {
+      std::mt19937 random(20261122);
+      for (int i = 0; i < 100'000; ++i) misbehave(socketPath(), random);
+      EXPECT_EQ(replyTo("myshop://done?last"), "ok");
+      over = true;
+    });
+    while (!over) loop_.runPending();
+  }
   EXPECT_EQ(received_.back(), "myshop://done?last");
   EXPECT_LE(openDescriptors(), before);
 }
