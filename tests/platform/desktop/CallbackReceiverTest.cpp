@@ -145,7 +145,6 @@ TEST_F(CallbackReceiverTest, AKilledHostLeavesItsNameFree) {
 TEST_F(CallbackReceiverTest, OfProgramsThatStartAtOnceOneReceivesAllUrls) {
   constexpr std::size_t programs = 12;
   std::vector<std::unique_ptr<CallbackReceiver>> claims(programs);
-  std::atomic<std::size_t> started = 0;
   std::vector<JoinedThread> threads;
   for (std::size_t i = 0; i < programs; ++i) {
     threads.emplace_back([&, i] {
