@@ -21,13 +21,19 @@ struct SandboxApplication::Playing {
     std::size_t line;
   };
 
-  /// Removes the callbacks whose time has come, and returns them in the order of their times.
+  /// Removes the callbacks whose time has come, and returns them in the order of their times, equal ones as
+  /// they came.
   std::vector<Waiting> take(const auto& hasCome) {
     std::vector<Waiting> taken;
     std::vector<Waiting> rest;
-    for (Waiting& one : waiting) (hasCome(one.due) ? taken : rest).push_back(std::move(one));
+    for (Waiting& one : waiting) {
+      if (hasCome(one.due)) {
+        taken.insert(std::ranges::upper_bound(taken, one.due, {}, &Waiting::due), std::move(one));
+      } else {
+        rest.push_back(std::move(one));
+      }
+    }
     waiting = std::move(rest);
-    std::ranges::stable_sort(taken, {}, &Waiting::due);
     return taken;
   }
 
