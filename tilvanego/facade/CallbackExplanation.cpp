@@ -6,20 +6,18 @@
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/facade/ExplainedFields.h>
 #include <tilvanego/facade/FacadeRecords.h>
 #include <tilvanego/facade/ReadingPlatform.h>
 #include <tilvanego/facade/RouterOrder.h>
-#include <tilvanego/frame/SecretNames.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
 #include <tilvanego/values/ASCII.h>
-#include <tilvanego/values/DebugLiteral.h>
 
 namespace tilvanego::detail {
 namespace {
 
 using Entry = CallbackExplanation::Entry;
-using Field = CallbackExplanation::Field;
 
 /// An entry with what is needed to follow the router and to choose the advice.
 struct Explained {
@@ -30,24 +28,6 @@ struct Explained {
   /// One sentence for each part of the URL that differs.
   std::vector<std::string> differences;
 };
-
-/// The text, or its beginning: a callback may hold anything of any length.
-std::string shortened(std::string_view text) {
-  constexpr std::size_t longest = 120;
-  if (text.size() <= longest) return std::string(text);
-  std::size_t end = longest;
-  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
-  return std::string(text.substr(0, end)) + "…";
-}
-
-std::string literal(std::string_view text) { return debugLiteral(shortened(text)); }
-
-void append(std::string& sentences, std::string_view sentence) {
-  if (!sentences.empty() && !sentence.empty()) sentences += ' ';
-  sentences += sentence;
-}
-
-void list(std::string& texts, std::string_view text) { texts.append(texts.empty() ? "" : ", ").append(text); }
 
 /// "the pending full refund"
 std::string theOperation(OperationKind kind) { return "the pending " + operationWords(kind); }
@@ -71,128 +51,9 @@ void explainDifference(Explained& explained, const URL& url, const URL& expected
   if (parts.scheme) sentences.push_back(difference("scheme", url.scheme(), expected.scheme(), kind));
   if (parts.host) sentences.push_back(difference("host", url.writtenHost(), expected.writtenHost(), kind));
   if (parts.path) sentences.push_back(difference("path", path(url), path(expected), kind));
-  for (const std::string& sentence : sentences) append(explained.entry.reason, sentence);
+  for (const std::string& sentence : sentences) appendSentence(explained.entry.reason, sentence);
   if (parts.path && equalIgnoringASCIICase(path(url), path(expected))) {
-    append(explained.entry.reason, "The case of a path counts.");
-  }
-}
-
-// The sentences on a callback that was read.
-
-/// The name of a response's field by its first spelling: "transactionId" for "transaction_id".
-std::string fieldName(std::string_view spelling) {
-  std::string name;
-  for (std::size_t i = 0; i < spelling.size(); ++i) {
-    name += spelling[i] == '_' && i + 1 < spelling.size() ? asciiUppercased(spelling[++i]) : spelling[i];
-  }
-  return name;
-}
-
-template <typename Keys>
-std::string spellingsOf(const Keys& keys, std::string_view name) {
-  std::string spellings;
-  for (const auto& key : keys) {
-    if (fieldName(key.aliases[0]) != name) continue;
-    for (const std::string_view alias : key.aliases) {
-      if (!alias.empty()) list(spellings, alias);
-    }
-  }
-  return spellings;
-}
-
-template <typename Operation>
-std::string wordsOf() {
-  std::string words;
-  for (const auto& entry : Operation::statusWords) {
-    for (const std::string_view word : entry.words) {
-      if (!word.empty()) list(words, word);
-    }
-  }
-  return words;
-}
-
-/// The items of a callback, sorted by whether they decide a field.
-class Items {
- public:
-  explicit Items(const URL& callback) : callback_(callback) {}
-
-  template <const auto& Keys>
-  void addFields(std::vector<Field>& fields) {
-    visitDecidingItems<Keys>(callback_, [&](std::size_t key, const RawQueryItem& item) {
-      used_.push_back(item.name.data());
-      std::string name = fieldName(Keys[key].aliases[0]);
-      auto value = item.value.decoded();
-      if (item.value && !value) notUTF8_.push_back(name);
-      if (value) value = isSecretName(name) ? "<redacted>" : shortened(*value);
-      fields.push_back({std::move(name), shortened(item.decodedName()), std::move(value)});
-    });
-  }
-
-  /// The fields whose value isn't UTF-8 when it is percent-decoded.
-  [[nodiscard]] const std::vector<std::string>& notUTF8() const { return notUTF8_; }
-
-  /// The names of the items that decide nothing: unknown ones, and all but the first of a field's.
-  [[nodiscard]] std::string unused() const {
-    constexpr std::size_t most = 8;
-    std::string names;
-    std::size_t count = 0;
-    for (const RawQueryItem& item : callback_.rawQueryItems()) {
-      if (std::ranges::find(used_, item.name.data()) != used_.end()) continue;
-      list(names, count < most ? literal(item.decodedName()) : "…");
-      if (count++ == most) break;
-    }
-    return names;
-  }
-
- private:
-  const URL& callback_;
-  std::vector<const char*> used_;
-  std::vector<std::string> notUTF8_;
-};
-
-template <typename Operation>
-void explainStatus(Entry& entry, const std::optional<std::string>& status, bool isUTF8) {
-  const auto decided = std::ranges::find(entry.fields, "status", &Field::name);
-  std::string storage;
-  const std::string_view word = normalStatus(status, storage);
-  if (word.empty()) {
-    append(entry.reason,
-           decided == entry.fields.end()
-               ? "It has no status: none of the keys " + spellingsOf(Operation::callbackKeys, "status") + "."
-               : "Its status, by the key " + literal(decided->key) +
-                     (isUTF8 ? ", is blank." : ", isn't UTF-8."));
-    return;
-  }
-  const std::string shown =
-      "The status " + literal(*status) + ", by the key " + literal(decided->key) + ", is ";
-  if (wordsWith(Operation::statusWords, word) != nullptr) {
-    entry.statusWord = word;
-    append(entry.reason, shown + "understood as the word " + std::string(word) + ".");
-  } else {
-    append(entry.reason, shown + "no word of " + operationWords(Operation::kind) +
-                             " and counts as a failure; the words are " + wordsOf<Operation>() + ".");
-  }
-}
-
-/// Says which keys decided the fields of a response.
-template <typename Operation>
-void explainResponse(Entry& entry, const typename Operation::Response& response) {
-  Items items(response.callbackURL());
-  items.addFields<Operation::callbackKeys>(entry.fields);
-  if constexpr (requires { Operation::listKeys; }) items.addFields<Operation::listKeys>(entry.fields);
-  const std::vector<std::string>& notUTF8 = items.notUTF8();
-  explainStatus<Operation>(entry, response.status(), std::ranges::find(notUTF8, "status") == notUTF8.end());
-  std::string keys;
-  for (const Field& field : entry.fields) list(keys, field.name + " by " + literal(field.key));
-  if (!keys.empty()) append(entry.reason, "Fields and their keys: " + keys + ".");
-  if (!notUTF8.empty()) {
-    std::string names;
-    for (const std::string& name : notUTF8) list(names, name);
-    append(entry.reason, "Not UTF-8, and so without a value: " + names +
-                             "; the payment application must percent-encode texts as UTF-8.");
-  }
-  if (const auto unused = items.unused(); !unused.empty()) {
-    append(entry.reason, "Items that decide nothing: " + unused + ".");
+    appendSentence(explained.entry.reason, "The case of a path counts.");
   }
 }
 
@@ -202,6 +63,13 @@ void nameResult(Entry& entry, const Result& result) {
   if (const auto* failure = std::get_if<typename Result::Failure>(&result)) {
     entry.error = failure->error.name();
   }
+}
+
+/// Says which keys decided the fields of the result's response, if it has one.
+template <typename Operation>
+void explainResponse(Entry& entry, const typename Operation::Result& result) {
+  const auto response = result.response();
+  if (response) explainFields(entry, callbackWords<Operation>, response->callbackURL(), response->status());
 }
 
 /// "failure (missingStatus)"
@@ -232,30 +100,31 @@ std::string_view transportSentence(CallbackTransport transport) {
 /// `brief`: another kind is pending, so that this one is hardly meant.
 template <typename Operation>
 void explainIdle(Entry& entry, const URL& url, bool brief) {
-  append(entry.reason, "No " + operationWords(Operation::kind) + " is pending.");
-  append(entry.reason, transportSentence(entry.transport));
+  appendSentence(entry.reason, "No " + operationWords(Operation::kind) + " is pending.");
+  appendSentence(entry.reason, transportSentence(entry.transport));
   // Without the request the other transports can't be read.
   if (entry.transport != CallbackTransport::urlScheme) return;
   const auto result = parseCallback<Operation>(URL(url), nullptr, nullptr);
   nameResult(entry, *result);
-  append(entry.reason, "A pending one with this URL would end with " + resultText(entry) + ".");
+  appendSentence(entry.reason, "A pending one with this URL would end with " + resultText(entry) + ".");
   std::string reason = entry.reason;
-  if (const auto response = result->response()) explainResponse<Operation>(entry, *response);
+  explainResponse<Operation>(entry, *result);
   if (brief) entry.reason = std::move(reason);
 }
 
 template <typename Operation>
 void explainMatch(Entry& entry, const URL& url, const typename Operation::Request& request,
                   const Platform& reading) {
-  append(entry.reason, "It is the callback of " + theOperation(Operation::kind) + ".");
-  append(entry.reason, transportSentence(entry.transport));
+  appendSentence(entry.reason, "It is the callback of " + theOperation(Operation::kind) + ".");
+  appendSentence(entry.reason, transportSentence(entry.transport));
   const auto result = OperationTransport<Operation>::read(URL(url), request, reading, {});
   if (!result) return;
   nameResult(entry, *result);
   const auto* failure = std::get_if<typename Operation::Result::Failure>(&*result);
-  append(entry.reason, "The result is " + resultText(entry) +
-                           (failure ? ": " + literal(failure->error.errorDescription()) : "") + ".");
-  if (const auto response = result->response()) explainResponse<Operation>(entry, *response);
+  appendSentence(entry.reason,
+                 "The result is " + resultText(entry) +
+                     (failure ? ": " + shortenedLiteral(failure->error.errorDescription()) : "") + ".");
+  explainResponse<Operation>(entry, *result);
 }
 
 std::string deliveringSentence(OperationKind kind) {
@@ -301,8 +170,8 @@ const Explained* followRouter(std::vector<Explained>& all) {
     Entry& entry = one.entry;
     if (!entry.pending || one.isDelivering) continue;
     if (last != nullptr) {
-      append(entry.reason, "It isn't asked: " + theOperation(last->entry.operation) + " before it " +
-                               (last->entry.ends ? "takes" : "refuses") + " the callback.");
+      appendSentence(entry.reason, "It isn't asked: " + theOperation(last->entry.operation) + " before it " +
+                                       (last->entry.ends ? "takes" : "refuses") + " the callback.");
       continue;
     }
     entry.ends = entry.matches && one.differences.empty();
@@ -343,8 +212,8 @@ std::string waitingSentence(const URL& url, OperationKind kind, const PendingRec
     return "An interrupted one waits for this callback.";
   const auto requestId = namedRequestId(url);
   if (requestId && record.requestId && *requestId != *record.requestId) {
-    return "The callback's request id is " + literal(*requestId) + ", the interrupted " +
-           operationWords(kind) + " with its callbackURL has " + literal(*record.requestId) + ".";
+    return "The callback's request id is " + shortenedLiteral(*requestId) + ", the interrupted " +
+           operationWords(kind) + " with its callbackURL has " + shortenedLiteral(*record.requestId) + ".";
   }
   return "An interrupted one has its callbackURL, but another operation is asked first.";
 }
@@ -373,7 +242,7 @@ CallbackExplanation Facade::explain(const URL& url) const {
     if (const PendingRecord* const record = interruptedAt(kind, url)) {
       explained.entry.matches = true;
       const std::string sentence = waitingSentence(url, kind, *record, taker);
-      append(explained.entry.reason, sentence);
+      appendSentence(explained.entry.reason, sentence);
       if (waiting.empty()) waiting = sentence;
     }
     all.push_back(std::move(explained));
