@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <tilvanego/facade/Facade.h>
+#include <tilvanego/facade/OperationTransport.h>
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/values/Wiping.h>
 
