@@ -43,8 +43,7 @@ class CallbackReceiver {
       /// Nobody listens.
       noListener,
       /// The host closed the connection without a reply: it has ended, or can't say whether it has handled
-      /// the
-      /// URL.
+      /// the URL.
       noReply,
       /// The host belongs to another user, refused the URL, or took too long; or the system failed.
       refused
