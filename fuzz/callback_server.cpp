@@ -26,8 +26,7 @@ class Server {
     auto listener = listenForCallbacks(path_);
     require(listener.has_value(), "it listens");
     server_ = std::make_unique<CallbackServer>(
-        path_, *std::move(listener),
-        [](const std::string& text, const auto& reply) { reply->send(replyTo(text)); });
+        *std::move(listener), [](const std::string& text, const auto& reply) { reply->send(replyTo(text)); });
   }
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;

@@ -42,8 +42,9 @@ void checkEntry(std::string_view text) {
       words.back() += c;
     }
   }
-  const std::string entry = handlerEntry("myshop", text, words);
-  require(std::ranges::count(entry, '\n') == 7, "a name adds no line");
+  const std::string entry = handlerEntry("myshop", text, words, false);
+  require(std::ranges::count(entry, '\n') == 8, "a name adds no line");
+  require(isHandlerEntry(entry, "myshop") && !hasMadeList(entry), "it is known as its own");
   require(entryValue(entry, "Desktop Entry", "MimeType") == contentTypeOf("myshop") + ";",
           "no key is forged");
   const auto exec = entryValue(entry, "Desktop Entry", "Exec");
@@ -58,5 +59,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   checkList(text);
   checkEntry(text);
   static_cast<void>(programOfExec(text));
+  static_cast<void>(refusedLine(text));
   return 0;
 }

@@ -50,7 +50,7 @@ int remove(const SchemeArguments& arguments) {
 int show(const SchemeArguments& arguments) {
   const auto handler = SchemeHandler::show(arguments.scheme);
   if (!handler) return failed("No program handles links with " + arguments.scheme + ":.");
-  std::printf("%s\n%s\n", handler->entry.c_str(), handler->exec.c_str());
+  if (!handler->entry.empty()) std::printf("%s\n%s\n", handler->entry.c_str(), handler->exec.c_str());
   return handler->obstacle ? failed(*handler->obstacle) : exitDone;
 }
 

@@ -84,6 +84,8 @@ TEST(Secrets, AndFieldsAreNotForgedByTheTextsOfARequest) {
       {"A, transactionId: EVIL", R"x("A, transactionId: EVIL")x"},
       {"A\", callbackURL: x", R"x("A\", callbackURL: x")x"},
       {std::string("A\0\x1B[31m\xFF", 8), "\"A\\0\\u{1B}[31m\xEF\xBF\xBD\""},
+      {"A\u202EB\u2028C\u0085D\uFEFF \u200D", R"x("A\u{202E}B\u{2028}C\u{0085}D\u{FEFF} )x"
+                                              "\u200D\""},
   };
   for (const auto& [text, literal] : texts) {
     EXPECT_EQ(RebootRequest({.requestId = text, .callbackURL = url}).description(),

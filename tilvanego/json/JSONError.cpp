@@ -5,7 +5,7 @@
 #include <ranges>
 
 #include <tilvanego/json/JSONWriter.h>
-#include <tilvanego/values/UTF8.h>
+#include <tilvanego/values/OneLine.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -52,36 +52,7 @@ bool isAboutText(JSONFailure failure) {
   return failure <= JSONFailure::tooDeep || failure == JSONFailure::beyondLimit;
 }
 
-// Control characters, line ends and direction marks, which a terminal or a log would act on instead of
-// showing.
-bool isObeyed(char32_t scalar) {
-  return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0) || scalar == 0x61C ||
-         (scalar >= 0x200B && scalar <= 0x200F) || (scalar >= 0x2028 && scalar <= 0x202E) ||
-         (scalar >= 0x2060 && scalar <= 0x206F) || scalar == 0xFEFF;
-}
-
-void appendEscape(std::string& text, char32_t unit) {
-  constexpr std::string_view digits = "0123456789abcdef";
-  text += "\\u";
-  for (int shift = 12; shift >= 0; shift -= 4) text += digits[unit >> shift & 0xF];
-}
-
-// Returns the text so that it can be shown in one line. Bytes that are not UTF-8 become U+FFFD.
-std::string shown(std::string_view text) {
-  std::string line;
-  for (std::size_t at = 0; at < text.size();) {
-    const auto [scalar, length, wellFormed] = tilvanego::detail::decodeScalar(text, at);
-    if (!wellFormed) {
-      line += "\uFFFD";
-    } else if (isObeyed(scalar)) {
-      appendEscape(line, scalar);
-    } else {
-      line += text.substr(at, length);
-    }
-    at += length;
-  }
-  return line;
-}
+std::string shown(std::string_view text) { return tilvanego::detail::inOneLine(text); }
 
 bool readsAsName(std::string_view key) {
   return !key.empty() && std::ranges::all_of(key, [](char c) {

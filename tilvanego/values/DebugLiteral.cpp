@@ -4,6 +4,7 @@
 
 #include <unicode/uchar.h>
 
+#include <tilvanego/values/OneLine.h>
 #include <tilvanego/values/UTF8.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -34,9 +35,13 @@ constexpr char shortEscape(char32_t scalar) {
   return at == escaped.npos ? '\0' : letters[at];
 }
 
-}  // namespace
+bool isObeyedInLiteral(char32_t scalar) {
+  constexpr char32_t nonJoiner = 0x200C;
+  constexpr char32_t joiner = 0x200D;
+  return detail::isObeyed(scalar) && scalar != nonJoiner && scalar != joiner;
+}
 
-std::string debugLiteral(std::string_view text) {
+std::string literalOf(std::string_view text, bool (*isHexToo)(char32_t scalar)) {
   std::string literal;
   literal.reserve(text.size() + 2);
   literal += '"';
@@ -45,7 +50,7 @@ std::string debugLiteral(std::string_view text) {
     const auto [scalar, length, wellFormed] = detail::decodeScalar(text, at);
     at += length;
     const char escape = shortEscape(scalar);
-    const bool hex = scalar < 0x20 || scalar == 0x7F || (afterSyntax && attaches(scalar));
+    const bool hex = scalar < 0x20 || scalar == 0x7F || (afterSyntax && attaches(scalar)) || isHexToo(scalar);
     if (escape != 0) {
       literal += '\\';
       literal += escape;
@@ -60,4 +65,16 @@ std::string debugLiteral(std::string_view text) {
   return literal;
 }
 
+}  // namespace
+
+std::string debugLiteral(std::string_view text) {
+  return literalOf(text, [](char32_t) { return false; });
+}
+
 }  // namespace tilvanego
+
+namespace tilvanego::detail {
+
+std::string oneLineLiteral(std::string_view text) { return literalOf(text, isObeyedInLiteral); }
+
+}  // namespace tilvanego::detail

@@ -6,8 +6,8 @@
 
 #include <tilvanego/values/Date.h>
 #include <tilvanego/values/DateFormats.h>
-#include <tilvanego/values/DebugLiteral.h>
 #include <tilvanego/values/DoubleText.h>
+#include <tilvanego/values/OneLine.h>
 #include <tilvanego/values/QueryItem.h>
 #include <tilvanego/values/SecretNames.h>
 #include <tilvanego/values/URL.h>
@@ -22,7 +22,7 @@ constexpr std::string_view redacted = "<redacted>";
 
 void support::showText(std::ostream& out, std::string_view text) { out << text; }
 
-void support::showLiteral(std::ostream& out, std::string_view text) { out << debugLiteral(text); }
+void support::showLiteral(std::ostream& out, std::string_view text) { out << detail::oneLineLiteral(text); }
 
 void support::showNumber(std::ostream& out, std::int64_t value) { out << std::to_string(value); }
 
@@ -42,10 +42,10 @@ std::ostream& URLError::show(std::ostream& out) const {
 }
 
 std::ostream& QueryItem::show(std::ostream& out) const {
-  out << debugLiteral(name);
+  out << detail::oneLineLiteral(name);
   if (!value) return out;
   out << '=';
-  return isSecretName(name) ? out << redacted : out << debugLiteral(*value);
+  return isSecretName(name) ? out << redacted : out << detail::oneLineLiteral(*value);
 }
 
 std::ostream& URL::show(std::ostream& out) const {

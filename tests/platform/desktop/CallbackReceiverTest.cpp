@@ -1,3 +1,4 @@
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
@@ -181,7 +182,8 @@ TEST_F(CallbackReceiverTest, AHandlerThatThrowsHasNotTakenTheUrl) {
   std::atomic<bool> over = false;
   const JoinedThread sender([&] {
     const auto later = CallbackReceiver::claim(name, urlOf("myshop://done"));
-    EXPECT_EQ(later.error(), "The host at " + socketPath() + " ended before it took the URL.");
+    EXPECT_EQ(later.error(), "The host at " + socketPath() +
+                                 " hasn't said that it took the URL: it has ended, or its handler failed.");
     over = true;
     loop_.post([] {});
   });
@@ -215,14 +217,21 @@ std::size_t openDescriptors() {
       std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
-/// One connection of a peer that does anything: it may send a part, a whole or nothing, in pieces, half
-/// close, close, or read no reply.
-void misbehave(const std::string& path, std::mt19937& random) {
-  const detail::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+/// Returns no descriptor if nobody listens.
+detail::FileDescriptor connectedTo(const std::string& path) {
+  detail::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::ranges::copy(path, address.sun_path);
-  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return;
+  const int code = ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  return code == 0 ? std::move(socket) : detail::FileDescriptor();
+}
+
+/// One connection of a peer that does anything: it may send a part, a whole or nothing, in pieces, half
+/// close, close, or read no reply.
+void misbehave(const std::string& path, std::mt19937& random) {
+  const auto socket = connectedTo(path);
+  if (!socket) return;
   const std::string_view text = random() % 2 == 0 ? "myshop://done?random" : "\xff\x00 no URL";
   for (std::size_t pieces = random() % 4; pieces > 0; --pieces) {
     static_cast<void>(::send(socket.get(), text.data(), random() % (text.size() + 1), MSG_NOSIGNAL));
@@ -251,6 +260,117 @@ TEST_F(CallbackReceiverTest, PeersThatMisbehaveLeaveNothingBehind) {
   }
   EXPECT_EQ(received_.back(), "myshop://done?last");
   EXPECT_LE(openDescriptors(), before);
+}
+
+/// The reply that a slow sender receives: a byte more for each look at it, as long as it is connected.
+std::string replyToDripping(const detail::FileDescriptor& socket) {
+  std::array<char, 512> reply{};
+  for (;;) {
+    static_cast<void>(::send(socket.get(), "a", 1, MSG_NOSIGNAL));
+    const auto count = ::recv(socket.get(), reply.data(), reply.size(), MSG_DONTWAIT);
+    if (count >= 0) return std::string(reply.data(), static_cast<std::size_t>(count));
+    std::this_thread::yield();
+  }
+}
+
+TEST_F(CallbackReceiverTest, SlowSendersAreToldSoAndKeepNobodyOut) {
+  using Patience = detail::CallbackServer::Patience;
+  const std::chrono::hours forEver(1);
+  const struct {
+    Patience patience;
+    std::size_t senders;
+  } cases[] = {
+      {{.longestPause = forEver, .longestURL = std::chrono::milliseconds(20), .longestTurn = forEver}, 1},
+      {{.longestPause = forEver, .longestURL = forEver, .longestTurn = std::chrono::milliseconds(1)}, 16},
+  };
+  for (const auto& one : cases) {
+    const std::string path = (session_.path() / "socket").string();
+    const detail::CallbackServer server(
+        *detail::listenForCallbacks(path), [](const auto&, const auto& reply) { reply->send("ok"); },
+        one.patience);
+    std::vector<detail::FileDescriptor> slow(one.senders);
+    for (auto& sender : slow) sender = connectedTo(path);
+    EXPECT_TRUE(detail::handOverCallback(path, "a:b", std::chrono::seconds(20)));
+    EXPECT_TRUE(replyToDripping(slow.front()).starts_with("The URL didn't come in time"));
+  }
+}
+
+TEST_F(CallbackReceiverTest, WhatAHostRepliesIsShownInOneLine) {
+  const std::string path = (session_.path() / "socket").string();
+  const detail::CallbackServer server(*detail::listenForCallbacks(path), [](const auto&, const auto& reply) {
+    reply->send("red\x1B[31m\n\xFF\u202E" + std::string(9000, '.'));
+  });
+  const auto handed = CallbackReceiver::handOver(path, urlOf("a:b"));
+  EXPECT_TRUE(handed.error().message.starts_with("red\\u001b[31m\\u000a\uFFFD\\u202e...."));
+  EXPECT_LT(handed.error().message.size(), 4200U);
+}
+
+TEST_F(CallbackReceiverTest, RemovesNoSocketButItsOwn) {
+  const auto before = fs::current_path();
+  for (const bool receives : {false, true}) {
+    for (const bool moves : {false, true}) {
+      const auto first = session_.path() / "first";
+      const auto second = moves ? session_.path() / "second" : first;
+      fs::create_directories(first);
+      fs::create_directories(second);
+      fs::current_path(first);
+      auto ended = *CallbackReceiver::listenAt("socket");
+      if (receives) ended->receive(loop_, [](const URL&) {});
+      if (!moves) fs::remove("socket");
+      fs::current_path(second);
+      const auto other = *CallbackReceiver::listenAt("socket");
+      ended.reset();
+      EXPECT_TRUE(fs::is_socket(second / "socket"));
+      EXPECT_EQ(fs::exists(first / "socket"), !moves);
+    }
+  }
+  fs::current_path(before);
+}
+
+TEST_F(CallbackReceiverTest, AForkedChildHasNoPartInIt) {
+  for (const bool receives : {false, true}) {
+    auto receiver = *CallbackReceiver::claim(name, std::nullopt);
+    if (receives) receiver->receive(loop_, [this](const URL& one) { note(one); });
+    const pid_t child = ::fork();
+    if (child == 0) {
+      receiver.reset();
+      ::_exit(0);
+    }
+    ::waitpid(child, nullptr, 0);
+    EXPECT_TRUE(fs::is_socket(socketPath()));
+    if (!receives) {
+      EXPECT_EXIT(receiver->receive(loop_, nullptr), testing::KilledBySignal(SIGABRT),
+                  "claim it after a fork");
+      continue;
+    }
+    const JoinedThread sender([&] { EXPECT_EQ(replyTo("myshop://done"), "ok"); });
+    waitFor(1);
+  }
+}
+
+TEST_F(CallbackReceiverTest, AnEndedHostLeavesItsNameFreeWhateverItsChildrenDo) {
+  int pipes[2];
+  ASSERT_EQ(::pipe(pipes), 0);
+  const pid_t host = ::fork();
+  if (host == 0) {
+    const auto receiver = CallbackReceiver::claim(name, std::nullopt);
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(::pause());
+    ::_exit(::write(pipes[1], &child, sizeof child) == sizeof child ? 0 : 1);
+  }
+  ::waitpid(host, nullptr, 0);
+  pid_t child = 0;
+  ASSERT_EQ(::read(pipes[0], &child, sizeof child), static_cast<ssize_t>(sizeof child));
+  ::close(pipes[0]);
+  ::close(pipes[1]);
+  const auto receiver = claimed(urlOf("myshop://done?first"));
+  {
+    const JoinedThread later(
+        [] { EXPECT_EQ(*CallbackReceiver::claim(name, urlOf("myshop://done?later")), nullptr); });
+    if (receiver) waitFor(2);
+  }
+  ::kill(child, SIGKILL);
+  EXPECT_EQ(received_.size(), 2U);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <tilvanego/platform/desktop/CallbackReceiver.h>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <thread>
 #include <utility>
@@ -30,22 +29,21 @@ constexpr int maxDropped = 3;
 }  // namespace
 
 struct CallbackReceiver::Claimed {
-  std::string socket;
   std::optional<URL> first;
   /// Owned here alone: what is posted and finds none drops its URL.
   std::shared_ptr<const Handler> handler;
   /// Of a name; a socket at a path of the host's own has none.
   std::optional<detail::HeldLock> lock;
-  detail::FileDescriptor listener;
-  /// After `receive`. Declared last: its thread ends before the lock is released.
+  /// The server's after `receive`. What has it is declared after the lock: the socket is removed before
+  /// another process can claim the name.
+  detail::CallbackListener listener;
+  /// Declared last: its thread ends first.
   std::unique_ptr<detail::CallbackServer> server;
 };
 
 CallbackReceiver::CallbackReceiver(std::unique_ptr<Claimed> claimed) : claimed_(std::move(claimed)) {}
 
-CallbackReceiver::~CallbackReceiver() {
-  if (!claimed_->server) static_cast<void>(std::remove(claimed_->socket.c_str()));
-}
+CallbackReceiver::~CallbackReceiver() = default;
 
 std::expected<std::unique_ptr<CallbackReceiver>, std::string> CallbackReceiver::claim(
     const std::string& name, std::optional<URL> url) {
@@ -61,10 +59,10 @@ std::expected<std::unique_ptr<CallbackReceiver>, std::string> CallbackReceiver::
     auto lock = directory->tryLock(name + ".claim");
     if (!lock) return std::unexpected(std::move(lock).error());
     if (*lock) {
-      auto listener = detail::listenForCallbacks(socket);
+      auto listener = detail::listenForCallbacks(socket, detail::ReplacedSockets::any);
       if (!listener) return std::unexpected(std::move(listener).error());
       return std::unique_ptr<CallbackReceiver>(new CallbackReceiver(std::make_unique<Claimed>(
-          Claimed{socket, std::move(url), nullptr, *std::move(lock), *std::move(listener), nullptr})));
+          Claimed{std::move(url), nullptr, *std::move(lock), *std::move(listener), nullptr})));
     }
     if (!url) return nullptr;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Steady::now());
@@ -83,7 +81,7 @@ std::expected<std::unique_ptr<CallbackReceiver>, std::string> CallbackReceiver::
   auto listener = detail::listenForCallbacks(socket);
   if (!listener) return std::unexpected(std::move(listener).error());
   return std::unique_ptr<CallbackReceiver>(new CallbackReceiver(std::make_unique<Claimed>(
-      Claimed{socket, std::nullopt, nullptr, std::nullopt, *std::move(listener), nullptr})));
+      Claimed{std::nullopt, nullptr, std::nullopt, *std::move(listener), nullptr})));
 }
 
 std::expected<void, CallbackReceiver::HandOverFailure> CallbackReceiver::handOver(const std::string& socket,
@@ -101,6 +99,10 @@ std::optional<URL> CallbackReceiver::urlIn(int argc, const char* const* argv) {
 
 void CallbackReceiver::receive(const MainQueue& queue, Handler handler) {
   if (claimed_->server) detail::wrongUse("CallbackReceiver::receive is called once");
+  if (!claimed_->listener.isOfThisProcess()) {
+    detail::wrongUse(
+        "CallbackReceiver::receive is for the process that claimed the name; claim it after a fork");
+  }
   claimed_->handler = std::make_shared<const Handler>(std::move(handler));
   const auto deliver = [queue = WeakMainQueue(queue), weak = std::weak_ptr(claimed_->handler)](
                            URL url, std::shared_ptr<detail::CallbackReply> reply) {
@@ -120,8 +122,7 @@ void CallbackReceiver::receive(const MainQueue& queue, Handler handler) {
       reply->send("What came is no URL: " + std::string(url.error().message) + ".");
     }
   };
-  claimed_->server =
-      std::make_unique<detail::CallbackServer>(claimed_->socket, std::move(claimed_->listener), serve);
+  claimed_->server = std::make_unique<detail::CallbackServer>(std::move(claimed_->listener), serve);
 }
 
 }  // namespace tilvanego

@@ -35,6 +35,11 @@ namespace [[gnu::visibility("default")]] tilvanego {
 ///
 /// The socket lies in `$XDG_RUNTIME_DIR/tilvanego`, or where the `PasteboardStore` lies. Only processes of
 /// the same user, by what the kernel says of them, are listened to. docs/desktop.md has its protocol.
+///
+/// A forked child has no part in it: its copy of a receiver receives nothing, and the copy's end changes
+/// nothing for the parent. When the parent ends, its name is free, also while the child runs. A host that
+/// makes itself a daemon claims afterwards. But a path that `listenAt` was given stays taken while a child
+/// runs that was forked meanwhile and has not called `exec`.
 class CallbackReceiver {
  public:
   /// Why a URL was not handed over.
@@ -42,14 +47,13 @@ class CallbackReceiver {
     enum class Reason {
       /// Nobody listens.
       noListener,
-      /// The host closed the connection without a reply: it has ended, or can't say whether it has handled
-      /// the URL.
+      /// The host closed the connection without a reply: it has ended, or its handler has thrown.
       noReply,
       /// The host belongs to another user, refused the URL, or took too long; or the system failed.
       refused
     };
     Reason reason{};
-    /// A sentence for the user.
+    /// A sentence for the user, in one line. What the host wrote has escapes for control characters.
     std::string message;
   };
 
@@ -66,8 +70,8 @@ class CallbackReceiver {
   [[nodiscard]] static std::expected<std::unique_ptr<CallbackReceiver>, std::string> claim(
       const std::string& name, std::optional<URL> url);
 
-  /// Listens at the path of a socket, for a host that chooses one of its own. Replaces a socket without a
-  /// listener. Fails with a sentence if anything else is at the path.
+  /// Listens at the path of a socket, for a host that chooses one of its own; not in the directory of the
+  /// names. Replaces a socket without a listener. Fails with a sentence if anything else is at the path.
   [[nodiscard]] static std::expected<std::unique_ptr<CallbackReceiver>, std::string> listenAt(
       const std::string& socket);
 
@@ -84,8 +88,8 @@ class CallbackReceiver {
   /// Gives the name free. A URL whose handler has not run yet is not taken: its sender tries again.
   ~CallbackReceiver();
 
-  /// From now on calls `handler` for each URL, in a turn of `queue`. Before, senders wait. Called once; a
-  /// second call ends the process.
+  /// From now on calls `handler` for each URL, in a turn of `queue`. Before, senders wait. Called once, by
+  /// the process that claimed; another call ends the process.
   void receive(const MainQueue& queue, Handler handler);
 
  private:

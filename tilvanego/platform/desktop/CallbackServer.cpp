@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 #include <poll.h>
@@ -14,7 +15,6 @@
 
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/SignalsBlocked.h>
-#include <tilvanego/platform/desktop/CallbackSocket.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -22,6 +22,8 @@ namespace {
 constexpr std::size_t maxConnections = 16;
 // After the process has run out of descriptors, before it tries again.
 constexpr std::chrono::milliseconds pauseWithoutDescriptors(100);
+constexpr std::string_view tooSlow =
+    "The URL didn't come in time; send it whole, and close the sending side.";
 
 }  // namespace
 
@@ -32,71 +34,101 @@ void CallbackReply::send(std::string_view text) {
   connection_ = FileDescriptor();
 }
 
-CallbackServer::CallbackServer(std::string path, FileDescriptor listener, Handler handler)
-    : path_(std::move(path)),
-      listener_(std::move(listener)),
+CallbackServer::CallbackServer(CallbackListener listener, Handler handler, Patience patience)
+    : listener_(std::move(listener)),
       end_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      handler_(std::move(handler)) {
-  ::lstat(path_.c_str(), &file_);
+      handler_(std::move(handler)),
+      patience_(patience) {
   const SignalsBlocked blocked;
   thread_ = std::thread([this] { runOnOwnThread("the thread of a CallbackReceiver", [this] { run(); }); });
 }
 
 CallbackServer::~CallbackServer() {
+  if (!listener_.isOfThisProcess()) {
+    // The thread doesn't exist here, its handle may be that of another one, and it may have been anywhere in
+    // what it uses. The event is the parent's too.
+    static_cast<void>(new std::thread(std::move(thread_)));
+    static_cast<void>(new std::vector<Connection>(std::move(connections_)));
+    return;
+  }
   const std::uint64_t one = 1;
   static_cast<void>(!::write(end_.get(), &one, sizeof one));
   thread_.join();
-  struct stat there{};
-  const bool ours =
-      ::lstat(path_.c_str(), &there) == 0 && there.st_ino == file_.st_ino && there.st_dev == file_.st_dev;
-  if (ours) ::unlink(path_.c_str());
 }
 
 void CallbackServer::run() {
   while (waitForSomething()) {
-    acceptWaiting();
     readConnections();
+    acceptWaiting();
   }
 }
 
 bool CallbackServer::waitForSomething() {
   std::vector<pollfd> waiting{{end_.get(), POLLIN, 0}};
-  if (mayAccept_ && connections_.size() < maxConnections) waiting.push_back({listener_.get(), POLLIN, 0});
-  auto timeout = mayAccept_ ? std::chrono::milliseconds(-1) : pauseWithoutDescriptors;
+  const auto now = Clock::now();
+  auto until = Clock::time_point::max();
+  if (!mayAccept_) {
+    until = now + pauseWithoutDescriptors;
+  } else if (nextAccept() <= now) {
+    waiting.push_back({listener_.get(), POLLIN, 0});
+  } else {
+    until = nextAccept();
+  }
   for (const Connection& one : connections_) {
     waiting.push_back({one.descriptor.get(), POLLIN, 0});
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(one.lastByte + longestPause - Clock::now());
-    const auto pause = std::max(left, std::chrono::milliseconds(0));
-    timeout = timeout.count() < 0 ? pause : std::min(timeout, pause);
+    until = std::min(until, endOf(one));
   }
-  ::poll(waiting.data(), waiting.size(), static_cast<int>(timeout.count()));
+  std::int64_t timeout = -1;
+  if (until != Clock::time_point::max()) {
+    timeout = std::max<std::int64_t>(std::chrono::ceil<std::chrono::milliseconds>(until - now).count(), 0);
+  }
+  ::poll(waiting.data(), waiting.size(), static_cast<int>(timeout));
   return waiting[0].revents == 0;
+}
+
+CallbackServer::Clock::time_point CallbackServer::nextAccept() const {
+  if (connections_.size() < maxConnections) return Clock::time_point::min();
+  return connections_.front().accepted + patience_.longestTurn;
 }
 
 void CallbackServer::acceptWaiting() {
   mayAccept_ = true;
-  while (connections_.size() < maxConnections) {
+  while (nextAccept() <= Clock::now()) {
     FileDescriptor one(::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (!one) {
       mayAccept_ = errno != EMFILE && errno != ENFILE && errno != ENOBUFS && errno != ENOMEM;
       return;
     }
-    if (isOfThisUser(one)) connections_.push_back({std::move(one), Clock::now(), {}});
+    if (!isOfThisUser(one)) continue;
+    if (connections_.size() == maxConnections) {
+      CallbackReply(std::move(connections_.front().descriptor)).send(tooSlow);
+      connections_.erase(connections_.begin());
+    }
+    const auto now = Clock::now();
+    connections_.push_back({std::move(one), now, now, {}});
   }
 }
 
 void CallbackServer::readConnections() {
   for (std::size_t i = 0; i < connections_.size();) {
     const Progress progress = readFrom(connections_[i]);
-    if (progress == Progress::waiting && Clock::now() < connections_[i].lastByte + longestPause) {
+    const bool isLate = Clock::now() >= endOf(connections_[i]);
+    if (progress == Progress::waiting && !isLate) {
       ++i;
       continue;
     }
     Connection finished = std::move(connections_[i]);
     connections_.erase(std::next(connections_.begin(), static_cast<std::ptrdiff_t>(i)));
-    if (progress == Progress::complete) finish(std::move(finished));
+    if (progress == Progress::complete) {
+      finish(std::move(finished));
+    } else if (progress == Progress::waiting) {
+      CallbackReply(std::move(finished.descriptor)).send(tooSlow);
+    }
   }
+}
+
+CallbackServer::Clock::time_point CallbackServer::endOf(const Connection& connection) const {
+  return std::min(connection.lastByte + patience_.longestPause, connection.accepted + patience_.longestURL);
 }
 
 CallbackServer::Progress CallbackServer::readFrom(Connection& connection) {

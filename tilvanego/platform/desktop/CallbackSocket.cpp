@@ -13,6 +13,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <tilvanego/values/OneLine.h>
+
 namespace tilvanego::detail {
 namespace {
 
@@ -67,8 +69,10 @@ std::unexpected<HandOverFailure> tooLate(const std::string& path) {
   return failure(Reason::refused, "The host at " + path + " didn't take the URL in time.");
 }
 
-std::unexpected<HandOverFailure> ended(const std::string& path) {
-  return failure(Reason::noReply, "The host at " + path + " ended before it took the URL.");
+std::unexpected<HandOverFailure> notTaken(const std::string& path) {
+  return failure(
+      Reason::noReply,
+      "The host at " + path + " hasn't said that it took the URL: it has ended, or its handler failed.");
 }
 
 // Fails without a sentence when the other side is gone: it may have sent a reply before.
@@ -94,7 +98,7 @@ std::expected<std::string, HandOverFailure> receiveReply(const FileDescriptor& s
   std::string reply;
   std::array<char, 512> chunk{};
   while (reply.size() < maxReply) {
-    const auto count = ::read(socket.get(), chunk.data(), chunk.size());
+    const auto count = ::read(socket.get(), chunk.data(), std::min(chunk.size(), maxReply - reply.size()));
     if (count > 0) {
       reply.append(chunk.data(), static_cast<std::size_t>(count));
     } else if (count < 0 && errno == EAGAIN) {
@@ -107,11 +111,12 @@ std::expected<std::string, HandOverFailure> receiveReply(const FileDescriptor& s
 }
 
 // Returns why there can be no new socket at `path`, or nothing.
-std::optional<std::string> removeStaleSocket(const std::string& path, const sockaddr_un& address) {
+std::optional<std::string> removeSocket(const std::string& path, const sockaddr_un& address,
+                                        ReplacedSockets replaced) {
   struct stat there{};
   if (::lstat(path.c_str(), &there) != 0) return std::nullopt;
   if (!S_ISSOCK(there.st_mode)) return path + " is there already and is no socket; choose another path.";
-  const int code = connectTo(openSocket(), address);
+  const int code = replaced == ReplacedSockets::any ? ECONNREFUSED : connectTo(openSocket(), address);
   if (code == 0 || code == EAGAIN) {
     return "Another host listens at " + path + "; end it, or choose another path.";
   }
@@ -148,28 +153,43 @@ std::expected<void, HandOverFailure> handOverCallback(const std::string& path, s
   auto reply = receiveReply(socket, path, deadline);
   if (!reply) return std::unexpected(std::move(reply).error());
   if (*reply == callbackTaken) return {};
-  if (reply->empty()) return ended(path);
-  return failure(Reason::refused, *std::move(reply));
+  if (reply->empty()) return notTaken(path);
+  return failure(Reason::refused, inOneLine(*reply));
 }
 
-std::expected<FileDescriptor, std::string> listenForCallbacks(const std::string& path) {
+CallbackListener::CallbackListener(FileDescriptor socket, const std::string& path)
+    : socket_(std::move(socket)), owner_(getpid()) {
+  std::error_code failed;
+  path_ = std::filesystem::absolute(path, failed);
+  ::lstat(path_.c_str(), &file_);
+}
+
+CallbackListener::~CallbackListener() {
+  if (!socket_ || !isOfThisProcess()) return;
+  struct stat there{};
+  const bool isOurs = ::lstat(path_.c_str(), &there) == 0 && S_ISSOCK(there.st_mode) &&
+                      there.st_ino == file_.st_ino && there.st_dev == file_.st_dev;
+  if (isOurs) ::unlink(path_.c_str());
+}
+
+bool CallbackListener::isOfThisProcess() const { return owner_ == getpid(); }
+
+std::expected<CallbackListener, std::string> listenForCallbacks(const std::string& path,
+                                                                ReplacedSockets replaced) {
   const auto address = socketAddress(path);
   if (!address) return std::unexpected(address.error());
-  if (auto obstacle = removeStaleSocket(path, *address)) return std::unexpected(*std::move(obstacle));
-  FileDescriptor listener = openSocket();
+  if (auto obstacle = removeSocket(path, *address, replaced)) return std::unexpected(*std::move(obstacle));
+  FileDescriptor socket = openSocket();
   const auto fail = [&path] {
     return std::unexpected("Can't listen at " + path + ": " + systemMessage(errno) + ".");
   };
-  if (!listener ||
-      ::bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
+  if (!socket || ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
     return fail();
   }
+  CallbackListener listener(std::move(socket), path);
   // Nobody can connect before `listen`.
-  if (::chmod(path.c_str(), S_IRUSR | S_IWUSR) != 0 || ::listen(listener.get(), SOMAXCONN) != 0) {
-    const auto failed = fail();
-    ::unlink(path.c_str());
-    return failed;
-  }
+  if (::chmod(path.c_str(), S_IRUSR | S_IWUSR) != 0 || ::listen(listener.get(), SOMAXCONN) != 0)
+    return fail();
   return listener;
 }
 

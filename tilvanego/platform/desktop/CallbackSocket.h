@@ -3,8 +3,12 @@
 #include <chrono>
 #include <cstddef>
 #include <expected>
+#include <filesystem>
 #include <string>
 #include <string_view>
+
+#include <sys/stat.h>
+#include <sys/types.h>
 
 #include <tilvanego/platform/FileDescriptor.h>
 #include <tilvanego/platform/desktop/CallbackReceiver.h>
@@ -28,9 +32,36 @@ using HandOverFailure = CallbackReceiver::HandOverFailure;
                                                                     std::string_view url,
                                                                     std::chrono::milliseconds longestWait);
 
-/// Listens at `path`, without blocking; only the user can connect. Replaces a socket without a listener.
-/// Fails, with a sentence for the user, if anything else is at `path`, and keeps that.
-[[nodiscard]] std::expected<FileDescriptor, std::string> listenForCallbacks(const std::string& path);
+/// A socket that listens at a path. Its end removes the file, unless another one is now at the path. A forked
+/// child's copy removes nothing.
+class CallbackListener {
+ public:
+  /// `socket` is bound to `path`. A path that isn't absolute counts from the directory of this moment.
+  CallbackListener(FileDescriptor socket, const std::string& path);
+  CallbackListener(CallbackListener&&) = default;
+  CallbackListener& operator=(CallbackListener&&) = delete;
+  ~CallbackListener();
+
+  [[nodiscard]] int get() const { return socket_.get(); }
+  /// False in a forked child.
+  [[nodiscard]] bool isOfThisProcess() const;
+
+ private:
+  /// Bound, it keeps the file's number from being given to another file.
+  FileDescriptor socket_;
+  std::filesystem::path path_;
+  struct stat file_{};
+  pid_t owner_;
+};
+
+/// Which sockets that are at the path already are replaced. `any` is for who holds a claim of the path: a
+/// process that ended may have left a child behind, which has a copy of the listening socket.
+enum class ReplacedSockets { withoutListener, any };
+
+/// Listens at `path`, without blocking; only the user can connect. Fails, with a sentence for the user, if
+/// anything is at `path` that isn't to be replaced, and keeps that.
+[[nodiscard]] std::expected<CallbackListener, std::string> listenForCallbacks(
+    const std::string& path, ReplacedSockets replaced = ReplacedSockets::withoutListener);
 
 /// Returns true if the process at the other end of a Unix socket belongs to this process's user.
 [[nodiscard]] bool isOfThisUser(const FileDescriptor& socket);

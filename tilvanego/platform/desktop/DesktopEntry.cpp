@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 
+#include <tilvanego/values/Text.h>
+
 namespace tilvanego::detail {
 namespace {
 
 constexpr std::string_view defaultsGroup = "Default Applications";
+constexpr std::string_view schemeKey = "X-TilvaneGo-Scheme";
+constexpr std::string_view madeListKey = "X-TilvaneGo-MadeList";
 
 /// A value of the type string: a line without control characters of its own.
 std::string escapedValue(std::string_view text) {
@@ -169,12 +173,20 @@ std::string withoutEntry(std::string_view value, std::string_view entry) {
 }  // namespace
 
 std::string handlerEntry(std::string_view scheme, std::string_view name,
-                         const std::vector<std::string>& command) {
+                         const std::vector<std::string>& command, bool madeList) {
   std::string exec;
   for (const std::string& word : command) exec += quotedWord(word) + ' ';
   return "[Desktop Entry]\nType=Application\nName=" + escapedValue(name) + "\nExec=" + escapedValue(exec) +
-         "%u\nNoDisplay=true\nStartupNotify=false\nMimeType=" + contentTypeOf(scheme) + ";\n";
+         "%u\nNoDisplay=true\nStartupNotify=false\nMimeType=" + contentTypeOf(scheme) + ";\n" +
+         std::string(schemeKey) + '=' + std::string(scheme) + '\n' +
+         (madeList ? std::string(madeListKey) + "=true\n" : "");
 }
+
+bool isHandlerEntry(std::string_view entry, std::string_view scheme) {
+  return entryValue(entry, entryGroup, schemeKey) == scheme;
+}
+
+bool hasMadeList(std::string_view entry) { return entryValue(entry, entryGroup, madeListKey) == "true"; }
 
 std::optional<std::string> entryValue(std::string_view entry, std::string_view group, std::string_view key) {
   const auto lines = linesOf(entry);
@@ -203,6 +215,26 @@ std::vector<std::string> listedEntries(std::string_view list, std::string_view g
   const auto place = placeOf(lines, group, type);
   if (!place || place->key == place->end) return {};
   return entriesIn(*valueIn(lines[place->key], type));
+}
+
+std::optional<std::size_t> refusedLine(std::string_view list) {
+  const auto lines = linesOf(list);
+  bool isInGroup = false;
+  std::vector<std::string_view> keys;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const auto text = trimmed(lines[i].text);
+    if (text.empty() || text.front() == '#') continue;
+    if (isHeader(lines[i]) && text.back() == ']') {
+      isInGroup = true;
+      keys.clear();
+      continue;
+    }
+    const auto length = text.find('=');
+    if (!isInGroup || length == text.npos || length == 0 || !isValidUTF8(text)) return i + 1;
+    keys.push_back(trimmed(text.substr(0, length)));
+    if (std::ranges::find(keys.begin(), keys.end() - 1, keys.back()) != keys.end() - 1) return i + 1;
+  }
+  return std::nullopt;
 }
 
 std::string withDefault(std::string_view list, std::string_view type, std::string_view entry) {

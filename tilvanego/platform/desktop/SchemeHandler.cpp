@@ -1,7 +1,7 @@
 #include <tilvanego/platform/desktop/SchemeHandler.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <cerrno>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -12,7 +12,10 @@
 
 #include <tilvanego/platform/FileReplacement.h>
 #include <tilvanego/platform/desktop/DesktopEntry.h>
+#include <tilvanego/platform/desktop/DesktopLookup.h>
 #include <tilvanego/values/ASCII.h>
+#include <tilvanego/values/OneLine.h>
+#include <tilvanego/values/Text.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -20,76 +23,11 @@ namespace {
 namespace fs = std::filesystem;
 using Failure = SchemeHandler::Failure;
 
-// A list of the desktop's has some kilobytes.
-constexpr std::size_t maxListSize = std::size_t{4} << 20U;
-constexpr std::string_view entryGroup = "Desktop Entry";
+// A file's name has 255 bytes at most.
+constexpr std::size_t longestScheme = 200;
 
 std::unexpected<Failure> failed(std::string message) {
   return std::unexpected(Failure{Failure::Reason::failed, std::move(message)});
-}
-
-std::unexpected<Failure> failedAt(const fs::path& path, std::string_view what) {
-  const int cause = errno;
-  return failed(path.string() + " " + std::string(what) + ": " + std::generic_category().message(cause) +
-                ".");
-}
-
-// The XDG Base Directory Specification: relative paths are ignored.
-fs::path homeDirectory(const char* variable, const char* underHome) {
-  const char* configured = std::getenv(variable);
-  if (fs::path path(configured ? configured : ""); path.is_absolute()) return path;
-  const char* home = std::getenv("HOME");
-  fs::path path(home ? home : "");
-  return path.is_absolute() ? path / underHome : fs::path();
-}
-
-fs::path dataHome() { return homeDirectory("XDG_DATA_HOME", ".local/share"); }
-fs::path configHome() { return homeDirectory("XDG_CONFIG_HOME", ".config"); }
-
-std::vector<std::string> pathsIn(const char* variable, const char* otherwise) {
-  const char* configured = std::getenv(variable);
-  std::string_view list = configured && *configured ? configured : otherwise;
-  std::vector<std::string> paths;
-  while (!list.empty()) {
-    const auto length = std::min(list.find(':'), list.size());
-    if (length > 0) paths.emplace_back(list.substr(0, length));
-    list.remove_prefix(std::min(length + 1, list.size()));
-  }
-  return paths;
-}
-
-/// The user's directory, then those of the system.
-std::vector<fs::path> directories(const fs::path& home, const char* variable, const char* otherwise) {
-  std::vector<fs::path> all;
-  if (!home.empty()) all.push_back(home);
-  for (auto& path : pathsIn(variable, otherwise)) all.emplace_back(std::move(path));
-  return all;
-}
-std::vector<fs::path> applicationDirectories() {
-  auto all = directories(dataHome(), "XDG_DATA_DIRS", "/usr/local/share:/usr/share");
-  for (auto& one : all) one /= "applications";
-  return all;
-}
-
-/// Returns the content of a regular file; an empty text if there is none.
-std::expected<std::string, Failure> contentOf(const fs::path& path) {
-  const detail::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file && errno == ENOENT) return std::string();
-  struct stat status{};
-  if (!file || fstat(file.get(), &status) != 0) return failedAt(path, "can't be read");
-  if (!S_ISREG(status.st_mode) || static_cast<std::uintmax_t>(status.st_size) > maxListSize) {
-    return failed(path.string() + " isn't a file of at most 4 MiB; move it away.");
-  }
-  std::string content(static_cast<std::size_t>(status.st_size), '\0');
-  std::size_t done = 0;
-  while (done < content.size()) {
-    const auto count = ::read(file.get(), content.data() + done, content.size() - done);
-    if (count == 0) break;
-    if (count < 0 && errno != EINTR) return failedAt(path, "can't be read");
-    if (count > 0) done += static_cast<std::size_t>(count);
-  }
-  content.resize(done);
-  return content;
 }
 
 /// Replaces a file whole. Makes missing directories. A symbolic link stays one: its target is replaced.
@@ -101,12 +39,12 @@ std::expected<void, Failure> write(fs::path path, std::string_view content) {
   const bool existed = ::stat(path.c_str(), &before) == 0;
   const detail::FileDescriptor directory(
       ::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!directory) return failedAt(path.parent_path(), "can't be opened");
+  if (!directory) return failed(detail::failureAt(path.parent_path(), "can't be opened"));
   const std::string name = path.filename().string();
   const auto bytes = std::span(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
   if (detail::replaceFile(directory, name, name + ".tilvanego", bytes) !=
       detail::FileReplacementFailure::none) {
-    return failedAt(path, "can't be written");
+    return failed(detail::failureAt(path, "can't be written"));
   }
   if (existed) static_cast<void>(fchmodat(directory.get(), name.c_str(), before.st_mode & 07777U, 0));
   return {};
@@ -114,58 +52,52 @@ std::expected<void, Failure> write(fs::path path, std::string_view content) {
 
 /// Removes a file that exists.
 std::expected<void, Failure> removeFile(const fs::path& path) {
-  if (::unlink(path.c_str()) != 0 && errno != ENOENT) return failedAt(path, "can't be removed");
+  if (::unlink(path.c_str()) != 0 && errno != ENOENT)
+    return failed(detail::failureAt(path, "can't be removed"));
   return {};
 }
 
 std::string entryName(std::string_view scheme) { return "tilvanego-" + std::string(scheme) + ".desktop"; }
 
-/// The lists of default applications that count, the first before the next.
-std::vector<fs::path> lists() {
-  const auto desktops = pathsIn("XDG_CURRENT_DESKTOP", "");
-  std::vector<fs::path> all;
-  const auto add = [&](const fs::path& directory) {
-    for (const auto& desktop : desktops) {
-      all.push_back(directory / (detail::asciiLowercased(desktop) + "-mimeapps.list"));
-    }
-    all.push_back(directory / "mimeapps.list");
-  };
-  for (const auto& one : directories(configHome(), "XDG_CONFIG_DIRS", "/etc/xdg")) add(one);
-  for (const auto& one : applicationDirectories()) add(one);
-  return all;
+/// The two files that `install` writes.
+struct Files {
+  fs::path entry;
+  fs::path list;
+};
+
+std::expected<Files, Failure> filesFor(std::string_view scheme) {
+  const fs::path data = detail::dataHome();
+  const fs::path config = detail::configHome();
+  if (data.empty() || config.empty()) {
+    return failed("No directory of the user is known: HOME is not set to an absolute path.");
+  }
+  return Files{data / "applications" / entryName(scheme), config / "mimeapps.list"};
 }
 
-std::optional<fs::path> fileOfEntry(const std::string& entry) {
-  if (entry.find('/') != entry.npos) return std::nullopt;
-  for (const auto& directory : applicationDirectories()) {
-    std::error_code ignored;
-    if (fs::is_regular_file(directory / entry, ignored)) return directory / entry;
+/// Returns the entry that `install` wrote to `path`; nothing if nothing is there. Fails for anything else.
+std::expected<std::optional<std::string>, Failure> ownEntry(const fs::path& path, std::string_view scheme) {
+  std::error_code ignored;
+  const auto type = fs::symlink_status(path, ignored).type();
+  if (type == fs::file_type::not_found) return std::nullopt;
+  if (type == fs::file_type::regular) {
+    auto content = detail::contentOf(path);
+    if (!content) return failed(std::move(content).error());
+    if (detail::isHandlerEntry(*content, scheme)) return *std::move(content);
   }
-  return std::nullopt;
+  return failed(path.string() + " is no entry that install wrote; it stays as it is.");
 }
 
-/// The first entry that a list names and that exists.
-std::optional<fs::path> entryOf(std::string_view scheme) {
-  const std::string type = detail::contentTypeOf(scheme);
-  const auto firstIn = [&](const fs::path& list, std::string_view group) -> std::optional<fs::path> {
-    const auto content = contentOf(list);
-    if (!content) return std::nullopt;
-    for (const auto& entry : detail::listedEntries(*content, group, type)) {
-      if (auto file = fileOfEntry(entry)) return file;
-    }
-    return std::nullopt;
-  };
-  const auto all = lists();
-  for (const auto& list : all) {
-    if (auto file = firstIn(list, "Default Applications")) return file;
-  }
-  for (const auto& list : all) {
-    if (auto file = firstIn(list, "Added Associations")) return file;
-  }
-  for (const auto& directory : applicationDirectories()) {
-    if (auto file = firstIn(directory / "mimeinfo.cache", "MIME Cache")) return file;
-  }
-  return std::nullopt;
+/// Whether a link would be opened by `entry` now.
+std::expected<void, Failure> expectHandler(std::string_view scheme, const fs::path& entry) {
+  const auto now = detail::entryFor(scheme);
+  if (!now) return failed(now.error());
+  if (*now && (*now)->entry == entry) return {};
+  const std::string links = "Links with " + std::string(scheme) + ": would still be opened by ";
+  if (!*now) return failed(links + "no program.");
+  const auto& [other, list] = **now;
+  if (list.empty()) return failed(links + other.string() + ".");
+  return failed(links + other.string() + ", because " + list.string() +
+                " names it first; take it out of that file.");
 }
 
 bool isProgram(const fs::path& path) {
@@ -175,16 +107,38 @@ bool isProgram(const fs::path& path) {
 
 bool isFound(const std::string& program) {
   if (program.find('/') != program.npos) return isProgram(program);
-  const auto paths = pathsIn("PATH", "/usr/local/bin:/usr/bin:/bin");
+  const auto paths = detail::pathsIn("PATH", "/usr/local/bin:/usr/bin:/bin");
   return std::ranges::any_of(paths, [&](const auto& path) { return isProgram(fs::path(path) / program); });
 }
 
-std::optional<std::string> obstacleTo(const std::string& exec) {
-  const auto program = detail::programOfExec(exec);
+std::string isMissing(const std::string& program) {
+  return detail::inOneLine(program) + ", is not there or can't be executed.";
+}
+
+std::optional<std::string> obstacleTo(const std::string& entry, const fs::path& list) {
+  const auto value = [&](std::string_view key) { return detail::entryValue(entry, detail::entryGroup, key); };
+  if (value("Hidden") == "true") return "Its entry says Hidden=true: a desktop takes it for removed.";
+  const auto program = detail::programOfExec(value("Exec").value_or(""));
   if (!program) return "Its entry has no command that can be run.";
-  if (!isFound(*program)) return "Its program, " + *program + ", is not there or can't be executed.";
+  if (!isFound(*program)) return "Its program, " + isMissing(*program);
+  if (const auto tried = value("TryExec"); tried && !isFound(*tried)) {
+    return "The program of its TryExec, " + isMissing(*tried);
+  }
+  const auto content = list.empty() ? std::string() : detail::contentOf(list).value_or("");
+  if (const auto line = detail::refusedLine(content)) {
+    return "Some desktops ignore " + list.string() + ", which names it, because of line " +
+           std::to_string(*line) + ".";
+  }
   if (!isFound("xdg-open")) return "xdg-open isn't installed; it is in the package xdg-utils.";
   return std::nullopt;
+}
+
+/// Tabs and line ends have escapes in an entry.
+bool canStandInEntry(const std::string& text) {
+  const auto isWrong = [](char c) {
+    return (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r') || c == 0x7F;
+  };
+  return isValidUTF8(text) && std::ranges::none_of(text, isWrong);
 }
 
 std::optional<std::string> faultOf(std::string_view scheme, const SchemeHandler::Program& program) {
@@ -192,15 +146,13 @@ std::optional<std::string> faultOf(std::string_view scheme, const SchemeHandler:
     return "\"" + std::string(scheme) +
            "\" is no scheme: a letter, then letters, digits, \"+\", \"-\" or \".\".";
   }
-  // A file's name has 255 bytes at most.
-  if (scheme.size() > 200) return "A scheme of more than 200 characters can't be registered.";
+  if (scheme.size() > longestScheme) return "A scheme of more than 200 characters can't be registered.";
   if (program.command.empty() || program.command.front().empty()) return "The command has no program.";
   if (program.command.front().find('=') != std::string::npos) {
     return "A program whose name has a \"=\" can't be a handler: the desktop takes it for a variable.";
   }
-  const auto hasNUL = [](const std::string& text) { return text.find('\0') != text.npos; };
-  if (hasNUL(program.name) || std::ranges::any_of(program.command, hasNUL)) {
-    return "The name and the command must have no NUL character.";
+  if (!canStandInEntry(program.name) || !std::ranges::all_of(program.command, canStandInEntry)) {
+    return "The name and the command must be UTF-8 without control characters.";
   }
   return std::nullopt;
 }
@@ -218,56 +170,75 @@ std::expected<void, SchemeHandler::Failure> SchemeHandler::install(std::string_v
                                                                    const Program& program, Others others) {
   if (auto fault = faultOf(given, program)) return failed(*std::move(fault));
   const std::string scheme = detail::asciiLowercased(given);
-  const fs::path data = dataHome();
-  const fs::path config = configHome();
-  if (data.empty() || config.empty()) {
-    return failed("No directory of the user is known: HOME is not set to an absolute path.");
+  const auto files = filesFor(scheme);
+  if (!files) return std::unexpected(files.error());
+  const auto& [file, list] = *files;
+  const auto before = ownEntry(file, scheme);
+  if (!before) return std::unexpected(before.error());
+  if (others == Others::keep) {
+    const auto now = detail::entryFor(scheme);
+    if (!now) return failed(now.error());
+    if (*now && (*now)->entry != file) {
+      return std::unexpected(Failure{
+          Failure::Reason::handledByAnother,
+          "Links with " + scheme + ": are handled by " + (*now)->entry.string() + ", which stays as it is."});
+    }
   }
-  const fs::path file = data / "applications" / entryName(scheme);
-  const auto now = entryOf(scheme);
-  if (now && *now != file && others == Others::keep) {
-    return std::unexpected(
-        Failure{Failure::Reason::handledByAnother,
-                "Links with " + scheme + ": are handled by " + now->string() + ", which stays as it is."});
-  }
-  const fs::path list = config / "mimeapps.list";
-  const auto content = contentOf(list);
-  if (!content) return std::unexpected(content.error());
+  const auto content = detail::contentOf(list);
+  if (!content) return failed(content.error());
+  std::error_code ignored;
+  const bool hadList = fs::exists(list, ignored);
+  const bool makesList = !hadList || (*before && detail::hasMadeList(**before));
   // The entry first: a list may name none that is missing.
-  if (auto written = write(file, detail::handlerEntry(scheme, program.name, program.command)); !written) {
-    return written;
+  auto done = write(file, detail::handlerEntry(scheme, program.name, program.command, makesList));
+  if (done) {
+    const std::string changed =
+        detail::withDefault(*content, detail::contentTypeOf(scheme), entryName(scheme));
+    done = write(list, changed);
+    if (done) {
+      done = expectHandler(scheme, file);
+      // What another program has written meanwhile stays.
+      const bool isUndone = !done && detail::contentOf(list) == changed;
+      if (isUndone) static_cast<void>(hadList ? write(list, *content) : removeFile(list));
+    }
   }
-  return write(list, detail::withDefault(*content, detail::contentTypeOf(scheme), entryName(scheme)));
+  if (!done) static_cast<void>(*before ? write(file, **before) : removeFile(file));
+  return done;
 }
 
 std::expected<bool, SchemeHandler::Failure> SchemeHandler::remove(std::string_view given) {
-  if (!isScheme(given)) return false;
+  if (!isScheme(given) || given.size() > longestScheme) return false;
   const std::string scheme = detail::asciiLowercased(given);
-  const fs::path list = configHome() / "mimeapps.list";
-  const auto content = contentOf(list);
-  if (!content) return std::unexpected(content.error());
+  const auto files = filesFor(scheme);
+  if (!files) return std::unexpected(files.error());
+  const auto& [file, list] = *files;
+  const auto entry = ownEntry(file, scheme);
+  if (!entry) return std::unexpected(entry.error());
+  const auto content = detail::contentOf(list);
+  if (!content) return failed(content.error());
   const std::string rest = detail::withoutDefault(*content, detail::contentTypeOf(scheme), entryName(scheme));
-  const fs::path file = dataHome() / "applications" / entryName(scheme);
-  std::error_code ignored;
-  const bool existed = fs::exists(fs::symlink_status(file, ignored));
   if (rest != *content) {
-    const auto written = rest.empty() ? removeFile(list) : write(list, rest);
+    const bool goes = rest.empty() && *entry && detail::hasMadeList(**entry);
+    const auto written = goes ? removeFile(list) : write(list, rest);
     if (!written) return std::unexpected(written.error());
   }
   if (auto removed = removeFile(file); !removed) return std::unexpected(std::move(removed).error());
-  return existed || rest != *content;
+  return entry->has_value() || rest != *content;
 }
 
 std::optional<SchemeHandler::Handler> SchemeHandler::show(std::string_view given) {
+  if (!isScheme(given)) return std::nullopt;
   const std::string scheme = detail::asciiLowercased(given);
-  const auto file = isScheme(scheme) ? entryOf(scheme) : std::nullopt;
-  if (!file) return std::nullopt;
-  const auto content = contentOf(*file);
-  Handler handler{*file,
-                  content ? detail::entryValue(*content, entryGroup, "Exec").value_or("") : std::string(),
-                  *file == dataHome() / "applications" / entryName(scheme), std::nullopt};
-  handler.obstacle = content ? obstacleTo(handler.exec) : content.error().message;
-  return handler;
+  const auto found = detail::entryFor(scheme);
+  if (!found) return Handler{{}, {}, false, found.error()};
+  if (!*found) return std::nullopt;
+  const auto& [file, list] = **found;
+  const auto content = detail::contentOf(file);
+  if (!content) return Handler{file, {}, false, content.error()};
+  return Handler{file, detail::entryValue(*content, detail::entryGroup, "Exec").value_or(""),
+                 file == detail::dataHome() / "applications" / entryName(scheme) &&
+                     detail::isHandlerEntry(*content, scheme),
+                 obstacleTo(*content, list)};
 }
 
 }  // namespace tilvanego

@@ -23,14 +23,13 @@ class SchemeHandler {
     /// For the user, as in a list of programs.
     std::string name;
     /// The program and its arguments. The link follows as the last one. A program without "/" is looked for
-    /// in
-    /// `$PATH`.
+    /// in `$PATH`.
     std::vector<std::string> command;
   };
 
   /// The program that handles a scheme now.
   struct Handler {
-    /// The file of its desktop entry.
+    /// The file of its desktop entry; empty if it isn't known, which `obstacle` explains.
     std::filesystem::path entry;
     /// What the entry runs, as it is written there: with field codes such as "%u".
     std::string exec;
@@ -59,11 +58,15 @@ class SchemeHandler {
 
   /// Makes `program` the user's handler of links with `scheme`. Replaces what an earlier call wrote. If
   /// another program handles the scheme, it fails, unless `others` is `replace`; that program stays the
-  /// second choice, and handles the scheme again after `remove`.
+  /// second choice, and handles the scheme again after `remove`. A failure leaves all as it was: so also if a
+  /// list of the current desktop's own names another program before this one.
+  ///
+  /// The texts of `program` are UTF-8 without control characters other than tabs and line ends.
   [[nodiscard]] static std::expected<void, Failure> install(std::string_view scheme, const Program& program,
                                                             Others others = Others::keep);
 
-  /// Undoes what `install` did, and nothing else. Returns false if there is nothing to undo.
+  /// Undoes what `install` did, and nothing else. Returns false if there is nothing to undo. Fails if
+  /// something that `install` didn't write is in the place of its entry.
   [[nodiscard]] static std::expected<bool, Failure> remove(std::string_view scheme);
 
   /// Returns the program that handles the scheme; nothing if there is none.
