@@ -1,5 +1,7 @@
 #include <tilvanego/platform/desktop/FilePendingStore.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
+#include <tilvanego/transports/Gzip.h>
+#include <tilvanego/values/Base64.h>
 
 #include "tests/facade/RestartedHost.h"
 #include "tests/facade/Till.h"
@@ -93,6 +95,20 @@ TEST(PendingRecords, AreReadAtALaterUseAndThenWrittenWithThoseOfThisProcess) {
   EXPECT_EQ(interrupted(host), Names{});
   EXPECT_EQ(interrupted(host), Names{"payment 1"});
   EXPECT_EQ(nextFinds(host), (Names{"payment 1", "payment 2"}));
+}
+
+// A process that lost the lock, or whose store is shared, finds its own records in another's text.
+TEST(PendingRecords, ThatAnotherProcessWroteWithItsOwnAreNotTakenForInterrupted) {
+  HookedHost host(noRecords());
+  Names ends;
+  Names warnings;
+  host.sdk->startPayment(fullRequest<payment>(done, "1"), noting(ends, "1"));
+  HookedHost(host.records).sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+  host.hook = failing("keep payment", 1, warnings);
+  EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=1")));
+  EXPECT_EQ(ends, Names{"1 success+"});
+  EXPECT_EQ(interrupted(host), Names{"payment 2"});
+  EXPECT_EQ(nextFinds(host), Names{"payment 2"});
 }
 
 TEST(PendingRecords, AreNotTakenForAnothersIfTheStoreKeptThemAndFailed) {
@@ -211,19 +227,34 @@ TEST(PendingRecords, OfAnAwaitedOperationLiveUntilItsCoroutineHasComeBack) {
     }
   };
   for (const bool isDestroyed : {false, true}) {
-    HookedHost host(noRecords());
-    Names notes;
-    Names during;
-    std::optional<Till> till(Reuse::play(*host.sdk, host, notes, during));
-    till->begin();
-    EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=1")));
-    EXPECT_EQ(nextFinds(host), Names{"payment 1+"});
-    if (isDestroyed) till.reset();
-    host.loop.runPending();
-    EXPECT_EQ(notes, isDestroyed ? Names{} : Names{"success"});
-    EXPECT_EQ(during, isDestroyed ? Names{} : Names{"payment 1+"});
-    EXPECT_EQ(nextFinds(host), isDestroyed ? Names{"payment 1+"} : Names{});
-    EXPECT_EQ(interrupted(host), isDestroyed ? Names{"payment 1+"} : Names{}) << "nobody has the result";
+    for (const bool hasCardData : {false, true}) {
+      SCOPED_TRACE(std::string(isDestroyed ? "destroyed" : "") + (hasCardData ? " with card data" : ""));
+      const Names kept{hasCardData ? "payment 1" : "payment 1+"};
+      HookedHost host(noRecords());
+      Names notes;
+      Names during;
+      std::optional<Till> till(Reuse::play(*host.sdk, host, notes, during));
+      till->begin();
+      const auto pending = host.sdk->pendingOperations();
+      EXPECT_TRUE(host.sdk->handleCallback(
+          answer(std::string("status=approved&request_id=1") + (hasCardData ? "&clear_pan=4111" : ""))));
+      EXPECT_EQ(nextFinds(host), kept);
+      EXPECT_EQ(host.sdk->pendingOperations(), pending) << "until it has the result";
+      EXPECT_EQ(interrupted(host), Names{});
+      if (isDestroyed) till.reset();
+      const Names left = isDestroyed ? Names{"payment 1+"} : Names{};
+      EXPECT_EQ(interrupted(host), left) << "nobody has the result";
+      EXPECT_EQ(host.sdk->pendingOperations().size(), isDestroyed ? 0U : 1U);
+      host.loop.runPending();
+      EXPECT_EQ(notes, isDestroyed ? Names{} : Names{"success"});
+      EXPECT_EQ(during, isDestroyed ? Names{} : kept);
+      EXPECT_EQ(nextFinds(host), isDestroyed ? kept : Names{});
+      EXPECT_EQ(interrupted(host), left);
+      EXPECT_TRUE(host.sdk->pendingOperations().empty());
+      EXPECT_EQ(host.sdk->resumePayment(noting(notes, "1")).has_value(), isDestroyed);
+      host.loop.runPending();
+      EXPECT_EQ(notes.back(), isDestroyed ? "1 success+" : "success");
+    }
   }
   // One that is refused while a completion runs has nothing to do with the record of that one.
   HookedHost host(noRecords());
@@ -274,6 +305,16 @@ TEST(AResumedOperation, TakesNoOtherCallbackThanTheKeptOne) {
     EXPECT_EQ(ends, Names{"1 success+"});
     EXPECT_EQ(*host.records, Records{});
   }
+  // Nor one that comes as it is cancelled.
+  HookedHost cancelling(noRecords());
+  startAndEnd(cancelling);
+  const URL callback = answer("status=approved&request_id=1");
+  EXPECT_TRUE(cancelling.sdk->handleCallback(callback));
+  bool isHandled = true;
+  std::shared_ptr<void> end(nullptr, [&](void*) { isHandled = cancelling.sdk->handleCallback(callback); });
+  EXPECT_TRUE(cancelling.sdk->resumePayment([end = std::move(end)](const PaymentResult&) {}));
+  cancelling.sdk->cancelPendingPayment();
+  EXPECT_FALSE(isHandled);
   // Nor the report that an earlier link wasn't opened.
   HookedHost host(noRecords());
   Names ends;
@@ -336,6 +377,27 @@ TEST(ACallback, ThatWasKeptChangesNothingWhenItComesAgain) {
   EXPECT_EQ(ends, Names{});
   EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=2")));
   EXPECT_EQ(ends, Names{"2 success+"});
+
+  // The very same URL, also without an id, and while another payment waits for one.
+  for (const std::string_view query : {"status=approved", "status=approved&request_id=1"}) {
+    for (const bool isResumed : {false, true}) {
+      SCOPED_TRACE(std::string(query) + (isResumed ? " resumed" : ""));
+      HookedHost same(noRecords());
+      ends.clear();
+      startAndEnd(same);
+      startAndEnd(same);
+      const URL callback = answer(std::string(query));
+      EXPECT_TRUE(same.sdk->handleCallback(callback));
+      if (isResumed) {
+        EXPECT_TRUE(same.sdk->resumePayment(noting(ends, "1")));
+      }
+      EXPECT_TRUE(same.sdk->explainCallback(callback).advice.contains("has come before and is kept"));
+      EXPECT_TRUE(same.sdk->handleCallback(callback));
+      EXPECT_EQ(interrupted(same), isResumed ? Names{"payment 1"} : (Names{"payment 1+", "payment 1"}));
+      same.loop.runPending();
+      EXPECT_EQ(ends, isResumed ? Names{"1 success+"} : Names{});
+    }
+  }
 }
 
 TEST(ACallback, OfAnotherRequestIsExplainedByItsId) {
@@ -387,6 +449,76 @@ TEST(CardData, IsWrittenInNoForm) {
   EXPECT_EQ(nextFinds(host), Names{"transactionList L"});
 }
 
+TEST(CardData, IsNotWrittenWhereItCouldBeAndEverythingElseIs) {
+  struct Case {
+    std::string_view what;
+    URL callback;
+    bool isWritten = false;
+  };
+  const std::string json =
+      R"({"payload":{"query_items":{"status":"approved","clear_pan":"4111111111111111"}}})";
+  const int wholeSize = static_cast<int>(json.size());
+  // A compressed result with a fault, which its reader refuses.
+  const auto zipped = [&](auto change, int jsonSize = 0, int size = 0,
+                          std::string_view encoding = "gzip-json") {
+    const auto span = std::span(reinterpret_cast<const std::uint8_t*>(json.data()), json.size());
+    Bytes bytes = detail::gzipCompress(span).value();
+    change(bytes);
+    return answer("transport=gzip&encoding=" + std::string(encoding) + "&payload=" +
+                  base64URLEncode(bytes) + "&payload_size=" + std::to_string(wholeSize + jsonSize) +
+                  "&compressed_size=" + std::to_string(static_cast<int>(bytes.size()) + size));
+  };
+  const auto nothing = [](Bytes&) {};
+  const auto zippedWith = [](const char* name, const char* value) {
+    return zippedAnswer("1", {{name, value}});
+  };
+  const std::string harmless = zippedAnswer("1").absoluteString();
+  for (const auto& [what, callback, isWritten] : {
+           Case{"payload_size", zipped(nothing, 1)},
+           Case{"compressed_size", zipped(nothing, 0, 1)},
+           Case{"encoding", zipped(nothing, 0, 0, "gzip")},
+           Case{"cut", zipped([](Bytes& bytes) { bytes.pop_back(); })},
+           Case{"checksum", zipped([](Bytes& bytes) { bytes[bytes.size() - 8] ^= 1; })},
+           Case{"no gzip", zipped([](Bytes& bytes) { bytes.assign(40, 'x'); })},
+           Case{"after the stream", zipped(
+                                        [](Bytes& bytes) {
+                                          const Bytes hidden = std::exchange(
+                                              bytes, detail::gzipCompress(Bytes{'{', '}'}).value());
+                                          bytes.insert(bytes.end(), hidden.begin(), hidden.end());
+                                        },
+                                        2 - wholeSize)},
+           Case{"a second payload", parsedURL(harmless + "&PAYLOAD=H4sIA")},
+           Case{"an escaped name inside", zippedWith("clear%5Fpan", "4111")},
+           Case{"a URL inside", zippedWith("next", "shop://x?clear_pan=4111")},
+           Case{"a payload inside", zippedWith("payload", "4111")},
+           Case{"a URL", answer("request_id=1&next=shop%3A%2F%2Fx%3Fa%26clear_pan%3D4111")},
+           Case{"escaped twice", answer("request_id=1&%2563lear_%2570an=4111")},
+           Case{"escaped ever again", answer("request_id=1&x=%25252525252525252525252525252541")},
+           Case{"a fragment", answer("request_id=1#ClearTrack2=4111")},
+           Case{"JSON in a text", answer("request_id=1&m=see%20{%22clear%5Cu005fpan%22:%224111%22}")},
+           Case{"no UTF-8", answer("request_id=1&m=%FF%26clear_pan=4111")},
+           Case{"compressed", zippedAnswer("1", {{"message", "{[clearance"}}), true},
+           Case{"sealed", sealedAnswer(), true},
+           Case{"broken escapes", answer("request_id=1&m=%FF%2541&n=%5Cu00e"), true},
+       }) {
+    SCOPED_TRACE(what);
+    HookedHost host(noRecords());
+    startAndEnd(host);
+    EXPECT_TRUE(host.sdk->handleCallback(callback));
+    EXPECT_EQ(interrupted(host), Names{"payment 1+"}) << "in memory";
+    EXPECT_EQ(nextFinds(host), Names{isWritten ? "payment 1+" : "payment 1"});
+  }
+  HookedHost host(noRecords());
+  Names warnings;
+  host.hook = failing("", 0, warnings);
+  host.sdk->startPayment(fullRequest<payment>(done, "1"), nullptr);
+  EXPECT_TRUE(host.sdk->handleCallback(zipped(nothing, 1)));
+  EXPECT_TRUE(
+      hasOne(warnings,
+             "The result of the payment \"1\" isn't kept for the next start of this host. What it has "
+             "compressed can't be read"));
+}
+
 TEST(APasteboard, KeepsTheResultOfAnInterruptedPaymentThatTheStoreDoesNotTake) {
   for (const bool isPending : {false, true}) {
     HookedHost host(noRecords());
@@ -404,6 +536,33 @@ TEST(APasteboard, KeepsTheResultOfAnInterruptedPaymentThatTheStoreDoesNotTake) {
     EXPECT_TRUE(host.sdk->handleCallback(sealedAnswer())) << "the system gives it to the next process";
     EXPECT_TRUE(host.pasteboard.items().empty());
     EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));
+    host.loop.runPending();
+    EXPECT_EQ(ends, Names{"1 success+"});
+  }
+}
+
+TEST(APasteboard, IsReadBeforeTheStoreIsCalledAndMayResumeThePayment) {
+  for (const bool isResumed : {false, true}) {
+    HookedHost host(noRecords());
+    Names ends;
+    Names keeps;
+    startAndEnd(host);
+    host.leaveResult(handoffId, "1");
+    host.hook = [&](Port port, std::string_view text) {
+      if (port == Port::store && text == "keep payment") {
+        keeps.emplace_back(text);
+        host.pasteboard.place({}, "copied by the user");
+      }
+      if (port == Port::pasteboardRead && isResumed && !host.sdk->isPaymentInProgress() && ends.empty()) {
+        EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));
+      }
+    };
+    EXPECT_TRUE(host.sdk->handleCallback(sealedAnswer()));
+    EXPECT_EQ(keeps, Names{"keep payment"}) << "with the result itself";
+    EXPECT_EQ(host.pasteboard.string(), "copied by the user");
+    if (!isResumed) {
+      EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));
+    }
     host.loop.runPending();
     EXPECT_EQ(ends, Names{"1 success+"});
   }

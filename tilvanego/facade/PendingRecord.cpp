@@ -138,6 +138,14 @@ bool namesCardData(std::string text) {
   return true;
 }
 
+/// Whether a compressed result has a payload among its items again.
+bool hasInnerPayload(const JSONValue& envelope) {
+  const auto* items = envelope["payload"]["query_items"].dictionaryValue();
+  return items != nullptr && std::ranges::any_of(*items, [](const auto& item) {
+           return secretNamed(item.first) == Secret::payload;
+         });
+}
+
 /// Whether bytes follow the gzip stream of a payload, which no reader looks at.
 bool hasTail(const URL& callback) {
   auto payload = queryValue(callback, {"payload"});
@@ -213,9 +221,9 @@ WritingObstacle obstacleTo(OperationKind kind, const URL& callback) {
   if (payloads == 0) return none;
   auto unpacked = payloadJSON(callback);
   const WipedAtEnd wiped(unpacked);
-  if (payloads > 1 || !unpacked || !json::decode<JSONValue>(*unpacked) || hasTail(callback)) {
-    return unreadable;
-  }
+  if (payloads > 1 || !unpacked || hasTail(callback)) return unreadable;
+  const auto envelope = json::decode<JSONValue>(*unpacked);
+  if (!envelope || hasInnerPayload(*envelope)) return unreadable;
   return namesCardData(*unpacked) ? cardData : none;
 }
 
