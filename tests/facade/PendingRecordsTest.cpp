@@ -253,7 +253,7 @@ TEST(PendingRecords, OfAnAwaitedOperationLiveUntilItsCoroutineHasComeBack) {
       EXPECT_TRUE(host.sdk->pendingOperations().empty());
       EXPECT_EQ(host.sdk->resumePayment(noting(notes, "1")).has_value(), isDestroyed);
       host.loop.runPending();
-      EXPECT_EQ(notes.back(), isDestroyed ? "1 success+" : "success");
+      EXPECT_EQ(notes, Names{isDestroyed ? "1 success+" : "success"});
     }
   }
   // One that is refused while a completion runs has nothing to do with the record of that one.
@@ -464,8 +464,8 @@ TEST(CardData, IsNotWrittenWhereItCouldBeAndEverythingElseIs) {
     const auto span = std::span(reinterpret_cast<const std::uint8_t*>(json.data()), json.size());
     Bytes bytes = detail::gzipCompress(span).value();
     change(bytes);
-    return answer("transport=gzip&encoding=" + std::string(encoding) + "&payload=" +
-                  base64URLEncode(bytes) + "&payload_size=" + std::to_string(wholeSize + jsonSize) +
+    return answer("transport=gzip&encoding=" + std::string(encoding) + "&payload=" + base64URLEncode(bytes) +
+                  "&payload_size=" + std::to_string(wholeSize + jsonSize) +
                   "&compressed_size=" + std::to_string(static_cast<int>(bytes.size()) + size));
   };
   const auto nothing = [](Bytes&) {};
