@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(records->size() <= maximumPendingRecords, "there are not too many");
     std::vector<const PendingRecord*> all;
     for (PendingRecord& record : *records) {
-      if (record.callback && !mayBeWritten(kind, record.callback->url)) record.callback.reset();
+      const auto& callback = record.callback;
+      if (callback && obstacleTo(kind, callback->url) != WritingObstacle::none) record.callback.reset();
       all.push_back(&record);
     }
     const auto written = writePendingRecords(kind, all);

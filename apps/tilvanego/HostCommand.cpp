@@ -32,6 +32,9 @@ struct HostArguments {
   std::string state;
 };
 
+/// The check of an option that takes a path.
+std::string isNamed(const std::string& path) { return path.empty() ? "it is empty: name a path" : ""; }
+
 void runLine(const LineBuffer::Line& line, HostSession& session) {
   if (line.tooLong) {
     session.events().error("The line is longer than " + std::to_string(LineBuffer::longestLine) + " bytes.");
@@ -105,12 +108,14 @@ void addHostCommand(CLI::App& program) {
   command
       ->add_option("--callbacks", arguments->callbacks,
                    "A socket to make, for: tilvanego callback SOCKET URL")
+      ->check(isNamed)
       ->type_name("SOCKET");
   command
       ->add_option(
           "--state", arguments->state,
           "A directory that keeps pending operations, so that a host that was killed finds them at its "
           "next start")
+      ->check(isNamed)
       ->type_name("DIR");
   command->footer("Try: echo '{\"pending\":\"payment\"}' | tilvanego host");
   command->callback([arguments] { endWith(runHost(*arguments)); });

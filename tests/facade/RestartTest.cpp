@@ -292,6 +292,17 @@ TEST(Restart, WhatTheStoreHoldsAndTheLibraryDidNotWriteIsSetAsideWithOneWarning)
   }
 }
 
+TEST(Restart, EachKindThatIsSetAsideHasItsWarning) {
+  HookedHost host(std::make_shared<Records>(Records{{"payment", "{torn"}, {"capture", "{torn"}}));
+  Names warnings;
+  host.hook = [&](Port port, std::string_view message) {
+    if (port == Port::logger) warnings.emplace_back(message);
+  };
+  EXPECT_EQ(interrupted(host), Names{});
+  ASSERT_EQ(warnings.size(), 2U);
+  EXPECT_TRUE(warnings[0].contains("capture") && warnings[1].contains("payment"));
+}
+
 TEST(WithoutAStore, NothingSurvivesAndAStartReadsNoClockOfTheHosts) {
   HookedHost host;
   host.hook = [](Port port, std::string_view) { EXPECT_NE(port, Port::clock); };

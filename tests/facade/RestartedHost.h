@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
+
+#include <tilvanego/transports/CompressedURLPayload.h>
 
 #include "tests/facade/HookedHost.h"
 #include "tests/facade/RandomSequences.h"
@@ -42,6 +45,40 @@ inline Names interrupted(const HookedHost& host) {
                     (one.callbackReceived ? "+" : ""));
   }
   return names;
+}
+
+inline constexpr int always = 1'000;
+inline const std::string handoffId(43, 'A');
+
+/// The callback of "shop://done" with a result on the pasteboard, or compressed.
+inline URL sealedAnswer() { return answer("transport=pasteboard&resultHandoffId=" + handoffId); }
+inline URL zippedAnswer(const std::string& requestId, detail::ResultQueryItems items = {}) {
+  items.insert({{"request_id", requestId}, {"status", "approved"}});
+  const auto payload = detail::encodeCompressedPayload(
+      detail::makeURLPayloadEnvelope(detail::PaymentHandoffDirection::result, requestId, Date(),
+                                     detail::PaymentURLResultPayload{std::move(items)}));
+  return answer("transport=gzip&encoding=gzip-json&payload=" + payload->text +
+                "&payload_size=" + std::to_string(payload->jsonSize) +
+                "&compressed_size=" + std::to_string(payload->compressedSize));
+}
+
+/// What the next process would find now.
+inline Names nextFinds(const HookedHost& host) {
+  const HookedHost next(std::make_shared<Records>(*host.records));
+  return interrupted(next);
+}
+
+/// A hook that throws in the first `times` calls of this name, and notes the warnings.
+inline HookedHost::Hook failing(std::string call, int times, Names& warnings) {
+  return [call = std::move(call), left = std::make_shared<int>(times), &warnings](Port port,
+                                                                                  std::string_view text) {
+    if (port == Port::logger) warnings.emplace_back(text);
+    if (port == Port::store && text == call && (*left)-- > 0) throw Thrown();
+  };
+}
+
+inline bool hasOne(const Names& texts, std::string_view part) {
+  return std::ranges::count_if(texts, [&](const auto& text) { return text.contains(part); }) == 1;
 }
 
 }  // namespace tilvanego::test

@@ -87,6 +87,8 @@ class Usage(unittest.TestCase):
             (["host", "--replay"], b"--replay"),
             (["host", "--pasteboard", "none"], b"--pasteboard"),
             (["host", "--open", ""], b"--open"),
+            (["host", "--state", ""], b"--state"),
+            (["host", "--callbacks="], b"--callbacks"),
             (["host", "--open", "echo 'half"], b"--open"),
             (["demo", "--transport", "pigeon"], b"--transport"),
             (["demo", "--outcome", "luck"], b"--outcome"),

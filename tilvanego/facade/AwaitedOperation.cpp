@@ -44,7 +44,10 @@ void AwaitedOperation::stop(std::exception_ptr failure) {
 void AwaitedOperation::drop() {
   waiting_ = nullptr;
   stop(cancelled());
+  leaveRecord();
 }
+
+void AwaitedOperation::leaveRecord() { facade_->leaveRecord(kind_, std::exchange(record_, 0)); }
 
 std::function<void()> AwaitedOperation::stopping(std::function<std::exception_ptr()> failure) {
   return [queue = facade_->mainQueue(), weak = weak_from_this(), failure = std::move(failure)] {
@@ -82,8 +85,9 @@ std::shared_ptr<void> AwaitedOperation::end() {
 
 void AwaitedOperation::finish(const std::function<void()>& store) {
   // It lives until the coroutine has the result.
-  record_ = facade_->takeEndingRecord();
+  record_ = facade_->takeEndingRecord(kind_);
   over_ = true;
+  if (!waiting_) leaveRecord();
   try {
     store();
   } catch (...) {
@@ -97,9 +101,10 @@ void AwaitedOperation::goOn() {
 }
 
 void AwaitedOperation::resume() {
-  const auto record = std::exchange(record_, 0);
   const auto waiting = std::exchange(waiting_, nullptr);
-  if (!waiting) return facade_->leaveRecord(kind_, record);
+  if (!waiting) return;
+  const auto record = std::exchange(record_, 0);
+  facade_->passRecordOn(kind_, record);
   // Also if the coroutine throws: it has run.
   struct RecordEnd {
     ~RecordEnd() { facade.dropRecord(kind, record); }

@@ -20,7 +20,7 @@ namespace tilvanego::detail {
 /// that is the same for each kind. Used on the main thread only.
 ///
 /// With a pending store, the operation's record lives until the coroutine has come back from its resumption.
-/// If the coroutine was destroyed before that, the record becomes that of an interrupted operation.
+/// If the coroutine is destroyed before that, the record becomes that of an interrupted operation at once.
 ///
 /// The completion's last copy tells of its end. So the operation is the one in the slot from the end of its
 /// start until it is over: the completion was called, or was destroyed by whoever cancelled it.
@@ -60,6 +60,8 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation> {
 
  private:
   virtual void cancel() = 0;
+  /// Nobody will have the result.
+  void leaveRecord();
   void goOn();
   void resume();
 

@@ -75,7 +75,8 @@ class Facade : public std::enable_shared_from_this<Facade> {
   template <typename Operation>
   void cancel() {
     const auto record = slot<Operation>() ? slot<Operation>()->record : 0;
-    static_cast<void>(take<Operation>());
+    // What it captured ends after the record.
+    const auto dropped = take<Operation>();
     if (record != 0) dropRecord(Operation::kind, record);
   }
 
@@ -107,12 +108,12 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// except that the pending store is read by the first call of all.
   [[nodiscard]] CallbackExplanation explain(const URL& url) const;
 
-  /// For a completion that only passes the result on: takes the record of the operation that it ends, whose
-  /// end is then the caller's task (`dropRecord`, `leaveRecord`). To be called before anything else. Returns
-  /// 0 if there is none.
-  [[nodiscard]] PendingRecords::Id takeEndingRecord() {
-    return recordEnd_ != nullptr ? recordEnd_->release() : 0;
-  }
+  /// For a completion that only passes the result on, in a later turn: takes the record of the operation that
+  /// it ends, whose end is then the caller's task (`dropRecord`, `leaveRecord`). To be called before anything
+  /// else. Returns 0 if there is none. `pendingOperations` has it until `passRecordOn`.
+  [[nodiscard]] PendingRecords::Id takeEndingRecord(OperationKind kind);
+  /// The turn of a taken record has come.
+  void passRecordOn(OperationKind kind, PendingRecords::Id record);
   /// Removes a record, if there is one.
   void dropRecord(OperationKind kind, PendingRecords::Id record) noexcept;
   /// Leaves a record, if there is one, as that of an interrupted operation: nobody received the result.
@@ -231,8 +232,9 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] PendingRecords::Id readerOf(const URL& url) const;
   /// Keeps `url` for the interrupted operation whose callback it is. Returns false if there is none.
   [[nodiscard]] bool keptForInterrupted(const URL& url);
-  /// Keeps the result on the pasteboard that `url` names, and removes it from there once the store has it.
-  void keepFromPasteboard(PendingRecords::Id record, const URL& url);
+  /// The callback that would have carried the result on the pasteboard which `url` names; nothing if that
+  /// isn't one of this payment. The pasteboard stays as it is.
+  [[nodiscard]] std::optional<URL> unsealedCallback(PendingRecords::Id record, const URL& url) const;
 
   void debugLine(const std::string& text) { platform_.debugOutput->writeLine(text); }
   void log(TilvaneLogLevel level, std::string_view message);

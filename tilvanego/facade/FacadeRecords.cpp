@@ -32,6 +32,7 @@ Date Facade::quietNow() const {
 std::vector<PendingOperation> Facade::pendingOperations() const {
   std::vector<PendingOperation> operations;
   forEachInRouterOrder([&]<OperationKind kind>() {
+    if (records_) records_->appendWaiting(kind, operations);
     if (const auto& pending = slot<OperationOf<kind>>()) {
       operations.push_back({kind, pending->request.requestId(), pending->startedAt, pending->transport});
     }
@@ -51,6 +52,16 @@ bool Facade::forgetInterrupted(OperationKind kind) {
   const auto id = records_->oldestInterrupted(kind);
   if (id != 0) records_->remove(kind, id);
   return id != 0;
+}
+
+PendingRecords::Id Facade::takeEndingRecord(OperationKind kind) {
+  const auto record = recordEnd_ != nullptr ? recordEnd_->release() : 0;
+  if (record != 0) records_->setWaiting(kind, record, true);
+  return record;
+}
+
+void Facade::passRecordOn(OperationKind kind, PendingRecords::Id record) {
+  if (record != 0) records_->setWaiting(kind, record, false);
 }
 
 void Facade::dropRecord(OperationKind kind, PendingRecords::Id record) noexcept {
@@ -137,27 +148,33 @@ PendingRecords::Id Facade::readerOf(const URL& url) const {
 bool Facade::keptForInterrupted(const URL& url) {
   const auto taker = interruptedTaker(url);
   if (!taker) return false;
-  const PendingRecord* const record = records_->find(taker->kind, taker->id);
-  const auto& kept = record->callback;
+  const auto& kept = records_->find(taker->kind, taker->id)->callback;
   // A callback that names nothing on the pasteboard, or no longer, gives way to one that does.
-  const bool isUnread = kept && !kept->isUnsealed && resultHandoffId(kept->url);
-  if (!kept) records_->setCallback(taker->kind, taker->id, {url});
-  if (taker->kind == OperationKind::payment && resultHandoffId(url) && (isUnread || !taker->hasCallback)) {
-    keepFromPasteboard(taker->id, url);
+  const bool isUnread = !kept || (!kept->isUnsealed && resultHandoffId(kept->url));
+  std::optional<URL> unsealed;
+  const WipedAtEnd wiped(unsealed);
+  if (taker->kind == OperationKind::payment && isUnread && resultHandoffId(url)) {
+    unsealed = unsealedCallback(taker->id, url);
   }
+  // The pasteboard is host code, which may have resumed or forgotten the payment.
+  const auto takers = records_->takersAt(taker->kind, url);
+  if (std::ranges::find(takers, taker->id, &PendingRecords::Taker::id) == takers.end()) return false;
+  if (unsealed && records_->setCallback(taker->kind, taker->id, {*unsealed, true})) {
+    clearHandoffEnvelope(*platform_.pasteboard, *resultHandoffId(url));
+  }
+  if (unsealed || !taker->hasCallback) records_->setCallback(taker->kind, taker->id, {url});
   return true;
 }
 
-void Facade::keepFromPasteboard(PendingRecords::Id record, const URL& url) {
+std::optional<URL> Facade::unsealedCallback(PendingRecords::Id record, const URL& url) const {
   const PendingRecord* const found = records_->find(OperationKind::payment, record);
   const auto request = found ? restoredRequest<PaymentRequest>(found->request) : std::nullopt;
-  if (!request) return;
-  // It is read now: it expires, and any program may replace it.
-  bool isKept = false;
-  static_cast<void>(paymentResult(URL(url), *request, readingPlatform(platform_), [&](const URL& callback) {
-    isKept = records_->setCallback(OperationKind::payment, record, {callback, true});
-  }));
-  if (isKept) clearHandoffEnvelope(*platform_.pasteboard, *resultHandoffId(url));
+  std::optional<URL> unsealed;
+  if (request) {
+    static_cast<void>(paymentResult(URL(url), *request, readingPlatform(platform_),
+                                    [&](const URL& callback) { unsealed = callback; }));
+  }
+  return unsealed;
 }
 
 }  // namespace tilvanego::detail

@@ -10,7 +10,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// An operation that waits for its callback.
+/// An operation that waits for its callback. With a pending store, also an awaited one whose callback came
+/// and whose coroutine hasn't gone on yet, though its slot is free.
 struct PendingOperation {
   OperationKind kind;
   /// Absent if the request has none.

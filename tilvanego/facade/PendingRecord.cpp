@@ -1,12 +1,17 @@
 #include <tilvanego/facade/PendingRecord.h>
 
 #include <algorithm>
+#include <charconv>
 #include <initializer_list>
+#include <system_error>
 
 #include <tilvanego/frame/CallbackURLs.h>
+#include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/operations/Records.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
+#include <tilvanego/transports/Gzip.h>
+#include <tilvanego/values/Base64.h>
 #include <tilvanego/values/DateFormats.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -57,7 +62,8 @@ JSONValue written(const PendingRecord& record, bool withCallback) {
 /// Appends the JSON of a record to `text`, which may have `limit` bytes.
 RecordInText append(std::string& text, std::size_t limit, OperationKind kind, const PendingRecord& record) {
   using enum RecordInText::Part;
-  const bool hasCallback = record.callback && mayBeWritten(kind, record.callback->url);
+  const auto obstacle = record.callback ? obstacleTo(kind, record.callback->url) : WritingObstacle::none;
+  const bool hasCallback = record.callback && obstacle == WritingObstacle::none;
   RecordInText in;
   for (const bool withCallback : {true, false}) {
     if (withCallback && !hasCallback) continue;
@@ -65,6 +71,9 @@ RecordInText append(std::string& text, std::size_t limit, OperationKind kind, co
     if (one && one->size() < limit - text.size()) {
       text.append(text.ends_with('[') ? "" : ",").append(*one);
       in.part = withCallback == hasCallback ? whole : allButTheCallback;
+      if (obstacle == WritingObstacle::unreadable) {
+        in = {allButTheCallback, "What it has compressed can't be read, and could be card data."};
+      }
       return in;
     }
     in.reason = one ? "The records of this kind have more than 4 MiB."
@@ -74,28 +83,80 @@ RecordInText append(std::string& text, std::size_t limit, OperationKind kind, co
   return in;
 }
 
-/// Whether an object in the value has a key that names card data.
-bool holdsCardData(const JSONValue& value) {
-  if (const auto* list = value.arrayValue()) return std::ranges::any_of(*list, holdsCardData);
-  const auto* object = value.dictionaryValue();
-  return object != nullptr && std::ranges::any_of(*object, [](const auto& entry) {
-           return secretNamed(entry.first) == Secret::cardData || holdsCardData(entry.second);
+/// The byte that an escape of a URL or of JSON stands for at the beginning of a text, and its length.
+std::optional<std::pair<char, std::size_t>> escapeAt(std::string_view text) {
+  const bool isJSON = text.starts_with("\\u");
+  if (!isJSON && !text.starts_with('%')) return std::nullopt;
+  const std::string_view digits = text.substr(isJSON ? 2 : 1, isJSON ? 4 : 2);
+  const char* const end = digits.data() + digits.size();
+  unsigned value = 0;
+  const auto read = std::from_chars(digits.data(), end, value, 16);
+  if (read.ec != std::errc() || read.ptr != end || digits.size() != (isJSON ? 4 : 2) ||
+      value > (isJSON ? 0x7FU : 0xFFU)) {
+    return std::nullopt;
+  }
+  return std::pair(static_cast<char>(value), digits.size() + (isJSON ? 2 : 1));
+}
+
+/// Decodes the escapes in place, once. Returns false if there are none.
+bool unescape(std::string& text) {
+  std::size_t end = 0;
+  std::size_t next = 0;
+  while (next < text.size()) {
+    const auto [byte, length] =
+        escapeAt(std::string_view(text).substr(next)).value_or(std::pair(text[next], std::size_t{1}));
+    text[end++] = byte;
+    next += length;
+  }
+  const bool isChanged = end < text.size();
+  text.resize(end);
+  return isChanged;
+}
+
+/// Whether a word of the text names card data.
+bool hasCardDataName(std::string_view text) {
+  const auto isInWord = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           static_cast<unsigned char>(c) >= 0x80;
+  };
+  for (auto at = text.begin(); at != text.end();) {
+    const auto word = std::find_if(at, text.end(), isInWord);
+    at = std::find_if_not(word, text.end(), isInWord);
+    if (secretNamed(std::string_view(word, at)) == Secret::cardData) return true;
+  }
+  return false;
+}
+
+/// The same with all escapes decoded. A text that is escaped ever again counts as one with card data.
+bool namesCardData(std::string text) {
+  constexpr int mostEscapes = 8;
+  const WipedAtEnd wiped(text);
+  for (int number = 0; number <= mostEscapes; ++number) {
+    if (hasCardDataName(text)) return true;
+    if (!unescape(text)) return false;
+  }
+  return true;
+}
+
+/// Whether a compressed result has a payload among its items again.
+bool hasInnerPayload(const JSONValue& envelope) {
+  const auto* items = envelope["payload"]["query_items"].dictionaryValue();
+  return items != nullptr && std::ranges::any_of(*items, [](const auto& item) {
+           return secretNamed(item.first) == Secret::payload;
          });
 }
 
-bool holdsCardData(std::string_view json) {
-  const auto value = json::decode<JSONValue>(json);
-  return value && holdsCardData(*value);
-}
-
-bool holdsCardData(const RawQueryItem& item) {
-  if (secretNamed(item.decodedName()) == Secret::cardData) return true;
-  auto value = item.value.decoded();
-  const WipedAtEnd wiped(value);
-  if (!value) return false;
-  const auto first = value->find_first_not_of(" \t\r\n");
-  return first != value->npos && ((*value)[first] == '[' || (*value)[first] == '{') &&
-         holdsCardData(std::string_view(*value));
+/// Whether bytes follow the gzip stream of a payload, which no reader looks at.
+bool hasTail(const URL& callback) {
+  auto payload = queryValue(callback, {"payload"});
+  const WipedAtEnd wipedPayload(payload);
+  auto compressed = payload ? base64URLDecode(*payload) : std::nullopt;
+  const WipedAtEnd wiped(compressed);
+  if (!compressed || compressed->empty()) return false;
+  compressed->pop_back();
+  auto unpacked = gzipDecompress(*compressed, maxPayloadJSON);
+  const WipedAtEnd wipedText(unpacked);
+  return unpacked.has_value();
 }
 
 /// Stores the callback of a record; false if it isn't one.
@@ -151,13 +212,19 @@ std::optional<std::string> pending_field::requestIdIn(const JSONValue::Dictionar
   return entry == request.end() ? std::nullopt : Form<std::string>::read(entry->second);
 }
 
-bool mayBeWritten(OperationKind kind, const URL& callback) {
-  if (kind == OperationKind::clearData) return false;
-  const auto holds = [](const RawQueryItem& item) { return holdsCardData(item); };
-  if (std::ranges::any_of(callback.rawQueryItems(), holds)) return false;
+WritingObstacle obstacleTo(OperationKind kind, const URL& callback) {
+  using enum WritingObstacle;
+  if (kind == OperationKind::clearData || namesCardData(callback.absoluteString())) return cardData;
+  const auto payloads = std::ranges::count_if(callback.rawQueryItems(), [](const RawQueryItem& item) {
+    return secretNamed(item.decodedName()) == Secret::payload;
+  });
+  if (payloads == 0) return none;
   auto unpacked = payloadJSON(callback);
   const WipedAtEnd wiped(unpacked);
-  return !unpacked || !holdsCardData(std::string_view(*unpacked));
+  if (payloads > 1 || !unpacked || hasTail(callback)) return unreadable;
+  const auto envelope = json::decode<JSONValue>(*unpacked);
+  if (!envelope || hasInnerPayload(*envelope)) return unreadable;
+  return namesCardData(*unpacked) ? cardData : none;
 }
 
 PendingText writePendingRecords(OperationKind kind, const std::vector<const PendingRecord*>& records) {

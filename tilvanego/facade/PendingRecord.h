@@ -73,8 +73,9 @@ struct PendingText {
 };
 
 /// Writes the records of one kind as one JSON text, in their order. Leaves out a callback that must not be
-/// written (`mayBeWritten`): such a record counts as whole. A record that can't be written doesn't prevent
-/// the others: one with a text that isn't UTF-8, or beyond the limits above, which the first ones use up.
+/// written (`obstacleTo`): a record without card data counts as whole. A record that can't be written doesn't
+/// prevent the others: one with a text that isn't UTF-8, or beyond the limits above, which the first ones use
+/// up.
 [[nodiscard]] PendingText writePendingRecords(OperationKind kind,
                                               const std::vector<const PendingRecord*>& records);
 
@@ -83,9 +84,13 @@ struct PendingText {
 [[nodiscard]] std::expected<std::vector<PendingRecord>, std::string> readPendingRecords(
     OperationKind kind, std::string_view text);
 
-/// Whether a callback of this kind may be kept outside the memory: it must carry no card data, neither in its
-/// items nor in the JSON in them, compressed or not.
-[[nodiscard]] bool mayBeWritten(OperationKind kind, const URL& callback);
+/// Why a callback is kept in memory alone: it names card data, or has a compressed payload that can't be
+/// read, and so could have some.
+enum class WritingObstacle { none, cardData, unreadable };
+
+/// Looks for the names of card data in all of the callback's text, however escaped, and in its compressed
+/// payload. A name without a value counts, too: rather too little is written than too much.
+[[nodiscard]] WritingObstacle obstacleTo(OperationKind kind, const URL& callback);
 
 namespace pending_field {
 

@@ -8,6 +8,7 @@
 #include <tilvanego/facade/RouterOrder.h>
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
+#include <tilvanego/values/DateFormats.h>
 #include <tilvanego/values/DebugLiteral.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -74,17 +75,37 @@ void PendingRecords::readKind(OperationKind kind) {
   const auto text = store_.read(nameOf(kind));
   all.isRead = text.has_value();
   if (!text) return warnOfReading(kind, text.error());
-  if (!*text) return;
+  if (!*text) {
+    std::vector<PendingRecord> none;
+    all.holdsEnded = false;
+    return takeOwn(kind, none);
+  }
   const auto hash = std::hash<std::string>()(**text);
   if (hash == all.known || hash == all.tried) return;
   auto records = readPendingRecords(kind, **text);
   if (!records) {
     const auto moved = store_.setAside(nameOf(kind));
     all.isRead = moved.has_value();
-    return warnOfReading(kind, records.error() + " " + (moved ? "It was set aside." : moved.error()));
+    return warnOfText(kind, records.error(), moved);
   }
   all.known = hash;
+  takeOwn(kind, *records);
   addFound(kind, *std::move(records));
+}
+
+void PendingRecords::takeOwn(OperationKind kind, std::vector<PendingRecord>& found) {
+  for (Entry& own : of(kind).entries) {
+    const auto same = [&](const PendingRecord& one) {
+      return one.request == own.record.request && one.transport == own.record.transport &&
+             internetDateText(one.startedAt) == internetDateText(own.record.startedAt) &&
+             (!one.callback || one.callback == own.record.callback);
+    };
+    const auto it = own.isStored ? std::ranges::find_if(found, same) : found.end();
+    own.isStored = it != found.end();
+    if (!own.isStored) continue;
+    if (it->callback != own.record.callback) own.storedState = 0;
+    found.erase(it);
+  }
 }
 
 void PendingRecords::addFound(OperationKind kind, std::vector<PendingRecord> records) {
@@ -108,7 +129,17 @@ void PendingRecords::warnOfReading(OperationKind kind, const std::string& reason
   const bool isTold =
       std::ranges::any_of(kinds_, [&](const OfKind& one) { return one.toldReason == reason; });
   of(kind).toldReason = reason;
-  if (isTold) return;
+  if (!isTold) tellOfReading(kind, reason);
+}
+
+void PendingRecords::warnOfText(OperationKind kind, const std::string& reason,
+                                const std::expected<void, std::string>& moved) {
+  if (moved) return tellOfReading(kind, reason + " It was set aside.");
+  const std::string all = reason + " " + moved.error();
+  if (std::exchange(of(kind).toldReason, all) != all) tellOfReading(kind, all);
+}
+
+void PendingRecords::tellOfReading(OperationKind kind, const std::string& reason) {
   warn_("What an earlier process kept of its " + operationWords(kind) + " can't be read. " + reason);
 }
 
@@ -143,20 +174,15 @@ bool PendingRecords::setCallback(OperationKind kind, Id id, KeptCallback callbac
     const Entry* const now = entry(kind, id);
     return now != nullptr && now->isInStore();
   };
-  if (found->wasUnsealed && !callback.isUnsealed) return isInStore();
   if (!callback.isUnsealed) found->handoffId = resultHandoffId(callback.url);
+  if (found->wasUnsealed && !callback.isUnsealed) return isInStore();
   found->callbackCame = true;
   found->wasUnsealed = callback.isUnsealed;
   auto& kept = found->record.callback;
-  const bool isWritten = mayBeWritten(kind, callback.url);
-  const bool isChanged = isWritten || kept;
+  const auto isInText = [&](const URL& url) { return obstacleTo(kind, url) != WritingObstacle::cardData; };
+  const bool isChanged = isInText(callback.url) || (kept && isInText(kept->url));
   if (kept) wipe(kept->url);
-  kept.reset();
-  if (isWritten || found->isInterrupted) {
-    kept = std::move(callback);
-  } else {
-    wipe(callback.url);
-  }
+  kept = std::move(callback);
   if (isChanged) {
     ++found->state;
     save(kind);
@@ -174,12 +200,24 @@ void PendingRecords::remove(OperationKind kind, Id id) {
   save(kind);
 }
 
+void PendingRecords::setWaiting(OperationKind kind, Id id, bool isWaiting) {
+  if (Entry* const found = entry(kind, id)) found->isWaiting = isWaiting;
+}
+
+void PendingRecords::appendWaiting(OperationKind kind, std::vector<PendingOperation>& operations) const {
+  for (const Entry& one : of(kind).entries) {
+    const PendingRecord& record = one.record;
+    if (one.isWaiting) operations.push_back({kind, record.requestId, record.startedAt, record.transport});
+  }
+}
+
 void PendingRecords::leave(OperationKind kind, Id id) {
   Entry* const found = entry(kind, id);
   if (found == nullptr) return;
   if (!found->callbackCame) return remove(kind, id);
   found->isInterrupted = true;
   found->isDelivering = false;
+  found->isWaiting = false;
 }
 
 std::vector<InterruptedOperation> PendingRecords::interrupted() const {
@@ -220,20 +258,23 @@ std::optional<PendingRecords::Taker> PendingRecords::takerOf(const URL& callback
   const auto first = [&](bool hasCallback, auto isIt) -> std::optional<Taker> {
     for (const OperationKind kind : routerOrder) {
       for (const Entry& one : of(kind).entries) {
-        if (one.record.callback.has_value() == hasCallback && one.takes(callback) &&
-            isIt(one.record.requestId))
+        if (one.record.callback.has_value() == hasCallback && one.takes(callback) && isIt(one.record))
           return Taker{kind, one.id, hasCallback};
       }
     }
     return std::nullopt;
   };
+  if (requestId || unnamed) {
+    const auto cameAsIt = [&](const PendingRecord& one) { return one.callback->url == callback; };
+    if (auto same = first(true, cameAsIt)) return same;
+  }
   if (requestId) {
-    const auto isNamed = [&](const auto& id) { return id == requestId; };
+    const auto isNamed = [&](const PendingRecord& one) { return one.requestId == requestId; };
     if (auto named = first(false, isNamed)) return named;
     if (auto named = first(true, isNamed)) return named;
   }
   if (!unnamed) return std::nullopt;
-  return first(false, [&](const auto& id) { return !requestId || !id; });
+  return first(false, [&](const PendingRecord& one) { return !requestId || !one.requestId; });
 }
 
 std::vector<PendingRecords::Taker> PendingRecords::takersAt(OperationKind kind, const URL& callback) const {
@@ -282,8 +323,10 @@ void PendingRecords::write(OperationKind kind) {
   }
   auto written = tryToWrite(kind);
   if (!written) {
-    // It may be that another process has kept a text since.
+    // It may be that another process has kept a text since. One that isn't the user's alone is set aside by
+    // the first reading.
     readKind(kind);
+    if (!of(kind).isRead) readKind(kind);
     if (of(kind).isRead) written = tryToWrite(kind);
   }
   if (!written) warnOfWriting(kind, written.error());

@@ -28,7 +28,7 @@ namespace tilvanego::detail {
 /// A text that wasn't read is never replaced or removed. The text of a kind is read before its first write,
 /// and at each use until that succeeds; what can't be understood is set aside first. After a write that
 /// failed it is read again, since another process may have written one: what this process didn't write is
-/// added, and written with the rest.
+/// added, and written with the rest. That process may have written the records of this one, too.
 class PendingRecords {
  public:
   /// Identifies a record within this process. 0 is none.
@@ -45,15 +45,19 @@ class PendingRecords {
   /// Adds the record of a pending operation. If there are too many of its kind, drops an interrupted one: the
   /// oldest without a callback, else the oldest.
   void add(OperationKind kind, Id id, PendingRecord record);
-  /// Stores the callback of a record. That of an earlier call stays if it was unsealed and this one isn't.
-  /// One that must not be written stays in memory, and only for an interrupted operation, which needs it
-  /// there; the store then has the record without a callback. Returns false if the store doesn't have the
-  /// newest state of the record.
+  /// Stores the callback of a record. That of an earlier call stays if it was unsealed and this one isn't:
+  /// this one is then remembered as the one that named it.
+  /// One that must not be written stays in memory; the store then has the record without a callback. Returns
+  /// false if the store doesn't have the newest state of the record, card data apart.
   bool setCallback(OperationKind kind, Id id, KeptCallback callback);
   /// Wipes its callback, which may have card data.
   void remove(OperationKind kind, Id id);
+  /// Sets whether the result of an operation waits for the turn of its coroutine.
+  void setWaiting(OperationKind kind, Id id, bool isWaiting);
+  /// Appends the operations whose result waits.
+  void appendWaiting(OperationKind kind, std::vector<PendingOperation>& operations) const;
   /// Nobody in this process receives the result of an operation whose callback has come: makes its record
-  /// that of an interrupted one. Removes a record without a callback.
+  /// that of an interrupted one, without a call of host code. Removes a record without a callback.
   void leave(OperationKind kind, Id id);
 
   /// The record, or null. Valid until the next call of host code.
@@ -77,7 +81,8 @@ class PendingRecords {
   /// The interrupted operation that waits for this callback: its callback URL is this one, and its request id
   /// is `requestId`. If none has that id, the one whose callback with that id has come. If there is none
   /// either, and `unnamed` is true, one whose id can't differ, since the callback or the request has none. In
-  /// the router's order, the oldest first.
+  /// the router's order, the oldest first. With an id, or if `unnamed` is true, the one before all of these
+  /// to which the very same URL came.
   [[nodiscard]] std::optional<Taker> takerOf(const URL& callback, const std::optional<std::string>& requestId,
                                              bool unnamed) const;
   /// All that have this callback URL, whether their callback has come or not. The oldest first.
@@ -95,6 +100,8 @@ class PendingRecords {
     bool isInterrupted;
     /// It was resumed with its callback.
     bool isDelivering = false;
+    /// Its result waits for the turn of its coroutine.
+    bool isWaiting = false;
     bool callbackCame = false;
     /// Its result was on the pasteboard: a callback that only names it tells nothing more.
     bool wasUnsealed = false;
@@ -135,6 +142,8 @@ class PendingRecords {
   [[nodiscard]] Entry* entry(OperationKind kind, Id id);
   /// Adds what the store holds and this process didn't write.
   void readKind(OperationKind kind);
+  /// Removes those of this process from what the store holds, and notes which ones it holds.
+  void takeOwn(OperationKind kind, std::vector<PendingRecord>& found);
   void addFound(OperationKind kind, std::vector<PendingRecord> records);
   /// Returns false if no record had to be dropped, or none could be.
   bool dropOne(OperationKind kind);
@@ -143,8 +152,12 @@ class PendingRecords {
   void write(OperationKind kind);
   [[nodiscard]] std::expected<void, std::string> tryToWrite(OperationKind kind);
   void warnOfDropping(OperationKind kind);
-  /// Tells the same reason once, though each kind has it.
+  /// Tells the same reason of the store once, though each kind has it.
   void warnOfReading(OperationKind kind, const std::string& reason);
+  /// The text of this kind can't be understood, and was moved aside, or couldn't be.
+  void warnOfText(OperationKind kind, const std::string& reason,
+                  const std::expected<void, std::string>& moved);
+  void tellOfReading(OperationKind kind, const std::string& reason);
   void warnOfWriting(OperationKind kind, const std::string& reason);
 
   PendingStore& store_;

@@ -215,7 +215,8 @@ class TilvaneGo final {
       URL url, const std::optional<std::string>& expectedRequestId = std::nullopt,
       const std::optional<URL>& expectedCallbackURL = std::nullopt);
 
-  /// The operations that wait for their callbacks, in the order in which they are offered one.
+  /// The operations that wait for their callbacks (`PendingOperation`), in the order in which they are
+  /// offered one.
   [[nodiscard]] std::vector<PendingOperation> pendingOperations() const;
 
   // What follows needs `Platform::pendingStore`; without one, nothing is kept and nothing is found. An

@@ -110,6 +110,47 @@ TEST(FilePendingStore, NeitherReplacesNorRemovesWhatItHasNotRead) {
   EXPECT_FALSE(store.remove("payment"));
   EXPECT_EQ(store.read("payment").value(), "another's");
   EXPECT_TRUE(store.keep("payment", "both"));
+
+  // What takes the place of its own text, or changes it.
+  const fs::path path = store.directory() / "payment";
+  for (const auto& change : std::initializer_list<std::function<void()>>{
+           [&] {
+             writeFile(path.string() + ".other", "foreign"), fs::rename(path.string() + ".other", path);
+           },
+           [&] { writeFile(path, "foreign"); }}) {
+    EXPECT_TRUE(store.keep("payment", "own"));
+    change();
+    EXPECT_FALSE(store.keep("payment", "own again"));
+    EXPECT_FALSE(store.remove("payment"));
+    EXPECT_EQ(store.read("payment").value(), "foreign");
+    EXPECT_TRUE(store.keep("payment", "both"));
+  }
+  EXPECT_EQ(chmod(path.c_str(), 0644), 0);
+  EXPECT_FALSE(store.keep("payment", "own"));
+  EXPECT_FALSE(store.read("payment")) << "it is set aside";
+  EXPECT_TRUE(store.keep("payment", "own"));
+}
+
+TEST(FilePendingStore, FailsAtEachCallWhileItsDirectoryIsNotTheUsersAlone) {
+  TemporaryDirectory temporary;
+  const fs::path directory = temporary.path() / "own";
+  FilePendingStore store(directory);
+  EXPECT_TRUE(store.keep("payment", "own"));
+  const auto eachFails = [&](std::string_view reason) {
+    const auto of = [](const auto& called) { return called ? std::string() : called.error(); };
+    for (const auto& failure : {of(store.read("payment")), of(store.keep("payment", "x")),
+                                of(store.remove("payment")), of(store.setAside("payment"))}) {
+      EXPECT_TRUE(failure.contains(reason)) << failure;
+    }
+  };
+  EXPECT_EQ(chmod(directory.c_str(), 0777), 0);
+  eachFails("is open to other users");
+  EXPECT_EQ(chmod(directory.c_str(), 0700), 0);
+  EXPECT_TRUE(isLocked(FilePendingStore(directory).read("payment"))) << "it holds the directory still";
+  EXPECT_EQ(store.read("payment").value(), "own");
+  fs::rename(directory, temporary.path() / "moved");
+  fs::create_directory_symlink(temporary.path() / "moved", directory);
+  eachFails("can't be opened as a directory");
 }
 
 TEST(FilePendingStore, SetsAsideWhatIsNoFileOfTheUsersAlone) {
@@ -135,6 +176,13 @@ TEST(FilePendingStore, SetsAsideWhatIsNoFileOfTheUsersAlone) {
     EXPECT_TRUE(read.error().contains("was renamed to payment.unreadable")) << read.error();
     EXPECT_NE(fs::symlink_status(temporary.path() / "payment.unreadable").type(), fs::file_type::not_found);
     EXPECT_EQ(store.read("payment").value(), std::nullopt);
+    EXPECT_TRUE(store.keep("payment", "fine"));
+    fs::remove(temporary.path() / "payment");
+    make(temporary.path() / "payment");
+    EXPECT_FALSE(store.keep("payment", "another one came"));
+    EXPECT_FALSE(store.remove("payment"));
+    EXPECT_FALSE(store.read("payment"));
+    EXPECT_NE(fs::symlink_status(temporary.path() / "payment.unreadable-2").type(), fs::file_type::not_found);
     EXPECT_TRUE(store.keep("payment", "fine"));
   }
 }
@@ -263,6 +311,46 @@ TEST(FilePendingStore, IsLostNeitherToAForkedChildNorToAnotherStoreOfTheProcess)
   EXPECT_EQ(status, 0);
   EXPECT_TRUE(isLocked(FilePendingStore(temporary.path()).read("payment")));
   EXPECT_EQ(store->read("payment").value(), "x");
+}
+
+// As when the host copies its directory: closing any descriptor of the lock releases it.
+TEST(FilePendingStore, TakesALostLockAgainUnlessAnotherProcessHasIt) {
+  TemporaryDirectory temporary;
+  FilePendingStore store(temporary.path());
+  const auto lose = [&] { EXPECT_EQ(readFile(temporary.path() / "lock"), ""); };
+  /// What another process sees, which then waits to be killed.
+  const auto other = [&](bool excluded) {
+    std::array<int, 2> done{};
+    EXPECT_EQ(pipe(done.data()), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+      FilePendingStore another(temporary.path());
+      const auto text = another.read("payment");
+      const bool isFine = excluded ? isLocked(text) : text == "own" && another.keep("payment", "another's");
+      _exit(write(done[1], &isFine, 1) == 1 && pause());
+    }
+    bool isFine = false;
+    EXPECT_EQ(read(done[0], &isFine, 1), 1);
+    EXPECT_TRUE(isFine);
+    for (const int descriptor : done) close(descriptor);
+    return child;
+  };
+  const auto end = [](pid_t child) {
+    kill(child, SIGKILL);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+  };
+  EXPECT_TRUE(store.keep("payment", "own"));
+  lose();
+  EXPECT_EQ(store.read("payment").value(), "own");
+  end(other(true));
+  lose();
+  const pid_t holder = other(false);
+  EXPECT_TRUE(isLocked(store.keep("payment", "x")));
+  EXPECT_TRUE(isLocked(store.read("payment")));
+  end(holder);
+  EXPECT_FALSE(store.keep("payment", "x")) << "the other's text isn't read yet";
+  EXPECT_EQ(store.read("payment").value(), "another's");
+  EXPECT_TRUE(store.keep("payment", "both"));
 }
 
 TEST(FilePendingStore, OfAHostLiesWhereTheUsersStateDoes) {

@@ -44,6 +44,12 @@ class LockedFiles {
     return files_.back().identity;
   }
 
+  bool lockAgain(const FileIdentity& file) {
+    const std::lock_guard held(mutex_);
+    const auto found = std::ranges::find(files_, file, &LockedFile::identity);
+    return found != files_.end() && !lockForThisProcess(found->descriptor);
+  }
+
   void unlock(const FileIdentity& file) {
     const std::lock_guard held(mutex_);
     std::erase_if(files_, [&](const LockedFile& one) { return one.identity == file; });
@@ -94,8 +100,9 @@ HeldLock::~HeldLock() {
 bool HeldLock::isHeldAt(const std::filesystem::path& path) const {
   if (owner_ != getpid()) return false;
   struct stat status{};
-  if (lstat(path.c_str(), &status) == 0) return identityOf(status) == file_;
-  return errno != ENOENT && errno != ENOTDIR;
+  const bool isThere =
+      lstat(path.c_str(), &status) == 0 ? identityOf(status) == file_ : errno != ENOENT && errno != ENOTDIR;
+  return isThere && LockedFiles::ofThisProcess().lockAgain(file_);
 }
 
 std::expected<HeldLock, LockFailure> tryLock(const FileDescriptor& directory, const std::string& name) {

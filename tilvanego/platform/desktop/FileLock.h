@@ -28,7 +28,9 @@ class HeldLock {
   ~HeldLock();
 
   /// Returns true if this process holds the lock and `path` still leads to the locked file. If it can't be
-  /// said where the path leads, that counts as true.
+  /// said where the path leads, that counts as true. Takes the lock again if the process has lost it and
+  /// nobody else has it now: a process loses it when any of its code, such as a copy of the directory, closes
+  /// a descriptor of the file. Others may have held the lock meanwhile.
   [[nodiscard]] bool isHeldAt(const std::filesystem::path& path) const;
 
  private:

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <set>
+#include <map>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -75,8 +75,8 @@ struct FilePendingStore::Held {
   detail::HeldLock lock;
   // Absolute: the host may change its working directory.
   std::filesystem::path lockPath;
-  // The names whose texts this object has read or kept: no other process changes them.
-  std::set<std::string> known = {};
+  // The texts that this object has read or kept, by their names. What is in another state is another's.
+  std::map<std::string, detail::FileState> known = {};
 };
 
 FilePendingStore::FilePendingStore(std::filesystem::path directory) : directory_(std::move(directory)) {}
@@ -97,8 +97,10 @@ bool FilePendingStore::exists() const {
 }
 
 bool FilePendingStore::isHeld() {
-  if (held_ && !held_->lock.isHeldAt(held_->lockPath)) {
-    // This is a forked child, or the directory was removed or made anew.
+  std::error_code failed;
+  if (held_ && (!held_->lock.isHeldAt(held_->lockPath) ||
+                std::filesystem::is_symlink(held_->lockPath.parent_path(), failed))) {
+    // This is a forked child, the directory was removed or made anew, or another process has the lock.
     held_.reset();
     hasWaited_ = false;
   }
@@ -106,7 +108,10 @@ bool FilePendingStore::isHeld() {
 }
 
 std::expected<FilePendingStore::Held*, std::string> FilePendingStore::hold() {
-  if (isHeld()) return held_.get();
+  if (isHeld()) {
+    if (auto checked = held_->directory.check(); !checked) return std::unexpected(std::move(checked).error());
+    return held_.get();
+  }
   if (directory_.empty())
     return std::unexpected(
         "No directory is known for it: neither XDG_STATE_HOME nor HOME is an absolute path.");
@@ -130,11 +135,12 @@ std::expected<std::optional<std::string>, std::string> FilePendingStore::read(co
   const auto held = hold();
   if (!held) return std::unexpected(held.error());
   const auto& directory = (*held)->directory;
+  const auto state = directory.stateOf(name);
+  if (!state) return std::nullopt;
   if (const auto file = directory.read(name, maximumPendingText)) {
-    (*held)->known.insert(name);
+    (*held)->known.insert_or_assign(name, *state);
     return std::string(file->begin(), file->end());
   }
-  if (!directory.contains(name)) return std::nullopt;
   const std::string path = (directory_ / name).string();
   if (!directory.isForeign(name, maximumPendingText)) return std::unexpected(path + " can't be read.");
   const auto aside = moveAside(directory, name);
@@ -151,7 +157,9 @@ std::expected<void, std::string> FilePendingStore::keep(const std::string& name,
   if (auto checked = checkKnown(**held, name); !checked) return checked;
   const auto bytes = std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
   auto kept = (*held)->directory.replace(name, bytes, detail::Durability::synced);
-  if (kept) (*held)->known.insert(name);
+  if (const auto state = (*held)->directory.stateOf(name); kept && state) {
+    (*held)->known.insert_or_assign(name, *state);
+  }
   return kept;
 }
 
@@ -175,7 +183,9 @@ std::expected<void, std::string> FilePendingStore::setAside(const std::string& n
 
 std::expected<void, std::string> FilePendingStore::checkKnown(const Held& held,
                                                               const std::string& name) const {
-  if (held.known.contains(name) || !held.directory.contains(name)) return {};
+  const auto state = held.directory.stateOf(name);
+  const auto known = held.known.find(name);
+  if (!state || (known != held.known.end() && known->second == *state)) return {};
   return std::unexpected((directory_ / name).string() +
                          " was kept by another process and must be read first.");
 }

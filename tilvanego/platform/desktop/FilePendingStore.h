@@ -19,7 +19,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// another process, or of another store of this one, then fails, after a wait of one second at the first
 /// one: two processes of one host don't take each other's operations for interrupted ones. A forked child is
 /// another process: it neither keeps its parent's lock nor releases it, and it can use its copy of the store
-/// when the parent has ended.
+/// when the parent has ended. A process that copies the directory itself loses the lock, as the system has
+/// it: the next call takes it again, or fails if another process has it by then.
 ///
 /// If the directory is removed or made anew, the next call goes to the new one.
 ///
@@ -28,9 +29,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// that says so. If there is such a file already, the new one is NAME.unreadable-2, and so on up to 99; then
 /// the file stays where it is.
 ///
-/// `keep` and `remove` fail if there is a text of this name that the object has neither read nor kept:
-/// another process has kept it since. Names have ASCII letters only, and none is "lock"; other names are
-/// refused.
+/// `keep` and `remove` fail if there is a file of this name that isn't the one which the object has read or
+/// kept last, or that was changed since: another process has kept it. Read it first. Names have ASCII letters
+/// only, and none is "lock"; other names are refused.
 class FilePendingStore final : public PendingStore {
  public:
   /// A store in `directory`. The first `keep` creates it, and its parents. Every call fails if it belongs to

@@ -23,6 +23,14 @@ bool isPrivate(const struct stat& status) {
   return status.st_uid == geteuid() && (status.st_mode & rightsOfOthers) == 0;
 }
 
+std::expected<void, std::string> checkPrivate(const std::filesystem::path& path, const struct stat& status) {
+  if (status.st_uid != geteuid()) return std::unexpected(path.string() + " belongs to another user.");
+  if (!isPrivate(status)) {
+    return std::unexpected(path.string() + " is open to other users; its mode must be 0700.");
+  }
+  return {};
+}
+
 bool isReadable(const struct stat& status, std::size_t limit) {
   return S_ISREG(status.st_mode) && isPrivate(status) && status.st_size >= 0 &&
          static_cast<std::uintmax_t>(status.st_size) <= limit;
@@ -68,11 +76,29 @@ std::expected<PrivateDirectory, std::string> PrivateDirectory::open(const std::f
   if (!directory || fstat(directory.get(), &status) != 0) {
     return failedAt(path, "can't be opened as a directory");
   }
-  if (status.st_uid != geteuid()) return std::unexpected(path.string() + " belongs to another user.");
-  if (!isPrivate(status)) {
-    return std::unexpected(path.string() + " is open to other users; its mode must be 0700.");
-  }
+  if (auto checked = checkPrivate(path, status); !checked) return std::unexpected(std::move(checked).error());
   return PrivateDirectory(path, std::move(directory));
+}
+
+std::expected<void, std::string> PrivateDirectory::check() const {
+  struct stat status{};
+  if (fstat(directory_.get(), &status) != 0) return failedAt(path_, "can't be looked at");
+  return checkPrivate(path_, status);
+}
+
+std::optional<FileState> PrivateDirectory::stateOf(const std::string& name) const {
+  struct stat status{};
+  if (fstatat(directory_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
+#if defined(__APPLE__)
+  const timespec& modified = status.st_mtimespec;
+#else
+  const timespec& modified = status.st_mtim;
+#endif
+  return FileState{.identity = {status.st_dev, status.st_ino},
+                   .size = status.st_size,
+                   .modified = {modified.tv_sec, modified.tv_nsec},
+                   .owner = status.st_uid,
+                   .mode = status.st_mode};
 }
 
 std::optional<Bytes> PrivateDirectory::read(const std::string& name, std::size_t limit) const {

@@ -10,6 +10,8 @@
 #include <string>
 #include <utility>
 
+#include <sys/stat.h>
+
 #include <tilvanego/platform/FileDescriptor.h>
 #include <tilvanego/platform/FileReplacement.h>
 #include <tilvanego/platform/desktop/FileLock.h>
@@ -17,8 +19,19 @@
 
 namespace tilvanego::detail {
 
-/// A directory that only the user can access. It is checked once, when it is opened. Files are then opened
-/// through its descriptor, so that nobody can replace the directory meanwhile.
+/// One state of a file. Another file in its place has another one, and so has the same file after a change of
+/// its bytes, owner or rights.
+struct FileState {
+  FileIdentity identity;
+  off_t size = 0;
+  std::pair<time_t, long> modified;
+  uid_t owner = 0;
+  mode_t mode = 0;
+  bool operator==(const FileState&) const = default;
+};
+
+/// A directory that only the user can access. It is checked when it is opened, and by `check`. Files are then
+/// opened through its descriptor, so that nobody can replace the directory meanwhile.
 ///
 /// Errors are sentences for the host's developer, with the path and the system's error text.
 class PrivateDirectory {
@@ -32,6 +45,12 @@ class PrivateDirectory {
   /// has at most `limit` bytes. Returns no value for any other file, for one that this process has locked,
   /// and if there is none.
   [[nodiscard]] std::optional<Bytes> read(const std::string& name, std::size_t limit) const;
+
+  /// Fails if the directory has come to belong to another user, or others have got a right to it.
+  [[nodiscard]] std::expected<void, std::string> check() const;
+
+  /// The state of what has this name; nothing if there is nothing.
+  [[nodiscard]] std::optional<FileState> stateOf(const std::string& name) const;
 
   /// Returns true if there is anything of this name.
   [[nodiscard]] bool contains(const std::string& name) const;
