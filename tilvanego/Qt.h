@@ -5,3 +5,4 @@
 #include <tilvanego/platform/qt/QtLinkOpener.h>
 #include <tilvanego/platform/qt/QtMainQueue.h>
 #include <tilvanego/platform/qt/QtPlatform.h>
+#include <tilvanego/platform/qt/QtTimer.h>

@@ -8,82 +8,169 @@
 #include <QString>
 #include <QTimer>
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <string_view>
 #include <utility>
+#include <variant>
+
+#include <tilvanego/platform/HostCode.h>
+#include <tilvanego/platform/qt/QtThread.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-constexpr const char* secretHint = "x-kde-passwordManagerHint";
+constexpr std::array<std::string_view, 3> textTypes{"public.utf8-plain-text", "public.text",
+                                                    "public.plain-text"};
 
-QClipboard& clipboard() { return *QGuiApplication::clipboard(); }
+// Null before and after the application's life: Qt would then make one that it can't use.
+QClipboard* clipboard() {
+  const bool exists = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
+  return exists ? QGuiApplication::clipboard() : nullptr;
+}
 
-std::string toUTF8(const QString& text) { return text.toStdString(); }
+// The one text of the items, if a clipboard can keep them without a loss.
+const std::string* onlyText(const std::vector<PasteboardItem>& items) {
+  if (items.size() != 1) return nullptr;
+  const std::string* only = nullptr;
+  for (const auto& [type, value] : items.front()) {
+    const std::string* const text = std::get_if<std::string>(&value);
+    if (std::ranges::find(textTypes, type) == textTypes.end() || text == nullptr) return nullptr;
+    if (only != nullptr && *only != *text) return nullptr;
+    only = text;
+  }
+  return only;
+}
+
+// Null for a text that isn't UTF-8.
+std::unique_ptr<QMimeData> secretData(const std::string& text) {
+  const auto bytes = QByteArray::fromRawData(text.data(), static_cast<qsizetype>(text.size()));
+  const QString shown = QString::fromUtf8(bytes);
+  if (shown.toUtf8() != bytes) return nullptr;
+  auto data = std::make_unique<QMimeData>();
+  data->setText(shown);
+  data->setData("x-kde-passwordManagerHint", "secret");
+  return data;
+}
 
 }  // namespace
 
 /// What this object wrote last.
-struct QtClipboard::Written {
-  /// The clipboard owns it, and destroys it when it holds something else.
-  QPointer<QMimeData> data;
-  PasteboardOptions options;
-  QTimer expiry;
-
-  [[nodiscard]] bool isThere() const {
-    return data != nullptr && clipboard().ownsClipboard() && clipboard().mimeData() == data;
+class QtClipboard::Written {
+ public:
+  explicit Written(const Clock& clock) : clock_(clock) {
+    expiry_.setSingleShot(true);
+    QObject::connect(&expiry_, &QTimer::timeout, [this] { waitForExpiry(); });
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &expiry_, [this] {
+      if (options_.expirationDate) remove();
+    });
   }
+  Written(const Written&) = delete;
+  Written& operator=(const Written&) = delete;
+  ~Written() {
+    if (options_.expirationDate) remove();
+  }
+
+  /// Returns false if the desktop didn't take it.
+  bool write(QClipboard& clipboard, std::unique_ptr<QMimeData> data, const PasteboardOptions& options) {
+    forget();
+    data_ = data.get();
+    clipboard.setMimeData(data.release());
+    hasOwners_ = clipboard.ownsClipboard();
+    if (!isThere()) return false;
+    options_ = options;
+    waitForExpiry();
+    return true;
+  }
+
+  void forget() {
+    expiry_.stop();
+    data_ = nullptr;
+    options_ = {};
+  }
+
+  [[nodiscard]] bool isExpired() const {
+    return options_.expirationDate && isThere() && tilvanego::isExpired(options_, clock_.now());
+  }
+
+ private:
+  // The clipboard destroys the data when it holds something else. Qt's windowless platforms have no owners.
+  [[nodiscard]] bool isThere() const {
+    QClipboard* const holder = clipboard();
+    return holder != nullptr && data_ != nullptr && holder->mimeData() == data_ &&
+           (!hasOwners_ || holder->ownsClipboard());
+  }
+
+  void remove() {
+    if (isThere()) clipboard()->clear();
+    forget();
+  }
+
+  // Removes what has expired. The clock is the host's and may stand still: then this looks again later. If
+  // it throws, the text is removed rather than kept for ever.
+  void waitForExpiry() {
+    if (!options_.expirationDate) return;
+    double seconds = -1;
+    support::runListener("Clock::now", [&] {
+      seconds = options_.expirationDate->secondsSince1970() - clock_.now().secondsSince1970();
+    });
+    if (!(seconds >= 0)) return remove();
+    // Not earlier than the millisecond after the date, and not later than Qt's timer can count.
+    const auto wait = std::chrono::milliseconds(static_cast<std::int64_t>(std::min(seconds, 1e6) * 1000) + 1);
+    expiry_.start(wait);
+  }
+
+  const Clock& clock_;
+  QPointer<QMimeData> data_;
+  PasteboardOptions options_;
+  bool hasOwners_ = false;
+  QTimer expiry_;
 };
 
-QtClipboard::QtClipboard(std::shared_ptr<const Clock> clock)
-    : clock_(std::move(clock)), written_(std::make_unique<Written>()) {
-  written_->expiry.setSingleShot(true);
-  QObject::connect(&written_->expiry, &QTimer::timeout, [written = written_.get()] {
-    if (written->isThere()) clipboard().clear();
-  });
+QtClipboard::QtClipboard(std::shared_ptr<const Clock> clock) : clock_(std::move(clock)) {
+  detail::requireQtMainThread("a QtClipboard");
+  written_ = std::make_unique<Written>(*clock_);
 }
 
 QtClipboard::~QtClipboard() = default;
 
 std::optional<std::string> QtClipboard::string() const {
-  if (written_->isThere() && isExpired(written_->options, clock_->now())) return std::nullopt;
-  const QMimeData* const data = clipboard().mimeData();
+  const QClipboard* const holder = clipboard();
+  if (holder == nullptr || written_->isExpired()) return std::nullopt;
+  const QMimeData* const data = holder->mimeData();
   if (data == nullptr || !data->hasText()) return std::nullopt;
-  return toUTF8(data->text());
+  const QByteArray text = data->text().toUtf8();
+  if (static_cast<std::size_t>(text.size()) > longestText) return std::nullopt;
+  return text.toStdString();
 }
 
 std::vector<PasteboardItem> QtClipboard::items() const {
   const auto text = string();
   if (!text) return {};
-  return {{{"public.plain-text", *text}, {"public.text", *text}, {"public.utf8-plain-text", *text}}};
+  PasteboardItem item;
+  for (const std::string_view type : textTypes) item.emplace(type, *text);
+  return {std::move(item)};
 }
 
 std::expected<void, std::string> QtClipboard::setItems(std::vector<PasteboardItem> items,
                                                        const PasteboardOptions& options) {
-  written_->expiry.stop();
+  QClipboard* const holder = clipboard();
+  if (holder == nullptr) return std::unexpected("There is no QGuiApplication, and so no clipboard.");
   if (items.empty()) {
-    clipboard().clear();
+    written_->forget();
+    holder->clear();
+    const QMimeData* const left = holder->mimeData();
+    if (left != nullptr && left->hasText()) return std::unexpected("The desktop didn't empty the clipboard.");
     return {};
   }
-  const auto text = pasteboardString(items);
-  if (!text) return std::unexpected("The clipboard keeps texts only.");
-  const QString shown = QString::fromUtf8(text->data(), static_cast<qsizetype>(text->size()));
-  if (toUTF8(shown) != *text) return std::unexpected("The clipboard keeps texts in UTF-8 only.");
-  auto data = std::make_unique<QMimeData>();
-  data->setText(shown);
-  data->setData(secretHint, "secret");
-  written_->data = data.get();
-  written_->options = options;
-  clipboard().setMimeData(data.release());
-  if (!written_->isThere()) {
+  const std::string* const text = onlyText(items);
+  if (text == nullptr)
+    return std::unexpected("The clipboard keeps one item with one text, and nothing else.");
+  auto data = secretData(*text);
+  if (data == nullptr) return std::unexpected("The clipboard keeps texts in UTF-8 only.");
+  if (!written_->write(*holder, std::move(data), options)) {
     return std::unexpected(
         "The desktop didn't give this program the clipboard; on Wayland its window must have the focus.");
-  }
-  if (options.expirationDate) {
-    const double seconds = options.expirationDate->secondsSince1970() - clock_->now().secondsSince1970();
-    // A timer counts at most 24 days.
-    const double longest = 2'000'000;
-    written_->expiry.start(
-        std::chrono::milliseconds(static_cast<std::int64_t>(std::clamp(seconds, 0.0, longest) * 1000) + 1));
   }
   return {};
 }

@@ -9,16 +9,20 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Opens links by `QDesktopServices`: by the desktop's portal where there is one, else by the handler that is
-/// registered for the scheme. A link counts as opened once the desktop has taken it.
+/// Opens links by `QDesktopServices::openUrl`: by a function that the host has registered there for the
+/// scheme, by the desktop's portal in a Flatpak or Snap, else by `xdg-open`.
 ///
-/// Qt gets a copy of the link, which the library can't wipe. Where Qt starts a program for it, every user of
-/// the machine can read it in /proc while that runs (see `SpawnedOpener`).
+/// A link counts as opened once Qt has passed it on. Qt doesn't wait for `xdg-open`, so a scheme without a
+/// handler counts as opened, too; `SpawnedOpener` waits and reports it.
+///
+/// Qt gets copies of the link, which the library can't wipe. While `xdg-open` runs, every user of the machine
+/// can read the link in /proc.
 class QtLinkOpener final : public Application {
  public:
   /// `mainQueue` runs the completion handlers; after its end they are dropped.
   explicit QtLinkOpener(const MainQueue& mainQueue);
 
+  /// Reports a link as not opened where there is no `QGuiApplication`.
   void openURL(const URL& url, std::function<void(bool opened)> completionHandler) override;
 
  private:

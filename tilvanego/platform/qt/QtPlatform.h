@@ -9,11 +9,13 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Returns a platform for a host on Qt 6: Qt's event loop is the main queue, `QDesktopServices` opens links,
-/// the desktop's clipboard is the pasteboard, random bytes come from OpenSSL, debug lines go to standard
-/// output. Call it on the thread of the `QGuiApplication`, and pass the result to `TilvaneGo::usePlatform`.
+/// Returns a platform for a host on Qt 6: Qt's event loop is the main queue and the timer,
+/// `QDesktopServices` opens links, the desktop's clipboard is the pasteboard, random bytes come from OpenSSL,
+/// debug lines go to standard output. Call it after the `QGuiApplication` is made, on its thread, and pass
+/// the result to `TilvaneGo::usePlatform`.
 ///
-/// `mainQueue` must live until the host's loop has ended; the platform does not own it.
+/// The platform doesn't own `mainQueue`, which may end before it. The clipboard uses `clock` too, which must
+/// not be null.
 [[nodiscard]] Platform qtPlatform(QtMainQueue& mainQueue,
                                   std::shared_ptr<const Clock> clock = std::make_shared<const SystemClock>());
 
