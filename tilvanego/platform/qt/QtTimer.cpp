@@ -10,11 +10,20 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-// Qt counts milliseconds in an int: 24 days.
-constexpr std::chrono::milliseconds longest = std::chrono::days(20);
+using std::chrono::milliseconds;
+
+// Starts the timer for as much of `rest` as it can count (Qt counts milliseconds in an int, 24 days), and
+// returns what is left.
+milliseconds startFor(QTimer& timer, milliseconds rest) {
+  constexpr milliseconds longest = std::chrono::days(20);
+  const auto now = std::clamp(rest, milliseconds::zero(), longest);
+  timer.start(now);
+  return rest - now;
+}
 
 }  // namespace
 
+/// The parent of the timers that run, which end with it.
 class QtTimer::Context final : public QObject {};
 
 QtTimer::QtTimer() {
@@ -24,14 +33,17 @@ QtTimer::QtTimer() {
 
 QtTimer::~QtTimer() = default;
 
-void QtTimer::after(std::chrono::milliseconds delay, std::function<void()> block) {
-  const auto now = std::clamp(delay, std::chrono::milliseconds::zero(), longest);
-  QTimer::singleShot(now, context_.get(), [this, rest = delay - now, block = std::move(block)]() mutable {
-    if (rest > std::chrono::milliseconds::zero()) {
-      after(rest, std::move(block));
-    } else {
-      block();
+void QtTimer::after(milliseconds delay, std::function<void()> block) {
+  auto* const timer = new QTimer(context_.get());
+  timer->setSingleShot(true);
+  auto rest = startFor(*timer, delay);
+  QObject::connect(timer, &QTimer::timeout, [timer, rest, block = std::move(block)]() mutable {
+    if (rest > milliseconds::zero()) {
+      rest = startFor(*timer, rest);
+      return;
     }
+    timer->deleteLater();
+    block();
   });
 }
 

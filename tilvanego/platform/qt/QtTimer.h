@@ -20,7 +20,6 @@ class QtTimer final : public Timer {
  private:
   class Context;
 
-  /// What waits ends with it.
   std::unique_ptr<Context> context_;
 };
 
