@@ -26,7 +26,7 @@ tilvanego demo --transport urlScheme
 test -s /usr/share/man/man1/tilvanego.1.gz
 test -s /usr/share/bash-completion/completions/tilvanego
 
-dpkg --purge tilvanego libtilvanego-dev libtilvanego1
+dpkg --purge tilvanego libtilvanego-qt-dev libtilvanego-qt1 libtilvanego-dev libtilvanego1
 files >"$work/after"
 diff "$work/before" "$work/after"
 echo "Installed, used and removed."
