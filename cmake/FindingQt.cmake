@@ -1,4 +1,4 @@
-# Sets TILVANEGO_HAS_QT, and finds Qt6::Core and Qt6::Gui, where the adapters for Qt are built. Without them all else is built.
+# Sets TILVANEGO_HAS_QT, and finds Qt6::Core and Qt6::Gui (and, for the program with a window, Qt6::Widgets), where the adapters for Qt are built. Without them all else is built.
 set(TILVANEGO_HAS_QT OFF)
 if(NOT TILVANEGO_QT)
   return()
@@ -7,7 +7,7 @@ set(missing "")
 if(is_linux AND CMAKE_CXX_FLAGS MATCHES "-stdlib=libc\\+\\+")
   set(missing "the system's Qt is built with libstdc++, and this build with libc++")
 else()
-  find_package(Qt6 6.4 QUIET COMPONENTS Core Gui)
+  find_package(Qt6 6.4 QUIET COMPONENTS Core Gui OPTIONAL_COMPONENTS Widgets)
   if(NOT Qt6_FOUND)
     set(missing "Qt 6.4 or newer (Core, Gui; package qt6-base-dev) isn't found")
   endif()
