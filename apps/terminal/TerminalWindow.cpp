@@ -38,6 +38,11 @@ QLabel* makeLabel(const QString& name, double size = 1) {
   return label;
 }
 
+void showOrHide(QLabel& label, const std::string& text) {
+  label.setText(shown(text));
+  label.setVisible(!text.empty());
+}
+
 QPlainTextEdit* makeText(const QString& name) {
   auto* const text = new QPlainTextEdit;
   text->setReadOnly(true);
@@ -153,12 +158,11 @@ void TerminalWindow::showChosen() {
   operation_->setText(request == nullptr ? "Nothing was asked yet."
                       : readable         ? shown(operationName(request->asked->operation()))
                                          : QString("A link that can't be read"));
-  amount_->setText(readable ? shown(amountText(*request->asked)) : QString());
-  amount_->setVisible(!amount_->text().isEmpty());
-  arrival_->setText(readable ? shown(arrivalText(request->asked->transport())) : QString());
-  fault_->setText(request != nullptr ? shown(request->fault) : QString());
-  fault_->setVisible(!fault_->text().isEmpty());
-  details_->setPlainText(request != nullptr ? shown(details(*request)) : QString());
+  showOrHide(*amount_, readable ? amountText(*request->asked) : "");
+  showOrHide(*arrival_, readable ? arrivalText(request->asked->transport()) : "");
+  showOrHide(*fault_, request != nullptr ? request->fault : "");
+  details_->setPlainText(readable ? shown(details(*request)) : QString());
+  details_->setVisible(readable);
   traffic_->setPlainText(request != nullptr ? shown(traffic(*request, shown_->isChecked())) : QString());
   buttons_->setWaiting(request != nullptr && request->waits());
 }
