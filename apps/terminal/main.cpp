@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QMessageBox>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -25,6 +26,12 @@ constexpr const char* scheme = "tilvanego";
 int fail(const std::string& sentence) {
   std::cerr << name << ": " << sentence << '\n';
   return EXIT_FAILURE;
+}
+
+// For who started it on a desktop, and sees no terminal.
+int failInWindow(const std::string& sentence) {
+  QMessageBox::warning(nullptr, "Payment terminal", QString::fromStdString(sentence));
+  return fail(sentence);
 }
 
 int registerScheme(bool replaces) {
@@ -99,8 +106,8 @@ int main(int count, char** words) {
 
   if (!links) {
     auto claimed = CallbackReceiver::claim(name, std::nullopt);
-    if (!claimed) return fail(claimed.error());
-    if (*claimed == nullptr) return fail("it runs already.");
+    if (!claimed) return failInWindow(claimed.error());
+    if (*claimed == nullptr) return failInWindow("It runs already.");
     links = *std::move(claimed);
   }
   return run(*links, options);
