@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include <tilvanego/values/Decimal.h>
@@ -18,8 +19,17 @@ std::string number(std::string text) {
   return text;
 }
 
+// The library reads as much of a text as is a number; a person who mistypes wants to know.
+bool isNumber(std::string_view text) {
+  if (text.starts_with('-')) text.remove_prefix(1);
+  const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
+  return std::ranges::any_of(text, isDigit) && std::ranges::count(text, '.') <= 1 &&
+         std::ranges::all_of(text, [&](char letter) { return isDigit(letter) || letter == '.'; });
+}
+
 std::expected<Decimal, std::string> decimal(const std::string& name, const std::string& text) {
-  const auto value = Decimal::parse(number(text));
+  const std::string read = number(text);
+  const auto value = isNumber(read) ? Decimal::parse(read) : std::nullopt;
   if (!value) return std::unexpected("The " + name + " is no number: \"" + text + "\".");
   return *value;
 }
@@ -117,6 +127,7 @@ std::expected<PartialRefundRequest, std::string> makeRequest<partialRefund>(cons
 template <>
 std::expected<CaptureRequest, std::string> makeRequest<capture>(const Entry& entry, std::string requestId,
                                                                 const URL& callbackURL) {
+  if (const auto amount = decimal("amount", entry.amount); !amount) return std::unexpected(amount.error());
   return CaptureRequest({.requestId = std::move(requestId),
                          .transactionId = entry.transactionId,
                          .amount = number(entry.amount),
