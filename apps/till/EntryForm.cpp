@@ -72,7 +72,7 @@ EntryForm::EntryForm(std::function<void(const Entry& entry)> started)
   addRow(*rows_, "Tra&nsport", *transport_);
   addRow(*rows_, "Transaction &id", *transactionId_);
   addRow(*rows_, "Basic to&ken", *basicToken_);
-  addRow(*rows_, "Accoun&t id", *accountId_);
+  addRow(*rows_, "Account i&d", *accountId_);
   addRow(*rows_, "&Environment", *environment_);
   rows_->addRow(start_);
 

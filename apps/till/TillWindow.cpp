@@ -91,6 +91,7 @@ QWidget* TillWindow::makeResultPane() {
   pane->addWidget(makePart("Pending", {pending_, cancel_}));
   pane->addWidget(makePart("Receipts", {receipts_, receipt_}));
   pane->addWidget(makePart("What the library says", {log_}));
+  pane->setSizes({1000, 3000, 2000});  // shares
   pane->setStretchFactor(1, 2);
   return pane;
 }
