@@ -24,8 +24,8 @@ cmake --build "$work/examples"
 ctest --test-dir "$work/examples" --output-on-failure
 tilvanego demo --transport urlScheme
 test -s /usr/share/man/man1/tilvanego.1.gz
-tilvanego-terminal --help -platform offscreen
-tilvanego-till --help -platform offscreen
+tilvanego-terminal --help
+tilvanego-till --help
 test -s /usr/share/bash-completion/completions/tilvanego
 
 dpkg --purge tilvanego tilvanego-desktop libtilvanego-qt-dev libtilvanego-qt1 libtilvanego-dev libtilvanego1
