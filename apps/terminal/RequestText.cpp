@@ -59,12 +59,11 @@ std::string arrivalText(sandbox::Transport transport) {
 
 std::string summary(const Request& request) {
   if (!request.asked) return "A link that can't be read";
-  std::string text =
-      request.asked->requestId().value_or("No id") + " \u00b7 " + operationName(request.asked->operation());
-  if (const std::string amount = amountText(*request.asked); !amount.empty()) text += " \u00b7 " + amount;
-  text += " \u00b7 " + (request.outcome ? outcomeName(*request.outcome) : std::string("waits"));
+  const auto also = [](const std::string& text) { return text.empty() ? text : " \u00b7 " + text; };
+  std::string text = operationName(request.asked->operation()) + also(amountText(*request.asked)) +
+                     also(request.outcome ? outcomeName(*request.outcome) : "waits");
   if (request.line) text += ", by line " + std::to_string(*request.line) + " of the script";
-  return text;
+  return text + also(request.asked->requestId().value_or(""));
 }
 
 std::string details(const Request& request) {

@@ -15,7 +15,7 @@ namespace tilvanego::terminal {
 [[nodiscard]] std::string amountText(const sandbox::LaunchLink& asked);
 /// How the request came: "Compressed in the link".
 [[nodiscard]] std::string arrivalText(sandbox::Transport transport);
-/// One line for the list of requests: "A-1001 · Payment · 12.50 EUR · Approve".
+/// One line for the list of requests: "Payment · 12.50 EUR · Approve · A-1001".
 [[nodiscard]] std::string summary(const Request& request);
 /// What was asked, a line each, with secrets hidden.
 [[nodiscard]] std::string details(const Request& request);

@@ -74,7 +74,7 @@ TEST_F(TerminalTest, APersonDecidesAPaymentOfEachTransportOnce) {
       host.pasteboard->place({{{"public.text", "mine"}}});
       const std::size_t last = terminal.requests().size() - 1;
       const terminal::Request& request = terminal.requests()[last];
-      EXPECT_EQ(terminal::summary(request), "A-1 \u00b7 Payment \u00b7 12.50 EUR \u00b7 waits");
+      EXPECT_EQ(terminal::summary(request), "Payment \u00b7 12.50 EUR \u00b7 waits \u00b7 A-1");
       EXPECT_EQ(terminal::arrivalText(request.asked->transport()), arrival);
       EXPECT_EQ(delivered, application.openedURLs().size());
       terminal.decide(last, outcome);
@@ -136,7 +136,7 @@ TEST_F(TerminalTest, AScriptDecidesWhatItsLinesFitAndAPersonTheRest) {
   terminal.receive(payment("lost"));
   EXPECT_EQ(count(), 3U);
   EXPECT_EQ(terminal::summary(terminal.requests()[3]),
-            "lost \u00b7 Payment \u00b7 12.50 EUR \u00b7 Approve, by line 3 of the script");
+            "Payment \u00b7 12.50 EUR \u00b7 Approve, by line 3 of the script \u00b7 lost");
   EXPECT_EQ(terminal.scriptNotes().size(), 2U) << "the person's request and the unused line";
   terminal.setScript(std::nullopt);
   terminal.receive(payment("unused"));
