@@ -116,6 +116,8 @@ TEST_F(TerminalWindowTest, SaysInTheWindowWhatWentWrongAndShowsSecretsOnlyOnDema
 
 int main(int count, char** words) {
   testing::InitGoogleTest(&count, words);
+  // Without a desktop, also where the tests are only listed.
+  qputenv("QT_QPA_PLATFORM", "offscreen");
   const QApplication application(count, words);
   return RUN_ALL_TESTS();
 }
