@@ -9,6 +9,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/TilvaneGoConfigVersion.cm
 install(FILES ${PROJECT_BINARY_DIR}/TilvaneGoConfig.cmake ${PROJECT_BINARY_DIR}/TilvaneGoConfigVersion.cmake
         DESTINATION ${config_dir})
 install(EXPORT TilvaneGoTargets NAMESPACE TilvaneGo:: DESTINATION ${config_dir})
+if(TARGET TilvaneGo::Qt)
+  install(EXPORT TilvaneGoQtTargets NAMESPACE TilvaneGo:: DESTINATION ${config_dir})
+endif()
 
 # One file for each library. A host that links the static ones names what they stand on; a shared one brings that with it.
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
@@ -35,4 +38,5 @@ tilvanego_pkg_config(tilvanego SDK "${PROJECT_DESCRIPTION}" STATIC_REQUIRES "icu
 tilvanego_pkg_config(tilvanego-http-client HTTPClient "Sends requests to a terminal's HTTP interface"
                      REQUIRES ${same_version} STATIC_REQUIRES "libcurl >= 7.81")
 tilvanego_pkg_config(tilvanego-models Models "The records of a terminal's HTTP interface" REQUIRES ${same_version})
+tilvanego_pkg_config(tilvanego-qt Qt "Adapters for a host on Qt 6" REQUIRES ${same_version} STATIC_REQUIRES "Qt6Gui >= 6.4")
 tilvanego_pkg_config(tilvanego-sandbox Sandbox "A payment application to rehearse with" REQUIRES ${same_version})

@@ -7,9 +7,9 @@ else()
   find_package(GTest REQUIRED)
 endif()
 
-# One test program: tilvanego_test(name SOURCES a.cpp b.cpp [LIBRARIES extra...]). It looks inside the libraries that it links.
+# One test program: tilvanego_test(name SOURCES a.cpp b.cpp [LIBRARIES extra...] [ENVIRONMENT_MODIFICATION change...]). It looks inside the libraries that it links.
 function(tilvanego_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;ENVIRONMENT_MODIFICATION")
   add_executable(${name} ${arg_SOURCES})
   set(libraries TilvaneGo::SDK ${arg_LIBRARIES})
   list(TRANSFORM libraries REPLACE "^TilvaneGo::" "tilvanego_inside_")
@@ -17,5 +17,6 @@ function(tilvanego_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   tilvanego_compile_options(${name})
   # What hangs is a fault: no test comes near this time, under a sanitizer either.
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
+                       PROPERTIES TIMEOUT 300 ENVIRONMENT_MODIFICATION "${arg_ENVIRONMENT_MODIFICATION}")
 endfunction()

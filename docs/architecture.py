@@ -16,7 +16,7 @@ PICTURE = TREE / "docs/architecture.svg"
 WIDTH = 960
 # Fill and line of each library's boxes. The picture has a ground of its own, so it reads on light and dark pages.
 COLOURS = {"SDK": ("#dbeafe", "#1d4ed8"), "HTTPClient": ("#fde7d3", "#b45309"), "Models": ("#dcf5e3", "#15803d"),
-           "Sandbox": ("#f3e3fb", "#7e22ce")}
+           "Sandbox": ("#f3e3fb", "#7e22ce"), "Qt": ("#fef3c7", "#a16207")}
 INK, GREY, GROUND = "#1f2937", "#6b7280", "#ffffff"
 
 THREADS = [
@@ -62,7 +62,7 @@ def rooms():
 def libraries():
     """The library of each room, from the build."""
     build = (TREE / "tilvanego/CMakeLists.txt").read_text(encoding="utf-8")
-    found = re.findall(r"tilvanego_library\(tilvanego_\w+ (\w+) UMBRELLA \S+ ROOMS ([^)]*)\)", build)
+    found = re.findall(r"tilvanego_library\(tilvanego_\w+ (\w+) UMBRELLA \S+(?: EXPORT \S+)? ROOMS ([^)]*)\)", build)
     return {room: library for library, names in found for room in names.split()}
 
 
@@ -153,7 +153,7 @@ def draw_rooms(drawing, top):
         drawing.parts.append(f'<rect x="{x}" y="{top + 16}" width="16" height="16" rx="3" fill="{colours[0]}" '
                              f'stroke="{colours[1]}" stroke-width="1.5"/>')
         drawing.text(x + 24, top + 29, f"TilvaneGo::{name}", size=14, anchor="start")
-        x += 64 + 9 * len(f"TilvaneGo::{name}")
+        x += 44 + 8 * len(f"TilvaneGo::{name}")
     floors, pieces = layers(arrows)
     floors = arranged(floors, pieces)
     step, place = 86, {}

@@ -24,9 +24,11 @@ cmake --build "$work/examples"
 ctest --test-dir "$work/examples" --output-on-failure
 tilvanego demo --transport urlScheme
 test -s /usr/share/man/man1/tilvanego.1.gz
+tilvanego-terminal --help
+tilvanego-till --help
 test -s /usr/share/bash-completion/completions/tilvanego
 
-dpkg --purge tilvanego libtilvanego-dev libtilvanego1
+dpkg --purge tilvanego tilvanego-desktop libtilvanego-qt-dev libtilvanego-qt1 libtilvanego-dev libtilvanego1
 files >"$work/after"
 diff "$work/before" "$work/after"
 echo "Installed, used and removed."

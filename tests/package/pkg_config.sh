@@ -23,5 +23,14 @@ host "$work/readme.cpp" tilvanego | tee "$work/readme.txt"
 grep -qx 'Paid, approval code 7F3A' "$work/readme.txt"
 host "$tree/tests/package/consumer/client.cpp" tilvanego-http-client tilvanego-models
 host "$tree/examples/sandbox_test.cpp" tilvanego-sandbox
+# Qt wants position-independent code of its hosts.
+if [ -e "$libdir/pkgconfig/tilvanego-qt.pc" ]; then
+  (
+    unset PKG_CONFIG_LIBDIR
+    export QT_QPA_PLATFORM=offscreen
+    compile="$compile -fPIC"
+    host "$tree/examples/qt_host.cpp" tilvanego-qt tilvanego-sandbox Qt6Gui
+  )
+fi
 # A host that only takes payments is bound to no HTTP library.
 if ldd "$work/by_pkg_config_readme" | grep curl; then exit 1; fi

@@ -42,6 +42,10 @@ def arrows():
     return {room: {name for name in rooms if name != "-"} for room, *rooms in lines}
 
 
+# The rooms that lie in another one: libraries of their own.
+INNER = [name for name in arrows() if "/" in name]
+
+
 def tree():
     """The library's files by their paths, and its private headers by what the rooms' CMakeLists.txt say."""
     files, private = {}, set()
@@ -57,6 +61,8 @@ def tree():
 
 def room(name):
     """The room of a file; an umbrella header stands above them all."""
+    if inner := next((inner for inner in INNER if name.startswith(f"tilvanego/{inner}/")), None):
+        return inner
     return name.split("/")[1] if name.count("/") > 1 else None
 
 
@@ -100,6 +106,18 @@ def faults(files, private, allowed, test_folders):
     for name in sorted(SYSTEM.keys() - asking):
         yield f"{name} needs nothing of POSIX any more: strike it off the list"
 
+    for name, headers in sorted(includes.items()):
+        # Its headers include none either: a host on Qt needs just its own.
+        for header in headers if room(name) != "platform/qt" or name.endswith(".h") else []:
+            if re.fullmatch(r"Q[A-Z]\w*", header):
+                yield f"{name} includes {header}: what is Qt's belongs in the sources of platform/qt"
+
+    for name in sorted(name for name in files if name.endswith(".h")):
+        # Words that Qt makes macros of: a host includes its headers before ours.
+        code = re.sub(r"//.*|\"[^\"\n]*\"", "", files[name])
+        if word := re.search(r"\b(slots|signals|emit|foreach|forever)\b", code):
+            yield f"{name} has {word[0]}, which is a macro of Qt's"
+
     for here in sorted({room(name) for name in files} - {None} - set(allowed)):
         yield f"no line of the table is for {here}"
     for folder in sorted({posixpath.dirname(name) for name in files if room(name)}):
@@ -129,6 +147,10 @@ def mutations(files):
     yield with_include("tilvanego/http_client/encodings/AnyValue.h", "tilvanego/http_client/Response.h"), "in a circle"
     yield with_include("tilvanego/facade/Facade.cpp", "tilvanego/facade/Gone.h"), "which isn't there"
     yield with_include("tilvanego/values/Date.h", "sys/time.h"), "Date.h includes sys/time.h: what only POSIX"
+    yield with_include("tilvanego/platform/Clock.h", "tilvanego/platform/qt/QtTimer.h"), "no arrow leads from platform to platform/qt"
+    yield with_include("tilvanego/platform/RunLoop.cpp", "QObject"), "RunLoop.cpp includes QObject: what is Qt's"
+    yield with_include("tilvanego/platform/qt/QtTimer.h", "QTimer"), "QtTimer.h includes QTimer: what is Qt's"
+    yield {**files, "tilvanego/json/RecordTable.h": "int slots;\n"}, "RecordTable.h has slots"
     yield {**files, "tilvanego/network/curl/Sockets.cpp": ""}, "Sockets.cpp needs nothing of POSIX any more"
     yield {**files, "tilvanego/attic/Old.h": "namespace tilvanego {}\n"}, "no folder of tests mirrors tilvanego/attic"
     yield {**files, "tilvanego/json/Own.h": ""}, "no umbrella reaches tilvanego/json/Own.h"

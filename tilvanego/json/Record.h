@@ -284,14 +284,14 @@ template <typename Record>
 
 template <typename Record>
 [[nodiscard]] consteval auto hashFields() {
-  std::array<std::uint8_t, 4 * std::bit_ceil(fieldCount<Record> + 1)> slots{};
-  slots.fill(RecordTable::freeSlot);
+  std::array<std::uint8_t, 4 * std::bit_ceil(fieldCount<Record> + 1)> places{};
+  places.fill(RecordTable::freeSlot);
   for (std::size_t i = 0; i < fieldCount<Record>; ++i) {
-    std::size_t slot = keyHash(recordKeys<Record>()[i]) % slots.size();
-    while (slots[slot] != RecordTable::freeSlot) slot = (slot + 1) % slots.size();
-    slots[slot] = static_cast<std::uint8_t>(i);
+    std::size_t place = keyHash(recordKeys<Record>()[i]) % places.size();
+    while (places[place] != RecordTable::freeSlot) place = (place + 1) % places.size();
+    places[place] = static_cast<std::uint8_t>(i);
   }
-  return slots;
+  return places;
 }
 
 template <typename OneField>
@@ -347,10 +347,10 @@ struct Description {
                 "a record's keys are printable ASCII without quotes or slashes, each said once");
   static constexpr auto fields = describeFields<Record>();
   static constexpr auto sorted = sortFields<Record>();
-  static constexpr auto slots = hashFields<Record>();
+  static constexpr auto places = hashFields<Record>();
   static constexpr RecordTable table{fields,
                                      sorted.data(),
-                                     slots,
+                                     places,
                                      fieldsWhere<Record>([]<typename F>() { return isRequired<F>; }),
                                      fieldsWhere<Record>([]<typename F>() { return isClearable<F>; }),
                                      &clearFields<Record>};

@@ -42,9 +42,9 @@ struct RecordTable {
   std::span<const RecordField> fields;
   /// The fields' indices in ascending order of their keys' bytes.
   const std::uint8_t* sorted;
-  /// A hash table by `keyHash` with open addressing. Its size is a power of two, and some slots are free. A
-  /// slot holds a field's index or `freeSlot`.
-  std::span<const std::uint8_t> slots;
+  /// A hash table by `keyHash` with open addressing. Its size is a power of two, and some places are free. A
+  /// place holds a field's index or `freeSlot`.
+  std::span<const std::uint8_t> places;
   /// One bit for each required field, and for each field that `clear` can make absent.
   std::uint64_t required;
   std::uint64_t clearable;
@@ -55,9 +55,9 @@ struct RecordTable {
 
   /// Returns the index of the field with this key, or the number of fields.
   [[nodiscard]] std::size_t find(std::string_view key) const {
-    const std::size_t mask = slots.size() - 1;
-    for (std::size_t slot = keyHash(key) & mask; slots[slot] != freeSlot; slot = (slot + 1) & mask) {
-      if (fields[slots[slot]].key() == key) return slots[slot];
+    const std::size_t mask = places.size() - 1;
+    for (std::size_t place = keyHash(key) & mask; places[place] != freeSlot; place = (place + 1) & mask) {
+      if (fields[places[place]].key() == key) return places[place];
     }
     return fields.size();
   }

@@ -1,0 +1,116 @@
+#include "Till.h"
+
+#include <string_view>
+#include <utility>
+
+#include <tilvanego/facade/OperationFunctions.h>
+#include <tilvanego/values/RawText.h>
+
+namespace tilvanego::till {
+
+struct Till::Life {
+  Till* till;
+};
+
+Till::Till(TilvaneGo& sdk, std::string scheme, std::function<std::string()> newId,
+           std::function<void()> changed)
+    : sdk_(sdk),
+      scheme_(std::move(scheme)),
+      newId_(std::move(newId)),
+      changed_(std::move(changed)),
+      life_(std::make_shared<Life>(this)) {
+  sdk_.setLogger([weak = std::weak_ptr(life_)](TilvaneLogLevel level, std::string_view message) {
+    if (const auto life = weak.lock()) {
+      life->till->note(std::string(rawText(level)) + ": " + std::string(message));
+    }
+  });
+}
+
+Till::~Till() { sdk_.setLogger({}); }
+
+template <OperationKind kind>
+auto Till::completion() {
+  return [weak = std::weak_ptr(life_)](const typename OperationRecords<kind>::Result& result) {
+    const auto life = weak.lock();
+    if (life == nullptr) return;
+    Till& till = *life->till;
+    till.keep(kind, makeReceipt(operationName(kind), till.asked_[kind], result));
+  };
+}
+
+void Till::keep(OperationKind kind, Receipt receipt) {
+  asked_.erase(kind);
+  if (receipts_.size() == mostReceipts) receipts_.pop_front();
+  receipts_.push_back(std::move(receipt));
+  ++receiptsEver_;
+  changed_();
+  resumeInterrupted();
+}
+
+template <OperationKind kind>
+void Till::startKind(const Entry& entry) {
+  if ((sdk_.*operationFunctions<kind>.isInProgress)()) {
+    fault_ = operationName(kind) + " is pending already: wait for its result, or cancel it.";
+    return;
+  }
+  const auto callback = URL::parse(scheme_ + "://done/" + std::string(rawText(kind)));
+  auto request = makeRequest<kind>(entry, newId_(), *callback);
+  if (!request) {
+    fault_ = request.error();
+    return;
+  }
+  fault_.clear();
+  asked_[kind] = amountText(entry);
+  if constexpr (kind == OperationKind::payment) {
+    sdk_.startPayment(*std::move(request), entry.transport, completion<kind>());
+  } else {
+    (sdk_.*operationFunctions<kind>.start)(*std::move(request), completion<kind>());
+  }
+}
+
+void Till::start(const Entry& entry) {
+  forEachOperation([&]<OperationKind kind> {
+    if (kind == entry.kind) startKind<kind>(entry);
+  });
+  changed_();
+}
+
+template <OperationKind kind>
+void Till::resumeKind() {
+  if ((sdk_.*operationFunctions<kind>.isInProgress)()) return;
+  for (const InterruptedOperation& left : sdk_.interruptedOperations()) {
+    if (left.kind != kind) continue;
+    note("Resuming " + operationName(kind) + " " + left.requestId.value_or("without an id"));
+    asked_[kind] = left.amount ? left.amount->text() : std::string();
+    (sdk_.*operationFunctions<kind>.resume)(completion<kind>());
+    return;
+  }
+}
+
+void Till::resumeInterrupted() {
+  forEachOperation([&]<OperationKind kind> { resumeKind<kind>(); });
+  changed_();
+}
+
+void Till::cancel(OperationKind kind) {
+  forEachOperation([&]<OperationKind one> {
+    if (one == kind) (sdk_.*operationFunctions<one>.cancel)();
+  });
+  asked_.erase(kind);
+  changed_();
+}
+
+void Till::receive(const URL& url) {
+  const bool handled = sdk_.handleCallback(url);
+  fault_ = handled ? "" : "A URL came that no pending operation waits for; the log says more.";
+  changed_();
+}
+
+void Till::note(std::string line) {
+  if (log_.size() == mostLines) log_.pop_front();
+  log_.push_back(std::move(line));
+  ++written_;
+  changed_();
+}
+
+}  // namespace tilvanego::till

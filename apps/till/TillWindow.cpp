@@ -1,0 +1,164 @@
+#include "TillWindow.h"
+
+#include <QFontMetrics>
+#include <QGroupBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QShortcut>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include "EntryForm.h"
+
+namespace tilvanego::till {
+namespace {
+
+QString shown(const std::string& text) { return QString::fromStdString(text); }
+
+QPlainTextEdit* makeText(const QString& name) {
+  auto* const text = new QPlainTextEdit;
+  text->setReadOnly(true);
+  text->setAccessibleName(name);
+  text->setTabChangesFocus(true);
+  text->setTextInteractionFlags(Qt::TextSelectableByKeyboard | Qt::TextSelectableByMouse);
+  return text;
+}
+
+QListWidget* makeList(const QString& name) {
+  auto* const list = new QListWidget;
+  list->setAccessibleName(name);
+  return list;
+}
+
+// A titled part of the window.
+QWidget* makePart(const QString& title, std::initializer_list<QWidget*> widgets) {
+  auto* const part = new QGroupBox(title);
+  auto* const column = new QVBoxLayout(part);
+  for (QWidget* const widget : widgets) column->addWidget(widget);
+  return part;
+}
+
+}  // namespace
+
+TillWindow::TillWindow(Till& till) : till_(till) {
+  setWindowTitle("Till");
+  auto* const parts = new QSplitter;
+  parts->addWidget(makeEntryPane());
+  parts->addWidget(makeResultPane());
+  parts->setStretchFactor(1, 2);
+  setCentralWidget(parts);
+  auto* const quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
+  QObject::connect(quit, &QShortcut::activated, [this] { close(); });
+  resize(fontMetrics().averageCharWidth() * 130, fontMetrics().height() * 42);
+  refresh();
+}
+
+QWidget* TillWindow::makeEntryPane() {
+  form_ = new EntryForm([this](const Entry& entry) { till_.start(entry); });
+  fault_ = new QLabel;
+  fault_->setAccessibleName("What went wrong");
+  fault_->setTextFormat(Qt::PlainText);
+  fault_->setWordWrap(true);
+  QFont bold = fault_->font();
+  bold.setBold(true);
+  fault_->setFont(bold);
+
+  auto* const content = new QWidget;
+  auto* const column = new QVBoxLayout(content);
+  column->addWidget(form_);
+  column->addWidget(fault_);
+  column->addStretch();
+  auto* const pane = new QScrollArea;
+  pane->setWidget(content);
+  pane->setWidgetResizable(true);
+  pane->setFrameShape(QFrame::NoFrame);
+  return pane;
+}
+
+QWidget* TillWindow::makeResultPane() {
+  pending_ = makeList("Pending operations");
+  cancel_ = new QPushButton("&Cancel the chosen one");
+  QObject::connect(cancel_, &QPushButton::clicked, [this] { cancelChosen(); });
+  receipts_ = makeList("Receipts");
+  receipt_ = makeText("Receipt");
+  QObject::connect(receipts_, &QListWidget::currentRowChanged, [this] { showReceipt(); });
+  log_ = makeText("Log of the library");
+
+  auto* const pane = new QSplitter(Qt::Vertical);
+  pane->addWidget(makePart("Pending", {pending_, cancel_}));
+  pane->addWidget(makePart("Receipts", {receipts_, receipt_}));
+  pane->addWidget(makePart("What the library says", {log_}));
+  pane->setSizes({1000, 3000, 2000});  // shares
+  pane->setStretchFactor(1, 2);
+  return pane;
+}
+
+void TillWindow::cancelChosen() {
+  const auto pending = till_.pending();
+  const int row = pending_->currentRow();
+  if (row >= 0 && static_cast<std::size_t>(row) < pending.size()) {
+    till_.cancel(pending[static_cast<std::size_t>(row)].kind);
+  }
+}
+
+void TillWindow::refresh() {
+  fault_->setText(shown(till_.fault()));
+  fault_->setVisible(!till_.fault().empty());
+  refreshPending();
+  refreshReceipts();
+  refreshLog();
+}
+
+void TillWindow::refreshPending() {
+  QStringList texts;
+  for (const PendingOperation& one : till_.pending()) {
+    QString text = shown(operationName(one.kind) + " " + one.requestId.value_or("without an id"));
+    if (one.transport) text += ", " + shown(one.transport->text());
+    texts.append(text);
+  }
+  const int row = pending_->currentRow();
+  pending_->clear();
+  pending_->addItems(texts);
+  if (!texts.isEmpty()) pending_->setCurrentRow(std::clamp(row, 0, pending_->count() - 1));
+  cancel_->setEnabled(!texts.isEmpty());
+}
+
+void TillWindow::refreshReceipts() {
+  const std::size_t first = till_.receiptsEver() - till_.receipts().size();
+  // What the till has forgotten.
+  while (receipts_->count() > 0 && shownReceipts_ - static_cast<std::size_t>(receipts_->count()) < first) {
+    delete receipts_->takeItem(0);
+  }
+  for (; shownReceipts_ < till_.receiptsEver(); ++shownReceipts_) {
+    const Receipt& receipt = till_.receipts()[shownReceipts_ - first];
+    receipts_->addItem(shown(receipt.title));
+    receipts_->setCurrentRow(receipts_->count() - 1);
+    if (!receipt.transactionId.empty()) form_->setTransactionId(shown(receipt.transactionId));
+  }
+  showReceipt();
+}
+
+void TillWindow::showReceipt() {
+  QString text;
+  const int row = receipts_->currentRow();
+  if (row >= 0 && static_cast<std::size_t>(row) < till_.receipts().size()) {
+    const Receipt& receipt = till_.receipts()[static_cast<std::size_t>(row)];
+    text = shown(receipt.title) + '\n';
+    for (const std::string& line : receipt.lines) text += '\n' + shown(line);
+  }
+  receipt_->setPlainText(text);
+}
+
+void TillWindow::refreshLog() {
+  const auto& lines = till_.log();
+  const std::size_t first = till_.written() - lines.size();
+  log_->setMaximumBlockCount(static_cast<int>(Till::mostLines));
+  for (shownLines_ = std::max(shownLines_, first); shownLines_ < till_.written(); ++shownLines_) {
+    log_->appendPlainText(shown(lines[shownLines_ - first]));
+  }
+}
+
+}  // namespace tilvanego::till
