@@ -18,6 +18,8 @@
 namespace tilvanego::terminal {
 namespace {
 
+constexpr const char* title = "Payment terminal (rehearsal)";
+
 QString shown(const std::string& text) { return QString::fromStdString(text); }
 
 // A font so many times as large as the usual one: it follows the person's settings.
@@ -55,7 +57,6 @@ QPlainTextEdit* makeText(const QString& name) {
 }  // namespace
 
 TerminalWindow::TerminalWindow(Terminal& terminal) : terminal_(terminal), list_(new QListWidget) {
-  setWindowTitle("Payment terminal (rehearsal)");
   list_->setAccessibleName("Requests");
   QObject::connect(list_, &QListWidget::currentRowChanged, [this] { showChosen(); });
 
@@ -164,7 +165,10 @@ void TerminalWindow::showChosen() {
   details_->setPlainText(readable ? shown(details(*request)) : QString());
   details_->setVisible(readable);
   traffic_->setPlainText(request != nullptr ? shown(traffic(*request, shown_->isChecked())) : QString());
-  buttons_->setWaiting(request != nullptr && request->waits());
+  const bool waits = request != nullptr && request->waits();
+  buttons_->setWaiting(waits);
+  // So that a list of windows shows what waits.
+  setWindowTitle(QString(waits ? operation_->text() + " " + amount_->text() + " \u2013 " : "") + title);
 }
 
 }  // namespace tilvanego::terminal

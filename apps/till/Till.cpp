@@ -4,9 +4,31 @@
 #include <utility>
 
 #include <tilvanego/facade/OperationFunctions.h>
+#include <tilvanego/values/Amount.h>
 #include <tilvanego/values/RawText.h>
 
 namespace tilvanego::till {
+
+namespace {
+
+std::string textOf(const Decimal& amount) { return amount.text(); }
+std::string textOf(const std::string& amount) { return amount; }
+std::string textOf(const auto& optional) { return optional ? textOf(*optional) : std::string(); }
+
+// The amount of a request for a reader; empty without one.
+std::string askedBy(const PaymentRequest& payment) {
+  return amountText(payment.amount(), payment.currency()).value_or(payment.amount().text()) + " " +
+         payment.currency();
+}
+std::string askedBy(const auto& request) {
+  if constexpr (requires { request.amount(); }) {
+    return textOf(request.amount());
+  } else {
+    return {};
+  }
+}
+
+}  // namespace
 
 struct Till::Life {
   Till* till;
@@ -81,8 +103,9 @@ void Till::resumeKind() {
   for (const InterruptedOperation& left : sdk_.interruptedOperations()) {
     if (left.kind != kind) continue;
     note("Resuming " + operationName(kind) + " " + left.requestId.value_or("without an id"));
-    asked_[kind] = left.amount ? left.amount->text() : std::string();
-    (sdk_.*operationFunctions<kind>.resume)(completion<kind>());
+    if (const auto request = (sdk_.*operationFunctions<kind>.resume)(completion<kind>())) {
+      asked_[kind] = askedBy(*request);
+    }
     return;
   }
 }

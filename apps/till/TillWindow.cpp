@@ -137,6 +137,8 @@ void TillWindow::refreshReceipts() {
     receipts_->addItem(shown(receipt.title));
     receipts_->setCurrentRow(receipts_->count() - 1);
     if (!receipt.transactionId.empty()) form_->setTransactionId(shown(receipt.transactionId));
+    // So that a list of windows shows it.
+    setWindowTitle(shown(receipt.title) + " \u2013 Till");
   }
   showReceipt();
 }
