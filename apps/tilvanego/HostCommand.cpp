@@ -108,7 +108,6 @@ void addHostCommand(CLI::App& program) {
   command
       ->add_option("--callbacks", arguments->callbacks,
                    "A socket to make, for: tilvanego callback SOCKET URL")
-      ->check(isNamed)
       ->type_name("SOCKET");
   command
       ->add_option(

@@ -88,7 +88,6 @@ class Usage(unittest.TestCase):
             (["host", "--pasteboard", "none"], b"--pasteboard"),
             (["host", "--open", ""], b"--open"),
             (["host", "--state", ""], b"--state"),
-            (["host", "--callbacks="], b"--callbacks"),
             (["host", "--open", "echo 'half"], b"--open"),
             (["demo", "--transport", "pigeon"], b"--transport"),
             (["demo", "--outcome", "luck"], b"--outcome"),

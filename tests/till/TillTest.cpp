@@ -139,8 +139,8 @@ TEST_F(TillTest, AfterARestartItResumesWhatWasPendingAlsoIfTheCallbackCameFirst)
     if (!callbackFirst) till->receive(captured);
     till->receive(paid);
     ASSERT_EQ(till->receipts().size(), 2U);
-    EXPECT_EQ(till->receipts()[0].title, "Capture: success \u00b7 12.5");
-    EXPECT_EQ(till->receipts()[1].title, "Payment: success \u00b7 12.5");
+    EXPECT_EQ(till->receipts()[0].title, "Capture: success \u00b7 12.50");
+    EXPECT_EQ(till->receipts()[1].title, "Payment: success \u00b7 12.50 EUR");
     EXPECT_TRUE(till->pending().empty());
     EXPECT_TRUE(sdk->interruptedOperations().empty());
   }
