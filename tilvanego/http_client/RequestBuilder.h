@@ -15,6 +15,7 @@
 #include <tilvanego/http_client/BodyType.h>
 #include <tilvanego/http_client/Configuration.h>
 #include <tilvanego/http_client/ErrorResponse.h>
+#include <tilvanego/http_client/RequestLimits.h>
 #include <tilvanego/http_client/RequestTask.h>
 #include <tilvanego/http_client/Response.h>
 #include <tilvanego/http_client/encodings/AnyValue.h>
@@ -36,6 +37,8 @@ struct RequestBuilderArguments {
   /// Must not be null.
   std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> apiConfiguration =
       OstrelTilvanePoiModelsAPIConfiguration::shared();
+  /// They override the limits of the configuration.
+  RequestLimits limits{};
 };
 
 /// Describes one request and sends it, any number of times. This base class sends nothing; the classes of
@@ -104,6 +107,11 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   // The update functions call `body` under the builder's lock: it should be short. An exception of `body`
   // leaves the update.
 
+  /// What each request may take. Each try reads the limits, but the time for the whole request is that of the
+  /// first try.
+  [[nodiscard]] virtual RequestLimits limits() const;
+  virtual void setLimits(RequestLimits value);
+
   /// Called with the progress of each try before the try starts, on the thread that starts it.
   [[nodiscard]] virtual ProgressReady onProgressReady() const;
   virtual void setOnProgressReady(ProgressReady value);
@@ -136,6 +144,7 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   struct MutableState {
     std::optional<URLCredential> credential;
     Headers headers;
+    RequestLimits limits;
     /// A shared pointer, so that the host's function isn't copied under the lock.
     std::shared_ptr<const ProgressReady> onProgressReady;
   };

@@ -143,6 +143,7 @@ class URLSessionRequestBuilder : public RequestBuilder {
 
  private:
   std::shared_ptr<URLSessionRequestBuilder> self();
+  [[nodiscard]] Completion runOnce(Completion completion) const;
   void start(const Completion& completion);
   std::expected<URLRequest, Failure> build(std::shared_ptr<URLSessionProtocol>& urlSession);
   std::unique_ptr<ParameterEncoding> encodingFor(HTTPMethod httpMethod);

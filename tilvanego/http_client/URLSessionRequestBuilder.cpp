@@ -1,3 +1,4 @@
+#include <chrono>
 #include <exception>
 #include <optional>
 #include <string_view>
@@ -22,13 +23,28 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-using OnceCompletion = detail::Once<RequestBuilder::Result>;
+using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
-/// Returns a completion that runs once, however often it is called. A retry passes such a completion on.
-RequestBuilder::Completion runOnce(RequestBuilder::Completion completion) {
-  if (completion.target<OnceCompletion>() != nullptr) return completion;
-  detail::requireCompletion(completion != nullptr);
-  return OnceCompletion(std::move(completion));
+/// A completion that runs once, however often it is called, with the latest end of the whole request. A retry
+/// passes it on.
+struct OnceCompletion : detail::Once<RequestBuilder::Result> {
+  OnceCompletion(RequestBuilder::Completion completion, Deadline end)
+      : Once(std::move(completion)), deadline(end) {}
+  Deadline deadline;
+};
+
+Deadline deadlineFromNow(const RequestLimits& limits) {
+  // A longer time might have no end in the clock's units.
+  constexpr std::chrono::milliseconds longest = std::chrono::years(10);
+  const auto time = limits.wholeRequest.value_or(longest);
+  if (time <= time.zero() || time >= longest) return std::nullopt;
+  return std::chrono::steady_clock::now() + time;
+}
+
+void limit(URLRequest& request, const RequestLimits& limits) {
+  if (limits.silence) request.timeoutInterval = std::chrono::duration<double>(*limits.silence).count();
+  if (limits.largestBody) request.maximumBodySize = limits.largestBody;
+  request.followsRedirects = limits.followsRedirects.value_or(request.followsRedirects);
 }
 
 /// Called in a `catch` block around code that may have called the completion. Returns true if the completion
@@ -66,6 +82,13 @@ std::shared_ptr<URLSessionRequestBuilder> URLSessionRequestBuilder::self() {
   return std::static_pointer_cast<URLSessionRequestBuilder>(shared_from_this());
 }
 
+// Returns a completion that runs once, however often it is called. A retry passes such a completion on.
+RequestBuilder::Completion URLSessionRequestBuilder::runOnce(Completion completion) const {
+  if (completion.target<OnceCompletion>() != nullptr) return completion;
+  detail::requireCompletion(completion != nullptr);
+  return OnceCompletion(std::move(completion), deadlineFromNow(limits().orElse(apiConfiguration->limits())));
+}
+
 std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given) {
   const Completion completion = runOnce(std::move(given));
   try {
@@ -80,7 +103,8 @@ std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given)
 
 void URLSessionRequestBuilder::start(const Completion& completion) {
   std::shared_ptr<URLSessionProtocol> urlSession;
-  const auto request = build(urlSession);
+  auto request = build(urlSession);
+  if (request) request->deadline = completion.target<OnceCompletion>()->deadline;
   if (request) return intercept(*request, urlSession, completion);
   const auto url = URL::parse(URLString);
   refuse({.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method}, urlSession, request.error(),
@@ -334,6 +358,7 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
   URLRequest request{.url = *std::move(url), .httpMethod = std::string(rawText(httpMethod))};
   // A downloaded file may have any size.
   if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
+  limit(request, limits().orElse(apiConfiguration->limits()));
   for (auto& [name, value] : buildHeaders()) request.headers.setValue(name, value);
   return encoding.encode(std::move(request), parameters);
 }
