@@ -8,6 +8,7 @@
 #include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/http_client/WholeCall.h>
 #include <tilvanego/http_client/encodings/DownloadException.h>
 #include <tilvanego/http_client/encodings/FormDataEncoding.h>
 #include <tilvanego/http_client/encodings/FormURLEncoding.h>
@@ -23,38 +24,17 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-using Deadline = std::optional<std::chrono::steady_clock::time_point>;
-
-/// A completion that runs once, however often it is called, with the latest end of the whole request. A retry
-/// passes it on.
-struct OnceCompletion : detail::Once<RequestBuilder::Result> {
-  OnceCompletion(RequestBuilder::Completion completion, Deadline end)
-      : Once(std::move(completion)), deadline(end) {}
-  Deadline deadline;
-};
-
-Deadline deadlineFromNow(const RequestLimits& limits) {
-  // A longer time might have no end in the clock's units.
-  constexpr std::chrono::milliseconds longest = std::chrono::years(10);
-  const auto time = limits.wholeRequest.value_or(longest);
-  if (time <= time.zero() || time >= longest) return std::nullopt;
-  return std::chrono::steady_clock::now() + time;
-}
-
 void limit(URLRequest& request, const RequestLimits& limits) {
   if (limits.silence) request.timeoutInterval = std::chrono::duration<double>(*limits.silence).count();
   if (limits.largestBody) request.maximumBodySize = limits.largestBody;
   request.followsRedirects = limits.followsRedirects.value_or(request.followsRedirects);
 }
 
-/// Called in a `catch` block around code that may have called the completion. Returns true if the completion
-/// hasn't run, so that it must get the failure. If it has run, reports the exception as dropped, or rethrows
-/// it if the completion threw it.
-bool isPending(const RequestBuilder::Completion& completion, std::string_view step) {
-  const OnceCompletion& once = *completion.target<OnceCompletion>();
-  if (once.hasThrown()) throw;
-  if (once.isUsed()) detail::reportDroppedException(step);
-  return !once.isUsed();
+/// Sets what the request has of the whole call, of which it is the next try.
+void note(const RequestBuilder::Completion& completion, URLRequest& request) {
+  auto& call = detail::callOf(completion);
+  request.deadline = call.deadline;
+  request.tryNumber = ++call.tries;
 }
 
 void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
@@ -82,19 +62,12 @@ std::shared_ptr<URLSessionRequestBuilder> URLSessionRequestBuilder::self() {
   return std::static_pointer_cast<URLSessionRequestBuilder>(shared_from_this());
 }
 
-// Returns a completion that runs once, however often it is called. A retry passes such a completion on.
-RequestBuilder::Completion URLSessionRequestBuilder::runOnce(Completion completion) const {
-  if (completion.target<OnceCompletion>() != nullptr) return completion;
-  detail::requireCompletion(completion != nullptr);
-  return OnceCompletion(std::move(completion), deadlineFromNow(limits().orElse(apiConfiguration->limits())));
-}
-
 std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given) {
   const Completion completion = runOnce(std::move(given));
   try {
     start(completion);
   } catch (...) {
-    if (isPending(completion, "RequestBuilder::execute")) {
+    if (detail::isPending(completion, "RequestBuilder::execute")) {
       failLater({}, ErrorResponse::requestRefused, detail::currentFailure(), completion);
     }
   }
@@ -104,7 +77,7 @@ std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given)
 void URLSessionRequestBuilder::start(const Completion& completion) {
   std::shared_ptr<URLSessionProtocol> urlSession;
   auto request = build(urlSession);
-  if (request) request->deadline = completion.target<OnceCompletion>()->deadline;
+  if (request) note(completion, *request);
   if (request) return intercept(*request, urlSession, completion);
   const auto url = URL::parse(URLString);
   refuse({.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method}, urlSession, request.error(),
@@ -138,7 +111,7 @@ void URLSessionRequestBuilder::intercept(const URLRequest& request,
         });
     apiConfiguration->interceptor()->intercept(request, urlSession, self(), *intercepted);
   } catch (...) {
-    if (!isPending(completion, "OpenAPIInterceptor::intercept")) return;
+    if (!detail::isPending(completion, "OpenAPIInterceptor::intercept")) return;
     if (intercepted && intercepted->isUsed()) {
       detail::reportDroppedException("OpenAPIInterceptor::intercept");
     } else if (intercepted) {
@@ -196,18 +169,22 @@ void URLSessionRequestBuilder::send(const URLRequest& request,
     URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
                                                                               credential());
   } catch (...) {
-    if (!isPending(completion, "the making of a task")) return;
+    if (!detail::isPending(completion, "the making of a task")) return;
     // If the session runs the task nevertheless, its result is ignored.
     if (completed && !completed->discard()) return detail::reportDroppedException("the making of a task");
     return refuse(request, urlSession, detail::currentFailure(), completion);
   }
   requestTask->set(task);
+  // Cancelled before there was this task.
+  if (detail::callOf(completion).cancelled) {
+    detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
+  }
   detail::runListener("OpenAPIInterceptor::willSendRequest",
                       [&] { apiConfiguration->interceptor()->willSendRequest(request, urlSession, self()); });
   try {
     task->resume();
   } catch (...) {
-    if (!isPending(completion, "URLSessionDataTaskProtocol::resume")) return;
+    if (!detail::isPending(completion, "URLSessionDataTaskProtocol::resume")) return;
     if (!(*completed)(std::nullopt, nullptr, detail::currentFailure())) {
       detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
     }
@@ -234,7 +211,7 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
       processRequestResponse(exchange, *response, error, completion);
     }
   } catch (...) {
-    if (!isPending(completion, "a step of a request builder")) return;
+    if (!detail::isPending(completion, "a step of a request builder")) return;
     if (failure) return failLater(exchange, code, *failure, completion);
     fail(exchange, code, exchange.data, detail::currentFailure(), completion);
   }
@@ -252,42 +229,6 @@ std::optional<Failure> URLSessionRequestBuilder::failureOf(const URLSessionExcha
     failure.emplace(Cases(Cases::UnsuccessfulHTTPStatusCode()));
   }
   return failure;
-}
-
-void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int code, const Failure& failure,
-                                     const Completion& given) {
-  // A builder class of the host may pass another completion than the one that it got.
-  const Completion completion = runOnce(given);
-  std::optional<detail::Once<OpenAPIInterceptorRetry>> decided;
-  try {
-    decided.emplace(
-        [builder = self(), exchange, code, failure, completion](OpenAPIInterceptorRetry decision) {
-          if (decision == OpenAPIInterceptorRetry::retry) {
-            builder->executeAgain(exchange, completion);
-          } else {
-            builder->failLater(exchange, code, failure, completion);
-          }
-        });
-    apiConfiguration->interceptor()->retry(exchange.request, exchange.session, self(), exchange.data,
-                                           exchange.response, failure, *decided);
-  } catch (...) {
-    if (!isPending(completion, "OpenAPIInterceptor::retry")) return;
-    detail::reportDroppedException("OpenAPIInterceptor::retry");
-    if (decided) {
-      (*decided)(OpenAPIInterceptorRetry::dontRetry);
-    } else {
-      failLater(exchange, code, failure, completion);
-    }
-  }
-}
-
-void URLSessionRequestBuilder::executeAgain(const URLSessionExchange& exchange,
-                                            const Completion& completion) try {
-  execute(completion);
-} catch (...) {
-  if (isPending(completion, "RequestBuilder::execute")) {
-    refuse(exchange.request, exchange.session, detail::currentFailure(), completion);
-  }
 }
 
 void URLSessionRequestBuilder::processRequestResponse(const URLSessionExchange& exchange,
@@ -328,7 +269,7 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
   try {
     apiConfiguration->apiResponseQueue().post([completion, error] { completion(std::unexpected(error)); });
   } catch (...) {
-    if (!isPending(completion, "MainQueue::post")) return;
+    if (!detail::isPending(completion, "MainQueue::post")) return;
     detail::reportDroppedException("MainQueue::post");
     complete(completion, std::unexpected(error));
   }

@@ -29,6 +29,8 @@ struct URLRequest {
   std::optional<std::chrono::steady_clock::time_point> deadline{};
   /// Whether the session follows redirects. If not, the redirect itself is the response.
   bool followsRedirects = true;
+  /// The number of this try, from 1. Builders set it, for interceptors.
+  int tryNumber = 1;
 
   bool operator==(const URLRequest&) const = default;
 };
