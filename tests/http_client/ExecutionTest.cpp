@@ -4,6 +4,7 @@
 #include <tilvanego/json/JSONValue.h>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/AllocationCount.h"
 #include "tests/support/Test.h"
 #include "tests/support/TestData.h"
 #include "tests/support/Threads.h"
@@ -262,6 +263,22 @@ TEST(Execution, ARequestHasTheBuildersLimitsElseTheConfigurationsAndOneDeadlineF
     EXPECT_EQ(client.session.session->requests().back(),
               (URLRequest{.url = URL::parse("https://host.example/a").value()}));
   }
+}
+
+TEST(Execution, AWholeCallAllocatesLittle) {
+  TestClient client({httpResponse(200, someJSON)});
+  client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
+  const auto call = [&] {
+    client
+        .builder<Terminal>({.method = "GET",
+                            .URLString = "https://terminal.example/v1/transactions",
+                            .parameters = Parameters{{"account", "till 12"}, {"limit", 100}},
+                            .headers = {{"Accept", "application/json"}, {"X-Request-Id", "A-1001"}}})
+        .execute([](const auto& result) { EXPECT_TRUE(result); });
+    client.session.session->deliver();
+  };
+  call();
+  EXPECT_LE(allocationsOf(call), 40);
 }
 
 TEST(Execution, ManySendsAtOnceEachCompleteOnce) {

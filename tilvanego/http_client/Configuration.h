@@ -1,12 +1,12 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include <tilvanego/http_client/RequestLimits.h>
+#include <tilvanego/http_client/encodings/FlatMap.h>
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/network/URLCredential.h>
 
@@ -38,7 +38,7 @@ struct StatusCodeRange {
 /// pointer may be null.
 class OstrelTilvanePoiModelsAPIConfiguration {
  public:
-  using Headers = std::map<std::string, std::string>;
+  using Headers = FlatMap<std::string>;
 
   struct State {
     std::string basePath;

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <expected>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +18,7 @@
 #include <tilvanego/http_client/RequestTask.h>
 #include <tilvanego/http_client/Response.h>
 #include <tilvanego/http_client/encodings/AnyValue.h>
+#include <tilvanego/http_client/encodings/FlatMap.h>
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/network/Progress.h>
 #include <tilvanego/network/URLCredential.h>
@@ -32,7 +32,7 @@ struct RequestBuilderArguments {
   /// The whole URL. If it isn't a URL, `execute` fails, not the creation of the builder.
   std::string URLString;
   std::optional<Parameters> parameters{};
-  std::map<std::string, std::string> headers{};
+  FlatMap<std::string> headers{};
   bool requiresAuthentication = false;
   /// Must not be null.
   std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> apiConfiguration =
@@ -48,7 +48,7 @@ struct RequestBuilderArguments {
 /// All operations may be called from any thread. A request that isn't finished keeps its builder alive.
 class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
  public:
-  using Headers = std::map<std::string, std::string>;
+  using Headers = FlatMap<std::string>;
   /// May throw: the exception is dropped after one line on standard error.
   using ProgressReady = std::function<void(std::shared_ptr<Progress>)>;
   using Result = std::expected<AnyResponse, ErrorResponse>;

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <chrono>
 #include <exception>
 #include <optional>
@@ -5,7 +6,6 @@
 #include <utility>
 
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
-#include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
 #include <tilvanego/http_client/WholeCall.h>
@@ -28,13 +28,6 @@ void limit(URLRequest& request, const RequestLimits& limits) {
   if (limits.silence) request.timeoutInterval = std::chrono::duration<double>(*limits.silence).count();
   if (limits.largestBody) request.maximumBodySize = limits.largestBody;
   request.followsRedirects = limits.followsRedirects.value_or(request.followsRedirects);
-}
-
-/// Sets what the request has of the whole call, of which it is the next try.
-void note(const RequestBuilder::Completion& completion, URLRequest& request) {
-  auto& call = detail::callOf(completion);
-  request.deadline = call.deadline;
-  request.tryNumber = ++call.tries;
 }
 
 void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
@@ -63,25 +56,44 @@ std::shared_ptr<URLSessionRequestBuilder> URLSessionRequestBuilder::self() {
 }
 
 std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given) {
-  const Completion completion = runOnce(std::move(given));
+  Completion completion = runOnce(std::move(given));
+  const auto call = detail::callOf(completion);
   try {
-    start(completion);
+    start(std::move(completion));
   } catch (...) {
-    if (detail::isPending(completion, "RequestBuilder::execute")) {
-      failLater({}, ErrorResponse::requestRefused, detail::currentFailure(), completion);
+    if (detail::isPending(*call, "RequestBuilder::execute")) {
+      failLater({}, ErrorResponse::requestRefused, detail::currentFailure(), detail::CallCompletion(call));
     }
   }
   return requestTask;
 }
 
-void URLSessionRequestBuilder::start(const Completion& completion) {
+/// One try of a call, which the callbacks of interceptor and session share. The host may keep these longer
+/// than the request lasts: its own objects are released at the end.
+struct URLSessionRequestBuilder::Try {
+  std::shared_ptr<URLSessionRequestBuilder> builder;
+  Completion completion;
+  const std::shared_ptr<detail::WholeCall> call;
+  /// As the interceptor gets it, and what it made of it.
+  const URLRequest built;
+  URLSessionExchange exchange;
+  std::atomic<bool> isIntercepted = false;
+  std::atomic<bool> isFinished = false;
+};
+
+void URLSessionRequestBuilder::start(Completion completion) {
   std::shared_ptr<URLSessionProtocol> urlSession;
   auto request = build(urlSession);
-  if (request) note(completion, *request);
-  if (request) return intercept(*request, urlSession, completion);
-  const auto url = URL::parse(URLString);
-  refuse({.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method}, urlSession, request.error(),
-         completion);
+  if (!request) {
+    const auto url = URL::parse(URLString);
+    return refuse({.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method}, urlSession,
+                  request.error(), completion);
+  }
+  auto call = detail::callOf(completion);
+  request->deadline = call->deadline;
+  request->tryNumber = ++call->tries;
+  intercept(std::make_shared<Try>(self(), std::move(completion), std::move(call), *std::move(request),
+                                  URLSessionExchange{{}, std::move(urlSession), {}, nullptr}));
 }
 
 std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
@@ -89,36 +101,34 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
   urlSession = createURLSession();
   const auto httpMethod = fromRawText<HTTPMethod>(method);
   if (!httpMethod) detail::fatalError("Unsupported Http method - " + method);
-  const auto encoding = encodingFor(*httpMethod);
-  return createURLRequest(urlSession, *httpMethod, *encoding, headers());
+  const Headers fields = headers();
+  const auto encoding = encodingFor(*httpMethod, fields);
+  return createURLRequest(urlSession, *httpMethod, *encoding, fields);
 } catch (...) {
   return std::unexpected(detail::currentFailure());
 }
 
-void URLSessionRequestBuilder::intercept(const URLRequest& request,
-                                         const std::shared_ptr<URLSessionProtocol>& urlSession,
-                                         const Completion& completion) {
+void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt) {
   using Response = std::expected<URLRequest, Failure>;
-  std::optional<detail::Once<Response>> intercepted;
-  try {
-    intercepted.emplace(
-        [builder = self(), built = request, urlSession, completion](const Response& response) {
-          if (response) {
-            builder->send(*response, urlSession, completion);
-          } else {
-            builder->refuse(built, urlSession, response.error(), completion);
-          }
-        });
-    apiConfiguration->interceptor()->intercept(request, urlSession, self(), *intercepted);
-  } catch (...) {
-    if (!detail::isPending(completion, "OpenAPIInterceptor::intercept")) return;
-    if (intercepted && intercepted->isUsed()) {
-      detail::reportDroppedException("OpenAPIInterceptor::intercept");
-    } else if (intercepted) {
-      (*intercepted)(std::unexpected(detail::currentFailure()));
-    } else {
-      refuse(request, urlSession, detail::currentFailure(), completion);
+  const auto answered = [](const std::shared_ptr<Try>& own, Response response) {
+    if (own->isIntercepted.exchange(true)) return;
+    const auto builder = own->builder;
+    if (response) {
+      own->exchange.request = *std::move(response);
+      return builder->send(own);
     }
+    own->builder = nullptr;
+    builder->refuse(own->built, own->exchange.session, response.error(),
+                    std::exchange(own->completion, nullptr));
+  };
+  try {
+    apiConfiguration->interceptor()->intercept(
+        attempt->built, attempt->exchange.session, attempt->builder,
+        [attempt, answered](Response response) { answered(attempt, std::move(response)); });
+  } catch (...) {
+    if (!detail::isPending(*attempt->call, "OpenAPIInterceptor::intercept")) return;
+    if (attempt->isIntercepted) return detail::reportDroppedException("OpenAPIInterceptor::intercept");
+    answered(attempt, std::unexpected(detail::currentFailure()));
   }
 }
 
@@ -128,9 +138,9 @@ void URLSessionRequestBuilder::refuse(const URLRequest& request,
   failLater({request, urlSession, std::nullopt, nullptr}, ErrorResponse::requestRefused, failure, completion);
 }
 
-std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMethod httpMethod) {
+std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMethod httpMethod,
+                                                                         const Headers& fields) {
   if (httpMethod == HTTPMethod::get || httpMethod == HTTPMethod::head) return std::make_unique<URLEncoding>();
-  const Headers fields = headers();
   const auto found = fields.find("Content-Type");
   const std::string contentType = found != fields.end() ? found->second : "application/json";
   const auto startsWith = [&](std::string_view start) { return contentType.starts_with(start); };
@@ -148,47 +158,62 @@ std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMet
   detail::fatalError("Unsupported Media Type - " + contentType);
 }
 
-void URLSessionRequestBuilder::send(const URLRequest& request,
-                                    const std::shared_ptr<URLSessionProtocol>& urlSession,
-                                    const Completion& completion) {
-  using Completed = detail::Once<std::optional<Data>, URLResponsePointer, std::optional<Failure>>;
-  std::optional<Completed> completed;
+void URLSessionRequestBuilder::send(const std::shared_ptr<Try>& attempt) {
+  // Once there is a task, another thread may end the try.
+  const auto own = attempt;
+  const auto builder = own->builder;
+  const auto& call = *own->call;
+  const auto& request = own->exchange.request;
+  const auto& urlSession = own->exchange.session;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
   try {
-    completed.emplace([builder = self(), exchange = URLSessionExchange{request, urlSession, {}, nullptr},
-                       completion](std::optional<Data> data, URLResponsePointer response,
-                                   const std::optional<Failure>& error) mutable {
-      exchange.data = std::move(data);
-      exchange.response = std::move(response);
-      builder->finished(exchange, error, completion);
-    });
-    task = urlSession->dataTaskFromProtocol(request, *completed);
+    task = urlSession->dataTaskFromProtocol(
+        request,
+        [own](std::optional<Data> data, URLResponsePointer response, const std::optional<Failure>& error) {
+          finish(own, std::move(data), std::move(response), error);
+        });
     if (const auto ready = onProgressReady()) {
       detail::runListener("the onProgressReady of a request builder", [&] { ready(task->progress()); });
     }
     URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
                                                                               credential());
   } catch (...) {
-    if (!detail::isPending(completion, "the making of a task")) return;
+    if (!detail::isPending(call, "the making of a task")) return;
     // If the session runs the task nevertheless, its result is ignored.
-    if (completed && !completed->discard()) return detail::reportDroppedException("the making of a task");
-    return refuse(request, urlSession, detail::currentFailure(), completion);
+    if (own->isFinished.exchange(true)) return detail::reportDroppedException("the making of a task");
+    own->builder = nullptr;
+    return refuse(request, urlSession, detail::currentFailure(), std::exchange(own->completion, nullptr));
   }
   requestTask->set(task);
   // Cancelled before there was this task.
-  if (detail::callOf(completion).cancelled) {
-    detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
-  }
-  detail::runListener("OpenAPIInterceptor::willSendRequest",
-                      [&] { apiConfiguration->interceptor()->willSendRequest(request, urlSession, self()); });
+  if (call.cancelled) detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
+  detail::runListener("OpenAPIInterceptor::willSendRequest", [&] {
+    apiConfiguration->interceptor()->willSendRequest(request, urlSession, builder);
+  });
   try {
     task->resume();
   } catch (...) {
-    if (!detail::isPending(completion, "URLSessionDataTaskProtocol::resume")) return;
-    if (!(*completed)(std::nullopt, nullptr, detail::currentFailure())) {
+    if (!detail::isPending(call, "URLSessionDataTaskProtocol::resume")) return;
+    if (!finish(own, std::nullopt, nullptr, detail::currentFailure())) {
       detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
     }
   }
+}
+
+// Returns false if the try has ended before.
+bool URLSessionRequestBuilder::finish(const std::shared_ptr<Try>& attempt, std::optional<Data> data,
+                                      URLResponsePointer response, const std::optional<Failure>& error) {
+  // The session may destroy its completion, and so its reference, meanwhile.
+  const auto own = attempt;
+  if (own->isFinished.exchange(true)) return false;
+  const auto builder = std::exchange(own->builder, nullptr);
+  const auto completion = std::exchange(own->completion, nullptr);
+  own->exchange.data = std::move(data);
+  own->exchange.response = std::move(response);
+  builder->finished(own->exchange, error, completion);
+  own->exchange.data.reset();
+  own->exchange.response.reset();
+  return true;
 }
 
 void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
@@ -211,7 +236,7 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
       processRequestResponse(exchange, *response, error, completion);
     }
   } catch (...) {
-    if (!detail::isPending(completion, "a step of a request builder")) return;
+    if (!detail::isPending(*detail::callOf(completion), "a step of a request builder")) return;
     if (failure) return failLater(exchange, code, *failure, completion);
     fail(exchange, code, exchange.data, detail::currentFailure(), completion);
   }
@@ -269,7 +294,7 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
   try {
     apiConfiguration->apiResponseQueue().post([completion, error] { completion(std::unexpected(error)); });
   } catch (...) {
-    if (!detail::isPending(completion, "MainQueue::post")) return;
+    if (!detail::isPending(*detail::callOf(completion), "MainQueue::post")) return;
     detail::reportDroppedException("MainQueue::post");
     complete(completion, std::unexpected(error));
   }
@@ -300,7 +325,10 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
   // A downloaded file may have any size.
   if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
   limit(request, limits().orElse(apiConfiguration->limits()));
-  for (auto& [name, value] : buildHeaders()) request.headers.setValue(name, value);
+  Headers fields = buildHeaders();
+  // Room for the fields that an encoding and an interceptor add.
+  request.headers.reserve(fields.size() + 2);
+  for (auto& [name, value] : fields) request.headers.setValue(name, std::move(value));
   return encoding.encode(std::move(request), parameters);
 }
 
@@ -313,8 +341,10 @@ void URLSessionRequestBuilder::cleanUp() {
 
 RequestBuilder::Headers URLSessionRequestBuilder::buildHeaders() {
   Headers fields = headers();
-  // `merge` keeps existing entries.
-  fields.merge(apiConfiguration->customHeaders());
+  for (auto& [name, value] : apiConfiguration->customHeaders()) {
+    // Keeps an existing entry.
+    fields.emplace(name, std::move(value));
+  }
   return fields;
 }
 

@@ -29,14 +29,14 @@ detail::WholeCall::Deadline deadlineFromNow(const RequestLimits& limits) {
 /// Lets `task` cancel the wait for a decision, which is in place of the `ended` session's task. Without
 /// memory for that, the wait isn't cancelled.
 void makeCancellable(RequestTask& task, const std::shared_ptr<URLSessionDataTaskProtocol>& ended,
-                     const std::shared_ptr<Decided>& decided, detail::WholeCall& call, MainQueue& queue) try {
+                     const std::shared_ptr<Decided>& decided, std::shared_ptr<detail::WholeCall> call,
+                     MainQueue& queue) try {
   if (!ended || decided->isUsed()) return;
   // Weak, because an interceptor may forget its completion.
-  const auto wait = std::make_shared<detail::RetryWait>(ended, call.shared_from_this(), queue,
-                                                        [weak = std::weak_ptr(decided)] {
-                                                          if (const auto waiting = weak.lock())
-                                                            (*waiting)(std::nullopt);
-                                                        });
+  const auto wait =
+      std::make_shared<detail::RetryWait>(ended, std::move(call), queue, [weak = std::weak_ptr(decided)] {
+        if (const auto waiting = weak.lock()) (*waiting)(std::nullopt);
+      });
   if (!task.replace(ended, wait) && !task.get()) wait->cancel();
 } catch (...) {
   detail::reportDroppedException("the wait for OpenAPIInterceptor::retry");
@@ -77,7 +77,7 @@ void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int cod
     makeCancellable(*requestTask, ended, decided, detail::callOf(completion),
                     apiConfiguration->apiResponseQueue());
   } catch (...) {
-    if (!detail::isPending(completion, "OpenAPIInterceptor::retry")) return;
+    if (!detail::isPending(*detail::callOf(completion), "OpenAPIInterceptor::retry")) return;
     detail::reportDroppedException("OpenAPIInterceptor::retry");
     if (decided) {
       (*decided)(OpenAPIInterceptorRetry::dontRetry);
@@ -91,7 +91,7 @@ void URLSessionRequestBuilder::executeAgain(const URLSessionExchange& exchange,
                                             const Completion& completion) try {
   execute(completion);
 } catch (...) {
-  if (detail::isPending(completion, "RequestBuilder::execute")) {
+  if (detail::isPending(*detail::callOf(completion), "RequestBuilder::execute")) {
     refuse(exchange.request, exchange.session, detail::currentFailure(), completion);
   }
 }

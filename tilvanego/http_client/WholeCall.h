@@ -15,7 +15,7 @@
 namespace tilvanego::detail {
 
 /// What all tries of one `execute` share. Used on any thread.
-struct WholeCall : std::enable_shared_from_this<WholeCall> {
+struct WholeCall {
   using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
   WholeCall(RequestBuilder::Completion given, Deadline latestEnd)
@@ -36,7 +36,7 @@ class CallCompletion {
  public:
   explicit CallCompletion(std::shared_ptr<WholeCall> call) : call_(std::move(call)) {}
 
-  [[nodiscard]] WholeCall& call() const { return *call_; }
+  [[nodiscard]] const std::shared_ptr<WholeCall>& call() const { return call_; }
 
   /// An exception of the host's completion leaves the call.
   void operator()(RequestBuilder::Result result) const {
@@ -57,15 +57,14 @@ class CallCompletion {
 };
 
 /// The call of a completion that `CallCompletion` is.
-[[nodiscard]] inline WholeCall& callOf(const RequestBuilder::Completion& completion) {
+[[nodiscard]] inline const std::shared_ptr<WholeCall>& callOf(const RequestBuilder::Completion& completion) {
   return completion.target<CallCompletion>()->call();
 }
 
-/// Called in a `catch` block around code that may have called the completion. Returns true if the completion
+/// Called in a `catch` block around code that may have called the call's completion. Returns true if that
 /// hasn't run, so that it must get the failure. If it has run, reports the exception as dropped, or rethrows
 /// it if the completion threw it.
-inline bool isPending(const RequestBuilder::Completion& completion, std::string_view step) {
-  const WholeCall& call = callOf(completion);
+inline bool isPending(const WholeCall& call, std::string_view step) {
   if (call.threw) throw;
   if (call.used) reportDroppedException(step);
   return !call.used;
