@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/http_client/BlockingCall.h>
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 #include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
@@ -22,7 +23,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-using OnceCompletion = detail::Once<RequestBuilder::Result>;
+using detail::OnceCompletion;
 
 /// Returns a completion that runs once, however often it is called. A retry passes such a completion on.
 RequestBuilder::Completion runOnce(RequestBuilder::Completion completion) {
@@ -107,7 +108,7 @@ void URLSessionRequestBuilder::intercept(const URLRequest& request,
     intercepted.emplace(
         [builder = self(), built = request, urlSession, completion](const Response& response) {
           if (response) {
-            builder->send(*response, urlSession, completion);
+            builder->sendBy(urlSession, *response, completion);
           } else {
             builder->refuse(built, urlSession, response.error(), completion);
           }
@@ -151,9 +152,8 @@ std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMet
   detail::fatalError("Unsupported Media Type - " + contentType);
 }
 
-void URLSessionRequestBuilder::send(const URLRequest& request,
-                                    const std::shared_ptr<URLSessionProtocol>& urlSession,
-                                    const Completion& completion) {
+void URLSessionRequestBuilder::sendBy(const std::shared_ptr<URLSessionProtocol>& urlSession,
+                                      const URLRequest& request, const Completion& completion) {
   using Completed = detail::Once<std::optional<Data>, URLResponsePointer, std::optional<Failure>>;
   std::optional<Completed> completed;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
@@ -180,13 +180,22 @@ void URLSessionRequestBuilder::send(const URLRequest& request,
   requestTask->set(task);
   detail::runListener("OpenAPIInterceptor::willSendRequest",
                       [&] { apiConfiguration->interceptor()->willSendRequest(request, urlSession, self()); });
-  try {
-    task->resume();
-  } catch (...) {
-    if (!isPending(completion, "URLSessionDataTaskProtocol::resume")) return;
-    if (!(*completed)(std::nullopt, nullptr, detail::currentFailure())) {
-      detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
+  const auto resume = [task, completed = *completed, completion, caller = detail::callerOf(completion)] {
+    try {
+      // The stop may have come before there was a task to cancel.
+      if (caller && caller->isStopped()) task->cancel();
+      caller ? task->resumeHere() : task->resume();
+    } catch (...) {
+      if (!isPending(completion, "URLSessionDataTaskProtocol::resume")) return;
+      if (!completed(std::nullopt, nullptr, detail::currentFailure())) {
+        detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
+      }
     }
+  };
+  if (const auto caller = detail::callerOf(completion)) {
+    caller->post(resume);
+  } else {
+    resume();
   }
 }
 
@@ -301,6 +310,7 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
                                          const Completion& completion) {
   const auto error = errorOf(exchange, code, exchange.data, failure);
   didFail(exchange, exchange.data, failure);
+  if (detail::callerOf(completion)) return complete(completion, std::unexpected(error));
   try {
     apiConfiguration->apiResponseQueue().post([completion, error] { completion(std::unexpected(error)); });
   } catch (...) {
