@@ -42,6 +42,15 @@ bool isPending(const RequestBuilder::Completion& completion, std::string_view st
   return !once.isUsed();
 }
 
+using Completed = detail::Once<std::optional<Data>, URLResponsePointer, std::optional<Failure>>;
+
+/// Called in a `catch` block around the start of a task.
+void failToResume(const Completed& completed, const RequestBuilder::Completion& completion) {
+  constexpr const char* step = "URLSessionDataTaskProtocol::resume";
+  if (!isPending(completion, step)) return;
+  if (!completed(std::nullopt, nullptr, detail::currentFailure())) detail::reportDroppedException(step);
+}
+
 void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
   completion(std::move(result));
 } catch (...) {
@@ -154,7 +163,6 @@ std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMet
 
 void URLSessionRequestBuilder::sendBy(const std::shared_ptr<URLSessionProtocol>& urlSession,
                                       const URLRequest& request, const Completion& completion) {
-  using Completed = detail::Once<std::optional<Data>, URLResponsePointer, std::optional<Failure>>;
   std::optional<Completed> completed;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
   try {
@@ -180,22 +188,20 @@ void URLSessionRequestBuilder::sendBy(const std::shared_ptr<URLSessionProtocol>&
   requestTask->set(task);
   detail::runListener("OpenAPIInterceptor::willSendRequest",
                       [&] { apiConfiguration->interceptor()->willSendRequest(request, urlSession, self()); });
-  const auto resume = [task, completed = *completed, completion, caller = detail::callerOf(completion)] {
-    try {
-      // The stop may have come before there was a task to cancel.
-      if (caller && caller->isStopped()) task->cancel();
-      caller ? task->resumeHere() : task->resume();
-    } catch (...) {
-      if (!isPending(completion, "URLSessionDataTaskProtocol::resume")) return;
-      if (!completed(std::nullopt, nullptr, detail::currentFailure())) {
-        detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
+  const auto caller = detail::callerOf(completion);
+  try {
+    if (!caller) return task->resume();
+    caller->post([task, completed = *completed, completion, caller] {
+      try {
+        // The stop may have come before there was a task to cancel.
+        if (caller->isStopped()) task->cancel();
+        task->resumeHere();
+      } catch (...) {
+        failToResume(completed, completion);
       }
-    }
-  };
-  if (const auto caller = detail::callerOf(completion)) {
-    caller->post(resume);
-  } else {
-    resume();
+    });
+  } catch (...) {
+    failToResume(*completed, completion);
   }
 }
 

@@ -36,8 +36,9 @@ class URLSessionDataTaskProtocol {
   virtual void resumeHere() { resume(); }
 };
 
-/// The completion of a task. Called once for each resumed or cancelled task, on the session's thread, but not
-/// once the process exits. With an `error`, `data` and `response` may have values too.
+/// The completion of a task. Called once for each resumed or cancelled task, on the session's thread or
+/// inside `resumeHere`, but not once the process exits. With an `error`, `data` and `response` may have
+/// values too.
 ///
 /// May throw: in a `URLSession`, whose thread belongs to the library, an exception ends the process after one
 /// line on standard error.
