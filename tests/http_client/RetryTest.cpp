@@ -1,8 +1,9 @@
 // Retries by the library's policy, and chains of interceptors.
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <map>
-#include <numeric>
+#include <thread>
 
 #include <tilvanego/http_client/InterceptorChain.h>
 #include <tilvanego/http_client/RetryPolicy.h>
@@ -170,6 +171,26 @@ TEST_F(Retries, ACancelAtAnyMomentEndsTheRequestOnceAndAtOnce) {
                                               {"intercepted of try 2", -1},
                                               {"didReceive of try 2", 0},
                                               {"didComplete of try 2", 0}}));
+}
+
+TEST_F(Retries, ACancelEndsThePauseOfABlockingCall) {
+  usePolicy();
+  const auto session =
+      std::make_shared<URLSession>(URLSessionConfiguration{.proxy = ""});  // answers on the calling thread
+  const LoopbackServer server([](const ReceivedRequest&) { return response(503); });
+  TestClient client({});
+  client.configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(session));
+  client.configuration->setInterceptor(policy);
+  const auto builder = client.builder<Empty>({.method = "GET", .URLString = server.url()});
+  std::atomic<bool> isOver = false;
+  // The pause never ends by itself.
+  std::thread cancelling([&] {
+    server.waitFor(&Counts::requests, 1);
+    while (!isOver) builder->requestTask->cancel();
+  });
+  EXPECT_FALSE(builder.send());
+  isOver = true;
+  cancelling.join();
 }
 
 TEST_F(Retries, PassFaultsOfARealServer) {

@@ -75,6 +75,10 @@ struct URLSessionExchange {
 /// | the body can't be decoded | the status | the session's thread |
 /// | the body can't be written to a file | 400 | the session's thread |
 ///
+/// `send` runs all of this on the calling thread, the completion included, and doesn't use the queue. Two
+/// things may be elsewhere: what an interceptor does on another thread, and the work of a session that can't
+/// send on the calling thread, which then waits.
+///
 /// An exception of a callback, and a lack of memory, become the cause of such a failure, an
 /// `ExceptionFailure`. `execute` itself throws only `std::bad_alloc`, before it does anything. If the queue
 /// throws, the completion runs on the thread of the failure.
@@ -143,7 +147,7 @@ class URLSessionRequestBuilder : public RequestBuilder {
 
  private:
   std::shared_ptr<URLSessionRequestBuilder> self();
-  [[nodiscard]] Completion runOnce(Completion completion) const;
+  [[nodiscard]] static Completion runOnce(Completion completion);
   struct Try;
   void start(Completion completion);
   std::expected<URLRequest, Failure> build(std::shared_ptr<URLSessionProtocol>& urlSession);
@@ -151,7 +155,8 @@ class URLSessionRequestBuilder : public RequestBuilder {
   void intercept(const std::shared_ptr<Try>& attempt);
   void refuse(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
               const Failure& failure, const Completion& completion);
-  void send(const std::shared_ptr<Try>& attempt);
+  void sendBySession(const std::shared_ptr<Try>& attempt);
+  static void failToResume(const std::shared_ptr<Try>& attempt);
   static bool finish(const std::shared_ptr<Try>& attempt, std::optional<Data> data,
                      URLResponsePointer response, const std::optional<Failure>& error);
   void finished(const URLSessionExchange& exchange, const std::optional<Failure>& error,

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
+#include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
 #include <tilvanego/http_client/WholeCall.h>
@@ -23,6 +24,14 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
+
+detail::WholeCall::Deadline deadlineFromNow(const RequestLimits& limits) {
+  // A longer time might have no end in the clock's units.
+  constexpr std::chrono::milliseconds longest = std::chrono::years(10);
+  const auto time = limits.wholeRequest.value_or(longest);
+  if (time <= time.zero() || time >= longest) return std::nullopt;
+  return std::chrono::steady_clock::now() + time;
+}
 
 void limit(URLRequest& request, const RequestLimits& limits) {
   if (limits.silence) request.timeoutInterval = std::chrono::duration<double>(*limits.silence).count();
@@ -58,6 +67,7 @@ std::shared_ptr<URLSessionRequestBuilder> URLSessionRequestBuilder::self() {
 std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given) {
   Completion completion = runOnce(std::move(given));
   const auto call = detail::callOf(completion);
+  if (call->tries == 0) call->deadline = deadlineFromNow(limits().orElse(apiConfiguration->limits()));
   try {
     start(std::move(completion));
   } catch (...) {
@@ -77,7 +87,6 @@ struct URLSessionRequestBuilder::Try {
   /// As the interceptor gets it, and what it made of it.
   const URLRequest built;
   URLSessionExchange exchange;
-  std::atomic<bool> isIntercepted = false;
   std::atomic<bool> isFinished = false;
 };
 
@@ -110,25 +119,28 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
 
 void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt) {
   using Response = std::expected<URLRequest, Failure>;
-  const auto answered = [](const std::shared_ptr<Try>& own, Response response) {
-    if (own->isIntercepted.exchange(true)) return;
-    const auto builder = own->builder;
-    if (response) {
-      own->exchange.request = *std::move(response);
-      return builder->send(own);
-    }
-    own->builder = nullptr;
-    builder->refuse(own->built, own->exchange.session, response.error(),
-                    std::exchange(own->completion, nullptr));
-  };
+  using Intercepted = detail::Once<Response>;
+  std::optional<Intercepted> intercepted;
   try {
-    apiConfiguration->interceptor()->intercept(
-        attempt->built, attempt->exchange.session, attempt->builder,
-        [attempt, answered](Response response) { answered(attempt, std::move(response)); });
+    intercepted.emplace([attempt](Response response) {
+      if (response) {
+        attempt->exchange.request = *std::move(response);
+        return attempt->builder->sendBySession(attempt);
+      }
+      attempt->builder->refuse(attempt->built, attempt->exchange.session, response.error(),
+                               attempt->completion);
+    });
+    apiConfiguration->interceptor()->intercept(attempt->built, attempt->exchange.session, self(),
+                                               *intercepted);
   } catch (...) {
     if (!detail::isPending(*attempt->call, "OpenAPIInterceptor::intercept")) return;
-    if (attempt->isIntercepted) return detail::reportDroppedException("OpenAPIInterceptor::intercept");
-    answered(attempt, std::unexpected(detail::currentFailure()));
+    if (intercepted && intercepted->isUsed()) {
+      detail::reportDroppedException("OpenAPIInterceptor::intercept");
+    } else if (intercepted) {
+      (*intercepted)(std::unexpected(detail::currentFailure()));
+    } else {
+      refuse(attempt->built, attempt->exchange.session, detail::currentFailure(), attempt->completion);
+    }
   }
 }
 
@@ -158,7 +170,7 @@ std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMet
   detail::fatalError("Unsupported Media Type - " + contentType);
 }
 
-void URLSessionRequestBuilder::send(const std::shared_ptr<Try>& attempt) {
+void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt) {
   // Once there is a task, another thread may end the try.
   const auto own = attempt;
   const auto builder = own->builder;
@@ -190,14 +202,28 @@ void URLSessionRequestBuilder::send(const std::shared_ptr<Try>& attempt) {
   detail::runListener("OpenAPIInterceptor::willSendRequest", [&] {
     apiConfiguration->interceptor()->willSendRequest(request, urlSession, builder);
   });
+  const auto& caller = call.caller;
   try {
-    task->resume();
+    if (!caller) return task->resume();
+    caller->post([task, own] {
+      try {
+        // The stop may have come before there was a task to cancel.
+        if (own->call->caller->isStopped()) task->cancel();
+        task->resumeHere();
+      } catch (...) {
+        failToResume(own);
+      }
+    });
   } catch (...) {
-    if (!detail::isPending(call, "URLSessionDataTaskProtocol::resume")) return;
-    if (!finish(own, std::nullopt, nullptr, detail::currentFailure())) {
-      detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
-    }
+    failToResume(own);
   }
+}
+
+// Called in a `catch` block around the start of a task.
+void URLSessionRequestBuilder::failToResume(const std::shared_ptr<Try>& attempt) {
+  constexpr const char* step = "URLSessionDataTaskProtocol::resume";
+  if (!detail::isPending(*attempt->call, step)) return;
+  if (!finish(attempt, std::nullopt, nullptr, detail::currentFailure())) detail::reportDroppedException(step);
 }
 
 // Returns false if the try has ended before.
@@ -291,6 +317,7 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
                                          const Completion& completion) {
   const auto error = errorOf(exchange, code, exchange.data, failure);
   didFail(exchange, exchange.data, failure);
+  if (detail::callOf(completion)->caller) return complete(completion, std::unexpected(error));
   try {
     apiConfiguration->apiResponseQueue().post([completion, error] { completion(std::unexpected(error)); });
   } catch (...) {

@@ -1,6 +1,5 @@
 // What a request builder does between two tries of a request.
 
-#include <chrono>
 #include <utility>
 
 #include <tilvanego/http_client/Once.h>
@@ -18,25 +17,16 @@ namespace {
 using Decision = std::optional<OpenAPIInterceptorRetry>;
 using Decided = detail::Once<Decision>;
 
-detail::WholeCall::Deadline deadlineFromNow(const RequestLimits& limits) {
-  // A longer time might have no end in the clock's units.
-  constexpr std::chrono::milliseconds longest = std::chrono::years(10);
-  const auto time = limits.wholeRequest.value_or(longest);
-  if (time <= time.zero() || time >= longest) return std::nullopt;
-  return std::chrono::steady_clock::now() + time;
-}
-
 /// Lets `task` cancel the wait for a decision, which is in place of the `ended` session's task. Without
 /// memory for that, the wait isn't cancelled.
 void makeCancellable(RequestTask& task, const std::shared_ptr<URLSessionDataTaskProtocol>& ended,
-                     const std::shared_ptr<Decided>& decided, std::shared_ptr<detail::WholeCall> call,
+                     const std::shared_ptr<Decided>& decided, const std::shared_ptr<detail::WholeCall>& call,
                      MainQueue& queue) try {
   if (!ended || decided->isUsed()) return;
   // Weak, because an interceptor may forget its completion.
-  const auto wait =
-      std::make_shared<detail::RetryWait>(ended, std::move(call), queue, [weak = std::weak_ptr(decided)] {
-        if (const auto waiting = weak.lock()) (*waiting)(std::nullopt);
-      });
+  const auto wait = std::make_shared<detail::RetryWait>(ended, call, queue, [weak = std::weak_ptr(decided)] {
+    if (const auto waiting = weak.lock()) (*waiting)(std::nullopt);
+  });
   if (!task.replace(ended, wait) && !task.get()) wait->cancel();
 } catch (...) {
   detail::reportDroppedException("the wait for OpenAPIInterceptor::retry");
@@ -45,11 +35,10 @@ void makeCancellable(RequestTask& task, const std::shared_ptr<URLSessionDataTask
 }  // namespace
 
 // Returns a completion that runs once, however often it is called. A retry passes such a completion on.
-RequestBuilder::Completion URLSessionRequestBuilder::runOnce(Completion completion) const {
+RequestBuilder::Completion URLSessionRequestBuilder::runOnce(Completion completion) {
   if (completion.target<detail::CallCompletion>() != nullptr) return completion;
   detail::requireCompletion(completion != nullptr);
-  const auto deadline = deadlineFromNow(limits().orElse(apiConfiguration->limits()));
-  return detail::CallCompletion(std::make_shared<detail::WholeCall>(std::move(completion), deadline));
+  return detail::CallCompletion(std::make_shared<detail::WholeCall>(std::move(completion)));
 }
 
 void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int code, const Failure& failure,

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/http_client/BlockingCall.h>
 #include <tilvanego/http_client/RequestBuilder.h>
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/MainQueue.h>
@@ -18,14 +19,17 @@ namespace tilvanego::detail {
 struct WholeCall {
   using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
-  WholeCall(RequestBuilder::Completion given, Deadline latestEnd)
-      : completion(std::move(given)), deadline(latestEnd) {}
+  explicit WholeCall(RequestBuilder::Completion given, std::shared_ptr<BlockingCall> waiting = nullptr)
+      : completion(std::move(given)), caller(std::move(waiting)) {}
 
   /// The host's; empty once it is used.
   RequestBuilder::Completion completion;
   std::atomic<bool> used = false;
   std::atomic<bool> threw = false;
-  const Deadline deadline;
+  /// The thread that waits for the result; null if none does.
+  const std::shared_ptr<BlockingCall> caller;
+  /// Set before the first try.
+  Deadline deadline;
   std::atomic<int> tries = 0;
   /// Set while the call waits for a retry: there is no task of a session then that could be cancelled.
   std::atomic<bool> cancelled = false;
@@ -73,23 +77,26 @@ inline bool isPending(const WholeCall& call, std::string_view step) {
 /// Stands in for the ended task of a try while the interceptor hasn't decided on the next one.
 class RetryWait final : public URLSessionDataTaskProtocol {
  public:
-  /// `end` runs on `queue` when the wait is cancelled.
-  RetryWait(std::shared_ptr<URLSessionDataTaskProtocol> ended, std::shared_ptr<WholeCall> call,
+  /// `end` runs on the thread that waits for the call, else on `queue`, when the wait is cancelled.
+  RetryWait(std::shared_ptr<URLSessionDataTaskProtocol> ended, const std::shared_ptr<WholeCall>& call,
             MainQueue& queue, std::function<void()> end)
-      : ended_(std::move(ended)), call_(std::move(call)), queue_(queue), end_(std::move(end)) {}
+      : ended_(std::move(ended)), call_(call), caller_(call->caller), queue_(queue), end_(std::move(end)) {}
 
   void resume() override {}
   [[nodiscard]] int taskIdentifier() const override { return ended_->taskIdentifier(); }
   [[nodiscard]] std::shared_ptr<Progress> progress() const override { return ended_->progress(); }
   // Posted, because `RequestTask` calls this with its lock held.
   void cancel() override {
-    call_->cancelled = true;
+    if (const auto call = call_.lock()) call->cancelled = true;
+    if (caller_) return caller_->post(end_);
     queue_.post(end_);
   }
 
  private:
   const std::shared_ptr<URLSessionDataTaskProtocol> ended_;
-  const std::shared_ptr<WholeCall> call_;
+  /// Weak, because a call ends when nobody can complete it any more.
+  const std::weak_ptr<WholeCall> call_;
+  const std::shared_ptr<BlockingCall> caller_;
   MainQueue& queue_;
   const std::function<void()> end_;
 };

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include <tilvanego/async/StopToken.h>
+#include <tilvanego/http_client/RequestBuilder.h>
+
+namespace tilvanego::detail {
+
+/// A thread that waits in `RequestBuilder::send`. It sends the request itself: what is posted here runs on it
+/// until the result comes.
+class BlockingCall {
+ public:
+  explicit BlockingCall(StopToken stopToken) : stopToken_(std::move(stopToken)) {}
+  BlockingCall(const BlockingCall&) = delete;
+  BlockingCall& operator=(const BlockingCall&) = delete;
+
+  /// Returns the completion of a builder's request for this call. A completion that is destroyed without a
+  /// call ends the call too.
+  [[nodiscard]] static RequestBuilder::Completion completionOf(const std::shared_ptr<BlockingCall>& call);
+
+  /// Runs `work`, which must not throw, on the waiting thread; after the end nowhere. May be called from any
+  /// thread.
+  void post(std::function<void()> work);
+
+  /// Runs what is posted, and returns the result.
+  [[nodiscard]] RequestBuilder::Result wait();
+
+  /// Whether the call must be cancelled before it sends a further request.
+  [[nodiscard]] bool isStopped() const { return stopToken_.stopRequested(); }
+
+ private:
+  class Ending;
+
+  [[nodiscard]] std::function<void()> next();
+
+  const StopToken stopToken_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<std::function<void()>> posted_;
+  std::optional<RequestBuilder::Result> result_;
+  bool isOver_ = false;
+};
+
+}  // namespace tilvanego::detail
