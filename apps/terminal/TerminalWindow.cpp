@@ -50,7 +50,7 @@ void showOrHide(QLabel& label, const std::string& text) {
 
 TerminalWindow::TerminalWindow(Terminal& terminal) : terminal_(terminal), list_(new QListWidget) {
   list_->setAccessibleName("Requests");
-  // A request's id is too long for it, and stands beside it.
+  // A request's id is too long for a line, and stands beside the list.
   list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   QObject::connect(list_, &QListWidget::currentRowChanged, [this] { showChosen(); });
 
@@ -61,6 +61,8 @@ TerminalWindow::TerminalWindow(Terminal& terminal) : terminal_(terminal), list_(
   auto* const parts = new QSplitter;
   parts->addWidget(list_);
   parts->addWidget(pane);
+  parts->setSizes({1000, 2000});  // shares
+  parts->setStretchFactor(0, 1);
   parts->setStretchFactor(1, 2);
   setCentralWidget(parts);
 

@@ -22,6 +22,8 @@ QString shown(const std::string& text) { return QString::fromStdString(text); }
 QListWidget* makeList(const QString& name) {
   auto* const list = new QListWidget;
   list->setAccessibleName(name);
+  // A long id ends in dots.
+  list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   // The height is for the texts: a list scrolls.
   list->setMaximumHeight(list->fontMetrics().lineSpacing() * 6);
   return list;
@@ -111,8 +113,9 @@ void TillWindow::refresh() {
 void TillWindow::refreshPending() {
   QStringList texts;
   for (const PendingOperation& one : till_.pending()) {
-    QString text = shown(operationName(one.kind) + " " + one.requestId.value_or("without an id"));
-    if (one.transport) text += ", " + shown(one.transport->text());
+    QString text = shown(operationName(one.kind));
+    if (one.transport) text += " \u00b7 " + shown(one.transport->text());
+    text += " \u00b7 " + shown(one.requestId.value_or("without an id"));
     texts.append(text);
   }
   const int row = pending_->currentRow();

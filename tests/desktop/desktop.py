@@ -16,7 +16,8 @@ LONGEST_WAIT = 60
 class Desktop(contextlib.ExitStack):
     """Until it is closed; so are the programs that it started."""
 
-    def begin(self):
+    def begin(self, **environment):
+        """With these variables of the environment besides its own."""
         home = self.enter_context(tempfile.TemporaryDirectory(prefix="desktop"))
         self.home = pathlib.Path(home)
         (self.home / "bin").mkdir()
@@ -28,7 +29,7 @@ class Desktop(contextlib.ExitStack):
             "XDG_DATA_HOME": f"{home}/data", "XDG_STATE_HOME": f"{home}/state", "LANG": "C.UTF-8",
             "QT_QPA_PLATFORM": "xcb", "PATH": f"{home}/bin:{os.environ['PATH']}",
             # The sanitizers' options.
-            **{name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}}
+            **{name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}, **environment}
         self.environment["DISPLAY"] = f":{self.start_server()}"
         for program in PROGRAMS:
             self.run(program.name, "--register")
@@ -37,7 +38,7 @@ class Desktop(contextlib.ExitStack):
         """The number of a display."""
         reading, writing = os.pipe()
         # By itself it starts afresh whenever its last client has gone, and is then not there for the next one.
-        server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-noreset", "-nolisten", "tcp",
+        server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-noreset", "-nolisten", "tcp", "-wr",
                                    "-screen", "0", "1600x1200x24"], pass_fds=[writing], stderr=subprocess.DEVNULL)
         self.callback(server.wait)
         self.callback(server.terminate)  # it removes its lock
