@@ -14,6 +14,7 @@ usage() {
   exit 2
 }
 
+# Ends a script that can't go on, with the sentence that says why.
 give_up() {
   printf '%s\n' "$1" >&2
   exit 1
