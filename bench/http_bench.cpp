@@ -2,11 +2,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 #include <sched.h>
@@ -90,9 +93,12 @@ void add(const std::string& name, const Work& work, std::size_t batch, std::size
   };
   for (const auto& [client, make] : {Named{"library", library},
                                      {"library_waiting", waitingLibrary},
+                                     {"library_blocking", blockingLibrary},
                                      {"libcurl", bareCurl},
+                                     {"libcurl_easy", easyCurl},
                                      {"cpp-httplib", cppHTTPLib}}) {
-    if (make == waitingLibrary && inFlight > 1) continue;
+    const bool oneAtATime = make == waitingLibrary || make == blockingLibrary || make == easyCurl;
+    if (oneAtATime && inFlight > 1) continue;
     const auto subject = std::make_shared<Subject>(Subject{make, work, batch, inFlight, {}});
     benchmark::RegisterBenchmark((name + "/" + client).c_str(),
                                  [subject](benchmark::State& state) { run(state, subject); })
@@ -100,6 +106,44 @@ void add(const std::string& name, const Work& work, std::size_t batch, std::size
         ->UseRealTime()
         ->Unit(batch > 1 ? benchmark::kMicrosecond : benchmark::kMillisecond);
   }
+}
+
+double seconds(clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+// The blocking call and libcurl's, a hundred requests each in turns: what slows the machine down meets both.
+// The counters are the medians of a turn's time over that of libcurl's turn beside it.
+void runInTurns(benchmark::State& state, const Work& work) {
+  const auto library = blockingLibrary(work);
+  const auto peer = easyCurl(work);
+  std::vector<double> elapsed, processor;
+  const auto timed = [](Client& client) {
+    const double wall = seconds(CLOCK_MONOTONIC);
+    const double cpu = seconds(CLOCK_PROCESS_CPUTIME_ID);
+    client.send(100, 1);
+    return std::pair(seconds(CLOCK_MONOTONIC) - wall, seconds(CLOCK_PROCESS_CPUTIME_ID) - cpu);
+  };
+  timed(*library), timed(*peer);
+  for (auto unused : state) {
+    (void)unused;
+    const bool first = elapsed.size() % 2 == 0;
+    const auto before = first ? timed(*library) : timed(*peer);
+    const auto after = first ? timed(*peer) : timed(*library);
+    const auto& [ours, theirs] = first ? std::pair(before, after) : std::pair(after, before);
+    elapsed.push_back(ours.first / theirs.first);
+    processor.push_back(ours.second / theirs.second);
+  }
+  const auto median = [](std::vector<double>& values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+  };
+  state.counters["elapsed_ratio"] = median(elapsed);
+  state.counters["processor_ratio"] = median(processor);
+  if (ResponseCheck::anyWrong()) state.SkipWithError("a wrong answer");
 }
 
 }  // namespace
@@ -117,6 +161,14 @@ int main(int argumentCount, char** arguments) {
   add("get_2KB/one_at_a_time", {"GET", server.url("/files/small"), {}, 200, small}, 4000, 1);
   add("get_2KB/64_at_once", {"GET", server.url("/files/small"), {}, 200, small}, 8000, 64);
   add("put_2KB/one_at_a_time", {"PUT", server.url("/sink"), small, 204, {}}, 4000, 1);
+  for (const auto& [name, work] :
+       {std::pair("get_2KB", Work{"GET", server.url("/files/small"), {}, 200, small}),
+        std::pair("put_2KB", Work{"PUT", server.url("/sink"), small, 204, {}})}) {
+    benchmark::RegisterBenchmark((std::string(name) + "/blocking_in_turns").c_str(),
+                                 [work](benchmark::State& state) { runInTurns(state, work); })
+        ->UseRealTime()
+        ->Unit(benchmark::kMillisecond);
+  }
   add("get_100MB", {"GET", server.url("/files/large"), {}, 200, large}, 1, 1);
   add("put_100MB", {"PUT", server.url("/sink"), large, 204, {}}, 1, 1);
 

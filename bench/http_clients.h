@@ -31,8 +31,12 @@ class Client {
 std::unique_ptr<Client> library(const Work& work);
 /// The same from a thread that waits for each response before it sends on.
 std::unique_ptr<Client> waitingLibrary(const Work& work);
+/// A request builder's blocking call.
+std::unique_ptr<Client> blockingLibrary(const Work& work);
 /// libcurl's multi interface and one thread.
 std::unique_ptr<Client> bareCurl(const Work& work);
+/// `curl_easy_perform` with one handle.
+std::unique_ptr<Client> easyCurl(const Work& work);
 /// cpp-httplib, with a thread for each request in flight and TCP_NODELAY, without which it waits.
 std::unique_ptr<Client> cppHTTPLib(const Work& work);
 

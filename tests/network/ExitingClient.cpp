@@ -25,10 +25,12 @@ class Shop {
   ~Shop() { closed_ = true; }
   void sell() {
     if (closed_) _exit(3);
+    const std::scoped_lock lock(mutex_);
     bills_.push_back(std::make_unique<int>(1));
   }
 
  private:
+  std::mutex mutex_;
   std::vector<std::unique_ptr<int>> bills_;
   bool closed_ = false;
 } shop;
@@ -65,13 +67,18 @@ class Client {
     std::shared_ptr<URLSession>* const places[] = {&older, &younger(), &lasting()};
     session_ = places[random_() % 3];
     *session_ = std::move(session);
+    sendsHere_ = seed % 2 == 0;
     exitsOnSessionsThread_ = random_() % 5 == 0;
     bytesUntilExit_ = random_() % 4 == 0 ? random_() % 3'000'000 : random_() % 20'000;
   }
 
   void run() {
     const auto count = 1 + random_() % 3;
-    for (std::size_t index = 0; index < count; ++index) send(random_);
+    for (std::size_t index = 0; index < count; ++index) {
+      if (sendsHere_)
+        std::thread(&Client::sendHere, this, *session_, static_cast<unsigned>(random_())).detach();
+      send(random_);
+    }
     switch (random_() % 3) {
       case 0:
         break;
@@ -130,6 +137,22 @@ class Client {
     task->resume();
   }
 
+  // A thread of the host that sends one request after the other.
+  void sendHere(const std::shared_ptr<URLSession>& session, unsigned seed) {
+    std::mt19937 random(seed);
+    for (bool isOver = false; !isOver;) {
+      session
+          ->dataTaskFromProtocol(request(url_, random),
+                                 [&](auto data, auto&&, auto error) {
+                                   const auto* cause = error ? error->template as<TransportError>() : nullptr;
+                                   isOver = cause && cause->code == TransportError::Code::cancelled;
+                                   shop.sell();
+                                   count(data ? data->size() + 1 : 1);
+                                 })
+          ->resumeHere();
+    }
+  }
+
   void count(std::size_t bytes) {
     const std::scoped_lock lock(mutex_);
     bytes_ += bytes;
@@ -169,6 +192,7 @@ class Client {
   std::shared_ptr<URLSession>* session_ = nullptr;
   bool exitsOnSessionsThread_ = false;
   std::size_t bytesUntilExit_ = 0;
+  bool sendsHere_ = false;
   volatile unsigned long spun_ = 0;
   std::mutex mutex_;
   std::condition_variable changed_;

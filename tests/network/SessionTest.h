@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 #include <thread>
 
@@ -65,6 +66,7 @@ class Send {
         })) {}
 
   [[nodiscard]] URLSessionDataTaskProtocol& task() const { return *task_; }
+  [[nodiscard]] std::shared_ptr<URLSessionDataTaskProtocol> sharedTask() const { return task_; }
 
   /// Waits for the completion.
   [[nodiscard]] Outcome outcome() const {
@@ -89,6 +91,9 @@ class Send {
 };
 
 /// A test with a session, at the end of which each completion must have run once, on the session's thread.
+///
+/// With TILVANEGO_SEND_HERE in the environment each request is sent by a thread of its own: the rules are the
+/// same.
 class SessionTest : public testing::Test {
  protected:
   SessionTest() { useSession({}); }
@@ -107,16 +112,23 @@ class SessionTest : public testing::Test {
   }
   Send& start(const URLRequest& request) {
     auto& send = make(request);
-    send.task().resume();
+    if (sendsHere_) {
+      senders_.emplace_back([task = send.sharedTask()] { task->resumeHere(); });
+    } else {
+      send.task().resume();
+    }
     return send;
   }
   Outcome send(const URLRequest& request) { return start(request).outcome(); }
 
   void endSession() {
     session.reset();
+    for (auto& sender : senders_) sender.join();
+    senders_.clear();
     std::thread::id thread;
     for (const auto& send : sends_) {
       ASSERT_EQ(send->completions(), 1);
+      if (sendsHere_) continue;
       if (thread == std::thread::id()) thread = send->outcome().thread;
       EXPECT_EQ(send->outcome().thread, thread);
       EXPECT_NE(thread, std::this_thread::get_id());
@@ -127,6 +139,8 @@ class SessionTest : public testing::Test {
   std::unique_ptr<URLSession> session;
 
  private:
+  const bool sendsHere_ = std::getenv("TILVANEGO_SEND_HERE") != nullptr;
+  std::vector<std::thread> senders_;
   std::vector<std::unique_ptr<Send>> sends_;
 };
 

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <coroutine>
 
+#include <tilvanego/http_client/BlockingCall.h>
 #include <tilvanego/network/ExceptionFailure.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -65,7 +66,7 @@ class Continuation {
 
 // The builder is a parameter of both coroutines, so that their frames keep it alive.
 
-Task<AnyResponse> send(std::shared_ptr<RequestBuilder> builder, StopToken stopToken) {
+Task<AnyResponse> sendAwaited(std::shared_ptr<RequestBuilder> builder, StopToken stopToken) {
   if (stopToken.stopRequested()) throw CancellationError();
   Continuation continuation(std::move(builder), std::move(stopToken));
   co_return co_await continuation;
@@ -149,12 +150,24 @@ void RequestBuilder::addHeaders(const Headers& fields) {
 
 std::shared_ptr<RequestTask> RequestBuilder::execute(Completion) { return requestTask; }
 
+RequestBuilder::Result RequestBuilder::send(StopToken stopToken) {
+  if (stopToken.stopRequested()) {
+    return std::unexpected(
+        ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, CancellationError()));
+  }
+  const StopCallback cancel(stopToken, [task = requestTask] { task->cancel(); });
+  const auto builder = shared_from_this();
+  const auto call = std::make_shared<detail::BlockingCall>(std::move(stopToken));
+  execute(detail::BlockingCall::completionOf(call));
+  return call->wait();
+}
+
 Task<AnyResponse> RequestBuilder::execute(StopToken stopToken) {
   return sendWatched(shared_from_this(), std::move(stopToken));
 }
 
 Task<AnyResponse> RequestBuilder::_execute(StopToken stopToken) {
-  return send(shared_from_this(), std::move(stopToken));
+  return sendAwaited(shared_from_this(), std::move(stopToken));
 }
 
 RequestBuilder& RequestBuilder::addHeader(const std::string& name, const std::string& value) {

@@ -117,6 +117,16 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   virtual std::shared_ptr<RequestTask> execute(Completion completion);
   void execute(std::nullptr_t) = delete;
 
+  /// Sends the request, and returns when its completion would run. `URLSessionRequestBuilder` says which
+  /// thread does what. For any other builder class the thread waits for the completion of `execute`: not even
+  /// a failure may need this thread then. May be called in a completion, an interceptor or a delegate.
+  ///
+  /// `requestTask->cancel()` and a stop request cancel it, from any thread; a stop request before the call
+  /// ends it with `ErrorResponse::notExecuted`. So does a completion that is dropped without a call, as by a
+  /// `MemoryURLSession` that ends. Throws `std::bad_alloc` before anything is sent, and nothing else but what
+  /// `execute` of a builder class of the host throws.
+  [[nodiscard]] Result send(StopToken stopToken = {});
+
   /// For coroutines: sends the request when the task is awaited. Returns the response or throws an
   /// `ErrorResponse`, and nothing else. A stop request cancels `requestTask`; a stop request before the
   /// request is sent ends the call with `ErrorResponse::notExecuted`.

@@ -106,6 +106,21 @@ class RequestBuilderOf {
   }
   void execute(std::nullptr_t) const = delete;
 
+  /// Sends the request on this thread, and returns the response or why there is none.
+  ///
+  /// ```cpp
+  /// std::string batteryOf(const std::string& terminal) {
+  ///   const auto result = makeRequestBuilder<std::string>({.method = "GET", .URLString = terminal +
+  ///   "/battery"}).send(); return result ? result->body : result.error().what();
+  /// }
+  /// ```
+  ///
+  /// Takes no part of the `apiResponseQueue`, so it may be called on the main thread, which it blocks.
+  /// `RequestBuilder::send` has the rules.
+  [[nodiscard]] Result send(StopToken stopToken = {}) const {
+    return detail::typedResult<T>(builder_->send(std::move(stopToken)));
+  }
+
   /// Sends the request when the task is awaited. Returns the response or throws an `ErrorResponse`, and
   /// nothing else. Resumes the coroutine on the thread on which a completion would run.
   [[nodiscard]] Task<Response<T>> execute(StopToken stopToken = {}) const {

@@ -75,6 +75,10 @@ struct URLSessionExchange {
 /// | the body can't be decoded | the status | the session's thread |
 /// | the body can't be written to a file | 400 | the session's thread |
 ///
+/// `send` runs all of this on the calling thread, the completion included, and doesn't use the queue. Two
+/// things may be elsewhere: what an interceptor does on another thread, and the work of a session that can't
+/// send on the calling thread, which then waits.
+///
 /// An exception of a callback, and a lack of memory, become the cause of such a failure, an
 /// `ExceptionFailure`. `execute` itself throws only `std::bad_alloc`, before it does anything. If the queue
 /// throws, the completion runs on the thread of the failure.
@@ -150,8 +154,8 @@ class URLSessionRequestBuilder : public RequestBuilder {
                  const Completion& completion);
   void refuse(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
               const Failure& failure, const Completion& completion);
-  void send(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
-            const Completion& completion);
+  void sendBy(const std::shared_ptr<URLSessionProtocol>& urlSession, const URLRequest& request,
+              const Completion& completion);
   void finished(const URLSessionExchange& exchange, const std::optional<Failure>& error,
                 const Completion& completion);
   std::optional<Failure> failureOf(const URLSessionExchange& exchange,

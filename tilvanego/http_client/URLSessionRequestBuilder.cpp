@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/http_client/BlockingCall.h>
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 #include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
@@ -22,7 +23,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-using OnceCompletion = detail::Once<RequestBuilder::Result>;
+using detail::OnceCompletion;
 
 /// Returns a completion that runs once, however often it is called. A retry passes such a completion on.
 RequestBuilder::Completion runOnce(RequestBuilder::Completion completion) {
@@ -39,6 +40,15 @@ bool isPending(const RequestBuilder::Completion& completion, std::string_view st
   if (once.hasThrown()) throw;
   if (once.isUsed()) detail::reportDroppedException(step);
   return !once.isUsed();
+}
+
+using Completed = detail::Once<std::optional<Data>, URLResponsePointer, std::optional<Failure>>;
+
+/// Called in a `catch` block around the start of a task.
+void failToResume(const Completed& completed, const RequestBuilder::Completion& completion) {
+  constexpr const char* step = "URLSessionDataTaskProtocol::resume";
+  if (!isPending(completion, step)) return;
+  if (!completed(std::nullopt, nullptr, detail::currentFailure())) detail::reportDroppedException(step);
 }
 
 void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
@@ -107,7 +117,7 @@ void URLSessionRequestBuilder::intercept(const URLRequest& request,
     intercepted.emplace(
         [builder = self(), built = request, urlSession, completion](const Response& response) {
           if (response) {
-            builder->send(*response, urlSession, completion);
+            builder->sendBy(urlSession, *response, completion);
           } else {
             builder->refuse(built, urlSession, response.error(), completion);
           }
@@ -151,10 +161,8 @@ std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMet
   detail::fatalError("Unsupported Media Type - " + contentType);
 }
 
-void URLSessionRequestBuilder::send(const URLRequest& request,
-                                    const std::shared_ptr<URLSessionProtocol>& urlSession,
-                                    const Completion& completion) {
-  using Completed = detail::Once<std::optional<Data>, URLResponsePointer, std::optional<Failure>>;
+void URLSessionRequestBuilder::sendBy(const std::shared_ptr<URLSessionProtocol>& urlSession,
+                                      const URLRequest& request, const Completion& completion) {
   std::optional<Completed> completed;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
   try {
@@ -180,13 +188,20 @@ void URLSessionRequestBuilder::send(const URLRequest& request,
   requestTask->set(task);
   detail::runListener("OpenAPIInterceptor::willSendRequest",
                       [&] { apiConfiguration->interceptor()->willSendRequest(request, urlSession, self()); });
+  const auto caller = detail::callerOf(completion);
   try {
-    task->resume();
+    if (!caller) return task->resume();
+    caller->post([task, completed = *completed, completion, caller] {
+      try {
+        // The stop may have come before there was a task to cancel.
+        if (caller->isStopped()) task->cancel();
+        task->resumeHere();
+      } catch (...) {
+        failToResume(completed, completion);
+      }
+    });
   } catch (...) {
-    if (!isPending(completion, "URLSessionDataTaskProtocol::resume")) return;
-    if (!(*completed)(std::nullopt, nullptr, detail::currentFailure())) {
-      detail::reportDroppedException("URLSessionDataTaskProtocol::resume");
-    }
+    failToResume(*completed, completion);
   }
 }
 
@@ -301,6 +316,7 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
                                          const Completion& completion) {
   const auto error = errorOf(exchange, code, exchange.data, failure);
   didFail(exchange, exchange.data, failure);
+  if (detail::callerOf(completion)) return complete(completion, std::unexpected(error));
   try {
     apiConfiguration->apiResponseQueue().post([completion, error] { completion(std::unexpected(error)); });
   } catch (...) {

@@ -70,12 +70,13 @@ struct URLAuthenticationResponse {
 template <>
 inline constexpr bool showsCaseNames<URLAuthenticationResponse::Disposition> = true;
 
-/// Callbacks of a session. A session without a delegate handles challenges by default.
+/// Callbacks of a session, on the session's thread or on one that sends a request itself, by `resumeHere`:
+/// then on several threads at once. A session without a delegate handles challenges by default.
 class URLSessionDelegate {
  public:
   virtual ~URLSessionDelegate() = default;
 
-  /// Called for each challenge, on the session's thread, without a lock held; the session waits for the
+  /// Called for each challenge, without a lock held; the session waits for the
   /// response. `task` is the task that was challenged, `configuration` is the one of its session.
   ///
   /// The credential is sent to the server or proxy that sent the challenge. A delegate must check `isProxy`
@@ -87,7 +88,7 @@ class URLSessionDelegate {
                                                         const URLAuthenticationChallenge& challenge) = 0;
 
   /// Called when a task has ended, also by the end of its session: no further challenge of it comes. Called
-  /// on the session's thread, before the task's completion, without a lock held.
+  /// before the task's completion, without a lock held.
   ///
   /// May throw: the exception is dropped after one line on standard error.
   virtual void didEndTask(const URLSessionDataTaskProtocol& /*task*/) {}

@@ -29,7 +29,8 @@ struct URLSessionConfiguration {
   /// The path of a file with certificates in PEM form that are trusted in addition to the system's; empty for
   /// none. If libcurl's system store is a single file and not a directory, this file replaces it.
   std::string additionalCertificates{};
-  /// Further requests wait for a connection; the wait counts for their `timeoutInterval`. 0 means no limit.
+  /// Further requests wait for a connection; the wait counts for their `timeoutInterval`. The same number
+  /// limits the requests, to any host, that threads send themselves at once. 0 means no limit.
   int maximumConnectionsPerHost = 64;
   /// The largest body of a response in bytes, after decompression; a larger one fails with `bodyTooLarge`. A
   /// body is held in memory whole, so this limits the memory that a server can make a request use.
@@ -65,13 +66,16 @@ struct URLSessionConfiguration {
 ///
 /// Threads: all operations may be called from any thread. The session starts one thread with its first task;
 /// completions, the delegate and progress observers run there, without a lock held. A completion must not
-/// wait for another task of the same session. After `fork`, the child process must not use the session; it
-/// may only destroy it, and no completion runs there.
+/// wait for another task of the same session, but may send one itself: `resumeHere` of a task uses the
+/// calling thread for all of this, and connections of its own, which are kept too. After `fork`, the child
+/// process must not use the session; it may only destroy it, and no completion runs there.
 ///
 /// Exit: the process may exit at any time, on any thread, also in a completion. From then on no completion,
 /// delegate or observer is called, and unfinished tasks are dropped. A callback that is running then has one
 /// second to return before static objects that are older than the process's first task are destroyed.
 /// `atexit` handlers that were registered after the first task run before that: sessions still work in them.
+/// Another thread that sends a request itself then never returns; on the exiting thread `resumeHere` ends as
+/// cancelled.
 class URLSession final : public URLSessionProtocol {
  public:
   explicit URLSession(URLSessionConfiguration configuration = {},
@@ -79,10 +83,10 @@ class URLSession final : public URLSessionProtocol {
   URLSession(const URLSession&) = delete;
   URLSession& operator=(const URLSession&) = delete;
 
-  /// Cancels the running tasks, and returns when their completions have run and the thread has ended. It
-  /// doesn't wait once the process exits, nor on the session's own thread, where a completion may release the
-  /// last reference: there the tasks end after that completion. A task that is resumed or cancelled later
-  /// ends as cancelled too.
+  /// Cancels the running tasks, and returns when their completions have run, also on threads that send them,
+  /// and the session's thread has ended. It doesn't wait once the process exits, nor on the session's own
+  /// thread, where a completion may release the last reference: there the tasks end after that completion. A
+  /// task that is resumed or cancelled later ends as cancelled too.
   ~URLSession() override;
 
   [[nodiscard]] const URLSessionConfiguration& configuration() const TILVANEGO_LIFETIMEBOUND;

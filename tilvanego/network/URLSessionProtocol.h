@@ -30,10 +30,15 @@ class URLSessionDataTaskProtocol {
   /// Cancels the task unless it has ended, also if it was never resumed. Doesn't call the completion itself:
   /// the session does so later.
   virtual void cancel() = 0;
+  /// The same as `resume` for a thread that waits for the completion: a session may send the request on this
+  /// thread, and run the completion here before the call returns. An exception of the completion then leaves
+  /// the call.
+  virtual void resumeHere() { resume(); }
 };
 
-/// The completion of a task. Called once for each resumed or cancelled task, on the session's thread, but not
-/// once the process exits. With an `error`, `data` and `response` may have values too.
+/// The completion of a task. Called once for each resumed or cancelled task, on the session's thread or
+/// inside `resumeHere`, but not once the process exits. With an `error`, `data` and `response` may have
+/// values too.
 ///
 /// May throw: in a `URLSession`, whose thread belongs to the library, an exception ends the process after one
 /// line on standard error.

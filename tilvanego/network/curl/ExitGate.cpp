@@ -15,7 +15,8 @@ namespace {
 /// The time for a callback that runs when the exit begins. It may be waiting for the thread that exits.
 constexpr std::chrono::seconds hostCodeTimeout{1};
 
-thread_local bool isInHostCode = false;
+/// How many callbacks of the host are running on this thread, one inside the other.
+thread_local int callbacksOfThread = 0;
 
 /// Never destroyed: threads wait at the gate until the process ends.
 std::atomic<ExitGate*> gateOfProcess = nullptr;
@@ -38,7 +39,7 @@ void ExitGate::holdForFork() {
   std::unique_lock lock(gate.mutex_);
   gate.held_ = true;
   gate.barred_ = true;
-  for (auto* loop : gate.loops_) loop->wake();
+  gate.wakeAll();
   gate.changed_.wait(lock, [&] { return gate.inside_ == 0; });
   lock.release();
 }
@@ -58,9 +59,18 @@ void ExitGate::closeAtExit() { ofProcess().close(); }
 
 // The exit runs its handlers in reverse order. libcurl's initialization has registered the TLS library's
 // handler before, so this one runs first.
-void ExitGate::add(SessionLoop& loop) {
+void ExitGate::registerAtExit() {
   static const bool registered = std::atexit(&closeAtExit) == 0;
   static_cast<void>(registered);
+}
+
+void ExitGate::wakeAll() {
+  for (auto* loop : loops_) loop->wake();
+  for (auto* multi : waiting_) curl_multi_wakeup(multi);
+}
+
+void ExitGate::add(SessionLoop& loop) {
+  registerAtExit();
   const std::lock_guard held(mutex_);
   loops_.push_back(&loop);
 }
@@ -82,10 +92,11 @@ void ExitGate::close() {
   std::unique_lock lock(mutex_);
   closed_ = true;
   barred_ = true;
-  for (auto* loop : loops_) loop->wake();
+  exitingThread_ = std::this_thread::get_id();
+  wakeAll();
   changed_.notify_all();
   changed_.wait(lock, [this] { return inside_ == 0; });
-  const int own = isInHostCode ? 1 : 0;
+  const int own = callbacksOfThread;
   changed_.wait_for(lock, hostCodeTimeout, [&] { return inHostCode_ <= own; });
 }
 
@@ -102,6 +113,35 @@ bool ExitGate::tryToEnter() {
   return true;
 }
 
+bool ExitGate::enterUnlessExiting(CURLM* waiting) {
+  registerAtExit();
+  std::unique_lock lock(mutex_);
+  if (closed_ && exitingThread_ == std::this_thread::get_id()) return false;
+  if (waiting) waiting_.push_back(waiting);
+  waitAndEnter(lock);
+  return true;
+}
+
+void ExitGate::leaveForLastHostCode(CURLM* waiting) {
+  if (waiting) {
+    const std::lock_guard held(mutex_);
+    std::erase(waiting_, waiting);
+  }
+  leaveForHostCode();
+}
+
+void ExitGate::endHostCode() {
+  --callbacksOfThread;
+  const std::lock_guard held(mutex_);
+  --inHostCode_;
+  if (barred_) changed_.notify_all();
+}
+
+void ExitGate::notify() {
+  const std::lock_guard held(mutex_);
+  changed_.notify_all();
+}
+
 void ExitGate::leave() {
   const std::lock_guard held(mutex_);
   --inside_;
@@ -114,11 +154,11 @@ void ExitGate::leaveForHostCode() {
   if (closed_) waitAndEnter(lock);
   if (held_) changed_.notify_all();
   ++inHostCode_;
-  isInHostCode = true;
+  ++callbacksOfThread;
 }
 
 void ExitGate::comeBackFromHostCode() {
-  isInHostCode = false;
+  --callbacksOfThread;
   std::unique_lock lock(mutex_);
   --inHostCode_;
   waitAndEnter(lock);

@@ -4,7 +4,11 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <thread>
+#include <utility>
 #include <vector>
+
+#include <curl/curl.h>
 
 namespace tilvanego::detail {
 
@@ -36,7 +40,7 @@ class ExitGate {
   /// Waits until the loop is removed. Returns false if the process exits first.
   [[nodiscard]] bool waitUntilRemoved(const SessionLoop& loop);
 
-  // For a session's thread.
+  // For a session's thread, and another that has entered.
 
   /// Enters the gate, or blocks for ever if it is closed.
   void enter();
@@ -58,6 +62,29 @@ class ExitGate {
 
   /// Enters the gate, or returns false if it is closed.
   [[nodiscard]] bool tryToEnter();
+  /// Enters the gate. If it is closed, returns false on the thread that exits the process, and blocks any
+  /// other for ever. `waiting`, what the thread waits in, is woken when the gate closes; null if it doesn't
+  /// wait. Throws std::bad_alloc if memory is short; the thread hasn't entered then.
+  [[nodiscard]] bool enterUnlessExiting(CURLM* waiting);
+  /// Leaves after that, and runs a last callback of the host, unless the gate is closed: then it blocks for
+  /// ever. An exception of the callback leaves the call.
+  template <typename Call>
+  void leaveWith(CURLM* waiting, Call&& call) {
+    struct Ended {
+      ExitGate& gate;
+      ~Ended() { gate.endHostCode(); }
+    };
+    leaveForLastHostCode(waiting);
+    const Ended ended{*this};
+    std::forward<Call>(call)();
+  }
+  /// Waits until the condition holds, which is looked at after each `notify`, or until the process exits.
+  template <typename Condition>
+  void waitUnlessClosed(const Condition& holds) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return closed_ || holds(); });
+  }
+  void notify();
   /// Keeps an object that can't be destroyed safely any more.
   void keep(std::shared_ptr<void> object);
 
@@ -70,16 +97,23 @@ class ExitGate {
   void close();
   void leaveForHostCode();
   void comeBackFromHostCode();
+  void leaveForLastHostCode(CURLM* waiting);
+  void endHostCode();
   void stepAside();
+  void wakeAll();
+  static void registerAtExit();
   void waitAndEnter(std::unique_lock<std::mutex>& lock);
 
   std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<SessionLoop*> loops_;
+  /// What the threads that aren't a session's wait in.
+  std::vector<CURLM*> waiting_;
   int inside_ = 0;
   int inHostCode_ = 0;
   std::vector<std::shared_ptr<void>> kept_;
   bool closed_ = false;
+  std::thread::id exitingThread_;
   bool held_ = false;
   /// Closed, or held by a fork. Written under the mutex.
   std::atomic<bool> barred_ = false;

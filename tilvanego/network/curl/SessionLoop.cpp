@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <climits>
-#include <csignal>
 #include <cstddef>
 #include <new>
 #include <utility>
 
 #include <openssl/crypto.h>
 
+#include <tilvanego/network/curl/BrokenPipe.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
@@ -27,14 +27,6 @@ void initializeCurl() {
   if (result != CURLE_OK) throw std::bad_alloc();
 }
 
-/// TLS may write to a connection that the peer has closed. That must fail the request, not end the process.
-void blockBrokenPipeSignal() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-}
-
 /// Reserves capacity, so that adding elements up to `count` can't fail.
 template <typename Element>
 void makeRoom(std::vector<Element>& elements, std::size_t count) {
@@ -43,19 +35,22 @@ void makeRoom(std::vector<Element>& elements, std::size_t count) {
 
 }  // namespace
 
-SessionLoop::SessionLoop(TransferSettings settings) : settings_(std::move(settings)), gate_(*settings_.gate) {
-  initializeCurl();
-  // The first call takes the memory that later ones may lack.
-  static_cast<void>(Outcome::outOfMemory());
-  auto& [sockets, share, multi, active] = *handles_;
-  share.reset(curl_share_init());
-  multi.reset(curl_multi_init());
+SessionLoop::Handles::Handles() : share(curl_share_init()), multi(curl_multi_init()) {
   if (!share || !multi) throw std::bad_alloc();
-  // No lock functions: one thread uses them.
+  shareLocks.serve(share.get());
   curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
   curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
   curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, maximumKeptConnections);
-  curl_multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS,
+}
+
+SessionLoop::SessionLoop(TransferSettings settings)
+    : settings_(std::move(settings)),
+      gate_(*settings_.gate),
+      handles_((initializeCurl(), std::make_shared<Handles>())),
+      callers_(settings_, handles_->lanes, handles_->share.get()) {
+  // The first call takes the memory that later ones may lack.
+  static_cast<void>(Outcome::outOfMemory());
+  curl_multi_setopt(handles_->multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS,
                     static_cast<long>(std::max(settings_.configuration.maximumConnectionsPerHost, 0)));
 }
 
@@ -63,6 +58,7 @@ SessionLoop::SessionLoop(TransferSettings settings) : settings_(std::move(settin
 // would close the parent's connections.
 SessionLoop::~SessionLoop() {
   if (gate_.isOfProcess() && gate_.tryToEnter()) {
+    const BrokenPipeBlocked blocked;
     handles_.reset();
     gate_.leave();
   } else {
@@ -88,14 +84,13 @@ void SessionLoop::submit(std::shared_ptr<SessionTask> task) {
 }
 
 void SessionLoop::clearCookies() {
-  {
-    const std::lock_guard held(mutex_);
-    // Without a thread nothing was sent yet, or the session has ended.
-    if (!running_) return;
-    clearCookiesRequested_ = true;
-    if (!std::exchange(asleep_, false)) return;
+  if (!gate_.isOfProcess() || !gate_.tryToEnter()) return;
+  if (CURL* any = curl_easy_init()) {
+    curl_easy_setopt(any, CURLOPT_SHARE, handles_->share.get());
+    curl_easy_setopt(any, CURLOPT_COOKIELIST, "ALL");
+    curl_easy_cleanup(any);
   }
-  wake();
+  gate_.leave();
 }
 
 // Called with the mutex locked. After `close` nobody joins the thread, so it is detached.
@@ -122,6 +117,7 @@ void SessionLoop::close() {
     static_cast<void>(new std::thread(std::move(thread_)));
     return;
   }
+  callers_.close();
   std::thread thread;
   {
     const std::lock_guard held(mutex_);
@@ -151,11 +147,10 @@ void SessionLoop::runThread(std::shared_ptr<SessionLoop> loop) noexcept {
 }
 
 void SessionLoop::run() {
-  blockBrokenPipeSignal();
+  BrokenPipeBlocked::blockForEver();
   std::vector<std::shared_ptr<SessionTask>> arrived;
   while (takeArrived(arrived)) {
     gate_.pass();
-    if (std::exchange(clearingCookies_, false)) deleteCookies();
     if (!arrived.empty()) {
       for (const auto& task : arrived) process(task);
       gate_.runHostCode([&] { arrived.clear(); });
@@ -178,7 +173,6 @@ bool SessionLoop::takeArrived(std::vector<std::shared_ptr<SessionTask>>& arrived
   const std::lock_guard held(mutex_);
   asleep_ = false;
   closing_ = closed_;
-  clearingCookies_ = std::exchange(clearCookiesRequested_, false);
   arrived.swap(inbox_);
   if (closing_ && arrived.empty() && handles_->active.empty()) running_ = false;
   return running_;
@@ -210,11 +204,12 @@ void SessionLoop::process(const std::shared_ptr<SessionTask>& task) {
 }
 
 void SessionLoop::start(const std::shared_ptr<SessionTask>& task) {
-  auto& [sockets, share, multi, active] = *handles_;
+  auto& active = handles_->active;
   try {
     makeRoom(touched_, active.size() + 1);
     makeRoom(active, active.size() + 1);
-    active.push_back(std::make_unique<Transfer>(settings_, sockets, share.get(), touched_));
+    active.push_back(
+        std::make_unique<Transfer>(settings_, handles_->sockets, handles_->share.get(), touched_));
   } catch (const std::bad_alloc&) {
     return complete(task, Outcome::outOfMemory());
   }
@@ -232,14 +227,6 @@ void SessionLoop::send(Transfer& transfer) {
     return finish(transfer, Outcome::outOfMemory());
   }
   nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
-}
-
-void SessionLoop::deleteCookies() {
-  if (CURL* any = curl_easy_init()) {
-    curl_easy_setopt(any, CURLOPT_SHARE, handles_->share.get());
-    curl_easy_setopt(any, CURLOPT_COOKIELIST, "ALL");
-    curl_easy_cleanup(any);
-  }
 }
 
 // Calls progress observers here, not inside libcurl's callbacks, and once for all bytes since the last call.
@@ -301,7 +288,7 @@ void SessionLoop::complete(std::shared_ptr<SessionTask> task, Outcome outcome) {
     if (settings_.delegate) {
       runListener("URLSessionDelegate::didEndTask", [&] { settings_.delegate->didEndTask(*task); });
     }
-    task->finish(std::move(outcome.data), std::move(outcome.response), std::move(outcome.error));
+    task->finish(std::move(outcome));
     // May destroy progress observers, which are the host's.
     task.reset();
   });

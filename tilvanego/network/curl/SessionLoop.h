@@ -7,8 +7,11 @@
 
 #include <curl/curl.h>
 
+#include <tilvanego/network/curl/Callers.h>
 #include <tilvanego/network/curl/ExitGate.h>
+#include <tilvanego/network/curl/Lane.h>
 #include <tilvanego/network/curl/SessionTask.h>
+#include <tilvanego/network/curl/ShareLocks.h>
 #include <tilvanego/network/curl/Transfer.h>
 #include <tilvanego/values/Release.h>
 
@@ -16,8 +19,9 @@ namespace tilvanego::detail {
 
 /// The thread of a session and its transfers. The session, its tasks and the thread share this object.
 ///
-/// Any thread may call `submit`. Only the session's thread uses libcurl; at most one such thread runs at a
-/// time.
+/// Any thread may call `submit`. Only the session's thread uses the multi handle; at most one such thread
+/// runs at a time. Threads of the host that send requests themselves have handles of their own, in the lanes;
+/// all handles share the cookies and the TLS sessions.
 class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
  public:
   explicit SessionLoop(TransferSettings settings);
@@ -32,7 +36,10 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   /// short; the task isn't queued then.
   void submit(std::shared_ptr<SessionTask> task);
 
-  /// Deletes the cookies before a later task starts. May be called from any thread.
+  /// The requests that threads of the host send themselves.
+  [[nodiscard]] Callers& callers() { return callers_; }
+
+  /// Deletes the cookies. May be called from any thread.
   void clearCookies();
 
   /// Ends all tasks, also later ones, as cancelled, and then the thread. Waits for the thread, except on that
@@ -47,10 +54,14 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
 
   /// All objects of libcurl. The order matters: each uses those above it.
   struct Handles {
+    ShareLocks shareLocks;
     Sockets sockets;
     std::unique_ptr<CURLSH, Release<curl_share_cleanup>> share;
     std::unique_ptr<CURLM, Release<curl_multi_cleanup>> multi;
     std::vector<std::unique_ptr<Transfer>> active;
+    Callers::Lanes lanes;
+
+    Handles();
   };
 
   void startThread();
@@ -62,7 +73,6 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   void process(const std::shared_ptr<SessionTask>& task);
   void start(const std::shared_ptr<SessionTask>& task);
   void send(Transfer& transfer);
-  void deleteCookies();
   void noteActivity();
   void finishEnded();
   void failOverdue();
@@ -72,7 +82,8 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
 
   const TransferSettings settings_;
   ExitGate& gate_;
-  std::shared_ptr<Handles> handles_ = std::make_shared<Handles>();
+  std::shared_ptr<Handles> handles_;
+  Callers callers_;
 
   /// Guards the members up to the next blank line.
   std::mutex mutex_;
@@ -80,13 +91,11 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   std::thread thread_;
   bool running_ = false;
   bool closed_ = false;
-  bool clearCookiesRequested_ = false;
   /// The thread waits, or is about to: the thread that adds work must wake it.
   bool asleep_ = false;
 
   // Used by the thread only.
   bool closing_ = false;
-  bool clearingCookies_ = false;
   /// Its capacity suffices for all active transfers.
   Transfer::Touched touched_;
   /// The time after libcurl's last call, so that the clock is read once for each round.

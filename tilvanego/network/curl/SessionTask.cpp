@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <tilvanego/network/curl/SessionLoop.h>
+#include <tilvanego/network/curl/Transfer.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
@@ -15,13 +16,21 @@ void SessionTask::resume() {
   if ((state_.load() & (resumed | cancelled)) == 0) enter(resumed);
 }
 
+void SessionTask::resumeHere() {
+  std::uint8_t untouched = 0;
+  if (state_.compare_exchange_strong(untouched, resumed | sentHere))
+    loop_->callers().send(shared_from_this());
+}
+
 void SessionTask::cancel() {
   if ((state_.load() & (cancelled | finished)) == 0) enter(cancelled);
 }
 
 // If memory or threads are short, the state is restored, so that the call can be repeated.
 void SessionTask::enter(State state) {
-  if ((state_.fetch_or(state) & (state | cancelled | finished)) != 0) return;
+  const auto former = state_.fetch_or(state);
+  if ((former & (state | cancelled | finished)) != 0) return;
+  if ((former & sentHere) != 0) return loop_->callers().wake(*this);
   try {
     loop_->submit(shared_from_this());
   } catch (...) {
@@ -50,14 +59,24 @@ void SessionTask::report(std::int64_t completedUnitCount, std::int64_t totalUnit
               [&] { progress()->update(completedUnitCount, totalUnitCount); });
 }
 
-void SessionTask::finish(std::optional<Data> data, URLResponsePointer response,
-                         std::optional<Failure> error) noexcept {
-  if ((state_.fetch_or(finished) & finished) != 0) return;
+// Null if the task has ended before.
+DataTaskCompletion SessionTask::takeCompletion() {
+  if ((state_.fetch_or(finished) & finished) != 0) return nullptr;
   request_ = URLRequest();
-  const auto completion = std::exchange(completion_, nullptr);
+  return std::exchange(completion_, nullptr);
+}
+
+void SessionTask::finish(Outcome outcome) noexcept {
+  const auto completion = takeCompletion();
   if (!completion) return;
-  runOnOwnThread("the completion of a URL session task",
-                 [&] { completion(std::move(data), std::move(response), std::move(error)); });
+  runOnOwnThread("the completion of a URL session task", [&] {
+    completion(std::move(outcome.data), std::move(outcome.response), std::move(outcome.error));
+  });
+}
+
+void SessionTask::finishHere(Outcome outcome) {
+  const auto completion = takeCompletion();
+  if (completion) completion(std::move(outcome.data), std::move(outcome.response), std::move(outcome.error));
 }
 
 }  // namespace tilvanego::detail

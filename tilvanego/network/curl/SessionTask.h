@@ -11,6 +11,7 @@ namespace tilvanego::detail {
 
 class SessionLoop;
 class Transfer;
+struct Outcome;
 
 /// The task of a `URLSession`. The loop keeps it alive from `resume()` or `cancel()` until it ends.
 class SessionTask final : public URLSessionDataTaskProtocol,
@@ -19,11 +20,12 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   SessionTask(std::shared_ptr<SessionLoop> loop, const URLRequest& request, DataTaskCompletion completion);
 
   void resume() override;
+  void resumeHere() override;
   [[nodiscard]] int taskIdentifier() const override { return identifier_; }
   [[nodiscard]] std::shared_ptr<Progress> progress() const override;
   void cancel() override;
 
-  // Called by the session's thread only.
+  // Called by the session's thread, or by the one that sends the request itself.
 
   [[nodiscard]] const URLRequest& request() const { return request_; }
   [[nodiscard]] bool isCancelled() const { return (state_.load() & cancelled) != 0; }
@@ -33,17 +35,21 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   [[nodiscard]] bool hasProgress() const { return hasProgress_; }
   /// Updates the progress and calls its observers. A total of -1 means unknown.
   void report(std::int64_t completedUnitCount, std::int64_t totalUnitCount) noexcept;
-  /// Runs the completion, then destroys it and the request. A second call does nothing. An exception of the
-  /// completion ends the process.
-  void finish(std::optional<Data> data, URLResponsePointer response, std::optional<Failure> error) noexcept;
+  /// Runs the completion on the session's thread, then destroys it and the request. A second call does
+  /// nothing. An exception of the completion ends the process.
+  void finish(Outcome outcome) noexcept;
+  /// The same on a thread of the host. An exception of the completion leaves the call.
+  void finishHere(Outcome outcome);
 
   /// The transfer of this task, or null.
   Transfer* transfer = nullptr;
 
  private:
-  enum State : std::uint8_t { resumed = 1, cancelled = 2, finished = 4 };
+  /// `sentHere`: a thread of the host sends the request.
+  enum State : std::uint8_t { resumed = 1, cancelled = 2, finished = 4, sentHere = 8 };
 
   void enter(State state);
+  [[nodiscard]] DataTaskCompletion takeCompletion();
 
   static inline std::atomic<int> lastIdentifier = 0;
 

@@ -9,7 +9,7 @@
 namespace tilvanego::detail {
 
 /// The sockets of a session's connections. libcurl opens and closes them through it. Must outlive libcurl's
-/// connections. Used by the session's thread only.
+/// connections. Used by one thread at a time.
 class Sockets {
  public:
   Sockets() = default;

@@ -55,9 +55,12 @@ struct Outcome {
 /// buffer. It may be empty; it isn't shown where it might contain a password.
 [[nodiscard]] TransportError transportError(CURLcode code, std::string_view detail);
 
+/// The request's `timeoutInterval`, at most some weeks.
+[[nodiscard]] std::chrono::steady_clock::duration timeoutOf(const URLRequest& request);
+
 /// Sends one task, with its redirects and challenges. Each request has an easy handle of libcurl of its own:
 /// on a used one, libcurl counts its repetitions of all requests together, and up to 8.0 reads freed memory
-/// if the first field of a head is folded. Used by the session's thread only.
+/// if the first field of a head is folded. Used by one thread at a time.
 class Transfer {
  public:
   using Clock = std::chrono::steady_clock;
@@ -94,6 +97,9 @@ class Transfer {
   [[nodiscard]] const char* timeoutMessage(Clock::time_point now) const;
 
   [[nodiscard]] CURL* handle() const { return handle_.get(); }
+
+  /// Whether the prepared request may need a connection of TLS.
+  [[nodiscard]] bool mayUseTLS() const;
 
   /// The index of this transfer in the loop's active transfers.
   std::size_t position = 0;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cmath>
 #include <new>
 
 #include <tilvanego/network/curl/Origins.h>
@@ -191,12 +190,22 @@ void Transfer::setEnd() {
 
 // Also sets libcurl's timeout for connecting, which it divides between the addresses of a host.
 void Transfer::setTimeout() {
+  limit_ = timeoutOf(*request_);
+  const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(limit_).count();
+  set(handle(), CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(milliseconds));
+}
+
+bool Transfer::mayUseTLS() const {
+  const bool secure = isSecure(*request_->url);
+  return secure || !settings_.proxies.forScheme(secure).url.empty();
+}
+
+std::chrono::steady_clock::duration timeoutOf(const URLRequest& request) {
   static constexpr double longest = INT_MAX / 1000;
-  const double interval = request_->timeoutInterval;
+  const double interval = request.timeoutInterval;
   const double seconds = interval > 0 ? std::min(interval, longest) : longest;
-  limit_ = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-  const auto milliseconds = static_cast<long>(std::ceil(seconds * 1000));
-  set(handle(), CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
+  return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+      std::chrono::duration<double>(seconds));
 }
 
 }  // namespace tilvanego::detail

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include <tilvanego/async/StopToken.h>
+#include <tilvanego/http_client/Once.h>
+#include <tilvanego/http_client/RequestBuilder.h>
+
+namespace tilvanego::detail {
+
+/// A thread that waits in `RequestBuilder::send`. It sends the request itself: what is posted here runs on it
+/// until the result comes.
+class BlockingCall {
+ public:
+  explicit BlockingCall(StopToken stopToken) : stopToken_(std::move(stopToken)) {}
+  BlockingCall(const BlockingCall&) = delete;
+  BlockingCall& operator=(const BlockingCall&) = delete;
+
+  /// Returns the completion of a builder's request for this call. A completion that is destroyed without a
+  /// call ends the call too.
+  [[nodiscard]] static RequestBuilder::Completion completionOf(const std::shared_ptr<BlockingCall>& call);
+
+  /// Runs `work`, which must not throw, on the waiting thread; after the end nowhere. May be called from any
+  /// thread.
+  void post(std::function<void()> work);
+
+  /// Runs what is posted, and returns the result.
+  [[nodiscard]] RequestBuilder::Result wait();
+
+  /// Whether the call must be cancelled before it sends a further request.
+  [[nodiscard]] bool isStopped() const { return stopToken_.stopRequested(); }
+
+ private:
+  class Ending;
+
+  [[nodiscard]] std::function<void()> next();
+
+  const StopToken stopToken_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<std::function<void()>> posted_;
+  std::optional<RequestBuilder::Result> result_;
+  bool isOver_ = false;
+};
+
+/// A completion of `RequestBuilder::execute` that runs once.
+struct OnceCompletion : Once<RequestBuilder::Result> {
+  explicit OnceCompletion(RequestBuilder::Completion body, std::shared_ptr<BlockingCall> waiting = nullptr)
+      : Once(std::move(body)), caller(std::move(waiting)) {}
+
+  /// The call that waits for the result; null if none does.
+  std::shared_ptr<BlockingCall> caller;
+};
+
+/// The call that waits for the result of this completion; null if none does, or if a builder class of the
+/// host has wrapped the completion.
+[[nodiscard]] inline std::shared_ptr<BlockingCall> callerOf(const RequestBuilder::Completion& completion) {
+  const auto* once = completion.target<OnceCompletion>();
+  return once ? once->caller : nullptr;
+}
+
+}  // namespace tilvanego::detail
