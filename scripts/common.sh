@@ -14,6 +14,15 @@ usage() {
   exit 2
 }
 
+# Ends a script that can't go on, with the sentence that says why.
+give_up() {
+  printf '%s\n' "$1" >&2
+  exit 1
+}
+
+# needs COMMAND PACKAGE
+needs() { is_dry_run || command -v "$1" >/dev/null || give_up "$1 is missing; it is in the package $2."; }
+
 is_dry_run() { [ -n "${DRY_RUN:-}" ]; }
 
 run() {
@@ -54,6 +63,16 @@ build() {
   else
     step "build $preset" cmake --build --preset "$preset" -j "$jobs"
   fi
+}
+
+# program till|terminal: where the preset demo puts it.
+program() { echo "$PWD/build/demo/apps/$1/tilvanego-$1"; }
+
+# The programs with a window, which are built where Qt is found.
+build_windows() {
+  build demo
+  is_dry_run || [ -x "$(program till)" ] ||
+    give_up "The windows were not built: Qt 6.4 or newer with Widgets is missing; it is in the package qt6-base-dev."
 }
 
 # run_tests PRESET [CTEST ARGUMENT...]: ctest, with its verdict as the last line.

@@ -14,6 +14,7 @@
 #include "OutcomeButtons.h"
 #include "RequestText.h"
 #include "apps/tilvanego/ScriptFile.h"
+#include "apps/window/ReadOnlyText.h"
 
 namespace tilvanego::terminal {
 namespace {
@@ -45,19 +46,12 @@ void showOrHide(QLabel& label, const std::string& text) {
   label.setVisible(!text.empty());
 }
 
-QPlainTextEdit* makeText(const QString& name) {
-  auto* const text = new QPlainTextEdit;
-  text->setReadOnly(true);
-  text->setAccessibleName(name);
-  text->setTabChangesFocus(true);
-  text->setTextInteractionFlags(Qt::TextSelectableByKeyboard | Qt::TextSelectableByMouse);
-  return text;
-}
-
 }  // namespace
 
 TerminalWindow::TerminalWindow(Terminal& terminal) : terminal_(terminal), list_(new QListWidget) {
   list_->setAccessibleName("Requests");
+  // A request's id is too long for a line, and stands beside the list.
+  list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   QObject::connect(list_, &QListWidget::currentRowChanged, [this] { showChosen(); });
 
   auto* const pane = new QScrollArea;
@@ -67,6 +61,8 @@ TerminalWindow::TerminalWindow(Terminal& terminal) : terminal_(terminal), list_(
   auto* const parts = new QSplitter;
   parts->addWidget(list_);
   parts->addWidget(pane);
+  parts->setSizes({1000, 2000});  // shares
+  parts->setStretchFactor(0, 1);
   parts->setStretchFactor(1, 2);
   setCentralWidget(parts);
 
@@ -92,14 +88,14 @@ QWidget* TerminalWindow::makeRequestPane() {
   operation_ = makeLabel("Operation", 1.4);
   amount_ = makeLabel("Amount", 3.5);
   arrival_ = makeLabel("How the request came");
-  details_ = makeText("What is asked");
+  details_ = new program::ReadOnlyText("What is asked", 7);
   buttons_ = new OutcomeButtons([this](sandbox::Outcome outcome) {
     if (chosen() != nullptr) terminal_.decide(static_cast<std::size_t>(list_->currentRow()), outcome);
   });
   fault_ = makeLabel("What went wrong", 1.1);
   shown_ = new QCheckBox("Show &link and answer, with their secrets");
   QObject::connect(shown_, &QCheckBox::toggled, [this] { showChosen(); });
-  traffic_ = makeText("Link and answer");
+  traffic_ = new program::ReadOnlyText("Link and answer", 4);
 
   auto* const pane = new QWidget;
   auto* const column = new QVBoxLayout(pane);
@@ -107,6 +103,8 @@ QWidget* TerminalWindow::makeRequestPane() {
                                                              details_, shown_, traffic_}) {
     column->addWidget(part);
   }
+  column->setStretchFactor(details_, 2);
+  column->setStretchFactor(traffic_, 1);
   return pane;
 }
 

@@ -33,6 +33,12 @@ QComboBox* makeChoice(const QStringList& choices) {
   return box;
 }
 
+void enlarge(QWidget& widget, double times) {
+  QFont font = widget.font();
+  font.setPointSizeF(font.pointSizeF() * times);
+  widget.setFont(font);
+}
+
 // A row, and the name by which a screen reader calls its field.
 void addRow(QFormLayout& rows, const QString& label, QWidget& field) {
   rows.addRow(label, &field);
@@ -59,9 +65,8 @@ EntryForm::EntryForm(std::function<void(const Entry& entry)> started)
   for (const NamedTransport& one : transports) transport_->addItem(one.name);
   currency_->setEditable(true);
   basicToken_->setEchoMode(QLineEdit::Password);
-  QFont large = amount_->font();
-  large.setPointSizeF(large.pointSizeF() * 2.5);
-  amount_->setFont(large);
+  enlarge(*amount_, 2.5);
+  enlarge(*start_, 1.4);
   amount_->setAlignment(Qt::AlignRight);
 
   addRow(*rows_, "&Operation", *operation_);
@@ -96,6 +101,7 @@ QWidget* EntryForm::makeKeypad() {
     auto* const button = new QPushButton(key);
     button->setAccessibleName(removes ? "Remove the last digit" : key == "." ? "Point" : key);
     button->setFocusPolicy(Qt::NoFocus);
+    enlarge(*button, 1.6);
     QObject::connect(button, &QPushButton::clicked, [this, key, removes] {
       QString text = amount_->text();
       if (removes) {

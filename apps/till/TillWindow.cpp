@@ -12,24 +12,20 @@
 #include <QVBoxLayout>
 
 #include "EntryForm.h"
+#include "apps/window/ReadOnlyText.h"
 
 namespace tilvanego::till {
 namespace {
 
 QString shown(const std::string& text) { return QString::fromStdString(text); }
 
-QPlainTextEdit* makeText(const QString& name) {
-  auto* const text = new QPlainTextEdit;
-  text->setReadOnly(true);
-  text->setAccessibleName(name);
-  text->setTabChangesFocus(true);
-  text->setTextInteractionFlags(Qt::TextSelectableByKeyboard | Qt::TextSelectableByMouse);
-  return text;
-}
-
 QListWidget* makeList(const QString& name) {
   auto* const list = new QListWidget;
   list->setAccessibleName(name);
+  // A long id ends in dots.
+  list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  // The height is for the texts: a list scrolls.
+  list->setMaximumHeight(list->fontMetrics().lineSpacing() * 6);
   return list;
 }
 
@@ -83,16 +79,18 @@ QWidget* TillWindow::makeResultPane() {
   cancel_ = new QPushButton("&Cancel the chosen one");
   QObject::connect(cancel_, &QPushButton::clicked, [this] { cancelChosen(); });
   receipts_ = makeList("Receipts");
-  receipt_ = makeText("Receipt");
+  receipt_ = new program::ReadOnlyText("Receipt", 8);
   QObject::connect(receipts_, &QListWidget::currentRowChanged, [this] { showReceipt(); });
-  log_ = makeText("Log of the library");
+  log_ = new program::ReadOnlyText("Log of the library", 6);
 
   auto* const pane = new QSplitter(Qt::Vertical);
   pane->addWidget(makePart("Pending", {pending_, cancel_}));
   pane->addWidget(makePart("Receipts", {receipts_, receipt_}));
   pane->addWidget(makePart("What the library says", {log_}));
-  pane->setSizes({1000, 3000, 2000});  // shares
-  pane->setStretchFactor(1, 2);
+  const QList<int> shares{1, 3, 2};
+  pane->setSizes(shares);
+  for (int part = 0; part < pane->count(); ++part) pane->setStretchFactor(part, shares.at(part));
+  pane->setContentsMargins(0, 6, 6, 6);
   return pane;
 }
 
@@ -115,8 +113,9 @@ void TillWindow::refresh() {
 void TillWindow::refreshPending() {
   QStringList texts;
   for (const PendingOperation& one : till_.pending()) {
-    QString text = shown(operationName(one.kind) + " " + one.requestId.value_or("without an id"));
-    if (one.transport) text += ", " + shown(one.transport->text());
+    QString text = shown(operationName(one.kind));
+    if (one.transport) text += " \u00b7 " + shown(one.transport->text());
+    text += " \u00b7 " + shown(one.requestId.value_or("without an id"));
     texts.append(text);
   }
   const int row = pending_->currentRow();

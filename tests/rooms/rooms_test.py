@@ -29,7 +29,7 @@ SYSTEM = {
     "tilvanego/http_client/FileDownload.cpp": "opens directories one in another, so that no symbolic link leads elsewhere",
     "tilvanego/http_client/encodings/FileReading.cpp": "asks for size and kind of the file that it has open",
     "tilvanego/network/curl/ExitGate.cpp": "is told of a fork",
-    "tilvanego/network/curl/SessionLoop.cpp": "keeps the host's signals off its thread",
+    "tilvanego/network/curl/BrokenPipe.h": "keeps a signal off the threads that send",
     "tilvanego/network/curl/Sockets.cpp": "asks a connection's sockets for their ports",
 }
 

@@ -34,10 +34,10 @@ class BrokenPipeBlocked {
 
  private:
   static sigset_t onlyBrokenPipe() noexcept {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGPIPE);
-    return signals;
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGPIPE);
+    return set;
   }
 
   sigset_t former_;
