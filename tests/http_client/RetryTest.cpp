@@ -179,7 +179,8 @@ TEST_F(Retries, ACancelEndsThePauseOfABlockingCall) {
       std::make_shared<URLSession>(URLSessionConfiguration{.proxy = ""});  // answers on the calling thread
   const LoopbackServer server([](const ReceivedRequest&) { return response(503); });
   TestClient client({});
-  client.configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(session));
+  client.configuration->setRequestBuilderFactory(
+      std::make_shared<RequestBuilderFactoryWithSession<>>(session));
   client.configuration->setInterceptor(policy);
   const auto builder = client.builder<Empty>({.method = "GET", .URLString = server.url()});
   std::atomic<bool> isOver = false;
