@@ -57,7 +57,7 @@ std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration(
   const auto helper = std::make_shared<CodableHelper>();
   helper->updateJsonEncoder([](JSONEncoder& encoder) { encoder.prettyPrinted = false; });
   return std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
-      base, std::map<std::string, std::string>(), std::nullopt,
+      base, RequestBuilder::Headers(), std::nullopt,
       std::make_shared<RequestBuilderFactoryWithSession<>>(session), RunLoop::main(), helper,
       StatusCodeRange(), std::make_shared<DefaultOpenAPIInterceptor>());
 }
@@ -67,7 +67,7 @@ RequestBuilderArguments arguments(const std::shared_ptr<OstrelTilvanePoiModelsAP
   return {.method = std::move(method),
           .URLString = base,
           .parameters = std::move(parameters),
-          .headers = std::map<std::string, std::string>(fields.begin(), fields.end()),
+          .headers = RequestBuilder::Headers(fields.begin(), fields.end()),
           .apiConfiguration = client};
 }
 

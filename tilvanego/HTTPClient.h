@@ -3,7 +3,9 @@
 /// All of TilvaneGo::HTTPClient: configuration and builders, their encodings and JSON helpers, the session
 /// below them and its double in memory, and the validator of values.
 #include <tilvanego/Version.h>
+#include <tilvanego/http_client/InterceptorChain.h>
 #include <tilvanego/http_client/RequestBuilderWithSession.h>
+#include <tilvanego/http_client/RetryPolicy.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/http_client/coding/CodingKey.h>

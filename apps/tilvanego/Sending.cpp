@@ -144,10 +144,10 @@ int Sending::showFailure(const ErrorResponse& error) const {
 
 /// The runtime chooses the encoding of the body by the content type, and ends the process if it has none for
 /// it. So the headers have the content type of the body's kind; the interceptor replaces it by the user's.
-std::map<std::string, std::string> headersOf(const SendOptions& options) {
+RequestBuilder::Headers headersOf(const SendOptions& options) {
   HTTPHeaders fields = options.headers;
   fields.remove("Content-Type");
-  std::map<std::string, std::string> headers;
+  RequestBuilder::Headers headers;
   for (const auto& [name, value] : fields.fields()) headers.emplace(name, value);
   if (options.bodyKind != SendBodyKind::none)
     headers.emplace("Content-Type", contentTypeOf(options.bodyKind));

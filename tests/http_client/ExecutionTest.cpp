@@ -4,6 +4,7 @@
 #include <tilvanego/json/JSONValue.h>
 
 #include "tests/http_client/TestClient.h"
+#include "tests/support/AllocationCount.h"
 #include "tests/support/Test.h"
 #include "tests/support/TestData.h"
 #include "tests/support/Threads.h"
@@ -232,6 +233,52 @@ TEST(Execution, StatusesOfTheConfiguredRangeSucceed) {
   TestClient client({httpResponse(404, Data("x"))});
   client.configuration->setSuccessfulStatusCodeRange({200, 405});
   EXPECT_EQ(client.run<std::string>()->statusCode, 404);
+}
+
+TEST(Execution, ARequestHasTheBuildersLimitsElseTheConfigurationsAndOneDeadlineForAllTries) {
+  using namespace std::chrono;
+  TestClient client({httpResponse(503), httpResponse(200)});
+  client.configuration->setLimits({.silence = 5s, .wholeRequest = 1h, .largestBody = 10});
+  client.interceptor->onRetry = [](auto completion) { completion(OpenAPIInterceptorRetry::retry); };
+  const auto before = steady_clock::now();
+  ASSERT_TRUE(client.run(client.builder<Empty>({.method = "GET",
+                                                .URLString = "https://host.example/a",
+                                                .limits = {.silence = 1500ms, .followsRedirects = false}})));
+  const auto requests = client.session.session->requests();
+  ASSERT_EQ(requests.size(), 2);
+  for (const auto& request : requests) {
+    EXPECT_EQ(request.timeoutInterval, 1.5);
+    EXPECT_EQ(request.maximumBodySize, 10);
+    EXPECT_FALSE(request.followsRedirects);
+    EXPECT_EQ(request.deadline, requests.front().deadline);
+  }
+  EXPECT_GE(requests.front().deadline, before + 1h);
+  EXPECT_LE(requests.front().deadline, steady_clock::now() + 1h);
+
+  // No limit at all, in both ways of saying it.
+  for (const auto whole : {0ms, milliseconds::max()}) {
+    client.configuration->setLimits({.wholeRequest = whole});
+    client.builder<Empty>().execute([](const auto&) {});
+    client.session.deliver();
+    EXPECT_EQ(client.session.session->requests().back(),
+              (URLRequest{.url = URL::parse("https://host.example/a").value()}));
+  }
+}
+
+TEST(Execution, AWholeCallAllocatesLittle) {
+  TestClient client({httpResponse(200, someJSON)});
+  client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
+  const auto call = [&] {
+    client
+        .builder<Terminal>({.method = "GET",
+                            .URLString = "https://terminal.example/v1/transactions",
+                            .parameters = Parameters{{"account", "till 12"}, {"limit", 100}},
+                            .headers = {{"Accept", "application/json"}, {"X-Request-Id", "A-1001"}}})
+        .execute([](const auto& result) { EXPECT_TRUE(result); });
+    client.session.session->deliver();
+  };
+  call();
+  EXPECT_LE(allocationsOf(call), 40);
 }
 
 TEST(Execution, ManySendsAtOnceEachCompleteOnce) {

@@ -81,6 +81,29 @@ TEST_F(SessionLimits, AnAnswerThatNeverEndsEndsByTheSessionsTime) {
   }
 }
 
+TEST_F(SessionLimits, ARequestEndsByItsDeadlineAndIsNotSentAfterIt) {
+  const LoopbackServer server([&](const ReceivedRequest&) { return silence; });
+  auto request = get(server.url());
+  const auto now = std::chrono::steady_clock::now();
+  for (const auto deadline : {now, now + std::chrono::milliseconds(200)}) {
+    request.deadline = deadline;
+    const auto outcome = send(request);
+    EXPECT_EQ(outcome.code(), Code::timedOut);
+    EXPECT_TRUE(outcome.error->description().contains("its limit"));
+  }
+  EXPECT_EQ(server.requests().size(), 1);
+}
+
+TEST_F(SessionLimits, ARedirectIsTheResponseIfTheRequestFollowsNone) {
+  const LoopbackServer server([&](const ReceivedRequest&) { return redirect("/there"); });
+  auto request = get(server.url());
+  request.followsRedirects = false;
+  const auto outcome = send(request);
+  EXPECT_EQ(outcome.status(), 302);
+  EXPECT_EQ(outcome.header("Location"), "/there");
+  EXPECT_EQ(server.requests().size(), 1);
+}
+
 namespace {
 
 // A server of node with the certificate of an nginx. It says its port and more to a pipe, line by line, and

@@ -3,6 +3,8 @@
 #include <string>
 #include <utility>
 
+#include <tilvanego/http_client/WholeCall.h>
+
 namespace tilvanego::detail {
 namespace {
 
@@ -38,8 +40,8 @@ class BlockingCall::Ending {
 
 RequestBuilder::Completion BlockingCall::completionOf(const std::shared_ptr<BlockingCall>& call) {
   auto ending = std::make_shared<Ending>(call);
-  return OnceCompletion(
-      [ending = std::move(ending)](RequestBuilder::Result result) { ending->end(std::move(result)); }, call);
+  return CallCompletion(std::make_shared<WholeCall>(
+      [ending = std::move(ending)](RequestBuilder::Result result) { ending->end(std::move(result)); }, call));
 }
 
 void BlockingCall::post(std::function<void()> work) {

@@ -8,7 +8,6 @@
 #include <optional>
 
 #include <tilvanego/async/StopToken.h>
-#include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/RequestBuilder.h>
 
 namespace tilvanego::detail {
@@ -47,21 +46,5 @@ class BlockingCall {
   std::optional<RequestBuilder::Result> result_;
   bool isOver_ = false;
 };
-
-/// A completion of `RequestBuilder::execute` that runs once.
-struct OnceCompletion : Once<RequestBuilder::Result> {
-  explicit OnceCompletion(RequestBuilder::Completion body, std::shared_ptr<BlockingCall> waiting = nullptr)
-      : Once(std::move(body)), caller(std::move(waiting)) {}
-
-  /// The call that waits for the result; null if none does.
-  std::shared_ptr<BlockingCall> caller;
-};
-
-/// The call that waits for the result of this completion; null if none does, or if a builder class of the
-/// host has wrapped the completion.
-[[nodiscard]] inline std::shared_ptr<BlockingCall> callerOf(const RequestBuilder::Completion& completion) {
-  const auto* once = completion.target<OnceCompletion>();
-  return once ? once->caller : nullptr;
-}
 
 }  // namespace tilvanego::detail

@@ -13,7 +13,7 @@ Configuration::OstrelTilvanePoiModelsAPIConfiguration(
     std::shared_ptr<OpenAPIInterceptor> interceptor)
     : _state(State{std::move(basePath), std::move(customHeaders), std::move(credential),
                    std::move(requestBuilderFactory), &apiResponseQueue, std::move(codableHelper),
-                   successfulStatusCodeRange, std::move(interceptor)}) {}
+                   successfulStatusCodeRange, std::move(interceptor), RequestLimits()}) {}
 
 template <typename Field>
 Field Configuration::read(Field State::* field) const {
@@ -98,6 +98,12 @@ void Configuration::setInterceptor(std::shared_ptr<OpenAPIInterceptor> value) {
 }
 void Configuration::updateInterceptor(const std::function<void(std::shared_ptr<OpenAPIInterceptor>&)>& body) {
   update(&State::interceptor, body);
+}
+
+RequestLimits Configuration::limits() const { return read(&State::limits); }
+void Configuration::setLimits(RequestLimits value) { write(&State::limits, value); }
+void Configuration::updateLimits(const std::function<void(RequestLimits&)>& body) {
+  update(&State::limits, body);
 }
 
 }  // namespace tilvanego

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include <tilvanego/http_client/RequestLimits.h>
+#include <tilvanego/http_client/encodings/FlatMap.h>
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/network/URLCredential.h>
 
@@ -37,7 +38,7 @@ struct StatusCodeRange {
 /// pointer may be null.
 class OstrelTilvanePoiModelsAPIConfiguration {
  public:
-  using Headers = std::map<std::string, std::string>;
+  using Headers = FlatMap<std::string>;
 
   struct State {
     std::string basePath;
@@ -48,6 +49,7 @@ class OstrelTilvanePoiModelsAPIConfiguration {
     std::shared_ptr<CodableHelper> codableHelper;
     StatusCodeRange successfulStatusCodeRange;
     std::shared_ptr<OpenAPIInterceptor> interceptor;
+    RequestLimits limits{};
   };
 
   /// The configuration of the process, created on first use: the gateway's address, no headers, no
@@ -106,6 +108,11 @@ class OstrelTilvanePoiModelsAPIConfiguration {
   [[nodiscard]] virtual std::shared_ptr<OpenAPIInterceptor> interceptor() const;
   virtual void setInterceptor(std::shared_ptr<OpenAPIInterceptor> value);
   virtual void updateInterceptor(const std::function<void(std::shared_ptr<OpenAPIInterceptor>&)>& body);
+
+  /// The limits of all requests, which a builder may override. None are set at first.
+  [[nodiscard]] virtual RequestLimits limits() const;
+  virtual void setLimits(RequestLimits value);
+  virtual void updateLimits(const std::function<void(RequestLimits&)>& body);
 
  private:
   template <typename Field>

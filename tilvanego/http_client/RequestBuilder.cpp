@@ -94,7 +94,8 @@ RequestBuilder::RequestBuilder(Construction construction)
       requiresAuthentication(construction.arguments_.requiresAuthentication),
       apiConfiguration(std::move(construction.arguments_.apiConfiguration)),
       bodyType(construction.bodyType_),
-      _state(MutableState{std::nullopt, std::move(construction.arguments_.headers), nullptr}) {}
+      _state(MutableState{std::nullopt, std::move(construction.arguments_.headers),
+                          construction.arguments_.limits, nullptr}) {}
 
 // Not in the constructor, where the virtual functions of the derived class can't be called yet.
 void RequestBuilder::takeFromConfiguration() {
@@ -120,6 +121,13 @@ void RequestBuilder::setHeaders(Headers value) {
 }
 void RequestBuilder::updateHeaders(const std::function<void(Headers&)>& body) {
   if (body) _state.withValue([&](MutableState& state) { body(state.headers); });
+}
+
+RequestLimits RequestBuilder::limits() const {
+  return _state.withValue([](const MutableState& state) { return state.limits; });
+}
+void RequestBuilder::setLimits(RequestLimits value) {
+  _state.withValue([&](MutableState& state) { state.limits = value; });
 }
 
 RequestBuilder::ProgressReady RequestBuilder::onProgressReady() const {

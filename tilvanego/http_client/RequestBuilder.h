@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <expected>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,9 +14,11 @@
 #include <tilvanego/http_client/BodyType.h>
 #include <tilvanego/http_client/Configuration.h>
 #include <tilvanego/http_client/ErrorResponse.h>
+#include <tilvanego/http_client/RequestLimits.h>
 #include <tilvanego/http_client/RequestTask.h>
 #include <tilvanego/http_client/Response.h>
 #include <tilvanego/http_client/encodings/AnyValue.h>
+#include <tilvanego/http_client/encodings/FlatMap.h>
 #include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/network/Progress.h>
 #include <tilvanego/network/URLCredential.h>
@@ -31,11 +32,13 @@ struct RequestBuilderArguments {
   /// The whole URL. If it isn't a URL, `execute` fails, not the creation of the builder.
   std::string URLString;
   std::optional<Parameters> parameters{};
-  std::map<std::string, std::string> headers{};
+  FlatMap<std::string> headers{};
   bool requiresAuthentication = false;
   /// Must not be null.
   std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> apiConfiguration =
       OstrelTilvanePoiModelsAPIConfiguration::shared();
+  /// They override the limits of the configuration.
+  RequestLimits limits{};
 };
 
 /// Describes one request and sends it, any number of times. This base class sends nothing; the classes of
@@ -45,7 +48,7 @@ struct RequestBuilderArguments {
 /// All operations may be called from any thread. A request that isn't finished keeps its builder alive.
 class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
  public:
-  using Headers = std::map<std::string, std::string>;
+  using Headers = FlatMap<std::string>;
   /// May throw: the exception is dropped after one line on standard error.
   using ProgressReady = std::function<void(std::shared_ptr<Progress>)>;
   using Result = std::expected<AnyResponse, ErrorResponse>;
@@ -104,6 +107,11 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   // The update functions call `body` under the builder's lock: it should be short. An exception of `body`
   // leaves the update.
 
+  /// What each request may take. Each try reads the limits, but the time for the whole request is that of the
+  /// first try.
+  [[nodiscard]] virtual RequestLimits limits() const;
+  virtual void setLimits(RequestLimits value);
+
   /// Called with the progress of each try before the try starts, on the thread that starts it.
   [[nodiscard]] virtual ProgressReady onProgressReady() const;
   virtual void setOnProgressReady(ProgressReady value);
@@ -146,6 +154,7 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   struct MutableState {
     std::optional<URLCredential> credential;
     Headers headers;
+    RequestLimits limits;
     /// A shared pointer, so that the host's function isn't copied under the lock.
     std::shared_ptr<const ProgressReady> onProgressReady;
   };

@@ -19,4 +19,13 @@ void RequestTask::set(std::shared_ptr<URLSessionDataTaskProtocol> task) {
   _state.withValue([&](auto& held) { held.swap(task); });
 }
 
+bool RequestTask::replace(const std::shared_ptr<URLSessionDataTaskProtocol>& expected,
+                          std::shared_ptr<URLSessionDataTaskProtocol> task) {
+  return _state.withValue([&](auto& held) {
+    if (held != expected) return false;
+    held.swap(task);
+    return true;
+  });
+}
+
 }  // namespace tilvanego

@@ -147,15 +147,18 @@ class URLSessionRequestBuilder : public RequestBuilder {
 
  private:
   std::shared_ptr<URLSessionRequestBuilder> self();
-  void start(const Completion& completion);
+  [[nodiscard]] static Completion runOnce(Completion completion);
+  struct Try;
+  void start(Completion completion);
   std::expected<URLRequest, Failure> build(std::shared_ptr<URLSessionProtocol>& urlSession);
-  std::unique_ptr<ParameterEncoding> encodingFor(HTTPMethod httpMethod);
-  void intercept(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
-                 const Completion& completion);
+  std::unique_ptr<ParameterEncoding> encodingFor(HTTPMethod httpMethod, const Headers& fields);
+  void intercept(const std::shared_ptr<Try>& attempt);
   void refuse(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
               const Failure& failure, const Completion& completion);
-  void sendBy(const std::shared_ptr<URLSessionProtocol>& urlSession, const URLRequest& request,
-              const Completion& completion);
+  void sendBySession(const std::shared_ptr<Try>& attempt);
+  static void failToResume(const std::shared_ptr<Try>& attempt);
+  static bool finish(const std::shared_ptr<Try>& attempt, std::optional<Data> data,
+                     URLResponsePointer response, const std::optional<Failure>& error);
   void finished(const URLSessionExchange& exchange, const std::optional<Failure>& error,
                 const Completion& completion);
   std::optional<Failure> failureOf(const URLSessionExchange& exchange,

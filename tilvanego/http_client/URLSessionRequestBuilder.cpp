@@ -1,13 +1,15 @@
+#include <atomic>
+#include <chrono>
 #include <exception>
 #include <optional>
 #include <string_view>
 #include <utility>
 
-#include <tilvanego/http_client/BlockingCall.h>
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 #include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
+#include <tilvanego/http_client/WholeCall.h>
 #include <tilvanego/http_client/encodings/DownloadException.h>
 #include <tilvanego/http_client/encodings/FormDataEncoding.h>
 #include <tilvanego/http_client/encodings/FormURLEncoding.h>
@@ -23,32 +25,18 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-using detail::OnceCompletion;
-
-/// Returns a completion that runs once, however often it is called. A retry passes such a completion on.
-RequestBuilder::Completion runOnce(RequestBuilder::Completion completion) {
-  if (completion.target<OnceCompletion>() != nullptr) return completion;
-  detail::requireCompletion(completion != nullptr);
-  return OnceCompletion(std::move(completion));
+detail::WholeCall::Deadline deadlineFromNow(const RequestLimits& limits) {
+  // A longer time might have no end in the clock's units.
+  constexpr std::chrono::milliseconds longest = std::chrono::years(10);
+  const auto time = limits.wholeRequest.value_or(longest);
+  if (time <= time.zero() || time >= longest) return std::nullopt;
+  return std::chrono::steady_clock::now() + time;
 }
 
-/// Called in a `catch` block around code that may have called the completion. Returns true if the completion
-/// hasn't run, so that it must get the failure. If it has run, reports the exception as dropped, or rethrows
-/// it if the completion threw it.
-bool isPending(const RequestBuilder::Completion& completion, std::string_view step) {
-  const OnceCompletion& once = *completion.target<OnceCompletion>();
-  if (once.hasThrown()) throw;
-  if (once.isUsed()) detail::reportDroppedException(step);
-  return !once.isUsed();
-}
-
-using Completed = detail::Once<std::optional<Data>, URLResponsePointer, std::optional<Failure>>;
-
-/// Called in a `catch` block around the start of a task.
-void failToResume(const Completed& completed, const RequestBuilder::Completion& completion) {
-  constexpr const char* step = "URLSessionDataTaskProtocol::resume";
-  if (!isPending(completion, step)) return;
-  if (!completed(std::nullopt, nullptr, detail::currentFailure())) detail::reportDroppedException(step);
+void limit(URLRequest& request, const RequestLimits& limits) {
+  if (limits.silence) request.timeoutInterval = std::chrono::duration<double>(*limits.silence).count();
+  if (limits.largestBody) request.maximumBodySize = limits.largestBody;
+  request.followsRedirects = limits.followsRedirects.value_or(request.followsRedirects);
 }
 
 void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
@@ -77,24 +65,44 @@ std::shared_ptr<URLSessionRequestBuilder> URLSessionRequestBuilder::self() {
 }
 
 std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given) {
-  const Completion completion = runOnce(std::move(given));
+  Completion completion = runOnce(std::move(given));
+  const auto call = detail::callOf(completion);
+  if (call->tries == 0) call->deadline = deadlineFromNow(limits().orElse(apiConfiguration->limits()));
   try {
-    start(completion);
+    start(std::move(completion));
   } catch (...) {
-    if (isPending(completion, "RequestBuilder::execute")) {
-      failLater({}, ErrorResponse::requestRefused, detail::currentFailure(), completion);
+    if (detail::isPending(*call, "RequestBuilder::execute")) {
+      failLater({}, ErrorResponse::requestRefused, detail::currentFailure(), detail::CallCompletion(call));
     }
   }
   return requestTask;
 }
 
-void URLSessionRequestBuilder::start(const Completion& completion) {
+/// One try of a call, which the callbacks of interceptor and session share. The host may keep these longer
+/// than the request lasts: its own objects are released at the end.
+struct URLSessionRequestBuilder::Try {
+  std::shared_ptr<URLSessionRequestBuilder> builder;
+  Completion completion;
+  const std::shared_ptr<detail::WholeCall> call;
+  /// As the interceptor gets it, and what it made of it.
+  const URLRequest built;
+  URLSessionExchange exchange;
+  std::atomic<bool> isFinished = false;
+};
+
+void URLSessionRequestBuilder::start(Completion completion) {
   std::shared_ptr<URLSessionProtocol> urlSession;
-  const auto request = build(urlSession);
-  if (request) return intercept(*request, urlSession, completion);
-  const auto url = URL::parse(URLString);
-  refuse({.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method}, urlSession, request.error(),
-         completion);
+  auto request = build(urlSession);
+  if (!request) {
+    const auto url = URL::parse(URLString);
+    return refuse({.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method}, urlSession,
+                  request.error(), completion);
+  }
+  auto call = detail::callOf(completion);
+  request->deadline = call->deadline;
+  request->tryNumber = ++call->tries;
+  intercept(std::make_shared<Try>(self(), std::move(completion), std::move(call), *std::move(request),
+                                  URLSessionExchange{{}, std::move(urlSession), {}, nullptr}));
 }
 
 std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
@@ -102,35 +110,36 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
   urlSession = createURLSession();
   const auto httpMethod = fromRawText<HTTPMethod>(method);
   if (!httpMethod) detail::fatalError("Unsupported Http method - " + method);
-  const auto encoding = encodingFor(*httpMethod);
-  return createURLRequest(urlSession, *httpMethod, *encoding, headers());
+  const Headers fields = headers();
+  const auto encoding = encodingFor(*httpMethod, fields);
+  return createURLRequest(urlSession, *httpMethod, *encoding, fields);
 } catch (...) {
   return std::unexpected(detail::currentFailure());
 }
 
-void URLSessionRequestBuilder::intercept(const URLRequest& request,
-                                         const std::shared_ptr<URLSessionProtocol>& urlSession,
-                                         const Completion& completion) {
+void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt) {
   using Response = std::expected<URLRequest, Failure>;
-  std::optional<detail::Once<Response>> intercepted;
+  using Intercepted = detail::Once<Response>;
+  std::optional<Intercepted> intercepted;
   try {
-    intercepted.emplace(
-        [builder = self(), built = request, urlSession, completion](const Response& response) {
-          if (response) {
-            builder->sendBy(urlSession, *response, completion);
-          } else {
-            builder->refuse(built, urlSession, response.error(), completion);
-          }
-        });
-    apiConfiguration->interceptor()->intercept(request, urlSession, self(), *intercepted);
+    intercepted.emplace([attempt](Response response) {
+      if (response) {
+        attempt->exchange.request = *std::move(response);
+        return attempt->builder->sendBySession(attempt);
+      }
+      attempt->builder->refuse(attempt->built, attempt->exchange.session, response.error(),
+                               attempt->completion);
+    });
+    apiConfiguration->interceptor()->intercept(attempt->built, attempt->exchange.session, self(),
+                                               *intercepted);
   } catch (...) {
-    if (!isPending(completion, "OpenAPIInterceptor::intercept")) return;
+    if (!detail::isPending(*attempt->call, "OpenAPIInterceptor::intercept")) return;
     if (intercepted && intercepted->isUsed()) {
       detail::reportDroppedException("OpenAPIInterceptor::intercept");
     } else if (intercepted) {
       (*intercepted)(std::unexpected(detail::currentFailure()));
     } else {
-      refuse(request, urlSession, detail::currentFailure(), completion);
+      refuse(attempt->built, attempt->exchange.session, detail::currentFailure(), attempt->completion);
     }
   }
 }
@@ -141,9 +150,9 @@ void URLSessionRequestBuilder::refuse(const URLRequest& request,
   failLater({request, urlSession, std::nullopt, nullptr}, ErrorResponse::requestRefused, failure, completion);
 }
 
-std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMethod httpMethod) {
+std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMethod httpMethod,
+                                                                         const Headers& fields) {
   if (httpMethod == HTTPMethod::get || httpMethod == HTTPMethod::head) return std::make_unique<URLEncoding>();
-  const Headers fields = headers();
   const auto found = fields.find("Content-Type");
   const std::string contentType = found != fields.end() ? found->second : "application/json";
   const auto startsWith = [&](std::string_view start) { return contentType.starts_with(start); };
@@ -161,48 +170,76 @@ std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMet
   detail::fatalError("Unsupported Media Type - " + contentType);
 }
 
-void URLSessionRequestBuilder::sendBy(const std::shared_ptr<URLSessionProtocol>& urlSession,
-                                      const URLRequest& request, const Completion& completion) {
-  std::optional<Completed> completed;
+void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt) {
+  // Once there is a task, another thread may end the try.
+  const auto own = attempt;
+  const auto builder = own->builder;
+  const auto& call = *own->call;
+  const auto& request = own->exchange.request;
+  const auto& urlSession = own->exchange.session;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
   try {
-    completed.emplace([builder = self(), exchange = URLSessionExchange{request, urlSession, {}, nullptr},
-                       completion](std::optional<Data> data, URLResponsePointer response,
-                                   const std::optional<Failure>& error) mutable {
-      exchange.data = std::move(data);
-      exchange.response = std::move(response);
-      builder->finished(exchange, error, completion);
-    });
-    task = urlSession->dataTaskFromProtocol(request, *completed);
+    task = urlSession->dataTaskFromProtocol(
+        request,
+        [own](std::optional<Data> data, URLResponsePointer response, const std::optional<Failure>& error) {
+          finish(own, std::move(data), std::move(response), error);
+        });
     if (const auto ready = onProgressReady()) {
       detail::runListener("the onProgressReady of a request builder", [&] { ready(task->progress()); });
     }
     URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
                                                                               credential());
   } catch (...) {
-    if (!isPending(completion, "the making of a task")) return;
+    if (!detail::isPending(call, "the making of a task")) return;
     // If the session runs the task nevertheless, its result is ignored.
-    if (completed && !completed->discard()) return detail::reportDroppedException("the making of a task");
-    return refuse(request, urlSession, detail::currentFailure(), completion);
+    if (own->isFinished.exchange(true)) return detail::reportDroppedException("the making of a task");
+    own->builder = nullptr;
+    return refuse(request, urlSession, detail::currentFailure(), std::exchange(own->completion, nullptr));
   }
   requestTask->set(task);
-  detail::runListener("OpenAPIInterceptor::willSendRequest",
-                      [&] { apiConfiguration->interceptor()->willSendRequest(request, urlSession, self()); });
-  const auto caller = detail::callerOf(completion);
+  // Cancelled before there was this task.
+  if (call.cancelled) detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
+  detail::runListener("OpenAPIInterceptor::willSendRequest", [&] {
+    apiConfiguration->interceptor()->willSendRequest(request, urlSession, builder);
+  });
+  const auto& caller = call.caller;
   try {
     if (!caller) return task->resume();
-    caller->post([task, completed = *completed, completion, caller] {
+    caller->post([task, own] {
       try {
         // The stop may have come before there was a task to cancel.
-        if (caller->isStopped()) task->cancel();
+        if (own->call->caller->isStopped()) task->cancel();
         task->resumeHere();
       } catch (...) {
-        failToResume(completed, completion);
+        failToResume(own);
       }
     });
   } catch (...) {
-    failToResume(*completed, completion);
+    failToResume(own);
   }
+}
+
+// Called in a `catch` block around the start of a task.
+void URLSessionRequestBuilder::failToResume(const std::shared_ptr<Try>& attempt) {
+  constexpr const char* step = "URLSessionDataTaskProtocol::resume";
+  if (!detail::isPending(*attempt->call, step)) return;
+  if (!finish(attempt, std::nullopt, nullptr, detail::currentFailure())) detail::reportDroppedException(step);
+}
+
+// Returns false if the try has ended before.
+bool URLSessionRequestBuilder::finish(const std::shared_ptr<Try>& attempt, std::optional<Data> data,
+                                      URLResponsePointer response, const std::optional<Failure>& error) {
+  // The session may destroy its completion, and so its reference, meanwhile.
+  const auto own = attempt;
+  if (own->isFinished.exchange(true)) return false;
+  const auto builder = std::exchange(own->builder, nullptr);
+  const auto completion = std::exchange(own->completion, nullptr);
+  own->exchange.data = std::move(data);
+  own->exchange.response = std::move(response);
+  builder->finished(own->exchange, error, completion);
+  own->exchange.data.reset();
+  own->exchange.response.reset();
+  return true;
 }
 
 void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
@@ -225,7 +262,7 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
       processRequestResponse(exchange, *response, error, completion);
     }
   } catch (...) {
-    if (!isPending(completion, "a step of a request builder")) return;
+    if (!detail::isPending(*detail::callOf(completion), "a step of a request builder")) return;
     if (failure) return failLater(exchange, code, *failure, completion);
     fail(exchange, code, exchange.data, detail::currentFailure(), completion);
   }
@@ -243,42 +280,6 @@ std::optional<Failure> URLSessionRequestBuilder::failureOf(const URLSessionExcha
     failure.emplace(Cases(Cases::UnsuccessfulHTTPStatusCode()));
   }
   return failure;
-}
-
-void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int code, const Failure& failure,
-                                     const Completion& given) {
-  // A builder class of the host may pass another completion than the one that it got.
-  const Completion completion = runOnce(given);
-  std::optional<detail::Once<OpenAPIInterceptorRetry>> decided;
-  try {
-    decided.emplace(
-        [builder = self(), exchange, code, failure, completion](OpenAPIInterceptorRetry decision) {
-          if (decision == OpenAPIInterceptorRetry::retry) {
-            builder->executeAgain(exchange, completion);
-          } else {
-            builder->failLater(exchange, code, failure, completion);
-          }
-        });
-    apiConfiguration->interceptor()->retry(exchange.request, exchange.session, self(), exchange.data,
-                                           exchange.response, failure, *decided);
-  } catch (...) {
-    if (!isPending(completion, "OpenAPIInterceptor::retry")) return;
-    detail::reportDroppedException("OpenAPIInterceptor::retry");
-    if (decided) {
-      (*decided)(OpenAPIInterceptorRetry::dontRetry);
-    } else {
-      failLater(exchange, code, failure, completion);
-    }
-  }
-}
-
-void URLSessionRequestBuilder::executeAgain(const URLSessionExchange& exchange,
-                                            const Completion& completion) try {
-  execute(completion);
-} catch (...) {
-  if (isPending(completion, "RequestBuilder::execute")) {
-    refuse(exchange.request, exchange.session, detail::currentFailure(), completion);
-  }
 }
 
 void URLSessionRequestBuilder::processRequestResponse(const URLSessionExchange& exchange,
@@ -316,11 +317,11 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
                                          const Completion& completion) {
   const auto error = errorOf(exchange, code, exchange.data, failure);
   didFail(exchange, exchange.data, failure);
-  if (detail::callerOf(completion)) return complete(completion, std::unexpected(error));
+  if (detail::callOf(completion)->caller) return complete(completion, std::unexpected(error));
   try {
     apiConfiguration->apiResponseQueue().post([completion, error] { completion(std::unexpected(error)); });
   } catch (...) {
-    if (!isPending(completion, "MainQueue::post")) return;
+    if (!detail::isPending(*detail::callOf(completion), "MainQueue::post")) return;
     detail::reportDroppedException("MainQueue::post");
     complete(completion, std::unexpected(error));
   }
@@ -350,7 +351,11 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
   URLRequest request{.url = *std::move(url), .httpMethod = std::string(rawText(httpMethod))};
   // A downloaded file may have any size.
   if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
-  for (auto& [name, value] : buildHeaders()) request.headers.setValue(name, value);
+  limit(request, limits().orElse(apiConfiguration->limits()));
+  Headers fields = buildHeaders();
+  // Room for the fields that an encoding and an interceptor add.
+  request.headers.reserve(fields.size() + 2);
+  for (auto& [name, value] : fields) request.headers.setValue(name, std::move(value));
   return encoding.encode(std::move(request), parameters);
 }
 
@@ -363,8 +368,10 @@ void URLSessionRequestBuilder::cleanUp() {
 
 RequestBuilder::Headers URLSessionRequestBuilder::buildHeaders() {
   Headers fields = headers();
-  // `merge` keeps existing entries.
-  fields.merge(apiConfiguration->customHeaders());
+  for (auto& [name, value] : apiConfiguration->customHeaders()) {
+    // Keeps an existing entry.
+    fields.emplace(name, std::move(value));
+  }
   return fields;
 }
 

@@ -19,13 +19,14 @@ struct MemoryURLSession::State {
   const Responder responder;
   mutable std::mutex mutex;
   std::vector<std::shared_ptr<MemoryTask>> ending;
-  std::vector<URLRequest> requests;
+  std::vector<std::shared_ptr<const URLRequest>> requests;
 };
 
 class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
                                            public std::enable_shared_from_this<MemoryTask> {
  public:
-  MemoryTask(const std::shared_ptr<State>& state, URLRequest request, DataTaskCompletion completion)
+  MemoryTask(const std::shared_ptr<State>& state, std::shared_ptr<const URLRequest> request,
+             DataTaskCompletion completion)
       : state_(state), request_(std::move(request)), completion_(std::move(completion)) {}
 
   void resume() override { end(false); }
@@ -45,7 +46,7 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
                               : respond(state);
     if (!result.error) {
       const auto sizeOf = [](const std::optional<Data>& data) { return data ? data->size() : 0; };
-      const auto units = static_cast<std::int64_t>(sizeOf(request_.httpBody) + sizeOf(result.data));
+      const auto units = static_cast<std::int64_t>(sizeOf(request_->httpBody) + sizeOf(result.data));
       progress_->update(units, units);
     }
     if (completion) completion(std::move(result.data), std::move(result.response), std::move(result.error));
@@ -57,7 +58,7 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
  private:
   Result respond(State& state) {
     try {
-      return state.responder(request_);
+      return state.responder(*request_);
     } catch (...) {
       return Result::failed(detail::currentFailure());
     }
@@ -75,7 +76,7 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
 
   // Weak: the state holds the tasks that wait for their delivery.
   const std::weak_ptr<State> state_;
-  const URLRequest request_;
+  const std::shared_ptr<const URLRequest> request_;
   const int identifier_ = nextIdentifier--;
   const std::shared_ptr<Progress> progress_ = std::make_shared<Progress>();
   DataTaskCompletion completion_;
@@ -99,12 +100,13 @@ MemoryURLSession::MemoryURLSession(Responder responder)
 
 std::shared_ptr<URLSessionDataTaskProtocol> MemoryURLSession::dataTaskFromProtocol(
     const URLRequest& request, DataTaskCompletion completionHandler) {
-  auto task = std::make_shared<MemoryTask>(state_, request, std::move(completionHandler));
+  const auto kept = std::make_shared<const URLRequest>(request);
+  auto task = std::make_shared<MemoryTask>(state_, kept, std::move(completionHandler));
   task->progress()->setCancellationHandler([weak = std::weak_ptr(task)] {
     if (const auto cancelled = weak.lock()) cancelled->cancel();
   });
   const std::lock_guard held(state_->mutex);
-  state_->requests.push_back(request);
+  state_->requests.push_back(kept);
   return task;
 }
 
@@ -137,7 +139,10 @@ std::size_t MemoryURLSession::deliver() {
 
 std::vector<URLRequest> MemoryURLSession::requests() const {
   const std::lock_guard held(state_->mutex);
-  return state_->requests;
+  std::vector<URLRequest> copies;
+  copies.reserve(state_->requests.size());
+  for (const auto& request : state_->requests) copies.push_back(*request);
+  return copies;
 }
 
 }  // namespace tilvanego

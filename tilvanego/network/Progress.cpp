@@ -55,7 +55,7 @@ int Progress::addObserver(std::function<void(const Progress&)> observer) {
   auto shared = std::make_shared<const std::function<void(const Progress&)>>(std::move(observer));
   std::shared_ptr<const Observers> former;  // destroyed after the lock is released
   const std::lock_guard held(mutex_);
-  auto changed = std::make_shared<Observers>(*observers_);
+  auto changed = observers_ ? std::make_shared<Observers>(*observers_) : std::make_shared<Observers>();
   changed->emplace(nextObserver_, std::move(shared));
   former = std::exchange(observers_, std::move(changed));
   return nextObserver_++;
@@ -64,6 +64,7 @@ int Progress::addObserver(std::function<void(const Progress&)> observer) {
 void Progress::removeObserver(int number) {
   std::shared_ptr<const Observers> former;  // destroyed after the lock is released
   const std::lock_guard held(mutex_);
+  if (!observers_) return;
   auto changed = std::make_shared<Observers>(*observers_);
   changed->erase(number);
   former = std::exchange(observers_, std::move(changed));
@@ -94,6 +95,7 @@ void Progress::notify() const {
     const std::lock_guard held(mutex_);
     observers = observers_;
   }
+  if (!observers) return;
   for (const auto& [number, observer] : *observers) {
     if (*observer) detail::runListener("an observer of a Progress", [&] { (*observer)(*this); });
   }

@@ -52,8 +52,9 @@ class Progress {
   std::int64_t completed_ = 0;
   bool cancelled_ = false;
   int nextObserver_ = 0;
-  /// Immutable: a change replaces the map, so that observers can be called without the lock.
-  std::shared_ptr<const Observers> observers_ = std::make_shared<Observers>();
+  /// Immutable: a change replaces the map, so that observers can be called without the lock. Null until the
+  /// first observer.
+  std::shared_ptr<const Observers> observers_;
   std::function<void()> cancellationHandler_;
 };
 

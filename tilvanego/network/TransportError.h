@@ -14,7 +14,7 @@ struct TransportError {
     /// The host cancelled the task or its progress, or destroyed the session.
     cancelled,
     /// No byte was sent or received for the request's `timeoutInterval`, or the request took longer than the
-    /// session's `maximumRequestTime`.
+    /// session's `maximumRequestTime`, or its `deadline` has passed.
     timedOut,
     /// The request is invalid: a method or header name that isn't a token, a line break or NUL in a header
     /// value, a body for HEAD, more than 1 MB of URL and header fields. Nothing was sent.

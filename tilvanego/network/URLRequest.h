@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -23,6 +24,13 @@ struct URLRequest {
   /// The largest body of the response, in bytes after decompression. 0 means no limit; `std::nullopt` means
   /// the limit of the session.
   std::optional<std::uint64_t> maximumBodySize{};
+  /// The latest end of the response. A session fails the request with `timedOut` then, and sends nothing if
+  /// it is over before. The session's `maximumRequestTime` limits the request too.
+  std::optional<std::chrono::steady_clock::time_point> deadline{};
+  /// Whether the session follows redirects. If not, the redirect itself is the response.
+  bool followsRedirects = true;
+  /// The number of this try, from 1. Builders set it, for interceptors.
+  int tryNumber = 1;
 
   bool operator==(const URLRequest&) const = default;
 };

@@ -167,7 +167,12 @@ std::optional<std::string> URL::fragment() const {
 }
 
 std::optional<URL> URL::replacingQueryItems(std::span<const QueryItem> items) const {
-  std::string text(slice(0, pathEnd()));
+  // Enough unless much is escaped.
+  std::size_t room = text_.size() + 32;
+  for (const QueryItem& item : items) room += item.name.size() + (item.value ? item.value->size() : 0) + 2;
+  std::string text;
+  text.reserve(room);
+  text += slice(0, pathEnd());
   appendQuery(text, items);
   const std::size_t fragment = text.size();
   text += slice(queryEnd(), text_.size());

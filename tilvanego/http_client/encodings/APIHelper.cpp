@@ -23,6 +23,10 @@ std::string textOf(const AnyValue& value) {
 
 void addItems(std::vector<QueryItem>& items, const std::string& name, const AnyValue& value, bool isExplode) {
   const auto* elements = value.as<AnyValue::Array>();
+  if (const auto* text = value.as<std::string>()) {
+    items.emplace_back(name, *text);
+    return;
+  }
   if (elements == nullptr || !isExplode) {
     items.push_back({name, textOf(value)});
     return;
@@ -95,6 +99,7 @@ std::optional<std::vector<QueryItem>> APIHelper::mapValuesToQueryItems(const Opt
 
 std::optional<std::vector<QueryItem>> APIHelper::mapValuesToQueryItems(const Parameters& source) {
   std::vector<QueryItem> items;
+  items.reserve(source.size());
   for (const auto& [name, value] : source) addItems(items, name, value, true);
   return orNone(std::move(items));
 }

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+#include <tilvanego/http_client/encodings/FlatMap.h>
 #include <tilvanego/json/Codec.h>
 #include <tilvanego/values/Bytes.h>
 #include <tilvanego/values/Data.h>
@@ -144,6 +144,6 @@ class AnyValue {
 };
 
 /// The parameters of a request by name. Encodings write them in ascending order of the names' bytes.
-using Parameters = std::map<std::string, AnyValue>;
+using Parameters = FlatMap<AnyValue>;
 
 }  // namespace tilvanego

@@ -86,12 +86,6 @@ std::expected<void, TransportError> checkRequest(const URLRequest& request) {
   return checkHeaders(request);
 }
 
-bool isIdempotent(const std::string& method) {
-  static constexpr std::array<std::string_view, 6> methods = {"GET",    "HEAD",    "PUT",
-                                                              "DELETE", "OPTIONS", "TRACE"};
-  return std::ranges::find(methods, method) != methods.end();
-}
-
 std::expected<std::optional<URLRequest>, TransportError> redirectedRequest(const URLRequest& request,
                                                                            int statusCode,
                                                                            std::string_view field,

@@ -13,9 +13,6 @@ namespace tilvanego::detail {
 /// Checks the request before any part of it is sent.
 [[nodiscard]] std::expected<void, TransportError> checkRequest(const URLRequest& request);
 
-/// Whether sending the request twice does no more than sending it once (RFC 9110, section 9.2.2).
-[[nodiscard]] bool isIdempotent(const std::string& method);
-
 /// The next request after a response with this status. `field` is its "Location" field as sent, `target` the
 /// absolute URL that libcurl made of it, empty if it made none. Returns none if the response isn't a redirect
 /// that can be followed, and an error for a redirect that must not be followed.

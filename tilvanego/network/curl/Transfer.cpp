@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <tilvanego/network/HTTPHead.h>
+#include <tilvanego/network/IdempotentMethods.h>
 #include <tilvanego/network/curl/RequestRules.h>
 
 namespace tilvanego::detail {
@@ -65,6 +66,7 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
     if (auto checked = checkRequest(*request_); !checked) return Outcome{.error = std::move(checked.error())};
     prepare();
     setEnd();
+    if (end_ <= lastActivity_) return Outcome::failed(Code::timedOut, timeoutMessage(lastActivity_));
     return std::nullopt;
   } catch (const std::exception&) {
     return Outcome::outOfMemory();
@@ -152,7 +154,7 @@ std::expected<bool, TransportError> Transfer::prepareNextRequest(int statusCode)
   if (statusCode == 401) return respondToChallenge(false);
   // Through a tunnel, a 407 can't come from the proxy.
   if (statusCode == 407) return !isSecure(*request_->url) && respondToChallenge(true);
-  if (statusCode >= 300 && statusCode < 400) return followRedirect(statusCode);
+  if (statusCode >= 300 && statusCode < 400 && request_->followsRedirects) return followRedirect(statusCode);
   return false;
 }
 
@@ -181,8 +183,9 @@ void Transfer::report(std::int64_t completed, std::int64_t total) {
 }
 
 const char* Transfer::timeoutMessage(Clock::time_point now) const {
-  return end_ <= now ? "the whole request took longer than the session's maximum request time"
-                     : "no byte came or went for the request's timeout interval";
+  if (end_ > now) return "no byte came or went for the request's timeout interval";
+  return request_->deadline == end_ ? "the whole request took longer than its limit"
+                                    : "the whole request took longer than the session's maximum request time";
 }
 
 // Until the head is complete, one unit is added for the response, whose length is unknown, so that the

@@ -186,6 +186,7 @@ void Transfer::setEnd() {
              ? lastActivity_ +
                    std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds))
              : Clock::time_point::max();
+  if (request_->deadline) end_ = std::min(end_, *request_->deadline);
 }
 
 // Also sets libcurl's timeout for connecting, which it divides between the addresses of a host.
