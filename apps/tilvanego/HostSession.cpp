@@ -1,5 +1,6 @@
 #include "HostSession.h"
 
+#include <chrono>
 #include <functional>
 #include <string_view>
 #include <utility>
@@ -59,7 +60,10 @@ HostSession::HostSession(const HostOptions& options, EventWriter& events, RunLoo
 }
 
 std::unique_ptr<Application> HostSession::makeApplication(const HostOptions& options, RunLoop& loop) {
-  if (options.openCommand) return std::make_unique<SpawnedOpener>(loop, *options.openCommand);
+  // A script says what the exit status is, and means it.
+  if (options.openCommand) {
+    return std::make_unique<SpawnedOpener>(loop, *options.openCommand, std::chrono::milliseconds::max());
+  }
   auto application = std::make_unique<MemoryApplication>(loop);
   memoryApplication_ = application.get();
   return application;

@@ -29,8 +29,10 @@ void report(const WeakMainQueue& mainQueue, std::weak_ptr<OpenRequests> requests
 
 // Waits for the end of a program that was just started.
 bool hasOpened(pid_t process, std::chrono::milliseconds failsWithin) {
-  const auto start = std::chrono::steady_clock::now();
-  return detail::waitForSuccess(process) || std::chrono::steady_clock::now() - start >= failsWithin;
+  using std::chrono::steady_clock;
+  const auto start = steady_clock::now();
+  if (detail::waitForSuccess(process)) return true;
+  return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - start) >= failsWithin;
 }
 
 }  // namespace
