@@ -168,7 +168,9 @@ void Transfer::setMethodAndBody() {
 void Transfer::setHeaders(bool announcesBody) {
   // With cookies of the request, those of the session are switched off: libcurl would send them in a second
   // field. The empty file name only enables them.
-  set(handle(), CURLOPT_COOKIEFILE, request_->headers.value("Cookie") ? nullptr : "");
+  const bool usesCookies =
+      settings_.configuration.cookies == CookieStorage::inMemory && !request_->headers.value("Cookie");
+  set(handle(), CURLOPT_COOKIEFILE, usesCookies ? "" : nullptr);
   std::string value;
   const WipedAtEnd wiped(value);
   if (serverAuthorization_)
