@@ -65,7 +65,8 @@ struct URLSessionConfiguration {
 /// - Connections are kept open and reused.
 /// - Certificates are always verified, against the system's trust store.
 /// - Bodies in gzip and deflate are decompressed, other bodies are unchanged. "Content-Encoding" and
-///   "Content-Length" of the response stay as the server sent them. A body is held in memory whole.
+///   "Content-Length" of the response stay as the server sent them. A body is held in memory whole, unless
+///   the request has a sink for it.
 /// - Header values that aren't UTF-8 are read as ISO 8859-1.
 /// - Cookies are off; by the configuration they are kept in memory until `clearCookies` or the session's end.
 /// - Up to 20 redirects are followed, to http and https, never from https to http. 303, and 301 and 302 after

@@ -202,6 +202,11 @@ void SessionLoop::process(const std::shared_ptr<SessionTask>& task) {
   if (task->isFinished()) return;
   if (!closing_ && !task->isCancelled()) {
     if (!task->transfer) start(task);
+    // Starting may have ended it.
+    if (task->takeGoOn() && task->transfer) {
+      task->transfer->goOn();
+      nextDeadline_ = std::min(nextDeadline_, task->transfer->deadline());
+    }
   } else if (task->transfer) {
     fail(*task->transfer, Code::cancelled, "the task was cancelled");
   } else {
