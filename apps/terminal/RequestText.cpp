@@ -6,6 +6,8 @@
 #include <tilvanego/frame/OperationKind.h>
 #include <tilvanego/values/RawText.h>
 
+#include "apps/window/AmountText.h"
+
 namespace tilvanego::terminal {
 namespace {
 
@@ -35,14 +37,8 @@ std::string outcomeName(sandbox::Outcome outcome) {
 }
 
 std::string amountText(const LaunchLink& asked) {
-  if (!asked.amount()) return {};
-  std::string text = asked.amount()->text();
-  const std::size_t point = text.find('.');
-  const std::size_t digits = point == text.npos ? 0 : text.size() - point - 1;
-  if (point == text.npos) text += '.';
-  if (digits < 2) text.append(2 - digits, '0');
-  if (const auto currency = asked.item("currency")) text.append(" ").append(*currency);
-  return text;
+  const auto& amount = asked.amount();
+  return amount ? program::amountWithCurrency(*amount, asked.item("currency").value_or("")) : std::string();
 }
 
 std::string arrivalText(sandbox::Transport transport) {

@@ -11,7 +11,7 @@ namespace tilvanego::terminal {
 [[nodiscard]] std::string operationName(sandbox::Operation operation);
 /// "Approve", "Wrong id".
 [[nodiscard]] std::string outcomeName(sandbox::Outcome outcome);
-/// "12.50 EUR", with at least two digits after the point; empty for a request without an amount.
+/// "12.50 EUR", "12 JPY"; empty for a request without an amount.
 [[nodiscard]] std::string amountText(const sandbox::LaunchLink& asked);
 /// How the request came: "Compressed in the link".
 [[nodiscard]] std::string arrivalText(sandbox::Transport transport);

@@ -15,13 +15,20 @@
 #include "RequestText.h"
 #include "apps/tilvanego/ScriptFile.h"
 #include "apps/window/ReadOnlyText.h"
+#include "apps/window/ShownText.h"
 
 namespace tilvanego::terminal {
+
+using program::shownLine;
+using program::shownLines;
+
 namespace {
 
 constexpr const char* title = "Payment terminal (rehearsal)";
 
-QString shown(const std::string& text) { return QString::fromStdString(text); }
+// Of what is asked, and of a link or an answer, which the person may copy.
+constexpr qsizetype longestLine = 2000;
+constexpr qsizetype longestLink = 16'000;
 
 // A font so many times as large as the usual one: it follows the person's settings.
 QFont larger(const QWidget& widget, double times) {
@@ -42,7 +49,7 @@ QLabel* makeLabel(const QString& name, double size = 1) {
 }
 
 void showOrHide(QLabel& label, const std::string& text) {
-  label.setText(shown(text));
+  label.setText(shownLine(text));
   label.setVisible(!text.empty());
 }
 
@@ -93,6 +100,8 @@ QWidget* TerminalWindow::makeRequestPane() {
     if (chosen() != nullptr) terminal_.decide(static_cast<std::size_t>(list_->currentRow()), outcome);
   });
   fault_ = makeLabel("What went wrong", 1.1);
+  // A long word makes no window wider.
+  fault_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   shown_ = new QCheckBox("Show &link and answer, with their secrets");
   QObject::connect(shown_, &QCheckBox::toggled, [this] { showChosen(); });
   traffic_ = new program::ReadOnlyText("Link and answer", 4);
@@ -116,7 +125,7 @@ void TerminalWindow::chooseScript() {
 
 void TerminalWindow::loadScript(const QString& path) {
   auto script = program::readScriptFile(path.toStdString());
-  scriptFault_ = script ? QString() : "The script was not loaded: " + shown(script.error());
+  scriptFault_ = script ? QString() : "The script was not loaded: " + shownLine(script.error());
   if (script) {
     terminal_.setScript(*std::move(script));
   } else {
@@ -132,15 +141,15 @@ void TerminalWindow::refresh() {
   const bool wasDeciding = before != nullptr && before->waits();
   const int added = static_cast<int>(requests.size()) - list_->count();
   for (int row = 0; row < static_cast<int>(requests.size()); ++row) {
-    const QString text = shown(summary(requests[static_cast<std::size_t>(row)]));
+    const QString text = shownLine(summary(requests[static_cast<std::size_t>(row)]));
     if (row == list_->count()) list_->addItem(QString());
     if (list_->item(row)->text() != text) list_->item(row)->setText(text);
   }
   if (added > 0 && !wasDeciding) list_->setCurrentRow(list_->count() - 1);
 
-  QString script = terminal_.hasScript() ? "A script decides." : "You decide.";
-  for (const std::string& note : terminal_.scriptNotes()) script += " " + shown(note) + ".";
-  script_->setText(scriptFault_.isEmpty() ? script : scriptFault_);
+  std::string script = terminal_.hasScript() ? "A script decides." : "You decide.";
+  for (const std::string& note : terminal_.scriptNotes()) script += " " + note + ".";
+  script_->setText(scriptFault_.isEmpty() ? shownLine(script) : scriptFault_);
   showChosen();
 }
 
@@ -155,14 +164,15 @@ void TerminalWindow::showChosen() {
   const Request* const request = chosen();
   const bool readable = request != nullptr && request->asked;
   operation_->setText(request == nullptr ? "Nothing was asked yet."
-                      : readable         ? shown(operationName(request->asked->operation()))
+                      : readable         ? shownLine(operationName(request->asked->operation()))
                                          : QString("A link that can't be read"));
   showOrHide(*amount_, readable ? amountText(*request->asked) : "");
   showOrHide(*arrival_, readable ? arrivalText(request->asked->transport()) : "");
   showOrHide(*fault_, request != nullptr ? request->fault : "");
-  details_->setPlainText(readable ? shown(details(*request)) : QString());
+  details_->setPlainText(readable ? shownLines(details(*request), longestLine) : QString());
   details_->setVisible(readable);
-  traffic_->setPlainText(request != nullptr ? shown(traffic(*request, shown_->isChecked())) : QString());
+  traffic_->setPlainText(request != nullptr ? shownLines(traffic(*request, shown_->isChecked()), longestLink)
+                                            : QString());
   const bool waits = request != nullptr && request->waits();
   buttons_->setWaiting(waits);
   // So that a list of windows shows what waits.

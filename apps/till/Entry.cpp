@@ -1,37 +1,39 @@
 #include "Entry.h"
 
-#include <algorithm>
 #include <cctype>
 #include <optional>
-#include <string_view>
 #include <utility>
 
-#include <tilvanego/values/Decimal.h>
+#include <tilvanego/values/Amount.h>
 
 namespace tilvanego::till {
 namespace {
 
 using enum OperationKind;
 
-// A text as the library reads numbers.
-std::string number(std::string text) {
-  std::ranges::replace(text, ',', '.');
-  return text;
+std::string sentence(AmountError error, const std::string& name, const std::string& currency) {
+  switch (error) {
+    case AmountError::unknownCurrency:
+      return "The currency is no code of three capital letters that has amounts, such as EUR.";
+    case AmountError::notAnAmount:
+      return "The " + name + " may have digits, and a point or a comma between them: 12.50.";
+    case AmountError::tooManyFractionDigits:
+      return "The " + name + " has more than the " +
+             std::to_string(currencyFractionDigits(currency).value_or(0)) + " digits after the point that " +
+             currency + " has.";
+    case AmountError::tooLarge:
+      return "The " + name + " has too many digits.";
+  }
+  return {};
 }
 
-// The library reads as much of a text as is a number; a person who mistypes wants to know.
-bool isNumber(std::string_view text) {
-  if (text.starts_with('-')) text.remove_prefix(1);
-  const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
-  return std::ranges::any_of(text, isDigit) && std::ranges::count(text, '.') <= 1 &&
-         std::ranges::all_of(text, [&](char letter) { return isDigit(letter) || letter == '.'; });
-}
-
-std::expected<Decimal, std::string> decimal(const std::string& name, const std::string& text) {
-  const std::string read = number(text);
-  const auto value = isNumber(read) ? Decimal::parse(read) : std::nullopt;
-  if (!value) return std::unexpected("The " + name + " is no number: \"" + text + "\".");
-  return *value;
+std::expected<Decimal, std::string> amountOf(const std::string& text, const std::string& name,
+                                             const std::string& currency) {
+  if (text.empty()) return std::unexpected("The " + name + " is missing.");
+  const char point = text.find('.') == std::string::npos && text.find(',') != std::string::npos ? ',' : '.';
+  const auto amount = parseAmount(text, currency, point);
+  if (!amount) return std::unexpected(sentence(amount.error(), name, currency));
+  return *amount;
 }
 
 PaymentCredentials credentials(const Entry& entry) {
@@ -49,7 +51,7 @@ Needs needs(OperationKind kind) {
   const bool refersToPayment = kind == fullRefund || kind == partialRefund || kind == capture;
   return {.amount = kind == payment || kind == partialRefund || kind == capture,
           .tip = kind == payment,
-          .currency = kind == payment || kind == save,
+          .currency = kind == payment || kind == save || kind == partialRefund || kind == capture,
           .transactionId = refersToPayment,
           .credentials = kind == payment || kind == save || kind == fullRefund || kind == partialRefund,
           .transport = kind == payment};
@@ -61,20 +63,14 @@ std::string operationName(OperationKind kind) {
   return name;
 }
 
-std::string amountText(const Entry& entry) {
-  const Needs needed = needs(entry.kind);
-  if (!needed.amount) return {};
-  return needed.currency ? number(entry.amount) + " " + entry.currency : number(entry.amount);
-}
-
 template <>
 std::expected<PaymentRequest, std::string> makeRequest<payment>(const Entry& entry, std::string requestId,
                                                                 const URL& callbackURL) {
-  const auto amount = decimal("amount", entry.amount);
+  const auto amount = amountOf(entry.amount, "amount", entry.currency);
   if (!amount) return std::unexpected(amount.error());
   std::optional<Decimal> tip;
   if (!entry.tip.empty()) {
-    const auto read = decimal("tip", entry.tip);
+    const auto read = amountOf(entry.tip, "tip", entry.currency);
     if (!read) return std::unexpected(read.error());
     tip = *read;
   }
@@ -115,7 +111,7 @@ template <>
 std::expected<PartialRefundRequest, std::string> makeRequest<partialRefund>(const Entry& entry,
                                                                             std::string requestId,
                                                                             const URL& callbackURL) {
-  const auto amount = decimal("amount", entry.amount);
+  const auto amount = amountOf(entry.amount, "amount", entry.currency);
   if (!amount) return std::unexpected(amount.error());
   return PartialRefundRequest({.requestId = std::move(requestId),
                                .transactionId = entry.transactionId,
@@ -127,10 +123,11 @@ std::expected<PartialRefundRequest, std::string> makeRequest<partialRefund>(cons
 template <>
 std::expected<CaptureRequest, std::string> makeRequest<capture>(const Entry& entry, std::string requestId,
                                                                 const URL& callbackURL) {
-  if (const auto amount = decimal("amount", entry.amount); !amount) return std::unexpected(amount.error());
+  const auto amount = amountOf(entry.amount, "amount", entry.currency);
+  if (!amount) return std::unexpected(amount.error());
   return CaptureRequest({.requestId = std::move(requestId),
                          .transactionId = entry.transactionId,
-                         .amount = number(entry.amount),
+                         .amount = amountText(*amount, entry.currency).value_or(amount->text()),
                          .callbackURL = callbackURL});
 }
 

@@ -13,9 +13,10 @@ namespace tilvanego::till {
 /// What the person at the till has entered.
 struct Entry {
   OperationKind kind = OperationKind::payment;
-  /// Decimal numbers, with a point or a comma; a tip may be empty.
+  /// With a point or a comma, and no more digits after it than the currency has; a tip may be empty.
   std::string amount = {};
   std::string tip = {};
+  /// Three capital letters of ISO 4217. A refund or a capture doesn't send it.
   std::string currency = "EUR";
   /// Of the payment that is refunded or captured.
   std::string transactionId = {};
@@ -42,10 +43,7 @@ struct Needs {
 /// "Payment", "Partial refund".
 [[nodiscard]] std::string operationName(OperationKind kind);
 
-/// The amount for a reader, "12.50 EUR"; empty for an operation without one.
-[[nodiscard]] std::string amountText(const Entry& entry);
-
-/// The request of an operation. Fails with a sentence for the person if a number can't be read.
+/// The request of an operation. Fails with a sentence for the person if an amount can't be read.
 template <OperationKind kind>
 [[nodiscard]] std::expected<typename OperationRecords<kind>::Request, std::string> makeRequest(
     const Entry& entry, std::string requestId, const URL& callbackURL);

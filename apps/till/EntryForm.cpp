@@ -145,6 +145,8 @@ Entry EntryForm::entry() const {
           .transport = transports.at(static_cast<std::size_t>(transport_->currentIndex())).make()};
 }
 
+void EntryForm::beginWithAmount() { amount_->setFocus(); }
+
 void EntryForm::setTransactionId(const QString& id) { transactionId_->setText(id); }
 
 }  // namespace tilvanego::till

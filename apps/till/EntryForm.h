@@ -19,6 +19,8 @@ class EntryForm final : public QWidget {
   explicit EntryForm(std::function<void(const Entry& entry)> started);
 
   [[nodiscard]] Entry entry() const;
+  /// Who types, types the amount.
+  void beginWithAmount();
   /// For the next refund or capture.
   void setTransactionId(const QString& id);
 

@@ -1,28 +1,34 @@
 #include "Till.h"
 
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include <tilvanego/facade/OperationFunctions.h>
-#include <tilvanego/values/Amount.h>
 #include <tilvanego/values/RawText.h>
+
+#include "apps/window/AmountText.h"
 
 namespace tilvanego::till {
 
 namespace {
 
-std::string textOf(const Decimal& amount) { return amount.text(); }
-std::string textOf(const std::string& amount) { return amount; }
-std::string textOf(const auto& optional) { return optional ? textOf(*optional) : std::string(); }
-
-// The amount of a request for a reader; empty without one.
-std::string askedBy(const PaymentRequest& payment) {
-  return amountText(payment.amount(), payment.currency()).value_or(payment.amount().text()) + " " +
-         payment.currency();
+std::string shown(const Decimal& amount, const std::string& currency) {
+  return program::amountWithCurrency(amount, currency);
 }
-std::string askedBy(const auto& request) {
+// A text is as the till has made it.
+std::string shown(const std::string& amount, const std::string& currency) {
+  return currency.empty() ? amount : amount + " " + currency;
+}
+std::string shown(const std::optional<Decimal>& amount, const std::string& currency) {
+  return amount ? shown(*amount, currency) : std::string();
+}
+
+// The amount of a request for a reader; empty without one. `currency` is for a request that has none.
+std::string askedBy(const auto& request, std::string currency = {}) {
   if constexpr (requires { request.amount(); }) {
-    return textOf(request.amount());
+    if constexpr (requires { request.currency(); }) currency = request.currency();
+    return shown(request.amount(), currency);
   } else {
     return {};
   }
@@ -62,6 +68,7 @@ auto Till::completion() {
 
 void Till::keep(OperationKind kind, Receipt receipt) {
   asked_.erase(kind);
+  fault_.clear();
   if (receipts_.size() == mostReceipts) receipts_.pop_front();
   receipts_.push_back(std::move(receipt));
   ++receiptsEver_;
@@ -82,7 +89,7 @@ void Till::startKind(const Entry& entry) {
     return;
   }
   fault_.clear();
-  asked_[kind] = amountText(entry);
+  asked_[kind] = askedBy(*request, entry.currency);
   if constexpr (kind == OperationKind::payment) {
     sdk_.startPayment(*std::move(request), entry.transport, completion<kind>());
   } else {
@@ -120,6 +127,7 @@ void Till::cancel(OperationKind kind) {
     if (one == kind) (sdk_.*operationFunctions<one>.cancel)();
   });
   asked_.erase(kind);
+  fault_.clear();
   changed_();
 }
 

@@ -13,11 +13,16 @@
 
 #include "EntryForm.h"
 #include "apps/window/ReadOnlyText.h"
+#include "apps/window/ShownText.h"
 
 namespace tilvanego::till {
+
+using program::shownLine;
+
 namespace {
 
-QString shown(const std::string& text) { return QString::fromStdString(text); }
+// Of a receipt's line, or one of the log.
+constexpr qsizetype longestLine = 2000;
 
 QListWidget* makeList(const QString& name) {
   auto* const list = new QListWidget;
@@ -50,6 +55,7 @@ TillWindow::TillWindow(Till& till) : till_(till) {
   QObject::connect(quit, &QShortcut::activated, [this] { close(); });
   resize(fontMetrics().averageCharWidth() * 130, fontMetrics().height() * 42);
   refresh();
+  form_->beginWithAmount();
 }
 
 QWidget* TillWindow::makeEntryPane() {
@@ -58,6 +64,8 @@ QWidget* TillWindow::makeEntryPane() {
   fault_->setAccessibleName("What went wrong");
   fault_->setTextFormat(Qt::PlainText);
   fault_->setWordWrap(true);
+  // A long word makes no form wider.
+  fault_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   QFont bold = fault_->font();
   bold.setBold(true);
   fault_->setFont(bold);
@@ -103,7 +111,7 @@ void TillWindow::cancelChosen() {
 }
 
 void TillWindow::refresh() {
-  fault_->setText(shown(till_.fault()));
+  fault_->setText(shownLine(till_.fault()));
   fault_->setVisible(!till_.fault().empty());
   refreshPending();
   refreshReceipts();
@@ -113,9 +121,9 @@ void TillWindow::refresh() {
 void TillWindow::refreshPending() {
   QStringList texts;
   for (const PendingOperation& one : till_.pending()) {
-    QString text = shown(operationName(one.kind));
-    if (one.transport) text += " \u00b7 " + shown(one.transport->text());
-    text += " \u00b7 " + shown(one.requestId.value_or("without an id"));
+    QString text = shownLine(operationName(one.kind));
+    if (one.transport) text += " \u00b7 " + shownLine(one.transport->text());
+    text += " \u00b7 " + shownLine(one.requestId.value_or("without an id"));
     texts.append(text);
   }
   const int row = pending_->currentRow();
@@ -133,11 +141,12 @@ void TillWindow::refreshReceipts() {
   }
   for (; shownReceipts_ < till_.receiptsEver(); ++shownReceipts_) {
     const Receipt& receipt = till_.receipts()[shownReceipts_ - first];
-    receipts_->addItem(shown(receipt.title));
+    receipts_->addItem(shownLine(receipt.title));
     receipts_->setCurrentRow(receipts_->count() - 1);
-    if (!receipt.transactionId.empty()) form_->setTransactionId(shown(receipt.transactionId));
+    if (!receipt.transactionId.empty())
+      form_->setTransactionId(QString::fromStdString(receipt.transactionId));
     // So that a list of windows shows it.
-    setWindowTitle(shown(receipt.title) + " \u2013 Till");
+    setWindowTitle(shownLine(receipt.title) + " \u2013 Till");
   }
   showReceipt();
 }
@@ -147,8 +156,8 @@ void TillWindow::showReceipt() {
   const int row = receipts_->currentRow();
   if (row >= 0 && static_cast<std::size_t>(row) < till_.receipts().size()) {
     const Receipt& receipt = till_.receipts()[static_cast<std::size_t>(row)];
-    text = shown(receipt.title) + '\n';
-    for (const std::string& line : receipt.lines) text += '\n' + shown(line);
+    text = shownLine(receipt.title) + '\n';
+    for (const std::string& line : receipt.lines) text += '\n' + shownLine(line, longestLine);
   }
   receipt_->setPlainText(text);
 }
@@ -158,7 +167,7 @@ void TillWindow::refreshLog() {
   const std::size_t first = till_.written() - lines.size();
   log_->setMaximumBlockCount(static_cast<int>(Till::mostLines));
   for (shownLines_ = std::max(shownLines_, first); shownLines_ < till_.written(); ++shownLines_) {
-    log_->appendPlainText(shown(lines[shownLines_ - first]));
+    log_->appendPlainText(shownLine(lines[shownLines_ - first], longestLine));
   }
 }
 

@@ -1,7 +1,9 @@
 #include "WindowProgram.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QMessageBox>
+#include <QStandardPaths>
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -29,10 +31,17 @@ int failInWindow(const WindowProgram& program, const std::string& sentence) {
   return fail(program, sentence);
 }
 
+// What the desktop is to start: the name if that leads to this program, else its path.
+std::string commandOf(const WindowProgram& program) {
+  const QString path = QCoreApplication::applicationFilePath();
+  const QFileInfo found(QStandardPaths::findExecutable(program.name));
+  return found.canonicalFilePath() == QFileInfo(path).canonicalFilePath() ? program.name : path.toStdString();
+}
+
 int registerScheme(const WindowProgram& program, bool replaces) {
   const auto others = replaces ? SchemeHandler::Others::replace : SchemeHandler::Others::keep;
-  const auto done =
-      SchemeHandler::install(program.scheme, {.name = program.title, .command = {program.name}}, others);
+  const auto done = SchemeHandler::install(program.scheme,
+                                           {.name = program.title, .command = {commandOf(program)}}, others);
   return done ? EXIT_SUCCESS : fail(program, done.error().message);
 }
 
@@ -51,6 +60,18 @@ void addOptions(QCommandLineParser& options, const WindowProgram& program,
   options.addOption({"unregister", "Undo what --register did."});
   options.addOptions(more);
   options.addPositionalArgument("URL", "A URL for the program that runs, or for this one.", "[URL]");
+}
+
+// Why the command line says nothing that can be done; empty if it does.
+std::string misuseOf(const QCommandLineParser& options, bool hasURL) {
+  const auto words = options.positionalArguments().size();
+  const bool registers = options.isSet("register");
+  const bool unregisters = options.isSet("unregister");
+  if (registers && unregisters) return "--register and --unregister exclude each other.";
+  if (options.isSet("replace") && !registers) return "--replace needs --register.";
+  if (words > 1 || (words == 1 && (registers || unregisters))) return "There are too many arguments.";
+  if (words == 1 && !hasURL) return "The argument is no URL with a scheme.";
+  return {};
 }
 
 }  // namespace
@@ -79,6 +100,8 @@ int windowMain(const WindowProgram& program, int count, char** words, const QLis
   QCommandLineParser options;
   addOptions(options, program, more);
   options.process(*application);
+  if (const std::string misuse = misuseOf(options, url.has_value()); !misuse.empty())
+    return fail(program, misuse + " Try --help.");
   if (options.isSet("register")) return registerScheme(program, options.isSet("replace"));
   if (options.isSet("unregister")) return unregisterScheme(program);
 

@@ -187,6 +187,33 @@ TEST(BlockingCall, WaitsForASessionOfTheHost) {
   EXPECT_EQ(codeOf(builder.send()), ErrorResponse::notExecuted);
 }
 
+TEST(BlockingCall, IsWhatAWaitingThreadMakesOfAnAwaitedRequest) {
+  BlockingClient client(handled);
+  const auto here = std::this_thread::get_id();
+  const auto inner = [](auto builder) -> Task<std::string> {
+    const auto response = co_await builder.execute();
+    co_return response.body;
+  };
+  const auto outer = [&](auto builder) -> Task<bool> {
+    const auto body = co_await inner(builder);
+    co_return body == "5" && std::this_thread::get_id() == here;
+  };
+  EXPECT_TRUE(outer(client.to<std::string>("/")).wait());
+  EXPECT_THROW(client.to<std::string>("/none").execute().wait(), ErrorResponse) << "without the queue";
+  // A task beside it is nobody's to wait for.
+  const auto apart = [&](auto builder, std::promise<bool>& elsewhere) -> Task<void> {
+    co_await builder.execute();
+    elsewhere.set_value(std::this_thread::get_id() != here);
+  };
+  std::promise<bool> elsewhere;
+  const auto starting = [&](auto builder) -> Task<bool> {
+    detach(apart(builder, elsewhere));
+    co_return co_await outer(builder);
+  };
+  EXPECT_TRUE(starting(client.to<std::string>("/")).wait());
+  EXPECT_TRUE(elsewhere.get_future().get());
+}
+
 TEST(BlockingCall, SixteenThreadsSendBesideCompletions) {
   const char* const configured = std::getenv("TILVANEGO_BLOCKING_CALLS");
   const int perThread = (configured ? std::atoi(configured) : 3200) / 16;

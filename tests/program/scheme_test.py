@@ -36,6 +36,15 @@ class Scheme(unittest.TestCase):
         self.assertEqual(done.returncode, status, done.stderr)
         return (done.stdout if status == 0 else done.stderr).decode()
 
+    def test_the_last_of_several_handlers_takes_the_list_away_that_the_first_has_made(self):
+        for order in ("one", "two"), ("two", "one"):
+            for name in "one", "two":
+                self.scheme("install", name, "--command", str(self.program("till")))
+            for name in order:
+                self.assertTrue(self.list.exists())
+                self.scheme("remove", name)
+            self.assertFalse(self.list.exists(), order)
+
     def other(self, directory="system"):
         folder = self.home / directory / "applications"
         folder.mkdir(parents=True)

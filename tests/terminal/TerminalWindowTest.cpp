@@ -73,6 +73,7 @@ TEST_F(TerminalWindowTest, AKeyDecidesTheChosenRequestAndANewOneDoesNotTakeItsPl
   EXPECT_FALSE(named<QAbstractButton>("Approve").isEnabled());
   named<QListWidget>("Requests").setCurrentRow(1);
   EXPECT_EQ(named<QLabel>("Amount").text(), "7.00 EUR");
+  EXPECT_TRUE(named<QPlainTextEdit>("What is asked").toPlainText().contains("return_url: till://done\n"));
   press(Qt::Key_A, 1);
   EXPECT_EQ(terminal.requests()[1].outcome, Outcome::approve);
 }

@@ -100,17 +100,35 @@ TEST_F(TillTest, PaysByEachTransportAndShowsEachOutcome) {
 }
 
 TEST_F(TillTest, WhatIsWrongIsASentenceAndOpensNothing) {
-  Entry wrong = entry(OperationKind::payment);
-  for (const std::string text : {"", "12,x", "1.2.3"}) {
-    wrong.amount = text;
+  const std::string digits = " may have digits, and a point or a comma between them: 12.50.";
+  const std::string code = "The currency is no code of three capital letters that has amounts, such as EUR.";
+  struct Wrong {
+    std::string amount, tip, currency, fault;
+  };
+  for (const Wrong& one : std::vector<Wrong>{
+           {"", "", "EUR", "The amount is missing."},
+           {"12,x", "", "EUR", "The amount" + digits},
+           {"1.234,50", "", "EUR", "The amount" + digits},
+           {"-1", "", "EUR", "The amount" + digits},
+           {"1", "+2", "EUR", "The tip" + digits},
+           {"1,234", "", "EUR", "The amount has more than the 2 digits after the point that EUR has."},
+           {"1.5", "", "JPY", "The amount has more than the 0 digits after the point that JPY has."},
+           {std::string(40, '9'), "", "EUR", "The amount has too many digits."},
+           {"1", "", "eur", code},
+           {"1", "", "XAU", code}}) {
+    Entry wrong = entry(OperationKind::payment);
+    wrong.amount = one.amount;
+    wrong.tip = one.tip;
+    wrong.currency = one.currency;
     till->start(wrong);
-    EXPECT_EQ(till->fault(), "The amount is no number: \"" + text + "\".");
+    EXPECT_EQ(till->fault(), one.fault) << one.amount;
   }
   EXPECT_TRUE(application->openedURLs().empty());
-  wrong.amount = "-1";
-  till->start(wrong);
+  Entry nothing = entry(OperationKind::payment);
+  nothing.amount = "0";
+  till->start(nothing);
   host.loop.runPending();
-  EXPECT_EQ(till->receipts().back().title, "Payment: failure \u00b7 -1 EUR");
+  EXPECT_EQ(till->receipts().back().title, "Payment: failure \u00b7 0.00 EUR");
   EXPECT_FALSE(till->receipts().back().lines.empty()) << "the library says why";
 
   till->start(entry(OperationKind::payment));
@@ -120,6 +138,7 @@ TEST_F(TillTest, WhatIsWrongIsASentenceAndOpensNothing) {
   EXPECT_EQ(till->fault(), "A URL came that no pending operation waits for; the log says more.");
   till->cancel(OperationKind::payment);
   EXPECT_TRUE(till->pending().empty());
+  EXPECT_EQ(till->fault(), "") << "what was pending is over";
 }
 
 TEST_F(TillTest, AfterARestartItResumesWhatWasPendingAlsoIfTheCallbackCameFirst) {

@@ -46,15 +46,25 @@ class TillWindowTest : public testing::Test {
 }  // namespace
 
 TEST_F(TillWindowTest, APaymentIsMadeByTheKeyboardAloneAndItsReceiptRead) {
-  auto& amount = named<QLineEdit>("Amount");
-  amount.setFocus();
-  QTest::keyClicks(&amount, "12,50");
-  QTest::keyClick(&amount, Qt::Key_Return);
+  QTest::keyClicks(window.focusWidget(), "12,50");
+  QTest::keyClick(window.focusWidget(), Qt::Key_Return);
   EXPECT_EQ(named<QListWidget>("Pending operations").count(), 1);
   till.receive(URL::parse("till://done/payment?request_id=T-1&status=approved&transaction_id=4711").value());
   EXPECT_EQ(named<QListWidget>("Pending operations").count(), 0);
   EXPECT_TRUE(named<QPlainTextEdit>("Receipt").toPlainText().contains("transactionId: 4711"));
   EXPECT_EQ(named<QLineEdit>("Transaction id").text(), "4711") << "for a refund";
+}
+
+TEST_F(TillWindowTest, ACallbackCantForgeLinesOfTheReceiptAndALongOneIsCut) {
+  QTest::keyClicks(window.focusWidget(), "1\r");
+  till.receive(URL::parse("till://done/payment?request_id=T-1&status=approved&approval_code=" +
+                          std::string(100'000, '9') +
+                          "&processor_message=%E2%80%AEa%0Astatus:%00%F0%9F%92%B6")
+                   .value());
+  const QString receipt = named<QPlainTextEdit>("Receipt").toPlainText();
+  EXPECT_TRUE(receipt.contains("processorMessage: \\u{202e}a\\u{a}status:\\u{0}\U0001F4B6\n"))
+      << receipt.toStdString();
+  EXPECT_TRUE(receipt.contains("999 \u2026 and 98014 more characters")) << receipt.size();
 }
 
 TEST_F(TillWindowTest, TheKeypadWritesTheAmountAndEachOperationShowsTheFieldsThatItUses) {

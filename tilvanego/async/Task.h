@@ -5,6 +5,7 @@
 #include <exception>
 #include <mutex>
 #include <optional>
+#include <thread>
 #include <utility>
 
 #include <tilvanego/platform/FatalError.h>
@@ -46,6 +47,9 @@ class TaskPromiseBase {
   std::coroutine_handle<> continuation = std::noop_coroutine();
   std::exception_ptr failure;
   bool hasBegun = false;
+  /// The thread that is blocked in `wait` until this task has ended, so that what the task awaits there may
+  /// use it; no thread otherwise.
+  std::thread::id waitingThread{};
 };
 
 template <typename T>
@@ -116,9 +120,10 @@ class [[nodiscard]] Task {
 
   auto operator co_await() && noexcept { return Awaiter{{begin()}}; }
 
-  /// Starts the task, blocks this thread until its end, and returns its result. Must not be called on the
-  /// thread of a main queue that the task needs (a failing request needs `apiResponseQueue`): it would never
-  /// return.
+  /// Starts the task, blocks this thread until its end, and returns its result. A request of the HTTP client
+  /// that the task awaits on this thread, itself or by a task that it awaits, is sent by this thread, as by
+  /// `RequestBuilder::send`. Must not be called on the thread of a main queue that the task needs: it would
+  /// never return.
   T wait() &&;
   /// Like above, but runs the blocks of `loop` meanwhile. For the main thread of a program without its own
   /// event loop. If blocks of the loop throw, this throws the first exception once the task has ended; the
@@ -147,6 +152,13 @@ class [[nodiscard]] Task {
     std::coroutine_handle<promise_type> handle;
   };
   struct Awaiter : Ended {
+    template <typename Promise>
+    std::coroutine_handle<> await_suspend(std::coroutine_handle<Promise> waiting) const noexcept {
+      if constexpr (requires { waiting.promise().waitingThread; }) {
+        this->handle.promise().waitingThread = waiting.promise().waitingThread;
+      }
+      return Ended::await_suspend(waiting);
+    }
     T await_resume() const { return this->handle.promise().take(); }
   };
   template <typename Signal>
@@ -178,7 +190,9 @@ T Task<T>::wait() && {
     ended = true;
     changed.notify_one();
   };
-  signalEnd(begin(), signal);
+  const auto handle = begin();
+  handle.promise().waitingThread = std::this_thread::get_id();
+  signalEnd(handle, signal);
   {
     std::unique_lock held(mutex);
     changed.wait(held, [&] { return ended; });

@@ -54,7 +54,7 @@ void BlockingCall::post(std::function<void()> work) {
 RequestBuilder::Result BlockingCall::wait() {
   while (const auto work = next()) work();
   // Posted work holds this call.
-  std::deque<std::function<void()>> left;
+  std::vector<std::function<void()>> left;
   const std::lock_guard held(mutex_);
   isOver_ = true;
   left.swap(posted_);
@@ -67,7 +67,7 @@ std::function<void()> BlockingCall::next() {
   changed_.wait(lock, [&] { return result_ || !posted_.empty(); });
   if (result_) return nullptr;
   auto work = std::move(posted_.front());
-  posted_.pop_front();
+  posted_.erase(posted_.begin());
   return work;
 }
 

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <condition_variable>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include <tilvanego/async/StopToken.h>
 #include <tilvanego/http_client/RequestBuilder.h>
@@ -42,7 +43,7 @@ class BlockingCall {
   const StopToken stopToken_;
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::deque<std::function<void()>> posted_;
+  std::vector<std::function<void()>> posted_;
   std::optional<RequestBuilder::Result> result_;
   bool isOver_ = false;
 };

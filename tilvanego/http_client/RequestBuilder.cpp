@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <coroutine>
+#include <thread>
 
 #include <tilvanego/http_client/BlockingCall.h>
 #include <tilvanego/network/ExceptionFailure.h>
@@ -23,8 +24,14 @@ class Continuation {
 
   bool await_ready() const noexcept { return false; }
 
-  bool await_suspend(std::coroutine_handle<> waiting) {
+  template <typename Promise>
+  bool await_suspend(std::coroutine_handle<Promise> waiting) {
     if (stopToken_.stopRequested()) return false;
+    // This thread would only wait until the task has ended.
+    if (waiting.promise().waitingThread == std::this_thread::get_id()) {
+      shot_->result = builder_->send(stopToken_);
+      return false;
+    }
     // During the call, another thread may resume the coroutine and destroy this object: what is needed after
     // the call is copied.
     const auto builder = builder_;

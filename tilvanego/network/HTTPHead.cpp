@@ -66,7 +66,12 @@ HTTPHead readHead(std::string_view lines, FieldValues values) {
 namespace [[gnu::visibility("default")]] tilvanego {
 
 const detail::HTTPHead& HTTPURLResponse::head() const {
-  if (unread_) std::call_once(read_, [this] { head_ = detail::readHead(unread_->lines); });
+  // No `std::call_once`, which wakes waiting threads by a system call, also if there are none.
+  if (!isRead_.load(std::memory_order_acquire)) {
+    const std::lock_guard held(reading_);
+    if (!isRead_.load(std::memory_order_relaxed)) head_ = detail::readHead(unread_->lines);
+    isRead_.store(true, std::memory_order_release);
+  }
   return head_;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -32,10 +33,11 @@ class HTTPURLResponse final : public URLResponse {
   HTTPURLResponse(std::optional<URL> url, int statusCode, HTTPHeaders headers, std::string statusLine = {})
       : URLResponse(std::move(url)),
         statusCode_(statusCode),
+        isRead_(true),
         head_{std::move(statusLine), std::move(headers)} {}
   /// Parses the head on the first access to it: of many responses nobody reads the head.
   HTTPURLResponse(std::optional<URL> url, int statusCode, detail::UnreadHead head)
-      : URLResponse(std::move(url)), statusCode_(statusCode), unread_(std::move(head)) {}
+      : URLResponse(std::move(url)), statusCode_(statusCode), unread_(std::move(head)), isRead_(false) {}
 
   [[nodiscard]] int statusCode() const { return statusCode_; }
   /// The status line as the server sent it, such as "HTTP/1.1 404 Not Found" or "HTTP/2 200", for display.
@@ -49,7 +51,9 @@ class HTTPURLResponse final : public URLResponse {
 
   int statusCode_;
   const std::optional<detail::UnreadHead> unread_;
-  mutable std::once_flag read_;
+  mutable std::mutex reading_;
+  /// False until `head_` is read from `unread_`.
+  mutable std::atomic<bool> isRead_;
   mutable detail::HTTPHead head_;
 };
 

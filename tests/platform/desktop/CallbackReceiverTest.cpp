@@ -227,6 +227,22 @@ detail::FileDescriptor connectedTo(const std::string& path) {
   return code == 0 ? std::move(socket) : detail::FileDescriptor();
 }
 
+TEST_F(CallbackReceiverTest, AHostWithAFullQueueOfConnectionsListensAndASenderWaitsForItsTurn) {
+  const std::string path = (session_.path() / "busy").string();
+  auto listener = detail::listenForCallbacks(path, detail::ReplacedSockets::withoutListener);
+  ASSERT_TRUE(listener);
+  ::listen(listener->get(), 0);
+  const auto first = connectedTo(path);
+  const auto handed = detail::handOverCallback(path, "a:b", std::chrono::milliseconds(1));
+  EXPECT_EQ(handed.error().reason, detail::HandOverFailure::Reason::refused) << handed.error().message;
+  const JoinedThread sender(
+      [&] { EXPECT_TRUE(detail::handOverCallback(path, "a:b", std::chrono::seconds(20))); });
+  ::close(::accept(listener->get(), nullptr, nullptr));
+  detail::FileDescriptor second;
+  while (!second) second = detail::FileDescriptor(::accept(listener->get(), nullptr, nullptr));
+  ::send(second.get(), detail::callbackTaken.data(), detail::callbackTaken.size(), MSG_NOSIGNAL);
+}
+
 /// One connection of a peer that does anything: it may send a part, a whole or nothing, in pieces, half
 /// close, close, or read no reply.
 void misbehave(const std::string& path, std::mt19937& random) {

@@ -122,6 +122,27 @@ TEST_F(QtClipboardTest, WhatExpiresEndsWithTheApplicationsLoopAndWhatDoesNotStay
   }
 }
 
+TEST(QtLinkOpener, QtsWarningShowsNothingOfALinkThatIsNotOpened) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  int count = 1;
+  std::array<char, 5> name{"test"};
+  std::array<char*, 2> words{name.data(), nullptr};
+  const QGuiApplication application(count, words.data());
+  QtMainQueue queue;
+  QtLinkOpener opener(queue);
+  static QStringList messages;
+  const QtMessageHandler before = qInstallMessageHandler(
+      [](QtMsgType, const QMessageLogContext&, const QString& message) { messages.append(message); });
+  opener.openURL(URL::parse("tilvanego://start?a=%7E%20%2F&basic_token=secret").value(),
+                 [](bool opened) { EXPECT_FALSE(opened); });
+  qWarning("the host's own");
+  qInstallMessageHandler(before);
+  ASSERT_EQ(messages.size(), 2) << messages.join('|').toStdString();
+  EXPECT_TRUE(messages[0].contains("a link")) << messages[0].toStdString();
+  EXPECT_FALSE(messages[0].contains("secret")) << messages[0].toStdString();
+  EXPECT_EQ(messages[1], "the host's own");
+}
+
 TEST(QtLinkOpener, PassesTheLinkToTheDesktopUnchangedAndReportsOnce) {
   const TemporaryDirectory directory;
   const auto opened = directory.path() / "opened";

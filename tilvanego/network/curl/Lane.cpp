@@ -23,7 +23,7 @@ constexpr std::chrono::milliseconds longestWait{1000};
 class Lane::Run {
  public:
   Run(Lane& lane, const std::atomic<bool>& closed)
-      : lane_(lane), closed_(closed), transfer_(lane.settings_, lane.sockets_, lane.share_, lane.touched_) {}
+      : lane_(lane), transfer_(lane.transfer_), closed_(closed) {}
 
   Outcome of(const std::shared_ptr<SessionTask>& task) {
     auto outcome = transfer_.begin(task);
@@ -85,13 +85,13 @@ class Lane::Run {
   }
 
   Lane& lane_;
+  Transfer& transfer_;
   const std::atomic<bool>& closed_;
   std::optional<BrokenPipeBlocked> blocked_;
-  Transfer transfer_;
 };
 
 Lane::Lane(const TransferSettings& settings, CURLSH* share)
-    : settings_(settings), share_(share), multi_(curl_multi_init()) {
+    : settings_(settings), multi_(curl_multi_init()), transfer_(settings, sockets_, share, touched_) {
   if (!multi_) throw std::bad_alloc();
   curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, maximumKeptConnections);
   touched_.reserve(1);

@@ -34,10 +34,10 @@ class Lane {
   class Run;
 
   const TransferSettings& settings_;
-  CURLSH* const share_;
   Sockets sockets_;
   std::unique_ptr<CURLM, Release<curl_multi_cleanup>> multi_;
   Transfer::Touched touched_;
+  Transfer transfer_;
   /// A connection of TLS may be among the kept ones.
   bool usesTLS_ = false;
 };

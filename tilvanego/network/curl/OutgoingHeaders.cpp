@@ -8,10 +8,15 @@ namespace tilvanego::detail {
 
 OutgoingHeaders::~OutgoingHeaders() { wipe(text_); }
 
-void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential,
-                          std::string_view leftOut) {
+void OutgoingHeaders::clear() {
   wipe(text_);
   starts_.clear();
+  nodes_.clear();
+}
+
+void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential,
+                          std::string_view leftOut) {
+  clear();
   for (const auto& [name, value] : fields.fields()) {
     // libcurl sets these fields. With a wrong value, the server would wait for more bytes or read the rest of
     // the body as a request.

@@ -33,7 +33,9 @@ class OutgoingHeaders {
   /// the name `leftOut` aren't sent.
   void set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential = {},
            std::string_view leftOut = {});
-  /// Valid until the next `set`; null without fields.
+  /// Wipes the fields.
+  void clear();
+  /// Valid until the next `set` or `clear`; null without fields.
   [[nodiscard]] curl_slist* list() TILVANEGO_LIFETIMEBOUND {
     return nodes_.empty() ? nullptr : nodes_.data();
   }

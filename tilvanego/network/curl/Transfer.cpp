@@ -75,6 +75,16 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
 std::shared_ptr<SessionTask> Transfer::end() {
   // Aborting the transfer may have called a callback of libcurl.
   if (std::exchange(isTouched_, false)) std::erase(touched_, this);
+  handle_.reset();
+  headers_.clear();
+  proxyHeaders_.clear();
+  redirected_.reset();
+  redirects_ = 0;
+  serverAuthorization_.reset();
+  proxyAuthorization_.reset();
+  spacesWithCredential_.clear();
+  body_ = {};
+  request_ = nullptr;
   task_->transfer = nullptr;
   return std::exchange(task_, nullptr);
 }

@@ -59,9 +59,10 @@ struct Outcome {
 /// The request's `timeoutInterval`, at most some weeks.
 [[nodiscard]] std::chrono::steady_clock::duration timeoutOf(const URLRequest& request);
 
-/// Sends one task, with its redirects and challenges. Each request has an easy handle of libcurl of its own:
-/// on a used one, libcurl counts its repetitions of all requests together, and up to 8.0 reads freed memory
-/// if the first field of a head is folded. Used by one thread at a time.
+/// Sends a task, with its redirects and challenges, and may send another when that has ended. Each request
+/// has an easy handle of libcurl of its own: on a used one, libcurl counts its repetitions of all requests
+/// together, and up to 8.0 reads freed memory if the first field of a head is folded. Used by one thread at a
+/// time.
 class Transfer {
  public:
   using Clock = std::chrono::steady_clock;
@@ -85,7 +86,7 @@ class Transfer {
   /// Returns the outcome of a transfer that is aborted, with the response if its head is complete.
   [[nodiscard]] Outcome failed(TransportError::Code code, const char* message);
 
-  /// Releases the task and returns it.
+  /// Releases the task and returns it. Nothing of its requests is kept but their memory and the last URL.
   [[nodiscard]] std::shared_ptr<SessionTask> end();
 
   /// Lets a response flow that its sink holds up.
@@ -124,7 +125,7 @@ class Transfer {
   void prepare(Connection connection = Connection::any);
   void setMethodAndBody();
   void setTarget();
-  void setURL(const std::string& text);
+  void setURL(std::string text);
   void setTimeout();
   void setEnd();
   void setHeaders(bool announcesBody);
@@ -169,6 +170,8 @@ class Transfer {
   Touched& touched_;
   /// The parsed URL of the request, which the handle uses.
   std::unique_ptr<CURLU, Release<curl_url_cleanup>> url_{curl_url()};
+  /// The text of it; empty if there is none.
+  std::string urlText_;
   /// The data that the handles of a session share, such as cookies.
   CURLSH* const share_;
   std::unique_ptr<CURL, Release<curl_easy_cleanup>> handle_;

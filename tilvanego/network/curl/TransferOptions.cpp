@@ -128,11 +128,15 @@ std::string Transfer::wholeTarget() const {
   return text;
 }
 
-// Sets the parsed URL: with the text, libcurl would parse and rebuild it for each request.
-void Transfer::setURL(const std::string& text) {
-  const bool isRead =
-      url_ && curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK;
-  if (isRead) {
+// Sets the parsed URL: with the text, libcurl would parse and rebuild it for each request. It has no user and
+// no password, so it may be kept.
+void Transfer::setURL(std::string text) {
+  if (urlText_.empty() || text != urlText_) {
+    const bool isRead =
+        url_ && curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK;
+    urlText_ = isRead ? text : "";
+  }
+  if (!urlText_.empty()) {
     set(handle(), CURLOPT_CURLU, url_.get());
   } else {
     // libcurl creates the error.

@@ -7,9 +7,11 @@
 #include <span>
 #include <system_error>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -47,6 +49,25 @@ int connectTo(const FileDescriptor& socket, const sockaddr_un& address) {
   if (!socket) return errno;
   return ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0
                                                                                                    : errno;
+}
+
+// The same, but waits while the listener's queue of connections is full: EAGAIN when the time is over.
+int connectUntil(const FileDescriptor& socket, const sockaddr_un& address, Clock::time_point deadline) {
+  int code = connectTo(socket, address);
+  if (code != EAGAIN) return code;
+  // The system waits for a place only if the socket blocks.
+  const int flags = ::fcntl(socket.get(), F_GETFL);
+  ::fcntl(socket.get(), F_SETFL, flags & ~O_NONBLOCK);
+  do {
+    const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - Clock::now());
+    if (left.count() <= 0) return EAGAIN;
+    const timeval longest{.tv_sec = static_cast<time_t>(left.count() / 1'000'000),
+                          .tv_usec = static_cast<suseconds_t>(left.count() % 1'000'000)};
+    if (::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &longest, sizeof longest) != 0) return errno;
+    code = connectTo(socket, address);
+  } while (code == EINTR);
+  ::fcntl(socket.get(), F_SETFL, flags);
+  return code;
 }
 
 // Waits until the socket can be read or written. Returns false when the time is over.
@@ -142,7 +163,8 @@ std::expected<void, HandOverFailure> handOverCallback(const std::string& path, s
   }
   const auto deadline = Clock::now() + longestWait;
   const FileDescriptor socket = openSocket();
-  const int code = connectTo(socket, *address);
+  const int code = connectUntil(socket, *address, deadline);
+  if (code == EAGAIN) return tooLate(path);
   if (code != 0) {
     return failure(Reason::noListener, "No host listens at " + path + " (" + systemMessage(code) + ").");
   }

@@ -20,8 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 using Found = std::expected<std::optional<FoundEntry>, std::string>;
 
-// A list of the desktop's has some kilobytes.
-constexpr std::size_t maxListSize = std::size_t{4} << 20U;
 // Below a directory of applications, such as "vendor/other.desktop".
 constexpr int maxDepth = 8;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <expected>
 #include <filesystem>
 #include <optional>
@@ -18,7 +19,10 @@ namespace tilvanego::detail {
 /// The parts of a variable's list of paths, or of `otherwise` if it is not set or empty.
 [[nodiscard]] std::vector<std::string> pathsIn(const char* variable, const char* otherwise);
 
-/// Returns the content of a regular file of at most 4 MiB; an empty text if there is none.
+/// The largest file that is read, in bytes: a list or an entry of the desktop's has some kilobytes.
+inline constexpr std::size_t maxListSize = std::size_t{4} << 20U;
+
+/// Returns the content of a regular file of at most `maxListSize`; an empty text if there is none.
 [[nodiscard]] std::expected<std::string, std::string> contentOf(const std::filesystem::path& path);
 
 /// A path with what is wrong with it, and the system's message for `errno`.

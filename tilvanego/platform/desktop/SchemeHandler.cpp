@@ -57,7 +57,12 @@ std::expected<void, Failure> removeFile(const fs::path& path) {
   return {};
 }
 
-std::string entryName(std::string_view scheme) { return "tilvanego-" + std::string(scheme) + ".desktop"; }
+constexpr std::string_view entryPrefix = "tilvanego-";
+constexpr std::string_view entryEnd = ".desktop";
+
+std::string entryName(std::string_view scheme) {
+  return std::string(entryPrefix).append(scheme).append(entryEnd);
+}
 
 /// The two files that `install` writes.
 struct Files {
@@ -85,6 +90,19 @@ std::expected<std::optional<std::string>, Failure> ownEntry(const fs::path& path
     if (detail::isHandlerEntry(*content, scheme)) return *std::move(content);
   }
   return failed(path.string() + " is no entry that install wrote; it stays as it is.");
+}
+
+/// Whether the list was made for one of the entries that `install` wrote to `directory`: the last of them
+/// takes it away.
+bool isListMadeHere(const fs::path& directory) {
+  std::error_code failed;
+  for (fs::directory_iterator one(directory, failed); !failed && one != fs::directory_iterator();
+       one.increment(failed)) {
+    const std::string name = one->path().filename().string();
+    if (!name.starts_with(entryPrefix) || !name.ends_with(entryEnd)) continue;
+    if (detail::hasMadeList(detail::contentOf(one->path()).value_or(""))) return true;
+  }
+  return false;
 }
 
 /// Whether a link would be opened by `entry` now.
@@ -188,9 +206,11 @@ std::expected<void, SchemeHandler::Failure> SchemeHandler::install(std::string_v
   if (!content) return failed(content.error());
   std::error_code ignored;
   const bool hadList = fs::exists(list, ignored);
-  const bool makesList = !hadList || (*before && detail::hasMadeList(**before));
+  const bool makesList = !hadList || isListMadeHere(file.parent_path());
+  const std::string entry = detail::handlerEntry(scheme, program.name, program.command, makesList);
+  if (entry.size() > detail::maxListSize) return failed("The name and the command are longer than 4 MiB.");
   // The entry first: a list may name none that is missing.
-  auto done = write(file, detail::handlerEntry(scheme, program.name, program.command, makesList));
+  auto done = write(file, entry);
   if (done) {
     const std::string changed =
         detail::withDefault(*content, detail::contentTypeOf(scheme), entryName(scheme));

@@ -1,5 +1,6 @@
 #include <tilvanego/platform/desktop/SpawnedOpener.h>
 
+#include <chrono>
 #include <exception>
 #include <future>
 #include <optional>
@@ -26,10 +27,20 @@ void report(const WeakMainQueue& mainQueue, std::weak_ptr<OpenRequests> requests
   });
 }
 
+// Waits for the end of a program that was just started.
+bool hasOpened(pid_t process, std::chrono::milliseconds failsWithin) {
+  const auto start = std::chrono::steady_clock::now();
+  return detail::waitForSuccess(process) || std::chrono::steady_clock::now() - start >= failsWithin;
+}
+
 }  // namespace
 
-SpawnedOpener::SpawnedOpener(MainQueue& mainQueue, std::vector<std::string> command)
-    : command_(std::move(command)), mainQueue_(mainQueue), requests_(std::make_shared<OpenRequests>()) {}
+SpawnedOpener::SpawnedOpener(MainQueue& mainQueue, std::vector<std::string> command,
+                             std::chrono::milliseconds failsWithin)
+    : command_(std::move(command)),
+      failsWithin_(failsWithin),
+      mainQueue_(mainQueue),
+      requests_(std::make_shared<OpenRequests>()) {}
 
 void SpawnedOpener::openURL(const URL& url, std::function<void(bool opened)> completionHandler) {
   auto words = command_;
@@ -45,14 +56,14 @@ void SpawnedOpener::openURL(const URL& url, std::function<void(bool opened)> com
   try {
     const detail::SignalsBlocked blocked;
     std::thread([process = started.get_future(), mainQueue = mainQueue_, requests = std::weak_ptr(requests_),
-                 request]() mutable {
+                 request, failsWithin = failsWithin_]() mutable {
       const auto id = process.get();
-      report(mainQueue, std::move(requests), request, id && detail::waitForSuccess(*id));
+      report(mainQueue, std::move(requests), request, id && hasOpened(*id, failsWithin));
     }).detach();
   } catch (const std::exception&) {
     return report(mainQueue_, requests_, request, false);
   }
-  started.set_value(detail::spawnProgram(words));
+  started.set_value(detail::spawnProgram(words, detail::StandardError::none));
 }
 
 }  // namespace tilvanego

@@ -12,7 +12,7 @@
 namespace tilvanego::detail {
 namespace {
 
-// What a program gets of this one: standard error alone of its descriptors, no blocked signal, and the
+// What a program gets of this one: of its descriptors at most standard error, no blocked signal, and the
 // default disposition of each.
 class Inheritance {
  public:
@@ -26,7 +26,7 @@ class Inheritance {
   }
 
   // False if memory is short.
-  bool set() {
+  bool set(StandardError standardError) {
     sigset_t none;
     sigset_t all;
     sigemptyset(&none);
@@ -34,6 +34,8 @@ class Inheritance {
     return !failed_ &&
            posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0) == 0 &&
            posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0) == 0 &&
+           (standardError == StandardError::inherited ||
+            posix_spawn_file_actions_addopen(&actions_, STDERR_FILENO, "/dev/null", O_WRONLY, 0) == 0) &&
            posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1) == 0 &&
            posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
            posix_spawnattr_setsigdefault(&attributes_, &all) == 0 &&
@@ -50,9 +52,9 @@ class Inheritance {
 
 }  // namespace
 
-std::optional<pid_t> spawnProgram(const std::vector<std::string>& words) try {
+std::optional<pid_t> spawnProgram(const std::vector<std::string>& words, StandardError standardError) try {
   Inheritance inheritance;
-  if (words.empty() || !inheritance.set()) return std::nullopt;
+  if (words.empty() || !inheritance.set(standardError)) return std::nullopt;
 
   // posix_spawnp takes pointers to what it doesn't change.
   std::vector<char*> arguments;

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QClipboard>
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QPointer>
@@ -27,6 +28,22 @@ constexpr std::array<std::string_view, 3> textTypes{"public.utf8-plain-text", "p
 QClipboard* clipboard() {
   const bool exists = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
   return exists ? QGuiApplication::clipboard() : nullptr;
+}
+
+// A program that answers nothing for so long, in milliseconds, is asked again only after as long a pause:
+// who reads the text and then the items waits once. Qt gives up after five seconds.
+constexpr qint64 silence = 2000;
+
+// Asks the program that owns the clipboard twice at most: `hasText` asks it once for each type.
+std::optional<std::string> textOf(const QMimeData& data) {
+  const auto isText = [](const QString& format) { return format.startsWith("text/plain"); };
+  if (!std::ranges::any_of(data.formats(), isText)) return std::nullopt;
+  const QString shown = data.text();
+  // Null: its owner gave none, though it named the type.
+  if (shown.isNull()) return std::nullopt;
+  const QByteArray text = shown.toUtf8();
+  if (static_cast<std::size_t>(text.size()) > QtClipboard::longestText) return std::nullopt;
+  return text.toStdString();
 }
 
 // The one text of the items, if a clipboard can keep them without a loss.
@@ -55,7 +72,7 @@ std::unique_ptr<QMimeData> secretData(const std::string& text) {
 
 }  // namespace
 
-/// What this object wrote last.
+/// What this object wrote last, and whether another program was silent.
 class QtClipboard::Written {
  public:
   explicit Written(const Clock& clock) : clock_(clock) {
@@ -93,6 +110,20 @@ class QtClipboard::Written {
     return options_.expirationDate && isThere() && tilvanego::isExpired(options_, clock_.now());
   }
 
+  /// The text on the clipboard; nothing if there is none, or its owner doesn't answer.
+  std::optional<std::string> read(const QMimeData& data) {
+    if (silent_.isValid() && !silent_.hasExpired(silence)) return std::nullopt;
+    QElapsedTimer reading;
+    reading.start();
+    auto text = textOf(data);
+    if (!text && reading.hasExpired(silence)) {
+      silent_.start();
+    } else {
+      silent_.invalidate();
+    }
+    return text;
+  }
+
  private:
   // The clipboard destroys the data when it holds something else. Qt's windowless platforms have no owners.
   [[nodiscard]] bool isThere() const {
@@ -125,6 +156,8 @@ class QtClipboard::Written {
   PasteboardOptions options_;
   bool hasOwners_ = false;
   QTimer expiry_;
+  /// Since the owner of the clipboard didn't answer.
+  QElapsedTimer silent_;
 };
 
 QtClipboard::QtClipboard(std::shared_ptr<const Clock> clock) : clock_(std::move(clock)) {
@@ -138,10 +171,7 @@ std::optional<std::string> QtClipboard::string() const {
   const QClipboard* const holder = clipboard();
   if (holder == nullptr || written_->isExpired()) return std::nullopt;
   const QMimeData* const data = holder->mimeData();
-  if (data == nullptr || !data->hasText()) return std::nullopt;
-  const QByteArray text = data->text().toUtf8();
-  if (static_cast<std::size_t>(text.size()) > longestText) return std::nullopt;
-  return text.toStdString();
+  return data == nullptr ? std::nullopt : written_->read(*data);
 }
 
 std::vector<PasteboardItem> QtClipboard::items() const {

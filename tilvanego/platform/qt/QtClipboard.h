@@ -24,8 +24,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// application's loop ends (`QCoreApplication::aboutToQuit`): else a clipboard manager would keep it. What
 /// another program wrote meanwhile stays.
 ///
-/// Reading waits for the program that owns the clipboard, under X11 up to five seconds. On Wayland only a
-/// program whose window has the focus may read and write.
+/// Reading waits for the program that owns the clipboard: under X11 five seconds for each answer, of which a
+/// large text has several. If it doesn't answer, reading again within two seconds finds nothing at once. On
+/// Wayland only a program whose window has the focus may read and write.
 class QtClipboard final : public Pasteboard {
  public:
   using Pasteboard::setItems;

@@ -16,7 +16,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// handler counts as opened, too; `SpawnedOpener` waits and reports it.
 ///
 /// Qt gets copies of the link, which the library can't wipe. While `xdg-open` runs, every user of the machine
-/// can read the link in /proc.
+/// can read the link in /proc. Qt's messages show "a link" in its place; but `xdg-open` inherits standard
+/// error, and writes the link there if nothing handles it. `SpawnedOpener` keeps that back, too.
 class QtLinkOpener final : public Application {
  public:
   /// `mainQueue` runs the completion handlers; after its end they are dropped.
