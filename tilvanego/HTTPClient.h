@@ -3,6 +3,8 @@
 /// All of TilvaneGo::HTTPClient: configuration and builders, their encodings and JSON helpers, the session
 /// below them and its double in memory, and the validator of values.
 #include <tilvanego/Version.h>
+#include <tilvanego/http_client/FileSink.h>
+#include <tilvanego/http_client/FileSource.h>
 #include <tilvanego/http_client/InterceptorChain.h>
 #include <tilvanego/http_client/RequestBuilderWithSession.h>
 #include <tilvanego/http_client/RetryPolicy.h>

@@ -155,23 +155,45 @@ TEST_F(SessionRequests, EveryStatusIsAnAnswer) {
 TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
   const LoopbackServer server([](const ReceivedRequest& request) {
     if (request.path() == "/login") {
-      return response(200, {},
-                      {{"Set-Cookie", "session=42; Path=/"}, {"Set-Cookie", "narrow=1; Path=/login"}});
+      return response(
+          200, {},
+          {{"Set-Cookie", "session=42; Path=/"},
+           {"Set-Cookie", "narrow=1; Path=/login; HttpOnly; Expires=Sun, 06 Nov 2044 08:49:37 GMT"},
+           {"Set-Cookie", "elsewhere=1; Domain=other.example"}});
     }
     return response(200, request.header("Cookie").value_or("none"));
   });
+  // Off, unless the host wants them.
+  send(get(server.url("/login")));
+  EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
+  EXPECT_TRUE(session->cookies().empty());
+
+  useSession({.cookies = CookieStorage::inMemory});
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   send(get(server.url("/login")));
   EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
+  auto cookies = session->cookies();
+  std::ranges::sort(cookies, {}, &HTTPCookie::name);
+  using namespace std::chrono;
+  EXPECT_EQ(cookies, (std::vector<HTTPCookie>{
+                         {.name = "narrow",
+                          .value = "1",
+                          .domain = "127.0.0.1",
+                          .path = "/login",
+                          .isHTTPOnly = true,
+                          .expires = sys_days(November / 6 / 2044) + 8h + 49min + 37s},
+                         {.name = "session", .value = "42", .domain = "127.0.0.1"},
+                     }));
   auto own = get(server.url("/x"));
   own.headers = {{"Cookie", "own=1"}};
   EXPECT_EQ(send(own).text(), "own=1");
   EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
   session->clearCookies();
+  EXPECT_TRUE(session->cookies().empty());
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   send(get(server.url("/login")));
   EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
-  useSession({});
+  useSession({.cookies = CookieStorage::inMemory});
   session->clearCookies();
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
 }

@@ -27,6 +27,8 @@ POSIX = re.compile(
 # Outside platform/ these alone need a system that has it.
 SYSTEM = {
     "tilvanego/http_client/FileDownload.cpp": "opens directories one in another, so that no symbolic link leads elsewhere",
+    "tilvanego/http_client/FileSink.cpp": "locks, cuts and syncs the part of a file",
+    "tilvanego/http_client/FileSource.cpp": "reads the file that it has open",
     "tilvanego/http_client/encodings/FileReading.cpp": "asks for size and kind of the file that it has open",
     "tilvanego/network/curl/ExitGate.cpp": "is told of a fork",
     "tilvanego/network/curl/BrokenPipe.h": "keeps a signal off the threads that send",

@@ -102,7 +102,7 @@ RequestBuilder::RequestBuilder(Construction construction)
       apiConfiguration(std::move(construction.arguments_.apiConfiguration)),
       bodyType(construction.bodyType_),
       _state(MutableState{std::nullopt, std::move(construction.arguments_.headers),
-                          construction.arguments_.limits, nullptr}) {}
+                          construction.arguments_.limits, nullptr, nullptr, nullptr}) {}
 
 // Not in the constructor, where the virtual functions of the derived class can't be called yet.
 void RequestBuilder::takeFromConfiguration() {
@@ -135,6 +135,20 @@ RequestLimits RequestBuilder::limits() const {
 }
 void RequestBuilder::setLimits(RequestLimits value) {
   _state.withValue([&](MutableState& state) { state.limits = value; });
+}
+
+void RequestBuilder::setBodySource(std::shared_ptr<BodySource> value) {
+  // Swapped, so that the former source is destroyed without the lock.
+  _state.withValue([&](MutableState& state) { state.bodySource.swap(value); });
+}
+std::shared_ptr<BodySource> RequestBuilder::bodySource() const {
+  return _state.withValue([](const MutableState& state) { return state.bodySource; });
+}
+void RequestBuilder::setBodySink(std::shared_ptr<BodySink> value) {
+  _state.withValue([&](MutableState& state) { state.bodySink.swap(value); });
+}
+std::shared_ptr<BodySink> RequestBuilder::bodySink() const {
+  return _state.withValue([](const MutableState& state) { return state.bodySink; });
 }
 
 RequestBuilder::ProgressReady RequestBuilder::onProgressReady() const {

@@ -25,6 +25,9 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
+class BodySink;
+class BodySource;
+
 /// The arguments of a request builder.
 struct RequestBuilderArguments {
   /// The text of an `HTTPMethod`. Executing a builder with any other text ends the process.
@@ -112,6 +115,15 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   [[nodiscard]] virtual RequestLimits limits() const;
   virtual void setLimits(RequestLimits value);
 
+  /// Sends the body in pieces; null for none. The parameters then are the query of the URL, whatever the
+  /// method, and "Content-Type" is the host's alone. The source serves one request at a time.
+  void setBodySource(std::shared_ptr<BodySource> value);
+  [[nodiscard]] std::shared_ptr<BodySource> bodySource() const;
+  /// Takes the body of a successful response in pieces; null for none. The body type must be `Empty`. The
+  /// sink serves one request at a time.
+  void setBodySink(std::shared_ptr<BodySink> value);
+  [[nodiscard]] std::shared_ptr<BodySink> bodySink() const;
+
   /// Called with the progress of each try before the try starts, on the thread that starts it.
   [[nodiscard]] virtual ProgressReady onProgressReady() const;
   virtual void setOnProgressReady(ProgressReady value);
@@ -155,6 +167,8 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
     std::optional<URLCredential> credential;
     Headers headers;
     RequestLimits limits;
+    std::shared_ptr<BodySource> bodySource;
+    std::shared_ptr<BodySink> bodySink;
     /// A shared pointer, so that the host's function isn't copied under the lock.
     std::shared_ptr<const ProgressReady> onProgressReady;
   };

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
+#include <tilvanego/http_client/FileSink.h>
 #include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
@@ -111,8 +112,14 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
   const auto httpMethod = fromRawText<HTTPMethod>(method);
   if (!httpMethod) detail::fatalError("Unsupported Http method - " + method);
   const Headers fields = headers();
-  const auto encoding = encodingFor(*httpMethod, fields);
-  return createURLRequest(urlSession, *httpMethod, *encoding, fields);
+  auto source = bodySource();
+  const auto encoding = source ? std::make_unique<URLEncoding>() : encodingFor(*httpMethod, fields);
+  auto request = createURLRequest(urlSession, *httpMethod, *encoding, fields);
+  if (!request) return request;
+  request->bodySource = std::move(source);
+  request->bodySink = bodySink();
+  if (const auto* file = dynamic_cast<const FileSink*>(request->bodySink.get())) file->ask(request->headers);
+  return request;
 } catch (...) {
   return std::unexpected(detail::currentFailure());
 }
@@ -250,6 +257,9 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
                                                         exchange.data, exchange.response, error);
   });
   const auto* response = httpResponse(exchange);
+  if (auto* file = dynamic_cast<FileSink*>(exchange.request.bodySink.get()); file && response) {
+    file->refused(response->statusCode());
+  }
   const int code = error      ? ErrorResponse::transportFailed
                    : response ? response->statusCode()
                               : ErrorResponse::noHTTPResponse;

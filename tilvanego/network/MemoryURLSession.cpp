@@ -5,6 +5,7 @@
 #include <mutex>
 #include <utility>
 
+#include <tilvanego/network/BodyStream.h>
 #include <tilvanego/network/ExceptionFailure.h>
 #include <tilvanego/network/TransportError.h>
 
@@ -44,6 +45,7 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
     }
     Result result = cancelled ? Result::failed(TransportError{TransportError::Code::cancelled, "cancelled"})
                               : respond(state);
+    if (!result.error && request_->bodySink) passToSink(result);
     if (!result.error) {
       const auto sizeOf = [](const std::optional<Data>& data) { return data ? data->size() : 0; };
       const auto units = static_cast<std::int64_t>(sizeOf(request_->httpBody) + sizeOf(result.data));
@@ -62,6 +64,21 @@ class MemoryURLSession::MemoryTask final : public URLSessionDataTaskProtocol,
     } catch (...) {
       return Result::failed(detail::currentFailure());
     }
+  }
+  // Whole, whether the sink holds it up or not.
+  void passToSink(Result& result) try {
+    const auto* response = dynamic_cast<const HTTPURLResponse*>(result.response.get());
+    if (!response || response->statusCode() < 200 || response->statusCode() >= 300) return;
+    auto& sink = *request_->bodySink;
+    const auto data = std::exchange(result.data, Data());
+    auto passed = sink.begin(*response, [] {});
+    if (passed && data && !data->empty()) {
+      if (const auto flow = sink.write(data->bytes()); !flow) passed = std::unexpected(flow.error());
+    }
+    if (passed) passed = sink.finish();
+    if (!passed) result.error = std::move(passed.error());
+  } catch (...) {
+    result.error = detail::currentFailure();
   }
   void end(bool cancelled) {
     const std::shared_ptr<State> state = state_.lock();

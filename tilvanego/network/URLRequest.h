@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -11,7 +12,11 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// An HTTP request: a plain value that interceptors and encodings copy and change. Copies share the body.
+class BodySink;
+class BodySource;
+
+/// An HTTP request: a plain value that interceptors and encodings copy and change. Copies share the body,
+/// its source and the sink.
 struct URLRequest {
   /// Required: a session refuses a request without a URL.
   std::optional<URL> url{};
@@ -19,6 +24,12 @@ struct URLRequest {
   std::string httpMethod = "GET";
   HTTPHeaders headers{};
   std::optional<Data> httpBody{};
+  /// The body in pieces; null for none. A request has this or `httpBody`, not both. A `MemoryURLSession`
+  /// leaves it to its responder.
+  std::shared_ptr<BodySource> bodySource{};
+  /// Takes the body of a successful response, which then has no data; null for none. The limit of the session
+  /// for a body's size doesn't apply.
+  std::shared_ptr<BodySink> bodySink{};
   /// The longest time without a byte sent or received, in seconds. 0 or less means no limit.
   double timeoutInterval = 60;
   /// The largest body of the response, in bytes after decompression. 0 means no limit; `std::nullopt` means

@@ -4,11 +4,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include <tilvanego/network/HTTPCookie.h>
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLAuthenticationChallenge.h>
 #include <tilvanego/network/URLCredentialStorage.h>
 #include <tilvanego/network/URLSessionProtocol.h>
+#include <tilvanego/values/CaseNames.h>
 #include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego::detail {
@@ -16,6 +19,15 @@ class SessionLoop;
 }  // namespace tilvanego::detail
 
 namespace [[gnu::visibility("default")]] tilvanego {
+
+/// What a session does with the cookies of its servers.
+enum class CookieStorage : std::uint8_t {
+  off,      ///< none is stored or sent
+  inMemory  ///< they are stored and sent (RFC 6265, as libcurl does) until the end of the session
+};
+
+template <>
+inline constexpr bool showsCaseNames<CookieStorage> = true;
 
 /// The settings of a session. The defaults suit most programs.
 struct URLSessionConfiguration {
@@ -44,6 +56,8 @@ struct URLSessionConfiguration {
   /// The longest time in seconds from the start of a request to the end of its response, redirects and
   /// challenges included; a longer request fails with `timedOut`. 0 or less means no limit.
   double maximumRequestTime = 24.0 * 60 * 60;
+  /// No cookie is kept after the session, in any case.
+  CookieStorage cookies = CookieStorage::off;
 };
 
 /// An HTTP session on libcurl: HTTP/1.1 and, where TLS offers it, HTTP/2.
@@ -51,9 +65,10 @@ struct URLSessionConfiguration {
 /// - Connections are kept open and reused.
 /// - Certificates are always verified, against the system's trust store.
 /// - Bodies in gzip and deflate are decompressed, other bodies are unchanged. "Content-Encoding" and
-///   "Content-Length" of the response stay as the server sent them. A body is held in memory whole.
+///   "Content-Length" of the response stay as the server sent them. A body is held in memory whole, unless
+///   the request has a sink for it.
 /// - Header values that aren't UTF-8 are read as ISO 8859-1.
-/// - Cookies are kept in memory until `clearCookies` or the end of the session.
+/// - Cookies are off; by the configuration they are kept in memory until `clearCookies` or the session's end.
 /// - Up to 20 redirects are followed, to http and https, never from https to http. 303, and 301 and 302 after
 ///   a POST, change the method to GET and remove the body. "Authorization", "Cookie" and
 ///   "Proxy-Authorization" aren't sent to another scheme, host or port.
@@ -90,6 +105,10 @@ class URLSession final : public URLSessionProtocol {
   ~URLSession() override;
 
   [[nodiscard]] const URLSessionConfiguration& configuration() const TILVANEGO_LIFETIMEBOUND;
+
+  /// Returns the cookies that are stored now, in no particular order; none once the process exits. Throws
+  /// std::bad_alloc if memory is short.
+  [[nodiscard]] std::vector<HTTPCookie> cookies() const;
 
   /// Deletes the cookies. Tasks that are resumed later send none of them; running tasks may store new ones.
   void clearCookies();

@@ -44,10 +44,11 @@ class Lane::Run {
     return Outcome::outOfMemory();
   }
 
-  std::optional<Outcome> turn(const SessionTask& task) {
+  std::optional<Outcome> turn(SessionTask& task) {
     lane_.settings_.gate->pass();
     if (closed_) return abort(Code::cancelled, "the session has ended");
     if (task.isCancelled()) return abort(Code::cancelled, "the task was cancelled");
+    if (task.takeGoOn()) transfer_.goOn();
     int running = 0;
     curl_multi_perform(lane_.multi(), &running);
     const auto now = Clock::now();

@@ -46,6 +46,7 @@ std::expected<void, TransportError> checkHeaders(const URLRequest& request) {
 
 void removeBody(URLRequest& request) {
   request.httpBody.reset();
+  request.bodySource = nullptr;
   std::vector<std::string> names;
   for (const auto& field : request.headers.fields()) {
     if (equalIgnoringASCIICase(std::string_view(field.name).substr(0, 8), "content-"))
@@ -80,7 +81,11 @@ std::expected<void, TransportError> checkRequest(const URLRequest& request) {
     return refused(Code::invalidRequest,
                    "the method \"" + shown(request.httpMethod) + "\" is no token of RFC 9110");
   }
-  if (request.httpMethod == "HEAD" && request.httpBody && !request.httpBody->empty()) {
+  if (request.bodySource && request.httpBody) {
+    return refused(Code::invalidRequest, "a request can't have a body and the source of another");
+  }
+  if (request.httpMethod == "HEAD" &&
+      (request.bodySource || (request.httpBody && !request.httpBody->empty()))) {
     return refused(Code::invalidRequest, "a HEAD request can't have a body");
   }
   return checkHeaders(request);

@@ -9,6 +9,7 @@
 #include <openssl/crypto.h>
 
 #include <tilvanego/network/curl/BrokenPipe.h>
+#include <tilvanego/network/curl/Cookies.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace tilvanego::detail {
@@ -83,13 +84,18 @@ void SessionLoop::submit(std::shared_ptr<SessionTask> task) {
   wake();
 }
 
+std::vector<HTTPCookie> SessionLoop::cookies() const {
+  if (!gate_.isOfProcess() || !gate_.tryToEnter()) return {};
+  struct Leave {
+    ExitGate& gate;
+    ~Leave() { gate.leave(); }
+  } const leave{gate_};
+  return cookiesOf(handles_->share.get());
+}
+
 void SessionLoop::clearCookies() {
   if (!gate_.isOfProcess() || !gate_.tryToEnter()) return;
-  if (CURL* any = curl_easy_init()) {
-    curl_easy_setopt(any, CURLOPT_SHARE, handles_->share.get());
-    curl_easy_setopt(any, CURLOPT_COOKIELIST, "ALL");
-    curl_easy_cleanup(any);
-  }
+  deleteCookies(handles_->share.get());
   gate_.leave();
 }
 
@@ -196,6 +202,11 @@ void SessionLoop::process(const std::shared_ptr<SessionTask>& task) {
   if (task->isFinished()) return;
   if (!closing_ && !task->isCancelled()) {
     if (!task->transfer) start(task);
+    // Starting may have ended it.
+    if (task->takeGoOn() && task->transfer) {
+      task->transfer->goOn();
+      nextDeadline_ = std::min(nextDeadline_, task->transfer->deadline());
+    }
   } else if (task->transfer) {
     fail(*task->transfer, Code::cancelled, "the task was cancelled");
   } else {

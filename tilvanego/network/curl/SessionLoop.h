@@ -39,6 +39,8 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
   /// The requests that threads of the host send themselves.
   [[nodiscard]] Callers& callers() { return callers_; }
 
+  /// Returns the cookies. May be called from any thread.
+  [[nodiscard]] std::vector<HTTPCookie> cookies() const;
   /// Deletes the cookies. May be called from any thread.
   void clearCookies();
 

@@ -39,6 +39,12 @@ void SessionTask::enter(State state) {
   }
 }
 
+void SessionTask::goOn() {
+  if (isFinished() || goesOn_.exchange(true)) return;
+  if ((state_.load() & sentHere) != 0) return loop_->callers().wake(*this);
+  loop_->submit(shared_from_this());
+}
+
 std::shared_ptr<Progress> SessionTask::progress() const {
   const std::lock_guard held(progressMutex_);
   if (!progress_) {

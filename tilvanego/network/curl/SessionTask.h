@@ -25,10 +25,15 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   [[nodiscard]] std::shared_ptr<Progress> progress() const override;
   void cancel() override;
 
+  /// Lets the response flow that its sink holds up. May be called from any thread.
+  void goOn();
+
   // Called by the session's thread, or by the one that sends the request itself.
 
   [[nodiscard]] const URLRequest& request() const { return request_; }
   [[nodiscard]] bool isCancelled() const { return (state_.load() & cancelled) != 0; }
+  /// Whether `goOn` was called since the last call of this.
+  [[nodiscard]] bool takeGoOn() { return goesOn_.exchange(false); }
   [[nodiscard]] bool isFinished() const { return (state_.load() & finished) != 0; }
 
   /// Whether `progress()` was ever called.
@@ -56,6 +61,7 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   const std::shared_ptr<SessionLoop> loop_;
   const int identifier_ = ++lastIdentifier;
   std::atomic<std::uint8_t> state_ = 0;
+  std::atomic<bool> goesOn_ = false;
   URLRequest request_;
   DataTaskCompletion completion_;
 

@@ -28,8 +28,6 @@ bool isFieldTooLong(CURLcode result, bool isHeadComplete, std::string_view text)
   return result == CURLE_OUT_OF_MEMORY && (!isHeadComplete || text.contains("chunked-encoding"));
 }
 
-std::size_t bodySize(const URLRequest& request) { return request.httpBody ? request.httpBody->size() : 0; }
-
 std::size_t limitOf(std::uint64_t configured) {
   constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
   return configured == 0 ? most : static_cast<std::size_t>(std::min<std::uint64_t>(configured, most));
@@ -61,9 +59,10 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
   task_ = std::move(task);
   task_->transfer = this;
   request_ = &task_->request();
-  maximumBodySize_ = limitOf(request_->maximumBodySize.value_or(settings_.configuration.maximumBodySize));
   try {
     if (auto checked = checkRequest(*request_); !checked) return Outcome{.error = std::move(checked.error())};
+    measureSource();
+    if (streamFailure_) return Outcome{.error = *std::move(streamFailure_)};
     prepare();
     setEnd();
     if (end_ <= lastActivity_) return Outcome::failed(Code::timedOut, timeoutMessage(lastActivity_));
@@ -91,6 +90,7 @@ std::shared_ptr<SessionTask> Transfer::end() {
 }
 
 std::optional<Outcome> Transfer::conclude(CURLcode result) try {
+  if (streamFailure_) return failedByStream();
   if (refusal_) return failed(refusal_->code, refusal_->message);
   if (isConnectionStale_) {
     prepare(Connection::fresh);
@@ -112,7 +112,9 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) try {
     return failed(Code::badServerResponse, "the compressed body breaks off");
   }
 
-  const auto units = static_cast<std::int64_t>(bodySize(*request_) + body_.size());
+  if (!bodyBegun_ && !beginStream()) return failedByStream();
+  if (streams_ && !finishStream()) return failedByStream();
+  const auto units = outgoingUnits() + static_cast<std::int64_t>(receivedSize());
   report(units, units);
   auto response = takeResponse();
   return Outcome{.data = Data(body_.take()), .response = std::move(response)};
@@ -124,6 +126,10 @@ Outcome Transfer::failed(TransportError::Code code, const char* message) try {
   return failed(TransportError{code, message});
 } catch (const std::bad_alloc&) {
   return Outcome::outOfMemory();
+}
+
+Outcome Transfer::failedByStream() {
+  return {.response = head_.isComplete() ? takeResponse() : nullptr, .error = *std::move(streamFailure_)};
 }
 
 Outcome Transfer::failed(TransportError error) {
@@ -171,7 +177,7 @@ std::expected<bool, TransportError> Transfer::prepareNextRequest(int statusCode)
 void Transfer::noteActivity(Clock::time_point now) {
   isTouched_ = false;
   lastActivity_ = now;
-  const auto completed = uploaded_ + static_cast<std::int64_t>(body_.size());
+  const auto completed = uploaded_ + static_cast<std::int64_t>(receivedSize());
   report(completed, totalUnits());
 }
 
@@ -201,7 +207,7 @@ const char* Transfer::timeoutMessage(Clock::time_point now) const {
 // Until the head is complete, one unit is added for the response, whose length is unknown, so that the
 // progress of an upload isn't finished before the response.
 std::int64_t Transfer::totalUnits() const {
-  const auto outgoing = static_cast<std::int64_t>(bodySize(*request_));
+  const auto outgoing = outgoingUnits();
   if (responseLength_ >= 0) return outgoing + responseLength_;
   return outgoing > 0 && !head_.isComplete() ? outgoing + 1 : -1;
 }
@@ -215,6 +221,9 @@ void Transfer::touch() noexcept {
 void Transfer::bodyBegins() {
   bodyBegun_ = true;
   head_.bodyBegins();
+  if (!beginStream()) return;
+  const auto ofSession = streams_ ? 0 : settings_.configuration.maximumBodySize;
+  maximumBodySize_ = limitOf(request_->maximumBodySize.value_or(ofSession));
   if (head_.hasContentEncoding()) {
     const auto head = readHead(head_.lines());
     if (const auto coding = contentCodingOf(head.headers.value("Content-Encoding").value_or(""))) {
@@ -227,7 +236,7 @@ void Transfer::bodyBegins() {
   if (announced < 0) return;
   responseLength_ = announced;
   if (static_cast<std::uint64_t>(announced) <= maximumBodySize_) {
-    body_.expect(static_cast<std::size_t>(announced));
+    if (!streams_) body_.expect(static_cast<std::size_t>(announced));
   } else {
     refuse(Code::bodyTooLarge, "the answer announces a larger body than is allowed");
   }
@@ -235,7 +244,7 @@ void Transfer::bodyBegins() {
 
 bool Transfer::takeBody(std::string_view bytes) {
   if (!bodyBegun_) bodyBegins();
-  if (refusal_) return false;
+  if (refusal_ || streamFailure_) return false;
   if (!decoder_) return appendToBody(bytes);
   std::array<char, decodedPiece> room;
   decoder_->feed(bytes);
@@ -248,10 +257,11 @@ bool Transfer::takeBody(std::string_view bytes) {
 }
 
 bool Transfer::appendToBody(std::string_view bytes) {
-  if (bytes.size() > maximumBodySize_ - body_.size()) {
+  if (bytes.size() > maximumBodySize_ - receivedSize()) {
     refuse(Code::bodyTooLarge, "the answer's body is larger than is allowed");
     return false;
   }
+  if (streams_) return writeToSink(bytes);
   body_.append(bytes.data(), bytes.size());
   return true;
 }
@@ -262,8 +272,7 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
   try {
     transfer.touch();
     transfer.sendsWithoutResponse_ = 0;
-    if (!transfer.followsUpload_)
-      transfer.uploaded_ = static_cast<std::int64_t>(bodySize(*transfer.request_));
+    if (!transfer.followsUpload_) transfer.uploaded_ = transfer.outgoingUnits();
     if (!transfer.head_.addLine({line, length})) {
       transfer.refuse(
           Code::badServerResponse,
@@ -284,6 +293,8 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
 std::size_t Transfer::onBody(char* bytes, std::size_t size, std::size_t count, void* self) noexcept {
   auto& transfer = *static_cast<Transfer*>(self);
   const auto length = size * count;
+  // libcurl keeps the bytes, and passes them on again.
+  if (transfer.isHeld_) return CURL_WRITEFUNC_PAUSE;
   try {
     transfer.touch();
     if (transfer.takeBody({bytes, length})) return length;

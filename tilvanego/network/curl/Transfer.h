@@ -8,6 +8,7 @@
 #include <expected>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -88,12 +89,17 @@ class Transfer {
   /// Releases the task and returns it. Nothing of its requests is kept but their memory and the last URL.
   [[nodiscard]] std::shared_ptr<SessionTask> end();
 
+  /// Lets a response flow that its sink holds up.
+  void goOn();
+
   /// Called by the loop for each touched transfer: bytes were sent or received at `now`.
   void noteActivity(Clock::time_point now);
   /// Called by the loop when the deadline has passed: looks whether bytes came of which libcurl didn't tell.
   void noteUnfinishedLine(Clock::time_point now);
   /// The time at which the transfer times out if no byte is sent or received before.
-  [[nodiscard]] Clock::time_point deadline() const { return std::min(lastActivity_ + limit_, end_); }
+  [[nodiscard]] Clock::time_point deadline() const {
+    return isHeld_ ? end_ : std::min(lastActivity_ + limit_, end_);
+  }
   /// The message for a transfer that has timed out.
   [[nodiscard]] const char* timeoutMessage(Clock::time_point now) const;
 
@@ -109,6 +115,8 @@ class Transfer {
   // Called by libcurl.
   static std::size_t onHeader(char* line, std::size_t size, std::size_t count, void* self) noexcept;
   static std::size_t onBody(char* bytes, std::size_t size, std::size_t count, void* self) noexcept;
+  static std::size_t onRead(char* room, std::size_t size, std::size_t count, void* self) noexcept;
+  static int onRewind(void* self, curl_off_t offset, int origin) noexcept;
   static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) noexcept;
   static int onSending(void* self, char*, char*, int remotePort, int localPort) noexcept;
 
@@ -129,9 +137,19 @@ class Transfer {
   [[nodiscard]] bool appendToBody(std::string_view bytes);
   void refuse(TransportError::Code code, const char* message) noexcept { refusal_ = {code, message}; }
   [[nodiscard]] std::int64_t totalUnits() const;
+  [[nodiscard]] std::int64_t outgoingUnits() const;
+  template <typename Call>
+  [[nodiscard]] bool runStream(Call call);
+  void measureSource();
+  [[nodiscard]] bool beginStream();
+  [[nodiscard]] bool writeToSink(std::string_view bytes);
+  [[nodiscard]] bool finishStream();
+  [[nodiscard]] bool readFromSource(std::span<std::uint8_t> room, std::size_t& count);
+  [[nodiscard]] std::uint64_t receivedSize() const { return streams_ ? streamed_ : body_.size(); }
   void report(std::int64_t completed, std::int64_t total);
 
   [[nodiscard]] Outcome failed(TransportError error);
+  [[nodiscard]] Outcome failedByStream();
 
   // Called after a response. Return true if the handle is prepared for a further request.
   [[nodiscard]] std::expected<bool, TransportError> prepareNextRequest(int statusCode);
@@ -181,6 +199,16 @@ class Transfer {
   ResponseHead head_;
   Body body_;
   std::uint64_t maximumBodySize_ = 0;
+  /// The body goes to the request's sink: so much of it went there, and whether the sink can take more now.
+  bool streams_ = false;
+  std::uint64_t streamed_ = 0;
+  bool isHeld_ = false;
+  /// The size of the request's source, how much of it was read, and whether that began at its start.
+  std::optional<std::uint64_t> sourceSize_;
+  std::uint64_t sent_ = 0;
+  bool isSourceAtStart_ = false;
+  /// The failure of the source or the sink, which stops the transfer.
+  std::optional<Failure> streamFailure_;
   /// Has a value if the body is compressed.
   std::optional<ContentDecoder> decoder_;
   bool bodyBegun_ = false;

@@ -78,6 +78,11 @@ void Transfer::prepare(Connection connection) {
   bodyBegun_ = false;
   responseLength_ = -1;
   uploaded_ = 0;
+  streams_ = false;
+  streamed_ = 0;
+  isHeld_ = false;
+  sent_ = 0;
+  isSourceAtStart_ = false;
   sendsWithoutResponse_ = 0;
   refusal_.reset();
   errorText_.front() = '\0';
@@ -143,9 +148,19 @@ void Transfer::setMethodAndBody() {
   const auto& method = request_->httpMethod;
   const auto size = request_->httpBody ? request_->httpBody->size() : 0;
   // For these methods, servers expect "Content-Length: 0" if there is no body.
-  const bool announcesBody = size > 0 || method == "POST" || method == "PUT" || method == "PATCH";
+  const bool hasSource = request_->bodySource != nullptr;
+  const bool announcesBody =
+      hasSource || size > 0 || method == "POST" || method == "PUT" || method == "PATCH";
   std::string_view standard;
-  if (announcesBody) {
+  if (hasSource) {
+    standard = "PUT";
+    set(handle(), CURLOPT_UPLOAD, 1L);
+    set(handle(), CURLOPT_INFILESIZE_LARGE, sourceSize_ ? static_cast<curl_off_t>(*sourceSize_) : -1);
+    set(handle(), CURLOPT_READFUNCTION, &onRead);
+    set(handle(), CURLOPT_READDATA, static_cast<void*>(this));
+    set(handle(), CURLOPT_SEEKFUNCTION, &onRewind);
+    set(handle(), CURLOPT_SEEKDATA, static_cast<void*>(this));
+  } else if (announcesBody) {
     standard = "POST";
     set(handle(), CURLOPT_POST, 1L);
     set(handle(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(size));
@@ -162,7 +177,7 @@ void Transfer::setMethodAndBody() {
   if (method != standard) set(handle(), CURLOPT_CUSTOMREQUEST, method.c_str());
   setHeaders(announcesBody);
 
-  followsUpload_ = size > followedBodySize;
+  followsUpload_ = hasSource || size > followedBodySize;
   if (followsUpload_) {
     set(handle(), CURLOPT_NOPROGRESS, 0L);
     set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, longBodyBuffer);
@@ -172,7 +187,9 @@ void Transfer::setMethodAndBody() {
 void Transfer::setHeaders(bool announcesBody) {
   // With cookies of the request, those of the session are switched off: libcurl would send them in a second
   // field. The empty file name only enables them.
-  set(handle(), CURLOPT_COOKIEFILE, request_->headers.value("Cookie") ? nullptr : "");
+  const bool usesCookies =
+      settings_.configuration.cookies == CookieStorage::inMemory && !request_->headers.value("Cookie");
+  set(handle(), CURLOPT_COOKIEFILE, usesCookies ? "" : nullptr);
   std::string value;
   const WipedAtEnd wiped(value);
   if (serverAuthorization_)

@@ -17,6 +17,8 @@ URLSession::~URLSession() { loop_->close(); }
 
 const URLSessionConfiguration& URLSession::configuration() const { return loop_->configuration(); }
 
+std::vector<HTTPCookie> URLSession::cookies() const { return loop_->cookies(); }
+
 void URLSession::clearCookies() { loop_->clearCookies(); }
 
 std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskFromProtocol(

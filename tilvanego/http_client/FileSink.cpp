@@ -1,0 +1,154 @@
+#include <tilvanego/http_client/FileSink.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <tilvanego/http_client/FileDownload.h>
+#include <tilvanego/network/ContentRange.h>
+#include <tilvanego/network/TransportError.h>
+#include <tilvanego/network/URLResponse.h>
+#include <tilvanego/platform/FileReplacement.h>
+
+namespace [[gnu::visibility("default")]] tilvanego {
+namespace {
+
+using detail::FileDescriptor;
+
+constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
+constexpr std::size_t longestTag = 1024;
+
+std::unexpected<Failure> failure(const std::filesystem::path& path, int code = errno) {
+  return std::unexpected(Failure(FileWriteError{path.string(), std::generic_category().message(code)}));
+}
+
+std::unexpected<Failure> broken(const char* message) {
+  return std::unexpected(Failure(TransportError{TransportError::Code::badServerResponse, message}));
+}
+
+/// Only a strong validator says that two parts are of the same bytes (RFC 9110, section 8.8.1).
+bool isStrongTag(std::string_view tag) {
+  return tag.size() >= 2 && tag.size() <= longestTag && tag.front() == '"' && tag.back() == '"' &&
+         tag.find('"', 1) == tag.size() - 1 && tag.find_first_of("\r\n") == tag.npos;
+}
+
+FileDescriptor opened(const std::filesystem::path& path, int flags) {
+  return FileDescriptor(::open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, ownerFile));
+}
+
+}  // namespace
+
+FileSink::FileSink(std::filesystem::path file, Mode mode) : file_(std::move(file)), mode_(mode) {}
+
+FileSink::~FileSink() {
+  if (part_ && mode_ == Mode::whole) removePart();
+}
+
+std::filesystem::path FileSink::named(const char* ending) const { return file_.string() + ending; }
+
+void FileSink::removePart() const {
+  unlink(named(".part.etag").c_str());
+  unlink(named(".part").c_str());
+}
+
+void FileSink::ask(HTTPHeaders& fields) const {
+  // A range is one of the bytes as sent.
+  fields.setValue("Accept-Encoding", "identity");
+  if (mode_ == Mode::whole) return;
+  struct stat about{};
+  const auto tag = keptTag();
+  if (tag.empty() || stat(named(".part").c_str(), &about) != 0 || about.st_size == 0) return;
+  fields.setValue("Range", "bytes=" + std::to_string(about.st_size) + "-");
+  fields.setValue("If-Range", tag);
+}
+
+void FileSink::refused(int status) {
+  constexpr int rangeNotSatisfiable = 416;
+  if (status == rangeNotSatisfiable) removePart();
+}
+
+std::expected<void, Failure> FileSink::begin(const HTTPURLResponse& response, GoOn) {
+  constexpr int partialContent = 206;
+  const bool continues = response.statusCode() == partialContent;
+  const auto field = [&](std::string_view name) { return response.headers().value(name).value_or(""); };
+  if (!field("Content-Encoding").empty() && field("Content-Encoding") != "identity" &&
+      mode_ == Mode::resumed) {
+    return broken("the server compresses a file that must be sent as it is");
+  }
+  if (auto result = open(continues); !result) return result;
+  complete_.reset();
+  if (continues) {
+    const auto range = detail::parseContentRange(field("Content-Range"));
+    if (!range || range->first != size_)
+      return broken("the server sends another range than the one it was asked for");
+    complete_ = range->complete;
+    return {};
+  }
+  return keepTag(mode_ == Mode::resumed ? field("ETag") : "");
+}
+
+std::expected<void, Failure> FileSink::open(bool continues) {
+  const auto path = named(".part");
+  part_ = opened(path, O_WRONLY | O_CREAT);
+  if (!part_) return failure(path);
+  struct stat about{};
+  if (flock(part_.get(), LOCK_EX | LOCK_NB) != 0) {
+    const int cause = errno;
+    // It belongs to another download.
+    part_ = {};
+    return failure(path, cause);
+  }
+  if (!continues && ftruncate(part_.get(), 0) != 0) return failure(path);
+  if (fchmod(part_.get(), ownerFile) != 0 && errno != EPERM) return failure(path);
+  if (fstat(part_.get(), &about) != 0 || lseek(part_.get(), 0, SEEK_END) < 0) return failure(path);
+  size_ = static_cast<std::uint64_t>(about.st_size);
+  return {};
+}
+
+// Without a tag, an earlier one is removed: the part can't be continued.
+std::expected<void, Failure> FileSink::keepTag(std::string_view tag) const {
+  const auto path = named(".part.etag");
+  if (!isStrongTag(tag)) {
+    if (unlink(path.c_str()) == 0 || errno == ENOENT) return {};
+    return failure(path);
+  }
+  const auto file = opened(path, O_WRONLY | O_CREAT | O_TRUNC);
+  const std::span bytes(reinterpret_cast<const std::uint8_t*>(tag.data()), tag.size());
+  if (file && detail::writeFully(file.get(), bytes)) return {};
+  return failure(path);
+}
+
+std::string FileSink::keptTag() const {
+  const auto file = opened(named(".part.etag"), O_RDONLY);
+  std::array<char, longestTag + 1> room{};
+  const auto count = file ? read(file.get(), room.data(), room.size()) : 0;
+  const std::string_view tag(room.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+  return std::string(isStrongTag(tag) ? tag : "");
+}
+
+std::expected<BodySink::Flow, Failure> FileSink::write(std::span<const std::uint8_t> piece) {
+  const detail::FileSizeSignalBlocked blocked;
+  if (!detail::writeFully(part_.get(), piece)) return failure(named(".part"));
+  size_ += piece.size();
+  return Flow::goOn;
+}
+
+std::expected<void, Failure> FileSink::finish() {
+  const auto path = named(".part");
+  if (complete_ && *complete_ != size_) return broken("the server's parts of the file don't make the whole");
+  if (!detail::syncFile(part_)) return failure(path);
+  if (rename(path.c_str(), file_.c_str()) != 0) return failure(file_);
+  part_ = {};
+  unlink(named(".part.etag").c_str());
+  // The file is replaced, whatever this says.
+  static_cast<void>(detail::syncFile(opened(file_.parent_path(), O_RDONLY | O_DIRECTORY)));
+  return {};
+}
+
+}  // namespace tilvanego
