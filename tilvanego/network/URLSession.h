@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include <tilvanego/network/TransferMetrics.h>
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLAuthenticationChallenge.h>
 #include <tilvanego/network/URLCredentialStorage.h>
@@ -44,6 +45,9 @@ struct URLSessionConfiguration {
   /// The longest time in seconds from the start of a request to the end of its response, redirects and
   /// challenges included; a longer request fails with `timedOut`. 0 or less means no limit.
   double maximumRequestTime = 24.0 * 60 * 60;
+  /// Is told of each task and what it took, which responses then tell too. Null means that nothing is
+  /// measured.
+  std::shared_ptr<TransferObserver> observer{};
 };
 
 /// An HTTP session on libcurl: HTTP/1.1 and, where TLS offers it, HTTP/2.

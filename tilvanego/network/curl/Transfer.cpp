@@ -64,6 +64,9 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
   maximumBodySize_ = limitOf(request_->maximumBodySize.value_or(settings_.configuration.maximumBodySize));
   try {
     if (auto checked = checkRequest(*request_); !checked) return Outcome{.error = std::move(checked.error())};
+    if (const auto& observer = settings_.configuration.observer) {
+      measuring_.emplace(*observer, *settings_.gate, *request_);
+    }
     prepare();
     setEnd();
     if (end_ <= lastActivity_) return Outcome::failed(Code::timedOut, timeoutMessage(lastActivity_));
@@ -71,6 +74,13 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
   } catch (const std::exception&) {
     return Outcome::outOfMemory();
   }
+}
+
+void Transfer::tellEnd(const Outcome& outcome) {
+  if (!measuring_) return;
+  if (handle_) measuring_->add(handle());
+  measuring_->end(task_->request(), outcome, redirects_);
+  measuring_.reset();
 }
 
 std::shared_ptr<SessionTask> Transfer::end() {
@@ -136,7 +146,8 @@ URLResponsePointer Transfer::takeResponse() {
   // Only a proxy has responded, or only an interim response came.
   if (statusCode < 200) return nullptr;
   auto response = std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode),
-                                                    UnreadHead{std::string(head_.lines())});
+                                                    UnreadHead{std::string(head_.lines())},
+                                                    measuring_ ? measuring_->metrics() : nullptr);
   head_.clear();
   return response;
 }

@@ -22,6 +22,7 @@
 #include <tilvanego/network/curl/Authorization.h>
 #include <tilvanego/network/curl/ExitGate.h>
 #include <tilvanego/network/curl/IncomingResponse.h>
+#include <tilvanego/network/curl/Measuring.h>
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/OutgoingHeaders.h>
 #include <tilvanego/network/curl/Proxies.h>
@@ -84,6 +85,9 @@ class Transfer {
 
   /// Returns the outcome of a transfer that is aborted, with the response if its head is complete.
   [[nodiscard]] Outcome failed(TransportError::Code code, const char* message);
+
+  /// Tells the session's observer of the end. Called before `end`.
+  void tellEnd(const Outcome& outcome);
 
   /// Releases the task and returns it. Nothing of its requests is kept but their memory and the last URL.
   [[nodiscard]] std::shared_ptr<SessionTask> end();
@@ -169,6 +173,8 @@ class Transfer {
   /// The responses to the last challenge of the request's server and of its proxy.
   std::optional<Authorization> serverAuthorization_;
   std::optional<Authorization> proxyAuthorization_;
+  /// Has a value while an observer is to be told of the end.
+  std::optional<Measuring> measuring_;
   Connection connection_ = Connection::any;
   /// The ports of the request's connection; 0 until it is sent.
   int localPort_ = 0;

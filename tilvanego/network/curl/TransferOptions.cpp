@@ -25,6 +25,10 @@ void set(CURL* handle, CURLoption option, Value value) {
 }  // namespace
 
 void Transfer::renewHandle() {
+  if (measuring_) {
+    if (handle_) measuring_->add(handle());
+    measuring_->noteTry();
+  }
   handle_.reset(curl_easy_init());
   if (!handle_) throw std::bad_alloc();
   CURL* const curl = handle();
