@@ -63,12 +63,15 @@ TEST_F(Metrics, CountTriesRedirectsBytesAndKeptConnections) {
   ASSERT_NE(first.http()->metrics(), nullptr);
   EXPECT_EQ(first.http()->metrics()->tries, 2);
   // A body is counted once, whatever its length.
-  const auto sentFor = [&](std::size_t size) {
-    send(post(server.url(), std::string(size, 'u')));
+  const auto sentFor = [&](std::size_t size, bool expects = false) {
+    auto request = post(server.url(), std::string(size, 'u'));
+    if (expects) request.headers.setValue("Expect", "100-continue");
+    send(request);
     return recorder->last().metrics.sentBytes;
   };
   const auto little = sentFor(1000);
   EXPECT_EQ(sentFor(9000) - little, 8000);
+  EXPECT_EQ(sentFor(9000, true) - sentFor(1000, true), 8000);
   EXPECT_EQ(sentFor(200'000) - little, 199'002) << "with two more digits of the length";
   testing::internal::GetCapturedStderr();
 }

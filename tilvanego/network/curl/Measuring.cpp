@@ -45,7 +45,7 @@ Measuring::Measuring(TransferObserver& observer, ExitGate& gate, const URLReques
 
 // libcurl's times count from the start of this request, each to the end of a phase; a phase that didn't come
 // has 0.
-void Measuring::add(CURL* handle) {
+void Measuring::add(CURL* handle, bool isBodySentWithHead) {
   const auto elapsed = std::chrono::duration_cast<Duration>(Clock::now() - start_);
   const auto lookup = number(handle, CURLINFO_NAMELOOKUP_TIME_T);
   const auto connect = number(handle, CURLINFO_CONNECT_TIME_T);
@@ -65,7 +65,8 @@ void Measuring::add(CURL* handle) {
     metrics_->firstByte = std::max(elapsed - afterFirstByte, Duration::zero());
     metrics_->protocolVersion = versionOf(handle);
   }
-  metrics_->sentBytes += smallNumber(handle, CURLINFO_REQUEST_SIZE) + number(handle, CURLINFO_SIZE_UPLOAD_T);
+  metrics_->sentBytes += smallNumber(handle, CURLINFO_REQUEST_SIZE);
+  if (!isBodySentWithHead) metrics_->sentBytes += number(handle, CURLINFO_SIZE_UPLOAD_T);
   metrics_->receivedBytes +=
       smallNumber(handle, CURLINFO_HEADER_SIZE) + number(handle, CURLINFO_SIZE_DOWNLOAD_T);
 }

@@ -78,7 +78,7 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
 
 void Transfer::tellEnd(const Outcome& outcome) {
   if (!measuring_) return;
-  if (handle_) measuring_->add(handle());
+  measure();
   measuring_->end(task_->request(), outcome, redirects_);
   measuring_.reset();
 }

@@ -117,6 +117,7 @@ class Transfer {
   static int onSending(void* self, char*, char*, int remotePort, int localPort) noexcept;
 
   void renewHandle();
+  void measure();
   enum class Connection { any, fresh };
   void prepare(Connection connection = Connection::any);
   void setMethodAndBody();
@@ -192,6 +193,8 @@ class Transfer {
   bool bodyBegun_ = false;
   /// libcurl reports how much of the body was sent.
   bool followsUpload_ = false;
+  /// The request waits for a 100 (Continue) before its body.
+  bool expectsContinue_ = false;
   /// -1 while unknown.
   std::int64_t responseLength_ = -1;
   std::int64_t uploaded_ = 0;
