@@ -147,6 +147,7 @@ void addResponseForm(CLI::App& command, SendOptions& options) {
       ->type_name("FORM");
   command.add_flag("--include", options.include,
                    "The status line, the header fields and an empty line before the body");
+  command.add_flag("--timings", options.timings, "What each try took, as the last lines on standard error");
   command.add_flag("--progress", options.progress, "A progress bar on standard error, if that is a terminal");
 }
 

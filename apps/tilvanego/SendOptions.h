@@ -45,6 +45,7 @@ struct SendOptions {
   std::string certificate;
   std::optional<std::string> proxy;
   bool progress = false;
+  bool timings = false;
 };
 
 }  // namespace tilvanego::program

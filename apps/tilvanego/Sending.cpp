@@ -24,6 +24,7 @@
 #include "ProgressBar.h"
 #include "SendBody.h"
 #include "SendInterceptor.h"
+#include "Timings.h"
 
 namespace tilvanego::program {
 namespace {
@@ -77,7 +78,9 @@ class Sending {
                                                                  session_, std::forward<Extra>(extra)...));
     const auto result = responseTo<T>(builder);
     bar_.finish();
-    return result ? showResponse(outputOf(result->body)) : showFailure(result.error());
+    const int status = result ? showResponse(outputOf(result->body)) : showFailure(result.error());
+    write(stderr, timings_->lines());
+    return status;
   }
 
  private:
@@ -90,6 +93,7 @@ class Sending {
   RequestBuilderArguments arguments_;
   ProgressBar bar_;
   std::shared_ptr<SendInterceptor> interceptor_;
+  std::shared_ptr<Timings> timings_ = std::make_shared<Timings>();
   std::shared_ptr<URLSession> session_;
 };
 
@@ -98,7 +102,9 @@ Sending::Sending(const SendOptions& options, RequestBuilderArguments arguments)
       arguments_(std::move(arguments)),
       interceptor_(std::make_shared<SendInterceptor>(options)),
       session_(std::make_shared<URLSession>(
-          URLSessionConfiguration{.proxy = options.proxy, .additionalCertificates = options.certificate},
+          URLSessionConfiguration{.proxy = options.proxy,
+                                  .additionalCertificates = options.certificate,
+                                  .observer = options.timings ? timings_ : nullptr},
           URLSessionRequestBuilderConfiguration::shared().sessionDelegate)) {
   arguments_.apiConfiguration->setCredential(options.user);
   arguments_.apiConfiguration->setInterceptor(interceptor_);

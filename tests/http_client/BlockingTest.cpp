@@ -61,8 +61,10 @@ TEST(BlockingCall, WaitsForAnInterceptorOnAnyThread) {
   BlockingClient client([tries = 0](const ReceivedRequest&) mutable {
     return ++tries % 3 == 0 ? response(200, std::to_string(tries)) : response(503);
   });
+  std::mutex mutex;
   std::vector<std::future<void>> others;
   const auto elsewhere = [&](auto work) {
+    const std::lock_guard held(mutex);
     others.push_back(std::async(std::launch::async, std::move(work)));
   };
   client.interceptor->onIntercept = [&](const URLRequest& request, auto completion) {

@@ -156,6 +156,13 @@ class Answers(InDirectory):
             self.assertEqual((status, output), (1, b""))
             self.assertRegex(error, rb"\Aerror: 201: [^\n]*" + shown + rb"[^\n]*\n" + re.escape(body) + rb"\Z")
 
+    def test_timings_follow_all_else_on_standard_error(self):
+        with ScriptedServer(answer(503), answer(404, b"gone")) as server:
+            status, shown, told = send("GET", server.url(), "--timings", "--retries", "1")
+        self.assertEqual((status, shown), (1, b""))
+        self.assertRegex(told, rb"\Aerror: 404: [^\n]*\ngone(timings: waiting [0-9.]+ ms, .*, received \d+ bytes, "
+                               rb"(new|kept) connection, HTTP/1.1, tries 1, redirects 0\n){2}\Z")
+
     def test_progress_is_shown_on_a_terminal_alone(self):
         with ScriptedServer(answer(body=b"x" * 5000)) as server:
             self.assertEqual(send("GET", server.url(), "--progress"), (0, b"x" * 5000, b""))

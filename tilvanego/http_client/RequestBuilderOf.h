@@ -26,7 +26,10 @@ Response<T> typedResponse(AnyResponse response) {
   T* body = std::any_cast<T>(&response.body);
   // A builder class of the host made a body of another type.
   if (body == nullptr) fatalError("Unsupported Response Body Type - " + bodyTypeOf<T>().name);
-  return {response.statusCode, std::move(response.header), std::move(*body), std::move(response.bodyData)};
+  Response<T> typed(response.statusCode, std::move(response.header), std::move(*body),
+                    std::move(response.bodyData));
+  typed.metrics = std::move(response.metrics);
+  return typed;
 }
 
 /// An exception while the body is moved, such as `std::bad_alloc`, is a failure.

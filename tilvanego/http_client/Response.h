@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <any>
+#include <concepts>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/network/TransferMetrics.h>
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Data.h>
@@ -54,7 +57,9 @@ struct Response {
       : statusCode(status), header(std::move(fields)), body(std::move(content)), bodyData(std::move(bytes)) {}
   Response(const HTTPURLResponse& response, T content, std::optional<Data> bytes)
       : Response(response.statusCode(), support::headerTexts(response), std::move(content),
-                 std::move(bytes)) {}
+                 std::move(bytes)) {
+    metrics = response.metrics();
+  }
 
   int statusCode;
   /// The header fields, with the names as the server sent them: in lower case over HTTP/2. Fields whose value
@@ -63,9 +68,16 @@ struct Response {
   T body;
   /// The bytes of the body, if the session returned data.
   std::optional<Data> bodyData;
+  /// What the last try of the request took; null unless the session has an observer.
+  std::shared_ptr<const TransferMetrics> metrics{};
 
-  /// Compares header names case-sensitively.
-  bool operator==(const Response&) const = default;
+  /// Compares header names case-sensitively; ignores the metrics.
+  bool operator==(const Response& other) const
+    requires std::equality_comparable<T>
+  {
+    return statusCode == other.statusCode && header == other.header && body == other.body &&
+           bodyData == other.bodyData;
+  }
 };
 
 /// A response whose body has the builder's body type, which is known at run time only.

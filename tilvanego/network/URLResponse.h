@@ -14,6 +14,8 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
+struct TransferMetrics;
+
 /// A response without its body. A session of another protocol than HTTP returns objects of this base class.
 class URLResponse {
  public:
@@ -36,8 +38,13 @@ class HTTPURLResponse final : public URLResponse {
         isRead_(true),
         head_{std::move(statusLine), std::move(headers)} {}
   /// Parses the head on the first access to it: of many responses nobody reads the head.
-  HTTPURLResponse(std::optional<URL> url, int statusCode, detail::UnreadHead head)
-      : URLResponse(std::move(url)), statusCode_(statusCode), unread_(std::move(head)), isRead_(false) {}
+  HTTPURLResponse(std::optional<URL> url, int statusCode, detail::UnreadHead head,
+                  std::shared_ptr<const TransferMetrics> metrics = nullptr)
+      : URLResponse(std::move(url)),
+        statusCode_(statusCode),
+        metrics_(std::move(metrics)),
+        unread_(std::move(head)),
+        isRead_(false) {}
 
   [[nodiscard]] int statusCode() const { return statusCode_; }
   /// The status line as the server sent it, such as "HTTP/1.1 404 Not Found" or "HTTP/2 200", for display.
@@ -46,10 +53,16 @@ class HTTPURLResponse final : public URLResponse {
   /// The header fields. The values of a repeated field are joined by ", ".
   [[nodiscard]] const HTTPHeaders& headers() const TILVANEGO_LIFETIMEBOUND { return head().headers; }
 
+  /// What the request took; null unless the session has an observer.
+  [[nodiscard]] const std::shared_ptr<const TransferMetrics>& metrics() const TILVANEGO_LIFETIMEBOUND {
+    return metrics_;
+  }
+
  private:
   [[nodiscard]] const detail::HTTPHead& head() const;
 
   int statusCode_;
+  std::shared_ptr<const TransferMetrics> metrics_;
   const std::optional<detail::UnreadHead> unread_;
   mutable std::mutex reading_;
   /// False until `head_` is read from `unread_`.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <tilvanego/network/HTTPCookie.h>
+#include <tilvanego/network/TransferMetrics.h>
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLAuthenticationChallenge.h>
 #include <tilvanego/network/URLCredentialStorage.h>
@@ -58,6 +59,9 @@ struct URLSessionConfiguration {
   double maximumRequestTime = 24.0 * 60 * 60;
   /// No cookie is kept after the session, in any case.
   CookieStorage cookies = CookieStorage::off;
+  /// Is told of each task and what it took, which responses then tell too. Null means that nothing is
+  /// measured.
+  std::shared_ptr<TransferObserver> observer{};
 };
 
 /// An HTTP session on libcurl: HTTP/1.1 and, where TLS offers it, HTTP/2.

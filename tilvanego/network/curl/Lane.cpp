@@ -29,6 +29,7 @@ class Lane::Run {
     auto outcome = transfer_.begin(task);
     if (!outcome) outcome = add();
     while (!outcome) outcome = turn(*task);
+    transfer_.tellEnd(*outcome);
     const auto released = transfer_.end();
     lane_.touched_.clear();
     return *std::move(outcome);

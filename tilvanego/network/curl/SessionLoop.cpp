@@ -287,6 +287,7 @@ void SessionLoop::fail(Transfer& transfer, TransportError::Code code, const char
 
 void SessionLoop::finish(Transfer& transfer, Outcome outcome) {
   auto& active = handles_->active;
+  transfer.tellEnd(outcome);
   auto task = transfer.end();
   active.back()->position = transfer.position;
   std::swap(active[transfer.position], active.back());

@@ -63,6 +63,9 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
     if (auto checked = checkRequest(*request_); !checked) return Outcome{.error = std::move(checked.error())};
     measureSource();
     if (streamFailure_) return Outcome{.error = *std::move(streamFailure_)};
+    if (const auto& observer = settings_.configuration.observer) {
+      measuring_.emplace(*observer, *settings_.gate, *request_);
+    }
     prepare();
     setEnd();
     if (end_ <= lastActivity_) return Outcome::failed(Code::timedOut, timeoutMessage(lastActivity_));
@@ -70,6 +73,13 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
   } catch (const std::exception&) {
     return Outcome::outOfMemory();
   }
+}
+
+void Transfer::tellEnd(const Outcome& outcome) {
+  if (!measuring_) return;
+  measure();
+  measuring_->end(task_->request(), outcome, redirects_);
+  measuring_.reset();
 }
 
 std::shared_ptr<SessionTask> Transfer::end() {
@@ -142,7 +152,8 @@ URLResponsePointer Transfer::takeResponse() {
   // Only a proxy has responded, or only an interim response came.
   if (statusCode < 200) return nullptr;
   auto response = std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode),
-                                                    UnreadHead{std::string(head_.lines())});
+                                                    UnreadHead{std::string(head_.lines())},
+                                                    measuring_ ? measuring_->metrics() : nullptr);
   head_.clear();
   return response;
 }

@@ -23,6 +23,7 @@
 #include <tilvanego/network/curl/Authorization.h>
 #include <tilvanego/network/curl/ExitGate.h>
 #include <tilvanego/network/curl/IncomingResponse.h>
+#include <tilvanego/network/curl/Measuring.h>
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/OutgoingHeaders.h>
 #include <tilvanego/network/curl/Proxies.h>
@@ -86,6 +87,9 @@ class Transfer {
   /// Returns the outcome of a transfer that is aborted, with the response if its head is complete.
   [[nodiscard]] Outcome failed(TransportError::Code code, const char* message);
 
+  /// Tells the session's observer of the end. Called before `end`.
+  void tellEnd(const Outcome& outcome);
+
   /// Releases the task and returns it. Nothing of its requests is kept but their memory and the last URL.
   [[nodiscard]] std::shared_ptr<SessionTask> end();
 
@@ -121,6 +125,7 @@ class Transfer {
   static int onSending(void* self, char*, char*, int remotePort, int localPort) noexcept;
 
   void renewHandle();
+  void measure();
   enum class Connection { any, fresh };
   void prepare(Connection connection = Connection::any);
   void setMethodAndBody();
@@ -187,6 +192,8 @@ class Transfer {
   /// The responses to the last challenge of the request's server and of its proxy.
   std::optional<Authorization> serverAuthorization_;
   std::optional<Authorization> proxyAuthorization_;
+  /// Has a value while an observer is to be told of the end.
+  std::optional<Measuring> measuring_;
   Connection connection_ = Connection::any;
   /// The ports of the request's connection; 0 until it is sent.
   int localPort_ = 0;
@@ -214,6 +221,8 @@ class Transfer {
   bool bodyBegun_ = false;
   /// libcurl reports how much of the body was sent.
   bool followsUpload_ = false;
+  /// The request waits for a 100 (Continue) before its body.
+  bool expectsContinue_ = false;
   /// -1 while unknown.
   std::int64_t responseLength_ = -1;
   std::int64_t uploaded_ = 0;

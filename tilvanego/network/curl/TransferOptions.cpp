@@ -24,7 +24,13 @@ void set(CURL* handle, CURLoption option, Value value) {
 
 }  // namespace
 
+void Transfer::measure() {
+  if (measuring_ && handle_) measuring_->add(handle(), !followsUpload_ && !expectsContinue_);
+}
+
 void Transfer::renewHandle() {
+  measure();
+  if (measuring_) measuring_->noteTry();
   handle_.reset(curl_easy_init());
   if (!handle_) throw std::bad_alloc();
   CURL* const curl = handle();
@@ -178,6 +184,7 @@ void Transfer::setMethodAndBody() {
   setHeaders(announcesBody);
 
   followsUpload_ = hasSource || size > followedBodySize;
+  expectsContinue_ = request_->headers.value("Expect").has_value();
   if (followsUpload_) {
     set(handle(), CURLOPT_NOPROGRESS, 0L);
     set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, longBodyBuffer);
