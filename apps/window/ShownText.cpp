@@ -1,6 +1,7 @@
 #include "ShownText.h"
 
 #include <QStringList>
+#include <algorithm>
 
 namespace tilvanego::program {
 namespace {
