@@ -398,7 +398,7 @@ void encodeOurs(benchmark::State& state, bool sorted) {
   const Transaction record = sample();
   std::size_t size = 0;
   for (auto _ : state) {
-    const auto text = json::encode(record, {.sortedKeys = sorted});
+    auto text = json::encode(record, {.sortedKeys = sorted});
     size = text->size();
     benchmark::DoNotOptimize(text);
   }
@@ -415,7 +415,7 @@ void encodeRapidJSON(benchmark::State& state) {
     buffer.Clear();
     rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
     put(writer, record);
-    const std::string text(buffer.GetString(), buffer.GetSize());
+    std::string text(buffer.GetString(), buffer.GetSize());
     benchmark::DoNotOptimize(text);
   }
   require(json::decode<Transaction>({buffer.GetString(), buffer.GetSize()}) == record);

@@ -1,5 +1,4 @@
 #include <boost/url.hpp>
-#include <boost/url/src.hpp>
 #include <uriparser/Uri.h>
 
 #include "links.h"
@@ -34,8 +33,8 @@ std::string build() {
   url.reserve(600);
   auto params = url.params();
   for (const auto& [name, value] : items) {
-    params.append({boost::urls::string_view(name.data(), name.size()),
-                   boost::urls::string_view(value.data(), value.size())});
+    params.append({boost::core::string_view(name.data(), name.size()),
+                   boost::core::string_view(value.data(), value.size())});
   }
   return std::string(url.buffer().data(), url.buffer().size());
 }

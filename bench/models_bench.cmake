@@ -1,6 +1,6 @@
 find_package(simdjson REQUIRED)
 find_package(RapidJSON REQUIRED)
-find_package(Boost 1.75 REQUIRED)
+find_package(Boost 1.75 CONFIG REQUIRED)
 find_package(nlohmann_json REQUIRED)
 tilvanego_bench(models SOURCES allocations.cpp models_boost.cpp
                        LIBRARIES TilvaneGo::Models simdjson::simdjson Boost::headers nlohmann_json::nlohmann_json)
