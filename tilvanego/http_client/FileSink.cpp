@@ -57,7 +57,7 @@ void FileSink::removePart() const {
   unlink(named(".part").c_str());
 }
 
-void FileSink::ask(HTTPHeaders& fields) const {
+void FileSink::prepare(HTTPHeaders& fields) {
   // A range is one of the bytes as sent.
   fields.setValue("Accept-Encoding", "identity");
   if (mode_ == Mode::whole) return;
@@ -68,9 +68,9 @@ void FileSink::ask(HTTPHeaders& fields) const {
   fields.setValue("If-Range", tag);
 }
 
-void FileSink::refused(int status) {
+void FileSink::refused(const HTTPURLResponse& response) {
   constexpr int rangeNotSatisfiable = 416;
-  if (status == rangeNotSatisfiable) removePart();
+  if (response.statusCode() == rangeNotSatisfiable) removePart();
 }
 
 std::expected<void, Failure> FileSink::begin(const HTTPURLResponse& response, GoOn) {

@@ -34,14 +34,10 @@ class FileSink final : public BodySink {
   FileSink& operator=(const FileSink&) = delete;
   ~FileSink() override;
 
-  // Called by builders.
-
   /// Sets the fields that ask for the rest of a part, and for a body that isn't compressed.
-  void ask(HTTPHeaders& fields) const;
-  /// Called when a response has another status than 200 to 299: removes a part that the server refuses to
-  /// continue (416).
-  void refused(int status);
-
+  void prepare(HTTPHeaders& fields) override;
+  /// Removes a part that the server refuses to continue (416).
+  void refused(const HTTPURLResponse& response) override;
   [[nodiscard]] std::expected<void, Failure> begin(const HTTPURLResponse& response, GoOn goOn) override;
   [[nodiscard]] std::expected<Flow, Failure> write(std::span<const std::uint8_t> piece) override;
   [[nodiscard]] std::expected<void, Failure> finish() override;

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
-#include <tilvanego/http_client/FileSink.h>
 #include <tilvanego/http_client/Once.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
@@ -17,6 +16,7 @@
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
 #include <tilvanego/http_client/encodings/OctetStreamEncoding.h>
 #include <tilvanego/http_client/encodings/URLEncoding.h>
+#include <tilvanego/network/BodyStream.h>
 #include <tilvanego/network/ExceptionFailure.h>
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
@@ -118,7 +118,7 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
   if (!request) return request;
   request->bodySource = std::move(source);
   request->bodySink = bodySink();
-  if (const auto* file = dynamic_cast<const FileSink*>(request->bodySink.get())) file->ask(request->headers);
+  if (request->bodySink) request->bodySink->prepare(request->headers);
   return request;
 } catch (...) {
   return std::unexpected(detail::currentFailure());
@@ -257,15 +257,15 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
                                                         exchange.data, exchange.response, error);
   });
   const auto* response = httpResponse(exchange);
-  if (auto* file = dynamic_cast<FileSink*>(exchange.request.bodySink.get()); file && response) {
-    file->refused(response->statusCode());
-  }
   const int code = error      ? ErrorResponse::transportFailed
                    : response ? response->statusCode()
                               : ErrorResponse::noHTTPResponse;
   std::optional<Failure> failure;
   try {
     failure = failureOf(exchange, error);
+    if (const auto& sink = exchange.request.bodySink; sink && failure && !error && response) {
+      detail::runListener("BodySink::refused", [&] { sink->refused(*response); });
+    }
     if (failure) {
       retry(exchange, code, *failure, completion);
     } else {

@@ -8,6 +8,7 @@
 #include <span>
 
 #include <tilvanego/network/Failure.h>
+#include <tilvanego/network/HTTPHeaders.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -43,6 +44,11 @@ class BodySink {
   enum class Flow : std::uint8_t { goOn, hold };
 
   virtual ~BodySink() = default;
+
+  /// Called by a builder for each try: may set header fields, such as those that ask for the rest of a body.
+  virtual void prepare(HTTPHeaders& /*fields*/) {}
+  /// Called by a builder when a response has a status that isn't a success.
+  virtual void refused(const HTTPURLResponse& /*response*/) {}
 
   /// Called with the head of each response before its first piece. A retry begins anew.
   [[nodiscard]] virtual std::expected<void, Failure> begin(const HTTPURLResponse& response, GoOn goOn) = 0;
