@@ -16,9 +16,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// - The functions that only observe call all, also if one throws.
 ///
 /// ```cpp
-/// void use(std::shared_ptr<OpenAPIInterceptor> signing) {
-///   OstrelTilvanePoiModelsAPIConfiguration::shared()->setInterceptor(std::make_shared<InterceptorChain>(
-///       std::vector<std::shared_ptr<OpenAPIInterceptor>>{signing, std::make_shared<RetryPolicy>()}));
+/// std::shared_ptr<OpenAPIInterceptor> both(std::shared_ptr<OpenAPIInterceptor> signing,
+///                                          std::shared_ptr<OpenAPIInterceptor> retrying) {
+///   return std::make_shared<InterceptorChain>(InterceptorChain::Interceptors{signing, retrying});
 /// }
 /// ```
 class InterceptorChain : public OpenAPIInterceptor {

@@ -10,10 +10,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// without a value has the default that its comment says.
 ///
 /// ```cpp
-/// RequestBuilderArguments battery() {
-///   return {.method = "GET", .URLString = "https://terminal.example/battery",
-///           .limits = {.silence = std::chrono::seconds(2), .wholeRequest = std::chrono::seconds(10)}};
-/// }
+/// // The `limits` of a builder's arguments.
+/// const RequestLimits quick{.silence = std::chrono::seconds(2), .wholeRequest = std::chrono::seconds(10)};
 /// ```
 struct RequestLimits {
   /// The longest time without a byte sent or received. 0 or less means no limit; by default 60 s.
