@@ -44,7 +44,6 @@ class Caller : public SessionTest {
 }  // namespace
 
 TEST_F(Caller, KeepsOneConnectionAndSharesTheCookiesOfItsSession) {
-  useSession({.cookies = CookieStorage::inMemory});
   for (int i = 0; i < 20; ++i) EXPECT_EQ(sendHere(get(server.url())).text(), "hello");
   EXPECT_EQ(server.connectionCount(), 1U);
   send(get(server.url("/give")));

@@ -163,12 +163,12 @@ TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
     }
     return response(200, request.header("Cookie").value_or("none"));
   });
-  // Off, unless the host wants them.
+  useSession({.cookies = CookieStorage::off});
   send(get(server.url("/login")));
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   EXPECT_TRUE(session->cookies().empty());
 
-  useSession({.cookies = CookieStorage::inMemory});
+  useSession({});
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   send(get(server.url("/login")));
   EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
@@ -193,7 +193,7 @@ TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
   send(get(server.url("/login")));
   EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
-  useSession({.cookies = CookieStorage::inMemory});
+  useSession({});
   session->clearCookies();
   EXPECT_EQ(send(get(server.url("/x"))).text(), "none");
 }

@@ -58,7 +58,7 @@ struct URLSessionConfiguration {
   /// challenges included; a longer request fails with `timedOut`. 0 or less means no limit.
   double maximumRequestTime = 24.0 * 60 * 60;
   /// No cookie is kept after the session, in any case.
-  CookieStorage cookies = CookieStorage::off;
+  CookieStorage cookies = CookieStorage::inMemory;
   /// Is told of each task and what it took, which responses then tell too. Null means that nothing is
   /// measured.
   std::shared_ptr<TransferObserver> observer{};
@@ -72,7 +72,7 @@ struct URLSessionConfiguration {
 ///   "Content-Length" of the response stay as the server sent them. A body is held in memory whole, unless
 ///   the request has a sink for it.
 /// - Header values that aren't UTF-8 are read as ISO 8859-1.
-/// - Cookies are off; by the configuration they are kept in memory until `clearCookies` or the session's end.
+/// - Cookies are kept in memory until `clearCookies` or the session's end, or not at all (`CookieStorage`).
 /// - Up to 20 redirects are followed, to http and https, never from https to http. 303, and 301 and 302 after
 ///   a POST, change the method to GET and remove the body. "Authorization", "Cookie" and
 ///   "Proxy-Authorization" aren't sent to another scheme, host or port.
