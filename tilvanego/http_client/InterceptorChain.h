@@ -16,9 +16,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// - The functions that only observe call all, also if one throws.
 ///
 /// ```cpp
-/// std::shared_ptr<OpenAPIInterceptor> both(std::shared_ptr<OpenAPIInterceptor> signing,
-///                                          std::shared_ptr<OpenAPIInterceptor> retrying) {
-///   return std::make_shared<InterceptorChain>(InterceptorChain::Interceptors{signing, retrying});
+/// std::shared_ptr<OpenAPIInterceptor> oneOf(InterceptorChain::Interceptors signingAndRetrying) {
+///   return std::make_shared<InterceptorChain>(std::move(signingAndRetrying));
 /// }
 /// ```
 class InterceptorChain : public OpenAPIInterceptor {
