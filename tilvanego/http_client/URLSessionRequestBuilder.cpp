@@ -10,7 +10,6 @@
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/URLSessionImplementations.h>
 #include <tilvanego/http_client/WholeCall.h>
-#include <tilvanego/http_client/encodings/DownloadException.h>
 #include <tilvanego/http_client/encodings/FormDataEncoding.h>
 #include <tilvanego/http_client/encodings/FormURLEncoding.h>
 #include <tilvanego/http_client/encodings/JSONDataEncoding.h>
@@ -21,7 +20,6 @@
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/MainQueue.h>
-#include <tilvanego/values/Text.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -32,12 +30,6 @@ detail::WholeCall::Deadline deadlineFromNow(const RequestLimits& limits) {
   const auto time = limits.wholeRequest.value_or(longest);
   if (time <= time.zero() || time >= longest) return std::nullopt;
   return std::chrono::steady_clock::now() + time;
-}
-
-void limit(URLRequest& request, const RequestLimits& limits) {
-  if (limits.silence) request.timeoutInterval = std::chrono::duration<double>(*limits.silence).count();
-  if (limits.largestBody) request.maximumBodySize = limits.largestBody;
-  request.followsRedirects = limits.followsRedirects.value_or(request.followsRedirects);
 }
 
 void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
@@ -343,72 +335,6 @@ void URLSessionRequestBuilder::didFail(const URLSessionExchange& exchange, const
     apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), data,
                                                  exchange.response, std::unexpected(failure));
   });
-}
-
-std::shared_ptr<URLSessionProtocol> URLSessionRequestBuilder::createURLSession() {
-  return URLSessionRequestBuilderConfiguration::shared().defaultURLSession;
-}
-
-std::optional<std::string> URLSessionRequestBuilder::contentTypeForFormPart(const URL&) {
-  return std::nullopt;
-}
-
-std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
-    const std::shared_ptr<URLSessionProtocol>&, HTTPMethod httpMethod, const ParameterEncoding& encoding,
-    const Headers&) {
-  auto url = URL::parse(URLString);
-  if (!url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
-  URLRequest request{.url = *std::move(url), .httpMethod = std::string(rawText(httpMethod))};
-  // A downloaded file may have any size.
-  if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
-  limit(request, limits().orElse(apiConfiguration->limits()));
-  Headers fields = buildHeaders();
-  // Room for the fields that an encoding and an interceptor add.
-  request.headers.reserve(fields.size() + 2);
-  for (auto& [name, value] : fields) request.headers.setValue(name, std::move(value));
-  return encoding.encode(std::move(request), parameters);
-}
-
-void URLSessionRequestBuilder::cleanUp() {
-  if (const auto task = requestTask->get()) {
-    URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
-                                                                              std::nullopt);
-  }
-}
-
-RequestBuilder::Headers URLSessionRequestBuilder::buildHeaders() {
-  Headers fields = headers();
-  for (auto& [name, value] : apiConfiguration->customHeaders()) {
-    // Keeps an existing entry.
-    fields.emplace(name, std::move(value));
-  }
-  return fields;
-}
-
-std::expected<std::string, Failure> URLSessionRequestBuilder::pathOf(const URL& url) {
-  std::string path = url.path();
-  if (path.starts_with('/')) path.erase(0, 1);
-  return path;
-}
-
-std::optional<std::string> URLSessionRequestBuilder::fileNameFrom(
-    const std::optional<std::string>& contentDisposition) {
-  constexpr std::string_view key = "filename=";
-  if (!contentDisposition) return std::nullopt;
-  const std::size_t found = contentDisposition->find(key);
-  if (found == std::string::npos) return std::nullopt;
-  // The part between two semicolons that contains the key, without the key.
-  const std::size_t before = contentDisposition->rfind(';', found);
-  const std::size_t start = before == std::string::npos ? 0 : before + 1;
-  std::string piece = contentDisposition->substr(start, contentDisposition->find(';', found) - start);
-  piece.erase(found - start, key.size());
-  std::erase(piece, '"');
-  return std::string(trimmed(piece));
-}
-
-std::expected<URL, Failure> URLSessionRequestBuilder::urlOf(const URLRequest& request) {
-  if (!request.url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
-  return *request.url;
 }
 
 }  // namespace tilvanego
