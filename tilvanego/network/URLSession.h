@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <tilvanego/network/HTTPCookie.h>
+#include <tilvanego/network/TLSOptions.h>
 #include <tilvanego/network/TransferMetrics.h>
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLAuthenticationChallenge.h>
@@ -42,6 +43,9 @@ struct URLSessionConfiguration {
   /// The path of a file with certificates in PEM form that are trusted in addition to the system's; empty for
   /// none. If libcurl's system store is a single file and not a directory, this file replaces it.
   std::string additionalCertificates{};
+  /// Read when the session is created. If an option is wrong, each request fails with `invalidTLSOptions`,
+  /// and nothing is sent; `TLSOptions::check` tells it before.
+  TLSOptions tls{};
   /// Further requests wait for a connection; the wait counts for their `timeoutInterval`. The same number
   /// limits the requests, to any host, that threads send themselves at once. 0 means no limit.
   int maximumConnectionsPerHost = 64;
@@ -67,7 +71,7 @@ struct URLSessionConfiguration {
 /// An HTTP session on libcurl: HTTP/1.1 and, where TLS offers it, HTTP/2.
 ///
 /// - Connections are kept open and reused.
-/// - Certificates are always verified, against the system's trust store.
+/// - Certificates are always verified, against the system's trust store or the authorities of `TLSOptions`.
 /// - Bodies in gzip and deflate are decompressed, other bodies are unchanged. "Content-Encoding" and
 ///   "Content-Length" of the response stay as the server sent them. A body is held in memory whole, unless
 ///   the request has a sink for it.

@@ -41,6 +41,8 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
     case CURLE_SSL_ISSUER_ERROR:
     case CURLE_SSL_INVALIDCERTSTATUS:
       return serverCertificateUntrusted;
+    case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
+      return serverKeyNotPinned;
     case CURLE_SEND_ERROR:
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
@@ -65,6 +67,11 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
 }  // namespace
 
 TransportError transportError(CURLcode code, std::string_view detail) {
+  if (code == CURLE_SSL_PINNEDPUBKEYNOTMATCH) {
+    detail =
+        "the server's public key is none of tls.pinnedKeys: if the server has a new key that you trust, pin "
+        "it too";
+  }
   // A text with "@" may contain the URL of a proxy with user and password.
   const bool mayBeShown = !detail.empty() && detail.find('@') == std::string_view::npos;
   return {codeOf(code, detail), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};

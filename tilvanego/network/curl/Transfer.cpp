@@ -61,6 +61,7 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
   request_ = &task_->request();
   try {
     if (auto checked = checkRequest(*request_); !checked) return Outcome{.error = std::move(checked.error())};
+    if (!settings_.tls) return Outcome{.error = settings_.tls.error()};
     streamFailure_.reset();
     measureSource();
     if (streamFailure_) return Outcome{.error = *std::move(streamFailure_)};

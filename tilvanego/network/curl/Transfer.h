@@ -16,6 +16,7 @@
 #include <curl/curl.h>
 
 #include <tilvanego/network/Failure.h>
+#include <tilvanego/network/TLSMaterial.h>
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLRequest.h>
 #include <tilvanego/network/URLResponse.h>
@@ -38,6 +39,8 @@ struct TransferSettings {
   URLSessionConfiguration configuration;
   std::shared_ptr<URLSessionDelegate> delegate;
   Proxies proxies;
+  /// The error fails each request.
+  std::expected<TLSMaterial, TransportError> tls;
   ExitGate* gate = &ExitGate::ofProcess();
 };
 

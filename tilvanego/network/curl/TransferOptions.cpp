@@ -5,6 +5,7 @@
 #include <new>
 
 #include <tilvanego/network/curl/Origins.h>
+#include <tilvanego/network/curl/TLSSettings.h>
 #include <tilvanego/network/curl/Transfer.h>
 #include <tilvanego/values/Wiping.h>
 
@@ -69,6 +70,7 @@ void Transfer::renewHandle() {
   if (const auto& file = settings_.configuration.additionalCertificates; !file.empty()) {
     set(curl, CURLOPT_CAINFO, file.c_str());
   }
+  if (setTLS(curl, *settings_.tls) != CURLE_OK) throw std::bad_alloc();
 }
 
 void Transfer::prepare(Connection connection) {
