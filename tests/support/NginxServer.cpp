@@ -52,9 +52,9 @@ location /private/ { alias files/; auth_basic "shop"; auth_basic_user_file passw
 location /store/ { alias files/; client_max_body_size 0; dav_methods PUT; }
 )";
 
-std::string server(const FileDescriptor& socket, std::string_view protocols) {
-  return "  server { listen 127.0.0.1:" + std::to_string(portOf(socket)) + " reuseport" +
-         std::string(protocols) + "; include locations; }\n";
+std::string server(const FileDescriptor& socket, std::string_view ends) {
+  return "  server { listen 127.0.0.1:" + std::to_string(portOf(socket)) + " reuseport" + std::string(ends) +
+         " include locations; }\n";
 }
 
 std::string urlOf(std::string_view start, const FileDescriptor& socket, std::string_view path) {
@@ -77,8 +77,8 @@ NginxServer::NginxServer(const MoreServers& more) {
   for (const auto& directives : more.servers)
     others += server(more_.emplace_back(heldPort()), " ssl; " + directives);
   std::ofstream(root / "nginx.conf") << (geteuid() == 0 ? "user root;\n" : "")  // the directory is its alone
-                                     << settings << server(plain_, "") << server(secure_, " ssl http2")
-                                     << server(oldSecure_, " ssl") << others << "}\n";
+                                     << settings << server(plain_, ";") << server(secure_, " ssl http2;")
+                                     << server(oldSecure_, " ssl;") << others << "}\n";
   // Where an ordinary user's PATH may not lead.
   const std::string usual = "/usr/sbin/nginx";
   const auto program = std::filesystem::exists(usual) ? usual : "nginx";

@@ -17,7 +17,7 @@ namespace tilvanego::test {
 struct MoreServers {
   /// What a shell runs in the server's directory before: "here.pem" and "here.key" are there.
   std::string commands{};
-  /// The directives of each, without the last ";".
+  /// The directives of each.
   std::vector<std::string> servers{};
 };
 

@@ -14,7 +14,7 @@ namespace {
 
 std::string_view nameOf(TransportError::Code code) {
   // In the order of the codes; the last is also for a value that is none of them.
-  static constexpr std::array<std::string_view, 17> names{
+  static constexpr std::array<std::string_view, 18> names{
       "cancelled",
       "timed out",
       "invalid request",
@@ -25,6 +25,7 @@ std::string_view nameOf(TransportError::Code code) {
       "secure connection failed",
       "server certificate untrusted",
       "server key not pinned",
+      "client certificate refused",
       "network connection lost",
       "bad server response",
       "body too large",

@@ -42,6 +42,17 @@ struct TLSOptions {
   /// `serverKeyNotPinned`, also after a redirect. The certificate is checked, too. Empty: any key.
   std::vector<std::string> pinnedKeys{};
 
+  /// The certificate that identifies the session to a server that asks for one, then those of the authorities
+  /// between it and the one that the server knows. Needs `privateKey`. It is shown only to the server of the
+  /// request (scheme, host, port), not to another one after a redirect, and not to a proxy.
+  PEM certificate{};
+  /// The private key of `certificate`; it may be encrypted. May be in the same file.
+  PEM privateKey{};
+  /// Returns the passphrase of an encrypted `privateKey`, at most 1023 bytes, which the library wipes. Called
+  /// once where the options are read, if the key is encrypted: on the thread that creates the session or
+  /// calls `check`. No value, or an exception, means that there is none.
+  std::function<std::optional<std::string>()> passphrase{};
+
   /// Reads everything as a session would. Returns `invalidTLSOptions` with a message that says which option
   /// is wrong and how.
   [[nodiscard]] std::expected<void, TransportError> check() const;

@@ -33,6 +33,9 @@ struct TransportError {
     serverCertificateUntrusted,
     /// The server's public key is none of the pinned ones: see `TLSOptions::pinnedKeys`.
     serverKeyNotPinned,
+    /// The server requires a certificate of the client, or refuses the one of `TLSOptions::certificate`. Some
+    /// servers tell it by a status instead, or only say that TLS failed.
+    clientCertificateRefused,
     /// The connection ended during the request or the response. The server may have processed the request.
     networkConnectionLost,
     /// The response violates the protocol, or its head exceeds the session's limits.

@@ -44,7 +44,8 @@ struct URLSessionConfiguration {
   /// none. If libcurl's system store is a single file and not a directory, this file replaces it.
   std::string additionalCertificates{};
   /// Read when the session is created. If an option is wrong, each request fails with `invalidTLSOptions`,
-  /// and nothing is sent; `TLSOptions::check` tells it before.
+  /// and nothing is sent; `TLSOptions::check` tells it before. The session's own copy has no private key, no
+  /// passphrase and no text of `certificate`.
   TLSOptions tls{};
   /// Further requests wait for a connection; the wait counts for their `timeoutInterval`. The same number
   /// limits the requests, to any host, that threads send themselves at once. 0 means no limit.

@@ -34,23 +34,28 @@ TransportError invalid(const char* message) { return {TransportError::Code::inva
 
 }  // namespace
 
-std::expected<TLSMaterial, TransportError> readTLS(const URLSessionConfiguration& configuration) {
-  if (configuration.tls.authorities.isSet() && !configuration.additionalCertificates.empty()) {
+std::expected<TLSMaterial, TransportError> readTLS(URLSessionConfiguration& configuration) {
+  auto& options = configuration.tls;
+  if (options.authorities.isSet() && !configuration.additionalCertificates.empty()) {
     return std::unexpected(invalid(
         "tls.authorities replaces the system's authorities, additionalCertificates adds to them: set one"));
   }
-  auto material = TLSMaterial::read(configuration.tls);
+  auto material = TLSMaterial::read(options);
+  support::wipe(options.certificate.text);
+  support::wipe(options.privateKey.text);
+  options.passphrase = nullptr;
   if (!material) return material;
   const std::unique_ptr<CURL, Release<curl_easy_cleanup>> handle(curl_easy_init());
   if (!handle) throw std::bad_alloc();
-  const auto result = setTLS(handle.get(), *material);
+  const auto result = setTLS(handle.get(), *material, Identity::shown);
   if (result == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
-  if (result != CURLE_OK)
+  if (result != CURLE_OK) {
     return std::unexpected(invalid("libcurl's TLS library doesn't support one of the options"));
+  }
   return material;
 }
 
-CURLcode setTLS(CURL* handle, const TLSMaterial& material) {
+CURLcode setTLS(CURL* handle, const TLSMaterial& material, Identity identity) {
   Options options(handle);
   const long version =
       material.lowestVersion == TLSVersion::v1_3 ? CURL_SSLVERSION_TLSv1_3 : CURL_SSLVERSION_TLSv1_2;
@@ -63,6 +68,10 @@ CURLcode setTLS(CURL* handle, const TLSMaterial& material) {
     options.set(CURLOPT_CAPATH, static_cast<char*>(nullptr));
   }
   if (!material.pinnedKeys.empty()) options.set(CURLOPT_PINNEDPUBLICKEY, material.pinnedKeys.c_str());
+  if (identity == Identity::shown && !material.privateKey.empty()) {
+    options.setText(CURLOPT_SSLCERT_BLOB, material.certificates);
+    options.setText(CURLOPT_SSLKEY_BLOB, material.privateKey);
+  }
   return options.result();
 }
 

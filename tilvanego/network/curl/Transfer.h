@@ -30,6 +30,7 @@
 #include <tilvanego/network/curl/Proxies.h>
 #include <tilvanego/network/curl/SessionTask.h>
 #include <tilvanego/network/curl/Sockets.h>
+#include <tilvanego/network/curl/TLSSettings.h>
 #include <tilvanego/values/Release.h>
 
 namespace tilvanego::detail {
@@ -128,6 +129,7 @@ class Transfer {
   static int onSending(void* self, char*, char*, int remotePort, int localPort) noexcept;
 
   void renewHandle();
+  [[nodiscard]] Identity identity() const;
   void measure();
   enum class Connection { any, fresh };
   void prepare(Connection connection = Connection::any);
