@@ -31,6 +31,15 @@ enum class CookieStorage : std::uint8_t {
 template <>
 inline constexpr bool showsCaseNames<CookieStorage> = true;
 
+/// What a session does with the challenges of its servers and proxies that were answered with success.
+enum class ChallengeStorage : std::uint8_t {
+  off,      ///< each request waits for a challenge before a credential is sent
+  inMemory  ///< requests to the same directory and below are sent with an answer at once
+};
+
+template <>
+inline constexpr bool showsCaseNames<ChallengeStorage> = true;
+
 /// The settings of a session. The defaults suit most programs.
 struct URLSessionConfiguration {
   /// The storage in which default handling of a challenge looks for a credential. Null means no storage.
@@ -64,6 +73,11 @@ struct URLSessionConfiguration {
   double maximumRequestTime = 24.0 * 60 * 60;
   /// No cookie is kept after the session, in any case.
   CookieStorage cookies = CookieStorage::off;
+  /// With `inMemory`, a body isn't sent a second time for a challenge that is known: the session remembers up
+  /// to 64 challenges until its end, but no credential. For each task it looks for the credential anew, as if
+  /// the challenge had come again, and sends it ahead only to the scheme, host and port of the task's URL. A
+  /// challenge whose answer was refused is forgotten. (RFC 7617, section 2.2; RFC 7616, section 3.6)
+  ChallengeStorage challenges = ChallengeStorage::off;
   /// Is told of each task and what it took, which responses then tell too. Null means that nothing is
   /// measured.
   std::shared_ptr<TransferObserver> observer{};

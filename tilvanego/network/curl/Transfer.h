@@ -21,6 +21,7 @@
 #include <tilvanego/network/URLRequest.h>
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/network/URLSession.h>
+#include <tilvanego/network/curl/AnsweredChallenges.h>
 #include <tilvanego/network/curl/Authorization.h>
 #include <tilvanego/network/curl/ExitGate.h>
 #include <tilvanego/network/curl/IncomingResponse.h>
@@ -42,6 +43,8 @@ struct TransferSettings {
   Proxies proxies;
   /// The error fails each request.
   std::expected<TLSMaterial, TransportError> tls;
+  /// Null if the session remembers no challenges.
+  std::shared_ptr<AnsweredChallenges> answered{};
   ExitGate* gate = &ExitGate::ofProcess();
 };
 
@@ -165,7 +168,14 @@ class Transfer {
   [[nodiscard]] std::expected<bool, TransportError> prepareNextRequest(int statusCode);
   [[nodiscard]] std::expected<bool, TransportError> followRedirect(int statusCode);
   [[nodiscard]] bool respondToChallenge(bool fromProxy);
-  [[nodiscard]] std::optional<Authorization> authorizationFor(const Challenge& challenge, bool fromProxy);
+  [[nodiscard]] bool reviseAnswer(Authorization& authorization, const Challenge* challenge, bool fromProxy);
+  [[nodiscard]] std::optional<Authorization> authorizationFor(
+      const Challenge& challenge, bool fromProxy, const std::shared_ptr<ChallengeInUse>& known = nullptr);
+  [[nodiscard]] bool nameServer(URLProtectionSpace& space, bool fromProxy) const;
+  /// The path that a challenge of the request's server is for.
+  [[nodiscard]] std::string_view guardedPath(bool fromProxy) const;
+  void answerAhead(bool fromProxy);
+  void rememberAnswer(bool fromProxy);
   [[nodiscard]] std::optional<URLAuthenticationChallenge> challengeFor(URLProtectionSpace space,
                                                                        bool fromProxy) const;
   [[nodiscard]] std::optional<URLCredential> credentialFor(const URLAuthenticationChallenge& challenge) const;

@@ -11,8 +11,12 @@ namespace [[gnu::visibility("default")]] tilvanego {
 URLSession::URLSession(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate) {
   auto proxies = detail::Proxies::from(configuration.proxy);
   auto tls = detail::readTLS(configuration);
-  loop_ = std::make_shared<detail::SessionLoop>(detail::TransferSettings{
-      std::move(configuration), std::move(delegate), std::move(proxies), std::move(tls)});
+  auto answered = configuration.challenges == ChallengeStorage::inMemory
+                      ? std::make_shared<detail::AnsweredChallenges>()
+                      : nullptr;
+  loop_ = std::make_shared<detail::SessionLoop>(
+      detail::TransferSettings{std::move(configuration), std::move(delegate), std::move(proxies),
+                               std::move(tls), std::move(answered)});
 }
 
 URLSession::~URLSession() { loop_->close(); }
