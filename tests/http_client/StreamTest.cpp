@@ -80,16 +80,22 @@ TEST_F(Streams, ADownloadThatBreaksOffIsResumedOrBeginsAnew) {
     int code = 0;
   };
   const Case cases[] = {
-      {"the rest", "\"1\"", rest("bytes 400-999/1000", whole.substr(400)), "bytes=400-", whole},
-      {"of unknown size", "\"1\"", rest("bytes 400-999/*", whole.substr(400)), "bytes=400-", whole},
-      {"another file", "\"1\"", response(200, changed), "bytes=400-", changed},
+      {"the rest", "\"1\"", rest("bytes 399-999/1000", whole.substr(399)), "bytes=399-", whole},
+      {"of unknown size", "\"1\"", rest("bytes 399-999/*", whole.substr(399)), "bytes=399-", "", -1},
+      {"another file", "\"1\"", response(200, changed), "bytes=399-", changed},
       {"no tag", "", response(200, whole), "", whole},
       {"a weak tag", "W/\"1\"", response(200, whole), "", whole},
       {"a tag that forges", "\"1\", \"2\"", response(200, whole), "", whole},
-      {"another range", "\"1\"", rest("bytes 300-999/1000", whole.substr(300)), "bytes=400-", "", -1},
-      {"too little", "\"1\"", rest("bytes 400-899/1000", whole.substr(400, 500)), "bytes=400-", "", -1},
-      {"no range", "\"1\"", response(206, whole.substr(400)), "bytes=400-", "", -1},
-      {"refused", "\"1\"", response(416, "", {{"Content-Range", "bytes */1000"}}), "bytes=400-", "", 416},
+      {"another range", "\"1\"", rest("bytes 300-999/1000", whole.substr(300)), "bytes=399-", "", -1},
+      {"a part of another file", "\"1\"",
+       response(206, whole.substr(399), {{"Content-Range", "bytes 399-999/1000"}, {"ETag", "\"2\""}}),
+       "bytes=399-", "", -1},
+      {"too little", "\"1\"", rest("bytes 399-899/1000", whole.substr(399, 501)), "bytes=399-", "", -1},
+      {"no range", "\"1\"", response(206, whole.substr(399)), "bytes=399-", "", -1},
+      {"no file", "\"1\"", response(204), "bytes=399-", "", -1},
+      {"a part that is whole", "\"1\"", rest("bytes 399-399/400", whole.substr(399, 1)), "bytes=399-",
+       whole.substr(0, 400)},
+      {"refused", "\"1\"", response(416, "", {{"Content-Range", "bytes */1000"}}), "bytes=399-", "", 416},
   };
   for (const auto& [name, tag, second, range, content, code] : cases) {
     SCOPED_TRACE(name);

@@ -1,5 +1,6 @@
 #include "tests/support/NginxServer.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fstream>
@@ -16,7 +17,7 @@ namespace tilvanego::test {
 namespace {
 
 constexpr const char* makeCertificate =
-    "exec openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -batch -subj /CN=here "
+    "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -batch -subj /CN=here "
     "-addext subjectAltName=IP:127.0.0.1 -keyout here.key -out here.pem 2>/dev/null";
 
 constexpr std::string_view settings = R"(daemon off;
@@ -51,9 +52,9 @@ location /private/ { alias files/; auth_basic "shop"; auth_basic_user_file passw
 location /store/ { alias files/; client_max_body_size 0; dav_methods PUT; }
 )";
 
-std::string server(const FileDescriptor& socket, std::string_view protocols) {
-  return "  server { listen 127.0.0.1:" + std::to_string(portOf(socket)) + " reuseport" +
-         std::string(protocols) + "; include locations; }\n";
+std::string server(const FileDescriptor& socket, std::string_view ends) {
+  return "  server { listen 127.0.0.1:" + std::to_string(portOf(socket)) + " reuseport" + std::string(ends) +
+         " include locations; }\n";
 }
 
 std::string urlOf(std::string_view start, const FileDescriptor& socket, std::string_view path) {
@@ -62,19 +63,22 @@ std::string urlOf(std::string_view start, const FileDescriptor& socket, std::str
 
 }  // namespace
 
-NginxServer::NginxServer() {
+NginxServer::NginxServer(const MoreServers& more) {
   const auto root = directory_.path();
   std::filesystem::create_directory(files());
-  const auto certifying =
-      detail::spawnProgram({"sh", "-c", "cd \"$1\" && " + std::string(makeCertificate), "sh", root});
+  const auto certifying = detail::spawnProgram(
+      {"sh", "-ec", "cd \"$1\"\n" + std::string(makeCertificate) + "\n" + more.commands, "sh", root});
   if (!certifying || !detail::waitForSuccess(*certifying)) {
     throw std::runtime_error("openssl made no certificate");
   }
   std::ofstream(root / "passwords") << "till:{PLAIN}s3cret pass\n";
   std::ofstream(root / "locations") << locations;
+  std::string others;
+  for (const auto& directives : more.servers)
+    others += server(more_.emplace_back(heldPort()), " ssl; " + directives);
   std::ofstream(root / "nginx.conf") << (geteuid() == 0 ? "user root;\n" : "")  // the directory is its alone
-                                     << settings << server(plain_, "") << server(secure_, " ssl http2")
-                                     << server(oldSecure_, " ssl") << "}\n";
+                                     << settings << server(plain_, ";") << server(secure_, " ssl http2;")
+                                     << server(oldSecure_, " ssl;") << others << "}\n";
   // Where an ordinary user's PATH may not lead.
   const std::string usual = "/usr/sbin/nginx";
   const auto program = std::filesystem::exists(usual) ? usual : "nginx";
@@ -83,7 +87,11 @@ NginxServer::NginxServer() {
                                              root.string() + "/", "-e", "error.log", "-c", "nginx.conf"});
   if (!process) throw std::runtime_error("nginx can't be started");
   process_ = *process;
-  while (!isListening(portOf(plain_)) || !isListening(portOf(secure_)) || !isListening(portOf(oldSecure_))) {
+  const auto isReady = [&] {
+    return isListening(portOf(plain_)) && isListening(portOf(secure_)) && isListening(portOf(oldSecure_)) &&
+           std::ranges::all_of(more_, [](const auto& socket) { return isListening(portOf(socket)); });
+  };
+  while (!isReady()) {
     if (waitpid(process_, nullptr, WNOHANG) != 0) {
       std::ifstream errors(root / "error.log");
       throw std::runtime_error("nginx ended at once: " +
@@ -105,6 +113,9 @@ std::string NginxServer::secureURL(std::string_view path, std::string_view host)
 }
 std::string NginxServer::oldSecureURL(std::string_view path) const {
   return urlOf("https://127.0.0.1", oldSecure_, path);
+}
+std::string NginxServer::moreURL(std::size_t index, std::string_view path) const {
+  return urlOf("https://127.0.0.1", more_.at(index), path);
 }
 
 }  // namespace tilvanego::test

@@ -1,5 +1,6 @@
 #include <tilvanego/http_client/FileSink.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <system_error>
@@ -23,6 +24,7 @@ using detail::FileDescriptor;
 
 constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
 constexpr std::size_t longestTag = 1024;
+constexpr int partialContent = 206;
 
 std::unexpected<Failure> failure(const std::filesystem::path& path, int code = errno) {
   return std::unexpected(Failure(FileWriteError{path.string(), std::generic_category().message(code)}));
@@ -32,14 +34,29 @@ std::unexpected<Failure> broken(const char* message) {
   return std::unexpected(Failure(TransportError{TransportError::Code::badServerResponse, message}));
 }
 
+std::unexpected<Failure> noPlainFile(const std::filesystem::path& path) {
+  return std::unexpected(Failure(FileWriteError{path.string(), "It is no regular file"}));
+}
+
 /// Only a strong validator says that two parts are of the same bytes (RFC 9110, section 8.8.1).
 bool isStrongTag(std::string_view tag) {
   return tag.size() >= 2 && tag.size() <= longestTag && tag.front() == '"' && tag.back() == '"' &&
-         tag.find('"', 1) == tag.size() - 1 && tag.find_first_of("\r\n") == tag.npos;
+         std::ranges::none_of(tag.substr(1, tag.size() - 2), [](char c) {
+           const auto byte = static_cast<unsigned char>(c);
+           return byte <= ' ' || byte == '"' || byte == 0x7F;
+         });
 }
 
+// Doesn't wait for the other end of what is a pipe.
 FileDescriptor opened(const std::filesystem::path& path, int flags) {
-  return FileDescriptor(::open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, ownerFile));
+  return FileDescriptor(::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, ownerFile));
+}
+
+// Only these carry the file: a 204 has none, and a 202 may have anything.
+bool hasFile(int status) {
+  constexpr int ok = 200;
+  constexpr int nonAuthoritative = 203;
+  return status == ok || status == nonAuthoritative || status == partialContent;
 }
 
 }  // namespace
@@ -64,7 +81,8 @@ void FileSink::prepare(HTTPHeaders& fields) {
   struct stat about{};
   const auto tag = keptTag();
   if (tag.empty() || stat(named(".part").c_str(), &about) != 0 || about.st_size == 0) return;
-  fields.setValue("Range", "bytes=" + std::to_string(about.st_size) + "-");
+  // With the last byte of the part once more: else there would be no rest of a part that is whole.
+  fields.setValue("Range", "bytes=" + std::to_string(about.st_size - 1) + "-");
   fields.setValue("If-Range", tag);
 }
 
@@ -74,7 +92,11 @@ void FileSink::refused(const HTTPURLResponse& response) {
 }
 
 std::expected<void, Failure> FileSink::begin(const HTTPURLResponse& response, GoOn) {
-  constexpr int partialContent = 206;
+  struct stat target{};
+  if (lstat(file_.c_str(), &target) == 0 && !S_ISREG(target.st_mode) && !S_ISLNK(target.st_mode)) {
+    return noPlainFile(file_);
+  }
+  if (!hasFile(response.statusCode())) return broken("the status of the response is none of a file");
   const bool continues = response.statusCode() == partialContent;
   const auto field = [&](std::string_view name) { return response.headers().value(name).value_or(""); };
   if (!field("Content-Encoding").empty() && field("Content-Encoding") != "identity" &&
@@ -83,14 +105,27 @@ std::expected<void, Failure> FileSink::begin(const HTTPURLResponse& response, Go
   }
   if (auto result = open(continues); !result) return result;
   complete_.reset();
-  if (continues) {
-    const auto range = detail::parseContentRange(field("Content-Range"));
-    if (!range || range->first != size_)
-      return broken("the server sends another range than the one it was asked for");
-    complete_ = range->complete;
-    return {};
-  }
+  if (continues) return resumePart(field("Content-Range"), field("ETag"));
   return keepTag(mode_ == Mode::resumed ? field("ETag") : "");
+}
+
+// The last byte of the part comes again.
+std::expected<void, Failure> FileSink::resumePart(std::string_view contentRange, std::string_view tag) {
+  const auto range = detail::parseContentRange(contentRange);
+  if (!range || range->first + 1 != size_) {
+    return broken("the server sends another range than the one it was asked for");
+  }
+  // Later downloads would get no further either.
+  const bool isOther = !tag.empty() && tag != keptTag();
+  if (isOther || !range->complete) removePart();
+  if (isOther) return broken("the server sends a part of another version of the file");
+  if (!range->complete) return broken("the server doesn't say how large the whole file is");
+  complete_ = range->complete;
+  size_ = range->first;
+  if (ftruncate(part_.get(), static_cast<off_t>(size_)) != 0 || lseek(part_.get(), 0, SEEK_END) < 0) {
+    return failure(named(".part"));
+  }
+  return {};
 }
 
 std::expected<void, Failure> FileSink::open(bool continues) {
@@ -98,10 +133,15 @@ std::expected<void, Failure> FileSink::open(bool continues) {
   part_ = opened(path, O_WRONLY | O_CREAT);
   if (!part_) return failure(path);
   struct stat about{};
+  if (fstat(part_.get(), &about) != 0) return failure(path);
+  if (!S_ISREG(about.st_mode)) return noPlainFile(path);
   if (flock(part_.get(), LOCK_EX | LOCK_NB) != 0) {
     const int cause = errno;
     // It belongs to another download.
     part_ = {};
+    if (cause == EWOULDBLOCK) {
+      return std::unexpected(Failure(FileWriteError{path.string(), "Another download writes it"}));
+    }
     return failure(path, cause);
   }
   if (!continues && ftruncate(part_.get(), 0) != 0) return failure(path);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <tilvanego/network/BodyStream.h>
 #include <tilvanego/network/HTTPHeaders.h>
@@ -20,7 +21,12 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// A part stays for the next try or download of the same file, also in a later process, and is removed else:
 /// it is resumed if the server named a strong "ETag" for it, which is kept in the name with ".part.etag". The
 /// request then asks for the rest alone ("Range", "If-Range"; RFC 9110, sections 13.1.5 and 14.2). A server
-/// whose file has changed, or that knows no ranges, sends the whole. One download of a file at a time.
+/// whose file has changed, or that knows no ranges, sends the whole. A part isn't tied to its URL: download
+/// each URL to a file of its own. One download of a file at a time.
+///
+/// It fails for a response that has no file (200, 203 and 206 have one), for a part of another version or
+/// without the size of the whole, and if the file or its part exists and isn't a regular file. A symbolic
+/// link is replaced by the file.
 class FileSink final : public BodySink {
  public:
   enum class Mode : std::uint8_t {
@@ -45,6 +51,7 @@ class FileSink final : public BodySink {
  private:
   [[nodiscard]] std::filesystem::path named(const char* ending) const;
   [[nodiscard]] std::expected<void, Failure> open(bool continues);
+  [[nodiscard]] std::expected<void, Failure> resumePart(std::string_view contentRange, std::string_view tag);
   [[nodiscard]] std::expected<void, Failure> keepTag(std::string_view tag) const;
   [[nodiscard]] std::string keptTag() const;
   void removePart() const;

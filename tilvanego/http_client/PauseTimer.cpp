@@ -1,5 +1,7 @@
 #include <tilvanego/http_client/PauseTimer.h>
 
+#include <atomic>
+#include <memory>
 #include <utility>
 
 #include <tilvanego/network/curl/ExitGate.h>
@@ -8,9 +10,20 @@
 namespace tilvanego::detail {
 
 const std::shared_ptr<Timer>& PauseTimer::ofProcess() {
-  // Never destroyed: a pause may end while the process does.
-  static const auto& timer = *new std::shared_ptr<Timer>(std::make_shared<PauseTimer>());
-  return timer;
+  struct Made {
+    const ExitGate* process;
+    std::shared_ptr<Timer> timer;
+  };
+  // Never destroyed: a pause may end while the process does, and in a forked child the thread of the parent's
+  // timer doesn't exist.
+  static std::atomic<const Made*> current = nullptr;
+  const Made* made = current;
+  const ExitGate* const process = &ExitGate::ofProcess();
+  if (made == nullptr || made->process != process) {
+    auto mine = std::make_unique<Made>(process, std::make_shared<PauseTimer>());
+    if (current.compare_exchange_strong(made, mine.get())) made = mine.release();
+  }
+  return made->timer;
 }
 
 void PauseTimer::after(std::chrono::milliseconds delay, std::function<void()> block) {

@@ -18,7 +18,6 @@ namespace {
 using std::chrono::milliseconds;
 
 RetryOptions withPorts(RetryOptions options) {
-  if (!options.timer) options.timer = detail::PauseTimer::ofProcess();
   if (!options.random) options.random = std::make_shared<OpenSSLRandomSource>();
   return options;
 }
@@ -48,8 +47,8 @@ void RetryPolicy::retry(const URLRequest& urlRequest, const Session&, const Buil
   const auto pause = pauseAfter(urlRequest, response);
   if (!pause) return completion(dontRetry);
   const std::lock_guard held(mutex_);
-  options_.timer->after(*pause,
-                        [completion = std::move(completion)] { completion(OpenAPIInterceptorRetry::retry); });
+  const auto& timer = options_.timer ? options_.timer : detail::PauseTimer::ofProcess();
+  timer->after(*pause, [completion = std::move(completion)] { completion(OpenAPIInterceptorRetry::retry); });
 }
 
 bool RetryPolicy::mayBeSentTwice(const URLRequest& request) const {

@@ -14,7 +14,7 @@ namespace {
 
 std::string_view nameOf(TransportError::Code code) {
   // In the order of the codes; the last is also for a value that is none of them.
-  static constexpr std::array<std::string_view, 15> names{
+  static constexpr std::array<std::string_view, 18> names{
       "cancelled",
       "timed out",
       "invalid request",
@@ -24,11 +24,14 @@ std::string_view nameOf(TransportError::Code code) {
       "proxy authentication required",
       "secure connection failed",
       "server certificate untrusted",
+      "server key not pinned",
+      "client certificate refused",
       "network connection lost",
       "bad server response",
       "body too large",
       "too many redirects",
       "redirect refused",
+      "invalid TLS options",
       "transport failure",
   };
   static_assert(names.size() == static_cast<std::size_t>(TransportError::Code::unknown) + 1);

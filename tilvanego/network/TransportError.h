@@ -31,6 +31,11 @@ struct TransportError {
     secureConnectionFailed,
     /// The server's certificate isn't valid for its name, has expired, or has no trusted issuer.
     serverCertificateUntrusted,
+    /// The server's public key is none of the pinned ones: see `TLSOptions::pinnedKeys`.
+    serverKeyNotPinned,
+    /// The server requires a certificate of the client, or refuses the one of `TLSOptions::certificate`. Some
+    /// servers tell it by a status instead, or only say that TLS failed.
+    clientCertificateRefused,
     /// The connection ended during the request or the response. The server may have processed the request.
     networkConnectionLost,
     /// The response violates the protocol, or its head exceeds the session's limits.
@@ -41,6 +46,8 @@ struct TransportError {
     tooManyRedirects,
     /// A redirect from https to http, which isn't followed.
     redirectRefused,
+    /// The session's `TLSOptions` are wrong, as the message says. The session sends nothing.
+    invalidTLSOptions,
     /// Any other reason, such as a lack of memory.
     unknown,
   };

@@ -76,8 +76,10 @@ class URLSessionDelegate {
  public:
   virtual ~URLSessionDelegate() = default;
 
-  /// Called for each challenge, without a lock held; the session waits for the
-  /// response. `task` is the task that was challenged, `configuration` is the one of its session.
+  /// Called for each challenge, without a lock held; the session waits for the response. With
+  /// `ChallengeStorage::inMemory` also called before a request, for a challenge that is remembered: of the
+  /// later challenges of that task, one that refuses the credential has a `previousFailureCount` of 1. `task`
+  /// is the task that was challenged, `configuration` is the one of its session.
   ///
   /// The credential is sent to the server or proxy that sent the challenge. A delegate must check `isProxy`
   /// and `isElsewhere` before it returns a credential of the request's own server.

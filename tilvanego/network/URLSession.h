@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <tilvanego/network/HTTPCookie.h>
+#include <tilvanego/network/TLSOptions.h>
 #include <tilvanego/network/TransferMetrics.h>
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLAuthenticationChallenge.h>
@@ -30,6 +31,15 @@ enum class CookieStorage : std::uint8_t {
 template <>
 inline constexpr bool showsCaseNames<CookieStorage> = true;
 
+/// What a session does with the challenges of its servers and proxies that were answered with success.
+enum class ChallengeStorage : std::uint8_t {
+  off,      ///< each request waits for a challenge before a credential is sent
+  inMemory  ///< requests to the same directory and below are sent with an answer at once
+};
+
+template <>
+inline constexpr bool showsCaseNames<ChallengeStorage> = true;
+
 /// The settings of a session. The defaults suit most programs.
 struct URLSessionConfiguration {
   /// The storage in which default handling of a challenge looks for a credential. Null means no storage.
@@ -42,6 +52,10 @@ struct URLSessionConfiguration {
   /// The path of a file with certificates in PEM form that are trusted in addition to the system's; empty for
   /// none. If libcurl's system store is a single file and not a directory, this file replaces it.
   std::string additionalCertificates{};
+  /// Read when the session is created. If an option is wrong, each request fails with `invalidTLSOptions`,
+  /// and nothing is sent; `TLSOptions::check` tells it before. The session's own copy has no private key, no
+  /// passphrase and no text of `certificate`.
+  TLSOptions tls{};
   /// Further requests wait for a connection; the wait counts for their `timeoutInterval`. The same number
   /// limits the requests, to any host, that threads send themselves at once. 0 means no limit.
   int maximumConnectionsPerHost = 64;
@@ -59,6 +73,11 @@ struct URLSessionConfiguration {
   double maximumRequestTime = 24.0 * 60 * 60;
   /// No cookie is kept after the session, in any case.
   CookieStorage cookies = CookieStorage::inMemory;
+  /// With `inMemory`, a body isn't sent a second time for a challenge that is known: the session remembers up
+  /// to 64 challenges until its end, but no credential. For each task it looks for the credential anew, as if
+  /// the challenge had come again, and sends it ahead only to the scheme, host and port of the task's URL. A
+  /// challenge whose answer was refused is forgotten. (RFC 7617, section 2.2; RFC 7616, section 3.6)
+  ChallengeStorage challenges = ChallengeStorage::off;
   /// Is told of each task and what it took, which responses then tell too. Null means that nothing is
   /// measured.
   std::shared_ptr<TransferObserver> observer{};
@@ -67,7 +86,7 @@ struct URLSessionConfiguration {
 /// An HTTP session on libcurl: HTTP/1.1 and, where TLS offers it, HTTP/2.
 ///
 /// - Connections are kept open and reused.
-/// - Certificates are always verified, against the system's trust store.
+/// - Certificates are always verified, against the system's trust store or the authorities of `TLSOptions`.
 /// - Bodies in gzip and deflate are decompressed, other bodies are unchanged. "Content-Encoding" and
 ///   "Content-Length" of the response stay as the server sent them. A body is held in memory whole, unless
 ///   the request has a sink for it.

@@ -88,6 +88,19 @@ TEST(TransportRules, NoPasswordOfAProxyIsInAnErrorsText) {
   EXPECT_EQ(transportError(CURLE_RECV_ERROR, "it broke").description(), "network connection lost: it broke");
 }
 
+TEST(TransportRules, AnAlertAboutTheClientsCertificateIsToldAsThat) {
+  for (const auto* alert :
+       {"sslv3 alert bad certificate", "ssl/tls alert bad certificate", "tlsv1 alert unknown ca",
+        "tlsv13 alert certificate required", "ssl/tls alert certificate expired"}) {
+    for (const auto code : {CURLE_SSL_CONNECT_ERROR, CURLE_RECV_ERROR, CURLE_SEND_ERROR}) {
+      EXPECT_EQ(transportError(code, std::string("error:0A000412:SSL routines::") + alert).code,
+                Code::clientCertificateRefused);
+    }
+  }
+  EXPECT_EQ(transportError(CURLE_SSL_CONNECT_ERROR, "sslv3 alert handshake failure").code,
+            Code::secureConnectionFailed);
+}
+
 TEST(TransportRules, AProxysURLIsTakenApart) {
   struct Case {
     std::string text;

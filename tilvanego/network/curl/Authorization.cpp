@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <span>
+#include <utility>
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
@@ -213,23 +214,37 @@ URLProtectionSpace spaceOf(const Challenge& challenge) {
 
 std::optional<Authorization> Authorization::make(const Challenge& challenge, const URLCredential& credential,
                                                  RandomSource& random) {
-  Authorization made(challenge);
-  if (!isDigest(challenge)) {
-    // The server would read another user (RFC 7617, section 2).
-    if (credential.user.contains(':')) return std::nullopt;
-    made.secret_ = basicField(credential);
-    return made;
+  std::string clientNonce;
+  if (isDigest(challenge)) {
+    std::array<std::uint8_t, clientNonceSize> nonce{};
+    if (!random.fill(nonce)) return std::nullopt;
+    clientNonce = base64Encode(nonce);
   }
-  if (hasControlCharacter(credential.user)) return std::nullopt;
-  std::array<std::uint8_t, clientNonceSize> nonce{};
-  if (!random.fill(nonce)) return std::nullopt;
-  made.clientNonce_ = base64Encode(nonce);
-  const auto realm = challenge.parameter("realm").value_or("");
-  made.secret_ = digestOf(challenge, {credential.user, realm, credential.password});
-  made.user_ =
-      isTrue(challenge, "userhash") ? digestOf(challenge, {credential.user, realm}) : credential.user;
-  if (made.secret_.empty()) return std::nullopt;
+  Authorization made(std::make_shared<ChallengeInUse>(challenge, std::move(clientNonce)));
+  if (!made.takeCredential(credential)) return std::nullopt;
   return made;
+}
+
+std::optional<Authorization> Authorization::ahead(std::shared_ptr<ChallengeInUse> challenge,
+                                                  const URLCredential& credential) {
+  Authorization made(std::move(challenge));
+  made.isAhead_ = true;
+  if (!made.takeCredential(credential)) return std::nullopt;
+  return made;
+}
+
+bool Authorization::takeCredential(const URLCredential& credential) {
+  if (!isDigest(challenge())) {
+    // The server would read another user (RFC 7617, section 2).
+    if (credential.user.contains(':')) return false;
+    secret_ = basicField(credential);
+    return true;
+  }
+  if (hasControlCharacter(credential.user)) return false;
+  const auto realm = challenge().parameter("realm").value_or("");
+  secret_ = digestOf(challenge(), {credential.user, realm, credential.password});
+  user_ = isTrue(challenge(), "userhash") ? digestOf(challenge(), {credential.user, realm}) : credential.user;
+  return !secret_.empty();
 }
 
 Authorization::~Authorization() {
@@ -238,49 +253,51 @@ Authorization::~Authorization() {
 }
 
 bool Authorization::renew(const Challenge& challenge) {
+  const auto& former = inUse_->challenge;
   const auto isSame = [&](std::string_view name, std::string_view otherwise) {
     return equalIgnoringASCIICase(challenge.parameter(name).value_or(otherwise),
-                                  challenge_.parameter(name).value_or(otherwise));
+                                  former.parameter(name).value_or(otherwise));
   };
-  if (isRenewed_ || !isDigest(challenge_) || !isDigest(challenge) || !isTrue(challenge, "stale") ||
-      challenge.parameter("realm") != challenge_.parameter("realm") || !isSame("algorithm", "md5") ||
-      !isSame("userhash", "false") || challenge.parameter("nonce") == challenge_.parameter("nonce")) {
+  if (isRenewed_ || !isDigest(former) || !isDigest(challenge) || (!isTrue(challenge, "stale") && !isAhead_) ||
+      challenge.parameter("realm") != former.parameter("realm") || !isSame("algorithm", "md5") ||
+      !isSame("userhash", "false") || challenge.parameter("nonce") == former.parameter("nonce")) {
     return false;
   }
-  challenge_ = challenge;
-  nonceCount_ = 0;
+  inUse_ = std::make_shared<ChallengeInUse>(challenge, inUse_->clientNonce);
+  isAhead_ = false;
   return isRenewed_ = true;
 }
 
 std::string Authorization::field(std::string_view method, std::string_view target) {
-  if (!isDigest(challenge_)) return secret_;
-  const auto nonce = challenge_.parameter("nonce").value_or("");
-  const auto algorithm = challenge_.parameter("algorithm");
-  const std::string count = eightDigits(++nonceCount_);
+  const auto& answered = challenge();
+  if (!isDigest(answered)) return secret_;
+  const auto nonce = answered.parameter("nonce").value_or("");
+  const auto algorithm = answered.parameter("algorithm");
+  const std::string count = eightDigits(++inUse_->uses);
 
   const bool isOfSession = asciiLowercased(algorithm.value_or("")).ends_with("-sess");
-  std::string secret = isOfSession ? digestOf(challenge_, {secret_, nonce, clientNonce_}) : secret_;
+  std::string secret = isOfSession ? digestOf(answered, {secret_, nonce, inUse_->clientNonce}) : secret_;
   const WipedAtEnd wiped(secret);
-  const std::string request = digestOf(challenge_, {method, target});
+  const std::string request = digestOf(answered, {method, target});
   // Without "qop" the server knows only the older form of RFC 2069.
-  const bool hasQuality = challenge_.parameter("qop").has_value();
+  const bool hasQuality = answered.parameter("qop").has_value();
   const std::string response =
-      hasQuality ? digestOf(challenge_, {secret, nonce, count, clientNonce_, "auth", request})
-                 : digestOf(challenge_, {secret, nonce, request});
+      hasQuality ? digestOf(answered, {secret, nonce, count, inUse_->clientNonce, "auth", request})
+                 : digestOf(answered, {secret, nonce, request});
 
   std::string field = "Digest response=\"" + response + '"';
   appendQuoted(field, "username", user_);
-  appendQuoted(field, "realm", challenge_.parameter("realm").value_or(""));
+  appendQuoted(field, "realm", answered.parameter("realm").value_or(""));
   appendQuoted(field, "nonce", nonce);
   appendQuoted(field, "uri", target);
   if (algorithm) append(field, "algorithm", *algorithm);
   if (hasQuality) {
     append(field, "qop", "auth");
     append(field, "nc", count);
-    appendQuoted(field, "cnonce", clientNonce_);
+    appendQuoted(field, "cnonce", inUse_->clientNonce);
   }
-  if (const auto opaque = challenge_.parameter("opaque")) appendQuoted(field, "opaque", *opaque);
-  if (isTrue(challenge_, "userhash")) append(field, "userhash", "true");
+  if (const auto opaque = answered.parameter("opaque")) appendQuoted(field, "opaque", *opaque);
+  if (isTrue(answered, "userhash")) append(field, "userhash", "true");
   return field;
 }
 

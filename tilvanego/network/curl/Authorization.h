@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -47,6 +49,15 @@ struct Challenge {
 /// Returns method and realm of a supported challenge; the caller sets the other members.
 [[nodiscard]] URLProtectionSpace spaceOf(const Challenge& challenge);
 
+/// A challenge and what the answers to it share. Several threads may answer at once.
+struct ChallengeInUse {
+  const Challenge challenge;
+  /// Of a Digest.
+  const std::string clientNonce{};
+  /// How many requests were sent with the nonce of a Digest.
+  std::atomic<std::uint32_t> uses = 0;
+};
+
 /// A credential for one challenge: gives the "Authorization" or "Proxy-Authorization" field of each request
 /// that is sent with it (RFC 7616, RFC 7617). Holds no password; its destructor wipes what could replace one.
 class Authorization {
@@ -56,6 +67,9 @@ class Authorization {
   [[nodiscard]] static std::optional<Authorization> make(const Challenge& challenge,
                                                          const URLCredential& credential,
                                                          RandomSource& random);
+  /// The same for a challenge that was answered before: the server isn't asked first. Null as well.
+  [[nodiscard]] static std::optional<Authorization> ahead(std::shared_ptr<ChallengeInUse> challenge,
+                                                          const URLCredential& credential);
   Authorization(Authorization&&) = default;
   Authorization& operator=(Authorization&&) = delete;
   ~Authorization();
@@ -64,21 +78,29 @@ class Authorization {
   /// port for CONNECT. The caller must wipe it.
   [[nodiscard]] std::string field(std::string_view method, std::string_view target);
 
-  /// Takes the nonce of `challenge` if that only calls the last one stale, the first time. Returns false for
-  /// a challenge that refuses the credential.
+  /// Takes the nonce of `challenge` if that only calls the last one stale, the first time. For an answer that
+  /// was given ahead any other nonce will do: many servers forget nonces and don't call them stale. Returns
+  /// false for a challenge that refuses the credential.
   [[nodiscard]] bool renew(const Challenge& challenge);
 
- private:
-  explicit Authorization(const Challenge& challenge) : challenge_(challenge) {}
+  /// Whether it was made by `ahead` and not renewed since.
+  [[nodiscard]] bool isAhead() const { return isAhead_; }
+  [[nodiscard]] const std::shared_ptr<ChallengeInUse>& inUse() const TILVANEGO_LIFETIMEBOUND {
+    return inUse_;
+  }
 
-  Challenge challenge_;
+ private:
+  explicit Authorization(std::shared_ptr<ChallengeInUse> challenge) : inUse_(std::move(challenge)) {}
+  [[nodiscard]] bool takeCredential(const URLCredential& credential);
+  [[nodiscard]] const Challenge& challenge() const { return inUse_->challenge; }
+
+  std::shared_ptr<ChallengeInUse> inUse_;
   /// For Basic the whole field, for Digest the hash of user, realm and password.
   std::string secret_;
   /// The user name of a Digest as it is sent.
   std::string user_;
-  std::string clientNonce_;
-  std::uint32_t nonceCount_ = 0;
   bool isRenewed_ = false;
+  bool isAhead_ = false;
 };
 
 }  // namespace detail

@@ -13,8 +13,19 @@ bool namesViolation(std::string_view detail) {
   return std::ranges::any_of(codes, [&](std::string_view code) { return detail.contains(code); });
 }
 
+/// Whether the text has an alert of TLS about the client's certificate (RFC 8446, section 6.2). With TLS 1.3
+/// it comes after the handshake, when libcurl already sends or receives. OpenSSL 3.0 and 3.5 write different
+/// words before "alert".
+bool namesClientCertificate(std::string_view detail) {
+  static constexpr std::array<std::string_view, 5> alerts = {"alert certificate ", "alert bad certificate",
+                                                             "alert unsupported certificate",
+                                                             "alert unknown ca", "alert access denied"};
+  return std::ranges::any_of(alerts, [&](std::string_view alert) { return detail.contains(alert); });
+}
+
 TransportError::Code codeOf(CURLcode code, std::string_view detail) {
   using enum TransportError::Code;
+  if (namesClientCertificate(detail)) return clientCertificateRefused;
   switch (code) {
     // libcurl reports an invalid chunk with the code of a lost connection; only the text differs.
     case CURLE_RECV_ERROR:
@@ -41,6 +52,10 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
     case CURLE_SSL_ISSUER_ERROR:
     case CURLE_SSL_INVALIDCERTSTATUS:
       return serverCertificateUntrusted;
+    case CURLE_SSL_CLIENTCERT:
+      return clientCertificateRefused;
+    case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
+      return serverKeyNotPinned;
     case CURLE_SEND_ERROR:
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
@@ -65,6 +80,11 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
 }  // namespace
 
 TransportError transportError(CURLcode code, std::string_view detail) {
+  if (code == CURLE_SSL_PINNEDPUBKEYNOTMATCH) {
+    detail =
+        "the server's public key is none of tls.pinnedKeys: if the server has a new key that you trust, pin "
+        "it too";
+  }
   // A text with "@" may contain the URL of a proxy with user and password.
   const bool mayBeShown = !detail.empty() && detail.find('@') == std::string_view::npos;
   return {codeOf(code, detail), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};

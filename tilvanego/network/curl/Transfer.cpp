@@ -61,12 +61,15 @@ std::optional<Outcome> Transfer::begin(std::shared_ptr<SessionTask> task) {
   request_ = &task_->request();
   try {
     if (auto checked = checkRequest(*request_); !checked) return Outcome{.error = std::move(checked.error())};
+    if (!settings_.tls) return Outcome{.error = settings_.tls.error()};
     streamFailure_.reset();
     measureSource();
     if (streamFailure_) return Outcome{.error = *std::move(streamFailure_)};
     if (const auto& observer = settings_.configuration.observer) {
       measuring_.emplace(*observer, *settings_.gate, *request_);
     }
+    answerAhead(false);
+    answerAhead(true);
     prepare();
     setEnd();
     if (end_ <= lastActivity_) return Outcome::failed(Code::timedOut, timeoutMessage(lastActivity_));
@@ -179,6 +182,8 @@ TransportError Transfer::failureOf(CURLcode result) const {
 }
 
 std::expected<bool, TransportError> Transfer::prepareNextRequest(int statusCode) {
+  if (statusCode != 401) rememberAnswer(false);
+  if (statusCode != 407 || isSecure(*request_->url)) rememberAnswer(true);
   if (statusCode == 401) return respondToChallenge(false);
   // Through a tunnel, a 407 can't come from the proxy.
   if (statusCode == 407) return !isSecure(*request_->url) && respondToChallenge(true);

@@ -16,10 +16,12 @@
 #include <curl/curl.h>
 
 #include <tilvanego/network/Failure.h>
+#include <tilvanego/network/TLSMaterial.h>
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLRequest.h>
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/network/URLSession.h>
+#include <tilvanego/network/curl/AnsweredChallenges.h>
 #include <tilvanego/network/curl/Authorization.h>
 #include <tilvanego/network/curl/ExitGate.h>
 #include <tilvanego/network/curl/IncomingResponse.h>
@@ -29,6 +31,7 @@
 #include <tilvanego/network/curl/Proxies.h>
 #include <tilvanego/network/curl/SessionTask.h>
 #include <tilvanego/network/curl/Sockets.h>
+#include <tilvanego/network/curl/TLSSettings.h>
 #include <tilvanego/values/Release.h>
 
 namespace tilvanego::detail {
@@ -38,6 +41,10 @@ struct TransferSettings {
   URLSessionConfiguration configuration;
   std::shared_ptr<URLSessionDelegate> delegate;
   Proxies proxies;
+  /// The error fails each request.
+  std::expected<TLSMaterial, TransportError> tls;
+  /// Null if the session remembers no challenges.
+  std::shared_ptr<AnsweredChallenges> answered{};
   ExitGate* gate = &ExitGate::ofProcess();
 };
 
@@ -125,6 +132,7 @@ class Transfer {
   static int onSending(void* self, char*, char*, int remotePort, int localPort) noexcept;
 
   void renewHandle();
+  [[nodiscard]] Identity identity() const;
   void measure();
   enum class Connection { any, fresh };
   void prepare(Connection connection = Connection::any);
@@ -160,7 +168,14 @@ class Transfer {
   [[nodiscard]] std::expected<bool, TransportError> prepareNextRequest(int statusCode);
   [[nodiscard]] std::expected<bool, TransportError> followRedirect(int statusCode);
   [[nodiscard]] bool respondToChallenge(bool fromProxy);
-  [[nodiscard]] std::optional<Authorization> authorizationFor(const Challenge& challenge, bool fromProxy);
+  [[nodiscard]] bool reviseAnswer(Authorization& authorization, const Challenge* challenge, bool fromProxy);
+  [[nodiscard]] std::optional<Authorization> authorizationFor(
+      const Challenge& challenge, bool fromProxy, const std::shared_ptr<ChallengeInUse>& known = nullptr);
+  [[nodiscard]] bool nameServer(URLProtectionSpace& space, bool fromProxy) const;
+  /// The path that a challenge of the request's server is for.
+  [[nodiscard]] std::string_view guardedPath(bool fromProxy) const;
+  void answerAhead(bool fromProxy);
+  void rememberAnswer(bool fromProxy);
   [[nodiscard]] std::optional<URLAuthenticationChallenge> challengeFor(URLProtectionSpace space,
                                                                        bool fromProxy) const;
   [[nodiscard]] std::optional<URLCredential> credentialFor(const URLAuthenticationChallenge& challenge) const;

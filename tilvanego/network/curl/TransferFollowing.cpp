@@ -56,9 +56,10 @@ bool Transfer::respondToChallenge(bool fromProxy) {
   const auto field = head.headers.value(fromProxy ? "Proxy-Authenticate" : "WWW-Authenticate");
   const auto challenges = parseChallenges(field.value_or(""));
   const auto* const challenge = supportedChallenge(challenges);
-  if (!challenge) return false;
   auto& authorization = fromProxy ? proxyAuthorization_ : serverAuthorization_;
-  if (!authorization || !authorization->renew(*challenge)) {
+  const bool isRenewed = authorization && reviseAnswer(*authorization, challenge, fromProxy);
+  if (!challenge) return false;
+  if (!isRenewed) {
     auto next = authorizationFor(*challenge, fromProxy);
     authorization.reset();
     if (!next) return false;
@@ -68,7 +69,50 @@ bool Transfer::respondToChallenge(bool fromProxy) {
   return true;
 }
 
-std::optional<Authorization> Transfer::authorizationFor(const Challenge& challenge, bool fromProxy) {
+// Returns true if the answer was renewed, which the server hasn't accepted. It is remembered no more; but if
+// it was given ahead, and the server asks for another realm, it was for other paths.
+bool Transfer::reviseAnswer(Authorization& authorization, const Challenge* challenge, bool fromProxy) {
+  const auto refused = authorization.inUse();
+  const bool isMisplaced =
+      challenge && authorization.isAhead() && spaceOf(*challenge) != spaceOf(refused->challenge);
+  const bool isRenewed = challenge && authorization.renew(*challenge);
+  if (isMisplaced) {
+    // It was the only one, and doesn't count as refused.
+    std::erase_if(spacesWithCredential_, [&](const auto& space) { return space.isProxy == fromProxy; });
+  } else if (settings_.answered) {
+    settings_.answered->forget(refused);
+  }
+  return isRenewed;
+}
+
+std::string_view Transfer::guardedPath(bool fromProxy) const {
+  return fromProxy ? std::string_view() : request_->url->encodedPath();
+}
+
+// Sends the first request of a task with an answer to a challenge that was answered before. A field of the
+// host's own isn't replaced.
+void Transfer::answerAhead(bool fromProxy) {
+  if (!settings_.answered ||
+      request_->headers.value(fromProxy ? "Proxy-Authorization" : "Authorization").has_value()) {
+    return;
+  }
+  URLProtectionSpace server;
+  if (!nameServer(server, fromProxy)) return;
+  const auto known = settings_.answered->find(server, guardedPath(fromProxy));
+  if (!known) return;
+  auto answer = authorizationFor(known->challenge, fromProxy, known);
+  if (answer) (fromProxy ? proxyAuthorization_ : serverAuthorization_).emplace(*std::move(answer));
+}
+
+void Transfer::rememberAnswer(bool fromProxy) {
+  const auto& authorization = fromProxy ? proxyAuthorization_ : serverAuthorization_;
+  URLProtectionSpace server;
+  if (!settings_.answered || !authorization || !nameServer(server, fromProxy)) return;
+  settings_.answered->remember(server, guardedPath(fromProxy), authorization->inUse());
+}
+
+std::optional<Authorization> Transfer::authorizationFor(const Challenge& challenge, bool fromProxy,
+                                                        const std::shared_ptr<ChallengeInUse>& known) {
   if (spacesWithCredential_.size() >= maxChallengeResponses) return std::nullopt;
   auto told = challengeFor(spaceOf(challenge), fromProxy);
   if (!told) return std::nullopt;
@@ -77,7 +121,8 @@ std::optional<Authorization> Transfer::authorizationFor(const Challenge& challen
   const WipedAtEnd wiped(credential);
   if (!credential) return std::nullopt;
   OpenSSLRandomSource random;
-  auto authorization = Authorization::make(challenge, *credential, random);
+  auto authorization =
+      known ? Authorization::ahead(known, *credential) : Authorization::make(challenge, *credential, random);
   if (authorization) spacesWithCredential_.push_back(std::move(told->protectionSpace));
   return authorization;
 }
@@ -100,20 +145,25 @@ std::optional<URLCredential> Transfer::credentialFor(const URLAuthenticationChal
   return std::nullopt;
 }
 
-// Returns no value for a challenge of a proxy if the session has no proxy.
-std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSpace space,
-                                                                 bool fromProxy) const {
-  auto origin = originOf(*request_->url);
-  const bool isElsewhere = origin != originOf(*task_->request().url);
+// Sets all but the realm and the method. Returns false for a proxy if the session has none.
+bool Transfer::nameServer(URLProtectionSpace& space, bool fromProxy) const {
   if (fromProxy) {
     const auto& proxy = settings_.proxies.forScheme(isSecure(*request_->url));
-    if (proxy.url.empty()) return std::nullopt;
+    if (proxy.url.empty()) return false;
     nameProxy(space, proxy);
-  } else if (origin) {
+  } else if (auto origin = originOf(*request_->url)) {
     space.protocol = std::move(origin->scheme);
     space.host = std::move(origin->host);
     space.port = origin->port;
   }
+  return true;
+}
+
+// Returns no value for a challenge of a proxy if the session has no proxy.
+std::optional<URLAuthenticationChallenge> Transfer::challengeFor(URLProtectionSpace space,
+                                                                 bool fromProxy) const {
+  if (!nameServer(space, fromProxy)) return std::nullopt;
+  const bool isElsewhere = originOf(*request_->url) != originOf(*task_->request().url);
   const auto failures = std::ranges::count_if(
       spacesWithCredential_, [&](const URLProtectionSpace& each) { return isOfSameServer(each, space); });
 

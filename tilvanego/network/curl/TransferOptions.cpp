@@ -69,6 +69,12 @@ void Transfer::renewHandle() {
   if (const auto& file = settings_.configuration.additionalCertificates; !file.empty()) {
     set(curl, CURLOPT_CAINFO, file.c_str());
   }
+  if (setTLS(curl, *settings_.tls, identity()) != CURLE_OK) throw std::bad_alloc();
+}
+
+Identity Transfer::identity() const {
+  if (settings_.tls->privateKey.empty()) return Identity::hidden;
+  return originOf(*request_->url) == originOf(*task_->request().url) ? Identity::shown : Identity::hidden;
 }
 
 void Transfer::prepare(Connection connection) {

@@ -4,13 +4,19 @@
 
 #include <tilvanego/network/curl/SessionLoop.h>
 #include <tilvanego/network/curl/SessionTask.h>
+#include <tilvanego/network/curl/TLSSettings.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
 URLSession::URLSession(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate) {
   auto proxies = detail::Proxies::from(configuration.proxy);
+  auto tls = detail::readTLS(configuration);
+  auto answered = configuration.challenges == ChallengeStorage::inMemory
+                      ? std::make_shared<detail::AnsweredChallenges>()
+                      : nullptr;
   loop_ = std::make_shared<detail::SessionLoop>(
-      detail::TransferSettings{std::move(configuration), std::move(delegate), std::move(proxies)});
+      detail::TransferSettings{std::move(configuration), std::move(delegate), std::move(proxies),
+                               std::move(tls), std::move(answered)});
 }
 
 URLSession::~URLSession() { loop_->close(); }

@@ -1,0 +1,245 @@
+#include <tilvanego/network/TLSMaterial.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <fstream>
+#include <ios>
+#include <memory>
+#include <new>
+#include <span>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include <tilvanego/values/Base64.h>
+#include <tilvanego/values/Release.h>
+#include <tilvanego/values/Wiping.h>
+
+namespace tilvanego::detail {
+namespace {
+
+using support::WipedAtEnd;
+using Certificate = std::unique_ptr<X509, Release<X509_free>>;
+using Key = std::unique_ptr<EVP_PKEY, Release<EVP_PKEY_free>>;
+using Memory = std::unique_ptr<BIO, Release<BIO_free>>;
+
+constexpr std::size_t hashSize = 32;
+
+std::unexpected<TransportError> invalid(std::string_view option, std::string_view reason) {
+  std::string message("tls.");
+  message.append(option).append(" ").append(reason);
+  return std::unexpected(TransportError{TransportError::Code::invalidTLSOptions, std::move(message)});
+}
+
+/// Leaves the errors of OpenSSL on this thread as they were: they belong to its other users.
+class OwnErrors {
+ public:
+  OwnErrors() { ERR_set_mark(); }
+  OwnErrors(const OwnErrors&) = delete;
+  OwnErrors& operator=(const OwnErrors&) = delete;
+  ~OwnErrors() { ERR_pop_to_mark(); }
+
+  /// Whether a reader found no further object, rather than a damaged one.
+  static bool sayEnd() { return ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE; }
+};
+
+// Without a buffer of the stream, which nobody would wipe. The caller wipes the text.
+std::expected<std::string, TransportError> textOf(std::string_view option, const PEM& pem) {
+  if (!pem.text.empty() && !pem.file.empty()) {
+    return invalid(option, "has a text and names a file: set one of them");
+  }
+  if (pem.text.size() > maximumPEM) return invalid(option, "is longer than 1 MiB");
+  if (pem.file.empty()) return pem.text;
+  errno = 0;
+  std::ifstream stream;
+  stream.rdbuf()->pubsetbuf(nullptr, 0);
+  stream.open(pem.file, std::ios::binary);
+  std::string text(maximumPEM + 1, '\0');
+  if (stream) stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+  if (!stream.is_open() || stream.bad()) {
+    const auto reason = std::generic_category().message(errno != 0 ? errno : EIO);
+    return invalid(option, "names the file " + pem.file + ", which can't be read: " + reason);
+  }
+  if (static_cast<std::size_t>(stream.gcount()) > maximumPEM) {
+    support::wipe(text);
+    return invalid(option, "names the file " + pem.file + ", which is longer than 1 MiB");
+  }
+  text.resize(static_cast<std::size_t>(stream.gcount()));
+  return text;
+}
+
+Memory readerOf(const std::string& text) {
+  Memory reader(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+  if (!reader) throw std::bad_alloc();
+  return reader;
+}
+
+// OpenSSL wipes the memory when it is freed.
+Memory writer() {
+  Memory made(BIO_new(BIO_s_mem()));
+  if (!made) throw std::bad_alloc();
+  return made;
+}
+
+std::string textOf(const Memory& written) {
+  char* text = nullptr;
+  const auto size = BIO_get_mem_data(written.get(), &text);
+  return {text, static_cast<std::size_t>(size)};
+}
+
+// Without it, OpenSSL would ask for a passphrase on the terminal.
+int refusePassphrase(char*, int, int, void*) { return -1; }
+
+/// Returns all certificates of the text, at least one.
+std::expected<std::vector<Certificate>, TransportError> certificatesOf(std::string_view option,
+                                                                       const std::string& text) {
+  const OwnErrors errors;
+  const auto reader = readerOf(text);
+  std::vector<Certificate> certificates;
+  for (;;) {
+    Certificate next(PEM_read_bio_X509(reader.get(), nullptr, &refusePassphrase, nullptr));
+    if (!next && OwnErrors::sayEnd()) break;
+    if (!next) {
+      return invalid(option, "has a damaged certificate, number " + std::to_string(certificates.size() + 1));
+    }
+    certificates.push_back(std::move(next));
+  }
+  if (certificates.empty()) {
+    return invalid(option, "has no certificate in PEM form, which \"-----BEGIN CERTIFICATE-----\" begins");
+  }
+  return certificates;
+}
+
+/// Gives OpenSSL the passphrase of a key, and remembers what came of it.
+class Passphrase {
+ public:
+  explicit Passphrase(const TLSOptions& options) : ask_(options.passphrase) {}
+  Passphrase(const Passphrase&) = delete;
+  Passphrase& operator=(const Passphrase&) = delete;
+  ~Passphrase() { support::wipe(text_); }
+
+  static int give(char* room, int size, int /*writes*/, void* self) noexcept {
+    return static_cast<Passphrase*>(self)->copyTo(std::span(room, static_cast<std::size_t>(size)));
+  }
+
+  /// Why a key couldn't be read with it.
+  [[nodiscard]] std::string_view reason() const {
+    if (!isAsked_) return "has no private key that can be read, in PEM form";
+    if (!ask_) return "is encrypted: set tls.passphrase";
+    if (!text_) return "is encrypted, and tls.passphrase gave no passphrase";
+    if (text_->size() > maximumSize) return "is encrypted, and tls.passphrase is longer than 1023 bytes";
+    return "isn't opened by the passphrase that tls.passphrase gave";
+  }
+
+ private:
+  static constexpr std::size_t maximumSize = 1023;
+
+  // OpenSSL may ask several times.
+  int copyTo(std::span<char> room) noexcept {
+    if (!std::exchange(isAsked_, true) && ask_) {
+      try {
+        text_ = ask_();
+      } catch (...) {
+        text_.reset();
+      }
+    }
+    if (!text_ || text_->size() > std::min(room.size(), maximumSize)) return -1;
+    std::ranges::copy(*text_, room.begin());
+    return static_cast<int>(text_->size());
+  }
+
+  const std::function<std::optional<std::string>()>& ask_;
+  bool isAsked_ = false;
+  std::optional<std::string> text_;
+};
+
+std::expected<void, TransportError> readIdentity(const TLSOptions& options, TLSMaterial& material) {
+  if (!options.certificate.isSet() && !options.privateKey.isSet()) return {};
+  if (!options.privateKey.isSet()) return invalid("certificate", "needs its private key: set tls.privateKey");
+  if (!options.certificate.isSet())
+    return invalid("privateKey", "needs its certificate: set tls.certificate");
+
+  auto text = textOf("certificate", options.certificate);
+  // A private key may stand beside the certificate.
+  const WipedAtEnd wipedText(text);
+  if (!text) return std::unexpected(std::move(text.error()));
+  const auto certificates = certificatesOf("certificate", *text);
+  if (!certificates) return std::unexpected(certificates.error());
+  auto keyText = textOf("privateKey", options.privateKey);
+  const WipedAtEnd wipedKey(keyText);
+  if (!keyText) return std::unexpected(std::move(keyText.error()));
+
+  const OwnErrors errors;
+  Passphrase passphrase(options);
+  const Key key(PEM_read_bio_PrivateKey(readerOf(*keyText).get(), nullptr, &Passphrase::give, &passphrase));
+  if (!key) return invalid("privateKey", passphrase.reason());
+  if (X509_check_private_key(certificates->front().get(), key.get()) != 1) {
+    return invalid("privateKey", "isn't the key of the first certificate of tls.certificate");
+  }
+  const auto written = writer();
+  for (const auto& certificate : *certificates) {
+    if (PEM_write_bio_X509(written.get(), certificate.get()) != 1) throw std::bad_alloc();
+  }
+  material.certificates = textOf(written);
+  const auto writtenKey = writer();
+  if (PEM_write_bio_PrivateKey(writtenKey.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr) != 1) {
+    return invalid("privateKey", "has a kind of key that can't be used");
+  }
+  material.privateKey = textOf(writtenKey);
+  return {};
+}
+
+std::expected<std::string, TransportError> pinsOf(const std::vector<std::string>& keys) {
+  std::string pins;
+  for (std::size_t index = 0; index < keys.size(); ++index) {
+    const auto hash = base64Decode(keys[index]);
+    if (!hash || hash->size() != hashSize) {
+      return invalid("pinnedKeys",
+                     "has an entry, number " + std::to_string(index + 1) +
+                         ", that isn't the base64 of a SHA-256 hash: 44 characters, the last \"=\"");
+    }
+    if (!pins.empty()) pins.push_back(';');
+    // Encoded again, because libcurl compares texts, and unused bits may be set.
+    pins.append("sha256//").append(base64Encode(*hash));
+  }
+  return pins;
+}
+
+}  // namespace
+
+std::expected<TLSMaterial, TransportError> TLSMaterial::read(const TLSOptions& options) {
+  TLSMaterial material;
+  material.lowestVersion = options.lowestVersion;
+  auto pins = pinsOf(options.pinnedKeys);
+  if (!pins) return std::unexpected(std::move(pins.error()));
+  material.pinnedKeys = *std::move(pins);
+  if (options.authorities.isSet()) {
+    auto text = textOf("authorities", options.authorities);
+    if (!text) return std::unexpected(std::move(text.error()));
+    if (auto read = certificatesOf("authorities", *text); !read)
+      return std::unexpected(std::move(read.error()));
+    material.authorities = *std::move(text);
+  }
+  if (auto read = readIdentity(options, material); !read) return std::unexpected(std::move(read.error()));
+  return material;
+}
+
+}  // namespace tilvanego::detail
+
+namespace [[gnu::visibility("default")]] tilvanego {
+
+std::expected<void, TransportError> TLSOptions::check() const {
+  auto material = detail::TLSMaterial::read(*this);
+  if (!material) return std::unexpected(std::move(material.error()));
+  return {};
+}
+
+}  // namespace tilvanego
