@@ -2,10 +2,15 @@
 #include <atomic>
 #include <chrono>
 #include <deque>
+#include <future>
 #include <map>
 #include <thread>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <tilvanego/http_client/InterceptorChain.h>
+#include <tilvanego/http_client/PauseTimer.h>
 #include <tilvanego/http_client/RetryPolicy.h>
 #include <tilvanego/network/TransportError.h>
 #include <tilvanego/network/URLSession.h>
@@ -256,6 +261,23 @@ TEST(InterceptorChain, CallsItsInterceptorsInOrder) {
   EXPECT_EQ(client.run<Empty>().error().code(), ErrorResponse::requestRefused);
   EXPECT_EQ(second->takeEvents(), std::vector<std::string>{"main: didComplete refused"});
 }
+
+#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
+TEST(PauseTimer, EndsPausesOfAForkedChildToo) {
+  std::promise<void> ended;
+  detail::PauseTimer::ofProcess()->after(0ms, [&] { ended.set_value(); });
+  ended.get_future().wait();
+  const auto child = fork();
+  if (child == 0) {
+    alarm(60);
+    detail::PauseTimer::ofProcess()->after(0ms, [] { _exit(0); });
+    for (;;) pause();
+  }
+  int status = 1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+}
+#endif
 
 }  // namespace
 }  // namespace tilvanego::test

@@ -5,6 +5,8 @@
 #include <iterator>
 #include <thread>
 
+#include <sys/stat.h>
+
 #include <tilvanego/http_client/FileSink.h>
 #include <tilvanego/http_client/FileSource.h>
 #include <tilvanego/http_client/RetryPolicy.h>
@@ -133,7 +135,7 @@ TEST_F(Streams, AWholeDownloadLeavesTheWholeFileOrTheEarlierOne) {
                                       {"/half", "body of /file"},
                                       {"/error", "body of /file"},
                                       {"/away", "body of /there"},
-                                      {"/none", ""}}) {
+                                      {"/none", "body of /there"}}) {
     const auto result = download(server.url(path), FileSink::Mode::whole);
     EXPECT_EQ(contentOf(file), content) << path;
     EXPECT_FALSE(hasPart()) << path;
@@ -146,6 +148,22 @@ TEST_F(Streams, AWholeDownloadLeavesTheWholeFileOrTheEarlierOne) {
   const auto builder = request("GET", server.url("/file"));
   builder->setBodySink(std::make_shared<FileSink>(directory.path() / "missing" / "file"));
   EXPECT_EQ(builder.send().error().code(), ErrorResponse::transportFailed);
+}
+
+TEST_F(Streams, WhatLiesWhereAFileOrItsPartBelongsIsNoTrap) {
+  const LoopbackServer server([](const ReceivedRequest&) { return response(200, "the file"); });
+  const std::string part = file.string() + ".part";
+  std::filesystem::create_directory(file);
+  EXPECT_FALSE(download(server.url(), FileSink::Mode::whole));
+  std::filesystem::remove(file);
+  ASSERT_EQ(mkfifo(part.c_str(), S_IRUSR | S_IWUSR), 0);
+  EXPECT_FALSE(download(server.url(), FileSink::Mode::resumed));
+  std::filesystem::remove(part);
+  std::ofstream(part) << "the";
+  std::ofstream(part + ".etag") << std::string_view("\"\0\0\"", 4);
+  EXPECT_TRUE(download(server.url(), FileSink::Mode::resumed));
+  EXPECT_EQ(server.requests().back().header("Range"), std::nullopt);
+  EXPECT_EQ(contentOf(file), "the file");
 }
 
 TEST_F(Streams, RetriesResumeAFile) {
