@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <ios>
 #include <memory>
@@ -64,8 +65,12 @@ std::expected<std::string, TransportError> textOf(std::string_view option, const
   stream.open(pem.file, std::ios::binary);
   std::string text(maximumPEM + 1, '\0');
   if (stream) stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  if (!stream.is_open() || stream.bad()) {
-    const auto reason = std::generic_category().message(errno != 0 ? errno : EIO);
+  const int cause = errno != 0 ? errno : EIO;
+  // libc++ reads a directory as an empty file.
+  std::error_code ignored;
+  const bool isDirectory = std::filesystem::is_directory(pem.file, ignored);
+  if (!stream.is_open() || stream.bad() || isDirectory) {
+    const auto reason = std::generic_category().message(isDirectory ? EISDIR : cause);
     return invalid(option, "names the file " + pem.file + ", which can't be read: " + reason);
   }
   if (static_cast<std::size_t>(stream.gcount()) > maximumPEM) {
