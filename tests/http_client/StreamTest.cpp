@@ -238,6 +238,39 @@ TEST_F(Streams, ASinkHoldsTheServerUpAndMemoryStaysBounded) {
   }
 }
 
+// Cancels its request in its first piece.
+class CancellingSink final : public BodySink {
+ public:
+  explicit CancellingSink(std::shared_ptr<RequestTask> task) : task_(std::move(task)) {}
+  std::expected<void, Failure> begin(const HTTPURLResponse&, GoOn) override { return {}; }
+  std::expected<Flow, Failure> write(std::span<const std::uint8_t>) override {
+    ++pieces;
+    task_->cancel();
+    return Flow::goOn;
+  }
+  std::expected<void, Failure> finish() override { return {}; }
+  int pieces = 0;
+
+ private:
+  const std::shared_ptr<RequestTask> task_;
+};
+
+TEST_F(Streams, ACancelledRequestGivesItsSinkNoFurtherPiece) {
+  const auto large = response(200, varied(5'000'000));
+  const LoopbackServer server([&](const ReceivedRequest&) { return large; });
+  for (const bool blocks : {false, true}) {
+    const auto builder = request("GET", server.url());
+    const auto sink = std::make_shared<CancellingSink>(builder->requestTask);
+    builder->setBodySink(sink);
+    if (blocks) {
+      EXPECT_EQ(codeOf(builder.send()), Code::cancelled);
+    } else {
+      EXPECT_THROW(builder.execute().wait(client.queue), ErrorResponse);
+    }
+    EXPECT_EQ(sink->pieces, 1) << blocks;
+  }
+}
+
 TEST_F(Streams, AHeldResponseIsCancelledOrEndsByItsDeadline) {
   const auto large = response(200, varied(5'000'000));
   const LoopbackServer server([&](const ReceivedRequest&) { return large; });

@@ -278,6 +278,10 @@ bool Transfer::appendToBody(std::string_view bytes) {
     refuse(Code::bodyTooLarge, "the answer's body is larger than is allowed");
     return false;
   }
+  if (streams_ && task_->isCancelled()) {
+    refuse(Code::cancelled, "the task was cancelled");
+    return false;
+  }
   if (streams_) return writeToSink(bytes);
   body_.append(bytes.data(), bytes.size());
   return true;
