@@ -47,7 +47,7 @@ class BlockingLibrary final : public Client {
       std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
           "", OstrelTilvanePoiModelsAPIConfiguration::Headers(), std::nullopt,
           std::make_shared<RequestBuilderFactoryWithSession<>>(
-              std::make_shared<URLSession>(URLSessionConfiguration{.proxy = ""})),
+              std::make_shared<URLSession>(URLSessionConfiguration{.proxy = "", .maximumBodySize = 0})),
           queue_, std::make_shared<CodableHelper>(), StatusCodeRange(),
           std::make_shared<DefaultOpenAPIInterceptor>());
   const RequestBuilderOf<Bytes> builder_;
