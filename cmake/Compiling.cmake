@@ -24,6 +24,11 @@ function(tilvanego_compile_options target)
       target_compile_options(${target} PRIVATE -Wno-restrict)
     endif()
   endif()
+  if(CMAKE_UNITY_BUILD)
+    # Files that are compiled as one: the names of one hide those of another, and none is the main file. Builds
+    # without it see each file as it is.
+    target_compile_options(${target} PRIVATE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  endif()
   if(TILVANEGO_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -11,12 +11,12 @@ namespace {
 using Events = std::vector<std::string>;
 using namespace std::chrono_literals;
 
-const URL done = parsedURL("shop://done");
+const URL callbackURL = parsedURL("shop://done");
 const URL approved = parsedURL("shop://done?status=approved");
 constexpr auto cancelled = "cancelled while it was awaited; the payment application was not told";
 
 template <OperationKind kind>
-Till await(TestHost& host, OperationWaiting waiting, URL url = done) {
+Till await(TestHost& host, OperationWaiting waiting, URL url = callbackURL) {
   try {
     auto task = ((*host.sdk).*operationFunctions<kind>.await)(fullRequest<kind>(url), std::move(waiting));
     const auto result = co_await std::move(task);
@@ -37,7 +37,7 @@ struct Play : TestHost {
   void callBack() { EXPECT_TRUE(sdk->handleCallback(approved)); }
   /// Another payment, which nothing that belongs to the awaited one may end.
   void startAnother() {
-    sdk->startPayment(fullRequest<OperationKind::payment>(done), noting(*this, "another"));
+    sdk->startPayment(fullRequest<OperationKind::payment>(callbackURL), noting(*this, "another"));
   }
   void whileOpening(std::function<void()> act) {
     application->setOnOpen([act = std::move(act)](const URL&) { act(); });
@@ -211,13 +211,14 @@ TEST(AwaitedOperations, OfTwoKindsWaitSideBySide) {
 
 TEST(AwaitedOperations, LeaveTheOverloadsWithACompletionAsTheyWere) {
   TestHost host;
-  host.sdk->startPayment(fullRequest<OperationKind::payment>(done), {});
-  host.sdk->startPayment(fullRequest<OperationKind::payment>(done), PaymentLaunchTransport::gzip(), {});
-  host.sdk->reboot(fullRequest<OperationKind::reboot>(done), nullptr);
+  host.sdk->startPayment(fullRequest<OperationKind::payment>(callbackURL), {});
+  host.sdk->startPayment(fullRequest<OperationKind::payment>(callbackURL), PaymentLaunchTransport::gzip(),
+                         {});
+  host.sdk->reboot(fullRequest<OperationKind::reboot>(callbackURL), nullptr);
   host.sdk->cancelPendingPayment();
   host.takeEvents();
-  auto task =
-      host.sdk->startPayment(fullRequest<OperationKind::payment>(done), PaymentLaunchTransport::gzip());
+  auto task = host.sdk->startPayment(fullRequest<OperationKind::payment>(callbackURL),
+                                     PaymentLaunchTransport::gzip());
   EXPECT_EQ(host.takeEvents(), Events{}) << "a task begins when it is awaited";
   detach([](Task<PaymentResult> payment) -> Task<void> { co_await std::move(payment); }(std::move(task)));
   EXPECT_NE(host.application->openedURLs().back().absoluteString().find("transport=gzip"), std::string::npos);
@@ -247,7 +248,7 @@ TEST(AwaitedOperations, ThatCannotBeTimedAreNotStarted) {
     const auto sdk = detail::FacadeAccess::make(std::move(platform));
     std::string thrown;
     detach([](TilvaneGo& instance, StopToken stop, std::string& what) -> Task<void> {
-      auto payment = instance.startPayment(fullRequest<OperationKind::payment>(done),
+      auto payment = instance.startPayment(fullRequest<OperationKind::payment>(callbackURL),
                                            OperationWaiting(std::move(stop), 1s));
       try {
         co_await std::move(payment);

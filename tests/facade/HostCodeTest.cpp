@@ -1,6 +1,6 @@
 #include <thread>
 
-#include "tests/facade/HookedHost.h"
+#include "tests/facade/RestartedHost.h"
 #include "tests/support/AllocationCount.h"
 #include "tests/support/Kinds.h"
 #include "tests/support/Test.h"
@@ -8,12 +8,7 @@
 namespace tilvanego::test {
 namespace {
 
-using Names = std::vector<std::string>;
-using Transport = PaymentLaunchTransport;
-
-const URL done = parsedURL("shop://done");
-
-PaymentRequest payment(const std::string& id) { return fullRequest<OperationKind::payment>(done, id); }
+PaymentRequest requestOf(const std::string& id) { return fullRequest<payment>(done, id); }
 
 /// Notes "ID SUMMARY" of each result.
 struct Ends {
@@ -81,10 +76,10 @@ TEST(HostCode, AnAnswerReadForACancelledPaymentEndsNoOther) {
   for (const Port port : {Port::clock, Port::pasteboardRead, Port::pasteboardWrite}) {
     HookedHost host;
     Ends ends;
-    host.sdk->startPayment(payment("1"), ends.of("1"));
+    host.sdk->startPayment(requestOf("1"), ends.of("1"));
     const auto replace = [&] {
       host.sdk->cancelPendingPayment();
-      host.sdk->startPayment(payment("2"), ends.of("2"));
+      host.sdk->startPayment(requestOf("2"), ends.of("2"));
     };
     const URL callback = sealedResult(host, "1");
     host.hook = once(port, 1, replace);
@@ -104,7 +99,7 @@ TEST(HostCode, MayEndTheURLThatItsCallIsAbout) {
   HookedHost host;
   Ends ends;
   host.sdk->initialize(fullRequest<OperationKind::initialization>(parsedURL("shop://ready")), nullptr);
-  host.sdk->startPayment(payment("1"), ends.of("1"));
+  host.sdk->startPayment(requestOf("1"), ends.of("1"));
   auto url = std::make_unique<URL>(parsedURL("shop://done?status=approved&long=enough-to-be-on-the-heap"));
   host.hook = [&](Port, std::string_view) { url.reset(); };
   EXPECT_TRUE(host.sdk->handleCallback(*url));
@@ -145,7 +140,7 @@ TEST(HostCode, APortThatThrowsFailsAsItCouldHaveAndLeavesNoSlotTaken) {
       if (called == Port::logger) messages += text;
       if (called == port) fail();
     };
-    EXPECT_NO_THROW(host.sdk->startPayment(payment("1"), transport, ends.of("1")));
+    EXPECT_NO_THROW(host.sdk->startPayment(requestOf("1"), transport, ends.of("1")));
     if (throwing == Port::application) {
       EXPECT_EQ(ends.names, Names{}) << "told in a later turn, as any link that isn't opened";
       host.handlers.front()(false);
@@ -165,7 +160,7 @@ TEST(HostCode, AnAllocationThatFailsDuringALaunchLeavesNoSlotTaken) {
       SCOPED_TRACE(transport.text() + " " + std::to_string(number));
       HookedHost host;
       Ends ends;
-      auto request = payment("1");
+      auto request = requestOf("1");
       auto completion = ends.of("1");
       bool threw = false;
       failAllocation(number);
@@ -190,7 +185,7 @@ TEST(HostCode, AnOpenThatThrowsAfterItsReportIsAsItWasReported) {
     host.handlers.front()(true);
     fail();
   });
-  EXPECT_NO_THROW(host.sdk->startPayment(payment("1"), ends.of("1")));
+  EXPECT_NO_THROW(host.sdk->startPayment(requestOf("1"), ends.of("1")));
   host.loop.runPending();
   EXPECT_EQ(ends.names, Names{});
   EXPECT_TRUE(host.sdk->isPaymentInProgress());
@@ -203,7 +198,7 @@ TEST(HostCode, AClockOrPasteboardThatThrowsFailsTheAnswerThatNeedsIt) {
   for (const auto& [port, error] : {std::pair{Port::pasteboardRead, missing}, {Port::clock, undecided}}) {
     HookedHost host;
     Ends ends;
-    host.sdk->startPayment(payment("1"), ends.of("1"));
+    host.sdk->startPayment(requestOf("1"), ends.of("1"));
     const URL callback = sealedResult(host, "1");
     host.hook = [throwing = port](Port called, std::string_view) {
       if (called == throwing) fail();
@@ -213,7 +208,7 @@ TEST(HostCode, AClockOrPasteboardThatThrowsFailsTheAnswerThatNeedsIt) {
   }
   HookedHost host;
   Ends ends;
-  host.sdk->startPayment(payment("1"), ends.of("1"));
+  host.sdk->startPayment(requestOf("1"), ends.of("1"));
   const URL callback = sealedResult(host, "1");
   host.hook = once(Port::pasteboardWrite, 1, fail);
   EXPECT_TRUE(host.sdk->handleCallback(callback)) << "an answer that can't be cleared is an answer";
@@ -225,9 +220,9 @@ TEST(HostCode, WhatACompletionThrowsLeavesByTheCallThatRanIt) {
   const auto throwing = [](const PaymentResult&) { fail(); };
   const auto startAgain = [&] {
     EXPECT_FALSE(host.sdk->isPaymentInProgress()) << "the slot is empty by then";
-    host.sdk->startPayment(payment("1"), throwing);
+    host.sdk->startPayment(requestOf("1"), throwing);
   };
-  EXPECT_THROW(host.sdk->startPayment(payment(""), throwing), std::runtime_error);
+  EXPECT_THROW(host.sdk->startPayment(requestOf(""), throwing), std::runtime_error);
   startAgain();
   EXPECT_THROW(static_cast<void>(host.sdk->handleCallback(done)), std::runtime_error);
   startAgain();
@@ -249,7 +244,7 @@ TEST(HostCodeDeathTest, AMainQueueThatThrowsEndsTheProcessByItsName) {
         Platform platform = host.platform();
         platform.mainQueue = &full;
         const auto sdk = detail::FacadeAccess::make(std::move(platform));
-        sdk->startPayment(payment("1"), nullptr);
+        sdk->startPayment(requestOf("1"), nullptr);
         host.handlers.front()(true);
       },
       "MainQueue::post threw std::runtime_error");
@@ -262,10 +257,10 @@ TEST(WithoutAPasteboard, APaymentByItEndsAtOnceAndAnAnswerByItIsMissing) {
   Platform platform = host.platform();
   platform.pasteboard = nullptr;
   const auto sdk = detail::FacadeAccess::make(std::move(platform));
-  sdk->startPayment(payment("1"), Transport::pasteboard(), ends.of("1"));
+  sdk->startPayment(requestOf("1"), Transport::pasteboard(), ends.of("1"));
   EXPECT_EQ(ends.names, Names{unavailable});
   EXPECT_EQ(host.opened, Names{});
-  sdk->startPayment(payment("2"), ends.of("2"));
+  sdk->startPayment(requestOf("2"), ends.of("2"));
   EXPECT_TRUE(sdk->handleCallback(callback));
   EXPECT_EQ(ends.names.back(), "2 failure(pasteboardHandoffMissing: Pasteboard handoff payload is missing.)");
 }
@@ -291,8 +286,8 @@ TEST(WithoutAPortDeathTest, TheProcessEndsWithTheNameOfWhatIsMissing) {
 
 TEST(StartPayment, WithoutACompletionIsAPaymentAllTheSame) {
   TestHost host;
-  host.sdk->startPayment(payment("A-1"), nullptr);
-  host.sdk->startPayment(payment("A-1"), nullptr);
+  host.sdk->startPayment(requestOf("A-1"), nullptr);
+  host.sdk->startPayment(requestOf("A-1"), nullptr);
   EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved")));
   host.sdk->sendRequest("", "", "", "", "", "", "", nullptr);
   EXPECT_FALSE(host.sdk->isPaymentInProgress());
@@ -321,7 +316,7 @@ TEST(StartPaymentDeathTest, FromAnotherThreadEndsTheProcessWithAMessage) {
       {
         TestHost host;
         host.loop.runPending();
-        std::thread([&] { host.sdk->startPayment(payment("A-1"), nullptr); }).join();
+        std::thread([&] { host.sdk->startPayment(requestOf("A-1"), nullptr); }).join();
       },
       "startPayment was called from another thread than the main thread");
 }

@@ -7,8 +7,6 @@
 namespace tilvanego::test {
 namespace {
 
-const URL other = parsedURL("shop://other");
-
 TEST(AResumedOperation, TakesNoOtherCallbackThanTheKeptOne) {
   struct Case {
     URL callback;

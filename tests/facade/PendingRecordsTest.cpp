@@ -8,8 +8,6 @@
 namespace tilvanego::test {
 namespace {
 
-const URL other = parsedURL("shop://other");
-
 TEST(PendingRecords, ReplaceAndRemoveNoTextThatWasNotRead) {
   struct Obstacle {
     std::string call;

@@ -10,7 +10,7 @@
 namespace tilvanego::sandbox {
 namespace {
 
-LaunchLink linkOf(const std::string& operationAndItems, const std::string& returnURL = "shop://done") {
+LaunchLink readLink(const std::string& operationAndItems, const std::string& returnURL = "shop://done") {
   auto link = LaunchLink::read(
       *URL::parse("tilvanego://payment/v1/" + operationAndItems + "&return_url=" + returnURL));
   EXPECT_TRUE(link) << link.error().message;
@@ -22,8 +22,8 @@ TEST(Response, HasTheFieldsThatItsOutcomeComesTo) {
     Outcome outcome;
     std::string_view names;
   };
-  const LaunchLink payment =
-      linkOf("start?request_id=1&amount=1&type=sale&currency=EUR&require_reader_ready=true&custom_id=c%261");
+  const LaunchLink payment = readLink(
+      "start?request_id=1&amount=1&type=sale&currency=EUR&require_reader_ready=true&custom_id=c%261");
   for (const auto& [outcome, names] : {
            Case{Outcome::approve, "processor_message approval_code transaction_id custom_id "},
            Case{Outcome::decline, "processor_message transaction_id custom_id "},
@@ -40,7 +40,7 @@ TEST(Response, HasTheFieldsThatItsOutcomeComesTo) {
 template <typename Result>
 auto approved(Result (*parse)(URL, const std::optional<std::string>&, const std::optional<URL>&),
               const std::string& operationAndItems) {
-  return parse(**respond(linkOf(operationAndItems), Outcome::approve), {}, {})->response().value();
+  return parse(**respond(readLink(operationAndItems), Outcome::approve), {}, {})->response().value();
 }
 
 TEST(Response, HoldsWhatTheOperationIsFor) {
@@ -63,7 +63,7 @@ TEST(Response, HoldsWhatTheOperationIsFor) {
 
 TEST(Response, KeepsWhatTheHostPutIntoItsURL) {
   const LaunchLink link =
-      linkOf("reboot?request_id=%26%201", "shop://u@done:8/a%25252Fb?x=%252526%2526%26flag%23top");
+      readLink("reboot?request_id=%26%201", "shop://u@done:8/a%25252Fb?x=%252526%2526%26flag%23top");
   EXPECT_EQ((*respond(link, Outcome::approve))->absoluteString(),
             "shop://u@done:8/a%252Fb?x=%2526%26&flag&request_id=%26%201&status=rebooted&response_code=0&"
             "reader_serial=SANDBOX-0001#top");
@@ -71,7 +71,7 @@ TEST(Response, KeepsWhatTheHostPutIntoItsURL) {
 
 TEST(Response, IsTheSameForTheSameRequestAndAnotherForAnother) {
   const auto itemsOf = [](const std::string& requestId) {
-    return responseItems(linkOf("capture?amount=1&transaction_id=T&request_id=" + requestId),
+    return responseItems(readLink("capture?amount=1&transaction_id=T&request_id=" + requestId),
                          Outcome::approve);
   };
   EXPECT_EQ(itemsOf("1"), itemsOf("1"));
@@ -81,7 +81,7 @@ TEST(Response, IsTheSameForTheSameRequestAndAnotherForAnother) {
 }
 
 TEST(Response, RefusesWhatTheRequestCantBeAnsweredWith) {
-  const LaunchLink list = linkOf("getTransactionList?x=");
+  const LaunchLink list = readLink("getTransactionList?x=");
   EXPECT_EQ(respond(list, Outcome::wrongId).error().message,
             "the outcome wrong-id needs a request with an id");
   EXPECT_EQ(respond(list, Outcome::tampered).error().message,
@@ -98,8 +98,8 @@ TEST(Response, RefusesWhatTheRequestCantBeAnsweredWith) {
 }
 
 TEST(Response, WithoutAnAmountIsAnApproval) {
-  EXPECT_EQ(usualOutcome(linkOf("reboot?request_id=1")), Outcome::approve);
-  EXPECT_EQ(usualOutcome(linkOf("clear_data?request_id=1&amount=3.01")), Outcome::decline);
+  EXPECT_EQ(usualOutcome(readLink("reboot?request_id=1")), Outcome::approve);
+  EXPECT_EQ(usualOutcome(readLink("clear_data?request_id=1&amount=3.01")), Outcome::decline);
 }
 
 Outcome outcomeOf(std::string_view amount) { return outcomeForAmount(*Decimal::parse(amount)); }

@@ -113,8 +113,8 @@ std::string_view caseOf(const Spellings& one, Outcome outcome) {
 }
 
 /// A host and the payment application that answers its links.
-struct Rehearsal {
-  explicit Rehearsal(Outcome outcome = Outcome::approve)
+struct RehearsedOperation {
+  explicit RehearsedOperation(Outcome outcome = Outcome::approve)
       : sandbox(host.loop, [this](const URL& url) {
           callback = url;
           EXPECT_TRUE(host.sdk->handleCallback(url));
@@ -159,7 +159,7 @@ TEST(Spellings, EachWordIsRehearsedAndUnderstood) {
       EXPECT_EQ(statusWords(fromRawText<Operation>(one.kind).value(), outcome), words) << one.kind;
       const bool hasCode = one.kind != "payment" && one.kind != "initialization";
       for (const std::string_view word : words) {
-        Rehearsal rehearsal(outcome);
+        RehearsedOperation rehearsal(outcome);
         rehearsal.sandbox.setWord(std::string(word));
         const std::string result = rehearsal.run(test::kindNamed(one.kind));
         const std::string text =
@@ -175,10 +175,12 @@ TEST(Spellings, EachWordIsRehearsedAndUnderstood) {
 TEST(Spellings, OfNoWordAreAFailureOrNoCallback) {
   for (const test::Kind& kind : test::allKinds()) {
     const std::string failure = "failure(" + std::string(kind.name) + "Failed";
-    EXPECT_TRUE(Rehearsal(Outcome::unknownStatus).run(kind).starts_with(failure)) << kind.name;
-    EXPECT_TRUE(Rehearsal(Outcome::noStatus).run(kind).starts_with("failure(missingStatus")) << kind.name;
-    EXPECT_TRUE(Rehearsal(Outcome::wrongId).run(kind).ends_with("Expected A-1, received A-1-other.)+"));
-    EXPECT_EQ(Rehearsal(Outcome::silent).run(kind), "");
+    EXPECT_TRUE(RehearsedOperation(Outcome::unknownStatus).run(kind).starts_with(failure)) << kind.name;
+    EXPECT_TRUE(RehearsedOperation(Outcome::noStatus).run(kind).starts_with("failure(missingStatus"))
+        << kind.name;
+    EXPECT_TRUE(
+        RehearsedOperation(Outcome::wrongId).run(kind).ends_with("Expected A-1, received A-1-other.)+"));
+    EXPECT_EQ(RehearsedOperation(Outcome::silent).run(kind), "");
   }
 }
 
@@ -186,9 +188,9 @@ TEST(Spellings, EachOfAKeyIsRehearsedAndUnderstood) {
   for (const auto& [kind, fields, words] : protocol()) {
     std::set<std::string, std::less<>> seen, expected;
     for (const Outcome outcome : {Outcome::approve, Outcome::fail}) {
-      const std::string usual = Rehearsal(outcome).run(test::kindNamed(kind));
+      const std::string usual = RehearsedOperation(outcome).run(test::kindNamed(kind));
       for (const KeySpelling spelling : allCases<KeySpelling>()) {
-        Rehearsal rehearsal(outcome);
+        RehearsedOperation rehearsal(outcome);
         rehearsal.sandbox.setKeys(spelling);
         EXPECT_EQ(rehearsal.run(test::kindNamed(kind)), usual) << kind << " " << rawText(spelling);
         const auto items = rehearsal.callback->queryItems().value();

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view token = "s3cret";
 
-PaymentRequest request() {
+PaymentRequest wholeRequest() {
   return PaymentRequest({.requestId = "A|1",
                          .amount = *Decimal::parse("12.50"),
                          .tip = Decimal(1),
@@ -39,7 +39,7 @@ PaymentLaunchTransport launchBy(Transport transport) {
 struct Payment {
   explicit Payment(Transport transport) {
     host.clock->stopAt(Date::fromSecondsSince1970(1'700'000'000.75));
-    host.sdk->startPayment(request(), launchBy(transport),
+    host.sdk->startPayment(wholeRequest(), launchBy(transport),
                            [this](const PaymentResult& payment) { result = payment; });
     link = host.application->openedURLs().at(0);
   }

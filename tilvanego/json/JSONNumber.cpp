@@ -13,11 +13,15 @@
 #include <cstdlib>
 #ifdef __APPLE__
 #include <xlocale.h>
+
+#include <tilvanego/values/ASCII.h>
 #endif
 #endif
 
 namespace tilvanego::json::detail {
 namespace {
+
+using tilvanego::detail::isDigit;
 
 // The powers of ten and the integers that a double holds exactly. With both, one multiplication or division
 // rounds once, so the result is the nearest double (W. D. Clinger, "How to read floating point numbers
@@ -29,8 +33,6 @@ constexpr std::uint64_t largestExactInteger = std::uint64_t{1} << 53;
 constexpr std::int64_t maxMantissaDigits = 19;
 // Larger than the number of digits of any text in memory.
 constexpr std::int64_t exponentCeiling = 1'000'000'000'000'000;
-
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Whether the magnitude is less than 1: distinguishes a number too small for a double from one too large.
 bool isBelowOne(const JSONNumber& number) { return number.digits + number.exponent <= 0; }

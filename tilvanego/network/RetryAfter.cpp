@@ -6,6 +6,7 @@
 #include <span>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Integer.h>
 
 namespace tilvanego::detail {
@@ -14,8 +15,6 @@ namespace {
 using std::chrono::sys_seconds;
 
 constexpr std::chrono::seconds longestWait = std::chrono::years(1);
-
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 /// Reads a text from its start. Each function returns false if the text goes on otherwise.
 class Scanner {

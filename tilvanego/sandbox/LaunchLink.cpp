@@ -29,11 +29,6 @@ std::expected<const LinkForm*, SandboxError> formOf(const URL& link) {
   return form;
 }
 
-const QueryItem* find(const std::vector<QueryItem>& items, std::string_view name) {
-  const auto found = std::ranges::find(items, name, &QueryItem::name);
-  return found == items.end() ? nullptr : &*found;
-}
-
 std::expected<std::vector<QueryItem>, SandboxError> queryItems(const URL& link) {
   // More than any real link has. The limit keeps the search for duplicates short: it compares each item with
   // all before it.
@@ -48,7 +43,8 @@ std::expected<std::vector<QueryItem>, SandboxError> queryItems(const URL& link) 
       return wrong("the link's item " + inQuotes(item.name) +
                    (raw.value ? " has a value that is no percent-encoded UTF-8" : " has no value"));
     }
-    if (find(items, item.name) != nullptr) return wrong("the link has " + inQuotes(item.name) + " twice");
+    if (itemNamed(item.name, items) != nullptr)
+      return wrong("the link has " + inQuotes(item.name) + " twice");
     if (items.size() == maxItems)
       return wrong("the link has more than " + std::to_string(maxItems) + " items");
     items.push_back(std::move(item));
@@ -59,7 +55,7 @@ std::expected<std::vector<QueryItem>, SandboxError> queryItems(const URL& link) 
 /// The transport of a link's request. Only the link of a payment may have another one than its own items.
 std::expected<Transport, SandboxError> transportOf(const LinkForm& form,
                                                    const std::vector<QueryItem>& items) {
-  const QueryItem* named = form.operation == Operation::payment ? find(items, "transport") : nullptr;
+  const QueryItem* named = form.operation == Operation::payment ? itemNamed("transport", items) : nullptr;
   if (named == nullptr) return Transport::url;
   const auto transport = fromRawText<Transport>(*named->value);
   if (!transport || transport == Transport::url)
@@ -68,7 +64,7 @@ std::expected<Transport, SandboxError> transportOf(const LinkForm& form,
 }
 
 std::expected<URL, SandboxError> callbackURL(const std::vector<QueryItem>& items) {
-  const QueryItem* item = find(items, "return_url");
+  const QueryItem* item = itemNamed("return_url", items);
   if (item == nullptr) return wrong("the link has no return_url");
   auto url = URL::parse(*item->value);
   if (!url)
@@ -123,7 +119,7 @@ LaunchLink& LaunchLink::operator=(LaunchLink other) noexcept {
 LaunchLink::~LaunchLink() { detail::wipe(items_); }
 
 std::optional<std::string_view> LaunchLink::item(std::string_view name) const {
-  const QueryItem* found = find(items_, name);
+  const QueryItem* found = itemNamed(name, items_);
   if (found == nullptr) return std::nullopt;
   return *found->value;
 }

@@ -9,6 +9,7 @@
 #include <tilvanego/frame/Validation.h>
 #include <tilvanego/operations/Operations.h>
 #include <tilvanego/payment/PaymentTransactionType.h>
+#include <tilvanego/sandbox/Carried.h>
 #include <tilvanego/sandbox/ShownText.h>
 #include <tilvanego/values/Decimal.h>
 #include <tilvanego/values/Integer.h>
@@ -150,20 +151,16 @@ constexpr std::array forms{
 static_assert(std::ranges::equal(forms, operationKinds, {}, &LinkForm::operation),
               "each operation has a row, in the order of the list");
 
-const QueryItem* find(const std::vector<QueryItem>& items, std::string_view name) {
-  const auto found = std::ranges::find(items, name, &QueryItem::name);
-  return found == items.end() ? nullptr : &*found;
-}
-
-std::unexpected<SandboxError> wrong(const std::string& what) {
-  return std::unexpected(SandboxError{"the link" + what});
-}
-
 }  // namespace
 
 const LinkForm* formWithPath(std::string_view path) {
   const auto* form = std::ranges::find(forms, path, &LinkForm::path);
   return form == forms.end() ? nullptr : form;
+}
+
+const QueryItem* itemNamed(std::string_view name, const std::vector<QueryItem>& items) {
+  const auto found = std::ranges::find(items, name, &QueryItem::name);
+  return found == items.end() ? nullptr : &*found;
 }
 
 bool hasItem(Operation operation, std::string_view name) {
@@ -173,25 +170,26 @@ bool hasItem(Operation operation, std::string_view name) {
 
 std::expected<void, SandboxError> checkPresence(const LinkForm& form, const std::vector<QueryItem>& items) {
   const bool hasCredentials = std::ranges::any_of(form.items, [&](const ItemForm& item) {
-    return item.presence == Presence::withOthers && find(items, item.name) != nullptr;
+    return item.presence == Presence::withOthers && itemNamed(item.name, items) != nullptr;
   });
   for (const ItemForm& item : form.items) {
     const bool isNeeded =
         item.presence == Presence::required || (item.presence == Presence::withOthers && hasCredentials);
-    if (isNeeded && find(items, item.name) == nullptr) return wrong(" has no " + std::string(item.name));
+    if (isNeeded && itemNamed(item.name, items) == nullptr)
+      return wrong("the link has no " + std::string(item.name));
   }
   return {};
 }
 
 std::expected<void, SandboxError> checkValues(const LinkForm& form, const std::vector<QueryItem>& items) {
   for (const ItemForm& item : form.items) {
-    const QueryItem* const found = find(items, item.name);
+    const QueryItem* const found = itemNamed(item.name, items);
     if (found == nullptr) continue;
     const std::string_view fault = item.fault(*found->value);
     if (fault.empty()) continue;
     const bool isQuoted = !isSecretName(item.name) && !detail::isBlank(*found->value);
     const std::string value = !isQuoted ? " " : " is " + inQuotes(*found->value) + ", which ";
-    return wrong("'s " + std::string(item.name) + value + std::string(fault));
+    return wrong("the link's " + std::string(item.name) + value + std::string(fault));
   }
   return {};
 }

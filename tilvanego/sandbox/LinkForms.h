@@ -38,6 +38,9 @@ struct LinkForm {
 /// Whether the links of an operation have an item of this name.
 [[nodiscard]] bool hasItem(Operation operation, std::string_view name);
 
+/// Returns null if there is none of this name.
+[[nodiscard]] const QueryItem* itemNamed(std::string_view name, const std::vector<QueryItem>& items);
+
 /// Fails for the first required item that is missing.
 [[nodiscard]] std::expected<void, SandboxError> checkPresence(const LinkForm& form,
                                                               const std::vector<QueryItem>& items);

@@ -10,6 +10,8 @@ namespace tilvanego::detail {
 
 [[nodiscard]] constexpr bool isASCII(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
+[[nodiscard]] constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
 [[nodiscard]] constexpr char asciiUppercased(char c) {
   return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }

@@ -6,17 +6,18 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <tilvanego/values/ASCII.h>
+
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
+using detail::isDigit;
 using std::chrono::days;
 using std::chrono::sys_days;
 using std::chrono::year_month_day;
 
 constexpr int secondsPerDay = 86'400;
 constexpr std::int64_t millisecondsPerDay = 86'400'000;
-
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Reads a date text part by part. If a part is missing, the position does not change.
 class DateScanner {

@@ -7,15 +7,14 @@
 #include <ostream>
 #include <string>
 
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/DecimalFormatter.h>
 #include <tilvanego/values/DecimalParts.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-using detail::DecimalParts, detail::DigitCollector, detail::digitsOf, detail::mantissaDigits;
-
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+using detail::DecimalParts, detail::DigitCollector, detail::digitsOf, detail::isDigit, detail::mantissaDigits;
 
 // A cursor over the text. Each step reads a part, if it is there, and returns whether it was.
 class NumberScanner {

@@ -2,15 +2,15 @@
 
 #include <tilvanego/platform/desktop/PasteboardFormat.h>
 
+#include "tests/platform/Dates.h"
 #include "tests/support/Test.h"
 
 using namespace tilvanego;
 using tilvanego::detail::decodePasteboard;
 using tilvanego::detail::encodePasteboard;
+using tilvanego::test::seconds;
 
 namespace {
-
-Date seconds(double value) { return Date::fromSecondsSince1970(value); }
 
 const PasteboardContents handoff{
     .items = {{{"public.plain-text", "{\"a\":1}"}, {"public.utf8-plain-text", "größe"}, {"x", Bytes{0, 255}}},

@@ -16,15 +16,15 @@
 #include <tilvanego/platform/desktop/PrivateDirectory.h>
 #include <tilvanego/platform/memory/ManualClock.h>
 
+#include "tests/platform/Dates.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Test.h"
 
 using namespace tilvanego;
+using tilvanego::test::seconds;
 namespace fs = std::filesystem;
 
 namespace {
-
-Date seconds(double value) { return Date::fromSecondsSince1970(value); }
 
 PasteboardContents text(const std::string& value, std::optional<Date> expiration = std::nullopt) {
   return {{{{"public.text", value}}}, {.localOnly = true, .expirationDate = expiration}};

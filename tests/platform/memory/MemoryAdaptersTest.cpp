@@ -5,15 +5,15 @@
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 
+#include "tests/platform/Dates.h"
 #include "tests/support/Test.h"
 
 using namespace tilvanego;
+using tilvanego::test::seconds;
 
 namespace {
 
 URL link(const std::string& text) { return URL::parse(text).value(); }
-Date seconds(double value) { return Date::fromSecondsSince1970(value); }
-
 }  // namespace
 
 TEST(MemoryApplication, AnswersTheOldestRequestFirstAndEachOnce) {

@@ -13,7 +13,7 @@ namespace {
 using Code = TransportError::Code;
 
 /// To different hosts, or of different schemes.
-constexpr long maximumKeptConnections = 16;
+constexpr long maximumConnections = 16;
 /// As in the session's thread: one call of libcurl a second, whatever it waits for.
 constexpr std::chrono::milliseconds longestWait{1000};
 
@@ -94,7 +94,7 @@ class Lane::Run {
 Lane::Lane(const TransferSettings& settings, CURLSH* share)
     : settings_(settings), multi_(curl_multi_init()), transfer_(settings, sockets_, share, touched_) {
   if (!multi_) throw std::bad_alloc();
-  curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, maximumKeptConnections);
+  curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, maximumConnections);
   touched_.reserve(1);
 }
 
