@@ -25,17 +25,18 @@ using detail::FileDescriptor;
 constexpr mode_t ownerFile = S_IRUSR | S_IWUSR;
 constexpr std::size_t longestTag = 1024;
 constexpr int partialContent = 206;
+constexpr const char* notRegular = "It is no regular file";
+
+std::unexpected<Failure> failure(const std::filesystem::path& path, std::string reason) {
+  return std::unexpected(Failure(FileWriteError{path.string(), std::move(reason)}));
+}
 
 std::unexpected<Failure> failure(const std::filesystem::path& path, int code = errno) {
-  return std::unexpected(Failure(FileWriteError{path.string(), std::generic_category().message(code)}));
+  return failure(path, std::generic_category().message(code));
 }
 
 std::unexpected<Failure> broken(const char* message) {
   return std::unexpected(Failure(TransportError{TransportError::Code::badServerResponse, message}));
-}
-
-std::unexpected<Failure> noPlainFile(const std::filesystem::path& path) {
-  return std::unexpected(Failure(FileWriteError{path.string(), "It is no regular file"}));
 }
 
 /// Only a strong validator says that two parts are of the same bytes (RFC 9110, section 8.8.1).
@@ -94,13 +95,13 @@ void FileSink::refused(const HTTPURLResponse& response) {
 std::expected<void, Failure> FileSink::begin(const HTTPURLResponse& response, GoOn) {
   struct stat target{};
   if (lstat(file_.c_str(), &target) == 0 && !S_ISREG(target.st_mode) && !S_ISLNK(target.st_mode)) {
-    return noPlainFile(file_);
+    return failure(file_, notRegular);
   }
   if (!hasFile(response.statusCode())) return broken("the status of the response is none of a file");
   const bool continues = response.statusCode() == partialContent;
   const auto field = [&](std::string_view name) { return response.headers().value(name).value_or(""); };
-  if (!field("Content-Encoding").empty() && field("Content-Encoding") != "identity" &&
-      mode_ == Mode::resumed) {
+  const auto coding = field("Content-Encoding");
+  if (!coding.empty() && coding != "identity" && mode_ == Mode::resumed) {
     return broken("the server compresses a file that must be sent as it is");
   }
   if (auto result = open(continues); !result) return result;
@@ -132,22 +133,19 @@ std::expected<void, Failure> FileSink::open(bool continues) {
   const auto path = named(".part");
   part_ = opened(path, O_WRONLY | O_CREAT);
   if (!part_) return failure(path);
-  struct stat about{};
-  if (fstat(part_.get(), &about) != 0) return failure(path);
-  if (!S_ISREG(about.st_mode)) return noPlainFile(path);
   if (flock(part_.get(), LOCK_EX | LOCK_NB) != 0) {
     const int cause = errno;
     // It belongs to another download.
     part_ = {};
-    if (cause == EWOULDBLOCK) {
-      return std::unexpected(Failure(FileWriteError{path.string(), "Another download writes it"}));
-    }
-    return failure(path, cause);
+    return cause == EWOULDBLOCK ? failure(path, "Another download writes it") : failure(path, cause);
   }
+  struct stat about{};
+  if (fstat(part_.get(), &about) != 0) return failure(path);
+  if (!S_ISREG(about.st_mode)) return failure(path, notRegular);
   if (!continues && ftruncate(part_.get(), 0) != 0) return failure(path);
   if (fchmod(part_.get(), ownerFile) != 0 && errno != EPERM) return failure(path);
-  if (fstat(part_.get(), &about) != 0 || lseek(part_.get(), 0, SEEK_END) < 0) return failure(path);
-  size_ = static_cast<std::uint64_t>(about.st_size);
+  if (lseek(part_.get(), 0, SEEK_END) < 0) return failure(path);
+  size_ = continues ? static_cast<std::uint64_t>(about.st_size) : 0;
   return {};
 }
 

@@ -8,13 +8,13 @@
 #include <type_traits>
 #include <version>
 
+#include <tilvanego/values/ASCII.h>
+
 #ifndef __cpp_lib_to_chars
 #include <clocale>
 #include <cstdlib>
 #ifdef __APPLE__
 #include <xlocale.h>
-
-#include <tilvanego/values/ASCII.h>
 #endif
 #endif
 
