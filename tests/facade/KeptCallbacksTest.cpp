@@ -56,7 +56,7 @@ TEST(AResumedOperation, TakesNoOtherCallbackThanTheKeptOne) {
   Names ends;
   startAndEnd(host);
   EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=1")));
-  host.sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+  host.sdk->startPayment(fullRequest<payment>(otherDone, "2"), nullptr);
   host.sdk->cancelPendingPayment();
   host.handlers.back()(false);
   EXPECT_TRUE(host.sdk->resumePayment(noting(ends, "1")));

@@ -25,7 +25,7 @@ TEST(PendingRecords, ReplaceAndRemoveNoTextThatWasNotRead) {
       const Records before = *host.records;
       Names warnings;
       host.hook = failing(call, times, warnings);
-      host.sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+      host.sdk->startPayment(fullRequest<payment>(otherDone, "2"), nullptr);
       EXPECT_TRUE(host.sdk->isPaymentInProgress());
       if (ends) {
         EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://other?status=approved")));
@@ -51,7 +51,7 @@ TEST(PendingRecords, AreReadAtALaterUseAndThenWrittenWithThoseOfThisProcess) {
   startAndEnd(host);
   Names warnings;
   host.hook = failing("read payment", 3, warnings);
-  host.sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+  host.sdk->startPayment(fullRequest<payment>(otherDone, "2"), nullptr);
   EXPECT_EQ(nextFinds(host), Names{"payment 1"}) << "2 isn't kept: nothing could be read";
   EXPECT_EQ(interrupted(host), Names{});
   EXPECT_EQ(interrupted(host), Names{"payment 1"});
@@ -64,7 +64,7 @@ TEST(PendingRecords, ThatAnotherProcessWroteWithItsOwnAreNotTakenForInterrupted)
   Names ends;
   Names warnings;
   host.sdk->startPayment(fullRequest<payment>(done, "1"), noting(ends, "1"));
-  HookedHost(host.records).sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+  HookedHost(host.records).sdk->startPayment(fullRequest<payment>(otherDone, "2"), nullptr);
   host.hook = failing("keep payment", 1, warnings);
   EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=1")));
   EXPECT_EQ(ends, Names{"1 success+"});
@@ -92,7 +92,7 @@ TEST(PendingRecords, OfAnotherProcessThatCameBetweenTheReadingAndTheStartAreFoun
   auto own = process();
   EXPECT_TRUE(own->interruptedOperations().empty()) << "there is no directory yet";
   process()->startPayment(fullRequest<payment>(done, "1"), nullptr);
-  own->startPayment(fullRequest<payment>(other, "2"), nullptr);
+  own->startPayment(fullRequest<payment>(otherDone, "2"), nullptr);
   EXPECT_EQ(own->interruptedOperations().size(), 1U);
   own.reset();
   EXPECT_EQ(process()->interruptedOperations().size(), 2U);
@@ -110,7 +110,7 @@ TEST(PendingRecords, ThatCannotBeWrittenPreventNoOthersAndAreNamed) {
              "BBB\" isn't kept for the next start of this host. The rec"}}) {
     HookedHost host(noRecords());
     Names warnings;
-    startAndEnd(host, "1", other);
+    startAndEnd(host, "1", otherDone);
     host.hook = failing("", 0, warnings);
     host.sdk->startPayment(fullRequest<payment>(done, id), nullptr);
     host.sdk->reboot(fullRequest<reboot>(parsedURL("shop://reboot"), "R"), nullptr);
@@ -168,7 +168,7 @@ TEST(PendingRecords, BeyondSixteenDropInterruptedOnesAlone) {
 TEST(PendingRecords, ThatAreOverAndStillInTheStoreAreTold) {
   HookedHost host(noRecords());
   Names warnings;
-  startAndEnd(host, "1", other);
+  startAndEnd(host, "1", otherDone);
   host.sdk->startPayment(fullRequest<payment>(done, "2"), nullptr);
   host.hook = failing("keep payment", always, warnings);
   host.sdk->cancelPendingPayment();
@@ -223,7 +223,7 @@ TEST(PendingRecords, OfAnAwaitedOperationLiveUntilItsCoroutineHasComeBack) {
   Names during;
   std::optional<Till> till(Reuse::play(*host.sdk, host, notes, during));
   host.sdk->startPayment(fullRequest<payment>(done, "0"), [&](const PaymentResult&) {
-    host.sdk->startPayment(fullRequest<payment>(other, "2"), nullptr);
+    host.sdk->startPayment(fullRequest<payment>(otherDone, "2"), nullptr);
     till->begin();
   });
   EXPECT_TRUE(host.sdk->handleCallback(answer("status=approved&request_id=0")));

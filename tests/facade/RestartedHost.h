@@ -22,7 +22,7 @@ using Transport = PaymentLaunchTransport;
 using enum OperationKind;
 
 inline const URL done = parsedURL("shop://done");
-inline const URL other = parsedURL("shop://other");
+inline const URL otherDone = parsedURL("shop://other");
 inline URL answer(const std::string& query) { return parsedURL("shop://done?" + query); }
 
 /// Notes "ID SUMMARY" of each result.
