@@ -114,6 +114,11 @@ def faults(files, private, allowed, test_folders):
             if re.fullmatch(r"Q[A-Z]\w*", header):
                 yield f"{name} includes {header}: what is Qt's belongs in the sources of platform/qt"
 
+    for name, headers in sorted(includes.items()):
+        own = re.sub(r"cpp$", "h", name)
+        if own in files and own != name and headers[:1] != [own]:
+            yield f"{name} doesn't include {own} first: nothing else compiles this header alone"
+
     for name in sorted(name for name in files if name.endswith(".h")):
         # Words that Qt makes macros of: a host includes its headers before ours.
         code = re.sub(r"//.*|\"[^\"\n]*\"", "", files[name])
@@ -152,6 +157,7 @@ def mutations(files):
     yield with_include("tilvanego/platform/Clock.h", "tilvanego/platform/qt/QtTimer.h"), "no arrow leads from platform to platform/qt"
     yield with_include("tilvanego/platform/RunLoop.cpp", "QObject"), "RunLoop.cpp includes QObject: what is Qt's"
     yield with_include("tilvanego/platform/qt/QtTimer.h", "QTimer"), "QtTimer.h includes QTimer: what is Qt's"
+    yield with_include("tilvanego/values/URL.cpp", "array"), "URL.cpp doesn't include tilvanego/values/URL.h first"
     yield {**files, "tilvanego/json/RecordTable.h": "int slots;\n"}, "RecordTable.h has slots"
     yield {**files, "tilvanego/network/curl/Sockets.cpp": ""}, "Sockets.cpp needs nothing of POSIX any more"
     yield {**files, "tilvanego/attic/Old.h": "namespace tilvanego {}\n"}, "no folder of tests mirrors tilvanego/attic"

@@ -1,3 +1,5 @@
+#include <tilvanego/facade/Facade.h>
+
 #include <array>
 
 #include <tilvanego/facade/FacadeRecords.h>
