@@ -185,7 +185,8 @@ std::expected<void, Failure> FileSink::finish() {
   part_ = {};
   unlink(named(".part.etag").c_str());
   // The file is replaced, whatever this says.
-  static_cast<void>(detail::syncFile(opened(file_.parent_path(), O_RDONLY | O_DIRECTORY)));
+  const auto directory = opened(file_.parent_path(), O_RDONLY | O_DIRECTORY);
+  if (directory) static_cast<void>(detail::syncFile(directory));
   return {};
 }
 

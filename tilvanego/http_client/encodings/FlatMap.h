@@ -77,6 +77,7 @@ class FlatMap {
     return emplace(std::move(entry.first), std::move(entry.second));
   }
   template <typename Key, typename Given>
+  // NOLINTNEXTLINE(readability-identifier-naming): the name that std::map gives it.
   std::pair<iterator, bool> insert_or_assign(Key&& key, Given&& value) {
     if (const auto place = find(key); place != end()) {
       place->second = std::forward<Given>(value);
