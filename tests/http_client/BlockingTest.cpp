@@ -17,7 +17,7 @@ namespace {
 struct BlockingClient : TestClient {
   explicit BlockingClient(LoopbackServer::Handler handler) : TestClient({}), server(std::move(handler)) {
     configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(
-        std::make_shared<URLSession>(URLSessionConfiguration{.proxy = ""})));
+        std::make_shared<URLSession>(LoopbackServer::reaching())));
   }
 
   template <typename T>

@@ -181,7 +181,7 @@ TEST_F(Retries, ACancelAtAnyMomentEndsTheRequestOnceAndAtOnce) {
 TEST_F(Retries, ACancelEndsThePauseOfABlockingCall) {
   usePolicy();
   const auto session =
-      std::make_shared<URLSession>(URLSessionConfiguration{.proxy = ""});  // answers on the calling thread
+      std::make_shared<URLSession>(LoopbackServer::reaching());  // answers on the calling thread
   const LoopbackServer server([](const ReceivedRequest&) { return response(503); });
   TestClient client({});
   client.configuration->setRequestBuilderFactory(
@@ -214,7 +214,7 @@ TEST_F(Retries, PassFaultsOfARealServer) {
     }
   });
   RunLoop queue;
-  const auto session = std::make_shared<URLSession>(URLSessionConfiguration{.proxy = ""});
+  const auto session = std::make_shared<URLSession>(LoopbackServer::reaching());
   const auto configuration = std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
       server.url(), OstrelTilvanePoiModelsAPIConfiguration::Headers(), std::nullopt,
       std::make_shared<RequestBuilderFactoryWithSession<>>(session), queue, std::make_shared<CodableHelper>(),

@@ -42,9 +42,8 @@ struct Streams : testing::Test {
     client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
   }
   void useSession(URLSessionConfiguration configuration) {
-    configuration.proxy = "";  // whatever the environment says
     client.configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(
-        std::make_shared<URLSession>(std::move(configuration))));
+        std::make_shared<URLSession>(LoopbackServer::reaching(std::move(configuration)))));
   }
   RequestBuilderOf<Empty> request(const std::string& method, const std::string& url) {
     return client.builder<Empty>({.method = method, .URLString = url});

@@ -155,7 +155,7 @@ class Stress {
   LoopbackServer server_{FaultyEcho()};
   std::shared_ptr<StressInterceptor> interceptor_ = std::make_shared<StressInterceptor>();
   std::shared_ptr<URLSession> session_ =
-      std::make_shared<URLSession>(URLSessionConfiguration{.proxy = "", .maximumConnectionsPerHost = 0},
+      std::make_shared<URLSession>(LoopbackServer::reaching({.maximumConnectionsPerHost = 0}),
                                    std::make_shared<SessionDelegate>());
   std::array<std::atomic<int>, requestCount> completions_{};
   std::atomic<int> threadsRunning_ = threadCount;

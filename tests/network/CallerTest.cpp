@@ -133,7 +133,7 @@ TEST_F(Caller, EndsAsCancelledWithItsSession) {
   EXPECT_EQ(late.outcome().code(), Code::cancelled);
 
   // The last reference goes in the completion, which can't be waited for.
-  auto shared = std::make_shared<URLSession>(URLSessionConfiguration{.proxy = ""});
+  auto shared = std::make_shared<URLSession>(LoopbackServer::reaching());
   auto& ending = *shared;
   const Send last(ending, get(server.url()), [&] { shared.reset(); });
   last.task().resumeHere();

@@ -52,13 +52,15 @@ TEST_F(Metrics, CountTriesRedirectsBytesAndKeptConnections) {
   EXPECT_TRUE(told.metrics.isConnectionReused);
   EXPECT_GT(told.metrics.receivedBytes, 3000);
   EXPECT_LT(told.metrics.receivedBytes, 3400);
+  const auto url = URL::parse(server.url()).value();
+  const bool isOverHTTP2 = url.scheme() == "https";
   EXPECT_EQ(told.attributes,
             (std::vector<std::pair<std::string, std::string>>{{"http.request.method", "GET"},
-                                                              {"url.scheme", "http"},
+                                                              {"url.scheme", std::string(*url.scheme())},
                                                               {"server.address", "127.0.0.1"},
-                                                              {"server.port", std::to_string(server.port())},
+                                                              {"server.port", std::to_string(url.port().value())},
                                                               {"http.response.status_code", "200"},
-                                                              {"network.protocol.version", "1.1"},
+                                                              {"network.protocol.version", isOverHTTP2 ? "2" : "1.1"},
                                                               {"http.request.resend_count", "1"}}));
   ASSERT_NE(first.http()->metrics(), nullptr);
   EXPECT_EQ(first.http()->metrics()->tries, 2);

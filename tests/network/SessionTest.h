@@ -11,6 +11,7 @@
 #include <tilvanego/network/URLSession.h>
 #include <tilvanego/values/URL.h>
 
+#include "tests/support/LoopbackServer.h"
 #include "tests/support/Test.h"
 
 namespace tilvanego::test {
@@ -101,8 +102,7 @@ class SessionTest : public testing::Test {
   void useSession(URLSessionConfiguration configuration,
                   std::shared_ptr<URLSessionDelegate> delegate = nullptr) {
     endSession();
-    if (!configuration.proxy) configuration.proxy = "";  // whatever the environment says
-    session = std::make_unique<URLSession>(std::move(configuration), std::move(delegate));
+    session = std::make_unique<URLSession>(LoopbackServer::reaching(std::move(configuration)), std::move(delegate));
   }
 
   void TearDown() override { endSession(); }

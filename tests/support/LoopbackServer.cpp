@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdlib>
+#include <memory>
 #include <sstream>
 
 #include <netinet/in.h>
@@ -10,6 +12,8 @@
 #include <zlib.h>
 
 #include <tilvanego/values/ASCII.h>
+
+#include "tests/support/NginxServer.h"
 
 namespace tilvanego::test {
 namespace {
@@ -35,6 +39,13 @@ ReceivedRequest requestOf(const std::string& head) {
     request.headers.emplace_back(line.substr(0, colon), line.substr(value));
   }
   return request;
+}
+
+// Null where the servers are reached themselves.
+const NginxServer* front() {
+  static const auto server =
+      std::getenv("TILVANEGO_OVER_HTTP2") ? std::make_unique<NginxServer>() : nullptr;
+  return server.get();
 }
 
 }  // namespace
@@ -196,7 +207,17 @@ bool LoopbackServer::receive(Connection& connection) {
 }
 
 std::string LoopbackServer::url(std::string_view path) const {
-  return "http://127.0.0.1:" + std::to_string(port()) + std::string(path);
+  const auto place = std::to_string(port()) + std::string(path);
+  return front() ? front()->secureURL("/to/" + place) : "http://127.0.0.1:" + place;
+}
+
+
+URLSessionConfiguration LoopbackServer::reaching(URLSessionConfiguration configuration) {
+  if (!configuration.proxy) configuration.proxy = "";
+  if (front() && configuration.additionalCertificates.empty() && !configuration.tls.authorities.isSet()) {
+    configuration.additionalCertificates = front()->certificate();
+  }
+  return configuration;
 }
 
 std::vector<ReceivedRequest> LoopbackServer::requests() const {

@@ -41,6 +41,7 @@ http {
   add_header X-Connection $connection always;
   ssl_certificate here.pem;
   ssl_certificate_key here.key;
+  map $request_uri $behind { ~^/to/(?<port>[0-9]+)(?<target>/.*) 127.0.0.1:$port$target; }
 )";
 
 constexpr std::string_view locations = R"(
@@ -50,6 +51,16 @@ location /files/ { alias files/; }
 location /zipped/ { alias files/; gzip on; gzip_types *; gzip_min_length 1; gzip_http_version 1.0; }
 location /private/ { alias files/; auth_basic "shop"; auth_basic_user_file passwords; }
 location /store/ { alias files/; client_max_body_size 0; dav_methods PUT; }
+location /to/ {
+  proxy_pass http://$behind;
+  proxy_redirect ~^(?<there>/.*) /to/$port$there;
+  proxy_http_version 1.1;
+  proxy_buffering off;
+  proxy_request_buffering off;
+  proxy_buffer_size 128k;
+  proxy_buffers 4 128k;
+  client_max_body_size 0;
+}
 )";
 
 std::string server(const FileDescriptor& socket, std::string_view ends) {

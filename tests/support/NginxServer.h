@@ -32,6 +32,7 @@ struct MoreServers {
 /// | /zipped/NAME | the same, compressed if the client accepts gzip |
 /// | /store/NAME | PUT writes the body to `files()` |
 /// | /sink | 204, whatever the body |
+/// | /to/PORT/PATH | that of the plain server on that port, byte by byte as it comes |
 /// | /private/NAME | as /files/, for the user "till" with the password "s3cret pass" (Basic) |
 class NginxServer {
  public:

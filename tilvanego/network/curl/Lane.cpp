@@ -81,6 +81,7 @@ class Lane::Run {
   }
 
   Outcome abort(Code code, const char* message) {
+    transfer_.abandon();
     curl_multi_remove_handle(lane_.multi(), transfer_.handle());
     return transfer_.failed(code, message);
   }

@@ -281,6 +281,7 @@ void SessionLoop::failOverdue() {
 }
 
 void SessionLoop::fail(Transfer& transfer, TransportError::Code code, const char* message) {
+  transfer.abandon();
   curl_multi_remove_handle(handles_->multi.get(), transfer.handle());
   finish(transfer, transfer.failed(code, message));
 }

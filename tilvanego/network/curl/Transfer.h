@@ -100,6 +100,11 @@ class Transfer {
   /// Releases the task and returns it. Nothing of its requests is kept but their memory and the last URL.
   [[nodiscard]] std::shared_ptr<SessionTask> end();
 
+  /// Called before the transfer is aborted: its connection isn't kept, unless other requests use it. libcurl
+  /// 7.88 tells a server of HTTP/2 of an abort only with the next request on the connection, and would send
+  /// that request even if the connection is dead.
+  void abandon() noexcept { curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 1L); }
+
   /// Lets a response flow that its sink holds up.
   void goOn();
 
@@ -148,7 +153,10 @@ class Transfer {
   void bodyBegins();
   [[nodiscard]] bool takeBody(std::string_view bytes);
   [[nodiscard]] bool appendToBody(std::string_view bytes);
-  void refuse(TransportError::Code code, const char* message) noexcept { refusal_ = {code, message}; }
+  void refuse(TransportError::Code code, const char* message) noexcept {
+    refusal_ = {code, message};
+    abandon();
+  }
   [[nodiscard]] std::int64_t totalUnits() const;
   [[nodiscard]] std::int64_t outgoingUnits() const;
   template <typename Call>

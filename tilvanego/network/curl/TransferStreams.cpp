@@ -20,6 +20,7 @@ bool Transfer::runStream(Call call) {
       streamFailure_ = currentFailure();
     }
   });
+  if (streamFailure_ && handle_) abandon();
   return !streamFailure_;
 }
 
