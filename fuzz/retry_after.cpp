@@ -38,6 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const seconds longest = years(1);
   const auto wait = detail::retryAfter(field, now);
   require(!wait || (*wait >= 0s && *wait <= longest), "a bounded wait");
+  require(detail::retryAfter("5, " + std::string(field), now) == std::max<std::optional<seconds>>(wait, 5s),
+          "the longest of several");
 
   const auto date = detail::parseHTTPDate(detail::trimmedField(field), now);
   if (!date) return 0;

@@ -262,6 +262,19 @@ TEST(InterceptorChain, CallsItsInterceptorsInOrder) {
   EXPECT_EQ(second->takeEvents(), std::vector<std::string>{"main: didComplete refused"});
 }
 
+TEST(InterceptorChainDeathTest, HasAsManyInterceptorsAsAStackCanHold) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  constexpr auto most = InterceptorChain::mostInterceptors;
+  const auto chain = [](std::size_t count) {
+    return std::make_shared<InterceptorChain>(
+        InterceptorChain::Interceptors(count, std::make_shared<DefaultOpenAPIInterceptor>()));
+  };
+  TestClient client({httpResponse(503)});
+  client.configuration->setInterceptor(chain(most));
+  EXPECT_EQ(client.run<Empty>().error().code(), 503);
+  EXPECT_EXIT(chain(most + 1), testing::KilledBySignal(SIGABRT), "takes at most 100 interceptors");
+}
+
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
 TEST(PauseTimer, EndsPausesOfAForkedChildToo) {
   std::promise<void> ended;

@@ -154,9 +154,8 @@ class Stress {
   TestClient client_{{}};
   LoopbackServer server_{FaultyEcho()};
   std::shared_ptr<StressInterceptor> interceptor_ = std::make_shared<StressInterceptor>();
-  std::shared_ptr<URLSession> session_ =
-      std::make_shared<URLSession>(LoopbackServer::reaching({.maximumConnectionsPerHost = 0}),
-                                   std::make_shared<SessionDelegate>());
+  std::shared_ptr<URLSession> session_ = std::make_shared<URLSession>(
+      LoopbackServer::reaching({.maximumConnectionsPerHost = 0}), std::make_shared<SessionDelegate>());
   std::array<std::atomic<int>, requestCount> completions_{};
   std::atomic<int> threadsRunning_ = threadCount;
   std::atomic<int> succeeded_ = 0;

@@ -54,14 +54,14 @@ TEST_F(Metrics, CountTriesRedirectsBytesAndKeptConnections) {
   EXPECT_LT(told.metrics.receivedBytes, 3400);
   const auto url = URL::parse(server.url()).value();
   const bool isOverHTTP2 = url.scheme() == "https";
-  EXPECT_EQ(told.attributes,
-            (std::vector<std::pair<std::string, std::string>>{{"http.request.method", "GET"},
-                                                              {"url.scheme", std::string(*url.scheme())},
-                                                              {"server.address", "127.0.0.1"},
-                                                              {"server.port", std::to_string(url.port().value())},
-                                                              {"http.response.status_code", "200"},
-                                                              {"network.protocol.version", isOverHTTP2 ? "2" : "1.1"},
-                                                              {"http.request.resend_count", "1"}}));
+  EXPECT_EQ(told.attributes, (std::vector<std::pair<std::string, std::string>>{
+                                 {"http.request.method", "GET"},
+                                 {"url.scheme", std::string(*url.scheme())},
+                                 {"server.address", "127.0.0.1"},
+                                 {"server.port", std::to_string(url.port().value())},
+                                 {"http.response.status_code", "200"},
+                                 {"network.protocol.version", isOverHTTP2 ? "2" : "1.1"},
+                                 {"http.request.resend_count", "1"}}));
   ASSERT_NE(first.http()->metrics(), nullptr);
   EXPECT_EQ(first.http()->metrics()->tries, 2);
   // A body is counted once, whatever its length.

@@ -30,6 +30,14 @@ TEST(RetryAfter, HasSecondsOrADateInOneOfThreeForms) {
       // A year more than 50 years on is one of the century before.
       {"Sunday, 06-Nov-44 08:49:37 GMT", longest},
       {"Sunday, 06-Nov-45 08:49:37 GMT", 0s},
+      // Repeated fields.
+      {"120, 7", 120s},
+      {"7,120, soon", 120s},
+      {"7, Sunday, 06-Nov-94 08:49:37 GMT, Sun, 06 Nov 1994 08:48:47 GMT", 60s},
+      {"Sun Nov  6 08:49:37 1994, 7", 60s},
+      {"Sun, 120", {}},
+      {"Sun", {}},
+      {", ,", {}},
       {"", {}},
       {"-1", {}},
       {"+1", {}},

@@ -102,7 +102,8 @@ class SessionTest : public testing::Test {
   void useSession(URLSessionConfiguration configuration,
                   std::shared_ptr<URLSessionDelegate> delegate = nullptr) {
     endSession();
-    session = std::make_unique<URLSession>(LoopbackServer::reaching(std::move(configuration)), std::move(delegate));
+    session =
+        std::make_unique<URLSession>(LoopbackServer::reaching(std::move(configuration)), std::move(delegate));
   }
 
   void TearDown() override { endSession(); }

@@ -43,8 +43,7 @@ ReceivedRequest requestOf(const std::string& head) {
 
 // Null where the servers are reached themselves.
 const NginxServer* front() {
-  static const auto server =
-      std::getenv("TILVANEGO_OVER_HTTP2") ? std::make_unique<NginxServer>() : nullptr;
+  static const auto server = std::getenv("TILVANEGO_OVER_HTTP2") ? std::make_unique<NginxServer>() : nullptr;
   return server.get();
 }
 
@@ -210,7 +209,6 @@ std::string LoopbackServer::url(std::string_view path) const {
   const auto place = std::to_string(port()) + std::string(path);
   return front() ? front()->secureURL("/to/" + place) : "http://127.0.0.1:" + place;
 }
-
 
 URLSessionConfiguration LoopbackServer::reaching(URLSessionConfiguration configuration) {
   if (!configuration.proxy) configuration.proxy = "";

@@ -97,8 +97,8 @@ class LoopbackServer {
   ~LoopbackServer();
 
   [[nodiscard]] std::uint16_t port() const { return portOf(listener_); }
-  /// "http://127.0.0.1:PORT" and the path, which starts with "/". With TILVANEGO_OVER_HTTP2 in the environment
-  /// that of an nginx before it, which speaks HTTP/2 and passes everything on as it comes.
+  /// "http://127.0.0.1:PORT" and the path, which starts with "/". With TILVANEGO_OVER_HTTP2 in the
+  /// environment that of an nginx before it, which speaks HTTP/2 and passes everything on as it comes.
   [[nodiscard]] std::string url(std::string_view path = "/") const;
   /// The configuration for a session that can use these URLs: without the environment's proxy, and with
   /// trust in that nginx if it trusts no other.

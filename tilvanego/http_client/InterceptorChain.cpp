@@ -1,9 +1,11 @@
 #include <tilvanego/http_client/InterceptorChain.h>
 
 #include <cstddef>
+#include <string>
 #include <utility>
 
 #include <tilvanego/http_client/Once.h>
+#include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -56,7 +58,13 @@ void callAll(const Interceptors& all, std::string_view name, Call call) {
 }  // namespace
 
 InterceptorChain::InterceptorChain(Interceptors interceptors)
-    : interceptors_(std::make_shared<const Interceptors>(std::move(interceptors))) {}
+    : interceptors_(std::make_shared<const Interceptors>(std::move(interceptors))) {
+  // Those that answer at once call each other on one stack.
+  if (interceptors_->size() > mostInterceptors) {
+    support::wrongUse("an InterceptorChain takes at most " + std::to_string(mostInterceptors) +
+                      " interceptors: make one of those that do the same");
+  }
+}
 
 void InterceptorChain::intercept(const URLRequest& urlRequest, const Session& urlSession,
                                  const Builder& requestBuilder, InterceptCompletion completion) {

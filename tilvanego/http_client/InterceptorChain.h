@@ -24,7 +24,10 @@ class InterceptorChain : public OpenAPIInterceptor {
  public:
   using Interceptors = std::vector<std::shared_ptr<OpenAPIInterceptor>>;
 
-  /// No pointer may be null. Without interceptors, each request is sent unchanged and none is retried.
+  static constexpr std::size_t mostInterceptors = 100;
+
+  /// No pointer may be null. Without interceptors, each request is sent unchanged and none is retried. More
+  /// than `mostInterceptors` end the process with a message.
   explicit InterceptorChain(Interceptors interceptors);
 
   void intercept(const URLRequest& urlRequest, const Session& urlSession, const Builder& requestBuilder,

@@ -47,8 +47,9 @@ struct RetryOptions {
 /// those that the options allow.
 ///
 /// Pauses grow exponentially, with full jitter, and follow "Retry-After" (RFC 9110, section 10.2.3), in
-/// seconds or as a date; a date is compared with the response's own "Date" if there is one. A pause blocks no
-/// thread; `RequestTask::cancel` ends it. A request isn't retried if the pause would end after its deadline
+/// seconds or as a date; of several such fields the longest counts. A date is compared with the response's
+/// own "Date" if there is one. A pause blocks no thread; `RequestTask::cancel` ends it. A request isn't
+/// retried if the pause would end after its deadline
 /// (`RequestLimits::wholeRequest`).
 ///
 /// The next try is built and sent on the timer's thread. One policy serves any number of requests.

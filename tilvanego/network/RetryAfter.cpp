@@ -103,8 +103,13 @@ std::optional<sys_seconds> parseHTTPDate(std::string_view text, sys_seconds now)
   return parts.time();
 }
 
-std::optional<std::chrono::seconds> retryAfter(std::string_view field, sys_seconds now) {
-  const auto text = trimmedField(field);
+namespace {
+
+bool isDay(std::string_view text) {
+  return std::ranges::find(days, text) != days.end() || std::ranges::find(longDays, text) != longDays.end();
+}
+
+std::optional<std::chrono::seconds> waitOf(std::string_view text, sys_seconds now) {
   if (!text.empty() && std::ranges::all_of(text, isDigit)) {
     // More than the type can count is as long.
     const auto seconds = wholeNumber<std::int64_t>(text).value_or(longestWait.count());
@@ -113,6 +118,21 @@ std::optional<std::chrono::seconds> retryAfter(std::string_view field, sys_secon
   const auto date = parseHTTPDate(text, now);
   if (!date) return std::nullopt;
   return std::clamp<std::chrono::seconds>(*date - now, std::chrono::seconds(0), longestWait);
+}
+
+}  // namespace
+
+std::optional<std::chrono::seconds> retryAfter(std::string_view field, sys_seconds now) {
+  std::optional<std::chrono::seconds> longest;
+  for (bool goesOn = true; goesOn;) {
+    auto end = field.find(',');
+    // The comma after the name of a day is one of the date.
+    if (isDay(trimmedField(field.substr(0, end)))) end = field.find(',', std::min(end, field.size() - 1) + 1);
+    longest = std::max(longest, waitOf(trimmedField(field.substr(0, end)), now));
+    goesOn = end != std::string_view::npos;
+    if (goesOn) field.remove_prefix(end + 1);
+  }
+  return longest;
 }
 
 }  // namespace tilvanego::detail

@@ -13,7 +13,9 @@ namespace tilvanego::detail {
                                                                     std::chrono::sys_seconds now);
 
 /// Returns how long a "Retry-After" field (RFC 9110, section 10.2.3) asks to wait, from 0 to a year. `field`
-/// has seconds or a date. No value for any other text.
+/// has seconds or a date. Of several, joined by commas as repeated fields are (section 5.3), the longest
+/// counts: a wait that is too long does no harm. Other texts among them are ignored. No value if none is
+/// valid.
 [[nodiscard]] std::optional<std::chrono::seconds> retryAfter(std::string_view field,
                                                              std::chrono::sys_seconds now);
 

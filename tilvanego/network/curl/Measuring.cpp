@@ -67,7 +67,8 @@ void Measuring::add(CURL* handle, bool isBodySentWithHead) {
   }
   metrics_->sentBytes += smallNumber(handle, CURLINFO_REQUEST_SIZE);
   // Over HTTP/2 a body has frames of its own.
-  const bool isCounted = isBodySentWithHead && smallNumber(handle, CURLINFO_HTTP_VERSION) != CURL_HTTP_VERSION_2_0;
+  const bool isCounted =
+      isBodySentWithHead && smallNumber(handle, CURLINFO_HTTP_VERSION) != CURL_HTTP_VERSION_2_0;
   if (!isCounted) metrics_->sentBytes += number(handle, CURLINFO_SIZE_UPLOAD_T);
   metrics_->receivedBytes +=
       smallNumber(handle, CURLINFO_HEADER_SIZE) + number(handle, CURLINFO_SIZE_DOWNLOAD_T);
