@@ -58,6 +58,12 @@ std::uint16_t portOf(const FileDescriptor& socket) {
   return ntohs(address.sin_port);
 }
 
+FileDescriptor connectedTo(std::uint16_t port) {
+  auto result = streamSocket();
+  check(connects(result, port) ? 0 : -1, "connect");
+  return result;
+}
+
 // A connection to loopback that waits is established or refused at once.
 bool isListening(std::uint16_t port) { return connects(streamSocket(), port); }
 

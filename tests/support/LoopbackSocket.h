@@ -15,6 +15,8 @@ FileDescriptor heldPort();
 /// Listens on a free port of 127.0.0.1.
 FileDescriptor loopbackListener(int backlog);
 std::uint16_t portOf(const FileDescriptor& socket);
+/// A connection to the port, which must be listened on.
+FileDescriptor connectedTo(std::uint16_t port);
 /// True if something accepts connections on the port.
 bool isListening(std::uint16_t port);
 

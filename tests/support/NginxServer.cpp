@@ -86,7 +86,7 @@ NginxServer::NginxServer(const MoreServers& more) {
   std::ofstream(root / "locations") << locations;
   std::string others;
   for (const auto& directives : more.servers)
-    others += server(more_.emplace_back(heldPort()), " ssl; " + directives);
+    others += server(more_.emplace_back(heldPort()), " ssl http2; " + directives);
   std::ofstream(root / "nginx.conf") << (geteuid() == 0 ? "user root;\n" : "")  // the directory is its alone
                                      << settings << server(plain_, ";") << server(secure_, " ssl http2;")
                                      << server(oldSecure_, " ssl;") << others << "}\n";

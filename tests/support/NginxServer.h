@@ -13,7 +13,7 @@
 
 namespace tilvanego::test {
 
-/// Further servers of TLS, with certificates of their own.
+/// Further servers of TLS, which speak HTTP/2 too, with certificates of their own.
 struct MoreServers {
   /// What a shell runs in the server's directory before: "here.pem" and "here.key" are there.
   std::string commands{};
