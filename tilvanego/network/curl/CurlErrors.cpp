@@ -23,6 +23,14 @@ bool namesClientCertificate(std::string_view detail) {
   return std::ranges::any_of(alerts, [&](std::string_view alert) { return detail.contains(alert); });
 }
 
+/// Whether a handshake has ended with the connection, without a word of TLS about the reason. The texts are
+/// those of OpenSSL and of the versions of libcurl.
+bool namesLoss(std::string_view detail) {
+  static constexpr std::array<std::string_view, 4> texts = {"SSL_connect: ", "unexpected eof", "Recv failure",
+                                                            "Send failure"};
+  return std::ranges::any_of(texts, [&](std::string_view text) { return detail.contains(text); });
+}
+
 TransportError::Code codeOf(CURLcode code, std::string_view detail) {
   using enum TransportError::Code;
   if (namesClientCertificate(detail)) return clientCertificateRefused;
@@ -42,6 +50,7 @@ TransportError::Code codeOf(CURLcode code, std::string_view detail) {
     case CURLE_PROXY:
       return cannotConnectToHost;
     case CURLE_SSL_CONNECT_ERROR:
+      return namesLoss(detail) ? cannotConnectToHost : secureConnectionFailed;
     case CURLE_SSL_CACERT_BADFILE:
     case CURLE_SSL_CERTPROBLEM:
     case CURLE_SSL_CIPHER:
