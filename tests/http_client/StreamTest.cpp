@@ -296,6 +296,27 @@ TEST_F(Streams, AHeldResponseIsCancelledOrEndsByItsDeadline) {
   }
 }
 
+TEST_F(Streams, AHeldResponseLeavesTheOthersOfItsSessionAlone) {
+  const auto large = response(200, varied(5'000'000));
+  const LoopbackServer server(
+      [&](const ReceivedRequest& request) { return request.path() == "/held" ? large : response(200); });
+  const auto sink = std::make_shared<SlowSink>();
+  sink->neverGoesOn = true;
+  const auto held = request("GET", server.url("/held"));
+  held->setBodySink(sink);
+  bool isOver = false;
+  held.execute([&](const auto&) {
+    isOver = true;
+    client.queue.stop();
+  });
+  while (sink->size == 0) std::this_thread::yield();
+  for (int i = 0; i < 20; ++i) EXPECT_NO_THROW(request("GET", server.url()).execute().wait(client.queue));
+  EXPECT_FALSE(isOver);
+  held->requestTask->cancel();
+  client.queue.run();
+  EXPECT_TRUE(isOver);
+}
+
 // Gives so many bytes, and says that it has so many.
 class Bytes16 final : public BodySource {
  public:

@@ -23,7 +23,8 @@ struct TransportError {
     unsupportedURL,
     /// The name of the host or of the proxy has no address.
     cannotFindHost,
-    /// The host or the proxy accepts no connection, or ends it before TLS is set up, or the proxy refused to connect to the host.
+    /// The host or the proxy accepts no connection, or ends it before TLS is set up, or the proxy refused to
+    /// connect to the host.
     cannotConnectToHost,
     /// The proxy requires credentials that the request didn't have.
     proxyAuthenticationRequired,
