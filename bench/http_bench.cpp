@@ -1,4 +1,5 @@
-// This library's HTTP client beside bare libcurl and cpp-httplib, all against one nginx on the same core.
+// This library's HTTP client beside bare libcurl, cpp-httplib and, where the distribution has it, cpr, all
+// against one nginx on the same core.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -96,9 +97,12 @@ void add(const std::string& name, const Work& work, std::size_t batch, std::size
                                      {"library_blocking", blockingLibrary},
                                      {"libcurl", bareCurl},
                                      {"libcurl_easy", easyCurl},
-                                     {"cpp-httplib", cppHTTPLib}}) {
-    const bool oneAtATime = make == waitingLibrary || make == blockingLibrary || make == easyCurl;
+                                     {"cpp-httplib", cppHTTPLib},
+                                     {"cpr", waitingCPR}}) {
+    const bool oneAtATime =
+        make == waitingLibrary || make == blockingLibrary || make == easyCurl || make == waitingCPR;
     if (oneAtATime && inFlight > 1) continue;
+    if (make == waitingCPR && !make(work)) continue;
     const auto subject = std::make_shared<Subject>(Subject{make, work, batch, inFlight, {}});
     benchmark::RegisterBenchmark((name + "/" + client).c_str(),
                                  [subject](benchmark::State& state) { run(state, subject); })

@@ -40,6 +40,9 @@ std::unique_ptr<Client> easyCurl(const Work& work);
 /// cpp-httplib, with a thread for each request in flight and TCP_NODELAY, without which it waits.
 std::unique_ptr<Client> cppHTTPLib(const Work& work);
 
+/// cpr's session. Null where the distribution hasn't cpr.
+std::unique_ptr<Client> waitingCPR(const Work& work);
+
 /// Prints a message and remembers it for the whole program unless the response is what the work expects. The
 /// length alone is compared once the bytes have been seen to be right.
 class ResponseCheck {
