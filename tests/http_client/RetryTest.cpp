@@ -206,25 +206,19 @@ TEST_F(Retries, PassFaultsOfARealServer) {
       case 0:
         return ServerResponse{halfHead, End::reset};
       case 1:
-        return response(429, "", {{"Retry-After", "0"}});
+        return response(503, "", {{"Retry-After", "0"}});
       case 2:
         return ServerResponse{halfBody, End::close};
       default:
         return response(200, "well");
     }
   });
-  RunLoop queue;
-  const auto session = std::make_shared<URLSession>(LoopbackServer::reaching());
-  const auto configuration = std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
-      server.url(), OstrelTilvanePoiModelsAPIConfiguration::Headers(), std::nullopt,
-      std::make_shared<RequestBuilderFactoryWithSession<>>(session), queue, std::make_shared<CodableHelper>(),
-      StatusCodeRange(), std::make_shared<RetryPolicy>(RetryOptions{.tries = 4, .firstPause = 1ms}));
-  const auto body = makeRequestBuilder<std::string>(
-                        {.method = "GET", .URLString = server.url(), .apiConfiguration = configuration})
-                        .execute()
-                        .wait(queue)
-                        .body;
-  EXPECT_EQ(body, "well");
+  TestClient client({});
+  client.configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(
+      std::make_shared<URLSession>(LoopbackServer::reaching())));
+  client.configuration->setInterceptor(
+      std::make_shared<RetryPolicy>(RetryOptions{.tries = 4, .firstPause = 1ms}));
+  EXPECT_EQ(client.builder<std::string>({.method = "GET", .URLString = server.url()}).send()->body, "well");
   EXPECT_EQ(number, 4);
 }
 
