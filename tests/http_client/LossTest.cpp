@@ -20,7 +20,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-std::string contentOf(const std::filesystem::path& path) {
+std::string textIn(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
@@ -61,7 +61,7 @@ struct LossyClient : TestClient {
       });
       queue.run();
     }
-    EXPECT_EQ(contentOf(received), isWell ? body : "");
+    EXPECT_EQ(textIn(received), isWell ? body : "");
     return isWell;
   }
 
