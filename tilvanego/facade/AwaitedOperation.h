@@ -85,7 +85,7 @@ class AwaitedResult final : public AwaitedOperation {
   using Request = typename PendingOf<kind>::Request;
   using Result = typename PendingOf<kind>::Result;
 
-  AwaitedResult(std::shared_ptr<Facade> facade, Request request,
+  AwaitedResult(std::shared_ptr<Facade> facade, Request&& request,
                 const std::optional<PaymentLaunchTransport>& transport)
       : AwaitedOperation(std::move(facade), kind), request_(std::move(request)), transport_(transport) {}
 

@@ -13,7 +13,7 @@ using namespace detail;
 
 template <OperationKind kind>
 auto awaitedBy(std::string_view function, std::shared_ptr<Facade> facade,
-               typename PendingOf<kind>::Request request, OperationWaiting waiting,
+               typename PendingOf<kind>::Request&& request, OperationWaiting waiting,
                const std::optional<PaymentLaunchTransport>& transport = std::nullopt) {
   return awaited<kind>(
       std::make_shared<AwaitedResult<kind>>(std::move(facade), std::move(request), transport), function,

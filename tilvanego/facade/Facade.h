@@ -66,10 +66,10 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// The result of the pending operation if `url` were its callback; nothing if it isn't. The operation stays
   /// pending.
   template <OperationKind kind>
-  [[nodiscard]] auto result(URL url) const -> std::optional<typename PendingOf<kind>::Result> {
+  [[nodiscard]] auto result(const URL& url) const -> std::optional<typename PendingOf<kind>::Result> {
     const auto pending = slot(kind);
     if (!pending || pending->isDelivering) return std::nullopt;
-    auto found = static_cast<const PendingOf<kind>&>(*pending).resultOf(std::move(url), platform_,
+    auto found = static_cast<const PendingOf<kind>&>(*pending).resultOf(URL(url), platform_,
                                                                         unsealedListener(*pending));
     if (!isPending(pending)) found.reset();
     return found;

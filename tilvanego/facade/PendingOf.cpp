@@ -87,7 +87,7 @@ const OperationType& operationType(OperationKind kind) {
 }
 
 template <OperationKind kind>
-PendingOf<kind>::PendingOf(Request request, Completion completion,
+PendingOf<kind>::PendingOf(Request&& request, Completion&& completion,
                            const std::optional<PaymentLaunchTransport>& launchedBy)
     : Pending(typeOf<OperationOf<kind>>, launchedBy),
       request_(std::move(request)),
@@ -95,13 +95,13 @@ PendingOf<kind>::PendingOf(Request request, Completion completion,
 
 template <OperationKind kind>
 std::shared_ptr<PendingOf<kind>> PendingOf<kind>::make(
-    Request request, Completion completion, const std::optional<PaymentLaunchTransport>& launchedBy) {
+    Request&& request, Completion&& completion, const std::optional<PaymentLaunchTransport>& launchedBy) {
   return std::make_shared<PendingOf>(std::move(request), std::move(completion), launchedBy);
 }
 
 template <OperationKind kind>
 std::shared_ptr<PendingOf<kind>> PendingOf<kind>::resumed(const PendingRecord& record,
-                                                          Completion completion) {
+                                                          Completion&& completion) {
   auto request = restoredRequest<Request>(record.request);
   if (!request) return nullptr;
   auto pending = make(*std::move(request), std::move(completion), record.transport);
@@ -117,8 +117,9 @@ auto PendingOf<kind>::resultOfItems(URL&& url, const std::string* requestId, con
 }
 
 template <OperationKind kind>
-auto PendingOf<kind>::failure(typename Result::Error error) -> Result {
-  return typename Result::Failure{std::move(error), std::nullopt};
+auto PendingOf<kind>::failure(typename Result::Error error) -> std::optional<Result> {
+  return std::optional<Result>(std::in_place, std::in_place_type<typename Result::Failure>, std::move(error),
+                               std::nullopt);
 }
 
 template <OperationKind kind>
@@ -163,19 +164,18 @@ PendingRecord PendingOf<kind>::toRecord() const {
 
 template <OperationKind kind>
 bool PendingOf<kind>::read(URL&& url, const Platform& platform, const UnsealedListener& unsealed) {
-  result_ = resultOf(std::move(url), platform, unsealed);
-  return result_.has_value();
+  return outcome_.emplace([&] { return resultOf(std::move(url), platform, unsealed); }).result.has_value();
 }
 
 template <OperationKind kind>
 bool PendingOf<kind>::readItems(URL&& url) {
-  result_ = resultOfItems(std::move(url), requestId(), &callbackURL());
-  return result_.has_value();
+  return outcome_.emplace([&] { return resultOfItems(std::move(url), requestId(), &callbackURL()); })
+      .result.has_value();
 }
 
 template <OperationKind kind>
 void PendingOf<kind>::fail(const LaunchFailure& failure) {
-  result_.emplace(PendingOf::failure(errorFor<OperationOf<kind>>(failure)));
+  outcome_.emplace([&] { return PendingOf::failure(errorFor<OperationOf<kind>>(failure)); });
 }
 
 template <OperationKind kind>
@@ -187,7 +187,7 @@ std::optional<ExplainedResult> PendingOf<kind>::explainedResult(const URL& url,
 
 template <OperationKind kind>
 void PendingOf<kind>::deliver() {
-  if (const auto completion = std::exchange(completion_, nullptr)) completion(*result_);
+  if (const auto completion = std::exchange(completion_, nullptr)) completion(*outcome_->result);
 }
 
 template <OperationKind kind>

@@ -21,18 +21,20 @@ class PendingOf final : public Pending {
   using Result = typename OperationRecords<kind>::Result;
   using Completion = std::function<void(const Result& result)>;
 
-  PendingOf(Request request, Completion completion, const std::optional<PaymentLaunchTransport>& launchedBy);
+  PendingOf(Request&& request, Completion&& completion,
+            const std::optional<PaymentLaunchTransport>& launchedBy);
   [[nodiscard]] static std::shared_ptr<PendingOf> make(
-      Request request, Completion completion,
+      Request&& request, Completion&& completion,
       const std::optional<PaymentLaunchTransport>& launchedBy = std::nullopt);
   /// Of the request that a record has; null if it has none.
-  [[nodiscard]] static std::shared_ptr<PendingOf> resumed(const PendingRecord& record, Completion completion);
+  [[nodiscard]] static std::shared_ptr<PendingOf> resumed(const PendingRecord& record,
+                                                          Completion&& completion);
 
   /// The result that the items of `url` are, whichever transport they name. The expected request id and
   /// callback URL may be null. Returns nothing, and leaves `url` unchanged, if it isn't the callback URL.
   [[nodiscard]] static std::optional<Result> resultOfItems(URL&& url, const std::string* requestId,
                                                            const URL* callbackURL);
-  [[nodiscard]] static Result failure(typename Result::Error error);
+  [[nodiscard]] static std::optional<Result> failure(typename Result::Error error);
 
   [[nodiscard]] const Request& request() const { return request_; }
   /// What `read` would keep; nothing if `url` isn't the callback.
@@ -54,9 +56,16 @@ class PendingOf final : public Pending {
   void dropCompletion() override;
 
  private:
+  /// What a reading gave, which is made in its place: results are long.
+  struct Outcome {
+    template <typename Make>
+    explicit Outcome(const Make& make) : result(make()) {}
+    std::optional<Result> result;
+  };
+
   Request request_;
   Completion completion_;
-  std::optional<Result> result_;
+  std::optional<Outcome> outcome_;
 };
 
 }  // namespace tilvanego::detail
