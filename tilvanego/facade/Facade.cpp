@@ -68,27 +68,29 @@ bool Facade::isCallback(OperationKind kind, const URL& url) const {
          interruptedAt(kind, url) != nullptr;
 }
 
-bool Facade::finish(const Slot& pending) {
-  if (!isPending(pending)) return false;
-  // Also if the completion throws: it has run.
-  const RecordEnd recordEnd(*this, pending->type.kind, pending->record);
-  // Emptied first: the completion may start the same operation again.
-  const Slot finished = std::exchange(slot(pending->type.kind), nullptr);
-  finished->deliver();
-  return true;
+bool Facade::finish(const Slot& pending, const void* result) {
+  return end(pending, [&] { pending->deliver(result); });
 }
 
 void Facade::fail(const Slot& pending, const LaunchFailure& failure) {
-  if (!isPending(pending)) return;
-  pending->fail(failure);
-  finish(pending);
+  end(pending, [&] { pending->fail(failure); });
 }
 
-void Facade::refuse(const Slot& pending, const LaunchFailure& failure) {
+template <typename Deliver>
+bool Facade::end(const Slot& pending, const Deliver& deliver) {
+  if (!isPending(pending)) return false;
+  // Also if the completion throws: it has run.
+  const RecordEnd recordEnd(*this, pending->type.kind, pending->record);
+  // Emptied first: the completion may start the same operation again. The caller holds the operation.
+  slot(pending->type.kind) = nullptr;
+  deliver();
+  return true;
+}
+
+void Facade::refuse(Pending& pending, const LaunchFailure& failure) {
   // Another completion may be running, whose record this one must not take.
-  const RecordEnd none(*this, pending->type.kind, 0);
-  pending->fail(failure);
-  pending->deliver();
+  const RecordEnd none(*this, pending.type.kind, 0);
+  pending.fail(failure);
 }
 
 void Facade::start(const Slot& pending) {
@@ -96,9 +98,9 @@ void Facade::start(const Slot& pending) {
   debugLine(std::string(type.texts.sending) + pending->describe() + "]");
   if (pending->transport) debugLine("Sending Transport - [" + pending->transport->text() + "]");
   if (ended_) return;
-  if (isBlocked(type)) return refuse(pending, Blocked{});
+  if (isBlocked(type)) return refuse(*pending, Blocked{});
   if (const auto message = pending->validate()) {
-    return refuse(pending, cases::InvalidRequest{std::string(*message)});
+    return refuse(*pending, cases::InvalidRequest{std::string(*message)});
   }
   pending->startedAt = quietNow();
   slot(type.kind) = pending;
@@ -157,7 +159,7 @@ void Facade::notOpened(OperationKind kind) {
 Facade::Routed Facade::route(OperationKind kind, URL& url) {
   const Slot pending = slot(kind);
   if (!pending || pending->isDelivering) return Routed::goOn;
-  if (readAndKeep(*pending, url) && finish(pending)) return Routed::finished;
+  if (readAndFinish(pending, url)) return Routed::finished;
   log(TilvaneLogLevel::warning, unmatchedCallback(kind));
   return pending->type.passesOnUnmatched ? Routed::goOn : Routed::refused;
 }

@@ -145,12 +145,15 @@ class Facade : public std::enable_shared_from_this<Facade> {
   /// Whether an operation that prevents the start of this one is pending.
   [[nodiscard]] bool isBlocked(const OperationType& type) const;
 
-  /// Completes `pending` with the result that it keeps. Returns false and calls nothing if host code has
-  /// ended the operation already.
-  bool finish(const Slot& pending);
+  /// Completes `pending` with a result, which is of the operation's `Result`. Returns false and calls nothing
+  /// if host code has ended the operation already.
+  bool finish(const Slot& pending, const void* result);
   void fail(const Slot& pending, const LaunchFailure& failure);
+  /// Empties the slot of a pending operation and calls `deliver`, which calls its completion.
+  template <typename Deliver>
+  bool end(const Slot& pending, const Deliver& deliver);
   /// Completes an operation that is in no slot with a failure.
-  void refuse(const Slot& pending, const LaunchFailure& failure);
+  void refuse(Pending& pending, const LaunchFailure& failure);
 
   /// Builds and opens the link of a pending operation, or completes it with the failure.
   void launchPending(const Slot& pending);
@@ -174,10 +177,11 @@ class Facade : public std::enable_shared_from_this<Facade> {
   [[nodiscard]] Date quietNow() const;
   /// Keeps the record of a pending operation, if there is a store.
   void keepForRestart(const Slot& pending);
-  /// Reads the result of a pending operation. Keeps the callback first, so that the next start of the process
-  /// can deliver it if this process ends before the completion has returned. Returns false, and leaves
-  /// `url` unchanged, unless it is the operation's callback.
-  [[nodiscard]] bool readAndKeep(Pending& pending, URL& url);
+  /// Reads the result of a pending operation and completes it. Keeps the callback first, so that the next
+  /// start of the process can deliver it if this process ends before the completion has returned. Returns
+  /// false, and leaves `url` unchanged, unless it is the operation's callback. Returns false, too, if host
+  /// code has ended the operation.
+  bool readAndFinish(const Slot& pending, URL& url);
   /// Keeps a result of the pasteboard before it is removed from there. Empty without a record.
   [[nodiscard]] UnsealedListener unsealedListener(const Pending& pending) const;
   /// The oldest interrupted operation of the kind; 0 if there is none, or if it can't be resumed now.

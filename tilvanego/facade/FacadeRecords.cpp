@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -101,12 +102,15 @@ void Facade::keepForRestart(const Slot& pending) {
   records_->add(pending->type.kind, pending->record, pending->toRecord());
 }
 
-bool Facade::readAndKeep(Pending& pending, URL& url) {
+bool Facade::readAndFinish(const Slot& pending, URL& url) {
   // Set aside before reading, which takes the URL.
-  auto callback = pending.record != 0 ? std::optional(url) : std::nullopt;
-  if (!pending.read(std::move(url), platform_, unsealedListener(pending))) return false;
-  if (callback) records_->setCallback(pending.type.kind, pending.record, {*std::move(callback)});
-  return true;
+  auto callback = pending->record != 0 ? std::optional(url) : std::nullopt;
+  const auto keepAndFinish = [&](const void* result) {
+    if (callback) records_->setCallback(pending->type.kind, pending->record, {*std::move(callback)});
+    return finish(pending, result);
+  };
+  // By reference, so that it needs no memory.
+  return pending->read(std::move(url), platform_, unsealedListener(*pending), std::cref(keepAndFinish));
 }
 
 PendingRecords::Id Facade::resumable(OperationKind kind) const {
@@ -133,9 +137,11 @@ void Facade::deliverKept(const Slot& pending) {
   if (record == nullptr || !record->callback) return;
   KeptCallback callback = *record->callback;
   const WipedAtEnd wiped(callback.url);
-  const bool isRead =
-      callback.isUnsealed ? pending->readItems(std::move(callback.url)) : readAndKeep(*pending, callback.url);
-  if (isRead) finish(pending);
+  if (!callback.isUnsealed) {
+    readAndFinish(pending, callback.url);
+    return;
+  }
+  pending->readItems(std::move(callback.url), [&](const void* result) { return finish(pending, result); });
 }
 
 UnsealedListener Facade::unsealedListener(const Pending& pending) const {

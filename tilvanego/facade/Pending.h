@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -57,8 +58,10 @@ struct OperationType {
 
 [[nodiscard]] const OperationType& operationType(OperationKind kind);
 
-/// An operation that was started and not yet finished: its request, its completion and, once it is over, its
-/// result.
+/// What is done with a result while the caller has it. It points to the `Result` of the operation's kind.
+using ResultUse = std::function<bool(const void* result)>;
+
+/// An operation that was started and not yet finished: its request and its completion.
 class Pending {
  public:
   Pending(const OperationType& operation, const std::optional<PaymentLaunchTransport>& launchedBy)
@@ -87,19 +90,20 @@ class Pending {
   [[nodiscard]] virtual PendingRecord toRecord() const = 0;
 
   // The result.
-  /// Reads it from a callback, and keeps it for `deliver`. Returns false, and leaves `url` unchanged, unless
-  /// it is the callback of the request.
-  [[nodiscard]] virtual bool read(URL&& url, const Platform& platform, const UnsealedListener& unsealed) = 0;
+  /// Reads it from a callback and returns what `use` makes of it. Returns false, and leaves `url` unchanged,
+  /// unless it is the callback of the request.
+  virtual bool read(URL&& url, const Platform& platform, const UnsealedListener& unsealed,
+                    const ResultUse& use) const = 0;
   /// The same, but the items of `url` are the result: no transport is looked for.
-  [[nodiscard]] virtual bool readItems(URL&& url) = 0;
-  virtual void fail(const LaunchFailure& failure) = 0;
-  /// What `read` would keep; nothing if `url` isn't the callback.
+  virtual bool readItems(URL&& url, const ResultUse& use) const = 0;
+  /// What `read` would pass on; nothing if `url` isn't the callback.
   [[nodiscard]] virtual std::optional<ExplainedResult> explainedResult(const URL& url,
                                                                        const Platform& platform) const = 0;
 
-  // The completion. It is destroyed by the end of either of these.
-  /// Calls it with the result that was kept last, which there must be.
-  virtual void deliver() = 0;
+  // The completion. It is destroyed by the end of each of these.
+  /// Calls it with a result, which is of the operation's `Result`.
+  virtual void deliver(const void* result) = 0;
+  virtual void fail(const LaunchFailure& failure) = 0;
   /// Destroys it without a call.
   virtual void dropCompletion() = 0;
 };

@@ -117,9 +117,8 @@ auto PendingOf<kind>::resultOfItems(URL&& url, const std::string* requestId, con
 }
 
 template <OperationKind kind>
-auto PendingOf<kind>::failure(typename Result::Error error) -> std::optional<Result> {
-  return std::optional<Result>(std::in_place, std::in_place_type<typename Result::Failure>, std::move(error),
-                               std::nullopt);
+auto PendingOf<kind>::failure(typename Result::Error error) -> Result {
+  return typename Result::Failure{std::move(error), std::nullopt};
 }
 
 template <OperationKind kind>
@@ -163,19 +162,16 @@ PendingRecord PendingOf<kind>::toRecord() const {
 }
 
 template <OperationKind kind>
-bool PendingOf<kind>::read(URL&& url, const Platform& platform, const UnsealedListener& unsealed) {
-  return outcome_.emplace([&] { return resultOf(std::move(url), platform, unsealed); }).result.has_value();
+bool PendingOf<kind>::read(URL&& url, const Platform& platform, const UnsealedListener& unsealed,
+                           const ResultUse& use) const {
+  const auto result = resultOf(std::move(url), platform, unsealed);
+  return result && use(&*result);
 }
 
 template <OperationKind kind>
-bool PendingOf<kind>::readItems(URL&& url) {
-  return outcome_.emplace([&] { return resultOfItems(std::move(url), requestId(), &callbackURL()); })
-      .result.has_value();
-}
-
-template <OperationKind kind>
-void PendingOf<kind>::fail(const LaunchFailure& failure) {
-  outcome_.emplace([&] { return PendingOf::failure(errorFor<OperationOf<kind>>(failure)); });
+bool PendingOf<kind>::readItems(URL&& url, const ResultUse& use) const {
+  const auto result = resultOfItems(std::move(url), requestId(), &callbackURL());
+  return result && use(&*result);
 }
 
 template <OperationKind kind>
@@ -186,8 +182,15 @@ std::optional<ExplainedResult> PendingOf<kind>::explainedResult(const URL& url,
 }
 
 template <OperationKind kind>
-void PendingOf<kind>::deliver() {
-  if (const auto completion = std::exchange(completion_, nullptr)) completion(*outcome_->result);
+void PendingOf<kind>::deliver(const void* result) {
+  const auto completion = std::exchange(completion_, nullptr);
+  if (completion) completion(*static_cast<const Result*>(result));
+}
+
+template <OperationKind kind>
+void PendingOf<kind>::fail(const LaunchFailure& failure) {
+  const Result result = PendingOf::failure(errorFor<OperationOf<kind>>(failure));
+  deliver(&result);
 }
 
 template <OperationKind kind>

@@ -27,17 +27,17 @@ class PendingOf final : public Pending {
       Request&& request, Completion&& completion,
       const std::optional<PaymentLaunchTransport>& launchedBy = std::nullopt);
   /// Of the request that a record has; null if it has none.
-  [[nodiscard]] static std::shared_ptr<PendingOf> resumed(const PendingRecord& record,
-                                                          Completion&& completion);
+  [[nodiscard, gnu::cold]] static std::shared_ptr<PendingOf> resumed(const PendingRecord& record,
+                                                                     Completion&& completion);
 
   /// The result that the items of `url` are, whichever transport they name. The expected request id and
   /// callback URL may be null. Returns nothing, and leaves `url` unchanged, if it isn't the callback URL.
   [[nodiscard]] static std::optional<Result> resultOfItems(URL&& url, const std::string* requestId,
                                                            const URL* callbackURL);
-  [[nodiscard]] static std::optional<Result> failure(typename Result::Error error);
+  [[nodiscard, gnu::cold]] static Result failure(typename Result::Error error);
 
   [[nodiscard]] const Request& request() const { return request_; }
-  /// What `read` would keep; nothing if `url` isn't the callback.
+  /// What `read` would pass on; nothing if `url` isn't the callback.
   [[nodiscard]] std::optional<Result> resultOf(URL&& url, const Platform& platform,
                                                const UnsealedListener& unsealed) const;
 
@@ -47,25 +47,18 @@ class PendingOf final : public Pending {
   [[nodiscard]] std::optional<std::string_view> validate() const override;
   void addItems(LinkItems& items) const override;
   [[nodiscard]] PendingRecord toRecord() const override;
-  [[nodiscard]] bool read(URL&& url, const Platform& platform, const UnsealedListener& unsealed) override;
-  [[nodiscard]] bool readItems(URL&& url) override;
-  void fail(const LaunchFailure& failure) override;
-  [[nodiscard]] std::optional<ExplainedResult> explainedResult(const URL& url,
-                                                               const Platform& platform) const override;
-  void deliver() override;
+  bool read(URL&& url, const Platform& platform, const UnsealedListener& unsealed,
+            const ResultUse& use) const override;
+  bool readItems(URL&& url, const ResultUse& use) const override;
+  [[nodiscard, gnu::cold]] std::optional<ExplainedResult> explainedResult(
+      const URL& url, const Platform& platform) const override;
+  void deliver(const void* result) override;
+  [[gnu::cold]] void fail(const LaunchFailure& failure) override;
   void dropCompletion() override;
 
  private:
-  /// What a reading gave, which is made in its place: results are long.
-  struct Outcome {
-    template <typename Make>
-    explicit Outcome(const Make& make) : result(make()) {}
-    std::optional<Result> result;
-  };
-
   Request request_;
   Completion completion_;
-  std::optional<Outcome> outcome_;
 };
 
 }  // namespace tilvanego::detail

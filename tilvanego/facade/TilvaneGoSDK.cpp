@@ -132,7 +132,7 @@ void TilvaneGo::sendRequest(std::string requestId, const std::string& amount, co
   auto request = paymentRequestFromTexts(std::move(requestId), amount, type, std::move(currency), returnUrl,
                                          std::move(customId), std::move(notes));
   if (!request) {
-    if (completion) completion(*PendingOf<OperationKind::payment>::failure(std::move(request).error()));
+    if (completion) completion(PendingOf<OperationKind::payment>::failure(std::move(request).error()));
     return;
   }
   facade->start(PendingOf<OperationKind::payment>::make(*std::move(request), std::move(completion),
