@@ -33,7 +33,7 @@ bool hasOnly(const Dictionary& object, std::initializer_list<std::string_view> k
 
 JSONValue written(const PaymentLaunchTransport& transport) {
   if (const auto* automatic = std::get_if<PaymentLaunchTransport::Automatic>(&transport.variant())) {
-    return JSONValue::dictionary({{"automatic", automatic->maxInlineURLLength}});
+    return Dictionary{{"automatic", automatic->maxInlineURLLength}};
   }
   return transport.text();
 }
