@@ -33,7 +33,9 @@ bool hasOnly(const Dictionary& object, std::initializer_list<std::string_view> k
 
 JSONValue written(const PaymentLaunchTransport& transport) {
   if (const auto* automatic = std::get_if<PaymentLaunchTransport::Automatic>(&transport.variant())) {
-    return Dictionary{{"automatic", automatic->maxInlineURLLength}};
+    Dictionary object;
+    object.emplace("automatic", automatic->maxInlineURLLength);
+    return object;
   }
   return transport.text();
 }
@@ -50,7 +52,9 @@ std::optional<PaymentLaunchTransport> readTransport(JSONLookup value) {
 }
 
 JSONValue written(const PendingRecord& record, bool withCallback) {
-  Dictionary object{{"request", record.request}, {"startedAt", internetDateText(record.startedAt)}};
+  Dictionary object;
+  object.emplace("request", record.request);
+  object.emplace("startedAt", internetDateText(record.startedAt));
   if (record.transport) object.emplace("transport", written(*record.transport));
   if (withCallback) {
     object.emplace("callback", record.callback->url.absoluteString());
