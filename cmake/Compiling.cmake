@@ -33,3 +33,11 @@ function(tilvanego_compile_options target)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
 endfunction()
+
+# tilvanego_compile_for_size(target source...): what waits for a disk, another program or a person is compiled for size wherever the
+# build optimises.
+function(tilvanego_compile_for_size target)
+  if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" OR CMAKE_CXX_FLAGS MATCHES "-O[23]")
+    set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS -Os)
+  endif()
+endfunction()

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include <tilvanego/facade/Facade.h>
+#include <tilvanego/operations/Operations.h>
 
 #include "tests/support/Kinds.h"
 #include "tests/support/Test.h"

@@ -1,3 +1,5 @@
+#include <tilvanego/facade/PendingRecord.h>
+
 #include "tests/facade/RestartedHost.h"
 
 /// Operations that survive their host: an instance ends as a process would, and the next one has its records.

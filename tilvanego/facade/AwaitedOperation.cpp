@@ -14,12 +14,12 @@ std::exception_ptr AwaitedOperation::cancelled() {
       CancellationError("cancelled while it was awaited; the payment application was not told"));
 }
 
-void AwaitedOperation::startWith(std::coroutine_handle<> waiting, const std::function<void()>& start) {
+void AwaitedOperation::start(std::coroutine_handle<> waiting) {
   // The host's code may destroy the coroutine within the start, and with it its pointer to this.
   const auto self = shared_from_this();
   waiting_ = waiting;
   try {
-    start();
+    facade_->start(makePending());
   } catch (...) {
     waiting_ = nullptr;
     throw;
@@ -113,6 +113,22 @@ void AwaitedOperation::resume() {
     PendingRecords::Id record;
   } const recordEnd{*facade_, kind_, record};
   waiting.resume();
+}
+
+Awaiting::Awaiting(std::shared_ptr<AwaitedOperation> operation, std::string_view function,
+                   const OperationWaiting& waiting)
+    : dropping_{std::move(operation)},
+      refusal_((dropping_.operation->facade().requireMainThread(function),
+                dropping_.operation->setTimeout(waiting))),
+      stop_(refusal_ ? StopToken() : waiting.stop(),
+            dropping_.operation->stopping(&AwaitedOperation::cancelled)) {}
+
+Awaiting::~Awaiting() = default;
+
+void Awaiting::await_suspend(std::coroutine_handle<> coroutine) {
+  AwaitedOperation& operation = *dropping_.operation;
+  if (refusal_) return operation.refuse(coroutine, std::move(refusal_));
+  operation.start(coroutine);
 }
 
 }  // namespace tilvanego::detail

@@ -10,8 +10,9 @@
 
 #include <tilvanego/async/StopToken.h>
 #include <tilvanego/async/Task.h>
-#include <tilvanego/facade/FacadeRecords.h>
+#include <tilvanego/facade/Facade.h>
 #include <tilvanego/facade/OperationWaiting.h>
+#include <tilvanego/facade/PendingOf.h>
 
 /// Makes an operation awaitable.
 namespace tilvanego::detail {
@@ -30,6 +31,8 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation> {
   AwaitedOperation& operator=(const AwaitedOperation&) = delete;
   virtual ~AwaitedOperation();
 
+  /// Starts the operation. `waiting` goes on in a later turn of the main queue, when the operation is over.
+  void start(std::coroutine_handle<> waiting);
   /// Lets the coroutine throw `failure` in a later turn of the main queue. The operation isn't started.
   void refuse(std::coroutine_handle<> waiting, std::exception_ptr failure);
   /// Cancels the operation and lets the coroutine throw `failure`, unless it is over or was stopped before.
@@ -44,13 +47,11 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation> {
   [[nodiscard]] std::exception_ptr setTimeout(const OperationWaiting& waiting);
 
   [[nodiscard]] static std::exception_ptr cancelled();
+  [[nodiscard]] const Facade& facade() const { return *facade_; }
 
  protected:
   AwaitedOperation(std::shared_ptr<Facade> facade, OperationKind kind);
 
-  [[nodiscard]] Facade& facade() const { return *facade_; }
-  /// Runs `start`. `waiting` goes on in a later turn of the main queue, when the operation is over.
-  void startWith(std::coroutine_handle<> waiting, const std::function<void()>& start);
   /// To be captured by the completion: its last copy tells of the end.
   [[nodiscard]] std::shared_ptr<void> end();
   /// To be called by the completion, with what stores the result.
@@ -59,7 +60,9 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation> {
   [[noreturn]] void rethrow() const { std::rethrow_exception(failure_); }
 
  private:
-  virtual void cancel() = 0;
+  /// The operation to start, with a completion that calls `finish` and captured `end`.
+  [[nodiscard]] virtual std::shared_ptr<Pending> makePending() = 0;
+  void cancel() { facade_->cancel(kind_); }
   /// Nobody will have the result.
   void leaveRecord();
   void goOn();
@@ -76,19 +79,15 @@ class AwaitedOperation : public std::enable_shared_from_this<AwaitedOperation> {
 };
 
 /// An awaited operation of one kind, with its result.
-template <typename Operation>
+template <OperationKind kind>
 class AwaitedResult final : public AwaitedOperation {
  public:
-  using Result = typename Operation::Result;
+  using Request = typename PendingOf<kind>::Request;
+  using Result = typename PendingOf<kind>::Result;
 
-  explicit AwaitedResult(std::shared_ptr<Facade> facade)
-      : AwaitedOperation(std::move(facade), Operation::kind) {}
-
-  template <typename... Launch>
-  void start(std::coroutine_handle<> waiting, typename Operation::Request& request, const Launch&... launch) {
-    startWith(waiting,
-              [&] { facade().template start<Operation>(std::move(request), completion(), launch...); });
-  }
+  AwaitedResult(std::shared_ptr<Facade> facade, Request&& request,
+                const std::optional<PaymentLaunchTransport>& transport)
+      : AwaitedOperation(std::move(facade), kind), request_(std::move(request)), transport_(transport) {}
 
   /// A result that came is never lost: it counts more than a stop.
   Result take() {
@@ -97,47 +96,51 @@ class AwaitedResult final : public AwaitedOperation {
   }
 
  private:
-  Completion<Operation> completion() {
-    return [self = this->shared_from_this(), this, end = end()](const Result& result) {
-      finish([&] { result_.emplace(result); });
-    };
+  std::shared_ptr<Pending> makePending() override {
+    return PendingOf<kind>::make(
+        std::move(request_),
+        // This object lives as long as its end.
+        [this, end = end()](const Result& result) { finish([&] { result_.emplace(result); }); }, transport_);
   }
-  void cancel() override { facade().template cancel<Operation>(); }
 
+  Request request_;
+  std::optional<PaymentLaunchTransport> transport_;
   std::optional<Result> result_;
 };
 
-/// Suspends a coroutine and passes it to `start`.
-template <typename Start>
-struct Suspension {
+/// Suspends the coroutine that awaits it until the operation is over. It is a variable of that coroutine: if
+/// this is destroyed, so is the coroutine.
+class Awaiting {
+ public:
+  /// Sets the time-out and the stop. `function` is the public function, for a message: it must be called on
+  /// the main thread.
+  Awaiting(std::shared_ptr<AwaitedOperation> operation, std::string_view function,
+           const OperationWaiting& waiting);
+  ~Awaiting();
+  Awaiting(const Awaiting&) = delete;
+  Awaiting& operator=(const Awaiting&) = delete;
+
   [[nodiscard]] bool await_ready() const noexcept { return false; }
-  void await_suspend(std::coroutine_handle<> coroutine) { start(coroutine); }
+  void await_suspend(std::coroutine_handle<> coroutine);
   void await_resume() const noexcept {}
-  Start start;
+
+ private:
+  /// Drops the operation, also if what follows throws.
+  struct Dropping {
+    ~Dropping() { operation->drop(); }
+    std::shared_ptr<AwaitedOperation> operation;
+  };
+  Dropping dropping_;
+  std::exception_ptr refusal_;
+  StopCallback stop_;
 };
 
-/// Awaits an operation, which starts when the task is awaited. `function` is the public function, for a
-/// message.
-template <typename Operation, typename... Launch>
-Task<typename Operation::Result> awaited(std::shared_ptr<Facade> facade, std::string_view function,
-                                         typename Operation::Request request, OperationWaiting waiting,
-                                         Launch... launch) {
-  facade->requireMainThread(function);
-  const auto operation = std::make_shared<AwaitedResult<Operation>>(facade);
-  struct Dropping {
-    ~Dropping() { operation.drop(); }
-    AwaitedOperation& operation;
-  } const dropping{*operation};
-  std::exception_ptr refusal = operation->setTimeout(waiting);
-  const StopCallback stop(refusal ? StopToken() : waiting.stop(),
-                          operation->stopping(&AwaitedOperation::cancelled));
-
-  // A variable: in a `co_await` expression, g++ 12 frees fields between braces twice.
-  Suspension suspension{[&](std::coroutine_handle<> coroutine) {
-    if (refusal) return operation->refuse(coroutine, std::move(refusal));
-    operation->start(coroutine, request, launch...);
-  }};
-  co_await suspension;
+/// Awaits an operation, which starts when the task is awaited.
+template <OperationKind kind>
+Task<typename PendingOf<kind>::Result> awaited(std::shared_ptr<AwaitedResult<kind>> operation,
+                                               std::string_view function, OperationWaiting waiting) {
+  Awaiting awaiting(operation, function, waiting);
+  co_await awaiting;
   co_return operation->take();
 }
 

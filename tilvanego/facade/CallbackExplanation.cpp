@@ -7,9 +7,10 @@
 #include <utility>
 
 #include <tilvanego/facade/ExplainedFields.h>
-#include <tilvanego/facade/FacadeRecords.h>
+#include <tilvanego/facade/Facade.h>
 #include <tilvanego/facade/ReadingPlatform.h>
 #include <tilvanego/facade/RouterOrder.h>
+#include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
 #include <tilvanego/values/ASCII.h>
@@ -57,19 +58,15 @@ void explainDifference(Explained& explained, const URL& url, const URL& expected
   }
 }
 
-template <typename Result>
-void nameResult(Entry& entry, const Result& result) {
-  entry.result = result.name();
-  if (const auto* failure = std::get_if<typename Result::Failure>(&result)) {
-    entry.error = failure->error.name();
-  }
+void nameResult(Entry& entry, const ExplainedResult& result) {
+  entry.result = result.name;
+  entry.error = result.error;
 }
 
 /// Says which keys decided the fields of the result's response, if it has one.
-template <typename Operation>
-void explainResponse(Entry& entry, const typename Operation::Result& result) {
-  const auto response = result.response();
-  if (response) explainFields(entry, callbackWords<Operation>, response->callbackURL(), response->status());
+void explainResponse(Entry& entry, const ExplainedResult& result) {
+  if (!result.callbackURL) return;
+  explainFields(entry, operationType(entry.operation).callbackWords, *result.callbackURL, result.status);
 }
 
 /// "failure (missingStatus)"
@@ -98,33 +95,28 @@ std::string_view transportSentence(CallbackTransport transport) {
 }
 
 /// `brief`: another kind is pending, so that this one is hardly meant.
-template <typename Operation>
 void explainIdle(Entry& entry, const URL& url, bool brief) {
-  appendSentence(entry.reason, "No " + operationWords(Operation::kind) + " is pending.");
+  appendSentence(entry.reason, "No " + operationWords(entry.operation) + " is pending.");
   appendSentence(entry.reason, transportSentence(entry.transport));
   // Without the request the other transports can't be read.
   if (entry.transport != CallbackTransport::urlScheme) return;
-  const auto result = parseCallback<Operation>(URL(url), nullptr, nullptr);
-  nameResult(entry, *result);
+  const ExplainedResult result = operationType(entry.operation).explainedResult(url);
+  nameResult(entry, result);
   appendSentence(entry.reason, "A pending one with this URL would end with " + resultText(entry) + ".");
   std::string reason = entry.reason;
-  explainResponse<Operation>(entry, *result);
+  explainResponse(entry, result);
   if (brief) entry.reason = std::move(reason);
 }
 
-template <typename Operation>
-void explainMatch(Entry& entry, const URL& url, const typename Operation::Request& request,
-                  const Platform& reading) {
-  appendSentence(entry.reason, "It is the callback of " + theOperation(Operation::kind) + ".");
+void explainMatch(Entry& entry, const URL& url, const Pending& pending, const Platform& reading) {
+  appendSentence(entry.reason, "It is the callback of " + theOperation(entry.operation) + ".");
   appendSentence(entry.reason, transportSentence(entry.transport));
-  const auto result = OperationTransport<Operation>::read(URL(url), request, reading, {});
+  const auto result = pending.explainedResult(url, reading);
   if (!result) return;
   nameResult(entry, *result);
-  const auto* failure = std::get_if<typename Operation::Result::Failure>(&*result);
-  appendSentence(entry.reason,
-                 "The result is " + resultText(entry) +
-                     (failure ? ": " + shortenedLiteral(failure->error.errorDescription()) : "") + ".");
-  explainResponse<Operation>(entry, *result);
+  const std::string why = result->error.empty() ? "" : ": " + shortenedLiteral(result->errorDescription);
+  appendSentence(entry.reason, "The result is " + resultText(entry) + why + ".");
+  explainResponse(entry, *result);
 }
 
 std::string deliveringSentence(OperationKind kind) {
@@ -132,28 +124,28 @@ std::string deliveringSentence(OperationKind kind) {
          " came before: it is delivered in the main queue's next turn, and no other one is taken.";
 }
 
-template <typename Operation>
-Explained explainedFor(const URL& url, const std::shared_ptr<Pending<Operation>>& pending,
-                       const Platform& reading, bool somePending) {
+/// `pending` may be null.
+Explained explainedFor(OperationKind kind, const URL& url, const Pending* pending, const Platform& reading,
+                       bool somePending) {
   Explained explained;
-  explained.passesOn = passesOnUnmatched<Operation>;
+  explained.passesOn = operationType(kind).passesOnUnmatched;
   Entry& entry = explained.entry;
-  entry.operation = Operation::kind;
+  entry.operation = kind;
   entry.pending = pending != nullptr;
-  if constexpr (Operation::kind == OperationKind::payment) entry.transport = transportOf(url);
-  if (!pending) {
-    explainIdle<Operation>(entry, url, somePending);
+  if (kind == OperationKind::payment) entry.transport = transportOf(url);
+  if (pending == nullptr) {
+    explainIdle(entry, url, somePending);
     return explained;
   }
   if (pending->isDelivering) {
     explained.isDelivering = true;
-    entry.reason = deliveringSentence(Operation::kind);
+    entry.reason = deliveringSentence(kind);
     return explained;
   }
-  const URL& expected = pending->request.callbackURL();
+  const URL& expected = pending->callbackURL();
   entry.matches = callbackURLsMatch(url, expected);
   if (entry.matches) {
-    explainMatch<Operation>(entry, url, pending->request, reading);
+    explainMatch(entry, url, *pending, reading);
   } else {
     explainDifference(explained, url, expected);
   }
@@ -232,13 +224,13 @@ CallbackExplanation Facade::explain(const URL& url) const {
   const Platform reading = readingPlatform(platform_);
   const auto taker = interruptedTaker(url);
   const bool somePending =
-      std::apply([](const auto&... pending) { return (... || (pending != nullptr)); }, slots_);
+      std::ranges::any_of(slots_, [](const Slot& pending) { return pending != nullptr; });
   std::vector<Explained> all;
   std::string waiting;
-  forEachInRouterOrder([&]<OperationKind kind>() {
+  for (const OperationKind kind : routerOrder) {
     // Owned: the pasteboard and the clock are host code, which may end the operation.
-    const auto pending = slot<OperationOf<kind>>();
-    Explained explained = explainedFor<OperationOf<kind>>(url, pending, reading, somePending);
+    const Slot pending = slot(kind);
+    Explained explained = explainedFor(kind, url, pending.get(), reading, somePending);
     if (const PendingRecord* const record = interruptedAt(kind, url)) {
       explained.entry.matches = true;
       const std::string sentence = waitingSentence(url, kind, *record, taker);
@@ -246,7 +238,7 @@ CallbackExplanation Facade::explain(const URL& url) const {
       if (waiting.empty()) waiting = sentence;
     }
     all.push_back(std::move(explained));
-  });
+  }
 
   CallbackExplanation explanation;
   if (taker) {

@@ -40,7 +40,7 @@ class Items {
  public:
   explicit Items(const URL& callback) : callback_(callback) {}
 
-  /// By the rules of `visitDecidingItems`.
+  /// By the rules of `storeDecidingItems`.
   void addFields(std::span<const FieldSpellings> fields, std::vector<Field>& found) {
     std::vector<bool> isDecided(fields.size());
     for (const RawQueryItem& item : callback_.rawQueryItems()) {

@@ -1,26 +1,31 @@
 // What the facade does with its pending store.
 
-#include <tilvanego/facade/FacadeRecords.h>
-
 #include <algorithm>
 #include <ctime>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include <tilvanego/facade/Facade.h>
+#include <tilvanego/facade/PendingOf.h>
 #include <tilvanego/facade/ReadingPlatform.h>
 #include <tilvanego/facade/RouterOrder.h>
+#include <tilvanego/frame/CallbackParser.h>
+#include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
+#include <tilvanego/transports/PaymentTransports.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
 
 std::optional<std::string> namedRequestId(const URL& callback) {
-  constexpr auto& names = requestIdKey<PaymentResponse::Fields>.aliases;
+  constexpr auto names = requestIdKey<PaymentResponse::Fields>.aliases;
   return queryValue(callback, {names[0], names[1], names[2], names[3]});
 }
 
@@ -31,12 +36,14 @@ Date Facade::quietNow() const {
 
 std::vector<PendingOperation> Facade::pendingOperations() const {
   std::vector<PendingOperation> operations;
-  forEachInRouterOrder([&]<OperationKind kind>() {
+  for (const OperationKind kind : routerOrder) {
     if (records_) records_->appendWaiting(kind, operations);
-    if (const auto& pending = slot<OperationOf<kind>>()) {
-      operations.push_back({kind, pending->request.requestId(), pending->startedAt, pending->transport});
-    }
-  });
+    const Slot& pending = slot(kind);
+    if (!pending) continue;
+    const std::string* const id = pending->requestId();
+    operations.push_back(
+        {kind, id ? std::optional(*id) : std::nullopt, pending->startedAt, pending->transport});
+  }
   return operations;
 }
 
@@ -82,9 +89,64 @@ void Facade::leaveRecord(OperationKind kind, PendingRecords::Id record) noexcept
   }
 }
 
-UnsealedListener Facade::unsealedListener(OperationKind kind, PendingRecords::Id record) const {
-  if (record == 0) return {};
-  return [records = records_.get(), kind, record](const URL& callback) {
+void Facade::keepForRestart(const Slot& pending) {
+  if (!records_) return;
+  records_->load();
+  try {
+    pending->startedAt = platform_.clock->now();
+  } catch (...) {
+    // The system's time, which it has already, is as good for a person.
+  }
+  if (!isPending(pending)) return;
+  pending->record = records_->newId();
+  records_->add(pending->type.kind, pending->record, pending->toRecord());
+}
+
+bool Facade::readAndFinish(const Slot& pending, URL& url) {
+  // Set aside before reading, which takes the URL.
+  auto callback = pending->record != 0 ? std::optional(url) : std::nullopt;
+  const auto keepAndFinish = [&](const void* result) {
+    if (callback) records_->setCallback(pending->type.kind, pending->record, {*std::move(callback)});
+    return finish(pending, result);
+  };
+  // By reference, so that it needs no memory.
+  return pending->read(std::move(url), platform_, unsealedListener(*pending), std::cref(keepAndFinish));
+}
+
+PendingRecords::Id Facade::resumable(OperationKind kind) const {
+  if (!records_) return 0;
+  records_->load();
+  return ended_ || isBlocked(operationType(kind)) ? 0 : records_->oldestInterrupted(kind);
+}
+
+void Facade::resume(const Slot& pending, PendingRecords::Id record) {
+  pending->record = record;
+  records_->resume(pending->type.kind, record);
+  slot(pending->type.kind) = pending;
+  if (!pending->isDelivering) return;
+  postOrEnd(mainQueue_, [weak = weak_from_this(), resumed = std::weak_ptr(pending)] {
+    const auto facade = weak.lock();
+    const auto waiting = resumed.lock();
+    if (facade && waiting) facade->deliverKept(waiting);
+  });
+}
+
+void Facade::deliverKept(const Slot& pending) {
+  if (!isPending(pending)) return;
+  const PendingRecord* record = records_->find(pending->type.kind, pending->record);
+  if (record == nullptr || !record->callback) return;
+  KeptCallback callback = *record->callback;
+  const WipedAtEnd wiped(callback.url);
+  if (!callback.isUnsealed) {
+    readAndFinish(pending, callback.url);
+    return;
+  }
+  pending->readItems(std::move(callback.url), [&](const void* result) { return finish(pending, result); });
+}
+
+UnsealedListener Facade::unsealedListener(const Pending& pending) const {
+  if (pending.record == 0) return {};
+  return [records = records_.get(), kind = pending.type.kind, record = pending.record](const URL& callback) {
     records->setCallback(kind, record, {callback, true});
   };
 }
@@ -107,12 +169,12 @@ std::optional<PendingRecords::Taker> Facade::interruptedTaker(const URL& url) co
   }
   bool isPendings = false;
   bool namesPending = false;
-  forEachOperation([&]<OperationKind kind>() {
-    const auto& pending = slot<OperationOf<kind>>();
-    if (!pending || pending->isDelivering || !callbackURLsMatch(url, pending->request.callbackURL())) return;
+  for (const Slot& pending : slots_) {
+    if (!pending || pending->isDelivering || !callbackURLsMatch(url, pending->callbackURL())) continue;
     isPendings = true;
-    namesPending = namesPending || (requestId && pending->request.requestId() == *requestId);
-  });
+    const std::string* const id = pending->requestId();
+    namesPending = namesPending || (requestId && id && *id == *requestId);
+  }
   if (namesPending) return std::nullopt;
   return records_->takerOf(url, requestId, !isPendings);
 }
@@ -121,9 +183,10 @@ PendingRecords::Id Facade::readerOf(const URL& url) const {
   if (!resultHandoffId(url) && !isCompressed(url)) return 0;
   // Copied: the pasteboard and the clock are host code, which may end what is here.
   std::vector<std::pair<PendingRecords::Id, PaymentRequest>> readers;
-  const auto& pending = slot<PaymentOperation>();
-  if (pending && !pending->isDelivering && callbackURLsMatch(url, pending->request.callbackURL())) {
-    readers.emplace_back(pending->record, pending->request);
+  const Slot& pending = slot(OperationKind::payment);
+  if (pending && !pending->isDelivering && callbackURLsMatch(url, pending->callbackURL())) {
+    readers.emplace_back(pending->record,
+                         static_cast<const PendingOf<OperationKind::payment>&>(*pending).request());
   }
   const auto takers = records_->takersAt(OperationKind::payment, url);
   for (const auto& taker : takers) {

@@ -5,10 +5,10 @@
 #include <initializer_list>
 #include <system_error>
 
+#include <tilvanego/facade/Pending.h>
 #include <tilvanego/frame/CallbackURLs.h>
 #include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/json/JSON.h>
-#include <tilvanego/operations/Records.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>
@@ -33,7 +33,9 @@ bool hasOnly(const Dictionary& object, std::initializer_list<std::string_view> k
 
 JSONValue written(const PaymentLaunchTransport& transport) {
   if (const auto* automatic = std::get_if<PaymentLaunchTransport::Automatic>(&transport.variant())) {
-    return JSONValue::dictionary({{"automatic", automatic->maxInlineURLLength}});
+    Dictionary object;
+    object.emplace("automatic", automatic->maxInlineURLLength);
+    return object;
   }
   return transport.text();
 }
@@ -50,7 +52,9 @@ std::optional<PaymentLaunchTransport> readTransport(JSONLookup value) {
 }
 
 JSONValue written(const PendingRecord& record, bool withCallback) {
-  Dictionary object{{"request", record.request}, {"startedAt", internetDateText(record.startedAt)}};
+  Dictionary object;
+  object.emplace("request", record.request);
+  object.emplace("startedAt", internetDateText(record.startedAt));
   if (record.transport) object.emplace("transport", written(*record.transport));
   if (withCallback) {
     object.emplace("callback", record.callback->url.absoluteString());
@@ -173,30 +177,19 @@ bool readCallback(const JSONValue& object, PendingRecord& record) {
 }
 
 /// The record that a request and its facts make.
-template <OperationKind kind>
-std::optional<PendingRecord> readRecord(const JSONValue& object) {
-  using Request = typename OperationRecords<kind>::Request;
-  constexpr bool isPayment = kind == OperationKind::payment;
+std::optional<PendingRecord> readRecord(OperationKind kind, const JSONValue& object) {
+  const bool isPayment = kind == OperationKind::payment;
   const auto* fields = object["request"].dictionaryValue();
   const auto* startedText = object["startedAt"].stringValue();
   const auto startedAt = startedText ? readInternetDate(*startedText) : std::nullopt;
   const auto transport = readTransport(object["transport"]);
-  const auto request = fields ? restoredRequest<Request>(*fields) : std::nullopt;
-  if (!request || !startedAt || transport.has_value() != isPayment ||
+  if (fields == nullptr || !startedAt || transport.has_value() != isPayment ||
       static_cast<bool>(object["transport"]) != isPayment ||
       !hasOnly(*object.dictionaryValue(), {"request", "startedAt", "transport", "callback", "unsealed"})) {
     return std::nullopt;
   }
-  auto record = pendingRecord(*request, transport, *startedAt);
-  if (!readCallback(object, record)) return std::nullopt;
-  return record;
-}
-
-std::optional<PendingRecord> readRecord(OperationKind kind, const JSONValue& object) {
-  std::optional<PendingRecord> record;
-  forEachOperation([&]<OperationKind one>() {
-    if (one == kind) record = readRecord<one>(object);
-  });
+  auto record = operationType(kind).recordFrom(*fields, transport, *startedAt);
+  if (!record || !readCallback(object, *record)) return std::nullopt;
   return record;
 }
 

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
-#include <utility>
 
 #include <tilvanego/frame/OperationKind.h>
 
@@ -16,13 +14,5 @@ inline constexpr auto routerOrder = [] {
   return kinds;
 }();
 static_assert(routerOrder.back() == OperationKind::payment);
-
-/// Calls `visit.template operator()<kind>()` for each operation, in the router's order.
-template <typename Visit>
-constexpr void forEachInRouterOrder(Visit&& visit) {
-  [&]<std::size_t... index>(std::index_sequence<index...>) {
-    (visit.template operator()<routerOrder[index]>(), ...);
-  }(std::make_index_sequence<routerOrder.size()>());
-}
 
 }  // namespace tilvanego::detail

@@ -2,9 +2,10 @@
 
 #include <utility>
 
+#include <tilvanego/facade/Facade.h>
 #include <tilvanego/facade/FacadeAccess.h>
-#include <tilvanego/facade/FacadeRecords.h>
 #include <tilvanego/facade/FreshInstance.h>
+#include <tilvanego/facade/PendingOf.h>
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/values/Text.h>
 
@@ -42,11 +43,11 @@ struct SharedPlatform {
   }
 };
 
-template <typename Operation>
-std::optional<typename Operation::Result> parse(URL url, const std::optional<std::string>& expectedRequestId,
-                                                const std::optional<URL>& expectedCallbackURL) {
-  return detail::parseCallback<Operation>(std::move(url), expectedRequestId ? &*expectedRequestId : nullptr,
-                                          expectedCallbackURL ? &*expectedCallbackURL : nullptr);
+template <OperationKind kind>
+auto parse(URL url, const std::optional<std::string>& expectedRequestId,
+           const std::optional<URL>& expectedCallbackURL) {
+  return PendingOf<kind>::resultOfItems(std::move(url), expectedRequestId ? &*expectedRequestId : nullptr,
+                                        expectedCallbackURL ? &*expectedCallbackURL : nullptr);
 }
 
 std::unexpected<PaymentError> refused(std::string message) {
@@ -121,7 +122,8 @@ void TilvaneGo::startPayment(PaymentRequest request, PaymentCompletion completio
 }
 void TilvaneGo::startPayment(PaymentRequest request, const PaymentLaunchTransport& transport,
                              PaymentCompletion completion) {
-  on("startPayment")->start<PaymentOperation>(std::move(request), std::move(completion), transport);
+  on("startPayment")
+      ->start(PendingOf<OperationKind::payment>::make(std::move(request), std::move(completion), transport));
 }
 void TilvaneGo::sendRequest(std::string requestId, const std::string& amount, const std::string& type,
                             std::string currency, const std::string& returnUrl, std::string customId,
@@ -130,182 +132,189 @@ void TilvaneGo::sendRequest(std::string requestId, const std::string& amount, co
   auto request = paymentRequestFromTexts(std::move(requestId), amount, type, std::move(currency), returnUrl,
                                          std::move(customId), std::move(notes));
   if (!request) {
-    if (completion) completion(detail::failureWithoutResponse<PaymentOperation>(std::move(request).error()));
+    if (completion) completion(PendingOf<OperationKind::payment>::failure(std::move(request).error()));
     return;
   }
-  facade->start<PaymentOperation>(*std::move(request), std::move(completion),
-                                  PaymentLaunchTransport::urlScheme());
+  facade->start(PendingOf<OperationKind::payment>::make(*std::move(request), std::move(completion),
+                                                        PaymentLaunchTransport::urlScheme()));
 }
 bool TilvaneGo::isPaymentInProgress() const {
-  return on("isPaymentInProgress")->isInProgress<PaymentOperation>();
+  return on("isPaymentInProgress")->isInProgress(OperationKind::payment);
 }
-void TilvaneGo::cancelPendingPayment() { on("cancelPendingPayment")->cancel<PaymentOperation>(); }
+void TilvaneGo::cancelPendingPayment() { on("cancelPendingPayment")->cancel(OperationKind::payment); }
 bool TilvaneGo::isPaymentCallback(const URL& url) const {
-  return on("isPaymentCallback")->isCallback<PaymentOperation>(url);
+  return on("isPaymentCallback")->isCallback(OperationKind::payment, url);
 }
 std::optional<PaymentResult> TilvaneGo::paymentResult(const URL& url) const {
-  return on("paymentResult")->result<PaymentOperation>(url);
+  return on("paymentResult")->result<OperationKind::payment>(url);
 }
 std::optional<PaymentResult> TilvaneGo::parsePaymentResult(
     URL url, const std::optional<std::string>& expectedRequestId,
     const std::optional<URL>& expectedCallbackURL) {
-  return parse<PaymentOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::payment>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::initialize(InitializationRequest request, InitializationCompletion completion) {
-  on("initialize")->start<InitializationOperation>(std::move(request), std::move(completion));
+  on("initialize")
+      ->start(PendingOf<OperationKind::initialization>::make(std::move(request), std::move(completion)));
 }
 bool TilvaneGo::isInitializationInProgress() const {
-  return on("isInitializationInProgress")->isInProgress<InitializationOperation>();
+  return on("isInitializationInProgress")->isInProgress(OperationKind::initialization);
 }
 void TilvaneGo::cancelPendingInitialization() {
-  on("cancelPendingInitialization")->cancel<InitializationOperation>();
+  on("cancelPendingInitialization")->cancel(OperationKind::initialization);
 }
 bool TilvaneGo::isInitializationCallback(const URL& url) const {
-  return on("isInitializationCallback")->isCallback<InitializationOperation>(url);
+  return on("isInitializationCallback")->isCallback(OperationKind::initialization, url);
 }
 std::optional<InitializationResult> TilvaneGo::initializationResult(const URL& url) const {
-  return on("initializationResult")->result<InitializationOperation>(url);
+  return on("initializationResult")->result<OperationKind::initialization>(url);
 }
 std::optional<InitializationResult> TilvaneGo::parseInitializationResult(
     URL url, const std::optional<std::string>& expectedRequestId,
     const std::optional<URL>& expectedCallbackURL) {
-  return parse<InitializationOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::initialization>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::getTransactionList(TransactionListRequest request, TransactionListCompletion completion) {
-  on("getTransactionList")->start<TransactionListOperation>(std::move(request), std::move(completion));
+  on("getTransactionList")
+      ->start(PendingOf<OperationKind::transactionList>::make(std::move(request), std::move(completion)));
 }
 bool TilvaneGo::isTransactionListInProgress() const {
-  return on("isTransactionListInProgress")->isInProgress<TransactionListOperation>();
+  return on("isTransactionListInProgress")->isInProgress(OperationKind::transactionList);
 }
 void TilvaneGo::cancelPendingTransactionList() {
-  on("cancelPendingTransactionList")->cancel<TransactionListOperation>();
+  on("cancelPendingTransactionList")->cancel(OperationKind::transactionList);
 }
 bool TilvaneGo::isTransactionListCallback(const URL& url) const {
-  return on("isTransactionListCallback")->isCallback<TransactionListOperation>(url);
+  return on("isTransactionListCallback")->isCallback(OperationKind::transactionList, url);
 }
 std::optional<TransactionListResult> TilvaneGo::transactionListResult(const URL& url) const {
-  return on("transactionListResult")->result<TransactionListOperation>(url);
+  return on("transactionListResult")->result<OperationKind::transactionList>(url);
 }
 std::optional<TransactionListResult> TilvaneGo::parseTransactionListResult(
     URL url, const std::optional<std::string>& expectedRequestId,
     const std::optional<URL>& expectedCallbackURL) {
-  return parse<TransactionListOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::transactionList>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::fullRefund(FullRefundRequest request, FullRefundCompletion completion) {
-  on("fullRefund")->start<FullRefundOperation>(std::move(request), std::move(completion));
+  on("fullRefund")
+      ->start(PendingOf<OperationKind::fullRefund>::make(std::move(request), std::move(completion)));
 }
 bool TilvaneGo::isFullRefundInProgress() const {
-  return on("isFullRefundInProgress")->isInProgress<FullRefundOperation>();
+  return on("isFullRefundInProgress")->isInProgress(OperationKind::fullRefund);
 }
-void TilvaneGo::cancelPendingFullRefund() { on("cancelPendingFullRefund")->cancel<FullRefundOperation>(); }
+void TilvaneGo::cancelPendingFullRefund() {
+  on("cancelPendingFullRefund")->cancel(OperationKind::fullRefund);
+}
 bool TilvaneGo::isFullRefundCallback(const URL& url) const {
-  return on("isFullRefundCallback")->isCallback<FullRefundOperation>(url);
+  return on("isFullRefundCallback")->isCallback(OperationKind::fullRefund, url);
 }
 std::optional<FullRefundResult> TilvaneGo::fullRefundResult(const URL& url) const {
-  return on("fullRefundResult")->result<FullRefundOperation>(url);
+  return on("fullRefundResult")->result<OperationKind::fullRefund>(url);
 }
 std::optional<FullRefundResult> TilvaneGo::parseFullRefundResult(
     URL url, const std::optional<std::string>& expectedRequestId,
     const std::optional<URL>& expectedCallbackURL) {
-  return parse<FullRefundOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::fullRefund>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::partialRefund(PartialRefundRequest request, PartialRefundCompletion completion) {
-  on("partialRefund")->start<PartialRefundOperation>(std::move(request), std::move(completion));
+  on("partialRefund")
+      ->start(PendingOf<OperationKind::partialRefund>::make(std::move(request), std::move(completion)));
 }
 bool TilvaneGo::isPartialRefundInProgress() const {
-  return on("isPartialRefundInProgress")->isInProgress<PartialRefundOperation>();
+  return on("isPartialRefundInProgress")->isInProgress(OperationKind::partialRefund);
 }
 void TilvaneGo::cancelPendingPartialRefund() {
-  on("cancelPendingPartialRefund")->cancel<PartialRefundOperation>();
+  on("cancelPendingPartialRefund")->cancel(OperationKind::partialRefund);
 }
 bool TilvaneGo::isPartialRefundCallback(const URL& url) const {
-  return on("isPartialRefundCallback")->isCallback<PartialRefundOperation>(url);
+  return on("isPartialRefundCallback")->isCallback(OperationKind::partialRefund, url);
 }
 std::optional<PartialRefundResult> TilvaneGo::partialRefundResult(const URL& url) const {
-  return on("partialRefundResult")->result<PartialRefundOperation>(url);
+  return on("partialRefundResult")->result<OperationKind::partialRefund>(url);
 }
 std::optional<PartialRefundResult> TilvaneGo::parsePartialRefundResult(
     URL url, const std::optional<std::string>& expectedRequestId,
     const std::optional<URL>& expectedCallbackURL) {
-  return parse<PartialRefundOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::partialRefund>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::capture(CaptureRequest request, CaptureCompletion completion) {
-  on("capture")->start<CaptureOperation>(std::move(request), std::move(completion));
+  on("capture")->start(PendingOf<OperationKind::capture>::make(std::move(request), std::move(completion)));
 }
 bool TilvaneGo::isCaptureInProgress() const {
-  return on("isCaptureInProgress")->isInProgress<CaptureOperation>();
+  return on("isCaptureInProgress")->isInProgress(OperationKind::capture);
 }
-void TilvaneGo::cancelPendingCapture() { on("cancelPendingCapture")->cancel<CaptureOperation>(); }
+void TilvaneGo::cancelPendingCapture() { on("cancelPendingCapture")->cancel(OperationKind::capture); }
 bool TilvaneGo::isCaptureCallback(const URL& url) const {
-  return on("isCaptureCallback")->isCallback<CaptureOperation>(url);
+  return on("isCaptureCallback")->isCallback(OperationKind::capture, url);
 }
 std::optional<CaptureResult> TilvaneGo::captureResult(const URL& url) const {
-  return on("captureResult")->result<CaptureOperation>(url);
+  return on("captureResult")->result<OperationKind::capture>(url);
 }
 std::optional<CaptureResult> TilvaneGo::parseCaptureResult(
     URL url, const std::optional<std::string>& expectedRequestId,
     const std::optional<URL>& expectedCallbackURL) {
-  return parse<CaptureOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::capture>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::clearData(ClearDataRequest request, ClearDataCompletion completion) {
-  on("clearData")->start<ClearDataOperation>(std::move(request), std::move(completion));
+  on("clearData")
+      ->start(PendingOf<OperationKind::clearData>::make(std::move(request), std::move(completion)));
 }
 bool TilvaneGo::isClearDataInProgress() const {
-  return on("isClearDataInProgress")->isInProgress<ClearDataOperation>();
+  return on("isClearDataInProgress")->isInProgress(OperationKind::clearData);
 }
-void TilvaneGo::cancelPendingClearData() { on("cancelPendingClearData")->cancel<ClearDataOperation>(); }
+void TilvaneGo::cancelPendingClearData() { on("cancelPendingClearData")->cancel(OperationKind::clearData); }
 bool TilvaneGo::isClearDataCallback(const URL& url) const {
-  return on("isClearDataCallback")->isCallback<ClearDataOperation>(url);
+  return on("isClearDataCallback")->isCallback(OperationKind::clearData, url);
 }
 std::optional<ClearDataResult> TilvaneGo::clearDataResult(const URL& url) const {
-  return on("clearDataResult")->result<ClearDataOperation>(url);
+  return on("clearDataResult")->result<OperationKind::clearData>(url);
 }
 std::optional<ClearDataResult> TilvaneGo::parseClearDataResult(
     URL url, const std::optional<std::string>& expectedRequestId,
     const std::optional<URL>& expectedCallbackURL) {
-  return parse<ClearDataOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::clearData>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::reboot(RebootRequest request, RebootCompletion completion) {
-  on("reboot")->start<RebootOperation>(std::move(request), std::move(completion));
+  on("reboot")->start(PendingOf<OperationKind::reboot>::make(std::move(request), std::move(completion)));
 }
 bool TilvaneGo::isRebootInProgress() const {
-  return on("isRebootInProgress")->isInProgress<RebootOperation>();
+  return on("isRebootInProgress")->isInProgress(OperationKind::reboot);
 }
-void TilvaneGo::cancelPendingReboot() { on("cancelPendingReboot")->cancel<RebootOperation>(); }
+void TilvaneGo::cancelPendingReboot() { on("cancelPendingReboot")->cancel(OperationKind::reboot); }
 bool TilvaneGo::isRebootCallback(const URL& url) const {
-  return on("isRebootCallback")->isCallback<RebootOperation>(url);
+  return on("isRebootCallback")->isCallback(OperationKind::reboot, url);
 }
 std::optional<RebootResult> TilvaneGo::rebootResult(const URL& url) const {
-  return on("rebootResult")->result<RebootOperation>(url);
+  return on("rebootResult")->result<OperationKind::reboot>(url);
 }
 std::optional<RebootResult> TilvaneGo::parseRebootResult(URL url,
                                                          const std::optional<std::string>& expectedRequestId,
                                                          const std::optional<URL>& expectedCallbackURL) {
-  return parse<RebootOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::reboot>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 void TilvaneGo::save(SaveRequest request, SaveCompletion completion) {
-  on("save")->start<SaveOperation>(std::move(request), std::move(completion));
+  on("save")->start(PendingOf<OperationKind::save>::make(std::move(request), std::move(completion)));
 }
-bool TilvaneGo::isSaveInProgress() const { return on("isSaveInProgress")->isInProgress<SaveOperation>(); }
-void TilvaneGo::cancelPendingSave() { on("cancelPendingSave")->cancel<SaveOperation>(); }
+bool TilvaneGo::isSaveInProgress() const { return on("isSaveInProgress")->isInProgress(OperationKind::save); }
+void TilvaneGo::cancelPendingSave() { on("cancelPendingSave")->cancel(OperationKind::save); }
 bool TilvaneGo::isSaveCallback(const URL& url) const {
-  return on("isSaveCallback")->isCallback<SaveOperation>(url);
+  return on("isSaveCallback")->isCallback(OperationKind::save, url);
 }
 std::optional<SaveResult> TilvaneGo::saveResult(const URL& url) const {
-  return on("saveResult")->result<SaveOperation>(url);
+  return on("saveResult")->result<OperationKind::save>(url);
 }
 std::optional<SaveResult> TilvaneGo::parseSaveResult(URL url,
                                                      const std::optional<std::string>& expectedRequestId,
                                                      const std::optional<URL>& expectedCallbackURL) {
-  return parse<SaveOperation>(std::move(url), expectedRequestId, expectedCallbackURL);
+  return parse<OperationKind::save>(std::move(url), expectedRequestId, expectedCallbackURL);
 }
 
 }  // namespace tilvanego

@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include <tilvanego/frame/CallbackURLs.h>
@@ -22,14 +24,17 @@
 /// number of fields, and makes the result that the status means.
 namespace tilvanego::detail {
 
+/// Stores an item's value, which may be absent, in the field of a key. `fields` is the struct that the key
+/// was made for: by a pointer without its type, one parser serves all of them.
+using CallbackStore = void (*)(void* fields, URLTextView value);
+
 /// A field of `Fields`, and the names that its query item may have.
 template <typename Fields>
 struct CallbackKey {
   static constexpr std::size_t maxAliases = 4;
 
   std::array<std::string_view, maxAliases> aliases;
-  /// Stores an item's value, which may be absent.
-  void (*store)(Fields& fields, URLTextView value);
+  CallbackStore store;
 };
 
 /// The key of a text field: the value is decoded and stored as it is.
@@ -38,14 +43,14 @@ template <typename Fields, auto Member>
                                                     std::string_view third = {},
                                                     std::string_view fourth = {}) {
   return {{first, second, third, fourth},
-          [](Fields& fields, URLTextView value) { value.decodeInto(fields.*Member); }};
+          [](void* fields, URLTextView value) { value.decodeInto(static_cast<Fields*>(fields)->*Member); }};
 }
 
 /// The key of an integer field. A value that isn't an integer leaves the field empty; that is no failure.
 template <typename Fields, auto Member>
 [[nodiscard]] consteval CallbackKey<Fields> integerKey(std::string_view first, std::string_view second) {
-  return {{first, second, {}, {}}, [](Fields& fields, URLTextView value) {
-            fields.*Member =
+  return {{first, second, {}, {}}, [](void* fields, URLTextView value) {
+            static_cast<Fields*>(fields)->*Member =
                 value.decoded().and_then([](const std::string& text) { return parseInteger(text); });
           }};
 }
@@ -100,13 +105,32 @@ class CallbackName {
   std::uint8_t size_ = 0;
 };
 
-/// Finds the key of an item by its name, without regard to case. It is built at compile time from an
-/// operation's keys. The names are grouped by length, so that a name is compared only with the few that have
-/// its length.
+/// One name of a key, by the key's number.
+struct CallbackAlias {
+  CallbackName name;
+  std::uint8_t key = 0;
+};
+
+/// Finds the key of an item by its name, without regard to case. The names are grouped by length, so that a
+/// name is compared only with the few that have its length.
+struct CallbackKeyTable {
+  /// Sorted by length.
+  std::span<const CallbackAlias> aliases;
+  /// The number of the first alias of each length, and after the last length that of all aliases.
+  std::span<const std::uint8_t, CallbackName::maxSize + 2> firstOfLength;
+  /// That of each key; at most 32.
+  std::span<const CallbackStore> stores;
+};
+
+/// Stores the items of the query that decide a field in `fields`, in their order. If several belong to one
+/// field, the first decides it, even if it has no value.
+void storeDecidingItems(const CallbackKeyTable& keys, const URL& url, void* fields);
+
+/// Holds what the table of an operation's keys points into. It is built at compile time.
 template <std::size_t KeyCount>
 class CallbackKeyIndex {
  public:
-  static constexpr std::size_t notFound = KeyCount;
+  static_assert(KeyCount <= 32);
 
   template <typename Fields>
   consteval explicit CallbackKeyIndex(const std::array<CallbackKey<Fields>, KeyCount>& keys) {
@@ -115,69 +139,31 @@ class CallbackKeyIndex {
       for (std::size_t key = 0; key < KeyCount; ++key) {
         for (std::string_view alias : keys[key].aliases) {
           if (alias.size() == length)
-            entries_[count_++] = {CallbackName(alias), static_cast<std::uint8_t>(key)};
+            aliases_[count_++] = {CallbackName(alias), static_cast<std::uint8_t>(key)};
         }
       }
       firstOfLength_[length + 1] = count_;
     }
+    for (std::size_t key = 0; key < KeyCount; ++key) stores_[key] = keys[key].store;
   }
 
-  /// `encodedName` is the name as the URL has it, with its percent escapes.
-  [[nodiscard]] std::size_t find(std::string_view encodedName) const {
-    const std::size_t found = findASCII(encodedName);
-    if (found != notFound || !encodedName.contains('%')) return found;
-    return findDecoded(RawQueryItem{encodedName, {}}.decodedName());
+  [[nodiscard]] constexpr CallbackKeyTable table() const {
+    return {std::span(aliases_).first(count_), firstOfLength_, stores_};
   }
 
  private:
-  struct Entry {
-    CallbackName name;
-    std::uint8_t key = 0;
-  };
-
-  [[nodiscard]] std::size_t findASCII(std::string_view name) const {
-    if (name.empty() || name.size() > CallbackName::maxSize) return notFound;
-    const std::size_t end = firstOfLength_[name.size() + 1];
-    for (std::size_t i = firstOfLength_[name.size()]; i < end; ++i) {
-      if (entries_[i].name.equals(name)) return entries_[i].key;
-    }
-    return notFound;
-  }
-
-  /// Outside ASCII, two equal names may differ in length: the Kelvin sign equals "k".
-  [[nodiscard]] std::size_t findDecoded(std::string_view name) const {
-    const std::string folded = caseFolded(name);
-    for (std::size_t i = 0; i < count_; ++i) {
-      if (caseFolded(entries_[i].name.lower()) == folded) return entries_[i].key;
-    }
-    return notFound;
-  }
-
-  std::array<Entry, KeyCount * CallbackKey<int>::maxAliases> entries_{};
+  std::array<CallbackAlias, KeyCount * CallbackKey<int>::maxAliases> aliases_{};
   std::array<std::uint8_t, CallbackName::maxSize + 2> firstOfLength_{};
+  std::array<CallbackStore, KeyCount> stores_{};
   std::uint8_t count_ = 0;
 };
-
-/// Calls `visit(key, item)` for each item of the query that decides a field, in their order. If several
-/// belong to one field, the first decides it, even if it has no value.
-template <const auto& Keys, typename Visit>
-void visitDecidingItems(const URL& url, Visit visit) {
-  static_assert(Keys.size() <= 32);
-  static constexpr CallbackKeyIndex index(Keys);
-  std::uint32_t decided = 0;
-  for (const auto& item : url.rawQueryItems()) {
-    const std::size_t key = index.find(item.name);
-    if (key == index.notFound || (decided >> key & 1U) != 0) continue;
-    decided |= 1U << key;
-    visit(key, item);
-  }
-}
 
 /// Fills `fields` from the query of `url`.
 template <const auto& Keys, typename Fields>
 void readCallback(const URL& url, Fields& fields) {
-  visitDecidingItems<Keys>(
-      url, [&fields](std::size_t key, const auto& item) { Keys[key].store(fields, item.value); });
+  static_assert(std::same_as<CallbackKey<Fields>, std::remove_cvref_t<decltype(Keys[0])>>);
+  static constexpr CallbackKeyIndex index(Keys);
+  storeDecidingItems(index.table(), url, &fields);
 }
 
 /// Converts to the response that is made of `fields`. So the response is built in its place inside a result,

@@ -17,7 +17,7 @@ namespace tilvanego::detail {
 /// A description of an operation is a struct that derives from this one. It must define `texts`, the error
 /// cases `InProgress` and `AppNotInstalled`, the functions `describe`, `validate` and `addItems` for its
 /// request, and `callbackKeys`, `statusWords` and `failed` for its response. It may define `BlockedBy` (see
-/// `BlockersOf`) and `passesOnUnmatched`. `Facade` runs every operation by its description.
+/// `BlockersOf`) and `passesOnUnmatched`. `PendingOf` calls the description for the facade.
 template <OperationKind operationKind>
 struct OperationTypes {
   static constexpr OperationKind kind = operationKind;

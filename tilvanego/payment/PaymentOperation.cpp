@@ -12,6 +12,10 @@ std::optional<std::string_view> checkCredentialEnvironment(const PaymentCredenti
 
 }  // namespace
 
+template std::optional<PaymentResult> parseCallback<PaymentOperation>(URL&& url,
+                                                                      const std::string* expectedRequestId,
+                                                                      const URL* expectedCallbackURL);
+
 std::string PaymentOperation::describe(const PaymentRequest& request) {
   return RequestDescription("PaymentRequest")
       .field("requestId", request.requestId())

@@ -47,6 +47,10 @@ struct PaymentOperation : OperationTypes<OperationKind::payment> {
   }
 };
 
+/// Compiled once, since all transports of a payment end with it.
+extern template std::optional<PaymentResult> parseCallback<PaymentOperation>(
+    URL&& url, const std::string* expectedRequestId, const URL* expectedCallbackURL);
+
 // The checks and the query items of credentials, for every request that has them.
 
 /// Checks credentials that a request must have. Returns the message of the first failure, or nothing.

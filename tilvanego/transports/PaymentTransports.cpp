@@ -22,8 +22,8 @@ std::unexpected<PaymentLinkFailure> notBuilt() {
   return failed(cases::InvalidRequest{buildFailure(PaymentOperation::kind)});
 }
 
-Link inlineLink(std::expected<URL, PaymentError>&& url) {
-  if (!url) return failed(std::move(url).error());
+Link inlineLink(std::optional<URL>&& url) {
+  if (!url) return notBuilt();
   return *std::move(url);
 }
 
@@ -49,7 +49,7 @@ Link pasteboardLink(const PaymentRequest& request, const Platform& platform) {
 }
 
 /// The first of these forms that fits: inline, compressed, pasteboard.
-Link fittingLink(std::expected<URL, PaymentError>&& inlineURL, std::int64_t maxInlineURLLength,
+Link fittingLink(std::optional<URL>&& inlineURL, std::int64_t maxInlineURLLength,
                  const PaymentRequest& request, const Platform& platform) {
   // If there is no inline link, no other form is tried.
   if (!inlineURL || std::cmp_less_equal(inlineURL->absoluteString().size(), maxInlineURLLength)) {
@@ -61,7 +61,7 @@ Link fittingLink(std::expected<URL, PaymentError>&& inlineURL, std::int64_t maxI
 
 }  // namespace
 
-std::expected<URL, PaymentLinkFailure> paymentAppURL(std::expected<URL, PaymentError> inlineURL,
+std::expected<URL, PaymentLinkFailure> paymentAppURL(std::optional<URL> inlineURL,
                                                      const PaymentRequest& request,
                                                      const PaymentLaunchTransport& transport,
                                                      const Platform& platform) {

@@ -22,9 +22,9 @@ struct PaymentLinkFailure {
   std::string reason;
 };
 
-/// Returns the launch link of the chosen transport. `inlineURL` is the link with every field in its query, or
-/// the error that prevented it.
-[[nodiscard]] std::expected<URL, PaymentLinkFailure> paymentAppURL(std::expected<URL, PaymentError> inlineURL,
+/// Returns the launch link of the chosen transport. `inlineURL` is the link with every field in its query;
+/// nothing if it can't be built.
+[[nodiscard]] std::expected<URL, PaymentLinkFailure> paymentAppURL(std::optional<URL> inlineURL,
                                                                    const PaymentRequest& request,
                                                                    const PaymentLaunchTransport& transport,
                                                                    const Platform& platform);
