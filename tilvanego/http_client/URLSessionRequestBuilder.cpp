@@ -297,7 +297,11 @@ void URLSessionRequestBuilder::processRequestResponse(const URLSessionExchange& 
 void URLSessionRequestBuilder::succeed(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                        std::any body, const Completion& completion) {
   // Allocations come before the callbacks.
-  AnyResponse completed(response, std::any(), exchange.data);
+  // A derived class may pass an object of its own, which need not live longer than this call.
+  auto completed = exchange.response.get() == &response
+                       ? AnyResponse(std::shared_ptr<const HTTPURLResponse>(exchange.response, &response),
+                                     std::any(), exchange.data)
+                       : AnyResponse(response, std::any(), exchange.data);
   std::expected<std::any, Failure> result(std::in_place, std::move(body));
   detail::runListener("OpenAPIInterceptor::didComplete", [&] {
     apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), exchange.data,
