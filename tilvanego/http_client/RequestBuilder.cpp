@@ -184,7 +184,8 @@ RequestBuilder::Result RequestBuilder::send(StopToken stopToken) {
     return std::unexpected(
         ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, CancellationError()));
   }
-  const StopCallback cancel(stopToken, [task = requestTask] { task->cancel(); });
+  std::optional<StopCallback> cancel;
+  if (stopToken.stopPossible()) cancel.emplace(stopToken, [task = requestTask] { task->cancel(); });
   const auto builder = shared_from_this();
   const auto call = std::make_shared<detail::BlockingCall>(std::move(stopToken));
   execute(detail::BlockingCall::completionOf(call));

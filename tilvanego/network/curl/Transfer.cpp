@@ -135,7 +135,7 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) try {
   const auto units = outgoingUnits() + static_cast<std::int64_t>(receivedSize());
   report(units, units);
   auto response = takeResponse();
-  return Outcome{.data = Data(body_.take()), .response = std::move(response)};
+  return Outcome{.data = body_.size() > 0 ? Data(body_.take()) : Data(), .response = std::move(response)};
 } catch (const std::exception&) {
   return Outcome::outOfMemory();
 }

@@ -154,7 +154,7 @@ class Transfer {
   void prepare(Connection connection = Connection::any);
   void setMethodAndBody();
   void setTarget();
-  void setURL(std::string text);
+  void setURL(const std::string& text);
   void setTimeout();
   void setEnd();
   void setHeaders(bool announcesBody);

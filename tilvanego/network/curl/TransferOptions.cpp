@@ -157,7 +157,11 @@ void Transfer::prepare(Connection connection) {
 void Transfer::setTarget() {
   const auto& url = *request_->url;
   // User and password are used for a challenge only, and must not be in error texts.
-  setURL(url.user() ? textWithoutUser(url) : url.absoluteString());
+  if (url.user()) {
+    setURL(textWithoutUser(url));
+  } else {
+    setURL(url.absoluteString());
+  }
   setProxy();
   // Only with TLS can a connection carry several requests at once; otherwise waiting for it costs time.
   set(handle(), CURLOPT_PIPEWAIT, isSecure(url) ? 1L : 0L);
@@ -192,7 +196,7 @@ std::string Transfer::wholeTarget() const {
 
 // Sets the parsed URL: with the text, libcurl would parse and rebuild it for each request. It has no user and
 // no password, so it may be kept.
-void Transfer::setURL(std::string text) {
+void Transfer::setURL(const std::string& text) {
   if (urlText_.empty() || text != urlText_) {
     const bool isRead =
         url_ && curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK;
