@@ -60,11 +60,15 @@ class Once {
   struct Loaded final : Shot {
     explicit Loaded(Body given) : body(std::move(given)) {}
     void fire(Arguments... arguments) override {
-      Body action(*std::move(body));
-      body.reset();
-      action(std::forward<Arguments>(arguments)...);
+      // Not moved, which may throw.
+      const Destroyer atEnd{body};
+      (*body)(std::forward<Arguments>(arguments)...);
     }
     void drop() override { body.reset(); }
+    struct Destroyer {
+      std::optional<Body>& body;
+      ~Destroyer() { body.reset(); }
+    };
     std::optional<Body> body;
   };
   std::shared_ptr<Shot> shot_;
