@@ -64,8 +64,6 @@ class StopToken {
 #endif
 
   [[nodiscard]] bool stopRequested() const { return state_ && state_->requested(); }
-  /// Whether stopping can be requested: false for `StopToken()`.
-  [[nodiscard]] bool stopPossible() const { return state_ != nullptr; }
 
  private:
   friend class StopSource;
