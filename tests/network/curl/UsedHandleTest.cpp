@@ -21,7 +21,7 @@ ServerResponse respond(const ReceivedRequest& request) {
   if (path == "/empty") return response(204);
   if (path == "/interim") return {headOf(103, {}) + response(200, "after").bytes};
   if (path == "/folded") return {folded};
-  if (path == "/closed") return response(200, "x").then(End::close);
+  if (path == "/closed") return response(200, "x", {{"Connection", "close"}}).then(End::close);
   if (path == "/lost") return {halfBody, End::close};
   if (path == "/bare") return {"HTTP/1.1 200 OK\r\n\r\nall", End::close};
   if (path == "/guarded" && !request.header("Authorization"))
