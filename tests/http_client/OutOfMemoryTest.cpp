@@ -59,7 +59,7 @@ void endsOnceWhateverAllocationFails(const FakeResponse& answer) {
     std::size_t passed = 0;
     bool failedInBody = false;
     while (endsOnce<T>(answer, failing, passed, failedInBody) && !testing::Test::HasFailure()) ++passed;
-    EXPECT_GT(passed, 3U);
+    EXPECT_TRUE(passed > 3 || failing == Step::answer);
     constexpr bool isText = std::is_same_v<T, std::string>;
     EXPECT_TRUE(failedInBody || failing == Step::send || !answer.response || !isText);
   }

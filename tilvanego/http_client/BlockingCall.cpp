@@ -14,49 +14,40 @@ struct DroppedCompletion {
 
 }  // namespace
 
-/// Ends a call once: with a result, or at the latest when it is destroyed.
-class BlockingCall::Ending {
- public:
-  explicit Ending(std::shared_ptr<BlockingCall> call) : call_(std::move(call)) {}
-  Ending(const Ending&) = delete;
-  Ending& operator=(const Ending&) = delete;
-  ~Ending() {
-    if (call_) {
-      end(std::unexpected(
-          ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, DroppedCompletion())));
-    }
-  }
-
-  void end(RequestBuilder::Result result) {
-    const auto call = std::exchange(call_, nullptr);
-    const std::lock_guard held(call->mutex_);
-    call->result_ = std::move(result);
-    call->changed_.notify_one();
-  }
-
- private:
-  std::shared_ptr<BlockingCall> call_;
-};
-
 RequestBuilder::Completion BlockingCall::completionOf(const std::shared_ptr<BlockingCall>& call) {
-  auto ending = std::make_shared<Ending>(call);
-  return CallCompletion(std::make_shared<WholeCall>(
-      [ending = std::move(ending)](RequestBuilder::Result result) { ending->end(std::move(result)); }, call));
+  return CallCompletion(std::make_shared<WholeCall>(nullptr, call));
+}
+
+void BlockingCall::end(RequestBuilder::Result result) {
+  const std::lock_guard held(mutex_);
+  result_ = std::move(result);
+  changed_.notify_one();
+}
+
+void BlockingCall::endDropped() {
+  end(std::unexpected(
+      ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, DroppedCompletion())));
 }
 
 void BlockingCall::post(std::function<void()> work) {
   const std::lock_guard held(mutex_);
   if (isOver_) return;
-  posted_.push_back(std::move(work));
+  if (!first_ && posted_.empty()) {
+    first_ = std::move(work);
+  } else {
+    posted_.push_back(std::move(work));
+  }
   changed_.notify_one();
 }
 
 RequestBuilder::Result BlockingCall::wait() {
   while (const auto work = next()) work();
   // Posted work holds this call.
+  std::function<void()> first;
   std::vector<std::function<void()>> left;
   const std::lock_guard held(mutex_);
   isOver_ = true;
+  first.swap(first_);
   left.swap(posted_);
   return *std::move(result_);
 }
@@ -64,8 +55,9 @@ RequestBuilder::Result BlockingCall::wait() {
 // Null after the result.
 std::function<void()> BlockingCall::next() {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return result_ || !posted_.empty(); });
+  changed_.wait(lock, [&] { return result_ || first_ || !posted_.empty(); });
   if (result_) return nullptr;
+  if (first_) return std::exchange(first_, nullptr);
   auto work = std::move(posted_.front());
   posted_.erase(posted_.begin());
   return work;

@@ -25,6 +25,11 @@ class BlockingCall {
   /// call ends the call too.
   [[nodiscard]] static RequestBuilder::Completion completionOf(const std::shared_ptr<BlockingCall>& call);
 
+  /// Ends the call with its result. Called once.
+  void end(RequestBuilder::Result result);
+  /// The same for a completion that is destroyed without a call.
+  void endDropped();
+
   /// Runs `work`, which must not throw, on the waiting thread; after the end nowhere. May be called from any
   /// thread.
   void post(std::function<void()> work);
@@ -36,13 +41,13 @@ class BlockingCall {
   [[nodiscard]] bool isStopped() const { return stopToken_.stopRequested(); }
 
  private:
-  class Ending;
-
   [[nodiscard]] std::function<void()> next();
 
   const StopToken stopToken_;
   std::mutex mutex_;
   std::condition_variable changed_;
+  /// What is posted first, which mostly is all, and the rest.
+  std::function<void()> first_;
   std::vector<std::function<void()>> posted_;
   std::optional<RequestBuilder::Result> result_;
   bool isOver_ = false;

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
+#include <concepts>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace tilvanego::detail {
@@ -13,16 +14,17 @@ namespace tilvanego::detail {
 template <typename... Arguments>
 class Once {
  public:
-  explicit Once(std::function<void(Arguments...)> body) : shot_(std::make_shared<Shot>(std::move(body))) {}
+  template <std::invocable<Arguments...> Body>
+    requires(!std::same_as<Body, Once>)
+  explicit Once(Body body) : shot_(std::make_shared<Loaded<Body>>(std::move(body))) {}
 
   /// Returns false if this isn't the first call. An exception of the body leaves the call.
   bool operator()(Arguments... arguments) const {
     // The caller may destroy this object meanwhile.
     const auto shot = shot_;
     if (shot->used.exchange(true)) return false;
-    const auto action = std::exchange(shot->body, nullptr);
     try {
-      action(std::forward<Arguments>(arguments)...);
+      shot->fire(std::forward<Arguments>(arguments)...);
     } catch (...) {
       shot->threw = true;
       throw;
@@ -33,7 +35,7 @@ class Once {
   /// Destroys the body without calling it. Returns false if it was called or discarded before.
   [[nodiscard]] bool discard() const {
     if (shot_->used.exchange(true)) return false;
-    const auto action = std::exchange(shot_->body, nullptr);
+    shot_->drop();
     return true;
   }
 
@@ -44,10 +46,30 @@ class Once {
 
  private:
   struct Shot {
-    explicit Shot(std::function<void(Arguments...)> action) : body(std::move(action)) {}
+    Shot() = default;
+    Shot(const Shot&) = delete;
+    Shot& operator=(const Shot&) = delete;
+    virtual ~Shot() = default;
+    /// Both destroy the body.
+    virtual void fire(Arguments... arguments) = 0;
+    virtual void drop() = 0;
     std::atomic<bool> used = false;
     std::atomic<bool> threw = false;
-    std::function<void(Arguments...)> body;
+  };
+  template <typename Body>
+  struct Loaded final : Shot {
+    explicit Loaded(Body given) : body(std::move(given)) {}
+    void fire(Arguments... arguments) override {
+      // Not moved, which may throw.
+      const Destroyer atEnd{body};
+      (*body)(std::forward<Arguments>(arguments)...);
+    }
+    void drop() override { body.reset(); }
+    struct Destroyer {
+      std::optional<Body>& body;
+      ~Destroyer() { body.reset(); }
+    };
+    std::optional<Body> body;
   };
   std::shared_ptr<Shot> shot_;
 };

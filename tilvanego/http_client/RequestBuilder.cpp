@@ -184,8 +184,9 @@ RequestBuilder::Result RequestBuilder::send(StopToken stopToken) {
     return std::unexpected(
         ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, CancellationError()));
   }
-  const StopCallback cancel(stopToken, [task = requestTask] { task->cancel(); });
   const auto builder = shared_from_this();
+  // By a pointer, which needs no memory: the builder outlives the callback.
+  const StopCallback cancel(stopToken, [task = requestTask.get()] { task->cancel(); });
   const auto call = std::make_shared<detail::BlockingCall>(std::move(stopToken));
   execute(detail::BlockingCall::completionOf(call));
   return call->wait();

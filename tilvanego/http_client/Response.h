@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <any>
+#include <atomic>
 #include <concepts>
+#include <initializer_list>
+#include <iterator>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +18,7 @@
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Data.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -33,7 +38,8 @@ struct HeaderNameLess {
   }
 };
 
-/// Header fields by name. Names are case-insensitive, their case is kept:
+/// Header fields by name, with the operations of a `std::map`, to which it converts. Names are
+/// case-insensitive, their case is kept:
 ///
 /// ```cpp
 /// std::string typeOf(const ResponseHeader& header) {
@@ -41,12 +47,112 @@ struct HeaderNameLess {
 ///   return found != header.end() ? found->second : "";
 /// }
 /// ```
-using ResponseHeader = std::map<std::string, std::string, HeaderNameLess>;
+///
+/// The fields of a response are read at the first access, which may throw `std::bad_alloc`. Threads may share
+/// one object as they may share a `std::map`.
+class ResponseHeader {
+ public:
+  using Map = std::map<std::string, std::string, HeaderNameLess>;
+  using key_type = Map::key_type;
+  using mapped_type = Map::mapped_type;
+  using value_type = Map::value_type;
+  using key_compare = Map::key_compare;
+  using size_type = Map::size_type;
+  using difference_type = Map::difference_type;
+  using reference = Map::reference;
+  using const_reference = Map::const_reference;
+  using iterator = Map::iterator;
+  using const_iterator = Map::const_iterator;
+
+  ResponseHeader() = default;
+  ResponseHeader(std::initializer_list<value_type> fields) : map_(fields) {}
+  template <std::input_iterator Iterator>
+  ResponseHeader(Iterator first, Iterator last) : map_(first, last) {}
+  ResponseHeader(Map fields) : map_(std::move(fields)) {}
+  /// The fields of the response whose values are UTF-8; others are left out. It must not be null.
+  explicit ResponseHeader(std::shared_ptr<const HTTPURLResponse> response)
+      : unread_(std::move(response)), isRead_(false) {}
+  ResponseHeader(const ResponseHeader& other);
+  ResponseHeader(ResponseHeader&& other) noexcept;
+  ResponseHeader& operator=(ResponseHeader other) noexcept;
+  ~ResponseHeader() = default;
+
+  operator const Map&() const TILVANEGO_LIFETIMEBOUND { return map(); }
+
+  [[nodiscard]] iterator begin() TILVANEGO_LIFETIMEBOUND { return map().begin(); }
+  [[nodiscard]] iterator end() TILVANEGO_LIFETIMEBOUND { return map().end(); }
+  [[nodiscard]] const_iterator begin() const TILVANEGO_LIFETIMEBOUND { return cbegin(); }
+  [[nodiscard]] const_iterator end() const TILVANEGO_LIFETIMEBOUND { return cend(); }
+  [[nodiscard]] const_iterator cbegin() const TILVANEGO_LIFETIMEBOUND { return map().cbegin(); }
+  [[nodiscard]] const_iterator cend() const TILVANEGO_LIFETIMEBOUND { return map().cend(); }
+  [[nodiscard]] auto rbegin() const TILVANEGO_LIFETIMEBOUND { return map().crbegin(); }
+  [[nodiscard]] auto rend() const TILVANEGO_LIFETIMEBOUND { return map().crend(); }
+  [[nodiscard]] size_type size() const { return map().size(); }
+  [[nodiscard]] bool empty() const { return map().empty(); }
+
+  [[nodiscard]] iterator find(std::string_view name) TILVANEGO_LIFETIMEBOUND { return map().find(name); }
+  [[nodiscard]] const_iterator find(std::string_view name) const TILVANEGO_LIFETIMEBOUND {
+    return std::as_const(map()).find(name);
+  }
+  [[nodiscard]] iterator lower_bound(std::string_view name) TILVANEGO_LIFETIMEBOUND {
+    return map().lower_bound(name);
+  }
+  [[nodiscard]] const_iterator lower_bound(std::string_view name) const TILVANEGO_LIFETIMEBOUND {
+    return std::as_const(map()).lower_bound(name);
+  }
+  [[nodiscard]] bool contains(std::string_view name) const { return map().contains(name); }
+  [[nodiscard]] size_type count(std::string_view name) const { return map().count(name); }
+  [[nodiscard]] std::string& at(const std::string& name) TILVANEGO_LIFETIMEBOUND { return map().at(name); }
+  [[nodiscard]] const std::string& at(const std::string& name) const TILVANEGO_LIFETIMEBOUND {
+    return map().at(name);
+  }
+
+  std::string& operator[](std::string name) TILVANEGO_LIFETIMEBOUND { return map()[std::move(name)]; }
+  template <typename... Arguments>
+  auto insert(Arguments&&... arguments) TILVANEGO_LIFETIMEBOUND {
+    return map().insert(std::forward<Arguments>(arguments)...);
+  }
+  template <typename... Arguments>
+  auto insert_or_assign(Arguments&&... arguments) TILVANEGO_LIFETIMEBOUND {
+    return map().insert_or_assign(std::forward<Arguments>(arguments)...);
+  }
+  template <typename... Arguments>
+  auto emplace(Arguments&&... arguments) TILVANEGO_LIFETIMEBOUND {
+    return map().emplace(std::forward<Arguments>(arguments)...);
+  }
+  template <typename... Arguments>
+  auto try_emplace(Arguments&&... arguments) TILVANEGO_LIFETIMEBOUND {
+    return map().try_emplace(std::forward<Arguments>(arguments)...);
+  }
+  iterator erase(const_iterator field) TILVANEGO_LIFETIMEBOUND { return map().erase(field); }
+  size_type erase(const std::string& name) { return map().erase(name); }
+  void clear() { map().clear(); }
+
+  /// Compares names case-sensitively.
+  friend bool operator==(const ResponseHeader& left, const ResponseHeader& right) {
+    return left.map() == right.map();
+  }
+
+ private:
+  /// The fields, read if they weren't.
+  [[nodiscard]] Map& map() const TILVANEGO_LIFETIMEBOUND {
+    if (!isRead_.load(std::memory_order_acquire)) read();
+    return map_;
+  }
+  void read() const;
+
+  /// Null once it is read.
+  mutable std::shared_ptr<const HTTPURLResponse> unread_;
+  mutable std::mutex reading_;
+  /// False until `map_` is made of `unread_`.
+  mutable std::atomic<bool> isRead_ = true;
+  mutable Map map_;
+};
 
 namespace support {
 
 /// Returns the header fields whose values are UTF-8; others are left out.
-[[nodiscard]] ResponseHeader headerTexts(const HTTPURLResponse& response);
+[[nodiscard]] ResponseHeader::Map headerTexts(const HTTPURLResponse& response);
 
 }  // namespace support
 
@@ -59,6 +165,11 @@ struct Response {
       : Response(response.statusCode(), support::headerTexts(response), std::move(content),
                  std::move(bytes)) {
     metrics = response.metrics();
+  }
+  /// The same with a header that is read at the first access. The response must not be null.
+  Response(const std::shared_ptr<const HTTPURLResponse>& response, T content, std::optional<Data> bytes)
+      : Response(response->statusCode(), ResponseHeader(response), std::move(content), std::move(bytes)) {
+    metrics = response->metrics();
   }
 
   int statusCode;

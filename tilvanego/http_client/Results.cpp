@@ -36,12 +36,41 @@ std::string describe(int code, const Failure& failure) {
 
 }  // namespace
 
-ResponseHeader support::headerTexts(const HTTPURLResponse& response) {
-  ResponseHeader texts;
+ResponseHeader::Map support::headerTexts(const HTTPURLResponse& response) {
+  ResponseHeader::Map texts;
   for (const auto& [name, value] : response.headers().fields()) {
     if (isValidUTF8(name) && isValidUTF8(value)) texts.emplace(name, value);
   }
   return texts;
+}
+
+// Another thread may read the other header meanwhile.
+ResponseHeader::ResponseHeader(const ResponseHeader& other) {
+  const std::lock_guard held(other.reading_);
+  isRead_ = other.isRead_.load();
+  if (isRead_) {
+    map_ = other.map_;
+  } else {
+    unread_ = other.unread_;
+  }
+}
+
+ResponseHeader::ResponseHeader(ResponseHeader&& other) noexcept
+    : unread_(std::move(other.unread_)), isRead_(other.isRead_.exchange(true)), map_(std::move(other.map_)) {}
+
+ResponseHeader& ResponseHeader::operator=(ResponseHeader other) noexcept {
+  unread_ = std::move(other.unread_);
+  isRead_ = other.isRead_.load();
+  map_ = std::move(other.map_);
+  return *this;
+}
+
+void ResponseHeader::read() const {
+  const std::lock_guard held(reading_);
+  if (isRead_) return;
+  map_ = support::headerTexts(*unread_);
+  unread_ = nullptr;
+  isRead_.store(true, std::memory_order_release);
 }
 
 std::string DecodableRequestBuilderError::description() const { return std::visit(Description(), value_); }

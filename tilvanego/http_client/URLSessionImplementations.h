@@ -22,6 +22,10 @@
 #include <tilvanego/network/URLSession.h>
 #include <tilvanego/network/URLSessionProtocol.h>
 
+namespace tilvanego::detail {
+struct WholeCall;
+}  // namespace tilvanego::detail
+
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// The delegate of the library's builders. It responds to a challenge of the request's own server (scheme,
@@ -151,12 +155,12 @@ class URLSessionRequestBuilder : public RequestBuilder {
   struct Try;
   void start(Completion completion);
   std::expected<URLRequest, Failure> build(std::shared_ptr<URLSessionProtocol>& urlSession);
-  std::unique_ptr<ParameterEncoding> encodingFor(HTTPMethod httpMethod, const Headers& fields);
+  std::shared_ptr<const ParameterEncoding> encodingFor(HTTPMethod httpMethod, const Headers& fields);
   void intercept(const std::shared_ptr<Try>& attempt);
   void refuse(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
               const Failure& failure, const Completion& completion);
   void sendBySession(const std::shared_ptr<Try>& attempt);
-  static void failToResume(const std::shared_ptr<Try>& attempt);
+  static void failToResume(const std::shared_ptr<Try>& attempt, const detail::WholeCall& call);
   static bool finish(const std::shared_ptr<Try>& attempt, std::optional<Data> data,
                      URLResponsePointer response, const std::optional<Failure>& error);
   void finished(const URLSessionExchange& exchange, const std::optional<Failure>& error,

@@ -32,6 +32,13 @@ detail::WholeCall::Deadline deadlineFromNow(const RequestLimits& limits) {
   return std::chrono::steady_clock::now() + time;
 }
 
+/// An encoding without settings, which all requests share. Allocates nothing.
+template <typename Encoding>
+std::shared_ptr<const ParameterEncoding> encodingOf() {
+  static constinit const Encoding encoding;
+  return {std::shared_ptr<void>(), &encoding};
+}
+
 void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
   completion(std::move(result));
 } catch (...) {
@@ -76,7 +83,7 @@ std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given)
 struct URLSessionRequestBuilder::Try {
   std::shared_ptr<URLSessionRequestBuilder> builder;
   Completion completion;
-  const std::shared_ptr<detail::WholeCall> call;
+  std::shared_ptr<detail::WholeCall> call;
   /// As the interceptor gets it, and what it made of it.
   const URLRequest built;
   URLSessionExchange exchange;
@@ -105,7 +112,7 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
   if (!httpMethod) detail::fatalError("Unsupported Http method - " + method);
   const Headers fields = headers();
   auto source = bodySource();
-  const auto encoding = source ? std::make_unique<URLEncoding>() : encodingFor(*httpMethod, fields);
+  const auto encoding = source ? encodingOf<URLEncoding>() : encodingFor(*httpMethod, fields);
   auto request = createURLRequest(urlSession, *httpMethod, *encoding, fields);
   if (!request) return request;
   request->bodySource = std::move(source);
@@ -119,6 +126,7 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
 void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt) {
   using Response = std::expected<URLRequest, Failure>;
   using Intercepted = detail::Once<Response>;
+  const auto call = attempt->call;
   std::optional<Intercepted> intercepted;
   try {
     intercepted.emplace([attempt](Response response) {
@@ -132,7 +140,7 @@ void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt) {
     apiConfiguration->interceptor()->intercept(attempt->built, attempt->exchange.session, self(),
                                                *intercepted);
   } catch (...) {
-    if (!detail::isPending(*attempt->call, "OpenAPIInterceptor::intercept")) return;
+    if (!detail::isPending(*call, "OpenAPIInterceptor::intercept")) return;
     if (intercepted && intercepted->isUsed()) {
       detail::reportDroppedException("OpenAPIInterceptor::intercept");
     } else if (intercepted) {
@@ -149,31 +157,29 @@ void URLSessionRequestBuilder::refuse(const URLRequest& request,
   failLater({request, urlSession, std::nullopt, nullptr}, ErrorResponse::requestRefused, failure, completion);
 }
 
-std::unique_ptr<ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMethod httpMethod,
-                                                                         const Headers& fields) {
-  if (httpMethod == HTTPMethod::get || httpMethod == HTTPMethod::head) return std::make_unique<URLEncoding>();
+std::shared_ptr<const ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMethod httpMethod,
+                                                                               const Headers& fields) {
+  if (httpMethod == HTTPMethod::get || httpMethod == HTTPMethod::head) return encodingOf<URLEncoding>();
   const auto found = fields.find("Content-Type");
-  const std::string contentType = found != fields.end() ? found->second : "application/json";
+  const auto contentType = found != fields.end() ? std::string_view(found->second) : "application/json";
   const auto startsWith = [&](std::string_view start) { return contentType.starts_with(start); };
-  if (startsWith("application/") && contentType.find("json") != contentType.npos) {
-    return std::make_unique<JSONDataEncoding>();
-  }
+  if (startsWith("application/") && contentType.contains("json")) return encodingOf<JSONDataEncoding>();
   if (startsWith("multipart/form-data")) {
-    return std::make_unique<FormDataEncoding>(
+    return std::make_shared<FormDataEncoding>(
         [this](const URL& fileURL) { return contentTypeForFormPart(fileURL); });
   }
-  if (startsWith("application/x-www-form-urlencoded")) return std::make_unique<FormURLEncoding>();
+  if (startsWith("application/x-www-form-urlencoded")) return encodingOf<FormURLEncoding>();
   if (startsWith("application/octet-stream") || startsWith("image/")) {
-    return std::make_unique<OctetStreamEncoding>();
+    return encodingOf<OctetStreamEncoding>();
   }
-  detail::fatalError("Unsupported Media Type - " + contentType);
+  detail::fatalError("Unsupported Media Type - " + std::string(contentType));
 }
 
 void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt) {
   // Once there is a task, another thread may end the try.
   const auto own = attempt;
   const auto builder = own->builder;
-  const auto& call = *own->call;
+  const auto call = own->call;
   const auto& request = own->exchange.request;
   const auto& urlSession = own->exchange.session;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
@@ -189,39 +195,40 @@ void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt
     URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
                                                                               credential());
   } catch (...) {
-    if (!detail::isPending(call, "the making of a task")) return;
+    if (!detail::isPending(*call, "the making of a task")) return;
     // If the session runs the task nevertheless, its result is ignored.
     if (own->isFinished.exchange(true)) return detail::reportDroppedException("the making of a task");
     own->builder = nullptr;
+    own->call = nullptr;
     return refuse(request, urlSession, detail::currentFailure(), std::exchange(own->completion, nullptr));
   }
   requestTask->set(task);
   // Cancelled before there was this task.
-  if (call.cancelled) detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
+  if (call->cancelled) detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
   detail::runListener("OpenAPIInterceptor::willSendRequest", [&] {
     apiConfiguration->interceptor()->willSendRequest(request, urlSession, builder);
   });
-  const auto& caller = call.caller;
   try {
-    if (!caller) return task->resume();
-    caller->post([task, own] {
+    if (!call->caller) return task->resume();
+    call->caller->post([task, own, call] {
       try {
         // The stop may have come before there was a task to cancel.
-        if (own->call->caller->isStopped()) task->cancel();
+        if (call->caller->isStopped()) task->cancel();
         task->resumeHere();
       } catch (...) {
-        failToResume(own);
+        failToResume(own, *call);
       }
     });
   } catch (...) {
-    failToResume(own);
+    failToResume(own, *call);
   }
 }
 
 // Called in a `catch` block around the start of a task.
-void URLSessionRequestBuilder::failToResume(const std::shared_ptr<Try>& attempt) {
+void URLSessionRequestBuilder::failToResume(const std::shared_ptr<Try>& attempt,
+                                            const detail::WholeCall& call) {
   constexpr const char* step = "URLSessionDataTaskProtocol::resume";
-  if (!detail::isPending(*attempt->call, step)) return;
+  if (!detail::isPending(call, step)) return;
   if (!finish(attempt, std::nullopt, nullptr, detail::currentFailure())) detail::reportDroppedException(step);
 }
 
@@ -233,6 +240,8 @@ bool URLSessionRequestBuilder::finish(const std::shared_ptr<Try>& attempt, std::
   if (own->isFinished.exchange(true)) return false;
   const auto builder = std::exchange(own->builder, nullptr);
   const auto completion = std::exchange(own->completion, nullptr);
+  // A call ends when nobody holds it.
+  own->call = nullptr;
   own->exchange.data = std::move(data);
   own->exchange.response = std::move(response);
   builder->finished(own->exchange, error, completion);
@@ -297,7 +306,11 @@ void URLSessionRequestBuilder::processRequestResponse(const URLSessionExchange& 
 void URLSessionRequestBuilder::succeed(const URLSessionExchange& exchange, const HTTPURLResponse& response,
                                        std::any body, const Completion& completion) {
   // Allocations come before the callbacks.
-  AnyResponse completed(response, std::any(), exchange.data);
+  // A derived class may pass an object of its own, which need not live longer than this call.
+  auto completed = exchange.response.get() == &response
+                       ? AnyResponse(std::shared_ptr<const HTTPURLResponse>(exchange.response, &response),
+                                     std::any(), exchange.data)
+                       : AnyResponse(response, std::any(), exchange.data);
   std::expected<std::any, Failure> result(std::in_place, std::move(body));
   detail::runListener("OpenAPIInterceptor::didComplete", [&] {
     apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), exchange.data,

@@ -21,8 +21,14 @@ struct WholeCall {
 
   explicit WholeCall(RequestBuilder::Completion given, std::shared_ptr<BlockingCall> waiting = nullptr)
       : completion(std::move(given)), caller(std::move(waiting)) {}
+  WholeCall(const WholeCall&) = delete;
+  WholeCall& operator=(const WholeCall&) = delete;
+  /// Nobody can complete the call any more.
+  ~WholeCall() {
+    if (caller && !used) caller->endDropped();
+  }
 
-  /// The host's; empty once it is used.
+  /// The host's; empty once it is used, and for a thread that waits.
   RequestBuilder::Completion completion;
   std::atomic<bool> used = false;
   std::atomic<bool> threw = false;
@@ -47,6 +53,7 @@ class CallCompletion {
     // The caller may destroy this object meanwhile.
     const auto call = call_;
     if (call->used.exchange(true)) return;
+    if (call->caller) return call->caller->end(std::move(result));
     const auto completion = std::exchange(call->completion, nullptr);
     try {
       completion(std::move(result));

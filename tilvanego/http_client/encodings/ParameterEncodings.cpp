@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -31,6 +32,47 @@ std::optional<URL> withoutQuery(const URL& url) {
   return parsed ? std::optional(*parsed) : std::nullopt;
 }
 
+/// Calls `add` with the name and the text of each query item, as `APIHelper::mapValuesToQueryItems` lists
+/// them.
+template <typename Add>
+void forEachItem(const Parameters& parameters, Add add) {
+  for (const Parameters::value_type& parameter : parameters) {
+    const std::string& name = parameter.first;
+    const AnyValue& value = parameter.second;
+    if (const auto* text = value.as<std::string>()) {
+      add(name, *text);
+    } else if (const auto* elements = value.as<AnyValue::Array>()) {
+      for (const auto& element : *elements) {
+        if (element) add(name, element->description());
+      }
+    } else {
+      add(name, value.description());
+    }
+  }
+}
+
+/// The same as `URL::replacingQueryItems` without a list of the items.
+std::optional<URL> withQuery(const URL& url, const Parameters& parameters) {
+  const std::string& former = url.absoluteString();
+  const std::size_t end = std::min(former.find_first_of("?#"), former.size());
+  const auto fragment = url.encodedFragment();
+  constexpr std::size_t roomForItem = 40;
+  std::string text;
+  text.reserve(former.size() + parameters.size() * roomForItem);
+  text.append(former, 0, end);
+  char separator = '?';
+  forEachItem(parameters, [&](const std::string& name, const std::string& value) {
+    text += std::exchange(separator, '&');
+    detail::appendPercentEncoded(text, name, detail::CharacterClass::queryItem);
+    text += '=';
+    detail::appendPercentEncoded(text, value, detail::CharacterClass::queryItem);
+  });
+  if (separator == '?') return withoutQuery(url);
+  if (fragment) text.append("#").append(*fragment);
+  auto parsed = URL::parse(std::move(text));
+  return parsed ? std::optional(*std::move(parsed)) : std::nullopt;
+}
+
 std::string formText(const std::vector<QueryItem>& items) {
   constexpr auto unescaped = detail::CharacterClass::alphanumeric;
   std::string text;
@@ -62,8 +104,7 @@ std::expected<URLRequest, Failure> URLEncoding::encode(URLRequest request,
   if (!parameters) return request;
   if (!request.url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
   if (parameters->empty()) return request;
-  const auto items = APIHelper::mapValuesToQueryItems(*parameters);
-  request.url = items ? request.url->replacingQueryItems(*items) : withoutQuery(*request.url);
+  request.url = withQuery(*request.url, *parameters);
   return request;
 }
 

@@ -18,6 +18,7 @@ namespace {
 using Code = TransportError::Code;
 
 constexpr long maximumKeptConnections = 64;
+constexpr std::size_t maximumIdleTransfers = 64;
 /// In milliseconds. Under heavy load, a transfer of libcurl 7.88 sometimes stopped, with no event to wait
 /// for, until the next call of libcurl. One call a second avoids that.
 constexpr int longestWaitWithTransfers = 1000;
@@ -42,6 +43,7 @@ SessionLoop::Handles::Handles() : share(curl_share_init()), multi(curl_multi_ini
   curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
   curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
   curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, maximumKeptConnections);
+  idle.reserve(maximumIdleTransfers);
 }
 
 SessionLoop::SessionLoop(TransferSettings settings)
@@ -219,8 +221,13 @@ void SessionLoop::start(const std::shared_ptr<SessionTask>& task) {
   try {
     makeRoom(touched_, active.size() + 1);
     makeRoom(active, active.size() + 1);
-    active.push_back(
-        std::make_unique<Transfer>(settings_, handles_->sockets, handles_->share.get(), touched_));
+    if (handles_->idle.empty()) {
+      active.push_back(
+          std::make_unique<Transfer>(settings_, handles_->sockets, handles_->share.get(), touched_));
+    } else {
+      active.push_back(std::move(handles_->idle.back()));
+      handles_->idle.pop_back();
+    }
   } catch (const std::bad_alloc&) {
     return complete(task, Outcome::outOfMemory());
   }
@@ -292,6 +299,8 @@ void SessionLoop::finish(Transfer& transfer, Outcome outcome) {
   auto task = transfer.end();
   active.back()->position = transfer.position;
   std::swap(active[transfer.position], active.back());
+  auto& idle = handles_->idle;
+  if (transfer.keepsHandle() && idle.size() < maximumIdleTransfers) idle.push_back(std::move(active.back()));
   active.pop_back();
   complete(std::move(task), std::move(outcome));
 }

@@ -61,6 +61,8 @@ class SessionLoop : public std::enable_shared_from_this<SessionLoop> {
     std::unique_ptr<CURLSH, Release<curl_share_cleanup>> share;
     std::unique_ptr<CURLM, Release<curl_multi_cleanup>> multi;
     std::vector<std::unique_ptr<Transfer>> active;
+    /// Ended ones, whose handles the next requests take.
+    std::vector<std::unique_ptr<Transfer>> idle;
     Callers::Lanes lanes;
 
     Handles();

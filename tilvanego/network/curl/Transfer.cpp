@@ -16,6 +16,8 @@ namespace {
 using Code = TransportError::Code;
 
 constexpr const char* outOfMemory = "out of memory";
+constexpr const char* brokenHead =
+    "the answer has too many header fields, too long ones, or a folded line before the first";
 /// The number of bytes that are decompressed at a time.
 constexpr std::size_t decodedPiece = std::size_t{16} * 1024;
 
@@ -89,7 +91,8 @@ void Transfer::tellEnd(const Outcome& outcome) {
 std::shared_ptr<SessionTask> Transfer::end() {
   // Aborting the transfer may have called a callback of libcurl.
   if (std::exchange(isTouched_, false)) std::erase(touched_, this);
-  handle_.reset();
+  if (!isHandleClean_) handle_.reset();
+  isHandleUsed_ = false;
   headers_.clear();
   proxyHeaders_.clear();
   redirected_.reset();
@@ -104,6 +107,7 @@ std::shared_ptr<SessionTask> Transfer::end() {
 }
 
 std::optional<Outcome> Transfer::conclude(CURLcode result) try {
+  isHandleClean_ = isHandleUsable(result);
   if (streamFailure_) return failedByStream();
   if (refusal_) return failed(refusal_->code, refusal_->message);
   if (isConnectionStale_) {
@@ -131,7 +135,7 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) try {
   const auto units = outgoingUnits() + static_cast<std::int64_t>(receivedSize());
   report(units, units);
   auto response = takeResponse();
-  return Outcome{.data = Data(body_.take()), .response = std::move(response)};
+  return Outcome{.data = body_.size() > 0 ? Data(body_.take()) : Data(), .response = std::move(response)};
 } catch (const std::exception&) {
   return Outcome::outOfMemory();
 }
@@ -293,11 +297,10 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
   try {
     transfer.touch();
     transfer.sendsWithoutResponse_ = 0;
+    if (transfer.firstField_ != FirstField::stored) transfer.noteHeadLine({line, length});
     if (!transfer.followsUpload_) transfer.uploaded_ = transfer.outgoingUnits();
     if (!transfer.head_.addLine({line, length})) {
-      transfer.refuse(
-          Code::badServerResponse,
-          "the answer has too many header fields, too long ones, or a folded line before the first");
+      transfer.refuse(Code::badServerResponse, brokenHead);
     } else if (transfer.head_.hasBrokenLength()) {
       transfer.refuse(Code::badServerResponse, "the answer's \"Content-Length\" isn't one number");
     } else if (transfer.tunnelStatus() == 0) {
@@ -316,6 +319,7 @@ std::size_t Transfer::onBody(char* bytes, std::size_t size, std::size_t count, v
   const auto length = size * count;
   // libcurl keeps the bytes, and passes them on again.
   if (transfer.isHeld_) return CURL_WRITEFUNC_PAUSE;
+  if (transfer.firstField_ >= FirstField::next) return transfer.passFirstField({bytes, length}) ? length : 0;
   try {
     transfer.touch();
     if (transfer.takeBody({bytes, length})) return length;
@@ -323,6 +327,23 @@ std::size_t Transfer::onBody(char* bytes, std::size_t size, std::size_t count, v
     transfer.refuse(Code::unknown, outOfMemory);
   }
   return length == 0 ? 1 : 0;
+}
+
+// Called after libcurl has stored the line. Between a status line and the next one, libcurl passes the head
+// to `onBody` too, which it calls first.
+void Transfer::noteHeadLine(std::string_view line) {
+  const bool isStatus = line.starts_with("HTTP/");
+  const bool isEnd = line == "\r\n" || line == "\n";
+  firstField_ = isStatus ? FirstField::next : isEnd ? FirstField::awaited : FirstField::stored;
+  curl_easy_setopt(handle(), CURLOPT_HEADER, isStatus ? 1L : 0L);
+}
+
+// Refuses a folded line, which would have nothing to continue. libcurl doesn't store it then.
+bool Transfer::passFirstField(std::string_view piece) {
+  const bool isStart = std::exchange(firstField_, FirstField::passed) == FirstField::next;
+  const bool isFolded = isStart && (piece.starts_with(' ') || piece.starts_with('\t'));
+  if (isFolded) refuse(Code::badServerResponse, brokenHead);
+  return !isFolded;
 }
 
 int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) noexcept {
@@ -352,6 +373,7 @@ int Transfer::onSending(void* self, char*, char*, int remotePort, int localPort)
     transfer.refuse(Code::networkConnectionLost, "the connection ended before an answer came");
     return CURL_PREREQFUNC_ABORT;
   }
+  ++transfer.sends_;
   transfer.localPort_ = localPort;
   transfer.remotePort_ = remotePort;
   transfer.touch();

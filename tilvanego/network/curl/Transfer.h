@@ -46,6 +46,10 @@ struct TransferSettings {
   /// Null if the session remembers no challenges.
   std::shared_ptr<AnsweredChallenges> answered{};
   ExitGate* gate = &ExitGate::ofProcess();
+
+  /// Whether requests may take used handles. With a proxy or a certificate of the client, a request may set
+  /// options that another must not have.
+  [[nodiscard]] bool allowUsedHandles() const;
 };
 
 /// The arguments of a completion.
@@ -67,10 +71,14 @@ struct Outcome {
 /// The request's `timeoutInterval`, at most some weeks.
 [[nodiscard]] std::chrono::steady_clock::duration timeoutOf(const URLRequest& request);
 
-/// Sends a task, with its redirects and challenges, and may send another when that has ended. Each request
-/// has an easy handle of libcurl of its own: on a used one, libcurl counts its repetitions of all requests
-/// together, and up to 8.0 reads freed memory if the first field of a head is folded. Used by one thread at a
-/// time.
+/// Sends a task, with its redirects and challenges, and may send another when that has ended. Used by one
+/// thread at a time.
+///
+/// A request takes the easy handle of the one before if that has left nothing behind that this one would
+/// notice. For libcurl counts its repetitions of all requests of a handle together, so a request that was
+/// repeated has the last one of its handle. And libcurl up to 8.0 keeps a pointer to the last field of a
+/// response when it frees that: it would write there if the first field of the next response is folded. So
+/// `passFirstField` sees that line before libcurl stores it.
 class Transfer {
  public:
   using Clock = std::chrono::steady_clock;
@@ -105,6 +113,9 @@ class Transfer {
   /// that request even if the connection is dead.
   void abandon() noexcept { curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 1L); }
 
+  /// Whether the handle is kept for another task.
+  [[nodiscard]] bool keepsHandle() const { return handle_ != nullptr; }
+
   /// Lets a response flow that its sink holds up.
   void goOn();
 
@@ -136,14 +147,19 @@ class Transfer {
   static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) noexcept;
   static int onSending(void* self, char*, char*, int remotePort, int localPort) noexcept;
 
+  void takeHandle(bool fresh);
   void renewHandle();
+  [[nodiscard]] bool isOrdinary() const;
+  [[nodiscard]] bool isHandleUsable(CURLcode result) const;
+  void noteHeadLine(std::string_view line);
+  [[nodiscard]] bool passFirstField(std::string_view piece);
   [[nodiscard]] Identity identity() const;
   void measure();
   enum class Connection { any, fresh };
   void prepare(Connection connection = Connection::any);
   void setMethodAndBody();
   void setTarget();
-  void setURL(std::string text);
+  void setURL(const std::string& text);
   void setTimeout();
   void setEnd();
   void setHeaders(bool announcesBody);
@@ -200,9 +216,19 @@ class Transfer {
   std::unique_ptr<CURLU, Release<curl_url_cleanup>> url_{curl_url()};
   /// The text of it; empty if there is none.
   std::string urlText_;
+  /// The handle has it.
+  bool isURLSet_ = false;
   /// The data that the handles of a session share, such as cookies.
   CURLSH* const share_;
   std::unique_ptr<CURL, Release<curl_easy_cleanup>> handle_;
+  /// Whether another request may take the handle.
+  bool isHandleClean_ = false;
+  /// The task has sent a request by the handle.
+  bool isHandleUsed_ = false;
+  /// What the handle is set to.
+  bool sendsCookies_ = false;
+  bool hasBody_ = false;
+  std::string customMethod_;
   OutgoingHeaders headers_;
   OutgoingHeaders proxyHeaders_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
@@ -255,8 +281,20 @@ class Transfer {
   };
   /// Set by a callback that stops the transfer.
   std::optional<Refusal> refusal_;
-  /// How often libcurl started to send since the last byte of a response.
+  /// How often libcurl started to send, and how often since the last byte of a response.
+  int sends_ = 0;
   int sendsWithoutResponse_ = 0;
+  /// The first field of a response, for libcurl up to 8.0.
+  enum class FirstField : std::uint8_t {
+    /// libcurl has stored one.
+    stored,
+    awaited,
+    /// The next line of the head comes to `onBody` first.
+    next,
+    /// The first piece of that line has come.
+    passed
+  };
+  FirstField firstField_ = FirstField::stored;
 
   bool isTouched_ = false;
   Clock::time_point lastActivity_;

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <climits>
 #include <new>
+#include <utility>
 
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/Transfer.h>
+#include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
@@ -16,6 +18,16 @@ constexpr std::size_t followedBodySize = std::size_t{64} * 1024;
 /// The size of libcurl's upload buffer for them; otherwise it is 64 KiB.
 constexpr long longBodyBuffer = 256L * 1024;
 
+/// From this version on, libcurl knows on a used handle that a response has no field yet, and takes a folded
+/// line for one.
+constexpr unsigned knowsFirstField = 0x080100;
+
+/// The version of libcurl that runs, such as 0x075801 for 7.88.1.
+unsigned curlVersion() {
+  static const unsigned version = curl_version_info(CURLVERSION_NOW)->version_num;
+  return version;
+}
+
 template <typename Value>
 void set(CURL* handle, CURLoption option, Value value) {
   // An option that this libcurl doesn't support keeps its default.
@@ -24,15 +36,52 @@ void set(CURL* handle, CURLoption option, Value value) {
 
 }  // namespace
 
+bool TransferSettings::allowUsedHandles() const {
+  // `passFirstField` was examined for 7.88 only.
+  const bool isSafe = curlVersion() >= knowsFirstField || curlVersion() >> 8U == 0x0758;
+  return isSafe && proxies.forHTTP.url.empty() && proxies.forHTTPS.url.empty() && tls &&
+         tls->privateKey.empty();
+}
+
 void Transfer::measure() {
-  if (measuring_ && handle_) measuring_->add(handle(), !followsUpload_ && !expectsContinue_);
+  if (measuring_ && isHandleUsed_) measuring_->add(handle(), !followsUpload_ && !expectsContinue_);
+}
+
+// Whether the request sets only options that each request sets anew. A field "Host" decides which cookies
+// libcurl up to 8.0 sends with all further requests.
+bool Transfer::isOrdinary() const {
+  const auto& headers = request_->headers;
+  return settings_.allowUsedHandles() && !request_->bodySource &&
+         (!request_->httpBody || request_->httpBody->size() <= followedBodySize) &&
+         std::ranges::none_of(headers.fields(), [](const auto& field) {
+           return equalIgnoringASCIICase(field.name, "Host") ||
+                  equalIgnoringASCIICase(field.name, "Cookie") ||
+                  equalIgnoringASCIICase(field.name, "Expect");
+         });
+}
+
+// Called when the request has ended.
+bool Transfer::isHandleUsable(CURLcode result) const {
+  return result == CURLE_OK && sends_ == 1 && connection_ == Connection::any && head_.isComplete() &&
+         isOrdinary();
+}
+
+void Transfer::takeHandle(bool fresh) {
+  measure();
+  if (measuring_) measuring_->noteTry();
+  if (fresh || !isHandleClean_ || !isOrdinary()) renewHandle();
+  isHandleUsed_ = true;
+  isHandleClean_ = false;
+  firstField_ = curlVersion() < knowsFirstField ? FirstField::awaited : FirstField::stored;
 }
 
 void Transfer::renewHandle() {
-  measure();
-  if (measuring_) measuring_->noteTry();
   handle_.reset(curl_easy_init());
   if (!handle_) throw std::bad_alloc();
+  sendsCookies_ = false;
+  hasBody_ = false;
+  customMethod_.clear();
+  isURLSet_ = false;
   CURL* const curl = handle();
   set(curl, CURLOPT_PRIVATE, static_cast<void*>(this));
   set(curl, CURLOPT_ERRORBUFFER, errorText_.data());
@@ -78,7 +127,7 @@ Identity Transfer::identity() const {
 }
 
 void Transfer::prepare(Connection connection) {
-  renewHandle();
+  takeHandle(connection == Connection::fresh);
   connection_ = connection;
   if (connection == Connection::fresh) set(handle(), CURLOPT_FRESH_CONNECT, 1L);
   localPort_ = 0;
@@ -95,6 +144,7 @@ void Transfer::prepare(Connection connection) {
   isHeld_ = false;
   sent_ = 0;
   isSourceAtStart_ = false;
+  sends_ = 0;
   sendsWithoutResponse_ = 0;
   refusal_.reset();
   errorText_.front() = '\0';
@@ -107,10 +157,14 @@ void Transfer::prepare(Connection connection) {
 void Transfer::setTarget() {
   const auto& url = *request_->url;
   // User and password are used for a challenge only, and must not be in error texts.
-  setURL(url.user() ? textWithoutUser(url) : url.absoluteString());
+  if (url.user()) {
+    setURL(textWithoutUser(url));
+  } else {
+    setURL(url.absoluteString());
+  }
   setProxy();
   // Only with TLS can a connection carry several requests at once; otherwise waiting for it costs time.
-  if (isSecure(url)) set(handle(), CURLOPT_PIPEWAIT, 1L);
+  set(handle(), CURLOPT_PIPEWAIT, isSecure(url) ? 1L : 0L);
 }
 
 void Transfer::setProxy() {
@@ -142,18 +196,18 @@ std::string Transfer::wholeTarget() const {
 
 // Sets the parsed URL: with the text, libcurl would parse and rebuild it for each request. It has no user and
 // no password, so it may be kept.
-void Transfer::setURL(std::string text) {
+void Transfer::setURL(const std::string& text) {
   if (urlText_.empty() || text != urlText_) {
     const bool isRead =
         url_ && curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK;
     urlText_ = isRead ? text : "";
+    isURLSet_ = false;
   }
-  if (!urlText_.empty()) {
-    set(handle(), CURLOPT_CURLU, url_.get());
-  } else {
-    // libcurl creates the error.
-    set(handle(), CURLOPT_URL, text.c_str());
-  }
+  if (isURLSet_) return;
+  isURLSet_ = !urlText_.empty();
+  // libcurl creates the error for a text that it can't read. No text may be left from the request before.
+  set(handle(), CURLOPT_URL, isURLSet_ ? nullptr : text.c_str());
+  set(handle(), CURLOPT_CURLU, isURLSet_ ? url_.get() : nullptr);
 }
 
 void Transfer::setMethodAndBody() {
@@ -178,15 +232,19 @@ void Transfer::setMethodAndBody() {
     set(handle(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(size));
     // Not copied: the task holds the body as long as the transfer runs.
     set(handle(), CURLOPT_POSTFIELDS, size > 0 ? request_->httpBody->text().data() : "");
-  } else if (method == "HEAD") {
-    standard = "HEAD";
-    set(handle(), CURLOPT_NOBODY, 1L);
   } else {
-    standard = "GET";
-    set(handle(), CURLOPT_HTTPGET, 1L);
+    // The body of the request before.
+    if (hasBody_) set(handle(), CURLOPT_POSTFIELDS, nullptr);
+    standard = method == "HEAD" ? "HEAD" : "GET";
+    set(handle(), method == "HEAD" ? CURLOPT_NOBODY : CURLOPT_HTTPGET, 1L);
   }
+  hasBody_ = announcesBody;
 
-  if (method != standard) set(handle(), CURLOPT_CUSTOMREQUEST, method.c_str());
+  const std::string_view custom = method == standard ? std::string_view() : method;
+  if (custom != customMethod_) {
+    customMethod_ = custom;
+    set(handle(), CURLOPT_CUSTOMREQUEST, custom.empty() ? nullptr : customMethod_.c_str());
+  }
   setHeaders(announcesBody);
 
   followsUpload_ = hasSource || size > followedBodySize;
@@ -202,14 +260,14 @@ void Transfer::setHeaders(bool announcesBody) {
   // field. The empty file name only enables them.
   const bool usesCookies =
       settings_.configuration.cookies == CookieStorage::inMemory && !request_->headers.value("Cookie");
-  set(handle(), CURLOPT_COOKIEFILE, usesCookies ? "" : nullptr);
+  if (usesCookies && !std::exchange(sendsCookies_, true)) set(handle(), CURLOPT_COOKIEFILE, "");
   std::string value;
   const WipedAtEnd wiped(value);
   if (serverAuthorization_)
     value = serverAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
   headers_.set(request_->headers, announcesBody, {"Authorization", value},
                proxyAuthorization_ ? "Proxy-Authorization" : "");
-  if (auto* const lines = headers_.list()) set(handle(), CURLOPT_HTTPHEADER, lines);
+  set(handle(), CURLOPT_HTTPHEADER, headers_.list());
 }
 
 // Sets the latest end of the task, redirects and challenges included.
