@@ -111,7 +111,10 @@ class Transfer {
   /// Called before the transfer is aborted: its connection isn't kept, unless other requests use it. libcurl
   /// 7.88 tells a server of HTTP/2 of an abort only with the next request on the connection, and would send
   /// that request even if the connection is dead.
-  void abandon() noexcept { curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 1L); }
+  void abandon() noexcept {
+    isHandleClean_ = false;
+    curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 1L);
+  }
 
   /// Whether the handle is kept for another task.
   [[nodiscard]] bool keepsHandle() const { return handle_ != nullptr; }
