@@ -40,7 +40,7 @@ set(same_version "tilvanego = ${PROJECT_VERSION}")
 tilvanego_pkg_config(tilvanego SDK "${PROJECT_DESCRIPTION}" STATIC_REQUIRES "icu-i18n >= 66" "icu-uc >= 66"
                      "libcrypto >= 3" zlib)
 tilvanego_pkg_config(tilvanego-http-client HTTPClient "Sends requests to a terminal's HTTP interface"
-                     REQUIRES ${same_version} STATIC_REQUIRES "libcurl >= 7.81")
+                     REQUIRES ${same_version} STATIC_REQUIRES "libcurl >= 7.81" "libssl >= 3")
 tilvanego_pkg_config(tilvanego-models Models "The records of a terminal's HTTP interface" REQUIRES ${same_version})
 # Qt's own objects move into a program that isn't position-independent, which ends it at its start. Qt's pkg-config files don't say so.
 tilvanego_pkg_config(tilvanego-qt Qt "Adapters for a host on Qt 6" REQUIRES ${same_version} STATIC_REQUIRES "Qt6Gui >= 6.4" FLAGS -fPIC)

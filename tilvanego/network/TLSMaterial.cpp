@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 #include <span>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -18,10 +19,12 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
+#include <openssl/ssl.h>
 #include <openssl/x509.h>
 
 #include <tilvanego/values/Base64.h>
 #include <tilvanego/values/Release.h>
+#include <tilvanego/values/Shown.h>
 #include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
@@ -31,6 +34,7 @@ using support::WipedAtEnd;
 using Certificate = std::unique_ptr<X509, Release<X509_free>>;
 using Key = std::unique_ptr<EVP_PKEY, Release<EVP_PKEY_free>>;
 using Memory = std::unique_ptr<BIO, Release<BIO_free>>;
+using Context = std::unique_ptr<SSL_CTX, Release<SSL_CTX_free>>;
 
 constexpr std::size_t hashSize = 32;
 
@@ -52,6 +56,15 @@ class OwnErrors {
   static bool sayEnd() { return ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE; }
 };
 
+/// The name of a file in one line, cut if it is long.
+std::string shownName(std::string_view name) {
+  constexpr std::size_t longest = 200;
+  std::ostringstream shown;
+  support::showLiteral(shown, name.substr(0, longest));
+  if (name.size() > longest) shown << "...";
+  return std::move(shown).str();
+}
+
 // Without a buffer of the stream, which nobody would wipe. The caller wipes the text.
 std::expected<std::string, TransportError> textOf(std::string_view option, const PEM& pem) {
   if (!pem.text.empty() && !pem.file.empty()) {
@@ -59,23 +72,33 @@ std::expected<std::string, TransportError> textOf(std::string_view option, const
   }
   if (pem.text.size() > maximumPEM) return invalid(option, "is longer than 1 MiB");
   if (pem.file.empty()) return pem.text;
+  // It may be a private key, so it isn't shown.
+  if (pem.file.contains("-----BEGIN") || pem.file.contains('\n')) {
+    return invalid(option, "names a file by a PEM text: set text instead of file");
+  }
+  if (pem.file.contains('\0')) return invalid(option, "names a file by a text with NUL");
+  const auto file = "names the file " + shownName(pem.file);
+  const auto unreadable = [&](const std::error_code& cause) {
+    return invalid(option, file + ", which can't be read: " + cause.message());
+  };
+  std::error_code cause;
+  const auto kind = std::filesystem::status(pem.file, cause).type();
+  if (cause) return unreadable(cause);
+  // A pipe may have no writer, a device no end.
+  if (kind != std::filesystem::file_type::regular)
+    return invalid(option, file + ", which is no regular file");
   errno = 0;
   std::ifstream stream;
   stream.rdbuf()->pubsetbuf(nullptr, 0);
   stream.open(pem.file, std::ios::binary);
   std::string text(maximumPEM + 1, '\0');
   if (stream) stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  const int cause = errno != 0 ? errno : EIO;
-  // libc++ reads a directory as an empty file.
-  std::error_code ignored;
-  const bool isDirectory = std::filesystem::is_directory(pem.file, ignored);
-  if (!stream.is_open() || stream.bad() || isDirectory) {
-    const auto reason = std::generic_category().message(isDirectory ? EISDIR : cause);
-    return invalid(option, "names the file " + pem.file + ", which can't be read: " + reason);
+  if (!stream.is_open() || stream.bad()) {
+    return unreadable({errno != 0 ? errno : EIO, std::generic_category()});
   }
   if (static_cast<std::size_t>(stream.gcount()) > maximumPEM) {
     support::wipe(text);
-    return invalid(option, "names the file " + pem.file + ", which is longer than 1 MiB");
+    return invalid(option, file + ", which is longer than 1 MiB");
   }
   text.resize(static_cast<std::size_t>(stream.gcount()));
   return text;
@@ -135,17 +158,28 @@ class Passphrase {
     return static_cast<Passphrase*>(self)->copyTo(std::span(room, static_cast<std::size_t>(size)));
   }
 
-  /// Why a key couldn't be read with it.
+  /// Why a key couldn't be read with it. OpenSSL's last error must be the reader's.
   [[nodiscard]] std::string_view reason() const {
     if (!isAsked_) return "has no private key that can be read, in PEM form";
     if (!ask_) return "is encrypted: set tls.passphrase";
     if (!text_) return "is encrypted, and tls.passphrase gave no passphrase";
     if (text_->size() > maximumSize) return "is encrypted, and tls.passphrase is longer than 1023 bytes";
-    return "isn't opened by the passphrase that tls.passphrase gave";
+    // Only the last error is surely the reader's. A wrong passphrase may leave bytes that look like another
+    // format.
+    const auto last = ERR_peek_last_error();
+    if (isUnsupported(last) && ERR_GET_LIB(last) == ERR_LIB_EVP) return tooOld;
+    return isUnsupported(last) || isUnsupported(ERR_peek_error()) ? notOpenedOrTooOld : notOpened;
   }
 
  private:
   static constexpr std::size_t maximumSize = 1023;
+  static constexpr std::string_view notOpened = "isn't opened by the passphrase that tls.passphrase gave";
+  static constexpr std::string_view tooOld =
+      "has an encryption that OpenSSL no longer reads: write it anew by \"openssl pkcs8 -topk8\"";
+  static constexpr std::string_view notOpenedOrTooOld =
+      "isn't opened by tls.passphrase, or has too old an encryption: try \"openssl pkcs8 -topk8\"";
+
+  static bool isUnsupported(unsigned long error) { return ERR_GET_REASON(error) == ERR_R_UNSUPPORTED; }
 
   // OpenSSL may ask several times.
   int copyTo(std::span<char> room) noexcept {
@@ -165,6 +199,18 @@ class Passphrase {
   bool isAsked_ = false;
   std::optional<std::string> text_;
 };
+
+/// Whether OpenSSL takes them for a connection of TLS: the system may refuse weak keys and hashes. Otherwise
+/// the last error says why.
+bool areTaken(const std::vector<Certificate>& certificates, EVP_PKEY* key) {
+  const Context context(SSL_CTX_new(TLS_client_method()));
+  if (!context) throw std::bad_alloc();
+  return SSL_CTX_use_certificate(context.get(), certificates.front().get()) == 1 &&
+         SSL_CTX_use_PrivateKey(context.get(), key) == 1 &&
+         std::all_of(certificates.begin() + 1, certificates.end(), [&](const Certificate& further) {
+           return SSL_CTX_add1_chain_cert(context.get(), further.get()) == 1;
+         });
+}
 
 std::expected<void, TransportError> readIdentity(const TLSOptions& options, TLSMaterial& material) {
   if (!options.certificate.isSet() && !options.privateKey.isSet()) return {};
@@ -188,6 +234,11 @@ std::expected<void, TransportError> readIdentity(const TLSOptions& options, TLSM
   if (!key) return invalid("privateKey", passphrase.reason());
   if (X509_check_private_key(certificates->front().get(), key.get()) != 1) {
     return invalid("privateKey", "isn't the key of the first certificate of tls.certificate");
+  }
+  if (!areTaken(*certificates, key.get())) {
+    const auto* const reason = ERR_reason_error_string(ERR_peek_last_error());
+    return invalid("certificate", std::string("isn't one that OpenSSL uses for TLS on this system: ") +
+                                      (reason ? reason : "no reason given"));
   }
   const auto written = writer();
   for (const auto& certificate : *certificates) {

@@ -18,8 +18,8 @@ enum class TLSVersion : std::uint8_t { v1_2, v1_3 };
 template <>
 inline constexpr bool showsCaseNames<TLSVersion> = true;
 
-/// Certificates or a private key in PEM form (RFC 7468), at most 1 MiB: the text itself or the path of a file
-/// with it, not both. Without either it isn't set.
+/// Certificates or a private key in PEM form (RFC 7468), at most 1 MiB: the text itself or the path of a
+/// regular file with it, not both. Without either it isn't set.
 struct PEM {
   std::string text{};
   std::string file{};
