@@ -280,12 +280,18 @@ TEST_F(SessionAuthentication, AKnownChallengeIsAnsweredAheadSoThatABodyIsSentOnc
       const auto* const name = isProxy ? "Proxy-Authorization" : "Authorization";
       EXPECT_EQ(requests.back().header(name)->contains("nc=00000003"), scheme != Scheme::basic);
       if (isProxy) continue;
-      EXPECT_EQ(send(get(start + "/f")).status(), 200);
-      EXPECT_FALSE(server.requests().at(4).header(name)) << "beside the directory";
+      std::size_t next = requests.size();
+      for (const auto* beside : {"/f", "/a/../g", "/a/%2e%2E/x/h", "/a/x/.%2e/.."}) {
+        useSession(configuration, std::make_shared<RecordingDelegate>(right));
+        EXPECT_EQ(send(get(start + "/a/./x/../b")).status(), 200);
+        EXPECT_EQ(send(get(start + beside)).status(), 200);
+        EXPECT_FALSE(server.requests().at(next + 2).header(name)) << beside;
+        next += 4;
+      }
       auto own = get(start + "/a/b");
       own.headers.setValue("Authorization", "Bearer own");
       EXPECT_EQ(send(own).status(), 200);
-      EXPECT_EQ(server.requests().at(6).header(name), "Bearer own");
+      EXPECT_EQ(server.requests().at(next).header(name), "Bearer own");
     }
   }
 }

@@ -24,7 +24,7 @@ class AnsweredChallenges {
                                                      std::string_view path) const;
 
   /// Stores a challenge for the directory of `path` and all below it (RFC 7617, section 2.2), in place of
-  /// another one of that directory.
+  /// another one of that directory. Dot segments are resolved.
   void remember(const URLProtectionSpace& server, std::string_view path,
                 const std::shared_ptr<ChallengeInUse>& challenge);
 
