@@ -59,6 +59,15 @@ TEST_F(SessionWithNginx, HTTP2IsSpokenOverTLS) {
     EXPECT_EQ(send->outcome().header("X-Connection"), first.header("X-Connection"));
   }
   EXPECT_EQ(send(get(nginx->url("/hello"))).header("X-Protocol"), "HTTP/1.1");
+  // libcurl can't send long heads over it.
+  for (const auto& [count, protocol] : {std::pair(2, "HTTP/2.0"), std::pair(45, "HTTP/1.1")}) {
+    auto request = get(nginx->secureURL("/hello"));
+    for (int index = 0; index < count; ++index)
+      request.headers.setValue("X-" + std::to_string(index), std::string(20'000, 'x'));
+    const auto outcome = send(request);
+    EXPECT_EQ(outcome.header("X-Protocol"), protocol) << (outcome.error ? outcome.error->description() : "");
+    EXPECT_EQ(outcome.text(), "hello\n");
+  }
 }
 
 TEST_F(SessionWithNginx, LargeBodiesArriveWholeBothWays) {

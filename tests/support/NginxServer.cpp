@@ -35,6 +35,7 @@ http {
   tcp_nopush on;
   open_file_cache max=100;
   keepalive_requests 1000000000;
+  large_client_header_buffers 64 32k;
   server_tokens off;
   lingering_close off;
   add_header X-Protocol $server_protocol always;

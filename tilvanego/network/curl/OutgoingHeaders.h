@@ -35,6 +35,8 @@ class OutgoingHeaders {
            std::string_view leftOut = {});
   /// Wipes the fields.
   void clear();
+  /// What the fields take in a request, in bytes: in HTTP/2 each counts as 12 more than its name and value.
+  [[nodiscard]] std::size_t size() const { return text_.size() + 12 * starts_.size(); }
   /// Valid until the next `set` or `clear`; null without fields.
   [[nodiscard]] curl_slist* list() TILVANEGO_LIFETIMEBOUND {
     return nodes_.empty() ? nullptr : nodes_.data();

@@ -161,6 +161,7 @@ class Transfer {
   enum class Connection { any, fresh };
   void prepare(Connection connection = Connection::any);
   void setMethodAndBody();
+  void setLongHead(std::size_t size);
   void setTarget();
   void setURL(const std::string& text);
   void setTimeout();

@@ -28,6 +28,10 @@ unsigned curlVersion() {
   return version;
 }
 
+/// The longest head that surely fits in the 64 KiB which libcurl can send over HTTP/2: without its own fields
+/// and its cookies, at most 8 KiB.
+constexpr std::size_t longestHeadOfHTTP2 = 50'000;
+
 template <typename Value>
 void set(CURL* handle, CURLoption option, Value value) {
   // An option that this libcurl doesn't support keeps its default.
@@ -253,6 +257,17 @@ void Transfer::setMethodAndBody() {
     set(handle(), CURLOPT_NOPROGRESS, 0L);
     set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, longBodyBuffer);
   }
+  const auto head = headers_.size() + request_->url->absoluteString().size();
+  if (head > longestHeadOfHTTP2 && mayUseTLS()) setLongHead(head);
+}
+
+// libcurl 7.88 sends a head over TLS only if its upload buffer holds it whole, with the body that goes along.
+void Transfer::setLongHead(std::size_t size) {
+  set(handle(), CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  // A kept one may speak HTTP/2.
+  connection_ = Connection::fresh;
+  set(handle(), CURLOPT_FRESH_CONNECT, 1L);
+  set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(size) + longBodyBuffer);
 }
 
 void Transfer::setHeaders(bool announcesBody) {
