@@ -1,4 +1,5 @@
 // What a session asks of a server over TLS, and how it identifies itself.
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 
@@ -129,6 +130,28 @@ TEST_F(SessionTLS, TheClientsCertificateIsShownToTheRequestsServerAlone) {
   EXPECT_EQ(sendWith(trusting(), nginx->moreURL(redirecting, "/hello")).status(), 400);
 }
 
+TEST_F(SessionTLS, ARefusedCertificateIsToldAlsoIfTheConnectionIsResetBeforeTheRequest) {
+  const auto command = "cd " + path("") + R"( && exec python3 -c '
+import socket, ssl
+refusing = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
+refusing.load_cert_chain("here.pem", "here.key")
+refusing.verify_mode = ssl.CERT_REQUIRED
+server = socket.create_server(("127.0.0.1", 0))
+print(server.getsockname()[1], flush=True)
+for _ in range(20):
+  try: refusing.wrap_socket(server.accept()[0], server_side=True)
+  except OSError: pass')";
+  FILE* const server = popen(command.c_str(), "r");
+  int port = 0;
+  ASSERT_EQ(fscanf(server, "%d", &port), 1);
+  const auto url = "https://127.0.0.1:" + std::to_string(port) + "/";
+  for (int time = 0; time < 20; ++time) {
+    const auto refused = sendWith(identified({.file = path("till.key")}), url);
+    EXPECT_EQ(refused.code(), Code::clientCertificateRefused) << refused.error->description();
+  }
+  EXPECT_EQ(pclose(server), 0);
+}
+
 TEST_F(SessionTLS, WrongOptionsAreToldByNameAndNothingIsSent) {
   auto damaged = content("here.pem");
   damaged.at(damaged.size() / 2) = '*';
@@ -175,7 +198,7 @@ TEST_F(SessionTLS, WrongOptionsAreToldByNameAndNothingIsSent) {
            Case{{.certificate = {.file = path("weak.pem")}, .privateKey = {.file = path("weak.pem")}},
                 "tls.certificate isn't one that OpenSSL uses for TLS on this system: ee key too small"},
            Case{identified(rc4, right), "tls.privateKey has an encryption that OpenSSL no longer reads"},
-           Case{identified(des, right), "or has too old an encryption: try"},
+           Case{identified(des, right), "tls.privateKey has an encryption that OpenSSL no longer reads"},
            Case{identified({.file = path("older.key")}, []() -> std::optional<std::string> { throw 1; }),
                 "tls.passphrase gave no passphrase"},
            Case{identified({.file = path("older.key")}, [] { return std::optional(std::string(1024, 'x')); }),

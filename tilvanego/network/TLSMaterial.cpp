@@ -146,6 +146,18 @@ std::expected<std::vector<Certificate>, TransportError> certificatesOf(std::stri
   return certificates;
 }
 
+/// Whether OpenSSL doesn't have the cipher of a key in the form of RFC 1421. Its last error doesn't say that.
+bool hasUnknownCipher(std::string_view key) {
+  static constexpr std::string_view name = "DEK-Info: ";
+  const auto start = key.find(name);
+  if (start == std::string_view::npos) return false;
+  const auto rest = key.substr(start + name.size());
+  const std::string cipher(rest.substr(0, std::min<std::size_t>(rest.find(','), 40)));
+  auto* const found = EVP_CIPHER_fetch(nullptr, cipher.c_str(), nullptr);
+  EVP_CIPHER_free(found);
+  return !found;
+}
+
 /// Gives OpenSSL the passphrase of a key, and remembers what came of it.
 class Passphrase {
  public:
@@ -158,28 +170,22 @@ class Passphrase {
     return static_cast<Passphrase*>(self)->copyTo(std::span(room, static_cast<std::size_t>(size)));
   }
 
-  /// Why a key couldn't be read with it. OpenSSL's last error must be the reader's.
-  [[nodiscard]] std::string_view reason() const {
+  /// Why the text of a key couldn't be read with it. OpenSSL's last error must be the reader's.
+  [[nodiscard]] std::string_view reason(const std::string& key) const {
     if (!isAsked_) return "has no private key that can be read, in PEM form";
     if (!ask_) return "is encrypted: set tls.passphrase";
     if (!text_) return "is encrypted, and tls.passphrase gave no passphrase";
     if (text_->size() > maximumSize) return "is encrypted, and tls.passphrase is longer than 1023 bytes";
-    // Only the last error is surely the reader's. A wrong passphrase may leave bytes that look like another
-    // format.
-    const auto last = ERR_peek_last_error();
-    if (isUnsupported(last) && ERR_GET_LIB(last) == ERR_LIB_EVP) return tooOld;
-    return isUnsupported(last) || isUnsupported(ERR_peek_error()) ? notOpenedOrTooOld : notOpened;
+    const auto error = ERR_peek_last_error();
+    const bool isUnsupported =
+        ERR_GET_LIB(error) == ERR_LIB_EVP && ERR_GET_REASON(error) == ERR_R_UNSUPPORTED;
+    if (!isUnsupported && !hasUnknownCipher(key))
+      return "isn't opened by the passphrase that tls.passphrase gave";
+    return "has an encryption that OpenSSL no longer reads: write it anew by \"openssl pkcs8 -topk8\"";
   }
 
  private:
   static constexpr std::size_t maximumSize = 1023;
-  static constexpr std::string_view notOpened = "isn't opened by the passphrase that tls.passphrase gave";
-  static constexpr std::string_view tooOld =
-      "has an encryption that OpenSSL no longer reads: write it anew by \"openssl pkcs8 -topk8\"";
-  static constexpr std::string_view notOpenedOrTooOld =
-      "isn't opened by tls.passphrase, or has too old an encryption: try \"openssl pkcs8 -topk8\"";
-
-  static bool isUnsupported(unsigned long error) { return ERR_GET_REASON(error) == ERR_R_UNSUPPORTED; }
 
   // OpenSSL may ask several times.
   int copyTo(std::span<char> room) noexcept {
@@ -231,7 +237,7 @@ std::expected<void, TransportError> readIdentity(const TLSOptions& options, TLSM
   const OwnErrors errors;
   Passphrase passphrase(options);
   const Key key(PEM_read_bio_PrivateKey(readerOf(*keyText).get(), nullptr, &Passphrase::give, &passphrase));
-  if (!key) return invalid("privateKey", passphrase.reason());
+  if (!key) return invalid("privateKey", passphrase.reason(*keyText));
   if (X509_check_private_key(certificates->front().get(), key.get()) != 1) {
     return invalid("privateKey", "isn't the key of the first certificate of tls.certificate");
   }

@@ -182,6 +182,16 @@ TransportError Transfer::failureOf(CURLcode result) const {
   if (requestSize > 0 && isFieldTooLong(result, head_.isComplete(), errorText_.data())) {
     return {Code::badServerResponse, "the answer has too long a header field"};
   }
+  // With TLS 1.3 a server sees the certificate after the handshake. If it ends the connection at once,
+  // libcurl can't send, and doesn't read the alert that says why.
+  long connections = 0;
+  curl_easy_getinfo(handle(), CURLINFO_NUM_CONNECTS, &connections);
+  if (result == CURLE_SEND_ERROR && requestSize == 0 && connections > 0 && isSecure(*request_->url) &&
+      identity() == Identity::shown) {
+    return {
+        Code::clientCertificateRefused,
+        "the server ended the connection when it had the certificate of tls.certificate, before the request"};
+  }
   return transportError(result, errorText_.data());
 }
 
