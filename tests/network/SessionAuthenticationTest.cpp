@@ -117,6 +117,7 @@ TEST_F(SessionAuthentication, AProxyThatGuardsItsTunnelsIsAnsweredOrEndsTheReque
       useSession({.proxy = proxy.url("")}, isAnswered ? std::make_shared<RecordingDelegate>(right) : nullptr);
       auto request = get("https://[::1]/path");
       request.headers.setValue("Authorization", "Bearer s3cret");
+      request.headers.setValue("Proxy-Authorization", "Basic own");
       // The proxy is no TLS server.
       EXPECT_EQ(send(request).code(),
                 isAnswered ? Code::secureConnectionFailed : Code::proxyAuthenticationRequired);
@@ -124,6 +125,7 @@ TEST_F(SessionAuthentication, AProxyThatGuardsItsTunnelsIsAnsweredOrEndsTheReque
       ASSERT_EQ(requests.size(), isAnswered ? 2U : 1U);
       EXPECT_EQ(requests.back().method + " " + requests.back().target, "CONNECT [::1]:443");
       EXPECT_EQ(requests.back().header("Authorization"), std::nullopt);
+      EXPECT_EQ(requests.front().header("Proxy-Authorization"), "Basic own");
     }
   }
 }
@@ -152,6 +154,10 @@ TEST_F(SessionAuthentication, TheUserOfAProxysURLIsForItsChallengeAndReplacesThe
     EXPECT_EQ(std::ranges::count(requests.back().headers, "Proxy-Authorization",
                                  [](const auto& field) { return field.first; }),
               1);
+    useSession({});
+    request.url = URL::parse(proxy.url()).value();
+    EXPECT_EQ(send(request).status(), 407);
+    EXPECT_EQ(proxy.requests().back().header("Proxy-Authorization"), std::nullopt) << "no proxy";
     if (scheme == Scheme::basic) continue;
     const auto field = requests.back().header("Proxy-Authorization").value_or("");
     EXPECT_TRUE(field.contains("uri=\"" + requests.back().target + '"')) << field;

@@ -14,8 +14,7 @@ void OutgoingHeaders::clear() {
   nodes_.clear();
 }
 
-void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential,
-                          std::string_view leftOut) {
+void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential) {
   clear();
   for (const auto& [name, value] : fields.fields()) {
     // libcurl sets these fields. With a wrong value, the server would wait for more bytes or read the rest of
@@ -23,7 +22,7 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const Creden
     if (equalIgnoringASCIICase(name, "Content-Length") || equalIgnoringASCIICase(name, "Transfer-Encoding"))
       continue;
     if (!credential.value.empty() && equalIgnoringASCIICase(name, credential.name)) continue;
-    if (equalIgnoringASCIICase(name, leftOut)) continue;
+    if (equalIgnoringASCIICase(name, "Proxy-Authorization")) continue;
     add(name, trimmedField(value));
   }
   if (!credential.value.empty()) add(credential.name, credential.value);

@@ -29,10 +29,9 @@ class OutgoingHeaders {
   ~OutgoingHeaders();
 
   /// Sets the fields, which must have been checked. With a body, prevents libcurl from adding "Content-Type"
-  /// and "Expect" unless the fields contain them. `credential` replaces the fields of its name. Fields with
-  /// the name `leftOut` aren't sent.
-  void set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential = {},
-           std::string_view leftOut = {});
+  /// and "Expect" unless the fields contain them. `credential` replaces the fields of its name. A
+  /// "Proxy-Authorization" is left out, unless it is the credential: it must not go through a tunnel.
+  void set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential = {});
   /// Wipes the fields.
   void clear();
   /// What the fields take in a request, in bytes: in HTTP/2 each counts as 12 more than its name and value.

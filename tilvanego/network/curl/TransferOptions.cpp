@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/Transfer.h>
 #include <tilvanego/values/ASCII.h>
@@ -178,10 +179,16 @@ void Transfer::setProxy() {
   set(handle(), CURLOPT_PROXY, proxy.url.c_str());
   if (proxy.url.empty()) return;
   set(handle(), CURLOPT_NOPROXY, settings_.proxies.exceptions.c_str());
-  if (!proxyAuthorization_) return;
-  std::string value = secure ? proxyAuthorization_->field("CONNECT", hostAndPort(*request_->url))
-                             : proxyAuthorization_->field(request_->httpMethod, wholeTarget());
+  std::string value;
   const WipedAtEnd wiped(value);
+  if (!proxyAuthorization_) {
+    value = trimmedField(request_->headers.value("Proxy-Authorization").value_or(""));
+    if (value.empty()) return;
+  } else if (secure) {
+    value = proxyAuthorization_->field("CONNECT", hostAndPort(*request_->url));
+  } else {
+    value = proxyAuthorization_->field(request_->httpMethod, wholeTarget());
+  }
   proxyHeaders_.set({}, false, {"Proxy-Authorization", value});
   set(handle(), CURLOPT_PROXYHEADER, proxyHeaders_.list());
 }
@@ -280,8 +287,7 @@ void Transfer::setHeaders(bool announcesBody) {
   const WipedAtEnd wiped(value);
   if (serverAuthorization_)
     value = serverAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
-  headers_.set(request_->headers, announcesBody, {"Authorization", value},
-               proxyAuthorization_ ? "Proxy-Authorization" : "");
+  headers_.set(request_->headers, announcesBody, {"Authorization", value});
   set(handle(), CURLOPT_HTTPHEADER, headers_.list());
 }
 
