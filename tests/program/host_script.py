@@ -2,9 +2,10 @@
 
   host_script.py PROGRAM SCRIPT
 
-In a script a line "> INPUT" is given to the host, and "< OUTPUT" is what it must write for it; in an output "…" stands
-for any text. "without NAME..." leaves events of these names out of the comparison, "options OPTION..." is given to the
-host. Other lines are comments.
+In a script a line "> INPUT" is given to the host, and "< OUTPUT" is what it must write for it, "<3 OUTPUT" three times, for
+the three inputs above; in an output "…" stands for any text. "without NAME..." leaves events of these names out of the
+comparison, "options OPTION..." is given to the host. The lines from "steps NAME" to "end" are played where
+"do NAME TEXT | TEXT..." stands, with its texts in the places of "$1", "$2" and so on. Other lines are comments.
 """
 
 import json
@@ -21,16 +22,33 @@ def pattern(expected):
 class Script:
     def __init__(self, path):
         self.options, self.without, self.input, self.expected = [], set(), [], []
+        self.steps, taken = {}, None
         for line in path.read_text(encoding="utf-8").splitlines():
-            word, _, rest = line.partition(" ")
-            if word == ">":
-                self.input.append(rest)
-            elif word == "<":
-                self.expected.append(rest)
-            elif word == "without":
-                self.without = set(rest.split())
-            elif word == "options":
-                self.options = rest.split()
+            if line.startswith("steps "):
+                taken = self.steps[line[6:]] = []
+            elif line == "end":
+                taken = None
+            elif taken is not None:
+                taken.append(line)
+            else:
+                self.play(line)
+
+    def play(self, line):
+        word, _, rest = line.partition(" ")
+        if word == ">":
+            self.input.append(rest)
+        elif re.fullmatch(r"<\d*", word):
+            self.expected += [rest] * int(word[1:] or 1)
+        elif word == "without":
+            self.without = set(rest.split())
+        elif word == "options":
+            self.options = rest.split()
+        elif word == "do":
+            name, _, texts = rest.partition(" ")
+            for step in self.steps[name]:
+                for number, text in enumerate(texts.split(" | "), 1):
+                    step = step.replace(f"${number}", text)
+                self.play(step)
 
     def compared(self, line):
         return next(iter(json.loads(line))) not in self.without
