@@ -2,7 +2,6 @@
 
 import os
 import signal
-import socket
 import stat
 import unittest
 
@@ -41,13 +40,6 @@ class Callbacks(InDirectory):
     def callback(self, url):
         return run("callback", str(self.socket), url)
 
-    def sender(self, sent):
-        sender = socket.socket(socket.AF_UNIX)
-        self.addCleanup(sender.close)
-        sender.connect(str(self.socket))
-        sender.sendall(sent)
-        return sender
-
     def test_a_callback_finishes_the_payment_before_its_sender_ends(self):
         self.host.ask(payment(), "open")
         done = self.callback("myshop://done?status=approved&request_id=A1")
@@ -65,23 +57,8 @@ class Callbacks(InDirectory):
         self.assertEqual(done.returncode, 1)
         self.assertIn(f"tilvanego host --callbacks {self.socket}".encode(), done.stderr)
 
-    def test_what_is_no_url_or_beyond_the_limit_is_refused(self):
+    def test_what_is_no_url_is_refused(self):
         self.assertEqual(self.callback("1:2").returncode, 1)
-        for text in [b"", b"1:2", b"\xff\0:"]:
-            sender = self.sender(text)
-            sender.shutdown(socket.SHUT_WR)
-            self.assertIn(b"no URL", sender.recv(4096))
-        sender = self.sender(b"")
-        with self.assertRaises(OSError):
-            while True:
-                sender.sendall(b"x" * (1 << 20))
-        self.assertEqual(self.callback("a:b").returncode, 0)
-
-    def test_senders_that_stall_hold_up_nobody(self):
-        stalled = [self.sender(b"a:") for _ in range(10)]
-        self.assertEqual(self.callback("a:b").returncode, 0)
-        for one in stalled:
-            one.close()
         self.assertEqual(self.callback("a:b").returncode, 0)
 
     def test_the_socket_is_the_users_alone_and_gone_afterwards(self):
