@@ -7,10 +7,15 @@ else()
   find_package(GTest REQUIRED)
 endif()
 
-# One test program: tilvanego_test(name SOURCES a.cpp b.cpp [LIBRARIES extra...] [ENVIRONMENT_MODIFICATION change...]). It looks inside the libraries that it links.
+# One test program: tilvanego_test(name SOURCES a.cpp *Test.cpp [LIBRARIES extra...] [ENVIRONMENT_MODIFICATION change...]). It looks inside the libraries that it links.
 function(tilvanego_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;ENVIRONMENT_MODIFICATION")
-  add_executable(${name} ${arg_SOURCES})
+  set(sources "")
+  foreach(pattern IN LISTS arg_SOURCES)
+    file(GLOB found CONFIGURE_DEPENDS ${pattern})
+    list(APPEND sources ${found})
+  endforeach()
+  add_executable(${name} ${sources})
   set(libraries TilvaneGo::SDK ${arg_LIBRARIES})
   list(TRANSFORM libraries REPLACE "^TilvaneGo::" "tilvanego_inside_")
   target_link_libraries(${name} PRIVATE ${libraries} test_data GTest::gtest_main)
