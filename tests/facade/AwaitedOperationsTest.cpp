@@ -3,7 +3,6 @@
 
 #include "tests/facade/Till.h"
 #include "tests/support/Kinds.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -214,6 +213,7 @@ TEST(AwaitedOperations, LeaveTheOverloadsWithACompletionAsTheyWere) {
   host.sdk->startPayment(fullRequest<OperationKind::payment>(callbackURL), {});
   host.sdk->startPayment(fullRequest<OperationKind::payment>(callbackURL), PaymentLaunchTransport::gzip(),
                          {});
+  host.sdk->sendRequest("", "", "", "", "", "", "", nullptr);
   host.sdk->reboot(fullRequest<OperationKind::reboot>(callbackURL), nullptr);
   host.sdk->cancelPendingPayment();
   host.takeEvents();

@@ -2,8 +2,6 @@
 
 #include "tests/facade/RestartedHost.h"
 #include "tests/support/AllocationCount.h"
-#include "tests/support/Kinds.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -250,16 +248,13 @@ TEST(HostCodeDeathTest, AMainQueueThatThrowsEndsTheProcessByItsName) {
       "MainQueue::post threw std::runtime_error");
 }
 
-TEST(WithoutAPasteboard, APaymentByItEndsAtOnceAndAnAnswerByItIsMissing) {
+TEST(WithoutAPasteboard, AnAnswerByItIsMissing) {
   HookedHost host;
   Ends ends;
   const URL callback = sealedResult(host, "2");
   Platform platform = host.platform();
   platform.pasteboard = nullptr;
   const auto sdk = detail::FacadeAccess::make(std::move(platform));
-  sdk->startPayment(requestOf("1"), Transport::pasteboard(), ends.of("1"));
-  EXPECT_EQ(ends.names, Names{unavailable});
-  EXPECT_EQ(host.opened, Names{});
   sdk->startPayment(requestOf("2"), ends.of("2"));
   EXPECT_TRUE(sdk->handleCallback(callback));
   EXPECT_EQ(ends.names.back(), "2 failure(pasteboardHandoffMissing: Pasteboard handoff payload is missing.)");
@@ -282,15 +277,6 @@ TEST(WithoutAPortDeathTest, TheProcessEndsWithTheNameOfWhatIsMissing) {
     EXPECT_DEATH(static_cast<void>(detail::FacadeAccess::make(std::move(platform))),
                  "Platform::" + name + " is null");
   }
-}
-
-TEST(StartPayment, WithoutACompletionIsAPaymentAllTheSame) {
-  TestHost host;
-  host.sdk->startPayment(requestOf("A-1"), nullptr);
-  host.sdk->startPayment(requestOf("A-1"), nullptr);
-  EXPECT_TRUE(host.sdk->handleCallback(parsedURL("shop://done?status=approved")));
-  host.sdk->sendRequest("", "", "", "", "", "", "", nullptr);
-  EXPECT_FALSE(host.sdk->isPaymentInProgress());
 }
 
 TEST(Logger, MayReplaceItselfFromWithinACall) {

@@ -18,17 +18,6 @@ struct Marked {};
 static_assert(fieldName<Row<char[4]>, 0> == "quantity" && fieldName<Row<char[4]>, 1> == "price");
 static_assert(fieldName<Row<Marked<';'>>, 1> == "price" && fieldName<Row<Marked<']'>>, 1> == "price");
 
-TEST(LaunchLink, KeepsTheOrderAndEscapesEachItem) {
-  LinkItems items;
-  items.add("b", "a+b c&d");
-  items.add("empty", "");
-  const std::optional<std::string> absent;
-  items.addIfPresent("absent", absent);
-  items.addText("a", "\u00fc#%=\"");
-  EXPECT_EQ(writeLink(launchTarget("/v1/x"), items.items()).value().absoluteString(),
-            "tilvanego://payment/v1/x?b=a+b%20c%26d&empty=&a=%C3%BC%23%25%3D%22");
-}
-
 TEST(RedactedURLText, HidesTheSecretItemsAlone) {
   using Case = std::pair<std::string_view, std::string_view>;
   for (const auto& [url, shown] :

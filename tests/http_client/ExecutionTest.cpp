@@ -5,7 +5,6 @@
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/AllocationCount.h"
-#include "tests/support/Test.h"
 #include "tests/support/TestData.h"
 #include "tests/support/Threads.h"
 
@@ -298,17 +297,6 @@ TEST(Execution, ManySendsAtOnceEachCompleteOnce) {
   EXPECT_EQ(completions, 400);
 }
 
-TEST(Interceptor, TheInterceptorsRequestIsTheOneThatIsSent) {
-  TestClient client({httpResponse(200)});
-  client.interceptor->onIntercept = [](URLRequest request, auto completion) {
-    request.headers.setValue("Signed", "yes");
-    completion(request);
-  };
-  ASSERT_TRUE(client.run<Empty>());
-  EXPECT_EQ(client.session.session->requests().at(0).headers.value("Signed"), "yes");
-  EXPECT_EQ(client.interceptor->completedRequests.at(0).headers.value("Signed"), "yes");
-}
-
 TEST(Interceptor, AnInterceptorThatAnswersTwiceSendsAndCompletesOnce) {
   TestClient client({httpResponse(500)});
   client.interceptor->onIntercept = [](const URLRequest& request, auto completion) {
@@ -349,19 +337,6 @@ TEST(Interceptor, ARetryIsAFullNewPassWithWhatTheBuilderHasByThen) {
                     "session: didReceive third", "session: didComplete well", "session: completion"}));
   EXPECT_EQ(client.session.session->requests().at(0).headers.value("Try"), std::nullopt);
   EXPECT_EQ(client.session.session->requests().at(2).headers.value("Try"), "3");
-}
-
-TEST(Interceptor, ARetryMayBeAnsweredLaterOnAnotherThread) {
-  TestClient client({httpResponse(500), httpResponse(200, Data("well"))});
-  OpenAPIInterceptor::RetryCompletion answer;
-  client.interceptor->onRetry = [&](auto completion) { answer = std::move(completion); };
-  std::optional<std::string> body;
-  client.builder<std::string>().execute([&](auto result) { body = result->body; });
-  client.session.deliver();
-  EXPECT_EQ(client.session.deliver(), 0);
-  std::thread([&] { answer(OpenAPIInterceptorRetry::retry); }).join();
-  client.session.deliver();
-  EXPECT_EQ(body, "well");
 }
 
 // Each hook waits for another thread that uses everything that has a lock.
