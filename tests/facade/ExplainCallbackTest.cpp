@@ -1,5 +1,4 @@
 #include "tests/support/Kinds.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

@@ -1,15 +1,7 @@
 #pragma once
 
-#include <algorithm>
-#include <cstdint>
 #include <deque>
 #include <expected>
-#include <functional>
-#include <memory>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 #include <tilvanego/facade/FacadeAccess.h>
 #include <tilvanego/platform/OpenSSLRandomSource.h>
@@ -18,6 +10,8 @@
 #include <tilvanego/platform/memory/MemoryPasteboard.h>
 #include <tilvanego/platform/memory/MemoryPendingStore.h>
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 

@@ -5,7 +5,6 @@
 
 #include "tests/facade/HookedHost.h"
 #include "tests/facade/RandomSequences.h"
-#include "tests/support/Test.h"
 
 /// Random sequences of starts, cancels, callbacks, reports and drains, made at the top and from within every
 /// port, logger, completion and end of what one captured, each of which may throw too. A model follows what

@@ -14,7 +14,6 @@
 #include "tests/facade/HookedHost.h"
 #include "tests/facade/RandomSequences.h"
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/Test.h"
 
 /// A host with files, killed by SIGKILL at any moment between the start of a payment and the return of its
 /// completion, and started again.

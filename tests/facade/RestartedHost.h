@@ -1,12 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <memory>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 #include <tilvanego/transports/CompressedURLPayload.h>
 
 #include "tests/facade/HookedHost.h"

@@ -5,7 +5,6 @@
 #include "tests/http_client/TestClient.h"
 #include "tests/support/AllocationCount.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/Test.h"
 #include "tests/support/Threads.h"
 
 using namespace tilvanego;
@@ -16,8 +15,7 @@ namespace {
 /// A client on the network, whose queue nobody runs.
 struct BlockingClient : TestClient {
   explicit BlockingClient(LoopbackServer::Handler handler) : TestClient({}), server(std::move(handler)) {
-    configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(
-        std::make_shared<URLSession>(LoopbackServer::reaching())));
+    useSession(std::make_shared<URLSession>(LoopbackServer::reaching()));
   }
 
   template <typename T>

@@ -12,7 +12,6 @@
 #include "tests/support/Authentication.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -59,7 +58,7 @@ class BuilderExchange : public testing::Test {
     if (!sessionConfiguration.proxy) sessionConfiguration.proxy = "";  // whatever the environment says
     session_ =
         std::make_shared<URLSession>(std::move(sessionConfiguration), std::make_shared<SessionDelegate>());
-    configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(session_));
+    client.useSession(session_);
     configuration->setCredential(std::nullopt);
   }
 

@@ -5,7 +5,6 @@
 #include <tilvanego/values/SecretNames.h>
 
 #include "tests/http_client/TestClient.h"
-#include "tests/support/Test.h"
 #include "tests/support/Threads.h"
 
 namespace tilvanego {

@@ -4,7 +4,6 @@
 #include <thread>
 
 #include "tests/http_client/TestClient.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

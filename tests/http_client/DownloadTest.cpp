@@ -1,7 +1,5 @@
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include <tilvanego/http_client/CachesDirectory.h>
 #include <tilvanego/http_client/FileDownload.h>
@@ -9,17 +7,11 @@
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string contents(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 /// The regular files below a directory, by their relative paths.
 std::vector<std::string> filesIn(const fs::path& directory) {
@@ -90,7 +82,7 @@ TEST_F(Download, GoesUnderThePathOfTheURLWithTheNameOfTheAnswer) {
     EXPECT_EQ(filesIn(caches), std::vector{row.file});
     EXPECT_EQ(result->body.path(), (caches / row.file).string());
     EXPECT_EQ(result->body.scheme(), "file");
-    EXPECT_EQ(contents(caches / row.file), "body");
+    EXPECT_EQ(contentOf(caches / row.file), "body");
     EXPECT_EQ(result->bodyData, Data("body"));
   }
 }
@@ -154,14 +146,14 @@ TEST_F(Download, ALinkThatLeadsOutIsNotFollowed) {
   EXPECT_EQ(filesIn(outside), std::vector<std::string>{"file"});
   // A link in the file's own place is replaced.
   EXPECT_TRUE(get("/a", "filename=file"));
-  EXPECT_EQ(contents(outside / "file"), "kept");
+  EXPECT_EQ(contentOf(outside / "file"), "kept");
   EXPECT_FALSE(fs::is_symlink(caches / "a" / "file"));
 }
 
 TEST_F(Download, AFailedWriteLeavesWhatWasThere) {
   ASSERT_TRUE(get("/a", "filename=b"));
   ASSERT_TRUE(get("/a", "filename=b", Data("newer")));
-  EXPECT_EQ(contents(caches / "a" / "b"), "newer");
+  EXPECT_EQ(contentOf(caches / "a" / "b"), "newer");
   // A directory has the file's name; a file stands where a directory must be; a name is too long.
   for (const auto& [path, name] :
        {std::pair<std::string, std::string>{"", "a"}, {"/a/b", "c"}, {"/a", std::string(300, 'n')}}) {
@@ -198,11 +190,11 @@ TEST_F(Download, GoesToADirectoryOfTheProgramsOwnThatTheHostMayName) {
   std::ofstream(directory.path() / "all" / "state.db") << "another program's";
   const auto taken = get("/", "filename=b");
   CachesDirectory::setName("http_client_test");
-  EXPECT_EQ(contents(directory.path() / "elsewhere/a/b"), "body");
+  EXPECT_EQ(contentOf(directory.path() / "elsewhere/a/b"), "body");
   const auto* failure = causeOf<FileWriteError>(taken);
   ASSERT_NE(failure, nullptr);
   EXPECT_EQ(failure->path, (directory.path() / "all/state.db").string());
-  EXPECT_EQ(contents(directory.path() / "all/state.db"), "another program's");
+  EXPECT_EQ(contentOf(directory.path() / "all/state.db"), "another program's");
 }
 
 TEST_F(Download, GoesBelowTheHomeDirectoryOrFails) {

@@ -3,7 +3,6 @@
 #include <tilvanego/http_client/SynchronizedDictionary.h>
 
 #include "tests/http_client/TestClient.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
@@ -208,8 +207,7 @@ TEST(HostCode, AnAnswerInMemoryThatThrowsFailsItsTask) {
   const auto session =
       std::make_shared<MemoryURLSession>([](const URLRequest&) -> FakeResponse { throwIt(); });
   TestClient client({});
-  client.configuration->setRequestBuilderFactory(
-      std::make_shared<RequestBuilderFactoryWithSession<>>(session));
+  client.useSession(session);
   int code = 0;
   client.builder<Empty>().execute([&](const auto& result) {
     code = result.error().code();

@@ -1,8 +1,6 @@
 // Connections that end or fall silent at any byte: each request ends once, is whole or failed, and a payment
 // is never sent twice.
 #include <atomic>
-#include <fstream>
-#include <iterator>
 
 #include <tilvanego/http_client/FileSink.h>
 #include <tilvanego/http_client/FileSource.h>
@@ -13,23 +11,16 @@
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/LossyRelay.h"
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
 
 using namespace std::chrono_literals;
 
-std::string textIn(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // Sends a file and receives one, over a connection of its own.
 struct LossyClient : TestClient {
   LossyClient() : TestClient({}) {
-    configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(
-        std::make_shared<URLSession>(LoopbackServer::reaching())));
+    useSession(std::make_shared<URLSession>(LoopbackServer::reaching()));
     std::ofstream(directory.path() / "sent") << body;
   }
 
@@ -61,7 +52,7 @@ struct LossyClient : TestClient {
       });
       queue.run();
     }
-    EXPECT_EQ(textIn(received), isWell ? body : "");
+    EXPECT_EQ(contentOf(received), isWell ? body : "");
     return isWell;
   }
 

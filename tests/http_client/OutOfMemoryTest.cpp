@@ -5,7 +5,6 @@
 #include "tests/http_client/TestClient.h"
 #include "tests/support/AllocationCount.h"
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

@@ -1,8 +1,5 @@
 // Bodies in pieces, over a session of the network's.
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <thread>
 
 #include <sys/stat.h>
@@ -18,17 +15,11 @@
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {
 
 using Code = TransportError::Code;
-
-std::string contentOf(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::string varied(std::size_t size) {
   std::string text(size, '\0');
@@ -42,8 +33,7 @@ struct Streams : testing::Test {
     client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
   }
   void useSession(URLSessionConfiguration configuration) {
-    client.configuration->setRequestBuilderFactory(std::make_shared<RequestBuilderFactoryWithSession<>>(
-        std::make_shared<URLSession>(LoopbackServer::reaching(std::move(configuration)))));
+    client.useSession(std::make_shared<URLSession>(LoopbackServer::reaching(std::move(configuration))));
   }
   RequestBuilderOf<Empty> request(const std::string& method, const std::string& url) {
     return client.builder<Empty>({.method = method, .URLString = url});

@@ -7,7 +7,6 @@
 
 #include "tests/http_client/TestClient.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/Test.h"
 #include "tests/support/Threads.h"
 
 using namespace tilvanego;
@@ -76,8 +75,7 @@ struct StressInterceptor final : DefaultOpenAPIInterceptor {
 class Stress {
  public:
   Stress() {
-    client_.configuration->setRequestBuilderFactory(
-        std::make_shared<RequestBuilderFactoryWithSession<>>(session_));
+    client_.useSession(session_);
     client_.configuration->setInterceptor(interceptor_);
     client_.configuration->setCredential(URLCredential{"till", "s3cret"});
   }

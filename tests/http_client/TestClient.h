@@ -1,21 +1,16 @@
 #pragma once
 
-#include <cstddef>
 #include <deque>
 #include <expected>
-#include <functional>
-#include <memory>
 #include <mutex>
-#include <optional>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include <tilvanego/http_client/RequestBuilderWithSession.h>
 #include <tilvanego/http_client/coding/CodableHelper.h>
 #include <tilvanego/network/MemoryURLSession.h>
 #include <tilvanego/platform/RunLoop.h>
+
+#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 
@@ -116,8 +111,11 @@ class RecordingInterceptor : public DefaultOpenAPIInterceptor {
 /// A client of its own over the fake session, whose main queue and interceptor the test has in its hands.
 struct TestClient {
   explicit TestClient(std::deque<FakeResponse> script) : session(std::move(script)) {
+    useSession(session.session);
+  }
+  void useSession(std::shared_ptr<URLSessionProtocol> other) {
     configuration->setRequestBuilderFactory(
-        std::make_shared<RequestBuilderFactoryWithSession<>>(session.session));
+        std::make_shared<RequestBuilderFactoryWithSession<>>(std::move(other)));
   }
 
   template <typename T>

@@ -1,5 +1,4 @@
 #include <bit>
-#include <optional>
 
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>

@@ -1,5 +1,3 @@
-#include <limits>
-
 #include <tilvanego/json/JSON.h>
 #include <tilvanego/json/JSONValue.h>
 

@@ -1,7 +1,6 @@
 #include <tilvanego/models/Catalogue.h>
 
 #include "tests/models/ModelTables.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::models {
 namespace {

@@ -1,12 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 #include "tests/support/VectorFile.h"
 
 /// The published tables of the records, and JSON texts that are built from them alone.

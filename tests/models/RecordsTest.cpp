@@ -10,7 +10,6 @@
 
 #include "tests/models/ModelTables.h"
 #include "tests/support/AllocationCount.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::models {
 namespace {

@@ -10,7 +10,6 @@
 
 #include "tests/network/SessionTest.h"
 #include "tests/support/AllocationCount.h"
-#include "tests/support/LoopbackServer.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/Threads.h"
 

@@ -1,6 +1,5 @@
 // What an observer is told of tasks, in both ways of sending.
 #include "tests/network/SessionTest.h"
-#include "tests/support/LoopbackServer.h"
 #include "tests/support/NginxServer.h"
 
 using namespace tilvanego;

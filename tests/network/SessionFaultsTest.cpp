@@ -1,9 +1,7 @@
 // Servers that break what they begin, and ends that the host brings about.
-#include <array>
 #include <future>
 
 #include "tests/network/SessionTest.h"
-#include "tests/support/LoopbackServer.h"
 #include "tests/support/LoopbackSocket.h"
 #include "tests/support/Threads.h"
 

@@ -3,7 +3,6 @@
 
 #include "tests/network/SessionTest.h"
 #include "tests/support/AllocationCount.h"
-#include "tests/support/LoopbackServer.h"
 
 using namespace tilvanego;
 using namespace tilvanego::test;

@@ -1,15 +1,12 @@
 // What no server can go beyond: the size of an answer, the time of a request, and how often it is sent.
-#include <array>
 #include <cstdio>
 #include <future>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/network/SessionTest.h"
-#include "tests/support/LoopbackServer.h"
 #include "tests/support/LoopbackSocket.h"
 #include "tests/support/NginxServer.h"
 

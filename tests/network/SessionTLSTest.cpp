@@ -1,7 +1,5 @@
 // What a session asks of a server over TLS, and how it identifies itself.
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 
 #include "tests/network/SessionTest.h"
 #include "tests/support/NginxServer.h"
@@ -50,10 +48,7 @@ pin till.key > till.pin
   static void TearDownTestSuite() { nginx.reset(); }
 
   static std::string path(const std::string& name) { return nginx->directory() / name; }
-  static std::string content(const std::string& name) {
-    std::ifstream file(path(name));
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  static std::string content(const std::string& name) { return contentOf(path(name)); }
   // Trusts the servers.
   static TLSOptions trusting() { return {.authorities = {.file = path("here.pem")}}; }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <condition_variable>
-#include <cstdlib>
 #include <mutex>
 #include <thread>
 

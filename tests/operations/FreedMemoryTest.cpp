@@ -7,7 +7,6 @@
 
 #include "tests/support/FreedMemory.h"
 #include "tests/support/Kinds.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::test {
 namespace {

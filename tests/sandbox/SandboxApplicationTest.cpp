@@ -1,5 +1,4 @@
 #include <span>
-#include <stdexcept>
 
 #include <tilvanego/facade/TilvaneGoSDK.h>
 #include <tilvanego/platform/SystemClock.h>

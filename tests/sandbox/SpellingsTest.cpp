@@ -5,7 +5,6 @@
 #include <tilvanego/sandbox/SandboxApplication.h>
 
 #include "tests/support/Kinds.h"
-#include "tests/support/Test.h"
 
 namespace tilvanego::sandbox {
 namespace {

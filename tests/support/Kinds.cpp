@@ -1,8 +1,5 @@
 #include "tests/support/Kinds.h"
 
-#include <algorithm>
-#include <array>
-
 namespace tilvanego::test {
 namespace {
 

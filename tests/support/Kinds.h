@@ -1,13 +1,10 @@
 #pragma once
 
-#include <optional>
-#include <ostream>
 #include <span>
-#include <string>
-#include <string_view>
 
 #include <tilvanego/facade/OperationFunctions.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/TestHost.h"
 
 namespace tilvanego::test {

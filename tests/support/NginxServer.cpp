@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include <sched.h>
@@ -105,9 +103,7 @@ NginxServer::NginxServer(const MoreServers& more) {
   };
   while (!isReady()) {
     if (waitpid(process_, nullptr, WNOHANG) != 0) {
-      std::ifstream errors(root / "error.log");
-      throw std::runtime_error("nginx ended at once: " +
-                               std::string{std::istreambuf_iterator<char>(errors), {}});
+      throw std::runtime_error("nginx ended at once: " + contentOf(root / "error.log"));
     }
     sched_yield();
   }

@@ -2,8 +2,16 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+
+// The bytes of a file; none if it can't be read.
+inline std::string contentOf(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
 // A fresh directory of mode 0700 that goes away with its contents.
 class TemporaryDirectory {

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <fstream>
-#include <iterator>
-
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Test.h"
 #include "tests/support/TestData.h"
 
@@ -151,10 +149,7 @@ class VectorReader {
 
 /// The whole of tests/data/`fileName`.
 inline VectorValue vectorFile(const std::string& fileName) {
-  std::ifstream file(testDataPath(fileName), std::ios::binary);
-  if (!file) throw std::runtime_error("can't open " + fileName);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  return VectorReader(text).document();
+  return VectorReader(contentOf(testDataPath(fileName))).document();
 }
 
 /// The "cases" of tests/data/`fileName`. `count` is how many there must be, so that a lost case fails the

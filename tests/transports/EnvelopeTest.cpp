@@ -1,7 +1,6 @@
 #include <tilvanego/platform/memory/ScriptedRandomSource.h>
 #include <tilvanego/values/Base64.h>
 
-#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 #include "tests/transports/Payments.h"
 

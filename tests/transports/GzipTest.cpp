@@ -5,7 +5,6 @@
 #include <tilvanego/values/Base64.h>
 
 #include "tests/support/AllocationCount.h"
-#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 #include "tests/transports/Payments.h"
 

@@ -7,7 +7,6 @@
 #include <tilvanego/values/Base64.h>
 
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/Test.h"
 #include "tests/transports/Payments.h"
 
 namespace tilvanego::test {

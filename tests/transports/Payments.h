@@ -1,11 +1,6 @@
 #pragma once
 
 #include <initializer_list>
-#include <optional>
-#include <ostream>
-#include <string>
-#include <string_view>
-#include <utility>
 
 #include <tilvanego/frame/QueryLookup.h>
 #include <tilvanego/transports/CompressedURLPayload.h>
@@ -13,6 +8,7 @@
 #include <tilvanego/transports/PaymentPasteboardHandoff.h>
 #include <tilvanego/values/URLComponents.h>
 
+#include "tests/support/Test.h"
 #include "tests/support/TestHost.h"
 
 /// What the transports' tests share: a payment, its completion in words, and the payment application's side.

@@ -2,7 +2,6 @@
 #include <tilvanego/transports/Gzip.h>
 #include <tilvanego/values/Base64.h>
 
-#include "tests/support/Test.h"
 #include "tests/transports/Payments.h"
 
 /// What a result comes to, beyond what the program's scripts of both transports hold.

@@ -3,7 +3,6 @@
 
 #include <tilvanego/validation/Validator.h>
 
-#include "tests/support/Test.h"
 #include "tests/support/Threads.h"
 #include "tests/support/VectorFile.h"
 

@@ -3,7 +3,6 @@
 #include <tilvanego/values/DecimalFormatter.h>
 #include <tilvanego/values/Literals.h>
 
-#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

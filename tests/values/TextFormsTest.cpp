@@ -8,7 +8,6 @@
 #include <tilvanego/values/DoubleText.h>
 #include <tilvanego/values/UUID.h>
 
-#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

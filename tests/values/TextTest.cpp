@@ -2,7 +2,6 @@
 #include <tilvanego/values/Text.h>
 #include <tilvanego/values/UTF8.h>
 
-#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

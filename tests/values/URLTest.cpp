@@ -6,7 +6,6 @@
 #include <tilvanego/values/URLComponents.h>
 
 #include "tests/support/AllocationCount.h"
-#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

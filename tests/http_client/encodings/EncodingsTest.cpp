@@ -15,7 +15,6 @@
 #include <tilvanego/values/UUID.h>
 
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/Test.h"
 #include "tests/support/VectorFile.h"
 
 namespace tilvanego {

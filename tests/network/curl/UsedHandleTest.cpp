@@ -1,9 +1,7 @@
 // A request takes the handle of the one before, and must not notice it.
 #include <mutex>
-#include <utility>
 
 #include "tests/network/SessionTest.h"
-#include "tests/support/LoopbackServer.h"
 
 using namespace tilvanego;
 using namespace tilvanego::test;

@@ -1,8 +1,3 @@
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
-
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -36,11 +31,6 @@ bool isLocked(const std::expected<T, std::string>& called) {
   return !called && called.error().contains("is locked by another program");
 }
 
-std::string readFile(const fs::path& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 TEST(FilePendingStore, KeepsEachTextInAFileOfTheUsersAlone) {
   TemporaryDirectory temporary;
   const fs::path directory = temporary.path() / "state" / "till";
@@ -66,7 +56,7 @@ TEST(FilePendingStore, KeepsEachTextInAFileOfTheUsersAlone) {
   EXPECT_FALSE(next.read("lock"));
   EXPECT_TRUE(next.setAside("payment"));
   EXPECT_EQ(next.read("payment").value(), std::nullopt);
-  EXPECT_EQ(readFile(directory / "payment.unreadable"), "second");
+  EXPECT_EQ(contentOf(directory / "payment.unreadable"), "second");
 }
 
 TEST(FilePendingStore, SetsAsideUnderAFreeNameAndReplacesNothingThere) {
@@ -77,7 +67,7 @@ TEST(FilePendingStore, SetsAsideUnderAFreeNameAndReplacesNothingThere) {
   for (int number = 2; number <= 99; ++number) {
     EXPECT_TRUE(store.keep("payment", std::to_string(number)));
     EXPECT_TRUE(store.setAside("payment"));
-    EXPECT_EQ(readFile(aside.string() + "-" + std::to_string(number)), std::to_string(number));
+    EXPECT_EQ(contentOf(aside.string() + "-" + std::to_string(number)), std::to_string(number));
   }
   EXPECT_TRUE(store.keep("payment", "100"));
   EXPECT_EQ(store.setAside("payment").error(),
@@ -317,7 +307,7 @@ TEST(FilePendingStore, IsLostNeitherToAForkedChildNorToAnotherStoreOfTheProcess)
 TEST(FilePendingStore, TakesALostLockAgainUnlessAnotherProcessHasIt) {
   TemporaryDirectory temporary;
   FilePendingStore store(temporary.path());
-  const auto lose = [&] { EXPECT_EQ(readFile(temporary.path() / "lock"), ""); };
+  const auto lose = [&] { EXPECT_EQ(contentOf(temporary.path() / "lock"), ""); };
   /// What another process sees, which then waits to be killed.
   const auto other = [&](bool excluded) {
     std::array<int, 2> done{};

@@ -1,8 +1,5 @@
 #include <cerrno>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <new>
 #include <thread>
 
@@ -27,11 +24,6 @@ namespace fs = std::filesystem;
 namespace {
 
 URL link(const std::string& text) { return URL::parse(text).value(); }
-
-std::string contents(const fs::path& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::ptrdiff_t threads() {
   return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
@@ -106,7 +98,7 @@ TEST_F(SpawnedOpenerTest, AProgramThatCannotBeStartedOpensNothing) {
 TEST_F(SpawnedOpenerTest, TheLinkIsTheLastArgumentAndNothingReadsItAsAShellWould) {
   const auto path = program("p", R"(printf '%s\n' "$@" > "$directory/out")");
   EXPECT_TRUE(openWith({path, "--flag", "two words", "$HOME;`id`"}));
-  EXPECT_EQ(contents(temporary.path() / "out"),
+  EXPECT_EQ(contentOf(temporary.path() / "out"),
             "--flag\ntwo words\n$HOME;`id`\ntilvanego://payment/v1/start?a=b%20c&d='\n");
 }
 
@@ -125,8 +117,8 @@ exit 0)");
   EXPECT_TRUE(openWith({path}));
   close(descriptor);
   close(high);
-  EXPECT_EQ(contents(temporary.path() / "out"), "/dev/null /dev/null /dev/null\n");
-  const auto all = contents(temporary.path() / "all");
+  EXPECT_EQ(contentOf(temporary.path() / "out"), "/dev/null /dev/null /dev/null\n");
+  const auto all = contentOf(temporary.path() / "all");
   EXPECT_FALSE(all.empty());
   EXPECT_FALSE(all.contains("held by the host")) << all;
 }
@@ -193,7 +185,7 @@ TEST_F(SpawnedOpenerTest, DestroyedMeanwhileItDropsTheHandlerAndTheProgramGoesOn
   }
   EXPECT_TRUE(watched.expired());
   std::ofstream(gate) << "still running\n";
-  EXPECT_EQ(contents(end), "still running\n");
+  EXPECT_EQ(contentOf(end), "still running\n");
   loop.runPending();
 }
 

@@ -1,8 +1,5 @@
 #include <QClipboard>
 #include <QCoreApplication>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include <sys/stat.h>
 
@@ -166,6 +163,5 @@ TEST(QtLinkOpener, PassesTheLinkToTheDesktopUnchangedAndReportsOnce) {
   EXPECT_EQ(reports, 0) << "not inside the call";
   QCoreApplication::exec();
   EXPECT_EQ(reports, 1);
-  std::ifstream file(opened);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), link);
+  EXPECT_EQ(contentOf(opened), link);
 }
