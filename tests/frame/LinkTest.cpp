@@ -33,6 +33,9 @@ TEST(RedactedURLText, HidesTheSecretItemsAlone) {
     EXPECT_EQ(redactedURLText(URL::parse(url).value()), shown);
   }
   EXPECT_EQ(redactedURLText(std::nullopt), "url is empty!");
+  EXPECT_EQ(redactedPayloadURL(std::nullopt), "url is empty!");
+  EXPECT_EQ(redactedPayloadURL(URL::parse("a://b?PayLoad=x&payload&basic_token=t").value()),
+            "a://b?PayLoad=%3Credacted%3E&payload=%3Credacted%3E&basic_token=t");
 }
 
 }  // namespace

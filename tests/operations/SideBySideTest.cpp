@@ -139,15 +139,5 @@ TEST(Ranks, OnlyAnInitializationPassesOnWhatIsNotItsOwn) {
   }
 }
 
-TEST(Destruction, ReleasesPendingKindsWithoutCallingThem) {
-  TestHost host;
-  for (const Kind& kind : allKinds()) start(host, kind);
-  host.takeEvents();
-  while (host.application->reportOldest(false)) continue;
-  host.sdk.reset();
-  host.loop.runPending();
-  EXPECT_EQ(host.takeEvents(), Events{});
-}
-
 }  // namespace
 }  // namespace tilvanego::test

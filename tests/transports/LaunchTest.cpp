@@ -155,18 +155,5 @@ TEST(PaymentTransport, ThatIsNotKeptOnThePasteboardEndsThePaymentAtOnceAndTheLog
   }
 }
 
-TEST(RedactedPayloadURL, HidesThePayloadAloneInAnyCase) {
-  const auto redacted = [](std::string_view text) {
-    return detail::redactedPayloadURL(URL::parse(text).value());
-  };
-  EXPECT_EQ(
-      redacted("a://b?PayLoad=x&p%61yload=y&payload&basic_token=t&callbackUrl=c"),
-      "a://"
-      "b?PayLoad=%3Credacted%3E&payload=%3Credacted%3E&payload=%3Credacted%3E&basic_token=t&callbackUrl=c");
-  EXPECT_EQ(redacted("a://b"), "a://b");
-  EXPECT_EQ(redacted("a://b?"), "a://b?");
-  EXPECT_EQ(detail::redactedPayloadURL(std::nullopt), "url is empty!");
-}
-
 }  // namespace
 }  // namespace tilvanego::test
