@@ -28,7 +28,7 @@ ServerResponse handled(const ReceivedRequest& request) {
 
 class Caller : public SessionTest {
  protected:
-  Outcome sendHere(const URLRequest& request) {
+  TaskOutcome sendHere(const URLRequest& request) {
     const Send sent(*session, request);
     sent.task().resumeHere();
     EXPECT_EQ(sent.completions(), 1);

@@ -99,11 +99,11 @@ TEST_F(SessionLife, AnyAllocationMayFailWhileARequestIsUnderWay) {
     bool failed = true;
     std::size_t next = 0;
     for (; failed; ++next) {
-      std::promise<Outcome> ended;
+      std::promise<TaskOutcome> ended;
       const auto task =
           session->dataTaskFromProtocol(request, [&](auto&& data, auto&& response, auto&& error) {
             failed = failAllocation(0) == 0;
-            Outcome outcome{std::move(data), response, std::move(error), {}};
+            TaskOutcome outcome{std::move(data), response, std::move(error), {}};
             failAllocation(next + 1, inARow);
             ended.set_value(std::move(outcome));
           });

@@ -62,7 +62,7 @@ pin till.key > till.pin
   static std::optional<std::string> right() { return "s3cret"; }
   static std::optional<std::string> wrong() { return "guess"; }
 
-  Outcome sendWith(const TLSOptions& options, const std::string& url) {
+  TaskOutcome sendWith(const TLSOptions& options, const std::string& url) {
     useSession({.tls = options});
     return send(get(url));
   }

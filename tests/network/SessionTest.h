@@ -29,7 +29,7 @@ inline URLRequest post(std::string_view url, std::string_view body) {
 }
 
 /// What a completion was given.
-struct Outcome {
+struct TaskOutcome {
   std::optional<Data> data;
   URLResponsePointer response;
   std::optional<Failure> error;
@@ -69,7 +69,7 @@ class Send {
   [[nodiscard]] std::shared_ptr<URLSessionDataTaskProtocol> sharedTask() const { return task_; }
 
   /// Waits for the completion.
-  [[nodiscard]] Outcome outcome() const {
+  [[nodiscard]] TaskOutcome outcome() const {
     std::unique_lock lock(state_->mutex);
     state_->changed.wait(lock, [&] { return state_->completions > 0; });
     return state_->outcome;
@@ -84,7 +84,7 @@ class Send {
     std::mutex mutex;
     std::condition_variable changed;
     int completions = 0;
-    Outcome outcome;
+    TaskOutcome outcome;
   };
   std::shared_ptr<State> state_;
   std::shared_ptr<URLSessionDataTaskProtocol> task_;
@@ -119,7 +119,7 @@ class SessionTest : public testing::Test {
     }
     return send;
   }
-  Outcome send(const URLRequest& request) { return start(request).outcome(); }
+  TaskOutcome send(const URLRequest& request) { return start(request).outcome(); }
 
   void endSession() {
     session.reset();

@@ -35,7 +35,7 @@ class Recorder {
  public:
   [[nodiscard]] std::string origin() const { return server_.url("").substr(0, server_.url().size() - 1); }
   /// What it received, and what the session returned.
-  std::string shown(const Outcome& outcome) {
+  std::string shown(const TaskOutcome& outcome) {
     const std::lock_guard held(mutex_);
     return std::exchange(received_, {}) + std::to_string(outcome.status()) + " " + outcome.text() + " " +
            (outcome.error ? outcome.error->description() : "");
