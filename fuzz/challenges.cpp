@@ -13,7 +13,7 @@ namespace {
 using namespace tilvanego;
 using detail::Challenge;
 
-std::string quoted(std::string_view value) {
+std::string inQuotes(std::string_view value) {
   std::string text = "\"";
   for (const char c : value) {
     if (c == '"' || c == '\\') text += '\\';
@@ -29,7 +29,7 @@ std::string written(const std::vector<Challenge>& challenges) {
     text += challenge.scheme;
     std::string_view separator = " ";
     for (const auto& [name, value] : challenge.parameters) {
-      text.append(separator).append(name).append("=").append(quoted(value));
+      text.append(separator).append(name).append("=").append(inQuotes(value));
       separator = ", ";
     }
   }
