@@ -1,5 +1,8 @@
 // What goes over the wire and comes back when nothing is wrong.
+#include <ctime>
+#include <iomanip>
 #include <mutex>
+#include <sstream>
 
 #include "tests/network/SessionTest.h"
 #include "tests/support/NginxServer.h"
@@ -161,13 +164,18 @@ TEST_F(SessionRequests, EveryStatusIsAnAnswer) {
 }
 
 TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
-  const LoopbackServer server([](const ReceivedRequest& request) {
+  using namespace std::chrono;
+  const auto expires = floor<seconds>(system_clock::now()) + days(100);
+  const auto time = system_clock::to_time_t(expires);
+  std::ostringstream narrow;
+  narrow << "narrow=1; Path=/login; HttpOnly; Expires="
+         << std::put_time(std::gmtime(&time), "%a, %d %b %Y %T GMT");
+  const LoopbackServer server([&](const ReceivedRequest& request) {
     if (request.path() == "/login") {
-      return response(
-          200, {},
-          {{"Set-Cookie", "session=42; Path=/"},
-           {"Set-Cookie", "narrow=1; Path=/login; HttpOnly; Expires=Sun, 06 Nov 2044 08:49:37 GMT"},
-           {"Set-Cookie", "elsewhere=1; Domain=other.example"}});
+      return response(200, {},
+                      {{"Set-Cookie", "session=42; Path=/"},
+                       {"Set-Cookie", narrow.str()},
+                       {"Set-Cookie", "elsewhere=1; Domain=other.example"}});
     }
     return response(200, request.header("Cookie").value_or("none"));
   });
@@ -182,14 +190,13 @@ TEST_F(SessionRequests, CookiesComeBackToTheirServerAndPath) {
   EXPECT_EQ(send(get(server.url("/x"))).text(), "session=42");
   auto cookies = session->cookies();
   std::ranges::sort(cookies, {}, &HTTPCookie::name);
-  using namespace std::chrono;
   EXPECT_EQ(cookies, (std::vector<HTTPCookie>{
                          {.name = "narrow",
                           .value = "1",
                           .domain = "127.0.0.1",
                           .path = "/login",
                           .isHTTPOnly = true,
-                          .expires = sys_days(November / 6 / 2044) + 8h + 49min + 37s},
+                          .expires = expires},
                          {.name = "session", .value = "42", .domain = "127.0.0.1"},
                      }));
   auto own = get(server.url("/x"));

@@ -30,7 +30,8 @@ openssl pkcs8 -topk8 -in till.key -passout pass:s3cret -out encrypted.key
 openssl ec -in till.key -aes128 -passout pass:s3cret -out older.key
 cat till.pem encrypted.key > both.pem
 openssl req -new -key here.key -batch -subj /CN=here -addext subjectAltName=IP:127.0.0.1 -out here.csr
-openssl x509 -req -in here.csr -copy_extensions copyall -key here.key -days -1 -out expired.pem
+expire() { openssl x509 -req -in here.csr -copy_extensions copyall -key here.key "$@" -out expired.pem; }
+expire -days -1 || expire -not_before 20240101000000Z -not_after 20240102000000Z  # newer versions know the latter only
 pin here.key > here.pin
 openssl req -x509 -newkey rsa:512 -nodes -batch -subj /CN=weak -keyout weak.pem >> weak.pem
 mkfifo pipe

@@ -19,7 +19,8 @@ struct HTTPCookie {
   bool isSecure = false;
   /// Whether it is kept from scripts of a page ("HttpOnly").
   bool isHTTPOnly = false;
-  /// The time until which it is sent. No value: until the end of the session.
+  /// The time until which it is sent. No value: until the end of the session. Newer versions of libcurl, such
+  /// as 8.14, shorten it to 400 days.
   std::optional<std::chrono::sys_seconds> expires{};
 
   bool operator==(const HTTPCookie&) const = default;

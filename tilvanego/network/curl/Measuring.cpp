@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <tilvanego/network/curl/CurlVersion.h>
 #include <tilvanego/network/curl/Transfer.h>
 #include <tilvanego/platform/HostCode.h>
 
@@ -9,6 +10,9 @@ namespace tilvanego::detail {
 namespace {
 
 using Duration = TransferMetrics::Duration;
+
+/// From this version on, libcurl counts a body as a part of the request.
+constexpr unsigned countsBody = 0x080700;
 
 curl_off_t number(CURL* handle, CURLINFO which) {
   curl_off_t value = 0;
@@ -66,9 +70,10 @@ void Measuring::add(CURL* handle, bool isBodySentWithHead) {
     metrics_->protocolVersion = versionOf(handle);
   }
   metrics_->sentBytes += smallNumber(handle, CURLINFO_REQUEST_SIZE);
-  // Over HTTP/2 a body has frames of its own.
+  // Before, a body sent with the head was a part of it, but over HTTP/2 it has frames of its own.
   const bool isCounted =
-      isBodySentWithHead && smallNumber(handle, CURLINFO_HTTP_VERSION) != CURL_HTTP_VERSION_2_0;
+      curlVersion() >= countsBody ||
+      (isBodySentWithHead && smallNumber(handle, CURLINFO_HTTP_VERSION) != CURL_HTTP_VERSION_2_0);
   if (!isCounted) metrics_->sentBytes += number(handle, CURLINFO_SIZE_UPLOAD_T);
   metrics_->receivedBytes +=
       smallNumber(handle, CURLINFO_HEADER_SIZE) + number(handle, CURLINFO_SIZE_DOWNLOAD_T);

@@ -23,8 +23,7 @@ class Measuring {
 
   /// Called when one more request is prepared.
   void noteTry() { ++metrics_->tries; }
-  /// Adds what libcurl has measured of a request that has ended or is aborted. libcurl counts a body that it
-  /// sends together with the head as a part of the head, too.
+  /// Adds what libcurl has measured of a request that has ended or is aborted.
   void add(CURL* handle, bool isBodySentWithHead);
   [[nodiscard]] std::shared_ptr<const TransferMetrics> metrics() const { return metrics_; }
   /// Tells the observer of the end.

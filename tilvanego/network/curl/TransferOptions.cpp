@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <tilvanego/network/FieldSyntax.h>
+#include <tilvanego/network/curl/CurlVersion.h>
 #include <tilvanego/network/curl/Origins.h>
 #include <tilvanego/network/curl/Transfer.h>
 #include <tilvanego/values/ASCII.h>
@@ -22,12 +23,6 @@ constexpr long longBodyBuffer = 256L * 1024;
 /// From this version on, libcurl knows on a used handle that a response has no field yet, and takes a folded
 /// line for one.
 constexpr unsigned knowsFirstField = 0x080100;
-
-/// The version of libcurl that runs, such as 0x075801 for 7.88.1.
-unsigned curlVersion() {
-  static const unsigned version = curl_version_info(CURLVERSION_NOW)->version_num;
-  return version;
-}
 
 /// The longest head that surely fits in the 64 KiB which libcurl can send over HTTP/2: without its own fields
 /// and its cookies, at most 8 KiB.
