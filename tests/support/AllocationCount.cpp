@@ -55,6 +55,13 @@ void* operator new(std::size_t size) {
   return memory;
 }
 
+// A sanitizer's own would not fit the deletes below.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept try {
+  return operator new(size);
+} catch (const std::bad_alloc&) {
+  return nullptr;
+}
+
 void operator delete(void* memory) noexcept {
   countEnd(memory);
   std::free(memory);
