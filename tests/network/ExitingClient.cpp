@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <sys/wait.h>
@@ -153,11 +154,16 @@ class Client {
     }
   }
 
+  // The exit waits for the completions that run, so it must not hold the lock that they want.
   void count(std::size_t bytes) {
-    const std::scoped_lock lock(mutex_);
-    bytes_ += bytes;
-    if (bytes_ < bytesUntilExit_) return;
-    if (exitsOnSessionsThread_) std::exit(0);
+    bool isFirst = false;
+    {
+      const std::scoped_lock lock(mutex_);
+      bytes_ += bytes;
+      if (bytes_ < bytesUntilExit_) return;
+      isFirst = !std::exchange(isOver_, true);
+    }
+    if (exitsOnSessionsThread_ && isFirst) std::exit(0);
     changed_.notify_all();
   }
 
@@ -197,6 +203,7 @@ class Client {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::size_t bytes_ = 0;
+  bool isOver_ = false;
 };
 
 }  // namespace
