@@ -56,10 +56,11 @@ std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration(
     const std::shared_ptr<URLSessionProtocol>& session) {
   const auto helper = std::make_shared<CodableHelper>();
   helper->updateJsonEncoder([](JSONEncoder& encoder) { encoder.prettyPrinted = false; });
+  std::shared_ptr<RequestBuilderFactory> factory = std::make_shared<URLSessionRequestBuilderFactory>();
+  if (session) factory = std::make_shared<RequestBuilderFactoryWithSession<>>(session);
   return std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
-      base, RequestBuilder::Headers(), std::nullopt,
-      std::make_shared<RequestBuilderFactoryWithSession<>>(session), RunLoop::main(), helper,
-      StatusCodeRange(), std::make_shared<DefaultOpenAPIInterceptor>());
+      base, RequestBuilder::Headers(), std::nullopt, factory, RunLoop::main(), helper, StatusCodeRange(),
+      std::make_shared<DefaultOpenAPIInterceptor>());
 }
 
 RequestBuilderArguments arguments(const std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration>& client,

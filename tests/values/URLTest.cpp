@@ -160,7 +160,10 @@ TEST(URL, KeepsAllButTheQueryWhenItsItemsAreReplaced) {
   EXPECT_EQ(url->queryItems(), items);
   EXPECT_EQ(url->fragment(), "f?g");
   EXPECT_EQ(parsed("a:b#c").replacingQueryItems({})->absoluteString(), "a:b?#c");
-  EXPECT_EQ(parsed("a:b").replacingQueryItems({{{"k", "v"}}})->queryItems(), (Items{{"k", "v"}}));
+  const Items longItems{{"k", "v"}, {std::string(3000, '='), std::string(2000, 'v') + "\xFF"}};
+  const auto longURL = parsed("a:b").replacingQueryItems(longItems)->absoluteString();
+  EXPECT_EQ(longURL.size(), 3U + 4 + 1 + 9000 + 1 + 2003);
+  EXPECT_TRUE(longURL.ends_with("%3D=" + std::string(2000, 'v') + "%FF"));
 }
 
 TEST(URL, IsEmptyOnceItIsMovedFrom) {

@@ -64,10 +64,9 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   /// so every builder is created by `make`.
   class Construction {
     friend class RequestBuilder;
-    Construction(const BodyType& type, RequestBuilderArguments given)
-        : bodyType_(type), arguments_(std::move(given)) {}
+    Construction(const BodyType& type, RequestBuilderArguments& given) : bodyType_(type), arguments_(given) {}
     const BodyType& bodyType_;
-    RequestBuilderArguments arguments_;
+    RequestBuilderArguments& arguments_;
   };
 
   /// Creates a builder of the class `Kind`, whose constructor takes a `Construction` and then the extra
@@ -76,8 +75,7 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   template <std::derived_from<RequestBuilder> Kind, typename... Extra>
   [[nodiscard]] static std::shared_ptr<Kind> make(const BodyType& bodyType, RequestBuilderArguments arguments,
                                                   Extra&&... extra) {
-    auto builder =
-        std::make_shared<Kind>(Construction(bodyType, std::move(arguments)), std::forward<Extra>(extra)...);
+    auto builder = std::make_shared<Kind>(Construction(bodyType, arguments), std::forward<Extra>(extra)...);
     static_cast<RequestBuilder&>(*builder).takeFromConfiguration();
     return builder;
   }

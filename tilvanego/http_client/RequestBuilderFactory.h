@@ -15,7 +15,7 @@ using RequestBuilderKind = std::function<std::shared_ptr<RequestBuilder>(const B
 /// Returns a function that creates builders of the class `Kind`.
 template <std::derived_from<RequestBuilder> Kind>
 [[nodiscard]] RequestBuilderKind requestBuilderKind() {
-  return [](const BodyType& bodyType, RequestBuilderArguments arguments) {
+  return [](const BodyType& bodyType, RequestBuilderArguments&& arguments) {
     return RequestBuilder::make<Kind>(bodyType, std::move(arguments));
   };
 }

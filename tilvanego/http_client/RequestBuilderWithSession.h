@@ -48,7 +48,7 @@ class RequestBuilderFactoryWithSession : public RequestBuilderFactory {
  private:
   template <typename Kind>
   [[nodiscard]] RequestBuilderKind kind() const {
-    return [session = session_](const BodyType& bodyType, RequestBuilderArguments arguments) {
+    return [session = session_](const BodyType& bodyType, RequestBuilderArguments&& arguments) {
       return RequestBuilder::make<RequestBuilderWithSession<Kind>>(bodyType, std::move(arguments), session);
     };
   }

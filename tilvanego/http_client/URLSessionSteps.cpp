@@ -7,6 +7,7 @@
 
 #include <tilvanego/http_client/URLSessionImplementations.h>
 #include <tilvanego/http_client/encodings/DownloadException.h>
+#include <tilvanego/values/QueryReplacement.h>
 #include <tilvanego/values/Text.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -31,16 +32,19 @@ std::optional<std::string> URLSessionRequestBuilder::contentTypeForFormPart(cons
 std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
     const std::shared_ptr<URLSessionProtocol>&, HTTPMethod httpMethod, const ParameterEncoding& encoding,
     const Headers&) {
-  auto url = URL::parse(URLString);
+  std::string text;
+  text.reserve(URLString.size() + support::QueryReplacement::roomFor(parameters ? parameters->size() : 0));
+  text = URLString;
+  auto url = URL::parse(std::move(text));
   if (!url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
   URLRequest request{.url = *std::move(url), .httpMethod = std::string(rawText(httpMethod))};
   // A downloaded file may have any size.
   if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
   limit(request, limits().orElse(apiConfiguration->limits()));
-  Headers fields = buildHeaders();
+  const Headers fields = buildHeaders();
   // Room for the fields that an encoding and an interceptor add.
   request.headers.reserve(fields.size() + 2);
-  for (auto& [name, value] : fields) request.headers.setValue(name, std::move(value));
+  for (const auto& [name, value] : fields) request.headers.setValue(name, value);
   return encoding.encode(std::move(request), parameters);
 }
 
@@ -53,9 +57,8 @@ void URLSessionRequestBuilder::cleanUp() {
 
 RequestBuilder::Headers URLSessionRequestBuilder::buildHeaders() {
   Headers fields = headers();
-  for (auto& [name, value] : apiConfiguration->customHeaders()) {
-    // Keeps an existing entry.
-    fields.emplace(name, std::move(value));
+  for (const auto& [name, value] : apiConfiguration->customHeaders()) {
+    if (!fields.contains(name)) fields.emplace(name, value);
   }
   return fields;
 }

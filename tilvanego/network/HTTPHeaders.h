@@ -1,16 +1,15 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <initializer_list>
-#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include <tilvanego/values/Lifetime.h>
+#include <tilvanego/values/SharedArray.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -28,10 +27,6 @@ class HTTPHeaders {
   };
 
   HTTPHeaders() = default;
-  HTTPHeaders(const HTTPHeaders& other);
-  HTTPHeaders(HTTPHeaders&& other) noexcept;
-  HTTPHeaders& operator=(HTTPHeaders other) noexcept;
-  ~HTTPHeaders() = default;
   HTTPHeaders(std::initializer_list<std::pair<std::string_view, std::string_view>> fields);
 
   /// Returns the value of the field, or no value if there is no such field. Valid until the headers change.
@@ -46,21 +41,15 @@ class HTTPHeaders {
   void reserve(std::size_t count);
 
   /// All fields, in the order in which they were added.
-  [[nodiscard]] const std::vector<Field>& fields() const TILVANEGO_LIFETIMEBOUND;
-  [[nodiscard]] bool empty() const { return fields().empty(); }
-  bool operator==(const HTTPHeaders& other) const { return fields() == other.fields(); }
+  [[nodiscard]] std::span<const Field> fields() const TILVANEGO_LIFETIMEBOUND { return fields_; }
+  [[nodiscard]] bool empty() const { return fields_.empty(); }
+  bool operator==(const HTTPHeaders&) const = default;
 
  private:
-  /// The fields, of this object alone from now on.
-  std::vector<Field>& own();
-  /// Returns the field, or null.
+  /// Returns the place of the field, or the end.
   [[nodiscard]] const Field* find(std::string_view name) const;
 
-  /// Null without fields.
-  std::shared_ptr<std::vector<Field>> fields_;
-  /// Whether another object may have the same fields: they aren't changed then. Atomic, because several
-  /// threads may copy one object.
-  mutable std::atomic<bool> isShared_ = false;
+  SharedArray<Field> fields_;
 };
 
 }  // namespace tilvanego

@@ -5,47 +5,20 @@
 #include <string>
 #include <utility>
 
-#include <tilvanego/values/CharacterRuns.h>
 #include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/QueryText.h>
 #include <tilvanego/values/URLParts.h>
 
 namespace tilvanego {
 
-using detail::Block;
-using detail::blockSize;
 using detail::CharacterClass;
 using detail::URLParts;
 
 namespace {
 
-// Texts are copied in whole blocks, so the buffer must have this many bytes more than the text.
-constexpr std::size_t slack = blockSize;
-
 char* write(char* out, std::string_view text) {
   std::memcpy(out, text.data(), text.size());
   return out + text.size();
-}
-
-char* writeEncoded(char* out, std::string_view text) {
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  const auto writeOne = [&out](char character) {
-    if (detail::belongs(character, CharacterClass::queryItem)) {
-      *out++ = character;
-    } else {
-      out = detail::writeEscape(out, character);
-    }
-  };
-  while (static_cast<std::size_t>(end - at) >= blockSize) {
-    const Block block = detail::loadBlock(at);
-    std::memcpy(out, &block, blockSize);
-    const std::size_t kept = detail::firstMarked(~detail::membersOf<CharacterClass::queryItem>(block));
-    at += kept;
-    out += kept;
-    if (kept < blockSize) writeOne(*at++);
-  }
-  while (at != end) writeOne(*at++);
-  return out;
 }
 
 char* writeText(char* out, const LinkTarget& target, std::span<const LinkItem> items) {
@@ -56,9 +29,9 @@ char* writeText(char* out, const LinkTarget& target, std::span<const LinkItem> i
   char separator = '?';
   for (const auto& [name, value] : items) {
     *out++ = std::exchange(separator, '&');
-    out = writeEncoded(out, name);
+    out = detail::writeQueryText(out, name);
     *out++ = '=';
-    out = writeEncoded(out, value);
+    out = detail::writeQueryText(out, value);
   }
   return out;
 }
@@ -97,7 +70,7 @@ std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem>
   if (room >= URLParts::none) return std::nullopt;
 
   std::string text;
-  text.resize_and_overwrite(room + slack, [&](char* out, std::size_t) {
+  text.resize_and_overwrite(room + detail::queryTextSlack, [&](char* out, std::size_t) {
     return static_cast<std::size_t>(writeText(out, target, items) - out);
   });
   return URL(std::move(text), partsOf(target, !items.empty()));

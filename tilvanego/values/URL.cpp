@@ -4,6 +4,7 @@
 
 #include <tilvanego/values/Integer.h>
 #include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/QueryReplacement.h>
 #include <tilvanego/values/URLComponents.h>
 #include <tilvanego/values/URLSplitter.h>
 #include <tilvanego/values/Wiping.h>
@@ -18,19 +19,6 @@ std::string decodedOrAsItStands(std::string_view encoded) {
   std::string decoded;
   if (!detail::appendPercentDecoded(decoded, encoded)) decoded = encoded;
   return decoded;
-}
-
-// Appends "?" and the items, encoded, with "&" between them.
-void appendQuery(std::string& target, std::span<const QueryItem> items) {
-  char separator = '?';
-  if (items.empty()) target += separator;
-  for (const QueryItem& item : items) {
-    target += std::exchange(separator, '&');
-    detail::appendPercentEncoded(target, item.name, detail::CharacterClass::queryItem);
-    if (!item.value) continue;
-    target += '=';
-    detail::appendPercentEncoded(target, *item.value, detail::CharacterClass::queryItem);
-  }
 }
 
 }  // namespace
@@ -167,20 +155,9 @@ std::optional<std::string> URL::fragment() const {
 }
 
 std::optional<URL> URL::replacingQueryItems(std::span<const QueryItem> items) const {
-  // Enough unless much is escaped.
-  std::size_t room = text_.size() + 32;
-  for (const QueryItem& item : items) room += item.name.size() + (item.value ? item.value->size() : 0) + 2;
-  std::string text;
-  text.reserve(room);
-  text += slice(0, pathEnd());
-  appendQuery(text, items);
-  const std::size_t fragment = text.size();
-  text += slice(queryEnd(), text_.size());
-  if (text.size() >= URLParts::none) return std::nullopt;
-  URLParts parts = parts_;
-  parts.query = static_cast<std::uint32_t>(pathEnd());
-  if (parts.fragment != URLParts::none) parts.fragment = static_cast<std::uint32_t>(fragment);
-  return URL(std::move(text), parts);
+  support::QueryReplacement replacement(*this, items.size());
+  for (const QueryItem& item : items) replacement.add(item.name, item.value);
+  return std::move(replacement).url();
 }
 
 std::optional<URL> URLComponents::url() const {
@@ -199,9 +176,10 @@ std::optional<URL> URLComponents::url() const {
     return std::nullopt;
   }
   detail::appendEncodedPath(text, path);
-  if (queryItems) appendQuery(text, *queryItems);
+  if (queryItems) text += '?';
   auto parsed = URL::parse(std::move(text));
-  return parsed ? std::optional(*std::move(parsed)) : std::nullopt;
+  if (!parsed) return std::nullopt;
+  return queryItems ? parsed->replacingQueryItems(*queryItems) : std::optional(*std::move(parsed));
 }
 
 }  // namespace tilvanego

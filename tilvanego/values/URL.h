@@ -30,6 +30,7 @@ struct LinkItem;
 class URL;
 
 namespace support {
+class QueryReplacement;
 void wipe(URL& url) noexcept;
 }  // namespace support
 
@@ -135,6 +136,7 @@ class URL {
 
  private:
   friend std::optional<URL> writeLink(const LinkTarget& target, std::span<const LinkItem> items);
+  friend class support::QueryReplacement;
   friend void support::wipe(URL& url) noexcept;
 
   URL(std::string text, const detail::URLParts& parts) : text_(std::move(text)), parts_(parts) {}

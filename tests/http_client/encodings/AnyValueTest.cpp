@@ -1,4 +1,7 @@
 // The values of parameters, and what the helper makes of them.
+#include <map>
+#include <random>
+
 #include <tilvanego/http_client/encodings/APIHelper.h>
 #include <tilvanego/vocabulary/SharedEnumerations.h>
 
@@ -120,6 +123,48 @@ using Items = std::vector<QueryItem>;
 using Texts = std::map<std::string, std::string>;
 
 const AnyValue mixed = AnyValue::array({1, std::nullopt, true, "b c", models::Status::approved});
+
+// A map of texts shares its block with its copies until one of them changes.
+TEST(FlatMap, DoesAsAMapDoesAndSoDoItsCopies) {
+  std::mt19937 random(7);
+  struct Pair {
+    FlatMap<std::string> flat;
+    std::map<std::string, std::string> map;
+  };
+  std::vector<Pair> pairs(4);
+  for (int step = 0; step < 20'000; ++step) {
+    Pair& one = pairs[random() % pairs.size()];
+    const std::string key(1 + random() % 20, static_cast<char>('a' + random() % 6));
+    const std::string value = std::to_string(random());
+    switch (random() % 6) {
+      case 0:
+        EXPECT_EQ(one.flat.emplace(key, value).second, one.map.emplace(key, value).second);
+        break;
+      case 1:
+        EXPECT_EQ(one.flat.insert_or_assign(key, value).first->second, value);
+        one.map.insert_or_assign(key, value);
+        break;
+      case 2:
+        EXPECT_EQ(one.flat.erase(key), one.map.erase(key));
+        break;
+      case 3:
+        one.flat[key] += value;
+        one.map[key] += value;
+        break;
+      case 4:
+        pairs[random() % pairs.size()] = one;
+        break;
+      default:
+        for (auto& [name, held] : one.flat) held += one.map[name].size() % 2 == 0 ? "x" : "";
+        for (auto& [name, held] : one.map) held += held.size() % 2 == 0 ? "x" : "";
+        if (random() % 8 == 0) one = {};
+    }
+    const auto& [flat, map] = pairs[random() % pairs.size()];
+    ASSERT_TRUE(std::ranges::equal(
+        flat, map, [](const auto& a, const auto& b) { return a.first == b.first && a.second == b.second; }));
+    EXPECT_EQ(flat.contains(key), map.contains(key));
+  }
+}
 
 TEST(APIHelper, RejectsAbsentValuesAndThenAnEmptyDictionary) {
   EXPECT_EQ(APIHelper::rejectNil({{"a", 1}, {"b", std::nullopt}, {"c", "x"}}),

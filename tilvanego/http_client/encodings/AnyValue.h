@@ -42,9 +42,9 @@ class AnyValue {
   using Array = std::vector<std::optional<AnyValue>>;
 
   AnyValue(std::string text) : value_(std::move(text)) {}
-  AnyValue(std::string_view text) : value_(std::string(text)) {}
+  AnyValue(std::string_view text) : value_(std::in_place_type<std::string>, text) {}
   /// `text` must not be null and must end with a NUL.
-  AnyValue(const char* text) : value_(std::string(text)) {}
+  AnyValue(const char* text) : value_(std::in_place_type<std::string>, text) {}
   AnyValue(std::nullptr_t) = delete;
   template <std::same_as<bool> Bool>
   AnyValue(Bool value) : value_(value) {}

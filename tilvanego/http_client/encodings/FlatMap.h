@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <initializer_list>
 #include <iterator>
@@ -8,25 +9,32 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include <tilvanego/values/Lifetime.h>
+#include <tilvanego/values/SharedArray.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A map from texts in one block of memory, in ascending order of the keys' bytes. It is for the few
 /// parameters and header fields of a request, and has the functions of `std::map` that those need; a
 /// `std::map` converts to it. A change invalidates iterators and references. Don't change a key by an
-/// iterator.
+/// iterator. Copies of a map from texts to texts share the block until one of them is changed, so that a
+/// request's header fields are handed on without copies.
 template <typename Value>
 class FlatMap {
+  using Entries =
+      std::conditional_t<std::default_initializable<Value>, SharedArray<std::pair<std::string, Value>>,
+                         std::vector<std::pair<std::string, Value>>>;
+
  public:
   using key_type = std::string;
   using mapped_type = Value;
   using value_type = std::pair<std::string, Value>;
-  using iterator = typename std::vector<value_type>::iterator;
-  using const_iterator = typename std::vector<value_type>::const_iterator;
+  using iterator = typename Entries::iterator;
+  using const_iterator = typename Entries::const_iterator;
 
   FlatMap() = default;
   /// Of several entries with one key, the first counts.
@@ -39,8 +47,8 @@ class FlatMap {
   }
   FlatMap(const std::map<std::string, Value>& entries) : FlatMap(entries.begin(), entries.end()) {}
 
-  [[nodiscard]] iterator begin() TILVANEGO_LIFETIMEBOUND { return entries_.begin(); }
-  [[nodiscard]] iterator end() TILVANEGO_LIFETIMEBOUND { return entries_.end(); }
+  [[nodiscard]] iterator begin() TILVANEGO_LIFETIMEBOUND { return own(std::as_const(*this).begin()); }
+  [[nodiscard]] iterator end() TILVANEGO_LIFETIMEBOUND { return own(std::as_const(*this).end()); }
   [[nodiscard]] const_iterator begin() const TILVANEGO_LIFETIMEBOUND { return entries_.begin(); }
   [[nodiscard]] const_iterator end() const TILVANEGO_LIFETIMEBOUND { return entries_.end(); }
   [[nodiscard]] std::size_t size() const { return entries_.size(); }
@@ -49,11 +57,14 @@ class FlatMap {
   void reserve(std::size_t count) { entries_.reserve(count); }
   void clear() { entries_.clear(); }
 
-  [[nodiscard]] iterator find(std::string_view key) TILVANEGO_LIFETIMEBOUND { return found(*this, key); }
-  [[nodiscard]] const_iterator find(std::string_view key) const TILVANEGO_LIFETIMEBOUND {
-    return found(*this, key);
+  [[nodiscard]] iterator find(std::string_view key) TILVANEGO_LIFETIMEBOUND {
+    return own(std::as_const(*this).find(key));
   }
-  [[nodiscard]] bool contains(std::string_view key) const { return find(key) != end(); }
+  [[nodiscard]] const_iterator find(std::string_view key) const TILVANEGO_LIFETIMEBOUND {
+    const auto place = placeOf(key);
+    return isAt(place, key) ? place : end();
+  }
+  [[nodiscard]] bool contains(std::string_view key) const { return isAt(placeOf(key), key); }
   [[nodiscard]] std::size_t count(std::string_view key) const { return contains(key) ? 1 : 0; }
   /// Throws `std::out_of_range` if there is no such key.
   [[nodiscard]] const Value& at(std::string_view key) const TILVANEGO_LIFETIMEBOUND {
@@ -69,8 +80,8 @@ class FlatMap {
   /// Adds the entry if there is none with this key. Returns its place, and whether it was added.
   template <typename Key, typename Given>
   std::pair<iterator, bool> emplace(Key&& key, Given&& value) {
-    const auto place = placeOf(entries_, std::string_view(key));
-    if (place != entries_.end() && place->first == std::string_view(key)) return {place, false};
+    const auto place = placeOf(std::string_view(key));
+    if (isAt(place, std::string_view(key))) return {own(place), false};
     return {entries_.emplace(place, std::forward<Key>(key), std::forward<Given>(value)), true};
   }
   std::pair<iterator, bool> insert(value_type entry) {
@@ -79,16 +90,18 @@ class FlatMap {
   template <typename Key, typename Given>
   // NOLINTNEXTLINE(readability-identifier-naming): the name that std::map gives it.
   std::pair<iterator, bool> insert_or_assign(Key&& key, Given&& value) {
-    if (const auto place = find(key); place != end()) {
-      place->second = std::forward<Given>(value);
-      return {place, false};
+    const auto place = placeOf(std::string_view(key));
+    if (!isAt(place, std::string_view(key))) {
+      return {entries_.emplace(place, std::forward<Key>(key), std::forward<Given>(value)), true};
     }
-    return emplace(std::forward<Key>(key), std::forward<Given>(value));
+    const auto entry = own(place);
+    entry->second = std::forward<Given>(value);
+    return {entry, false};
   }
   /// Returns how many entries were removed.
   std::size_t erase(std::string_view key) {
-    const auto place = find(key);
-    if (place == end()) return 0;
+    const auto place = placeOf(key);
+    if (!isAt(place, key)) return 0;
     entries_.erase(place);
     return 1;
   }
@@ -96,18 +109,27 @@ class FlatMap {
   bool operator==(const FlatMap&) const = default;
 
  private:
-  template <typename Entries>
-  static auto placeOf(Entries& entries, std::string_view key) {
-    return std::ranges::lower_bound(entries, key, {},
+  /// The place of the first entry whose key isn't less.
+  const_iterator placeOf(std::string_view key) const {
+    // Entries mostly come in order.
+    if (empty() || std::prev(end())->first < key) return end();
+    return std::ranges::lower_bound(begin(), end(), key, {},
                                     [](const value_type& entry) -> std::string_view { return entry.first; });
   }
-  template <typename Map>
-  static auto found(Map& map, std::string_view key) {
-    const auto place = placeOf(map.entries_, key);
-    return place != map.entries_.end() && place->first == key ? place : map.entries_.end();
+  bool isAt(const_iterator place, std::string_view key) const {
+    return place != end() && place->first == key;
+  }
+  /// The same place, to be changed.
+  iterator own(const_iterator place) {
+    const auto index = place - std::as_const(entries_).begin();
+    if constexpr (std::default_initializable<Value>) {
+      return entries_.own() + index;
+    } else {
+      return entries_.begin() + index;
+    }
   }
 
-  std::vector<value_type> entries_;
+  Entries entries_;
 };
 
 }  // namespace tilvanego

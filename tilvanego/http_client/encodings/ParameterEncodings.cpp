@@ -12,6 +12,7 @@
 #include <tilvanego/http_client/encodings/URLEncoding.h>
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/values/PercentEncoding.h>
+#include <tilvanego/values/QueryReplacement.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
@@ -52,25 +53,19 @@ void forEachItem(const Parameters& parameters, Add add) {
 }
 
 /// The same as `URL::replacingQueryItems` without a list of the items.
-std::optional<URL> withQuery(const URL& url, const Parameters& parameters) {
-  const std::string& former = url.absoluteString();
-  const std::size_t end = std::min(former.find_first_of("?#"), former.size());
-  const auto fragment = url.encodedFragment();
-  constexpr std::size_t roomForItem = 40;
-  std::string text;
-  text.reserve(former.size() + parameters.size() * roomForItem);
-  text.append(former, 0, end);
-  char separator = '?';
-  forEachItem(parameters, [&](const std::string& name, const std::string& value) {
-    text += std::exchange(separator, '&');
-    detail::appendPercentEncoded(text, name, detail::CharacterClass::queryItem);
-    text += '=';
-    detail::appendPercentEncoded(text, value, detail::CharacterClass::queryItem);
+std::optional<URL> withQuery(URL url, const Parameters& parameters) {
+  support::QueryReplacement replacement(std::move(url), parameters.size());
+  forEachItem(parameters,
+              [&](std::string_view name, std::string_view value) { replacement.add(name, value); });
+  return std::move(replacement).url();
+}
+
+bool isWithoutItems(const Parameters& parameters) {
+  return std::ranges::all_of(parameters, [](const Parameters::value_type& parameter) {
+    const auto* elements = parameter.second.as<AnyValue::Array>();
+    return elements != nullptr &&
+           std::ranges::none_of(*elements, [](const auto& element) { return element.has_value(); });
   });
-  if (separator == '?') return withoutQuery(url);
-  if (fragment) text.append("#").append(*fragment);
-  auto parsed = URL::parse(std::move(text));
-  return parsed ? std::optional(*std::move(parsed)) : std::nullopt;
 }
 
 std::string formText(const std::vector<QueryItem>& items) {
@@ -104,7 +99,8 @@ std::expected<URLRequest, Failure> URLEncoding::encode(URLRequest request,
   if (!parameters) return request;
   if (!request.url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
   if (parameters->empty()) return request;
-  request.url = withQuery(*request.url, *parameters);
+  request.url = isWithoutItems(*parameters) ? withoutQuery(*request.url)
+                                            : withQuery(*std::move(request.url), *parameters);
   return request;
 }
 
