@@ -21,37 +21,43 @@ using tilvanego::detail::DecodedScalar;
 using tilvanego::detail::decodeScalar;
 using tilvanego::detail::isASCII;
 
-constexpr std::size_t firstSize = 1024;
 // Bytes that `ensure` reserves in addition: for a comma, a colon, quotes and the longest escape.
 constexpr std::size_t slack = 32;
 constexpr std::size_t longestInteger = 20;
 
 }  // namespace
 
-Writer::Writer(const JSONFormat& format) : format_(format) { grow(firstSize); }
+// The first buffer isn't initialized: only what was written is read.
+Writer::Writer(const JSONFormat& format) : format_(format) {}  // NOLINT(*-member-init)
 
-Writer::~Writer() { OPENSSL_cleanse(out_.data(), out_.size()); }
+Writer::~Writer() { wipe(); }
+
+void Writer::wipe() { OPENSSL_cleanse(start_, static_cast<std::size_t>(cursor_ - start_)); }
 
 inline void Writer::ensure(std::size_t count) {
   if (static_cast<std::size_t>(limit_ - cursor_) < count + slack) grow(count + slack);
 }
 
 void Writer::grow(std::size_t count) {
-  const auto used = static_cast<std::size_t>(cursor_ - out_.data());
+  const auto used = written().size();
+  const auto room = static_cast<std::size_t>(limit_ - start_);
   std::string larger;
-  larger.resize_and_overwrite(std::max(out_.size() * 2, used + count), [&](char* data, std::size_t size) {
-    if (used != 0) std::memcpy(data, out_.data(), used);
+  larger.resize_and_overwrite(std::max(room * 2, used + count), [&](char* data, std::size_t size) {
+    std::memcpy(data, start_, used);
     return size;
   });
-  OPENSSL_cleanse(out_.data(), out_.size());
-  out_ = std::move(larger);
-  cursor_ = out_.data() + used;
-  limit_ = out_.data() + out_.size();
+  wipe();
+  larger_ = std::move(larger);
+  start_ = larger_.data();
+  cursor_ = start_ + used;
+  limit_ = start_ + larger_.size();
 }
 
 std::string Writer::take() {
-  out_.resize(static_cast<std::size_t>(cursor_ - out_.data()));
-  return std::move(out_);
+  if (start_ == first_.data()) return std::string(written());
+  larger_.resize(written().size());
+  start_ = cursor_ = limit_ = nullptr;
+  return std::move(larger_);
 }
 
 bool Writer::fail(JSONFailure failure, std::string detail) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -8,6 +9,7 @@
 
 #include <tilvanego/json/JSONDates.h>
 #include <tilvanego/json/JSONError.h>
+#include <tilvanego/values/Lifetime.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
@@ -57,6 +59,10 @@ class Writer {
   [[nodiscard]] bool key(std::string_view key);
   void endObject();
 
+  /// The text so far: the finished one at the end.
+  [[nodiscard]] std::string_view written() const TILVANEGO_LIFETIMEBOUND {
+    return {start_, static_cast<std::size_t>(cursor_ - start_)};
+  }
   /// Returns the finished text. Call it once, at the end.
   [[nodiscard]] std::string take();
 
@@ -76,6 +82,7 @@ class Writer {
   [[nodiscard]] bool fieldText(const RecordField& field, std::string_view value);
 
  private:
+  void wipe();
   void ensure(std::size_t count);
   void grow(std::size_t count);
   void put(char c) { *cursor_++ = c; }
@@ -92,9 +99,13 @@ class Writer {
   void putFieldKey(const RecordField& field, std::size_t room);
 
   JSONFormat format_;
-  std::string out_;
-  char* cursor_ = out_.data();
-  char* limit_ = cursor_;
+  /// Most texts fit in it.
+  std::array<char, 1024> first_;
+  /// Where a longer text is.
+  std::string larger_;
+  char* start_ = first_.data();
+  char* cursor_ = start_;
+  char* limit_ = start_ + first_.size();
   std::size_t depth_ = 0;
   bool atStart_ = false;
   JSONError error_;

@@ -18,11 +18,18 @@ namespace [[gnu::visibility("default")]] tilvanego {
 class Data {
  public:
   Data() = default;
-  explicit Data(Bytes bytes) : bytes_(std::make_shared<const Bytes>(std::move(bytes))) {}
-  explicit Data(std::string_view text) : Data(Bytes(text.begin(), text.end())) {}
+  /// Takes the bytes over, without a copy.
+  explicit Data(Bytes bytes) : Data(std::make_shared<const Bytes>(std::move(bytes))) {}
+  /// Copies the bytes of the text, into one block of memory.
+  explicit Data(std::string_view text) : size_(text.size()) {
+    if (text.empty()) return;
+    auto copy = std::make_shared_for_overwrite<std::uint8_t[]>(text.size());
+    std::ranges::copy(text, copy.get());
+    first_ = {copy, copy.get()};
+  }
 
   [[nodiscard]] std::span<const std::uint8_t> bytes() const TILVANEGO_LIFETIMEBOUND {
-    return bytes_ ? std::span<const std::uint8_t>(*bytes_) : std::span<const std::uint8_t>();
+    return first_ ? std::span(first_.get(), size_) : std::span<const std::uint8_t>();
   }
   /// The bytes, unchanged. They may be no valid UTF-8.
   [[nodiscard]] std::string_view text() const TILVANEGO_LIFETIMEBOUND {
@@ -35,7 +42,12 @@ class Data {
   bool operator==(const Data& other) const { return std::ranges::equal(bytes(), other.bytes()); }
 
  private:
-  std::shared_ptr<const Bytes> bytes_;
+  explicit Data(const std::shared_ptr<const Bytes>& bytes)
+      : first_(bytes, bytes->data()), size_(bytes->size()) {}
+
+  /// Owns the block in which the bytes are; null if there are none, or after a move.
+  std::shared_ptr<const std::uint8_t> first_;
+  std::size_t size_ = 0;
 };
 
 }  // namespace tilvanego

@@ -117,7 +117,7 @@ std::expected<Data, JSONError> CodableHelper::encodeBody(
     const std::function<bool(json::Writer&)>& write) const {
   const JSONEncoder encoder = jsonEncoder();
   json::Writer writer(encoder.format());
-  if (write(writer)) return Data(writer.take());
+  if (write(writer)) return Data(writer.written());
   return std::unexpected(std::move(writer.error()));
 }
 

@@ -30,7 +30,7 @@ bool isField(std::string_view line, std::string_view nameInLowerCase) {
 
 bool ResponseHead::addLine(std::string_view line) {
   const bool isEmpty = line == "\r\n" || line == "\n";
-  const bool isFirst = !inBody_ && line.starts_with("HTTP/") && (bytes_.empty() || complete_);
+  const bool isFirst = !inBody_ && (bytes_.empty() || complete_) && line.starts_with("HTTP/");
   received_ += line.size();
   if (!isEmpty && !isFirst) ++fieldCount_;
   if (received_ > maxBytes_ || fieldCount_ > maxFields) return false;
@@ -41,9 +41,7 @@ bool ResponseHead::addLine(std::string_view line) {
     return false;
   bytes_.append(line);
   if (isEmpty) complete_ = true;
-  constexpr std::string_view length = "content-length:";
-  if (isField(line, "content-encoding:")) hasContentEncoding_ = true;
-  if (isField(line, length)) noteLength(line.substr(length.size()));
+  if (!line.empty() && asciiLowercased(line.front()) == 'c') noteContentField(line);
   return true;
 }
 
@@ -51,6 +49,12 @@ void ResponseHead::clear() {
   startOver();
   received_ = 0;
   fieldCount_ = 0;
+}
+
+void ResponseHead::noteContentField(std::string_view line) {
+  constexpr std::string_view length = "content-length:";
+  if (isField(line, "content-encoding:")) hasContentEncoding_ = true;
+  if (isField(line, length)) noteLength(line.substr(length.size()));
 }
 
 // libcurl would use the last of several lengths, and the digits at the start of an invalid one.

@@ -46,6 +46,7 @@ class ResponseHead {
 
  private:
   void startOver();
+  void noteContentField(std::string_view line);
   void noteLength(std::string_view value);
 
   std::size_t maxBytes_;

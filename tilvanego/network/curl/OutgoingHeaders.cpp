@@ -16,6 +16,9 @@ void OutgoingHeaders::clear() {
 
 void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential) {
   clear();
+  // Not by libcurl's option, which costs more, and fails a response with a coding that libcurl doesn't know.
+  // Every server that compresses supports gzip; further codings would only make requests longer.
+  if (!fields.value("Accept-Encoding")) add("Accept-Encoding", "gzip");
   for (const auto& [name, value] : fields.fields()) {
     // libcurl sets these fields. With a wrong value, the server would wait for more bytes or read the rest of
     // the body as a request.
@@ -30,7 +33,16 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const Creden
     if (!fields.value("Content-Type")) suppress("Content-Type");
     if (!fields.value("Expect")) suppress("Expect");
   }
+  link();
+}
 
+void OutgoingHeaders::set(const CredentialField& credential) {
+  clear();
+  add(credential.name, credential.value);
+  link();
+}
+
+void OutgoingHeaders::link() {
   nodes_.resize(starts_.size());
   for (std::size_t i = 0; i < nodes_.size(); ++i) {
     nodes_[i].data = text_.data() + starts_[i];

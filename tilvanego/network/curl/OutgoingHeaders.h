@@ -28,10 +28,13 @@ class OutgoingHeaders {
   OutgoingHeaders& operator=(const OutgoingHeaders&) = delete;
   ~OutgoingHeaders();
 
-  /// Sets the fields, which must have been checked. With a body, prevents libcurl from adding "Content-Type"
-  /// and "Expect" unless the fields contain them. `credential` replaces the fields of its name. A
-  /// "Proxy-Authorization" is left out, unless it is the credential: it must not go through a tunnel.
+  /// Sets the fields, which must have been checked, and an "Accept-Encoding" unless they contain one. With a
+  /// body, prevents libcurl from adding "Content-Type" and "Expect" unless the fields contain them.
+  /// `credential` replaces the fields of its name. A "Proxy-Authorization" is left out: it must not go
+  /// through a tunnel.
   void set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential = {});
+  /// Sets one field.
+  void set(const CredentialField& credential);
   /// Wipes the fields.
   void clear();
   /// What the fields take in a request, in bytes: in HTTP/2 each counts as 12 more than its name and value.
@@ -44,6 +47,7 @@ class OutgoingHeaders {
  private:
   void add(std::string_view name, std::string_view value);
   void suppress(std::string_view name);
+  void link();
 
   /// All lines, each followed by NUL.
   std::string text_;

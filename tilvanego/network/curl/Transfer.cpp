@@ -168,9 +168,10 @@ URLResponsePointer Transfer::takeResponse() {
 
 // The status of a proxy that has refused a tunnel; 0 until its head is complete, and without such a proxy.
 long Transfer::tunnelStatus() const {
+  if (!head_.isComplete()) return 0;
   long status = 0;
   curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &status);
-  return status >= 300 && head_.isComplete() ? status : 0;
+  return status >= 300 ? status : 0;
 }
 
 TransportError Transfer::failureOf(CURLcode result) const {

@@ -98,10 +98,6 @@ void Transfer::renewHandle() {
   set(curl, CURLOPT_NOSIGNAL, 1L);
   set(curl, CURLOPT_PATH_AS_IS, 1L);
   set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-  // Every server that compresses supports gzip; further codings would only make requests longer.
-  set(curl, CURLOPT_ACCEPT_ENCODING, "gzip");
-  // Bodies are decompressed here: libcurl fails a request with a coding that it doesn't know.
-  set(curl, CURLOPT_HTTP_CONTENT_DECODING, 0L);
   // Never removed from the handle: the handle would create its own TLS session cache, which libcurl would
   // leak.
   set(curl, CURLOPT_SHARE, share_);
@@ -184,7 +180,7 @@ void Transfer::setProxy() {
   } else {
     value = proxyAuthorization_->field(request_->httpMethod, wholeTarget());
   }
-  proxyHeaders_.set({}, false, {"Proxy-Authorization", value});
+  proxyHeaders_.set({"Proxy-Authorization", value});
   set(handle(), CURLOPT_PROXYHEADER, proxyHeaders_.list());
 }
 
