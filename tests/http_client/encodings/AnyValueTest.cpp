@@ -136,7 +136,7 @@ TEST(FlatMap, DoesAsAMapDoesAndSoDoItsCopies) {
     Pair& one = pairs[random() % pairs.size()];
     const std::string key(1 + random() % 20, static_cast<char>('a' + random() % 6));
     const std::string value = std::to_string(random());
-    switch (random() % 6) {
+    switch (random() % 7) {
       case 0:
         EXPECT_EQ(one.flat.emplace(key, value).second, one.map.emplace(key, value).second);
         break;
@@ -153,6 +153,11 @@ TEST(FlatMap, DoesAsAMapDoesAndSoDoItsCopies) {
         break;
       case 4:
         pairs[random() % pairs.size()] = one;
+        break;
+      case 5:
+        if (one.map.empty()) break;
+        one.flat.insert_or_assign(key, std::as_const(one.flat).begin()->second);
+        one.map.insert_or_assign(key, one.map.begin()->second);
         break;
       default:
         for (auto& [name, held] : one.flat) held += one.map[name].size() % 2 == 0 ? "x" : "";

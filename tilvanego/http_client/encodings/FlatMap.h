@@ -94,8 +94,10 @@ class FlatMap {
     if (!isAt(place, std::string_view(key))) {
       return {entries_.emplace(place, std::forward<Key>(key), std::forward<Given>(value)), true};
     }
+    // Made first: the given value may be in the block that `own` leaves.
+    Value assigned(std::forward<Given>(value));
     const auto entry = own(place);
-    entry->second = std::forward<Given>(value);
+    entry->second = std::move(assigned);
     return {entry, false};
   }
   /// Returns how many entries were removed.
