@@ -242,7 +242,9 @@ TEST_F(SessionRedirects, KeepOrChangeTheMethodByTheirStatus) {
   };
   const LoopbackServer server([](const ReceivedRequest& request) {
     if (request.path() == "/end") return response(200, request.method + " " + request.body);
-    return redirect("/end", std::stoi(request.path().substr(1)));
+    // The body isn't what the head says, but nobody reads it.
+    return response(std::stoi(request.path().substr(1)), "plain",
+                    {{"Location", "/end"}, {"Content-Encoding", "gzip"}});
   });
   for (const auto& [status, method, methodAfterwards, bodyAfterwards] : {Case{301, "POST", "GET", ""},
                                                                          {302, "POST", "GET", ""},

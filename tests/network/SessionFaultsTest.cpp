@@ -73,6 +73,7 @@ TEST_F(SessionFaults, EachFaultOfAServerIsToldByItsCode) {
       {"a field of 150 KB", response(200, {}, {{"X", std::string(150'000, 'x')}}), bad, false},
       {"interim heads", {repeated(10'000, headOf(103, {{"Link", "</x>"}})), End::silence}, bad, false},
       {"not compressed as it says", response(200, "plain", {{"Content-Encoding", "gzip"}}), bad, true},
+      {"an error page that isn't", response(404, "plain", {{"Content-Encoding", "gzip"}}), bad, true},
       {"broken off", response(200, gzip.substr(0, gzip.size() - 3), {{"Content-Encoding", "gzip"}}), bad,
        true},
       {"a head of 290 KB", {"HTTP/1.1 200 OK\r\n" + repeated(290, filler) + "\r\n"}, bad, false},

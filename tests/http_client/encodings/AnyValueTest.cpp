@@ -160,8 +160,7 @@ TEST(FlatMap, DoesAsAMapDoesAndSoDoItsCopies) {
         one.map.insert_or_assign(key, one.map.begin()->second);
         break;
       default:
-        for (auto& [name, held] : one.flat) held += one.map[name].size() % 2 == 0 ? "x" : "";
-        for (auto& [name, held] : one.map) held += held.size() % 2 == 0 ? "x" : "";
+        for (auto& [name, held] : one.map) one.flat[name] = held += one.flat[name] == "x" ? "y" : "x";
         if (random() % 8 == 0) one = {};
     }
     const auto& [flat, map] = pairs[random() % pairs.size()];

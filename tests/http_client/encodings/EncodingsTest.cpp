@@ -155,8 +155,14 @@ TEST(URLEncoding, AnyParameterReplacesTheQueryAndNoneKeepIt) {
 TEST(URLEncoding, WithoutAURLThereIsNothingToPutParametersInto) {
   const URLEncoding encoding;
   EXPECT_TRUE(encoding.encode(URLRequest(), std::nullopt));
-  for (const Parameters& parameters : {Parameters{}, Parameters{{"a", 1}}}) {
-    const auto encoded = encoding.encode(URLRequest(), parameters);
+  const Parameters noItems{{"a", AnyValue::array({})}};
+  struct Case {
+    URLRequest request;
+    Parameters parameters;
+  };
+  const Case cases[] = {{{}, {}}, {{}, {{"a", 1}}}, {{.url = URL::parse("?old").value()}, noItems}};
+  for (const auto& [request, parameters] : cases) {
+    const auto encoded = encoding.encode(request, parameters);
     ASSERT_FALSE(encoded);
     const auto* cause = encoded.error().as<DownloadException>();
     ASSERT_NE(cause, nullptr);

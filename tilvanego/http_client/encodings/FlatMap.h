@@ -20,21 +20,24 @@ namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A map from texts in one block of memory, in ascending order of the keys' bytes. It is for the few
 /// parameters and header fields of a request, and has the functions of `std::map` that those need; a
-/// `std::map` converts to it. A change invalidates iterators and references. Don't change a key by an
-/// iterator. Copies of a map from texts to texts share the block until one of them is changed, so that a
-/// request's header fields are handed on without copies.
+/// `std::map` converts to it. A change invalidates iterators and references.
+///
+/// Copies of a map from texts to texts share the block until one of them is changed, so that a request's
+/// header fields are handed on without copies. Such a map gives no iterator or reference by which an entry
+/// could be changed; `operator[]` and `insert_or_assign` set a value. Of any other map, don't change a key by
+/// an iterator.
 template <typename Value>
 class FlatMap {
-  using Entries =
-      std::conditional_t<std::default_initializable<Value>, SharedArray<std::pair<std::string, Value>>,
-                         std::vector<std::pair<std::string, Value>>>;
+  static constexpr bool isShared = std::default_initializable<Value>;
+  using Entries = std::conditional_t<isShared, SharedArray<std::pair<std::string, Value>>,
+                                     std::vector<std::pair<std::string, Value>>>;
 
  public:
   using key_type = std::string;
   using mapped_type = Value;
   using value_type = std::pair<std::string, Value>;
-  using iterator = typename Entries::iterator;
   using const_iterator = typename Entries::const_iterator;
+  using iterator = std::conditional_t<isShared, const_iterator, typename Entries::iterator>;
 
   FlatMap() = default;
   /// Of several entries with one key, the first counts.
@@ -47,8 +50,8 @@ class FlatMap {
   }
   FlatMap(const std::map<std::string, Value>& entries) : FlatMap(entries.begin(), entries.end()) {}
 
-  [[nodiscard]] iterator begin() TILVANEGO_LIFETIMEBOUND { return own(std::as_const(*this).begin()); }
-  [[nodiscard]] iterator end() TILVANEGO_LIFETIMEBOUND { return own(std::as_const(*this).end()); }
+  [[nodiscard]] iterator begin() TILVANEGO_LIFETIMEBOUND { return entries_.begin(); }
+  [[nodiscard]] iterator end() TILVANEGO_LIFETIMEBOUND { return entries_.end(); }
   [[nodiscard]] const_iterator begin() const TILVANEGO_LIFETIMEBOUND { return entries_.begin(); }
   [[nodiscard]] const_iterator end() const TILVANEGO_LIFETIMEBOUND { return entries_.end(); }
   [[nodiscard]] std::size_t size() const { return entries_.size(); }
@@ -58,7 +61,7 @@ class FlatMap {
   void clear() { entries_.clear(); }
 
   [[nodiscard]] iterator find(std::string_view key) TILVANEGO_LIFETIMEBOUND {
-    return own(std::as_const(*this).find(key));
+    return begin() + (std::as_const(*this).find(key) - std::as_const(*this).begin());
   }
   [[nodiscard]] const_iterator find(std::string_view key) const TILVANEGO_LIFETIMEBOUND {
     const auto place = placeOf(key);
@@ -72,16 +75,48 @@ class FlatMap {
     if (place == end()) throw std::out_of_range("FlatMap::at");
     return place->second;
   }
-  /// Adds an entry with an empty value if there is none.
-  Value& operator[](std::string_view key) TILVANEGO_LIFETIMEBOUND {
-    return emplace(key, Value()).first->second;
+
+  /// The value of a key, to be read or set: `headers["Accept"] = "text/plain"`. If there is none, reading
+  /// adds an empty one. Valid as long as the map.
+  class Place {
+   public:
+    Place(const Place&) = delete;
+    Place& operator=(const Place& other) { return *this = Value(static_cast<const Value&>(other)); }
+    ~Place() = default;
+    template <typename Given>
+      requires(!std::same_as<std::remove_cvref_t<Given>, Place>)
+    Place& operator=(Given&& value) {
+      map_.insert_or_assign(key_, std::forward<Given>(value));
+      return *this;
+    }
+    template <typename Given>
+    Place& operator+=(const Given& more) {
+      Value value(*this);
+      value += more;
+      return *this = std::move(value);
+    }
+    operator const Value&() const { return map_.emplace(key_, Value()).first->second; }
+    friend bool operator==(const Place& place, const Value& value) {
+      return static_cast<const Value&>(place) == value;
+    }
+
+   private:
+    friend class FlatMap;
+    Place(FlatMap& map, std::string_view key) : map_(map), key_(key) {}
+    FlatMap& map_;
+    const std::string key_;
+  };
+  Place operator[](std::string_view key) TILVANEGO_LIFETIMEBOUND
+    requires isShared
+  {
+    return Place(*this, key);
   }
 
   /// Adds the entry if there is none with this key. Returns its place, and whether it was added.
   template <typename Key, typename Given>
   std::pair<iterator, bool> emplace(Key&& key, Given&& value) {
     const auto place = placeOf(std::string_view(key));
-    if (isAt(place, std::string_view(key))) return {own(place), false};
+    if (isAt(place, std::string_view(key))) return {begin() + (place - std::as_const(*this).begin()), false};
     return {entries_.emplace(place, std::forward<Key>(key), std::forward<Given>(value)), true};
   }
   std::pair<iterator, bool> insert(value_type entry) {
@@ -96,9 +131,13 @@ class FlatMap {
     }
     // Made first: the given value may be in the block that `own` leaves.
     Value assigned(std::forward<Given>(value));
-    const auto entry = own(place);
-    entry->second = std::move(assigned);
-    return {entry, false};
+    const auto index = place - std::as_const(entries_).begin();
+    if constexpr (isShared) {
+      entries_.own()[index].second = std::move(assigned);
+    } else {
+      entries_[static_cast<std::size_t>(index)].second = std::move(assigned);
+    }
+    return {begin() + index, false};
   }
   /// Returns how many entries were removed.
   std::size_t erase(std::string_view key) {
@@ -121,16 +160,6 @@ class FlatMap {
   bool isAt(const_iterator place, std::string_view key) const {
     return place != end() && place->first == key;
   }
-  /// The same place, to be changed.
-  iterator own(const_iterator place) {
-    const auto index = place - std::as_const(entries_).begin();
-    if constexpr (std::default_initializable<Value>) {
-      return entries_.own() + index;
-    } else {
-      return entries_.begin() + index;
-    }
-  }
-
   Entries entries_;
 };
 

@@ -99,8 +99,11 @@ std::expected<URLRequest, Failure> URLEncoding::encode(URLRequest request,
   if (!parameters) return request;
   if (!request.url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
   if (parameters->empty()) return request;
-  request.url = isWithoutItems(*parameters) ? withoutQuery(*request.url)
-                                            : withQuery(*std::move(request.url), *parameters);
+  auto url = isWithoutItems(*parameters) ? withoutQuery(*request.url)
+                                         : withQuery(*std::move(request.url), *parameters);
+  // A query alone is a URL, but nothing is left of it without the query.
+  if (!url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
+  request.url = *std::move(url);
   return request;
 }
 

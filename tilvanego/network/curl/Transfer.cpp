@@ -16,6 +16,7 @@ namespace {
 using Code = TransportError::Code;
 
 constexpr const char* outOfMemory = "out of memory";
+constexpr const char* brokenBody = "the body isn't compressed as its head says";
 constexpr const char* brokenHead =
     "the answer has too many header fields, too long ones, or a folded line before the first";
 /// The number of bytes that are decompressed at a time.
@@ -117,15 +118,14 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) try {
   if (result != CURLE_OK && tunnelStatus() == 407 && respondToChallenge(true)) return std::nullopt;
   if (result != CURLE_OK) return failed(failureOf(result));
 
-  long statusCode = 0;
-  curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
   // libcurl reports success for an incomplete head, and for an interim response without a final one.
-  if (!head_.isComplete() || statusCode < 200) {
+  if (!head_.isComplete() || statusCode() < 200) {
     return failed(Code::networkConnectionLost, "the connection ended inside the answer's head");
   }
-  const auto goesOn = prepareNextRequest(static_cast<int>(statusCode));
+  const auto goesOn = prepareNextRequest(statusCode());
   if (!goesOn) return failed(goesOn.error());
   if (*goesOn) return std::nullopt;
+  if (isBodyBroken_) return failed(Code::badServerResponse, brokenBody);
   if (decoder_ && !decoder_->isAtEnd()) {
     return failed(Code::badServerResponse, "the compressed body breaks off");
   }
@@ -155,18 +155,23 @@ Outcome Transfer::failed(TransportError error) {
 }
 
 URLResponsePointer Transfer::takeResponse() {
-  long statusCode = 0;
-  curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &statusCode);
+  const int status = statusCode();
   // Only a proxy has responded, or only an interim response came.
-  if (statusCode < 200) return nullptr;
-  auto response = std::make_shared<HTTPURLResponse>(request_->url, static_cast<int>(statusCode),
-                                                    UnreadHead{std::string(head_.lines())},
-                                                    measuring_ ? measuring_->metrics() : nullptr);
+  if (status < 200) return nullptr;
+  auto response =
+      std::make_shared<HTTPURLResponse>(request_->url, status, UnreadHead{std::string(head_.lines())},
+                                        measuring_ ? measuring_->metrics() : nullptr);
   head_.clear();
   return response;
 }
 
 // The status of a proxy that has refused a tunnel; 0 until its head is complete, and without such a proxy.
+int Transfer::statusCode() const {
+  long status = 0;
+  curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
+  return static_cast<int>(status);
+}
+
 long Transfer::tunnelStatus() const {
   if (!head_.isComplete()) return 0;
   long status = 0;
@@ -277,15 +282,17 @@ void Transfer::bodyBegins() {
 bool Transfer::takeBody(std::string_view bytes) {
   if (!bodyBegun_) bodyBegins();
   if (refusal_ || streamFailure_) return false;
-  if (!decoder_) return appendToBody(bytes);
+  if (!decoder_ || isBodyBroken_) return appendToBody(bytes);
   std::array<char, decodedPiece> room;
   decoder_->feed(bytes);
   while (const auto count = decoder_->read(room)) {
     if (*count == 0) return true;
     if (!appendToBody({room.data(), *count})) return false;
   }
-  refuse(Code::badServerResponse, "the body isn't compressed as its head says");
-  return false;
+  // A redirect or a challenge need not fail for a body that nobody reads.
+  isBodyBroken_ = statusCode() >= 300;
+  if (!isBodyBroken_) refuse(Code::badServerResponse, brokenBody);
+  return isBodyBroken_;
 }
 
 bool Transfer::appendToBody(std::string_view bytes) {

@@ -210,6 +210,7 @@ class Transfer {
   [[nodiscard]] std::optional<URLCredential> proposedCredential(
       const URLAuthenticationChallenge& challenge) const;
   [[nodiscard]] URLResponsePointer takeResponse();
+  [[nodiscard]] int statusCode() const;
   [[nodiscard]] long tunnelStatus() const;
   [[nodiscard]] TransportError failureOf(CURLcode result) const;
 
@@ -271,6 +272,8 @@ class Transfer {
   std::optional<Failure> streamFailure_;
   /// Has a value if the body is compressed.
   std::optional<ContentDecoder> decoder_;
+  /// It wasn't compressed as the head says, and isn't decompressed any more.
+  bool isBodyBroken_ = false;
   bool bodyBegun_ = false;
   /// libcurl reports how much of the body was sent.
   bool followsUpload_ = false;

@@ -132,6 +132,7 @@ void Transfer::prepare(Connection connection) {
   head_.clear();
   body_ = {};
   decoder_.reset();
+  isBodyBroken_ = false;
   bodyBegun_ = false;
   responseLength_ = -1;
   uploaded_ = 0;

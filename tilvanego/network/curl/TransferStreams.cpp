@@ -40,12 +40,10 @@ std::int64_t Transfer::outgoingUnits() const {
 
 // Called before the first byte of the body, or at the end of a response without one.
 bool Transfer::beginStream() {
-  long status = 0;
-  curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
+  const int status = statusCode();
   streams_ = request_->bodySink && status >= 200 && status < 300;
   if (!streams_) return true;
-  const HTTPURLResponse response(request_->url, static_cast<int>(status),
-                                 UnreadHead{std::string(head_.lines())});
+  const HTTPURLResponse response(request_->url, status, UnreadHead{std::string(head_.lines())});
   return runStream([&] {
     return request_->bodySink->begin(response, [weak = std::weak_ptr(task_)] {
       if (const auto task = weak.lock()) task->goOn();
