@@ -5,7 +5,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -76,12 +75,15 @@ class StopToken {
     static std::shared_ptr<Relay> make(std::stop_token token) {
       auto relay = std::make_shared<Relay>();
       // Held weakly: a request may come while the last token is destroyed.
-      relay->callback.emplace(std::move(token), [weak = std::weak_ptr<support::StopState>(relay)] {
-        if (const auto state = weak.lock()) state->request();
-      });
+      relay->callback =
+          std::make_unique<Callback>(std::move(token), [weak = std::weak_ptr<support::StopState>(relay)] {
+            if (const auto state = weak.lock()) state->request();
+          });
       return relay;
     }
-    std::optional<std::stop_callback<std::function<void()>>> callback;
+    using Callback = std::stop_callback<std::function<void()>>;
+    /// Not an optional, of which g++ 14 says at some optimisations that it may be uninitialized.
+    std::unique_ptr<Callback> callback;
   };
 #endif
 
