@@ -58,7 +58,8 @@ void URLSessionRequestBuilder::cleanUp() {
 RequestBuilder::Headers URLSessionRequestBuilder::buildHeaders() {
   Headers fields = headers();
   for (const auto& [name, value] : apiConfiguration->customHeaders()) {
-    if (!fields.contains(name)) fields.emplace(name, value);
+    // Keeps an existing entry.
+    fields.emplace(name, value);
   }
   return fields;
 }

@@ -32,7 +32,8 @@ Writer::Writer(const JSONFormat& format) : format_(format) {}  // NOLINT(*-membe
 
 Writer::~Writer() { wipe(); }
 
-void Writer::wipe() { OPENSSL_cleanse(start_, static_cast<std::size_t>(cursor_ - start_)); }
+// The whole buffer: a text that fails halfway may have been copied beyond the cursor.
+void Writer::wipe() { OPENSSL_cleanse(start_, static_cast<std::size_t>(limit_ - start_)); }
 
 inline void Writer::ensure(std::size_t count) {
   if (static_cast<std::size_t>(limit_ - cursor_) < count + slack) grow(count + slack);
