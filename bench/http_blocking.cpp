@@ -30,14 +30,14 @@ class BlockingLibrary final : public Client {
   }
 
  private:
-  RequestBuilderOf<Bytes> builderOf() {
+  RequestBuilderOf<Data> builderOf() {
     RequestBuilderArguments arguments{
         .method = work_.method, .URLString = work_.url, .apiConfiguration = configuration_};
     if (!work_.upload.empty()) {
       arguments.headers["Content-Type"] = "application/octet-stream";
       arguments.parameters = Parameters{{"body", Data(work_.upload)}};
     }
-    return makeRequestBuilder<Bytes>(std::move(arguments));
+    return makeRequestBuilder<Data>(std::move(arguments));
   }
 
   const Work work_;
@@ -50,7 +50,7 @@ class BlockingLibrary final : public Client {
               std::make_shared<URLSession>(URLSessionConfiguration{.proxy = "", .maximumBodySize = 0})),
           queue_, std::make_shared<CodableHelper>(), StatusCodeRange(),
           std::make_shared<DefaultOpenAPIInterceptor>());
-  const RequestBuilderOf<Bytes> builder_;
+  const RequestBuilderOf<Data> builder_;
 };
 
 class EasyCurl final : public Client {
@@ -66,6 +66,7 @@ class EasyCurl final : public Client {
       curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(work_.upload.size()));
     }
     curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, work_.method.c_str());
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, fields_.get());
   }
 
   void send(std::size_t count, std::size_t /*inFlight*/) override {
@@ -85,8 +86,16 @@ class EasyCurl final : public Client {
     return size;
   }
 
+  /// Those that the library sends, so that both send the same bytes.
+  static curl_slist* fieldsOf(const Work& work) {
+    auto* const fields = curl_slist_append(nullptr, "Accept-Encoding: gzip");
+    return work.upload.empty() ? fields : curl_slist_append(fields, "Content-Type: application/octet-stream");
+  }
+
   const Work work_;
   ResponseCheck check_{work_};
+  const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> fields_{fieldsOf(work_),
+                                                                            &curl_slist_free_all};
   const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_{curl_easy_init(), &curl_easy_cleanup};
   std::string received_;
 };

@@ -53,8 +53,12 @@ void ResponseHead::clear() {
 
 void ResponseHead::noteContentField(std::string_view line) {
   constexpr std::string_view length = "content-length:";
-  if (isField(line, "content-encoding:")) hasContentEncoding_ = true;
-  if (isField(line, length)) noteLength(line.substr(length.size()));
+  constexpr std::string_view encoding = "content-encoding:";
+  constexpr auto difference = std::string_view("content-").size();
+  if (line.size() <= difference) return;
+  const char deciding = asciiLowercased(line[difference]);
+  if (deciding == encoding[difference] && isField(line, encoding)) hasContentEncoding_ = true;
+  if (deciding == length[difference] && isField(line, length)) noteLength(line.substr(length.size()));
 }
 
 // libcurl would use the last of several lengths, and the digits at the start of an invalid one.

@@ -232,6 +232,7 @@ class Transfer {
   bool isHandleUsed_ = false;
   /// What the handle is set to.
   bool sendsCookies_ = false;
+  bool avoidsProxies_ = false;
   bool hasBody_ = false;
   std::string customMethod_;
   OutgoingHeaders headers_;

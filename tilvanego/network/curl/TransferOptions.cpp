@@ -79,6 +79,7 @@ void Transfer::renewHandle() {
   handle_.reset(curl_easy_init());
   if (!handle_) throw std::bad_alloc();
   sendsCookies_ = false;
+  avoidsProxies_ = false;
   hasBody_ = false;
   customMethod_.clear();
   isURLSet_ = false;
@@ -167,9 +168,12 @@ void Transfer::setTarget() {
 void Transfer::setProxy() {
   const bool secure = isSecure(*request_->url);
   const auto& proxy = settings_.proxies.forScheme(secure);
-  // An empty text keeps libcurl from using the environment's proxy.
+  if (proxy.url.empty()) {
+    // For no host: libcurl doesn't look for one in the environment either.
+    if (!std::exchange(avoidsProxies_, true)) set(handle(), CURLOPT_NOPROXY, "*");
+    return;
+  }
   set(handle(), CURLOPT_PROXY, proxy.url.c_str());
-  if (proxy.url.empty()) return;
   set(handle(), CURLOPT_NOPROXY, settings_.proxies.exceptions.c_str());
   std::string value;
   const WipedAtEnd wiped(value);
