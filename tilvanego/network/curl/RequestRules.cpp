@@ -35,7 +35,7 @@ std::expected<void, TransportError> checkHeaders(const URLRequest& request) {
     if (!isToken(name)) {
       return refused(Code::invalidRequest, "the header name \"" + shown(name) + "\" is no token of RFC 9110");
     }
-    if (value.find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
+    if (value.contains('\r') || value.contains('\n') || value.contains('\0')) {
       return refused(Code::invalidRequest,
                      "the value of the header \"" + name + "\" has a line break or NUL");
     }
