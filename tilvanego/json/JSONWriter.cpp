@@ -5,13 +5,12 @@
 #include <cstring>
 #include <utility>
 
-#include <openssl/crypto.h>
-
 #include <tilvanego/json/RecordTable.h>
 #include <tilvanego/json/TextScan.h>
 #include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/DoubleText.h>
 #include <tilvanego/values/UTF8.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::json {
 namespace {
@@ -33,7 +32,7 @@ Writer::Writer(const JSONFormat& format) : format_(format) {}  // NOLINT(*-membe
 Writer::~Writer() { wipe(); }
 
 // The whole buffer: a text that fails halfway may have been copied beyond the cursor.
-void Writer::wipe() { OPENSSL_cleanse(start_, static_cast<std::size_t>(limit_ - start_)); }
+void Writer::wipe() { support::wipe(start_, static_cast<std::size_t>(limit_ - start_)); }
 
 inline void Writer::ensure(std::size_t count) {
   if (static_cast<std::size_t>(limit_ - cursor_) < count + slack) grow(count + slack);

@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include <openssl/crypto.h>
 #include <zlib.h>
 
 #include <tilvanego/values/Wiping.h>
@@ -39,7 +38,7 @@ class KeptMemory {
     std::ranges::find_if(blocks_, [&](const Block& one) { return one.bytes.get() == bytes; })->taken = false;
   }
   void wipe() {
-    for (const Block& block : blocks_) OPENSSL_cleanse(block.bytes.get(), block.size);
+    for (const Block& block : blocks_) support::wipe(block.bytes.get(), block.size);
   }
 
  private:
@@ -143,7 +142,7 @@ std::expected<Bytes, PaymentError> gzipCompress(std::span<const std::uint8_t> by
     std::size_t made = 0;
     std::tie(result, made) = step(*stream, deflate, Z_FINISH, chunk.data());
     output.insert(output.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(made));
-    OPENSSL_cleanse(chunk.data(), made);
+    support::wipe(chunk.data(), made);
   }
   if (result == Z_STREAM_END) return output;
   wipe(output);

@@ -4,11 +4,11 @@
 #include <memory>
 #include <utility>
 
-#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 #include <tilvanego/values/RawText.h>
 #include <tilvanego/values/Release.h>
+#include <tilvanego/values/Wiping.h>
 
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
@@ -69,7 +69,7 @@ class CipherRun {
 
 }  // namespace
 
-HandoffKey::~HandoffKey() { OPENSSL_cleanse(bytes_.data(), bytes_.size()); }
+HandoffKey::~HandoffKey() { support::wipe(bytes_.data(), bytes_.size()); }
 
 std::expected<HandoffKey, HandoffCipherError> handoffKey(PaymentHandoffDirection direction,
                                                          std::string_view handoffId,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -24,7 +25,7 @@ class Data {
   explicit Data(std::string_view text) : size_(text.size()) {
     if (text.empty()) return;
     auto copy = std::make_shared_for_overwrite<std::uint8_t[]>(text.size());
-    std::ranges::copy(text, copy.get());
+    std::memcpy(copy.get(), text.data(), text.size());
     first_ = {copy, copy.get()};
   }
 

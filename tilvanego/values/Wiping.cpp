@@ -1,23 +1,30 @@
 #include <tilvanego/values/Wiping.h>
 
 #include <algorithm>
-
-#include <openssl/crypto.h>
+#include <cstring>
 
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
+// The compiler must assume that the assembly reads the memory. OPENSSL_cleanse would write one word at a
+// time.
+void wipe(void* memory, std::size_t size) noexcept {
+  if (size == 0) return;
+  std::memset(memory, 0, size);
+  asm volatile("" : : "r"(memory) : "memory");
+}
+
 void wipe(std::string& text) noexcept {
   // Resizing to the capacity does not reallocate, and makes the bytes after the end accessible.
   text.resize_and_overwrite(text.capacity(), [capacity = text.capacity()](char* memory, std::size_t) {
-    OPENSSL_cleanse(memory, capacity);
+    wipe(memory, capacity);
     return std::size_t{0};
   });
 }
 
 void wipe(Bytes& bytes) noexcept {
   bytes.resize(bytes.capacity());
-  OPENSSL_cleanse(bytes.data(), bytes.size());
+  wipe(bytes.data(), bytes.size());
   bytes.clear();
 }
 

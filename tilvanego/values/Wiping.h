@@ -17,6 +17,8 @@
 namespace tilvanego {
 namespace [[gnu::visibility("default")]] support {
 
+/// Overwrites the memory. No optimisation leaves that out.
+void wipe(void* memory, std::size_t size) noexcept;
 /// Overwrites the whole buffer, up to its capacity, and empties it.
 void wipe(std::string& text) noexcept;
 void wipe(Bytes& bytes) noexcept;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <span>
 #include <string_view>
@@ -71,7 +72,11 @@ class Multipart {
             "\""});
   }
   void append(std::initializer_list<std::string_view> texts) {
-    for (const std::string_view text : texts) body_.insert(body_.end(), text.begin(), text.end());
+    for (const std::string_view text : texts) {
+      // As bytes, which are copied at once; characters would be converted one by one.
+      const auto* const first = reinterpret_cast<const std::uint8_t*>(text.data());
+      body_.insert(body_.end(), first, first + text.size());
+    }
   }
 
   std::string boundary_;

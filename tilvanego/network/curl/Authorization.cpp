@@ -8,7 +8,6 @@
 #include <span>
 #include <utility>
 
-#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 #include <tilvanego/network/FieldSyntax.h>
@@ -138,7 +137,7 @@ std::string digestOf(const Challenge& challenge, std::initializer_list<std::stri
   const char* const name = isMD5 ? "MD5" : "SHA256";
   const bool isDone = EVP_Q_digest(nullptr, name, nullptr, text.data(), text.size(), hash.data(), &size) == 1;
   std::string digest = isDone ? hexadecimal(std::span(hash).first(size)) : std::string();
-  OPENSSL_cleanse(hash.data(), hash.size());
+  support::wipe(hash.data(), hash.size());
   return digest;
 }
 

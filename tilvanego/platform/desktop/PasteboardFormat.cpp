@@ -40,7 +40,11 @@ class Writer {
   }
   // The total length was checked before, so every length fits 32 bits.
   void count(std::size_t value) { integer(static_cast<std::uint32_t>(value)); }
-  void raw(const auto& range) { bytes_.insert(bytes_.end(), range.begin(), range.end()); }
+  void raw(const auto& range) {
+    // As bytes, which are copied at once; characters would be converted one by one.
+    const auto* const first = reinterpret_cast<const std::uint8_t*>(std::ranges::data(range));
+    bytes_.insert(bytes_.end(), first, first + std::ranges::size(range));
+  }
   void block(const auto& range) {
     count(range.size());
     raw(range);
