@@ -172,6 +172,7 @@ void RequestBuilder::updateOnProgressReady(const std::function<void(ProgressRead
 }
 
 void RequestBuilder::addHeaders(const Headers& fields) {
+  if (fields.empty()) return;
   updateHeaders([&](Headers& headers) {
     for (const auto& [name, value] : fields) headers.insert_or_assign(name, value);
   });

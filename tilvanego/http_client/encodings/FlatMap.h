@@ -115,8 +115,9 @@ class FlatMap {
   /// Adds the entry if there is none with this key. Returns its place, and whether it was added.
   template <typename Key, typename Given>
   std::pair<iterator, bool> emplace(Key&& key, Given&& value) {
-    const auto place = placeOf(std::string_view(key));
-    if (isAt(place, std::string_view(key))) return {begin() + (place - std::as_const(*this).begin()), false};
+    const std::string_view text(key);
+    const auto place = placeOf(text);
+    if (isAt(place, text)) return {begin() + (place - std::as_const(*this).begin()), false};
     return {entries_.emplace(place, std::forward<Key>(key), std::forward<Given>(value)), true};
   }
   std::pair<iterator, bool> insert(value_type entry) {
