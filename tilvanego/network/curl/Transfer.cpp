@@ -8,6 +8,7 @@
 
 #include <tilvanego/network/HTTPHead.h>
 #include <tilvanego/network/IdempotentMethods.h>
+#include <tilvanego/network/curl/CurlVersion.h>
 #include <tilvanego/network/curl/RequestRules.h>
 
 namespace tilvanego::detail {
@@ -21,6 +22,9 @@ constexpr const char* brokenHead =
     "the answer has too many header fields, too long ones, or a folded line before the first";
 /// The number of bytes that are decompressed at a time.
 constexpr std::size_t decodedPiece = std::size_t{16} * 1024;
+
+/// libcurl 8.14 doesn't take a kept connection that has unread bytes. The versions before weren't examined.
+constexpr unsigned looksForUnread = 0x080E00;
 
 /// Whether a field of a head or a trailer is beyond libcurl's own limits. Up to 8.5, and for a trailer in
 /// every version, libcurl reports that as a lack of memory.
@@ -372,17 +376,17 @@ int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_of
   return 0;
 }
 
-// What a server sends on a kept connection before the request is no response to it, but libcurl up to 7.88
-// would read it as one. Nothing was sent yet, so a request of any method may take another connection. Bytes
-// of TLS are left to libcurl: they need not be a response's.
+// What a server sends on a kept connection before the request is no response to it, but libcurl 7.88 would
+// read it as one. Nothing was sent yet, so a request of any method may take another connection. Bytes of TLS
+// are left to libcurl: they need not be a response's.
 //
 // When a kept connection ends without a response, or a stream of HTTP/2 is refused, libcurl repeats the
 // request without limit, whatever its method. The server may have processed it, so only an idempotent request
 // is sent a second time.
 int Transfer::onSending(void* self, char*, char*, int remotePort, int localPort) noexcept {
   auto& transfer = *static_cast<Transfer*>(self);
-  if (transfer.connection_ == Connection::any && !isSecure(*transfer.request_->url) &&
-      transfer.sockets_.hasUnread(localPort, remotePort)) {
+  if (curlVersion() < looksForUnread && transfer.connection_ == Connection::any &&
+      !isSecure(*transfer.request_->url) && transfer.sockets_.hasUnread(localPort, remotePort)) {
     transfer.isConnectionStale_ = true;
     return CURL_PREREQFUNC_ABORT;
   }
