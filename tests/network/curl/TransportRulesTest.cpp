@@ -85,6 +85,8 @@ TEST(TransportRules, NoPasswordOfAProxyIsInAnErrorsText) {
   const auto error = transportError(CURLE_COULDNT_RESOLVE_PROXY, "Unsupported proxy 'x://till:secret@p'");
   EXPECT_EQ(error.code, Code::cannotFindHost);
   EXPECT_EQ(error.description().find("secret"), std::string::npos);
+  EXPECT_FALSE(
+      transportError(CURLE_COULDNT_RESOLVE_PROXY, "Unsupported 'x\r\ny'").description().contains('\n'));
   EXPECT_EQ(transportError(CURLE_RECV_ERROR, "it broke").description(), "network connection lost: it broke");
 }
 

@@ -94,8 +94,11 @@ TransportError transportError(CURLcode code, std::string_view detail) {
         "the server's public key is none of tls.pinnedKeys: if the server has a new key that you trust, pin "
         "it too";
   }
-  // A text with "@" may contain the URL of a proxy with user and password.
-  const bool mayBeShown = !detail.empty() && detail.find('@') == std::string_view::npos;
+  // A text with "@" may contain the URL of a proxy with user and password; one with a line break contains the
+  // environment's or the host's text as it is.
+  const bool mayBeShown = !detail.empty() && std::ranges::none_of(detail, [](char c) {
+    return c == '@' || c == '\r' || c == '\n';
+  });
   return {codeOf(code, detail), mayBeShown ? std::string(detail) : std::string(curl_easy_strerror(code))};
 }
 
