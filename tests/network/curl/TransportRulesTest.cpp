@@ -81,7 +81,7 @@ TEST(TransportRules, AnAnnouncedLengthIsNotBelieved) {
   EXPECT_LE(received.capacity(), 16 * sent.size());
 }
 
-TEST(TransportRules, NoPasswordOfAProxyIsInAnErrorsText) {
+TEST(TransportRules, NoPasswordOfAProxyAndNoLineBreakIsInAnErrorsText) {
   const auto error = transportError(CURLE_COULDNT_RESOLVE_PROXY, "Unsupported proxy 'x://till:secret@p'");
   EXPECT_EQ(error.code, Code::cannotFindHost);
   EXPECT_EQ(error.description().find("secret"), std::string::npos);

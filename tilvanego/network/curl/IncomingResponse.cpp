@@ -54,6 +54,7 @@ void ResponseHead::clear() {
 void ResponseHead::noteContentField(std::string_view line) {
   constexpr std::string_view length = "content-length:";
   constexpr std::string_view encoding = "content-encoding:";
+  // The first letter in which the two names differ. Most fields end the look there.
   constexpr auto difference = std::string_view("content-").size();
   if (line.size() <= difference) return;
   const char deciding = asciiLowercased(line[difference]);

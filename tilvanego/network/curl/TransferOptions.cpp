@@ -169,7 +169,7 @@ void Transfer::setProxy() {
   const bool secure = isSecure(*request_->url);
   const auto& proxy = settings_.proxies.forScheme(secure);
   if (proxy.url.empty()) {
-    // For no host: libcurl doesn't look for one in the environment either.
+    // No host has one: so libcurl doesn't look for one in the environment.
     if (!std::exchange(avoidsProxies_, true)) set(handle(), CURLOPT_NOPROXY, "*");
     return;
   }

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <concepts>
+#include <ranges>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -41,6 +42,7 @@ class Writer {
   // The total length was checked before, so every length fits 32 bits.
   void count(std::size_t value) { integer(static_cast<std::uint32_t>(value)); }
   void raw(const auto& range) {
+    static_assert(sizeof(*std::ranges::data(range)) == 1);
     // As bytes, which are copied at once; characters would be converted one by one.
     const auto* const first = reinterpret_cast<const std::uint8_t*>(std::ranges::data(range));
     bytes_.insert(bytes_.end(), first, first + std::ranges::size(range));
