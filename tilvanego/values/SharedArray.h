@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <limits>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include <tilvanego/values/Lifetime.h>
@@ -11,8 +13,7 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 
 /// A short list in one block of memory. Copies share the block until one of them is changed. Different copies
-/// may be used on different threads. Elements must be default-constructible. A change invalidates iterators
-/// and references; so does `own`.
+/// may be used on different threads. A change invalidates iterators and references; so does `own`.
 template <typename T>
 class SharedArray {
  public:
@@ -21,63 +22,61 @@ class SharedArray {
   using const_iterator = const T*;
 
   SharedArray() = default;
-  SharedArray(const SharedArray& other) noexcept
-      : block_(other.block_), size_(other.size_), capacity_(other.capacity_) {
-    if (!block_) return;
-    isShared_.store(true, std::memory_order_relaxed);
-    if (!other.isShared()) other.isShared_.store(true, std::memory_order_relaxed);
+  SharedArray(const SharedArray& other) noexcept : block_(other.block_) {
+    if (block_ != nullptr) block_->owners.fetch_add(1, std::memory_order_relaxed);
   }
-  SharedArray(SharedArray&& other) noexcept
-      : block_(std::move(other.block_)),
-        size_(std::exchange(other.size_, 0)),
-        capacity_(std::exchange(other.capacity_, 0)),
-        isShared_(other.isShared()) {
-    other.isShared_.store(false, std::memory_order_relaxed);
-  }
+  SharedArray(SharedArray&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
   SharedArray& operator=(SharedArray other) noexcept {
-    block_.swap(other.block_);
-    size_ = other.size_;
-    capacity_ = other.capacity_;
-    isShared_.store(other.isShared(), std::memory_order_relaxed);
+    std::swap(block_, other.block_);
     return *this;
   }
-  ~SharedArray() = default;
+  ~SharedArray() {
+    if (block_ == nullptr) return;
+    if (!isShared() || block_->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) destroy(block_);
+  }
 
-  [[nodiscard]] const_iterator begin() const TILVANEGO_LIFETIMEBOUND { return block_.get(); }
-  [[nodiscard]] const_iterator end() const TILVANEGO_LIFETIMEBOUND { return begin() + size_; }
+  [[nodiscard]] const_iterator begin() const TILVANEGO_LIFETIMEBOUND {
+    return block_ != nullptr ? block_->elements() : nullptr;
+  }
+  [[nodiscard]] const_iterator end() const TILVANEGO_LIFETIMEBOUND { return begin() + size(); }
   /// Returns the first element, to be changed: copies a shared block.
   [[nodiscard]] iterator own() TILVANEGO_LIFETIMEBOUND {
-    if (isShared()) moveTo(capacity_);
-    return block_.get();
+    if (isShared()) moveTo(block_->capacity);
+    return block_ != nullptr ? block_->elements() : nullptr;
   }
-  [[nodiscard]] std::size_t size() const { return size_; }
-  [[nodiscard]] bool empty() const { return size_ == 0; }
+  [[nodiscard]] std::size_t size() const { return block_ != nullptr ? block_->size : 0; }
+  [[nodiscard]] bool empty() const { return size() == 0; }
 
   /// Makes room for this many elements, which later changes don't share.
   void reserve(std::size_t count) {
-    if (isShared() || count > capacity_) moveTo(std::max(count, size_));
+    if (isShared() || count > capacity()) moveTo(std::max(count, size()));
   }
   void clear() { *this = SharedArray(); }
 
   /// Inserts an element made of these arguments before the place, and returns its place.
   template <typename... Arguments>
   iterator emplace(const_iterator place, Arguments&&... arguments) TILVANEGO_LIFETIMEBOUND {
-    T element(std::forward<Arguments>(arguments)...);
     const auto index = place - begin();
-    if (isShared() || size_ == capacity_) moveTo(std::max(2 * size_, size_ + 2));
-    T* const first = block_.get();
-    std::move_backward(first + index, first + size_, first + size_ + 1);
-    first[index] = std::move(element);
-    ++size_;
+    if (isShared() || size() == capacity()) {
+      // Made first: the arguments may be in the block that is left.
+      T element(std::forward<Arguments>(arguments)...);
+      moveTo(std::max(2 * size(), size() + 2));
+      return emplace(begin() + index, std::move(element));
+    }
+    T* const first = block_->elements();
+    T* const added = std::construct_at(first + block_->size, std::forward<Arguments>(arguments)...);
+    ++block_->size;
+    if (first + index != added) std::rotate(first + index, added, added + 1);
     return first + index;
   }
   /// Removes the element, and returns the place of the next one.
   iterator erase(const_iterator place) TILVANEGO_LIFETIMEBOUND {
     const auto index = place - begin();
     T* const first = own();
-    const T removed = std::move(first[index]);
-    std::move(first + index + 1, first + size_, first + index);
-    --size_;
+    T* const last = first + block_->size;
+    std::move(first + index + 1, last, first + index);
+    std::destroy_at(last - 1);
+    --block_->size;
     return first + index;
   }
 
@@ -86,28 +85,49 @@ class SharedArray {
   }
 
  private:
-  bool isShared() const { return isShared_.load(std::memory_order_relaxed); }
+  /// The head of the block; the elements follow it.
+  struct alignas(T) Block {
+    T* elements() { return std::launder(reinterpret_cast<T*>(this + 1)); }
+
+    std::atomic<std::size_t> owners = 1;
+    std::size_t size = 0;
+    std::size_t capacity;
+  };
+
+  static Block* create(std::size_t capacity) {
+    static_assert(alignof(Block) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+    if (capacity > (std::numeric_limits<std::size_t>::max() - sizeof(Block)) / sizeof(T)) {
+      throw std::bad_array_new_length();
+    }
+    void* const memory = ::operator new(sizeof(Block) + capacity * sizeof(T));
+    return ::new (memory) Block{.capacity = capacity};
+  }
+  static void destroy(Block* block) noexcept {
+    std::destroy_n(block->elements(), block->size);
+    ::operator delete(block);
+  }
+
+  std::size_t capacity() const { return block_ != nullptr ? block_->capacity : 0; }
+  /// Whether another list has the same block: it isn't changed then. Acquires: what a list did before it left
+  /// the block comes before a change of the last one.
+  bool isShared() const { return block_ != nullptr && block_->owners.load(std::memory_order_acquire) != 1; }
   /// Gives this list a block of its own.
   void moveTo(std::size_t capacity) {
-    auto block = std::make_shared<T[]>(capacity);
-    T* const first = block_.get();
-    if (isShared()) {
-      std::copy(first, first + size_, block.get());
-    } else {
-      std::move(first, first + size_, block.get());
+    SharedArray other;
+    other.block_ = create(capacity);
+    if (block_ != nullptr) {
+      if (isShared()) {
+        std::uninitialized_copy_n(block_->elements(), block_->size, other.block_->elements());
+      } else {
+        std::uninitialized_move_n(block_->elements(), block_->size, other.block_->elements());
+      }
+      other.block_->size = block_->size;
     }
-    block_ = std::move(block);
-    capacity_ = capacity;
-    isShared_.store(false, std::memory_order_relaxed);
+    std::swap(block_, other.block_);
   }
 
   /// Null without elements.
-  std::shared_ptr<T[]> block_;
-  std::size_t size_ = 0;
-  std::size_t capacity_ = 0;
-  /// Whether another list may have the same block: it isn't changed then. Atomic, because several threads may
-  /// copy one list. Relaxed: who changes a list must be the only one who uses it, and so knows of all copies.
-  mutable std::atomic<bool> isShared_ = false;
+  Block* block_ = nullptr;
 };
 
 }  // namespace tilvanego

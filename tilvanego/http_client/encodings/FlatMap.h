@@ -46,7 +46,7 @@ class FlatMap {
     requires requires(Iterator place) { place->second; }
   FlatMap(Iterator first, Iterator last) {
     reserve(static_cast<std::size_t>(std::distance(first, last)));
-    for (; first != last; ++first) emplace(first->first, first->second);
+    for (; first != last; ++first) emplace(std::string_view(first->first), first->second);
   }
   FlatMap(const std::map<std::string, Value>& entries) : FlatMap(entries.begin(), entries.end()) {}
 
