@@ -40,7 +40,7 @@ void support::wipe(URL& url) noexcept {
   url.parts_ = {};
 }
 
-URL URL::assembled(std::string text, const detail::SplitText& split) {
+URL URL::assembled(std::string&& text, const detail::SplitText& split) {
   URLParts parts = split.parts;
   if (split.emptyScheme) {
     // "://x" was checked as if it had an authority, but without a scheme the ":" belongs to the path, and so
@@ -62,13 +62,15 @@ std::expected<URL, URLError> URL::encoded(std::string_view text, const detail::S
 std::expected<URL, URLError> URL::parse(std::string_view text) {
   const auto split = detail::splitURL(text);
   if (!split) return std::unexpected(split.error());
-  return split->needsEncoding() ? encoded(text, *split) : assembled(std::string(text), *split);
+  if (split->needsEncoding()) return encoded(text, *split);
+  return assembled(std::string(text), *split);
 }
 
-std::expected<URL, URLError> URL::parseOwned(std::string text) {
+std::expected<URL, URLError> URL::parseOwned(std::string&& text) {
   const auto split = detail::splitURL(text);
   if (!split) return std::unexpected(split.error());
-  return split->needsEncoding() ? encoded(text, *split) : assembled(std::move(text), *split);
+  if (split->needsEncoding()) return encoded(text, *split);
+  return assembled(std::move(text), *split);
 }
 
 std::optional<std::string_view> URL::scheme() const {

@@ -57,8 +57,9 @@ struct URLError {
 class URL {
  public:
   URL(const URL&) = default;
-  URL(URL&& other) noexcept
-      : text_(std::exchange(other.text_, {})), parts_(std::exchange(other.parts_, {})) {}
+  URL(URL&& other) noexcept : text_(std::move(other.text_)), parts_(std::exchange(other.parts_, {})) {
+    other.text_.clear();
+  }
   URL& operator=(const URL&) = default;
   URL& operator=(URL&& other) noexcept {
     text_ = std::exchange(other.text_, {});
@@ -139,10 +140,10 @@ class URL {
   friend class support::QueryReplacement;
   friend void support::wipe(URL& url) noexcept;
 
-  URL(std::string text, const detail::URLParts& parts) : text_(std::move(text)), parts_(parts) {}
-  static URL assembled(std::string text, const detail::SplitText& split);
+  URL(std::string&& text, const detail::URLParts& parts) : text_(std::move(text)), parts_(parts) {}
+  static URL assembled(std::string&& text, const detail::SplitText& split);
   static std::expected<URL, URLError> encoded(std::string_view text, const detail::SplitText& split);
-  static std::expected<URL, URLError> parseOwned(std::string text);
+  static std::expected<URL, URLError> parseOwned(std::string&& text);
   std::ostream& show(std::ostream& out) const;
 
   std::string_view slice(std::size_t from, std::size_t to) const { return {text_.data() + from, to - from}; }

@@ -29,8 +29,8 @@ class JSONEncodingHelper {
   template <typename T>
   [[nodiscard]] static std::optional<Parameters> encodingParameters(const T& encodableObject,
                                                                     const CodableHelper& codableHelper) {
-    const auto body = codableHelper.encode(encodableObject);
-    if (body) return JSONDataEncoding::encodingParameters(*body);
+    auto body = codableHelper.encode(encodableObject);
+    if (body) return JSONDataEncoding::encodingParameters(*std::move(body));
     support::printEncodingFailure(body.error());
     return std::nullopt;
   }

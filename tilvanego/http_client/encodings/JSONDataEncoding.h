@@ -17,7 +17,7 @@ class JSONDataEncoding final : public ParameterEncoding {
       URLRequest request, const std::optional<Parameters>& parameters) const override;
 
   /// Returns the parameters for these bytes, or `std::nullopt` if there are no bytes.
-  [[nodiscard]] static std::optional<Parameters> encodingParameters(const std::optional<Data>& jsonData);
+  [[nodiscard]] static std::optional<Parameters> encodingParameters(std::optional<Data> jsonData);
 };
 
 }  // namespace tilvanego

@@ -19,8 +19,8 @@ namespace {
 
 constexpr const char* bytesName = "jsonData";
 
-void setTypeUnlessGiven(URLRequest& request, std::string type) {
-  if (!request.headers.value("Content-Type")) request.headers.setValue("Content-Type", std::move(type));
+void setTypeUnlessGiven(URLRequest& request, const char* type) {
+  if (!request.headers.value("Content-Type")) request.headers.setValue("Content-Type", type);
 }
 
 std::optional<URL> withoutQuery(const URL& url) {
@@ -127,9 +127,11 @@ std::expected<URLRequest, Failure> JSONDataEncoding::encode(
   return request;
 }
 
-std::optional<Parameters> JSONDataEncoding::encodingParameters(const std::optional<Data>& jsonData) {
+std::optional<Parameters> JSONDataEncoding::encodingParameters(std::optional<Data> jsonData) {
   if (!jsonData || jsonData->empty()) return std::nullopt;
-  return Parameters{{bytesName, *jsonData}};
+  std::optional<Parameters> parameters(std::in_place);
+  parameters->emplace(bytesName, *std::move(jsonData));
+  return parameters;
 }
 
 std::expected<URLRequest, Failure> OctetStreamEncoding::encode(
