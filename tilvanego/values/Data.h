@@ -25,8 +25,9 @@ class Data {
   explicit Data(std::string_view text) : size_(text.size()) {
     if (text.empty()) return;
     auto copy = std::make_shared_for_overwrite<std::uint8_t[]>(text.size());
-    std::memcpy(copy.get(), text.data(), text.size());
-    first_ = {copy, copy.get()};
+    std::uint8_t* const first = copy.get();
+    std::memcpy(first, text.data(), text.size());
+    first_ = {std::move(copy), first};
   }
 
   [[nodiscard]] std::span<const std::uint8_t> bytes() const TILVANEGO_LIFETIMEBOUND {

@@ -154,9 +154,14 @@ class FlatMap {
   /// The place of the first entry whose key isn't less.
   const_iterator placeOf(std::string_view key) const {
     // Entries mostly come in order.
-    if (empty() || std::prev(end())->first < key) return end();
+    if (empty() || isLess(std::prev(end())->first, key)) return end();
     return std::ranges::lower_bound(begin(), end(), key, {},
                                     [](const value_type& entry) -> std::string_view { return entry.first; });
+  }
+  /// Mostly the first bytes differ.
+  static bool isLess(std::string_view left, std::string_view right) {
+    if (left.empty() || right.empty() || left.front() == right.front()) return left < right;
+    return static_cast<unsigned char>(left.front()) < static_cast<unsigned char>(right.front());
   }
   bool isAt(const_iterator place, std::string_view key) const {
     return place != end() && place->first == key;

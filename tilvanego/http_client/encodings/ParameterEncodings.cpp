@@ -130,6 +130,7 @@ std::expected<URLRequest, Failure> JSONDataEncoding::encode(
 std::optional<Parameters> JSONDataEncoding::encodingParameters(std::optional<Data> jsonData) {
   if (!jsonData || jsonData->empty()) return std::nullopt;
   std::optional<Parameters> parameters(std::in_place);
+  parameters->reserve(1);
   parameters->emplace(bytesName, *std::move(jsonData));
   return parameters;
 }
