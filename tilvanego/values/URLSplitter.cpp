@@ -47,9 +47,9 @@ std::size_t findOr(std::string_view text, std::string_view characters, std::size
 // Splits one text; each step starts where the one before ended.
 class Splitter {
  public:
-  explicit Splitter(std::string_view text) : text_(text) {}
+  Splitter(std::string_view text, SplitText& split) : text_(text), split_(split) {}
 
-  std::expected<SplitText, URLError> run() {
+  std::expected<void, URLError> run() {
     if (text_.empty()) return refuse(0, "an empty text is no URL");
     if (text_.size() >= URLParts::none) return refuse(0, "the text is too long for a URL");
     if (const auto done = takeScheme(); !done) return std::unexpected(done.error());
@@ -57,7 +57,7 @@ class Splitter {
       if (const auto done = takeAuthority(); !done) return std::unexpected(done.error());
     }
     takePathQueryFragment();
-    return split_;
+    return {};
   }
 
  private:
@@ -176,7 +176,7 @@ class Splitter {
 
   std::string_view text_;
   std::size_t at_ = 0;
-  SplitText split_;
+  SplitText& split_;
 };
 
 void appendComponent(std::string& target, std::string_view component, bool encode, CharacterClass allowed) {
@@ -219,7 +219,11 @@ bool appendAuthority(std::string& target, std::string_view text, const SplitText
 
 }  // namespace
 
-std::expected<SplitText, URLError> splitURL(std::string_view text) { return Splitter(text).run(); }
+std::expected<SplitText, URLError> splitURL(std::string_view text) {
+  std::expected<SplitText, URLError> split;
+  if (const auto done = Splitter(text, *split).run(); !done) split = std::unexpected(done.error());
+  return split;
+}
 
 std::expected<std::string, URLError> encodedURL(std::string_view text, const SplitText& split) {
   const auto& parts = split.parts;
