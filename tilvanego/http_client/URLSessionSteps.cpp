@@ -37,7 +37,9 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
   text = URLString;
   auto url = URL::parse(std::move(text));
   if (!url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
-  URLRequest request{.url = *std::move(url), .httpMethod = std::string(rawText(httpMethod))};
+  URLRequest request;
+  request.url = *std::move(url);
+  request.httpMethod = rawText(httpMethod);
   // A downloaded file may have any size.
   if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
   limit(request, limits().orElse(apiConfiguration->limits()));
