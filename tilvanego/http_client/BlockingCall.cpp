@@ -18,9 +18,15 @@ RequestBuilder::Completion BlockingCall::completionOf(const std::shared_ptr<Bloc
   return CallCompletion(std::make_shared<WholeCall>(nullptr, call));
 }
 
-void BlockingCall::end(RequestBuilder::Result result) {
+void BlockingCall::end(RequestBuilder::Result&& result) {
+  if (isOwnThread()) {
+    result_ = std::move(result);
+    hasEndedHere_ = true;
+    return;
+  }
   const std::lock_guard held(mutex_);
   result_ = std::move(result);
+  hasEnded_ = true;
   changed_.notify_one();
 }
 
@@ -29,25 +35,47 @@ void BlockingCall::endDropped() {
       ErrorResponse::error(ErrorResponse::notExecuted, std::nullopt, nullptr, DroppedCompletion())));
 }
 
+void BlockingCall::start(const std::shared_ptr<Attempt>& attempt, const TaskPointer& task) {
+  // After the end, a later thread may have this thread's identifier.
+  if (isOver_) return;
+  if (isOwnThread() && !ownStart_.attempt) {
+    ownStart_ = {attempt, task};
+    return;
+  }
+  post([this, own = Start{attempt, task}] { startHere(*own.attempt, *own.task); });
+}
+
+void BlockingCall::startHere(Attempt& attempt, URLSessionDataTaskProtocol& task) noexcept try {
+  // The stop may have come before there was a task to cancel.
+  if (stopToken_.stopRequested()) task.cancel();
+  task.resumeHere();
+} catch (...) {
+  attempt.failToStart();
+}
+
 void BlockingCall::post(std::function<void()> work) {
   const std::lock_guard held(mutex_);
   if (isOver_) return;
-  if (!first_ && posted_.empty()) {
-    first_ = std::move(work);
-  } else {
-    posted_.push_back(std::move(work));
-  }
+  posted_.push_back(std::move(work));
   changed_.notify_one();
 }
 
 RequestBuilder::Result BlockingCall::wait() {
-  while (const auto work = next()) work();
+  for (;;) {
+    if (hasEndedHere_) break;
+    if (const auto own = std::exchange(ownStart_, {}); own.attempt) {
+      startHere(*own.attempt, *own.task);
+    } else if (const auto work = next()) {
+      work();
+    } else {
+      break;
+    }
+  }
   // Posted work holds this call.
-  std::function<void()> first;
+  const Start ownLeft = std::exchange(ownStart_, {});
   std::vector<std::function<void()>> left;
   const std::lock_guard held(mutex_);
   isOver_ = true;
-  first.swap(first_);
   left.swap(posted_);
   return *std::move(result_);
 }
@@ -55,9 +83,8 @@ RequestBuilder::Result BlockingCall::wait() {
 // Null after the result.
 std::function<void()> BlockingCall::next() {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return result_ || first_ || !posted_.empty(); });
-  if (result_) return nullptr;
-  if (first_) return std::exchange(first_, nullptr);
+  changed_.wait(lock, [&] { return hasEnded_ || !posted_.empty(); });
+  if (hasEnded_) return nullptr;
   auto work = std::move(posted_.front());
   posted_.erase(posted_.begin());
   return work;

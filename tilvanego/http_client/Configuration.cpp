@@ -100,10 +100,18 @@ void Configuration::updateInterceptor(const std::function<void(std::shared_ptr<O
   update(&State::interceptor, body);
 }
 
-RequestLimits Configuration::limits() const { return read(&State::limits); }
-void Configuration::setLimits(RequestLimits value) { write(&State::limits, value); }
+RequestLimits Configuration::limits() const {
+  return _hasLimits.load(std::memory_order_relaxed) ? read(&State::limits) : RequestLimits();
+}
+void Configuration::setLimits(RequestLimits value) {
+  updateLimits([&](RequestLimits& limits) { limits = value; });
+}
 void Configuration::updateLimits(const std::function<void(RequestLimits&)>& body) {
-  update(&State::limits, body);
+  if (!body) return;
+  _state.withValue([&](State& state) {
+    _hasLimits.store(true, std::memory_order_relaxed);
+    body(state.limits);
+  });
 }
 
 }  // namespace tilvanego

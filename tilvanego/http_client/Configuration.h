@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -123,6 +124,8 @@ class OstrelTilvanePoiModelsAPIConfiguration {
   void update(Field State::* field, const std::function<void(Field&)>& body);
 
   OpenAPIMutex<State> _state;
+  /// Whether the limits may be set: they are read without the lock otherwise. Written under the lock.
+  std::atomic<bool> _hasLimits = false;
 };
 
 }  // namespace tilvanego

@@ -102,7 +102,8 @@ RequestBuilder::RequestBuilder(Construction construction)
       apiConfiguration(std::move(construction.arguments_.apiConfiguration)),
       bodyType(construction.bodyType_),
       _state(MutableState{std::nullopt, std::move(construction.arguments_.headers),
-                          construction.arguments_.limits, nullptr, nullptr, nullptr}) {}
+                          construction.arguments_.limits, nullptr, nullptr, nullptr}),
+      _set(construction.arguments_.limits == RequestLimits() ? 0U : unsigned{limitsMark}) {}
 
 // Not in the constructor, where the virtual functions of the derived class can't be called yet.
 void RequestBuilder::takeFromConfiguration() {
@@ -110,14 +111,32 @@ void RequestBuilder::takeFromConfiguration() {
   addCredential();
 }
 
+template <typename Field>
+Field RequestBuilder::read(Field MutableState::* field, Mark mark) const {
+  if ((_set.load(std::memory_order_relaxed) & mark) == 0) return Field();
+  return _state.withValue([&](const MutableState& state) { return state.*field; });
+}
+
+void RequestBuilder::mark(Mark field) {
+  _set.store(_set.load(std::memory_order_relaxed) | field, std::memory_order_relaxed);
+}
+
+template <typename Change>
+void RequestBuilder::change(Mark field, Change&& change) {
+  _state.withValue([&](MutableState& state) {
+    mark(field);
+    std::forward<Change>(change)(state);
+  });
+}
+
 std::optional<URLCredential> RequestBuilder::credential() const {
-  return _state.withValue([](const MutableState& state) { return state.credential; });
+  return read(&MutableState::credential, credentialMark);
 }
 void RequestBuilder::setCredential(std::optional<URLCredential> value) {
-  _state.withValue([&](MutableState& state) { state.credential = std::move(value); });
+  change(credentialMark, [&](MutableState& state) { state.credential = std::move(value); });
 }
 void RequestBuilder::updateCredential(const std::function<void(std::optional<URLCredential>&)>& body) {
-  if (body) _state.withValue([&](MutableState& state) { body(state.credential); });
+  if (body) change(credentialMark, [&](MutableState& state) { body(state.credential); });
 }
 
 RequestBuilder::Headers RequestBuilder::headers() const {
@@ -130,40 +149,38 @@ void RequestBuilder::updateHeaders(const std::function<void(Headers&)>& body) {
   if (body) _state.withValue([&](MutableState& state) { body(state.headers); });
 }
 
-RequestLimits RequestBuilder::limits() const {
-  return _state.withValue([](const MutableState& state) { return state.limits; });
-}
+RequestLimits RequestBuilder::limits() const { return read(&MutableState::limits, limitsMark); }
 void RequestBuilder::setLimits(RequestLimits value) {
-  _state.withValue([&](MutableState& state) { state.limits = value; });
+  change(limitsMark, [&](MutableState& state) { state.limits = value; });
 }
 
 void RequestBuilder::setBodySource(std::shared_ptr<BodySource> value) {
   // Swapped, so that the former source is destroyed without the lock.
-  _state.withValue([&](MutableState& state) { state.bodySource.swap(value); });
+  change(bodySourceMark, [&](MutableState& state) { state.bodySource.swap(value); });
 }
 std::shared_ptr<BodySource> RequestBuilder::bodySource() const {
-  return _state.withValue([](const MutableState& state) { return state.bodySource; });
+  return read(&MutableState::bodySource, bodySourceMark);
 }
 void RequestBuilder::setBodySink(std::shared_ptr<BodySink> value) {
-  _state.withValue([&](MutableState& state) { state.bodySink.swap(value); });
+  change(bodySinkMark, [&](MutableState& state) { state.bodySink.swap(value); });
 }
 std::shared_ptr<BodySink> RequestBuilder::bodySink() const {
-  return _state.withValue([](const MutableState& state) { return state.bodySink; });
+  return read(&MutableState::bodySink, bodySinkMark);
 }
 
 RequestBuilder::ProgressReady RequestBuilder::onProgressReady() const {
-  const auto held = _state.withValue([](const MutableState& state) { return state.onProgressReady; });
+  const auto held = read(&MutableState::onProgressReady, onProgressReadyMark);
   return held ? *held : nullptr;
 }
 void RequestBuilder::setOnProgressReady(ProgressReady value) {
   auto shared = std::make_shared<const ProgressReady>(std::move(value));
   // Swapped, so that the former function is destroyed without the lock.
-  _state.withValue([&](MutableState& state) { state.onProgressReady.swap(shared); });
+  change(onProgressReadyMark, [&](MutableState& state) { state.onProgressReady.swap(shared); });
 }
 void RequestBuilder::updateOnProgressReady(const std::function<void(ProgressReady&)>& body) {
   if (!body) return;
   std::shared_ptr<const ProgressReady> former;
-  _state.withValue([&](MutableState& state) {
+  change(onProgressReadyMark, [&](MutableState& state) {
     former = state.onProgressReady;
     auto changed = former ? *former : nullptr;
     body(changed);
@@ -208,7 +225,10 @@ RequestBuilder& RequestBuilder::addHeader(const std::string& name, const std::st
 
 void RequestBuilder::addCredential() {
   // The only place where the client holds two locks: the builder's, then the configuration's.
-  _state.withValue([&](MutableState& state) { state.credential = apiConfiguration->credential(); });
+  _state.withValue([&](MutableState& state) {
+    state.credential = apiConfiguration->credential();
+    if (state.credential) mark(credentialMark);
+  });
 }
 
 }  // namespace tilvanego

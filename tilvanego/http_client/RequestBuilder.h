@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <concepts>
 #include <cstddef>
 #include <expected>
@@ -170,9 +171,24 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
     /// A shared pointer, so that the host's function isn't copied under the lock.
     std::shared_ptr<const ProgressReady> onProgressReady;
   };
+  enum Mark : unsigned {
+    credentialMark = 1,
+    limitsMark = 2,
+    bodySourceMark = 4,
+    bodySinkMark = 8,
+    onProgressReadyMark = 16
+  };
   void takeFromConfiguration();
+  template <typename Field>
+  [[nodiscard]] Field read(Field MutableState::* field, Mark mark) const;
+  template <typename Change>
+  void change(Mark field, Change&& change);
+  void mark(Mark field);
 
   OpenAPIMutex<MutableState> _state;
+  /// The marks of the fields that may be set. The others are read without the lock: most requests set none.
+  /// Written under the lock.
+  std::atomic<unsigned> _set = 0;
 };
 
 }  // namespace tilvanego

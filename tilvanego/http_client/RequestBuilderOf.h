@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include <tilvanego/http_client/RequestBuilder.h>
@@ -22,7 +23,7 @@ inline void requireCompletion(bool isThere) {
 }
 
 template <typename T>
-Response<T> typedResponse(AnyResponse response) {
+Response<T> typedResponse(AnyResponse&& response) {
   T* body = std::any_cast<T>(&response.body);
   // A builder class of the host made a body of another type.
   if (body == nullptr) fatalError("Unsupported Response Body Type - " + bodyTypeOf<T>().name);
@@ -34,14 +35,18 @@ Response<T> typedResponse(AnyResponse response) {
 
 /// An exception while the body is moved, such as `std::bad_alloc`, is a failure.
 template <typename T>
-std::expected<Response<T>, ErrorResponse> typedResult(RequestBuilder::Result result) {
+std::expected<Response<T>, ErrorResponse> typedResult(RequestBuilder::Result&& result) {
   if (!result) return std::unexpected(std::move(result.error()));
-  const int status = result->statusCode;
-  const std::optional<Data> bytes = result->bodyData;
-  try {
+  if constexpr (std::is_nothrow_move_constructible_v<T>) {
     return typedResponse<T>(*std::move(result));
-  } catch (...) {
-    return std::unexpected(ErrorResponse::error(status, bytes, nullptr, currentFailure()));
+  } else {
+    const int status = result->statusCode;
+    const std::optional<Data> bytes = result->bodyData;
+    try {
+      return typedResponse<T>(*std::move(result));
+    } catch (...) {
+      return std::unexpected(ErrorResponse::error(status, bytes, nullptr, currentFailure()));
+    }
   }
 }
 

@@ -55,12 +55,17 @@ ResponseHeader::ResponseHeader(const ResponseHeader& other) {
   }
 }
 
+// Nobody else uses an object that is moved or assigned to, so the order of its parts is nobody's concern.
 ResponseHeader::ResponseHeader(ResponseHeader&& other) noexcept
-    : unread_(std::move(other.unread_)), isRead_(other.isRead_.exchange(true)), map_(std::move(other.map_)) {}
+    : unread_(std::move(other.unread_)),
+      isRead_(other.isRead_.load(std::memory_order_relaxed)),
+      map_(std::move(other.map_)) {
+  other.isRead_.store(true, std::memory_order_relaxed);
+}
 
 ResponseHeader& ResponseHeader::operator=(ResponseHeader other) noexcept {
   unread_ = std::move(other.unread_);
-  isRead_ = other.isRead_.load();
+  isRead_.store(other.isRead_.load(std::memory_order_relaxed), std::memory_order_relaxed);
   map_ = std::move(other.map_);
   return *this;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -23,12 +24,17 @@ class SynchronizedDictionary {
     });
   }
 
+  [[nodiscard]] bool isEmpty() const { return isEmpty_.load(std::memory_order_relaxed); }
+
   /// Sets the value of the key; `std::nullopt` removes the key. The former value is destroyed without the
   /// lock.
   void setValue(const Key& key, std::optional<Value> value) {
+    // Removes nothing. Mostly there is no entry, and no lock is needed then.
+    if (!value && isEmpty()) return;
     typename Entries::node_type former;
     _state.withValue([&](Entries& entries) {
       former = entries.extract(key);
+      isEmpty_.store(entries.empty() && !value, std::memory_order_relaxed);
       if (!value) return;
       if (former) {
         std::swap(former.mapped(), *value);
@@ -42,6 +48,8 @@ class SynchronizedDictionary {
  private:
   using Entries = std::unordered_map<Key, Value>;
   OpenAPIMutex<Entries> _state;
+  /// Written under the lock.
+  std::atomic<bool> isEmpty_ = true;
 };
 
 }  // namespace tilvanego

@@ -150,21 +150,21 @@ class URLSessionRequestBuilder : public RequestBuilder {
             const Failure& failure, const Completion& completion);
 
  private:
-  std::shared_ptr<URLSessionRequestBuilder> self();
   [[nodiscard]] static Completion runOnce(Completion completion);
   struct Try;
-  void start(Completion completion);
+  void start(Completion completion, const std::shared_ptr<detail::WholeCall>& call);
   std::expected<URLRequest, Failure> build(std::shared_ptr<URLSessionProtocol>& urlSession);
   std::shared_ptr<const ParameterEncoding> encodingFor(HTTPMethod httpMethod, const Headers& fields);
-  void intercept(const std::shared_ptr<Try>& attempt);
+  void intercept(const std::shared_ptr<Try>& attempt, const std::shared_ptr<RequestBuilder>& builder,
+                 const detail::WholeCall& call);
   void refuse(const URLRequest& request, const std::shared_ptr<URLSessionProtocol>& urlSession,
               const Failure& failure, const Completion& completion);
   void sendBySession(const std::shared_ptr<Try>& attempt);
-  static void failToResume(const std::shared_ptr<Try>& attempt, const detail::WholeCall& call);
-  static bool finish(const std::shared_ptr<Try>& attempt, std::optional<Data> data,
-                     URLResponsePointer response, const std::optional<Failure>& error);
-  void finished(const URLSessionExchange& exchange, const std::optional<Failure>& error,
-                const Completion& completion);
+  static void failToResume(Try& attempt, const detail::WholeCall& call);
+  static bool finish(Try& own, std::optional<Data>&& data, URLResponsePointer&& response,
+                     const std::optional<Failure>& error);
+  void finished(const URLSessionExchange& exchange, const std::shared_ptr<RequestBuilder>& builder,
+                const std::optional<Failure>& error, const Completion& completion);
   std::optional<Failure> failureOf(const URLSessionExchange& exchange,
                                    const std::optional<Failure>& error) const;
   void executeAgain(const URLSessionExchange& exchange, const Completion& completion);

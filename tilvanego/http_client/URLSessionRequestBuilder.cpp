@@ -24,6 +24,8 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
+constexpr const char* startOfTask = "URLSessionDataTaskProtocol::resume";
+
 detail::WholeCall::Deadline deadlineFromNow(const RequestLimits& limits) {
   // A longer time might have no end in the clock's units.
   constexpr std::chrono::milliseconds longest = std::chrono::years(10);
@@ -60,16 +62,12 @@ const HTTPURLResponse* httpResponse(const URLSessionExchange& exchange) {
 
 }  // namespace
 
-std::shared_ptr<URLSessionRequestBuilder> URLSessionRequestBuilder::self() {
-  return std::static_pointer_cast<URLSessionRequestBuilder>(shared_from_this());
-}
-
 std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given) {
   Completion completion = runOnce(std::move(given));
   const auto call = detail::callOf(completion);
   if (call->tries == 0) call->deadline = deadlineFromNow(limits().orElse(apiConfiguration->limits()));
   try {
-    start(std::move(completion));
+    start(std::move(completion), call);
   } catch (...) {
     if (detail::isPending(*call, "RequestBuilder::execute")) {
       failLater({}, ErrorResponse::requestRefused, detail::currentFailure(), detail::CallCompletion(call));
@@ -80,8 +78,23 @@ std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given)
 
 /// One try of a call, which the callbacks of interceptor and session share. The host may keep these longer
 /// than the request lasts: its own objects are released at the end.
-struct URLSessionRequestBuilder::Try {
-  std::shared_ptr<URLSessionRequestBuilder> builder;
+struct URLSessionRequestBuilder::Try final : detail::BlockingCall::Attempt {
+  Try(std::shared_ptr<RequestBuilder> owner, Completion&& given,
+      const std::shared_ptr<detail::WholeCall>& whole, URLRequest&& request,
+      std::shared_ptr<URLSessionProtocol>&& session)
+      : builder(std::move(owner)),
+        completion(std::move(given)),
+        call(whole),
+        built(std::move(request)),
+        exchange{{}, std::move(session), {}, nullptr} {}
+
+  [[nodiscard]] URLSessionRequestBuilder& steps() const {
+    return static_cast<URLSessionRequestBuilder&>(*builder);
+  }
+  void failToStart() noexcept override;
+
+  /// A `URLSessionRequestBuilder`.
+  std::shared_ptr<RequestBuilder> builder;
   Completion completion;
   std::shared_ptr<detail::WholeCall> call;
   /// As the interceptor gets it, and what it made of it.
@@ -90,7 +103,7 @@ struct URLSessionRequestBuilder::Try {
   std::atomic<bool> isFinished = false;
 };
 
-void URLSessionRequestBuilder::start(Completion completion) {
+void URLSessionRequestBuilder::start(Completion completion, const std::shared_ptr<detail::WholeCall>& call) {
   std::shared_ptr<URLSessionProtocol> urlSession;
   auto request = build(urlSession);
   if (!request) {
@@ -98,11 +111,12 @@ void URLSessionRequestBuilder::start(Completion completion) {
     return refuse({.url = url ? *url : *URL::parse("about:blank"), .httpMethod = method}, urlSession,
                   request.error(), completion);
   }
-  auto call = detail::callOf(completion);
   request->deadline = call->deadline;
   request->tryNumber = ++call->tries;
-  intercept(std::make_shared<Try>(self(), std::move(completion), std::move(call), *std::move(request),
-                                  URLSessionExchange{{}, std::move(urlSession), {}, nullptr}));
+  const auto builder = shared_from_this();
+  intercept(
+      std::make_shared<Try>(builder, std::move(completion), call, *std::move(request), std::move(urlSession)),
+      builder, *call);
 }
 
 std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
@@ -123,24 +137,24 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
   return std::unexpected(detail::currentFailure());
 }
 
-void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt) {
+void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt,
+                                         const std::shared_ptr<RequestBuilder>& builder,
+                                         const detail::WholeCall& call) {
   using Response = std::expected<URLRequest, Failure>;
   using Intercepted = detail::Once<Response>;
-  const auto call = attempt->call;
   std::optional<Intercepted> intercepted;
   try {
-    intercepted.emplace([attempt](Response response) {
+    intercepted.emplace([own = attempt](Response response) {
       if (response) {
-        attempt->exchange.request = *std::move(response);
-        return attempt->builder->sendBySession(attempt);
+        own->exchange.request = *std::move(response);
+        return own->steps().sendBySession(own);
       }
-      attempt->builder->refuse(attempt->built, attempt->exchange.session, response.error(),
-                               attempt->completion);
+      own->steps().refuse(own->built, own->exchange.session, response.error(), own->completion);
     });
-    apiConfiguration->interceptor()->intercept(attempt->built, attempt->exchange.session, self(),
+    apiConfiguration->interceptor()->intercept(attempt->built, attempt->exchange.session, builder,
                                                *intercepted);
   } catch (...) {
-    if (!detail::isPending(*call, "OpenAPIInterceptor::intercept")) return;
+    if (!detail::isPending(call, "OpenAPIInterceptor::intercept")) return;
     if (intercepted && intercepted->isUsed()) {
       detail::reportDroppedException("OpenAPIInterceptor::intercept");
     } else if (intercepted) {
@@ -177,17 +191,18 @@ std::shared_ptr<const ParameterEncoding> URLSessionRequestBuilder::encodingFor(H
 
 void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt) {
   // Once there is a task, another thread may end the try.
-  const auto own = attempt;
-  const auto builder = own->builder;
-  const auto call = own->call;
-  const auto& request = own->exchange.request;
-  const auto& urlSession = own->exchange.session;
+  const auto builder = attempt->builder;
+  const auto call = attempt->call;
+  const auto& request = attempt->exchange.request;
+  const auto& urlSession = attempt->exchange.session;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
   try {
     task = urlSession->dataTaskFromProtocol(
-        request,
-        [own](std::optional<Data> data, URLResponsePointer response, const std::optional<Failure>& error) {
-          finish(own, std::move(data), std::move(response), error);
+        request, [own = attempt](std::optional<Data> data, URLResponsePointer response,
+                                 const std::optional<Failure>& error) {
+          // The session may destroy this function meanwhile.
+          const auto held = own;
+          finish(*held, std::move(data), std::move(response), error);
         });
     if (const auto ready = onProgressReady()) {
       detail::runListener("the onProgressReady of a request builder", [&] { ready(task->progress()); });
@@ -197,10 +212,12 @@ void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt
   } catch (...) {
     if (!detail::isPending(*call, "the making of a task")) return;
     // If the session runs the task nevertheless, its result is ignored.
-    if (own->isFinished.exchange(true)) return detail::reportDroppedException("the making of a task");
-    own->builder = nullptr;
-    own->call = nullptr;
-    return refuse(request, urlSession, detail::currentFailure(), std::exchange(own->completion, nullptr));
+    if (attempt->isFinished.exchange(true)) {
+      return detail::reportDroppedException("the making of a task");
+    }
+    attempt->builder = nullptr;
+    attempt->call = nullptr;
+    return refuse(request, urlSession, detail::currentFailure(), std::exchange(attempt->completion, nullptr));
   }
   requestTask->set(task);
   // Cancelled before there was this task.
@@ -210,51 +227,45 @@ void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt
   });
   try {
     if (!call->caller) return task->resume();
-    call->caller->post([task, own, call] {
-      try {
-        // The stop may have come before there was a task to cancel.
-        if (call->caller->isStopped()) task->cancel();
-        task->resumeHere();
-      } catch (...) {
-        failToResume(own, *call);
-      }
-    });
+    call->caller->start(attempt, task);
   } catch (...) {
-    failToResume(own, *call);
+    failToResume(*attempt, *call);
   }
 }
 
 // Called in a `catch` block around the start of a task.
-void URLSessionRequestBuilder::failToResume(const std::shared_ptr<Try>& attempt,
-                                            const detail::WholeCall& call) {
-  constexpr const char* step = "URLSessionDataTaskProtocol::resume";
-  if (!detail::isPending(call, step)) return;
-  if (!finish(attempt, std::nullopt, nullptr, detail::currentFailure())) detail::reportDroppedException(step);
+void URLSessionRequestBuilder::failToResume(Try& attempt, const detail::WholeCall& call) {
+  if (detail::isPending(call, startOfTask)) attempt.failToStart();
+}
+
+void URLSessionRequestBuilder::Try::failToStart() noexcept {
+  if (!finish(*this, std::nullopt, nullptr, detail::currentFailure())) {
+    detail::reportDroppedException(startOfTask);
+  }
 }
 
 // Returns false if the try has ended before.
-bool URLSessionRequestBuilder::finish(const std::shared_ptr<Try>& attempt, std::optional<Data> data,
-                                      URLResponsePointer response, const std::optional<Failure>& error) {
-  // The session may destroy its completion, and so its reference, meanwhile.
-  const auto own = attempt;
-  if (own->isFinished.exchange(true)) return false;
-  const auto builder = std::exchange(own->builder, nullptr);
-  const auto completion = std::exchange(own->completion, nullptr);
+bool URLSessionRequestBuilder::finish(Try& own, std::optional<Data>&& data, URLResponsePointer&& response,
+                                      const std::optional<Failure>& error) {
+  if (own.isFinished.exchange(true)) return false;
+  const auto builder = std::exchange(own.builder, nullptr);
+  const auto completion = std::exchange(own.completion, nullptr);
   // A call ends when nobody holds it.
-  own->call = nullptr;
-  own->exchange.data = std::move(data);
-  own->exchange.response = std::move(response);
-  builder->finished(own->exchange, error, completion);
-  own->exchange.data.reset();
-  own->exchange.response.reset();
+  own.call = nullptr;
+  own.exchange.data = std::move(data);
+  own.exchange.response = std::move(response);
+  static_cast<URLSessionRequestBuilder&>(*builder).finished(own.exchange, builder, error, completion);
+  own.exchange.data.reset();
+  own.exchange.response.reset();
   return true;
 }
 
 void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
+                                        const std::shared_ptr<RequestBuilder>& builder,
                                         const std::optional<Failure>& error, const Completion& completion) {
   detail::runListener("URLSessionRequestBuilder::cleanUp", [&] { cleanUp(); });
   detail::runListener("OpenAPIInterceptor::didReceiveResponse", [&] {
-    apiConfiguration->interceptor()->didReceiveResponse(exchange.request, exchange.session, self(),
+    apiConfiguration->interceptor()->didReceiveResponse(exchange.request, exchange.session, builder,
                                                         exchange.data, exchange.response, error);
   });
   const auto* response = httpResponse(exchange);
@@ -313,8 +324,8 @@ void URLSessionRequestBuilder::succeed(const URLSessionExchange& exchange, const
                        : AnyResponse(response, std::any(), exchange.data);
   std::expected<std::any, Failure> result(std::in_place, std::move(body));
   detail::runListener("OpenAPIInterceptor::didComplete", [&] {
-    apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), exchange.data,
-                                                 exchange.response, result);
+    apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, shared_from_this(),
+                                                 exchange.data, exchange.response, result);
   });
   completed.body = *std::move(result);
   complete(completion, std::move(completed));
@@ -345,7 +356,7 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
 void URLSessionRequestBuilder::didFail(const URLSessionExchange& exchange, const std::optional<Data>& data,
                                        const Failure& failure) {
   detail::runListener("OpenAPIInterceptor::didComplete", [&] {
-    apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, self(), data,
+    apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, shared_from_this(), data,
                                                  exchange.response, std::unexpected(failure));
   });
 }

@@ -48,20 +48,20 @@ void URLSessionRequestBuilder::retry(const URLSessionExchange& exchange, int cod
   const auto ended = requestTask->get();
   std::shared_ptr<Decided> decided;
   try {
-    decided =
-        std::make_shared<Decided>([builder = self(), exchange, code, failure, completion](Decision decision) {
+    decided = std::make_shared<Decided>(
+        [self = shared_from_this(), this, exchange, code, failure, completion](Decision decision) {
           if (decision == OpenAPIInterceptorRetry::retry) {
-            builder->executeAgain(exchange, completion);
+            executeAgain(exchange, completion);
           } else if (decision) {
-            builder->failLater(exchange, code, failure, completion);
+            failLater(exchange, code, failure, completion);
           } else {
-            builder->failLater(
-                exchange, ErrorResponse::transportFailed,
-                TransportError{TransportError::Code::cancelled, "cancelled before the next try"}, completion);
+            failLater(exchange, ErrorResponse::transportFailed,
+                      TransportError{TransportError::Code::cancelled, "cancelled before the next try"},
+                      completion);
           }
         });
-    apiConfiguration->interceptor()->retry(exchange.request, exchange.session, self(), exchange.data,
-                                           exchange.response, failure,
+    apiConfiguration->interceptor()->retry(exchange.request, exchange.session, shared_from_this(),
+                                           exchange.data, exchange.response, failure,
                                            [decided](OpenAPIInterceptorRetry answer) { (*decided)(answer); });
     makeCancellable(*requestTask, ended, decided, detail::callOf(completion),
                     apiConfiguration->apiResponseQueue());

@@ -45,16 +45,15 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
   limit(request, limits().orElse(apiConfiguration->limits()));
   const Headers fields = buildHeaders();
   // Room for the fields that an encoding and an interceptor add.
-  request.headers.reserve(fields.size() + 2);
+  if (!fields.empty()) request.headers.reserve(fields.size() + 2);
   for (const auto& [name, value] : fields) request.headers.setValue(name, value);
   return encoding.encode(std::move(request), parameters);
 }
 
 void URLSessionRequestBuilder::cleanUp() {
-  if (const auto task = requestTask->get()) {
-    URLSessionRequestBuilderConfiguration::shared().credentialStore->setValue(task->taskIdentifier(),
-                                                                              std::nullopt);
-  }
+  auto& credentials = *URLSessionRequestBuilderConfiguration::shared().credentialStore;
+  if (credentials.isEmpty()) return;
+  if (const auto task = requestTask->get()) credentials.setValue(task->taskIdentifier(), std::nullopt);
 }
 
 RequestBuilder::Headers URLSessionRequestBuilder::buildHeaders() {

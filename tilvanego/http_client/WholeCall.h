@@ -49,11 +49,14 @@ class CallCompletion {
   [[nodiscard]] const std::shared_ptr<WholeCall>& call() const { return call_; }
 
   /// An exception of the host's completion leaves the call.
-  void operator()(RequestBuilder::Result result) const {
-    // The caller may destroy this object meanwhile.
+  void operator()(RequestBuilder::Result&& result) const {
+    if (call_->caller) {
+      if (!call_->used.exchange(true)) call_->caller->end(std::move(result));
+      return;
+    }
+    // The host's completion may destroy this object.
     const auto call = call_;
     if (call->used.exchange(true)) return;
-    if (call->caller) return call->caller->end(std::move(result));
     const auto completion = std::exchange(call->completion, nullptr);
     try {
       completion(std::move(result));

@@ -11,24 +11,19 @@ namespace tilvanego::detail {
 
 using Code = TransportError::Code;
 
-/// Keeps a call in the list of calls.
+/// Takes a call off the list of calls at its end.
 class Callers::Registration {
  public:
-  Registration(Callers& callers, Call& call) : callers_(callers), call_(call) {
-    const std::lock_guard held(callers_.mutex_);
-    call_.next = callers_.calls_;
-    if (call_.next) call_.next->previous = &call_;
-    callers_.calls_ = &call_;
-    ++callers_.callCount_;
-  }
+  Registration(Callers& callers, Call& call) : callers_(callers), call_(call) {}
   Registration(const Registration&) = delete;
   Registration& operator=(const Registration&) = delete;
   ~Registration() {
+    if (!call_.isListed) return;
     {
       const std::lock_guard held(callers_.mutex_);
       if (call_.next) call_.next->previous = call_.previous;
       (call_.previous ? call_.previous->next : callers_.calls_) = call_.next;
-      --callers_.callCount_;
+      callers_.count(-1);
     }
     if (callers_.closed_) callers_.gate_.notify();
   }
@@ -54,6 +49,11 @@ void Callers::send(const std::shared_ptr<SessionTask>& task) {
   gate_.leaveWith(multi, [&] { complete(*task, std::move(outcome)); });
 }
 
+// Called with the mutex locked.
+void Callers::count(int change) {
+  callCount_.store(callCount_.load(std::memory_order_relaxed) + change, std::memory_order_release);
+}
+
 void Callers::complete(SessionTask& task, Outcome outcome) {
   if (settings_.delegate) {
     runListener("URLSessionDelegate::didEndTask", [&] { settings_.delegate->didEndTask(task); });
@@ -61,7 +61,7 @@ void Callers::complete(SessionTask& task, Outcome outcome) {
   task.finishHere(std::move(outcome));
 }
 
-// Takes a lane and enters the gate. Returns an outcome if the call ends before.
+// Adds the call to the list, takes a lane and enters the gate. Returns an outcome if the call ends before.
 std::optional<Outcome> Callers::enter(Call& call) try {
   if (auto refused = takeLane(call)) return refused;
   try {
@@ -83,6 +83,11 @@ bool Callers::isLaneFree() const {
 
 std::optional<Outcome> Callers::takeLane(Call& call) {
   std::unique_lock lock(mutex_);
+  call.next = calls_;
+  if (call.next) call.next->previous = &call;
+  calls_ = &call;
+  call.isListed = true;
+  count(1);
   if (!isLaneFree()) {
     const auto isOver = [&] { return closed_ || call.task.isCancelled() || isLaneFree(); };
     const auto limit = timeoutOf(call.task.request());

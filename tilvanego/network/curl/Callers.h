@@ -45,12 +45,14 @@ class Callers {
     std::thread::id thread = std::this_thread::get_id();
     Call* next = nullptr;
     Call* previous = nullptr;
+    bool isListed = false;
   };
   class Registration;
 
   [[nodiscard]] std::optional<Outcome> enter(Call& call);
   [[nodiscard]] std::optional<Outcome> takeLane(Call& call);
   void giveBack(Call& call);
+  void count(int change);
   [[nodiscard]] bool isLaneFree() const;
   void complete(SessionTask& task, Outcome outcome);
 
@@ -67,6 +69,7 @@ class Callers {
   int busy_ = 0;
   int waiting_ = 0;
 
+  /// Written under the mutex.
   std::atomic<int> callCount_ = 0;
   std::atomic<bool> closed_ = false;
 };

@@ -123,11 +123,9 @@ bool ExitGate::enterUnlessExiting(CURLM* waiting) {
 }
 
 void ExitGate::leaveForLastHostCode(CURLM* waiting) {
-  if (waiting) {
-    const std::lock_guard held(mutex_);
-    std::erase(waiting_, waiting);
-  }
-  leaveForHostCode();
+  std::unique_lock lock(mutex_);
+  if (waiting) std::erase(waiting_, waiting);
+  leaveForHostCode(lock);
 }
 
 void ExitGate::endHostCode() {
@@ -150,6 +148,10 @@ void ExitGate::leave() {
 
 void ExitGate::leaveForHostCode() {
   std::unique_lock lock(mutex_);
+  leaveForHostCode(lock);
+}
+
+void ExitGate::leaveForHostCode(std::unique_lock<std::mutex>& lock) {
   --inside_;
   if (closed_) waitAndEnter(lock);
   if (held_) changed_.notify_all();

@@ -96,6 +96,7 @@ class ExitGate {
   static void replaceInChild();
   void close();
   void leaveForHostCode();
+  void leaveForHostCode(std::unique_lock<std::mutex>& lock);
   void comeBackFromHostCode();
   void leaveForLastHostCode(CURLM* waiting);
   void endHostCode();

@@ -29,6 +29,17 @@ bool isField(std::string_view line, std::string_view nameInLowerCase) {
 }  // namespace
 
 bool ResponseHead::addLine(std::string_view line) {
+  // Most lines: a field inside a head, neither folded nor empty.
+  const bool isField = !inBody_ && !complete_ && !bytes_.empty() && !line.empty() && line.front() > ' ';
+  if (!isField) return addOtherLine(line);
+  received_ += line.size();
+  if (received_ > maxBytes_ || ++fieldCount_ > maxFields) return false;
+  bytes_.append(line);
+  if (asciiLowercased(line.front()) == 'c') noteContentField(line);
+  return true;
+}
+
+bool ResponseHead::addOtherLine(std::string_view line) {
   const bool isEmpty = line == "\r\n" || line == "\n";
   const bool isFirst = !inBody_ && (bytes_.empty() || complete_) && line.starts_with("HTTP/");
   received_ += line.size();

@@ -46,6 +46,7 @@ class ResponseHead {
 
  private:
   void startOver();
+  [[nodiscard]] bool addOtherLine(std::string_view line);
   void noteContentField(std::string_view line);
   void noteLength(std::string_view value);
 

@@ -68,7 +68,7 @@ void SessionTask::report(std::int64_t completedUnitCount, std::int64_t totalUnit
 // Null if the task has ended before.
 DataTaskCompletion SessionTask::takeCompletion() {
   if ((state_.fetch_or(finished) & finished) != 0) return nullptr;
-  request_ = URLRequest();
+  request_.reset();
   return std::exchange(completion_, nullptr);
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include <tilvanego/network/URLSessionProtocol.h>
 
@@ -30,10 +31,11 @@ class SessionTask final : public URLSessionDataTaskProtocol,
 
   // Called by the session's thread, or by the one that sends the request itself.
 
-  [[nodiscard]] const URLRequest& request() const { return request_; }
+  /// May be called until the task ends.
+  [[nodiscard]] const URLRequest& request() const { return *request_; }
   [[nodiscard]] bool isCancelled() const { return (state_.load() & cancelled) != 0; }
   /// Whether `goOn` was called since the last call of this.
-  [[nodiscard]] bool takeGoOn() { return goesOn_.exchange(false); }
+  [[nodiscard]] bool takeGoOn() { return goesOn_ && goesOn_.exchange(false); }
   [[nodiscard]] bool isFinished() const { return (state_.load() & finished) != 0; }
 
   /// Whether `progress()` was ever called.
@@ -62,7 +64,7 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   const int identifier_ = ++lastIdentifier;
   std::atomic<std::uint8_t> state_ = 0;
   std::atomic<bool> goesOn_ = false;
-  URLRequest request_;
+  std::optional<URLRequest> request_;
   DataTaskCompletion completion_;
 
   /// Created by the first call of `progress()`: most tasks don't need it.

@@ -318,9 +318,10 @@ std::size_t Transfer::onHeader(char* line, std::size_t size, std::size_t count, 
   const auto length = size * count;
   try {
     transfer.touch();
-    transfer.sendsWithoutResponse_ = 0;
+    if (std::exchange(transfer.sendsWithoutResponse_, 0) > 0 && !transfer.followsUpload_) {
+      transfer.uploaded_ = transfer.outgoingUnits();
+    }
     if (transfer.firstField_ != FirstField::stored) transfer.noteHeadLine({line, length});
-    if (!transfer.followsUpload_) transfer.uploaded_ = transfer.outgoingUnits();
     if (!transfer.head_.addLine({line, length})) {
       transfer.refuse(Code::badServerResponse, brokenHead);
     } else if (transfer.head_.hasBrokenLength()) {
