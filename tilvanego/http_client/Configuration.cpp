@@ -11,7 +11,8 @@ Configuration::OstrelTilvanePoiModelsAPIConfiguration(
     std::shared_ptr<const RequestBuilderFactory> requestBuilderFactory, MainQueue& apiResponseQueue,
     std::shared_ptr<CodableHelper> codableHelper, StatusCodeRange successfulStatusCodeRange,
     std::shared_ptr<OpenAPIInterceptor> interceptor)
-    : _state(State{std::move(basePath), std::move(customHeaders), std::move(credential),
+    : _set((customHeaders.empty() ? 0U : customHeadersMark) | (credential ? credentialMark : 0U)),
+      _state(State{std::move(basePath), std::move(customHeaders), std::move(credential),
                    std::move(requestBuilderFactory), &apiResponseQueue, std::move(codableHelper),
                    successfulStatusCodeRange, std::move(interceptor), RequestLimits()}) {}
 
@@ -21,18 +22,31 @@ Field Configuration::read(Field State::* field) const {
 }
 
 template <typename Field>
-void Configuration::write(Field State::* field, Field value) {
-  // Swapped, so that the former value is destroyed without the lock.
-  _state.withValue([&](State& state) { std::swap(state.*field, value); });
+Field Configuration::readMarked(Field State::* field, Mark mark) const {
+  return (_set.load(std::memory_order_relaxed) & mark) == 0 ? Field() : read(field);
+}
+
+void Configuration::noteSet(Mark mark) {
+  _set.store(_set.load(std::memory_order_relaxed) | mark, std::memory_order_relaxed);
 }
 
 template <typename Field>
-void Configuration::update(Field State::* field, const std::function<void(Field&)>& body) {
+void Configuration::write(Field State::* field, Field value, Mark mark) {
+  // Swapped, so that the former value is destroyed without the lock.
+  _state.withValue([&](State& state) {
+    noteSet(mark);
+    std::swap(state.*field, value);
+  });
+}
+
+template <typename Field>
+void Configuration::update(Field State::* field, const std::function<void(Field&)>& body, Mark mark) {
   if (!body) return;
   // Kept, so that the former value is destroyed without the lock.
   Field former{};
   _state.withValue([&](State& state) {
     former = state.*field;
+    noteSet(mark);
     body(state.*field);
   });
 }
@@ -43,18 +57,24 @@ void Configuration::updateBasePath(const std::function<void(std::string&)>& body
   update(&State::basePath, body);
 }
 
-Configuration::Headers Configuration::customHeaders() const { return read(&State::customHeaders); }
-void Configuration::setCustomHeaders(Headers value) { write(&State::customHeaders, std::move(value)); }
+Configuration::Headers Configuration::customHeaders() const {
+  return readMarked(&State::customHeaders, customHeadersMark);
+}
+void Configuration::setCustomHeaders(Headers value) {
+  write(&State::customHeaders, std::move(value), customHeadersMark);
+}
 void Configuration::updateCustomHeaders(const std::function<void(Headers&)>& body) {
-  update(&State::customHeaders, body);
+  update(&State::customHeaders, body, customHeadersMark);
 }
 
-std::optional<URLCredential> Configuration::credential() const { return read(&State::credential); }
+std::optional<URLCredential> Configuration::credential() const {
+  return readMarked(&State::credential, credentialMark);
+}
 void Configuration::setCredential(std::optional<URLCredential> value) {
-  write(&State::credential, std::move(value));
+  write(&State::credential, std::move(value), credentialMark);
 }
 void Configuration::updateCredential(const std::function<void(std::optional<URLCredential>&)>& body) {
-  update(&State::credential, body);
+  update(&State::credential, body, credentialMark);
 }
 
 std::shared_ptr<const RequestBuilderFactory> Configuration::requestBuilderFactory() const {
@@ -100,18 +120,10 @@ void Configuration::updateInterceptor(const std::function<void(std::shared_ptr<O
   update(&State::interceptor, body);
 }
 
-RequestLimits Configuration::limits() const {
-  return _hasLimits.load(std::memory_order_relaxed) ? read(&State::limits) : RequestLimits();
-}
-void Configuration::setLimits(RequestLimits value) {
-  updateLimits([&](RequestLimits& limits) { limits = value; });
-}
+RequestLimits Configuration::limits() const { return readMarked(&State::limits, limitsMark); }
+void Configuration::setLimits(RequestLimits value) { write(&State::limits, value, limitsMark); }
 void Configuration::updateLimits(const std::function<void(RequestLimits&)>& body) {
-  if (!body) return;
-  _state.withValue([&](State& state) {
-    _hasLimits.store(true, std::memory_order_relaxed);
-    body(state.limits);
-  });
+  update(&State::limits, body, limitsMark);
 }
 
 }  // namespace tilvanego

@@ -116,16 +116,21 @@ class OstrelTilvanePoiModelsAPIConfiguration {
   virtual void updateLimits(const std::function<void(RequestLimits&)>& body);
 
  private:
+  enum Mark : unsigned { noMark = 0, customHeadersMark = 1, credentialMark = 2, limitsMark = 4 };
   template <typename Field>
   [[nodiscard]] Field read(Field State::* field) const;
   template <typename Field>
-  void write(Field State::* field, Field value);
+  [[nodiscard]] Field readMarked(Field State::* field, Mark mark) const;
   template <typename Field>
-  void update(Field State::* field, const std::function<void(Field&)>& body);
+  void write(Field State::* field, Field value, Mark mark = noMark);
+  template <typename Field>
+  void update(Field State::* field, const std::function<void(Field&)>& body, Mark mark = noMark);
+  void noteSet(Mark mark);
 
+  /// The marks of the fields that may be set. The others are read without the lock: most clients set none.
+  /// Written under the lock.
+  std::atomic<unsigned> _set;
   OpenAPIMutex<State> _state;
-  /// Whether the limits may be set: they are read without the lock otherwise. Written under the lock.
-  std::atomic<bool> _hasLimits = false;
 };
 
 }  // namespace tilvanego

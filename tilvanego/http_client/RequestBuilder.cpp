@@ -117,14 +117,14 @@ Field RequestBuilder::read(Field MutableState::* field, Mark mark) const {
   return _state.withValue([&](const MutableState& state) { return state.*field; });
 }
 
-void RequestBuilder::mark(Mark field) {
-  _set.store(_set.load(std::memory_order_relaxed) | field, std::memory_order_relaxed);
+void RequestBuilder::noteSet(Mark mark) {
+  _set.store(_set.load(std::memory_order_relaxed) | mark, std::memory_order_relaxed);
 }
 
 template <typename Change>
-void RequestBuilder::change(Mark field, Change&& change) {
+void RequestBuilder::change(Mark mark, Change&& change) {
   _state.withValue([&](MutableState& state) {
-    mark(field);
+    noteSet(mark);
     std::forward<Change>(change)(state);
   });
 }
@@ -224,10 +224,13 @@ RequestBuilder& RequestBuilder::addHeader(const std::string& name, const std::st
 }
 
 void RequestBuilder::addCredential() {
+  // Mostly both have none.
+  const bool isSet = (_set.load(std::memory_order_relaxed) & credentialMark) != 0;
+  if (!isSet && !apiConfiguration->credential()) return;
   // The only place where the client holds two locks: the builder's, then the configuration's.
   _state.withValue([&](MutableState& state) {
     state.credential = apiConfiguration->credential();
-    if (state.credential) mark(credentialMark);
+    if (state.credential) noteSet(credentialMark);
   });
 }
 

@@ -182,8 +182,8 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   template <typename Field>
   [[nodiscard]] Field read(Field MutableState::* field, Mark mark) const;
   template <typename Change>
-  void change(Mark field, Change&& change);
-  void mark(Mark field);
+  void change(Mark mark, Change&& change);
+  void noteSet(Mark mark);
 
   OpenAPIMutex<MutableState> _state;
   /// The marks of the fields that may be set. The others are read without the lock: most requests set none.
