@@ -55,7 +55,7 @@ class BlockingLibrary final : public Client {
 
 class EasyCurl final : public Client {
  public:
-  explicit EasyCurl(Work work) : work_(std::move(work)) {
+  EasyCurl(Work work, bool keepsAll) : work_(std::move(work)) {
     auto* const easy = easy_.get();
     curl_easy_setopt(easy, CURLOPT_URL, work_.url.c_str());
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
@@ -67,6 +67,11 @@ class EasyCurl final : public Client {
     }
     curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, work_.method.c_str());
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, fields_.get());
+    if (keepsAll) {
+      curl_easy_setopt(easy, CURLOPT_COOKIEFILE, "");
+      curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &receiveHead);
+      curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    }
   }
 
   void send(std::size_t count, std::size_t /*inFlight*/) override {
@@ -75,6 +80,7 @@ class EasyCurl final : public Client {
       if (curl_easy_perform(easy_.get()) == CURLE_OK) {
         curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
       }
+      const auto head = std::exchange(head_, {});
       const auto body = std::exchange(received_, {});
       check_("libcurl", status, body.data(), body.size());
     }
@@ -83,6 +89,11 @@ class EasyCurl final : public Client {
  private:
   static std::size_t receive(char* bytes, std::size_t /*one*/, std::size_t size, void* self) {
     static_cast<EasyCurl*>(self)->received_.append(bytes, size);
+    return size;
+  }
+
+  static std::size_t receiveHead(char* bytes, std::size_t /*one*/, std::size_t size, void* self) {
+    static_cast<EasyCurl*>(self)->head_.append(bytes, size);
     return size;
   }
 
@@ -98,11 +109,13 @@ class EasyCurl final : public Client {
                                                                             &curl_slist_free_all};
   const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_{curl_easy_init(), &curl_easy_cleanup};
   std::string received_;
+  std::string head_;
 };
 
 }  // namespace
 
 std::unique_ptr<Client> blockingLibrary(const Work& work) { return std::make_unique<BlockingLibrary>(work); }
-std::unique_ptr<Client> easyCurl(const Work& work) { return std::make_unique<EasyCurl>(work); }
+std::unique_ptr<Client> easyCurl(const Work& work) { return std::make_unique<EasyCurl>(work, false); }
+std::unique_ptr<Client> keepingCurl(const Work& work) { return std::make_unique<EasyCurl>(work, true); }
 
 }  // namespace http_bench

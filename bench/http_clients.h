@@ -37,6 +37,8 @@ std::unique_ptr<Client> blockingLibrary(const Work& work);
 std::unique_ptr<Client> bareCurl(const Work& work);
 /// `curl_easy_perform` with one handle.
 std::unique_ptr<Client> easyCurl(const Work& work);
+/// The same, keeping cookies and the head of a response, as the library does.
+std::unique_ptr<Client> keepingCurl(const Work& work);
 /// cpp-httplib, with a thread for each request in flight and TCP_NODELAY, without which it waits.
 std::unique_ptr<Client> cppHTTPLib(const Work& work);
 

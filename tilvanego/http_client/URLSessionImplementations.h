@@ -161,6 +161,7 @@ class URLSessionRequestBuilder : public RequestBuilder {
               const Failure& failure, const Completion& completion);
   void sendBySession(const std::shared_ptr<Try>& attempt);
   static void failToResume(Try& attempt, const detail::WholeCall& call);
+  static void failToStart(Try& attempt);
   static bool finish(Try& own, std::optional<Data>&& data, URLResponsePointer&& response,
                      const std::optional<Failure>& error);
   void finished(const URLSessionExchange& exchange, const std::shared_ptr<RequestBuilder>& builder,

@@ -91,7 +91,8 @@ struct URLSessionRequestBuilder::Try final : detail::BlockingCall::Attempt {
   [[nodiscard]] URLSessionRequestBuilder& steps() const {
     return static_cast<URLSessionRequestBuilder&>(*builder);
   }
-  void failToStart() noexcept override;
+  /// For a thread that waits, whose completion doesn't throw.
+  void failToStart() noexcept override { URLSessionRequestBuilder::failToStart(*this); }
 
   /// A `URLSessionRequestBuilder`.
   std::shared_ptr<RequestBuilder> builder;
@@ -235,13 +236,12 @@ void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt
 
 // Called in a `catch` block around the start of a task.
 void URLSessionRequestBuilder::failToResume(Try& attempt, const detail::WholeCall& call) {
-  if (detail::isPending(call, startOfTask)) attempt.failToStart();
+  if (detail::isPending(call, startOfTask)) failToStart(attempt);
 }
 
-void URLSessionRequestBuilder::Try::failToStart() noexcept {
-  if (!finish(*this, std::nullopt, nullptr, detail::currentFailure())) {
-    detail::reportDroppedException(startOfTask);
-  }
+void URLSessionRequestBuilder::failToStart(Try& attempt) {
+  if (finish(attempt, std::nullopt, nullptr, detail::currentFailure())) return;
+  detail::reportDroppedException(startOfTask);
 }
 
 // Returns false if the try has ended before.
