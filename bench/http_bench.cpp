@@ -168,7 +168,7 @@ int main(int argumentCount, char** arguments) {
   for (const auto& [name, work] :
        {std::pair("get_2KB", Work{"GET", server.url("/files/small"), {}, 200, small}),
         std::pair("put_2KB", Work{"PUT", server.url("/sink"), small, 204, {}})}) {
-    for (const auto& [peer, make] : {std::pair("libcurl", easyCurl), {"keeping_libcurl", keepingCurl}}) {
+    for (const auto& [peer, make] : {std::pair("libcurl", &easyCurl), {"keeping_libcurl", &keepingCurl}}) {
       benchmark::RegisterBenchmark((std::string(name) + "/blocking_in_turns/" + peer).c_str(),
                                    [work, make](benchmark::State& state) { runInTurns(state, work, make); })
           ->UseRealTime()

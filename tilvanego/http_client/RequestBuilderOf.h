@@ -23,14 +23,11 @@ inline void requireCompletion(bool isThere) {
 }
 
 template <typename T>
-Response<T> typedResponse(AnyResponse&& response) {
+std::expected<Response<T>, ErrorResponse> withTypedBody(AnyResponse&& response) {
   T* body = std::any_cast<T>(&response.body);
   // A builder class of the host made a body of another type.
   if (body == nullptr) fatalError("Unsupported Response Body Type - " + bodyTypeOf<T>().name);
-  Response<T> typed(response.statusCode, std::move(response.header), std::move(*body),
-                    std::move(response.bodyData));
-  typed.metrics = std::move(response.metrics);
-  return typed;
+  return std::expected<Response<T>, ErrorResponse>(std::in_place, std::move(response), std::move(*body));
 }
 
 /// An exception while the body is moved, such as `std::bad_alloc`, is a failure.
@@ -38,12 +35,12 @@ template <typename T>
 std::expected<Response<T>, ErrorResponse> typedResult(RequestBuilder::Result&& result) {
   if (!result) return std::unexpected(std::move(result.error()));
   if constexpr (std::is_nothrow_move_constructible_v<T>) {
-    return typedResponse<T>(*std::move(result));
+    return withTypedBody<T>(*std::move(result));
   } else {
     const int status = result->statusCode;
     const std::optional<Data> bytes = result->bodyData;
     try {
-      return typedResponse<T>(*std::move(result));
+      return withTypedBody<T>(*std::move(result));
     } catch (...) {
       return std::unexpected(ErrorResponse::error(status, bytes, nullptr, currentFailure()));
     }

@@ -168,9 +168,19 @@ struct Response {
   }
   /// The same with a header that is read at the first access. The response must not be null.
   Response(const std::shared_ptr<const HTTPURLResponse>& response, T content, std::optional<Data> bytes)
-      : Response(response->statusCode(), ResponseHeader(response), std::move(content), std::move(bytes)) {
-    metrics = response->metrics();
-  }
+      : statusCode(response->statusCode()),
+        header(response),
+        body(std::move(content)),
+        bodyData(std::move(bytes)),
+        metrics(response->metrics()) {}
+  /// The same response with a body of another type.
+  template <typename Former>
+  Response(Response<Former>&& response, T content)
+      : statusCode(response.statusCode),
+        header(std::move(response.header)),
+        body(std::move(content)),
+        bodyData(std::move(response.bodyData)),
+        metrics(std::move(response.metrics)) {}
 
   int statusCode;
   /// The header fields, with the names as the server sent them: in lower case over HTTP/2. Fields whose value

@@ -166,7 +166,7 @@ class URLSessionRequestBuilder : public RequestBuilder {
                      const std::optional<Failure>& error);
   void finished(const URLSessionExchange& exchange, const std::shared_ptr<RequestBuilder>& builder,
                 const std::optional<Failure>& error, const Completion& completion);
-  std::optional<Failure> failureOf(const URLSessionExchange& exchange,
+  std::optional<Failure> failureOf(const HTTPURLResponse* response,
                                    const std::optional<Failure>& error) const;
   void executeAgain(const URLSessionExchange& exchange, const Completion& completion);
   void didFail(const URLSessionExchange& exchange, const std::optional<Data>& data, const Failure& failure);

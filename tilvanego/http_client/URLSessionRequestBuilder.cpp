@@ -41,7 +41,7 @@ std::shared_ptr<const ParameterEncoding> encodingOf() {
   return {std::shared_ptr<void>(), &encoding};
 }
 
-void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result result) try {
+void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result&& result) try {
   completion(std::move(result));
 } catch (...) {
   if (detail::isOwnThread()) detail::endForException("the completion of RequestBuilder::execute");
@@ -274,7 +274,7 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
                               : ErrorResponse::noHTTPResponse;
   std::optional<Failure> failure;
   try {
-    failure = failureOf(exchange, error);
+    failure = failureOf(response, error);
     if (const auto& sink = exchange.request.bodySink; sink && failure && !error && response) {
       detail::runListener("BodySink::refused", [&] { sink->refused(*response); });
     }
@@ -290,11 +290,10 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
   }
 }
 
-std::optional<Failure> URLSessionRequestBuilder::failureOf(const URLSessionExchange& exchange,
+std::optional<Failure> URLSessionRequestBuilder::failureOf(const HTTPURLResponse* response,
                                                            const std::optional<Failure>& error) const {
   using Cases = DecodableRequestBuilderError;
   if (error) return error;
-  const auto* response = httpResponse(exchange);
   std::optional<Failure> failure;
   if (response == nullptr) {
     failure.emplace(Cases(Cases::NilHTTPResponse()));
@@ -318,16 +317,17 @@ void URLSessionRequestBuilder::succeed(const URLSessionExchange& exchange, const
                                        std::any body, const Completion& completion) {
   // Allocations come before the callbacks.
   // A derived class may pass an object of its own, which need not live longer than this call.
-  auto completed = exchange.response.get() == &response
-                       ? AnyResponse(std::shared_ptr<const HTTPURLResponse>(exchange.response, &response),
-                                     std::any(), exchange.data)
-                       : AnyResponse(response, std::any(), exchange.data);
+  auto completed =
+      exchange.response.get() == &response
+          ? Result(std::in_place, std::shared_ptr<const HTTPURLResponse>(exchange.response, &response),
+                   std::any(), exchange.data)
+          : Result(std::in_place, response, std::any(), exchange.data);
   std::expected<std::any, Failure> result(std::in_place, std::move(body));
   detail::runListener("OpenAPIInterceptor::didComplete", [&] {
     apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, shared_from_this(),
                                                  exchange.data, exchange.response, result);
   });
-  completed.body = *std::move(result);
+  completed->body = *std::move(result);
   complete(completion, std::move(completed));
 }
 

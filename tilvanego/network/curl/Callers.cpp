@@ -54,7 +54,7 @@ void Callers::count(int change) {
   callCount_.store(callCount_.load(std::memory_order_relaxed) + change, std::memory_order_release);
 }
 
-void Callers::complete(SessionTask& task, Outcome outcome) {
+void Callers::complete(SessionTask& task, Outcome&& outcome) {
   if (settings_.delegate) {
     runListener("URLSessionDelegate::didEndTask", [&] { settings_.delegate->didEndTask(task); });
   }

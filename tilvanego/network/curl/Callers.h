@@ -54,7 +54,7 @@ class Callers {
   void giveBack(Call& call);
   void count(int change);
   [[nodiscard]] bool isLaneFree() const;
-  void complete(SessionTask& task, Outcome outcome);
+  void complete(SessionTask& task, Outcome&& outcome);
 
   const TransferSettings& settings_;
   ExitGate& gate_;

@@ -80,7 +80,7 @@ void SessionTask::finish(Outcome outcome) noexcept {
   });
 }
 
-void SessionTask::finishHere(Outcome outcome) {
+void SessionTask::finishHere(Outcome&& outcome) {
   const auto completion = takeCompletion();
   if (completion) completion(std::move(outcome.data), std::move(outcome.response), std::move(outcome.error));
 }

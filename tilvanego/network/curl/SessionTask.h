@@ -46,7 +46,7 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   /// nothing. An exception of the completion ends the process.
   void finish(Outcome outcome) noexcept;
   /// The same on a thread of the host. An exception of the completion leaves the call.
-  void finishHere(Outcome outcome);
+  void finishHere(Outcome&& outcome);
 
   /// The transfer of this task, or null.
   Transfer* transfer = nullptr;
