@@ -12,6 +12,10 @@ namespace {
 
 using Result = RequestBuilder::Result;
 
+bool hasAny(const RequestLimits& limits) {
+  return limits.silence || limits.wholeRequest || limits.largestBody || limits.followsRedirects;
+}
+
 /// Suspends a coroutine until a builder's completion runs.
 class Continuation {
  public:
@@ -103,7 +107,7 @@ RequestBuilder::RequestBuilder(Construction construction)
       bodyType(construction.bodyType_),
       _state(MutableState{std::nullopt, std::move(construction.arguments_.headers),
                           construction.arguments_.limits, nullptr, nullptr, nullptr}),
-      _set(construction.arguments_.limits == RequestLimits() ? 0U : unsigned{limitsMark}) {}
+      _set(hasAny(construction.arguments_.limits) ? unsigned{limitsMark} : 0U) {}
 
 // Not in the constructor, where the virtual functions of the derived class can't be called yet.
 void RequestBuilder::takeFromConfiguration() {
