@@ -142,26 +142,22 @@ void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt,
                                          const std::shared_ptr<RequestBuilder>& builder,
                                          const detail::WholeCall& call) {
   using Response = std::expected<URLRequest, Failure>;
-  using Intercepted = detail::Once<Response>;
-  std::optional<Intercepted> intercepted;
+  const detail::Once<Response> intercepted([own = attempt](Response response) {
+    if (response) {
+      own->exchange.request = *std::move(response);
+      return own->steps().sendBySession(own);
+    }
+    own->steps().refuse(own->built, own->exchange.session, response.error(), own->completion);
+  });
   try {
-    intercepted.emplace([own = attempt](Response response) {
-      if (response) {
-        own->exchange.request = *std::move(response);
-        return own->steps().sendBySession(own);
-      }
-      own->steps().refuse(own->built, own->exchange.session, response.error(), own->completion);
-    });
     apiConfiguration->interceptor()->intercept(attempt->built, attempt->exchange.session, builder,
-                                               *intercepted);
+                                               intercepted);
   } catch (...) {
     if (!detail::isPending(call, "OpenAPIInterceptor::intercept")) return;
-    if (intercepted && intercepted->isUsed()) {
+    if (intercepted.isUsed()) {
       detail::reportDroppedException("OpenAPIInterceptor::intercept");
-    } else if (intercepted) {
-      (*intercepted)(std::unexpected(detail::currentFailure()));
     } else {
-      refuse(attempt->built, attempt->exchange.session, detail::currentFailure(), attempt->completion);
+      intercepted(std::unexpected(detail::currentFailure()));
     }
   }
 }
