@@ -13,6 +13,7 @@
 #include <tilvanego/async/StopToken.h>
 #include <tilvanego/async/Task.h>
 #include <tilvanego/http_client/BodyType.h>
+#include <tilvanego/http_client/BuilderBlock.h>
 #include <tilvanego/http_client/Configuration.h>
 #include <tilvanego/http_client/ErrorResponse.h>
 #include <tilvanego/http_client/RequestLimits.h>
@@ -65,9 +66,12 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   /// so every builder is created by `make`.
   class Construction {
     friend class RequestBuilder;
-    Construction(const BodyType& type, RequestBuilderArguments& given) : bodyType_(type), arguments_(given) {}
+    Construction(const BodyType& type, RequestBuilderArguments& given,
+                 const std::shared_ptr<RequestTask>& task)
+        : bodyType_(type), arguments_(given), task_(task) {}
     const BodyType& bodyType_;
     RequestBuilderArguments& arguments_;
+    const std::shared_ptr<RequestTask>& task_;
   };
 
   /// Creates a builder of the class `Kind`, whose constructor takes a `Construction` and then the extra
@@ -76,7 +80,13 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   template <std::derived_from<RequestBuilder> Kind, typename... Extra>
   [[nodiscard]] static std::shared_ptr<Kind> make(const BodyType& bodyType, RequestBuilderArguments arguments,
                                                   Extra&&... extra) {
-    auto builder = std::make_shared<Kind>(Construction(bodyType, arguments), std::forward<Extra>(extra)...);
+    auto owned = std::make_shared<detail::BuilderBlock<Kind>>();
+    auto& block = *owned;
+    const std::shared_ptr<RequestTask> task(owned, &block.task);
+    block.self = std::move(owned);
+    auto builder =
+        std::allocate_shared<Kind>(detail::BuilderAllocator<Kind, Kind>(block),
+                                   Construction(bodyType, arguments, task), std::forward<Extra>(extra)...);
     static_cast<RequestBuilder&>(*builder).takeFromConfiguration();
     return builder;
   }
