@@ -109,18 +109,20 @@ class WatchfulBuilder : public RequestBuilder {
   std::string seen;
 };
 
-TEST(RequestBuilder, AKindOfTheHostsSeesWhatItIsMadeWith) {
+TEST(RequestBuilder, AKindOfTheHostsSeesWhatItIsMadeWithAndItsHandleOutlivesIt) {
   const TestClient client({httpResponse(200)});
   client.configuration->setCustomHeaders({{"A", "1"}, {"B", "2"}});
   RequestBuilderArguments arguments{.method = "ANY", .URLString = "no URL"};
   arguments.apiConfiguration = client.configuration;
   arguments.requiresAuthentication = true;
-  const auto builder = RequestBuilder::make<WatchfulBuilder>(bodyTypeOf<int>(), arguments, "watchful");
+  auto builder = RequestBuilder::make<WatchfulBuilder>(bodyTypeOf<int>(), arguments, "watchful");
   EXPECT_EQ(builder->seen, "watchful headers:2 credential");
   EXPECT_TRUE(builder->requiresAuthentication);
   // The base itself sends nothing.
   const auto task = builder->RequestBuilder::execute([](const auto&) { FAIL(); });
   EXPECT_EQ(task, builder->requestTask);
+  const std::weak_ptr<RequestBuilder> gone = std::exchange(builder, nullptr);
+  EXPECT_TRUE(gone.expired());
   task->cancel();
 }
 
