@@ -76,12 +76,12 @@ class FlatMap {
     return place->second;
   }
 
-  /// The value of a key, to be read or set: `headers["Accept"] = "text/plain"`. If there is none, reading
-  /// adds an empty one. Valid as long as the map.
+  /// The value of a key, to be set or read: `headers["Accept"] = "text/plain"`. Reading gives a copy, which
+  /// is empty if there is no such key, and adds nothing. Valid as long as the map.
   class Place {
    public:
     Place(const Place&) = delete;
-    Place& operator=(const Place& other) { return *this = Value(static_cast<const Value&>(other)); }
+    Place& operator=(const Place& other) { return *this = Value(other); }
     ~Place() = default;
     template <typename Given>
       requires(!std::same_as<std::remove_cvref_t<Given>, Place>)
@@ -95,10 +95,12 @@ class FlatMap {
       value += more;
       return *this = std::move(value);
     }
-    operator const Value&() const { return map_.emplace(key_, Value()).first->second; }
-    friend bool operator==(const Place& place, const Value& value) {
-      return static_cast<const Value&>(place) == value;
+    operator Value() const {
+      const auto found = std::as_const(map_).find(key_);
+      return found != std::as_const(map_).end() ? found->second : Value();
     }
+    friend bool operator==(const Place& place, const Value& value) { return Value(place) == value; }
+    friend bool operator==(const Place& left, const Place& right) { return Value(left) == Value(right); }
 
    private:
     friend class FlatMap;
