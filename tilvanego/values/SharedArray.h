@@ -86,7 +86,7 @@ class SharedArray {
 
  private:
   /// The head of the block; the elements follow it.
-  struct alignas(T) Block {
+  struct alignas(std::max(alignof(T), alignof(std::size_t))) Block {
     T* elements() { return std::launder(reinterpret_cast<T*>(this + 1)); }
 
     std::atomic<std::size_t> owners = 1;
@@ -95,7 +95,8 @@ class SharedArray {
   };
 
   static Block* create(std::size_t capacity) {
-    static_assert(alignof(Block) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+    static_assert(alignof(Block) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__,
+                  "A list shares no elements that need a larger alignment than operator new gives.");
     if (capacity > (std::numeric_limits<std::size_t>::max() - sizeof(Block)) / sizeof(T)) {
       throw std::bad_array_new_length();
     }

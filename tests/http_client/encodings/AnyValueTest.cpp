@@ -117,6 +117,10 @@ TEST(AnyValue, SharesBytesAndCollectionsWithItsCopies) {
   const AnyValue copyOfList = list;
   EXPECT_EQ(copyOfBytes.as<Data>()->bytes().data(), bytes.as<Data>()->bytes().data());
   EXPECT_EQ(copyOfList.as<AnyValue::Array>(), list.as<AnyValue::Array>());
+
+  AnyValue left = list;
+  const AnyValue taken = std::move(left);
+  EXPECT_EQ(left.description(), "[]");  // NOLINT(bugprone-use-after-move)
 }
 
 using Items = std::vector<QueryItem>;
@@ -136,7 +140,8 @@ TEST(FlatMap, DoesAsAMapDoesAndSoDoItsCopies) {
     Pair& one = pairs[random() % pairs.size()];
     const std::string key(1 + random() % 20, static_cast<char>('a' + random() % 6));
     const std::string value = std::to_string(random());
-    switch (random() % 7) {
+    const std::string other(1 + random() % 3, static_cast<char>('a' + random() % 6));
+    switch (random() % 9) {
       case 0:
         EXPECT_EQ(one.flat.emplace(key, value).second, one.map.emplace(key, value).second);
         break;
@@ -158,6 +163,16 @@ TEST(FlatMap, DoesAsAMapDoesAndSoDoItsCopies) {
         if (one.map.empty()) break;
         one.flat.insert_or_assign(key, std::as_const(one.flat).begin()->second);
         one.map.insert_or_assign(key, one.map.begin()->second);
+        break;
+      case 6:
+        one.flat.insert_or_assign(key, one.flat[other]);
+        one.map.insert_or_assign(key, one.map.contains(other) ? one.map[other] : "");
+        break;
+      case 7:
+        if (!one.map.contains(other)) break;
+        one.flat[key] += one.flat.at(other);
+        one.map[key] += one.map.at(other);
+        EXPECT_EQ(one.flat[key] == one.flat[other], one.map[key] == one.map[other]);
         break;
       default:
         for (auto& [name, held] : one.map) one.flat[name] = held += one.flat[name] == "x" ? "y" : "x";

@@ -36,6 +36,11 @@ std::string arrayText(const AnyValue::Array& elements) {
 
 }  // namespace
 
+const AnyValue::Array& AnyValue::noElements() {
+  static const auto& none = *new Array;
+  return none;
+}
+
 AnyValue AnyValue::array(std::initializer_list<std::optional<AnyValue>> elements) {
   return AnyValue(std::make_shared<const Array>(elements));
 }

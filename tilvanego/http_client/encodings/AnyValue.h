@@ -30,7 +30,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// enumeration, or a collection of these. Converts implicitly from such C++ values. A pointer other than
 /// `const char*` doesn't compile, so that it can't become a bool.
 ///
-/// Immutable. Copies share bytes and collections, and may be used on different threads.
+/// Immutable. Copies share bytes and collections, and may be used on different threads. A moved-from value is
+/// valid, but which one it is isn't said.
 class AnyValue {
  public:
   /// The raw text of an enumeration.
@@ -84,7 +85,7 @@ class AnyValue {
   [[nodiscard]] const T* as() const TILVANEGO_LIFETIMEBOUND {
     if constexpr (std::same_as<T, Array>) {
       const auto* shared = std::get_if<SharedArray>(&value_);
-      return shared != nullptr ? shared->get() : nullptr;
+      return shared != nullptr ? &elementsOf(*shared) : nullptr;
     } else {
       return std::get_if<T>(&value_);
     }
@@ -98,7 +99,7 @@ class AnyValue {
     return std::visit(
         [&]<typename Held>(const Held& held) -> decltype(auto) {
           if constexpr (std::same_as<Held, SharedArray>) {
-            return visitor(*held);
+            return visitor(elementsOf(held));
           } else {
             return visitor(held);
           }
@@ -106,8 +107,9 @@ class AnyValue {
         value_);
   }
 
-  /// Returns the text of a number in a multipart body: plain digits, no ".0" after whole numbers, "1" and "0"
-  /// for booleans. No value unless this is an integer, a double, a `Decimal` or a boolean.
+  /// Returns the text of a number in a multipart body, as JSON writes it: no ".0" after whole numbers, an
+  /// exponent for very large and very small doubles ("1e+17"); "1" and "0" for booleans. No value unless this
+  /// is an integer, a double, a `Decimal` or a boolean.
   [[nodiscard]] std::optional<std::string> numberText() const;
 
   /// Returns the default text form: a text itself; "true", "12", "1.0", "12.5"; the text of a URL or UUID;
@@ -123,6 +125,10 @@ class AnyValue {
   using SharedArray = std::shared_ptr<const Array>;
 
   explicit AnyValue(SharedArray elements) : value_(std::move(elements)) {}
+
+  /// A moved-from collection has no pointer.
+  static const Array& elementsOf(const SharedArray& shared) { return shared ? *shared : noElements(); }
+  static const Array& noElements();
 
   template <typename Element>
   static SharedArray shareCopy(const std::vector<Element>& elements) {

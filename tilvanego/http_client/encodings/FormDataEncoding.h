@@ -33,8 +33,8 @@ inline constexpr bool showsCaseNames<FormDataError::Reason> = true;
 
 /// Encodes the parameters as a multipart body (RFC 7578), in the order of their names. A collection has one
 /// part for each element. A `file:` URL is sent as a file with its name and MIME type; texts, numbers,
-/// booleans ("1" and "0"), bytes and UUIDs are sent as parts without a file name. Any other value is a
-/// programming error and ends the process.
+/// booleans ("1" and "0"), bytes and UUIDs are sent as parts without a file name; a text that isn't UTF-8 is
+/// left out. Any other value is a programming error and ends the process.
 ///
 /// Names and file names aren't escaped, so a quote is sent unchanged; CR, LF and NUL are refused.
 class FormDataEncoding final : public ParameterEncoding {
