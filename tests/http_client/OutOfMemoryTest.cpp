@@ -11,9 +11,10 @@ namespace {
 
 enum class Step { send, answer };
 
-/// Sends with one failing allocation in a step. False if the step needs no more allocations than pass.
+/// Sends with so many failing allocations in a step. False if the step needs no more allocations than pass.
 template <typename T>
-bool endsOnce(const FakeResponse& answer, Step failing, std::size_t passed, bool& failedInBody) {
+bool endsOnce(const FakeResponse& answer, Step failing, std::size_t passed, std::size_t inARow,
+              bool& failedInBody) {
   TestClient client({answer});
   client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
   const auto builder = client.builder<T>();
@@ -23,7 +24,7 @@ bool endsOnce(const FakeResponse& answer, Step failing, std::size_t passed, bool
   bool hasCome = false;
   const auto run = [&](Step step, const auto& action) {
     if (step != failing) return action();
-    failAllocation(passed + 1);
+    failAllocation(passed + 1, inARow);
     try {
       action();
     } catch (const std::bad_alloc&) {
@@ -54,10 +55,16 @@ bool endsOnce(const FakeResponse& answer, Step failing, std::size_t passed, bool
 
 template <typename T>
 void endsOnceWhateverAllocationFails(const FakeResponse& answer) {
-  for (const Step failing : {Step::send, Step::answer}) {
+  for (const auto& [failing, inARow] : {std::pair(Step::send, 1),
+                                        {Step::send, 2},
+                                        {Step::send, 1000},
+                                        {Step::answer, 1},
+                                        {Step::answer, 1000}}) {
+    const auto failures = static_cast<std::size_t>(inARow);
     std::size_t passed = 0;
     bool failedInBody = false;
-    while (endsOnce<T>(answer, failing, passed, failedInBody) && !testing::Test::HasFailure()) ++passed;
+    while (endsOnce<T>(answer, failing, passed, failures, failedInBody) && !testing::Test::HasFailure())
+      ++passed;
     EXPECT_TRUE(passed > 3 || failing == Step::answer);
     constexpr bool isText = std::is_same_v<T, std::string>;
     EXPECT_TRUE(failedInBody || failing == Step::send || !answer.response || !isText);

@@ -1,6 +1,7 @@
 #include <atomic>
 #include <chrono>
 #include <exception>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -56,6 +57,14 @@ ErrorResponse errorOf(const URLSessionExchange& exchange, int code, const std::o
   return ErrorResponse::error(code, data, exchange.response, ExceptionFailure(std::current_exception()));
 }
 
+/// Without the request if there is no memory for its copy: the failure must come through.
+URLSessionExchange unansweredExchange(const URLRequest& request,
+                                      const std::shared_ptr<URLSessionProtocol>& urlSession) noexcept try {
+  return {request, urlSession, std::nullopt, nullptr};
+} catch (const std::bad_alloc&) {
+  return {{}, urlSession, std::nullopt, nullptr};
+}
+
 const HTTPURLResponse* httpResponse(const URLSessionExchange& exchange) {
   return dynamic_cast<const HTTPURLResponse*>(exchange.response.get());
 }
@@ -65,8 +74,8 @@ const HTTPURLResponse* httpResponse(const URLSessionExchange& exchange) {
 std::shared_ptr<RequestTask> URLSessionRequestBuilder::execute(Completion given) {
   Completion completion = runOnce(std::move(given));
   const auto call = detail::callOf(completion);
-  if (call->tries == 0) call->deadline = deadlineFromNow(limits().orElse(apiConfiguration->limits()));
   try {
+    if (call->tries == 0) call->deadline = deadlineFromNow(limits().orElse(apiConfiguration->limits()));
     start(std::move(completion), call);
   } catch (...) {
     if (detail::isPending(*call, "RequestBuilder::execute")) {
@@ -165,7 +174,7 @@ void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt,
 void URLSessionRequestBuilder::refuse(const URLRequest& request,
                                       const std::shared_ptr<URLSessionProtocol>& urlSession,
                                       const Failure& failure, const Completion& completion) {
-  failLater({request, urlSession, std::nullopt, nullptr}, ErrorResponse::requestRefused, failure, completion);
+  failLater(unansweredExchange(request, urlSession), ErrorResponse::requestRefused, failure, completion);
 }
 
 std::shared_ptr<const ParameterEncoding> URLSessionRequestBuilder::encodingFor(HTTPMethod httpMethod,
