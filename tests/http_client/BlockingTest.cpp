@@ -33,6 +33,23 @@ ServerResponse handled(const ReceivedRequest& request) {
   return response(200, "5");
 }
 
+/// A builder class of the host, which sends more than the one request that it is asked for.
+struct EagerKind final : URLSessionDecodableRequestBuilder {
+  using URLSessionDecodableRequestBuilder::execute;
+  EagerKind(Construction construction, std::shared_ptr<URLSessionProtocol> itsSession, bool itThrows)
+      : URLSessionDecodableRequestBuilder(std::move(construction)),
+        session(std::move(itsSession)),
+        throws(itThrows) {}
+  std::shared_ptr<RequestTask> execute(Completion completion) override {
+    for (int tries = 0; tries < 3; ++tries) URLSessionDecodableRequestBuilder::execute(completion);
+    if (throws) throw TestFailure{"eager"};
+    return requestTask;
+  }
+  std::shared_ptr<URLSessionProtocol> createURLSession() override { return session; }
+  std::shared_ptr<URLSessionProtocol> session;
+  bool throws;
+};
+
 template <typename Result>
 int codeOf(const Result& result) {
   return result ? result->statusCode : result.error().code();
@@ -133,6 +150,24 @@ TEST(BlockingCall, EndsOnceWhateverAllocationFails) {
   }
   testing::internal::GetCapturedStderr();
   EXPECT_GT(passed, 10U);
+}
+
+TEST(BlockingCall, LeavesTriesBeyondItsEndToTheSession) {
+  BlockingClient client(handled);
+  const auto session = std::make_shared<URLSession>(LoopbackServer::reaching());
+  for (const bool throws : {false, true}) {
+    const RequestBuilderArguments arguments{
+        .method = "GET", .URLString = client.server.url("/"), .apiConfiguration = client.configuration};
+    auto builder = RequestBuilder::make<EagerKind>(bodyTypeOf<Empty>(), arguments, session, throws);
+    const std::weak_ptr<RequestBuilder> held(builder);
+    if (throws) {
+      EXPECT_THROW(static_cast<void>(builder->send()), TestFailure);
+    } else {
+      EXPECT_EQ(codeOf(builder->send()), 200);
+    }
+    builder = nullptr;
+    while (!held.expired()) std::this_thread::yield();
+  }
 }
 
 TEST(BlockingCall, IsStoppedBeforeAndDuringTheRequest) {

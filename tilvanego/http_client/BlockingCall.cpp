@@ -37,15 +37,16 @@ void BlockingCall::endDropped() {
 
 void BlockingCall::start(const std::shared_ptr<Attempt>& attempt, const TaskPointer& task) {
   // After the end, a later thread may have this thread's identifier.
-  if (isOver_) return;
+  if (isOver_) return task->resume();
   if (isOwnThread() && !ownStart_.attempt) {
     ownStart_ = {attempt, task};
     return;
   }
-  post([this, own = Start{attempt, task}] { startHere(*own.attempt, *own.task); });
+  if (!post([this, own = Start{attempt, task}] { startHere(*own.attempt, *own.task); })) task->resume();
 }
 
 void BlockingCall::startHere(Attempt& attempt, URLSessionDataTaskProtocol& task) noexcept try {
+  if (isOver_) return task.resume();
   // The stop may have come before there was a task to cancel.
   if (stopToken_.stopRequested()) task.cancel();
   task.resumeHere();
@@ -53,11 +54,12 @@ void BlockingCall::startHere(Attempt& attempt, URLSessionDataTaskProtocol& task)
   attempt.failToStart();
 }
 
-void BlockingCall::post(std::function<void()> work) {
+bool BlockingCall::post(std::function<void()> work) {
   const std::lock_guard held(mutex_);
-  if (isOver_) return;
+  if (isOver_) return false;
   posted_.push_back(std::move(work));
   changed_.notify_one();
+  return true;
 }
 
 RequestBuilder::Result BlockingCall::wait() {
@@ -71,13 +73,20 @@ RequestBuilder::Result BlockingCall::wait() {
       break;
     }
   }
-  // Posted work holds this call.
-  const Start ownLeft = std::exchange(ownStart_, {});
+  RequestBuilder::Result result = *std::move(result_);
+  leave();
+  return result;
+}
+
+void BlockingCall::leave() noexcept {
   std::vector<std::function<void()>> left;
-  const std::lock_guard held(mutex_);
-  isOver_ = true;
-  left.swap(posted_);
-  return *std::move(result_);
+  {
+    const std::lock_guard held(mutex_);
+    isOver_ = true;
+    left.swap(posted_);
+  }
+  if (const auto own = std::exchange(ownStart_, {}); own.attempt) startHere(*own.attempt, *own.task);
+  for (const auto& work : left) work();
 }
 
 // Null after the result.

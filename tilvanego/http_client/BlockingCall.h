@@ -17,7 +17,8 @@
 namespace tilvanego::detail {
 
 /// A thread that waits in `RequestBuilder::send`. It sends the request itself: what is posted here runs on it
-/// until the result comes.
+/// until the result comes. A class of the host may start more tries than the one that gives the result; the
+/// session sends those that are left then, as for a call that nobody waits for.
 class BlockingCall {
  public:
   using TaskPointer = std::shared_ptr<URLSessionDataTaskProtocol>;
@@ -48,14 +49,18 @@ class BlockingCall {
   /// The same for a completion that is destroyed without a call.
   void endDropped();
 
-  /// Lets the waiting thread start the task of a try, or cancel it if the call was stopped; after the end
-  /// nobody starts it. Allocates nothing on the waiting thread. Throws std::bad_alloc on another one.
+  /// Lets the waiting thread start the task of a try, or cancel it if the call was stopped. Allocates nothing
+  /// on the waiting thread. Throws std::bad_alloc on another one, and what the task throws.
   void start(const std::shared_ptr<Attempt>& attempt, const TaskPointer& task);
-  /// Runs `work`, which must not throw, on the waiting thread; after the end nowhere.
-  void post(std::function<void()> work);
+  /// Runs `work`, which must not throw, on the waiting thread. Returns false after the end: it runs nowhere.
+  [[nodiscard]] bool post(std::function<void()> work);
 
-  /// For the thread of the constructor: runs what is posted, and returns the result.
+  // For the thread of the constructor. One of these must be called, as the last.
+
+  /// Runs what is posted, and returns the result.
   [[nodiscard]] RequestBuilder::Result wait();
+  /// Doesn't wait.
+  void leave() noexcept;
 
  private:
   struct Start {
@@ -77,7 +82,7 @@ class BlockingCall {
 
   /// Written by the thread that ends the call: under the lock, unless it is the waiting one.
   std::optional<RequestBuilder::Result> result_;
-  /// Set under the lock.
+  /// Whether the thread has left. Set under the lock.
   std::atomic<bool> isOver_ = false;
 
   /// Guards the members below.

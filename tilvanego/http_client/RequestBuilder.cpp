@@ -210,7 +210,12 @@ RequestBuilder::Result RequestBuilder::send(StopToken stopToken) {
   // By a pointer, which needs no memory: the builder outlives the callback.
   const StopCallback cancel(stopToken, [task = requestTask.get()] { task->cancel(); });
   const auto call = std::make_shared<detail::BlockingCall>(std::move(stopToken));
-  execute(detail::BlockingCall::completionOf(call));
+  try {
+    execute(detail::BlockingCall::completionOf(call));
+  } catch (...) {
+    call->leave();
+    throw;
+  }
   return call->wait();
 }
 

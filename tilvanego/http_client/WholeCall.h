@@ -98,8 +98,7 @@ class RetryWait final : public URLSessionDataTaskProtocol {
   // Posted, because `RequestTask` calls this with its lock held.
   void cancel() override {
     if (const auto call = call_.lock()) call->cancelled = true;
-    if (caller_) return caller_->post(end_);
-    queue_.post(end_);
+    if (!caller_ || !caller_->post(end_)) queue_.post(end_);
   }
 
  private:
