@@ -97,7 +97,7 @@ TEST(RequestBuilder, TakesTheCredentialWhenItIsMadeOrTold) {
 }
 
 /// Sees what it is given while it is made.
-class WatchfulBuilder : public RequestBuilder {
+class alignas(128) WatchfulBuilder : public RequestBuilder {
  public:
   WatchfulBuilder(Construction construction, std::string name)
       : RequestBuilder(std::move(construction)), seen{std::move(name)} {}
@@ -119,11 +119,13 @@ TEST(RequestBuilder, AKindOfTheHostsSeesWhatItIsMadeWithAndItsHandleOutlivesIt) 
   EXPECT_EQ(builder->seen, "watchful headers:2 credential");
   EXPECT_TRUE(builder->requiresAuthentication);
   // The base itself sends nothing.
-  const auto task = builder->RequestBuilder::execute([](const auto&) { FAIL(); });
+  auto task = builder->RequestBuilder::execute([](const auto&) { FAIL(); });
   EXPECT_EQ(task, builder->requestTask);
   const std::weak_ptr<RequestBuilder> gone = std::exchange(builder, nullptr);
   EXPECT_TRUE(gone.expired());
   task->cancel();
+  const std::weak_ptr<RequestTask> goneToo = std::exchange(task, nullptr);
+  EXPECT_TRUE(goneToo.expired()) << "in the builder's block, but not held by weak pointers to that";
 }
 
 TEST(Enumerations, WriteTheNamesOfTheirCasesToAStream) {

@@ -2,57 +2,89 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <concepts>
 #include <cstddef>
 #include <memory>
-#include <utility>
 
 #include <tilvanego/http_client/RequestTask.h>
 
 namespace tilvanego::detail {
 
-/// A builder of the class `Kind` and the handle of its requests in one block of memory. Either may outlive
-/// the other; the block is freed when both are gone.
+/// One block of memory for a builder of the class `Kind` and the handle of its requests, each with the
+/// counters of the pointers to it. Each is destroyed when its own last pointer goes; the memory is freed
+/// after the last pointer, also a weak one, to any of the two.
 template <typename Kind>
-struct BuilderBlock {
-  /// Leaves the room for the builder as it is.
-  BuilderBlock() {}  // NOLINT(*-member-init,*-equals-default)
-
-  RequestTask task;
-  /// This block, as long as the builder is in it.
-  std::shared_ptr<BuilderBlock> self;
-  /// For the builder and the counters of the pointers to it.
-  alignas(std::max(alignof(Kind), alignof(std::max_align_t))) std::array<std::byte, sizeof(Kind) + 64> room;
-};
-
-/// Lets `std::allocate_shared` create a builder in its block.
-template <typename T, typename Kind>
-class BuilderAllocator {
- public:
-  using value_type = T;
-  template <typename Other>
-  struct rebind {
-    using other = BuilderAllocator<Other, Kind>;
+class BuilderBlock {
+  /// Room for an object of the type `T` behind its counters and an allocator, whatever their order.
+  template <typename T>
+  struct Room {
+    static constexpr std::size_t alignment = std::max(alignof(T), alignof(std::max_align_t));
+    alignas(alignment) std::array<std::byte, sizeof(T) + 4 * sizeof(void*) + alignment> bytes;
   };
 
-  explicit BuilderAllocator(BuilderBlock<Kind>& block) noexcept : block_(&block) {}
-  template <typename Other>
-  BuilderAllocator(const BuilderAllocator<Other, Kind>& other) noexcept : block_(other.block_) {}
+  /// Gives the room of the builder or of the handle to `std::allocate_shared`, which asks once.
+  template <typename T, typename Of>
+  class Allocator {
+   public:
+    using value_type = T;
+    template <typename Other>
+    struct rebind {
+      using other = Allocator<Other, Of>;
+    };
 
-  [[nodiscard]] T* allocate(std::size_t) noexcept {
-    static_assert(sizeof(T) <= sizeof(block_->room) && alignof(T) <= alignof(BuilderBlock<Kind>));
-    return reinterpret_cast<T*>(block_->room.data());
-  }
-  void deallocate(T*, std::size_t) noexcept { const auto last = std::move(block_->self); }
+    explicit Allocator(BuilderBlock& block) noexcept : block_(&block) {}
+    template <typename Other>
+    Allocator(const Allocator<Other, Of>& other) noexcept : block_(other.block_) {}
 
-  template <typename Other>
-  bool operator==(const BuilderAllocator<Other, Kind>& other) const noexcept {
-    return block_ == other.block_;
+    [[nodiscard]] T* allocate(std::size_t) noexcept {
+      static_assert(sizeof(T) <= sizeof(Room<Of>) && alignof(T) <= alignof(Room<Of>));
+      return reinterpret_cast<T*>(block_->template room<Of>());
+    }
+    void deallocate(T*, std::size_t) noexcept { block_->leave(); }
+
+    template <typename Other>
+    bool operator==(const Allocator<Other, Of>& other) const noexcept {
+      return block_ == other.block_;
+    }
+
+   private:
+    template <typename, typename>
+    friend class Allocator;
+    BuilderBlock* block_;
+  };
+
+ public:
+  /// Creates the handle, and the builder by `construct`, which gets an allocator for the builder and the
+  /// handle, and calls `std::allocate_shared`.
+  template <typename Construct>
+  [[nodiscard]] static std::shared_ptr<Kind> make(Construct construct) {
+    auto& block = *new BuilderBlock;
+    const auto task = std::allocate_shared<RequestTask>(Allocator<RequestTask, RequestTask>(block));
+    return construct(Allocator<Kind, Kind>(block), task);
   }
 
  private:
-  template <typename, typename>
-  friend class BuilderAllocator;
-  BuilderBlock<Kind>* block_;
+  /// Leaves the rooms as they are.
+  BuilderBlock() {}  // NOLINT(*-member-init,*-equals-default)
+
+  template <typename Of>
+  std::byte* room() noexcept {
+    if constexpr (std::same_as<Of, Kind>) {
+      return builderRoom_.bytes.data();
+    } else {
+      return taskRoom_.bytes.data();
+    }
+  }
+
+  void leave() noexcept {
+    if (users_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
+
+  /// The rooms in use.
+  std::atomic<int> users_ = 2;
+  Room<RequestTask> taskRoom_;
+  Room<Kind> builderRoom_;
 };
 
 }  // namespace tilvanego::detail

@@ -80,13 +80,11 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   template <std::derived_from<RequestBuilder> Kind, typename... Extra>
   [[nodiscard]] static std::shared_ptr<Kind> make(const BodyType& bodyType, RequestBuilderArguments arguments,
                                                   Extra&&... extra) {
-    auto owned = std::make_shared<detail::BuilderBlock<Kind>>();
-    auto& block = *owned;
-    const std::shared_ptr<RequestTask> task(owned, &block.task);
-    block.self = std::move(owned);
-    auto builder =
-        std::allocate_shared<Kind>(detail::BuilderAllocator<Kind, Kind>(block),
-                                   Construction(bodyType, arguments, task), std::forward<Extra>(extra)...);
+    auto builder = detail::BuilderBlock<Kind>::make(
+        [&](const auto& allocator, const std::shared_ptr<RequestTask>& task) {
+          return std::allocate_shared<Kind>(allocator, Construction(bodyType, arguments, task),
+                                            std::forward<Extra>(extra)...);
+        });
     static_cast<RequestBuilder&>(*builder).takeFromConfiguration();
     return builder;
   }
