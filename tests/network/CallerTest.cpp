@@ -232,4 +232,15 @@ TEST_F(Caller, FailsInAForkedChildAndGoesOnInItsParent) {
       });
   EXPECT_EQ(held.outcome().code(), Code::cancelled);
 }
+
+TEST_F(Caller, EndsAForkedChildThatReturnsFromACallback) {
+  pid_t child = -1;
+  const auto task = session->dataTaskFromProtocol(get(server.url()), [&](auto&&...) { child = fork(); });
+  task->resumeHere();
+  if (child == 0) _exit(0);
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
+  EXPECT_EQ(sendHere(get(server.url())).status(), 200);
+}
 #endif

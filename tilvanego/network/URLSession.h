@@ -106,7 +106,8 @@ struct URLSessionConfiguration {
 /// completions, the delegate and progress observers run there, without a lock held. A completion must not
 /// wait for another task of the same session, but may send one itself: `resumeHere` of a task uses the
 /// calling thread for all of this, and connections of its own, which are kept too. After `fork`, the child
-/// process must not use the session; it may only destroy it, and no completion runs there.
+/// process must not use the session; it may only destroy it, and no completion runs there. A child that was
+/// forked in a callback must not return from it: the process ends after one line on standard error.
 ///
 /// Exit: the process may exit at any time, on any thread, also in a completion. From then on no completion,
 /// delegate or observer is called, and unfinished tasks are dropped. A callback that is running then has one

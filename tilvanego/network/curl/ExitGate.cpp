@@ -8,6 +8,7 @@
 #include <pthread.h>
 
 #include <tilvanego/network/curl/SessionLoop.h>
+#include <tilvanego/platform/FatalError.h>
 
 namespace tilvanego::detail {
 namespace {
@@ -128,7 +129,16 @@ void ExitGate::leaveForLastHostCode(CURLM* waiting) {
   leaveForHostCode(lock);
 }
 
+// The mutex is locked for ever in a child, and its connections are the parent's.
+void ExitGate::requireOwnProcess() const {
+  if (isOfProcess()) return;
+  detail::wrongUse(
+      "A forked child has returned from a callback of its parent's request; in a callback, call only exec or "
+      "_exit in the child.");
+}
+
 void ExitGate::endHostCode() {
+  requireOwnProcess();
   --callbacksOfThread;
   const std::lock_guard held(mutex_);
   --inHostCode_;
@@ -160,6 +170,7 @@ void ExitGate::leaveForHostCode(std::unique_lock<std::mutex>& lock) {
 }
 
 void ExitGate::comeBackFromHostCode() {
+  requireOwnProcess();
   --callbacksOfThread;
   std::unique_lock lock(mutex_);
   --inHostCode_;

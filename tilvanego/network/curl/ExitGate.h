@@ -50,7 +50,7 @@ class ExitGate {
   }
   void leave();
   /// Runs a callback of the host outside the gate, because it may exit the process or wait for a thread that
-  /// does. `call` must not throw.
+  /// does. `call` must not throw. Ends a forked child that returns from it.
   template <typename Call>
   void runHostCode(Call&& call) {
     leaveForHostCode();
@@ -100,6 +100,7 @@ class ExitGate {
   void comeBackFromHostCode();
   void leaveForLastHostCode(CURLM* waiting);
   void endHostCode();
+  void requireOwnProcess() const;
   void stepAside();
   void wakeAll();
   static void registerAtExit();
