@@ -6,6 +6,7 @@
 #include <concepts>
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 #include <tilvanego/http_client/RequestTask.h>
 
@@ -60,8 +61,8 @@ class BuilderBlock {
   template <typename Construct>
   [[nodiscard]] static std::shared_ptr<Kind> make(Construct construct) {
     auto& block = *new BuilderBlock;
-    const auto task = std::allocate_shared<RequestTask>(Allocator<RequestTask, RequestTask>(block));
-    return construct(Allocator<Kind, Kind>(block), task);
+    auto task = std::allocate_shared<RequestTask>(Allocator<RequestTask, RequestTask>(block));
+    return construct(Allocator<Kind, Kind>(block), std::move(task));
   }
 
  private:
@@ -78,7 +79,8 @@ class BuilderBlock {
   }
 
   void leave() noexcept {
-    if (users_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+    const bool isLast = users_.load(std::memory_order_acquire) == 1;
+    if (isLast || users_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
 
   /// The rooms in use.

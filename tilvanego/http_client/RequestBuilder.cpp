@@ -101,7 +101,7 @@ RequestBuilder::RequestBuilder(Construction construction)
     : parameters(std::move(construction.arguments_.parameters)),
       method(std::move(construction.arguments_.method)),
       URLString(std::move(construction.arguments_.URLString)),
-      requestTask(construction.task_),
+      requestTask(std::move(construction.task_)),
       requiresAuthentication(construction.arguments_.requiresAuthentication),
       apiConfiguration(std::move(construction.arguments_.apiConfiguration)),
       bodyType(construction.bodyType_),

@@ -66,27 +66,33 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
   /// so every builder is created by `make`.
   class Construction {
     friend class RequestBuilder;
-    Construction(const BodyType& type, RequestBuilderArguments& given,
-                 const std::shared_ptr<RequestTask>& task)
+    Construction(const BodyType& type, RequestBuilderArguments& given, std::shared_ptr<RequestTask>& task)
         : bodyType_(type), arguments_(given), task_(task) {}
     const BodyType& bodyType_;
     RequestBuilderArguments& arguments_;
-    const std::shared_ptr<RequestTask>& task_;
+    std::shared_ptr<RequestTask>& task_;
   };
 
   /// Creates a builder of the class `Kind`, whose constructor takes a `Construction` and then the extra
   /// arguments. Then calls its `addHeaders` with the configuration's custom headers, which override the given
   /// ones, and its `addCredential`.
   template <std::derived_from<RequestBuilder> Kind, typename... Extra>
-  [[nodiscard]] static std::shared_ptr<Kind> make(const BodyType& bodyType, RequestBuilderArguments arguments,
-                                                  Extra&&... extra) {
-    auto builder = detail::BuilderBlock<Kind>::make(
-        [&](const auto& allocator, const std::shared_ptr<RequestTask>& task) {
+  [[nodiscard]] static std::shared_ptr<Kind> make(const BodyType& bodyType,
+                                                  RequestBuilderArguments&& arguments, Extra&&... extra) {
+    auto builder =
+        detail::BuilderBlock<Kind>::make([&](const auto& allocator, std::shared_ptr<RequestTask> task) {
           return std::allocate_shared<Kind>(allocator, Construction(bodyType, arguments, task),
                                             std::forward<Extra>(extra)...);
         });
     static_cast<RequestBuilder&>(*builder).takeFromConfiguration();
     return builder;
+  }
+  /// The same with a copy of the arguments.
+  template <std::derived_from<RequestBuilder> Kind, typename... Extra>
+  [[nodiscard]] static std::shared_ptr<Kind> make(const BodyType& bodyType,
+                                                  const RequestBuilderArguments& arguments,
+                                                  Extra&&... extra) {
+    return make<Kind>(bodyType, RequestBuilderArguments(arguments), std::forward<Extra>(extra)...);
   }
 
   explicit RequestBuilder(Construction construction);
