@@ -31,4 +31,4 @@ using Body = Picture;
 
 const tilvanego::BodyType& bodyType = tilvanego::bodyTypeOf<Body>();
 
-template tilvanego::RequestBuilderOf<Body> tilvanego::makeRequestBuilder<Body>(RequestBuilderArguments);
+template tilvanego::RequestBuilderOf<Body> tilvanego::makeRequestBuilder<Body>(RequestBuilderArguments&&);

@@ -8,9 +8,9 @@
 
 namespace [[gnu::visibility("default")]] tilvanego {
 
-/// Creates a builder of one class.
-using RequestBuilderKind = std::function<std::shared_ptr<RequestBuilder>(const BodyType& bodyType,
-                                                                         RequestBuilderArguments arguments)>;
+/// Creates a builder of one class, which takes the arguments over.
+using RequestBuilderKind = std::function<std::shared_ptr<RequestBuilder>(
+    const BodyType& bodyType, RequestBuilderArguments&& arguments)>;
 
 /// Returns a function that creates builders of the class `Kind`.
 template <std::derived_from<RequestBuilder> Kind>

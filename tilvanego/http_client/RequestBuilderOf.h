@@ -138,7 +138,7 @@ class RequestBuilderOf {
 
 /// Creates a builder of the class that the configuration's factory chooses for T. Sends nothing.
 template <std::copy_constructible T>
-[[nodiscard]] RequestBuilderOf<T> makeRequestBuilder(RequestBuilderArguments arguments) {
+[[nodiscard]] RequestBuilderOf<T> makeRequestBuilder(RequestBuilderArguments&& arguments) {
   const BodyType& bodyType = bodyTypeOf<T>();
   const auto factory = arguments.apiConfiguration->requestBuilderFactory();
   const bool decodable =
@@ -146,6 +146,11 @@ template <std::copy_constructible T>
   const RequestBuilderKind kind =
       decodable ? factory->getBuilder(bodyType) : factory->getNonDecodableBuilder(bodyType);
   return RequestBuilderOf<T>(kind(bodyType, std::move(arguments)));
+}
+/// The same with a copy of the arguments.
+template <std::copy_constructible T>
+[[nodiscard]] RequestBuilderOf<T> makeRequestBuilder(const RequestBuilderArguments& arguments) {
+  return makeRequestBuilder<T>(RequestBuilderArguments(arguments));
 }
 
 }  // namespace tilvanego

@@ -40,6 +40,11 @@ void HTTPHeaders::setValue(std::string_view name, std::string value) {
   }
 }
 
+void HTTPHeaders::addIfAbsent(std::string_view name, std::string_view value) {
+  const auto* found = find(name);
+  if (found == fields_.end()) fields_.emplace(found, std::string(name), std::string(value));
+}
+
 void HTTPHeaders::addValue(std::string_view name, std::string value) {
   if (const auto former = this->value(name)) value = std::string(*former) + ", " + value;
   setValue(name, std::move(value));

@@ -33,6 +33,8 @@ class HTTPHeaders {
   [[nodiscard]] std::optional<std::string_view> value(std::string_view name) const TILVANEGO_LIFETIMEBOUND;
   /// Replaces the field's value, or adds the field at the end.
   void setValue(std::string_view name, std::string value);
+  /// Adds the field at the end unless there is one.
+  void addIfAbsent(std::string_view name, std::string_view value);
   /// Appends ", " and the value to the field's value (RFC 9110, section 5.3), or adds the field at the end.
   void addValue(std::string_view name, std::string value);
   /// Removes the field if there is one.

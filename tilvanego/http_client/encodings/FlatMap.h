@@ -64,10 +64,15 @@ class FlatMap {
     return begin() + (std::as_const(*this).find(key) - std::as_const(*this).begin());
   }
   [[nodiscard]] const_iterator find(std::string_view key) const TILVANEGO_LIFETIMEBOUND {
+    // Of a few, mostly the length tells that a key is another one.
+    if (size() <= few) {
+      return std::ranges::find_if(begin(), end(),
+                                  [&](const value_type& entry) { return entry.first == key; });
+    }
     const auto place = placeOf(key);
     return isAt(place, key) ? place : end();
   }
-  [[nodiscard]] bool contains(std::string_view key) const { return isAt(placeOf(key), key); }
+  [[nodiscard]] bool contains(std::string_view key) const { return find(key) != end(); }
   [[nodiscard]] std::size_t count(std::string_view key) const { return contains(key) ? 1 : 0; }
   /// Throws `std::out_of_range` if there is no such key.
   [[nodiscard]] const Value& at(std::string_view key) const TILVANEGO_LIFETIMEBOUND {
@@ -165,6 +170,7 @@ class FlatMap {
     if (left.empty() || right.empty() || left.front() == right.front()) return left < right;
     return static_cast<unsigned char>(left.front()) < static_cast<unsigned char>(right.front());
   }
+  static constexpr std::size_t few = 4;
   bool isAt(const_iterator place, std::string_view key) const {
     return place != end() && place->first == key;
   }

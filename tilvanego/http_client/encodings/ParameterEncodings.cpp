@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <tilvanego/http_client/encodings/APIHelper.h>
@@ -17,11 +18,8 @@
 namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
-constexpr const char* bytesName = "jsonData";
-
-void setTypeUnlessGiven(URLRequest& request, const char* type) {
-  if (!request.headers.value("Content-Type")) request.headers.setValue("Content-Type", type);
-}
+constexpr std::string_view bytesName = "jsonData";
+constexpr std::string_view typeName = "Content-Type";
 
 std::optional<URL> withoutQuery(const URL& url) {
   const auto query = url.encodedQuery();
@@ -110,7 +108,7 @@ std::expected<URLRequest, Failure> URLEncoding::encode(URLRequest request,
 std::expected<URLRequest, Failure> FormURLEncoding::encode(
     URLRequest request, const std::optional<Parameters>& parameters) const {
   const auto items = APIHelper::mapValuesToQueryItems(parameters.value_or(Parameters()));
-  setTypeUnlessGiven(request, "application/x-www-form-urlencoded");
+  request.headers.addIfAbsent(typeName, "application/x-www-form-urlencoded");
   request.httpBody = items ? std::optional(Data(formText(*items))) : std::nullopt;
   return request;
 }
@@ -122,7 +120,7 @@ std::expected<URLRequest, Failure> JSONDataEncoding::encode(
   if (entry == parameters->end()) return request;
   const Data* const bytes = entry->second.as<Data>();
   if (bytes == nullptr || bytes->empty()) return request;
-  setTypeUnlessGiven(request, "application/json");
+  request.headers.addIfAbsent(typeName, "application/json");
   request.httpBody = *bytes;
   return request;
 }
@@ -142,7 +140,7 @@ std::expected<URLRequest, Failure> OctetStreamEncoding::encode(
   if (body == parameters->end()) return request;
   auto bytes = bytesOf(body->second);
   if (!bytes) return std::unexpected(std::move(bytes.error()));
-  setTypeUnlessGiven(request, "application/octet-stream");
+  request.headers.addIfAbsent(typeName, "application/octet-stream");
   request.httpBody = std::move(*bytes);
   return request;
 }
