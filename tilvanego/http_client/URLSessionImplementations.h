@@ -81,7 +81,9 @@ struct URLSessionExchange {
 ///
 /// `send` runs all of this on the calling thread, the completion included, and doesn't use the queue. Two
 /// things may be elsewhere: what an interceptor does on another thread, and the work of a session that can't
-/// send on the calling thread, which then waits.
+/// send on the calling thread, which then waits. A derived class whose `execute` passes on another completion
+/// than the one that it gets is like any other builder class: `send` waits for its completion to run as in
+/// the table.
 ///
 /// An exception of a callback, and a lack of memory, become the cause of such a failure, an
 /// `ExceptionFailure`. `execute` itself throws only `std::bad_alloc`, before it does anything. If the queue
