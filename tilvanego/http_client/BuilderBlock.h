@@ -56,8 +56,8 @@ class BuilderBlock {
   };
 
  public:
-  /// Creates the handle, and the builder by `construct`, which gets an allocator for the builder and the
-  /// handle, and calls `std::allocate_shared`.
+  /// Creates the handle, and then the builder by `construct(allocator, handle)`, which must create it with
+  /// that allocator by `std::allocate_shared`.
   template <typename Construct>
   [[nodiscard]] static std::shared_ptr<Kind> make(Construct construct) {
     auto& block = *new BuilderBlock;

@@ -24,6 +24,7 @@ class SynchronizedDictionary {
     });
   }
 
+  /// Takes no lock: what another thread is changing meanwhile may not be seen yet.
   [[nodiscard]] bool isEmpty() const { return isEmpty_.load(std::memory_order_relaxed); }
 
   /// Sets the value of the key; `std::nullopt` removes the key. The former value is destroyed without the

@@ -30,8 +30,8 @@ namespace [[gnu::visibility("default")]] tilvanego {
 /// enumeration, or a collection of these. Converts implicitly from such C++ values. A pointer other than
 /// `const char*` doesn't compile, so that it can't become a bool.
 ///
-/// Immutable. Copies share bytes and collections, and may be used on different threads. A moved-from value is
-/// valid, but which one it is isn't said.
+/// Immutable. Copies share bytes and collections, and may be used on different threads. A moved-from object
+/// may still be read, but holds an unspecified value.
 class AnyValue {
  public:
   /// The raw text of an enumeration.
