@@ -10,7 +10,9 @@ namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 bool isNamed(const HTTPHeaders::Field& field, std::string_view name) {
-  return field.name.size() == name.size() && detail::equalIgnoringASCIICase(field.name, name);
+  if (field.name.size() != name.size()) return false;
+  // Mostly in the same case.
+  return field.name == name || detail::equalIgnoringASCIICase(field.name, name);
 }
 
 }  // namespace

@@ -97,6 +97,20 @@ void ResponseHead::startOver() {
   length_.reset();
 }
 
+Data Body::take() {
+  const bool isSmall = bytes_.size() <= smallSize;
+  Data taken = isSmall ? Data(std::string_view(reinterpret_cast<const char*>(bytes_.data()), bytes_.size()))
+                       : Data(std::move(bytes_));
+  clear();
+  return taken;
+}
+
+void Body::clear() {
+  expected_ = 0;
+  if (bytes_.capacity() > smallSize) bytes_ = {};
+  bytes_.clear();
+}
+
 std::optional<ContentCoding> contentCodingOf(std::string_view field) {
   std::optional<ContentCoding> found;
   while (!field.empty()) {

@@ -12,6 +12,7 @@
 #include <zlib.h>
 
 #include <tilvanego/values/Bytes.h>
+#include <tilvanego/values/Data.h>
 #include <tilvanego/values/Lifetime.h>
 
 namespace tilvanego::detail {
@@ -82,9 +83,14 @@ class Body {
 
   [[nodiscard]] std::size_t size() const { return bytes_.size(); }
   /// Returns the bytes and clears this object.
-  [[nodiscard]] Bytes take() { return std::exchange(*this, {}).bytes_; }
+  [[nodiscard]] Data take();
+  /// Keeps the memory of a small body for the next one.
+  void clear();
 
  private:
+  /// Up to this size a copy costs less than memory of its own.
+  static constexpr std::size_t smallSize = std::size_t{16} * 1024;
+
   Bytes bytes_;
   std::size_t expected_ = 0;
 };

@@ -1,21 +1,37 @@
 #include <tilvanego/network/curl/OutgoingHeaders.h>
 
+#include <array>
+
 #include <tilvanego/network/FieldSyntax.h>
 #include <tilvanego/values/ASCII.h>
 #include <tilvanego/values/Wiping.h>
 
 namespace tilvanego::detail {
+namespace {
+
+/// The list of a request without fields of its own. libcurl changes no list.
+curl_slist* plainList() {
+  static constinit auto line = std::to_array("Accept-Encoding: gzip");
+  static constinit curl_slist list{line.data(), nullptr};
+  return &list;
+}
+
+}  // namespace
 
 OutgoingHeaders::~OutgoingHeaders() { wipe(text_); }
 
 void OutgoingHeaders::clear() {
+  isPlain_ = false;
+  if (starts_.empty()) return;
   wipe(text_);
   starts_.clear();
   nodes_.clear();
 }
 
-void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const CredentialField& credential) {
+void OutgoingHeaders::set(const HTTPHeaders& fields, OutgoingBody body, const CredentialField& credential) {
   clear();
+  isPlain_ = fields.empty() && body == OutgoingBody::none && credential.value.empty();
+  if (isPlain_) return;
   // Not by libcurl's option, which costs more, and fails a response with a coding that libcurl doesn't know.
   // Every server that compresses supports gzip; further codings would only make requests longer.
   if (!fields.value("Accept-Encoding")) add("Accept-Encoding", "gzip");
@@ -29,10 +45,8 @@ void OutgoingHeaders::set(const HTTPHeaders& fields, bool withBody, const Creden
     add(name, trimmedField(value));
   }
   if (!credential.value.empty()) add(credential.name, credential.value);
-  if (withBody) {
-    if (!fields.value("Content-Type")) suppress("Content-Type");
-    if (!fields.value("Expect")) suppress("Expect");
-  }
+  if (body != OutgoingBody::none && !fields.value("Content-Type")) suppress("Content-Type");
+  if (body == OutgoingBody::any && !fields.value("Expect")) suppress("Expect");
   link();
 }
 
@@ -40,6 +54,11 @@ void OutgoingHeaders::set(const CredentialField& credential) {
   clear();
   add(credential.name, credential.value);
   link();
+}
+
+curl_slist* OutgoingHeaders::list() {
+  if (isPlain_) return plainList();
+  return nodes_.empty() ? nullptr : nodes_.data();
 }
 
 void OutgoingHeaders::link() {

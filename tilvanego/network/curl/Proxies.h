@@ -30,6 +30,7 @@ struct Proxies {
 
   /// Returns the proxies of the configuration, or those of the environment if it has no value.
   [[nodiscard]] static Proxies from(const std::optional<std::string>& configured);
+  [[nodiscard]] bool areNone() const { return forHTTP.url.empty() && forHTTPS.url.empty(); }
   [[nodiscard]] const Proxy& forScheme(bool secure) const { return secure ? forHTTPS : forHTTP; }
 };
 

@@ -105,7 +105,7 @@ std::shared_ptr<SessionTask> Transfer::end() {
   serverAuthorization_.reset();
   proxyAuthorization_.reset();
   spacesWithCredential_.clear();
-  body_ = {};
+  body_.clear();
   request_ = nullptr;
   task_->transfer = nullptr;
   return std::exchange(task_, nullptr);
@@ -123,10 +123,11 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) try {
   if (result != CURLE_OK) return failed(failureOf(result));
 
   // libcurl reports success for an incomplete head, and for an interim response without a final one.
-  if (!head_.isComplete() || statusCode() < 200) {
+  const int status = statusCode();
+  if (!head_.isComplete() || status < 200) {
     return failed(Code::networkConnectionLost, "the connection ended inside the answer's head");
   }
-  const auto goesOn = prepareNextRequest(statusCode());
+  const auto goesOn = prepareNextRequest(status);
   if (!goesOn) return failed(goesOn.error());
   if (*goesOn) return std::nullopt;
   if (isBodyBroken_) return failed(Code::badServerResponse, brokenBody);
@@ -138,8 +139,8 @@ std::optional<Outcome> Transfer::conclude(CURLcode result) try {
   if (streams_ && !finishStream()) return failedByStream();
   const auto units = outgoingUnits() + static_cast<std::int64_t>(receivedSize());
   report(units, units);
-  auto response = takeResponse();
-  return Outcome{.data = body_.size() > 0 ? Data(body_.take()) : Data(), .response = std::move(response)};
+  auto response = takeResponse(status);
+  return Outcome{.data = body_.take(), .response = std::move(response)};
 } catch (const std::exception&) {
   return Outcome::outOfMemory();
 }
@@ -151,15 +152,15 @@ Outcome Transfer::failed(TransportError::Code code, const char* message) try {
 }
 
 Outcome Transfer::failedByStream() {
-  return {.response = head_.isComplete() ? takeResponse() : nullptr, .error = *std::move(streamFailure_)};
+  return {.response = head_.isComplete() ? takeResponse(statusCode()) : nullptr,
+          .error = *std::move(streamFailure_)};
 }
 
 Outcome Transfer::failed(TransportError error) {
-  return {.response = head_.isComplete() ? takeResponse() : nullptr, .error = std::move(error)};
+  return {.response = head_.isComplete() ? takeResponse(statusCode()) : nullptr, .error = std::move(error)};
 }
 
-URLResponsePointer Transfer::takeResponse() {
-  const int status = statusCode();
+URLResponsePointer Transfer::takeResponse(int status) {
   // Only a proxy has responded, or only an interim response came.
   if (status < 200) return nullptr;
   auto response =
@@ -169,15 +170,15 @@ URLResponsePointer Transfer::takeResponse() {
   return response;
 }
 
-// The status of a proxy that has refused a tunnel; 0 until its head is complete, and without such a proxy.
 int Transfer::statusCode() const {
   long status = 0;
   curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
   return static_cast<int>(status);
 }
 
+// The status of a proxy that has refused a tunnel; 0 until its head is complete, and without such a proxy.
 long Transfer::tunnelStatus() const {
-  if (!head_.isComplete()) return 0;
+  if (!head_.isComplete() || settings_.proxies.areNone()) return 0;
   long status = 0;
   curl_easy_getinfo(handle(), CURLINFO_HTTP_CONNECTCODE, &status);
   return status >= 300 ? status : 0;

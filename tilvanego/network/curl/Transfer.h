@@ -152,7 +152,7 @@ class Transfer {
 
   void takeHandle(bool fresh);
   void renewHandle();
-  [[nodiscard]] bool isOrdinary() const;
+  [[nodiscard]] bool sendsOrdinary() const;
   [[nodiscard]] bool isHandleUsable(CURLcode result) const;
   void noteHeadLine(std::string_view line);
   [[nodiscard]] bool passFirstField(std::string_view piece);
@@ -160,13 +160,15 @@ class Transfer {
   void measure();
   enum class Connection { any, fresh };
   void prepare(Connection connection = Connection::any);
+  template <typename Value>
+  void setAnew(CURLoption option, Value value, Value& former);
   void setMethodAndBody();
   void setLongHead(std::size_t size);
   void setTarget();
   void setURL(const std::string& text);
   void setTimeout();
   void setEnd();
-  void setHeaders(bool announcesBody);
+  void setHeaders(OutgoingBody body);
   void setProxy();
   [[nodiscard]] std::string wholeTarget() const;
   void touch() noexcept;
@@ -209,7 +211,7 @@ class Transfer {
   [[nodiscard]] std::optional<URLCredential> credentialFor(const URLAuthenticationChallenge& challenge) const;
   [[nodiscard]] std::optional<URLCredential> proposedCredential(
       const URLAuthenticationChallenge& challenge) const;
-  [[nodiscard]] URLResponsePointer takeResponse();
+  [[nodiscard]] URLResponsePointer takeResponse(int status);
   [[nodiscard]] int statusCode() const;
   [[nodiscard]] long tunnelStatus() const;
   [[nodiscard]] TransportError failureOf(CURLcode result) const;
@@ -221,20 +223,28 @@ class Transfer {
   std::unique_ptr<CURLU, Release<curl_url_cleanup>> url_{curl_url()};
   /// The text of it; empty if there is none.
   std::string urlText_;
-  /// The handle has it.
-  bool isURLSet_ = false;
   /// The data that the handles of a session share, such as cookies.
   CURLSH* const share_;
   std::unique_ptr<CURL, Release<curl_easy_cleanup>> handle_;
-  /// Whether another request may take the handle.
+  /// Whether another request may take the handle, and whether the present one is of that kind.
   bool isHandleClean_ = false;
+  bool isOrdinary_ = false;
   /// The task has sent a request by the handle.
   bool isHandleUsed_ = false;
-  /// What the handle is set to.
-  bool sendsCookies_ = false;
-  bool avoidsProxies_ = false;
-  bool hasBody_ = false;
-  std::string customMethod_;
+  /// What the handle is set to, as far as the next request may keep it.
+  struct HandleSettings {
+    bool hasURL = false;
+    bool sendsCookies = false;
+    bool avoidsProxies = false;
+    /// Of the option that is set, in static storage: a request of another method has a custom one too.
+    std::string_view method{};
+    std::string customMethod{};
+    /// Of `OutgoingHeaders`, which may have other fields at the same place.
+    curl_slist* fields = nullptr;
+    long waitsForPipe = -1;
+    long connectTimeout = -1;
+  };
+  HandleSettings handleSettings_;
   OutgoingHeaders headers_;
   OutgoingHeaders proxyHeaders_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};

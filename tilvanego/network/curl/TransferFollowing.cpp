@@ -106,8 +106,9 @@ void Transfer::answerAhead(bool fromProxy) {
 
 void Transfer::rememberAnswer(bool fromProxy) {
   const auto& authorization = fromProxy ? proxyAuthorization_ : serverAuthorization_;
+  if (!settings_.answered || !authorization) return;
   URLProtectionSpace server;
-  if (!settings_.answered || !authorization || !nameServer(server, fromProxy)) return;
+  if (!nameServer(server, fromProxy)) return;
   settings_.answered->remember(server, guardedPath(fromProxy), authorization->inUse());
 }
 

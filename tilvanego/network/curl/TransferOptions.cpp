@@ -36,11 +36,15 @@ void set(CURL* handle, CURLoption option, Value value) {
 
 }  // namespace
 
+template <typename Value>
+void Transfer::setAnew(CURLoption option, Value value, Value& former) {
+  if (std::exchange(former, value) != value) set(handle(), option, value);
+}
+
 bool TransferSettings::allowUsedHandles() const {
   // `passFirstField` was examined for 7.88 only.
   const bool isSafe = curlVersion() >= knowsFirstField || curlVersion() >> 8U == 0x0758;
-  return isSafe && proxies.forHTTP.url.empty() && proxies.forHTTPS.url.empty() && tls &&
-         tls->privateKey.empty();
+  return isSafe && proxies.areNone() && tls && tls->privateKey.empty();
 }
 
 void Transfer::measure() {
@@ -49,7 +53,7 @@ void Transfer::measure() {
 
 // Whether the request sets only options that each request sets anew. A field "Host" decides which cookies
 // libcurl up to 8.0 sends with all further requests.
-bool Transfer::isOrdinary() const {
+bool Transfer::sendsOrdinary() const {
   const auto& headers = request_->headers;
   return settings_.allowUsedHandles() && !request_->bodySource &&
          (!request_->httpBody || request_->httpBody->size() <= followedBodySize) &&
@@ -63,13 +67,14 @@ bool Transfer::isOrdinary() const {
 // Called when the request has ended.
 bool Transfer::isHandleUsable(CURLcode result) const {
   return result == CURLE_OK && sends_ == 1 && connection_ == Connection::any && head_.isComplete() &&
-         isOrdinary();
+         isOrdinary_;
 }
 
 void Transfer::takeHandle(bool fresh) {
   measure();
   if (measuring_) measuring_->noteTry();
-  if (fresh || !isHandleClean_ || !isOrdinary()) renewHandle();
+  isOrdinary_ = sendsOrdinary();
+  if (fresh || !isHandleClean_ || !isOrdinary_) renewHandle();
   isHandleUsed_ = true;
   isHandleClean_ = false;
   firstField_ = curlVersion() < knowsFirstField ? FirstField::awaited : FirstField::stored;
@@ -78,11 +83,7 @@ void Transfer::takeHandle(bool fresh) {
 void Transfer::renewHandle() {
   handle_.reset(curl_easy_init());
   if (!handle_) throw std::bad_alloc();
-  sendsCookies_ = false;
-  avoidsProxies_ = false;
-  hasBody_ = false;
-  customMethod_.clear();
-  isURLSet_ = false;
+  handleSettings_ = {};
   CURL* const curl = handle();
   set(curl, CURLOPT_PRIVATE, static_cast<void*>(this));
   set(curl, CURLOPT_ERRORBUFFER, errorText_.data());
@@ -131,7 +132,7 @@ void Transfer::prepare(Connection connection) {
   remotePort_ = 0;
   isConnectionStale_ = false;
   head_.clear();
-  body_ = {};
+  body_.clear();
   decoder_.reset();
   isBodyBroken_ = false;
   bodyBegun_ = false;
@@ -162,7 +163,7 @@ void Transfer::setTarget() {
   }
   setProxy();
   // Only with TLS can a connection carry several requests at once; otherwise waiting for it costs time.
-  set(handle(), CURLOPT_PIPEWAIT, isSecure(url) ? 1L : 0L);
+  setAnew(CURLOPT_PIPEWAIT, isSecure(url) ? 1L : 0L, handleSettings_.waitsForPipe);
 }
 
 void Transfer::setProxy() {
@@ -170,7 +171,7 @@ void Transfer::setProxy() {
   const auto& proxy = settings_.proxies.forScheme(secure);
   if (proxy.url.empty()) {
     // No host has one: so libcurl doesn't look for one in the environment.
-    if (!std::exchange(avoidsProxies_, true)) set(handle(), CURLOPT_NOPROXY, "*");
+    if (!std::exchange(handleSettings_.avoidsProxies, true)) set(handle(), CURLOPT_NOPROXY, "*");
     return;
   }
   set(handle(), CURLOPT_PROXY, proxy.url.c_str());
@@ -208,13 +209,14 @@ void Transfer::setURL(const std::string& text) {
     const bool isRead =
         url_ && curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK;
     urlText_ = isRead ? text : "";
-    isURLSet_ = false;
+    handleSettings_.hasURL = false;
   }
-  if (isURLSet_) return;
-  isURLSet_ = !urlText_.empty();
+  if (handleSettings_.hasURL) return;
+  const bool isRead = !urlText_.empty();
+  handleSettings_.hasURL = isRead;
   // libcurl creates the error for a text that it can't read. No text may be left from the request before.
-  set(handle(), CURLOPT_URL, isURLSet_ ? nullptr : text.c_str());
-  set(handle(), CURLOPT_CURLU, isURLSet_ ? url_.get() : nullptr);
+  set(handle(), CURLOPT_URL, isRead ? nullptr : text.c_str());
+  set(handle(), CURLOPT_CURLU, isRead ? url_.get() : nullptr);
 }
 
 void Transfer::setMethodAndBody() {
@@ -240,21 +242,22 @@ void Transfer::setMethodAndBody() {
     // Not copied: the task holds the body as long as the transfer runs.
     set(handle(), CURLOPT_POSTFIELDS, size > 0 ? request_->httpBody->text().data() : "");
   } else {
-    // The body of the request before.
-    if (hasBody_) set(handle(), CURLOPT_POSTFIELDS, nullptr);
     standard = method == "HEAD" ? "HEAD" : "GET";
-    set(handle(), method == "HEAD" ? CURLOPT_NOBODY : CURLOPT_HTTPGET, 1L);
+    if (handleSettings_.method != standard) {
+      // The body of the request before.
+      if (handleSettings_.method.starts_with('P')) set(handle(), CURLOPT_POSTFIELDS, nullptr);
+      set(handle(), method == "HEAD" ? CURLOPT_NOBODY : CURLOPT_HTTPGET, 1L);
+    }
   }
-  hasBody_ = announcesBody;
+  handleSettings_.method = standard;
 
   const std::string_view custom = method == standard ? std::string_view() : method;
-  if (custom != customMethod_) {
-    customMethod_ = custom;
-    set(handle(), CURLOPT_CUSTOMREQUEST, custom.empty() ? nullptr : customMethod_.c_str());
+  if (custom != handleSettings_.customMethod) {
+    handleSettings_.customMethod = custom;
+    set(handle(), CURLOPT_CUSTOMREQUEST, custom.empty() ? nullptr : handleSettings_.customMethod.c_str());
   }
-  setHeaders(announcesBody);
-
   followsUpload_ = hasSource || size > followedBodySize;
+  setHeaders(followsUpload_ ? OutgoingBody::any : announcesBody ? OutgoingBody::small : OutgoingBody::none);
   expectsContinue_ = request_->headers.value("Expect").has_value();
   if (followsUpload_) {
     set(handle(), CURLOPT_NOPROGRESS, 0L);
@@ -273,18 +276,19 @@ void Transfer::setLongHead(std::size_t size) {
   set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(size) + longBodyBuffer);
 }
 
-void Transfer::setHeaders(bool announcesBody) {
+void Transfer::setHeaders(OutgoingBody body) {
   // With cookies of the request, those of the session are switched off: libcurl would send them in a second
   // field. The empty file name only enables them.
   const bool usesCookies =
       settings_.configuration.cookies == CookieStorage::inMemory && !request_->headers.value("Cookie");
-  if (usesCookies && !std::exchange(sendsCookies_, true)) set(handle(), CURLOPT_COOKIEFILE, "");
+  if (usesCookies && !std::exchange(handleSettings_.sendsCookies, true))
+    set(handle(), CURLOPT_COOKIEFILE, "");
   std::string value;
   const WipedAtEnd wiped(value);
   if (serverAuthorization_)
     value = serverAuthorization_->field(request_->httpMethod, pathAndQuery(*request_->url));
-  headers_.set(request_->headers, announcesBody, {"Authorization", value});
-  set(handle(), CURLOPT_HTTPHEADER, headers_.list());
+  headers_.set(request_->headers, body, {"Authorization", value});
+  setAnew(CURLOPT_HTTPHEADER, headers_.list(), handleSettings_.fields);
 }
 
 // Sets the latest end of the task, redirects and challenges included.
@@ -302,7 +306,7 @@ void Transfer::setEnd() {
 void Transfer::setTimeout() {
   limit_ = timeoutOf(*request_);
   const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(limit_).count();
-  set(handle(), CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(milliseconds));
+  setAnew(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(milliseconds), handleSettings_.connectTimeout);
 }
 
 bool Transfer::mayUseTLS() const {
