@@ -141,6 +141,8 @@ class URLSession final : public URLSessionProtocol {
   /// failure it gets a `TransportError` and no data, and a response if the head was complete.
   [[nodiscard]] std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
       const URLRequest& request, DataTaskCompletion completionHandler) override;
+  [[nodiscard]] std::shared_ptr<URLSessionDataTaskProtocol> dataTaskForShared(
+      std::shared_ptr<const URLRequest> request, DataTaskCompletion completionHandler) override;
 
  private:
   std::shared_ptr<detail::SessionLoop> loop_;

@@ -8,9 +8,9 @@
 
 namespace tilvanego::detail {
 
-SessionTask::SessionTask(std::shared_ptr<SessionLoop> loop, const URLRequest& request,
+SessionTask::SessionTask(std::shared_ptr<SessionLoop> loop, std::shared_ptr<const URLRequest> request,
                          DataTaskCompletion completion)
-    : loop_(std::move(loop)), request_(request), completion_(std::move(completion)) {}
+    : loop_(std::move(loop)), request_(std::move(request)), completion_(std::move(completion)) {}
 
 void SessionTask::resume() {
   if ((state_.load() & (resumed | cancelled)) == 0) enter(resumed);

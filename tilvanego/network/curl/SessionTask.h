@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 #include <tilvanego/network/URLSessionProtocol.h>
 
@@ -18,7 +17,8 @@ struct Outcome;
 class SessionTask final : public URLSessionDataTaskProtocol,
                           public std::enable_shared_from_this<SessionTask> {
  public:
-  SessionTask(std::shared_ptr<SessionLoop> loop, const URLRequest& request, DataTaskCompletion completion);
+  SessionTask(std::shared_ptr<SessionLoop> loop, std::shared_ptr<const URLRequest> request,
+              DataTaskCompletion completion);
 
   void resume() override;
   void resumeHere() override;
@@ -64,7 +64,7 @@ class SessionTask final : public URLSessionDataTaskProtocol,
   const int identifier_ = ++lastIdentifier;
   std::atomic<std::uint8_t> state_ = 0;
   std::atomic<bool> goesOn_ = false;
-  std::optional<URLRequest> request_;
+  std::shared_ptr<const URLRequest> request_;
   DataTaskCompletion completion_;
 
   /// Created by the first call of `progress()`: most tasks don't need it.

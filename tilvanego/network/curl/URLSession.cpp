@@ -29,7 +29,12 @@ void URLSession::clearCookies() { loop_->clearCookies(); }
 
 std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskFromProtocol(
     const URLRequest& request, DataTaskCompletion completionHandler) {
-  return std::make_shared<detail::SessionTask>(loop_, request, std::move(completionHandler));
+  return dataTaskForShared(std::make_shared<const URLRequest>(request), std::move(completionHandler));
+}
+
+std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskForShared(
+    std::shared_ptr<const URLRequest> request, DataTaskCompletion completionHandler) {
+  return std::make_shared<detail::SessionTask>(loop_, std::move(request), std::move(completionHandler));
 }
 
 }  // namespace tilvanego
