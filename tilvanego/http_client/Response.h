@@ -2,18 +2,17 @@
 
 #include <algorithm>
 #include <any>
-#include <atomic>
 #include <concepts>
 #include <initializer_list>
 #include <iterator>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include <tilvanego/http_client/MadeOnce.h>
 #include <tilvanego/network/TransferMetrics.h>
 #include <tilvanego/network/URLResponse.h>
 #include <tilvanego/values/ASCII.h>
@@ -65,16 +64,19 @@ class ResponseHeader {
   using const_iterator = Map::const_iterator;
 
   ResponseHeader() = default;
-  ResponseHeader(std::initializer_list<value_type> fields) : map_(fields) {}
+  ResponseHeader(std::initializer_list<value_type> fields) : ResponseHeader(Map(fields)) {}
   template <std::input_iterator Iterator>
-  ResponseHeader(Iterator first, Iterator last) : map_(first, last) {}
-  ResponseHeader(Map fields) : map_(std::move(fields)) {}
+  ResponseHeader(Iterator first, Iterator last) : ResponseHeader(Map(first, last)) {}
+  ResponseHeader(Map fields) : map_(std::make_unique<Map>(std::move(fields))) {}
   /// The fields of the response whose values are UTF-8; others are left out. It must not be null.
-  explicit ResponseHeader(std::shared_ptr<const HTTPURLResponse> response)
-      : unread_(std::move(response)), isRead_(false) {}
+  explicit ResponseHeader(std::shared_ptr<const HTTPURLResponse> response) : response_(std::move(response)) {}
   ResponseHeader(const ResponseHeader& other);
-  ResponseHeader(ResponseHeader&& other) noexcept;
-  ResponseHeader& operator=(ResponseHeader other) noexcept;
+  ResponseHeader(ResponseHeader&& other) = default;
+  ResponseHeader& operator=(ResponseHeader other) noexcept {
+    response_ = std::move(other.response_);
+    map_ = std::move(other.map_);
+    return *this;
+  }
   ~ResponseHeader() = default;
 
   operator const Map&() const TILVANEGO_LIFETIMEBOUND { return map(); }
@@ -136,17 +138,14 @@ class ResponseHeader {
  private:
   /// The fields, read if they weren't.
   [[nodiscard]] Map& map() const TILVANEGO_LIFETIMEBOUND {
-    if (!isRead_.load(std::memory_order_acquire)) read();
-    return map_;
+    auto* const read = map_.get();
+    return read ? *read : readFields();
   }
-  void read() const;
+  Map& readFields() const;
 
-  /// Null once it is read.
-  mutable std::shared_ptr<const HTTPURLResponse> unread_;
-  mutable std::mutex reading_;
-  /// False until `map_` is made of `unread_`.
-  mutable std::atomic<bool> isRead_ = true;
-  mutable Map map_;
+  /// Where the fields come from at the first access; null for no fields.
+  std::shared_ptr<const HTTPURLResponse> response_;
+  mutable detail::MadeOnce<Map> map_;
 };
 
 namespace support {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <new>
 
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
@@ -45,37 +46,12 @@ ResponseHeader::Map support::headerTexts(const HTTPURLResponse& response) {
 }
 
 // Another thread may read the other header meanwhile.
-ResponseHeader::ResponseHeader(const ResponseHeader& other) {
-  const std::lock_guard held(other.reading_);
-  isRead_ = other.isRead_.load();
-  if (isRead_) {
-    map_ = other.map_;
-  } else {
-    unread_ = other.unread_;
-  }
+ResponseHeader::ResponseHeader(const ResponseHeader& other) : response_(other.response_) {
+  if (const auto* const read = other.map_.get()) map_.keep(std::make_unique<Map>(*read));
 }
 
-// Nobody else uses an object that is moved or assigned to, so the order of its parts is nobody's concern.
-ResponseHeader::ResponseHeader(ResponseHeader&& other) noexcept
-    : unread_(std::move(other.unread_)),
-      isRead_(other.isRead_.load(std::memory_order_relaxed)),
-      map_(std::move(other.map_)) {
-  other.isRead_.store(true, std::memory_order_relaxed);
-}
-
-ResponseHeader& ResponseHeader::operator=(ResponseHeader other) noexcept {
-  unread_ = std::move(other.unread_);
-  isRead_.store(other.isRead_.load(std::memory_order_relaxed), std::memory_order_relaxed);
-  map_ = std::move(other.map_);
-  return *this;
-}
-
-void ResponseHeader::read() const {
-  const std::lock_guard held(reading_);
-  if (isRead_) return;
-  map_ = support::headerTexts(*unread_);
-  unread_ = nullptr;
-  isRead_.store(true, std::memory_order_release);
+ResponseHeader::Map& ResponseHeader::readFields() const {
+  return map_.keep(std::make_unique<Map>(response_ ? support::headerTexts(*response_) : Map()));
 }
 
 std::string DecodableRequestBuilderError::description() const { return std::visit(Description(), value_); }
