@@ -264,6 +264,39 @@ TEST(Execution, ARequestHasTheBuildersLimitsElseTheConfigurationsAndOneDeadlineF
   }
 }
 
+// From the second send on, a builder keeps what it made of its fields.
+TEST(Execution, EachSendIsWhatANewBuilderWouldSend) {
+  using namespace std::chrono_literals;
+  TestClient client({httpResponse(200)});
+  auto& configuration = *client.configuration;
+  for (const std::string method : {"GET", "PUT"}) {
+    RequestBuilderArguments arguments{.method = method,
+                                      .URLString = "https://host.example/a?b=c",
+                                      .parameters = Parameters{{"body", Data("x")}},
+                                      .headers = {{"Content-Type", "application/octet-stream"}}};
+    const auto builder = client.builder<Empty>(arguments);
+    const std::function<void()> changes[] = {
+        [] {},
+        [] {},
+        [] {},
+        [&] { builder->addHeader("Till", "7"), arguments.headers["Till"] = "7"; },
+        [&] { builder->setLimits(arguments.limits = {.silence = 5s}); },
+        [&] { configuration.setLimits({.largestBody = 100, .followsRedirects = false}); },
+        [&] { configuration.setCustomHeaders({{"Shop", "9"}}); },
+        [&] { configuration.setLimits({}); },
+        [&] { builder->setHeaders({}), arguments.headers = {}; },
+        [&] { configuration.setCustomHeaders({}); }};
+    for (const auto& change : changes) {
+      change();
+      // JSON, without its parameter, once the type is gone.
+      ASSERT_TRUE(client.run(builder)) << method;
+      ASSERT_TRUE(client.run(client.builder<Empty>(arguments))) << method;
+      const auto sent = client.session.session->requests();
+      EXPECT_EQ(sent[sent.size() - 2], sent.back()) << method << " " << &change - changes;
+    }
+  }
+}
+
 TEST(Execution, AWholeCallAllocatesLittle) {
   TestClient client({httpResponse(200, someJSON)});
   client.configuration->setInterceptor(std::make_shared<DefaultOpenAPIInterceptor>());
@@ -295,6 +328,42 @@ TEST(Execution, ManySendsAtOnceEachCompleteOnce) {
   });
   client.finish();
   EXPECT_EQ(completions, 400);
+}
+
+// The one that does nothing isn't called, and every other one is.
+TEST(Interceptor, EachButTheDefaultOneIsAskedAndTold) {
+  using Configuration = OstrelTilvanePoiModelsAPIConfiguration;
+  struct OfTheHost : Configuration {
+    using Configuration::Configuration;
+    std::shared_ptr<OpenAPIInterceptor> interceptor() const override { return own; }
+    std::shared_ptr<OpenAPIInterceptor> own;
+  };
+  const auto none = std::make_shared<DefaultOpenAPIInterceptor>();
+  TestClient client({httpResponse(200)});
+  const auto given = client.interceptor;
+  const auto make = [&]<typename Kind>(Kind*, std::shared_ptr<OpenAPIInterceptor> interceptor) {
+    return std::make_shared<Kind>("", Configuration::Headers(), std::nullopt,
+                                  client.configuration->requestBuilderFactory(), client.queue,
+                                  std::make_shared<CodableHelper>(), StatusCodeRange(), interceptor);
+  };
+  const auto events = [&](const std::shared_ptr<Configuration>& configuration) {
+    client.configuration = configuration;
+    EXPECT_TRUE(client.run<Empty>());
+    return client.interceptor->takeEvents().size() - 1;
+  };
+  Configuration* const plain = nullptr;
+  const auto configuration = make(plain, none);
+  EXPECT_EQ(events(configuration), 0);
+  EXPECT_EQ(events(make(plain, given)), 4);
+  configuration->setInterceptor(given);
+  EXPECT_EQ(events(configuration), 4);
+  configuration->setInterceptor(none);
+  EXPECT_EQ(events(configuration), 0);
+  configuration->updateInterceptor([&](auto& interceptor) { interceptor = given; });
+  EXPECT_EQ(events(configuration), 4);
+  const auto ofTheHost = make(static_cast<OfTheHost*>(nullptr), none);
+  ofTheHost->own = given;
+  EXPECT_EQ(events(ofTheHost), 4);
 }
 
 TEST(Interceptor, AnInterceptorThatAnswersTwiceSendsAndCompletesOnce) {

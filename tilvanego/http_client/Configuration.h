@@ -1,14 +1,13 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include <tilvanego/http_client/MarkedState.h>
 #include <tilvanego/http_client/RequestLimits.h>
 #include <tilvanego/http_client/encodings/FlatMap.h>
-#include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/network/URLCredential.h>
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -110,27 +109,31 @@ class OstrelTilvanePoiModelsAPIConfiguration {
   virtual void setInterceptor(std::shared_ptr<OpenAPIInterceptor> value);
   virtual void updateInterceptor(const std::function<void(std::shared_ptr<OpenAPIInterceptor>&)>& body);
 
+  /// Whether the interceptor is a `DefaultOpenAPIInterceptor`, which builders don't call: it would change
+  /// nothing. May be false for one, such as after `updateInterceptor` or in a class of the host.
+  [[nodiscard]] bool hasDefaultInterceptor() const;
+
   /// The limits of all requests, which a builder may override. None are set at first.
   [[nodiscard]] virtual RequestLimits limits() const;
   virtual void setLimits(RequestLimits value);
   virtual void updateLimits(const std::function<void(RequestLimits&)>& body);
 
  private:
-  enum Mark : unsigned { noMark = 0, customHeadersMark = 1, credentialMark = 2, limitsMark = 4 };
-  template <typename Field>
-  [[nodiscard]] Field read(Field State::* field) const;
-  template <typename Field>
-  [[nodiscard]] Field readMarked(Field State::* field, Mark mark) const;
+  enum Mark : unsigned {
+    noMark = 0,
+    customHeadersMark = 1,
+    credentialMark = 2,
+    limitsMark = 4,
+    /// Of an interceptor that may be another than a `DefaultOpenAPIInterceptor`.
+    interceptorMark = 8,
+    statusMark = 16
+  };
   template <typename Field>
   void write(Field State::* field, Field value, Mark mark = noMark);
   template <typename Field>
   void update(Field State::* field, const std::function<void(Field&)>& body, Mark mark = noMark);
-  void noteSet(Mark mark);
 
-  /// The marks of the fields that may be set. The others are read without the lock: most clients set none.
-  /// Written under the lock.
-  std::atomic<unsigned> _set;
-  OpenAPIMutex<State> _state;
+  detail::MarkedState<State> _state;
 };
 
 }  // namespace tilvanego

@@ -105,9 +105,10 @@ RequestBuilder::RequestBuilder(Construction construction)
       requiresAuthentication(construction.arguments_.requiresAuthentication),
       apiConfiguration(std::move(construction.arguments_.apiConfiguration)),
       bodyType(construction.bodyType_),
-      _state(MutableState{std::nullopt, std::move(construction.arguments_.headers),
-                          construction.arguments_.limits, nullptr, nullptr, nullptr}),
-      _set(hasAny(construction.arguments_.limits) ? unsigned{limitsMark} : 0U) {}
+      _state{(hasAny(construction.arguments_.limits) ? limitsMark : 0U) |
+                 (construction.arguments_.headers.empty() ? 0U : headersMark),
+             MutableState{std::nullopt, std::move(construction.arguments_.headers),
+                          construction.arguments_.limits, nullptr, nullptr, nullptr}} {}
 
 // Not in the constructor, where the virtual functions of the derived class can't be called yet.
 void RequestBuilder::takeFromConfiguration() {
@@ -115,76 +116,58 @@ void RequestBuilder::takeFromConfiguration() {
   addCredential();
 }
 
-template <typename Field>
-Field RequestBuilder::read(Field MutableState::* field, Mark mark) const {
-  if ((_set.load(std::memory_order_relaxed) & mark) == 0) return Field();
-  return _state.withValue([&](const MutableState& state) { return state.*field; });
-}
-
-void RequestBuilder::noteSet(Mark mark) {
-  _set.store(_set.load(std::memory_order_relaxed) | mark, std::memory_order_relaxed);
-}
-
-template <typename Change>
-void RequestBuilder::change(Mark mark, Change&& change) {
-  _state.withValue([&](MutableState& state) {
-    noteSet(mark);
-    std::forward<Change>(change)(state);
-  });
-}
-
 std::optional<URLCredential> RequestBuilder::credential() const {
-  return read(&MutableState::credential, credentialMark);
+  return _state.read(&MutableState::credential, credentialMark);
 }
 void RequestBuilder::setCredential(std::optional<URLCredential> value) {
-  change(credentialMark, [&](MutableState& state) { state.credential = std::move(value); });
+  _state.change(credentialMark, [&](MutableState& state) { state.credential = std::move(value); });
 }
 void RequestBuilder::updateCredential(const std::function<void(std::optional<URLCredential>&)>& body) {
-  if (body) change(credentialMark, [&](MutableState& state) { body(state.credential); });
+  if (body) _state.change(credentialMark, [&](MutableState& state) { body(state.credential); });
 }
 
 RequestBuilder::Headers RequestBuilder::headers() const {
-  return _state.withValue([](const MutableState& state) { return state.headers; });
+  return _state.read(&MutableState::headers, headersMark);
 }
 void RequestBuilder::setHeaders(Headers value) {
-  _state.withValue([&](MutableState& state) { state.headers = std::move(value); });
+  _state.change(headersMark, [&](MutableState& state) { state.headers = std::move(value); });
 }
 void RequestBuilder::updateHeaders(const std::function<void(Headers&)>& body) {
-  if (body) _state.withValue([&](MutableState& state) { body(state.headers); });
+  if (body) _state.change(headersMark, [&](MutableState& state) { body(state.headers); });
 }
 
-RequestLimits RequestBuilder::limits() const { return read(&MutableState::limits, limitsMark); }
+RequestLimits RequestBuilder::limits() const { return _state.read(&MutableState::limits, limitsMark); }
 void RequestBuilder::setLimits(RequestLimits value) {
-  change(limitsMark, [&](MutableState& state) { state.limits = value; });
+  _state.change(limitsMark, [&](MutableState& state) { state.limits = value; });
 }
 
 void RequestBuilder::setBodySource(std::shared_ptr<BodySource> value) {
   // Swapped, so that the former source is destroyed without the lock.
-  change(bodySourceMark, [&](MutableState& state) { state.bodySource.swap(value); });
+  _state.change(bodySourceMark, [&](MutableState& state) { state.bodySource.swap(value); });
 }
 std::shared_ptr<BodySource> RequestBuilder::bodySource() const {
-  return read(&MutableState::bodySource, bodySourceMark);
+  return _state.read(&MutableState::bodySource, bodySourceMark);
 }
 void RequestBuilder::setBodySink(std::shared_ptr<BodySink> value) {
-  change(bodySinkMark, [&](MutableState& state) { state.bodySink.swap(value); });
+  _state.change(bodySinkMark, [&](MutableState& state) { state.bodySink.swap(value); });
 }
 std::shared_ptr<BodySink> RequestBuilder::bodySink() const {
-  return read(&MutableState::bodySink, bodySinkMark);
+  return _state.read(&MutableState::bodySink, bodySinkMark);
 }
 
 RequestBuilder::ProgressReady RequestBuilder::onProgressReady() const {
-  const auto held = read(&MutableState::onProgressReady, onProgressReadyMark);
+  const auto held = _state.read(&MutableState::onProgressReady, onProgressReadyMark);
   return held ? *held : nullptr;
 }
 void RequestBuilder::setOnProgressReady(ProgressReady value) {
   auto shared = std::make_shared<const ProgressReady>(std::move(value));
   // Swapped, so that the former function is destroyed without the lock.
-  change(onProgressReadyMark, [&](MutableState& state) { state.onProgressReady.swap(shared); });
+  _state.change(onProgressReadyMark, [&](MutableState& state) { state.onProgressReady.swap(shared); });
 }
 void RequestBuilder::updateOnProgressReady(const std::function<void(ProgressReady&)>& body) {
   if (!body) return;
   std::shared_ptr<const ProgressReady> former;
-  change(onProgressReadyMark, [&](MutableState& state) {
+  _state.change(onProgressReadyMark, [&](MutableState& state) {
     former = state.onProgressReady;
     auto changed = former ? *former : nullptr;
     body(changed);
@@ -234,13 +217,10 @@ RequestBuilder& RequestBuilder::addHeader(const std::string& name, const std::st
 
 void RequestBuilder::addCredential() {
   // Mostly both have none.
-  const bool isSet = (_set.load(std::memory_order_relaxed) & credentialMark) != 0;
-  if (!isSet && !apiConfiguration->credential()) return;
+  if (!_state.isMarked(credentialMark) && !apiConfiguration->credential()) return;
   // The only place where the client holds two locks: the builder's, then the configuration's.
-  _state.withValue([&](MutableState& state) {
-    state.credential = apiConfiguration->credential();
-    if (state.credential) noteSet(credentialMark);
-  });
+  _state.change(credentialMark,
+                [&](MutableState& state) { state.credential = apiConfiguration->credential(); });
 }
 
 }  // namespace tilvanego

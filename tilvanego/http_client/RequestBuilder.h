@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <concepts>
 #include <cstddef>
 #include <expected>
@@ -16,12 +15,12 @@
 #include <tilvanego/http_client/BuilderBlock.h>
 #include <tilvanego/http_client/Configuration.h>
 #include <tilvanego/http_client/ErrorResponse.h>
+#include <tilvanego/http_client/MarkedState.h>
 #include <tilvanego/http_client/RequestLimits.h>
 #include <tilvanego/http_client/RequestTask.h>
 #include <tilvanego/http_client/Response.h>
 #include <tilvanego/http_client/encodings/AnyValue.h>
 #include <tilvanego/http_client/encodings/FlatMap.h>
-#include <tilvanego/network/OpenAPIMutex.h>
 #include <tilvanego/network/Progress.h>
 #include <tilvanego/network/URLCredential.h>
 
@@ -190,19 +189,12 @@ class RequestBuilder : public std::enable_shared_from_this<RequestBuilder> {
     limitsMark = 2,
     bodySourceMark = 4,
     bodySinkMark = 8,
-    onProgressReadyMark = 16
+    onProgressReadyMark = 16,
+    headersMark = 32
   };
   void takeFromConfiguration();
-  template <typename Field>
-  [[nodiscard]] Field read(Field MutableState::* field, Mark mark) const;
-  template <typename Change>
-  void change(Mark mark, Change&& change);
-  void noteSet(Mark mark);
 
-  OpenAPIMutex<MutableState> _state;
-  /// The marks of the fields that may be set. The others are read without the lock: most requests set none.
-  /// Written under the lock.
-  std::atomic<unsigned> _set = 0;
+  detail::MarkedState<MutableState> _state;
 };
 
 }  // namespace tilvanego

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <any>
+#include <atomic>
 #include <expected>
 #include <filesystem>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <tilvanego/http_client/CachesDirectory.h>
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
 #include <tilvanego/http_client/HTTPMethod.h>
+#include <tilvanego/http_client/MadeOnce.h>
 #include <tilvanego/http_client/OpenAPIInterceptor.h>
 #include <tilvanego/http_client/RequestBuilder.h>
 #include <tilvanego/http_client/RequestBuilderFactory.h>
@@ -174,6 +176,19 @@ class URLSessionRequestBuilder : public RequestBuilder {
   void didFail(const URLSessionExchange& exchange, const std::optional<Data>& data, const Failure& failure);
   void failLater(const URLSessionExchange& exchange, int code, const Failure& failure,
                  const Completion& completion);
+  std::optional<URL> parsedURL();
+
+  /// A request before its encoding, and what it was made of.
+  struct Draft {
+    Headers fields;
+    RequestLimits limits;
+    URLRequest request;
+    [[nodiscard]] bool isFor(HTTPMethod method, const Headers& otherFields,
+                             const RequestLimits& otherLimits) const;
+  };
+  /// The builder's second request, for the further ones.
+  detail::MadeOnce<Draft> draft_;
+  std::atomic<bool> wasBuilt_ = false;
 };
 
 /// Sends a request and decodes the body of its response as the builder's body type: text, a file, nothing,

@@ -4,6 +4,7 @@
 #include <new>
 #include <optional>
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 
 #include <tilvanego/http_client/DecodableRequestBuilderError.h>
@@ -26,6 +27,7 @@ namespace [[gnu::visibility("default")]] tilvanego {
 namespace {
 
 constexpr const char* startOfTask = "URLSessionDataTaskProtocol::resume";
+constexpr const char* didComplete = "OpenAPIInterceptor::didComplete";
 
 detail::WholeCall::Deadline deadlineFromNow(const RequestLimits& limits) {
   // A longer time might have no end in the clock's units.
@@ -42,7 +44,17 @@ std::shared_ptr<const ParameterEncoding> encodingOf() {
   return {std::shared_ptr<void>(), &encoding};
 }
 
+/// Calls `tell` with the interceptor, unless that is the default one, which does nothing.
+template <typename Tell>
+void tellInterceptor(const OstrelTilvanePoiModelsAPIConfiguration& configuration, const char* step,
+                     Tell&& tell) {
+  if (configuration.hasDefaultInterceptor()) return;
+  detail::runListener(step, [&] { std::forward<Tell>(tell)(*configuration.interceptor()); });
+}
+
 void complete(const RequestBuilder::Completion& completion, RequestBuilder::Result&& result) try {
+  // Without the copy that the call of a function object takes.
+  if (const auto* const own = completion.target<detail::CallCompletion>()) return (*own)(std::move(result));
   completion(std::move(result));
 } catch (...) {
   if (detail::isOwnThread()) detail::endForException("the completion of RequestBuilder::execute");
@@ -66,7 +78,11 @@ URLSessionExchange unansweredExchange(const URLRequest& request,
 }
 
 const HTTPURLResponse* httpResponse(const URLSessionExchange& exchange) {
-  return dynamic_cast<const HTTPURLResponse*>(exchange.response.get());
+  const auto* const response = exchange.response.get();
+  // The class is final.
+  return response && typeid(*response) == typeid(HTTPURLResponse)
+             ? static_cast<const HTTPURLResponse*>(response)
+             : nullptr;
 }
 
 }  // namespace
@@ -94,8 +110,7 @@ struct URLSessionRequestBuilder::Try final : detail::BlockingCall::Attempt {
       : builder(std::move(owner)),
         completion(std::move(given)),
         call(whole),
-        built(std::move(request)),
-        exchange{{}, std::move(session), {}, nullptr} {}
+        exchange{std::move(request), std::move(session), {}, nullptr} {}
 
   [[nodiscard]] URLSessionRequestBuilder& steps() const {
     return static_cast<URLSessionRequestBuilder&>(*builder);
@@ -107,8 +122,9 @@ struct URLSessionRequestBuilder::Try final : detail::BlockingCall::Attempt {
   std::shared_ptr<RequestBuilder> builder;
   Completion completion;
   std::shared_ptr<detail::WholeCall> call;
-  /// As the interceptor gets it, and what it made of it.
-  const URLRequest built;
+  /// As the interceptor gets it, if there is one.
+  std::optional<URLRequest> built;
+  /// Doesn't change any more once there is a task.
   URLSessionExchange exchange;
   std::atomic<bool> isFinished = false;
 };
@@ -150,17 +166,18 @@ std::expected<URLRequest, Failure> URLSessionRequestBuilder::build(
 void URLSessionRequestBuilder::intercept(const std::shared_ptr<Try>& attempt,
                                          const std::shared_ptr<RequestBuilder>& builder,
                                          const detail::WholeCall& call) {
+  if (apiConfiguration->hasDefaultInterceptor()) return sendBySession(attempt);
+  const auto& built = attempt->built.emplace(std::move(attempt->exchange.request));
   using Response = std::expected<URLRequest, Failure>;
   const detail::Once<Response> intercepted([own = attempt](Response response) {
     if (response) {
       own->exchange.request = *std::move(response);
       return own->steps().sendBySession(own);
     }
-    own->steps().refuse(own->built, own->exchange.session, response.error(), own->completion);
+    own->steps().refuse(*own->built, own->exchange.session, response.error(), own->completion);
   });
   try {
-    apiConfiguration->interceptor()->intercept(attempt->built, attempt->exchange.session, builder,
-                                               intercepted);
+    apiConfiguration->interceptor()->intercept(built, attempt->exchange.session, builder, intercepted);
   } catch (...) {
     if (!detail::isPending(call, "OpenAPIInterceptor::intercept")) return;
     if (intercepted.isUsed()) {
@@ -203,9 +220,9 @@ void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt
   const auto& urlSession = attempt->exchange.session;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
   try {
-    task = urlSession->dataTaskFromProtocol(
-        request, [own = attempt](std::optional<Data> data, URLResponsePointer response,
-                                 const std::optional<Failure>& error) {
+    task = urlSession->dataTaskForShared(
+        {attempt, &request}, [own = attempt](std::optional<Data> data, URLResponsePointer response,
+                                             const std::optional<Failure>& error) {
           // The session may destroy this function meanwhile.
           const auto held = own;
           finish(*held, std::move(data), std::move(response), error);
@@ -228,9 +245,8 @@ void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt
   requestTask->set(task);
   // Cancelled before there was this task.
   if (call->cancelled) detail::runListener("URLSessionDataTaskProtocol::cancel", [&] { task->cancel(); });
-  detail::runListener("OpenAPIInterceptor::willSendRequest", [&] {
-    apiConfiguration->interceptor()->willSendRequest(request, urlSession, builder);
-  });
+  tellInterceptor(*apiConfiguration, "OpenAPIInterceptor::willSendRequest",
+                  [&](OpenAPIInterceptor& told) { told.willSendRequest(request, urlSession, builder); });
   try {
     if (!call->caller) return task->resume();
     call->caller->start(attempt, task);
@@ -269,9 +285,9 @@ void URLSessionRequestBuilder::finished(const URLSessionExchange& exchange,
                                         const std::shared_ptr<RequestBuilder>& builder,
                                         const std::optional<Failure>& error, const Completion& completion) {
   detail::runListener("URLSessionRequestBuilder::cleanUp", [&] { cleanUp(); });
-  detail::runListener("OpenAPIInterceptor::didReceiveResponse", [&] {
-    apiConfiguration->interceptor()->didReceiveResponse(exchange.request, exchange.session, builder,
-                                                        exchange.data, exchange.response, error);
+  tellInterceptor(*apiConfiguration, "OpenAPIInterceptor::didReceiveResponse", [&](OpenAPIInterceptor& told) {
+    told.didReceiveResponse(exchange.request, exchange.session, builder, exchange.data, exchange.response,
+                            error);
   });
   const auto* response = httpResponse(exchange);
   const int code = error      ? ErrorResponse::transportFailed
@@ -327,10 +343,14 @@ void URLSessionRequestBuilder::succeed(const URLSessionExchange& exchange, const
           ? Result(std::in_place, std::shared_ptr<const HTTPURLResponse>(exchange.response, &response),
                    std::any(), exchange.data)
           : Result(std::in_place, response, std::any(), exchange.data);
+  if (apiConfiguration->hasDefaultInterceptor()) {
+    completed->body = std::move(body);
+    return complete(completion, std::move(completed));
+  }
   std::expected<std::any, Failure> result(std::in_place, std::move(body));
-  detail::runListener("OpenAPIInterceptor::didComplete", [&] {
-    apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, shared_from_this(),
-                                                 exchange.data, exchange.response, result);
+  tellInterceptor(*apiConfiguration, didComplete, [&](OpenAPIInterceptor& told) {
+    told.didComplete(exchange.request, exchange.session, shared_from_this(), exchange.data, exchange.response,
+                     result);
   });
   completed->body = *std::move(result);
   complete(completion, std::move(completed));
@@ -360,9 +380,9 @@ void URLSessionRequestBuilder::failLater(const URLSessionExchange& exchange, int
 
 void URLSessionRequestBuilder::didFail(const URLSessionExchange& exchange, const std::optional<Data>& data,
                                        const Failure& failure) {
-  detail::runListener("OpenAPIInterceptor::didComplete", [&] {
-    apiConfiguration->interceptor()->didComplete(exchange.request, exchange.session, shared_from_this(), data,
-                                                 exchange.response, std::unexpected(failure));
+  tellInterceptor(*apiConfiguration, didComplete, [&](OpenAPIInterceptor& told) {
+    told.didComplete(exchange.request, exchange.session, shared_from_this(), data, exchange.response,
+                     std::unexpected(failure));
   });
 }
 

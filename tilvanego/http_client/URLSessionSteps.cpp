@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -32,22 +33,41 @@ std::optional<std::string> URLSessionRequestBuilder::contentTypeForFormPart(cons
 std::expected<URLRequest, Failure> URLSessionRequestBuilder::createURLRequest(
     const std::shared_ptr<URLSessionProtocol>&, HTTPMethod httpMethod, const ParameterEncoding& encoding,
     const Headers&) {
+  const auto* const draft = draft_.get();
+  auto url = draft ? std::nullopt : parsedURL();
+  if (!draft && !url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
+  const auto given = limits().orElse(apiConfiguration->limits());
+  const Headers fields = buildHeaders();
+  if (draft && draft->isFor(httpMethod, fields, given)) return encoding.encode(draft->request, parameters);
+  URLRequest request;
+  request.url = std::move(url);
+  if (draft) request.url = draft->request.url;
+  request.httpMethod = rawText(httpMethod);
+  // A downloaded file may have any size.
+  if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
+  limit(request, given);
+  // Room for the fields that an encoding and an interceptor add.
+  if (!fields.empty()) request.headers.reserve(fields.size() + 2);
+  for (const auto& [name, value] : fields) request.headers.setValue(name, value);
+  // Most builders send one request.
+  if (!draft && wasBuilt_.exchange(true, std::memory_order_relaxed)) {
+    draft_.keep(std::make_unique<Draft>(fields, given, request));
+  }
+  return encoding.encode(std::move(request), parameters);
+}
+
+bool URLSessionRequestBuilder::Draft::isFor(HTTPMethod method, const Headers& otherFields,
+                                            const RequestLimits& otherLimits) const {
+  return request.httpMethod == rawText(method) && fields == otherFields && limits == otherLimits;
+}
+
+// No value if the text isn't a URL.
+std::optional<URL> URLSessionRequestBuilder::parsedURL() {
   std::string text;
   text.reserve(URLString.size() + support::QueryReplacement::roomFor(parameters ? parameters->size() : 0));
   text = URLString;
   auto url = URL::parse(std::move(text));
-  if (!url) return std::unexpected(DownloadException(DownloadException::requestMissingURL));
-  URLRequest request;
-  request.url = *std::move(url);
-  request.httpMethod = rawText(httpMethod);
-  // A downloaded file may have any size.
-  if (bodyType.kind == BodyKind::url) request.maximumBodySize = 0;
-  limit(request, limits().orElse(apiConfiguration->limits()));
-  const Headers fields = buildHeaders();
-  // Room for the fields that an encoding and an interceptor add.
-  if (!fields.empty()) request.headers.reserve(fields.size() + 2);
-  for (const auto& [name, value] : fields) request.headers.setValue(name, value);
-  return encoding.encode(std::move(request), parameters);
+  return url ? std::optional(*std::move(url)) : std::nullopt;
 }
 
 void URLSessionRequestBuilder::cleanUp() {
