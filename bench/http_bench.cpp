@@ -120,8 +120,8 @@ double seconds(clockid_t clock) {
 
 // The blocking call and libcurl's, a hundred requests each in turns: what slows the machine down meets both.
 // The counters are the medians of a turn's time over that of libcurl's turn beside it.
-void runInTurns(benchmark::State& state, const Work& work, MakeClient makePeer) {
-  const auto library = blockingLibrary(work);
+void runInTurns(benchmark::State& state, const Work& work, MakeClient makeLibrary, MakeClient makePeer) {
+  const auto library = makeLibrary(work);
   const auto peer = makePeer(work);
   std::vector<double> elapsed, processor;
   const auto timed = [](Client& client) {
@@ -168,9 +168,17 @@ int main(int argumentCount, char** arguments) {
   for (const auto& [name, work] :
        {std::pair("get_2KB", Work{"GET", server.url("/files/small"), {}, 200, small}),
         std::pair("put_2KB", Work{"PUT", server.url("/sink"), small, 204, {}})}) {
-    for (const auto& [peer, make] : {std::pair("libcurl", &easyCurl), {"keeping_libcurl", &keepingCurl}}) {
-      benchmark::RegisterBenchmark((std::string(name) + "/blocking_in_turns/" + peer).c_str(),
-                                   [work, make](benchmark::State& state) { runInTurns(state, work, make); })
+    struct Pair {
+      const char* name;
+      MakeClient makeLibrary;
+      MakeClient makePeer;
+    };
+    for (const auto& pair : {Pair{"libcurl", blockingLibrary, easyCurl},
+                             {"without_cookies", cookielessLibrary, easyCurl},
+                             {"keeping_libcurl", blockingLibrary, keepingCurl}}) {
+      benchmark::RegisterBenchmark(
+          (std::string(name) + "/blocking_in_turns/" + pair.name).c_str(),
+          [work, pair](benchmark::State& state) { runInTurns(state, work, pair.makeLibrary, pair.makePeer); })
           ->UseRealTime()
           ->Unit(benchmark::kMillisecond);
     }

@@ -19,7 +19,8 @@ using namespace tilvanego;
 
 class BlockingLibrary final : public Client {
  public:
-  explicit BlockingLibrary(Work work) : work_(std::move(work)), builder_(builderOf()) {}
+  BlockingLibrary(Work work, CookieStorage cookies)
+      : work_(std::move(work)), cookies_(cookies), builder_(builderOf()) {}
 
   void send(std::size_t count, std::size_t /*inFlight*/) override {
     for (; count > 0; --count) {
@@ -41,13 +42,14 @@ class BlockingLibrary final : public Client {
   }
 
   const Work work_;
+  const CookieStorage cookies_;
   ResponseCheck check_{work_};
   RunLoop queue_;
   const std::shared_ptr<OstrelTilvanePoiModelsAPIConfiguration> configuration_ =
       std::make_shared<OstrelTilvanePoiModelsAPIConfiguration>(
           "", OstrelTilvanePoiModelsAPIConfiguration::Headers(), std::nullopt,
-          std::make_shared<RequestBuilderFactoryWithSession<>>(
-              std::make_shared<URLSession>(URLSessionConfiguration{.proxy = "", .maximumBodySize = 0})),
+          std::make_shared<RequestBuilderFactoryWithSession<>>(std::make_shared<URLSession>(
+              URLSessionConfiguration{.proxy = "", .maximumBodySize = 0, .cookies = cookies_})),
           queue_, std::make_shared<CodableHelper>(), StatusCodeRange(),
           std::make_shared<DefaultOpenAPIInterceptor>());
   const RequestBuilderOf<Data> builder_;
@@ -114,7 +116,12 @@ class EasyCurl final : public Client {
 
 }  // namespace
 
-std::unique_ptr<Client> blockingLibrary(const Work& work) { return std::make_unique<BlockingLibrary>(work); }
+std::unique_ptr<Client> blockingLibrary(const Work& work) {
+  return std::make_unique<BlockingLibrary>(work, CookieStorage::inMemory);
+}
+std::unique_ptr<Client> cookielessLibrary(const Work& work) {
+  return std::make_unique<BlockingLibrary>(work, CookieStorage::off);
+}
 std::unique_ptr<Client> easyCurl(const Work& work) { return std::make_unique<EasyCurl>(work, false); }
 std::unique_ptr<Client> keepingCurl(const Work& work) { return std::make_unique<EasyCurl>(work, true); }
 

@@ -33,6 +33,8 @@ std::unique_ptr<Client> library(const Work& work);
 std::unique_ptr<Client> waitingLibrary(const Work& work);
 /// A request builder's blocking call.
 std::unique_ptr<Client> blockingLibrary(const Work& work);
+/// The same over a session that keeps no cookies, like a handle of libcurl that nobody asked to.
+std::unique_ptr<Client> cookielessLibrary(const Work& work);
 /// libcurl's multi interface and one thread.
 std::unique_ptr<Client> bareCurl(const Work& work);
 /// `curl_easy_perform` with one handle.
