@@ -110,6 +110,7 @@ class ResponseHeader {
   }
 
   std::string& operator[](std::string name) TILVANEGO_LIFETIMEBOUND { return map()[std::move(name)]; }
+  auto insert(value_type field) TILVANEGO_LIFETIMEBOUND { return map().insert(std::move(field)); }
   template <typename... Arguments>
   auto insert(Arguments&&... arguments) TILVANEGO_LIFETIMEBOUND {
     return map().insert(std::forward<Arguments>(arguments)...);

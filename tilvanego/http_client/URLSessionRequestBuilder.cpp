@@ -19,6 +19,7 @@
 #include <tilvanego/http_client/encodings/URLEncoding.h>
 #include <tilvanego/network/BodyStream.h>
 #include <tilvanego/network/ExceptionFailure.h>
+#include <tilvanego/network/SharedRequest.h>
 #include <tilvanego/platform/FatalError.h>
 #include <tilvanego/platform/HostCode.h>
 #include <tilvanego/platform/MainQueue.h>
@@ -220,13 +221,13 @@ void URLSessionRequestBuilder::sendBySession(const std::shared_ptr<Try>& attempt
   const auto& urlSession = attempt->exchange.session;
   std::shared_ptr<URLSessionDataTaskProtocol> task;
   try {
-    task = urlSession->dataTaskForShared(
-        {attempt, &request}, [own = attempt](std::optional<Data> data, URLResponsePointer response,
-                                             const std::optional<Failure>& error) {
-          // The session may destroy this function meanwhile.
-          const auto held = own;
-          finish(*held, std::move(data), std::move(response), error);
-        });
+    task = detail::dataTaskSharing(*urlSession, {attempt, &request},
+                                   [own = attempt](std::optional<Data> data, URLResponsePointer response,
+                                                   const std::optional<Failure>& error) {
+                                     // The session may destroy this function meanwhile.
+                                     const auto held = own;
+                                     finish(*held, std::move(data), std::move(response), error);
+                                   });
     if (const auto ready = onProgressReady()) {
       detail::runListener("the onProgressReady of a request builder", [&] { ready(task->progress()); });
     }

@@ -18,6 +18,9 @@
 
 namespace tilvanego::detail {
 class SessionLoop;
+std::shared_ptr<URLSessionDataTaskProtocol> dataTaskSharing(URLSessionProtocol& session,
+                                                            const std::shared_ptr<const URLRequest>& request,
+                                                            DataTaskCompletion completionHandler);
 }  // namespace tilvanego::detail
 
 namespace [[gnu::visibility("default")]] tilvanego {
@@ -141,10 +144,11 @@ class URLSession final : public URLSessionProtocol {
   /// failure it gets a `TransportError` and no data, and a response if the head was complete.
   [[nodiscard]] std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
       const URLRequest& request, DataTaskCompletion completionHandler) override;
-  [[nodiscard]] std::shared_ptr<URLSessionDataTaskProtocol> dataTaskForShared(
-      std::shared_ptr<const URLRequest> request, DataTaskCompletion completionHandler) override;
 
  private:
+  friend std::shared_ptr<URLSessionDataTaskProtocol> detail::dataTaskSharing(
+      URLSessionProtocol&, const std::shared_ptr<const URLRequest>&, DataTaskCompletion);
+
   std::shared_ptr<detail::SessionLoop> loop_;
 };
 

@@ -3,7 +3,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <utility>
 
 #include <tilvanego/network/Failure.h>
 #include <tilvanego/network/Progress.h>
@@ -55,13 +54,6 @@ class URLSessionProtocol {
   /// as one that can't be built.
   [[nodiscard]] virtual std::shared_ptr<URLSessionDataTaskProtocol> dataTaskFromProtocol(
       const URLRequest& request, DataTaskCompletion completionHandler) = 0;
-
-  /// The same for a request that nobody changes as long as the pointer or a copy of it exists, so that a
-  /// session needs no copy of the request. Not null. Builders call this.
-  [[nodiscard]] virtual std::shared_ptr<URLSessionDataTaskProtocol> dataTaskForShared(
-      std::shared_ptr<const URLRequest> request, DataTaskCompletion completionHandler) {
-    return dataTaskFromProtocol(*request, std::move(completionHandler));
-  }
 };
 
 }  // namespace tilvanego

@@ -1,7 +1,9 @@
 #include <tilvanego/network/URLSession.h>
 
+#include <typeinfo>
 #include <utility>
 
+#include <tilvanego/network/SharedRequest.h>
 #include <tilvanego/network/curl/SessionLoop.h>
 #include <tilvanego/network/curl/SessionTask.h>
 #include <tilvanego/network/curl/TLSSettings.h>
@@ -29,12 +31,19 @@ void URLSession::clearCookies() { loop_->clearCookies(); }
 
 std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskFromProtocol(
     const URLRequest& request, DataTaskCompletion completionHandler) {
-  return dataTaskForShared(std::make_shared<const URLRequest>(request), std::move(completionHandler));
+  return std::make_shared<detail::SessionTask>(loop_, std::make_shared<const URLRequest>(request),
+                                               std::move(completionHandler));
 }
 
-std::shared_ptr<URLSessionDataTaskProtocol> URLSession::dataTaskForShared(
-    std::shared_ptr<const URLRequest> request, DataTaskCompletion completionHandler) {
-  return std::make_shared<detail::SessionTask>(loop_, std::move(request), std::move(completionHandler));
+std::shared_ptr<URLSessionDataTaskProtocol> detail::dataTaskSharing(
+    URLSessionProtocol& session, const std::shared_ptr<const URLRequest>& request,
+    DataTaskCompletion completionHandler) {
+  // The class is final.
+  if (typeid(session) != typeid(URLSession)) {
+    return session.dataTaskFromProtocol(*request, std::move(completionHandler));
+  }
+  const auto& loop = static_cast<URLSession&>(session).loop_;
+  return std::make_shared<SessionTask>(loop, request, std::move(completionHandler));
 }
 
 }  // namespace tilvanego
