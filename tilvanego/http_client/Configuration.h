@@ -109,7 +109,7 @@ class OstrelTilvanePoiModelsAPIConfiguration {
   virtual void setInterceptor(std::shared_ptr<OpenAPIInterceptor> value);
   virtual void updateInterceptor(const std::function<void(std::shared_ptr<OpenAPIInterceptor>&)>& body);
 
-  /// Whether the interceptor is a `DefaultOpenAPIInterceptor`, which builders don't call: it would change
+  /// Whether the interceptor is a `DefaultOpenAPIInterceptor`, which builders need not call: it changes
   /// nothing. May be false for one, such as after `updateInterceptor` or in a class of the host.
   [[nodiscard]] bool hasDefaultInterceptor() const;
 
@@ -124,7 +124,7 @@ class OstrelTilvanePoiModelsAPIConfiguration {
     customHeadersMark = 1,
     credentialMark = 2,
     limitsMark = 4,
-    /// Of an interceptor that may be another than a `DefaultOpenAPIInterceptor`.
+    /// The interceptor may be another than a `DefaultOpenAPIInterceptor`. It is read under the lock, always.
     interceptorMark = 8,
     statusMark = 16
   };

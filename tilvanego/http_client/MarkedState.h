@@ -7,9 +7,9 @@
 
 namespace tilvanego::detail {
 
-/// Fields of which most objects set few, and their lock. A field has a mark, one bit, or 0 for none. As long
-/// as a mark isn't set, its field has its default value and is read without the lock. All operations may be
-/// called from any thread.
+/// Fields of which most objects set few, and their lock. A field may have a mark, which is one bit. As long
+/// as that isn't set, `read` with the mark gives the default value of the field's type, without the lock. All
+/// operations may be called from any thread.
 template <typename State>
 class MarkedState {
  public:
@@ -26,8 +26,7 @@ class MarkedState {
     return state_.withValue([&](const State& state) { return state.*field; });
   }
 
-  /// Calls `body` with the fields under the lock, after it has set the mark, or removed it for a field that
-  /// gets its default value again.
+  /// Calls `body` with the fields under the lock, after it has set the mark, or removed it. 0 for no mark.
   template <typename Body>
   void change(unsigned mark, Body&& body, bool isSet = true) {
     state_.withValue([&](State& state) {

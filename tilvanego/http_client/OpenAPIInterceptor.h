@@ -74,8 +74,8 @@ class OpenAPIInterceptor {
                            const std::expected<std::any, Failure>& /*result*/) {}
 };
 
-/// Sends every request unchanged, and never retries. Builders don't call it, but they call a class that is
-/// derived from it.
+/// Sends every request unchanged, and never retries. Builders need not call it, but they call any class
+/// that is derived from it.
 class DefaultOpenAPIInterceptor : public OpenAPIInterceptor {
  public:
   void intercept(const URLRequest& urlRequest, const Session&, const Builder&,

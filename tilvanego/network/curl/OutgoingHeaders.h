@@ -20,6 +20,7 @@ struct CredentialField {
   std::string_view value;
 };
 
+/// The body of a request, by the fields that libcurl would add for it.
 enum class OutgoingBody : std::uint8_t {
   none,
   /// So small that libcurl sends it without an "Expect". Its limit is 1 MiB.
